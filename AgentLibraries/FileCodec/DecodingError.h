@@ -1,0 +1,28 @@
+// Why a file can't be used: which file, where in it, what was expected and found.
+#pragma once
+#include <stdexcept>
+#include <string>
+#include <utility>
+
+namespace FileCodec {
+
+/// `what()` is one line: "<file>: <place>: expected <expected>, found <found>". The place is
+/// "line 3, column 7" for a syntax error, the path of members such as "PatchActions › 310872 ›
+/// 2005 › [0]" for a wrong type, empty when the file as a whole is meant (then left out).
+class DecodingError : public std::runtime_error {
+ public:
+  DecodingError(std::string file, std::string place, std::string expected, std::string found);
+
+  [[nodiscard]] const std::string& file() const noexcept { return file_; }
+  [[nodiscard]] const std::string& place() const noexcept { return place_; }
+  [[nodiscard]] const std::string& expected() const noexcept { return expected_; }
+  [[nodiscard]] const std::string& found() const noexcept { return found_; }
+
+ private:
+  std::string file_;
+  std::string place_;
+  std::string expected_;
+  std::string found_;
+};
+
+}  // namespace FileCodec

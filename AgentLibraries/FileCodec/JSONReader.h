@@ -1,0 +1,41 @@
+// Reads JSON strictly as a stream of events; no tree is made.
+#pragma once
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace FileCodec {
+
+/// Receives the events of one JSON text in order. An event that returns false ends the reading.
+/// A string or member name without escapes is a view into the text itself and lives as long as
+/// that; with escapes it is decoded and lives only during the call.
+class JSONEvents {
+ public:
+  virtual ~JSONEvents() = default;
+  virtual bool beginObject() = 0;
+  virtual bool memberName(std::string_view name) = 0;
+  virtual bool endObject() = 0;
+  virtual bool beginArray() = 0;
+  virtual bool endArray() = 0;
+  virtual bool string(std::string_view value) = 0;
+  virtual bool number() = 0;
+  virtual bool boolean() = 0;
+  virtual bool null() = 0;
+};
+
+enum class JSONOutcome : unsigned char { complete, stoppedByEvents, syntaxError };
+
+/// The end of a reading. `problem` says what a syntax error is, `line` and `column` (from 1,
+/// columns counted in bytes) where.
+struct JSONReading {
+  JSONOutcome outcome = JSONOutcome::complete;
+  std::string problem;
+  std::size_t line = 0;
+  std::size_t column = 0;
+};
+
+/// Reads one JSON text (RFC 8259: UTF-8 without byte order mark, no comments, nothing but blanks
+/// after the value), at most 512 levels deep.
+[[nodiscard]] JSONReading readJSON(std::string_view text, JSONEvents& events);
+
+}  // namespace FileCodec

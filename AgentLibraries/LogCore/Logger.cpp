@@ -1,0 +1,120 @@
+#include "AgentLibraries/LogCore/Logger.h"
+
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <ctime>
+#include <mutex>
+
+namespace LogCore {
+namespace {
+
+struct CurrentSink {
+  std::mutex mutex;
+  std::shared_ptr<LogSink> sink = std::make_shared<DescriptorSink>(STDERR_FILENO);
+};
+
+CurrentSink& currentSink() {
+  static CurrentSink current;
+  return current;
+}
+
+/// `2026-11-24T10:11:12.123Z`
+std::string timestamp() {
+  using namespace std::chrono;
+  const auto now = floor<milliseconds>(system_clock::now());
+  const std::time_t wholeSeconds = system_clock::to_time_t(now);
+  std::tm utc{};
+  gmtime_r(&wholeSeconds, &utc);
+  std::array<char, 40> buffer{};
+  const int length = std::snprintf(
+      buffer.data(), buffer.size(), "%04d-%02d-%02dT%02d:%02d:%02d.%03dZ", utc.tm_year + 1900,
+      utc.tm_mon + 1, utc.tm_mday, utc.tm_hour, utc.tm_min, utc.tm_sec,
+      static_cast<int>((now.time_since_epoch() % std::chrono::seconds{1}).count()));
+  return {buffer.data(), static_cast<std::size_t>(length)};
+}
+
+std::string_view paddedName(LogLevel level) {
+  switch (level) {
+    case LogLevel::debug:
+      return "DEBUG";
+    case LogLevel::info:
+      return "INFO ";
+    case LogLevel::error:
+      return "ERROR";
+  }
+  std::unreachable();
+}
+
+void appendOnOneLine(std::string& out, std::string_view message) {
+  for (const char c : message) {
+    if (c == '\n') {
+      out += "\\n";
+    } else if (c == '\r') {
+      out += "\\r";
+    } else {
+      out += c;
+    }
+  }
+}
+
+void writeAll(int descriptor, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const ssize_t count = ::write(descriptor, bytes.data(), bytes.size());
+    if (count < 0) {
+      if (errno == EINTR) {
+        continue;
+      }
+      return;  // there is no further place to report a log that can't be written
+    }
+    bytes.remove_prefix(static_cast<std::size_t>(count));
+  }
+}
+
+}  // namespace
+
+void DescriptorSink::write(LogLevel level, const LogTag& tag, std::uint32_t line,
+                           const MessageBuilder& build) {
+  if (level < minimum_) {
+    return;
+  }
+  std::string out = timestamp();
+  out += ' ';
+  out += paddedName(level);
+  out += ' ';
+  out += tag.file;
+  out += ' ';
+  out += tag.function;
+  out += ':';
+  out += std::to_string(line);
+  out += ' ';
+  appendOnOneLine(out, build().text);
+  out += '\n';
+  writeAll(descriptor_, out);
+}
+
+std::shared_ptr<LogSink> setLogSink(std::shared_ptr<LogSink> sink) {
+  if (!sink) {
+    sink = std::make_shared<DescriptorSink>(STDERR_FILENO);
+  }
+  CurrentSink& current = currentSink();
+  const std::scoped_lock lock(current.mutex);
+  std::swap(current.sink, sink);
+  return sink;
+}
+
+void writeLogLine(LogLevel level, const LogTag& tag, std::uint32_t line,
+                  const MessageBuilder& build) {
+  std::shared_ptr<LogSink> sink;
+  {
+    CurrentSink& current = currentSink();
+    const std::scoped_lock lock(current.mutex);
+    sink = current.sink;
+  }
+  sink->write(level, tag, line, build);
+}
+
+}  // namespace LogCore

@@ -1,0 +1,86 @@
+// The agent's logging library: three levels, messages that are built by the sink.
+#pragma once
+#include <concepts>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <source_location>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "AgentLibraries/LogCore/LogTag.h"
+
+namespace LogCore {
+
+enum class LogLevel : std::uint8_t { debug, info, error };
+
+class Logger {
+ public:
+  /// The text of one log line, made from a literal or a joined text.
+  struct Message {
+    std::string text;
+    Message(std::string joined) : text(std::move(joined)) {}           // NOLINT: converts on purpose
+    Message(std::string_view literal) : text(literal) {}               // NOLINT
+    Message(const char* literal) : text(literal) {}                    // NOLINT
+  };
+};
+
+/// Makes the message. A sink that does not write the line never calls it.
+using MessageBuilder = std::function<Logger::Message()>;
+
+/// Where log lines go. `write` may be called from several threads at once.
+class LogSink {
+ public:
+  virtual ~LogSink() = default;
+  virtual void write(LogLevel level, const LogTag& tag, std::uint32_t line,
+                     const MessageBuilder& build) = 0;
+};
+
+/// Writes each line of at least `minimum` level to a file descriptor, as
+/// `2026-11-24T10:11:12.123Z INFO  Validators/Disk/Disk hasMinimumFreeSpace(of:):41 message`.
+/// Line feeds inside a message become `\n`, so that one line stays one line.
+class DescriptorSink final : public LogSink {
+ public:
+  /// `descriptor` stays the caller's and must outlive the sink.
+  explicit DescriptorSink(int descriptor, LogLevel minimum = LogLevel::debug)
+      : descriptor_(descriptor), minimum_(minimum) {}
+  void write(LogLevel level, const LogTag& tag, std::uint32_t line,
+             const MessageBuilder& build) override;
+
+ private:
+  int descriptor_;
+  LogLevel minimum_;
+};
+
+/// Drops every line, unbuilt.
+class NullSink final : public LogSink {
+ public:
+  void write(LogLevel, const LogTag&, std::uint32_t, const MessageBuilder&) override {}
+};
+
+/// Makes `sink` the process's sink and returns the one before; a null pointer brings back the
+/// default, which writes all levels to standard error. Safe from any thread.
+std::shared_ptr<LogSink> setLogSink(std::shared_ptr<LogSink> sink);
+
+/// Hands one line to the process's sink.
+void writeLogLine(LogLevel level, const LogTag& tag, std::uint32_t line,
+                  const MessageBuilder& build);
+
+template <std::invocable Build>
+void logInfo(const LogTag& tag, const Build& build,
+             std::source_location where = std::source_location::current()) {
+  writeLogLine(LogLevel::info, tag, where.line(), std::ref(build));
+}
+template <std::invocable Build>
+void logDebug(const LogTag& tag, const Build& build,
+              std::source_location where = std::source_location::current()) {
+  writeLogLine(LogLevel::debug, tag, where.line(), std::ref(build));
+}
+template <std::invocable Build>
+void logError(const LogTag& tag, const Build& build,
+              std::source_location where = std::source_location::current()) {
+  writeLogLine(LogLevel::error, tag, where.line(), std::ref(build));
+}
+
+}  // namespace LogCore

@@ -1,0 +1,26 @@
+// The serving end of the agent service, for agents, tests and simulations.
+#pragma once
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace vxutils {
+
+/// Listens at a socket path and answers every request with `answer(key)` on its own thread
+/// (absent is sent as null). Construction throws `std::system_error` when it can't listen;
+/// destruction ends the thread and removes the socket.
+class AgentServiceServer {
+ public:
+  using Answer = std::function<std::optional<std::string>(const std::string& key)>;
+  AgentServiceServer(const std::string& socketPath, Answer answer);
+  ~AgentServiceServer();
+  AgentServiceServer(const AgentServiceServer&) = delete;
+  AgentServiceServer& operator=(const AgentServiceServer&) = delete;
+
+ private:
+  class Loop;
+  std::unique_ptr<Loop> loop_;
+};
+
+}  // namespace vxutils

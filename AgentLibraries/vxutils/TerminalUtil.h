@@ -1,0 +1,36 @@
+// Runs commands and tools for the agent.
+#pragma once
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "AgentLibraries/vxutils/CommandResult.h"
+
+namespace vxutils {
+
+/// Runs child processes and waits for them. Stateless; usable from any thread.
+class TerminalUtil {
+ public:
+  /// The shared instance.
+  static TerminalUtil& defaultInstance();
+
+  /// Runs `command` with the shell at `launchPath` ("/bin/sh" when absent) as its `-c` text, in
+  /// `directory` (the current one when absent), with `pipeInput` as its whole standard input
+  /// (/dev/null when absent). After `timeoutSeconds` its process group is ended. Output is logged
+  /// line by line at info level while it comes when `logOutputContinuously`, whole at the end
+  /// when `shouldLogOutput`; the command and the input, which may hold a password, never are.
+  [[nodiscard]] CommandResult runCommand(const std::string& command,
+                                         const std::optional<std::string>& directory,
+                                         const std::optional<std::string>& launchPath,
+                                         const std::optional<std::string>& pipeInput,
+                                         std::int64_t timeoutSeconds, bool logOutputContinuously,
+                                         bool shouldLogOutput);
+
+  /// Runs the executable at `pathOfBinary` directly, without a shell, and waits for its end.
+  [[nodiscard]] std::pair<std::int32_t, std::string> executeTaskForString(
+      const std::string& pathOfBinary, const std::vector<std::string>& arguments);
+};
+
+}  // namespace vxutils

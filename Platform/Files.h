@@ -1,0 +1,41 @@
+// Files: bounded reads that never block, atomic writes, removal.
+#pragma once
+#include <cstdint>
+#include <expected>
+#include <string>
+#include <string_view>
+#include <system_error>
+
+namespace platform {
+
+/// Why a file operation failed: "<path>: No such file or directory".
+struct FileError {
+  std::error_code code;
+  std::string message;
+};
+
+/// How `readFile` opens its file.
+struct ReadOptions {
+  std::uint64_t maximumBytes;   ///< A larger file is an error.
+  bool followLinks = true;      ///< False: a symbolic link in the last place is an error.
+};
+
+/// Reads a regular file whole. Anything else (directory, FIFO, device, socket) is an error and is
+/// never waited for; a file that grows while it is read ends at `maximumBytes` with an error.
+[[nodiscard]] std::expected<std::string, FileError> readFile(const std::string& path,
+                                                             const ReadOptions& options);
+
+/// Replaces or makes the file at `path` in one step: a temporary file in the same directory,
+/// flushed to the disk, then renamed. After a crash the old or the new file is there, whole. An
+/// existing file keeps its permission bits and owner where the process may set them; a new one
+/// gets 0644. A symbolic link at `path` is replaced by the file, its target left alone.
+[[nodiscard]] std::expected<void, FileError> writeFileAtomically(const std::string& path,
+                                                                 std::string_view bytes);
+
+/// Whether something is at `path` (a link counts by its target).
+[[nodiscard]] bool fileExists(const std::string& path);
+
+/// Removes the file or link at `path`, never a directory. 0, or the system's error number.
+[[nodiscard]] std::int32_t removeFile(const std::string& path);
+
+}  // namespace platform

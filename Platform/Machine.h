@@ -1,0 +1,20 @@
+// What machine this is: processor kind, macOS version, preferred languages.
+#pragma once
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace platform {
+
+/// True on Apple silicon (arm64 hardware, whatever the process's own architecture).
+[[nodiscard]] bool isAppleSilicon();
+
+/// The macOS product version such as "14.5", from
+/// /System/Library/CoreServices/SystemVersion.plist; absent when that can't be read.
+[[nodiscard]] std::optional<std::string> macOSProductVersion();
+
+/// The user's preferred languages, best first, as language tags («en-US»); may be empty. On
+/// Linux from LANGUAGE, LC_ALL, LC_MESSAGES and LANG.
+[[nodiscard]] std::vector<std::string> preferredLanguages();
+
+}  // namespace platform

@@ -1,0 +1,73 @@
+// Property lists: one value type, read from the XML, binary and old-style text forms.
+#pragma once
+#include <cstddef>
+#include <cstdint>
+#include <expected>
+#include <map>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+namespace platform {
+
+/// A moment of a property list, in seconds since 2001-01-01 00:00:00 UTC.
+struct PropertyListDate {
+  double secondsSince2001 = 0;
+  friend bool operator==(const PropertyListDate&, const PropertyListDate&) = default;
+};
+
+/// One property-list value. A plain value; Booleans, integers and reals stay apart.
+class PropertyList {
+ public:
+  using Array = std::vector<PropertyList>;
+  using Dictionary = std::map<std::string, PropertyList, std::less<>>;
+  using Data = std::vector<std::byte>;
+  /// Texts are UTF-8. An unsigned integer above the signed range is kept as `std::uint64_t`.
+  using Value = std::variant<std::string, std::int64_t, std::uint64_t, double, bool,
+                             PropertyListDate, Data, Array, Dictionary>;
+
+  PropertyList() = default;  // an empty text
+  PropertyList(Value value) : value_(std::move(value)) {}                         // NOLINT
+  PropertyList(const char* text) : value_(std::string(text)) {}                   // NOLINT
+  PropertyList(std::string text) : value_(std::move(text)) {}                     // NOLINT
+  PropertyList(std::int64_t number) : value_(number) {}                           // NOLINT
+  PropertyList(bool flag) : value_(flag) {}                                       // NOLINT
+  PropertyList(Array array) : value_(std::move(array)) {}                         // NOLINT
+  PropertyList(Dictionary dictionary) : value_(std::move(dictionary)) {}          // NOLINT
+
+  [[nodiscard]] const Value& value() const noexcept { return value_; }
+  [[nodiscard]] Value& value() noexcept { return value_; }
+
+  /// The payload when the value is of that very type, else null.
+  template <typename Type>
+  [[nodiscard]] const Type* as() const noexcept {
+    return std::get_if<Type>(&value_);
+  }
+  /// The value under `key` when this is a dictionary that has it, else null.
+  [[nodiscard]] const PropertyList* find(std::string_view key) const noexcept;
+
+  friend bool operator==(const PropertyList&, const PropertyList&) = default;
+
+ private:
+  Value value_;
+};
+
+/// Why bytes are no property list, and where: "line 3: expected ';' after the value of \"Build\"".
+struct PropertyListError {
+  std::string message;
+};
+
+/// Reads a property list in any of its three forms, told apart by the first bytes. Nesting is
+/// bounded (512 levels); time and memory are linear in the input; any input gets an answer.
+[[nodiscard]] std::expected<PropertyList, PropertyListError> parsePropertyList(
+    std::string_view bytes);
+
+/// The XML form, version 1.0, with a closing line feed.
+[[nodiscard]] std::string toXML(const PropertyList& value);
+
+/// For log lines: texts in double quotation marks, numbers in decimal, Booleans true or false,
+/// arrays `[a, b]`, dictionaries `["key": value]` (empty: `[:]`), on one line.
+[[nodiscard]] std::string describe(const PropertyList& value);
+
+}  // namespace platform

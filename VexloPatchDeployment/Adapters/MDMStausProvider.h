@@ -1,0 +1,23 @@
+// Tells whether the machine is enrolled in MDM.
+#pragma once
+#include "AgentLibraries/vxutils/MDMEnrollmentUtil.h"
+
+namespace vexlo {
+
+class MDMStausProvider {
+ public:
+  virtual ~MDMStausProvider() = default;
+  /// True for every enrollment type but `not_enrolled`.
+  [[nodiscard]] virtual bool isMDMEnrolled() = 0;
+};
+
+/// Asks the agent library anew on every call.
+class MDMEnrollmentUtil final : public MDMStausProvider {
+ public:
+  [[nodiscard]] bool isMDMEnrolled() override {
+    return vxutils::MDMEnrollmentUtil::shared().getEnrollmentType() !=
+           vxutils::EnrollmentType::not_enrolled;
+  }
+};
+
+}  // namespace vexlo

@@ -1,0 +1,36 @@
+// Decodes a whole property-list file into a record.
+#pragma once
+#include <string>
+
+#include "AgentLibraries/FileCodec/PlistSerializer.h"
+#include "Platform/PropertyList.h"
+
+namespace vexlo {
+
+class PlistDecoding {
+ public:
+  virtual ~PlistDecoding() = default;
+
+  /// Decodes the file into `Record`, which has `static Record decode(const
+  /// platform::PropertyList::Dictionary&)`. Throws a `std::exception` for a missing file, a file
+  /// without a dictionary at its top, and a key of the wrong type.
+  template <typename Record>
+  [[nodiscard]] Record decodeFromFile(const std::string& path) {
+    return Record::decode(readDictionary(path));
+  }
+
+ protected:
+  /// The dictionary at the top of the file.
+  [[nodiscard]] virtual platform::PropertyList::Dictionary readDictionary(
+      const std::string& path) = 0;
+};
+
+class PlistSerializer final : public PlistDecoding {
+ protected:
+  [[nodiscard]] platform::PropertyList::Dictionary readDictionary(
+      const std::string& path) override {
+    return FileCodec::PlistSerializer::readDictionary(path);
+  }
+};
+
+}  // namespace vexlo

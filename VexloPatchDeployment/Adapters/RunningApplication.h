@@ -1,0 +1,46 @@
+// One running application.
+#pragma once
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "Platform/RunningApplications.h"
+
+namespace vexlo {
+
+class RunningApplication {
+ public:
+  virtual ~RunningApplication() = default;
+  /// The display name, absent when it has none.
+  [[nodiscard]] virtual std::optional<std::string> localizedName() const = 0;
+  [[nodiscard]] virtual std::int32_t processIdentifier() const = 0;
+  /// The file-system path of the executable, absent when it isn't known.
+  [[nodiscard]] virtual std::optional<std::string> executableURL() const = 0;
+  /// Asks the system to kill the application at once. True when the request was accepted, not
+  /// that the process has already gone.
+  virtual bool forceTerminate() = 0;
+};
+
+/// The platform's running application.
+class SystemRunningApplication final : public RunningApplication {
+ public:
+  explicit SystemRunningApplication(std::unique_ptr<platform::ApplicationProcess> process)
+      : process_(std::move(process)) {}
+  [[nodiscard]] std::optional<std::string> localizedName() const override {
+    return process_->localizedName();
+  }
+  [[nodiscard]] std::int32_t processIdentifier() const override {
+    return process_->processIdentifier();
+  }
+  [[nodiscard]] std::optional<std::string> executableURL() const override {
+    return process_->executablePath();
+  }
+  bool forceTerminate() override { return process_->forceTerminate(); }
+
+ private:
+  std::unique_ptr<platform::ApplicationProcess> process_;
+};
+
+}  // namespace vexlo

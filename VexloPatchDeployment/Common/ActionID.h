@@ -1,0 +1,98 @@
+// Names one action that the patch action file attaches to a patch.
+#pragma once
+#include <cstdint>
+#include <functional>
+#include <iosfwd>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <variant>
+
+#include "VexloPatchDeployment/Common/Export.h"
+
+namespace vexlo {
+
+/// The actions that this library knows, in the order of their codes "2001" to "2010".
+enum class KnownAction : std::uint8_t {
+  siliconBatteryPercentageCheck,  ///< "2001": minimum battery level on an Apple silicon machine
+  intelBatteryPercentageCheck,    ///< "2002": minimum battery level on an Intel machine
+  userLoggedInCheck,              ///< "2003": a user is logged in
+  multipleUserLoggedInCheck,      ///< "2004": exactly one user is logged on
+  minimumDiskSpaceCheck,          ///< "2005": minimum free disk space
+  macOSDeferCheck,                ///< "2006": the macOS update is not deferred by MDM
+  installMacOSUpdates,            ///< "2007": download and install a macOS software update
+  applicationRunningCheck,        ///< "2008": applications that the patch would disturb
+  applicationRunningNotifier,     ///< "2009": no behaviour of its own
+  installMacOSUpdatesUsingInstallAssistant,  ///< "2010": upgrade with an InstallAssistant app
+};
+
+/// An action that is known by its code only.
+struct UndefinedAction {
+  std::string code;  ///< The action code exactly as it was given.
+  friend bool operator==(const UndefinedAction&, const UndefinedAction&) = default;
+};
+
+/// A serialized action that can't be read; `what()` says what was expected.
+class VEXLO_EXPORT ActionIDDecodingError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+/// One action: a known one, or `undefined` with the code that the library does not know. Equal
+/// when the alternative and, for `undefined`, the code are equal; so `undefined("2001")` differs
+/// from `siliconBatteryPercentageCheck`. A plain value.
+class VEXLO_EXPORT ActionID {
+ public:
+  using Value = std::variant<KnownAction, UndefinedAction>;
+
+  ActionID(KnownAction action) noexcept : value_(action) {}                  // NOLINT: converts
+  ActionID(UndefinedAction action) noexcept : value_(std::move(action)) {}   // NOLINT: converts
+
+  /// Converts an action code. Every text has an answer: "2001" to "2010" give the known actions,
+  /// any other text, compared whole and exactly, an `undefined` that holds it unchanged.
+  explicit ActionID(std::string_view code);
+
+  /// The ordering key of actions: the code as a number; 999999 for the code of an `undefined`
+  /// action that is no base-10 signed 64-bit integer.
+  [[nodiscard]] std::int64_t sortOrder() const noexcept;
+
+  /// The action code: "2005", or the text of an `undefined` action.
+  [[nodiscard]] std::string_view code() const noexcept;
+
+  [[nodiscard]] const Value& value() const noexcept { return value_; }
+
+  /// The serialized form, a JSON object with one member: `{"minimumDiskSpaceCheck":{}}`,
+  /// `{"undefined":{"_0":"3001"}}`.
+  [[nodiscard]] std::string encode() const;
+  /// Reads the serialized form; unknown members are ignored. Throws `ActionIDDecodingError` when
+  /// the text is not such an object ("Invalid number of keys found, expected one." for none or
+  /// several recognised members).
+  [[nodiscard]] static ActionID decode(std::string_view json);
+
+  friend bool operator==(const ActionID&, const ActionID&) = default;
+
+ private:
+  Value value_;
+};
+
+/// The alternative's name; an undefined code in quotes: undefined("2099").
+[[nodiscard]] VEXLO_EXPORT std::string describe(const ActionID& action);
+VEXLO_EXPORT std::ostream& operator<<(std::ostream& out, const ActionID& action);
+
+}  // namespace vexlo
+
+template <>
+struct std::hash<vexlo::UndefinedAction> {
+  std::size_t operator()(const vexlo::UndefinedAction& action) const noexcept {
+    return std::hash<std::string>{}(action.code);
+  }
+};
+
+/// Consistent with equality: the alternative and its payload.
+template <>
+struct std::hash<vexlo::ActionID> {
+  std::size_t operator()(const vexlo::ActionID& action) const noexcept {
+    return std::hash<vexlo::ActionID::Value>{}(action.value());
+  }
+};

@@ -1,0 +1,43 @@
+#include "VexloPatchDeployment/Common/Numbers.h"
+
+#include <charconv>
+#include <limits>
+#include <system_error>
+
+namespace vexlo {
+
+std::optional<std::int64_t> parseInteger(std::string_view text) noexcept {
+  if (text.starts_with('+')) {
+    text.remove_prefix(1);
+    if (text.starts_with('-')) {
+      return std::nullopt;
+    }
+  }
+  std::int64_t value = 0;
+  const char* const end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, value);
+  if (error != std::errc{} || stop != end) {
+    return std::nullopt;
+  }
+  return value;
+}
+
+std::int64_t saturatingProduct(std::int64_t a, std::int64_t b) noexcept {
+  std::int64_t product = 0;
+  if (__builtin_mul_overflow(a, b, &product)) {
+    return (a < 0) == (b < 0) ? std::numeric_limits<std::int64_t>::max()
+                              : std::numeric_limits<std::int64_t>::min();
+  }
+  return product;
+}
+
+std::int64_t saturatingSum(std::int64_t a, std::int64_t b) noexcept {
+  std::int64_t sum = 0;
+  if (__builtin_add_overflow(a, b, &sum)) {
+    return a > 0 ? std::numeric_limits<std::int64_t>::max()
+                 : std::numeric_limits<std::int64_t>::min();
+  }
+  return sum;
+}
+
+}  // namespace vexlo

@@ -1,0 +1,86 @@
+// Reports what came of running one action, and why.
+#pragma once
+#include <cstdint>
+#include <iosfwd>
+#include <map>
+#include <optional>
+#include <string>
+#include <utility>
+#include <variant>
+
+#include "VexloPatchDeployment/Common/Export.h"
+
+namespace vexlo {
+
+/// The macOS update is deferred by MDM.
+struct MacOSUpdateIsDeferred {
+  std::optional<std::string> until;  ///< Date text, absent when it isn't known.
+  friend bool operator==(const MacOSUpdateIsDeferred&, const MacOSUpdateIsDeferred&) = default;
+};
+
+/// The logged-in user agreed that the running applications may be closed.
+struct GotUserAcknowledgementForPatchingRunningApplications {
+  std::map<std::string, std::string> applications;  ///< Bundle identifier to application name.
+  friend bool operator==(const GotUserAcknowledgementForPatchingRunningApplications&,
+                         const GotUserAcknowledgementForPatchingRunningApplications&) = default;
+};
+
+/// The reasons that carry nothing.
+enum class PlainReason : std::uint8_t {
+  softwareUpdateUnreachable,               ///< Apple's software update service can't be reached
+  inSufficientBattery,                     ///< battery level below the required minimum
+  inSufficientDiskSpaceForSoftwareUpdate,  ///< free disk space below the required minimum
+  userNotLoggedIn,                         ///< no user is logged in
+  multipleUsersLoggedIn,                   ///< not exactly one user is logged on
+  credentialsNotEntered,                   ///< no user credentials are stored for the update
+  unableToGetAgentServiceConnection,       ///< the agent's service can't be reached
+  macOSSoftwareUpdateDownloadFailed,       ///< the update download failed
+  macOSSoftwareUpdateInstallationFailed,   ///< the update installation failed
+  inSufficientArguments,                   ///< the action's arguments are missing or unusable
+  appIsRunning,                            ///< an application that the patch would disturb runs
+  unDefined,                               ///< no specific reason
+};
+
+/// Why an action ended as it did.
+using PatchActionResultDescription =
+    std::variant<MacOSUpdateIsDeferred, GotUserAcknowledgementForPatchingRunningApplications,
+                 PlainReason>;
+
+/// The outcome of one action. Equal when the outcomes are the same and the descriptions are both
+/// absent or both present and equal.
+struct PatchActionResult {
+  enum class Outcome : std::uint8_t {
+    success,     ///< passed or done; deployment may go on
+    applyLater,  ///< can't pass now; the patch is to be applied later
+    failure,     ///< failed
+  };
+  using Description = std::optional<PatchActionResultDescription>;
+
+  Outcome outcome;
+  Description description;
+
+  [[nodiscard]] static PatchActionResult success(Description why = {}) {
+    return {Outcome::success, std::move(why)};
+  }
+  [[nodiscard]] static PatchActionResult applyLater(Description why = {}) {
+    return {Outcome::applyLater, std::move(why)};
+  }
+  [[nodiscard]] static PatchActionResult failure(Description why = {}) {
+    return {Outcome::failure, std::move(why)};
+  }
+
+  friend bool operator==(const PatchActionResult&, const PatchActionResult&) = default;
+};
+
+/// The alternative's name alone: "inSufficientBattery", "macOSUpdateIsDeferred".
+[[nodiscard]] VEXLO_EXPORT std::string name(const PatchActionResultDescription& description);
+/// The outcome's name: "success", "applyLater" or "failure".
+[[nodiscard]] VEXLO_EXPORT std::string name(PatchActionResult::Outcome outcome);
+
+/// For log lines, payload included: macOSUpdateIsDeferred(Optional("2024-Jun-15")).
+[[nodiscard]] VEXLO_EXPORT std::string describe(const PatchActionResultDescription& description);
+/// For log lines: applyLater(inSufficientBattery), or success alone without a description.
+[[nodiscard]] VEXLO_EXPORT std::string describe(const PatchActionResult& result);
+VEXLO_EXPORT std::ostream& operator<<(std::ostream& out, const PatchActionResult& result);
+
+}  // namespace vexlo

@@ -1,0 +1,45 @@
+// How values are written into log lines: lists, maps and values that may be absent.
+#pragma once
+#include <concepts>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "AgentLibraries/LogCore/Text.h"
+
+namespace vexlo {
+
+/// `["a", "b"]`; an empty list is `[]`. Texts are written as they are.
+template <typename Texts>
+[[nodiscard]] std::string listText(const Texts& texts) {
+  std::string out = "[";
+  for (std::string_view separator; const auto& element : texts) {
+    out += LogCore::text(separator, '"', std::string_view(element), '"');
+    separator = ", ";
+  }
+  return out += ']';
+}
+
+/// `["key": "value"]`; an empty map is `[:]`.
+template <typename Map>
+[[nodiscard]] std::string mapText(const Map& map) {
+  std::string out = "[";
+  for (std::string_view separator; const auto& [key, value] : map) {
+    out += LogCore::text(separator, '"', key, "\": \"", value, '"');
+    separator = ", ";
+  }
+  return out += map.empty() ? ":]" : "]";
+}
+
+/// `Optional("text")`, or `nil` when absent.
+[[nodiscard]] inline std::string optionalText(const std::optional<std::string>& value) {
+  return value ? LogCore::text("Optional(\"", *value, "\")") : "nil";
+}
+
+/// `Optional(501)`, or `nil` when absent.
+template <std::integral Number>
+[[nodiscard]] std::string optionalText(const std::optional<Number>& value) {
+  return value ? LogCore::text("Optional(", *value, ')') : "nil";
+}
+
+}  // namespace vexlo

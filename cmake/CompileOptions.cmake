@@ -1,0 +1,18 @@
+# What every target of the project is compiled with; private, so it never reaches an embedder.
+add_library(vexlo_compile_options INTERFACE)
+target_compile_options(vexlo_compile_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wswitch
+  # Log lines name their source file from the module folder on; no path of the building machine.
+  "-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/VexloPatchDeployment/="
+  "-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/AgentLibraries/="
+  "-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/Tests/=Tests/")
+option(VEXLO_WARNINGS_AS_ERRORS "Treat warnings as errors" ${PROJECT_IS_TOP_LEVEL})
+if(VEXLO_WARNINGS_AS_ERRORS)
+  target_compile_options(vexlo_compile_options INTERFACE -Werror)
+endif()
+target_include_directories(vexlo_compile_options INTERFACE "${PROJECT_SOURCE_DIR}")
+
+find_program(CCACHE_PROGRAM ccache)
+if(CCACHE_PROGRAM AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+  set(CMAKE_CXX_COMPILER_LAUNCHER "${CCACHE_PROGRAM}")
+endif()
