@@ -1,0 +1,121 @@
+// Records the process's log lines during a test, and matchers for them.
+#pragma once
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <ostream>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "AgentLibraries/LogCore/Logger.h"
+
+namespace LogCore {
+/// How a level appears in a failed expectation.
+inline void PrintTo(LogLevel level, std::ostream* out) {
+  switch (level) {
+    case LogLevel::debug:
+      *out << "debug";
+      return;
+    case LogLevel::info:
+      *out << "info";
+      return;
+    case LogLevel::error:
+      *out << "error";
+      return;
+  }
+}
+}  // namespace LogCore
+
+namespace vexlo::testing {
+
+/// One log line, its message built.
+struct LogRecord {
+  LogCore::LogLevel level = LogCore::LogLevel::debug;
+  std::string file;
+  std::string function;
+  std::uint32_t line = 0;
+  std::string message;
+
+  friend bool operator==(const LogRecord&, const LogRecord&) = default;
+  friend std::ostream& operator<<(std::ostream& out, const LogRecord& record) {
+    PrintTo(record.level, &out);
+    return out << ' ' << record.file << ' ' << record.function << ':' << record.line << " \""
+               << record.message << '"';
+  }
+};
+
+/// Takes the place of the process's log sink for its lifetime and records every line, from any
+/// thread. Captures are nested: the innermost records, and its end brings the former sink back.
+class LogCapture {
+ public:
+  LogCapture() : lines_(std::make_shared<Lines>()), former_(LogCore::setLogSink(lines_)) {}
+  ~LogCapture() { LogCore::setLogSink(std::move(former_)); }
+  LogCapture(const LogCapture&) = delete;
+  LogCapture& operator=(const LogCapture&) = delete;
+
+  /// A copy of the lines so far, oldest first.
+  [[nodiscard]] std::vector<LogRecord> records() const {
+    const std::scoped_lock lock(lines_->mutex);
+    return lines_->records;
+  }
+  /// Forgets the lines so far.
+  void clear() {
+    const std::scoped_lock lock(lines_->mutex);
+    lines_->records.clear();
+  }
+  /// Whether a message or tag of any line has `part` in it: for secrets that must not be logged.
+  [[nodiscard]] bool mentions(std::string_view part) const {
+    return std::ranges::any_of(records(), [&](const LogRecord& record) {
+      return record.message.contains(part) || record.function.contains(part);
+    });
+  }
+
+ private:
+  struct Lines final : LogCore::LogSink {
+    mutable std::mutex mutex;
+    std::vector<LogRecord> records;
+    void write(LogCore::LogLevel level, const LogCore::LogTag& tag, std::uint32_t line,
+               const LogCore::MessageBuilder& build) override {
+      LogRecord record{.level = level,
+                       .file = std::string(tag.file),
+                       .function = std::string(tag.function),
+                       .line = line,
+                       .message = build().text};  // built outside the lock: it may log as well
+      const std::scoped_lock lock(mutex);
+      records.push_back(std::move(record));
+    }
+  };
+
+  std::shared_ptr<Lines> lines_;
+  std::shared_ptr<LogCore::LogSink> former_;
+};
+
+namespace detail {
+inline auto lineOf(LogCore::LogLevel level, const std::string& text) {
+  return ::testing::AllOf(::testing::Field("level", &LogRecord::level, level),
+                          ::testing::Field("message", &LogRecord::message, text));
+}
+}  // namespace detail
+
+/// A line at the level of the name whose whole message is `text`.
+inline auto InfoLine(const std::string& text) {
+  return detail::lineOf(LogCore::LogLevel::info, text);
+}
+inline auto DebugLine(const std::string& text) {
+  return detail::lineOf(LogCore::LogLevel::debug, text);
+}
+inline auto ErrorLine(const std::string& text) {
+  return detail::lineOf(LogCore::LogLevel::error, text);
+}
+/// A line tagged with the source `file` (from the module folder, no extension) and `function`.
+inline auto LoggedBy(const std::string& file, const std::string& function) {
+  return ::testing::AllOf(::testing::Field("file", &LogRecord::file, file),
+                          ::testing::Field("function", &LogRecord::function, function));
+}
+
+}  // namespace vexlo::testing
