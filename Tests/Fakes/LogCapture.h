@@ -31,8 +31,6 @@ inline void PrintTo(LogLevel level, std::ostream* out) {
 }
 }  // namespace LogCore
 
-namespace vexlo::testing {
-
 /// One log line, its message built.
 struct LogRecord {
   LogCore::LogLevel level = LogCore::LogLevel::debug;
@@ -95,27 +93,17 @@ class LogCapture {
   std::shared_ptr<LogCore::LogSink> former_;
 };
 
-namespace detail {
-inline auto lineOf(LogCore::LogLevel level, const std::string& text) {
+/// A line of `level` whose whole message is `text`.
+inline auto LineOf(LogCore::LogLevel level, const std::string& text) {
   return ::testing::AllOf(::testing::Field("level", &LogRecord::level, level),
                           ::testing::Field("message", &LogRecord::message, text));
 }
-}  // namespace detail
-
 /// A line at the level of the name whose whole message is `text`.
-inline auto InfoLine(const std::string& text) {
-  return detail::lineOf(LogCore::LogLevel::info, text);
-}
-inline auto DebugLine(const std::string& text) {
-  return detail::lineOf(LogCore::LogLevel::debug, text);
-}
-inline auto ErrorLine(const std::string& text) {
-  return detail::lineOf(LogCore::LogLevel::error, text);
-}
+inline auto InfoLine(const std::string& text) { return LineOf(LogCore::LogLevel::info, text); }
+inline auto DebugLine(const std::string& text) { return LineOf(LogCore::LogLevel::debug, text); }
+inline auto ErrorLine(const std::string& text) { return LineOf(LogCore::LogLevel::error, text); }
 /// A line tagged with the source `file` (from the module folder, no extension) and `function`.
 inline auto LoggedBy(const std::string& file, const std::string& function) {
   return ::testing::AllOf(::testing::Field("file", &LogRecord::file, file),
                           ::testing::Field("function", &LogRecord::function, function));
 }
-
-}  // namespace vexlo::testing
