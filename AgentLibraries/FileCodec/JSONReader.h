@@ -4,6 +4,8 @@
 #include <string>
 #include <string_view>
 
+#include "AgentLibraries/FileCodec/DecodingError.h"
+
 namespace FileCodec {
 
 /// Receives the events of one JSON text in order. An event that returns false ends the reading.
@@ -25,11 +27,12 @@ class JSONEvents {
 
 enum class JSONOutcome : unsigned char { complete, stoppedByEvents, syntaxError };
 
-/// The end of a reading. `problem` says what a syntax error is, `line` and `column` (from 1,
-/// columns counted in bytes) where.
+/// The end of a reading. Of a syntax error it says what was expected and found («":" after the
+/// member name», «"}"») and where: `line` and `column` count from 1, columns in bytes.
 struct JSONReading {
   JSONOutcome outcome = JSONOutcome::complete;
-  std::string problem;
+  std::string expected;
+  std::string found;
   std::size_t line = 0;
   std::size_t column = 0;
 };
@@ -37,5 +40,8 @@ struct JSONReading {
 /// Reads one JSON text (RFC 8259: UTF-8 without byte order mark, no comments, nothing but blanks
 /// after the value), at most 512 levels deep.
 [[nodiscard]] JSONReading readJSON(std::string_view text, JSONEvents& events);
+
+/// The error for a reading of `file` that ended in a syntax error.
+[[nodiscard]] DecodingError syntaxError(const std::string& file, const JSONReading& reading);
 
 }  // namespace FileCodec
