@@ -1,0 +1,45 @@
+// The collaborators of the macOS upgrade installers.
+#pragma once
+#include <memory>
+
+#include "AgentLibraries/vxutils/AgentServiceConnection.h"
+#include "VexloPatchDeployment/Adapters/CommandExecutor.h"
+#include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Common/SoftwareUpdateNotifier.h"
+#include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Helpers/Silicon/CredentialsFetcher.h"
+
+namespace vexlo {
+
+/// Members borrowed from the container live as long as it does.
+class UpgradeInstallerDependencies {
+ public:
+  virtual ~UpgradeInstallerDependencies() = default;
+  /// Null on Intel machines, where the tool needs no credentials.
+  [[nodiscard]] virtual CredentialsFetcher* userCredentials() = 0;
+  [[nodiscard]] virtual CommandExecutor& executor() = 0;
+  [[nodiscard]] virtual SoftwareUpdateNotifier& notifier() = 0;
+};
+
+/// The production collaborators.
+class DefaultUpgradeInstallerDependencies final : public UpgradeInstallerDependencies {
+ public:
+  /// Without credentials; never null.
+  [[nodiscard]] static std::shared_ptr<UpgradeInstallerDependencies> intel();
+  /// With the credentials of the agent's service; null, with an error line, when the service
+  /// can't be reached.
+  [[nodiscard]] static std::shared_ptr<UpgradeInstallerDependencies> silicon();
+
+  [[nodiscard]] CredentialsFetcher* userCredentials() override { return userCredentials_.get(); }
+  [[nodiscard]] CommandExecutor& executor() override { return TerminalUtil::defaultInstance(); }
+  [[nodiscard]] SoftwareUpdateNotifier& notifier() override { return notifier_; }
+
+ private:
+  DefaultUpgradeInstallerDependencies(
+      std::unique_ptr<vxutils::AgentServiceConnection> agentConnection,
+      std::unique_ptr<CredentialsFetcher> userCredentials);
+
+  std::unique_ptr<vxutils::AgentServiceConnection> agentConnection_;  // null on Intel
+  std::unique_ptr<CredentialsFetcher> userCredentials_;
+  DefaultSoftwareUpdateNotifier notifier_;
+};
+
+}  // namespace vexlo

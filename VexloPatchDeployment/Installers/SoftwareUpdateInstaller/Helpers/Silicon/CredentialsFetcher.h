@@ -1,0 +1,49 @@
+// Fetches the user name and password with which macOS updates are authorised.
+#pragma once
+#include <iosfwd>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Helpers/Silicon/AgentServiceValueFetcher.h"
+
+namespace vexlo {
+
+/// An account's name and password. Every copy wipes its password when it goes.
+struct Credentials {
+  std::string userName;
+  std::string password;
+
+  Credentials(std::string userName, std::string password);
+  Credentials(const Credentials&) = default;
+  Credentials(Credentials&&) noexcept = default;
+  Credentials& operator=(const Credentials& other);
+  Credentials& operator=(Credentials&& other) noexcept;
+  ~Credentials();
+
+  friend bool operator==(const Credentials&, const Credentials&) = default;
+};
+
+/// For log lines: the name only.
+[[nodiscard]] std::string describe(const Credentials& credentials);
+std::ostream& operator<<(std::ostream& out, const Credentials& credentials);
+
+class CredentialsFetcher {
+ public:
+  virtual ~CredentialsFetcher() = default;
+  /// The stored credentials; absent when they are not entered or can't be had.
+  [[nodiscard]] virtual std::optional<Credentials> credentials() = 0;
+};
+
+/// Asks the agent's service anew on every call. An empty text counts as absent, blanks don't.
+class UserCredentials final : public CredentialsFetcher {
+ public:
+  /// `agentServiceValueProvider` is shared with the caller and never null.
+  explicit UserCredentials(std::shared_ptr<AgentServiceValueFetcher> agentServiceValueProvider);
+  [[nodiscard]] std::optional<Credentials> credentials() override;
+
+ private:
+  std::shared_ptr<AgentServiceValueFetcher> agentServiceValueProvider_;
+};
+
+}  // namespace vexlo

@@ -1,0 +1,60 @@
+// The collaborators of the software update installers.
+#pragma once
+#include <memory>
+
+#include "AgentLibraries/vxutils/AgentServiceConnection.h"
+#include "VexloPatchDeployment/Adapters/CommandExecutor.h"
+#include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Common/SoftwareUpdateLabelProvider.h"
+#include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Common/SoftwareUpdateNotifier.h"
+#include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Common/SoftwareUpdateOutputAnalyser.h"
+#include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Helpers/Silicon/CredentialsFetcher.h"
+#include "VexloPatchDeployment/Validators/UserLoggedIn/UserLoggedIn.h"
+
+namespace vexlo {
+
+/// Members borrowed from the container live as long as it does.
+class SoftwareUpdateInstallerDependencies {
+ public:
+  virtual ~SoftwareUpdateInstallerDependencies() = default;
+  /// Null on Intel machines, where the tool needs no credentials.
+  [[nodiscard]] virtual CredentialsFetcher* userCredentials() = 0;
+  [[nodiscard]] virtual CommandExecutor& executor() = 0;
+  [[nodiscard]] virtual SoftwareUpdateOutputAnalyser& outputValidator() = 0;
+  [[nodiscard]] virtual SoftwareUpdateLabelProvider& labelProvider() = 0;
+  [[nodiscard]] virtual UserSessionProvider& userSessionProvider() = 0;
+  [[nodiscard]] virtual SoftwareUpdateNotifier& notifier() = 0;
+};
+
+/// The production collaborators.
+class DefaultSoftwareUpdateInstallerDependencies final
+    : public SoftwareUpdateInstallerDependencies {
+ public:
+  /// Without credentials; never null.
+  [[nodiscard]] static std::shared_ptr<SoftwareUpdateInstallerDependencies> intel();
+  /// With the credentials of the agent's service; null, with an error line, when the service
+  /// can't be reached.
+  [[nodiscard]] static std::shared_ptr<SoftwareUpdateInstallerDependencies> silicon();
+
+  [[nodiscard]] CredentialsFetcher* userCredentials() override { return userCredentials_.get(); }
+  [[nodiscard]] CommandExecutor& executor() override { return TerminalUtil::defaultInstance(); }
+  [[nodiscard]] SoftwareUpdateOutputAnalyser& outputValidator() override {
+    return outputValidator_;
+  }
+  [[nodiscard]] SoftwareUpdateLabelProvider& labelProvider() override { return labelProvider_; }
+  [[nodiscard]] UserSessionProvider& userSessionProvider() override { return userSessionProvider_; }
+  [[nodiscard]] SoftwareUpdateNotifier& notifier() override { return notifier_; }
+
+ private:
+  DefaultSoftwareUpdateInstallerDependencies(
+      std::unique_ptr<vxutils::AgentServiceConnection> agentConnection,
+      std::unique_ptr<CredentialsFetcher> userCredentials);
+
+  std::unique_ptr<vxutils::AgentServiceConnection> agentConnection_;  // null on Intel
+  std::unique_ptr<CredentialsFetcher> userCredentials_;
+  DefaultSoftwareUpdateOutputAnalyser outputValidator_;
+  DefaultSoftwareUpdateLabel labelProvider_;
+  SystemUserSession userSessionProvider_;
+  DefaultSoftwareUpdateNotifier notifier_;
+};
+
+}  // namespace vexlo

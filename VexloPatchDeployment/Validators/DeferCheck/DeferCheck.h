@@ -1,0 +1,43 @@
+// Answers whether MDM defers a macOS version, and until when.
+#pragma once
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "Platform/Calendar.h"
+#include "VexloPatchDeployment/Validators/DeferCheck/AvailableOSUpdatesResolver.h"
+
+namespace vexlo {
+
+/// The answer for one macOS version.
+struct MacOSUpdateDeferral {
+  std::optional<bool> isDeferred;   ///< Absent when the updates could not be obtained.
+  std::optional<std::string> date;  ///< The deferral's last day, «2024-Jun-15»; deferred only.
+  friend bool operator==(const MacOSUpdateDeferral&, const MacOSUpdateDeferral&) = default;
+};
+
+/// Looks a macOS version up among the updates that the machine sees. A version that isn't among
+/// them, and a deferral whose date is past or unreadable, count as not deferred. Stateless: every
+/// question asks for the updates anew. Used from one thread at a time.
+class MacOSUpdateDeferralChecker {
+ public:
+  /// `availableOSUpdatesResolver` is shared with the caller and never null; `now` tells the
+  /// moment that deferral dates are compared with.
+  explicit MacOSUpdateDeferralChecker(
+      std::shared_ptr<AvailableOSUpdatesResolver> availableOSUpdatesResolver,
+      platform::Clock now = platform::systemClock());
+
+  /// Whether `version`, compared exactly, is deferred now. Days begin at midnight in the
+  /// process's time zone.
+  [[nodiscard]] MacOSUpdateDeferral isMacOSUpdateDeferred(std::string_view version);
+
+ private:
+  /// Whether the deferral until `dateText`, «2024-06-15», still runs.
+  [[nodiscard]] bool validate(std::string_view dateText) const;
+
+  std::shared_ptr<AvailableOSUpdatesResolver> availableOSUpdatesResolver_;
+  platform::Clock now_;
+};
+
+}  // namespace vexlo
