@@ -1,0 +1,85 @@
+// Asks the user at the console, in a prompt, to let running applications be closed.
+#pragma once
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "AgentLibraries/vxutils/TrueParentTracking.h"
+#include "VexloPatchDeployment/Adapters/CommandExecutor.h"
+#include "VexloPatchDeployment/Adapters/SystemFileManager.h"
+#include "VexloPatchDeployment/Common/PatchDeploymentConstants.h"
+#include "VexloPatchDeployment/Validators/RunningApplicationCheckRelated/RunningAppPromptCleaner.h"
+#include "VexloPatchDeployment/Validators/RunningApplicationCheckRelated/RunningAppPromptEvaluator.h"
+#include "VexloPatchDeployment/Validators/RunningApplicationCheckRelated/RunningApplicationQuery.h"
+#include "VexloPatchDeployment/Validators/UserLoggedIn/UserLoggedIn.h"
+
+namespace vexlo {
+
+struct RunningAppPromptPresenterConstants {
+  RunningAppPromptPresenterConstants() = delete;
+  /// The prompt application's program; worked out once per process.
+  [[nodiscard]] static const std::string& promptAppPath();
+  /// The same as `RunningAppPromptConstants::returnCodeFilePath()`.
+  [[nodiscard]] static const std::string& returnCodeFilePath();
+};
+
+class RunningAppPromptPresenting {
+ public:
+  virtual ~RunningAppPromptPresenting() = default;
+  /// Shows the prompt for the applications of these display names and waits for the user, at
+  /// most `timeoutSeconds`. True when the user agreed; an unanswered prompt is true exactly for
+  /// an evaluation that forces the deployment. Never fails.
+  [[nodiscard]] virtual bool requestUserAcknowledgement(
+      const std::vector<std::string>& names, const RunningAppPromptEvaluation& evaluation,
+      std::int64_t timeoutSeconds) = 0;
+};
+
+/// What a presenter asks of the process and the system around it.
+struct RunningAppPromptSurroundings {
+  /// Decides how the prompt application is started.
+  std::function<std::int64_t()> macOSMajorVersion = PatchDeploymentConstants::macOSMajorVersion;
+  /// Runs the calling thread's run loop for at most the duration; false when it has no source.
+  std::function<bool(std::chrono::milliseconds duration)> runLoop = runCurrentRunLoop;
+
+  static bool runCurrentRunLoop(std::chrono::milliseconds duration);
+};
+
+/// Starts the prompt application in the console user's session, waits with the calling thread's
+/// run loop until it has ended, and reads the answer that it leaves in a file. Cleans up after
+/// every request. Keeps nothing between requests; for one thread at a time.
+class RunningAppPromptPresenter final : public RunningAppPromptPresenting {
+ public:
+  /// The collaborators are shared with the caller and never null.
+  RunningAppPromptPresenter(std::shared_ptr<CommandExecutor> executor,
+                            std::shared_ptr<UserSessionProvider> userSessionProvider,
+                            std::shared_ptr<RunningAppPromptCleaning> cleaner,
+                            std::shared_ptr<SystemFileManager> fileManager,
+                            std::shared_ptr<RunningApplicationQuerying> runningApplicationQuery,
+                            std::shared_ptr<vxutils::TrueParentTracking> parentChecker,
+                            RunningAppPromptSurroundings surroundings = {});
+  [[nodiscard]] bool requestUserAcknowledgement(const std::vector<std::string>& names,
+                                                const RunningAppPromptEvaluation& evaluation,
+                                                std::int64_t timeoutSeconds) override;
+
+ private:
+  [[nodiscard]] std::string buildLaunchCommand(const RunningAppPromptEvaluation& evaluation,
+                                               const std::vector<std::string>& names);
+  /// Registers, launches, waits and reads; everything but the clean-up.
+  [[nodiscard]] bool askUser(const std::string& command, bool fallback,
+                             std::int64_t timeoutSeconds);
+  void waitForPromptDismissal(std::int64_t timeoutSeconds);
+  [[nodiscard]] bool readUserAcknowledgement(bool fallback);
+
+  std::shared_ptr<CommandExecutor> executor_;
+  std::shared_ptr<UserSessionProvider> userSessionProvider_;
+  std::shared_ptr<RunningAppPromptCleaning> cleaner_;
+  std::shared_ptr<SystemFileManager> fileManager_;
+  std::shared_ptr<RunningApplicationQuerying> runningApplicationQuery_;
+  std::shared_ptr<vxutils::TrueParentTracking> parentChecker_;
+  RunningAppPromptSurroundings surroundings_;
+};
+
+}  // namespace vexlo
