@@ -1,7 +1,7 @@
 # What every target of the project is compiled with; private, so it never reaches an embedder.
 add_library(vexlo_compile_options INTERFACE)
 target_compile_options(vexlo_compile_options INTERFACE
-  -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wswitch
+  -Wall -Wextra -Wpedantic -Wno-missing-field-initializers -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wswitch
   # Log lines name their source file from the module folder on; no path of the building machine.
   "-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/VexloPatchDeployment/="
   "-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/AgentLibraries/="

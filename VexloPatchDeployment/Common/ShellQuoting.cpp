@@ -14,7 +14,7 @@ bool isPlain(char c) {
 
 std::string insideDoubleQuotes(std::string_view text) {
   std::string out;
-  out.reserve(text.size());
+  out.reserve(2 * text.size());  // never moved, so that a secret leaves no copy behind
   for (const char c : text) {
     if (std::string_view("\"$`\\").contains(c)) {
       out += '\\';

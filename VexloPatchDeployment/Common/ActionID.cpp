@@ -1,0 +1,207 @@
+#include "VexloPatchDeployment/Common/ActionID.h"
+
+#include <algorithm>
+#include <array>
+#include <ostream>
+#include <vector>
+
+#include "AgentLibraries/FileCodec/JSONReader.h"
+#include "AgentLibraries/FileCodec/JSONText.h"
+#include "VexloPatchDeployment/Common/Log.h"
+#include "VexloPatchDeployment/Common/Numbers.h"
+#include "VexloPatchDeployment/Common/Overloaded.h"
+
+namespace vexlo {
+namespace {
+
+struct ActionCode {
+  KnownAction action;
+  std::string_view code;
+  std::int64_t sortOrder;
+  std::string_view name;
+};
+
+constexpr std::array kActionCodes{
+    // in the enumeration's order
+    ActionCode{KnownAction::siliconBatteryPercentageCheck, "2001", 2001,
+               "siliconBatteryPercentageCheck"},
+    ActionCode{KnownAction::intelBatteryPercentageCheck, "2002", 2002,
+               "intelBatteryPercentageCheck"},
+    ActionCode{KnownAction::userLoggedInCheck, "2003", 2003, "userLoggedInCheck"},
+    ActionCode{KnownAction::multipleUserLoggedInCheck, "2004", 2004, "multipleUserLoggedInCheck"},
+    ActionCode{KnownAction::minimumDiskSpaceCheck, "2005", 2005, "minimumDiskSpaceCheck"},
+    ActionCode{KnownAction::macOSDeferCheck, "2006", 2006, "macOSDeferCheck"},
+    ActionCode{KnownAction::installMacOSUpdates, "2007", 2007, "installMacOSUpdates"},
+    ActionCode{KnownAction::applicationRunningCheck, "2008", 2008, "applicationRunningCheck"},
+    ActionCode{KnownAction::applicationRunningNotifier, "2009", 2009, "applicationRunningNotifier"},
+    ActionCode{KnownAction::installMacOSUpdatesUsingInstallAssistant, "2010", 2010,
+               "installMacOSUpdatesUsingInstallAssistant"},
+};
+static_assert(std::ranges::all_of(kActionCodes, [](const ActionCode& row) {
+  return &row - kActionCodes.data() == static_cast<std::ptrdiff_t>(row.action);
+}));
+
+constexpr std::int64_t kSortOrderWithoutNumber = 999999;
+constexpr std::string_view kUndefined = "undefined";
+constexpr std::string_view kUndefinedPayload = "_0";
+
+const ActionCode& rowOf(KnownAction action) {
+  return kActionCodes[static_cast<std::size_t>(action)];
+}
+
+ActionID::Value valueFor(std::string_view code) {
+  const auto* const row = std::ranges::find(kActionCodes, code, &ActionCode::code);
+  if (row == kActionCodes.end()) {
+    return UndefinedAction{std::string(code)};
+  }
+  return row->action;
+}
+
+/// Collects the recognised members of a serialized action. Of members with equal names the last
+/// one counts.
+class SerializedAction final : public FileCodec::JSONEvents {
+ public:
+  /// The action that was read; throws when there was not exactly one.
+  [[nodiscard]] ActionID action() const {
+    if (members_.size() != 1) {
+      throw ActionIDDecodingError("Invalid number of keys found, expected one.");
+    }
+    const Member& member = members_.front();
+    if (!member.isObject) {
+      throw ActionIDDecodingError(
+          text("Expected an object as the value of \"", member.name, "\"."));
+    }
+    if (member.name != kUndefined) {
+      return std::ranges::find(kActionCodes, member.name, &ActionCode::name)->action;
+    }
+    if (!member.payload) {
+      throw ActionIDDecodingError("Expected an object with a string \"_0\" under \"undefined\".");
+    }
+    return UndefinedAction{*member.payload};
+  }
+  [[nodiscard]] bool rootIsObject() const { return rootIsObject_; }
+
+  bool beginObject() override {
+    if (depth_ == 0) {
+      rootIsObject_ = true;
+    } else {
+      value(Kind::object, {});
+    }
+    ++depth_;
+    return true;
+  }
+  bool endObject() override {
+    --depth_;
+    return true;
+  }
+  bool beginArray() override {
+    value(Kind::other, {});
+    ++depth_;
+    return true;
+  }
+  bool endArray() override {
+    --depth_;
+    return true;
+  }
+  bool memberName(std::string_view name) override {
+    if (depth_ == 1) {
+      startMember(name);
+    } else if (depth_ == 2) {
+      inPayload_ = current_ != nullptr && current_->isObject && name == kUndefinedPayload;
+    }
+    return true;
+  }
+  bool string(std::string_view text) override { return value(Kind::string, text); }
+  bool number() override { return value(Kind::other, {}); }
+  bool boolean() override { return value(Kind::other, {}); }
+  bool null() override { return value(Kind::other, {}); }
+
+ private:
+  enum class Kind : std::uint8_t { object, string, other };
+  struct Member {
+    std::string name;
+    bool isObject = false;
+    std::optional<std::string> payload;
+  };
+
+  void startMember(std::string_view name) {
+    current_ = nullptr;
+    if (name != kUndefined &&
+        std::ranges::find(kActionCodes, name, &ActionCode::name) == kActionCodes.end()) {
+      return;
+    }
+    std::erase_if(members_, [&](const Member& member) { return member.name == name; });
+    current_ = &members_.emplace_back(Member{.name = std::string(name)});
+  }
+
+  bool value(Kind kind, std::string_view text) {
+    if (current_ != nullptr && depth_ == 1) {
+      current_->isObject = kind == Kind::object;
+    } else if (current_ != nullptr && depth_ == 2 && inPayload_) {
+      current_->payload = kind == Kind::string ? std::optional<std::string>(text) : std::nullopt;
+    }
+    return true;
+  }
+
+  std::vector<Member> members_;
+  Member* current_ = nullptr;  // the recognised member that is being read
+  int depth_ = 0;
+  bool inPayload_ = false;
+  bool rootIsObject_ = false;
+};
+
+}  // namespace
+
+ActionID::ActionID(std::string_view code) : value_(valueFor(code)) {}
+
+std::int64_t ActionID::sortOrder() const noexcept {
+  return std::visit(Overloaded{[](KnownAction action) { return rowOf(action).sortOrder; },
+                               [](const UndefinedAction& action) {
+                                 return parseInteger(action.code).value_or(kSortOrderWithoutNumber);
+                               }},
+                    value_);
+}
+
+std::string_view ActionID::code() const noexcept {
+  return std::visit(
+      Overloaded{[](KnownAction action) { return rowOf(action).code; },
+                 [](const UndefinedAction& action) { return std::string_view(action.code); }},
+      value_);
+}
+
+std::string ActionID::encode() const {
+  return std::visit(
+      Overloaded{[](KnownAction action) { return text("{\"", rowOf(action).name, "\":{}}"); },
+                 [](const UndefinedAction& action) {
+                   return text("{\"", kUndefined, "\":{\"", kUndefinedPayload,
+                               "\":", FileCodec::jsonString(action.code), "}}");
+                 }},
+      value_);
+}
+
+ActionID ActionID::decode(std::string_view json) {
+  SerializedAction serialized;
+  const FileCodec::JSONReading reading = FileCodec::readJSON(json, serialized);
+  if (reading.outcome == FileCodec::JSONOutcome::syntaxError) {
+    throw ActionIDDecodingError(text("line ", reading.line, ", column ", reading.column,
+                                     ": expected ", reading.expected, ", found ", reading.found));
+  }
+  if (!serialized.rootIsObject()) {
+    throw ActionIDDecodingError("Expected an object with one member.");
+  }
+  return serialized.action();
+}
+
+std::string describe(const ActionID& action) {
+  return std::visit(Overloaded{[](KnownAction known) { return std::string(rowOf(known).name); },
+                               [](const UndefinedAction& undefined) {
+                                 return text(kUndefined, "(\"", undefined.code, "\")");
+                               }},
+                    action.value());
+}
+
+std::ostream& operator<<(std::ostream& out, const ActionID& action) {
+  return out << describe(action);
+}
+
+}  // namespace vexlo

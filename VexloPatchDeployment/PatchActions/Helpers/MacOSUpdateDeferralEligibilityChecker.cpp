@@ -1,0 +1,29 @@
+#include "VexloPatchDeployment/PatchActions/Helpers/MacOSUpdateDeferralEligibilityChecker.h"
+
+#include <optional>
+#include <utility>
+
+#include "VexloPatchDeployment/Common/Log.h"
+
+namespace vexlo {
+namespace {
+
+constexpr LogTag kTag{"isDisabled()"};
+
+}  // namespace
+
+MacOSUpdateDeferralEligibilityChecker::MacOSUpdateDeferralEligibilityChecker(
+    std::shared_ptr<PlistManager> plistManager)
+    : plistManager_(std::move(plistManager)) {}
+
+bool MacOSUpdateDeferralEligibilityChecker::isDisabled() {
+  const std::optional<platform::PropertyList> value =
+      plistManager_->fetchValue("DisableMacOSUpdateDeferralCheck");
+  const bool* const flag = value ? value->as<bool>() : nullptr;
+  const bool disabled = flag != nullptr && *flag;
+  logInfo(kTag,
+          [&] { return text("macOS update deferral check disabled: ", disabled ? "Yes" : "No"); });
+  return disabled;
+}
+
+}  // namespace vexlo

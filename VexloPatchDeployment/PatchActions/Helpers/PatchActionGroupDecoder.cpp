@@ -1,0 +1,388 @@
+// Decodes the patch action file in one pass over its events, into the compact store.
+#include <algorithm>
+#include <array>
+#include <string>
+#include <string_view>
+#include <unordered_set>
+#include <utility>
+#include <vector>
+
+#include "AgentLibraries/FileCodec/DecodingError.h"
+#include "AgentLibraries/FileCodec/JSONReader.h"
+#include "VexloPatchDeployment/Common/Log.h"
+#include "VexloPatchDeployment/PatchActions/Helpers/PatchActionGroup.h"
+
+namespace vexlo {
+namespace {
+
+using FileCodec::DecodingError;
+using Entry = PatchActionStore::Entry;
+using Text = PatchActionStore::Text;
+
+constexpr std::string_view kProductServicePackActions = "ProductServicePackActions";
+constexpr std::string_view kPatchActions = "PatchActions";
+constexpr std::string_view kExclusionPatchIDs = "ExclusionPatchIDs";
+
+/// What a container of the document is, by its place.
+enum class Container : std::uint8_t {
+  document,        // not a container itself: the root value stands in it
+  root,            // { "ProductServicePackActions": …, "PatchActions": … }
+  products,        // { "ExclusionPatchIDs": […], product ID: … }
+  exclusionList,   // [ patch ID, … ]
+  servicePacks,    // { service-pack ID: … }
+  patches,         // { patch ID: … }
+  productActions,  // { action code: … } of a service pack
+  patchActions,    // { action code: … } of a patch
+  arguments,       // [ argument, … ]
+  ignored,         // anything under an unknown member of the root
+};
+
+/// What may stand at a place of the document.
+enum class Wanted : std::uint8_t { object, objectOrNull, arrayOfStrings, string, anything };
+
+std::string_view nameOf(Wanted wanted) {
+  switch (wanted) {
+    case Wanted::object:
+      return "an object";
+    case Wanted::objectOrNull:
+      return "an object or null";
+    case Wanted::arrayOfStrings:
+      return "an array of strings";
+    case Wanted::string:
+      return "a string";
+    case Wanted::anything:
+      return "any value";
+  }
+  std::unreachable();
+}
+
+/// Fills the store from the events. Stops at the first value of a wrong type, with the path of
+/// its place in `problem`.
+class Decoder final : public FileCodec::JSONEvents {
+ public:
+  Decoder(PatchActionStore& store, const std::string& file) : store_(store), file_(file) {
+    reserveForFile();
+  }
+
+  bool beginObject() override {
+    const Wanted wanted = wantedHere();
+    if (wanted != Wanted::object && wanted != Wanted::objectOrNull && wanted != Wanted::anything) {
+      return mismatch("an object");
+    }
+    enter(wanted == Wanted::anything ? Container::ignored : containerHere());
+    return true;
+  }
+
+  bool beginArray() override {
+    const Wanted wanted = wantedHere();
+    if (wanted != Wanted::arrayOfStrings && wanted != Wanted::anything) {
+      return mismatch("an array");
+    }
+    enter(wanted == Wanted::anything ? Container::ignored : containerHere());
+    return true;
+  }
+
+  bool memberName(std::string_view name) override {
+    if (here() != Container::ignored) {
+      levels_[depth_].member = keep(name);
+    }
+    return true;
+  }
+
+  bool string(std::string_view value) override {
+    const Wanted wanted = wantedHere();
+    if (wanted == Wanted::string) {
+      store_.texts.push_back(keep(value));
+      return true;
+    }
+    return wanted == Wanted::anything || mismatch("a string");
+  }
+
+  bool number() override { return scalar("a number"); }
+  bool boolean() override { return scalar("a Boolean"); }
+
+  bool null() override {
+    if (wantedHere() != Wanted::objectOrNull) {
+      return scalar("null");
+    }
+    if (member() == kPatchActions) {
+      forgetPatches();
+    } else {
+      forgetProducts();
+    }
+    return true;
+  }
+
+  bool endObject() override { return leave(); }
+  bool endArray() override { return leave(); }
+
+  /// Makes the names findable; to be called once, after the last event.
+  void makeIndexes() {
+    store_.patchIndex = NameIndex(store_.patches.size());
+    addAll(store_.patchIndex, store_.patches, {.first = 0, .count = size(store_.patches)});
+    store_.productIndex = NameIndex(store_.products.size());
+    addAll(store_.productIndex, store_.products, {.first = 0, .count = size(store_.products)});
+    store_.servicePackIndex = NameIndex(store_.servicePacks.size());
+    for (const Entry& product : store_.products) {
+      addAll(store_.servicePackIndex, store_.servicePacks,
+             {.first = product.first, .count = product.count});
+    }
+    const auto [first, count] = store_.exclusionPatchIDs;
+    store_.exclusionIndex = NameIndex(count);
+    for (std::uint32_t number = first; number < first + count; ++number) {
+      const std::string_view patchID = store_.at(store_.texts[number]);
+      store_.exclusionIndex.add(number, NameIndex::hash(patchID, 0), [&](std::uint32_t other) {
+        return store_.at(store_.texts[other]) == patchID;
+      });
+    }
+  }
+
+  /// The mismatch that stopped the reading.
+  [[nodiscard]] DecodingError problem() const {
+    return {file_, path(), std::string(nameOf(wanted_)), std::string(found_)};
+  }
+
+ private:
+  struct Level {
+    Container container = Container::document;
+    Text member;                // the name of the member that is being read
+    std::uint32_t first = 0;    // where the container's own entries or texts begin
+    std::uint32_t ignored = 0;  // containers open inside an ignored one
+  };
+
+  [[nodiscard]] Container here() const { return levels_[depth_].container; }
+  [[nodiscard]] std::string_view member() const { return store_.at(levels_[depth_].member); }
+
+  /// What may stand at the place reached.
+  [[nodiscard]] Wanted wantedHere() const {
+    switch (here()) {
+      case Container::document:
+      case Container::servicePacks:
+      case Container::patches:
+        return Wanted::object;
+      case Container::root:
+        return member() == kProductServicePackActions || member() == kPatchActions
+                   ? Wanted::objectOrNull
+                   : Wanted::anything;
+      case Container::products:
+        return member() == kExclusionPatchIDs ? Wanted::arrayOfStrings : Wanted::object;
+      case Container::productActions:
+      case Container::patchActions:
+        return Wanted::arrayOfStrings;
+      case Container::exclusionList:
+      case Container::arguments:
+        return Wanted::string;
+      case Container::ignored:
+        return Wanted::anything;
+    }
+    std::unreachable();
+  }
+
+  /// The container that begins at the place reached, when it has the wanted type.
+  [[nodiscard]] Container containerHere() const {
+    switch (here()) {
+      case Container::document:
+        return Container::root;
+      case Container::root:
+        return member() == kPatchActions ? Container::patches : Container::products;
+      case Container::products:
+        return member() == kExclusionPatchIDs ? Container::exclusionList : Container::servicePacks;
+      case Container::servicePacks:
+        return Container::productActions;
+      case Container::patches:
+        return Container::patchActions;
+      case Container::productActions:
+      case Container::patchActions:
+        return Container::arguments;
+      case Container::exclusionList:
+      case Container::arguments:
+      case Container::ignored:
+        return Container::ignored;
+    }
+    std::unreachable();
+  }
+
+  void enter(Container container) {
+    if (container == Container::ignored && here() == Container::ignored) {
+      ++levels_[depth_].ignored;
+      return;
+    }
+    levels_[++depth_] = {.container = container};
+    std::uint32_t& first = levels_[depth_].first;
+    switch (container) {
+      case Container::products:
+        forgetProducts();
+        store_.hasProductServicePackActions = true;
+        break;
+      case Container::patches:
+        forgetPatches();
+        store_.hasPatchActions = true;
+        break;
+      case Container::servicePacks:
+        first = size(store_.servicePacks);
+        break;
+      case Container::productActions:
+      case Container::patchActions:
+        first = size(store_.actions);
+        break;
+      case Container::arguments:
+      case Container::exclusionList:
+        first = size(store_.texts);
+        break;
+      case Container::document:
+      case Container::root:
+      case Container::ignored:
+        break;
+    }
+  }
+
+  bool leave() {
+    if (here() == Container::ignored && levels_[depth_].ignored > 0) {
+      --levels_[depth_].ignored;
+      return true;
+    }
+    const Level ended = levels_[depth_--];
+    const Text name = levels_[depth_].member;
+    switch (ended.container) {
+      case Container::exclusionList:
+        store_.exclusionPatchIDs = {.first = ended.first,
+                                    .count = size(store_.texts) - ended.first};
+        break;
+      case Container::servicePacks:
+        store_.products.push_back({name, ended.first, size(store_.servicePacks) - ended.first});
+        break;
+      case Container::productActions:
+        keepLastOfEachAction(ended.first);
+        store_.servicePacks.push_back({name, ended.first, size(store_.actions) - ended.first});
+        break;
+      case Container::patchActions:
+        keepLastOfEachAction(ended.first);
+        store_.patches.push_back({name, ended.first, size(store_.actions) - ended.first});
+        break;
+      case Container::arguments:
+        store_.actions.push_back({name, ended.first, size(store_.texts) - ended.first});
+        break;
+      case Container::document:
+      case Container::root:
+      case Container::products:
+      case Container::patches:
+      case Container::ignored:
+        break;
+    }
+    return true;
+  }
+
+  /// Removes the actions from `first` on whose code occurs again later.
+  void keepLastOfEachAction(std::uint32_t first) {
+    const auto code = [this](const Entry& action) { return store_.at(action.name); };
+    const auto begin = store_.actions.begin() + first;
+    const auto notAscending = [&](const Entry& a, const Entry& b) { return code(a) >= code(b); };
+    if (std::adjacent_find(begin, store_.actions.end(), notAscending) == store_.actions.end()) {
+      return;  // strictly ascending, as files usually are: nothing occurs twice
+    }
+    std::unordered_set<std::string_view> later;
+    const auto kept =
+        std::remove_if(store_.actions.rbegin(), std::make_reverse_iterator(begin),
+                       [&](const Entry& action) { return !later.insert(code(action)).second; });
+    store_.actions.erase(begin, kept.base());
+  }
+
+  void forgetProducts() {
+    store_.hasProductServicePackActions = false;
+    store_.products.clear();
+    store_.servicePacks.clear();
+    store_.exclusionPatchIDs = {};
+  }
+
+  void forgetPatches() {
+    store_.hasPatchActions = false;
+    store_.patches.clear();
+  }
+
+  bool scalar(std::string_view found) {
+    return wantedHere() == Wanted::anything || mismatch(found);
+  }
+
+  bool mismatch(std::string_view found) {
+    wanted_ = wantedHere();
+    found_ = found;
+    return false;
+  }
+
+  /// Such as "ProductServicePackActions › 1201 › 2301 › 2005 › [0]".
+  [[nodiscard]] std::string path() const {
+    std::string out;
+    for (std::size_t level = 1; level <= depth_; ++level) {
+      const std::string_view separator = out.empty() ? "" : " › ";
+      const bool isList = levels_[level].container == Container::arguments ||
+                          levels_[level].container == Container::exclusionList;
+      out += isList ? text(separator, '[', store_.texts.size() - levels_[level].first, ']')
+                    : text(separator, store_.at(levels_[level].member));
+    }
+    return out;
+  }
+
+  /// The text's place in the file, or in the decoded escapes when it was written with some.
+  Text keep(std::string_view value) {
+    const auto length = static_cast<std::uint32_t>(value.size());
+    const char* const begin = store_.file.data();
+    if (value.data() >= begin && value.data() < begin + store_.file.size()) {
+      return {static_cast<std::uint32_t>(value.data() - begin), length};
+    }
+    const std::size_t offset = store_.file.size() + store_.decodedEscapes.size();
+    store_.decodedEscapes += value;
+    return {static_cast<std::uint32_t>(offset), length};
+  }
+
+  /// Address space for a densely written file, so that the arrays rarely move; pages that stay
+  /// unused cost no memory.
+  void reserveForFile() {
+    const std::size_t bytes = store_.file.size();
+    store_.texts.reserve(bytes / 8);
+    store_.actions.reserve(bytes / 16);
+    store_.patches.reserve(bytes / 32);
+    store_.servicePacks.reserve(bytes / 32);
+  }
+
+  template <typename Element>
+  [[nodiscard]] static std::uint32_t size(const std::vector<Element>& elements) {
+    return static_cast<std::uint32_t>(elements.size());  // fewer than the file has bytes
+  }
+
+  void addAll(NameIndex& index, const std::vector<Entry>& entries, PatchActionStore::Run run) {
+    for (std::uint32_t number = run.first; number < run.first + run.count; ++number) {
+      const std::string_view name = store_.at(entries[number].name);
+      index.add(number, NameIndex::hash(name, run.first), [&](std::uint32_t other) {
+        return other >= run.first && store_.at(entries[other].name) == name;
+      });
+    }
+  }
+
+  PatchActionStore& store_;
+  const std::string& file_;
+  std::array<Level, 8> levels_{};  // a document that decodes is at most six levels deep
+  std::size_t depth_ = 0;
+  Wanted wanted_ = Wanted::anything;
+  std::string_view found_;
+};
+
+}  // namespace
+
+PatchActionGroup PatchActionGroup::decode(std::string text, const std::string& file) {
+  PatchActionStore store;
+  store.file = std::move(text);
+  Decoder decoder(store, file);
+  const FileCodec::JSONReading reading = FileCodec::readJSON(store.file, decoder);
+  switch (reading.outcome) {
+    case FileCodec::JSONOutcome::complete:
+      break;
+    case FileCodec::JSONOutcome::stoppedByEvents:
+      throw decoder.problem();
+    case FileCodec::JSONOutcome::syntaxError:
+      throw FileCodec::syntaxError(file, reading);
+  }
+  decoder.makeIndexes();
+  return PatchActionGroup(std::move(store));
+}
+
+}  // namespace vexlo

@@ -1,0 +1,41 @@
+#include "VexloPatchDeployment/PatchActions/Helpers/PatchActionJSONParser.h"
+
+#include <exception>
+#include <utility>
+
+#include "AgentLibraries/FileCodec/JSONManager.h"
+#include "VexloPatchDeployment/Common/AgentPaths.h"
+#include "VexloPatchDeployment/Common/Log.h"
+
+namespace vexlo {
+namespace {
+
+constexpr LogTag kTag{"cachedPatchActionGroup"};
+constexpr std::string_view kFileUnderBase = "/client-data/patch-resources/mac-patch-actions.json";
+
+PatchActionJSONParser::Outcome readFile(const std::string& path) {
+  try {
+    FileCodec::JSONManager<PatchActionGroup> manager(path);
+    return std::make_shared<const PatchActionGroup>(std::move(manager).data());
+  } catch (const std::exception& error) {
+    logError(kTag, [&] { return text("Unable to parse ", path, ". Error: ", error.what(), "."); });
+    return std::unexpected(PatchActionFileError(error.what()));
+  }
+}
+
+}  // namespace
+
+PatchActionJSONParser& PatchActionJSONParser::shared() {
+  static PatchActionJSONParser parser(agentBaseFile(kFileUnderBase));
+  return parser;
+}
+
+PatchActionJSONParser::PatchActionJSONParser(std::string jsonPath)
+    : jsonPath_(std::move(jsonPath)) {}
+
+const PatchActionJSONParser::Outcome& PatchActionJSONParser::cachedPatchActionGroup() {
+  std::call_once(read_, [this] { outcome_ = readFile(jsonPath_); });
+  return *outcome_;
+}
+
+}  // namespace vexlo

@@ -1,0 +1,88 @@
+#include "VexloPatchDeployment/PatchActions/Helpers/PatchActionProvider.h"
+
+#include <algorithm>
+#include <optional>
+#include <string_view>
+#include <tuple>
+#include <utility>
+
+#include "VexloPatchDeployment/Common/Log.h"
+#include "VexloPatchDeployment/Common/TextForms.h"
+
+namespace vexlo {
+namespace {
+
+constexpr LogTag kTag{"actionDetails()"};
+
+void append(std::vector<ActionDetail>& details, const std::optional<ActionMap>& actions,
+            ActionOrigin origin) {
+  if (actions) {
+    for (const ActionEntry& action : *actions) {
+      details.push_back({ActionID(action.code), action.arguments, origin});
+    }
+  }
+}
+
+/// Orders the actions; where one occurs twice, the later detail, the patch's own, replaces the
+/// earlier one.
+void orderAndMerge(std::vector<ActionDetail>& details) {
+  const auto key = [](const ActionDetail& detail) {
+    return std::tuple(detail.actionID.sortOrder(), detail.actionID.code());
+  };
+  std::ranges::stable_sort(details, {}, key);
+  const auto sameAction = [](const ActionDetail& a, const ActionDetail& b) {
+    return a.actionID == b.actionID;
+  };
+  // unique keeps the first of a run of equals: walked from the back, that is the last.
+  const auto kept = std::unique(details.rbegin(), details.rend(), sameAction);
+  details.erase(details.begin(), kept.base());
+}
+
+/// `[minimumDiskSpaceCheck: ["20"], undefined("3001"): []]`; `[:]` when there are none.
+std::string mapText(const std::vector<ActionDetail>& details) {
+  std::string out = "[";
+  for (std::string_view separator; const ActionDetail& detail : details) {
+    out += text(separator, describe(detail.actionID), ": ", listText(detail.arguments));
+    separator = ", ";
+  }
+  return out += details.empty() ? ":]" : "]";
+}
+
+}  // namespace
+
+PatchActionProvider::PatchActionProvider(PatchIdentifier patchIdentifier,
+                                         std::shared_ptr<const PatchActionGroup> patchActionGroup)
+    : patchIdentifier_(std::move(patchIdentifier)),
+      patchActionGroup_(std::move(patchActionGroup)) {}
+
+bool PatchActionProvider::isExempt() const {
+  const auto productActions = patchActionGroup_->productServicePackActions();
+  return productActions && productActions->isExempt(patchIdentifier_.patchID());
+}
+
+std::vector<ActionDetail> PatchActionProvider::actionDetails() const {
+  std::vector<ActionDetail> details;
+  const bool exempt = isExempt();
+  const auto productActions = patchActionGroup_->productServicePackActions();
+  if (productActions && !exempt) {
+    append(details,
+           productActions->actions(patchIdentifier_.productID(), patchIdentifier_.servicePackID()),
+           ActionOrigin::product);
+  }
+  if (const auto patchActions = patchActionGroup_->patchActions()) {
+    append(details, patchActions->actions(patchIdentifier_.patchID()), ActionOrigin::patch);
+  }
+  orderAndMerge(details);
+
+  logInfo(kTag, [&] {
+    return exempt ? text(
+                        "Patch is defined in exclusionPatchIDs. Using only PatchActions define for "
+                        "patchID: ",
+                        mapText(details), ".")
+                  : text("Applicable actions for patchID: ", patchIdentifier_.patchID(), ": ",
+                         mapText(details), ".");
+  });
+  return details;
+}
+
+}  // namespace vexlo

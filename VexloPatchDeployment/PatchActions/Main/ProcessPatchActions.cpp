@@ -1,0 +1,408 @@
+#include "VexloPatchDeployment/PatchActions/Main/ProcessPatchActions.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <map>
+#include <utility>
+
+#include "AgentLibraries/vxutils/GlobalVars.h"
+#include "VexloPatchDeployment/Common/Log.h"
+#include "VexloPatchDeployment/Common/Numbers.h"
+#include "VexloPatchDeployment/Common/Overloaded.h"
+#include "VexloPatchDeployment/Common/TextForms.h"
+#include "VexloPatchDeployment/Installers/InstallAssistantUpgradeInstaller/IntelUpgradeInstaller.h"
+#include "VexloPatchDeployment/Installers/InstallAssistantUpgradeInstaller/SiliconUpgradeInstaller.h"
+#include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Main/IntelSoftwareUpdateInstaller.h"
+#include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Main/SiliconSoftwareUpdateInstaller.h"
+#include "VexloPatchDeployment/PatchActions/Helpers/PatchActionJSONParser.h"
+#include "VexloPatchDeployment/PatchActions/Helpers/PatchActionProvider.h"
+#include "VexloPatchDeployment/PatchActions/Main/PatchProcessingDependencies.h"
+
+namespace vexlo {
+namespace {
+
+constexpr LogTag kInitTag{"init(for:)"};
+constexpr LogTag kExecuteTag{"execute(for:)"};
+constexpr LogTag kDispatchTag{"execute(for:using:)"};
+constexpr LogTag kSiliconBatteryTag{"hasMinimumBatteryForSiliconMachine(for:using:)"};
+constexpr LogTag kIntelBatteryTag{"hasMinimumBatteryForIntelMachine(for:using:)"};
+constexpr LogTag kUserLoggedInTag{"isUserLoggedIn()"};
+constexpr LogTag kMultipleUsersTag{"isMultipleUsersLoggedIn()"};
+constexpr LogTag kDiskSpaceTag{"hasMinimumDiskSpace(for:using:)"};
+constexpr LogTag kDeferralTag{"isMacOSUpdateDeferred(for:using:)"};
+constexpr LogTag kInstallTag{"installmacOSUpdates(for:using:)"};
+constexpr LogTag kUpgradeTag{"installMacOSUpdatesUsingInstallAssistant(for:using:)"};
+constexpr LogTag kRunningTag{"applicationRunningCheck(for:using:)"};
+
+constexpr std::int64_t kBytesPerGigabyte = 1'000'000'000;
+constexpr std::int64_t kDefaultPromptMinutes = 15;
+constexpr std::int64_t kSecondsPerMinute = 60;
+constexpr std::int64_t kPromptGraceSeconds = 30;
+
+std::shared_ptr<const PatchActionGroup> decodedFileFor(const PatchIdentifier& patch) {
+  const PatchActionJSONParser::Outcome& outcome =
+      PatchActionJSONParser::shared().cachedPatchActionGroup();
+  if (!outcome) {
+    logError(kInitTag, [&] {
+      return text("Unable to evaluate patch actions for patchID: ", patch.patchID(),
+                  ". Error: ", outcome.error().what(), ".");
+    });
+    throw outcome.error();
+  }
+  return *outcome;
+}
+
+std::optional<std::int64_t> firstAsInteger(const std::vector<std::string>& arguments) {
+  return arguments.empty() ? std::nullopt : parseInteger(arguments.front());
+}
+
+std::string joined(const std::vector<std::string>& pieces, std::string_view separator) {
+  std::string out;
+  for (std::string_view between; const std::string& piece : pieces) {
+    out += text(between, piece);
+    between = separator;
+  }
+  return out;
+}
+
+/// How long the prompt is waited for: the minutes of its own countdown and a little more.
+std::int64_t promptTimeoutSeconds(
+    const std::optional<RunningAppPromptCustomization>& customization) {
+  const std::optional<std::int64_t> minutes =
+      customization ? customization->skipTimerCount : std::nullopt;
+  return saturatingSum(
+      saturatingProduct(minutes.value_or(kDefaultPromptMinutes), kSecondsPerMinute),
+      kPromptGraceSeconds);
+}
+
+}  // namespace
+
+/// The patch's actions in their order, kept for the processor's life.
+class ProcessPatchActions::ApplicableActions {
+ public:
+  explicit ApplicableActions(std::vector<ActionDetail> details) : details_(std::move(details)) {}
+
+  [[nodiscard]] const std::vector<ActionDetail>& details() const { return details_; }
+
+  /// The action's arguments; absent when it isn't among the actions.
+  [[nodiscard]] std::optional<Arguments> argumentsOf(const ActionID& action) const {
+    const auto found = std::ranges::find(details_, action, &ActionDetail::actionID);
+    if (found == details_.end()) {
+      return std::nullopt;
+    }
+    return Arguments(found->arguments.begin(), found->arguments.end());
+  }
+
+ private:
+  std::vector<ActionDetail> details_;
+};
+
+ProcessPatchActions::ProcessPatchActions(PatchIdentifier patchIdentifier)
+    : patchIdentifier_(std::move(patchIdentifier)),
+      patchActionGroup_(decodedFileFor(patchIdentifier_)),
+      dependencies_(std::make_unique<DefaultPatchProcessingDependencies>()) {}
+
+ProcessPatchActions::ProcessPatchActions(PatchIdentifier patchIdentifier,
+                                         std::shared_ptr<const PatchActionGroup> patchActionGroup)
+    : ProcessPatchActions(std::move(patchIdentifier), std::move(patchActionGroup),
+                          std::make_unique<DefaultPatchProcessingDependencies>()) {}
+
+ProcessPatchActions::ProcessPatchActions(PatchIdentifier patchIdentifier,
+                                         std::shared_ptr<const PatchActionGroup> patchActionGroup,
+                                         std::unique_ptr<PatchProcessingDependencies> dependencies)
+    : patchIdentifier_(std::move(patchIdentifier)),
+      patchActionGroup_(std::move(patchActionGroup)),
+      dependencies_(std::move(dependencies)) {}
+
+ProcessPatchActions::~ProcessPatchActions() = default;
+
+const ProcessPatchActions::ApplicableActions& ProcessPatchActions::applicableActions() {
+  if (!applicableActions_) {
+    applicableActions_ = std::make_unique<const ApplicableActions>(
+        PatchActionProvider(patchIdentifier_, patchActionGroup_).actionDetails());
+  }
+  return *applicableActions_;
+}
+
+std::optional<std::vector<std::string>> ProcessPatchActions::arguments(const ActionID& action) {
+  return applicableActions().argumentsOf(action);
+}
+
+PatchActionResult ProcessPatchActions::execute() {
+  for (const ActionDetail& detail : applicableActions().details()) {
+    PatchActionResult result = execute(detail.actionID);
+    if (result.outcome != PatchActionResult::Outcome::success) {
+      return result;
+    }
+  }
+  return PatchActionResult::success();
+}
+
+PatchActionResult ProcessPatchActions::execute(const ActionID& action) {
+  const std::optional<Arguments> arguments = applicableActions().argumentsOf(action);
+  if (!arguments) {
+    logDebug(kExecuteTag, [&] {
+      return text("No action details found for actionID: ", describe(action),
+                  ", considering as success.");
+    });
+    return PatchActionResult::success();
+  }
+  PatchActionResult result = execute(action, *arguments);
+  logInfo(kExecuteTag, [&] {
+    return text("Patch action result for action detail (actionID: ", describe(action),
+                ", arguments: ", listText(*arguments), ") : ", describe(result), ".");
+  });
+  return result;
+}
+
+PatchActionResult ProcessPatchActions::execute(const ActionID& action, const Arguments& arguments) {
+  const auto nothingToRun = [&](std::string_view why) {
+    logError(kDispatchTag, [&] {
+      return text("ActionID ", describe(action), ":", listText(arguments), " not ", why,
+                  ", considering as success.");
+    });
+    return PatchActionResult::success();
+  };
+  const auto runKnown = [&](KnownAction known) {
+    switch (known) {
+      case KnownAction::siliconBatteryPercentageCheck:
+        return hasMinimumBatteryForSiliconMachine(action, arguments);
+      case KnownAction::intelBatteryPercentageCheck:
+        return hasMinimumBatteryForIntelMachine(action, arguments);
+      case KnownAction::userLoggedInCheck:
+        return isUserLoggedIn();
+      case KnownAction::multipleUserLoggedInCheck:
+        return isMultipleUsersLoggedIn();
+      case KnownAction::minimumDiskSpaceCheck:
+        return hasMinimumDiskSpace(action, arguments);
+      case KnownAction::macOSDeferCheck:
+        return isMacOSUpdateDeferred(action, arguments);
+      case KnownAction::installMacOSUpdates:
+        return installmacOSUpdates(action, arguments);
+      case KnownAction::applicationRunningCheck:
+        return applicationRunningCheck(action, arguments);
+      case KnownAction::applicationRunningNotifier:
+        return nothingToRun("implemented");
+      case KnownAction::installMacOSUpdatesUsingInstallAssistant:
+        return installMacOSUpdatesUsingInstallAssistant(action, arguments);
+    }
+    std::unreachable();
+  };
+  return std::visit(
+      Overloaded{runKnown, [&](const UndefinedAction&) { return nothingToRun("defined"); }},
+      action.value());
+}
+
+PatchActionResult ProcessPatchActions::hasMinimumBatteryForSiliconMachine(
+    const ActionID& action, const Arguments& arguments) {
+  if (!vxutils::gv_globvars.isAppleSiliconMachine()) {
+    logInfo(kSiliconBatteryTag, [&] {
+      return text("Its not an Apple Silicon machine, skipping actionID: ", describe(action), ".");
+    });
+    return PatchActionResult::success();
+  }
+  return hasMinimumBattery(kSiliconBatteryTag, action, arguments);
+}
+
+PatchActionResult ProcessPatchActions::hasMinimumBatteryForIntelMachine(
+    const ActionID& action, const Arguments& arguments) {
+  if (vxutils::gv_globvars.isAppleSiliconMachine()) {
+    logInfo(kIntelBatteryTag, [&] {
+      return text("Its an Apple Silicon machine, skipping actionID: ", describe(action), ".");
+    });
+    return PatchActionResult::success();
+  }
+  return hasMinimumBattery(kIntelBatteryTag, action, arguments);
+}
+
+PatchActionResult ProcessPatchActions::hasMinimumBattery(const LogCore::LogTag& tag,
+                                                         const ActionID& action,
+                                                         const Arguments& arguments) {
+  const std::optional<std::int64_t> minimumPercent = firstAsInteger(arguments);
+  if (!minimumPercent) {
+    logInfo(tag, [&] {
+      return text("Unable to get minimum battery percentage for actionID: ", describe(action),
+                  ", considering as failure.");
+    });
+    return PatchActionResult::applyLater(PlainReason::inSufficientArguments);
+  }
+  return dependencies_->batteryLevelChecker().hasMinimumBattery(*minimumPercent)
+             ? PatchActionResult::success()
+             : PatchActionResult::applyLater(PlainReason::inSufficientBattery);
+}
+
+PatchActionResult ProcessPatchActions::isUserLoggedIn() {
+  if (dependencies_->mdmPatchingStatusChecker().isEnabled()) {
+    logInfo(kUserLoggedInTag,
+            [] { return "MDM patching is enabled, Skipping user logged in check."; });
+    return PatchActionResult::success();
+  }
+  return dependencies_->userLoginStatusChecker().isUserLoggedIn()
+             ? PatchActionResult::success()
+             : PatchActionResult::applyLater(PlainReason::userNotLoggedIn);
+}
+
+PatchActionResult ProcessPatchActions::isMultipleUsersLoggedIn() {
+  if (dependencies_->mdmPatchingStatusChecker().isEnabled()) {
+    logInfo(kMultipleUsersTag,
+            [] { return "MDM patching is enabled, Skipping multiple logged in check."; });
+    return PatchActionResult::success();
+  }
+  return dependencies_->userLoginStatusChecker().isSingleUserLoggedIn()
+             ? PatchActionResult::success()
+             : PatchActionResult::applyLater(PlainReason::multipleUsersLoggedIn);
+}
+
+PatchActionResult ProcessPatchActions::hasMinimumDiskSpace(const ActionID& action,
+                                                           const Arguments& arguments) {
+  const std::optional<std::int64_t> gigabytes = firstAsInteger(arguments);
+  if (!gigabytes) {
+    logInfo(kDiskSpaceTag, [&] {
+      return text("Unable to get minimum disk space for actionID: ", describe(action),
+                  ", considering as failure.");
+    });
+    return PatchActionResult::applyLater(PlainReason::inSufficientArguments);
+  }
+  const std::int64_t requiredBytes = saturatingProduct(*gigabytes, kBytesPerGigabyte);
+  return dependencies_->diskSpaceChecker().hasMinimumFreeSpace(requiredBytes)
+             ? PatchActionResult::success()
+             : PatchActionResult::applyLater(PlainReason::inSufficientDiskSpaceForSoftwareUpdate);
+}
+
+PatchActionResult ProcessPatchActions::isMacOSUpdateDeferred(const ActionID& action,
+                                                             const Arguments& arguments) {
+  if (!dependencies_->mdmStatus().isMDMEnrolled()) {
+    logInfo(kDeferralTag,
+            [] { return "Machine not enrolled in MDM yet, skipping macOS defer check."; });
+    return PatchActionResult::success();
+  }
+  if (dependencies_->deferralEligibilityChecker().isDisabled()) {
+    return PatchActionResult::success();
+  }
+  if (dependencies_->mdmPatchingStatusChecker().isEnabled()) {
+    logInfo(kDeferralTag, [] { return "MDM patching is enabled, Skipping macOS defer check."; });
+    return PatchActionResult::success();
+  }
+  if (arguments.empty()) {
+    logInfo(kDeferralTag, [&] {
+      return text("Unable to get macOS version for actionID: ", describe(action),
+                  ", considering as failure.");
+    });
+    return PatchActionResult::applyLater(PlainReason::inSufficientArguments);
+  }
+  if (!dependencies_->appleSoftwareUpdateConnectivityChecker().isAppleSoftwareUpdateReachable()) {
+    logError(kDeferralTag, [] {
+      return "Apple softwareupdate is not reachable, skipping macOSDeferCheck, considering as "
+             "failure.";
+    });
+    return PatchActionResult::applyLater(PlainReason::softwareUpdateUnreachable);
+  }
+  MacOSUpdateDeferral deferral =
+      dependencies_->macOSUpdateDeferralChecker().isMacOSUpdateDeferred(arguments.front());
+  if (!deferral.isDeferred) {
+    return PatchActionResult::applyLater(PlainReason::softwareUpdateUnreachable);
+  }
+  return *deferral.isDeferred
+             ? PatchActionResult::applyLater(MacOSUpdateIsDeferred{std::move(deferral.date)})
+             : PatchActionResult::success();
+}
+
+PatchActionResult ProcessPatchActions::installmacOSUpdates(const ActionID& /*action*/,
+                                                           const Arguments& arguments) {
+  if (arguments.size() < 2) {
+    logError(kInstallTag, [&] {
+      return text("Unable to perform macOS update/upgrade, not enough arguments. Arguments ",
+                  listText(arguments), ".");
+    });
+    return PatchActionResult::applyLater(PlainReason::inSufficientArguments);
+  }
+  const auto installerDependencies = dependencies_->softwareUpdateInstallerDependencies();
+  if (!installerDependencies) {
+    return PatchActionResult::applyLater(PlainReason::unableToGetAgentServiceConnection);
+  }
+  const std::string& version = arguments[0];
+  const std::string& macOSLabel = arguments[1];
+  return vxutils::gv_globvars.isAppleSiliconMachine()
+             ? SiliconSoftwareUpdateInstaller(version, macOSLabel, installerDependencies)
+                   .installMacOS()
+             : IntelSoftwareUpdateInstaller(version, macOSLabel, installerDependencies)
+                   .installMacOS();
+}
+
+PatchActionResult ProcessPatchActions::installMacOSUpdatesUsingInstallAssistant(
+    const ActionID& /*action*/, const Arguments& arguments) {
+  if (arguments.empty()) {
+    logError(kUpgradeTag, [&] {
+      return text(
+          "Unable to perform macOS update/upgrade using InstallAssistant, not enough "
+          "arguments. Arguments ",
+          listText(arguments), ".");
+    });
+    return PatchActionResult::applyLater(PlainReason::inSufficientArguments);
+  }
+  const auto installerDependencies = dependencies_->upgradeInstallerDependencies();
+  if (!installerDependencies) {
+    return PatchActionResult::applyLater(PlainReason::unableToGetAgentServiceConnection);
+  }
+  const std::string& appPath = arguments.front();
+  return vxutils::gv_globvars.isAppleSiliconMachine()
+             ? SiliconUpgradeInstaller(appPath, installerDependencies).installMacOS()
+             : IntelUpgradeInstaller(appPath, installerDependencies).installMacOS();
+}
+
+PatchActionResult ProcessPatchActions::applicationRunningCheck(const ActionID& /*action*/,
+                                                               const Arguments& bundleIDs) {
+  if (bundleIDs.empty()) {
+    logError(kRunningTag, [&] {
+      return text("Unable to perform application running check, not enough arguments. Arguments ",
+                  listText(bundleIDs), ".");
+    });
+    return PatchActionResult::applyLater(PlainReason::inSufficientArguments);
+  }
+  if (!dependencies_->runningAppDetector().isAnyAppRunning(bundleIDs)) {
+    return PatchActionResult::success();
+  }
+  if (dependencies_->runningAppPolicy().isAlwaysKillAppsEnabled()) {
+    dependencies_->appKiller().killApps(bundleIDs);
+    return PatchActionResult::success();
+  }
+  if (!dependencies_->runningAppPolicy().isPromptEnabled()) {
+    return PatchActionResult::applyLater(PlainReason::appIsRunning);
+  }
+
+  std::map<std::string, std::string> applications;
+  for (const std::string& bundleID : bundleIDs) {
+    if (auto details = dependencies_->runningAppDetailsProvider().appDetails(bundleID)) {
+      applications.insert_or_assign(bundleID, std::move(details->appName));
+    }
+  }
+  if (applications.empty()) {
+    logError(kRunningTag, [&] {
+      return text("Unable to obtain app names for the following bundle IDs: ", listText(bundleIDs),
+                  ". Considering as no app is running.");
+    });
+    return PatchActionResult::success();
+  }
+
+  const RunningAppPromptEvaluation evaluation = dependencies_->runningAppPromptEvaluator().evaluate(
+      joined(bundleIDs, ","), patchIdentifier_.patchID());
+  if (evaluation.decision == RunningAppPromptDecision::skipDeployment) {
+    return PatchActionResult::applyLater(PlainReason::appIsRunning);
+  }
+  dependencies_->runningAppPromptCleaner().clean();
+  const std::int64_t timeout = promptTimeoutSeconds(
+      dependencies_->runningAppPromptCustomizationProvider().customizationData());
+  std::vector<std::string> names;
+  for (const auto& [bundleID, appName] : applications) {
+    names.push_back(appName);
+  }
+  if (!dependencies_->runningAppPromptPresenter().requestUserAcknowledgement(names, evaluation,
+                                                                             timeout)) {
+    return PatchActionResult::applyLater(PlainReason::appIsRunning);
+  }
+  dependencies_->appKiller().killApps(bundleIDs);
+  return PatchActionResult::success(
+      GotUserAcknowledgementForPatchingRunningApplications{std::move(applications)});
+}
+
+}  // namespace vexlo

@@ -1,0 +1,86 @@
+// Runs the actions of one patch: the library's entry point.
+#pragma once
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "VexloPatchDeployment/Common/ActionID.h"
+#include "VexloPatchDeployment/Common/Export.h"
+#include "VexloPatchDeployment/Common/PatchActionFileError.h"
+#include "VexloPatchDeployment/Common/PatchActionResult.h"
+#include "VexloPatchDeployment/Common/PatchIdentifier.h"
+
+namespace LogCore {
+struct LogTag;
+}
+
+namespace vexlo {
+
+class PatchActionGroup;
+class PatchProcessingDependencies;
+
+/// Runs single actions of one patch and tells what came of each. Everything happens on the
+/// calling thread and may take hours (an installation); one processor is for one thread at a
+/// time. The actions that apply are worked out on the first question and kept; all else is asked
+/// afresh by every `execute`.
+class VEXLO_EXPORT ProcessPatchActions {
+ public:
+  /// Takes the patch action file from the process's cache, which reads it once. Throws
+  /// `PatchActionFileError` when it could not be read or decoded; nothing throws afterwards.
+  explicit ProcessPatchActions(PatchIdentifier patchIdentifier);
+  virtual ~ProcessPatchActions();
+  ProcessPatchActions(const ProcessPatchActions&) = delete;
+  ProcessPatchActions& operator=(const ProcessPatchActions&) = delete;
+
+  /// Runs one action; running it twice runs it twice. An action that doesn't apply to the patch
+  /// counts as passed. A pre-condition that isn't met, and missing or unusable arguments, give
+  /// `applyLater`; `failure` comes from installers only.
+  virtual PatchActionResult execute(const ActionID& action);
+
+  /// The action's arguments for this patch; absent when it doesn't apply, empty when it applies
+  /// without arguments.
+  virtual std::optional<std::vector<std::string>> arguments(const ActionID& action);
+
+ protected:
+  /// For a file that is decoded already, with production collaborators.
+  ProcessPatchActions(PatchIdentifier patchIdentifier,
+                      std::shared_ptr<const PatchActionGroup> patchActionGroup);
+  /// The same with other collaborators. Nothing is null.
+  ProcessPatchActions(PatchIdentifier patchIdentifier,
+                      std::shared_ptr<const PatchActionGroup> patchActionGroup,
+                      std::unique_ptr<PatchProcessingDependencies> dependencies);
+
+  /// Runs all applicable actions in order, up to the first that is no success, and returns that
+  /// one's result; `success` without a description when all passed.
+  virtual PatchActionResult execute();
+
+ private:
+  class ApplicableActions;
+  using Arguments = std::vector<std::string>;
+
+  [[nodiscard]] const ApplicableActions& applicableActions();
+
+  PatchActionResult execute(const ActionID& action, const Arguments& arguments);
+  PatchActionResult hasMinimumBatteryForSiliconMachine(const ActionID& action,
+                                                       const Arguments& arguments);
+  PatchActionResult hasMinimumBatteryForIntelMachine(const ActionID& action,
+                                                     const Arguments& arguments);
+  PatchActionResult hasMinimumBattery(const LogCore::LogTag& tag, const ActionID& action,
+                                      const Arguments& arguments);
+  PatchActionResult isUserLoggedIn();
+  PatchActionResult isMultipleUsersLoggedIn();
+  PatchActionResult hasMinimumDiskSpace(const ActionID& action, const Arguments& arguments);
+  PatchActionResult isMacOSUpdateDeferred(const ActionID& action, const Arguments& arguments);
+  PatchActionResult installmacOSUpdates(const ActionID& action, const Arguments& arguments);
+  PatchActionResult installMacOSUpdatesUsingInstallAssistant(const ActionID& action,
+                                                             const Arguments& arguments);
+  PatchActionResult applicationRunningCheck(const ActionID& action, const Arguments& arguments);
+
+  PatchIdentifier patchIdentifier_;
+  std::shared_ptr<const PatchActionGroup> patchActionGroup_;
+  std::unique_ptr<PatchProcessingDependencies> dependencies_;
+  std::unique_ptr<const ApplicableActions> applicableActions_;  ///< Made on first use.
+};
+
+}  // namespace vexlo

@@ -1,0 +1,32 @@
+#include "VexloPatchDeployment/Validators/Disk/Disk.h"
+
+#include <optional>
+#include <utility>
+
+#include "VexloPatchDeployment/Common/Log.h"
+
+namespace vexlo {
+namespace {
+
+constexpr LogTag kTag{"hasMinimumFreeSpace(of:)"};
+
+}  // namespace
+
+DiskSpaceChecker::DiskSpaceChecker(std::shared_ptr<DiskInfoProvider> diskInfoProvider)
+    : diskInfoProvider_(std::move(diskInfoProvider)) {}
+
+bool DiskSpaceChecker::hasMinimumFreeSpace(std::int64_t requiredBytes) {
+  const std::optional<std::int64_t> available = diskInfoProvider_->availableDiskSpace();
+  if (!available) {
+    logInfo(kTag, [] { return "Unable to retrieve free disk space, considering as sufficient"; });
+    return true;
+  }
+  const bool sufficient = *available >= requiredBytes;
+  logInfo(kTag, [&] {
+    return text("Required free disk space: ", requiredBytes, ", available free space: ", *available,
+                ", is free space available: ", sufficient);
+  });
+  return sufficient;
+}
+
+}  // namespace vexlo

@@ -1,0 +1,31 @@
+#include "VexloPatchDeployment/Validators/Disk/DiskInfoProvider.h"
+
+#include "Platform/Volume.h"
+#include "VexloPatchDeployment/Common/Log.h"
+
+namespace vexlo {
+namespace {
+
+constexpr LogTag kTag{"availableDiskSpace()"};
+
+}  // namespace
+
+std::optional<std::int64_t> SystemDiskInfo::availableDiskSpace() {
+  const auto capacity = platform::availableCapacity("/");
+  if (!capacity) {
+    logError(kTag, [&] {
+      return text("Unable to obtain disk free space. Error: ", capacity.error(), ".");
+    });
+    return std::nullopt;
+  }
+  if (!*capacity) {
+    logError(kTag, [] {
+      return "Unable to obtain disk free space. Volume available capacity key not found.";
+    });
+    return std::nullopt;
+  }
+  logInfo(kTag, [&] { return text("Available free disk space: ", **capacity, "bytes"); });
+  return *capacity;
+}
+
+}  // namespace vexlo

@@ -1,0 +1,59 @@
+#include "VexloPatchDeployment/Validators/UserLoggedIn/UserLoggedIn.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <utility>
+
+#include "AgentLibraries/vxutils/SystemUtil.h"
+#include "AgentLibraries/vxutils/SystemUtilsWrapper.h"
+#include "VexloPatchDeployment/Common/LetterCase.h"
+#include "VexloPatchDeployment/Common/Log.h"
+#include "VexloPatchDeployment/Common/TextForms.h"
+
+namespace vexlo {
+namespace {
+
+constexpr LogTag kUserLoggedInTag{"isUserLoggedIn()"};
+constexpr LogTag kSingleUserTag{"isSingleUserLoggedIn()"};
+
+}  // namespace
+
+std::string SystemUserSession::currentConsoleUserName() {
+  return vxutils::SystemUtilsWrapper().currentConsoleUserWrapper();
+}
+
+std::optional<std::string> SystemUserSession::loggedOnUsers() {
+  return vxutils::SystemUtilsWrapper().getLoggedOnUsers();
+}
+
+UserLoginStatusChecker::UserLoginStatusChecker(
+    std::shared_ptr<UserSessionProvider> userSessionProvider)
+    : userSessionProvider_(std::move(userSessionProvider)) {}
+
+bool UserLoginStatusChecker::isUserLoggedIn() {
+  const std::string name = userSessionProvider_->currentConsoleUserName();
+  if (equalIgnoringCase(name, "NOUSERNAME")) {
+    logInfo(kUserLoggedInTag, [] { return "No users logged in."; });
+    return false;
+  }
+  const std::optional<std::uint32_t> userID = vxutils::SystemUtil().uidForUserAccount(name);
+  logInfo(kUserLoggedInTag,
+          [&] { return text("User: ", name, " logged in. UID: ", optionalText(userID), "."); });
+  return true;
+}
+
+bool UserLoginStatusChecker::isSingleUserLoggedIn() {
+  const std::optional<std::string> users = userSessionProvider_->loggedOnUsers();
+  if (!users) {
+    logInfo(kSingleUserTag, [] { return "No users logged in - isSingleUserLoggedIn."; });
+    return false;
+  }
+  const bool single = std::ranges::count(*users, ',') == 0;  // empty pieces count as users too
+  logInfo(kSingleUserTag, [&] {
+    return text(single ? "Only one user logged in - " : "More than one user logged in - ", *users,
+                ".");
+  });
+  return single;
+}
+
+}  // namespace vexlo

@@ -1,0 +1,9 @@
+// Everything that an agent includes of this library.
+#pragma once
+#include "VexloPatchDeployment/Adapters/CommandExecutor.h"
+#include "VexloPatchDeployment/Common/ActionID.h"
+#include "VexloPatchDeployment/Common/PatchActionFileError.h"
+#include "VexloPatchDeployment/Common/PatchActionResult.h"
+#include "VexloPatchDeployment/Common/PatchIdentifier.h"
+#include "VexloPatchDeployment/Common/Version.h"
+#include "VexloPatchDeployment/PatchActions/Main/ProcessPatchActions.h"
