@@ -27,14 +27,14 @@ class PropertyList {
   using Value = std::variant<std::string, std::int64_t, std::uint64_t, double, bool,
                              PropertyListDate, Data, Array, Dictionary>;
 
-  PropertyList() = default;  // an empty text
-  PropertyList(Value value) : value_(std::move(value)) {}                         // NOLINT
-  PropertyList(const char* text) : value_(std::string(text)) {}                   // NOLINT
-  PropertyList(std::string text) : value_(std::move(text)) {}                     // NOLINT
-  PropertyList(std::int64_t number) : value_(number) {}                           // NOLINT
-  PropertyList(bool flag) : value_(flag) {}                                       // NOLINT
-  PropertyList(Array array) : value_(std::move(array)) {}                         // NOLINT
-  PropertyList(Dictionary dictionary) : value_(std::move(dictionary)) {}          // NOLINT
+  PropertyList() = default;                                               // an empty text
+  PropertyList(Value value) : value_(std::move(value)) {}                 // NOLINT
+  PropertyList(const char* text) : value_(std::string(text)) {}           // NOLINT
+  PropertyList(std::string text) : value_(std::move(text)) {}             // NOLINT
+  PropertyList(std::int64_t number) : value_(number) {}                   // NOLINT
+  PropertyList(bool flag) : value_(flag) {}                               // NOLINT
+  PropertyList(Array array) : value_(std::move(array)) {}                 // NOLINT
+  PropertyList(Dictionary dictionary) : value_(std::move(dictionary)) {}  // NOLINT
 
   [[nodiscard]] const Value& value() const noexcept { return value_; }
   [[nodiscard]] Value& value() noexcept { return value_; }
@@ -59,15 +59,22 @@ struct PropertyListError {
 };
 
 /// Reads a property list in any of its three forms, told apart by the first bytes. Nesting is
-/// bounded (512 levels); time and memory are linear in the input; any input gets an answer.
+/// bounded (512 levels); time and memory are linear in the input; any input gets an answer. Of a
+/// key that is there twice the last value counts.
 [[nodiscard]] std::expected<PropertyList, PropertyListError> parsePropertyList(
     std::string_view bytes);
 
-/// The XML form, version 1.0, with a closing line feed.
+/// The XML form, version 1.0, with a closing line feed. `parsePropertyList` reads the same value
+/// back, except that a date loses its fraction of a second, which the form has no place for.
+/// Throws `std::invalid_argument` for what the form can't hold, and drops nothing: texts that are
+/// not UTF-8 or have control characters other than tab and line ends, dates outside the years
+/// 0000 to 9999, nesting beyond 512 levels.
 [[nodiscard]] std::string toXML(const PropertyList& value);
 
-/// For log lines: texts in double quotation marks, numbers in decimal, Booleans true or false,
-/// arrays `[a, b]`, dictionaries `["key": value]` (empty: `[:]`), on one line.
+/// For log lines: texts in double quotation marks (with `\"`, `\\`, `\n` and the like escaped),
+/// numbers in decimal (a real always with a fraction or an exponent), Booleans true or false, dates
+/// as «2024-06-15 00:00:00 +0000», data as «5 bytes», arrays `[a, b]`, dictionaries
+/// `["key": value]` (empty: `[:]`), on one line.
 [[nodiscard]] std::string describe(const PropertyList& value);
 
 }  // namespace platform

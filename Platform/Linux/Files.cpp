@@ -1,0 +1,233 @@
+#include "Platform/Files.h"
+
+#include <fcntl.h>
+#include <sys/random.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <charconv>
+#include <utility>
+
+#include "Platform/LocalSocket.h"
+
+namespace platform {
+namespace {
+
+constexpr mode_t kModeOfNewFile = 0644;
+constexpr mode_t kPermissionBits = 07777;
+
+std::unexpected<FileError> failure(const std::string& path, int number, std::string_view reason) {
+  return std::unexpected(FileError{.code = {number, std::generic_category()},
+                                   .message = path + ": " + std::string(reason)});
+}
+std::unexpected<FileError> failure(const std::string& path, int number) {
+  return failure(path, number, std::generic_category().message(number));
+}
+
+/// The system would stop reading such a path at its NUL, and take another file.
+bool hasNUL(const std::string& path) { return path.find('\0') != std::string::npos; }
+
+/// Calls again for as long as a signal interrupts the call.
+template <typename Call>
+auto uninterrupted(Call call) {
+  auto result = call();
+  while (result == -1 && errno == EINTR) {
+    result = call();
+  }
+  return result;
+}
+
+/// Appends what can be read, at most `count` bytes. False on an error, which errno names.
+bool readMore(int descriptor, std::string& bytes, std::size_t count) {
+  const std::size_t start = bytes.size();
+  bool good = true;
+  bytes.resize_and_overwrite(start + count, [&](char* data, std::size_t) {
+    const ssize_t got = uninterrupted([&] { return read(descriptor, data + start, count); });
+    good = got >= 0;
+    return start + static_cast<std::size_t>(std::max<ssize_t>(got, 0));
+  });
+  return good;
+}
+
+bool writeAll(int descriptor, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const ssize_t written =
+        uninterrupted([&] { return write(descriptor, bytes.data(), bytes.size()); });
+    if (written < 0) {
+      return false;
+    }
+    bytes.remove_prefix(static_cast<std::size_t>(written));
+  }
+  return true;
+}
+
+/// A new file beside the target; it vanishes again unless it takes the target's place.
+class TemporaryFile {
+ public:
+  explicit TemporaryFile(int directory) : directory_(directory) {}
+  TemporaryFile(const TemporaryFile&) = delete;
+  TemporaryFile& operator=(const TemporaryFile&) = delete;
+  ~TemporaryFile() {
+    if (file_) {
+      unlinkat(directory_, name_.c_str(), 0);
+    }
+  }
+
+  /// Makes the file under a name that nobody can foresee. False on an error, which errno names.
+  bool create() {
+    constexpr int kTries = 16;
+    for (int attempt = 0; attempt < kTries; ++attempt) {
+      std::array<unsigned char, 12> random{};
+      if (getentropy(random.data(), random.size()) != 0) {
+        return false;
+      }
+      name_ = ".vexlo-";
+      for (const unsigned char byte : random) {
+        name_ += "0123456789abcdef"[byte >> 4];
+        name_ += "0123456789abcdef"[byte & 15];
+      }
+      file_ = Descriptor(uninterrupted([&] {
+        return openat(directory_, name_.c_str(),
+                      O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600);
+      }));
+      if (file_ || errno != EEXIST) {
+        break;
+      }
+    }
+    return static_cast<bool>(file_);
+  }
+
+  [[nodiscard]] int descriptor() const { return file_.get(); }
+
+  bool rename(const std::string& target) {
+    if (renameat(directory_, name_.c_str(), directory_, target.c_str()) != 0) {
+      return false;
+    }
+    file_.reset();
+    return true;
+  }
+
+ private:
+  int directory_;
+  std::string name_;
+  Descriptor file_;
+};
+
+/// Gives the new file the owner and the permissions of the one that it replaces, as far as the
+/// process may.
+bool takeOver(int descriptor, const struct stat* replaced) {
+  mode_t mode = kModeOfNewFile;
+  if (replaced != nullptr) {
+    mode = replaced->st_mode & kPermissionBits;
+    if (fchown(descriptor, replaced->st_uid, replaced->st_gid) != 0) {
+      if (errno != EPERM) {
+        return false;
+      }
+      mode &= 0777;  // set-user-ID under another owner would mean something else
+    }
+  }
+  return fchmod(descriptor, mode) == 0 || errno == EPERM;
+}
+
+}  // namespace
+
+std::expected<std::string, FileError> readFile(const std::string& path,
+                                               const ReadOptions& options) {
+  if (hasNUL(path)) {
+    return failure(path, EINVAL);
+  }
+  const int flags = O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
+  const Descriptor file(uninterrupted(
+      [&] { return open(path.c_str(), flags | (options.followLinks ? 0 : O_NOFOLLOW)); }));
+  if (!file) {
+    return errno == ELOOP && !options.followLinks
+               ? failure(path, ELOOP, "Symbolic links are not followed here")
+               : failure(path, errno);
+  }
+  struct stat status{};
+  if (fstat(file.get(), &status) != 0) {
+    return failure(path, errno);
+  }
+  if (S_ISDIR(status.st_mode)) {
+    return failure(path, EISDIR);
+  }
+  if (!S_ISREG(status.st_mode)) {
+    return failure(path, EINVAL, "Not a regular file");
+  }
+  const auto announced = static_cast<std::uint64_t>(status.st_size);
+  std::string bytes;
+  while (announced <= options.maximumBytes && bytes.size() <= options.maximumBytes) {
+    // A file may grow, and one under /proc announces no size. One byte more than it should have
+    // is asked for, so that the end shows.
+    constexpr std::uint64_t kStep = 4096;
+    const std::uint64_t expected = bytes.size() <= announced
+                                       ? announced - bytes.size()
+                                       : std::max<std::uint64_t>(bytes.size(), kStep);
+    const std::size_t before = bytes.size();
+    if (!readMore(file.get(), bytes, std::min(expected, options.maximumBytes - before) + 1)) {
+      return failure(path, errno);
+    }
+    if (bytes.size() == before) {
+      return bytes;
+    }
+  }
+  return failure(path, EFBIG, "Larger than " + std::to_string(options.maximumBytes) + " bytes");
+}
+
+std::expected<void, FileError> writeFileAtomically(const std::string& path,
+                                                   std::string_view bytes) {
+  if (hasNUL(path)) {
+    return failure(path, EINVAL);
+  }
+  const std::size_t slash = path.rfind('/');
+  const std::string name = slash == std::string::npos ? path : path.substr(slash + 1);
+  const std::string parent = slash == std::string::npos ? "." : path.substr(0, slash + 1);
+  if (name.empty() || name == "." || name == "..") {
+    return failure(path, path.empty() ? ENOENT : EISDIR);
+  }
+  // All goes through the one open directory: moving it meanwhile can't split the steps.
+  const Descriptor directory(
+      uninterrupted([&] { return open(parent.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
+  if (!directory) {
+    return failure(path, errno);
+  }
+  struct stat status{};
+  const bool exists = fstatat(directory.get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0;
+  if (!exists && errno != ENOENT) {
+    return failure(path, errno);
+  }
+  if (exists && !S_ISREG(status.st_mode) && !S_ISLNK(status.st_mode)) {
+    return S_ISDIR(status.st_mode) ? failure(path, EISDIR)
+                                   : failure(path, EINVAL, "Not a regular file");
+  }
+  TemporaryFile file(directory.get());
+  const bool done =
+      file.create() && writeAll(file.descriptor(), bytes) &&
+      takeOver(file.descriptor(), exists && S_ISREG(status.st_mode) ? &status : nullptr) &&
+      uninterrupted([&] { return fsync(file.descriptor()); }) == 0 && file.rename(name);
+  if (!done) {
+    return failure(path, errno);
+  }
+  // The new name is durable once the directory is. Some file systems can't flush one.
+  if (uninterrupted([&] { return fsync(directory.get()); }) != 0 && errno != EINVAL) {
+    return failure(path, errno);
+  }
+  return {};
+}
+
+bool fileExists(const std::string& path) {
+  struct stat status{};
+  return !hasNUL(path) && stat(path.c_str(), &status) == 0;
+}
+
+std::int32_t removeFile(const std::string& path) {
+  if (hasNUL(path)) {
+    return EINVAL;
+  }
+  return unlink(path.c_str()) == 0 ? 0 : errno;
+}
+
+}  // namespace platform

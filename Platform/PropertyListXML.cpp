@@ -1,0 +1,526 @@
+// The XML form: its reader, on Expat, and its writer.
+#include <expat.h>
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <exception>
+#include <memory>
+#include <new>
+#include <optional>
+#include <stdexcept>
+#include <utility>
+
+#include "Platform/PropertyListReaders.h"
+#include "Platform/Unicode.h"
+
+namespace platform {
+namespace {
+
+using std::chrono::days;
+using std::chrono::seconds;
+
+constexpr std::string_view kBlanks = " \t\n\r";
+constexpr std::string_view kBase64Digits =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+
+constexpr std::uint8_t kNoDigit = 64;
+/// The value of each character as a digit of base 64.
+constexpr std::array<std::uint8_t, 256> kBase64Values = [] {
+  std::array<std::uint8_t, 256> values{};
+  values.fill(kNoDigit);
+  for (std::uint8_t value = 0; value < kNoDigit; ++value) {
+    values.at(static_cast<unsigned char>(kBase64Digits[value])) = value;
+  }
+  return values;
+}();
+
+enum class Tag : std::uint8_t {
+  plist,
+  dict,
+  array,
+  key,
+  string,
+  integer,
+  real,
+  date,
+  data,
+  trueTag,
+  falseTag,
+};
+
+constexpr std::array<std::string_view, 11> kTagNames{
+    // in the enum's order
+    "plist", "dict", "array", "key", "string", "integer", "real", "date", "data", "true", "false"};
+
+bool holdsElements(Tag tag) { return tag == Tag::plist || tag == Tag::dict || tag == Tag::array; }
+
+std::string_view withoutBlanksAround(std::string_view text) {
+  const std::size_t first = std::min(text.find_first_not_of(kBlanks), text.size());
+  text.remove_prefix(first);
+  return text.substr(0, text.find_last_not_of(kBlanks) + 1);
+}
+
+/// Drops a plus sign, which the standard library's readers don't take.
+std::string_view withoutPlus(std::string_view text) {
+  return text.starts_with('+') && !text.starts_with("+-") ? text.substr(1) : text;
+}
+
+/// Reads the whole text; absent when it is no number or out of range.
+template <typename Number, typename... Base>
+std::optional<Number> wholeNumber(std::string_view text, Base... base) {
+  Number number{};
+  const auto [end, error] =
+      std::from_chars(text.data(), text.data() + text.size(), number, base...);
+  return error == std::errc() && end == text.data() + text.size() ? std::optional(number)
+                                                                  : std::nullopt;
+}
+
+std::optional<PropertyList> parseIntegerText(std::string_view text) {
+  text = withoutPlus(withoutBlanksAround(text));
+  const bool negative = text.starts_with('-');
+  std::string_view digits = text.substr(negative ? 1 : 0);
+  int base = 10;
+  if (digits.starts_with("0x") || digits.starts_with("0X")) {
+    digits.remove_prefix(2);
+    base = 16;
+  }
+  const auto magnitude = wholeNumber<std::uint64_t>(digits, base);
+  constexpr std::uint64_t kSignBit = std::uint64_t{1} << 63;
+  if (!magnitude || (negative && *magnitude > kSignBit)) {
+    return std::nullopt;
+  }
+  if (negative || *magnitude < kSignBit) {
+    return static_cast<std::int64_t>(negative ? 0 - *magnitude : *magnitude);
+  }
+  return PropertyList::Value(*magnitude);
+}
+
+/// Reads "2024-06-15T00:00:00Z".
+std::optional<PropertyList> parseDateText(std::string_view text) {
+  text = withoutBlanksAround(text);
+  constexpr std::string_view kPattern = "0000-00-00T00:00:00Z";
+  const auto matches = [](char found, char pattern) {
+    return pattern == '0' ? found >= '0' && found <= '9' : found == pattern;
+  };
+  if (!std::ranges::equal(text, kPattern, matches)) {
+    return std::nullopt;
+  }
+  const auto field = [&](std::size_t start, std::size_t size) {
+    return *wholeNumber<int>(text.substr(start, size));
+  };
+  const std::chrono::year_month_day day{std::chrono::year(field(0, 4)),
+                                        std::chrono::month(static_cast<unsigned>(field(5, 2))),
+                                        std::chrono::day(static_cast<unsigned>(field(8, 2)))};
+  if (!day.ok() || field(11, 2) > 23 || field(14, 2) > 59 || field(17, 2) > 59) {
+    return std::nullopt;
+  }
+  const seconds sinceEpoch = std::chrono::sys_days(day) - kPropertyListEpoch +
+                             std::chrono::hours(field(11, 2)) + std::chrono::minutes(field(14, 2)) +
+                             seconds(field(17, 2));
+  return PropertyList::Value(PropertyListDate{static_cast<double>(sinceEpoch.count())});
+}
+
+/// Reads base 64, in which blanks may stand anywhere.
+std::optional<PropertyList> parseDataText(std::string_view text) {
+  PropertyList::Data data;
+  std::uint32_t bits = 0;
+  std::size_t digits = 0;
+  std::size_t padding = 0;
+  for (const char character : text) {
+    if (kBlanks.contains(character)) {
+      continue;
+    }
+    const std::uint8_t value = kBase64Values.at(static_cast<unsigned char>(character));
+    if (character == '=') {
+      ++padding;
+    } else if (value == kNoDigit || padding > 0) {
+      return std::nullopt;
+    } else {
+      bits = bits << 6 | value;
+      ++digits;
+      if (digits % 4 != 1) {  // eight more bits are complete
+        data.push_back(static_cast<std::byte>(bits >> (6 - 2 * ((digits + 3) % 4)) & 0xFF));
+      }
+    }
+  }
+  if ((digits + padding) % 4 != 0 || padding > 2) {
+    return std::nullopt;
+  }
+  return PropertyList::Value(std::move(data));
+}
+
+/// Builds the value from Expat's events; a stack holds the elements that are open.
+class XMLReader {
+ public:
+  PropertyList read(std::string_view bytes) {
+    if (!parser_) {
+      throw std::bad_alloc();
+    }
+    XML_SetUserData(parser_.get(), this);
+    XML_SetElementHandler(parser_.get(), onStart, onEnd);
+    XML_SetCharacterDataHandler(parser_.get(), onText);
+    XML_SetStartDoctypeDeclHandler(parser_.get(), onDoctype);
+    XML_SetSkippedEntityHandler(parser_.get(), onSkippedEntity);
+    constexpr std::size_t kLargestPiece = std::size_t{1} << 30;  // Expat counts in int
+    bool last = false;
+    while (!last) {
+      const std::string_view piece = bytes.substr(0, kLargestPiece);
+      bytes.remove_prefix(piece.size());
+      last = bytes.empty();
+      const auto status = XML_Parse(parser_.get(), piece.data(), static_cast<int>(piece.size()),
+                                    last ? XML_TRUE : XML_FALSE);
+      if (failure_) {
+        std::rethrow_exception(failure_);
+      }
+      if (status != XML_STATUS_OK) {
+        const char* reason = XML_ErrorString(XML_GetErrorCode(parser_.get()));
+        fail(std::string("not well-formed XML: ") + (reason != nullptr ? reason : "unknown"));
+      }
+    }
+    return std::move(*result_);  // a well-formed document has a root, which the end handler checks
+  }
+
+ private:
+  struct OpenElement {
+    Tag tag;
+    PropertyList value;              // of a dict or an array
+    std::optional<std::string> key;  // of a dict: the key that waits for its value
+  };
+
+  struct FreeParser {
+    void operator()(XML_Parser parser) const { XML_ParserFree(parser); }
+  };
+
+  [[noreturn]] void fail(const std::string& message) const {
+    throw PropertyListError{"line " + std::to_string(XML_GetCurrentLineNumber(parser_.get())) +
+                            ": " + message};
+  }
+
+  /// Keeps exceptions out of Expat's frames: the first one ends the parsing and is thrown after.
+  template <typename Action>
+  static void guarded(void* self, Action action) {
+    auto& reader = *static_cast<XMLReader*>(self);
+    if (reader.failure_) {
+      return;
+    }
+    try {
+      action(reader);
+    } catch (...) {
+      reader.failure_ = std::current_exception();
+      XML_StopParser(reader.parser_.get(), XML_FALSE);
+    }
+  }
+
+  static void XMLCALL onStart(void* self, const XML_Char* name, const XML_Char** /*attributes*/) {
+    guarded(self, [&](XMLReader& reader) { reader.start(name); });
+  }
+  static void XMLCALL onEnd(void* self, const XML_Char* /*name*/) {
+    guarded(self, [](XMLReader& reader) { reader.end(); });
+  }
+  static void XMLCALL onText(void* self, const XML_Char* text, int size) {
+    guarded(self, [&](XMLReader& reader) { reader.text({text, static_cast<std::size_t>(size)}); });
+  }
+  static void XMLCALL onDoctype(void* self, const XML_Char* /*name*/, const XML_Char* /*system*/,
+                                const XML_Char* /*identifier*/, int hasInternalSubset) {
+    guarded(self, [&](XMLReader& reader) {
+      if (hasInternalSubset != 0) {  // its entities and defaults could swell the document
+        reader.fail("expected a document type without declarations of its own");
+      }
+    });
+  }
+  static void XMLCALL onSkippedEntity(void* self, const XML_Char* name, int /*isParameter*/) {
+    guarded(self, [&](XMLReader& reader) {
+      reader.fail("expected a predefined entity, found " + quotedExcerpt(name));
+    });
+  }
+
+  void start(std::string_view name) {
+    const auto* const known = std::ranges::find(kTagNames, name);
+    const auto found = [&] { return ", found <" + std::string(name.substr(0, 40)) + ">"; };
+    if (known == kTagNames.end()) {
+      fail("expected an element of property lists" + found());
+    }
+    const auto tag = static_cast<Tag>(known - kTagNames.begin());
+    if (open_.empty() != (tag == Tag::plist)) {
+      fail((open_.empty() ? "expected <plist>" : "expected a value") + found());
+    }
+    if (!open_.empty()) {
+      const OpenElement& parent = open_.back();
+      if (!holdsElements(parent.tag)) {
+        fail("expected text in <" +
+             std::string(kTagNames.at(static_cast<std::size_t>(parent.tag))) + ">" + found());
+      }
+      const bool wantsKey = parent.tag == Tag::dict && !parent.key;
+      if (wantsKey != (tag == Tag::key)) {
+        fail((wantsKey ? "expected <key>" : "expected a value") + found());
+      }
+      if (parent.tag == Tag::plist && result_) {
+        fail("expected </plist> after the value" + found());
+      }
+    }
+    if (holdsElements(tag) && open_.size() > kMaximumPropertyListDepth) {  // <plist> is no level
+      fail("expected at most " + std::to_string(kMaximumPropertyListDepth) + " levels of nesting");
+    }
+    OpenElement element{.tag = tag, .value = {}, .key = {}};
+    if (tag == Tag::dict) {
+      element.value = PropertyList::Dictionary();
+    } else if (tag == Tag::array) {
+      element.value = PropertyList::Array();
+    }
+    open_.push_back(std::move(element));
+    text_.clear();
+  }
+
+  void text(std::string_view piece) {
+    const Tag tag = open_.back().tag;
+    if (!holdsElements(tag) && tag != Tag::trueTag && tag != Tag::falseTag) {
+      text_ += piece;
+    } else if (piece.find_first_not_of(kBlanks) != std::string_view::npos) {
+      fail("expected no text in <" + std::string(kTagNames.at(static_cast<std::size_t>(tag))) +
+           ">, found " + quotedExcerpt(withoutBlanksAround(piece)));
+    }
+  }
+
+  void end() {
+    OpenElement element = std::move(open_.back());
+    open_.pop_back();
+    if (element.tag == Tag::plist) {
+      if (!result_) {
+        fail("expected a value in <plist>");
+      }
+      return;
+    }
+    if (element.key) {
+      fail("expected a value of the key " + quotedExcerpt(*element.key));
+    }
+    OpenElement& parent = open_.back();
+    if (element.tag == Tag::key) {
+      parent.key = std::move(text_);
+      text_.clear();
+      return;
+    }
+    PropertyList value = valueOf(std::move(element));
+    if (auto* array = std::get_if<PropertyList::Array>(&parent.value.value())) {
+      array->push_back(std::move(value));
+    } else if (auto* dictionary = std::get_if<PropertyList::Dictionary>(&parent.value.value())) {
+      dictionary->insert_or_assign(std::move(*parent.key), std::move(value));
+      parent.key.reset();
+    } else {
+      result_ = std::move(value);
+    }
+  }
+
+  PropertyList valueOf(OpenElement element) {
+    switch (element.tag) {
+      case Tag::dict:
+      case Tag::array:
+        return std::move(element.value);
+      case Tag::string:
+        return std::exchange(text_, {});
+      case Tag::trueTag:
+        return true;
+      case Tag::falseTag:
+        return false;
+      case Tag::integer:
+        return checked(parseIntegerText(text_), "an integer of 64 bits");
+      case Tag::real:
+        if (const auto number = wholeNumber<double>(withoutPlus(withoutBlanksAround(text_)))) {
+          return PropertyList::Value(*number);
+        }
+        return checked(std::nullopt, "a real number");
+      case Tag::date:
+        return checked(parseDateText(text_), "a date such as 2024-06-15T00:00:00Z");
+      case Tag::data:
+        return checked(parseDataText(text_), "data in base 64");
+      case Tag::plist:
+      case Tag::key:
+        break;
+    }
+    std::unreachable();  // the caller handles these two
+  }
+
+  PropertyList checked(std::optional<PropertyList> value, const char* expected) const {
+    if (!value) {
+      fail(std::string("expected ") + expected + ", found " + quotedExcerpt(text_));
+    }
+    return std::move(*value);
+  }
+
+  std::unique_ptr<XML_ParserStruct, FreeParser> parser_{XML_ParserCreate(nullptr)};
+  std::vector<OpenElement> open_;
+  std::string text_;  // of the open element that holds text
+  std::optional<PropertyList> result_;
+  std::exception_ptr failure_;
+};
+
+/// Appends the element of a value, one operation per type.
+class XMLWriter {
+ public:
+  XMLWriter(std::string& out, std::size_t depth) : out_(out), depth_(depth) {}
+
+  void operator()(const std::string& text) const { writeText("string", text); }
+  void operator()(std::int64_t number) const { writeElement("integer", std::to_string(number)); }
+  void operator()(std::uint64_t number) const { writeElement("integer", std::to_string(number)); }
+  void operator()(double number) const {
+    if (std::isinf(number)) {
+      writeElement("real", number < 0 ? "-infinity" : "+infinity");
+      return;
+    }
+    std::array<char, 32> digits{};  // the shortest that reads back as the same number
+    const auto* end = std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr;
+    writeElement("real", std::isnan(number) ? "nan" : std::string_view(digits.data(), end));
+  }
+  void operator()(bool flag) const { writeLine(flag ? "<true/>" : "<false/>"); }
+
+  void operator()(PropertyListDate date) const {
+    constexpr double kBeyondTheYears = 1e12;  // keeps NaN and what no integer holds out
+    const double whole = std::floor(date.secondsSince2001);
+    const bool convertible = std::abs(whole) < kBeyondTheYears;
+    const auto moment =
+        kPropertyListEpoch + seconds(convertible ? static_cast<std::int64_t>(whole) : 0);
+    const auto midnight = std::chrono::floor<days>(moment);
+    if (!convertible || midnight < std::chrono::sys_days(std::chrono::year(0) / 1 / 1) ||
+        midnight > std::chrono::sys_days(std::chrono::year(9999) / 12 / 31)) {
+      throw std::invalid_argument("a date of a property list lies outside the years 0000 to 9999");
+    }
+    const std::chrono::year_month_day day(midnight);
+    const std::chrono::hh_mm_ss time(moment - midnight);
+    std::array<char, 64> text{};
+    std::snprintf(text.data(), text.size(), "%04d-%02u-%02uT%02d:%02d:%02dZ",
+                  static_cast<int>(day.year()), static_cast<unsigned>(day.month()),
+                  static_cast<unsigned>(day.day()), static_cast<int>(time.hours().count()),
+                  static_cast<int>(time.minutes().count()),
+                  static_cast<int>(time.seconds().count()));
+    writeElement("date", text.data());
+  }
+
+  void operator()(const PropertyList::Data& data) const {
+    std::string text;
+    text.reserve((data.size() + 2) / 3 * 4);
+    for (std::size_t index = 0; index < data.size(); index += 3) {
+      const std::size_t count = std::min<std::size_t>(3, data.size() - index);
+      std::uint32_t bits = 0;
+      for (std::size_t offset = 0; offset < 3; ++offset) {
+        bits =
+            bits << 8 | (offset < count ? std::to_integer<std::uint32_t>(data[index + offset]) : 0);
+      }
+      for (std::size_t digit = 0; digit < 4; ++digit) {
+        text += digit <= count ? kBase64Digits[bits >> (18 - 6 * digit) & 63] : '=';
+      }
+    }
+    writeElement("data", text);
+  }
+
+  void operator()(const PropertyList::Array& array) const {
+    requireDepth();
+    if (array.empty()) {
+      writeLine("<array/>");
+      return;
+    }
+    writeLine("<array>");
+    for (const PropertyList& element : array) {
+      std::visit(inner(), element.value());
+    }
+    writeLine("</array>");
+  }
+
+  void operator()(const PropertyList::Dictionary& dictionary) const {
+    requireDepth();
+    if (dictionary.empty()) {
+      writeLine("<dict/>");
+      return;
+    }
+    writeLine("<dict>");
+    for (const auto& [key, value] : dictionary) {
+      inner().writeText("key", key);
+      std::visit(inner(), value.value());
+    }
+    writeLine("</dict>");
+  }
+
+ private:
+  [[nodiscard]] XMLWriter inner() const { return {out_, depth_ + 1}; }
+
+  void requireDepth() const {
+    if (depth_ >= kMaximumPropertyListDepth) {
+      throw std::invalid_argument("a property list is nested too deeply");
+    }
+  }
+
+  void writeLine(std::string_view content) const {
+    out_.append(depth_, '\t');
+    out_ += content;
+    out_ += '\n';
+  }
+
+  void writeElement(std::string_view name, std::string_view content) const {
+    out_.append(depth_, '\t');
+    out_.append("<").append(name).append(">");
+    out_ += content;
+    out_.append("</").append(name).append(">\n");
+  }
+
+  void writeText(std::string_view name, std::string_view text) const {
+    if (findInvalidUTF8(text) != std::string_view::npos) {
+      throw std::invalid_argument("a text of a property list is not UTF-8");
+    }
+    std::string escaped;
+    escaped.reserve(text.size());
+    for (const char character : text) {
+      switch (character) {
+        case '&':
+          escaped += "&amp;";
+          break;
+        case '<':
+          escaped += "&lt;";
+          break;
+        case '>':
+          escaped += "&gt;";
+          break;
+        case '\r':  // a plain one would be read as a line feed
+          escaped += "&#13;";
+          break;
+        default:
+          if (static_cast<unsigned char>(character) < ' ' && character != '\t' &&
+              character != '\n') {
+            refuse();
+          }
+          escaped += character;
+      }
+    }
+    // U+FFFE and U+FFFF are UTF-8 but no characters of XML.
+    if (text.find("\xEF\xBF\xBE") != std::string_view::npos ||
+        text.find("\xEF\xBF\xBF") != std::string_view::npos) {
+      refuse();
+    }
+    writeElement(name, escaped);
+  }
+
+  [[noreturn]] static void refuse() {
+    throw std::invalid_argument("a text of a property list has a character that XML can't hold");
+  }
+
+  std::string& out_;
+  std::size_t depth_;
+};
+
+}  // namespace
+
+PropertyList readXMLPropertyList(std::string_view bytes) { return XMLReader().read(bytes); }
+
+std::string toXML(const PropertyList& value) {
+  std::string out =
+      "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+      "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" "
+      "\"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n"
+      "<plist version=\"1.0\">\n";
+  std::visit(XMLWriter(out, 0), value.value());
+  out += "</plist>\n";
+  return out;
+}
+
+}  // namespace platform

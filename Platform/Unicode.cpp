@@ -1,0 +1,82 @@
+#include "Platform/Unicode.h"
+
+#include <cstdint>
+#include <cstring>
+
+namespace platform {
+namespace {
+
+constexpr std::uint64_t kHighBits = 0x8080808080808080;
+
+/// The length of the well-formed sequence at the start of `text`; 0 when there is none.
+std::size_t sequenceLength(std::string_view text) noexcept {
+  const auto byte = [&](std::size_t index) -> unsigned {
+    return index < text.size() ? static_cast<unsigned char>(text[index]) : 0;
+  };
+  const auto continues = [&](std::size_t index) { return (byte(index) & 0xC0) == 0x80; };
+  const unsigned lead = byte(0);
+  const unsigned next = byte(1);
+  if (lead < 0x80) {
+    return 1;
+  }
+  if (lead >= 0xC2 && lead <= 0xDF) {
+    return continues(1) ? 2 : 0;
+  }
+  if (lead >= 0xE0 && lead <= 0xEF) {
+    const bool overlong = lead == 0xE0 && next < 0xA0;
+    const bool surrogate = lead == 0xED && next > 0x9F;
+    return continues(1) && continues(2) && !overlong && !surrogate ? 3 : 0;
+  }
+  if (lead >= 0xF0 && lead <= 0xF4) {
+    const bool overlong = lead == 0xF0 && next < 0x90;
+    const bool tooHigh = lead == 0xF4 && next > 0x8F;
+    return continues(1) && continues(2) && continues(3) && !overlong && !tooHigh ? 4 : 0;
+  }
+  return 0;
+}
+
+}  // namespace
+
+std::size_t findInvalidUTF8(std::string_view text) noexcept {
+  std::size_t position = 0;
+  while (position < text.size()) {
+    std::uint64_t eight = 0;
+    while (text.size() - position >= sizeof eight) {  // plain ASCII, eight bytes at a time
+      std::memcpy(&eight, text.data() + position, sizeof eight);
+      if ((eight & kHighBits) != 0) {
+        break;
+      }
+      position += sizeof eight;
+    }
+    if (position == text.size()) {
+      break;
+    }
+    const std::size_t length = sequenceLength(text.substr(position));
+    if (length == 0) {
+      return position;
+    }
+    position += length;
+  }
+  return std::string_view::npos;
+}
+
+void appendUTF8(std::string& out, char32_t codePoint) {
+  const auto append = [&](char32_t byte) { out += static_cast<char>(byte); };
+  if (codePoint < 0x80) {
+    append(codePoint);
+  } else if (codePoint < 0x800) {
+    append(0xC0 | codePoint >> 6);
+    append(0x80 | (codePoint & 0x3F));
+  } else if (codePoint < 0x10000) {
+    append(0xE0 | codePoint >> 12);
+    append(0x80 | (codePoint >> 6 & 0x3F));
+    append(0x80 | (codePoint & 0x3F));
+  } else {
+    append(0xF0 | codePoint >> 18);
+    append(0x80 | (codePoint >> 12 & 0x3F));
+    append(0x80 | (codePoint >> 6 & 0x3F));
+    append(0x80 | (codePoint & 0x3F));
+  }
+}
+
+}  // namespace platform
