@@ -2,6 +2,7 @@
 #pragma once
 #include <string>
 
+#include "AgentLibraries/FileCodec/DecodingError.h"
 #include "AgentLibraries/FileCodec/PlistSerializer.h"
 #include "Platform/PropertyList.h"
 
@@ -16,7 +17,12 @@ class PlistDecoding {
   /// without a dictionary at its top, and a key of the wrong type.
   template <typename Record>
   [[nodiscard]] Record decodeFromFile(const std::string& path) {
-    return Record::decode(readDictionary(path));
+    const platform::PropertyList::Dictionary dictionary = readDictionary(path);
+    try {
+      return Record::decode(dictionary);
+    } catch (const FileCodec::DecodingError& error) {  // which names the key, not yet the file
+      throw FileCodec::DecodingError(path, error.place(), error.expected(), error.found());
+    }
   }
 
  protected:

@@ -40,4 +40,13 @@ std::int64_t saturatingSum(std::int64_t a, std::int64_t b) noexcept {
   return sum;
 }
 
+std::int64_t saturatingDifference(std::int64_t a, std::int64_t b) noexcept {
+  std::int64_t difference = 0;
+  if (__builtin_sub_overflow(a, b, &difference)) {
+    return a >= 0 ? std::numeric_limits<std::int64_t>::max()
+                  : std::numeric_limits<std::int64_t>::min();
+  }
+  return difference;
+}
+
 }  // namespace vexlo

@@ -14,5 +14,7 @@ namespace vexlo {
 [[nodiscard]] std::int64_t saturatingProduct(std::int64_t a, std::int64_t b) noexcept;
 /// The sum, or the nearest value that fits.
 [[nodiscard]] std::int64_t saturatingSum(std::int64_t a, std::int64_t b) noexcept;
+/// `a` less `b`, or the nearest value that fits.
+[[nodiscard]] std::int64_t saturatingDifference(std::int64_t a, std::int64_t b) noexcept;
 
 }  // namespace vexlo

@@ -66,8 +66,6 @@ class RunningAppPromptEvaluator final : public RunningAppPromptEvaluating {
                                                     const std::string& patchID) override;
 
  private:
-  struct Limits;
-
   std::shared_ptr<RunningAppPromptCustomizing> customizationProvider_;
   std::shared_ptr<RunningAppPromptDataStoring> dataStore_;
   std::function<std::string()> currentDate_;

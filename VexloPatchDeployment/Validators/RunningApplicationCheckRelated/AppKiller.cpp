@@ -1,0 +1,40 @@
+#include "VexloPatchDeployment/Validators/RunningApplicationCheckRelated/AppKiller.h"
+
+#include <chrono>
+#include <utility>
+
+#include "VexloPatchDeployment/Common/Log.h"
+
+namespace vexlo {
+namespace {
+
+constexpr LogTag kTag{"killApps(for:)"};
+constexpr std::chrono::seconds kPauseAfterKill{2};
+
+}  // namespace
+
+AppKiller::AppKiller(std::shared_ptr<RunningApplicationQuerying> applicationQuery,
+                     platform::Sleeper sleeper)
+    : applicationQuery_(std::move(applicationQuery)), sleeper_(std::move(sleeper)) {}
+
+void AppKiller::killApps(const std::vector<std::string>& bundleIDs) {
+  for (const std::string& bundleID : bundleIDs) {
+    const auto applications = applicationQuery_->runningApplications(bundleID);
+    if (applications.empty()) {
+      logInfo(kTag,
+              [&] { return text("No running applications found with bundleID: ", bundleID, "."); });
+    }
+    for (const auto& application : applications) {
+      const bool accepted = application->forceTerminate();
+      logInfo(kTag, [&] {
+        return text(
+            "Attempting to terminate app: ", application->localizedName().value_or("Unknown"),
+            " with PID: ", application->processIdentifier(), ", Termination status: ", accepted,
+            ".");
+      });
+      sleeper_(kPauseAfterKill);
+    }
+  }
+}
+
+}  // namespace vexlo

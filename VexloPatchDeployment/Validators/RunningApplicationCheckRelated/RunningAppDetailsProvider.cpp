@@ -1,0 +1,39 @@
+#include "VexloPatchDeployment/Validators/RunningApplicationCheckRelated/RunningAppDetailsProvider.h"
+
+#include <utility>
+
+#include "VexloPatchDeployment/Common/Log.h"
+
+namespace vexlo {
+namespace {
+
+constexpr LogTag kTag{"appDetails(for:)"};
+
+}  // namespace
+
+RunningAppDetailsProvider::RunningAppDetailsProvider(
+    std::shared_ptr<RunningApplicationQuerying> applicationQuery)
+    : applicationQuery_(std::move(applicationQuery)) {}
+
+std::optional<RunningAppDetails> RunningAppDetailsProvider::appDetails(
+    const std::string& bundleID) {
+  for (const auto& application : applicationQuery_->runningApplications(bundleID)) {
+    std::optional<std::string> executable = application->executableURL();
+    if (!executable) {
+      continue;
+    }
+    RunningAppDetails details{.appName = application->localizedName().value_or(bundleID),
+                              .executablePath = *std::move(executable)};
+    logInfo(kTag, [&] {
+      return text("App name: ", details.appName, ", executable path: ", details.executablePath,
+                  " for bundleID: ", bundleID, ".");
+    });
+    return details;
+  }
+  logError(kTag, [&] {
+    return text("Unable to obtain app name or executable path for bundleID: ", bundleID, ".");
+  });
+  return std::nullopt;
+}
+
+}  // namespace vexlo

@@ -1,0 +1,51 @@
+#include "VexloPatchDeployment/Validators/RunningApplicationCheckRelated/RunningAppDetector.h"
+
+#include <string_view>
+#include <utility>
+
+#include "VexloPatchDeployment/Common/Log.h"
+#include "VexloPatchDeployment/Common/TextForms.h"
+
+namespace vexlo {
+namespace {
+
+constexpr LogTag kTag{"isAnyAppRunning(for:)"};
+
+using Applications = std::vector<std::unique_ptr<RunningApplication>>;
+
+/// `[Safari (PID 501), Safari (PID 733)]`; an application without a name shows its identifier.
+std::string describe(const Applications& applications, const std::string& bundleID) {
+  std::string out = "[";
+  for (std::string_view separator; const auto& application : applications) {
+    out += text(separator, application->localizedName().value_or(bundleID), " (PID ",
+                application->processIdentifier(), ')');
+    separator = ", ";
+  }
+  return out += ']';
+}
+
+}  // namespace
+
+RunningAppDetector::RunningAppDetector(std::shared_ptr<RunningApplicationQuerying> applicationQuery)
+    : applicationQuery_(std::move(applicationQuery)) {}
+
+bool RunningAppDetector::isAnyAppRunning(const std::vector<std::string>& bundleIDs) {
+  for (const std::string& bundleID : bundleIDs) {
+    const Applications applications = applicationQuery_->runningApplications(bundleID);
+    if (!applications.empty()) {
+      logInfo(kTag, [&] {
+        return text("Apps are running for bundleID: ", bundleID,
+                    "::", describe(applications, bundleID), ".");
+      });
+      return true;
+    }
+    logInfo(kTag,
+            [&] { return text("No running Apps detected for the bundleID: ", bundleID, "."); });
+  }
+  logInfo(kTag, [&] {
+    return text("No running Apps detected for the bundleIDs: ", listText(bundleIDs), ".");
+  });
+  return false;
+}
+
+}  // namespace vexlo

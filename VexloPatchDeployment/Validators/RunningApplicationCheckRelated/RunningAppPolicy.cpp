@@ -1,0 +1,48 @@
+#include "VexloPatchDeployment/Validators/RunningApplicationCheckRelated/RunningAppPolicy.h"
+
+#include <optional>
+#include <utility>
+
+#include "VexloPatchDeployment/Common/AgentPaths.h"
+#include "VexloPatchDeployment/Common/Log.h"
+
+namespace vexlo {
+namespace {
+
+constexpr LogTag kAlwaysKillTag{"isAlwaysKillAppsEnabled()"};
+constexpr LogTag kPromptTag{"isPromptEnabled()"};
+
+bool isOn(PlistManager& settings, const char* key) {
+  const std::optional<platform::PropertyList> value = settings.fetchValue(key);
+  return value && *value == platform::PropertyList(true);
+}
+
+}  // namespace
+
+const std::string& RunningAppPolicyConstants::plistPath() {
+  static const std::string path = patchDataFile();
+  return path;
+}
+
+RunningAppPolicy::RunningAppPolicy(std::shared_ptr<PlistManager> plistManager)
+    : plistManager_(std::move(plistManager)) {}
+
+bool RunningAppPolicy::isAlwaysKillAppsEnabled() {
+  const bool enabled = isOn(*plistManager_, "AlwaysKillApps");
+  logInfo(kAlwaysKillTag, [&] {
+    return enabled ? "Running application check is disabled since AlwaysKillApps is enabled."
+                   : "Running application check is enabled since AlwaysKillApps is not enabled.";
+  });
+  return enabled;
+}
+
+bool RunningAppPolicy::isPromptEnabled() {
+  const bool enabled = isOn(*plistManager_, "ApplicationRunningPrompt");
+  logInfo(kPromptTag, [&] {
+    return enabled ? "Prompt for running applications is enabled."
+                   : "Prompt for running applications is disabled.";
+  });
+  return enabled;
+}
+
+}  // namespace vexlo

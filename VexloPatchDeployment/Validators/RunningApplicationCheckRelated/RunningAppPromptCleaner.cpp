@@ -1,0 +1,32 @@
+#include "VexloPatchDeployment/Validators/RunningApplicationCheckRelated/RunningAppPromptCleaner.h"
+
+#include <cstdint>
+#include <utility>
+
+#include "VexloPatchDeployment/Common/AgentPaths.h"
+#include "VexloPatchDeployment/Common/Log.h"
+
+namespace vexlo {
+namespace {
+
+constexpr LogTag kTag{"clean()"};
+
+}  // namespace
+
+const std::string& RunningAppPromptConstants::returnCodeFilePath() {
+  static const std::string path = agentLogFile("/UserLogs/ApplicationRunningPromptretcode.txt");
+  return path;
+}
+
+RunningAppPromptCleaner::RunningAppPromptCleaner(std::shared_ptr<AppKilling> appKiller,
+                                                 std::shared_ptr<SystemFileManager> fileRemover)
+    : appKiller_(std::move(appKiller)), fileRemover_(std::move(fileRemover)) {}
+
+void RunningAppPromptCleaner::clean() {
+  appKiller_->killApps({std::string(RunningAppPromptConstants::bundleIdentifier)});
+  const std::string& path = RunningAppPromptConstants::returnCodeFilePath();
+  const std::int32_t status = fileRemover_->removeFile(path);
+  logInfo(kTag, [&] { return text("Removing file: ", path, " - ", status); });
+}
+
+}  // namespace vexlo

@@ -1,0 +1,164 @@
+#include "VexloPatchDeployment/Validators/RunningApplicationCheckRelated/RunningAppPromptCustomizationProvider.h"
+
+#include <array>
+#include <exception>
+#include <string_view>
+#include <utility>
+#include <variant>
+
+#include "AgentLibraries/FileCodec/DecodingError.h"
+#include "VexloPatchDeployment/Common/AgentPaths.h"
+#include "VexloPatchDeployment/Common/Log.h"
+#include "VexloPatchDeployment/Common/Overloaded.h"
+
+namespace vexlo {
+namespace {
+
+using Customization = RunningAppPromptCustomization;
+using platform::PropertyList;
+
+constexpr LogTag kTag{"customizationData"};
+
+template <typename Type>
+using FieldOf = std::optional<Type> Customization::*;
+
+struct Setting {
+  std::string_view key;
+  std::string_view fieldName;
+  std::variant<FieldOf<std::string>, FieldOf<std::int64_t>, FieldOf<bool>> field;
+};
+
+constexpr std::array kSettings{
+    Setting{"subTitle", "subTitle", &Customization::subTitle},
+    Setting{"messageText", "messageText", &Customization::messageText},
+    Setting{"timerText", "timerText", &Customization::timerText},
+    Setting{"skipTimerCountInMinutes", "skipTimerCount", &Customization::skipTimerCount},
+    Setting{"disablePostponeButton", "disablePostponeButton",
+            &Customization::disablePostponeButton},
+    Setting{"postponeBtnText", "postponeBtnText", &Customization::postponeBtnText},
+    Setting{"updateNowBtnText", "updateNowBtnText", &Customization::updateNowBtnText},
+    Setting{"forceDeploy", "enableForceDeploy", &Customization::enableForceDeploy},
+    Setting{"infoText", "infoText", &Customization::infoText},
+    Setting{"warningMessage", "warningMessage", &Customization::warningMessage},
+    Setting{"allowScreenGrab", "allowScreenGrab", &Customization::allowScreenGrab},
+    Setting{"numberOfSkipAttempts", "numberOfSkipAttempts", &Customization::numberOfSkipAttempts},
+    Setting{"infoTextForLastForceAttempt", "infoTextForLastForceAttempt",
+            &Customization::infoTextForLastForceAttempt},
+    Setting{"timerTextForLastForceAttempt", "timerTextForLastForceAttempt",
+            &Customization::timerTextForLastForceAttempt},
+    Setting{"dailyPromptLimit", "dailyPromptLimit", &Customization::dailyPromptLimit},
+};
+
+constexpr std::string_view typeName(FieldOf<std::string> /*field*/) { return "a text"; }
+constexpr std::string_view typeName(FieldOf<std::int64_t> /*field*/) {
+  return "an integer of the signed 64-bit range";
+}
+constexpr std::string_view typeName(FieldOf<bool> /*field*/) { return "a Boolean"; }
+
+/// What an error says was found: the type, and the value where it is a single one.
+std::string describeFound(const PropertyList& value) {
+  const std::string shown = platform::describe(value);
+  return std::visit(
+      Overloaded{[&](const std::string&) { return text("the text ", shown); },
+                 [&](std::int64_t) { return text("the integer ", shown); },
+                 [&](std::uint64_t) { return text("the integer ", shown); },
+                 [&](double) { return text("the real number ", shown); },
+                 [&](bool) { return text("the Boolean ", shown); },
+                 [&](const platform::PropertyListDate&) { return text("the date ", shown); },
+                 [](const PropertyList::Data&) { return std::string("data"); },
+                 [](const PropertyList::Array&) { return std::string("an array"); },
+                 [](const PropertyList::Dictionary&) { return std::string("a dictionary"); }},
+      value.value());
+}
+
+template <typename Type>
+void take(const PropertyList& value, const Setting& setting, FieldOf<Type> field,
+          Customization& customization) {
+  const Type* const typed = value.as<Type>();
+  if (typed == nullptr) {
+    throw FileCodec::DecodingError({}, std::string(setting.key), std::string(typeName(field)),
+                                   describeFound(value));
+  }
+  customization.*field = *typed;
+}
+
+}  // namespace
+
+RunningAppPromptCustomization RunningAppPromptCustomization::decode(
+    const PropertyList::Dictionary& settings) {
+  Customization customization;
+  for (const Setting& setting : kSettings) {
+    if (const auto entry = settings.find(setting.key); entry != settings.end()) {
+      std::visit([&](auto field) { take(entry->second, setting, field, customization); },
+                 setting.field);
+    }
+  }
+  return customization;
+}
+
+PropertyList::Dictionary RunningAppPromptCustomization::encode() const {
+  PropertyList::Dictionary settings;
+  for (const Setting& setting : kSettings) {
+    std::visit(
+        [&](auto field) {
+          if (const auto& value = this->*field) {
+            settings.emplace(setting.key, *value);
+          }
+        },
+        setting.field);
+  }
+  return settings;
+}
+
+std::string describe(const RunningAppPromptCustomization& customization) {
+  std::string out = "RunningAppPromptCustomization(";
+  for (std::string_view separator; const Setting& setting : kSettings) {
+    std::visit(
+        [&](auto field) {
+          const auto& value = customization.*field;
+          out += text(separator, setting.fieldName, ": ",
+                      value ? text("Optional(", platform::describe(*value), ')') : "nil");
+        },
+        setting.field);
+    separator = ", ";
+  }
+  return out += ')';
+}
+
+std::ostream& operator<<(std::ostream& out, const RunningAppPromptCustomization& customization) {
+  return out << describe(customization);
+}
+
+const std::string& RunningAppPromptCustomizationProviderConstants::plistPath() {
+  static const std::string path = agentDataFile("/ApplicationRunningPromptCustomization.plist");
+  return path;
+}
+
+RunningAppPromptCustomizationProvider::RunningAppPromptCustomizationProvider(
+    std::shared_ptr<PlistDecoding> plistDecoder)
+    : customizationData_([plistDecoder = std::move(
+                              plistDecoder)]() -> std::optional<RunningAppPromptCustomization> {
+        try {
+          auto customization = plistDecoder->decodeFromFile<RunningAppPromptCustomization>(
+              RunningAppPromptCustomizationProviderConstants::plistPath());
+          logInfo(kTag, [&] { return describe(customization); });
+          return customization;
+        } catch (const std::exception& error) {
+          logError(kTag, [&] {
+            return text("Failed to decode customization data. Error: ", error.what(), ".");
+          });
+          return std::nullopt;
+        }
+      }) {}
+
+std::optional<RunningAppPromptCustomization>
+RunningAppPromptCustomizationProvider::customization() {
+  return customizationData();
+}
+
+const std::optional<RunningAppPromptCustomization>&
+RunningAppPromptCustomizationProvider::customizationData() {
+  return customizationData_.get();
+}
+
+}  // namespace vexlo

@@ -1,0 +1,47 @@
+#include "VexloPatchDeployment/Validators/RunningApplicationCheckRelated/RunningAppPromptDataStore.h"
+
+#include <exception>
+#include <utility>
+
+#include "VexloPatchDeployment/Common/Log.h"
+
+namespace vexlo {
+namespace {
+
+constexpr LogTag kDataTag{"data(for:)"};
+constexpr LogTag kSaveDataTag{"saveData(_:for:)"};
+
+}  // namespace
+
+RunningAppPromptDataStore::RunningAppPromptDataStore(std::shared_ptr<PlistManager> plistManager)
+    : plistManager_(std::move(plistManager)) {}
+
+std::optional<RunningAppPromptDataStoring::Record> RunningAppPromptDataStore::data(
+    const std::string& key) {
+  const std::optional<platform::PropertyList> value = plistManager_->fetchValue(key);
+  const Record* const record = value ? value->as<Record>() : nullptr;
+  logInfo(kDataTag, [&] {
+    return text("Fetched prompt data for ", key, ": ",
+                record != nullptr ? text("Optional(", platform::describe(*record), ')') : "nil",
+                ".");
+  });
+  return record != nullptr ? std::optional(*record) : std::nullopt;
+}
+
+void RunningAppPromptDataStore::saveData(const Record& record, const std::string& key) {
+  try {
+    plistManager_->updateValue(record, key);
+    plistManager_->save(std::nullopt);
+  } catch (const std::exception& error) {
+    logError(kSaveDataTag, [&] {
+      return text("Unable to save prompt data for ", key, ": ", platform::describe(record),
+                  ". Error: ", error.what(), ".");
+    });
+    return;
+  }
+  logInfo(kSaveDataTag, [&] {
+    return text("Saved prompt data for ", key, ": ", platform::describe(record), ".");
+  });
+}
+
+}  // namespace vexlo

@@ -1,0 +1,139 @@
+#include "VexloPatchDeployment/Validators/RunningApplicationCheckRelated/RunningAppPromptEvaluator.h"
+
+#include <optional>
+#include <utility>
+
+#include "Platform/Calendar.h"
+#include "VexloPatchDeployment/Common/Log.h"
+#include "VexloPatchDeployment/Common/Numbers.h"
+
+namespace vexlo {
+namespace {
+
+using Decision = RunningAppPromptDecision;
+using Evaluation = RunningAppPromptEvaluation;
+using Keys = RunningAppPromptDataStoreKeys;
+using Record = RunningAppPromptDataStoring::Record;
+
+constexpr LogTag kTag{"evaluate(for:having:)"};
+
+bool isOfPatch(const std::optional<Record>& record, const std::string& patchID) {
+  if (!record) {
+    return false;
+  }
+  const auto entry = record->find(Keys::patchID);
+  return entry != record->end() && entry->second == platform::PropertyList(patchID);
+}
+
+/// The count under `key`; 0 when there is none that is a signed 64-bit integer.
+std::int64_t count(const Record& record, std::string_view key) {
+  const auto entry = record.find(key);
+  const auto* const number = entry != record.end() ? entry->second.as<std::int64_t>() : nullptr;
+  return number != nullptr ? *number : 0;
+}
+
+Record makeRecord(const std::string& patchID, std::int64_t total, const std::string& date,
+                  std::int64_t today) {
+  return {{std::string(Keys::patchID), patchID},
+          {std::string(Keys::promptShownCount), total},
+          {date, today}};
+}
+
+}  // namespace
+
+std::string_view describe(RunningAppPromptDecision decision) {
+  switch (decision) {
+    case Decision::promptUser:
+      return "promptUser";
+    case Decision::skipDeployment:
+      return "skipDeployment";
+    case Decision::forceDeployment:
+      return "forceDeployment";
+  }
+  std::unreachable();
+}
+
+std::ostream& operator<<(std::ostream& out, const RunningAppPromptEvaluation& evaluation) {
+  return out << text('(', evaluation.remainingSkipAttempts, ", ", evaluation.allowScreenGrab, ", ",
+                     describe(evaluation.decision), ')');
+}
+
+const std::string& RunningAppPromptDataStoreKeys::currentDate() {
+  static const std::string date =
+      platform::dayMonthYear(platform::dayOf(platform::systemClock()()));
+  return date;
+}
+
+RunningAppPromptEvaluator::RunningAppPromptEvaluator(
+    std::shared_ptr<RunningAppPromptCustomizing> customizationProvider,
+    std::shared_ptr<RunningAppPromptDataStoring> dataStore,
+    std::function<std::string()> currentDate)
+    : customizationProvider_(std::move(customizationProvider)),
+      dataStore_(std::move(dataStore)),
+      currentDate_(std::move(currentDate)) {}
+
+RunningAppPromptEvaluation RunningAppPromptEvaluator::evaluate(const std::string& key,
+                                                               const std::string& patchID) {
+  const RunningAppPromptCustomization customization =
+      customizationProvider_->customizationData().value_or(RunningAppPromptCustomization{});
+  const std::int64_t limit = customization.dailyPromptLimit.value_or(0);
+  const std::int64_t skips = customization.numberOfSkipAttempts.value_or(0);
+  const Evaluation configured{.remainingSkipAttempts = skips,
+                              .allowScreenGrab = customization.allowScreenGrab.value_or(false),
+                              .decision = customization.enableForceDeploy.value_or(false)
+                                              ? Decision::forceDeployment
+                                              : Decision::promptUser};
+  const auto withSkipsLeft = [&](std::int64_t left) {
+    Evaluation evaluation = configured;
+    evaluation.remainingSkipAttempts = left;
+    return evaluation;
+  };
+
+  if (limit < 1 && skips < 1) {
+    logInfo(kTag, [] {
+      return "Daily prompt limit and number of skip attempts are both 0, Using default flow.";
+    });
+    return withSkipsLeft(0);
+  }
+
+  const std::optional<Record> record = dataStore_->data(key);
+  const std::string date = currentDate_();
+  if (!isOfPatch(record, patchID)) {
+    logInfo(kTag, [&] {
+      return text("New version detected for bundleID: ", key, ". Resetting prompt data.");
+    });
+    dataStore_->saveData(makeRecord(patchID, 1, date, 1), key);
+    return configured;
+  }
+
+  const std::int64_t today = count(*record, date);
+  const std::int64_t total = count(*record, Keys::promptShownCount);
+  if (limit >= 1 && today >= limit) {
+    logInfo(kTag, [&] {
+      return text("Daily prompt limit reached (", today, "/", limit, ") for bundleID: ", key,
+                  ". Skipping deployment.");
+    });
+    return {.remainingSkipAttempts = 0,
+            .allowScreenGrab = configured.allowScreenGrab,
+            .decision = Decision::skipDeployment};
+  }
+
+  Evaluation evaluation = withSkipsLeft(0);
+  if (skips >= 1 && total >= skips) {
+    logInfo(kTag, [&] {
+      return text(
+          "Exceeded the number of skip attempts, skipping deployment, total number of prompts "
+          "shown: ",
+          total);
+    });
+    evaluation = {
+        .remainingSkipAttempts = 0, .allowScreenGrab = true, .decision = Decision::forceDeployment};
+  } else if (skips >= 1) {
+    evaluation = withSkipsLeft(saturatingDifference(skips, total));
+  }
+  dataStore_->saveData(makeRecord(patchID, saturatingSum(total, 1), date, saturatingSum(today, 1)),
+                       key);
+  return evaluation;
+}
+
+}  // namespace vexlo
