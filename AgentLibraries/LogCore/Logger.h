@@ -20,9 +20,9 @@ class Logger {
   /// The text of one log line, made from a literal or a joined text.
   struct Message {
     std::string text;
-    Message(std::string joined) : text(std::move(joined)) {}           // NOLINT: converts on purpose
-    Message(std::string_view literal) : text(literal) {}               // NOLINT
-    Message(const char* literal) : text(literal) {}                    // NOLINT
+    Message(std::string joined) : text(std::move(joined)) {}  // NOLINT: converts on purpose
+    Message(std::string_view literal) : text(literal) {}      // NOLINT
+    Message(const char* literal) : text(literal) {}           // NOLINT
   };
 };
 

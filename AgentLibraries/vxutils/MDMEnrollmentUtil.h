@@ -4,13 +4,19 @@
 
 namespace vxutils {
 
-enum class EnrollmentType : std::uint8_t { not_enrolled, user_approved, dep };  // NOLINT: agent's names
+/// `user_approved` stands for every enrollment by a user, approved or not.
+enum class EnrollmentType : std::uint8_t {
+  not_enrolled,
+  user_approved,
+  dep
+};  // NOLINT: agent's names
 
 /// Asks `/usr/bin/profiles status -type enrollment` (without a shell) on every call.
 class MDMEnrollmentUtil {
  public:
   static MDMEnrollmentUtil& shared();
-  /// `not_enrolled` on a machine without the tool, and when the tool fails or says no.
+  /// `not_enrolled` on a machine without the tool, and when the tool fails, says no or does not
+  /// answer within a minute; then the log says why.
   [[nodiscard]] EnrollmentType getEnrollmentType() const;
 };
 

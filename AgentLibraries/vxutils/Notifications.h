@@ -5,11 +5,13 @@
 
 namespace vxutils {
 
-/// Shows the notification with `code`; `argument` belongs to the code and may be null.
+/// Shows the notification with `code`; `argument` belongs to the code and may be null. Called on
+/// the posting thread, with no lock held; must not throw.
 using NotificationHandler = std::function<void(std::int32_t code, void* argument)>;
 
-/// The agent sets how notifications are shown; without a handler they wait (the last 64) and
-/// are handed to the next handler at once, so that none is lost. Safe from any thread.
+/// The agent sets how notifications are shown; an empty handler takes the present one away.
+/// Without a handler they wait, and are handed to the next one at once and in order, so that none
+/// is lost; only of more than 64 the oldest go, with an error line. Safe from any thread.
 void setNotificationHandler(NotificationHandler handler);
 
 /// Posts the notification with `code` (19: updates are in progress, with a null argument).

@@ -1,0 +1,263 @@
+#include "AgentLibraries/FileCodec/JSONDiagnosis.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cstdint>
+#include <optional>
+#include <utility>
+
+#include "AgentLibraries/FileCodec/JSONText.h"
+
+namespace FileCodec {
+namespace {
+
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+constexpr std::string_view kBlanks = " \t\r\n";
+constexpr std::string_view kEndOfWord = " \t\r\n,:[]{}\"";
+constexpr std::string_view kDigits = "0123456789";
+constexpr std::size_t kLongestQuote = 24;
+
+std::string hexadecimal(std::string_view prefix, std::uint32_t number, std::size_t width) {
+  std::array<char, 8> digits{};
+  char* const end = std::to_chars(digits.data(), digits.data() + digits.size(), number, 16).ptr;
+  std::string text(digits.data(), end);
+  std::ranges::transform(text, text.begin(), [](char c) { return c >= 'a' ? c - 'a' + 'A' : c; });
+  return std::string(prefix) + std::string(width - std::min(width, text.size()), '0') + text;
+}
+
+/// The beginning of `text` in quotation marks, as far as it can be shown on one line.
+std::string quoted(std::string_view text) {
+  std::string out;
+  while (out.size() < kLongestQuote) {
+    const std::size_t length = utf8SequenceLength(text);
+    if (length == 0 || static_cast<unsigned char>(text.front()) < 0x20) {
+      break;
+    }
+    out += text.substr(0, length);
+    text.remove_prefix(length);
+  }
+  return '"' + out + '"';
+}
+
+std::string_view wordAt(std::string_view text, std::size_t offset) {
+  const std::string_view rest = text.substr(offset);
+  return rest.substr(0, rest.find_first_of(kEndOfWord));
+}
+
+bool skipDigits(std::string_view& text) {
+  const std::size_t count = std::min(text.find_first_not_of(kDigits), text.size());
+  text.remove_prefix(count);
+  return count > 0;
+}
+
+bool isNumber(std::string_view word) {
+  if (word.starts_with('-')) {
+    word.remove_prefix(1);
+  }
+  if (word.starts_with('0')) {
+    word.remove_prefix(1);
+  } else if (!skipDigits(word)) {
+    return false;
+  }
+  if (word.starts_with('.')) {
+    word.remove_prefix(1);
+    if (!skipDigits(word)) {
+      return false;
+    }
+  }
+  if (word.starts_with('e') || word.starts_with('E')) {
+    word.remove_prefix(1);
+    if (word.starts_with('+') || word.starts_with('-')) {
+      word.remove_prefix(1);
+    }
+    if (!skipDigits(word)) {
+      return false;
+    }
+  }
+  return word.empty();
+}
+
+bool isPlainValue(std::string_view word) {
+  return word == "true" || word == "false" || word == "null" || isNumber(word);
+}
+
+/// The value of the escape `\uXXXX` at `offset`; absent when there is none.
+std::optional<std::uint32_t> unicodeEscapeAt(std::string_view text, std::size_t offset) {
+  const std::string_view escape = text.substr(std::min(offset, text.size())).substr(0, 6);
+  std::uint32_t value = 0;
+  if (escape.size() != 6 || !escape.starts_with("\\u") ||
+      std::from_chars(escape.data() + 2, escape.data() + 6, value, 16).ptr != escape.data() + 6) {
+    return std::nullopt;
+  }
+  return value;
+}
+
+/// Walks tokens and knows what may come next.
+class Walk {
+ public:
+  Walk(std::string_view text, std::size_t failure) : text_(text), failure_(failure) {}
+
+  JSONProblem problem() {
+    while (true) {
+      at_ = std::min(text_.find_first_not_of(kBlanks, at_), text_.size());
+      if (at_ >= failure_ || at_ == text_.size()) {
+        return problemHere(expected());
+      }
+      const char c = text_[at_];
+      if (c == '"') {
+        if (std::optional<JSONProblem> inString = skipString()) {
+          return *std::move(inString);
+        }
+      } else if (kEndOfWord.contains(c)) {
+        takePunctuation(c);
+      } else {
+        const std::string_view word = wordAt(text_, at_);
+        if (!isPlainValue(word)) {
+          return problemHere(expected());
+        }
+        at_ += word.size();
+        next_ = Next::separator;
+      }
+    }
+  }
+
+ private:
+  enum class Next : std::uint8_t { value, firstElement, firstName, name, colon, separator };
+
+  [[nodiscard]] std::string expected() const {
+    switch (next_) {
+      case Next::value:
+        return "a value";
+      case Next::firstElement:
+        return R"(a value or "]")";
+      case Next::firstName:
+        return R"(a member name or "}")";
+      case Next::name:
+        return "a member name";
+      case Next::colon:
+        return R"(":" after the member name)";
+      case Next::separator:
+        return open_.empty()         ? "the end of the text"
+               : open_.back() == '{' ? R"("," or "}")"
+                                     : R"("," or "]")";
+    }
+    std::unreachable();
+  }
+
+  [[nodiscard]] JSONProblem problemHere(std::string expected) const {
+    return {.offset = at_, .expected = std::move(expected), .found = describeJSONAt(text_, at_)};
+  }
+
+  void takePunctuation(char c) {
+    ++at_;
+    if (c == '{' || c == '[') {
+      open_ += c;
+      next_ = c == '{' ? Next::firstName : Next::firstElement;
+    } else if (c == ':') {
+      next_ = Next::value;
+    } else if (c == ',') {
+      next_ = open_.ends_with('{') ? Next::name : Next::value;
+    } else {
+      open_.resize(open_.size() - std::min<std::size_t>(open_.size(), 1));
+      next_ = Next::separator;
+    }
+  }
+
+  /// Goes past the string at hand, or says what is wrong in it.
+  std::optional<JSONProblem> skipString() {
+    for (++at_; at_ < text_.size(); ++at_) {
+      const char c = text_[at_];
+      if (c == '"') {
+        ++at_;
+        next_ = next_ == Next::firstName || next_ == Next::name ? Next::colon : Next::separator;
+        return std::nullopt;
+      }
+      if (static_cast<unsigned char>(c) < 0x20) {
+        return JSONProblem{.offset = at_,
+                           .expected = "control characters of a string to be escaped",
+                           .found = describeJSONAt(text_, at_)};
+      }
+      if (c == '\\') {
+        if (std::optional<JSONProblem> inEscape = skipEscape()) {
+          return inEscape;
+        }
+      }
+    }
+    return problemHere("a quotation mark that ends the string");
+  }
+
+  /// Goes to the last character of the escape at hand, or says what is wrong in it.
+  std::optional<JSONProblem> skipEscape() {
+    const auto problemInEscape = [&](const char* expected, std::size_t length) {
+      const std::string_view rest = text_.substr(at_);
+      const std::string_view escape = rest.substr(0, std::min(length, rest.find('"', 1)));
+      return JSONProblem{
+          .offset = at_,
+          .expected = expected,
+          .found = escape.size() == rest.size() ? "the end of the text" : quoted(escape)};
+    };
+    const char kind = at_ + 1 < text_.size() ? text_[at_ + 1] : '\0';
+    if (kind != 'u') {
+      if (!std::string_view(R"("\/bfnrt)").contains(kind)) {
+        return problemInEscape("an escape sequence", 2);
+      }
+      ++at_;
+      return std::nullopt;
+    }
+    const std::optional<std::uint32_t> unit = unicodeEscapeAt(text_, at_);
+    if (!unit) {
+      return problemInEscape(R"(four hexadecimal digits after "\u")", 6);
+    }
+    if (*unit < 0xD800 || *unit > 0xDFFF) {
+      at_ += 5;
+      return std::nullopt;
+    }
+    const std::optional<std::uint32_t> second = unicodeEscapeAt(text_, at_ + 6);
+    if (*unit > 0xDBFF || !second || *second < 0xDC00 || *second > 0xDFFF) {
+      return problemInEscape("a pair of surrogates", 6);
+    }
+    at_ += 11;
+    return std::nullopt;
+  }
+
+  std::string_view text_;
+  std::size_t failure_;
+  std::size_t at_ = 0;
+  std::string open_;  // the brackets that are open
+  Next next_ = Next::value;
+};
+
+}  // namespace
+
+std::string describeJSONAt(std::string_view text, std::size_t offset) {
+  if (offset >= text.size()) {
+    return "the end of the text";
+  }
+  const auto first = static_cast<unsigned char>(text[offset]);
+  if (first == '"') {
+    return "a string";
+  }
+  if (first < 0x20) {
+    return hexadecimal("U+", first, 4);
+  }
+  const std::string_view word = wordAt(text, offset);
+  return quoted(word.empty() ? text.substr(offset, 1) : word);
+}
+
+JSONProblem diagnoseJSON(std::string_view text, std::size_t failure) {
+  if (text.starts_with(kByteOrderMark)) {
+    return {.offset = 0, .expected = "text without a byte order mark", .found = "one"};
+  }
+  for (std::size_t offset = 0; offset < text.size() && offset <= failure;) {
+    const std::size_t length = utf8SequenceLength(text.substr(offset));
+    if (length == 0) {
+      const auto byte = static_cast<unsigned char>(text[offset]);
+      return {.offset = offset, .expected = "UTF-8", .found = hexadecimal("the byte 0x", byte, 2)};
+    }
+    offset += length;
+  }
+  return Walk(text, failure).problem();
+}
+
+}  // namespace FileCodec

@@ -1,0 +1,24 @@
+#include "AgentLibraries/FileCodec/JSONManager.h"
+
+#include <cstdint>
+
+#include "AgentLibraries/FileCodec/FileReason.h"
+#include "Platform/Files.h"
+
+namespace FileCodec {
+namespace {
+
+constexpr std::uint64_t kMaximumFileBytes = std::uint64_t{1} << 30;
+
+}  // namespace
+
+std::string readTextFile(const std::string& path) {
+  auto bytes = platform::readFile(path, {.maximumBytes = kMaximumFileBytes});
+  if (!bytes) {
+    throw DecodingError(path, {}, "a readable regular file of at most 1 GiB",
+                        reasonOf(bytes.error(), path));
+  }
+  return *std::move(bytes);
+}
+
+}  // namespace FileCodec

@@ -1,0 +1,136 @@
+#include "AgentLibraries/FileCodec/JSONReader.h"
+
+#include <algorithm>
+#include <boost/json/basic_parser_impl.hpp>
+#include <cstdint>
+
+#include "AgentLibraries/FileCodec/JSONDiagnosis.h"
+
+namespace FileCodec {
+namespace {
+
+namespace json = boost::json;
+
+constexpr std::size_t kMaximumDepth = 512;
+
+/// Hands the parser's events on; joins the parts that a string with escapes comes in.
+class Handler {
+ public:
+  static constexpr std::size_t max_array_size = -1;   // NOLINT: names that the parser asks for
+  static constexpr std::size_t max_object_size = -1;  // NOLINT
+  static constexpr std::size_t max_string_size = -1;  // NOLINT
+  static constexpr std::size_t max_key_size = -1;     // NOLINT
+
+  explicit Handler(JSONEvents& events) : events_(events) {}
+  [[nodiscard]] bool stopped() const noexcept { return stopped_; }
+
+  bool on_document_begin(json::error_code&) { return true; }
+  bool on_document_end(json::error_code&) { return true; }
+  bool on_object_begin(json::error_code& error) { return goOn(events_.beginObject(), error); }
+  bool on_object_end(std::size_t, json::error_code& error) {
+    return goOn(events_.endObject(), error);
+  }
+  bool on_array_begin(json::error_code& error) { return goOn(events_.beginArray(), error); }
+  bool on_array_end(std::size_t, json::error_code& error) {
+    return goOn(events_.endArray(), error);
+  }
+  bool on_key_part(json::string_view part, std::size_t, json::error_code&) { return keep(part); }
+  bool on_key(json::string_view last, std::size_t, json::error_code& error) {
+    return goOn(events_.memberName(whole(last)), error);
+  }
+  bool on_string_part(json::string_view part, std::size_t, json::error_code&) { return keep(part); }
+  bool on_string(json::string_view last, std::size_t, json::error_code& error) {
+    return goOn(events_.string(whole(last)), error);
+  }
+  bool on_number_part(json::string_view, json::error_code&) { return true; }
+  bool on_int64(std::int64_t, json::string_view, json::error_code& error) {
+    return goOn(events_.number(), error);
+  }
+  bool on_uint64(std::uint64_t, json::string_view, json::error_code& error) {
+    return goOn(events_.number(), error);
+  }
+  bool on_double(double, json::string_view, json::error_code& error) {
+    return goOn(events_.number(), error);
+  }
+  bool on_bool(bool, json::error_code& error) { return goOn(events_.boolean(), error); }
+  bool on_null(json::error_code& error) { return goOn(events_.null(), error); }
+  bool on_comment_part(json::string_view, json::error_code&) { return true; }
+  bool on_comment(json::string_view, json::error_code&) { return true; }
+
+ private:
+  bool goOn(bool wanted, json::error_code& error) {
+    if (!wanted) [[unlikely]] {
+      stopped_ = true;
+      error = make_error_code(boost::system::errc::operation_canceled);
+    }
+    return wanted;
+  }
+
+  bool keep(json::string_view part) {
+    if (joinedIsStale_) {
+      joined_.clear();
+      joinedIsStale_ = false;
+    }
+    joined_.append(part.data(), part.size());
+    return true;
+  }
+
+  /// The whole string that ends with `last`; without earlier parts that is `last` itself.
+  std::string_view whole(json::string_view last) {
+    if (joinedIsStale_) [[likely]] {
+      return {last.data(), last.size()};
+    }
+    joinedIsStale_ = true;
+    return joined_.append(last.data(), last.size());
+  }
+
+  JSONEvents& events_;
+  std::string joined_;
+  bool joinedIsStale_ = true;  // no part of the string at hand is in joined_ yet
+  bool stopped_ = false;
+};
+
+JSONProblem problemAt(std::string_view text, std::size_t offset, const json::error_code& error) {
+  if (error == json::error::too_deep) {
+    return {.offset = offset,
+            .expected = "at most " + std::to_string(kMaximumDepth) + " levels of nesting",
+            .found = "a deeper one"};
+  }
+  if (error == json::error::exponent_overflow) {
+    return {.offset = offset, .expected = "a smaller exponent", .found = "one above 2147483647"};
+  }
+  return diagnoseJSON(text, offset);
+}
+
+}  // namespace
+
+JSONReading readJSON(std::string_view text, JSONEvents& events) {
+  json::parse_options options;
+  options.max_depth = kMaximumDepth;
+  json::basic_parser<Handler> parser(options, events);
+  json::error_code error;
+  const std::size_t consumed = parser.write_some(false, text.data(), text.size(), error);
+  JSONReading reading;
+  if (parser.handler().stopped()) {
+    reading.outcome = JSONOutcome::stoppedByEvents;
+    return reading;
+  }
+  if (!error && consumed == text.size()) {
+    return reading;
+  }
+  JSONProblem problem = problemAt(text, consumed, error);
+  const std::string_view before = text.substr(0, problem.offset);
+  return {.outcome = JSONOutcome::syntaxError,
+          .expected = std::move(problem.expected),
+          .found = std::move(problem.found),
+          .line = static_cast<std::size_t>(std::ranges::count(before, '\n')) + 1,
+          .column = before.size() - (before.rfind('\n') + 1) + 1};
+}
+
+DecodingError syntaxError(const std::string& file, const JSONReading& reading) {
+  return {file,
+          "line " + std::to_string(reading.line) + ", column " + std::to_string(reading.column),
+          reading.expected, reading.found};
+}
+
+}  // namespace FileCodec

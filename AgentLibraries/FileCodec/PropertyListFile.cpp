@@ -1,0 +1,54 @@
+#include "AgentLibraries/FileCodec/PropertyListFile.h"
+
+#include <array>
+#include <string_view>
+#include <utility>
+#include <variant>
+
+#include "AgentLibraries/FileCodec/FileReason.h"
+#include "Platform/Files.h"
+
+namespace FileCodec {
+namespace {
+
+using platform::PropertyList;
+using Kind = PropertyListFileError::Kind;
+
+constexpr std::uint64_t kMaximumFileBytes = std::uint64_t{64} << 20;
+
+constexpr std::array<std::string_view, std::variant_size_v<PropertyList::Value>> kTypeNames{
+    // in the order of the value's alternatives
+    "a text", "an integer", "an integer", "a real number", "a Boolean",
+    "a date", "data",       "an array",   "a dictionary"};
+
+std::unexpected<PropertyListFileError> failure(Kind kind, const std::string& path,
+                                               std::string expected, std::string found) {
+  return std::unexpected(PropertyListFileError{
+      .kind = kind, .error = DecodingError(path, {}, std::move(expected), std::move(found))});
+}
+
+}  // namespace
+
+std::expected<PropertyList::Dictionary, PropertyListFileError> readPropertyListFile(
+    const std::string& path) {
+  const auto bytes = platform::readFile(path, {.maximumBytes = kMaximumFileBytes});
+  if (!bytes) {
+    const bool missing = bytes.error().code == std::errc::no_such_file_or_directory;
+    return failure(missing ? Kind::missing : Kind::unreadable, path,
+                   "a readable regular file of at most 64 MiB", reasonOf(bytes.error(), path));
+  }
+  if (bytes->empty()) {
+    return failure(Kind::missing, path, "a property list", "an empty file");
+  }
+  auto list = platform::parsePropertyList(*bytes);
+  if (!list) {
+    return failure(Kind::damaged, path, "a property list", list.error().message);
+  }
+  if (auto* const dictionary = std::get_if<PropertyList::Dictionary>(&list->value())) {
+    return std::move(*dictionary);
+  }
+  return failure(Kind::damaged, path, "a dictionary at the top",
+                 std::string(kTypeNames.at(list->value().index())));
+}
+
+}  // namespace FileCodec

@@ -1,0 +1,189 @@
+#include "AgentLibraries/vxutils/AgentServiceMessages.h"
+
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <boost/json/parser.hpp>
+#include <boost/json/static_resource.hpp>
+#include <boost/json/value.hpp>
+#include <cerrno>
+#include <new>
+#include <utility>
+
+#include "AgentLibraries/FileCodec/JSONText.h"
+#include "Platform/Memory.h"
+
+namespace vxutils {
+namespace {
+
+namespace json = boost::json;
+
+constexpr std::string_view kID = "id";
+constexpr std::string_view kKey = "fetchStatusMessageForKey";
+constexpr std::string_view kValue = "value";
+
+/// Calls `read` with the members of the JSON object in `line`. False when there is none. All that
+/// the parser allocates lies in a buffer that is wiped.
+template <typename Read>
+bool readObject(std::string_view line, const Read& read) {
+  constexpr std::size_t kBytesPerByteOfText = 16;
+  constexpr std::size_t kBytesForAnyText = 4096;
+  std::string memory(kBytesPerByteOfText * line.size() + kBytesForAnyText, '\0');
+  bool isObject = false;
+  try {
+    json::static_resource resource(reinterpret_cast<unsigned char*>(memory.data()), memory.size());
+    json::parser parser(&resource);
+    json::error_code error;
+    parser.reset(&resource);
+    parser.write({line.data(), line.size()}, error);
+    if (!error) {
+      const json::value message = parser.release();
+      if (const json::object* const members = message.if_object()) {
+        read(*members);
+        isObject = true;
+      }
+    }
+  } catch (const std::bad_alloc&) {
+    isObject = false;  // far more structure than a message has
+  }
+  platform::wipe(memory);
+  return isObject;
+}
+
+std::optional<std::int64_t> integerIn(const json::object& members, std::string_view name) {
+  const json::value* const value = members.if_contains({name.data(), name.size()});
+  const std::int64_t* const number = value == nullptr ? nullptr : value->if_int64();
+  return number == nullptr ? std::nullopt : std::optional(*number);
+}
+
+std::optional<std::string> textIn(const json::object& members, std::string_view name) {
+  const json::value* const value = members.if_contains({name.data(), name.size()});
+  const json::string* const characters = value == nullptr ? nullptr : value->if_string();
+  return characters == nullptr ? std::nullopt
+                               : std::optional(std::string(characters->data(), characters->size()));
+}
+
+/// The beginning of a line, up to where the value of `name` stands; there is room for `value`, so
+/// that appending it leaves no copy of a part of it behind.
+std::string lineUpTo(std::string_view name, std::int64_t id, std::size_t valueSize) {
+  constexpr std::size_t kMostBytesPerByte = 6;
+  constexpr std::size_t kFixedPart = 64;
+  std::string line;
+  line.reserve(kFixedPart + name.size() + kMostBytesPerByte * valueSize);
+  line += R"({"id":)";
+  line += std::to_string(id);
+  line += ",\"";
+  line += name;
+  line += "\":";
+  return line;
+}
+
+}  // namespace
+
+std::string requestLine(std::int64_t id, std::string_view key) {
+  std::string line = lineUpTo(kKey, id, key.size());
+  FileCodec::appendJSONString(line, key);
+  line += "}\n";
+  return line;
+}
+
+std::string replyLine(std::int64_t id, const std::optional<std::string>& value) {
+  std::string line = lineUpTo(kValue, id, value ? value->size() : 0);
+  if (value) {
+    FileCodec::appendJSONString(line, *value);
+  } else {
+    line += "null";
+  }
+  line += "}\n";
+  return line;
+}
+
+std::optional<AgentServiceRequest> parseRequest(std::string_view line) {
+  std::optional<AgentServiceRequest> request;
+  const bool isObject = readObject(line, [&](const json::object& members) {
+    const std::optional<std::int64_t> id = integerIn(members, kID);
+    std::optional<std::string> key = textIn(members, kKey);
+    if (id && key) {
+      request = {.id = *id, .key = *std::move(key)};
+    }
+  });
+  return isObject ? std::move(request) : std::nullopt;
+}
+
+std::optional<AgentServiceReply> parseReply(std::string_view line) {
+  std::optional<AgentServiceReply> reply;
+  const bool isObject = readObject(line, [&](const json::object& members) {
+    if (const std::optional<std::int64_t> id = integerIn(members, kID)) {
+      reply.emplace(AgentServiceReply{.id = *id, .value = textIn(members, kValue)});
+    }
+  });
+  return isObject ? std::move(reply) : std::nullopt;
+}
+
+LineBuffer::LineBuffer() : bytes_(kLongestLine, '\0') {}
+
+LineBuffer::~LineBuffer() { platform::wipe(bytes_); }
+
+std::span<char> LineBuffer::room() noexcept {
+  forget(std::exchange(taken_, 0));
+  return std::span(bytes_).subspan(used_);
+}
+
+std::optional<std::string_view> LineBuffer::nextLine() noexcept {
+  forget(std::exchange(taken_, 0));
+  const std::string_view received(bytes_.data(), used_);
+  const std::size_t end = received.find('\n');
+  if (end == std::string_view::npos) {
+    return std::nullopt;
+  }
+  taken_ = end + 1;
+  return received.substr(0, end);
+}
+
+void LineBuffer::forget(std::size_t count) noexcept {
+  const auto end = bytes_.begin() + static_cast<std::ptrdiff_t>(used_);
+  const auto rest =
+      std::move(bytes_.begin() + static_cast<std::ptrdiff_t>(count), end, bytes_.begin());
+  std::fill(rest, end, '\0');
+  used_ -= count;
+}
+
+std::ptrdiff_t sendWithoutWaiting(int socket, std::string_view bytes) noexcept {
+  while (true) {
+    const ssize_t sent = send(socket, bytes.data(), bytes.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
+    if (sent >= 0) {
+      return sent;
+    }
+    if (errno != EINTR) {
+      return errno == EAGAIN || errno == EWOULDBLOCK ? 0 : -1;
+    }
+  }
+}
+
+std::ptrdiff_t receive(int socket, LineBuffer& buffer, bool wait) noexcept {
+  const std::span<char> room = buffer.room();
+  if (room.empty()) {
+    return -1;
+  }
+  while (true) {
+    const ssize_t received = recv(socket, room.data(), room.size(), wait ? 0 : MSG_DONTWAIT);
+    if (received > 0) {
+      buffer.add(static_cast<std::size_t>(received));
+      return received;
+    }
+    if (received == 0) {
+      return -1;
+    }
+    if (errno != EINTR) {
+      return errno == EAGAIN || errno == EWOULDBLOCK ? 0 : -1;
+    }
+  }
+}
+
+bool mayKnowSecrets(const platform::Descriptor& socket) {
+  const std::optional<std::uint32_t> user = platform::peerUserID(socket);
+  return user && (*user == 0 || *user == geteuid());
+}
+
+}  // namespace vxutils

@@ -1,0 +1,80 @@
+#include "AgentLibraries/vxutils/MDMEnrollmentUtil.h"
+
+#include <algorithm>
+#include <chrono>
+#include <optional>
+#include <string>
+
+#include "AgentLibraries/LogCore/Logger.h"
+#include "AgentLibraries/LogCore/Text.h"
+#include "AgentLibraries/vxutils/EnrollmentStatus.h"
+#include "Platform/Process.h"
+
+namespace vxutils {
+namespace {
+
+using LogCore::text;
+
+constexpr LogCore::LogTag kTag{"getEnrollmentType()"};
+constexpr const char* kTool = "/usr/bin/profiles";
+constexpr std::chrono::seconds kTimeout{60};
+constexpr std::size_t kMaximumOutputBytes = std::size_t{64} * 1024;
+constexpr std::int32_t kExitCodeWithoutTool = 127;
+
+std::string_view trimmed(std::string_view text) {
+  constexpr std::string_view kBlanks = " \t\r";
+  const std::size_t first = std::min(text.find_first_not_of(kBlanks), text.size());
+  return text.substr(first, text.find_last_not_of(kBlanks) + 1 - first);
+}
+
+/// The answer of the first line that begins with `question`: true for "Yes…"; absent without one.
+std::optional<bool> answerTo(std::string_view question, std::string_view report) {
+  while (!report.empty()) {
+    const std::size_t end = std::min(report.find('\n'), report.size());
+    const std::string_view line = trimmed(report.substr(0, end));
+    if (line.starts_with(question)) {
+      const std::string_view answer = trimmed(line.substr(question.size()));
+      return answer == "Yes" || answer.starts_with("Yes ");
+    }
+    report.remove_prefix(std::min(end + 1, report.size()));
+  }
+  return std::nullopt;
+}
+
+}  // namespace
+
+EnrollmentType parseEnrollmentStatus(std::int32_t exitCode, std::string_view output) {
+  if (exitCode != 0) {
+    return EnrollmentType::not_enrolled;
+  }
+  const bool viaDEP = answerTo("Enrolled via DEP:", output).value_or(false);
+  if (!answerTo("MDM enrollment:", output).value_or(viaDEP)) {
+    return EnrollmentType::not_enrolled;
+  }
+  return viaDEP ? EnrollmentType::dep : EnrollmentType::user_approved;
+}
+
+MDMEnrollmentUtil& MDMEnrollmentUtil::shared() {
+  static MDMEnrollmentUtil instance;
+  return instance;
+}
+
+EnrollmentType MDMEnrollmentUtil::getEnrollmentType() const {
+  platform::ProcessRequest request;
+  request.executable = kTool;
+  request.arguments = {"status", "-type", "enrollment"};
+  request.timeout = kTimeout;
+  request.maximumOutputBytes = kMaximumOutputBytes;
+  const platform::ProcessResult result = platform::runProcess(request);
+  if (result.exitCode == kExitCodeWithoutTool) {
+    logInfo(kTag, [] { return text("No ", kTool, " here, considering it as not enrolled."); });
+  } else if (result.exitCode != 0) {
+    logError(kTag, [&] {
+      return text(kTool, " failed, considering it as not enrolled. Exit code: ", result.exitCode,
+                  ", timed out: ", result.timedOut, ", output: ", result.output);
+    });
+  }
+  return parseEnrollmentStatus(result.exitCode, result.output);
+}
+
+}  // namespace vxutils

@@ -1,0 +1,40 @@
+#include "AgentLibraries/vxutils/SystemUtilsWrapper.h"
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+#include <vector>
+
+#include "Platform/Users.h"
+
+namespace vxutils {
+namespace {
+
+constexpr std::string_view kNobody = "NOUSERNAME";
+constexpr std::array<std::string_view, 4> kNobodysSessions{"", "root", "loginwindow",
+                                                           "_mbsetupuser"};
+
+}  // namespace
+
+std::string SystemUtilsWrapper::currentConsoleUserWrapper() const {
+  std::optional<std::string> name = platform::consoleUserName();
+  if (!name || std::ranges::find(kNobodysSessions, *name) != kNobodysSessions.end()) {
+    return std::string(kNobody);
+  }
+  return *std::move(name);
+}
+
+std::optional<std::string> SystemUtilsWrapper::getLoggedOnUsers() const {
+  const std::vector<std::string> names = platform::loggedOnUserNames();
+  if (names.empty()) {
+    return std::nullopt;
+  }
+  std::string list = names.front();
+  for (std::size_t index = 1; index < names.size(); ++index) {
+    list += ',';
+    list += names[index];
+  }
+  return list;
+}
+
+}  // namespace vxutils
