@@ -1,8 +1,8 @@
 // The collaborators of the macOS upgrade installers.
 #pragma once
 #include <memory>
+#include <optional>
 
-#include "AgentLibraries/vxutils/AgentServiceConnection.h"
 #include "VexloPatchDeployment/Adapters/CommandExecutor.h"
 #include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Common/SoftwareUpdateNotifier.h"
 #include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Helpers/Silicon/CredentialsFetcher.h"
@@ -28,17 +28,15 @@ class DefaultUpgradeInstallerDependencies final : public UpgradeInstallerDepende
   /// can't be reached.
   [[nodiscard]] static std::shared_ptr<UpgradeInstallerDependencies> silicon();
 
-  [[nodiscard]] CredentialsFetcher* userCredentials() override { return userCredentials_.get(); }
+  [[nodiscard]] CredentialsFetcher* userCredentials() override;
   [[nodiscard]] CommandExecutor& executor() override { return TerminalUtil::defaultInstance(); }
   [[nodiscard]] SoftwareUpdateNotifier& notifier() override { return notifier_; }
 
  private:
-  DefaultUpgradeInstallerDependencies(
-      std::unique_ptr<vxutils::AgentServiceConnection> agentConnection,
-      std::unique_ptr<CredentialsFetcher> userCredentials);
+  explicit DefaultUpgradeInstallerDependencies(
+      std::optional<AgentServiceCredentials> agentServiceCredentials);
 
-  std::unique_ptr<vxutils::AgentServiceConnection> agentConnection_;  // null on Intel
-  std::unique_ptr<CredentialsFetcher> userCredentials_;
+  std::optional<AgentServiceCredentials> agentServiceCredentials_;  // absent on Intel
   DefaultSoftwareUpdateNotifier notifier_;
 };
 

@@ -1,8 +1,8 @@
 // The collaborators of the software update installers.
 #pragma once
 #include <memory>
+#include <optional>
 
-#include "AgentLibraries/vxutils/AgentServiceConnection.h"
 #include "VexloPatchDeployment/Adapters/CommandExecutor.h"
 #include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Common/SoftwareUpdateLabelProvider.h"
 #include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Common/SoftwareUpdateNotifier.h"
@@ -35,7 +35,7 @@ class DefaultSoftwareUpdateInstallerDependencies final
   /// can't be reached.
   [[nodiscard]] static std::shared_ptr<SoftwareUpdateInstallerDependencies> silicon();
 
-  [[nodiscard]] CredentialsFetcher* userCredentials() override { return userCredentials_.get(); }
+  [[nodiscard]] CredentialsFetcher* userCredentials() override;
   [[nodiscard]] CommandExecutor& executor() override { return TerminalUtil::defaultInstance(); }
   [[nodiscard]] SoftwareUpdateOutputAnalyser& outputValidator() override {
     return outputValidator_;
@@ -45,12 +45,10 @@ class DefaultSoftwareUpdateInstallerDependencies final
   [[nodiscard]] SoftwareUpdateNotifier& notifier() override { return notifier_; }
 
  private:
-  DefaultSoftwareUpdateInstallerDependencies(
-      std::unique_ptr<vxutils::AgentServiceConnection> agentConnection,
-      std::unique_ptr<CredentialsFetcher> userCredentials);
+  explicit DefaultSoftwareUpdateInstallerDependencies(
+      std::optional<AgentServiceCredentials> agentServiceCredentials);
 
-  std::unique_ptr<vxutils::AgentServiceConnection> agentConnection_;  // null on Intel
-  std::unique_ptr<CredentialsFetcher> userCredentials_;
+  std::optional<AgentServiceCredentials> agentServiceCredentials_;  // absent on Intel
   DefaultSoftwareUpdateOutputAnalyser outputValidator_;
   DefaultSoftwareUpdateLabel labelProvider_;
   SystemUserSession userSessionProvider_;

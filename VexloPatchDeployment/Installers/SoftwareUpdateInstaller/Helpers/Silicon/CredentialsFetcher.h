@@ -14,7 +14,7 @@ struct Credentials {
   std::string userName;
   std::string password;
 
-  Credentials(std::string userName, std::string password);
+  Credentials(std::string name, std::string secret);
   Credentials(const Credentials&) = default;
   Credentials(Credentials&&) noexcept = default;
   Credentials& operator=(const Credentials& other);
@@ -45,5 +45,13 @@ class UserCredentials final : public CredentialsFetcher {
  private:
   std::shared_ptr<AgentServiceValueFetcher> agentServiceValueProvider_;
 };
+
+/// The connection to the agent's service, and the fetcher of the credentials that it keeps.
+struct AgentServiceCredentials {
+  std::unique_ptr<vxutils::AgentServiceConnection> connection;
+  std::unique_ptr<CredentialsFetcher> fetcher;
+};
+/// Absent when the service can't be reached.
+[[nodiscard]] std::optional<AgentServiceCredentials> agentServiceCredentials();
 
 }  // namespace vexlo

@@ -1,0 +1,29 @@
+#include "VexloPatchDeployment/Installers/InstallAssistantUpgradeInstaller/IntelUpgradeInstaller.h"
+
+#include <utility>
+
+#include "VexloPatchDeployment/Common/Log.h"
+#include "VexloPatchDeployment/Installers/InstallAssistantUpgradeInstaller/StartOSInstall.h"
+#include "VexloPatchDeployment/Installers/PreferredLanguage.h"
+
+namespace vexlo {
+namespace {
+
+constexpr LogTag kTag{"installMacOS()"};
+
+}  // namespace
+
+IntelUpgradeInstaller::IntelUpgradeInstaller(
+    std::string appPath, std::shared_ptr<UpgradeInstallerDependencies> dependencies)
+    : appPath_(std::move(appPath)), dependencies_(std::move(dependencies)) {}
+
+PatchActionResult IntelUpgradeInstaller::installMacOS() {
+  const std::string language = preferredLanguageText();
+  logInfo(kTag, [&] {
+    return text("Starting installation of ", appPath_,
+                ", intel. Machine locale language: ", language, ".");
+  });
+  return startOSInstall(appPath_, nullptr, *dependencies_, kTag);
+}
+
+}  // namespace vexlo

@@ -1,0 +1,41 @@
+#include "VexloPatchDeployment/Installers/InstallAssistantUpgradeInstaller/SiliconUpgradeInstaller.h"
+
+#include <optional>
+#include <utility>
+
+#include "VexloPatchDeployment/Common/Log.h"
+#include "VexloPatchDeployment/Installers/InstallAssistantUpgradeInstaller/StartOSInstall.h"
+#include "VexloPatchDeployment/Installers/PreferredLanguage.h"
+
+namespace vexlo {
+namespace {
+
+constexpr LogTag kTag{"installMacOS()"};
+constexpr LogTag kUsingTag{"installMacOS(using:)"};
+
+}  // namespace
+
+SiliconUpgradeInstaller::SiliconUpgradeInstaller(
+    std::string appPath, std::shared_ptr<UpgradeInstallerDependencies> dependencies)
+    : appPath_(std::move(appPath)), dependencies_(std::move(dependencies)) {}
+
+PatchActionResult SiliconUpgradeInstaller::installMacOS() {
+  const std::string language = preferredLanguageText();
+  logInfo(kTag, [&] {
+    return text("Starting installation of ", appPath_,
+                ", silicon. Machine locale language: ", language, ".");
+  });
+  CredentialsFetcher* const fetcher = dependencies_->userCredentials();
+  const std::optional<Credentials> credentials =
+      fetcher != nullptr ? fetcher->credentials() : std::nullopt;
+  if (!credentials) {
+    return PatchActionResult::applyLater(PlainReason::credentialsNotEntered);
+  }
+  return installMacOS(*credentials);
+}
+
+PatchActionResult SiliconUpgradeInstaller::installMacOS(const Credentials& credentials) {
+  return startOSInstall(appPath_, &credentials, *dependencies_, kUsingTag);
+}
+
+}  // namespace vexlo

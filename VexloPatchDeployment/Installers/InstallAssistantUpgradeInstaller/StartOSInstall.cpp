@@ -1,0 +1,55 @@
+#include "VexloPatchDeployment/Installers/InstallAssistantUpgradeInstaller/StartOSInstall.h"
+
+#include <optional>
+
+#include "VexloPatchDeployment/Common/ShellQuoting.h"
+#include "VexloPatchDeployment/Common/WipeAtEnd.h"
+
+namespace vexlo {
+namespace {
+
+constexpr const char* kShell = "/bin/sh";
+
+std::string commandLine(const std::string& appPath, const Credentials* credentials) {
+  std::string line = text("\"", insideDoubleQuotes(appPath), "/Contents/Resources/startosinstall\"",
+                          " --agreetolicense --forcequitapps --nointeraction");
+  if (credentials != nullptr) {
+    line += text(" --user \"", insideDoubleQuotes(credentials->userName), "\" --stdinpass");
+  }
+  return line;
+}
+
+CommandResult run(const std::string& line, const Credentials* credentials,
+                  CommandExecutor& executor) {
+  if (credentials == nullptr) {
+    return executor.run(line, kShell, std::nullopt);
+  }
+  std::optional<std::string> password = credentials->password;
+  const WipeAtEnd wipePassword(*password);
+  return executor.run(line, kShell, password);
+}
+
+}  // namespace
+
+PatchActionResult startOSInstall(const std::string& appPath, const Credentials* credentials,
+                                 UpgradeInstallerDependencies& dependencies, const LogTag& tag,
+                                 std::source_location where) {
+  dependencies.notifier().notifyUpdatesInProgress();
+  const std::string line = commandLine(appPath, credentials);
+  logInfo(tag, [&] { return text("Installation command: ", line); }, where);
+  const CommandResult result = run(line, credentials, dependencies.executor());
+  logInfo(
+      tag,
+      [&] {
+        return text("Execution result: (exitCode: ", result.exitCode, ", output: \"", result.output,
+                    "\", rawOutput: ", result.rawOutput().size(), " bytes)");
+      },
+      where);
+  if (result.exitCode == 0) {
+    return PatchActionResult::success();
+  }
+  logError(tag, [&] { return text("Installation failed for ", appPath, "."); }, where);
+  return PatchActionResult::failure(PlainReason::macOSSoftwareUpdateInstallationFailed);
+}
+
+}  // namespace vexlo

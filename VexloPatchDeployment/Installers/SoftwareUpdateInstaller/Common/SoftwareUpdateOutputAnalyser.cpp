@@ -1,0 +1,70 @@
+#include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Common/SoftwareUpdateOutputAnalyser.h"
+
+#include <array>
+
+#include "VexloPatchDeployment/Common/Log.h"
+#include "VexloPatchDeployment/Common/TextSearch.h"
+
+namespace vexlo {
+namespace {
+
+using enum PlainReason;
+
+constexpr LogTag kTag{"validate(_:)"};
+
+/// A kind of failure: what is logged and what it results in.
+struct Failure {
+  std::string_view message;
+  PatchActionResult::Outcome outcome;
+  std::optional<PlainReason> reason;
+};
+constexpr Failure kNetwork{"macOS download/install failed due to network error",
+                           PatchActionResult::Outcome::applyLater, softwareUpdateUnreachable};
+constexpr Failure kDiskSpace{"macOS download/install failed, Due to insufficient disk space.",
+                             PatchActionResult::Outcome::applyLater,
+                             inSufficientDiskSpaceForSoftwareUpdate};
+constexpr Failure kDownload{"macOS not available for downloading, Marked as failure.",
+                            PatchActionResult::Outcome::applyLater,
+                            macOSSoftwareUpdateDownloadFailed};
+constexpr Failure kInstallation{"macOS not available for installation, Marked as failure.",
+                                PatchActionResult::Outcome::failure,
+                                macOSSoftwareUpdateInstallationFailed};
+constexpr Failure kNoSuchUpdate{
+    "macOS not available for installation/downloading, Marked as failure.",
+    PatchActionResult::Outcome::failure, std::nullopt};
+
+struct KnownError {
+  std::string_view text;
+  const Failure& failure;
+};
+/// In the order in which they are looked for. The tool writes typographic apostrophes.
+constexpr std::array kKnownErrors{
+    KnownError{"Can’t connect to the Software Update server", kNetwork},
+    KnownError{"Make sure you’re connected to the internet", kNetwork},
+    KnownError{"Can’t connect to the Apple Software Update server", kNetwork},
+    KnownError{"Server not reachable", kNetwork},
+    KnownError{"kAMAuthInstallErrorServerNotReachable", kNetwork},
+    KnownError{"Not Enough Free Disk Space", kDiskSpace},
+    KnownError{"Error downloading", kDownload},
+    KnownError{"Error installing updates", kInstallation},
+    KnownError{"No such update", kNoSuchUpdate},
+};
+
+PatchActionResult resultOf(const Failure& failure) {
+  return {.outcome = failure.outcome, .description = failure.reason};
+}
+
+}  // namespace
+
+std::optional<PatchActionResult> DefaultSoftwareUpdateOutputAnalyser::validate(
+    std::string_view output) {
+  for (const KnownError& error : kKnownErrors) {
+    if (TextSearch(error.text, Letters::ignoringCase).first(output)) {
+      logError(kTag, [&] { return error.failure.message; });
+      return resultOf(error.failure);
+    }
+  }
+  return std::nullopt;
+}
+
+}  // namespace vexlo

@@ -1,0 +1,76 @@
+#include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Helpers/Silicon/CredentialsFetcher.h"
+
+#include <ostream>
+#include <utility>
+
+#include "Platform/Memory.h"
+#include "VexloPatchDeployment/Common/Log.h"
+#include "VexloPatchDeployment/Common/WipeAtEnd.h"
+
+namespace vexlo {
+namespace {
+
+constexpr LogTag kTag{"credentials()"};
+constexpr const char* kUserNameKey = "PatchOSUpdateUserName";
+constexpr const char* kPasswordKey = "PatchOSUpdatePassword";
+
+}  // namespace
+
+Credentials::Credentials(std::string name, std::string secret)
+    : userName(std::move(name)), password(std::move(secret)) {
+  platform::wipe(secret);  // a short text's move leaves it behind
+}
+
+Credentials& Credentials::operator=(const Credentials& other) { return *this = Credentials(other); }
+
+Credentials& Credentials::operator=(Credentials&& other) noexcept {
+  if (this != &other) {
+    platform::wipe(password);
+    userName = std::move(other.userName);
+    password = std::move(other.password);
+  }
+  return *this;
+}
+
+Credentials::~Credentials() { platform::wipe(password); }
+
+std::string describe(const Credentials& credentials) {
+  return text("Credentials(", credentials.userName, ")");
+}
+
+std::ostream& operator<<(std::ostream& out, const Credentials& credentials) {
+  return out << describe(credentials);
+}
+
+UserCredentials::UserCredentials(
+    std::shared_ptr<AgentServiceValueFetcher> agentServiceValueProvider)
+    : agentServiceValueProvider_(std::move(agentServiceValueProvider)) {}
+
+std::optional<Credentials> UserCredentials::credentials() {
+  const std::optional<std::string> userName = agentServiceValueProvider_->value(kUserNameKey);
+  const bool hasUserName = userName && !userName->empty();
+  auto password =
+      hasUserName ? agentServiceValueProvider_->value(kPasswordKey) : std::optional<std::string>();
+  if (!password || password->empty()) {
+    logError(kTag, [] {
+      return "Unable to get username and password from agent service connection. Need to retry "
+             "later.";
+    });
+    return std::nullopt;
+  }
+  const WipeAtEnd wipePassword(*password);
+  return Credentials(*userName, *password);
+}
+
+std::optional<AgentServiceCredentials> agentServiceCredentials() {
+  auto connection = std::make_unique<vxutils::AgentServiceConnection>();
+  std::shared_ptr<vxutils::AgentServiceProtocol> service = connection->getService();
+  if (!service) {
+    return std::nullopt;
+  }
+  auto fetcher = std::make_shared<DefaultAgentServiceValueFetcher>(std::move(service));
+  return AgentServiceCredentials{.connection = std::move(connection),
+                                 .fetcher = std::make_unique<UserCredentials>(std::move(fetcher))};
+}
+
+}  // namespace vexlo

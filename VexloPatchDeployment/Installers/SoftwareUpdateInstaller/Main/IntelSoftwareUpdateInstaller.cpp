@@ -1,0 +1,42 @@
+#include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Main/IntelSoftwareUpdateInstaller.h"
+
+#include <utility>
+
+#include "VexloPatchDeployment/Common/Log.h"
+#include "VexloPatchDeployment/Installers/PreferredLanguage.h"
+#include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Main/SoftwareUpdateInstallation.h"
+
+namespace vexlo {
+namespace {
+
+constexpr LogTag kTag{"installMacOS()"};
+constexpr LogTag kRetryTag{"downloadAndInstallMacOS()"};
+
+}  // namespace
+
+IntelSoftwareUpdateInstaller::IntelSoftwareUpdateInstaller(
+    std::string version, std::string macOSLabel,
+    std::shared_ptr<SoftwareUpdateInstallerDependencies> dependencies, platform::Sleeper sleeper,
+    std::int64_t macOSMajorVersion)
+    : version_(std::move(version)),
+      macOSLabel_(std::move(macOSLabel)),
+      dependencies_(std::move(dependencies)),
+      sleeper_(std::move(sleeper)),
+      macOSMajorVersion_(macOSMajorVersion) {}
+
+PatchActionResult IntelSoftwareUpdateInstaller::installMacOS() {
+  const std::string language = preferredLanguageText();
+  logInfo(kTag, [&] {
+    return text("Starting installation of Intel Software Update for ", version_,
+                ", label: ", macOSLabel_, ". Machine locale language: ", language, ".");
+  });
+  return downloadAndInstallMacOS();
+}
+
+PatchActionResult IntelSoftwareUpdateInstaller::downloadAndInstallMacOS() {
+  return SoftwareUpdateInstallation(SoftwareUpdateAuthContext::intel(), *dependencies_, sleeper_,
+                                    macOSMajorVersion_)
+      .run(macOSLabel_, kRetryTag);
+}
+
+}  // namespace vexlo

@@ -1,0 +1,43 @@
+#include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Main/SoftwareUpdateInstallerDependencies.h"
+
+#include <optional>
+#include <utility>
+
+#include "VexloPatchDeployment/Common/Log.h"
+
+namespace vexlo {
+namespace {
+
+constexpr LogTag kTag{"init(silicon:)"};
+
+}  // namespace
+
+std::shared_ptr<SoftwareUpdateInstallerDependencies>
+DefaultSoftwareUpdateInstallerDependencies::intel() {
+  return std::shared_ptr<SoftwareUpdateInstallerDependencies>(
+      new DefaultSoftwareUpdateInstallerDependencies(std::nullopt));
+}
+
+std::shared_ptr<SoftwareUpdateInstallerDependencies>
+DefaultSoftwareUpdateInstallerDependencies::silicon() {
+  std::optional<AgentServiceCredentials> credentials = agentServiceCredentials();
+  if (!credentials) {
+    logError(kTag, [] {
+      return "Failed to establish connection with AgentService. Unable to get user credentials.";
+    });
+    return nullptr;
+  }
+  return std::shared_ptr<SoftwareUpdateInstallerDependencies>(
+      new DefaultSoftwareUpdateInstallerDependencies(std::move(credentials)));
+}
+
+DefaultSoftwareUpdateInstallerDependencies::DefaultSoftwareUpdateInstallerDependencies(
+    std::optional<AgentServiceCredentials> agentServiceCredentials)
+    : agentServiceCredentials_(std::move(agentServiceCredentials)),
+      labelProvider_(std::make_shared<SystemSoftwareUpdateLister>()) {}
+
+CredentialsFetcher* DefaultSoftwareUpdateInstallerDependencies::userCredentials() {
+  return agentServiceCredentials_ ? agentServiceCredentials_->fetcher.get() : nullptr;
+}
+
+}  // namespace vexlo

@@ -1,0 +1,142 @@
+#include "VexloPatchDeployment/Validators/DeferCheck/AvailableOSUpdatesResolver.h"
+
+#include <array>
+#include <cstddef>
+#include <expected>
+#include <ostream>
+#include <string_view>
+#include <utility>
+
+#include "Platform/PropertyList.h"
+#include "Platform/Unicode.h"
+#include "VexloPatchDeployment/Common/Log.h"
+#include "VexloPatchDeployment/Common/TextForms.h"
+
+namespace vexlo {
+namespace {
+
+constexpr LogTag kAvailableOSUpdatesTag{"availableOSUpdates()"};
+constexpr LogTag kParseTag{"parse(_:)"};
+constexpr std::string_view kCantConnect = "Can’t connect to the Apple Software Update server";
+constexpr std::string_view kHeader = "Available updates (install debug profile for more details): ";
+
+struct Field {
+  std::string_view key;
+  std::optional<std::string> AvailableOSUpdate::* member;
+};
+constexpr std::array kFields{
+    Field{"Build", &AvailableOSUpdate::build},
+    Field{"DeferredUntil", &AvailableOSUpdate::deferredUntil},
+    Field{"ProductKey", &AvailableOSUpdate::productKey},
+    Field{"Version", &AvailableOSUpdate::version},
+};
+
+using Updates = std::vector<AvailableOSUpdate>;
+
+/// The report behind the first header, up to a second one; absent without a header.
+std::optional<std::string_view> reportIn(std::string_view output) {
+  const std::size_t header = output.find(kHeader);
+  if (header == std::string_view::npos) {
+    return std::nullopt;
+  }
+  const std::string_view rest = output.substr(header + kHeader.size());
+  return rest.substr(0, rest.find(kHeader));
+}
+
+/// Whether the report is a text, or the binary form, which is none by its nature.
+bool isReadable(std::string_view report) {
+  return report.starts_with("bplist") ||
+         platform::findInvalidUTF8(report) == std::string_view::npos;
+}
+
+/// The error says which item is wrong, counted from one.
+std::expected<Updates, std::string> decode(std::string_view report) {
+  const auto list = platform::parsePropertyList(report);
+  if (!list) {
+    return std::unexpected(list.error().message);
+  }
+  const auto* const items = list->as<platform::PropertyList::Array>();
+  if (items == nullptr) {
+    return std::unexpected("expected an array of updates");
+  }
+  Updates updates;
+  updates.reserve(items->size());
+  for (const platform::PropertyList& item : *items) {
+    const std::size_t number = updates.size() + 1;
+    if (item.as<platform::PropertyList::Dictionary>() == nullptr) {
+      return std::unexpected(text("item ", number, ": expected a dictionary"));
+    }
+    AvailableOSUpdate& update = updates.emplace_back();
+    for (const Field& field : kFields) {
+      const platform::PropertyList* const value = item.find(field.key);
+      if (value == nullptr) {
+        continue;
+      }
+      const auto* const valueText = value->as<std::string>();
+      if (valueText == nullptr) {
+        return std::unexpected(text("item ", number, ": expected a text under \"", field.key, '"'));
+      }
+      update.*field.member = *valueText;
+    }
+  }
+  return updates;
+}
+
+std::string listOf(const Updates& updates) {
+  std::string out = "[";
+  for (std::string_view separator; const AvailableOSUpdate& update : updates) {
+    out.append(separator).append(describe(update));
+    separator = ", ";
+  }
+  return out += ']';
+}
+
+/// The updates of the MDM client's output; empty when it holds no report that can be read.
+Updates parse(std::string_view output) {
+  const std::optional<std::string_view> report = reportIn(output);
+  if (!report || !isReadable(*report)) {
+    logError(kParseTag, [] { return "No available updates found or data conversion failed."; });
+    return {};
+  }
+  std::expected<Updates, std::string> updates = decode(*report);
+  if (!updates) {
+    logError(kParseTag, [&] { return text("Deserialization error: ", updates.error(), "."); });
+    return {};
+  }
+  logInfo(kParseTag, [&] { return text("Parsed available OS Updates: ", listOf(*updates), "."); });
+  return *std::move(updates);
+}
+
+}  // namespace
+
+std::string describe(const AvailableOSUpdate& update) {
+  return text("AvailableOSUpdate(build: ", optionalText(update.build),
+              ", deferredUntil: ", optionalText(update.deferredUntil),
+              ", productKey: ", optionalText(update.productKey),
+              ", version: ", optionalText(update.version), ")");
+}
+
+std::ostream& operator<<(std::ostream& out, const AvailableOSUpdate& update) {
+  return out << describe(update);
+}
+
+SystemAvailableOSUpdates::SystemAvailableOSUpdates(
+    std::shared_ptr<MDMClientCommandExecutor> mdmClientCommandExecutor)
+    : mdmClientCommandExecutor_(std::move(mdmClientCommandExecutor)) {}
+
+std::optional<std::vector<AvailableOSUpdate>> SystemAvailableOSUpdates::availableOSUpdates() {
+  const MDMClientOutput run = mdmClientCommandExecutor_->fetchAvailableOSUpdatesRaw();
+  logInfo(kAvailableOSUpdatesTag, [&] {
+    return text("Available OS Updates raw data : ", run.output, ", exitCode: ", run.exitCode, ".");
+  });
+  if (run.exitCode != 0 || run.output.contains(kCantConnect)) {
+    logError(kAvailableOSUpdatesTag, [] {
+      return "AvailableOSUpdates command failed or unable to connect to the Apple Software Update "
+             "server. Returning nil.";
+    });
+    return std::nullopt;
+  }
+  return parse(run.output);
+}
+
+}  // namespace vexlo

@@ -1,0 +1,93 @@
+#include "VexloPatchDeployment/Validators/DeferCheck/DeferCheck.h"
+
+#include <algorithm>
+#include <chrono>
+#include <utility>
+#include <vector>
+
+#include "VexloPatchDeployment/Common/Log.h"
+#include "VexloPatchDeployment/Common/TextForms.h"
+
+namespace vexlo {
+namespace {
+
+constexpr LogTag kTag{"isMacOSUpdateDeferred(for:)"};
+constexpr LogTag kValidateTag{"validate(_:)"};
+
+/// Whether a product key or a date says anything: it has two characters or more. In UTF-8 the
+/// bytes 10xxxxxx only continue a character.
+bool isMeaningful(std::string_view text) {
+  return std::ranges::count_if(text, [](unsigned char byte) { return (byte & 0xC0) != 0x80; }) >= 2;
+}
+
+/// «2024-06-15» of «2024-06-15 00:00:00 +0000».
+std::string_view datePart(std::string_view dateAndTime) {
+  return dateAndTime.substr(0, dateAndTime.find(' '));
+}
+
+/// The same day as «2024-Jun-15»; absent when the text is no day.
+std::optional<std::string> convertDateFormat(std::string_view dateText) {
+  return platform::parseDay(dateText).transform(platform::yearMonthNameDay);
+}
+
+}  // namespace
+
+MacOSUpdateDeferralChecker::MacOSUpdateDeferralChecker(
+    std::shared_ptr<AvailableOSUpdatesResolver> availableOSUpdatesResolver, platform::Clock now)
+    : availableOSUpdatesResolver_(std::move(availableOSUpdatesResolver)), now_(std::move(now)) {}
+
+MacOSUpdateDeferral MacOSUpdateDeferralChecker::isMacOSUpdateDeferred(std::string_view version) {
+  const auto updates = availableOSUpdatesResolver_->availableOSUpdates();
+  if (!updates) {
+    logError(kTag, [] {
+      return "Unable to get AvailableOSUpdate - Network error. Need to check later.";
+    });
+    return {.isDeferred = std::nullopt, .date = std::nullopt};
+  }
+  if (updates->empty()) {
+    logError(kTag,
+             [] { return "Unable to get AvailableOSUpdate. Considering it as not deferred."; });
+    return {.isDeferred = false, .date = std::nullopt};
+  }
+  for (const AvailableOSUpdate& update : *updates) {
+    if (update.version != version || !update.productKey || !update.deferredUntil) {
+      continue;
+    }
+    const std::string_view date = datePart(*update.deferredUntil);
+    if (!isMeaningful(*update.productKey) || !isMeaningful(date) || !validate(date)) {
+      continue;
+    }
+    std::optional<std::string> until = convertDateFormat(date);
+    logInfo(kTag, [&] {
+      return text("macOS ", version, " is deferred untill ", date, ":", optionalText(until), " - ",
+                  *update.productKey, ".");
+    });
+    return {.isDeferred = true, .date = std::move(until)};
+  }
+  logInfo(kTag, [&] { return text("macOS ", version, " is not deferred."); });
+  return {.isDeferred = false, .date = std::nullopt};
+}
+
+bool MacOSUpdateDeferralChecker::validate(std::string_view dateText) const {
+  const std::optional<std::chrono::year_month_day> day = platform::parseDay(dateText);
+  if (!day) {
+    logError(kValidateTag, [&] {
+      return text(
+          "Unable to obtain defer date from given data, returning as update not deferred, but "
+          "deferredUntil :",
+          dateText);
+    });
+    return false;
+  }
+  const platform::Moment deferredDate = platform::startOfDay(*day);
+  const platform::Moment currentDate = now_();
+  const bool deferred = deferredDate > currentDate;
+  logInfo(kValidateTag, [&] {
+    return text("deferredUntil ", dateText, ", deferredDate ",
+                platform::describeMoment(deferredDate), ", currentDate ",
+                platform::describeMoment(currentDate), ", isMacOSUpdateDeferred ", deferred);
+  });
+  return deferred;
+}
+
+}  // namespace vexlo

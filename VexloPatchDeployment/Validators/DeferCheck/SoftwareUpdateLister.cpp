@@ -1,0 +1,40 @@
+#include "VexloPatchDeployment/Validators/DeferCheck/SoftwareUpdateLister.h"
+
+#include <string_view>
+#include <utility>
+
+#include "AgentLibraries/vxutils/TerminalUtil.h"
+#include "VexloPatchDeployment/Common/Log.h"
+
+namespace vexlo {
+namespace {
+
+constexpr LogTag kTag{"isAppleSoftwareUpdateReachable()"};
+constexpr std::string_view kCantConnect = "Can’t connect to the Apple Software Update server";
+
+}  // namespace
+
+SoftwareUpdateList SystemSoftwareUpdateLister::fetchSoftwareUpdates() {
+  auto [exitCode, output] = vxutils::TerminalUtil::defaultInstance().executeTaskForString(
+      "/usr/sbin/softwareupdate", {"--list"});
+  return {.exitCode = exitCode, .output = std::move(output)};
+}
+
+AppleSoftwareUpdateConnectivityChecker::AppleSoftwareUpdateConnectivityChecker(
+    std::shared_ptr<SoftwareUpdateLister> softwareUpdateLister)
+    : softwareUpdateLister_(std::move(softwareUpdateLister)) {}
+
+bool AppleSoftwareUpdateConnectivityChecker::isAppleSoftwareUpdateReachable() {
+  const SoftwareUpdateList list = softwareUpdateLister_->fetchSoftwareUpdates();
+  logInfo(kTag, [&] {
+    return text("Software update output: ", list.output, ", exit code: ", list.exitCode, ".");
+  });
+  if (list.exitCode != 0 || list.output.contains(kCantConnect)) {
+    logError(kTag, [] { return "Unable to obtain software update information."; });
+    return false;
+  }
+  logInfo(kTag, [] { return "Apple software update is reachable."; });
+  return true;
+}
+
+}  // namespace vexlo
