@@ -4,28 +4,14 @@
 #include <expected>
 #include <optional>
 #include <string>
-#include <utility>
+
+#include "Platform/Descriptor.h"
 
 namespace platform {
 
-/// Owns one file descriptor and closes it.
-class Descriptor {
- public:
-  Descriptor() = default;
-  explicit Descriptor(int number) noexcept : number_(number) {}
-  Descriptor(Descriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
-  Descriptor& operator=(Descriptor&& other) noexcept;
-  ~Descriptor();
-  [[nodiscard]] int get() const noexcept { return number_; }
-  [[nodiscard]] explicit operator bool() const noexcept { return number_ >= 0; }
-  void reset() noexcept;
-
- private:
-  int number_ = -1;
-};
-
-/// Connects to the socket at `path`. The error text is the system's reason. Close-on-exec; a
-/// write to a closed peer fails with EPIPE and raises no signal.
+/// Connects to the socket at `path`. The error text is the system's reason. Close-on-exec. A
+/// listener that does not take the connection within five seconds is an error. Send with
+/// MSG_NOSIGNAL: a peer that has gone is then an error and no SIGPIPE.
 [[nodiscard]] std::expected<Descriptor, std::string> connectLocalSocket(const std::string& path);
 /// Makes a listening socket at `path` (an old socket there is replaced), for its owner only.
 [[nodiscard]] std::expected<Descriptor, std::string> listenOnLocalSocket(const std::string& path);

@@ -1,0 +1,77 @@
+#include "AgentLibraries/vxutils/TerminalUtil.h"
+
+#include <algorithm>
+#include <chrono>
+#include <string_view>
+
+#include "AgentLibraries/LogCore/Logger.h"
+#include "AgentLibraries/LogCore/Text.h"
+#include "Platform/Process.h"
+
+namespace vxutils {
+namespace {
+
+using LogCore::logError;
+using LogCore::logInfo;
+using LogCore::LogTag;
+using LogCore::text;
+
+constexpr LogTag kRunTag(
+    "runCommand(_:inDirectory:launchPath:pipeInput:timeout:logOutputContinuously:shouldLogOutput:"
+    ")");
+constexpr LogTag kTaskTag("executeTaskForString(pathOfBinary:arguments:)");
+
+constexpr const char* kDefaultShell = "/bin/sh";
+constexpr std::int64_t kLongestTimeoutSeconds = std::int64_t{10} * 366 * 24 * 3600;
+
+platform::ProcessResult run(const platform::ProcessRequest& request, const LogTag& tag) {
+  platform::ProcessResult result = platform::runProcess(request);
+  if (result.startError) {
+    logError(tag, [&] {
+      return text("Could not start ", request.executable, ": ", result.startError.message(), ".");
+    });
+  }
+  return result;
+}
+
+}  // namespace
+
+TerminalUtil& TerminalUtil::defaultInstance() {
+  static TerminalUtil instance;
+  return instance;
+}
+
+CommandResult TerminalUtil::runCommand(const std::string& command,
+                                       const std::optional<std::string>& directory,
+                                       const std::optional<std::string>& launchPath,
+                                       const std::optional<std::string>& pipeInput,
+                                       std::int64_t timeoutSeconds, bool logOutputContinuously,
+                                       bool shouldLogOutput) {
+  platform::ProcessRequest request{.executable = launchPath.value_or(kDefaultShell),
+                                   .arguments = {"-c", command},
+                                   .directory = directory,
+                                   .input = pipeInput,
+                                   .timeout = std::chrono::seconds(std::clamp<std::int64_t>(
+                                       timeoutSeconds, 0, kLongestTimeoutSeconds))};
+  if (logOutputContinuously) {
+    request.onLine = [](std::string_view line) { logInfo(kRunTag, [&] { return line; }); };
+  }
+  platform::ProcessResult result = run(request, kRunTag);
+  if (result.timedOut) {
+    logError(kRunTag,
+             [&] { return text("The command was ended after ", timeoutSeconds, " seconds."); });
+  }
+  if (shouldLogOutput) {
+    logInfo(kRunTag, [&] { return std::string_view(result.output); });
+  }
+  return {.exitCode = result.exitCode, .output = std::move(result.output)};
+}
+
+std::pair<std::int32_t, std::string> TerminalUtil::executeTaskForString(
+    const std::string& pathOfBinary, const std::vector<std::string>& arguments) {
+  platform::ProcessResult result =
+      run({.executable = pathOfBinary, .arguments = arguments}, kTaskTag);
+  return {result.exitCode, std::move(result.output)};
+}
+
+}  // namespace vxutils

@@ -1,0 +1,99 @@
+#include "Platform/RunLoop.h"
+
+#include <algorithm>
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <utility>
+
+namespace platform {
+namespace {
+
+class SignalledSource;
+
+/// The sources of one loop that were signalled and not yet served, oldest first. Shared by the
+/// loop and its sources, so that a signal that comes after the loop's thread has ended is safe.
+struct Mailbox {
+  std::mutex mutex;
+  std::condition_variable arrived;
+  std::deque<std::weak_ptr<SignalledSource>> signalled;
+};
+
+class SignalledSource final : public RunLoop::Source,
+                              public std::enable_shared_from_this<SignalledSource> {
+ public:
+  SignalledSource(std::shared_ptr<Mailbox> mailbox, std::function<void()> perform)
+      : mailbox_(std::move(mailbox)), perform_(std::move(perform)) {}
+
+  void signal() override {
+    {
+      const std::scoped_lock lock(mailbox_->mutex);
+      if (waiting_) {
+        return;
+      }
+      mailbox_->signalled.push_back(weak_from_this());
+      waiting_ = true;
+    }
+    mailbox_->arrived.notify_one();
+  }
+
+  /// For the loop, under the mailbox's lock: the next signal counts anew.
+  void taken() { waiting_ = false; }
+  void perform() const { perform_(); }
+
+ private:
+  std::shared_ptr<Mailbox> mailbox_;
+  std::function<void()> perform_;
+  bool waiting_ = false;  // guarded by the mailbox's mutex
+};
+
+class ThreadRunLoop final : public RunLoop {
+ public:
+  std::shared_ptr<Source> addSource(std::function<void()> perform) override {
+    auto source = std::make_shared<SignalledSource>(mailbox_, std::move(perform));
+    std::erase_if(sources_, [](const auto& known) { return known.expired(); });
+    sources_.push_back(source);
+    return source;
+  }
+
+  bool runDefaultMode(std::chrono::milliseconds duration) override {
+    if (std::ranges::all_of(sources_, [](const auto& known) { return known.expired(); })) {
+      return false;
+    }
+    if (const std::shared_ptr<SignalledSource> source = nextSignalled(duration)) {
+      source->perform();  // without the lock: it may signal, add and run sources
+    }
+    return true;
+  }
+
+ private:
+  /// The source that was signalled first, waited for at most `duration`; null when none was. A
+  /// source that was removed since it was signalled is passed over.
+  std::shared_ptr<SignalledSource> nextSignalled(std::chrono::milliseconds duration) {
+    constexpr std::chrono::milliseconds kLongest = std::chrono::years(1);  // the clock can add it
+    const auto deadline = std::chrono::steady_clock::now() + std::min(duration, kLongest);
+    std::shared_ptr<SignalledSource> next;  // outlives the lock, as its end may run any code
+    std::unique_lock lock(mailbox_->mutex);
+    const auto hasSignal = [&] { return !mailbox_->signalled.empty(); };
+    while (!next && mailbox_->arrived.wait_until(lock, deadline, hasSignal)) {
+      next = mailbox_->signalled.front().lock();
+      mailbox_->signalled.pop_front();
+    }
+    if (next) {
+      next->taken();
+    }
+    return next;
+  }
+
+  std::shared_ptr<Mailbox> mailbox_ = std::make_shared<Mailbox>();
+  std::vector<std::weak_ptr<SignalledSource>> sources_;
+};
+
+}  // namespace
+
+RunLoop& RunLoop::current() {
+  thread_local ThreadRunLoop loop;
+  return loop;
+}
+
+}  // namespace platform
