@@ -1,0 +1,100 @@
+#include "SimulatedMac/AgentServiceStandIn.h"
+
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "AgentLibraries/vxutils/AgentServiceServer.h"
+#include "SimulatedMac/Layout.h"
+
+namespace simulated_mac {
+namespace {
+
+constexpr std::string_view kSilentOn = "silent on ";
+
+/// The text behind the key in a line `value = KEY TEXT`; absent when the service holds none.
+std::optional<std::string> held(const Scenario& scenario, std::string_view key) {
+  for (const std::string& value : scenario.values("agent service", "value")) {
+    if (value.starts_with(key) && (value.size() == key.size() || value[key.size()] == ' ')) {
+      return value.size() == key.size() ? "" : value.substr(key.size() + 1);
+    }
+  }
+  return std::nullopt;
+}
+
+[[noreturn]] void stay() {
+  while (true) {
+    pause();
+  }
+}
+
+/// A service that takes connections but is no good: it answers every request with `answer`, or
+/// ends at the first one when there is no answer.
+[[noreturn]] void misbehave(const std::optional<std::string>& answer, int ready) {
+  const int listening = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  std::strncpy(address.sun_path, kServiceSocket, sizeof address.sun_path - 1);
+  if (bind(listening, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
+      listen(listening, 8) != 0) {
+    _exit(1);
+  }
+  close(ready);
+  while (true) {
+    const int peer = accept(listening, nullptr, nullptr);
+    char request[4096];
+    while (read(peer, request, sizeof request) > 0) {
+      if (!answer) {
+        _exit(0);
+      }
+      if (send(peer, answer->data(), answer->size(), MSG_NOSIGNAL) < 0) {
+        break;
+      }
+    }
+    close(peer);
+  }
+}
+
+}  // namespace
+
+void serveAgent(const Scenario& scenario, int ready) {
+  const std::string state = scenario.valueOr("agent service", "state", "answers");
+  if (state == "dies") {
+    misbehave(std::nullopt, ready);
+  }
+  if (state == "garbage") {
+    misbehave("{\"id\":\n[no answer at all]\n", ready);
+  }
+  if (state == "silent") {
+    misbehave("", ready);
+  }
+  const std::string silentOn =
+      state.starts_with(kSilentOn) ? state.substr(kSilentOn.size()) : std::string();
+  const int delay = milliseconds(scenario.valueOr("agent service", "delay", "0 s")).value_or(0);
+  const vxutils::AgentServiceServer server(
+      kServiceSocket, [&](const std::string& key) -> std::optional<std::string> {
+        if (key == silentOn) {
+          stay();
+        }
+        usleep(static_cast<useconds_t>(delay) * 1000);
+        return held(scenario, key);
+      });
+  close(ready);
+  stay();
+}
+
+bool hasAgentService(const Scenario& scenario) {
+  return scenario.valueOr("agent service", "state", "answers") != "absent";
+}
+
+std::string agentServiceValue(const Scenario& scenario, std::string_view key) {
+  return held(scenario, key).value_or("");
+}
+
+}  // namespace simulated_mac
