@@ -10,7 +10,9 @@ namespace platform {
 /// be read. A description is a dictionary with "Power Source State" ("AC Power" or "Battery
 /// Power"), "Current Capacity" and "Max Capacity" (integers of one unit), as far as known, and
 /// "Name" and "Type" for people. On Linux they come from /sys/class/power_supply: a battery that
-/// is neither discharging nor alone without a mains supply online counts as on "AC Power".
+/// is charging is on "AC Power", one that is discharging is not; in any other state that depends
+/// on whether a supply from outside is online, and where none is listed on whether the battery is
+/// full or held below it. Batteries of mice and other devices are not the machine's.
 [[nodiscard]] std::vector<PropertyList> powerSources();
 
 }  // namespace platform

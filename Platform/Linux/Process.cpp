@@ -20,6 +20,8 @@
 
 #include "Platform/Descriptor.h"
 #include "Platform/Linux/Pidfd.h"
+#include "Platform/RunningProcesses.h"
+#include "Platform/SignalsHeld.h"
 
 namespace platform {
 namespace {
@@ -61,6 +63,9 @@ std::optional<Pipe> makePipe() {
 }
 
 void dontBlock(const Descriptor& descriptor) {
+  if (!descriptor) {
+    return;
+  }
   ::fcntl(descriptor.get(), F_SETFL, ::fcntl(descriptor.get(), F_GETFL) | O_NONBLOCK);
 }
 
@@ -294,7 +299,7 @@ class Leftovers {
 /// A started child. Unless it was reaped, its group is killed and it is reaped on destruction.
 class Child {
  public:
-  explicit Child(pid_t pid) : pid_(pid), pidfd_(openPidfd(pid)) {
+  explicit Child(pid_t pid) : pid_(pid), pidfd_(openPidfd(pid)), running_(pid) {
     // The child is reaped already when the process ignores SIGCHLD.
     if (!pidfd_ && errno == ESRCH) {
       ended_ = true;
@@ -331,6 +336,7 @@ class Child {
   /// Waits for the child's end and takes its status.
   [[nodiscard]] std::int32_t reap() {
     reaped_ = true;
+    running_.forget();
     siginfo_t information{};
     if (wait(information, 0) != 0) {
       return ProcessResult::kUnknownStatus;
@@ -361,6 +367,7 @@ class Child {
 
   pid_t pid_;
   Descriptor pidfd_;
+  RunningProcess running_;
   bool ended_ = false;
   bool reaped_ = false;
 };
@@ -400,10 +407,12 @@ class Supervision {
         output_(request.maximumOutputBytes, request.onLine),
         deadline_(deadlineAfter(request.timeout)),
         grace_(request.grace) {
-    feed();
+    dontBlock(inputPipe_);
+    dontBlock(outputPipe_);
   }
 
   [[nodiscard]] ProcessResult run() {
+    feed();
     while (!isOver()) {
       waitForEvent();
       if (!isOver() && deadline_ && std::chrono::steady_clock::now() >= *deadline_) {
@@ -546,19 +555,19 @@ ProcessResult runProcess(const ProcessRequest& request) {
     settings.startIn(*request.directory);
   }
   settings.connect(input, *output);
-  pid_t pid = 0;
-  if (const int error = settings.spawn(request, pid); error != 0) {
-    return notStarted(error, request);
+  std::optional<Supervision> supervision;
+  {
+    const SignalsHeld held;  // lest a handler that ends the children misses this one
+    pid_t pid = 0;
+    if (const int error = settings.spawn(request, pid); error != 0) {
+      return notStarted(error, request);
+    }
+    output->writeEnd.reset();
+    supervision.emplace(request, pid, input ? std::move(input->writeEnd) : Descriptor(),
+                        std::move(output->readEnd));
   }
-  output->writeEnd.reset();
-  dontBlock(output->readEnd);
-  Descriptor inputEnd;
-  if (input) {
-    input->readEnd.reset();
-    dontBlock(input->writeEnd);
-    inputEnd = std::move(input->writeEnd);
-  }
-  return Supervision(request, pid, std::move(inputEnd), std::move(output->readEnd)).run();
+  input.reset();  // the child's end of it
+  return supervision->run();
 }
 
 }  // namespace platform

@@ -1,0 +1,88 @@
+#include "Platform/LocalSocket.h"
+
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/time.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <system_error>
+
+namespace platform {
+namespace {
+
+constexpr timeval kLongestWait{.tv_sec = 5, .tv_usec = 0};
+constexpr mode_t kOwnerOnly = 0600;
+constexpr int kBacklog = 16;
+
+std::unexpected<std::string> failure(int error) {
+  return std::unexpected(std::generic_category().message(error));
+}
+
+std::expected<sockaddr_un, int> addressOf(const std::string& path) {
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  if (path.empty() || path.contains('\0')) {  // a leading NUL would be a name without a file
+    return std::unexpected(EINVAL);
+  }
+  if (path.size() >= sizeof address.sun_path) {
+    return std::unexpected(ENAMETOOLONG);
+  }
+  path.copy(address.sun_path, path.size());
+  return address;
+}
+
+Descriptor makeSocket() { return Descriptor(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)); }
+
+/// Removes what an earlier server left; anything but a socket stays.
+void removeOldSocket(const std::string& path) {
+  struct stat status{};
+  if (::lstat(path.c_str(), &status) == 0 && S_ISSOCK(status.st_mode)) {
+    ::unlink(path.c_str());
+  }
+}
+
+}  // namespace
+
+std::expected<Descriptor, std::string> connectLocalSocket(const std::string& path) {
+  const auto address = addressOf(path);
+  if (!address) {
+    return failure(address.error());
+  }
+  Descriptor made = makeSocket();
+  if (!made ||
+      // Bounds the wait for a listener whose queue is full.
+      ::setsockopt(made.get(), SOL_SOCKET, SO_SNDTIMEO, &kLongestWait, sizeof kLongestWait) != 0 ||
+      ::connect(made.get(), reinterpret_cast<const sockaddr*>(&*address), sizeof *address) != 0) {
+    return failure(errno);
+  }
+  return made;
+}
+
+std::expected<Descriptor, std::string> listenOnLocalSocket(const std::string& path) {
+  const auto address = addressOf(path);
+  if (!address) {
+    return failure(address.error());
+  }
+  removeOldSocket(path);
+  Descriptor made = makeSocket();
+  // The file that bind() makes takes over the socket's mode, so nobody else can ever open it.
+  if (!made || ::fchmod(made.get(), kOwnerOnly) != 0 ||
+      ::bind(made.get(), reinterpret_cast<const sockaddr*>(&*address), sizeof *address) != 0 ||
+      ::listen(made.get(), kBacklog) != 0) {
+    return failure(errno);
+  }
+  return made;
+}
+
+std::optional<std::uint32_t> peerUserID(const Descriptor& socket) {
+  ucred peer{};
+  socklen_t size = sizeof peer;
+  if (::getsockopt(socket.get(), SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0) {
+    return std::nullopt;
+  }
+  return peer.uid;
+}
+
+}  // namespace platform

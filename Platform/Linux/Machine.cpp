@@ -1,0 +1,80 @@
+#include "Platform/Machine.h"
+
+#include <sys/utsname.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <string_view>
+
+#include "Platform/Files.h"
+#include "Platform/PropertyList.h"
+
+namespace platform {
+namespace {
+
+constexpr const char* kSystemVersionFile = "/System/Library/CoreServices/SystemVersion.plist";
+constexpr std::uint64_t kLargestVersionFile = std::uint64_t{1} << 20;
+
+std::string_view environment(const char* name) {
+  const char* value = std::getenv(name);
+  return value == nullptr ? std::string_view{} : std::string_view{value};
+}
+
+/// «en_US.UTF-8@euro» as the tag «en-US»; empty for the locales without a language.
+std::string languageTag(std::string_view locale) {
+  std::string tag(locale.substr(0, locale.find_first_of(".@")));
+  if (tag == "C" || tag == "POSIX") {
+    return {};
+  }
+  std::ranges::replace(tag, '_', '-');
+  return tag;
+}
+
+void add(std::vector<std::string>& tags, std::string_view locale) {
+  std::string tag = languageTag(locale);
+  if (!tag.empty() && std::ranges::find(tags, tag) == tags.end()) {
+    tags.push_back(std::move(tag));
+  }
+}
+
+}  // namespace
+
+bool isAppleSilicon() {
+  utsname machine{};
+  if (::uname(&machine) != 0) {
+    return false;
+  }
+  const std::string_view kind = machine.machine;
+  return kind == "arm64" || kind == "aarch64";
+}
+
+std::optional<std::string> macOSProductVersion() {
+  const auto bytes = readFile(kSystemVersionFile, {.maximumBytes = kLargestVersionFile});
+  if (!bytes) {
+    return std::nullopt;
+  }
+  const auto list = parsePropertyList(*bytes);
+  const PropertyList* version = list ? list->find("ProductVersion") : nullptr;
+  const std::string* text = version == nullptr ? nullptr : version->as<std::string>();
+  return text == nullptr ? std::nullopt : std::optional(*text);
+}
+
+std::vector<std::string> preferredLanguages() {
+  std::vector<std::string> tags;
+  std::string_view list = environment("LANGUAGE");
+  while (!list.empty()) {
+    const std::size_t end = std::min(list.find(':'), list.size());
+    add(tags, list.substr(0, end));
+    list.remove_prefix(std::min(end + 1, list.size()));
+  }
+  // Of the locale's variables the first that is set speaks alone.
+  for (const char* name : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
+    if (const std::string_view locale = environment(name); !locale.empty()) {
+      add(tags, locale);
+      break;
+    }
+  }
+  return tags;
+}
+
+}  // namespace platform

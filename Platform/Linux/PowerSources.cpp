@@ -1,0 +1,149 @@
+#include "Platform/PowerSources.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string_view>
+#include <system_error>
+
+#include "Platform/Files.h"
+#include "Platform/Linux/PowerSupplies.h"
+
+namespace platform {
+namespace {
+
+constexpr const char* kSuppliesFolder = "/sys/class/power_supply";
+constexpr std::uint64_t kLargestAttribute = std::uint64_t{64} * 1024;
+
+/// One folder of the kernel's, an attribute a file.
+class Supply {
+ public:
+  explicit Supply(const std::filesystem::path& folder)
+      : folder_(folder), type_(text("type")), status_(text("status")) {}
+
+  [[nodiscard]] std::string name() const { return folder_.filename().string(); }
+  /// A battery or an uninterruptible power supply of the machine, in its place.
+  [[nodiscard]] bool storesEnergy() const {
+    return (isUPS() || type_ == "Battery") && number("present") != 0;
+  }
+  [[nodiscard]] bool isUPS() const { return type_ == "UPS"; }
+  /// Feeds the machine from outside: mains, USB, wireless.
+  [[nodiscard]] bool isMains() const { return !isUPS() && type_ != "Battery"; }
+  [[nodiscard]] bool isOnline() const { return number("online").value_or(0) != 0; }
+  /// Belongs to a mouse or another device, not to the machine.
+  [[nodiscard]] bool isOfDevice() const { return text("scope") == "Device"; }
+  [[nodiscard]] const std::string& status() const { return status_; }
+
+  [[nodiscard]] std::string text(const char* attribute) const {
+    auto bytes = readFile((folder_ / attribute).string(), {.maximumBytes = kLargestAttribute});
+    if (!bytes) {
+      return {};
+    }
+    bytes->erase(std::min(bytes->find_last_not_of(" \t\n") + 1, bytes->size()));
+    return std::move(*bytes);
+  }
+  [[nodiscard]] std::optional<std::int64_t> number(const char* attribute) const {
+    const std::string digits = text(attribute);
+    std::int64_t value = 0;
+    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value);
+    const bool isWhole = error == std::errc{} && end == digits.data() + digits.size();
+    return isWhole ? std::optional(value) : std::nullopt;
+  }
+
+ private:
+  std::filesystem::path folder_;
+  std::string type_;
+  std::string status_;
+};
+
+struct Mains {
+  bool exists = false;
+  bool online = false;
+};
+
+/// Discharging and charging speak for themselves. In any other state (full, kept below full,
+/// unknown) the supplies from outside decide; where the kernel lists none, the battery's word.
+bool isOnMains(const Supply& battery, const Mains& mains) {
+  const std::string& status = battery.status();
+  if (status == "Discharging" || status == "Charging") {
+    return status == "Charging";
+  }
+  if (mains.exists) {
+    return mains.online;
+  }
+  return status == "Full" || status == "Not charging";
+}
+
+void addCapacity(const Supply& battery, PropertyList::Dictionary& description) {
+  struct Attributes {
+    const char* now;
+    const char* full;
+  };
+  constexpr Attributes kMeasures[] = {{"energy_now", "energy_full"}, {"charge_now", "charge_full"}};
+  constexpr std::int64_t kFullPercentage = 100;
+  std::optional<std::int64_t> current;
+  std::optional<std::int64_t> maximum;
+  for (const Attributes& attributes : kMeasures) {
+    current = battery.number(attributes.now);
+    maximum = battery.number(attributes.full);
+    if (current && maximum && *maximum > 0) {
+      break;
+    }
+    current.reset();
+  }
+  if (!current && (current = battery.number("capacity"))) {
+    maximum = kFullPercentage;
+  }
+  if (current) {
+    description.emplace("Current Capacity", *current);
+    description.emplace("Max Capacity", *maximum);
+  }
+}
+
+PropertyList describe(const Supply& battery, const Mains& mains) {
+  PropertyList::Dictionary description;
+  description.emplace("Name", battery.name());
+  description.emplace("Type", battery.isUPS() ? "UPS" : "InternalBattery");
+  description.emplace("Power Source State",
+                      isOnMains(battery, mains) ? "AC Power" : "Battery Power");
+  addCapacity(battery, description);
+  return description;
+}
+
+}  // namespace
+
+std::vector<PropertyList> readPowerSupplies(const std::string& root) {
+  std::vector<std::filesystem::path> folders;
+  std::error_code error;
+  for (std::filesystem::directory_iterator entry(root, error), end; !error && entry != end;
+       entry.increment(error)) {
+    folders.push_back(entry->path());
+  }
+  std::ranges::sort(folders);
+  Mains mains;
+  std::vector<Supply> batteries;
+  for (const std::filesystem::path& folder : folders) {
+    Supply supply(folder);
+    if (supply.isOfDevice()) {
+      continue;
+    }
+    if (supply.storesEnergy()) {
+      batteries.push_back(std::move(supply));
+    } else if (supply.isMains()) {
+      mains.exists = true;
+      mains.online = mains.online || supply.isOnline();
+    }
+  }
+  std::vector<PropertyList> sources;
+  sources.reserve(batteries.size());
+  for (const Supply& battery : batteries) {
+    sources.push_back(describe(battery, mains));
+  }
+  return sources;
+}
+
+std::vector<PropertyList> powerSources() { return readPowerSupplies(kSuppliesFolder); }
+
+}  // namespace platform

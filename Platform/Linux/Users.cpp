@@ -1,0 +1,115 @@
+#include "Platform/Users.h"
+
+#include <pwd.h>
+#include <sys/stat.h>
+#include <sys/types.h>
+#include <utmpx.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <mutex>
+#include <string_view>
+
+namespace platform {
+namespace {
+
+constexpr const char* kConsoleDevice = "/dev/console";
+constexpr std::string_view kConsoleLine = "console";
+
+struct Session {
+  std::string user;
+  std::string line;
+  std::string host;
+};
+
+/// A field of the records ends at its first NUL or fills its array.
+template <std::size_t kSize>
+std::string textOf(const char (&field)[kSize]) {
+  return {field, ::strnlen(field, kSize)};
+}
+
+/// The user sessions of the records, in their order.
+std::vector<Session> sessions() {
+  static std::mutex mutex;  // the functions below share one position in the file
+  const std::scoped_lock lock(mutex);
+  std::vector<Session> found;
+  ::setutxent();
+  while (const utmpx* entry = ::getutxent()) {
+    if (entry->ut_type == USER_PROCESS && entry->ut_user[0] != '\0') {
+      found.push_back({.user = textOf(entry->ut_user),
+                       .line = textOf(entry->ut_line),
+                       .host = textOf(entry->ut_host)});
+    }
+  }
+  ::endutxent();
+  return found;
+}
+
+/// A virtual terminal or a display of this machine, not a session that came over the network.
+bool isLocal(const Session& session) {
+  return (session.line.starts_with("tty") || session.line.starts_with(':')) &&
+         (session.host.empty() || session.host.starts_with(':'));
+}
+
+/// Calls one of the account functions with a buffer that is large enough for its answer.
+template <typename Ask, typename Take>
+auto lookUpAccount(const Ask& ask, const Take& take) {
+  constexpr std::size_t kLargest = std::size_t{1} << 20;
+  std::vector<char> buffer(1024);
+  for (;;) {
+    passwd account{};
+    passwd* found = nullptr;
+    const int error = ask(&account, buffer.data(), buffer.size(), &found);
+    if (error == ERANGE && buffer.size() < kLargest) {
+      buffer.resize(buffer.size() * 2);
+    } else if (error != EINTR) {
+      return found == nullptr ? std::nullopt : std::optional(take(*found));
+    }
+  }
+}
+
+std::optional<std::string> userName(uid_t id) {
+  return lookUpAccount([&](auto... answer) { return ::getpwuid_r(id, answer...); },
+                       [](const passwd& account) { return std::string(account.pw_name); });
+}
+
+std::optional<std::string> ownerOfConsole() {
+  struct stat status{};
+  if (::stat(kConsoleDevice, &status) != 0 || status.st_uid == 0) {
+    return std::nullopt;
+  }
+  return userName(status.st_uid);
+}
+
+}  // namespace
+
+std::optional<std::string> consoleUserName() {
+  if (std::optional<std::string> owner = ownerOfConsole()) {
+    return owner;
+  }
+  const std::vector<Session> all = sessions();
+  auto found = std::ranges::find(all, kConsoleLine, &Session::line);
+  if (found == all.end()) {
+    found = std::ranges::find_if(all, isLocal);
+  }
+  return found == all.end() ? std::nullopt : std::optional(found->user);
+}
+
+std::vector<std::string> loggedOnUserNames() {
+  std::vector<std::string> names;
+  for (Session& session : sessions()) {
+    if (std::ranges::find(names, session.user) == names.end()) {
+      names.push_back(std::move(session.user));
+    }
+  }
+  return names;
+}
+
+std::optional<std::uint32_t> userID(const std::string& name) {
+  return lookUpAccount(
+      [&](auto... answer) { return ::getpwnam_r(name.c_str(), answer...); },
+      [](const passwd& account) { return static_cast<std::uint32_t>(account.pw_uid); });
+}
+
+}  // namespace platform
