@@ -18,7 +18,8 @@ struct CurrentSink {
 };
 
 CurrentSink& currentSink() {
-  static CurrentSink current;
+  // Never destroyed: threads and destructors may log until the very end of the process.
+  static CurrentSink& current = *new CurrentSink;
   return current;
 }
 

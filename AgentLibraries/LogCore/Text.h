@@ -1,5 +1,6 @@
 // Joins the pieces of a message into one text.
 #pragma once
+#include <array>
 #include <charconv>
 #include <concepts>
 #include <string>
@@ -16,8 +17,8 @@ inline void append(std::string& out, std::same_as<char> auto piece) { out += pie
 template <std::integral Number>
   requires(!std::same_as<Number, bool> && !std::same_as<Number, char>)
 void append(std::string& out, Number piece) {
-  char digits[24];
-  out.append(digits, std::to_chars(digits, digits + sizeof digits, piece).ptr);
+  std::array<char, 24> digits;  // NOLINT(*-member-init): the sign and digits of any integer
+  out.append(digits.data(), std::to_chars(digits.begin(), digits.end(), piece).ptr);
 }
 
 }  // namespace detail

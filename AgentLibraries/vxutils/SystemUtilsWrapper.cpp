@@ -3,8 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <string_view>
-#include <vector>
+#include <utility>
 
+#include "AgentLibraries/vxutils/SessionNames.h"
 #include "Platform/Users.h"
 
 namespace vxutils {
@@ -16,16 +17,14 @@ constexpr std::array<std::string_view, 4> kNobodysSessions{"", "root", "loginwin
 
 }  // namespace
 
-std::string SystemUtilsWrapper::currentConsoleUserWrapper() const {
-  std::optional<std::string> name = platform::consoleUserName();
+std::string consoleUserOrNobody(std::optional<std::string> name) {
   if (!name || std::ranges::find(kNobodysSessions, *name) != kNobodysSessions.end()) {
     return std::string(kNobody);
   }
   return *std::move(name);
 }
 
-std::optional<std::string> SystemUtilsWrapper::getLoggedOnUsers() const {
-  const std::vector<std::string> names = platform::loggedOnUserNames();
+std::optional<std::string> joinedNames(const std::vector<std::string>& names) {
   if (names.empty()) {
     return std::nullopt;
   }
@@ -35,6 +34,14 @@ std::optional<std::string> SystemUtilsWrapper::getLoggedOnUsers() const {
     list += names[index];
   }
   return list;
+}
+
+std::string SystemUtilsWrapper::currentConsoleUserWrapper() const {
+  return consoleUserOrNobody(platform::consoleUserName());
+}
+
+std::optional<std::string> SystemUtilsWrapper::getLoggedOnUsers() const {
+  return joinedNames(platform::loggedOnUserNames());
 }
 
 }  // namespace vxutils
