@@ -1,0 +1,80 @@
+#include "VexloPatchDeployment/PatchActions/Helpers/PatchActionProvider.h"
+
+#include <gmock/gmock.h>
+
+#include <memory>
+#include <string>
+
+#include "Tests/Fakes/ExamplePatchActions.h"
+#include "Tests/Fakes/LogCapture.h"
+#include "VexloPatchDeployment/Common/TextForms.h"
+
+namespace vexlo {
+namespace {
+
+using ::testing::AllOf;
+using ::testing::ElementsAre;
+
+std::shared_ptr<const PatchActionGroup> decoded(std::string json) {
+  return std::make_shared<const PatchActionGroup>(PatchActionGroup::decode(std::move(json), "f"));
+}
+
+/// The plan on one line: `minimumDiskSpaceCheck["40"]`, a trailing `*` for the patch's own.
+std::string planOf(const PatchIdentifier& patch,
+                   const std::shared_ptr<const PatchActionGroup>& group) {
+  std::string out;
+  for (const ActionDetail& detail : PatchActionProvider(patch, group).actionDetails()) {
+    out += (out.empty() ? "" : " ") + describe(detail.actionID) + listText(detail.arguments) +
+           (detail.origin == ActionOrigin::patch ? "*" : "");
+  }
+  return out;
+}
+
+TEST(PatchActionProviderTest, JoinsOrdersAndExempts) {
+  const LogCapture log;
+  const auto group = decoded(std::string(kExamplePatchActions));
+  EXPECT_EQ(planOf({"310990", "1201", "2301"}, group),
+            "siliconBatteryPercentageCheck[\"30\"] intelBatteryPercentageCheck[\"30\"] "
+            "userLoggedInCheck[] minimumDiskSpaceCheck[\"40\"]* undefined(\"3001\")[\"x\"]*");
+  EXPECT_EQ(planOf({"310872", "1201", "2301"}, group),
+            "minimumDiskSpaceCheck[\"25\"]* "
+            "applicationRunningCheck[\"com.apple.Safari\", \"com.apple.Preview\"]*");
+  EXPECT_EQ(planOf({"310990", "1201", "9999"}, group),
+            "minimumDiskSpaceCheck[\"40\"]* undefined(\"3001\")[\"x\"]*");
+  EXPECT_EQ(planOf({"400000", "1201", "2302"}, group), "");
+  EXPECT_EQ(planOf({"400001", "5000", "1"}, group), "");
+}
+
+TEST(PatchActionProviderTest, LogsThePathTaken) {
+  const auto group = decoded(std::string(kExamplePatchActions));
+  const LogCapture log;
+  (void)planOf({"310990", "1201", "9999"}, group);
+  (void)planOf({"310872", "1201", "2301"}, group);
+  (void)planOf({"1", "1", "1"}, decoded("{}"));
+  EXPECT_THAT(
+      log.records(),
+      ElementsAre(AllOf(InfoLine("Applicable actions for patchID: 310990: "
+                                 "[minimumDiskSpaceCheck: [\"40\"], undefined(\"3001\"): "
+                                 "[\"x\"]]."),
+                        LoggedBy("PatchActions/Helpers/PatchActionProvider", "actionDetails()")),
+                  InfoLine("Patch is defined in exclusionPatchIDs. Using only PatchActions define "
+                           "for patchID: [minimumDiskSpaceCheck: [\"25\"], "
+                           "applicationRunningCheck: [\"com.apple.Safari\", "
+                           "\"com.apple.Preview\"]]."),
+                  InfoLine("Applicable actions for patchID: 1: [:].")));
+}
+
+TEST(PatchActionProviderTest, OrderIsThatOfTheCodesNumbers) {
+  const LogCapture log;
+  const auto group = decoded(R"({
+    "ProductServicePackActions": {"ExclusionPatchIDs": ["ab"],
+                                  "p": {"s": {"abc": [], "2005": ["1", "2"], "2004": ["9"]}}},
+    "PatchActions": {"AB": {"-5": [], "+2005": [], "2005": [], "10": []}, "ab": {}}})");
+  EXPECT_EQ(planOf({"AB", "p", "s"}, group),
+            "undefined(\"-5\")[]* undefined(\"10\")[]* multipleUserLoggedInCheck[\"9\"] "
+            "undefined(\"+2005\")[]* minimumDiskSpaceCheck[]* undefined(\"abc\")[]");
+  EXPECT_EQ(planOf({"ab", "p", "s"}, group), "");
+}
+
+}  // namespace
+}  // namespace vexlo
