@@ -14,21 +14,22 @@ namespace vexlo {
 
 /// The settings of the customization file; a key that the file lacks is absent here.
 struct RunningAppPromptCustomization {
-  std::optional<std::string> subTitle;
-  std::optional<std::string> messageText;
-  std::optional<std::string> timerText;
-  std::optional<std::int64_t> skipTimerCount;  ///< In minutes; "skipTimerCountInMinutes".
-  std::optional<bool> disablePostponeButton;
-  std::optional<std::string> postponeBtnText;
-  std::optional<std::string> updateNowBtnText;
-  std::optional<bool> enableForceDeploy;  ///< An unanswered prompt counts as yes; "forceDeploy".
-  std::optional<std::string> infoText;
-  std::optional<std::string> warningMessage;
-  std::optional<bool> allowScreenGrab;               ///< The prompt comes to the front.
-  std::optional<std::int64_t> numberOfSkipAttempts;  ///< Postponements for one patch.
-  std::optional<std::string> infoTextForLastForceAttempt;
-  std::optional<std::string> timerTextForLastForceAttempt;
-  std::optional<std::int64_t> dailyPromptLimit;  ///< Prompts per day.
+  std::optional<std::string> subTitle = {};
+  std::optional<std::string> messageText = {};
+  std::optional<std::string> timerText = {};
+  std::optional<std::int64_t> skipTimerCount = {};  ///< In minutes; "skipTimerCountInMinutes".
+  std::optional<bool> disablePostponeButton = {};
+  std::optional<std::string> postponeBtnText = {};
+  std::optional<std::string> updateNowBtnText = {};
+  /// An unanswered prompt counts as yes; "forceDeploy".
+  std::optional<bool> enableForceDeploy = {};
+  std::optional<std::string> infoText = {};
+  std::optional<std::string> warningMessage = {};
+  std::optional<bool> allowScreenGrab = {};               ///< The prompt comes to the front.
+  std::optional<std::int64_t> numberOfSkipAttempts = {};  ///< Postponements for one patch.
+  std::optional<std::string> infoTextForLastForceAttempt = {};
+  std::optional<std::string> timerTextForLastForceAttempt = {};
+  std::optional<std::int64_t> dailyPromptLimit = {};  ///< Prompts per day.
 
   /// Reads the keys that are present; unknown ones are ignored. Throws `FileCodec::DecodingError`
   /// for the first key whose value is of another type: no Boolean is an integer or a text, nor
