@@ -1,0 +1,93 @@
+#include "AgentTool/AgentSession.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <string>
+#include <system_error>
+
+#include "AgentLibraries/vxutils/GlobalVars.h"
+#include "AgentLibraries/vxutils/Notifications.h"
+#include "AgentTool/PrintableText.h"
+
+namespace agent_tool {
+namespace {
+
+using LogCore::DescriptorSink;
+using LogCore::LogLevel;
+using LogCore::LogSink;
+using LogCore::LogTag;
+using LogCore::MessageBuilder;
+using LogCore::NullSink;
+
+constexpr std::int32_t kUpdatesInProgress = 19;
+constexpr mode_t kLogFileMode = 0640;
+
+/// Standard error, with the activity line out of the way and nothing in a line that could steer a
+/// terminal.
+class ConsoleSink final : public LogSink {
+ public:
+  ConsoleSink(Console& console, LogLevel minimum)
+      : console_(console), minimum_(minimum), lines_(STDERR_FILENO, minimum) {}
+
+  void write(LogLevel level, const LogTag& tag, std::uint32_t line,
+             const MessageBuilder& build) override {
+    if (level < minimum_) {
+      return;
+    }
+    const LogCore::Logger::Message message =
+        console_.errorsGoToTerminal() ? LogCore::Logger::Message(printable(build().text)) : build();
+    console_.beside([&] { lines_.write(level, tag, line, [&] { return message; }); });
+  }
+
+ private:
+  Console& console_;
+  LogLevel minimum_;
+  DescriptorSink lines_;
+};
+
+platform::Descriptor openLogFile(const std::string& path) {
+  platform::Descriptor file(
+      ::open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY, kLogFileMode));
+  if (!file) {
+    throw AgentSettingsError("--log-file " + path + ": " + std::generic_category().message(errno));
+  }
+  return file;
+}
+
+}  // namespace
+
+AgentSession::AgentSession(const AgentSettings& settings, Console& console)
+    : logFile_(settings.logFile ? openLogFile(*settings.logFile) : platform::Descriptor()),
+      runLoopSource_(platform::RunLoop::current().addSource([] {})) {
+  vxutils::gv_globvars.setDirectories(settings.directories);
+  vxutils::gv_globvars.setAppleSiliconMachine(settings.isAppleSilicon);
+  if (!settings.minimumLevel) {
+    sink_ = std::make_shared<NullSink>();
+  } else if (logFile_) {
+    sink_ = std::make_shared<DescriptorSink>(logFile_.get(), *settings.minimumLevel);
+  } else {
+    sink_ = std::make_shared<ConsoleSink>(console, *settings.minimumLevel);
+  }
+  LogCore::setLogSink(sink_);
+  vxutils::setNotificationHandler([&console](std::int32_t code, void*) {
+    console.complain("notification " + std::to_string(code) +
+                     (code == kUpdatesInProgress ? ": macOS updates are in progress" : ""));
+  });
+}
+
+AgentSession::~AgentSession() {
+  vxutils::setNotificationHandler({});
+  LogCore::setLogSink(nullptr);
+}
+
+AgentSession::OtherSink AgentSession::withoutLinesOnConsole() const {
+  return OtherSink(logFile_ ? sink_ : std::make_shared<NullSink>());
+}
+
+AgentSession::OtherSink AgentSession::withoutLines() {
+  return OtherSink(std::make_shared<NullSink>());
+}
+
+}  // namespace agent_tool

@@ -1,0 +1,262 @@
+#include "AgentTool/CommandLine.h"
+
+#include <CLI/CLI.hpp>
+#include <array>
+#include <charconv>
+#include <filesystem>
+#include <string_view>
+#include <system_error>
+#include <utility>
+
+#include "AgentTool/PrintableText.h"
+#include "VexloPatchDeployment/Common/Version.h"
+
+namespace agent_tool {
+namespace {
+
+constexpr const char* kProgram = "vexlo-patch";
+constexpr const char* kAgentRootVariable = "VEXLO_AGENT_ROOT";
+
+std::string versionText() {
+  std::array<char, 32> digits{};
+  const auto [end, error] =
+      std::to_chars(digits.data(), digits.data() + digits.size(), VexloPatchDeploymentVersionNumber,
+                    std::chars_format::fixed, 1);
+  return "VexloPatchDeployment " + std::string(digits.data(), end);
+}
+
+/// The options as they were written.
+struct Written {
+  std::string patchID;
+  std::string productID;
+  std::string servicePackID;
+  std::vector<std::string> actionCodes;
+  bool keepGoing = false;
+  bool json = false;
+  std::string file;
+  std::optional<std::string> agentRoot;
+  std::optional<std::string> baseDirectory;
+  std::optional<std::string> dataDirectory;
+  std::optional<std::string> logDirectory;
+  std::string machine = "auto";
+  std::optional<std::string> logLevel;
+  std::optional<std::string> logFile;
+  std::string helpTopic;
+};
+
+void addPatch(CLI::App& command, Written& written) {
+  const auto add = [&](const char* name, std::string& value, const char* what) {
+    command.add_option(name, value, what)->required()->type_name("ID")->group("Patch");
+  };
+  add("--patch", written.patchID, "the patch");
+  add("--product", written.productID, "its product");
+  add("--service-pack", written.servicePackID, "the product's service pack");
+}
+
+void addAgent(CLI::App& command, Written& written) {
+  const auto add = [&](const char* name, auto& value, const char* type, const char* what) {
+    return command.add_option(name, value, what)->type_name(type)->group("Agent");
+  };
+  add("--agent-root", written.agentRoot, "DIR", "base = DIR, data = DIR/data, logs = DIR/logs")
+      ->envname(kAgentRootVariable);
+  add("--base-dir", written.baseDirectory, "DIR", "the agent's base directory");
+  add("--data-dir", written.dataDirectory, "DIR", "the agent's data directory");
+  add("--log-dir", written.logDirectory, "DIR", "the agent's log directory");
+  add("--machine", written.machine, "auto|apple-silicon|intel", "what to take this machine for")
+      ->check(CLI::IsMember({"auto", "apple-silicon", "intel"}).description(""))
+      ->default_str("auto");
+  add("--log-level", written.logLevel, "debug|info|error|none", "the least level that is logged")
+      ->check(CLI::IsMember({"debug", "info", "error", "none"}).description(""));
+  add("--log-file", written.logFile, "FILE", "append log lines to FILE, not to standard error");
+}
+
+void addJSON(CLI::App& command, Written& written, const char* what) {
+  command.add_flag("--json", written.json, what);
+}
+
+void setFooter(CLI::App& command, const char* exitStatus) {
+  command.footer("\nExit status:\n" + std::string(exitStatus));
+}
+
+void addCommands(CLI::App& app, Written& written) {
+  CLI::App& plan = *app.add_subcommand(
+      "plan", "Shows the actions that apply, in order, and where each comes from.");
+  addPatch(plan, written);
+  addJSON(plan, written, "one JSON object instead of a table");
+  addAgent(plan, written);
+  setFooter(plan,
+            "  0   shown\n"
+            "  64  bad usage\n"
+            "  65  the action file can't be used");
+
+  CLI::App& run = *app.add_subcommand("run", "Runs the actions, in order, as the agent would.");
+  addPatch(run, written);
+  run.add_option("--action", written.actionCodes,
+                 "run only this action; may be repeated. One that doesn't apply counts as passed")
+      ->type_name("CODE")
+      ->expected(1)
+      ->allow_extra_args(false)
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+  run.add_flag("--keep-going", written.keepGoing,
+               "go on after an action that is not a success, up to the last");
+  addJSON(run, written, "one JSON object a line as each action ends");
+  addAgent(run, written);
+  setFooter(run,
+            "  0   all actions passed\n"
+            "  75  something is to be applied later\n"
+            "  1   an action failed\n"
+            "  64  bad usage\n"
+            "  65  the action file can't be used");
+
+  CLI::App& check = *app.add_subcommand(
+      "check", "Reads an action file; says what is wrong, where, and what looks odd.");
+  check.add_option("FILE", written.file, "the action file")->required()->type_name("");
+  addJSON(check, written, "one JSON object instead of text");
+  addAgent(check, written);
+  setFooter(check,
+            "  0   the file can be used; what looks odd has a line each\n"
+            "  64  bad usage\n"
+            "  65  the file can't be used");
+
+  CLI::App& help = *app.add_subcommand("help", "Explains a command.");
+  help.add_option("COMMAND", written.helpTopic, "plan, run or check")->type_name("");
+}
+
+NoRequest badUsage(std::string_view text, const CLI::App& command) {
+  const bool isWhole = command.get_parent() == nullptr;
+  return {ExitStatus::badUsage, printable(text) + "\nTry '" + kProgram + " help" +
+                                    (isWhole ? "" : " " + command.get_name()) + "'."};
+}
+
+std::optional<LogCore::LogLevel> levelNamed(std::string_view name) {
+  if (name == "debug") {
+    return LogCore::LogLevel::debug;
+  }
+  if (name == "info") {
+    return LogCore::LogLevel::info;
+  }
+  if (name == "error") {
+    return LogCore::LogLevel::error;
+  }
+  return std::nullopt;
+}
+
+/// Absolute, so that it holds for programs that run elsewhere; no closing slash.
+std::string absolutePath(const std::string& path) {
+  std::string absolute = std::filesystem::absolute(path).string();
+  while (absolute.size() > 1 && absolute.ends_with('/')) {
+    absolute.pop_back();
+  }
+  return absolute;
+}
+
+/// A directory: its own option, else its place below the agent root, else absent.
+std::optional<std::string> directory(const std::optional<std::string>& own, const Written& written,
+                                     const char* belowRoot) {
+  if (own) {
+    return absolutePath(*own);
+  }
+  return written.agentRoot ? std::optional(absolutePath(*written.agentRoot) + belowRoot)
+                           : std::nullopt;
+}
+
+/// One of the agent's directories: how it is called, whether the command needs it.
+struct NeededDirectory {
+  const std::optional<std::string>& path;
+  const std::optional<std::string>& option;
+  const char* optionName;
+  bool needed;
+  bool mustExist;
+};
+
+std::expected<AgentSettings, NoRequest> agentSettings(const Written& written,
+                                                      const CLI::App& command, bool isRun) {
+  AgentSettings settings{
+      .directories = {.base = directory(written.baseDirectory, written, ""),
+                      .data = directory(written.dataDirectory, written, "/data"),
+                      .logs = directory(written.logDirectory, written, "/logs")},
+      .minimumLevel = levelNamed(written.logLevel.value_or(isRun ? "info" : "error")),
+      .logFile = written.logFile};
+  if (written.machine != "auto") {
+    settings.isAppleSilicon = written.machine == "apple-silicon";
+  }
+  const auto& [base, data, logs] = settings.directories;
+  for (const NeededDirectory& each :
+       {NeededDirectory{base, written.baseDirectory, "--base-dir", true, true},
+        NeededDirectory{data, written.dataDirectory, "--data-dir", isRun, false},
+        NeededDirectory{logs, written.logDirectory, "--log-dir", isRun, false}}) {
+    if (each.needed && !each.path) {
+      return std::unexpected(
+          badUsage(std::string("no agent to play: give --agent-root DIR (or set ") +
+                       kAgentRootVariable + "), or " + each.optionName + " DIR",
+                   command));
+    }
+    // What lies below the root may be missing, as it may for an agent that was just installed.
+    std::error_code ignored;
+    if (each.path && (each.option || each.mustExist) &&
+        !std::filesystem::is_directory(*each.path, ignored)) {
+      const std::string source =
+          each.option ? each.optionName : std::string("--agent-root or ") + kAgentRootVariable;
+      return std::unexpected(
+          badUsage("no such directory: " + *each.path + " (from " + source + ")", command));
+    }
+  }
+  return settings;
+}
+
+std::expected<Request, NoRequest> request(const CLI::App& app, Written& written) {
+  const CLI::App& command = *app.get_subcommands().front();
+  const std::string name = command.get_name();
+  if (name == "help") {
+    if (written.helpTopic.empty()) {
+      return std::unexpected(NoRequest{ExitStatus::success, app.help()});
+    }
+    const auto topics = app.get_subcommands(
+        [&](const CLI::App* each) { return each->get_name() == written.helpTopic; });
+    if (topics.empty()) {
+      return std::unexpected(badUsage("no such command: " + written.helpTopic, app));
+    }
+    return std::unexpected(NoRequest{ExitStatus::success, topics.front()->help(kProgram)});
+  }
+  if (name == "check") {
+    return CheckRequest{.file = std::move(written.file), .json = written.json};
+  }
+  auto agent = agentSettings(written, command, name == "run");
+  if (!agent) {
+    return std::unexpected(std::move(agent).error());
+  }
+  vexlo::PatchIdentifier patch(written.patchID, written.productID, written.servicePackID);
+  if (name == "plan") {
+    return PlanRequest{.agent = *std::move(agent), .patch = std::move(patch), .json = written.json};
+  }
+  return RunRequest{.agent = *std::move(agent),
+                    .patch = std::move(patch),
+                    .actionCodes = std::move(written.actionCodes),
+                    .keepGoing = written.keepGoing,
+                    .json = written.json};
+}
+
+}  // namespace
+
+std::expected<Request, NoRequest> readCommandLine(int argc, const char* const* argv) {
+  Written written;
+  CLI::App app("Plans, runs and checks the actions of a patch, as the agent would.", kProgram);
+  app.set_version_flag("--version", versionText(), "shows the library's version");
+  app.require_subcommand(1);
+  addCommands(app, written);
+  try {
+    app.parse(argc, argv);
+    return request(app, written);
+  } catch (const CLI::CallForVersion&) {
+    return std::unexpected(NoRequest{ExitStatus::success, versionText() + "\n"});
+  } catch (const CLI::Success&) {
+    const auto chosen = app.get_subcommands();
+    return std::unexpected(NoRequest{ExitStatus::success,
+                                     chosen.empty() ? app.help() : chosen.front()->help(kProgram)});
+  } catch (const CLI::ParseError& error) {
+    const auto chosen = app.get_subcommands();
+    return std::unexpected(badUsage(error.what(), chosen.empty() ? app : *chosen.front()));
+  }
+}
+
+}  // namespace agent_tool

@@ -1,0 +1,55 @@
+// Reads the command line.
+#pragma once
+#include <cstdint>
+#include <expected>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "AgentLibraries/LogCore/Logger.h"
+#include "AgentLibraries/vxutils/GlobalVars.h"
+#include "AgentTool/ExitStatus.h"
+#include "VexloPatchDeployment/Common/PatchIdentifier.h"
+
+namespace agent_tool {
+
+/// What the tool plays the agent with.
+struct AgentSettings {
+  vxutils::AgentDirectories directories;          ///< Absolute; absent when not given.
+  std::optional<bool> isAppleSilicon;             ///< Absent: ask the machine.
+  std::optional<LogCore::LogLevel> minimumLevel;  ///< Absent: no log lines at all.
+  std::optional<std::string> logFile;             ///< Absent: standard error.
+};
+
+struct PlanRequest {
+  AgentSettings agent;
+  vexlo::PatchIdentifier patch;
+  bool json = false;
+};
+
+struct RunRequest {
+  AgentSettings agent;
+  vexlo::PatchIdentifier patch;
+  std::vector<std::string> actionCodes;  ///< Empty: all that apply.
+  bool keepGoing = false;
+  bool json = false;
+};
+
+struct CheckRequest {
+  std::string file;
+  bool json = false;
+};
+
+using Request = std::variant<PlanRequest, RunRequest, CheckRequest>;
+
+/// A command line that asks for no work: for help (a success, `text` is the answer) or wrong
+/// (`text` says what, in lines without a prefix).
+struct NoRequest {
+  ExitStatus status;
+  std::string text;
+};
+
+[[nodiscard]] std::expected<Request, NoRequest> readCommandLine(int argc, const char* const* argv);
+
+}  // namespace agent_tool

@@ -1,0 +1,170 @@
+#include "AgentTool/Console.h"
+
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <cstdlib>
+#include <limits>
+#include <system_error>
+#include <utility>
+
+#include "AgentTool/Interruption.h"
+#include "AgentTool/PrintableText.h"
+#include "Platform/SignalsHeld.h"
+
+namespace agent_tool {
+namespace {
+
+using Milliseconds = std::chrono::milliseconds;
+
+constexpr Milliseconds kQuickEnough{300};  // an action that ends sooner shows no activity
+constexpr Milliseconds kFrame{100};
+constexpr std::array<std::string_view, 10> kSpinner{"⠋", "⠙", "⠹", "⠸", "⠼",
+                                                    "⠴", "⠦", "⠧", "⠇", "⠏"};
+constexpr std::size_t kNoLimit = std::numeric_limits<std::size_t>::max();
+
+bool environmentSays(const char* name, std::string_view value) {
+  const char* const found = std::getenv(name);
+  return found != nullptr && found == value;
+}
+bool isSet(const char* name) {
+  const char* const found = std::getenv(name);
+  return found != nullptr && *found != '\0';
+}
+
+std::size_t columnsOf(int descriptor) {
+  winsize size{};
+  const bool known = ::isatty(descriptor) != 0 && ::ioctl(descriptor, TIOCGWINSZ, &size) == 0;
+  return known && size.ws_col > 0 ? size.ws_col : kNoLimit;
+}
+
+/// 0, or the error that ended the writing.
+int writeAll(int descriptor, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const ssize_t count = ::write(descriptor, bytes.data(), bytes.size());
+    if (count >= 0) {
+      bytes.remove_prefix(static_cast<std::size_t>(count));
+    } else if (errno != EINTR) {
+      return errno;
+    }
+  }
+  return 0;
+}
+
+int activityTerminal() {
+  if (environmentSays("TERM", "dumb")) {
+    return -1;
+  }
+  for (const int descriptor : {STDOUT_FILENO, STDERR_FILENO}) {
+    if (::isatty(descriptor) != 0) {
+      return descriptor;
+    }
+  }
+  return -1;
+}
+
+std::string_view escapeFor(Style style) {
+  switch (style) {
+    case Style::plain:
+      return "";
+    case Style::bold:
+      return "\x1b[1m";
+    case Style::faint:
+      return "\x1b[2m";
+    case Style::good:
+      return "\x1b[32m";
+    case Style::waiting:
+      return "\x1b[33m";
+    case Style::bad:
+      return "\x1b[31m";
+  }
+  std::unreachable();
+}
+
+}  // namespace
+
+Console::Console()
+    : width_(columnsOf(STDOUT_FILENO)),
+      coloured_(::isatty(STDOUT_FILENO) != 0 && !isSet("NO_COLOR") &&
+                !environmentSays("TERM", "dumb")),
+      errorsGoToTerminal_(::isatty(STDERR_FILENO) != 0),
+      activityDescriptor_(activityTerminal()) {}
+
+Console::~Console() = default;
+
+void Console::write(std::string_view text) {
+  const std::scoped_lock lock(mutex_);
+  eraseActivity();
+  if (const int error = writeAll(STDOUT_FILENO, text); error != 0) {
+    throw OutputError("can't write to standard output: " + std::generic_category().message(error));
+  }
+}
+
+void Console::complain(std::string_view text) {
+  beside([&] {
+    // Should that fail, there is nobody left to tell.
+    (void)writeAll(STDERR_FILENO, "vexlo-patch: " + std::string(text) + "\n");
+  });
+}
+
+void Console::beside(const std::function<void()>& writeOther) {
+  const std::scoped_lock lock(mutex_);
+  eraseActivity();
+  writeOther();
+}
+
+std::string Console::styled(std::string_view text, Style style) const {
+  if (!coloured_ || style == Style::plain || text.empty()) {
+    return std::string(text);
+  }
+  return std::string(escapeFor(style)).append(text).append("\x1b[0m");
+}
+
+void Console::eraseActivity() {
+  if (std::exchange(activityIsShown_, false)) {
+    (void)writeAll(activityDescriptor_, "\r\x1b[K");
+  }
+}
+
+Console::Activity::Activity(Console& console, std::string text) : console_(console) {
+  if (console_.activityDescriptor_ >= 0) {
+    const platform::SignalsHeld held;  // signals are for the main thread
+    thread_ = std::jthread(
+        [this, text = std::move(text)](const std::stop_token& stop) { show(stop, text); });
+  }
+}
+
+Console::Activity::~Activity() {
+  if (thread_.joinable()) {
+    thread_.request_stop();
+    thread_.join();
+  }
+}
+
+void Console::Activity::show(const std::stop_token& stop, const std::string& text) {
+  const auto began = std::chrono::steady_clock::now();
+  const std::size_t width = columnsOf(console_.activityDescriptor_);
+  std::unique_lock lock(console_.mutex_);
+  Milliseconds pause = kQuickEnough;
+  for (std::size_t frame = 0;
+       !ended_.wait_for(lock, stop, pause, [&] { return stop.stop_requested(); }) &&
+       !isInterrupted();
+       ++frame, pause = kFrame) {
+    const auto gone =
+        std::chrono::duration_cast<std::chrono::seconds>(std::chrono::steady_clock::now() - began);
+    std::string line = std::string(kSpinner[frame % kSpinner.size()]) + " " + text + ", " +
+                       std::to_string(gone.count()) + " s";
+    if (width != kNoLimit) {
+      line = wrapped(line, width - 1).front();  // a full line would scroll the terminal
+    }
+    console_.activityIsShown_ = writeAll(console_.activityDescriptor_, "\r" + line + "\x1b[K") == 0;
+  }
+  if (!isInterrupted()) {
+    console_.eraseActivity();
+  }
+}
+
+}  // namespace agent_tool

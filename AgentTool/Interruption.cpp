@@ -1,0 +1,69 @@
+#include "AgentTool/Interruption.h"
+
+#include <pthread.h>
+#include <signal.h>  // NOLINT(modernize-deprecated-headers): POSIX, not only C
+#include <unistd.h>
+
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <string_view>
+
+#include "Platform/RunningProcesses.h"
+
+namespace agent_tool {
+namespace {
+
+constexpr std::array kEndingSignals{SIGINT, SIGTERM, SIGHUP, SIGQUIT};
+constexpr std::chrono::milliseconds kGrace{2000};
+
+// What the signal handler reads; set before it can run.
+pthread_t mainThread;
+int activityTerminal = -1;
+std::atomic<int> timesInterrupted{0};
+static_assert(std::atomic<int>::is_always_lock_free);
+
+void writeFromHandler(int descriptor, std::string_view text) {
+  [[maybe_unused]] const ssize_t count = ::write(descriptor, text.data(), text.size());
+}
+
+/// Runs on the main thread, so that the work there stands still from here to the end. Uses only
+/// what is safe in a signal handler.
+void endByInterruption(int signal) {
+  if (::pthread_equal(::pthread_self(), mainThread) == 0) {
+    ::pthread_kill(mainThread, signal);
+    return;
+  }
+  const bool isFirst = timesInterrupted.fetch_add(1) == 0;
+  if (isFirst && activityTerminal >= 0) {
+    writeFromHandler(activityTerminal, "\r\x1b[K");
+  }
+  if (platform::endRunningProcesses(isFirst ? kGrace : std::chrono::milliseconds::zero())) {
+    writeFromHandler(STDERR_FILENO, "vexlo-patch: interrupted; the running program was ended\n");
+  }
+  ::signal(signal, SIG_DFL);
+  ::raise(signal);
+}
+
+}  // namespace
+
+void endCleanlyWhenInterrupted(int terminal) {
+  mainThread = ::pthread_self();
+  activityTerminal = terminal;
+  struct sigaction action{};
+  action.sa_handler = endByInterruption;
+  action.sa_flags = SA_NODEFER | SA_RESTART;
+  ::sigemptyset(&action.sa_mask);
+  for (const int signal : kEndingSignals) {
+    struct sigaction former{};
+    ::sigaction(signal, nullptr, &former);
+    if (former.sa_handler != SIG_IGN) {
+      ::sigaction(signal, &action, nullptr);
+    }
+  }
+  ::signal(SIGPIPE, SIG_IGN);
+}
+
+bool isInterrupted() noexcept { return timesInterrupted.load() > 0; }
+
+}  // namespace agent_tool

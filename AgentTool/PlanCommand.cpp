@@ -1,0 +1,114 @@
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "AgentTool/AgentSession.h"
+#include "AgentTool/Columns.h"
+#include "AgentTool/Commands.h"
+#include "AgentTool/JSONPieces.h"
+#include "AgentTool/PrintableText.h"
+#include "VexloPatchDeployment/PatchActions/Helpers/PatchActionJSONParser.h"
+#include "VexloPatchDeployment/PatchActions/Helpers/PatchActionProvider.h"
+
+namespace agent_tool {
+namespace {
+
+using FileCodec::jsonString;
+using LogCore::text;
+using vexlo::ActionDetail;
+
+/// What applies to a patch.
+struct Plan {
+  const vexlo::PatchIdentifier& patch;
+  bool exempt = false;
+  bool productIsKnown = false;  ///< The file has actions for the product and service pack.
+  std::vector<ActionDetail> actions;
+};
+
+std::string_view nameOf(vexlo::ActionOrigin origin) {
+  return origin == vexlo::ActionOrigin::product ? "product" : "patch";
+}
+
+std::string asJSON(const Plan& plan) {
+  std::string out = text("{\"patch\":{\"patchID\":", jsonString(plan.patch.patchID()),
+                         ",\"productID\":", jsonString(plan.patch.productID()),
+                         ",\"servicePackID\":", jsonString(plan.patch.servicePackID()),
+                         "},\"exempt\":", plan.exempt, ",\"actions\":[");
+  for (std::string_view separator; const ActionDetail& action : plan.actions) {
+    out += text(separator, "{\"actionID\":", action.actionID.encode(),
+                ",\"name\":", jsonString(describe(action.actionID)),
+                ",\"code\":", jsonString(action.actionID.code()),
+                ",\"sortOrder\":", action.actionID.sortOrder(),
+                ",\"arguments\":", jsonList(action.arguments),
+                ",\"origin\":", jsonString(nameOf(action.origin)), '}');
+    separator = ",";
+  }
+  return out += "]}\n";
+}
+
+/// What a reader of the table would wonder about.
+std::string remark(const Plan& plan) {
+  if (plan.exempt) {
+    return "The patch is exempt from the actions of its product; only its own apply.\n";
+  }
+  if (!plan.productIsKnown) {
+    return "The file has no actions for this product and service pack; only the patch's own "
+           "apply.\n";
+  }
+  return {};
+}
+
+std::string asTable(const Plan& plan, const Console& console) {
+  std::string out = text("Patch ", printable(plan.patch.patchID()), " of product ",
+                         printable(plan.patch.productID()), ", service pack ",
+                         printable(plan.patch.servicePackID()), '\n', remark(plan));
+  if (plan.actions.empty()) {
+    return out + "No action applies.\n";
+  }
+  std::vector<std::vector<Cell>> rows;
+  Columns columns(console, {"#", "CODE", "ACTION", "FROM", "ARGUMENTS"});
+  for (const ActionDetail& action : plan.actions) {
+    const bool hasArguments = !action.arguments.empty();
+    std::vector<Cell>& row = rows.emplace_back();
+    row = {{std::to_string(rows.size())},
+           {printable(action.actionID.code())},
+           {printable(describe(action.actionID))},
+           {std::string(nameOf(action.origin))},
+           {hasArguments ? joinedForPeople(action.arguments) : "-",
+            hasArguments ? Style::plain : Style::faint}};
+    for (std::size_t column = 0; column < row.size(); ++column) {
+      columns.fit(column, row[column].text);
+    }
+  }
+  out += '\n' + columns.headings();
+  for (const std::vector<Cell>& row : rows) {
+    out += columns.row(row);
+  }
+  return out;
+}
+
+}  // namespace
+
+ExitStatus plan(const PlanRequest& request, Console& console) {
+  const AgentSession session(request.agent, console);
+  const vexlo::PatchActionJSONParser::Outcome& file = [&]() -> const auto& {
+    const auto quiet = session.withoutLinesOnConsole();
+    return vexlo::PatchActionJSONParser::shared().cachedPatchActionGroup();
+  }();
+  if (!file) {
+    console.complain(printable(file.error().what()));
+    return ExitStatus::unusableFile;
+  }
+  const vexlo::PatchActionProvider provider(request.patch, *file);
+  const auto productActions = (*file)->productServicePackActions();
+  const Plan plan{
+      .patch = request.patch,
+      .exempt = provider.isExempt(),
+      .productIsKnown = productActions && productActions->actions(request.patch.productID(),
+                                                                  request.patch.servicePackID()),
+      .actions = provider.actionDetails()};
+  console.write(request.json ? asJSON(plan) : asTable(plan, console));
+  return ExitStatus::success;
+}
+
+}  // namespace agent_tool

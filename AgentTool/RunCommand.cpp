@@ -1,0 +1,129 @@
+#include <algorithm>
+#include <chrono>
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <string>
+#include <tuple>
+#include <utility>
+#include <vector>
+
+#include "AgentTool/AgentSession.h"
+#include "AgentTool/Commands.h"
+#include "AgentTool/Interruption.h"
+#include "AgentTool/PrintableText.h"
+#include "AgentTool/RunReport.h"
+#include "VexloPatchDeployment/PatchActions/Helpers/PatchActionJSONParser.h"
+#include "VexloPatchDeployment/PatchActions/Helpers/PatchActionProvider.h"
+#include "VexloPatchDeployment/PatchActions/Main/ProcessPatchActions.h"
+
+namespace agent_tool {
+namespace {
+
+using vexlo::ActionID;
+using vexlo::ProcessPatchActions;
+using Outcome = vexlo::PatchActionResult::Outcome;
+
+/// The picked actions in their running order, each once.
+std::vector<ActionID> pickedActions(const std::vector<std::string>& codes) {
+  std::vector<ActionID> actions;
+  for (const std::string& code : codes) {
+    actions.emplace_back(code);
+  }
+  std::ranges::sort(actions, {}, [](const ActionID& action) {
+    return std::tuple(action.sortOrder(), action.code());
+  });
+  const auto repeated = std::ranges::unique(actions);
+  actions.erase(repeated.begin(), repeated.end());
+  return actions;
+}
+
+/// The actions that apply, in order. Their plan is logged by the processor that runs them.
+std::vector<ActionID> applicableActions(const vexlo::PatchIdentifier& patch) {
+  const auto quiet = AgentSession::withoutLines();
+  const vexlo::PatchActionProvider provider(
+      patch, vexlo::PatchActionJSONParser::shared().cachedPatchActionGroup().value());
+  std::vector<ActionID> actions;
+  for (const vexlo::ActionDetail& detail : provider.actionDetails()) {
+    actions.push_back(detail.actionID);
+  }
+  return actions;
+}
+
+std::vector<PlannedAction> plannedActions(const RunRequest& request,
+                                          ProcessPatchActions& processor) {
+  std::vector<PlannedAction> planned;
+  for (ActionID& action : request.actionCodes.empty() ? applicableActions(request.patch)
+                                                      : pickedActions(request.actionCodes)) {
+    auto arguments = processor.arguments(action);
+    const bool applies = arguments.has_value();
+    planned.push_back(
+        {std::move(action), std::move(arguments).value_or(std::vector<std::string>()), applies});
+  }
+  return planned;
+}
+
+EndedAction runOne(const PlannedAction& action, ProcessPatchActions& processor, Console& console,
+                   bool showsActivity) {
+  std::optional<Console::Activity> activity;
+  if (showsActivity) {
+    activity.emplace(
+        console, printable(action.actionID.code()) + " " + printable(describe(action.actionID)));
+  }
+  const auto began = std::chrono::steady_clock::now();
+  vexlo::PatchActionResult result = processor.execute(action.actionID);
+  return {action, std::move(result), std::chrono::steady_clock::now() - began};
+}
+
+/// A failure outranks what is to be applied later.
+ExitStatus worse(ExitStatus status, Outcome outcome) {
+  switch (outcome) {
+    case Outcome::success:
+      return status;
+    case Outcome::applyLater:
+      return status == ExitStatus::failure ? status : ExitStatus::applyLater;
+    case Outcome::failure:
+      return ExitStatus::failure;
+  }
+  std::unreachable();
+}
+
+std::unique_ptr<ProcessPatchActions> makeProcessor(const RunRequest& request,
+                                                   const AgentSession& session) {
+  const auto quiet = session.withoutLinesOnConsole();
+  return std::make_unique<ProcessPatchActions>(request.patch);
+}
+
+}  // namespace
+
+ExitStatus run(const RunRequest& request, Console& console) {
+  endCleanlyWhenInterrupted(request.json ? -1 : console.activityDescriptor());
+  const AgentSession session(request.agent, console);
+  std::unique_ptr<ProcessPatchActions> processor;
+  try {
+    processor = makeProcessor(request, session);
+  } catch (const vexlo::PatchActionFileError& error) {
+    console.complain(printable(error.what()));
+    return ExitStatus::unusableFile;
+  }
+
+  const std::vector<PlannedAction> planned = plannedActions(request, *processor);
+  const std::unique_ptr<RunReport> report =
+      request.json ? makeJSONReport(console) : makeTableReport(console);
+  report->began(planned);
+  ExitStatus status = ExitStatus::success;
+  std::size_t count = 0;
+  for (const PlannedAction& action : planned) {
+    const EndedAction ended = runOne(action, *processor, console, !request.json);
+    ++count;
+    report->ended(ended);
+    status = worse(status, ended.result.outcome);
+    if (ended.result.outcome != Outcome::success && !request.keepGoing) {
+      break;
+    }
+  }
+  report->closed(planned.size() - count);
+  return status;
+}
+
+}  // namespace agent_tool

@@ -1,0 +1,177 @@
+#include "AgentTool/RunReport.h"
+
+#include <array>
+#include <charconv>
+#include <cstddef>
+#include <optional>
+#include <string_view>
+#include <utility>
+
+#include "AgentTool/Columns.h"
+#include "AgentTool/JSONPieces.h"
+#include "AgentTool/PrintableText.h"
+#include "VexloPatchDeployment/Common/Overloaded.h"
+
+namespace agent_tool {
+namespace {
+
+using FileCodec::jsonString;
+using LogCore::text;
+using vexlo::GotUserAcknowledgementForPatchingRunningApplications;
+using vexlo::MacOSUpdateIsDeferred;
+using vexlo::PatchActionResult;
+using vexlo::PlainReason;
+using Outcome = PatchActionResult::Outcome;
+
+std::string decimal(double number, int places) {
+  std::array<char, 64> digits{};
+  const auto [end, error] = std::to_chars(digits.data(), digits.data() + digits.size(), number,
+                                          std::chars_format::fixed, places);
+  return {digits.data(), end};
+}
+
+std::string detailAsJSON(const PatchActionResult& result) {
+  if (!result.description) {
+    return "null";
+  }
+  return std::visit(
+      vexlo::Overloaded{
+          [](const MacOSUpdateIsDeferred& deferred) { return jsonOptional(deferred.until); },
+          [](const GotUserAcknowledgementForPatchingRunningApplications& acknowledged) {
+            return jsonMap(acknowledged.applications);
+          },
+          [](PlainReason) { return std::string("null"); }},
+      *result.description);
+}
+
+std::string detailForPeople(const PatchActionResult& result) {
+  if (!result.description) {
+    return {};
+  }
+  return std::visit(
+      vexlo::Overloaded{
+          [](const MacOSUpdateIsDeferred& deferred) {
+            return deferred.until ? " until " + printable(*deferred.until) : "";
+          },
+          [](const GotUserAcknowledgementForPatchingRunningApplications& acknowledged) {
+            std::string out;
+            for (std::string_view separator = ": ";
+                 const auto& [identifier, name] : acknowledged.applications) {
+              out += text(separator, printable(name), " (", printable(identifier), ')');
+              separator = ", ";
+            }
+            return out;
+          },
+          [](PlainReason) { return std::string(); }},
+      *result.description);
+}
+
+Style styleOf(Outcome outcome) {
+  switch (outcome) {
+    case Outcome::success:
+      return Style::good;
+    case Outcome::applyLater:
+      return Style::waiting;
+    case Outcome::failure:
+      return Style::bad;
+  }
+  std::unreachable();
+}
+
+class JSONReport final : public RunReport {
+ public:
+  explicit JSONReport(Console& console) : console_(console) {}
+
+  void began(const std::vector<PlannedAction>& /*actions*/) override {}
+
+  void ended(const EndedAction& ended) override {
+    const auto& [action, result, took] = ended;
+    const auto description =
+        result.description.transform([](const auto& why) { return name(why); });
+    console_.write(text("{\"name\":", jsonString(describe(action.actionID)),
+                        ",\"code\":", jsonString(action.actionID.code()),
+                        ",\"arguments\":", jsonList(action.arguments),
+                        ",\"result\":", jsonString(name(result.outcome)), ",\"description\":",
+                        jsonOptional(description), ",\"detail\":", detailAsJSON(result),
+                        ",\"seconds\":", decimal(took.count(), 3), "}\n"));
+  }
+
+  void closed(std::size_t /*notRun*/) override {}
+
+ private:
+  Console& console_;
+};
+
+class TableReport final : public RunReport {
+ public:
+  explicit TableReport(Console& console)
+      : console_(console), columns_(console, {"CODE", "ACTION", "RESULT", "TIME", "WHY"}) {
+    columns_.fit(kResult, "applyLater");
+    columns_.fit(kTime, "0000.00 s");
+  }
+
+  void began(const std::vector<PlannedAction>& actions) override {
+    if (actions.empty()) {
+      console_.write("No action applies.\n");
+      return;
+    }
+    for (const PlannedAction& action : actions) {
+      columns_.fit(kCode, printable(action.actionID.code()));
+      columns_.fit(kAction, printable(describe(action.actionID)));
+    }
+    console_.write(columns_.headings());
+  }
+
+  void ended(const EndedAction& ended) override {
+    const auto& [action, result, took] = ended;
+    ++counts_[static_cast<std::size_t>(result.outcome)];
+    std::string why = result.description ? name(*result.description) : std::string();
+    why += detailForPeople(result);
+    if (!action.applies) {
+      why += "doesn't apply to the patch";
+    }
+    std::string seconds = decimal(took.count(), 2) + " s";
+    seconds.insert(0, kTimeWidth - std::min(kTimeWidth, seconds.size()), ' ');
+    console_.write(columns_.row({{printable(action.actionID.code())},
+                                 {printable(describe(action.actionID))},
+                                 {name(result.outcome), styleOf(result.outcome)},
+                                 {std::move(seconds), Style::faint},
+                                 {std::move(why)}}));
+  }
+
+  void closed(std::size_t notRun) override {
+    std::string summary;
+    for (const Outcome outcome : {Outcome::success, Outcome::applyLater, Outcome::failure}) {
+      if (const std::size_t count = counts_[static_cast<std::size_t>(outcome)]; count > 0) {
+        summary += text(summary.empty() ? "" : ", ", count, ' ',
+                        console_.styled(name(outcome), styleOf(outcome)));
+      }
+    }
+    if (notRun > 0) {
+      summary += text(", ", notRun, " not run");
+    }
+    if (!summary.empty()) {
+      console_.write(summary + "\n");
+    }
+  }
+
+ private:
+  enum Column : std::uint8_t { kCode, kAction, kResult, kTime };
+  static constexpr std::size_t kTimeWidth = std::string_view("0000.00 s").size();
+
+  Console& console_;
+  Columns columns_;
+  std::array<std::size_t, 3> counts_{};  // by outcome
+};
+
+}  // namespace
+
+std::unique_ptr<RunReport> makeTableReport(Console& console) {
+  return std::make_unique<TableReport>(console);
+}
+
+std::unique_ptr<RunReport> makeJSONReport(Console& console) {
+  return std::make_unique<JSONReport>(console);
+}
+
+}  // namespace agent_tool

@@ -1,0 +1,48 @@
+// vexlo-patch: plays the agent for the patch deployment library, from a command line.
+#include <exception>
+#include <string>
+
+#include "AgentTool/AgentSession.h"
+#include "AgentTool/CommandLine.h"
+#include "AgentTool/Commands.h"
+#include "AgentTool/Console.h"
+#include "AgentTool/PrintableText.h"
+#include "VexloPatchDeployment/Common/Overloaded.h"
+
+namespace {
+
+using namespace agent_tool;  // NOLINT(google-build-using-namespace): the program's own names
+
+ExitStatus answer(const NoRequest& noRequest, Console& console) {
+  if (noRequest.status == ExitStatus::success) {
+    console.write(noRequest.text);
+  } else {
+    console.complain(noRequest.text);
+  }
+  return noRequest.status;
+}
+
+ExitStatus carryOut(const Request& request, Console& console) {
+  return std::visit(
+      vexlo::Overloaded{[&](const PlanRequest& wanted) { return plan(wanted, console); },
+                        [&](const RunRequest& wanted) { return run(wanted, console); },
+                        [&](const CheckRequest& wanted) { return check(wanted, console); }},
+      request);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  Console console;
+  try {
+    const auto request = readCommandLine(argc, argv);
+    return static_cast<int>(request ? carryOut(*request, console)
+                                    : answer(request.error(), console));
+  } catch (const AgentSettingsError& error) {
+    console.complain(printable(error.what()));
+    return static_cast<int>(ExitStatus::badUsage);
+  } catch (const std::exception& error) {
+    console.complain(printable(error.what()));
+    return static_cast<int>(ExitStatus::failure);
+  }
+}
