@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <map>
 #include <mutex>
+#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -161,7 +162,12 @@ std::shared_ptr<AgentServiceProtocol> AgentServiceConnection::getService() {
     });
     return nullptr;
   }
-  channel_ = Channel::start(*std::move(socket));
+  try {
+    channel_ = Channel::start(*std::move(socket));
+  } catch (const std::system_error& error) {  // no further thread can be had
+    logError(kGetService,
+             [&] { return text("Unable to listen to the agent service: ", error.what(), "."); });
+  }
   return channel_;
 }
 

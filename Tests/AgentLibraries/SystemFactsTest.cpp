@@ -22,7 +22,6 @@ namespace vxutils {
 namespace {
 
 using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 using ::testing::Pair;
 
 TEST(GlobalVarsTest, AnswersWhatTheAgentSetAndElseNothingOrTheMachine) {
@@ -108,6 +107,18 @@ INSTANTIATE_TEST_SUITE_P(
         EnrollmentCase{"Empty", 0, "", EnrollmentType::not_enrolled},
         EnrollmentCase{"FailedTool", 1, "MDM enrollment: Yes\n", EnrollmentType::not_enrolled}),
     [](const auto& row) { return std::string(row.param.name); });
+
+TEST(MDMEnrollmentUtilTest, AMachineWithoutTheToolIsNotEnrolledAndTheLogSaysSo) {
+  if (std::filesystem::exists("/usr/bin/profiles")) {
+    GTEST_SKIP() << "this machine has the tool";
+  }
+  LogCapture log;
+  EXPECT_EQ(MDMEnrollmentUtil::shared().getEnrollmentType(), EnrollmentType::not_enrolled);
+  EXPECT_THAT(log.records(),
+              ElementsAre(::testing::AllOf(
+                  InfoLine("No /usr/bin/profiles here, considering it as not enrolled."),
+                  LoggedBy("vxutils/MDMEnrollmentUtil", "getEnrollmentType()"))));
+}
 
 TEST(ProcessInformationTest, RegistrationsAreSharedAndEmptyNamesRefused) {
   ProcessInformation first;
