@@ -153,14 +153,14 @@ class FileCheck {
       const Place place{"ProductServicePackActions", "ExclusionPatchIDs", element(index)};
       if (!seen.insert(patchID).second) {
         report(OddityKind::repeatedArgument, place,
-               text("patch ", quoted(patchID), " stands in the list already"));
+               text("patch ", inQuotes(patchID), " stands in the list already"));
         continue;
       }
       lookAtName(place, patchID);
       const auto own = patchActions ? patchActions->actions(patchID) : std::nullopt;
       if (!own || own->empty()) {
         report(OddityKind::exemptWithoutActions, place,
-               text("patch ", quoted(patchID),
+               text("patch ", inQuotes(patchID),
                     " is exempt from the product's actions and has none of its own: nothing is "
                     "run for it"));
       }
@@ -180,7 +180,7 @@ class FileCheck {
       report(OddityKind::suspiciousName, place, "the ID is empty");
     } else if (hasBlanksAround(id)) {
       report(OddityKind::suspiciousName, place,
-             text("the ID ", quoted(id), " has blanks around it, which count"));
+             text("the ID ", inQuotes(id), " has blanks around it, which count"));
     }
   }
 
@@ -201,7 +201,7 @@ class FileCheck {
       const auto meant = meantCode(action.code);
       report(OddityKind::unknownAction, place,
              "unknown action code; nothing is run for it and it counts as passed" +
-                 (meant ? text("; did you mean ", quoted(*meant), '?') : std::string()));
+                 (meant ? text("; did you mean ", inQuotes(*meant), '?') : std::string()));
       return;
     }
     if (*known == KnownAction::applicationRunningNotifier) {
@@ -265,21 +265,21 @@ class FileCheck {
     const std::optional<std::int64_t> number = vexlo::parseInteger(argument);
     if (!number) {
       report(OddityKind::unusableArgument, place,
-             text(quoted(argument),
+             text(inQuotes(argument),
                   " is no integer (an optional sign, then digits only): ", kAppliesLater));
     } else if (*number < 0) {
       report(OddityKind::questionableArgument, place,
-             text(quoted(argument), " is negative: the check always passes"));
+             text(inQuotes(argument), " is negative: the check always passes"));
     } else if (*number > most) {
       report(OddityKind::questionableArgument, place,
-             text(quoted(argument), " is more than ", most, ": ", whyNotMore));
+             text(inQuotes(argument), " is more than ", most, ": ", whyNotMore));
     }
   }
 
   void lookAtVersion(const Place& place, std::string_view argument) {
     if (!isVersion(argument)) {
       report(OddityKind::questionableArgument, place,
-             text(quoted(argument), " is no macOS version such as \"14.5\""));
+             text(inQuotes(argument), " is no macOS version such as \"14.5\""));
     }
   }
 
@@ -290,10 +290,10 @@ class FileCheck {
       report(OddityKind::unusableArgument, place, "the bundle identifier is empty");
     } else if (std::find(arguments.begin(), here, argument) != here) {
       report(OddityKind::repeatedArgument, place,
-             text(quoted(argument), " stands in the list already"));
+             text(inQuotes(argument), " stands in the list already"));
     } else if (!isBundleIdentifier(argument)) {
       report(OddityKind::questionableArgument, place,
-             text(quoted(argument), " is no bundle identifier such as \"com.apple.Safari\""));
+             text(inQuotes(argument), " is no bundle identifier such as \"com.apple.Safari\""));
     }
   }
 
@@ -302,12 +302,12 @@ class FileCheck {
       report(OddityKind::unusableArgument, place, "the application's path is empty");
     } else if (!argument.starts_with('/')) {
       report(OddityKind::questionableArgument, place,
-             text(quoted(argument),
+             text(inQuotes(argument),
                   " is no absolute path: it is taken from wherever the agent "
                   "was started"));
     } else if (!argument.ends_with(".app") && !argument.ends_with(".app/")) {
       report(OddityKind::questionableArgument, place,
-             text(quoted(argument), " is no application: its name doesn't end in \".app\""));
+             text(inQuotes(argument), " is no application: its name doesn't end in \".app\""));
     }
   }
 

@@ -62,10 +62,11 @@ void addAgent(CLI::App& command, Written& written) {
   add("--base-dir", written.baseDirectory, "DIR", "the agent's base directory");
   add("--data-dir", written.dataDirectory, "DIR", "the agent's data directory");
   add("--log-dir", written.logDirectory, "DIR", "the agent's log directory");
-  add("--machine", written.machine, "auto|apple-silicon|intel", "what to take this machine for")
-      ->check(CLI::IsMember({"auto", "apple-silicon", "intel"}).description(""))
-      ->default_str("auto");
-  add("--log-level", written.logLevel, "debug|info|error|none", "the least level that is logged")
+  add("--machine", written.machine, "auto|apple-silicon|intel",
+      "what to take this machine for (auto: ask it)")
+      ->check(CLI::IsMember({"auto", "apple-silicon", "intel"}).description(""));
+  add("--log-level", written.logLevel, "debug|info|error|none",
+      "the least level that is logged (run: info, else error)")
       ->check(CLI::IsMember({"debug", "info", "error", "none"}).description(""));
   add("--log-file", written.logFile, "FILE", "append log lines to FILE, not to standard error");
 }
@@ -122,10 +123,33 @@ void addCommands(CLI::App& app, Written& written) {
   help.add_option("COMMAND", written.helpTopic, "plan, run or check")->type_name("");
 }
 
+/// The whole program's help, or that of one command, without the formatter's doubled blank lines.
+NoRequest helpOn(const CLI::App& app) {
+  const std::string name =
+      app.get_parent() == nullptr ? kProgram : std::string(kProgram) + " " + app.get_name();
+  std::string help = app.get_formatter()->make_help(&app, name, CLI::AppFormatMode::Normal);
+  for (std::size_t at = 0; (at = help.find("\n\n\n", at)) != std::string::npos;) {
+    help.erase(at, 1);
+  }
+  return {ExitStatus::success, std::move(help)};
+}
+
 NoRequest badUsage(std::string_view text, const CLI::App& command) {
   const bool isWhole = command.get_parent() == nullptr;
   return {ExitStatus::badUsage, printable(text) + "\nTry '" + kProgram + " help" +
                                     (isWhole ? "" : " " + command.get_name()) + "'."};
+}
+
+NoRequest noSuchCommand(const std::vector<std::string>& words, const CLI::App& app) {
+  return badUsage(words.empty() ? "a command is needed: plan, run, check or help"
+                                : "no such command: " + words.front(),
+                  app);
+}
+
+/// The command that the line names, the program when it names none.
+const CLI::App& chosenCommand(const CLI::App& app) {
+  const auto chosen = app.get_subcommands();
+  return chosen.empty() ? app : *chosen.front();
 }
 
 std::optional<LogCore::LogLevel> levelNamed(std::string_view name) {
@@ -209,14 +233,14 @@ std::expected<Request, NoRequest> request(const CLI::App& app, Written& written)
   const std::string name = command.get_name();
   if (name == "help") {
     if (written.helpTopic.empty()) {
-      return std::unexpected(NoRequest{ExitStatus::success, app.help()});
+      return std::unexpected(helpOn(app));
     }
     const auto topics = app.get_subcommands(
         [&](const CLI::App* each) { return each->get_name() == written.helpTopic; });
     if (topics.empty()) {
-      return std::unexpected(badUsage("no such command: " + written.helpTopic, app));
+      return std::unexpected(noSuchCommand({written.helpTopic}, app));
     }
-    return std::unexpected(NoRequest{ExitStatus::success, topics.front()->help(kProgram)});
+    return std::unexpected(helpOn(*topics.front()));
   }
   if (name == "check") {
     return CheckRequest{.file = std::move(written.file), .json = written.json};
@@ -241,8 +265,12 @@ std::expected<Request, NoRequest> request(const CLI::App& app, Written& written)
 std::expected<Request, NoRequest> readCommandLine(int argc, const char* const* argv) {
   Written written;
   CLI::App app("Plans, runs and checks the actions of a patch, as the agent would.", kProgram);
+  app.set_help_flag("-h,--help", "shows this help");
   app.set_version_flag("--version", versionText(), "shows the library's version");
   app.require_subcommand(1);
+  app.get_formatter()->label("SUBCOMMAND", "COMMAND");
+  app.get_formatter()->label("Subcommands", "Commands");
+  app.get_formatter()->label("REQUIRED", "(needed)");
   addCommands(app, written);
   try {
     app.parse(argc, argv);
@@ -250,12 +278,13 @@ std::expected<Request, NoRequest> readCommandLine(int argc, const char* const* a
   } catch (const CLI::CallForVersion&) {
     return std::unexpected(NoRequest{ExitStatus::success, versionText() + "\n"});
   } catch (const CLI::Success&) {
-    const auto chosen = app.get_subcommands();
-    return std::unexpected(NoRequest{ExitStatus::success,
-                                     chosen.empty() ? app.help() : chosen.front()->help(kProgram)});
+    return std::unexpected(helpOn(chosenCommand(app)));
+  } catch (const CLI::RequiredError& error) {
+    return std::unexpected(app.get_subcommands().empty()
+                               ? noSuchCommand(app.remaining(), app)
+                               : badUsage(error.what(), chosenCommand(app)));
   } catch (const CLI::ParseError& error) {
-    const auto chosen = app.get_subcommands();
-    return std::unexpected(badUsage(error.what(), chosen.empty() ? app : *chosen.front()));
+    return std::unexpected(badUsage(error.what(), chosenCommand(app)));
   }
 }
 

@@ -69,7 +69,7 @@ class MemberWatch final : public FileCodec::JSONEvents {
     std::string what = "is not read";
     for (const std::string_view known : kKnownMembers) {
       if (vexlo::equalIgnoringCase(name, known)) {
-        what += text("; did you mean ", quoted(known), '?');
+        what += text("; did you mean ", inQuotes(known), '?');
       }
     }
     oddities_.push_back({OddityKind::ignoredMember, place(), std::move(what)});

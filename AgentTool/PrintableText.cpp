@@ -111,7 +111,16 @@ std::string printable(std::string_view text) {
   return out;
 }
 
-std::string quoted(std::string_view text) { return '"' + printable(text) + '"'; }
+std::string inQuotes(std::string_view text) {
+  std::string marked = "\"";
+  for (const char c : text) {
+    if (c == '"' || c == '\\') {
+      marked += '\\';
+    }
+    marked += c;
+  }
+  return printable(marked += '"');
+}
 
 std::size_t displayWidth(std::string_view printableText) {
   std::size_t width = 0;
@@ -151,7 +160,7 @@ std::vector<std::string> wrapped(std::string_view printableText, std::size_t wid
 }
 
 bool needsQuotes(std::string_view text) {
-  return text.empty() || text == "-" || text.find_first_of(" ,\"") != std::string_view::npos;
+  return text.empty() || text == "-" || text.find_first_of(" ,\"\\") != std::string_view::npos;
 }
 
 }  // namespace agent_tool

@@ -11,8 +11,8 @@ namespace agent_tool {
 /// as escapes (`\n`, `\u001b`, `\xff`). The answer is one line of UTF-8.
 [[nodiscard]] std::string printable(std::string_view text);
 
-/// `printable`, in quotation marks.
-[[nodiscard]] std::string quoted(std::string_view text);
+/// `printable`, in quotation marks; those in `text`, and backslashes, are escaped.
+[[nodiscard]] std::string inQuotes(std::string_view text);
 
 /// How many columns of a terminal a printable text takes.
 [[nodiscard]] std::size_t displayWidth(std::string_view printableText);
@@ -33,7 +33,7 @@ std::string joinedForPeople(const Texts& texts) {
   std::string out;
   for (std::string_view separator; const auto& text : texts) {
     out += separator;
-    out += needsQuotes(text) ? quoted(text) : printable(text);
+    out += needsQuotes(text) ? agent_tool::inQuotes(text) : printable(text);
     separator = ", ";
   }
   return out;

@@ -3,6 +3,7 @@
 #include <signal.h>  // NOLINT(modernize-deprecated-headers): POSIX, not only C
 #include <sys/wait.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <ctime>
@@ -15,6 +16,7 @@ using Milliseconds = std::chrono::milliseconds;
 
 constexpr pid_t kFree = 0;
 constexpr Milliseconds kBetweenLooks{10};
+constexpr Milliseconds kUntilKilled{500};  // a process that hangs in the kernel is left
 
 // A fixed array of atomics, since a signal handler may neither lock nor allocate.
 using Groups = std::array<std::atomic<pid_t>, 128>;
@@ -26,40 +28,49 @@ void pause(Milliseconds duration) {
   ::nanosleep(&time, nullptr);
 }
 
-/// Whether something of the group is left; its leader is reaped when it has ended.
-bool isAlive(pid_t group) {
-  ::waitpid(group, nullptr, WNOHANG);
-  return ::kill(-group, 0) == 0 || errno == EPERM;
-}
+/// Whether the leader has not ended yet; when it has, it is reaped.
+bool leaderRuns(pid_t group) { return ::waitpid(group, nullptr, WNOHANG) == 0; }
 
-/// Signals all groups that are left. False when none is.
-bool signalAll(const Groups& groups, int signal) {
-  bool any = false;
-  for (const std::atomic<pid_t>& slot : groups) {
-    const pid_t group = slot.load();
-    if (group != kFree && isAlive(group)) {
-      any = true;
+/// Whether something of the group is left.
+bool isThere(pid_t group) { return leaderRuns(group) || ::kill(-group, 0) == 0 || errno == EPERM; }
+
+void signalAll(int signal) {
+  for (const std::atomic<pid_t>& slot : running) {
+    if (const pid_t group = slot.load(); group != kFree) {
       ::kill(-group, signal);
     }
   }
-  return any;
+}
+
+/// Waits until `holds` is true of no group, at most for `limit`. False when the time ran out.
+bool waitWhileAny(bool (*holds)(pid_t group), Milliseconds limit) {
+  const auto any = [&] {
+    return std::ranges::any_of(running, [&](const std::atomic<pid_t>& slot) {
+      const pid_t group = slot.load();
+      return group != kFree && holds(group);
+    });
+  };
+  for (Milliseconds waited{0}; any(); waited += kBetweenLooks) {
+    if (waited >= limit) {
+      return false;
+    }
+    pause(kBetweenLooks);
+  }
+  return true;
 }
 
 }  // namespace
 
 bool endRunningProcesses(Milliseconds grace) noexcept {
-  if (!signalAll(running, SIGTERM)) {
+  if (waitWhileAny(isThere, Milliseconds::zero())) {
     return false;
   }
-  signalAll(running, SIGCONT);  // a stopped process can't act on the other otherwise
-  constexpr int kOnlyLook = 0;
-  for (Milliseconds waited{0}; waited < grace; waited += kBetweenLooks) {
-    if (!signalAll(running, kOnlyLook)) {
-      return true;
-    }
-    pause(kBetweenLooks);
+  signalAll(SIGTERM);
+  signalAll(SIGCONT);  // a stopped process can't act on the other otherwise
+  if (!waitWhileAny(isThere, grace)) {
+    signalAll(SIGKILL);
+    (void)waitWhileAny(leaderRuns, kUntilKilled);
   }
-  signalAll(running, SIGKILL);
   return true;
 }
 
