@@ -105,9 +105,8 @@ class JSONReport final : public RunReport {
 class TableReport final : public RunReport {
  public:
   explicit TableReport(Console& console)
-      : console_(console), columns_(console, {"CODE", "ACTION", "RESULT", "TIME", "WHY"}) {
+      : console_(console), columns_(console, {"CODE", "ACTION", "RESULT", "     TIME", "WHY"}) {
     columns_.fit(kResult, "applyLater");
-    columns_.fit(kTime, "0000.00 s");
   }
 
   void began(const std::vector<PlannedAction>& actions) override {
@@ -156,8 +155,8 @@ class TableReport final : public RunReport {
   }
 
  private:
-  enum Column : std::uint8_t { kCode, kAction, kResult, kTime };
-  static constexpr std::size_t kTimeWidth = std::string_view("0000.00 s").size();
+  enum Column : std::uint8_t { kCode, kAction, kResult };
+  static constexpr std::size_t kTimeWidth = std::string_view("     TIME").size();
 
   Console& console_;
   Columns columns_;

@@ -83,7 +83,7 @@ TEST_F(RunCommandTest, TheTableSaysWhyAndWhatWasLeftOut) {
                R"("],"2005":["0"],"2006":[],"2007":[],"2008":["x"]}}})");
   const ToolRun run = toolForPatch("run", {"--machine", "intel", "--log-level", "none"});
   EXPECT_EQ(std::regex_replace(run.output, std::regex(R"( +\d+\.\d\d s)"), " T"),
-            "CODE  ACTION                                    RESULT      TIME       WHY\n"
+            "CODE  ACTION                                    RESULT           TIME  WHY\n"
             "2005  minimumDiskSpaceCheck                     success T\n"
             "2006  macOSDeferCheck                           success T\n"
             "2007  installMacOSUpdates                       applyLater T  inSufficientArguments\n"
