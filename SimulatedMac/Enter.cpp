@@ -47,7 +47,7 @@ constexpr int kNotExecutable = 126;
 constexpr std::string_view kUsage =
     "usage: enter [--records FILE] [--set SECTION/KEY=VALUE]… [--user-namespace]\n"
     "             SCENARIO -- COMMAND [ARGUMENT]…\n"
-    "       enter --print SCENARIO\n"
+    "       enter [--set SECTION/KEY=VALUE]… --print SCENARIO\n"
     "       enter --list\n"
     "SCENARIO is the name of a file in SimulatedMac/scenarios, or a path with a \"/\" in it.\n"
     "Exit status: the command's; 64 bad usage, 65 a scenario that can't be read, 77 when this\n"
@@ -58,6 +58,7 @@ struct Options {
   std::vector<std::string> settings;
   std::optional<std::string> records;
   bool userNamespace = false;  ///< Also for root.
+  bool prints = false;         ///< Only shows the settings in force.
   std::vector<std::string> command;
 };
 
@@ -89,13 +90,13 @@ std::expected<Scenario, std::string> readScenario(const Options& options) {
     return file;
   }
   scenario->overlay(*file);
+  Scenario given;
   for (const std::string& text : options.settings) {
-    const auto setting = Scenario::parseSetting(text);
-    if (!setting) {
-      return setting;
+    if (const auto added = given.add(text); !added) {
+      return std::unexpected("--set: " + added.error());
     }
-    scenario->overlay(*setting);
   }
+  scenario->overlay(given);
   return scenario;
 }
 
@@ -340,6 +341,8 @@ std::expected<Options, std::string> parseOptions(const std::vector<std::string>&
       }
     } else if (*next == "--user-namespace") {
       options.userNamespace = true;
+    } else if (*next == "--print") {
+      options.prints = true;
     } else if (next->starts_with("-") || !options.scenario.empty()) {
       return std::unexpected("unexpected \"" + *next + "\"");
     } else {
@@ -349,24 +352,19 @@ std::expected<Options, std::string> parseOptions(const std::vector<std::string>&
   if (next != arguments.end()) {
     options.command.assign(next + 1, arguments.end());
   }
-  if (options.scenario.empty() || options.command.empty()) {
+  if (options.scenario.empty() || options.command.empty() != options.prints) {
     return std::unexpected("expected SCENARIO -- COMMAND");
   }
   return options;
 }
 
-int run(std::vector<std::string> arguments) {
+int run(const std::vector<std::string>& arguments) {
   if (arguments == std::vector<std::string>{"--list"}) {
     return listScenarios();
   }
   if (arguments == std::vector<std::string>{"--help"}) {
     std::cout << kUsage;
     return 0;
-  }
-  const bool prints = !arguments.empty() && arguments[0] == "--print";
-  if (prints) {
-    arguments.erase(arguments.begin());
-    arguments.insert(arguments.end(), {"--", "print"});
   }
   const auto options = parseOptions(arguments);
   if (!options) {
@@ -378,7 +376,7 @@ int run(std::vector<std::string> arguments) {
   if (!scenario) {
     return say(scenario.error(), kBadScenario);
   }
-  if (prints) {
+  if (options->prints) {
     std::cout << scenario->text();
     return 0;
   }

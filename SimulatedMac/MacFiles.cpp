@@ -252,9 +252,11 @@ class Writer {
   /// "mains online", "mains offline", "battery discharging 45/90".
   void writePowerSource(const std::string& source, int number) {
     const std::vector<std::string> fields = words(source);
-    const auto fact = [&](const std::string& name, const std::string& content) {
-      write("/sys/class/power_supply/" + std::to_string(number) + "-" + fields[0] + "/" + name,
-            content + "\n");
+    const std::string name =
+        (fields.empty() || fields[0] == "mains" ? "Mains-" : "InternalBattery-") +
+        std::to_string(number);
+    const auto fact = [&](const std::string& attribute, const std::string& content) {
+      write("/sys/class/power_supply/" + name + "/" + attribute, content + "\n");
     };
     if (fields.size() == 2 && fields[0] == "mains" &&
         (fields[1] == "online" || fields[1] == "offline")) {

@@ -163,7 +163,7 @@ std::expected<Scenario, std::string> Scenario::parse(std::string_view text,
   return scenario;
 }
 
-std::expected<Scenario, std::string> Scenario::parseSetting(std::string_view text) {
+std::expected<void, std::string> Scenario::add(std::string_view text) {
   const std::size_t equals = text.find('=');
   const std::size_t slash = text.substr(0, equals).rfind('/');
   if (equals == std::string_view::npos || slash == std::string_view::npos) {
@@ -178,10 +178,9 @@ std::expected<Scenario, std::string> Scenario::parseSetting(std::string_view tex
   if (!what.empty()) {
     return std::unexpected(std::move(what));
   }
-  Scenario scenario;
-  scenario.sectionToFill(name).settings.push_back(
+  sectionToFill(name).settings.push_back(
       {.key = std::string(key), .value = std::string(text.substr(equals + 1))});
-  return scenario;
+  return {};
 }
 
 void Scenario::overlay(const Scenario& other) {

@@ -26,8 +26,8 @@ class Scenario {
   /// Reads the text of a scenario file. The error is one line: file, line, what was expected.
   /// Unknown sections and keys are errors, so that no typing mistake makes another Mac.
   static std::expected<Scenario, std::string> parse(std::string_view text, const std::string& file);
-  /// Reads one setting as the command line writes it, "section/key=value".
-  static std::expected<Scenario, std::string> parseSetting(std::string_view text);
+  /// Adds one setting as the command line writes it, "section/key=value".
+  std::expected<void, std::string> add(std::string_view text);
 
   /// Lays `other` over this scenario: what a tool does is replaced as a whole, of the other
   /// sections the keys that `other` mentions.

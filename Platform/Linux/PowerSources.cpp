@@ -20,8 +20,8 @@ constexpr std::uint64_t kLargestAttribute = std::uint64_t{64} * 1024;
 /// One folder of the kernel's, an attribute a file.
 class Supply {
  public:
-  explicit Supply(const std::filesystem::path& folder)
-      : folder_(folder), type_(text("type")), status_(text("status")) {}
+  explicit Supply(std::filesystem::path folder)
+      : folder_(std::move(folder)), type_(text("type")), status_(text("status")) {}
 
   [[nodiscard]] std::string name() const { return folder_.filename().string(); }
   /// A battery or an uninterruptible power supply of the machine, in its place.
@@ -76,30 +76,31 @@ bool isOnMains(const Supply& battery, const Mains& mains) {
   return status == "Full" || status == "Not charging";
 }
 
-void addCapacity(const Supply& battery, PropertyList::Dictionary& description) {
-  struct Attributes {
-    const char* now;
-    const char* full;
-  };
-  constexpr Attributes kMeasures[] = {{"energy_now", "energy_full"}, {"charge_now", "charge_full"}};
+struct Capacity {
+  std::int64_t current;
+  std::int64_t maximum;
+};
+
+std::optional<Capacity> capacityOf(const Supply& battery) {
   constexpr std::int64_t kFullPercentage = 100;
-  std::optional<std::int64_t> current;
-  std::optional<std::int64_t> maximum;
-  for (const Attributes& attributes : kMeasures) {
-    current = battery.number(attributes.now);
-    maximum = battery.number(attributes.full);
-    if (current && maximum && *maximum > 0) {
-      break;
+  const auto measured = [&](const char* now, const char* full) -> std::optional<Capacity> {
+    const std::optional<std::int64_t> current = battery.number(now);
+    const std::optional<std::int64_t> maximum = battery.number(full);
+    if (!current || !maximum || *maximum <= 0) {
+      return std::nullopt;
     }
-    current.reset();
+    return Capacity{.current = *current, .maximum = *maximum};
+  };
+  if (const auto energy = measured("energy_now", "energy_full")) {
+    return energy;
   }
-  if (!current && (current = battery.number("capacity"))) {
-    maximum = kFullPercentage;
+  if (const auto charge = measured("charge_now", "charge_full")) {
+    return charge;
   }
-  if (current) {
-    description.emplace("Current Capacity", *current);
-    description.emplace("Max Capacity", *maximum);
+  if (const std::optional<std::int64_t> percentage = battery.number("capacity")) {
+    return Capacity{.current = *percentage, .maximum = kFullPercentage};
   }
+  return std::nullopt;
 }
 
 PropertyList describe(const Supply& battery, const Mains& mains) {
@@ -108,7 +109,10 @@ PropertyList describe(const Supply& battery, const Mains& mains) {
   description.emplace("Type", battery.isUPS() ? "UPS" : "InternalBattery");
   description.emplace("Power Source State",
                       isOnMains(battery, mains) ? "AC Power" : "Battery Power");
-  addCapacity(battery, description);
+  if (const std::optional<Capacity> capacity = capacityOf(battery)) {
+    description.emplace("Current Capacity", capacity->current);
+    description.emplace("Max Capacity", capacity->maximum);
+  }
   return description;
 }
 

@@ -107,7 +107,7 @@ class Output {
 
   /// Hands on an unfinished last line and gives the output away.
   [[nodiscard]] std::string finish() {
-    const std::string_view buffer = dropping_ ? std::string_view(scratch_.get(), filled_) : kept_;
+    const std::string_view buffer = dropping_ ? std::string_view(scratch_->data(), filled_) : kept_;
     if (onLine_ && lineStart_ < buffer.size()) {
       onLine_(buffer.substr(lineStart_));
     }
@@ -118,6 +118,8 @@ class Output {
   }
 
  private:
+  using Scratch = std::array<char, kLongestPiece + kReadBytes>;
+
   Reading readKept(const Descriptor& pipe, std::size_t& most) {
     const std::size_t before = kept_.size();
     const std::size_t room = std::min({kReadBytes, most, limit_ - before});
@@ -139,16 +141,17 @@ class Output {
     if (!dropping_) {
       startDropping();
     }
-    const ssize_t count = ::read(pipe.get(), scratch_.get() + filled_, std::min(kReadBytes, most));
+    const ssize_t count =
+        ::read(pipe.get(), scratch_->data() + filled_, std::min(kReadBytes, most));
     const int error = errno;
     if (count > 0) {
       most -= static_cast<std::size_t>(count);
       dropped_ += static_cast<std::uint64_t>(count);
       if (onLine_) {
         filled_ += static_cast<std::size_t>(count);
-        handOnLines({scratch_.get(), filled_});
+        handOnLines({scratch_->data(), filled_});
         filled_ -= lineStart_;
-        std::memmove(scratch_.get(), scratch_.get() + lineStart_, filled_);
+        std::memmove(scratch_->data(), scratch_->data() + lineStart_, filled_);
         lineStart_ = 0;
         searched_ = filled_;
       }
@@ -159,9 +162,9 @@ class Output {
   /// From now on only the line in hand is in memory; it begins with what was kept of it.
   void startDropping() {
     dropping_ = true;
-    scratch_ = std::make_unique_for_overwrite<char[]>(kLongestPiece + kReadBytes);
+    scratch_ = std::make_unique_for_overwrite<Scratch>();
     if (onLine_) {
-      filled_ = kept_.copy(scratch_.get(), std::string::npos, lineStart_);
+      filled_ = kept_.copy(scratch_->data(), std::string::npos, lineStart_);
     }
     lineStart_ = 0;
     searched_ = filled_;
@@ -200,7 +203,7 @@ class Output {
   std::size_t limit_;
   const std::function<void(std::string_view)>& onLine_;
   std::string kept_;
-  std::unique_ptr<char[]> scratch_;  // only once the limit is reached
+  std::unique_ptr<Scratch> scratch_;  // only once the limit is reached
   bool dropping_ = false;
   std::size_t filled_ = 0;     // of scratch_
   std::size_t lineStart_ = 0;  // in the buffer that is read into
@@ -547,8 +550,11 @@ ProcessResult runProcess(const ProcessRequest& request) {
     return notStarted(errno, request);
   }
   std::optional<Pipe> input;
-  if (request.input && !(input = makePipe())) {
-    return notStarted(errno, request);
+  if (request.input) {
+    input = makePipe();
+    if (!input) {
+      return notStarted(errno, request);
+    }
   }
   SpawnSettings settings;
   if (request.directory) {

@@ -155,7 +155,7 @@ std::optional<Program> ownProgram(const std::string& process, std::string path) 
   if (bundleNameOf(path).empty()) {
     return std::nullopt;
   }
-  const std::string roots[] = {"", process + "/root"};
+  const std::array<std::string, 2> roots = {"", process + "/root"};
   for (const std::string& root : roots) {
     if (isSameFile(root + path, process + "/exe")) {
       return Program{.path = path, .openable = root + path};
@@ -279,20 +279,19 @@ class FoundApplication final : public ApplicationProcess {
 std::unique_ptr<ApplicationProcess> instanceOf(std::string_view identifier, pid_t pid,
                                                InformationFiles& files) {
   const std::string process = "/proc/" + std::to_string(pid);
-  const auto matching = [&](const std::optional<Program>& program) {
-    const Information* information =
-        program ? files.read(informationFile(program->openable)) : nullptr;
-    return information != nullptr && information->identifier == identifier ? information : nullptr;
+  const auto informationOf = [&](const std::optional<Program>& program) -> const Information* {
+    const Information* read = program ? files.read(informationFile(program->openable)) : nullptr;
+    return read != nullptr && read->identifier == identifier ? read : nullptr;
   };
-  if (matching(bundleProgram(process)) == nullptr) {
+  if (informationOf(bundleProgram(process)) == nullptr) {
     return nullptr;
   }
   // The id may have been used again since. So hold the process, then look once more: what is
   // seen before its end is its own.
   Descriptor pidfd = openPidfd(pid);
   std::optional<Program> program = bundleProgram(process);
-  const Information* information = matching(program);
-  if (information == nullptr || (pidfd && hasEnded(pidfd))) {
+  const Information* information = informationOf(program);
+  if (!program || information == nullptr || (pidfd && hasEnded(pidfd))) {
     return nullptr;
   }
   std::string name = information->name;

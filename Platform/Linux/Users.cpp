@@ -25,7 +25,7 @@ struct Session {
 
 /// A field of the records ends at its first NUL or fills its array.
 template <std::size_t kSize>
-std::string textOf(const char (&field)[kSize]) {
+std::string textOf(const char (&field)[kSize]) {  // NOLINT(modernize-avoid-c-arrays): libc's
   return {field, ::strnlen(field, kSize)};
 }
 

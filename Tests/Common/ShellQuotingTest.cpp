@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "Tests/Fakes/LogCapture.h"
 #include "VexloPatchDeployment/Adapters/CommandExecutor.h"
 
 namespace vexlo {
@@ -11,6 +12,7 @@ namespace {
 
 /// What a program receives of an argument that is written as `word` in a shell command.
 std::string received(const std::string& word) {
+  const LogCapture log;  // the terminal utility writes every line of output
   return TerminalUtil::defaultInstance()
       .run("printf '[%s]' " + word, "/bin/sh", std::nullopt)
       .output;

@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
@@ -60,10 +61,10 @@ class ApplicationBundle {
   pid_t start() {
     std::string program = executable_;
     std::string seconds = "600";
-    char* const arguments[] = {program.data(), seconds.data(), nullptr};
+    const std::array<char*, 3> arguments{program.data(), seconds.data(), nullptr};
     pid_t process = 0;
     if (const int error =
-            posix_spawn(&process, program.c_str(), nullptr, nullptr, arguments, environ)) {
+            posix_spawn(&process, program.c_str(), nullptr, nullptr, arguments.data(), environ)) {
       throw std::system_error(error, std::generic_category(), program);
     }
     instances_.push_back(process);

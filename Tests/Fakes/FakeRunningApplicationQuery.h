@@ -43,9 +43,13 @@ class FakeRunningApplicationQuery final : public RunningApplicationQuerying {
    public:
     Application(ApplicationFacts facts, std::vector<std::int32_t>& killRequests)
         : facts_(std::move(facts)), killRequests_(killRequests) {}
-    std::optional<std::string> localizedName() const override { return facts_.name; }
-    std::int32_t processIdentifier() const override { return facts_.processIdentifier; }
-    std::optional<std::string> executableURL() const override { return facts_.executable; }
+    [[nodiscard]] std::optional<std::string> localizedName() const override { return facts_.name; }
+    [[nodiscard]] std::int32_t processIdentifier() const override {
+      return facts_.processIdentifier;
+    }
+    [[nodiscard]] std::optional<std::string> executableURL() const override {
+      return facts_.executable;
+    }
     bool forceTerminate() override {
       killRequests_.push_back(facts_.processIdentifier);
       return facts_.acceptsKill;

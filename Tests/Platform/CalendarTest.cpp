@@ -107,8 +107,8 @@ TEST(CalendarTest, MonthsBearTheNameOfTheEnvironmentsLocale) {
   const TemporaryDirectory directory;
   directory.write("source", kLocaleSource);
   for (const std::string charset : {"UTF-8", "ISO-8859-1"}) {
-    const std::string command = "cd '" + directory.path() + "' && localedef -c -i ./source -f " +
-                                charset + " ./xx." + charset + " >/dev/null 2>&1";
+    std::string command = "cd '" + directory.path() + "' && localedef -c -i ./source -f ";
+    command.append(charset).append(" ./xx.").append(charset).append(" >/dev/null 2>&1");
     (void)std::system(command.c_str());  // NOLINT(cert-env33-c): its warnings count as a failure
     if (!std::filesystem::exists(directory.file("xx." + charset + "/LC_TIME"))) {
       GTEST_SKIP() << "this machine can't compile a locale";

@@ -23,6 +23,11 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 
+const std::string kTenBytes(
+    "01234\0"
+    "6789",
+    10);  // NOLINT(cert-err58-cpp)
+
 class FilesTest : public ::testing::Test {
  protected:
   [[nodiscard]] static int errorOf(const std::string& path, const ReadOptions& options) {
@@ -52,12 +57,8 @@ class FilesTest : public ::testing::Test {
 };
 
 TEST_F(FilesTest, ReadsUpToTheBoundAndNoByteMore) {
-  const std::string ten = directory.write("ten", std::string("01234\0"
-                                                             "789",
-                                                             10));
-  EXPECT_EQ(readFile(ten, {.maximumBytes = 10}), std::string("01234\0"
-                                                             "789",
-                                                             10));
+  const std::string ten = directory.write("ten", kTenBytes);
+  EXPECT_EQ(readFile(ten, {.maximumBytes = 10}), kTenBytes);
   EXPECT_EQ(errorOf(ten, {.maximumBytes = 9}), EFBIG);
   EXPECT_EQ(readFile(directory.write("empty", ""), {.maximumBytes = 0}), "");
   const std::string big = directory.write("big", std::string(3'000'000, 'x'));

@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <cmath>
+#include <cstdint>
 #include <limits>
 #include <stdexcept>
 #include <string>
@@ -17,10 +18,14 @@ void PrintTo(const PropertyList& value, std::ostream* out) { *out << describe(va
 
 namespace {
 
+using namespace std::string_literals;  // NOLINT(google-build-using-namespace)
 using Array = PropertyList::Array;
 using Dictionary = PropertyList::Dictionary;
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
+
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
 PropertyList data(std::initializer_list<int> bytes) {
   PropertyList::Data result;
@@ -98,41 +103,33 @@ struct FormCase {
 void PrintTo(const FormCase& row, std::ostream* out) { *out << row.name; }
 const auto kNameOfRow = [](const auto& row) { return std::string(row.param.name); };
 
-class OldStyleFormTest : public ::testing::TestWithParam<FormCase> {};
-TEST_P(OldStyleFormTest, IsRead) { EXPECT_EQ(parsed(GetParam().text), GetParam().expected); }
+class PropertyListFormTest : public ::testing::TestWithParam<FormCase> {};
+TEST_P(PropertyListFormTest, IsRead) { EXPECT_EQ(parsed(GetParam().text), GetParam().expected); }
 
 INSTANTIATE_TEST_SUITE_P(
-    Forms, OldStyleFormTest,
+    OldStyle, PropertyListFormTest,
     ::testing::Values(
         FormCase{"TokenOfAllItsCharacters", "aZ09_$/:.-", "aZ09_$/:.-"},
         FormCase{"TokenThatLooksLikeAComment", "(http://x, /a//b)", Array{"http://x", "/a//b"}},
         FormCase{"EmptyArrayOverTwoLines", "(\n)", Array()},
-        FormCase{"EmptyDictionary", "{}", Dictionary()},
-        FormCase{"TrailingComma", "(a,b,)", Array{"a", "b"}},
+        FormCase{"TrailingComma", "(a,{},<>,)", Array{"a", Dictionary(), data({})}},
         FormCase{"RepeatedKey", "{a=1;a=2;}", Dictionary{{"a", "2"}}},
         FormCase{"QuotedKeyAndSingleQuotes", R"({"a b"='c"d';})", Dictionary{{"a b", "c\"d"}}},
         FormCase{"Comments", "// one\n/* two\n*/ ( a /* , */ , // ;\r b ) // end", Array{"a", "b"}},
-        FormCase{"ByteOrderMark",
-                 "\xEF\xBB\xBF"
-                 "x",
-                 "x"},
+        FormCase{"ByteOrderMark", "\xEF\xBB\xBF(x)", Array{"x"}},
         FormCase{"SimpleEscapes", R"("\"\\\'\a\b\f\n\r\t\v\q")", "\"\\'\a\b\f\n\r\t\vq"},
         FormCase{"EscapedLineEnd", "\"a\\\nb\"", "a\nb"},
         FormCase{"EscapedLetterOutsideASCII", "\"\\é\"", "é"},
-        FormCase{"OctalEscapes", R"("\1\101\0101\341")",
-                 "\x01"
-                 "A\b1Æ"},
-        FormCase{"UnicodeEscapes", R"("\U2019\Ue9x\U00e90\Ud83d\Ude00")", "’éxé0😀"},
-        FormCase{"PlainUTF8", "\"’ 😀\"", "’ 😀"},
+        FormCase{"OctalEscapes", R"("\7\101\0101\341")", "\aA\b1Æ"},
+        FormCase{"UnicodeEscapes", R"("’\U2019\Ue9x\U00e90\Ud83d\Ude00😀")", "’’éxé0😀😀"},
         FormCase{"Data", "<0FbD 7\n7>", data({0x0F, 0xBD, 0x77})},
-        FormCase{"EmptyData", "<>", data({})},
         FormCase{"DataThatStartsWithLetters", "<abcdef>", data({0xAB, 0xCD, 0xEF})}),
     kNameOfRow);
 
 struct ErrorCase {
   const char* name;
   std::string text;
-  const char* message;
+  std::string message;
 };
 void PrintTo(const ErrorCase& row, std::ostream* out) { *out << row.name; }
 
@@ -152,7 +149,6 @@ INSTANTIATE_TEST_SUITE_P(
         ErrorCase{"NoSemicolon", "{\n a=(\n) b=2;}",
                   "line 3: expected ';' after the value of \"a\", found 'b'"},
         ErrorCase{"NoComma", "(a b)", "line 1: expected ',' or ')' after an element, found 'b'"},
-        ErrorCase{"CommaOnly", "(,)", "line 1: expected a value, found ','"},
         ErrorCase{"OpenText", "(\"a\n\nb",
                   "line 3: expected \" to close the text of line 1, found "
                   "the end of the text"},
@@ -169,9 +165,7 @@ INSTANTIATE_TEST_SUITE_P(
                   "line 1: expected an octal escape up to \\375, found '4'"},
         ErrorCase{"InvalidUTF8", "(\n\"ab\xC3(\")",
                   "line 2: expected UTF-8 in a text, found the byte 0xC3"},
-        ErrorCase{"UnquotedLetter", "( \xC3\xA9 )",
-                  "line 1: expected a value, found the byte 0xC3"},
-        ErrorCase{"NULByte", std::string("\0", 1), "line 1: expected a value, found the byte 0x00"},
+        ErrorCase{"NULByte", "\0"s, "line 1: expected a value, found the byte 0x00"},
         ErrorCase{"OddData", "<abc>",
                   "line 1: expected an even number of hexadecimal digits in data, found '>'"},
         ErrorCase{"NoData",
@@ -199,17 +193,12 @@ std::string inUTF16(std::string_view text) {
   return out;
 }
 
-class XMLFormTest : public ::testing::TestWithParam<FormCase> {};
-TEST_P(XMLFormTest, IsRead) { EXPECT_EQ(parsed(GetParam().text), GetParam().expected); }
-
 INSTANTIATE_TEST_SUITE_P(
-    Forms, XMLFormTest,
+    XML, PropertyListFormTest,
     ::testing::Values(
         FormCase{"TextWithEntitiesAndCDATA",
                  plist("<string> a&amp;&#x2019;<![CDATA[<b>]]><!-- c -->\r\n</string>"),
                  " a&’<b>\n"},
-        FormCase{"EmptyElements", plist("<array><string/><dict/><data/></array>"),
-                 Array{"", Dictionary(), data({})}},
         FormCase{
             "KindsStayApart",
             plist("<array><integer>1</integer><real>1</real><true/><string>1</string></array>"),
@@ -219,7 +208,7 @@ INSTANTIATE_TEST_SUITE_P(
                        "<integer>18446744073709551615</integer></array>"),
                  Array{integer(INT64_MIN), integer(31), PropertyList::Value(UINT64_MAX)}},
         FormCase{"Reals", plist("<array><real>-1.5e3</real><real>+infinity</real></array>"),
-                 Array{real(-1500), real(INFINITY)}},
+                 Array{real(-1500), real(kInfinity)}},
         FormCase{"Dates",
                  plist("<array><date>2001-01-01T00:00:01Z</date>"
                        "<date>0001-01-01T00:00:00Z</date></array>"),
@@ -246,26 +235,19 @@ INSTANTIATE_TEST_SUITE_P(
                   "line 2: expected no text in <array>, found \"x\""},
         ErrorCase{"ValueWithoutKey", plist("<dict><true/></dict>"),
                   "line 2: expected <key>, found <true>"},
-        ErrorCase{"TwoKeys", plist("<dict><key>a</key><key>b</key></dict>"),
-                  "line 2: expected a value, found <key>"},
         ErrorCase{"KeyWithoutValue", plist("<dict><key>a</key></dict>"),
                   "line 2: expected a value of the key \"a\""},
-        ErrorCase{"KeyInArray", plist("<array><key>a</key></array>"),
-                  "line 2: expected a value, found <key>"},
         ErrorCase{"IntegerTooBig", plist("<integer>18446744073709551616</integer>"),
                   "line 2: expected an integer of 64 bits, found \"18446744073709551616\""},
         ErrorCase{"IntegerTooSmall", plist("<integer>-9223372036854775809</integer>"),
                   "line 2: expected an integer of 64 bits, found \"-9223372036854775809\""},
         ErrorCase{"TwoSigns", plist("<integer>+-1</integer>"),
                   "line 2: expected an integer of 64 bits, found \"+-1\""},
-        ErrorCase{"NoReal", plist("<real>1,5</real>"),
-                  "line 2: expected a real number, found \"1,5\""},
         ErrorCase{"NoSuchDay", plist("<date>2024-02-30T00:00:00Z</date>"),
                   "line 2: expected a date such as 2024-06-15T00:00:00Z, found "
                   "\"2024-02-30T00:00:00Z\""},
         ErrorCase{"DataWithoutPadding", plist("<data>AAA</data>"),
                   "line 2: expected data in base 64, found \"AAA\""},
-        ErrorCase{"Truncated", "<plist>\n<array>", "line 2: not well-formed XML: no element found"},
         ErrorCase{"InvalidUTF8", plist("<string>\xC3(</string>"),
                   "line 2: not well-formed XML: not well-formed (invalid token)"},
         ErrorCase{"OwnEntities", "<!DOCTYPE plist [<!ENTITY a \"aaaa\">]>" + plist("<true/>"),
@@ -287,14 +269,14 @@ TEST(XMLPropertyListTest, TheWriterKeepsEveryValueAndItsKind) {
       {"integers",
        Array{integer(0), integer(INT64_MIN), integer(INT64_MAX), PropertyList::Value(UINT64_MAX)}},
       {"reals", Array{real(0.1), real(1), real(-0.0), real(5e-324), real(1.7976931348623157e308),
-                      real(INFINITY), real(-INFINITY)}},
+                      real(kInfinity), real(-kInfinity)}},
       {"flags", Array{true, false}},
       {"dates", Array{date(0), date(-63113904000.0), date(252423993599.0)}},
       {"datas", datas},
       {"empty", Array{Array(), Dictionary()}}};
   const std::string xml = toXML(value);
   EXPECT_EQ(parsed(xml), value) << xml;
-  EXPECT_TRUE(std::isnan(*parsed(toXML(real(NAN))).as<double>()));
+  EXPECT_TRUE(std::isnan(*parsed(toXML(real(kNaN))).as<double>()));
   EXPECT_EQ(parsed(toXML(date(-0.25))), date(-1)) << "whole seconds, rounded down";
 }
 
@@ -317,8 +299,8 @@ TEST(XMLPropertyListTest, TheWriterHasTheUsualLayout) {
 
 TEST(XMLPropertyListTest, TheWriterRefusesWhatItsReaderWouldNotGiveBack) {
   for (const PropertyList& value :
-       {PropertyList(std::string("\0", 1)), PropertyList("\x1B"), PropertyList("\xC3("),
-        PropertyList("\xEF\xBF\xBF"), PropertyList(Dictionary{{"\x01", true}}), date(NAN),
+       {PropertyList("\0"s), PropertyList("\x1B"), PropertyList("\xC3("),
+        PropertyList("\xEF\xBF\xBF"), PropertyList(Dictionary{{"\x01", true}}), date(kNaN),
         date(-1e300), date(252423993600.0)}) {
     EXPECT_THROW((void)toXML(value), std::invalid_argument) << describe(value);
   }
@@ -346,15 +328,13 @@ std::string binary(const std::vector<std::string>& objects) {
   return out + table + std::string(6, '\0') + "\x01\x01" + number(objects.size()) + number(0) +
          number(start);
 }
-using namespace std::string_literals;  // NOLINT(google-build-using-namespace)
-
-class BinaryFormTest : public ::testing::TestWithParam<FormCase> {};
-TEST_P(BinaryFormTest, IsRead) { EXPECT_EQ(parsed(GetParam().text), GetParam().expected); }
-
+/// An error in the object on top.
+std::string onTop(const std::string& message) {
+  return "binary property list: object 0, at byte 8: " + message;
+}
 INSTANTIATE_TEST_SUITE_P(
-    Forms, BinaryFormTest,
+    Binary, PropertyListFormTest,
     ::testing::Values(
-        FormCase{"Flags", binary({"\xA2\x01\x02", "\x08", "\x09"}), Array{false, true}},
         FormCase{"IntegersOfEachSize",
                  binary({"\xA5\x01\x02\x03\x04\x05", "\x10\xFF", "\x11\xFF\xFE",
                          "\x13\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFE",
@@ -381,33 +361,23 @@ INSTANTIATE_TEST_SUITE_P(
         ErrorCase{"NoTrailer", "bplist00\x09",
                   "binary property list: expected a trailer of 32 bytes, found the end at byte 9"},
         ErrorCase{"WithinItself", binary({"\xA1\x01", "\xA1\x00"s}),
-                  "binary property list: object 0, at byte 8: expected a tree, found an object "
-                  "within itself"},
-        ErrorCase{
-            "ReferenceTooHigh", binary({"\xA1\x01"}),
-            "binary property list: object 0, at byte 8: expected a reference below 1, found 1"},
+                  onTop("expected a tree, found an object within itself")},
+        ErrorCase{"ReferenceTooHigh", binary({"\xA1\x01"}),
+                  onTop("expected a reference below 1, found 1")},
         ErrorCase{"KeyThatIsNoText", binary({"\xD1\x01\x01", "\x09"}),
-                  "binary property list: object 0, at byte 8: expected a text as a key"},
-        ErrorCase{"TextBeyondTheObjects", binary({"\x5Fx"}),
-                  "binary property list: object 0, at byte 8: expected a count"},
+                  onTop("expected a text as a key")},
+        ErrorCase{"TextBeyondTheObjects", binary({"\x5Fx"}), onTop("expected a count")},
         ErrorCase{"EnormousCount", binary({"\x5F\x13\x7F\xFF\xFF\xFF\xFF\xFF\xFF\xFF"}),
-                  "binary property list: object 0, at byte 8: expected at most 18 elements, found "
-                  "9223372036854775807"},
+                  onTop("expected at most 18 elements, found 9223372036854775807")},
         ErrorCase{"Null", binary({"\0"s}),
-                  "binary property list: object 0, at byte 8: expected a property-list value, "
-                  "found the marker 0x00"},
-        ErrorCase{"HalfASurrogatePair", binary({"\x61\xD8\x3D"}),
-                  "binary property list: object 0, at byte 8: expected UTF-16 in a text, found "
-                  "half a surrogate pair"},
-        ErrorCase{"NoASCII", binary({"\x51\x80"}),
-                  "binary property list: object 0, at byte 8: expected ASCII in a text"},
-        ErrorCase{"IntegerOf128Bits", binary({"\x14" + std::string(16, '\x7F')}),
-                  "binary property list: object 0, at byte 8: expected an integer of 64 bits"}),
+                  onTop("expected a property-list value, found the marker 0x00")},
+        ErrorCase{"HalfASurrogatePair", binary({"\x61\xD8\x3D"s}),
+                  onTop("expected UTF-16 in a text, found half a surrogate pair")}),
     kNameOfRow);
 
 TEST(BinaryPropertyListTest, NeitherAMutatedByteNorALostOneLeadsOutside) {
   const std::string good =
-      binary({"\xD2\x01\x02\x03\x04", "\x51k", "\x51l", "\xA1\x01", "\x62\x20\x19\x20\x19"});
+      binary({"\xD2\x01\x02\x03\x04", "\x51\x10", "\x51\x11", "\xA1\x01", "\x61\x20\x19"});
   ASSERT_TRUE(parsePropertyList(good));
   for (std::size_t index = 0; index < good.size(); ++index) {
     // The first bytes of the signature alone are an old-style token.
@@ -416,7 +386,8 @@ TEST(BinaryPropertyListTest, NeitherAMutatedByteNorALostOneLeadsOutside) {
     for (int byte = 0; byte < 256; ++byte) {
       std::string mutated = good;
       mutated[index] = static_cast<char>(byte);
-      (void)parsePropertyList(mutated);  // whatever the answer, the sanitizers watch
+      const auto result = parsePropertyList(mutated);  // the sanitizers watch, too
+      EXPECT_TRUE(result || !result.error().message.empty());
     }
   }
 }

@@ -2,6 +2,7 @@
 
 #include <charconv>
 #include <limits>
+#include <memory>
 #include <system_error>
 
 namespace vexlo {
@@ -14,8 +15,8 @@ std::optional<std::int64_t> parseInteger(std::string_view text) noexcept {
     }
   }
   std::int64_t value = 0;
-  const char* const end = text.data() + text.size();
-  const auto [stop, error] = std::from_chars(text.data(), end, value);
+  const char* const end = std::to_address(text.end());
+  const auto [stop, error] = std::from_chars(std::to_address(text.begin()), end, value);
   if (error != std::errc{} || stop != end) {
     return std::nullopt;
   }

@@ -60,7 +60,7 @@ TEST_F(UpgradeInstallersTest, AppleSiliconGivesThePasswordAsInput) {
   mac->holdCredentials(Credentials("al$ice", "s3cret"));
   mac->commands.answers = {{0, ""}};
   EXPECT_EQ(SiliconUpgradeInstaller(kApp, mac).installMacOS(), PatchActionResult::success());
-  const std::string command = kCommand + " --user \"al\\$ice\" --stdinpass";
+  const std::string command = kCommand + R"( --user "al\$ice" --stdinpass)";
   EXPECT_EQ(mac->commands.calls.at(0).command, command);
   EXPECT_EQ(mac->commands.calls.at(0).launchPath, "/bin/sh");
   EXPECT_EQ(mac->commands.calls.at(0).pipeInput, "s3cret");

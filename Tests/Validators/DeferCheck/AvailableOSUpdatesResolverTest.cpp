@@ -112,7 +112,7 @@ TEST_F(SystemAvailableOSUpdatesTest, AReportThatCantBeReadIsAnEmptyListWithAnErr
   };
   const std::string missing = "No available updates found or data conversion failed.";
   const std::string failed = "Deserialization error: ";
-  const Case cases[] = {
+  const std::vector<Case> cases = {
       {"", missing},
       {"No updates available\n", missing},
       {"Available updates (install debug profile for more details):\n(\n)", missing},

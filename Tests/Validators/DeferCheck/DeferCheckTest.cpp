@@ -75,7 +75,7 @@ TEST_F(MacOSUpdateDeferralCheckerTest, TheFirstUpdateThatHoldsAllConditionsDecid
     MacOSUpdateDeferral answer;
   };
   const std::string future = "2099-01-01 00:00:00 +0000";
-  const Case cases[] = {
+  const std::vector<Case> cases = {
       {"far future", {update("14.5", future)}, deferredUntil("2099-Jan-01")},
       {"beyond what nanoseconds hold",
        {update("14.5", "9999-12-31")},

@@ -22,7 +22,6 @@
 namespace vexlo {
 namespace {
 
-using std::chrono_literals::operator""s;
 using ::testing::AllOf;
 using ::testing::Each;
 using ::testing::ElementsAre;
@@ -93,7 +92,7 @@ TEST_F(RunningApplicationsTest, EveryInstanceIsKilledOnceAndFollowedByAPause) {
                          {.processIdentifier = 502, .acceptsKill = false}};
   killer.killApps({"A", "B"});
   EXPECT_THAT(query->killRequests, ElementsAre(501, 502));
-  EXPECT_THAT(pauses, ElementsAre(2s, 2s));
+  EXPECT_THAT(pauses, ElementsAre(std::chrono::seconds(2), std::chrono::seconds(2)));
   EXPECT_THAT(query->asked, ElementsAre("A", "B"));
   EXPECT_THAT(log.records(),
               AllOf(ElementsAre(InfoLine("No running applications found with bundleID: A."),

@@ -63,12 +63,11 @@ class RunningAppPromptCustomizationProviderTest : public ::testing::Test {
 
 TEST_F(RunningAppPromptCustomizationProviderTest, AllSettingsAreReadAndLogged) {
   writeSettings(kAllSettings);
-  const auto& customization = provider.customizationData();
-  ASSERT_TRUE(customization);
-  EXPECT_EQ(customization->skipTimerCount, 5);
-  EXPECT_EQ(customization->enableForceDeploy, true);
-  EXPECT_EQ(customization->numberOfSkipAttempts, -3);
-  EXPECT_EQ(customization->encode(), kAllSettings);
+  const auto customization = provider.customization().value();
+  EXPECT_EQ(customization.skipTimerCount, 5);
+  EXPECT_EQ(customization.enableForceDeploy, true);
+  EXPECT_EQ(customization.numberOfSkipAttempts, -3);
+  EXPECT_EQ(customization.encode(), kAllSettings);
   EXPECT_THAT(
       log.records(),
       ElementsAre(AllOf(

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <limits>
 #include <map>
 #include <memory>
@@ -20,7 +21,6 @@ using platform::PropertyList;
 using ::testing::AllOf;
 using ::testing::Each;
 using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 using ::testing::MatchesRegex;
 using Decision = RunningAppPromptDecision;
 using Evaluation = RunningAppPromptEvaluation;
@@ -87,9 +87,9 @@ TEST_F(RunningAppPromptEvaluatorTest, WithoutLimitsNothingIsCounted) {
 
 TEST_F(RunningAppPromptEvaluatorTest, PostponementsCountDownToTheForcedAttempt) {
   customization->settings = {.numberOfSkipAttempts = 3};
-  std::vector<Evaluation> evaluations;
-  for (int prompt = 0; prompt < 5; ++prompt) {
-    evaluations.push_back(evaluator.evaluate("a,b", "1"));
+  std::array<Evaluation, 5> evaluations;
+  for (Evaluation& evaluation : evaluations) {
+    evaluation = evaluator.evaluate("a,b", "1");
   }
   const Evaluation forced{0, true, Decision::forceDeployment};
   EXPECT_THAT(evaluations, ElementsAre(Evaluation{3, false, Decision::promptUser},

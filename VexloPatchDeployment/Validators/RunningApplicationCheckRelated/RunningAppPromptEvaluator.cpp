@@ -17,12 +17,9 @@ using Record = RunningAppPromptDataStoring::Record;
 
 constexpr LogTag kTag{"evaluate(for:having:)"};
 
-bool isOfPatch(const std::optional<Record>& record, const std::string& patchID) {
-  if (!record) {
-    return false;
-  }
-  const auto entry = record->find(Keys::patchID);
-  return entry != record->end() && entry->second == platform::PropertyList(patchID);
+bool isOfPatch(const Record& record, const std::string& patchID) {
+  const auto entry = record.find(Keys::patchID);
+  return entry != record.end() && entry->second == platform::PropertyList(patchID);
 }
 
 /// The count under `key`; 0 when there is none that is a signed 64-bit integer.
@@ -98,7 +95,7 @@ RunningAppPromptEvaluation RunningAppPromptEvaluator::evaluate(const std::string
 
   const std::optional<Record> record = dataStore_->data(key);
   const std::string date = currentDate_();
-  if (!isOfPatch(record, patchID)) {
+  if (!record || !isOfPatch(*record, patchID)) {
     logInfo(kTag, [&] {
       return text("New version detected for bundleID: ", key, ". Resetting prompt data.");
     });

@@ -4,6 +4,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "AgentLibraries/vxutils/TerminalUtil.h"
 #include "Tests/Fakes/FakeInstallerDependencies.h"
@@ -15,8 +16,6 @@ namespace vexlo {
 namespace {
 
 using ::testing::AllOf;
-using ::testing::Each;
-using ::testing::ElementsAre;
 
 const std::string kLabel = "macOS Sonoma 14.4.1-23E224";
 const auto kIntel = SoftwareUpdateAuthContext::intel();
@@ -49,9 +48,9 @@ class MacOSDownloaderAndInstallerTest : public ::testing::Test {
 
 struct LineCase {
   Step step;
+  bool asUser;
   const SoftwareUpdateAuthContext& context;
   std::int64_t version;
-  bool asUser;
   std::string logged;
   std::string behind;  // of the line that is run, after what is logged
   std::optional<std::string> input;
@@ -63,27 +62,27 @@ TEST_F(MacOSDownloaderAndInstallerTest, TheCommandLinesAreThese) {
   const std::string install = tool + "--install \"" + kLabel + "\" --force --verbose --restart";
   const std::string asRootUser = "launchctl asuser 0 sudo ";
   const std::string credentials = " --user \"alice\" --stdinpass";
-  const LineCase cases[] = {
-      {Step::download, kIntel, 12, false, download, "", std::nullopt},
-      {Step::download, kIntel, 12, true, asRootUser + download, "", std::nullopt},
-      {Step::download, kSilicon, 14, false, download + credentials, "", "s3cret"},
-      {Step::download, kSilicon, 13, true, asRootUser + download + credentials, "", "s3cret"},
-      {Step::download, kSilicon, 12, false, download + credentials, " \"s3cret\"", std::nullopt},
-      {Step::install, kIntel, 26, false, install, "", std::nullopt},
-      {Step::install, kIntel, 26, true, asRootUser + install, "", std::nullopt},
-      {Step::install, kSilicon, 26, true, asRootUser + install + credentials, "", "s3cret"},
-      {Step::install, kSilicon, 12, true, asRootUser + install + credentials, " \"s3cret\"",
+  const std::vector<LineCase> cases = {
+      {Step::download, false, kIntel, 12, download, "", std::nullopt},
+      {Step::download, true, kIntel, 12, asRootUser + download, "", std::nullopt},
+      {Step::download, false, kSilicon, 14, download + credentials, "", "s3cret"},
+      {Step::download, true, kSilicon, 13, asRootUser + download + credentials, "", "s3cret"},
+      {Step::download, false, kSilicon, 12, download + credentials, " \"s3cret\"", std::nullopt},
+      {Step::install, false, kIntel, 26, install, "", std::nullopt},
+      {Step::install, true, kIntel, 26, asRootUser + install, "", std::nullopt},
+      {Step::install, true, kSilicon, 26, asRootUser + install + credentials, "", "s3cret"},
+      {Step::install, true, kSilicon, 12, asRootUser + install + credentials, " \"s3cret\"",
        std::nullopt},
   };
   mac.session.consoleUser = "root";  // an account that every machine has
-  for (const auto& [step, context, version, asUser, logged, behind, input] : cases) {
+  for (const auto& [step, asUser, context, version, logged, behind, input] : cases) {
     run(step, context, version, asUser);
     EXPECT_EQ(call().command, logged + behind);
     EXPECT_EQ(call().launchPath, "/bin/sh");
     EXPECT_EQ(call().pipeInput, input) << logged;
     const std::string verb = step == Step::download ? "Downloading" : "Installing";
     EXPECT_THAT(log.records().front(),
-                InfoLine(verb + " macOS update " + kLabel + " using command: " + logged + "."));
+                InfoLine(text(verb, " macOS update ", kLabel, " using command: ", logged, ".")));
     EXPECT_FALSE(log.mentions("s3cret"));
   }
 }
@@ -116,7 +115,7 @@ TEST_F(MacOSDownloaderAndInstallerTest, OutputThenExitStatusDecideTheResult) {
     PatchActionResult download;
     PatchActionResult install;
   };
-  const Case cases[] = {
+  const std::vector<Case> cases = {
       {{0, "Downloaded: macOS"}, PatchActionResult::success(), PatchActionResult::success()},
       {{1, "Failed to authenticate"}, downloadFailed, installationFailed},
       {{143, ""}, downloadFailed, installationFailed},

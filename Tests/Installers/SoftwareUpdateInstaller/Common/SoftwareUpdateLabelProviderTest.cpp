@@ -57,7 +57,7 @@ TEST_F(DefaultSoftwareUpdateLabelTest, RunsFromTheFirstMarkToTheBuildsLastOccurr
     const char* build;
     const char* label;
   };
-  const Case cases[] = {
+  const std::vector<Case> cases = {
       {"* Label: macOS  A-23E224  (a)", "23E224", "macOS  A-23E224"},
       {"* Label: macOS\u00A0A-23E224", "23E224", "macOS\u00A0A-23E224"},
       {"- Label: a 1B2, again 1B2, end", "1B2", "a 1B2, again 1B2"},
@@ -107,7 +107,8 @@ TEST_F(DefaultSoftwareUpdateLabelTest, NoBuildAndNoListGiveNoLabel) {
 }
 
 TEST_F(DefaultSoftwareUpdateLabelTest, ReadsALineOfTenMegabytes) {
-  const std::string filling(10'000'000, '.');
+  std::string filling;
+  filling.resize(10'000'000, '.');
   EXPECT_EQ(labelIn("Label: a" + filling + ".*+b", ".*+"), "a" + filling + ".*+");
 }
 

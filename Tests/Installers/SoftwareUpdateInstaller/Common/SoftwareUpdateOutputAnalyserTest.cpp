@@ -26,7 +26,7 @@ struct Row {
 };
 const char* const kNetworkLine = "macOS download/install failed due to network error";
 const auto kUnreachable = PatchActionResult::applyLater(PlainReason::softwareUpdateUnreachable);
-const Row kRows[] = {
+const std::vector<Row> kRows = {
     {"Can’t connect to the Software Update server", kNetworkLine, kUnreachable},
     {"Make sure you’re connected to the internet", kNetworkLine, kUnreachable},
     {"Can’t connect to the Apple Software Update server", kNetworkLine, kUnreachable},

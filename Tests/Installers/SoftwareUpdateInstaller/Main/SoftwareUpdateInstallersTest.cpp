@@ -82,9 +82,9 @@ TEST_F(SoftwareUpdateInstallersTest, TheVersionDecidesTheAccountOfEachStep) {
     const char* intelInstall;
     const char* siliconBoth;
   };
-  const Case cases[] = {{11, "user", "user", "user"}, {12, "user", "user", "user"},
-                        {13, "root", "root", "root"}, {25, "root", "root", "root"},
-                        {26, "root", "user", "user"}, {27, "root", "user", "user"}};
+  const std::vector<Case> cases = {{11, "user", "user", "user"}, {12, "user", "user", "user"},
+                                   {13, "root", "root", "root"}, {25, "root", "root", "root"},
+                                   {26, "root", "user", "user"}, {27, "root", "user", "user"}};
   for (const auto& [version, intelDownload, intelInstall, siliconBoth] : cases) {
     for (const bool silicon : {false, true}) {
       mac->commands.answers = {kDone, kDone};

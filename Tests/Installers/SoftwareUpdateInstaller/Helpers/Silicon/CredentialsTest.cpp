@@ -53,20 +53,20 @@ class AgentServiceValueFetcherTest : public ::testing::Test {
 
 TEST_F(AgentServiceValueFetcherTest, WaitsForTheAnswerOfAnotherThread) {
   std::jthread connection;
-  service->onRequest = [&](const std::string& key, auto reply) {
+  service->onRequest = [&](const std::string& key, const auto& reply) {
     connection = std::jthread([key, reply] { reply("value of " + key); });
   };
   EXPECT_EQ(DefaultAgentServiceValueFetcher(service).value("key"), "value of key");
   EXPECT_THAT(log.records(), ElementsAre(received("key")));
   EXPECT_FALSE(log.mentions("value of"));
 
-  service->onRequest = [](const auto&, auto reply) { reply(std::nullopt); };
+  service->onRequest = [](const auto&, const auto& reply) { reply(std::nullopt); };
   EXPECT_EQ(DefaultAgentServiceValueFetcher(service).value("key"), std::nullopt);
   EXPECT_EQ(log.records().size(), 2U);
 }
 
 TEST_F(AgentServiceValueFetcherTest, TheFirstOfSeveralAnswersCounts) {
-  service->onRequest = [](const auto&, auto reply) {
+  service->onRequest = [](const auto&, const auto& reply) {
     reply("first");
     reply("second");
     reply(std::nullopt);
@@ -77,7 +77,7 @@ TEST_F(AgentServiceValueFetcherTest, TheFirstOfSeveralAnswersCounts) {
 TEST_F(AgentServiceValueFetcherTest, AnAnswerAfterTheTimeoutMeetsNobody) {
   std::latch callerHasGone(1);
   std::jthread connection;
-  service->onRequest = [&](const auto&, auto reply) {
+  service->onRequest = [&](const auto&, const auto& reply) {
     connection = std::jthread([&callerHasGone, reply] {
       callerHasGone.wait();
       reply("late");
@@ -97,7 +97,7 @@ TEST_F(AgentServiceValueFetcherTest, AnAnswerAfterTheTimeoutMeetsNobody) {
 TEST_F(AgentServiceValueFetcherTest, AnAnswerAtTheVeryTimeoutIsWholeOrAbsent) {
   for (int round = 0; round < 200; ++round) {
     std::vector<std::jthread> connections;
-    service->onRequest = [&](const auto&, auto reply) {
+    service->onRequest = [&](const auto&, const auto& reply) {
       for (const char* answer : {"the answer", "another answer"}) {
         connections.emplace_back([reply, answer] { reply(answer); });
       }
@@ -125,7 +125,7 @@ TEST(UserCredentialsTest, NeedBothTexts) {
     std::size_t keysAsked;
     std::optional<Credentials> credentials;
   };
-  const Case cases[] = {
+  const std::vector<Case> cases = {
       {{{kUserNameKey, "alice"}, {kPasswordKey, "pw"}}, 2, Credentials("alice", "pw")},
       {{{kUserNameKey, " "}, {kPasswordKey, "  "}}, 2, Credentials(" ", "  ")},
       {{{kUserNameKey, ""}, {kPasswordKey, "pw"}}, 1, std::nullopt},

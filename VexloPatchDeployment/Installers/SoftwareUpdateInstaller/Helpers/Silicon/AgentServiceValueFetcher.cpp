@@ -18,14 +18,14 @@ struct Cell {
   std::atomic_flag isAnswered;
   std::counting_semaphore<> answered{0};  // orders the write of `value` before its reading
 
-  /// Keeps the first answer only: the caller may already be reading it.
+  /// Keeps the first answer only: the caller may already be reading it. Wipes `received`.
   void answer(std::optional<std::string>& received) {
     if (!isAnswered.test_and_set()) {
-      value = std::move(received);
+      value = received;
       answered.release();
     }
     if (received) {
-      platform::wipe(*received);  // a short text's move leaves it behind
+      platform::wipe(*received);
     }
   }
   ~Cell() {

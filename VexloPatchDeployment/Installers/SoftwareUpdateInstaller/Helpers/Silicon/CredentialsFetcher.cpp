@@ -47,19 +47,25 @@ UserCredentials::UserCredentials(
     : agentServiceValueProvider_(std::move(agentServiceValueProvider)) {}
 
 std::optional<Credentials> UserCredentials::credentials() {
-  const std::optional<std::string> userName = agentServiceValueProvider_->value(kUserNameKey);
-  const bool hasUserName = userName && !userName->empty();
-  auto password =
-      hasUserName ? agentServiceValueProvider_->value(kPasswordKey) : std::optional<std::string>();
-  if (!password || password->empty()) {
-    logError(kTag, [] {
-      return "Unable to get username and password from agent service connection. Need to retry "
-             "later.";
-    });
-    return std::nullopt;
+  if (const std::optional<std::string> userName = textUnder(kUserNameKey)) {
+    if (std::optional<std::string> password = textUnder(kPasswordKey)) {
+      const WipeAtEnd wipePassword(*password);
+      return Credentials(*userName, *password);
+    }
   }
-  const WipeAtEnd wipePassword(*password);
-  return Credentials(*userName, *password);
+  logError(kTag, [] {
+    return "Unable to get username and password from agent service connection. Need to retry "
+           "later.";
+  });
+  return std::nullopt;
+}
+
+std::optional<std::string> UserCredentials::textUnder(const char* key) {
+  std::optional<std::string> text = agentServiceValueProvider_->value(key);
+  if (text && text->empty()) {
+    text.reset();
+  }
+  return text;
 }
 
 std::optional<AgentServiceCredentials> agentServiceCredentials() {

@@ -43,6 +43,8 @@ class UserCredentials final : public CredentialsFetcher {
   [[nodiscard]] std::optional<Credentials> credentials() override;
 
  private:
+  [[nodiscard]] std::optional<std::string> textUnder(const char* key);
+
   std::shared_ptr<AgentServiceValueFetcher> agentServiceValueProvider_;
 };
 

@@ -1,0 +1,149 @@
+// The simulated Mac itself: nothing of it is left behind, and what goes wrong is said.
+#include <gmock/gmock.h>
+#include <sys/wait.h>
+
+#include <array>
+#include <chrono>
+#include <cstdio>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "Tests/EndToEnd/MacRun.h"
+#include "Tests/Fakes/TemporaryDirectory.h"
+
+namespace end_to_end {
+namespace {
+
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+
+struct Ran {
+  int status = -1;
+  std::string output;
+};
+
+Ran shell(const std::string& command) {
+  Ran ran;
+  FILE* const pipe = popen(("{ " + command + "; } 2>&1").c_str(), "r");
+  std::array<char, 4096> piece{};
+  for (std::size_t size = 0; (size = fread(piece.data(), 1, piece.size(), pipe)) > 0;) {
+    ran.output.append(piece.data(), size);
+  }
+  const int status = pclose(pipe);
+  ran.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+  return ran;
+}
+
+/// Runs `enter` with these arguments, as the shell reads them.
+Ran enter(const std::string& arguments) { return shell(programFolder() + "/enter " + arguments); }
+
+class SimulatedMacTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    if (const auto why = whyNoMac()) {
+      GTEST_SKIP() << *why;
+    }
+  }
+};
+
+TEST_F(SimulatedMacTest, EndsAsItsCommandEnds) {
+  EXPECT_EQ(enter("healthy -- sh -c 'exit 3'").status, 3);
+  EXPECT_EQ(enter("healthy -- sh -c 'kill -15 $$'").status, 143);
+  EXPECT_EQ(enter("healthy -- no-such-command").status, 127);
+}
+
+TEST_F(SimulatedMacTest, LeavesNoTraceOnTheHost) {
+  const TemporaryDirectory directory;
+  const std::string mounts = shell("cat /proc/self/mounts").output;
+  const Ran ran = enter("healthy -- sh -c 'touch " + directory.file("x") +
+                        " /usr/x /etc/x /var/x; echo x > /etc/passwd; echo 1 > "
+                        "/.simulated-mac/x; sleep 54321 & softwareupdate --list'");
+  EXPECT_EQ(ran.status, 0);
+  EXPECT_EQ(shell("cat /proc/self/mounts").output, mounts);
+  EXPECT_EQ(shell("ls -A " + directory.path()).output, "");
+  EXPECT_NE(shell("ls /usr/x /etc/x /var/x /.simulated-mac").status, 0);
+  EXPECT_THAT(shell("head -1 /etc/passwd").output, StartsWith("root:"));
+  EXPECT_EQ(shell("grep -lsaz 5432[1] /proc/[0-9]*/cmdline").output, "");
+}
+
+TEST_F(SimulatedMacTest, GoesWithItsOwner) {
+  const std::string command = programFolder() + "/enter healthy -- sleep 65432 & ";
+  for (const std::string signal : {"TERM", "KILL"}) {
+    shell(command + "sleep 0.3; kill -" + signal + " $!; wait $!");
+    EXPECT_EQ(shell("sleep 0.2; grep -lsaz 6543[2] /proc/[0-9]*/cmdline").output, "") << signal;
+  }
+}
+
+TEST_F(SimulatedMacTest, NeedsNoSecondUser) {
+  const TemporaryDirectory directory;
+  const Ran ran = enter("--user-namespace --records " + directory.file("calls") +
+                        " healthy -- sudo -u alice open -a nothing");
+  EXPECT_EQ(ran.status, 1) << ran.output;
+  EXPECT_THAT(directory.read("calls"),
+              HasSubstr("\"tool\":\"open\",\"arguments\":[\"-a\",\"nothing\"],\"input\":null,"
+                        "\"user\":\"alice\",\"uid\":0"));
+}
+
+TEST_F(SimulatedMacTest, IsThereAtOnce) {
+  double best = 1;
+  for (int attempt = 0; attempt < 5; ++attempt) {
+    const auto began = std::chrono::steady_clock::now();
+    enter("healthy -- true");
+    best = std::min(
+        best, std::chrono::duration<double>(std::chrono::steady_clock::now() - began).count());
+  }
+  EXPECT_LT(best, 0.5);
+}
+
+TEST_F(SimulatedMacTest, EveryScenarioCanBeEntered) {
+  std::istringstream list(enter("--list").output);
+  int count = 0;
+  for (std::string line; std::getline(list, line); ++count) {
+    const std::string name = line.substr(0, line.find(' '));
+    const Ran ran = enter(name + " -- true");
+    EXPECT_EQ(ran.status, 0) << ran.output;
+    EXPECT_NE(line.find_first_not_of(' ', name.size()), std::string::npos) << name;
+  }
+  EXPECT_GE(count, 10);
+}
+
+TEST(SimulatedMacScenarioTest, AMistakeIsAnErrorThatSaysWhere) {
+  struct Mistake {
+    std::string text;
+    std::string message;
+  };
+  const std::vector<Mistake> mistakes{
+      {"[mac]\nversoin = 14\n",
+       "line 2: expected one of the keys version, machine, free disk, language, time zone in "
+       "[mac], found \"versoin\""},
+      {"[battery]\n", "line 1: expected one of the sections mac, "},
+      {"\nversion = 14\n", "line 2: expected [section] or key = value, found \"version = 14\""},
+      {"[mac\n", "line 1: expected \"]\" at the end of the section's name"},
+      {"[mac]\n| text\n", "line 2: expected a key before the first line of its text"}};
+  const TemporaryDirectory directory;
+  for (const Mistake& mistake : mistakes) {
+    const std::string file = directory.write("mistake.ini", mistake.text);
+    const Ran ran = enter(file + " -- true");
+    EXPECT_EQ(ran.status, 65) << mistake.text;
+    EXPECT_THAT(ran.output, StartsWith("enter: " + file + ", " + mistake.message));
+  }
+  EXPECT_EQ(enter("healthy").status, 64);
+  EXPECT_EQ(enter("no-such-scenario -- true").status, 65);
+}
+
+TEST(SimulatedMacScenarioTest, ASettingReplacesTheDefaultsAndAToolsSectionAsAWhole) {
+  const TemporaryDirectory directory;
+  const std::string file =
+      directory.write("here.ini",
+                      "# Here\n[users]\naccount = carol 503\n"
+                      "[open]\nstdout =\n  | two \n  |\n  | lines\nexits = 3\n");
+  const Ran ran = enter("--set 'open/exits=4' --set 'open/stderr=no' --print " + file);
+  EXPECT_THAT(ran.output, HasSubstr("[users]\nconsole = alice\naccount = carol 503\n"));
+  EXPECT_THAT(ran.output, HasSubstr("[open]\nexits = 4\nstderr = no\n"));
+  EXPECT_THAT(enter("--print " + file).output,
+              HasSubstr("stdout =\n| two \n| \n| lines\nexits = 3\n"));
+}
+
+}  // namespace
+}  // namespace end_to_end
