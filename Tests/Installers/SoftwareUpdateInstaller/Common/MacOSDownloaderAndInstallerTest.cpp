@@ -9,6 +9,7 @@
 #include "AgentLibraries/vxutils/TerminalUtil.h"
 #include "Tests/Fakes/FakeInstallerDependencies.h"
 #include "Tests/Fakes/LogCapture.h"
+#include "VexloPatchDeployment/Common/Log.h"
 #include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Common/MacOSDownloader.h"
 #include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Common/MacOSInstaller.h"
 
