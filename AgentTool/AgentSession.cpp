@@ -36,9 +36,14 @@ class ConsoleSink final : public LogSink {
     if (level < minimum_) {
       return;
     }
-    const LogCore::Logger::Message message =
-        console_.errorsGoToTerminal() ? LogCore::Logger::Message(printable(build().text)) : build();
-    console_.beside([&] { lines_.write(level, tag, line, [&] { return message; }); });
+    // Built before the console is held, which it must not be for any longer than a write takes.
+    std::string message = build().text;
+    if (console_.errorsGoToTerminal()) {
+      message = printable(message);
+    }
+    console_.beside([&] {
+      lines_.write(level, tag, line, [&] { return LogCore::Logger::Message(std::move(message)); });
+    });
   }
 
  private:

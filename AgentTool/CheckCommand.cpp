@@ -38,11 +38,10 @@ ExitStatus tellUnusable(const CheckRequest& request, const DecodingError& error,
   const std::string hint = hintFor(error);
   const std::string message = error.what() + (hint.empty() ? std::string() : " (" + hint + ')');
   if (request.json) {
-    console.write(text("{\"file\":", jsonString(request.file),
-                       ",\"usable\":false,\"error\":{\"place\":", jsonString(error.place()),
-                       ",\"expected\":", jsonString(error.expected()),
-                       ",\"found\":", jsonString(error.found()),
-                       ",\"message\":", jsonString(message), "},\"oddities\":[]}\n"));
+    console.write(text(
+        R"({"file":)", jsonString(request.file), R"(,"usable":false,"error":{"place":)",
+        jsonString(error.place()), R"(,"expected":)", jsonString(error.expected()), R"(,"found":)",
+        jsonString(error.found()), R"(,"message":)", jsonString(message), "},\"oddities\":[]}\n"));
   }
   console.complain(printable(message));
   return ExitStatus::unusableFile;
@@ -50,12 +49,11 @@ ExitStatus tellUnusable(const CheckRequest& request, const DecodingError& error,
 
 void tellAsJSON(const CheckRequest& request, const std::vector<Oddity>& oddities,
                 Console& console) {
-  std::string out = text("{\"file\":", jsonString(request.file),
-                         ",\"usable\":true,\"error\":null,\"oddities\":[");
+  std::string out =
+      text(R"({"file":)", jsonString(request.file), R"(,"usable":true,"error":null,"oddities":[)");
   for (std::string_view separator; const Oddity& oddity : oddities) {
-    out +=
-        text(separator, "{\"kind\":", jsonString(name(oddity.kind)),
-             ",\"place\":", jsonString(oddity.place), ",\"text\":", jsonString(oddity.text), '}');
+    out += text(separator, R"({"kind":)", jsonString(name(oddity.kind)), R"(,"place":)",
+                jsonString(oddity.place), R"(,"text":)", jsonString(oddity.text), '}');
     separator = ",";
   }
   console.write(out += "]}\n");

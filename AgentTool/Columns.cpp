@@ -27,6 +27,7 @@ void Columns::fit(std::size_t column, std::string_view text) {
 
 std::string Columns::headings() const {
   std::vector<Cell> cells;
+  cells.reserve(headings_.size());
   for (const std::string& heading : headings_) {
     cells.push_back({heading, Style::bold});
   }

@@ -93,8 +93,6 @@ Console::Console()
       errorsGoToTerminal_(::isatty(STDERR_FILENO) != 0),
       activityDescriptor_(activityTerminal()) {}
 
-Console::~Console() = default;
-
 void Console::write(std::string_view text) {
   const std::scoped_lock lock(mutex_);
   eraseActivity();

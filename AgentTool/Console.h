@@ -26,7 +26,7 @@ class Console {
  public:
   /// Looks at the standard descriptors and the environment (NO_COLOR, TERM).
   Console();
-  ~Console();
+  ~Console() = default;
   Console(const Console&) = delete;
   Console& operator=(const Console&) = delete;
 

@@ -1,5 +1,7 @@
 #include "AgentTool/DocumentMembers.h"
 
+#include <algorithm>
+#include <array>
 #include <cstddef>
 #include <string>
 #include <unordered_map>
@@ -15,7 +17,8 @@ namespace {
 
 using LogCore::text;
 
-constexpr std::string_view kKnownMembers[] = {"ProductServicePackActions", "PatchActions"};
+constexpr std::array<std::string_view, 2> kKnownMembers{"ProductServicePackActions",
+                                                        "PatchActions"};
 
 class MemberWatch final : public FileCodec::JSONEvents {
  public:
@@ -35,7 +38,7 @@ class MemberWatch final : public FileCodec::JSONEvents {
     level.member = name;
     const bool isRoot = levels_.size() == 1;
     if (isRoot) {
-      isRead_ = std::ranges::find(kKnownMembers, name) != std::end(kKnownMembers);
+      isRead_ = std::ranges::contains(kKnownMembers, name);
     }
     if (!isRead_) {
       if (isRoot) {
@@ -77,6 +80,7 @@ class MemberWatch final : public FileCodec::JSONEvents {
 
   [[nodiscard]] std::string place() const {
     std::vector<std::string> members;
+    members.reserve(levels_.size());
     for (const Level& level : levels_) {
       members.push_back(level.member);
     }

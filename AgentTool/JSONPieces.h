@@ -3,11 +3,41 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "AgentLibraries/FileCodec/JSONText.h"
-#include "AgentLibraries/LogCore/Text.h"
 
 namespace agent_tool {
+
+/// A JSON object, member by member in the order of the calls.
+class JSONObject {
+ public:
+  /// A member whose value is a text.
+  JSONObject& text(std::string_view name, std::string_view value) {
+    return json(name, FileCodec::jsonString(value));
+  }
+  /// A member whose value is JSON already.
+  JSONObject& json(std::string_view name, std::string_view value) {
+    out_ += out_.empty() ? '{' : ',';
+    FileCodec::appendJSONString(out_, name);
+    (out_ += ':') += value;
+    return *this;
+  }
+  [[nodiscard]] std::string done() const { return out_.empty() ? "{}" : out_ + '}'; }
+
+ private:
+  std::string out_;
+};
+
+/// JSON values as an array.
+[[nodiscard]] inline std::string jsonArray(const std::vector<std::string>& values) {
+  std::string out = "[";
+  for (std::string_view separator; const std::string& value : values) {
+    (out += separator) += value;
+    separator = ",";
+  }
+  return out += ']';
+}
 
 /// `["a","b"]`
 template <typename Texts>
@@ -24,12 +54,11 @@ template <typename Texts>
 /// `{"key":"value"}`
 template <typename Map>
 [[nodiscard]] std::string jsonMap(const Map& map) {
-  std::string out = "{";
-  for (std::string_view separator; const auto& [key, value] : map) {
-    out += LogCore::text(separator, FileCodec::jsonString(key), ':', FileCodec::jsonString(value));
-    separator = ",";
+  JSONObject object;
+  for (const auto& [key, value] : map) {
+    object.text(key, value);
   }
-  return out += '}';
+  return object.done();
 }
 
 /// `"text"` or `null`.

@@ -13,7 +13,6 @@
 namespace agent_tool {
 namespace {
 
-using FileCodec::jsonString;
 using LogCore::text;
 using vexlo::ActionDetail;
 
@@ -30,20 +29,29 @@ std::string_view nameOf(vexlo::ActionOrigin origin) {
 }
 
 std::string asJSON(const Plan& plan) {
-  std::string out = text("{\"patch\":{\"patchID\":", jsonString(plan.patch.patchID()),
-                         ",\"productID\":", jsonString(plan.patch.productID()),
-                         ",\"servicePackID\":", jsonString(plan.patch.servicePackID()),
-                         "},\"exempt\":", plan.exempt, ",\"actions\":[");
-  for (std::string_view separator; const ActionDetail& action : plan.actions) {
-    out += text(separator, "{\"actionID\":", action.actionID.encode(),
-                ",\"name\":", jsonString(describe(action.actionID)),
-                ",\"code\":", jsonString(action.actionID.code()),
-                ",\"sortOrder\":", action.actionID.sortOrder(),
-                ",\"arguments\":", jsonList(action.arguments),
-                ",\"origin\":", jsonString(nameOf(action.origin)), '}');
-    separator = ",";
+  std::vector<std::string> actions;
+  actions.reserve(plan.actions.size());
+  for (const auto& [actionID, arguments, origin] : plan.actions) {
+    actions.push_back(JSONObject()
+                          .json("actionID", actionID.encode())
+                          .text("name", describe(actionID))
+                          .text("code", actionID.code())
+                          .json("sortOrder", std::to_string(actionID.sortOrder()))
+                          .json("arguments", jsonList(arguments))
+                          .text("origin", nameOf(origin))
+                          .done());
   }
-  return out += "]}\n";
+  const std::string patch = JSONObject()
+                                .text("patchID", plan.patch.patchID())
+                                .text("productID", plan.patch.productID())
+                                .text("servicePackID", plan.patch.servicePackID())
+                                .done();
+  return JSONObject()
+             .json("patch", patch)
+             .json("exempt", plan.exempt ? "true" : "false")
+             .json("actions", jsonArray(actions))
+             .done() +
+         '\n';
 }
 
 /// What a reader of the table would wonder about.

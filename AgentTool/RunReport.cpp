@@ -88,12 +88,12 @@ class JSONReport final : public RunReport {
     const auto& [action, result, took] = ended;
     const auto description =
         result.description.transform([](const auto& why) { return name(why); });
-    console_.write(text("{\"name\":", jsonString(describe(action.actionID)),
-                        ",\"code\":", jsonString(action.actionID.code()),
-                        ",\"arguments\":", jsonList(action.arguments),
-                        ",\"result\":", jsonString(name(result.outcome)), ",\"description\":",
-                        jsonOptional(description), ",\"detail\":", detailAsJSON(result),
-                        ",\"seconds\":", decimal(took.count(), 3), "}\n"));
+    console_.write(text(R"({"name":)", jsonString(describe(action.actionID)), R"(,"code":)",
+                        jsonString(action.actionID.code()),
+                        ",\"arguments\":", jsonList(action.arguments), R"(,"result":)",
+                        jsonString(name(result.outcome)), R"(,"description":)",
+                        jsonOptional(description), R"(,"detail":)", detailAsJSON(result),
+                        R"(,"seconds":)", decimal(took.count(), 3), "}\n"));
   }
 
   void closed(std::size_t /*notRun*/) override {}

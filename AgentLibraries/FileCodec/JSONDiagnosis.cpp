@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 constexpr std::string_view kBlanks = " \t\r\n";
-constexpr std::string_view kEndOfWord = " \t\r\n,:[]{}\"";
+constexpr std::string_view kPunctuation = ",:[]{}";
 constexpr std::string_view kDigits = "0123456789";
 constexpr std::size_t kLongestQuote = 24;
 
@@ -40,9 +40,13 @@ std::string quoted(std::string_view text) {
   return '"' + out + '"';
 }
 
+/// The word at `offset`: everything up to a blank, a control character, punctuation or a string.
 std::string_view wordAt(std::string_view text, std::size_t offset) {
   const std::string_view rest = text.substr(offset);
-  return rest.substr(0, rest.find_first_of(kEndOfWord));
+  const auto* const end = std::ranges::find_if(rest, [](char c) {
+    return static_cast<unsigned char>(c) <= ' ' || c == '"' || kPunctuation.contains(c);
+  });
+  return {rest.begin(), end};
 }
 
 bool skipDigits(std::string_view& text) {
@@ -109,7 +113,7 @@ class Walk {
         if (std::optional<JSONProblem> inString = skipString()) {
           return *std::move(inString);
         }
-      } else if (kEndOfWord.contains(c)) {
+      } else if (kPunctuation.contains(c)) {
         takePunctuation(c);
       } else {
         const std::string_view word = wordAt(text_, at_);

@@ -30,7 +30,6 @@ namespace {
 using namespace std::chrono_literals;
 using ::testing::AllOf;
 using ::testing::ElementsAre;
-using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using Value = std::optional<std::string>;
 
@@ -38,14 +37,12 @@ TEST(AgentServiceMessagesTest, LinesAreReadBack) {
   const std::string odd = "a\"b\\c\nd\u00e9\x01";
   EXPECT_EQ(requestLine(1, "Key"), "{\"id\":1,\"fetchStatusMessageForKey\":\"Key\"}\n");
   EXPECT_EQ(replyLine(2, std::nullopt), "{\"id\":2,\"value\":null}\n");
-  const auto request = parseRequest(requestLine(7, odd));
-  ASSERT_TRUE(request);
-  EXPECT_EQ(request->id, 7);
-  EXPECT_EQ(request->key, odd);
-  const auto reply = parseReply(replyLine(8, odd));
-  ASSERT_TRUE(reply);
-  EXPECT_EQ(reply->id, 8);
-  EXPECT_EQ(reply->value, odd);
+  const auto request = parseRequest(requestLine(7, odd)).value();
+  EXPECT_EQ(request.id, 7);
+  EXPECT_EQ(request.key, odd);
+  const auto reply = parseReply(replyLine(8, odd)).value();
+  EXPECT_EQ(reply.id, 8);
+  EXPECT_EQ(reply.value, odd);
 }
 
 TEST(AgentServiceMessagesTest, OtherLinesAreNoMessages) {
@@ -57,9 +54,7 @@ TEST(AgentServiceMessagesTest, OtherLinesAreNoMessages) {
   }
   EXPECT_FALSE(parseReply(std::string(60'000, '[')));
   EXPECT_FALSE(parseRequest(R"({"id":1,"fetchStatusMessageForKey":null})"));
-  const auto odd = parseReply(R"({"id":1,"value":5,"more":{}})");
-  ASSERT_TRUE(odd);
-  EXPECT_EQ(odd->value, std::nullopt);
+  EXPECT_EQ(parseReply(R"({"id":1,"value":5,"more":{}})").value().value, std::nullopt);
 }
 
 TEST(LineBufferTest, TakesLinesApartAndLeavesNoneOfTheirBytes) {
@@ -317,6 +312,7 @@ TEST_F(AgentServiceTest, ManyThreadsAndConnectionsGetTheirOwnAnswers) {
   AgentServiceConnection shared;
   const auto service = shared.getService();
   std::vector<std::jthread> threads;
+  threads.reserve(4);
   for (int thread = 0; thread < 4; ++thread) {
     threads.emplace_back([&, thread] {
       AgentServiceConnection own;

@@ -234,8 +234,10 @@ TEST(JSONManagerTest, WhatIsNoReadableFileIsAnErrorAndNeverWaitedFor) {
       std::ignore = readTextFile(path);
       ADD_FAILURE() << path;
     } catch (const DecodingError& error) {
-      EXPECT_EQ(error.what(),
-                path + ": expected a readable regular file of at most 1 GiB, found " + reason);
+      EXPECT_EQ(error.file(), path);
+      EXPECT_EQ(error.place(), "");
+      EXPECT_EQ(error.expected(), "a readable regular file of at most 1 GiB");
+      EXPECT_EQ(error.found(), reason);
     }
   }
 }

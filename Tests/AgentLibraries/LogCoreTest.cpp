@@ -85,6 +85,7 @@ TEST(LoggingTest, LinesOfSeveralThreadsAreAllTaken) {
   LogCapture log;
   {
     std::vector<std::jthread> threads;
+    threads.reserve(4);
     for (int thread = 0; thread < 4; ++thread) {
       threads.emplace_back([] {
         for (int line = 0; line < 100; ++line) {

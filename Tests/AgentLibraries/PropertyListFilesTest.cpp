@@ -210,7 +210,7 @@ TEST_F(RawPlistManagerTest, AMissingFolderIsAnErrorThatNamesThePath) {
 struct LimitRecord {
   std::int64_t limit;
   static LimitRecord decode(const PropertyList::Dictionary& keys) {
-    const std::int64_t* const limit = keys.at("limit").as<std::int64_t>();
+    const auto* const limit = keys.at("limit").as<std::int64_t>();
     if (limit == nullptr) {
       throw DecodingError("", "limit", "an integer", "a text");
     }

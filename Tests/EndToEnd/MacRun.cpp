@@ -10,7 +10,6 @@
 #include <array>
 #include <boost/json.hpp>
 #include <cerrno>
-#include <chrono>
 #include <cstring>
 #include <filesystem>
 #include <map>
@@ -18,7 +17,6 @@
 #include <ostream>
 #include <sstream>
 #include <stdexcept>
-#include <thread>
 #include <utility>
 
 #include "Tests/Fakes/TemporaryDirectory.h"
@@ -115,7 +113,7 @@ std::vector<std::string> lines(const std::string& text) {
 /// A run that has been started, with a directory of its own for what it prints.
 class StartedRun {
  public:
-  explicit StartedRun(const MacRun& run) : began_(std::chrono::steady_clock::now()) {
+  explicit StartedRun(const MacRun& run) {
     std::vector<std::string> command{programFolder() + "/enter", "--records",
                                      directory_.file("calls")};
     for (const std::string& setting : run.settings) {
@@ -161,12 +159,12 @@ class StartedRun {
     process_ = 0;
     Ended ended;
     ended.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    ended.seconds =
-        std::chrono::duration<double>(std::chrono::steady_clock::now() - began_).count();
     readOutput(ended);
     for (const std::string& line : lines(directory_.read("errors"))) {
       if (auto record = readLogLine(line)) {
         ended.log.push_back(*std::move(record));
+      } else if (line.starts_with("vexlo-patch: ")) {
+        ended.notices.push_back(line);
       } else {
         ended.unreadable.push_back(line);
       }
@@ -211,7 +209,9 @@ class StartedRun {
       } else if (part == "left applications") {
         ended.leftApps.push_back(line);
       } else if (line.starts_with('{')) {
-        ended.results.push_back(summary(json::parse(line).as_object()));
+        const json::object result = json::parse(line).as_object();
+        ended.results.push_back(summary(result));
+        ended.seconds += json::value_to<double>(result.at("seconds"));
       } else {
         ended.unreadable.push_back(line);
       }
@@ -220,7 +220,6 @@ class StartedRun {
 
   TemporaryDirectory directory_;
   pid_t process_ = 0;
-  std::chrono::steady_clock::time_point began_;
 };
 
 /// The runs by the full names of their tests.
@@ -280,7 +279,8 @@ class MacTest : public testing::Test {
         story << call << "\n";
       }
       ADD_FAILURE() << "status " << ended.status << " after " << ended.seconds
-                    << " s, results: " << testing::PrintToString(ended.results) << "\n"
+                    << " s, results: " << testing::PrintToString(ended.results)
+                    << ", notices: " << testing::PrintToString(ended.notices) << "\n"
                     << story.str();
     }
   }

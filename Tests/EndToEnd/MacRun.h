@@ -43,11 +43,12 @@ struct Ended {
   std::vector<std::string> results;  ///< «2006 applyLater macOSUpdateIsDeferred 2099-Jan-01»
   std::vector<LogRecord> log;
   std::vector<Call> calls;
+  std::vector<std::string> notices;     ///< What the tool itself says on standard error.
   std::vector<std::string> unreadable;  ///< Lines of output that are none of the above.
   std::string promptData;               ///< The prompt counts' file, empty without one.
   std::vector<std::string> leftFiles;   ///< What lies in the prompt's directory.
   std::vector<std::string> leftApps;    ///< Executables of applications that still run.
-  double seconds = 0;
+  double seconds = 0;                   ///< How long the actions took together.
 
   /// The calls of one tool.
   [[nodiscard]] std::vector<Call> callsOf(std::string_view tool) const;
@@ -99,6 +100,10 @@ inline testing::Matcher<LogRecord> error(const std::string& file, const std::str
 
 /// Whether a simulated Mac can be made here; the reason when not.
 [[nodiscard]] std::optional<std::string> whyNoMac();
+
+/// How the tool shows the notification that updates are in progress.
+inline constexpr const char* kUpdatesInProgress =
+    "vexlo-patch: notification 19: macOS updates are in progress";
 
 /// The password that the Macs' agent service holds.
 inline constexpr std::string_view kPassword = "open sesame";

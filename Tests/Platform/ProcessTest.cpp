@@ -17,10 +17,6 @@ namespace {
 
 using std::chrono::milliseconds;
 using std::chrono::seconds;
-using ::testing::ElementsAre;
-using ::testing::EndsWith;
-using ::testing::SizeIs;
-using ::testing::StartsWith;
 
 ProcessRequest shell(const std::string& command) {
   return {.executable = "/bin/sh", .arguments = {"-c", command}};
@@ -151,8 +147,7 @@ TEST_F(ProcessTest, TheChildStartsCleanInItsOwnGroup) {
       " ] || echo closed\n"
       "sed -n 's/^Sig\\(Blk\\|Ign\\):.*\\(.\\{7\\}\\)$/\\2/p' /proc/self/status");
   request.directory = "/usr";
-  EXPECT_EQ(runProcess(request).output,
-            "/usr\nown group\nclosed\n0000000\n0000000\n");
+  EXPECT_EQ(runProcess(request).output, "/usr\nown group\nclosed\n0000000\n0000000\n");
   ::close(inherited);
   ::pthread_sigmask(SIG_SETMASK, &former, nullptr);
 }
@@ -271,7 +266,9 @@ TEST_F(ProcessTest, WhatTheLineHandlerThrowsEndsTheChild) {
 
 TEST_F(ProcessTest, ThreadsRunTheirChildrenSideBySide) {
   std::vector<std::jthread> threads;
-  for (int number = 0; number < 4; ++number) {
+  constexpr int kThreads = 4;
+  threads.reserve(kThreads);
+  for (int number = 0; number < kThreads; ++number) {
     threads.emplace_back([number] {
       const std::string input(100'000, static_cast<char>('a' + number));
       for (int round = 0; round < 10; ++round) {

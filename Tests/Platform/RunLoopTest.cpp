@@ -87,6 +87,8 @@ TEST_F(RunLoopTest, SignalsOfOtherThreadsArriveWhileItWaits) {
     std::atomic<int> served = 0;
     std::vector<std::shared_ptr<RunLoop::Source>> sources;
     std::vector<std::jthread> threads;
+    sources.reserve(kSignallers);
+    threads.reserve(kSignallers);
     for (int number = 0; number < kSignallers; ++number) {
       sources.push_back(loop.addSource([&] {
         ++performed;

@@ -35,6 +35,7 @@ class Launched {
     std::array<int, 2> output{};
     EXPECT_EQ(::pipe2(input.data(), O_CLOEXEC) + ::pipe2(output.data(), O_CLOEXEC), 0);
     std::vector<char*> arguments;
+    arguments.reserve(command.size() + 1);
     for (const std::string& argument : command) {
       arguments.push_back(const_cast<char*>(argument.c_str()));
     }
@@ -95,6 +96,7 @@ std::string informationText(const std::string& entries) {
 class RunningApplicationsTest : public ::testing::Test {
  protected:
   /// A bundle with the identifier; returns the folder of its programs.
+  // NOLINTNEXTLINE(modernize-use-nodiscard)
   std::string makeBundle(const std::string& name = "Editor.app",
                          const std::string& entries = "") const {
     folder.write(name + "/Contents/Info.plist", informationText(entries));
@@ -106,7 +108,7 @@ class RunningApplicationsTest : public ::testing::Test {
     std::filesystem::copy_file("/bin/cat", programs + "/editor");
     return programs + "/editor";
   }
-  std::string addScript(const std::string& name, const std::string& firstLine) const {
+  [[nodiscard]] std::string addScript(const std::string& name, const std::string& firstLine) const {
     const std::string path = folder.write(name, firstLine + kScriptBody);
     std::filesystem::permissions(path, std::filesystem::perms::owner_all);
     return path;
@@ -170,7 +172,7 @@ TEST_F(RunningApplicationsTest, OtherProcessesAreNoApplications) {
   makeBundle("Damaged.app");
   folder.write("Damaged.app/Contents/Info.plist", "<plist><dict><key>");
   std::filesystem::create_directories(folder.file("Bare.app/Contents/MacOS"));
-  const Launched tests[] = {
+  const std::array<Launched, 7> others = {{
       {"/", {"/usr/bin/tail", "-f", script}},
       {"/", {"/bin/sh", "-c", "read line; " + script}},
       {"/", {outside}},
@@ -178,8 +180,8 @@ TEST_F(RunningApplicationsTest, OtherProcessesAreNoApplications) {
       {"/", {addProgram(folder.file("Editor/Contents/MacOS"))}},
       {"/", {addProgram(folder.file("Damaged.app/Contents/MacOS"))}},
       {"/", {addProgram(folder.file("Bare.app/Contents/MacOS"))}},
-  };
-  tests[0].waitUntilReady();
+  }};
+  others[0].waitUntilReady();
   EXPECT_THAT(found(), IsEmpty());
 }
 

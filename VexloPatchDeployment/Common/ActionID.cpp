@@ -75,7 +75,7 @@ class SerializedAction final : public FileCodec::JSONEvents {
       return std::ranges::find(kActionCodes, member.name, &ActionCode::name)->action;
     }
     if (!member.payload) {
-      throw ActionIDDecodingError("Expected an object with a string \"_0\" under \"undefined\".");
+      throw ActionIDDecodingError(R"(Expected an object with a string "_0" under "undefined".)");
     }
     return UndefinedAction{*member.payload};
   }
@@ -154,7 +154,7 @@ class SerializedAction final : public FileCodec::JSONEvents {
 
 ActionID::ActionID(std::string_view code) : value_(valueFor(code)) {}
 
-std::int64_t ActionID::sortOrder() const noexcept {
+std::int64_t ActionID::sortOrder() const {
   return std::visit(Overloaded{[](KnownAction action) { return rowOf(action).sortOrder; },
                                [](const UndefinedAction& action) {
                                  return parseInteger(action.code).value_or(kSortOrderWithoutNumber);
@@ -162,7 +162,7 @@ std::int64_t ActionID::sortOrder() const noexcept {
                     value_);
 }
 
-std::string_view ActionID::code() const noexcept {
+std::string_view ActionID::code() const {
   return std::visit(
       Overloaded{[](KnownAction action) { return rowOf(action).code; },
                  [](const UndefinedAction& action) { return std::string_view(action.code); }},

@@ -46,8 +46,8 @@ class VEXLO_EXPORT ActionID {
  public:
   using Value = std::variant<KnownAction, UndefinedAction>;
 
-  ActionID(KnownAction action) noexcept : value_(action) {}                  // NOLINT: converts
-  ActionID(UndefinedAction action) noexcept : value_(std::move(action)) {}   // NOLINT: converts
+  ActionID(KnownAction action) noexcept : value_(action) {}                 // NOLINT: converts
+  ActionID(UndefinedAction action) noexcept : value_(std::move(action)) {}  // NOLINT: converts
 
   /// Converts an action code. Every text has an answer: "2001" to "2010" give the known actions,
   /// any other text, compared whole and exactly, an `undefined` that holds it unchanged.
@@ -55,10 +55,10 @@ class VEXLO_EXPORT ActionID {
 
   /// The ordering key of actions: the code as a number; 999999 for the code of an `undefined`
   /// action that is no base-10 signed 64-bit integer.
-  [[nodiscard]] std::int64_t sortOrder() const noexcept;
+  [[nodiscard]] std::int64_t sortOrder() const;
 
   /// The action code: "2005", or the text of an `undefined` action.
-  [[nodiscard]] std::string_view code() const noexcept;
+  [[nodiscard]] std::string_view code() const;
 
   [[nodiscard]] const Value& value() const noexcept { return value_; }
 

@@ -127,9 +127,10 @@ class Decoder final : public FileCodec::JSONEvents {
       addAll(store_.servicePackIndex, store_.servicePacks,
              {.first = product.first, .count = product.count});
     }
-    const auto [first, count] = store_.exclusionPatchIDs;
-    store_.exclusionIndex = NameIndex(count);
-    for (std::uint32_t number = first; number < first + count; ++number) {
+    const PatchActionStore::Run exclusions = store_.exclusionPatchIDs;
+    store_.exclusionIndex = NameIndex(exclusions.count);
+    for (std::uint32_t i = 0; i < exclusions.count; ++i) {
+      const std::uint32_t number = exclusions.first + i;
       const std::string_view patchID = store_.at(store_.texts[number]);
       store_.exclusionIndex.add(number, NameIndex::hash(patchID, 0), [&](std::uint32_t other) {
         return store_.at(store_.texts[other]) == patchID;

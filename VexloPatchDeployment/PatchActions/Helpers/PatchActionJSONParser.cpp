@@ -35,7 +35,7 @@ PatchActionJSONParser::PatchActionJSONParser(std::string jsonPath)
 
 const PatchActionJSONParser::Outcome& PatchActionJSONParser::cachedPatchActionGroup() {
   std::call_once(read_, [this] { outcome_ = readFile(jsonPath_); });
-  return *outcome_;
+  return *outcome_;  // NOLINT(bugprone-unchecked-optional-access): filled above, once
 }
 
 }  // namespace vexlo

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <optional>
+#include <ranges>
 #include <string_view>
 #include <tuple>
 #include <utility>
@@ -34,8 +35,8 @@ void orderAndMerge(std::vector<ActionDetail>& details) {
     return a.actionID == b.actionID;
   };
   // unique keeps the first of a run of equals: walked from the back, that is the last.
-  const auto kept = std::unique(details.rbegin(), details.rend(), sameAction);
-  details.erase(details.begin(), kept.base());
+  const auto replaced = std::ranges::unique(std::views::reverse(details), sameAction);
+  details.erase(details.begin(), replaced.begin().base());
 }
 
 /// `[minimumDiskSpaceCheck: ["20"], undefined("3001"): []]`; `[:]` when there are none.

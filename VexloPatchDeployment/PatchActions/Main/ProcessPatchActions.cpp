@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <map>
+#include <ranges>
 #include <utility>
 
 #include "AgentLibraries/vxutils/GlobalVars.h"
@@ -392,10 +393,8 @@ PatchActionResult ProcessPatchActions::applicationRunningCheck(const ActionID& /
   dependencies_->runningAppPromptCleaner().clean();
   const std::int64_t timeout = promptTimeoutSeconds(
       dependencies_->runningAppPromptCustomizationProvider().customizationData());
-  std::vector<std::string> names;
-  for (const auto& [bundleID, appName] : applications) {
-    names.push_back(appName);
-  }
+  const auto appNames = std::views::values(applications);
+  const std::vector<std::string> names(appNames.begin(), appNames.end());
   if (!dependencies_->runningAppPromptPresenter().requestUserAcknowledgement(names, evaluation,
                                                                              timeout)) {
     return PatchActionResult::applyLater(PlainReason::appIsRunning);
