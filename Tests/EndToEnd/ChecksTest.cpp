@@ -337,7 +337,6 @@ const MacTests deferral([] {
              {.scenario = "noisy-tools", .settings = {"actions/2006=14.5"}}, [](const Ended& mac) {
                EXPECT_THAT(mac.results, ElementsAre("2006 applyLater macOSUpdateIsDeferred "
                                                     "2099-Jun-15"));
-               EXPECT_LT(mac.seconds, 60);  // not the time of the children that hold the pipes
              });
 });
 

@@ -1,9 +1,9 @@
 // The simulated Mac itself: nothing of it is left behind, and what goes wrong is said.
 #include <gmock/gmock.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 
 #include <array>
-#include <chrono>
 #include <cstdio>
 #include <sstream>
 #include <string>
@@ -86,14 +86,20 @@ TEST_F(SimulatedMacTest, NeedsNoSecondUser) {
 }
 
 TEST_F(SimulatedMacTest, IsThereAtOnce) {
-  double best = 1;
-  for (int attempt = 0; attempt < 5; ++attempt) {
-    const auto began = std::chrono::steady_clock::now();
+  // In seconds of the processor: how long that takes on the clock is up to the other programs.
+  const auto used = [] {
+    rusage usage{};
+    getrusage(RUSAGE_CHILDREN, &usage);
+    const auto seconds = [](const timeval& time) {
+      return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
+    };
+    return seconds(usage.ru_utime) + seconds(usage.ru_stime);
+  };
+  const double before = used();
+  for (int time = 0; time < 4; ++time) {
     enter("healthy -- true");
-    best = std::min(
-        best, std::chrono::duration<double>(std::chrono::steady_clock::now() - began).count());
   }
-  EXPECT_LT(best, 0.5);
+  EXPECT_LT((used() - before) / 4, 0.4);
 }
 
 TEST_F(SimulatedMacTest, EveryScenarioCanBeEntered) {
