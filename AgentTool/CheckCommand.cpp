@@ -6,6 +6,7 @@
 
 #include "AgentLibraries/FileCodec/DecodingError.h"
 #include "AgentLibraries/FileCodec/JSONManager.h"
+#include "AgentLibraries/LogCore/Text.h"
 #include "AgentTool/ActionFileCheck.h"
 #include "AgentTool/Commands.h"
 #include "AgentTool/JSONPieces.h"

@@ -38,7 +38,7 @@ class MemberWatch final : public FileCodec::JSONEvents {
     level.member = name;
     const bool isRoot = levels_.size() == 1;
     if (isRoot) {
-      isRead_ = std::ranges::contains(kKnownMembers, name);
+      isRead_ = std::ranges::find(kKnownMembers, name) != std::ranges::end(kKnownMembers);
     }
     if (!isRead_) {
       if (isRoot) {

@@ -2,6 +2,7 @@
 #include <string_view>
 #include <vector>
 
+#include "AgentLibraries/LogCore/Text.h"
 #include "AgentTool/AgentSession.h"
 #include "AgentTool/Columns.h"
 #include "AgentTool/Commands.h"

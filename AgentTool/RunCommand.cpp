@@ -27,6 +27,7 @@ using Outcome = vexlo::PatchActionResult::Outcome;
 /// The picked actions in their running order, each once.
 std::vector<ActionID> pickedActions(const std::vector<std::string>& codes) {
   std::vector<ActionID> actions;
+  actions.reserve(codes.size());
   for (const std::string& code : codes) {
     actions.emplace_back(code);
   }

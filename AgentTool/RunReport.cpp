@@ -7,6 +7,7 @@
 #include <string_view>
 #include <utility>
 
+#include "AgentLibraries/LogCore/Text.h"
 #include "AgentTool/Columns.h"
 #include "AgentTool/JSONPieces.h"
 #include "AgentTool/PrintableText.h"

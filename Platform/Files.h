@@ -16,8 +16,8 @@ struct FileError {
 
 /// How `readFile` opens its file.
 struct ReadOptions {
-  std::uint64_t maximumBytes;   ///< A larger file is an error.
-  bool followLinks = true;      ///< False: a symbolic link in the last place is an error.
+  std::uint64_t maximumBytes;  ///< A larger file is an error.
+  bool followLinks = true;     ///< False: a symbolic link in the last place is an error.
 };
 
 /// Reads a regular file whole. Anything else (directory, FIFO, device, socket) is an error and is

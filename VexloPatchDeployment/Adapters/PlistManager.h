@@ -16,8 +16,7 @@ class PlistManager {
   [[nodiscard]] virtual std::optional<platform::PropertyList> fetchValue(
       const std::string& key) = 0;
   /// Sets the key in the in-memory copy; absent removes it.
-  virtual void updateValue(std::optional<platform::PropertyList> value,
-                           const std::string& key) = 0;
+  virtual void updateValue(std::optional<platform::PropertyList> value, const std::string& key) = 0;
   /// Writes the in-memory copy to `path`, or to the object's own path when absent. A write
   /// failure is thrown as a `std::exception`.
   virtual void save(const std::optional<std::string>& path) = 0;

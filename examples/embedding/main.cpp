@@ -13,8 +13,8 @@ int main(int argumentCount, char** arguments) try {
 
   vexlo::ProcessPatchActions processor(
       {/*patchID=*/"310990", /*productID=*/"1201", /*servicePackID=*/"2301"});
-  for (const vexlo::ActionID action : {vexlo::KnownAction::minimumDiskSpaceCheck,
-                                       vexlo::KnownAction::multipleUserLoggedInCheck}) {
+  for (const vexlo::ActionID action :
+       {vexlo::KnownAction::minimumDiskSpaceCheck, vexlo::KnownAction::multipleUserLoggedInCheck}) {
     std::cout << action << ": " << processor.execute(action) << '\n';
   }
 } catch (const std::exception& error) {  // the action file can't be used: which, where and why
