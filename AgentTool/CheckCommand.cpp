@@ -18,14 +18,17 @@ namespace agent_tool {
 namespace {
 
 using FileCodec::DecodingError;
-using FileCodec::jsonString;
 using LogCore::text;
 using vexlo::PatchActionGroup;
+
+constexpr std::string_view kSeparator = " › ";  // of the members in a place
 
 /// What was probably meant where the file can't be used; empty when that isn't clear.
 std::string hintFor(const DecodingError& error) {
   const std::string_view place = error.place();
-  const std::string_view member = place.substr(std::min(place.rfind("› ") + 4, place.size()));
+  const std::size_t separator = place.rfind(kSeparator);
+  const std::string_view member =
+      separator == std::string_view::npos ? place : place.substr(separator + kSeparator.size());
   if (error.found() == "an array" && vexlo::equalIgnoringCase(member, "ExclusionPatchIDs")) {
     return "did you mean \"ExclusionPatchIDs\"? Upper and lower case count";
   }
@@ -35,29 +38,41 @@ std::string hintFor(const DecodingError& error) {
   return {};
 }
 
+/// `error` is JSON; absent for a file that can be used.
+std::string answerAsJSON(const CheckRequest& request, const std::optional<std::string>& error,
+                         const std::vector<Oddity>& oddities) {
+  std::vector<std::string> listed;
+  listed.reserve(oddities.size());
+  for (const Oddity& oddity : oddities) {
+    listed.push_back(JSONObject()
+                         .text("kind", name(oddity.kind))
+                         .text("place", oddity.place)
+                         .text("text", oddity.text)
+                         .done());
+  }
+  return JSONObject()
+             .text("file", request.file)
+             .json("usable", error ? "false" : "true")
+             .json("error", error.value_or("null"))
+             .json("oddities", jsonArray(listed))
+             .done() +
+         '\n';
+}
+
 ExitStatus tellUnusable(const CheckRequest& request, const DecodingError& error, Console& console) {
   const std::string hint = hintFor(error);
   const std::string message = error.what() + (hint.empty() ? std::string() : " (" + hint + ')');
   if (request.json) {
-    console.write(text(
-        R"({"file":)", jsonString(request.file), R"(,"usable":false,"error":{"place":)",
-        jsonString(error.place()), R"(,"expected":)", jsonString(error.expected()), R"(,"found":)",
-        jsonString(error.found()), R"(,"message":)", jsonString(message), "},\"oddities\":[]}\n"));
+    const std::string asJSON = JSONObject()
+                                   .text("place", error.place())
+                                   .text("expected", error.expected())
+                                   .text("found", error.found())
+                                   .text("message", message)
+                                   .done();
+    console.write(answerAsJSON(request, asJSON, {}));
   }
   console.complain(printable(message));
   return ExitStatus::unusableFile;
-}
-
-void tellAsJSON(const CheckRequest& request, const std::vector<Oddity>& oddities,
-                Console& console) {
-  std::string out =
-      text(R"({"file":)", jsonString(request.file), R"(,"usable":true,"error":null,"oddities":[)");
-  for (std::string_view separator; const Oddity& oddity : oddities) {
-    out += text(separator, R"({"kind":)", jsonString(name(oddity.kind)), R"(,"place":)",
-                jsonString(oddity.place), R"(,"text":)", jsonString(oddity.text), '}');
-    separator = ",";
-  }
-  console.write(out += "]}\n");
 }
 
 std::string counted(std::size_t count, std::string_view one, std::string_view many) {
@@ -103,7 +118,7 @@ ExitStatus check(const CheckRequest& request, Console& console) {
   }
   const std::vector<Oddity> oddities = findOddities(*group, bytes);
   if (request.json) {
-    tellAsJSON(request, oddities, console);
+    console.write(answerAsJSON(request, {}, oddities));
   } else {
     tellForPeople(request, *group, oddities, console);
   }

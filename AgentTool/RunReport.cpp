@@ -1,5 +1,6 @@
 #include "AgentTool/RunReport.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cstddef>
@@ -16,7 +17,6 @@
 namespace agent_tool {
 namespace {
 
-using FileCodec::jsonString;
 using LogCore::text;
 using vexlo::GotUserAcknowledgementForPatchingRunningApplications;
 using vexlo::MacOSUpdateIsDeferred;
@@ -89,12 +89,16 @@ class JSONReport final : public RunReport {
     const auto& [action, result, took] = ended;
     const auto description =
         result.description.transform([](const auto& why) { return name(why); });
-    console_.write(text(R"({"name":)", jsonString(describe(action.actionID)), R"(,"code":)",
-                        jsonString(action.actionID.code()),
-                        ",\"arguments\":", jsonList(action.arguments), R"(,"result":)",
-                        jsonString(name(result.outcome)), R"(,"description":)",
-                        jsonOptional(description), R"(,"detail":)", detailAsJSON(result),
-                        R"(,"seconds":)", decimal(took.count(), 3), "}\n"));
+    console_.write(JSONObject()
+                       .text("name", describe(action.actionID))
+                       .text("code", action.actionID.code())
+                       .json("arguments", jsonList(action.arguments))
+                       .text("result", name(result.outcome))
+                       .json("description", jsonOptional(description))
+                       .json("detail", detailAsJSON(result))
+                       .json("seconds", decimal(took.count(), 3))
+                       .done() +
+                   '\n');
   }
 
   void closed(std::size_t /*notRun*/) override {}
