@@ -102,17 +102,6 @@ const MacTests policy([] {
                                       "Prompt for running applications is disabled.")}));
                EXPECT_THAT(mac.leftApps, ElementsAre(kSafari));
              });
-  // Large settings keep the reader busy while the application quits on seeing them opened.
-  addMacTest(suite, "QuitsBeforeItsNameIsAsked",
-             prompting({"application com.apple.Safari/quits=when the settings are read",
-                        "patch data/Filler=" + std::string(100'000, 'x')}),
-             [](const Ended& mac) {
-               EXPECT_THAT(mac.results, ElementsAre("2008 success"));
-               EXPECT_THAT(mac.log, Contains(error(kProcessor, kHandler,
-                                                   "Unable to obtain app names for the following "
-                                                   "bundle IDs: [\"com.apple.Safari\"]. "
-                                                   "Considering as no app is running.")));
-             });
 });
 
 const MacTests launch([] {
