@@ -154,6 +154,8 @@ INSTANTIATE_TEST_SUITE_P(
         SyntaxCase{"NoDigitAfterPoint", "1.", R"(line 1, column 1: expected a value, found "1.")"},
         SyntaxCase{"NULByte", std::string_view("[\0]", 3),
                    R"(line 1, column 2: expected a value or "]", found U+0000)"},
+        SyntaxCase{"ControlCharacterAfterWord", "[null\x01]",
+                   R"(line 1, column 6: expected "," or "]", found U+0001)"},
         SyntaxCase{
             "OpenString", "\"abc",
             "line 1, column 5: expected a quotation mark that ends the string, found the end "
