@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
@@ -25,8 +26,6 @@
 namespace vexlo {
 namespace {
 
-using std::chrono_literals::operator""ms;
-using std::chrono_literals::operator""s;
 using ::testing::AllOf;
 using ::testing::Contains;
 using ::testing::Each;
@@ -93,7 +92,7 @@ class RunningAppPromptPresenterTest : public ::testing::Test {
                                         {.macOSMajorVersion = [this] { return macOSMajorVersion; },
                                          .runLoop =
                                              [this](std::chrono::milliseconds duration) {
-                                               EXPECT_EQ(duration, 1s);
+                                               EXPECT_EQ(duration, std::chrono::seconds(1));
                                                ++passes;
                                                onPass();
                                                return hasInputSource;
@@ -332,7 +331,8 @@ class RealPromptTest : public ::testing::Test {
                                  std::filesystem::perms::owner_all);
   }
   /// Asks with a prompt application that behaves as the shell text says.
-  bool ask(std::int64_t macOSMajorVersion, const std::string& behaviour, Decision decision) {
+  bool ask(std::int64_t macOSMajorVersion, const std::string& behaviour, Decision decision,
+           std::int64_t timeoutSeconds = 600) {
     prompt.replaceProgramBy("#!/bin/sh\nprintf '%s\\n' \"$@\" >\"" + agent.file("arguments") +
                             "\"\n: >\"" + shown + "\"\n" + behaviour + "\n");
     const auto query = std::make_shared<SystemRunningApplicationQuery>();
@@ -345,10 +345,12 @@ class RealPromptTest : public ::testing::Test {
         {.macOSMajorVersion = [=] { return macOSMajorVersion; },
          .runLoop =
              [](auto /*second*/) {
-               return RunningAppPromptSurroundings::runCurrentRunLoop(20ms);
+               return RunningAppPromptSurroundings::runCurrentRunLoop(
+                   std::chrono::milliseconds(20));
              }});
     const std::vector<std::string> names{"Say \"hi\"", "$(touch " + agent.file("shown") + ".bad)"};
-    const bool answer = presenter.requestUserAcknowledgement(names, {2, false, decision}, 5);
+    const bool answer =
+        presenter.requestUserAcknowledgement(names, {2, false, decision}, timeoutSeconds);
     EXPECT_EQ(agent.read("arguments"),
               "Say \"hi\", $(touch " + agent.file("shown") + ".bad)\n2\nfalse\n");
     EXPECT_FALSE(std::filesystem::exists(agent.file("shown") + ".bad"));
@@ -378,8 +380,9 @@ TEST_F(RealPromptTest, AnswersCrashesAndSilenceAreTold) {
   }
   EXPECT_FALSE(ask(11, answering("94") + "; kill -9 $$", Decision::forceDeployment));
   EXPECT_TRUE(ask(14, "kill -9 $$", Decision::forceDeployment));
-  EXPECT_TRUE(ask(14, "read -r answer <\"" + agent.file("never") + '"', Decision::forceDeployment));
-  EXPECT_THAT(log.records(), Contains(InfoLine("User acknowledgement timed out after 5 seconds.")));
+  EXPECT_TRUE(
+      ask(14, "read -r answer <\"" + agent.file("never") + '"', Decision::forceDeployment, 2));
+  EXPECT_THAT(log.records(), Contains(InfoLine("User acknowledgement timed out after 2 seconds.")));
 }
 
 }  // namespace
