@@ -2,3 +2,5 @@
 #pragma once
 
 #define VEXLO_EXPORT __attribute__((visibility("default")))
+/// For private operations of an exported class.
+#define VEXLO_HIDDEN __attribute__((visibility("hidden")))

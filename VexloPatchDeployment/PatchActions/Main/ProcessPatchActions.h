@@ -59,23 +59,28 @@ class VEXLO_EXPORT ProcessPatchActions {
   class ApplicableActions;
   using Arguments = std::vector<std::string>;
 
-  [[nodiscard]] const ApplicableActions& applicableActions();
+  [[nodiscard]] VEXLO_HIDDEN const ApplicableActions& applicableActions();
 
-  PatchActionResult execute(const ActionID& action, const Arguments& arguments);
-  PatchActionResult hasMinimumBatteryForSiliconMachine(const ActionID& action,
-                                                       const Arguments& arguments);
-  PatchActionResult hasMinimumBatteryForIntelMachine(const ActionID& action,
+  VEXLO_HIDDEN PatchActionResult execute(const ActionID& action, const Arguments& arguments);
+  VEXLO_HIDDEN PatchActionResult hasMinimumBatteryForSiliconMachine(const ActionID& action,
+                                                                    const Arguments& arguments);
+  VEXLO_HIDDEN PatchActionResult hasMinimumBatteryForIntelMachine(const ActionID& action,
+                                                                  const Arguments& arguments);
+  VEXLO_HIDDEN PatchActionResult hasMinimumBattery(const LogCore::LogTag& tag,
+                                                   const ActionID& action,
+                                                   const Arguments& arguments);
+  VEXLO_HIDDEN PatchActionResult isUserLoggedIn();
+  VEXLO_HIDDEN PatchActionResult isMultipleUsersLoggedIn();
+  VEXLO_HIDDEN PatchActionResult hasMinimumDiskSpace(const ActionID& action,
                                                      const Arguments& arguments);
-  PatchActionResult hasMinimumBattery(const LogCore::LogTag& tag, const ActionID& action,
-                                      const Arguments& arguments);
-  PatchActionResult isUserLoggedIn();
-  PatchActionResult isMultipleUsersLoggedIn();
-  PatchActionResult hasMinimumDiskSpace(const ActionID& action, const Arguments& arguments);
-  PatchActionResult isMacOSUpdateDeferred(const ActionID& action, const Arguments& arguments);
-  PatchActionResult installmacOSUpdates(const ActionID& action, const Arguments& arguments);
-  PatchActionResult installMacOSUpdatesUsingInstallAssistant(const ActionID& action,
-                                                             const Arguments& arguments);
-  PatchActionResult applicationRunningCheck(const ActionID& action, const Arguments& arguments);
+  VEXLO_HIDDEN PatchActionResult isMacOSUpdateDeferred(const ActionID& action,
+                                                       const Arguments& arguments);
+  VEXLO_HIDDEN PatchActionResult installmacOSUpdates(const ActionID& action,
+                                                     const Arguments& arguments);
+  VEXLO_HIDDEN PatchActionResult
+  installMacOSUpdatesUsingInstallAssistant(const ActionID& action, const Arguments& arguments);
+  VEXLO_HIDDEN PatchActionResult applicationRunningCheck(const ActionID& action,
+                                                         const Arguments& arguments);
 
   PatchIdentifier patchIdentifier_;
   std::shared_ptr<const PatchActionGroup> patchActionGroup_;
