@@ -18,5 +18,6 @@ target_include_directories(vexlo_compile_options INTERFACE "${PROJECT_SOURCE_DIR
 
 find_program(CCACHE_PROGRAM ccache)
 if(CCACHE_PROGRAM AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
-  set(CMAKE_CXX_COMPILER_LAUNCHER "${CCACHE_PROGRAM}")
+  # A base directory would make paths relative, out of reach of the maps above.
+  set(CMAKE_CXX_COMPILER_LAUNCHER "${CMAKE_COMMAND}" -E env CCACHE_BASEDIR= "${CCACHE_PROGRAM}")
 endif()
