@@ -29,6 +29,7 @@ namespace {
 using Moment = std::chrono::steady_clock::time_point;
 
 constexpr std::size_t kReadBytes = std::size_t{64} * 1024;     // what a pipe holds
+constexpr std::size_t kNoteBytes = 64;                         // on what was dropped
 constexpr std::size_t kLongestPiece = std::size_t{64} * 1024;  // of a line
 constexpr std::chrono::milliseconds kWaitWithoutPidfd{10};
 constexpr std::int32_t kCouldNotStart = 127;
@@ -123,6 +124,9 @@ class Output {
   Reading readKept(const Descriptor& pipe, std::size_t& most) {
     const std::size_t before = kept_.size();
     const std::size_t room = std::min({kReadBytes, most, limit_ - before});
+    if (kept_.capacity() - before < room) {  // doubled, with room for the note from the start
+      kept_.reserve(std::min(std::max(kept_.capacity() * 2, before + room), limit_) + kNoteBytes);
+    }
     ssize_t count = 0;
     int error = 0;
     kept_.resize_and_overwrite(before + room, [&](char* data, std::size_t) {

@@ -22,6 +22,19 @@ ProcessRequest shell(const std::string& command) {
   return {.executable = "/bin/sh", .arguments = {"-c", command}};
 }
 
+/// Runs into a deadline that leaves the child the time for its first words, however busy the
+/// machine is.
+ProcessResult runIntoDeadline(ProcessRequest request) {
+  for (milliseconds timeout{100};; timeout *= 2) {
+    request.timeout = timeout;
+    ProcessResult result = runProcess(request);
+    EXPECT_TRUE(result.timedOut);
+    if (!result.output.empty()) {
+      return result;
+    }
+  }
+}
+
 std::ptrdiff_t openDescriptors() {
   return std::ranges::distance(std::filesystem::directory_iterator("/proc/self/fd"));
 }
@@ -107,7 +120,7 @@ TEST_F(ProcessTest, OutputAndErrorComeInOneTextAsTheyWereWritten) {
 
 TEST_F(ProcessTest, InputAndOutputLargerThanThePipesPassTogether) {
   std::string input;
-  for (int line = 0; input.size() < 4'000'000; ++line) {
+  for (int line = 0; input.size() < 1'000'000; ++line) {
     input += std::to_string(line) + '\n';
   }
   ProcessRequest request{.executable = "/bin/cat", .input = input};
@@ -172,13 +185,10 @@ TEST_F(ProcessTest, AGrandchildThatKeepsThePipeIsNotWaitedFor) {
 }
 
 TEST_F(ProcessTest, TheDeadlineEndsTheWholeGroup) {
-  ProcessRequest request = shell("sleep 60 & echo $!; wait");
-  request.timeout = milliseconds(100);
-  const ProcessResult result = runProcess(request);
-  EXPECT_TRUE(result.timedOut);
+  const ProcessResult result = runIntoDeadline(shell("sleep 60 & echo $!; wait"));
   EXPECT_EQ(result.exitCode, 128 + SIGTERM);
   // The group's pipe is at its end, so only a process that is ending can still have the id.
-  std::ifstream status("/proc/" + result.output.substr(0, result.output.find('\n')) + "/stat");
+  std::ifstream status("/proc/" + std::to_string(std::stoi(result.output)) + "/stat");
   std::string id;
   std::string name;
   std::string state;
@@ -187,21 +197,19 @@ TEST_F(ProcessTest, TheDeadlineEndsTheWholeGroup) {
 
 TEST_F(ProcessTest, ThePoliteSignalIsFollowedByTheOther) {
   ProcessRequest request = shell("trap '' TERM; echo ready; while :; do sleep 60; done");
-  request.timeout = milliseconds(200);
   request.grace = milliseconds(50);
-  const ProcessResult result = runProcess(request);
-  EXPECT_TRUE(result.timedOut);
+  const ProcessResult result = runIntoDeadline(request);
   EXPECT_EQ(result.exitCode, 128 + SIGKILL);
   EXPECT_EQ(result.output, "ready\n");
 }
 
 TEST_F(ProcessTest, AChildMayCleanUpInItsGraceAndEndAsItLikes) {
-  ProcessRequest request = shell("trap 'echo cleaned; exit 9' TERM; kill -STOP $$; sleep 60");
-  request.timeout = milliseconds(100);
-  const ProcessResult result = runProcess(request);
-  EXPECT_TRUE(result.timedOut);
+  ProcessRequest request =
+      shell("trap 'echo cleaned; exit 9' TERM; echo ready; kill -STOP $$; while :; do :; done");
+  request.grace = seconds(60);
+  const ProcessResult result = runIntoDeadline(request);
   EXPECT_EQ(result.exitCode, 9);
-  EXPECT_EQ(result.output, "cleaned\n");
+  EXPECT_EQ(result.output, "ready\ncleaned\n");
 }
 
 TEST_F(ProcessTest, AProcessThatIgnoresItsChildrenLearnsTheOutputButNoStatus) {

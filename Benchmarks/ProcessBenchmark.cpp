@@ -1,0 +1,204 @@
+// Running programs: starting one, and reading much output line by line. Every figure stands beside
+// its baseline: the bare system calls with nothing around them.
+#include <benchmark/benchmark.h>
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "Platform/Process.h"
+
+namespace {
+
+constexpr std::size_t kGigabyte = 1'000'000'000;
+constexpr std::size_t kBigProcess = std::size_t{2} << 30;
+
+struct BareChild {
+  pid_t pid;
+  int output;
+};
+
+/// posix_spawn() of a program with its output in a pipe, and nothing else.
+BareChild spawn(std::vector<const char*> command) {
+  std::array<int, 2> ends{};
+  if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
+    throw std::runtime_error("no pipe");
+  }
+  posix_spawn_file_actions_t actions;
+  ::posix_spawn_file_actions_init(&actions);
+  ::posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+  ::posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
+  ::posix_spawn_file_actions_adddup2(&actions, ends[1], STDERR_FILENO);
+  command.push_back(nullptr);
+  BareChild child{.pid = 0, .output = ends[0]};
+  const int error = ::posix_spawn(&child.pid, command[0], &actions, nullptr,
+                                  const_cast<char* const*>(command.data()), environ);
+  ::posix_spawn_file_actions_destroy(&actions);
+  ::close(ends[1]);
+  if (error != 0) {
+    throw std::runtime_error("posix_spawn failed");
+  }
+  return child;
+}
+
+/// Reads to the end of file and waits. The number of bytes read.
+std::size_t finish(const BareChild& child) {
+  constexpr std::size_t kBufferBytes = std::size_t{64} * 1024;
+  const auto buffer = std::make_unique_for_overwrite<std::array<char, kBufferBytes>>();
+  std::size_t total = 0;
+  for (ssize_t count = 0; (count = ::read(child.output, buffer->data(), kBufferBytes)) > 0;) {
+    total += static_cast<std::size_t>(count);
+  }
+  ::close(child.output);
+  ::waitpid(child.pid, nullptr, 0);
+  return total;
+}
+
+void bareSpawn(benchmark::State& state) {
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(finish(spawn({"/bin/sh", "-c", "true"})));
+  }
+}
+
+void runProcess(benchmark::State& state) {
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(
+        platform::runProcess({.executable = "/bin/sh", .arguments = {"-c", "true"}}));
+  }
+}
+
+/// The same in a process with 2 GB of touched memory, whose page tables a fork() would copy.
+void runProcessWhenBig(benchmark::State& state) {
+  const auto memory = std::make_unique_for_overwrite<char[]>(kBigProcess);  // NOLINT(*-c-arrays)
+  std::memset(memory.get(), 1, kBigProcess);
+  runProcess(state);
+  benchmark::DoNotOptimize(memory[kBigProcess / 2]);
+}
+
+/// What a fork() costs there: the way that is not taken.
+void forkWhenBig(benchmark::State& state) {
+  const auto memory = std::make_unique_for_overwrite<char[]>(kBigProcess);  // NOLINT(*-c-arrays)
+  std::memset(memory.get(), 1, kBigProcess);
+  for (auto _ : state) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+      ::execl("/bin/sh", "/bin/sh", "-c", "true", nullptr);
+      ::_exit(EXIT_FAILURE);
+    }
+    ::waitpid(child, nullptr, 0);
+  }
+  benchmark::DoNotOptimize(memory[kBigProcess / 2]);
+}
+
+constexpr const char* kThisProgram = "/proc/self/exe";
+constexpr const char* kPrintLines = "--print-lines";
+constexpr std::size_t kLineBytes = 80;  // about what tools print
+
+/// The child of the reading benchmarks: a gigabyte of lines, as fast as the pipe takes them.
+int printLines() {
+  std::string lines;
+  for (std::size_t line = 0; line < 800; ++line) {
+    lines += std::string(kLineBytes - 1, 'x') + '\n';
+  }
+  for (std::size_t left = kGigabyte; left > 0;) {
+    const ssize_t count = ::write(STDOUT_FILENO, lines.data(), std::min(lines.size(), left));
+    if (count != static_cast<ssize_t>(std::min(lines.size(), left))) {
+      return EXIT_FAILURE;
+    }
+    left -= static_cast<std::size_t>(count);
+  }
+  return EXIT_SUCCESS;
+}
+
+void bareReadLoop(benchmark::State& state) {
+  for (auto _ : state) {
+    if (finish(spawn({kThisProgram, kPrintLines})) != kGigabyte) {
+      state.SkipWithError("bytes are missing");
+    }
+  }
+  state.SetBytesProcessed(static_cast<std::int64_t>(kGigabyte) * state.iterations());
+}
+
+/// The highest resident size of the process since `forgetPeak()`, in bytes.
+double peakBytes() {
+  double kilobytes = 0;
+  const std::unique_ptr<FILE, int (*)(FILE*)> status(std::fopen("/proc/self/status", "re"),
+                                                     std::fclose);
+  std::array<char, 256> line{};
+  while (status && std::fgets(line.data(), line.size(), status.get()) != nullptr) {
+    if (std::sscanf(line.data(), "VmHWM: %lf kB", &kilobytes) == 1) {
+      break;
+    }
+  }
+  return kilobytes * 1024;
+}
+void forgetPeak() {
+  const std::unique_ptr<FILE, int (*)(FILE*)> references(std::fopen("/proc/self/clear_refs", "we"),
+                                                         std::fclose);
+  if (references) {
+    std::fputs("5", references.get());
+  }
+}
+
+/// Lines of the same output; the argument is how much of it is kept.
+void readLineByLine(benchmark::State& state) {
+  platform::ProcessRequest request{.executable = kThisProgram,
+                                   .arguments = {kPrintLines},
+                                   .maximumOutputBytes = static_cast<std::size_t>(state.range(0))};
+  std::size_t lines = 0;
+  request.onLine = [&](std::string_view line) {
+    benchmark::DoNotOptimize(line.data());
+    ++lines;
+  };
+  forgetPeak();
+  const double before = peakBytes();
+  for (auto _ : state) {
+    lines = 0;
+    benchmark::DoNotOptimize(platform::runProcess(request));
+    if (lines != kGigabyte / kLineBytes) {
+      state.SkipWithError("lines are missing");
+    }
+  }
+  state.SetBytesProcessed(static_cast<std::int64_t>(kGigabyte) * state.iterations());
+  state.counters["peakMB"] = (peakBytes() - before) / 1e6;
+}
+
+BENCHMARK(bareSpawn)->UseRealTime();
+BENCHMARK(runProcess)->UseRealTime();
+BENCHMARK(runProcessWhenBig)->UseRealTime();
+BENCHMARK(forkWhenBig)->UseRealTime()->Iterations(20);
+BENCHMARK(bareReadLoop)->UseRealTime()->Unit(benchmark::kMillisecond)->Iterations(3);
+BENCHMARK(readLineByLine)
+    ->ArgName("kept")
+    ->Arg(1 << 20)
+    ->Arg(64 << 20)
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(3);
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc == 2 && std::string_view(argv[1]) == kPrintLines) {
+    return printLines();
+  }
+  benchmark::Initialize(&argc, argv);
+  if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
+    return EXIT_FAILURE;
+  }
+  benchmark::RunSpecifiedBenchmarks();
+  benchmark::Shutdown();
+  return EXIT_SUCCESS;
+}
