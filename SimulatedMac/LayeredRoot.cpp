@@ -189,6 +189,10 @@ void LayeredRoot::mountOverlays() const {
 void LayeredRoot::makeDevices() const {
   const std::string dev = root_ + "/dev";
   fs::create_directories(dev + "/shm");
+  if (fs::is_directory("/dev/shm")) {  // some build there
+    bindMount("/dev/shm", dev + "/shm");
+    makeTreeReadOnly(dev + "/shm");
+  }
   for (const char* const name : {"null", "zero", "full", "random", "urandom", "tty"}) {
     bind(std::string("/dev/") + name, std::string("/dev/") + name, false);
   }

@@ -33,7 +33,7 @@ class Scenario {
   /// sections the keys that `other` mentions.
   void overlay(const Scenario& other);
 
-  /// The text that `parse` reads back to an equal scenario.
+  /// The text that `parse` reads back, but for blanks at the ends of a one-line value.
   [[nodiscard]] std::string text() const;
 
   [[nodiscard]] const std::vector<Section>& sections() const noexcept { return sections_; }
