@@ -4,6 +4,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <array>
 #include <cstdlib>
 #include <cstring>
 #include <optional>
@@ -41,15 +42,16 @@ std::optional<std::string> held(const Scenario& scenario, std::string_view key) 
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
   std::strncpy(address.sun_path, kServiceSocket, sizeof address.sun_path - 1);
-  if (bind(listening, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
+  if (listening < 0 ||
+      bind(listening, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
       listen(listening, 8) != 0) {
     _exit(1);
   }
   close(ready);
   while (true) {
     const int peer = accept(listening, nullptr, nullptr);
-    char request[4096];
-    while (read(peer, request, sizeof request) > 0) {
+    std::array<char, 4096> request{};
+    while (peer >= 0 && read(peer, request.data(), request.size()) > 0) {
       if (!answer) {
         _exit(0);
       }

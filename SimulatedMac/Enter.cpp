@@ -3,7 +3,7 @@
 #include <grp.h>
 #include <pwd.h>
 #include <sched.h>
-#include <signal.h>
+#include <signal.h>  // NOLINT(modernize-deprecated-headers): POSIX, not only C
 #include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -186,9 +186,10 @@ void startAndWaitUntilReady(const Work& work) {
   if (child == 0) {
     close(ready[0]);
     setsid();
-    const int null = open("/dev/null", O_RDWR | O_CLOEXEC);
-    dup2(null, STDIN_FILENO);
-    dup2(null, STDOUT_FILENO);
+    if (const int null = open("/dev/null", O_RDWR | O_CLOEXEC); null >= 0) {
+      dup2(null, STDIN_FILENO);
+      dup2(null, STDOUT_FILENO);
+    }
     work(ready[1]);
     _exit(kNotFound);
   }
@@ -265,6 +266,7 @@ int liveAsFirstProcess(const Scenario& scenario, const Options& options) {
   const pid_t command = fork();
   if (command == 0) {
     std::vector<char*> arguments;
+    arguments.reserve(options.command.size() + 1);
     for (const std::string& argument : options.command) {
       arguments.push_back(const_cast<char*>(argument.c_str()));
     }
@@ -286,7 +288,10 @@ int enterMac(const Scenario& scenario, const Options& options) {
   try {
     if (options.records) {
       std::ofstream(*options.records, std::ios::app).flush();
-      fs::permissions(*options.records, fs::perms::all & ~fs::perms(0111));
+      // Programs that run as the Mac's users write to it as well.
+      if (chmod(options.records->c_str(), 0666) != 0) {
+        throw std::system_error(errno, std::generic_category(), *options.records);
+      }
     }
   } catch (const std::exception& error) {
     return say(error.what(), kBadUsage);
@@ -329,7 +334,7 @@ std::expected<Options, std::string> parseOptions(const std::vector<std::string>&
   };
   for (; next != arguments.end() && *next != "--"; ++next) {
     if (*next == "--records" || *next == "--set") {
-      const std::string option = *next;
+      const std::string& option = *next;
       const auto text = value(option);
       if (!text) {
         return std::unexpected(text.error());

@@ -65,10 +65,9 @@ std::vector<std::string> mountPointsBelow(const std::string& directory) {
     }
   }
   std::ranges::sort(found);
-  const auto rest =
-      std::unique(found.begin(), found.end(),
-                  [](const auto& outer, const auto& inner) { return inner.starts_with(outer); });
-  found.erase(rest, found.end());
+  const auto inside = std::ranges::unique(
+      found, [](const auto& outer, const auto& inner) { return inner.starts_with(outer); });
+  found.erase(inside.begin(), inside.end());
   return found;
 }
 
@@ -151,7 +150,7 @@ void LayeredRoot::bindHostDirectories() const {
   for (const fs::directory_entry& entry : fs::directory_iterator("/")) {
     const std::string name = entry.path().filename();
     const std::string target = root_ + "/" + name;
-    if (std::find(kOwnTopLevel.begin(), kOwnTopLevel.end(), name) != kOwnTopLevel.end()) {
+    if (std::ranges::find(kOwnTopLevel, name) != kOwnTopLevel.end()) {
       continue;
     }
     if (entry.is_symlink()) {
@@ -167,7 +166,8 @@ void LayeredRoot::bindHostDirectories() const {
 void LayeredRoot::mountOverlays() const {
   for (const std::string& directory : overlays_) {  // the set's order puts parents first
     const std::string target = root_ + directory;
-    const std::string layers = "lowerdir=" + above_ + directory + ":" + directory;
+    std::string layers = "lowerdir=";
+    layers.append(above_).append(directory).append(":").append(directory);
     mountOrFail("overlay", target, "overlay", MS_RDONLY, layers.c_str());
     // An overlay shows only its own file systems; what the host has mounted below comes back.
     for (const std::string& point : mountPointsBelow(directory)) {

@@ -5,6 +5,7 @@
 #include <utmpx.h>
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <cstring>
 #include <ctime>
@@ -313,7 +314,7 @@ class Writer {
         members +=
             (members.empty() ? "" : ", ") + quotedForJSON(action.key) + ": [" + arguments + "]";
       }
-      write(path, "{\"PatchActions\": {\"310990\": {" + members + "}}}\n");
+      write(path, R"({"PatchActions": {"310990": {)" + members + "}}}\n");
     }
   }
 
@@ -343,8 +344,8 @@ class Writer {
     const std::time_t now = std::time(nullptr);
     std::tm local{};
     localtime_r(&now, &local);
-    char text[16];
-    return {text, std::strftime(text, sizeof text, "%d-%m-%Y", &local)};
+    std::array<char, 16> text{};
+    return {text.data(), std::strftime(text.data(), text.size(), "%d-%m-%Y", &local)};
   }
 
   LayeredRoot& root_;

@@ -2,7 +2,7 @@
 #include <fcntl.h>
 #include <grp.h>
 #include <pwd.h>
-#include <signal.h>
+#include <signal.h>  // NOLINT(modernize-deprecated-headers): POSIX, not only C
 #include <sys/file.h>
 #include <sys/inotify.h>
 #include <sys/stat.h>
@@ -83,10 +83,12 @@ int countCall(std::string section) {
   std::ranges::replace(section, '/', '-');
   const std::string path = std::string(kCountDirectory) + "/" + section;
   const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
-  flock(file, LOCK_EX);
-  print(file, ".");
   struct stat facts{};
-  fstat(file, &facts);
+  if (file < 0 || flock(file, LOCK_EX) != 0 || write(file, ".", 1) != 1 ||
+      fstat(file, &facts) != 0) {
+    printLine(STDERR_FILENO, path + ": the call can't be counted");
+    _exit(70);
+  }
   close(file);
   return static_cast<int>(facts.st_size);
 }
@@ -370,11 +372,11 @@ class Tool {
       _exit(0);
     }
     setsid();
-    const int null = open("/dev/null", O_RDWR);
-    for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
-      dup2(null, descriptor);
+    if (const int null = open("/dev/null", O_RDWR | O_CLOEXEC); null >= 0) {
+      for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        dup2(null, descriptor);
+      }
     }
-    close(null);
     const std::string user = scenario_.valueOr("users", "console", "none");
     become(user == "none" ? "root" : user);
     execute(std::move(command));

@@ -126,7 +126,7 @@ class StartedRun {
                                    kScript,
                                    "sh",
                                    std::to_string(run.times),
-                                   "vexlo-patch",
+                                   programFolder() + "/vexlo-patch",
                                    "run",
                                    "--patch",
                                    "310990",
@@ -364,7 +364,7 @@ std::optional<std::string> whyNoMac() {
   static const std::optional<std::string> why = []() -> std::optional<std::string> {
     const TemporaryDirectory directory;
     const std::string command =
-        programFolder() + "/enter healthy -- true 2> " + directory.file("why");
+        "'" + programFolder() + "/enter' healthy -- true 2> " + directory.file("why");
     const int status = std::system(command.c_str());
     return WIFEXITED(status) && WEXITSTATUS(status) == kCantEnter
                ? std::optional(directory.read("why"))
