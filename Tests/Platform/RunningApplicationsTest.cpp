@@ -24,7 +24,8 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::UnorderedElementsAre;
 
-constexpr const char* kIdentifier = "com.example.editor";
+/// A process's own: the tests run side by side, and each sees the applications of all.
+const std::string kIdentifier = "com.example.editor" + std::to_string(::getpid());
 constexpr const char* kScriptBody = "\necho ready\nread line\n";
 
 /// A started program that waits on its input; ended and reaped on destruction.
@@ -90,7 +91,7 @@ class Launched {
 std::string informationText(const std::string& entries) {
   return "<?xml version=\"1.0\" encoding=\"UTF-8\"?><plist version=\"1.0\"><dict>"
          "<key>CFBundleIdentifier</key><string>" +
-         std::string(kIdentifier) + "</string>" + entries + "</dict></plist>";
+         kIdentifier + "</string>" + entries + "</dict></plist>";
 }
 
 class RunningApplicationsTest : public ::testing::Test {
@@ -133,8 +134,8 @@ TEST_F(RunningApplicationsTest, EveryInstanceIsFoundWithItsNameAndPath) {
     EXPECT_EQ(application->localizedName(), "Editor");
     EXPECT_EQ(application->executablePath(), program);
   }
-  EXPECT_THAT(runningApplications("com.example.edit"), IsEmpty());
-  EXPECT_THAT(runningApplications("com.example.Editor"), IsEmpty());
+  EXPECT_THAT(runningApplications(kIdentifier + "0"), IsEmpty());
+  EXPECT_THAT(runningApplications("C" + kIdentifier.substr(1)), IsEmpty());
 }
 
 TEST_F(RunningApplicationsTest, TheDisplayNameGoesBeforeTheBundleName) {
