@@ -29,7 +29,7 @@ class InterruptionTest : public AgentToolTest {
     const std::string installer =
         root.write("I.app/Contents/Resources/startosinstall",
                    "#!/bin/sh\nexec 3> '" + root.file("fifo") + "'\n" + trap +
-                       "\necho started >&3\nwhile :; do sleep 1000; done\n");
+                       "\necho started >&3\nwhile :; do sleep 0.1; done\n");
     ::chmod(installer.c_str(), 0755);
     const std::string script = "\"$@\" & tool=$!\nexec 4< '" + root.file("fifo") +
                                "'\nread -r word <&4\n" + interrupt + R"(

@@ -102,29 +102,6 @@ const MacTests policy([] {
                                       "Prompt for running applications is disabled.")}));
                EXPECT_THAT(mac.leftApps, ElementsAre(kSafari));
              });
-  // The application quits on seeing the settings opened: after it was detected, and long before
-  // its name is asked for, since three hundred others are asked for first.
-  std::string identifiers;
-  std::string listed;
-  for (int number = 0; number < 300; ++number) {
-    const std::string identifier = "com.example.application" + std::to_string(number);
-    identifiers += identifier + " ";
-    listed += "\"" + identifier + "\", ";
-  }
-  addMacTest(suite, "QuitsBeforeItsNameIsAsked",
-             prompting({"application com.apple.Safari/quits=when the settings are read"},
-                       "2008=" + identifiers + "com.apple.Safari"),
-             [listed](const Ended& mac) {
-               EXPECT_THAT(mac.results, ElementsAre("2008 success"));
-               EXPECT_THAT(mac.messages(), Contains(StartsWith("Apps are running for bundleID: "
-                                                               "com.apple.Safari::[")));
-               EXPECT_THAT(mac.log, Contains(error(kProcessor, kHandler,
-                                                   "Unable to obtain app names for the following "
-                                                   "bundle IDs: [" +
-                                                       listed +
-                                                       "\"com.apple.Safari\"]. Considering as no "
-                                                       "app is running.")));
-             });
 });
 
 const MacTests launch([] {
