@@ -28,9 +28,9 @@ void append(std::vector<ActionDetail>& details, const std::optional<ActionMap>& 
 /// earlier one.
 void orderAndMerge(std::vector<ActionDetail>& details) {
   const auto key = [](const ActionDetail& detail) {
-    return std::tuple(detail.actionID.sortOrder(), detail.actionID.code());
+    return std::tuple(detail.actionID.sortOrder(), detail.actionID.code(), detail.origin);
   };
-  std::ranges::stable_sort(details, {}, key);
+  std::ranges::sort(details, {}, key);
   const auto sameAction = [](const ActionDetail& a, const ActionDetail& b) {
     return a.actionID == b.actionID;
   };
