@@ -11,7 +11,8 @@
 #include <charconv>
 #include <utility>
 
-#include "Platform/LocalSocket.h"
+#include "Platform/Linux/RegularFile.h"
+#include "Platform/Descriptor.h"
 
 namespace platform {
 namespace {
@@ -50,18 +51,6 @@ bool readMore(int descriptor, std::string& bytes, std::size_t count) {
     return start + static_cast<std::size_t>(std::max<ssize_t>(got, 0));
   });
   return good;
-}
-
-bool writeAll(int descriptor, std::string_view bytes) {
-  while (!bytes.empty()) {
-    const ssize_t written =
-        uninterrupted([&] { return write(descriptor, bytes.data(), bytes.size()); });
-    if (written < 0) {
-      return false;
-    }
-    bytes.remove_prefix(static_cast<std::size_t>(written));
-  }
-  return true;
 }
 
 /// A new file beside the target; it vanishes again unless it takes the target's place.
@@ -123,7 +112,7 @@ bool takeOver(int descriptor, const struct stat* replaced) {
   if (replaced != nullptr) {
     mode = replaced->st_mode & kPermissionBits;
     if (fchown(descriptor, replaced->st_uid, replaced->st_gid) != 0) {
-      if (errno != EPERM) {
+      if (errno != EPERM && errno != EINVAL) {  // EINVAL: the owner is unknown to the namespace
         return false;
       }
       mode &= 0777;  // set-user-ID under another owner would mean something else
@@ -139,23 +128,17 @@ std::expected<std::string, FileError> readFile(const std::string& path,
   if (hasNUL(path)) {
     return failure(path, EINVAL);
   }
-  const int flags = O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
-  const Descriptor file(uninterrupted(
-      [&] { return open(path.c_str(), flags | (options.followLinks ? 0 : O_NOFOLLOW)); }));
+  const Descriptor file = openRegularFile(path, options.followLinks);
   if (!file) {
-    return errno == ELOOP && !options.followLinks
+    const int error = errno;
+    return error == ELOOP && !options.followLinks
                ? failure(path, ELOOP, "Symbolic links are not followed here")
-               : failure(path, errno);
+           : error == EINVAL ? failure(path, EINVAL, "Not a regular file")
+                             : failure(path, error);
   }
   struct stat status{};
   if (fstat(file.get(), &status) != 0) {
     return failure(path, errno);
-  }
-  if (S_ISDIR(status.st_mode)) {
-    return failure(path, EISDIR);
-  }
-  if (!S_ISREG(status.st_mode)) {
-    return failure(path, EINVAL, "Not a regular file");
   }
   const auto announced = static_cast<std::uint64_t>(status.st_size);
   std::string bytes;
@@ -204,8 +187,12 @@ std::expected<void, FileError> writeFileAtomically(const std::string& path,
                                    : failure(path, EINVAL, "Not a regular file");
   }
   TemporaryFile file(directory.get());
+  const auto write = [&] {
+    errno = writeAll(file.descriptor(), bytes);
+    return errno == 0;
+  };
   const bool done =
-      file.create() && writeAll(file.descriptor(), bytes) &&
+      file.create() && write() &&
       takeOver(file.descriptor(), exists && S_ISREG(status.st_mode) ? &status : nullptr) &&
       uninterrupted([&] { return fsync(file.descriptor()); }) == 0 && file.rename(name);
   if (!done) {
@@ -216,6 +203,49 @@ std::expected<void, FileError> writeFileAtomically(const std::string& path,
     return failure(path, errno);
   }
   return {};
+}
+
+std::expected<std::string, FileError> setFileAside(const std::string& path,
+                                                   std::string_view suffix) {
+  constexpr int kMostNames = 1000;
+  if (hasNUL(path)) {
+    return failure(path, EINVAL);
+  }
+  for (int number = 1; number <= kMostNames; ++number) {
+    std::string name = path + std::string(suffix);
+    if (number > 1) {
+      name += "-" + std::to_string(number);
+    }
+    // Without following a link: it is the link that will be replaced.
+    if (linkat(AT_FDCWD, path.c_str(), AT_FDCWD, name.c_str(), 0) == 0) {
+      return name;
+    }
+    const int error = errno;
+    struct stat status{};
+    if (error == EEXIST || lstat(name.c_str(), &status) == 0) {
+      continue;
+    }
+    // No second names on this file system, or not for this user on a file of another one.
+    const bool linksFail = error == EPERM || error == ENOTSUP || error == EOPNOTSUPP;
+    if (linksFail && rename(path.c_str(), name.c_str()) == 0) {
+      return name;
+    }
+    return failure(path, linksFail ? errno : error);
+  }
+  return failure(path, EEXIST, "Too many files have been set aside");
+}
+
+void undoSettingAside(const std::string& path, const std::string& name) noexcept {
+  struct stat original{};
+  struct stat aside{};
+  if (lstat(path.c_str(), &original) != 0) {
+    if (errno == ENOENT) {
+      rename(name.c_str(), path.c_str());
+    }
+  } else if (lstat(name.c_str(), &aside) == 0 && aside.st_dev == original.st_dev &&
+             aside.st_ino == original.st_ino) {
+    unlink(name.c_str());
+  }
 }
 
 bool fileExists(const std::string& path) {

@@ -17,6 +17,7 @@
 
 #include "Platform/Files.h"
 #include "Platform/Linux/Pidfd.h"
+#include "Platform/Linux/RegularFile.h"
 #include "Platform/PropertyList.h"
 
 namespace platform {
@@ -26,7 +27,9 @@ constexpr std::string_view kProgramFolder = "/Contents/MacOS";
 constexpr std::string_view kBundleExtension = ".app";
 constexpr std::string_view kDeletedMark = " (deleted)";  // the kernel's, on a link to a gone file
 constexpr std::size_t kReadOfCommandLine = 4096;
+constexpr std::size_t kReadOfStatus = 1024;
 constexpr std::size_t kReadOfScript = 256;  // what the kernel reads of its first line
+constexpr std::size_t kLongestName = 255;   // bytes, as of a file's name
 constexpr std::uint64_t kLargestInformationFile = std::uint64_t{4} << 20;
 
 /// Which file a path leads to.
@@ -56,9 +59,9 @@ std::optional<std::string> readLink(const std::string& path) {
                   : std::optional(std::string(target.data(), static_cast<std::size_t>(size)));
 }
 
-/// The first bytes of a file, at most `most`; never waits, as for a FIFO. Empty on failure.
+/// The first bytes of a regular file, at most `most`. Empty on failure.
 std::string beginningOf(const std::string& path, std::size_t most) {
-  const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+  const Descriptor file = openRegularFile(path);
   std::string bytes;
   bytes.resize_and_overwrite(most, [&](char* data, std::size_t size) {
     return static_cast<std::size_t>(std::max<ssize_t>(::read(file.get(), data, size), 0));
@@ -100,25 +103,17 @@ struct Program {
   std::string openable;  ///< Where this process finds the same file.
 };
 
-struct CommandLine {
-  std::string_view name;    ///< The first argument: the program.
-  std::string_view script;  ///< The first one that is no option; empty when there is none.
-};
-
-/// What an interpreter's arguments say; a text that is itself the program («-c») is no script.
-CommandLine readCommandLine(std::string_view arguments) {
-  CommandLine read{.name = takePiece(arguments, '\0'), .script = {}};
-  while (!arguments.empty()) {
-    const std::string_view argument = takePiece(arguments, '\0');
-    if (!argument.starts_with('-')) {
-      read.script = argument;
-      break;
-    }
-    if (!argument.starts_with("--") && argument.ends_with('c')) {
-      break;
-    }
+/// The file that an argument of the process names, with its links followed; absent when it names
+/// no regular file.
+std::optional<Program> fileNamedBy(std::string_view argument, const std::string& process) {
+  const bool isAbsolute = argument.starts_with('/');
+  const std::string openable = process + (isAbsolute ? "/root" : "/cwd/") + std::string(argument);
+  std::error_code error;
+  const std::string path = std::filesystem::canonical(openable, error).string();
+  if (error || !std::filesystem::is_regular_file(path, error)) {
+    return std::nullopt;
   }
-  return read;
+  return Program{.path = path, .openable = openable};
 }
 
 /// Whether the program of the process at `process` (its folder in /proc) is the one that the
@@ -169,29 +164,26 @@ std::optional<Program> ownProgram(const std::string& process, std::string path) 
   return std::nullopt;
 }
 
-/// The script that the process interprets, when it is a bundle's.
+/// The script that the process interprets, when it is a bundle's: the first argument that names a
+/// file. Those before it are options and their values; a text that is itself the program («-c») is
+/// no script, and what follows it is its arguments.
 std::optional<Program> interpretedScript(const std::string& process) {
-  const std::string arguments = beginningOf(process + "/cmdline", kReadOfCommandLine);
-  const auto [name, script] = readCommandLine(arguments);
-  if (script.empty()) {
-    return std::nullopt;
-  }
-  Program program;
-  if (script.starts_with('/')) {
-    program.path = script;
-    program.openable = process + "/root" + program.path;
-  } else {
-    const std::optional<std::string> directory = readLink(process + "/cwd");
-    if (!directory) {
-      return std::nullopt;
+  const std::string commandLine = beginningOf(process + "/cmdline", kReadOfCommandLine);
+  std::string_view arguments = commandLine;
+  const std::string_view name = takePiece(arguments, '\0');
+  while (!arguments.empty()) {
+    const std::string_view argument = takePiece(arguments, '\0');
+    if (argument.starts_with('-')) {
+      if (!argument.starts_with("--") && argument.ends_with('c')) {
+        break;
+      }
+    } else if (std::optional<Program> program = fileNamedBy(argument, process)) {
+      const bool isScript =
+          !bundleNameOf(program->path).empty() && isInterpreterOf(process, name, program->openable);
+      return isScript ? std::move(program) : std::nullopt;
     }
-    program.path = (std::filesystem::path(*directory) / script).lexically_normal().string();
-    program.openable = process + "/cwd/" + std::string(script);
   }
-  if (bundleNameOf(program.path).empty() || !isInterpreterOf(process, name, program.openable)) {
-    return std::nullopt;
-  }
-  return program;
+  return std::nullopt;
 }
 
 /// The program of a bundle that the process runs; absent for any other process and for one that
@@ -215,6 +207,12 @@ std::string textUnder(const PropertyList& list, std::string_view key) {
   const PropertyList* value = list.find(key);
   const std::string* text = value == nullptr ? nullptr : value->as<std::string>();
   return text == nullptr ? std::string{} : *text;
+}
+
+/// A name that can be shown and handed to a program; empty when the file has no such name.
+std::string nameUnder(const PropertyList& list, std::string_view key) {
+  std::string name = textUnder(list, key);
+  return name.size() <= kLongestName && !name.contains('\0') ? name : std::string{};
 }
 
 /// The information files of one search, each read once.
@@ -241,9 +239,9 @@ class InformationFiles {
       return {};
     }
     Information information{.identifier = textUnder(*list, "CFBundleIdentifier"),
-                            .name = textUnder(*list, "CFBundleDisplayName")};
+                            .name = nameUnder(*list, "CFBundleDisplayName")};
     if (information.name.empty()) {
-      information.name = textUnder(*list, "CFBundleName");
+      information.name = nameUnder(*list, "CFBundleName");
     }
     return information;
   }
@@ -256,21 +254,42 @@ bool hasEnded(const Descriptor& pidfd) {
   return ::poll(&event, 1, 0) > 0;
 }
 
+/// When the process with this id started, in ticks since the machine did; absent when there is
+/// none.
+std::optional<std::uint64_t> startOf(pid_t pid) {
+  const std::string status = beginningOf("/proc/" + std::to_string(pid) + "/stat", kReadOfStatus);
+  std::string_view fields = status;
+  fields.remove_prefix(std::min(fields.rfind(')') + 1, fields.size()));  // a name may hold anything
+  constexpr int kFieldsBefore =
+      20;  // from the state, which follows the name, with a blank before it
+  for (int field = 0; field < kFieldsBefore; ++field) {
+    takePiece(fields, ' ');
+  }
+  const std::string_view start = takePiece(fields, ' ');
+  std::uint64_t ticks = 0;
+  const auto read = std::from_chars(start.data(), start.data() + start.size(), ticks);
+  return read.ec == std::errc{} ? std::optional(ticks) : std::nullopt;
+}
+
+/// Knows its process by id and start: a descriptor for each of a thousand instances would leave
+/// the agent without any.
 class FoundApplication final : public ApplicationProcess {
  public:
-  FoundApplication(pid_t pid, Descriptor pidfd, std::string name, std::string path)
-      : pid_(pid), pidfd_(std::move(pidfd)), name_(std::move(name)), path_(std::move(path)) {}
+  FoundApplication(pid_t pid, std::uint64_t start, std::string name, std::string path)
+      : pid_(pid), start_(start), name_(std::move(name)), path_(std::move(path)) {}
 
   [[nodiscard]] std::optional<std::string> localizedName() const override { return name_; }
   [[nodiscard]] std::int32_t processIdentifier() const override { return pid_; }
   [[nodiscard]] std::optional<std::string> executablePath() const override { return path_; }
   bool forceTerminate() override {
-    return pidfd_ && !hasEnded(pidfd_) && sendPidfdSignal(pidfd_, SIGKILL) == 0;
+    const Descriptor pidfd = openPidfd(pid_);  // before the look: then the signal can't miss
+    return pidfd && startOf(pid_) == start_ && !hasEnded(pidfd) &&
+           sendPidfdSignal(pidfd, SIGKILL) == 0;
   }
 
  private:
   pid_t pid_;
-  Descriptor pidfd_;
+  std::uint64_t start_;
   std::string name_;
   std::string path_;
 };
@@ -288,10 +307,11 @@ std::unique_ptr<ApplicationProcess> instanceOf(std::string_view identifier, pid_
   }
   // The id may have been used again since. So hold the process, then look once more: what is
   // seen before its end is its own.
-  Descriptor pidfd = openPidfd(pid);
+  const Descriptor pidfd = openPidfd(pid);
+  const std::optional<std::uint64_t> start = startOf(pid);
   std::optional<Program> program = bundleProgram(process);
   const Information* information = informationOf(program);
-  if (!program || information == nullptr || (pidfd && hasEnded(pidfd))) {
+  if (!start || !program || information == nullptr || (pidfd && hasEnded(pidfd))) {
     return nullptr;
   }
   std::string name = information->name;
@@ -299,8 +319,7 @@ std::unique_ptr<ApplicationProcess> instanceOf(std::string_view identifier, pid_
     name = bundleNameOf(program->path);
     name.resize(name.size() - kBundleExtension.size());
   }
-  return std::make_unique<FoundApplication>(pid, std::move(pidfd), std::move(name),
-                                            std::move(program->path));
+  return std::make_unique<FoundApplication>(pid, *start, std::move(name), std::move(program->path));
 }
 
 std::vector<pid_t> allProcesses() {

@@ -84,7 +84,7 @@ TEST_F(FilesTest, WhatIsNoRegularFileIsRefusedWithoutWaiting) {
   EXPECT_EQ(errorOf(fifo, options), EINVAL);
   EXPECT_EQ(errorOf("/dev/zero", options), EINVAL);
   EXPECT_EQ(errorOf(directory.path(), options), EISDIR);
-  EXPECT_EQ(errorOf(socketPath, options), ENXIO);
+  EXPECT_EQ(errorOf(socketPath, options), EINVAL);
   EXPECT_EQ(errorOf(directory.file("missing"), options), ENOENT);
   EXPECT_EQ(errorOf(directory.write("f", "x") + "/below", options), ENOTDIR);
 }

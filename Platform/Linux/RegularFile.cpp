@@ -1,0 +1,47 @@
+#include "Platform/Linux/RegularFile.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+
+namespace platform {
+namespace {
+
+Descriptor openUninterrupted(const std::string& path, int flags) {
+  int opened = -1;
+  do {
+    opened = ::open(path.c_str(), flags | O_CLOEXEC);
+  } while (opened < 0 && errno == EINTR);
+  return Descriptor(opened);
+}
+
+/// The error of a file that is not regular; 0 for a regular one.
+int errorOf(mode_t mode) {
+  if (S_ISREG(mode)) {
+    return 0;
+  }
+  if (S_ISDIR(mode)) {
+    return EISDIR;
+  }
+  return S_ISLNK(mode) ? ELOOP : EINVAL;
+}
+
+}  // namespace
+
+Descriptor openRegularFile(const std::string& path, bool followLinks) {
+  // A place in the file system, not an open file yet; what is opened then is that very file.
+  const Descriptor place = openUninterrupted(path, O_PATH | (followLinks ? 0 : O_NOFOLLOW));
+  struct stat status{};
+  if (!place || ::fstat(place.get(), &status) != 0) {
+    return {};
+  }
+  if (const int error = errorOf(status.st_mode); error != 0) {
+    errno = error;
+    return {};
+  }
+  return openUninterrupted("/proc/self/fd/" + std::to_string(place.get()),
+                           O_RDONLY | O_NONBLOCK | O_NOCTTY);
+}
+
+}  // namespace platform
