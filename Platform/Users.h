@@ -3,17 +3,26 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace platform {
 
+/// Whether the name is no person's: that of the system, of its login window or of its assistant.
+[[nodiscard]] constexpr bool isNobodysSession(std::string_view user) noexcept {
+  return user.empty() || user == "root" || user == "loginwindow" || user == "_mbsetupuser";
+}
+
 /// The short name of the user at the console, absent when there is none: the owner of
-/// /dev/console unless that is root; else the user of the utmpx entry on the line `console`,
-/// else of one on a local terminal.
+/// /dev/console; else the user of a utmpx entry on the line `console`, else of one on a local
+/// terminal. Names that are nobody's session are passed over.
 [[nodiscard]] std::optional<std::string> consoleUserName();
 
 /// The distinct users of the session records, in their order; empty when nobody is logged on.
 [[nodiscard]] std::vector<std::string> loggedOnUserNames();
+
+/// The numeric id of the user that this process acts as.
+[[nodiscard]] std::uint32_t ownUserID() noexcept;
 
 /// The numeric id of a local account; absent when there is none of that name.
 [[nodiscard]] std::optional<std::uint32_t> userID(const std::string& name);

@@ -6,7 +6,21 @@
 
 namespace vxutils {
 
-constinit GlobalVars gv_globvars;
+namespace {
+
+/// Never destroyed: other threads may read the settings until the very end of the process.
+union Immortal {
+  constexpr Immortal() : settings() {}
+  ~Immortal() {}  // NOLINT(modernize-use-equals-default): that would be deleted
+  Immortal(const Immortal&) = delete;
+  Immortal& operator=(const Immortal&) = delete;
+  GlobalVars settings;
+};
+constinit Immortal theOne;
+
+}  // namespace
+
+constinit GlobalVars& gv_globvars = theOne.settings;
 
 void GlobalVars::setDirectories(AgentDirectories directories) {
   const std::scoped_lock lock(mutex_);

@@ -34,7 +34,7 @@ class GlobalVars {
   std::optional<bool> isAppleSilicon_;
 };
 
-/// The process's one object. It exists before any code of the process runs.
-extern constinit GlobalVars gv_globvars;
+/// The process's one object. It exists before any code of the process runs, and until its end.
+extern constinit GlobalVars& gv_globvars;
 
 }  // namespace vxutils

@@ -19,7 +19,6 @@ constexpr LogCore::LogTag kTag{"getEnrollmentType()"};
 constexpr const char* kTool = "/usr/bin/profiles";
 constexpr std::chrono::seconds kTimeout{60};
 constexpr std::size_t kMaximumOutputBytes = std::size_t{64} * 1024;
-constexpr std::int32_t kExitCodeWithoutTool = 127;
 
 std::string_view trimmed(std::string_view text) {
   constexpr std::string_view kBlanks = " \t\r";
@@ -41,14 +40,38 @@ std::optional<bool> answerTo(std::string_view question, std::string_view report)
   return std::nullopt;
 }
 
+/// Whether the tool has reported; else the log says why not.
+bool hasReported(const platform::ProcessResult& run) {
+  if (run.startError == std::errc::no_such_file_or_directory) {
+    logInfo(kTag, [] { return text("No ", kTool, " here, considering it as not enrolled."); });
+    return false;
+  }
+  if (run.startError) {
+    logError(kTag, [&] {
+      return text("Could not start ", kTool,
+                  ", considering it as not enrolled: ", run.startError.message(), ".");
+    });
+    return false;
+  }
+  const bool statusIsKnown = run.exitCode != platform::ProcessResult::kUnknownStatus;
+  if (run.timedOut || (statusIsKnown && run.exitCode != 0)) {
+    logError(kTag, [&] {
+      return text(kTool, " failed, considering it as not enrolled. Exit code: ", run.exitCode,
+                  ", timed out: ", run.timedOut, ", output: ", run.output);
+    });
+    return false;
+  }
+  return true;
+}
+
 }  // namespace
 
-EnrollmentType parseEnrollmentStatus(std::int32_t exitCode, std::string_view output) {
-  if (exitCode != 0) {
+EnrollmentType enrollmentToldBy(const platform::ProcessResult& run) {
+  if (!hasReported(run)) {
     return EnrollmentType::not_enrolled;
   }
-  const bool viaDEP = answerTo("Enrolled via DEP:", output).value_or(false);
-  if (!answerTo("MDM enrollment:", output).value_or(viaDEP)) {
+  const bool viaDEP = answerTo("Enrolled via DEP:", run.output).value_or(false);
+  if (!answerTo("MDM enrollment:", run.output).value_or(viaDEP)) {
     return EnrollmentType::not_enrolled;
   }
   return viaDEP ? EnrollmentType::dep : EnrollmentType::user_approved;
@@ -65,16 +88,7 @@ EnrollmentType MDMEnrollmentUtil::getEnrollmentType() const {
   request.arguments = {"status", "-type", "enrollment"};
   request.timeout = kTimeout;
   request.maximumOutputBytes = kMaximumOutputBytes;
-  const platform::ProcessResult result = platform::runProcess(request);
-  if (result.exitCode == kExitCodeWithoutTool) {
-    logInfo(kTag, [] { return text("No ", kTool, " here, considering it as not enrolled."); });
-  } else if (result.exitCode != 0) {
-    logError(kTag, [&] {
-      return text(kTool, " failed, considering it as not enrolled. Exit code: ", result.exitCode,
-                  ", timed out: ", result.timedOut, ", output: ", result.output);
-    });
-  }
-  return parseEnrollmentStatus(result.exitCode, result.output);
+  return enrollmentToldBy(platform::runProcess(request));
 }
 
 }  // namespace vxutils

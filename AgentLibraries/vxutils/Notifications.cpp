@@ -21,11 +21,13 @@ struct Notification {
 struct Center {
   std::mutex mutex;
   std::shared_ptr<const NotificationHandler> handler;  // null: notifications wait
+  std::uint64_t handlersSet = 0;
   std::deque<Notification> waiting;
 };
 
 Center& center() {
-  static Center instance;
+  // Never destroyed: other threads may post until the very end of the process.
+  static Center& instance = *new Center;
   return instance;
 }
 
@@ -33,21 +35,25 @@ Center& center() {
 
 void setNotificationHandler(NotificationHandler handler) {
   Center& shared = center();
+  std::shared_ptr<const NotificationHandler> former;  // destroyed without the lock
   std::shared_ptr<const NotificationHandler> next;
-  std::deque<Notification> waited;
   if (handler) {
     next = std::make_shared<const NotificationHandler>(std::move(handler));
   }
-  {
-    const std::scoped_lock lock(shared.mutex);
-    shared.handler = next;
-    if (next) {
-      waited.swap(shared.waiting);
+  std::unique_lock lock(shared.mutex);
+  former = std::exchange(shared.handler, nullptr);  // what is posted from now on waits its turn
+  const std::uint64_t number = ++shared.handlersSet;
+  while (next && !shared.waiting.empty()) {
+    const Notification oldest = shared.waiting.front();
+    shared.waiting.pop_front();
+    lock.unlock();
+    (*next)(oldest.code, oldest.argument);
+    lock.lock();
+    if (shared.handlersSet != number) {
+      return;  // a later call goes on with the rest
     }
   }
-  for (const Notification& notification : waited) {
-    (*next)(notification.code, notification.argument);
-  }
+  shared.handler = std::move(next);
 }
 
 void putNotification(std::int32_t code, void* argument) {

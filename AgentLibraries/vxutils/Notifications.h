@@ -5,16 +5,19 @@
 
 namespace vxutils {
 
-/// Shows the notification with `code`; `argument` belongs to the code and may be null. Called on
-/// the posting thread, with no lock held; must not throw.
+/// Shows the notification with `code`; `argument` belongs to the code and may be null. Called with
+/// no lock held on the posting thread, or for one that waited on the thread that sets the handler;
+/// must not throw.
 using NotificationHandler = std::function<void(std::int32_t code, void* argument)>;
 
 /// The agent sets how notifications are shown; an empty handler takes the present one away.
-/// Without a handler they wait, and are handed to the next one at once and in order, so that none
-/// is lost; only of more than 64 the oldest go, with an error line. Safe from any thread.
+/// Without a handler they wait, and are handed to the next one at once, in order and before any
+/// that is posted meanwhile, so that none is lost; only of more than 64 the oldest go, with an
+/// error line. Safe from any thread.
 void setNotificationHandler(NotificationHandler handler);
 
-/// Posts the notification with `code` (19: updates are in progress, with a null argument).
+/// Posts the notification with `code` (19: updates are in progress, with a null argument). What
+/// `argument` points at must live until it was handed to a handler, which may be much later.
 void putNotification(std::int32_t code, void* argument);
 
 }  // namespace vxutils

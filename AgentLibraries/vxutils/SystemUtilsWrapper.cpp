@@ -1,7 +1,5 @@
 #include "AgentLibraries/vxutils/SystemUtilsWrapper.h"
 
-#include <algorithm>
-#include <array>
 #include <string_view>
 #include <utility>
 
@@ -12,13 +10,11 @@ namespace vxutils {
 namespace {
 
 constexpr std::string_view kNobody = "NOUSERNAME";
-constexpr std::array<std::string_view, 4> kNobodysSessions{"", "root", "loginwindow",
-                                                           "_mbsetupuser"};
 
 }  // namespace
 
 std::string consoleUserOrNobody(std::optional<std::string> name) {
-  if (!name || std::ranges::find(kNobodysSessions, *name) != kNobodysSessions.end()) {
+  if (!name || platform::isNobodysSession(*name)) {
     return std::string(kNobody);
   }
   return *std::move(name);

@@ -24,11 +24,25 @@ constexpr LogTag kTaskTag("executeTaskForString(pathOfBinary:arguments:)");
 constexpr const char* kDefaultShell = "/bin/sh";
 constexpr std::int64_t kLongestTimeoutSeconds = std::int64_t{10} * 366 * 24 * 3600;
 
-platform::ProcessResult run(const platform::ProcessRequest& request, const LogTag& tag) {
+/// Runs the request for at most `timeoutSeconds` and logs what its caller can't see in the result.
+platform::ProcessResult run(platform::ProcessRequest request, std::int64_t timeoutSeconds,
+                            const LogTag& tag) {
+  request.timeout =
+      std::chrono::seconds(std::clamp<std::int64_t>(timeoutSeconds, 0, kLongestTimeoutSeconds));
   platform::ProcessResult result = platform::runProcess(request);
   if (result.startError) {
     logError(tag, [&] {
       return text("Could not start ", request.executable, ": ", result.startError.message(), ".");
+    });
+  }
+  if (result.timedOut) {
+    logError(tag,
+             [&] { return text("The command was ended after ", timeoutSeconds, " seconds."); });
+  }
+  if (result.exitCode == platform::ProcessResult::kUnknownStatus) {
+    logError(tag, [] {
+      return "The exit status of the command is not known: this process ignores SIGCHLD, or "
+             "another part of it has waited for the child.";
     });
   }
   return result;
@@ -50,17 +64,11 @@ CommandResult TerminalUtil::runCommand(const std::string& command,
   platform::ProcessRequest request{.executable = launchPath.value_or(kDefaultShell),
                                    .arguments = {"-c", command},
                                    .directory = directory,
-                                   .input = pipeInput,
-                                   .timeout = std::chrono::seconds(std::clamp<std::int64_t>(
-                                       timeoutSeconds, 0, kLongestTimeoutSeconds))};
+                                   .input = pipeInput};
   if (logOutputContinuously) {
     request.onLine = [](std::string_view line) { logInfo(kRunTag, [&] { return line; }); };
   }
-  platform::ProcessResult result = run(request, kRunTag);
-  if (result.timedOut) {
-    logError(kRunTag,
-             [&] { return text("The command was ended after ", timeoutSeconds, " seconds."); });
-  }
+  platform::ProcessResult result = run(std::move(request), timeoutSeconds, kRunTag);
   if (shouldLogOutput) {
     logInfo(kRunTag, [&] { return std::string_view(result.output); });
   }
@@ -68,9 +76,10 @@ CommandResult TerminalUtil::runCommand(const std::string& command,
 }
 
 std::pair<std::int32_t, std::string> TerminalUtil::executeTaskForString(
-    const std::string& pathOfBinary, const std::vector<std::string>& arguments) {
+    const std::string& pathOfBinary, const std::vector<std::string>& arguments,
+    std::int64_t timeoutSeconds) {
   platform::ProcessResult result =
-      run({.executable = pathOfBinary, .arguments = arguments}, kTaskTag);
+      run({.executable = pathOfBinary, .arguments = arguments}, timeoutSeconds, kTaskTag);
   return {result.exitCode, std::move(result.output)};
 }
 

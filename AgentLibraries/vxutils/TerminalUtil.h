@@ -10,9 +10,13 @@
 
 namespace vxutils {
 
-/// Runs child processes and waits for them. Stateless; usable from any thread.
+/// Runs child processes and waits for them. Stateless; usable from any thread. The log says why a
+/// child could not be started, that it was ended after its time-out, or that its status was lost.
 class TerminalUtil {
  public:
+  /// How long a task may take when its caller names no time: two hours.
+  static constexpr std::int64_t kLongestTaskSeconds = 7200;
+
   /// The shared instance.
   static TerminalUtil& defaultInstance();
 
@@ -28,9 +32,11 @@ class TerminalUtil {
                                          std::int64_t timeoutSeconds, bool logOutputContinuously,
                                          bool shouldLogOutput);
 
-  /// Runs the executable at `pathOfBinary` directly, without a shell, and waits for its end.
+  /// Runs the executable at `pathOfBinary` directly, without a shell, and waits for its end. After
+  /// `timeoutSeconds` its process group is ended.
   [[nodiscard]] std::pair<std::int32_t, std::string> executeTaskForString(
-      const std::string& pathOfBinary, const std::vector<std::string>& arguments);
+      const std::string& pathOfBinary, const std::vector<std::string>& arguments,
+      std::int64_t timeoutSeconds = kLongestTaskSeconds);
 };
 
 }  // namespace vxutils

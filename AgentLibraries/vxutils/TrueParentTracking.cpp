@@ -12,7 +12,8 @@ struct Registry {
 };
 
 Registry& registry() {
-  static Registry registrations;
+  // Never destroyed: other threads may register until the very end of the process.
+  static Registry& registrations = *new Registry;
   return registrations;
 }
 

@@ -3,6 +3,7 @@
 #include <pwd.h>
 #include <sys/stat.h>
 #include <sys/types.h>
+#include <unistd.h>
 #include <utmpx.h>
 
 #include <algorithm>
@@ -76,19 +77,17 @@ std::optional<std::string> userName(uid_t id) {
 
 std::optional<std::string> ownerOfConsole() {
   struct stat status{};
-  if (::stat(kConsoleDevice, &status) != 0 || status.st_uid == 0) {
-    return std::nullopt;
-  }
-  return userName(status.st_uid);
+  return ::stat(kConsoleDevice, &status) == 0 ? userName(status.st_uid) : std::nullopt;
 }
 
 }  // namespace
 
 std::optional<std::string> consoleUserName() {
-  if (std::optional<std::string> owner = ownerOfConsole()) {
+  if (std::optional<std::string> owner = ownerOfConsole(); owner && !isNobodysSession(*owner)) {
     return owner;
   }
-  const std::vector<Session> all = sessions();
+  std::vector<Session> all = sessions();
+  std::erase_if(all, [](const Session& session) { return isNobodysSession(session.user); });
   auto found = std::ranges::find(all, kConsoleLine, &Session::line);
   if (found == all.end()) {
     found = std::ranges::find_if(all, isLocal);
@@ -105,6 +104,8 @@ std::vector<std::string> loggedOnUserNames() {
   }
   return names;
 }
+
+std::uint32_t ownUserID() noexcept { return ::geteuid(); }
 
 std::optional<std::uint32_t> userID(const std::string& name) {
   return lookUpAccount(

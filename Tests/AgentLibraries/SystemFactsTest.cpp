@@ -15,13 +15,16 @@
 #include "AgentLibraries/vxutils/SystemUtil.h"
 #include "AgentLibraries/vxutils/TrueParentTracking.h"
 #include "Platform/Machine.h"
+#include "Platform/Process.h"
 #include "Tests/Fakes/LogCapture.h"
 #include "Tests/Fakes/TemporaryDirectory.h"
 
 namespace vxutils {
 namespace {
 
+using ::testing::AllOf;
 using ::testing::ElementsAre;
+using ::testing::IsEmpty;
 using ::testing::Pair;
 
 TEST(GlobalVarsTest, AnswersWhatTheAgentSetAndElseNothingOrTheMachine) {
@@ -74,50 +77,67 @@ TEST(SessionNamesTest, JoinsNamesWithCommas) {
 
 struct EnrollmentCase {
   const char* name;
-  std::int32_t exitCode;
-  const char* output;
+  platform::ProcessResult run;
   EnrollmentType expected;
 };
-class EnrollmentStatusTest : public ::testing::TestWithParam<EnrollmentCase> {};
+class EnrollmentTest : public ::testing::TestWithParam<EnrollmentCase> {};
 
-TEST_P(EnrollmentStatusTest, FollowsTheReport) {
-  EXPECT_EQ(parseEnrollmentStatus(GetParam().exitCode, GetParam().output), GetParam().expected);
+TEST_P(EnrollmentTest, FollowsTheReport) {
+  const LogCapture log;
+  EXPECT_EQ(enrollmentToldBy(GetParam().run), GetParam().expected);
+  EXPECT_THAT(log.records(), IsEmpty());
 }
 
+using enum EnrollmentType;
 INSTANTIATE_TEST_SUITE_P(
-    Reports, EnrollmentStatusTest,
+    Reports, EnrollmentTest,
     ::testing::Values(
-        EnrollmentCase{"DEP", 0, "Enrolled via DEP: Yes\nMDM enrollment: Yes (User Approved)\n",
-                       EnrollmentType::dep},
-        EnrollmentCase{"UserApproved", 0,
-                       "Enrolled via DEP: No\nMDM enrollment: Yes (User Approved)\n"
-                       "MDM server: https://mdm.example/Yes\n",
-                       EnrollmentType::user_approved},
-        EnrollmentCase{"NotApproved", 0, "Enrolled via DEP: No\r\n  MDM enrollment:  Yes\r\n",
-                       EnrollmentType::user_approved},
-        EnrollmentCase{"NoiseBefore", 0, "warning: MDM\nEnrolled via DEP: Yes\nMDM enrollment: Yes",
-                       EnrollmentType::dep},
-        EnrollmentCase{"None", 0, "Enrolled via DEP: No\nMDM enrollment: No\n",
-                       EnrollmentType::not_enrolled},
-        EnrollmentCase{"OnlyForeseen", 0, "Enrolled via DEP: Yes\nMDM enrollment: No\n",
-                       EnrollmentType::not_enrolled},
-        EnrollmentCase{"OldToolWithDEP", 0, "Enrolled via DEP: Yes\n", EnrollmentType::dep},
-        EnrollmentCase{"OldToolWithout", 0, "Enrolled via DEP: No\n", EnrollmentType::not_enrolled},
-        EnrollmentCase{"OtherWord", 0, "MDM enrollment: Yesterday\n", EnrollmentType::not_enrolled},
-        EnrollmentCase{"Empty", 0, "", EnrollmentType::not_enrolled},
-        EnrollmentCase{"FailedTool", 1, "MDM enrollment: Yes\n", EnrollmentType::not_enrolled}),
+        EnrollmentCase{
+            "DEP", {.output = "warning: MDM\nEnrolled via DEP: Yes\nMDM enrollment: Yes"}, dep},
+        EnrollmentCase{"UserApproved",
+                       {.output = "Enrolled via DEP: No\r\n  MDM enrollment:  Yes (User Approved)"
+                                  "\r\nMDM server: https://mdm.example/Yes\n"},
+                       user_approved},
+        EnrollmentCase{"OnlyForeseen",
+                       {.output = "Enrolled via DEP: Yes\nMDM enrollment: No\n"},
+                       not_enrolled},
+        EnrollmentCase{"OldToolWithDEP", {.output = "Enrolled via DEP: Yes\n"}, dep},
+        EnrollmentCase{"OtherWord", {.output = "MDM enrollment: Yesterday\n"}, not_enrolled},
+        EnrollmentCase{"Empty", {}, not_enrolled},
+        EnrollmentCase{"StatusNotKnown",
+                       {.exitCode = platform::ProcessResult::kUnknownStatus,
+                        .output = "MDM enrollment: Yes\n"},
+                       user_approved}),
     [](const auto& row) { return std::string(row.param.name); });
 
-TEST(MDMEnrollmentUtilTest, AMachineWithoutTheToolIsNotEnrolledAndTheLogSaysSo) {
-  if (std::filesystem::exists("/usr/bin/profiles")) {
-    GTEST_SKIP() << "this machine has the tool";
+TEST(EnrollmentTest, WithoutAReportItIsNotEnrolledAndTheLogSaysWhy) {
+  const LogCapture log;
+  const auto notStarted = [](std::errc error, std::int32_t status) {
+    return platform::ProcessResult{.exitCode = status, .startError = std::make_error_code(error)};
+  };
+  constexpr const char* kReport = "MDM enrollment: Yes";
+  for (const platform::ProcessResult& run :
+       {notStarted(std::errc::no_such_file_or_directory, 127),
+        notStarted(std::errc::permission_denied, 126),
+        notStarted(std::errc::not_enough_memory, 127),
+        platform::ProcessResult{.exitCode = 127, .output = kReport},
+        platform::ProcessResult{.exitCode = platform::ProcessResult::kUnknownStatus,
+                                .output = kReport,
+                                .timedOut = true}}) {
+    EXPECT_EQ(enrollmentToldBy(run), not_enrolled);
   }
-  LogCapture log;
-  EXPECT_EQ(MDMEnrollmentUtil::shared().getEnrollmentType(), EnrollmentType::not_enrolled);
+  const std::string couldNotStart =
+      "Could not start /usr/bin/profiles, considering it as not enrolled: ";
+  const std::string failed =
+      "/usr/bin/profiles failed, considering it as not enrolled. Exit code: ";
   EXPECT_THAT(log.records(),
-              ElementsAre(::testing::AllOf(
-                  InfoLine("No /usr/bin/profiles here, considering it as not enrolled."),
-                  LoggedBy("vxutils/MDMEnrollmentUtil", "getEnrollmentType()"))));
+              ElementsAre(AllOf(InfoLine("No /usr/bin/profiles here, considering it as not "
+                                         "enrolled."),
+                                LoggedBy("vxutils/MDMEnrollmentUtil", "getEnrollmentType()")),
+                          ErrorLine(couldNotStart + "Permission denied."),
+                          ErrorLine(couldNotStart + "Cannot allocate memory."),
+                          ErrorLine(failed + "127, timed out: false, output: " + kReport),
+                          ErrorLine(failed + "-1, timed out: true, output: " + kReport)));
 }
 
 TEST(ProcessInformationTest, RegistrationsAreSharedAndEmptyNamesRefused) {
@@ -163,11 +183,25 @@ TEST_F(NotificationsTest, OfTooManyTheOldestGoesAndTheLogSaysSo) {
                                                    "dropped the oldest, code 1.")));
 }
 
-TEST_F(NotificationsTest, AHandlerMayReplaceItself) {
-  setNotificationHandler([this](std::int32_t, void*) { setNotificationHandler(recorder()); });
+TEST_F(NotificationsTest, WhatIsPostedDuringTheHandOverOvertakesNothing) {
+  std::int32_t posted = 3;
   putNotification(1, nullptr);
   putNotification(2, nullptr);
-  EXPECT_THAT(shown, ElementsAre(Pair(2, nullptr)));
+  setNotificationHandler([&](std::int32_t code, void* argument) {
+    shown.emplace_back(code, argument);
+    if (posted < 5) {
+      putNotification(posted++, nullptr);
+    }
+  });
+  EXPECT_THAT(shown,
+              ElementsAre(Pair(1, nullptr), Pair(2, nullptr), Pair(3, nullptr), Pair(4, nullptr)));
+}
+
+TEST_F(NotificationsTest, AHandlerMayReplaceItself) {
+  putNotification(0, nullptr);
+  setNotificationHandler([this](std::int32_t, void*) { setNotificationHandler(recorder()); });
+  putNotification(1, nullptr);
+  EXPECT_THAT(shown, ElementsAre(Pair(1, nullptr)));
 }
 
 }  // namespace

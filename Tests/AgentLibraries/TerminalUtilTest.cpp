@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <csignal>
+
 #include "Tests/Fakes/LogCapture.h"
 
 namespace vxutils {
@@ -77,11 +79,27 @@ TEST_F(TerminalUtilTest, ATaskGetsItsArgumentsWithoutAShell) {
   EXPECT_THAT(terminal.executeTaskForString("/bin/echo", {"$HOME", "a  b", ""}),
               Pair(0, "$HOME a  b \n"));
   EXPECT_THAT(terminal.executeTaskForString("/no/such/tool", {}), Pair(127, ""));
-  EXPECT_THAT(
-      log.records(),
-      ElementsAre(AllOf(
-          ErrorLine("Could not start /no/such/tool: No such file or directory."),
-          LoggedBy("vxutils/TerminalUtil", "executeTaskForString(pathOfBinary:arguments:)"))));
+  EXPECT_THAT(terminal.executeTaskForString("/bin/sleep", {"60"}, 0), Pair(143, ""));
+  const auto ofTask =
+      LoggedBy("vxutils/TerminalUtil", "executeTaskForString(pathOfBinary:arguments:)");
+  EXPECT_THAT(log.records(),
+              ElementsAre(AllOf(ErrorLine("Could not start /no/such/tool: No such file or "
+                                          "directory."),
+                                ofTask),
+                          AllOf(ErrorLine("The command was ended after 0 seconds."), ofTask)));
+}
+
+TEST_F(TerminalUtilTest, AStatusThatTheSystemDidNotKeepIsLogged) {
+  const auto former = std::signal(SIGCHLD, SIG_IGN);
+  const CommandResult result = TerminalUtil::defaultInstance().runCommand(
+      "echo hidden; exit 3", {}, {}, {}, kTwoHours, false, false);
+  std::signal(SIGCHLD, former);
+  EXPECT_EQ(result, (CommandResult{.exitCode = -1, .output = "hidden\n"}));
+  EXPECT_THAT(log.records(),
+              ElementsAre(AllOf(ErrorLine("The exit status of the command is not known: this "
+                                          "process ignores SIGCHLD, or another part of it has "
+                                          "waited for the child."),
+                                ofRun())));
 }
 
 }  // namespace

@@ -114,6 +114,10 @@ TEST_F(SessionsTest, TheConsoleIsTheLineOfThatNameElseALocalTerminal) {
   EXPECT_EQ(consoleUserName(), std::nullopt);
   add("alice", ":0", ":0");
   EXPECT_EQ(consoleUserName(), "alice");
+  for (const char* nobody : {"root", "loginwindow", "_mbsetupuser"}) {
+    add(nobody, "console");
+  }
+  EXPECT_EQ(consoleUserName(), "alice");
   add("carol", "console");
   EXPECT_EQ(consoleUserName(), "carol");
 }
