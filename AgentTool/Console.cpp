@@ -13,6 +13,7 @@
 
 #include "AgentTool/Interruption.h"
 #include "AgentTool/PrintableText.h"
+#include "Platform/Descriptor.h"
 #include "Platform/SignalsHeld.h"
 
 namespace agent_tool {
@@ -39,19 +40,6 @@ std::size_t columnsOf(int descriptor) {
   winsize size{};
   const bool known = ::isatty(descriptor) != 0 && ::ioctl(descriptor, TIOCGWINSZ, &size) == 0;
   return known && size.ws_col > 0 ? size.ws_col : kNoLimit;
-}
-
-/// 0, or the error that ended the writing.
-int writeAll(int descriptor, std::string_view bytes) {
-  while (!bytes.empty()) {
-    const ssize_t count = ::write(descriptor, bytes.data(), bytes.size());
-    if (count >= 0) {
-      bytes.remove_prefix(static_cast<std::size_t>(count));
-    } else if (errno != EINTR) {
-      return errno;
-    }
-  }
-  return 0;
 }
 
 int activityTerminal() {
@@ -96,7 +84,7 @@ Console::Console()
 void Console::write(std::string_view text) {
   const std::scoped_lock lock(mutex_);
   eraseActivity();
-  if (const int error = writeAll(STDOUT_FILENO, text); error != 0) {
+  if (const int error = platform::writeAll(STDOUT_FILENO, text); error != 0) {
     throw OutputError("can't write to standard output: " + std::generic_category().message(error));
   }
 }
@@ -104,7 +92,7 @@ void Console::write(std::string_view text) {
 void Console::complain(std::string_view text) {
   beside([&] {
     // Should that fail, there is nobody left to tell.
-    (void)writeAll(STDERR_FILENO, "vexlo-patch: " + std::string(text) + "\n");
+    (void)platform::writeAll(STDERR_FILENO, "vexlo-patch: " + std::string(text) + "\n");
   });
 }
 
@@ -123,7 +111,7 @@ std::string Console::styled(std::string_view text, Style style) const {
 
 void Console::eraseActivity() {
   if (std::exchange(activityIsShown_, false)) {
-    (void)writeAll(activityDescriptor_, "\r\x1b[K");
+    (void)platform::writeAll(activityDescriptor_, "\r\x1b[K");
   }
 }
 
@@ -158,7 +146,8 @@ void Console::Activity::show(const std::stop_token& stop, const std::string& tex
     if (width != kNoLimit) {
       line = wrapped(line, width - 1).front();  // a full line would scroll the terminal
     }
-    console_.activityIsShown_ = writeAll(console_.activityDescriptor_, "\r" + line + "\x1b[K") == 0;
+    console_.activityIsShown_ =
+        platform::writeAll(console_.activityDescriptor_, "\r" + line + "\x1b[K") == 0;
   }
   if (!isInterrupted()) {
     console_.eraseActivity();

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <array>
 
-#include "AgentLibraries/FileCodec/JSONText.h"
+#include "Platform/Unicode.h"
 
 namespace agent_tool {
 namespace {
@@ -55,7 +55,7 @@ char32_t decoded(std::string_view sequence) {
 
 /// Takes the next character off `text`; a byte that begins none alone.
 std::string_view takeCharacter(std::string_view& text) {
-  const std::size_t length = std::max<std::size_t>(FileCodec::utf8SequenceLength(text), 1);
+  const std::size_t length = std::max<std::size_t>(platform::utf8SequenceLength(text), 1);
   const std::string_view character = text.substr(0, length);
   text.remove_prefix(length);
   return character;
@@ -94,7 +94,7 @@ std::string printable(std::string_view text) {
   std::string out;
   out.reserve(text.size());
   while (!text.empty()) {
-    if (FileCodec::utf8SequenceLength(text) == 0) {
+    if (platform::utf8SequenceLength(text) == 0) {
       const auto byte = static_cast<unsigned char>(text.front());
       out += {'\\', 'x', kHexDigits[byte >> 4U], kHexDigits[byte & 0xFU]};
       text.remove_prefix(1);

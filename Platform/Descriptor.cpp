@@ -2,6 +2,8 @@
 
 #include <unistd.h>
 
+#include <cerrno>
+
 namespace platform {
 
 Descriptor& Descriptor::operator=(Descriptor&& other) noexcept {
@@ -18,6 +20,18 @@ void Descriptor::reset() noexcept {
   if (number_ >= 0) {
     ::close(std::exchange(number_, -1));
   }
+}
+
+std::int32_t writeAll(int descriptor, std::string_view bytes) noexcept {
+  while (!bytes.empty()) {
+    const ssize_t written = ::write(descriptor, bytes.data(), bytes.size());
+    if (written >= 0) {
+      bytes.remove_prefix(static_cast<std::size_t>(written));
+    } else if (errno != EINTR) {
+      return errno;
+    }
+  }
+  return 0;
 }
 
 }  // namespace platform

@@ -1,5 +1,7 @@
 // One file descriptor with an owner.
 #pragma once
+#include <cstdint>
+#include <string_view>
 #include <utility>
 
 namespace platform {
@@ -21,5 +23,8 @@ class Descriptor {
  private:
   int number_ = -1;
 };
+
+/// Writes all the bytes, however often a signal interrupts it. 0, or the system's error number.
+[[nodiscard]] std::int32_t writeAll(int descriptor, std::string_view bytes) noexcept;
 
 }  // namespace platform

@@ -28,9 +28,19 @@ struct ReadOptions {
 /// Replaces or makes the file at `path` in one step: a temporary file in the same directory,
 /// flushed to the disk, then renamed. After a crash the old or the new file is there, whole. An
 /// existing file keeps its permission bits and owner where the process may set them; a new one
-/// gets 0644. A symbolic link at `path` is replaced by the file, its target left alone.
+/// gets 0644. A symbolic link at `path` is replaced by the file, its target left alone. After an
+/// error the old file is there, unless only the last step failed, the flush of the directory: then
+/// the new one is, but it might not outlive a crash.
 [[nodiscard]] std::expected<void, FileError> writeFileAtomically(const std::string& path,
                                                                  std::string_view bytes);
+
+/// Keeps what is at `path` under a second name beside it, so that replacing the file does not lose
+/// its bytes: the first free one of `path` with `suffix`, then with "-2", "-3" and so on behind.
+/// Where it can get no second name it is renamed. Returns the name.
+[[nodiscard]] std::expected<std::string, FileError> setFileAside(const std::string& path,
+                                                                 std::string_view suffix);
+/// Undoes `setFileAside`, which returned `name`; does nothing once another file is at `path`.
+void undoSettingAside(const std::string& path, const std::string& name) noexcept;
 
 /// Whether something is at `path` (a link counts by its target).
 [[nodiscard]] bool fileExists(const std::string& path);

@@ -8,12 +8,16 @@ namespace {
 
 constexpr std::uint64_t kHighBits = 0x8080808080808080;
 
-/// The length of the well-formed sequence at the start of `text`; 0 when there is none.
-std::size_t sequenceLength(std::string_view text) noexcept {
+}  // namespace
+
+std::size_t utf8SequenceLength(std::string_view text) noexcept {
   const auto byte = [&](std::size_t index) -> unsigned {
     return index < text.size() ? static_cast<unsigned char>(text[index]) : 0;
   };
   const auto continues = [&](std::size_t index) { return (byte(index) & 0xC0) == 0x80; };
+  if (text.empty()) {
+    return 0;
+  }
   const unsigned lead = byte(0);
   const unsigned next = byte(1);
   if (lead < 0x80) {
@@ -35,8 +39,6 @@ std::size_t sequenceLength(std::string_view text) noexcept {
   return 0;
 }
 
-}  // namespace
-
 std::size_t findInvalidUTF8(std::string_view text) noexcept {
   std::size_t position = 0;
   while (position < text.size()) {
@@ -51,7 +53,7 @@ std::size_t findInvalidUTF8(std::string_view text) noexcept {
     if (position == text.size()) {
       break;
     }
-    const std::size_t length = sequenceLength(text.substr(position));
+    const std::size_t length = utf8SequenceLength(text.substr(position));
     if (length == 0) {
       return position;
     }

@@ -6,8 +6,12 @@
 
 namespace platform {
 
-/// The offset of the first byte that belongs to no well-formed UTF-8 sequence (overlong forms,
-/// surrogates and values above U+10FFFF are none); `npos` when the whole text is UTF-8.
+/// The length of the well-formed UTF-8 sequence (1 to 4 bytes) that `text` begins with; 0 when it
+/// begins with none. Overlong forms, surrogates and values above U+10FFFF are none.
+[[nodiscard]] std::size_t utf8SequenceLength(std::string_view text) noexcept;
+
+/// The offset of the first byte that belongs to no well-formed UTF-8 sequence; `npos` when the
+/// whole text is UTF-8.
 [[nodiscard]] std::size_t findInvalidUTF8(std::string_view text) noexcept;
 
 /// Appends one code point, which is neither a surrogate nor above U+10FFFF.

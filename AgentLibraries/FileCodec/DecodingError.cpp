@@ -1,7 +1,24 @@
 #include "AgentLibraries/FileCodec/DecodingError.h"
 
+#include "AgentLibraries/FileCodec/JSONText.h"
+
 namespace FileCodec {
 namespace {
+
+constexpr std::size_t kLongestName = 200;
+
+std::string withoutControlCharacters(std::string_view text) {
+  std::string out;
+  out.reserve(text.size());
+  for (const char c : text) {
+    if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) {
+      appendJSONEscape(out, c);
+    } else {
+      out += c;
+    }
+  }
+  return out;
+}
 
 std::string oneLine(const std::string& file, const std::string& place, const std::string& expected,
                     const std::string& found) {
@@ -11,7 +28,7 @@ std::string oneLine(const std::string& file, const std::string& place, const std
       line += origin + ": ";
     }
   }
-  return line + "expected " + expected + ", found " + found;
+  return withoutControlCharacters(line + "expected " + expected + ", found " + found);
 }
 
 }  // namespace
@@ -23,5 +40,16 @@ DecodingError::DecodingError(std::string file, std::string place, std::string ex
       place_(std::move(place)),
       expected_(std::move(expected)),
       found_(std::move(found)) {}
+
+std::string nameInPlace(std::string_view name) {
+  if (name.size() <= kLongestName) {
+    return withoutControlCharacters(name);
+  }
+  std::size_t end = kLongestName;
+  while (end > 0 && (static_cast<unsigned char>(name[end]) & 0xC0) == 0x80) {
+    --end;  // goes back to where a character begins
+  }
+  return withoutControlCharacters(name.substr(0, end)) + "…";
+}
 
 }  // namespace FileCodec

@@ -2,13 +2,15 @@
 #pragma once
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <utility>
 
 namespace FileCodec {
 
 /// `what()` is one line: "<file>: <place>: expected <expected>, found <found>". The place is
 /// "line 3, column 7" for a syntax error, the path of members such as "PatchActions › 310872 ›
-/// 2005 › [0]" for a wrong type, empty when the file as a whole is meant (then left out).
+/// 2005 › [0]" for a wrong type, empty when the file as a whole is meant (then left out). Control
+/// characters, which a path or a name may hold, stand in the line as escapes.
 class DecodingError : public std::runtime_error {
  public:
   DecodingError(std::string file, std::string place, std::string expected, std::string found);
@@ -24,5 +26,9 @@ class DecodingError : public std::runtime_error {
   std::string expected_;
   std::string found_;
 };
+
+/// A member's name as it stands in a place: control characters as escapes, and of a name of more
+/// than 200 bytes only the characters that fit into them, with "…".
+[[nodiscard]] std::string nameInPlace(std::string_view name);
 
 }  // namespace FileCodec

@@ -7,7 +7,7 @@
 #include <optional>
 #include <utility>
 
-#include "AgentLibraries/FileCodec/JSONText.h"
+#include "Platform/Unicode.h"
 
 namespace FileCodec {
 namespace {
@@ -30,7 +30,7 @@ std::string hexadecimal(std::string_view prefix, std::uint32_t number, std::size
 std::string quoted(std::string_view text) {
   std::string out;
   while (out.size() < kLongestQuote) {
-    const std::size_t length = utf8SequenceLength(text);
+    const std::size_t length = platform::utf8SequenceLength(text);
     if (length == 0 || static_cast<unsigned char>(text.front()) < 0x20) {
       break;
     }
@@ -254,7 +254,7 @@ JSONProblem diagnoseJSON(std::string_view text, std::size_t failure) {
     return {.offset = 0, .expected = "text without a byte order mark", .found = "one"};
   }
   for (std::size_t offset = 0; offset < text.size() && offset <= failure;) {
-    const std::size_t length = utf8SequenceLength(text.substr(offset));
+    const std::size_t length = platform::utf8SequenceLength(text.substr(offset));
     if (length == 0) {
       const auto byte = static_cast<unsigned char>(text[offset]);
       return {.offset = offset, .expected = "UTF-8", .found = hexadecimal("the byte 0x", byte, 2)};

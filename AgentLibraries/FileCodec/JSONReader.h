@@ -38,7 +38,8 @@ struct JSONReading {
 };
 
 /// Reads one JSON text (RFC 8259: UTF-8 without byte order mark, no comments, nothing but blanks
-/// after the value), at most 512 levels deep.
+/// after the value), at most 512 levels deep. A number whose exponent is above 2147483647 is a
+/// syntax error too.
 [[nodiscard]] JSONReading readJSON(std::string_view text, JSONEvents& events);
 
 /// The error for a reading of `file` that ended in a syntax error.

@@ -2,12 +2,16 @@
 
 #include <algorithm>
 
+#include "Platform/Unicode.h"
+
 namespace FileCodec {
 namespace {
 
 constexpr std::string_view kReplacementCharacter = "\xEF\xBF\xBD";
 
-void appendControlCharacter(std::string& out, char control) {
+}  // namespace
+
+void appendJSONEscape(std::string& out, char control) {
   constexpr std::string_view kHexDigits = "0123456789abcdef";
   switch (control) {
     case '\b':
@@ -32,38 +36,6 @@ void appendControlCharacter(std::string& out, char control) {
   }
 }
 
-}  // namespace
-
-std::size_t utf8SequenceLength(std::string_view text) noexcept {
-  const auto byteAt = [&](std::size_t index) { return static_cast<unsigned char>(text[index]); };
-  if (text.empty()) {
-    return 0;
-  }
-  const unsigned char lead = byteAt(0);
-  if (lead < 0x80) {
-    return 1;
-  }
-  if (lead < 0xC2 || lead > 0xF4) {
-    return 0;
-  }
-  const std::size_t length = lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
-  if (text.size() < length) {
-    return 0;
-  }
-  // The second byte keeps overlong forms, surrogates and values above U+10FFFF out.
-  const unsigned char lowest = lead == 0xE0 ? 0xA0 : lead == 0xF0 ? 0x90 : 0x80;
-  const unsigned char highest = lead == 0xED ? 0x9F : lead == 0xF4 ? 0x8F : 0xBF;
-  if (byteAt(1) < lowest || byteAt(1) > highest) {
-    return 0;
-  }
-  for (std::size_t index = 2; index < length; ++index) {
-    if (byteAt(index) < 0x80 || byteAt(index) > 0xBF) {
-      return 0;
-    }
-  }
-  return length;
-}
-
 std::string jsonString(std::string_view text) {
   std::string out;
   out.reserve(text.size() + 2);
@@ -74,7 +46,7 @@ std::string jsonString(std::string_view text) {
 void appendJSONString(std::string& out, std::string_view text) {
   out += '"';
   while (!text.empty()) {
-    const std::size_t length = utf8SequenceLength(text);
+    const std::size_t length = platform::utf8SequenceLength(text);
     const char first = text.front();
     if (length == 0) {
       out += kReplacementCharacter;
@@ -82,7 +54,7 @@ void appendJSONString(std::string& out, std::string_view text) {
       out += '\\';
       out += first;
     } else if (static_cast<unsigned char>(first) < 0x20) {
-      appendControlCharacter(out, first);
+      appendJSONEscape(out, first);
     } else {
       out += text.substr(0, length);
     }

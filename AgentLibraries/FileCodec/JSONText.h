@@ -1,6 +1,5 @@
 // Writes texts as JSON strings.
 #pragma once
-#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -12,8 +11,7 @@ namespace FileCodec {
 /// Appends `jsonString(text)`, at most 6 bytes for each byte of `text` and 2 more.
 void appendJSONString(std::string& out, std::string_view text);
 
-/// The length of the well-formed UTF-8 sequence (1 to 4 bytes) that `text` begins with; 0 when it
-/// begins with none.
-[[nodiscard]] std::size_t utf8SequenceLength(std::string_view text) noexcept;
+/// Appends the escape of a control character, such as `\n` or `\u001b`.
+void appendJSONEscape(std::string& out, char control);
 
 }  // namespace FileCodec

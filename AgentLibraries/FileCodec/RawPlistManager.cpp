@@ -1,12 +1,6 @@
 #include "AgentLibraries/FileCodec/RawPlistManager.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
-#include <cerrno>
-#include <cstdio>
 #include <stdexcept>
-#include <system_error>
 
 #include "AgentLibraries/FileCodec/PropertyListFile.h"
 #include "AgentLibraries/LogCore/Logger.h"
@@ -33,45 +27,20 @@ PropertyList::Dictionary updated(PropertyList::Dictionary dictionary, const Upda
   return dictionary;
 }
 
+std::string asXML(const std::string& path, PropertyList::Dictionary dictionary) {
+  try {
+    return toXML(std::move(dictionary));
+  } catch (const std::invalid_argument& error) {  // which does not know of a file
+    throw std::runtime_error(text(path, ": ", error.what()));
+  }
+}
+
 void write(const std::string& path, PropertyList::Dictionary dictionary) {
-  const auto written = platform::writeFileAtomically(path, toXML(std::move(dictionary)));
+  const auto written = platform::writeFileAtomically(path, asXML(path, std::move(dictionary)));
   if (!written) {
     throw std::runtime_error(written.error().message);
   }
 }
-
-/// A second name for what is at `path`, so that replacing the file does not lose its bytes. The
-/// name is taken back unless `keep` is called.
-class SetAside {
- public:
-  explicit SetAside(const std::string& path) {
-    constexpr int kMostNames = 1000;
-    for (int number = 1; number <= kMostNames; ++number) {
-      name_ = text(path, ".damaged", number == 1 ? "" : text("-", number));
-      if (linkat(AT_FDCWD, path.c_str(), AT_FDCWD, name_.c_str(), 0) == 0) {
-        return;
-      }
-      if (errno != EEXIST) {
-        break;
-      }
-    }
-    throw std::system_error(errno, std::generic_category(), text("can't keep ", path, " aside"));
-  }
-  ~SetAside() {
-    if (!kept_) {
-      unlink(name_.c_str());
-    }
-  }
-  SetAside(const SetAside&) = delete;
-  SetAside& operator=(const SetAside&) = delete;
-
-  [[nodiscard]] const std::string& name() const noexcept { return name_; }
-  void keep() noexcept { kept_ = true; }
-
- private:
-  std::string name_;
-  bool kept_ = false;
-};
 
 }  // namespace
 
@@ -114,11 +83,18 @@ void RawPlistManager::saveToOwnPath() {
   if (dictionary || dictionary.error().kind == Kind::missing) {
     write(filePath_, updated(std::move(dictionary).value_or(PropertyList::Dictionary{}), updates_));
   } else if (dictionary.error().kind == Kind::damaged) {
-    SetAside damaged(filePath_);
-    write(filePath_, updated({}, updates_));
-    damaged.keep();
+    const auto name = platform::setFileAside(filePath_, ".damaged");
+    if (!name) {
+      throw std::runtime_error(text("can't keep aside ", name.error().message));
+    }
+    try {
+      write(filePath_, updated({}, updates_));
+    } catch (...) {
+      platform::undoSettingAside(filePath_, *name);
+      throw;
+    }
     logError(LogCore::LogTag{"save(toFile:)"}, [&] {
-      return text("Replaced a file that could not be used, it is kept as ", damaged.name(), ": ",
+      return text("Replaced a file that could not be used, it is kept as ", *name, ": ",
                   dictionary.error().error.what(), ".");
     });
   } else {

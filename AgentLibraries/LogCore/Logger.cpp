@@ -1,20 +1,22 @@
 #include "AgentLibraries/LogCore/Logger.h"
 
-#include <unistd.h>
-
 #include <array>
-#include <cerrno>
 #include <chrono>
 #include <cstdio>
 #include <ctime>
 #include <mutex>
+#include <utility>
+
+#include "Platform/Descriptor.h"
 
 namespace LogCore {
 namespace {
 
+constexpr int kStandardError = 2;
+
 struct CurrentSink {
   std::mutex mutex;
-  std::shared_ptr<LogSink> sink = std::make_shared<DescriptorSink>(STDERR_FILENO);
+  std::shared_ptr<LogSink> sink = std::make_shared<DescriptorSink>(kStandardError);
 };
 
 CurrentSink& currentSink() {
@@ -62,19 +64,6 @@ void appendOnOneLine(std::string& out, std::string_view message) {
   }
 }
 
-void writeAll(int descriptor, std::string_view bytes) {
-  while (!bytes.empty()) {
-    const ssize_t count = ::write(descriptor, bytes.data(), bytes.size());
-    if (count < 0) {
-      if (errno == EINTR) {
-        continue;
-      }
-      return;  // there is no further place to report a log that can't be written
-    }
-    bytes.remove_prefix(static_cast<std::size_t>(count));
-  }
-}
-
 }  // namespace
 
 void DescriptorSink::write(LogLevel level, const LogTag& tag, std::uint32_t line,
@@ -94,12 +83,13 @@ void DescriptorSink::write(LogLevel level, const LogTag& tag, std::uint32_t line
   out += ' ';
   appendOnOneLine(out, build().text);
   out += '\n';
-  writeAll(descriptor_, out);
+  // There is no further place to report a log that can't be written.
+  (void)platform::writeAll(descriptor_, out);
 }
 
 std::shared_ptr<LogSink> setLogSink(std::shared_ptr<LogSink> sink) {
   if (!sink) {
-    sink = std::make_shared<DescriptorSink>(STDERR_FILENO);
+    sink = std::make_shared<DescriptorSink>(kStandardError);
   }
   CurrentSink& current = currentSink();
   const std::scoped_lock lock(current.mutex);

@@ -2,11 +2,11 @@
 #pragma once
 #include <concepts>
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <source_location>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 
 #include "AgentLibraries/LogCore/LogTag.h"
@@ -26,10 +26,28 @@ class Logger {
   };
 };
 
-/// Makes the message. A sink that does not write the line never calls it.
-using MessageBuilder = std::function<Logger::Message()>;
+/// Makes the message of one line: a reference to the caller's function, which refers to the
+/// caller's locals. So it can't be copied.
+class MessageBuilder {
+ public:
+  template <typename Build>
+    requires std::is_invocable_r_v<Logger::Message, const Build&>
+  MessageBuilder(const Build& build)  // NOLINT: converts on purpose
+      : build_(&build), call_([](const void* function) -> Logger::Message {
+          return (*static_cast<const Build*>(function))();
+        }) {}
+  MessageBuilder(const MessageBuilder&) = delete;
+  MessageBuilder& operator=(const MessageBuilder&) = delete;
 
-/// Where log lines go. `write` may be called from several threads at once.
+  [[nodiscard]] Logger::Message operator()() const { return call_(build_); }
+
+ private:
+  const void* build_;
+  Logger::Message (*call_)(const void* function);
+};
+
+/// Where log lines go. `write` may be called from several threads at once. It calls `build` when
+/// it writes the line, and must not keep it: a builder is valid during the call only.
 class LogSink {
  public:
   virtual ~LogSink() = default;
@@ -70,17 +88,17 @@ void writeLogLine(LogLevel level, const LogTag& tag, std::uint32_t line,
 template <std::invocable Build>
 void logInfo(const LogTag& tag, const Build& build,
              std::source_location where = std::source_location::current()) {
-  writeLogLine(LogLevel::info, tag, where.line(), std::ref(build));
+  writeLogLine(LogLevel::info, tag, where.line(), build);
 }
 template <std::invocable Build>
 void logDebug(const LogTag& tag, const Build& build,
               std::source_location where = std::source_location::current()) {
-  writeLogLine(LogLevel::debug, tag, where.line(), std::ref(build));
+  writeLogLine(LogLevel::debug, tag, where.line(), build);
 }
 template <std::invocable Build>
 void logError(const LogTag& tag, const Build& build,
               std::source_location where = std::source_location::current()) {
-  writeLogLine(LogLevel::error, tag, where.line(), std::ref(build));
+  writeLogLine(LogLevel::error, tag, where.line(), build);
 }
 
 }  // namespace LogCore

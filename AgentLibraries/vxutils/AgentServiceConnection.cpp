@@ -1,7 +1,5 @@
 #include "AgentLibraries/vxutils/AgentServiceConnection.h"
 
-#include <sys/socket.h>
-
 #include <cstdint>
 #include <map>
 #include <mutex>
@@ -15,6 +13,7 @@
 #include "AgentLibraries/vxutils/GlobalVars.h"
 #include "Platform/LocalSocket.h"
 #include "Platform/Memory.h"
+#include "Platform/SignalsHeld.h"
 
 namespace vxutils {
 namespace {
@@ -35,13 +34,14 @@ class AgentServiceConnection::Channel final : public AgentServiceProtocol {
 
   static std::shared_ptr<Channel> start(platform::Descriptor socket) {
     auto channel = std::make_shared<Channel>(std::move(socket));
+    const platform::SignalsHeld held;  // the agent's handlers are not for the new thread
     channel->reader_ = std::thread([channel] { channel->readReplies(); });
     return channel;
   }
 
   /// Ends the reading thread. To be called once, by the owner.
   void end() {
-    hangUp();
+    platform::hangUp(socket_);
     if (reader_.get_id() == std::this_thread::get_id()) {
       reader_.detach();  // a reply destroys its connection: the thread ends after it
     } else {
@@ -61,8 +61,9 @@ class AgentServiceConnection::Channel final : public AgentServiceProtocol {
         const std::int64_t id = nextID_++;
         const std::string line = requestLine(id, key);
         waiting_.emplace(id, std::move(reply));
-        if (std::cmp_not_equal(sendWithoutWaiting(socket_.get(), line), line.size())) {
-          hangUp();  // gone, or reads nothing any more; the reader answers who waits
+        if (std::cmp_not_equal(platform::sendWithoutWaiting(socket_, line), line.size())) {
+          platform::hangUp(
+              socket_);  // gone, or reads nothing any more; the reader answers who waits
         }
         return;
       }
@@ -71,12 +72,10 @@ class AgentServiceConnection::Channel final : public AgentServiceProtocol {
   }
 
  private:
-  void hangUp() { shutdown(socket_.get(), SHUT_RDWR); }
-
   void readReplies() {
     {
       LineBuffer received;
-      while (receive(socket_.get(), received, true) >= 0) {
+      while (receive(socket_, received, true) >= 0) {
         while (const std::optional<std::string_view> line = received.nextLine()) {
           handOver(*line);
         }

@@ -1,18 +1,16 @@
 #include "AgentLibraries/vxutils/AgentServiceMessages.h"
 
-#include <sys/socket.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <boost/json/parser.hpp>
 #include <boost/json/static_resource.hpp>
 #include <boost/json/value.hpp>
-#include <cerrno>
 #include <new>
 #include <utility>
 
 #include "AgentLibraries/FileCodec/JSONText.h"
+#include "Platform/LocalSocket.h"
 #include "Platform/Memory.h"
+#include "Platform/Users.h"
 
 namespace vxutils {
 namespace {
@@ -149,41 +147,16 @@ void LineBuffer::forget(std::size_t count) noexcept {
   used_ -= count;
 }
 
-std::ptrdiff_t sendWithoutWaiting(int socket, std::string_view bytes) noexcept {
-  while (true) {
-    const ssize_t sent = send(socket, bytes.data(), bytes.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
-    if (sent >= 0) {
-      return sent;
-    }
-    if (errno != EINTR) {
-      return errno == EAGAIN || errno == EWOULDBLOCK ? 0 : -1;
-    }
-  }
-}
-
-std::ptrdiff_t receive(int socket, LineBuffer& buffer, bool wait) noexcept {
+std::ptrdiff_t receive(const platform::Descriptor& socket, LineBuffer& buffer, bool wait) noexcept {
   const std::span<char> room = buffer.room();
-  if (room.empty()) {
-    return -1;
-  }
-  while (true) {
-    const ssize_t received = recv(socket, room.data(), room.size(), wait ? 0 : MSG_DONTWAIT);
-    if (received > 0) {
-      buffer.add(static_cast<std::size_t>(received));
-      return received;
-    }
-    if (received == 0) {
-      return -1;
-    }
-    if (errno != EINTR) {
-      return errno == EAGAIN || errno == EWOULDBLOCK ? 0 : -1;
-    }
-  }
+  const std::ptrdiff_t count = room.empty() ? -1 : platform::receive(socket, room, wait);
+  buffer.add(static_cast<std::size_t>(std::max<std::ptrdiff_t>(count, 0)));
+  return count;
 }
 
 bool mayKnowSecrets(const platform::Descriptor& socket) {
   const std::optional<std::uint32_t> user = platform::peerUserID(socket);
-  return user && (*user == 0 || *user == geteuid());
+  return user && (*user == 0 || *user == platform::ownUserID());
 }
 
 }  // namespace vxutils

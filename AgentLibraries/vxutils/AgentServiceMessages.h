@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-#include "Platform/LocalSocket.h"
+#include "Platform/Descriptor.h"
 
 namespace vxutils {
 
@@ -57,13 +57,9 @@ class LineBuffer {
   std::size_t taken_ = 0;  // length of the line handed out last, its line feed included
 };
 
-/// Sends what the socket takes at once, without raising SIGPIPE: the number of bytes, 0 when it
-/// takes none now, -1 when the peer has gone.
-[[nodiscard]] std::ptrdiff_t sendWithoutWaiting(int socket, std::string_view bytes) noexcept;
-
-/// Receives what is there into `buffer`, waiting for the first byte when `wait`: the number of
-/// bytes, 0 when nothing is there now, -1 when the peer has gone.
-[[nodiscard]] std::ptrdiff_t receive(int socket, LineBuffer& buffer, bool wait) noexcept;
+/// `platform::receive` into `buffer`; -1 also when a line is too long for it.
+[[nodiscard]] std::ptrdiff_t receive(const platform::Descriptor& socket, LineBuffer& buffer,
+                                     bool wait) noexcept;
 
 /// Whether the process at the other end of `socket` may know the agent's secrets: it runs as root
 /// or as this process's own user.

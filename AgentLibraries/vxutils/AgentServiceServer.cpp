@@ -1,14 +1,9 @@
 #include "AgentLibraries/vxutils/AgentServiceServer.h"
 
-#include <fcntl.h>
-#include <poll.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
-#include <array>
-#include <cerrno>
+#include <chrono>
 #include <cstddef>
 #include <list>
+#include <optional>
 #include <stdexcept>
 #include <system_error>
 #include <thread>
@@ -21,22 +16,24 @@
 #include "Platform/Files.h"
 #include "Platform/LocalSocket.h"
 #include "Platform/Memory.h"
+#include "Platform/Polling.h"
+#include "Platform/SignalsHeld.h"
 
 namespace vxutils {
 namespace {
 
 using LogCore::text;
+using platform::Awaited;
 
 constexpr LogCore::LogTag kTag{"serve()"};
 constexpr std::size_t kMostClients = 64;
-constexpr int kPauseWithoutDescriptors = 100;  // milliseconds
+constexpr std::chrono::milliseconds kPauseWithoutDescriptors{100};
 
 platform::Descriptor listenAt(const std::string& path) {
   auto listener = platform::listenOnLocalSocket(path);
   if (!listener) {
     throw std::runtime_error(text("can't listen at ", path, ": ", listener.error()));
   }
-  fcntl(listener->get(), F_SETFL, O_NONBLOCK);  // a client may have gone before it is accepted
   return *std::move(listener);
 }
 
@@ -48,13 +45,15 @@ class Client {
   Client(const Client&) = delete;
   Client& operator=(const Client&) = delete;
 
-  [[nodiscard]] int socket() const noexcept { return socket_.get(); }
-  /// A client that does not take its answers is not asked for further requests.
-  [[nodiscard]] short awaited() const noexcept { return unsent_.empty() ? POLLIN : POLLOUT; }
+  /// What to wait for: no further request of a client that does not take its answers.
+  [[nodiscard]] Awaited awaited() const noexcept {
+    return {.descriptor = socket_.get(),
+            .until = unsent_.empty() ? Awaited::Until::readable : Awaited::Until::writable};
+  }
 
   /// Goes on with the conversation as far as it gets without waiting. False when it has ended.
   bool proceed(const AgentServiceServer::Answer& answer) {
-    return unsent_.empty() ? receive(socket_.get(), received_, false) >= 0 && answerAll(answer)
+    return unsent_.empty() ? receive(socket_, received_, false) >= 0 && answerAll(answer)
                            : sendUnsent() && answerAll(answer);
   }
 
@@ -86,7 +85,7 @@ class Client {
 
   bool sendUnsent() {
     const std::ptrdiff_t count =
-        sendWithoutWaiting(socket_.get(), std::string_view(unsent_).substr(sent_));
+        platform::sendWithoutWaiting(socket_, std::string_view(unsent_).substr(sent_));
     if (count < 0) {
       return false;
     }
@@ -109,22 +108,20 @@ class AgentServiceServer::Loop {
  public:
   Loop(const std::string& path, Answer answer)
       : path_(path), answer_(std::move(answer)), listener_(listenAt(path)) {
-    std::array<int, 2> ends{};
-    if (pipe(ends.data()) != 0) {
-      throw std::system_error(errno, std::generic_category(), "pipe");
+    auto pipe = platform::makePipe();
+    if (!pipe) {
+      throw std::system_error(pipe.error(), "can't make a pipe");
     }
-    stop_ = platform::Descriptor(ends[0]);
-    stopper_ = platform::Descriptor(ends[1]);
-    for (const int end : ends) {
-      fcntl(end, F_SETFD, FD_CLOEXEC);
-    }
+    stop_ = *std::move(pipe);
+    const platform::SignalsHeld held;  // the agent's handlers are not for the new thread
     thread_ = std::thread([this] { serve(); });
   }
 
   ~Loop() {
-    stopper_.reset();  // the other end of the pipe sees it
+    stop_.writeEnd.reset();  // the other end sees it
     thread_.join();
-    if (const std::int32_t error = platform::removeFile(path_); error != 0 && error != ENOENT) {
+    if (const std::int32_t error = platform::removeFile(path_);
+        error != 0 && error != static_cast<std::int32_t>(std::errc::no_such_file_or_directory)) {
       logError(kTag, [&] {
         return text("Unable to remove ", path_, ": ", std::generic_category().message(error), ".");
       });
@@ -135,52 +132,49 @@ class AgentServiceServer::Loop {
 
  private:
   void serve() {
-    std::vector<pollfd> awaited;
+    std::vector<Awaited> awaited;
     while (true) {
       const bool listens = canAccept_ && clients_.size() < kMostClients;
-      awaited = {{.fd = stop_.get(), .events = POLLIN, .revents = 0},
-                 {.fd = listens ? listener_.get() : -1, .events = POLLIN, .revents = 0}};
+      awaited = {{.descriptor = stop_.readEnd.get()},
+                 {.descriptor = listens ? listener_.get() : -1}};
       for (const Client& client : clients_) {
-        awaited.push_back({.fd = client.socket(), .events = client.awaited(), .revents = 0});
+        awaited.push_back(client.awaited());
       }
-      if (poll(awaited.data(), awaited.size(), canAccept_ ? -1 : kPauseWithoutDescriptors) < 0) {
-        continue;  // a signal
-      }
-      if (awaited[0].revents != 0) {
+      platform::waitForAny(awaited,
+                           canAccept_ ? std::nullopt : std::optional(kPauseWithoutDescriptors));
+      if (awaited[0].ready) {
         return;
       }
       auto state = awaited.begin() + 2;
-      std::erase_if(clients_, [&](Client& client) {
-        return (state++)->revents != 0 && !client.proceed(answer_);
-      });
+      std::erase_if(clients_,
+                    [&](Client& client) { return (state++)->ready && !client.proceed(answer_); });
       canAccept_ = true;
-      if (awaited[1].revents != 0) {
+      if (awaited[1].ready) {
         acceptClient();
       }
     }
   }
 
   void acceptClient() {
-    platform::Descriptor socket(accept(listener_.get(), nullptr, nullptr));
-    if (!socket) {
-      canAccept_ = errno != EMFILE && errno != ENFILE;  // else it is tried again after a pause
+    auto socket = platform::acceptLocalSocket(listener_);
+    if (!socket) {  // without a free descriptor it is tried again after a pause
+      canAccept_ = socket.error() != std::errc::too_many_files_open &&
+                   socket.error() != std::errc::too_many_files_open_in_system;
       return;
     }
-    fcntl(socket.get(), F_SETFD, FD_CLOEXEC);
-    if (!mayKnowSecrets(socket)) {
+    if (!mayKnowSecrets(*socket)) {
       logError(kTag, [] {
         return text("Turned away a client that runs neither as root nor as this process's user.");
       });
       return;
     }
-    clients_.emplace_back(std::move(socket));
+    clients_.emplace_back(*std::move(socket));
   }
 
   std::string path_;
   Answer answer_;
   platform::Descriptor listener_;
-  platform::Descriptor stop_;
-  platform::Descriptor stopper_;
+  platform::Pipe stop_;
   bool canAccept_ = true;
   std::list<Client> clients_;
   std::thread thread_;

@@ -11,8 +11,8 @@
 #include <charconv>
 #include <utility>
 
-#include "Platform/Linux/RegularFile.h"
 #include "Platform/Descriptor.h"
+#include "Platform/Linux/RegularFile.h"
 
 namespace platform {
 namespace {
@@ -226,7 +226,7 @@ std::expected<std::string, FileError> setFileAside(const std::string& path,
       continue;
     }
     // No second names on this file system, or not for this user on a file of another one.
-    const bool linksFail = error == EPERM || error == ENOTSUP || error == EOPNOTSUPP;
+    const bool linksFail = error == EPERM || error == EOPNOTSUPP;
     if (linksFail && rename(path.c_str(), name.c_str()) == 0) {
       return name;
     }

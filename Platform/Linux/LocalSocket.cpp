@@ -33,7 +33,24 @@ std::expected<sockaddr_un, int> addressOf(const std::string& path) {
   return address;
 }
 
-Descriptor makeSocket() { return Descriptor(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)); }
+Descriptor makeSocket(int flags = 0) {
+  return Descriptor(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | flags, 0));
+}
+
+/// Calls again for as long as a signal interrupts the call: the number of bytes, 0 when the socket
+/// is not ready, -1 on another error.
+template <typename Call>
+std::ptrdiff_t transferred(const Call& call) {
+  while (true) {
+    const ssize_t count = call();
+    if (count >= 0) {
+      return count;
+    }
+    if (errno != EINTR) {
+      return errno == EAGAIN || errno == EWOULDBLOCK ? 0 : -1;
+    }
+  }
+}
 
 /// Removes what an earlier server left; anything but a socket stays.
 void removeOldSocket(const std::string& path) {
@@ -66,7 +83,8 @@ std::expected<Descriptor, std::string> listenOnLocalSocket(const std::string& pa
     return failure(address.error());
   }
   removeOldSocket(path);
-  Descriptor made = makeSocket();
+  // A client may have gone before it is accepted, which must not be waited for.
+  Descriptor made = makeSocket(SOCK_NONBLOCK);
   // The file that bind() makes takes over the socket's mode, so nobody else can ever open it.
   if (!made || ::fchmod(made.get(), kOwnerOnly) != 0 ||
       ::bind(made.get(), reinterpret_cast<const sockaddr*>(&*address), sizeof *address) != 0 ||
@@ -75,6 +93,32 @@ std::expected<Descriptor, std::string> listenOnLocalSocket(const std::string& pa
   }
   return made;
 }
+
+std::expected<Descriptor, std::error_code> acceptLocalSocket(const Descriptor& listener) {
+  Descriptor made(::accept4(listener.get(), nullptr, nullptr, SOCK_CLOEXEC));
+  if (!made) {
+    return std::unexpected(std::error_code(errno, std::generic_category()));
+  }
+  return made;
+}
+
+std::ptrdiff_t sendWithoutWaiting(const Descriptor& socket, std::string_view bytes) noexcept {
+  return transferred([&] {
+    return ::send(socket.get(), bytes.data(), bytes.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
+  });
+}
+
+std::ptrdiff_t receive(const Descriptor& socket, std::span<char> buffer, bool wait) noexcept {
+  bool ended = false;
+  const std::ptrdiff_t count = transferred([&] {
+    const ssize_t got = ::recv(socket.get(), buffer.data(), buffer.size(), wait ? 0 : MSG_DONTWAIT);
+    ended = got == 0;
+    return got;
+  });
+  return ended ? -1 : count;
+}
+
+void hangUp(const Descriptor& socket) noexcept { ::shutdown(socket.get(), SHUT_RDWR); }
 
 std::optional<std::uint32_t> peerUserID(const Descriptor& socket) {
   ucred peer{};

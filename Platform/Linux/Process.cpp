@@ -20,6 +20,7 @@
 
 #include "Platform/Descriptor.h"
 #include "Platform/Linux/Pidfd.h"
+#include "Platform/Polling.h"
 #include "Platform/RunningProcesses.h"
 #include "Platform/SignalsHeld.h"
 
@@ -35,33 +36,6 @@ constexpr std::chrono::milliseconds kWaitWithoutPidfd{10};
 constexpr std::int32_t kCouldNotStart = 127;
 constexpr std::int32_t kNotExecutable = 126;
 constexpr std::int32_t kSignalBase = 128;
-
-struct Pipe {
-  Descriptor readEnd;
-  Descriptor writeEnd;
-};
-
-/// Keeps clear of the standard descriptors, which a process may have closed: the child's three
-/// are made by dup2 one after the other, and one must not overwrite the source of the next.
-Descriptor aboveStandard(int number) {
-  Descriptor made(number);
-  if (number >= 0 && number <= STDERR_FILENO) {
-    made = Descriptor(::fcntl(number, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
-  }
-  return made;
-}
-
-std::optional<Pipe> makePipe() {
-  std::array<int, 2> ends{};
-  if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
-    return std::nullopt;
-  }
-  Pipe made{.readEnd = aboveStandard(ends[0]), .writeEnd = aboveStandard(ends[1])};
-  if (!made.readEnd || !made.writeEnd) {
-    return std::nullopt;
-  }
-  return made;
-}
 
 void dontBlock(const Descriptor& descriptor) {
   if (!descriptor) {
@@ -281,7 +255,8 @@ class SpawnSettings {
 class Leftovers {
  public:
   static Leftovers& shared() {
-    static Leftovers leftovers;
+    // Never destroyed: other threads may run children until the very end of the process.
+    static Leftovers& leftovers = *new Leftovers;
     return leftovers;
   }
   void add(Descriptor child) {
@@ -306,11 +281,12 @@ class Leftovers {
 /// A started child. Unless it was reaped, its group is killed and it is reaped on destruction.
 class Child {
  public:
-  explicit Child(pid_t pid) : pid_(pid), pidfd_(openPidfd(pid)), running_(pid) {
+  explicit Child(pid_t pid) : pid_(pid), running_(pid) {
+    Descriptor opened = openPidfd(pid);
+    const int error = errno;
     // The child is reaped already when the process ignores SIGCHLD.
-    if (!pidfd_ && errno == ESRCH) {
-      ended_ = true;
-    }
+    ended_ = !opened && error == ESRCH;
+    pidfd_ = std::move(opened);
   }
   ~Child() {
     if (!reaped_) {
@@ -549,16 +525,17 @@ ProcessResult runProcess(const ProcessRequest& request) {
   if (!canBePassed(request)) {
     return notStarted(EINVAL, request);
   }
-  std::optional<Pipe> output = makePipe();
+  auto output = makePipe();
   if (!output) {
-    return notStarted(errno, request);
+    return notStarted(output.error().value(), request);
   }
   std::optional<Pipe> input;
   if (request.input) {
-    input = makePipe();
-    if (!input) {
-      return notStarted(errno, request);
+    auto made = makePipe();
+    if (!made) {
+      return notStarted(made.error().value(), request);
     }
+    input = *std::move(made);
   }
   SpawnSettings settings;
   if (request.directory) {

@@ -21,6 +21,7 @@
 #include "AgentLibraries/vxutils/AgentServiceServer.h"
 #include "AgentLibraries/vxutils/GlobalVars.h"
 #include "Platform/LocalSocket.h"
+#include "Platform/Polling.h"
 #include "Tests/Fakes/LogCapture.h"
 #include "Tests/Fakes/TemporaryDirectory.h"
 
@@ -110,7 +111,9 @@ class ScriptedService {
   ScriptedService(const std::string& path, std::function<void(Peer&)> script)
       : listener_(*platform::listenOnLocalSocket(path)),
         thread_([this, script = std::move(script)] {
-          Peer peer{platform::Descriptor(accept(listener_.get(), nullptr, nullptr))};
+          platform::Awaited client{.descriptor = listener_.get()};
+          platform::waitForAny({&client, 1});
+          Peer peer(*platform::acceptLocalSocket(listener_));
           script(peer);
         }) {}
 

@@ -202,6 +202,15 @@ TEST(JSONStringTest, WhatItWritesIsReadBackUnchanged) {
   EXPECT_THAT(events.events, ElementsAre(all));
 }
 
+TEST(DecodingErrorTest, IsOneLineHoweverOddTheNames) {
+  const DecodingError error("a\nfile", "a\x1Bplace", "x", "y");
+  EXPECT_STREQ(error.what(), "a\\nfile: a\\u001bplace: expected x, found y");
+  EXPECT_EQ(nameInPlace("n\té\x7F"), "n\\té\\u007f");
+  const std::string fits(198, 'x');
+  EXPECT_EQ(nameInPlace(fits + "é"), fits + "é");
+  EXPECT_EQ(nameInPlace(fits + "x" + "é"), fits + "x…");
+}
+
 struct LengthRecord {
   std::size_t length;
   static LengthRecord decode(const std::string& text, const std::string& file) {

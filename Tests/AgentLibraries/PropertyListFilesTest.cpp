@@ -8,7 +8,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "AgentLibraries/FileCodec/PlistSerializer.h"
+#include "AgentLibraries/FileCodec/PropertyListFile.h"
 #include "AgentLibraries/FileCodec/RawPlistManager.h"
 #include "Platform/PropertyList.h"
 #include "Tests/Fakes/LogCapture.h"
@@ -64,7 +64,7 @@ class FullDisk {
 class RawPlistManagerTest : public ::testing::Test {
  protected:
   [[nodiscard]] PropertyList::Dictionary stored() const {
-    return PlistSerializer::readDictionary(path);
+    return readPropertyListFile(path).value();
   }
 
   TemporaryDirectory directory;
@@ -110,7 +110,7 @@ TEST_F(RawPlistManagerTest, SavesToAnotherPathWithoutTouchingItsOwn) {
   directory.write("data.plist", toXML(PropertyList::Dictionary{{"old", "1"}}));
   manager.updateValue(kRecord, "key");
   manager.save(directory.file("copy.plist"));
-  EXPECT_EQ(PlistSerializer::readDictionary(directory.file("copy.plist")),
+  EXPECT_EQ(readPropertyListFile(directory.file("copy.plist")).value(),
             (PropertyList::Dictionary{{"old", "1"}, {"key", kRecord}}));
   EXPECT_EQ(stored(), (PropertyList::Dictionary{{"old", "1"}}));
   EXPECT_EQ(manager.fetchValue("key"), kRecord);
@@ -144,6 +144,38 @@ TEST_F(RawPlistManagerTest, AnUndecodableFileIsKeptBesideItsReplacement) {
           ErrorLine("Replaced a file that could not be used, it is kept as " + path +
                     ".damaged-2: " + path +
                     ": expected a dictionary at the top, found an array.")));
+}
+
+TEST_F(RawPlistManagerTest, WhereNoSecondNameCanBeHadTheDamagedFileIsRenamed) {
+  if (geteuid() != 0) {
+    GTEST_SKIP() << "only root can play another user";
+  }
+  // Users get no second name for the file of another one that they may only read.
+  constexpr uid_t kOtherUser = 65534;
+  directory.write("data.plist", "damaged");
+  ASSERT_EQ(chown(directory.path().c_str(), kOtherUser, kOtherUser), 0);
+  manager.updateValue(kRecord, "key");
+  ASSERT_EQ(seteuid(kOtherUser), 0);
+  {
+    const FullDisk disk(16);
+    EXPECT_THROW(manager.save(), std::runtime_error);
+  }
+  const std::string afterFailure = directory.read("data.plist");
+  manager.save();
+  ASSERT_EQ(seteuid(0), 0);
+  EXPECT_EQ(afterFailure, "damaged");
+  EXPECT_EQ(directory.read("data.plist.damaged"), "damaged");
+  EXPECT_EQ(stored(), (PropertyList::Dictionary{{"key", kRecord}}));
+}
+
+TEST_F(RawPlistManagerTest, AValueThatXMLCannotHoldIsAnErrorThatNamesTheFile) {
+  manager.updateValue("\x1B", "key");
+  try {
+    manager.save();
+    FAIL();
+  } catch (const std::runtime_error& error) {
+    EXPECT_THAT(error.what(), StartsWith(path + ": "));
+  }
 }
 
 TEST_F(RawPlistManagerTest, AnEmptyFileHoldsNoKeys) {
@@ -205,43 +237,6 @@ TEST_F(RawPlistManagerTest, AMissingFolderIsAnErrorThatNamesThePath) {
   } catch (const std::runtime_error& error) {
     EXPECT_THAT(error.what(), StartsWith(directory.file("none/data.plist") + ": No such file"));
   }
-}
-
-struct LimitRecord {
-  std::int64_t limit;
-  static LimitRecord decode(const PropertyList::Dictionary& keys) {
-    const auto* const limit = keys.at("limit").as<std::int64_t>();
-    if (limit == nullptr) {
-      throw DecodingError("", "limit", "an integer", "a text");
-    }
-    return {*limit};
-  }
-};
-
-TEST(PlistSerializerTest, DecodesOrSaysWhichFileAndWhy) {
-  const TemporaryDirectory directory;
-  const auto problemOf = [&](const std::string& file) {
-    try {
-      std::ignore = PlistSerializer().decodeFromFile<LimitRecord>(directory.file(file));
-    } catch (const std::exception& error) {
-      return std::string(error.what());
-    }
-    return std::string("none");
-  };
-  directory.write("good", toXML(PropertyList::Dictionary{{"limit", std::int64_t{2}}}));
-  directory.write("mistyped", toXML(PropertyList::Dictionary{{"limit", "2"}}));
-  directory.write("keyless", toXML(PropertyList::Dictionary{}));
-  directory.write("text", toXML(PropertyList("just a text")));
-  EXPECT_EQ(PlistSerializer().decodeFromFile<LimitRecord>(directory.file("good")).limit, 2);
-  EXPECT_EQ(problemOf("mistyped"),
-            directory.file("mistyped") + ": limit: expected an integer, found a text");
-  EXPECT_THAT(problemOf("keyless"), StartsWith(directory.file("keyless") + ": "));
-  EXPECT_EQ(problemOf("text"),
-            directory.file("text") + ": expected a dictionary at the top, found a text");
-  EXPECT_EQ(
-      problemOf("missing"),
-      directory.file("missing") +
-          ": expected a readable regular file of at most 64 MiB, found No such file or directory");
 }
 
 }  // namespace

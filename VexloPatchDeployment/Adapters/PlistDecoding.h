@@ -1,9 +1,10 @@
 // Decodes a whole property-list file into a record.
 #pragma once
 #include <string>
+#include <utility>
 
 #include "AgentLibraries/FileCodec/DecodingError.h"
-#include "AgentLibraries/FileCodec/PlistSerializer.h"
+#include "AgentLibraries/FileCodec/PropertyListFile.h"
 #include "Platform/PropertyList.h"
 
 namespace vexlo {
@@ -35,7 +36,11 @@ class PlistSerializer final : public PlistDecoding {
  protected:
   [[nodiscard]] platform::PropertyList::Dictionary readDictionary(
       const std::string& path) override {
-    return FileCodec::PlistSerializer::readDictionary(path);
+    auto dictionary = FileCodec::readPropertyListFile(path);
+    if (!dictionary) {
+      throw std::move(dictionary.error().error);
+    }
+    return *std::move(dictionary);
   }
 };
 

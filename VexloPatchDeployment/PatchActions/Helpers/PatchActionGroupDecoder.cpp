@@ -318,7 +318,7 @@ class Decoder final : public FileCodec::JSONEvents {
       const bool isList = levels_[level].container == Container::arguments ||
                           levels_[level].container == Container::exclusionList;
       out += isList ? text(separator, '[', store_.texts.size() - levels_[level].first, ']')
-                    : text(separator, store_.at(levels_[level].member));
+                    : text(separator, FileCodec::nameInPlace(store_.at(levels_[level].member)));
     }
     return out;
   }

@@ -1,0 +1,53 @@
+#include "Platform/Polling.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <vector>
+
+namespace platform {
+namespace {
+
+/// A child's three standard descriptors are made by dup2 one after the other: one must not
+/// overwrite the source of the next.
+Descriptor aboveStandard(int number) {
+  Descriptor made(number);
+  if (number <= STDERR_FILENO) {
+    made = Descriptor(::fcntl(number, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+  }
+  return made;
+}
+
+}  // namespace
+
+std::expected<Pipe, std::error_code> makePipe() {
+  std::array<int, 2> ends{};
+  if (::pipe2(ends.data(), O_CLOEXEC) == 0) {
+    Pipe made{.readEnd = aboveStandard(ends[0]), .writeEnd = aboveStandard(ends[1])};
+    if (made.readEnd && made.writeEnd) {
+      return made;
+    }
+  }
+  return std::unexpected(std::error_code(errno, std::generic_category()));
+}
+
+void waitForAny(std::span<Awaited> awaited, std::optional<std::chrono::milliseconds> timeout) {
+  std::vector<pollfd> polled(awaited.size());
+  std::ranges::transform(awaited, polled.begin(), [](const Awaited& one) {
+    const short events = one.until == Awaited::Until::writable ? POLLOUT : POLLIN;
+    return pollfd{.fd = one.descriptor, .events = events, .revents = 0};
+  });
+  const auto longest = std::chrono::milliseconds(INT_MAX);
+  const bool any = ::poll(polled.data(), polled.size(),
+                          timeout ? static_cast<int>(std::min(*timeout, longest).count()) : -1) > 0;
+  for (std::size_t index = 0; index < polled.size(); ++index) {
+    awaited[index].ready = any && polled[index].revents != 0;
+  }
+}
+
+}  // namespace platform
