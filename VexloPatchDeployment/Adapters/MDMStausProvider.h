@@ -14,6 +14,11 @@ class MDMStausProvider {
 /// Asks the agent library anew on every call.
 class MDMEnrollmentUtil final : public MDMStausProvider {
  public:
+  /// The process's one instance.
+  static MDMEnrollmentUtil& shared() {
+    static MDMEnrollmentUtil instance;
+    return instance;
+  }
   [[nodiscard]] bool isMDMEnrolled() override {
     return vxutils::MDMEnrollmentUtil::shared().getEnrollmentType() !=
            vxutils::EnrollmentType::not_enrolled;

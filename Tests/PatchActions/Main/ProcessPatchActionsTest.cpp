@@ -40,13 +40,18 @@ auto MessageLike(const ::testing::Matcher<std::string>& message) {
 /// A processor over a decoded file and lent collaborators.
 class Processor final : public ProcessPatchActions {
  public:
-  Processor(const std::string& actionsOfPatch7, std::unique_ptr<PatchProcessingDependencies> with)
+  Processor(const std::string& actionsOfPatch7, const std::shared_ptr<FakeMac>& mac)
       : ProcessPatchActions(
             {"7", "p", "s"},
             std::make_shared<const PatchActionGroup>(PatchActionGroup::decode(
                 R"({"PatchActions":{"7":)" + actionsOfPatch7 + "}}", "actions.json")),
-            std::move(with)) {}
+            std::make_unique<FakeProcessingDependencies>(mac)),
+        mac_(mac) {}
   PatchActionResult executeAll() { return execute(); }
+
+ private:
+  [[nodiscard]] bool isEnrolledInMDM() const override { return mac_->enrolled; }
+  std::shared_ptr<FakeMac> mac_;
 };
 
 class ProcessPatchActionsTest : public ::testing::Test {
@@ -56,7 +61,7 @@ class ProcessPatchActionsTest : public ::testing::Test {
 
   /// Runs one action of a patch whose own actions are `actions`.
   PatchActionResult run(const std::string& actions, KnownAction action) {
-    return Processor(actions, std::make_unique<FakeProcessingDependencies>(mac)).execute(action);
+    return Processor(actions, mac).execute(action);
   }
 
   const std::shared_ptr<FakeMac> mac = std::make_shared<FakeMac>();
@@ -66,7 +71,7 @@ class ProcessPatchActionsTest : public ::testing::Test {
 using Result = PatchActionResult;
 
 TEST_F(ProcessPatchActionsTest, AnActionThatThePatchLacksPassesAndRunsNothing) {
-  Processor processor(R"({"2003":[]})", std::make_unique<FakeProcessingDependencies>(mac));
+  Processor processor(R"({"2003":[]})", mac);
   EXPECT_EQ(processor.arguments(KnownAction::minimumDiskSpaceCheck), std::nullopt);
   EXPECT_THAT(*processor.arguments(KnownAction::userLoggedInCheck), IsEmpty());
   log.clear();
@@ -81,8 +86,7 @@ TEST_F(ProcessPatchActionsTest, AnActionThatThePatchLacksPassesAndRunsNothing) {
 }
 
 TEST_F(ProcessPatchActionsTest, ActionsWithoutBehaviourPassWithAnErrorLine) {
-  Processor processor(R"({"2009":["a","b"],"2099":[]})",
-                      std::make_unique<FakeProcessingDependencies>(mac));
+  Processor processor(R"({"2009":["a","b"],"2099":[]})", mac);
   EXPECT_EQ(processor.execute(KnownAction::applicationRunningNotifier), Result::success());
   EXPECT_EQ(processor.execute(ActionID("2099")), Result::success());
   EXPECT_THAT(
@@ -323,8 +327,7 @@ TEST_F(RunningCheckTest, WithoutAnyNameNothingCountsAsRunning) {
 TEST_F(ProcessPatchActionsTest, RunningAllActionsStopsAtTheFirstThatDoesNotPass) {
   mac->disk->freeBytes = 0;
   mac->session->consoleUser = "NOUSERNAME";
-  Processor processor(R"({"2005":["1"],"2003":[],"-1":[]})",
-                      std::make_unique<FakeProcessingDependencies>(mac));
+  Processor processor(R"({"2005":["1"],"2003":[],"-1":[]})", mac);
   EXPECT_EQ(processor.executeAll(), Result::applyLater(PlainReason::userNotLoggedIn));
   mac->session->consoleUser = "alice";
   mac->disk->freeBytes = 1'000'000'000;

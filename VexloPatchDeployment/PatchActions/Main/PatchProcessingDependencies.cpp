@@ -20,9 +20,10 @@ auto forThisMachine() {
   return vxutils::gv_globvars.isAppleSiliconMachine() ? Container::silicon() : Container::intel();
 }
 
-/// The process-wide terminal utility; nobody owns it.
-std::shared_ptr<CommandExecutor> terminalUtil() {
-  return {std::shared_ptr<void>(), &TerminalUtil::defaultInstance()};
+/// For an object that the whole process shares; nobody owns it.
+template <typename Object>
+std::shared_ptr<Object> processWide(Object& object) {
+  return {std::shared_ptr<void>(), &object};
 }
 
 }  // namespace
@@ -37,15 +38,16 @@ DefaultPatchProcessingDependencies::DefaultPatchProcessingDependencies()
           make_shared<UserLoginStatusChecker>(make_shared<SystemUserSession>())),
       appleSoftwareUpdateConnectivityChecker_(make_shared<AppleSoftwareUpdateConnectivityChecker>(
           make_shared<SystemSoftwareUpdateLister>())),
-      mdmStatus_(make_shared<MDMEnrollmentUtil>()),
+      mdmStatus_(processWide(MDMEnrollmentUtil::shared())),
       appKiller_(make_shared<AppKiller>(make_shared<SystemRunningApplicationQuery>())),
       runningAppDetector_(
           make_shared<RunningAppDetector>(make_shared<SystemRunningApplicationQuery>())),
       runningAppPromptCleaner_(
           make_shared<RunningAppPromptCleaner>(appKiller_, make_shared<FileUtils>())),
       runningAppPromptPresenter_(make_shared<RunningAppPromptPresenter>(
-          terminalUtil(), make_shared<SystemUserSession>(), runningAppPromptCleaner_,
-          make_shared<FileUtils>(), make_shared<SystemRunningApplicationQuery>(),
+          processWide(TerminalUtil::defaultInstance()), make_shared<SystemUserSession>(),
+          runningAppPromptCleaner_, make_shared<FileUtils>(),
+          make_shared<SystemRunningApplicationQuery>(),
           make_shared<vxutils::ProcessInformation>())),
       runningAppDetailsProvider_(
           make_shared<RunningAppDetailsProvider>(make_shared<SystemRunningApplicationQuery>())),

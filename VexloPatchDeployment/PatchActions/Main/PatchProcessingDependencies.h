@@ -41,6 +41,7 @@ class PatchProcessingDependencies {
   softwareUpdateInstallerDependencies() = 0;
   virtual MacOSUpdateDeferralEligibilityChecker& deferralEligibilityChecker() = 0;
   virtual std::shared_ptr<UpgradeInstallerDependencies> upgradeInstallerDependencies() = 0;
+  /// For those who ask the container; the deferral check asks the agent's library itself.
   virtual MDMStausProvider& mdmStatus() = 0;
   virtual RunningAppPolicyChecking& runningAppPolicy() = 0;
   virtual AppKilling& appKiller() = 0;
@@ -58,6 +59,8 @@ class PatchProcessingDependencies {
 class DefaultPatchProcessingDependencies final : public PatchProcessingDependencies {
  public:
   DefaultPatchProcessingDependencies();
+  DefaultPatchProcessingDependencies(const DefaultPatchProcessingDependencies&) = delete;
+  DefaultPatchProcessingDependencies& operator=(const DefaultPatchProcessingDependencies&) = delete;
 
   BatteryLevelChecker& batteryLevelChecker() override { return *batteryLevelChecker_; }
   MacOSUpdateDeferralChecker& macOSUpdateDeferralChecker() override {

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "AgentLibraries/vxutils/GlobalVars.h"
+#include "AgentLibraries/vxutils/MDMEnrollmentUtil.h"
 #include "VexloPatchDeployment/Common/Log.h"
 #include "VexloPatchDeployment/Common/Numbers.h"
 #include "VexloPatchDeployment/Common/Overloaded.h"
@@ -127,6 +128,11 @@ const ProcessPatchActions::ApplicableActions& ProcessPatchActions::applicableAct
 
 std::optional<std::vector<std::string>> ProcessPatchActions::arguments(const ActionID& action) {
   return applicableActions().argumentsOf(action);
+}
+
+bool ProcessPatchActions::isEnrolledInMDM() const {
+  return vxutils::MDMEnrollmentUtil::shared().getEnrollmentType() !=
+         vxutils::EnrollmentType::not_enrolled;
 }
 
 PatchActionResult ProcessPatchActions::execute() {
@@ -272,7 +278,7 @@ PatchActionResult ProcessPatchActions::hasMinimumDiskSpace(const ActionID& actio
 
 PatchActionResult ProcessPatchActions::isMacOSUpdateDeferred(const ActionID& action,
                                                              const Arguments& arguments) {
-  if (!dependencies_->mdmStatus().isMDMEnrolled()) {
+  if (!isEnrolledInMDM()) {
     logInfo(kDeferralTag,
             [] { return "Machine not enrolled in MDM yet, skipping macOS defer check."; });
     return PatchActionResult::success();

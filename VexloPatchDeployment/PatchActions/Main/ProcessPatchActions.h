@@ -33,15 +33,6 @@ class VEXLO_EXPORT ProcessPatchActions {
   ProcessPatchActions(const ProcessPatchActions&) = delete;
   ProcessPatchActions& operator=(const ProcessPatchActions&) = delete;
 
-  /// Runs one action; running it twice runs it twice. An action that doesn't apply to the patch
-  /// counts as passed. A pre-condition that isn't met, and missing or unusable arguments, give
-  /// `applyLater`; `failure` comes from installers only.
-  virtual PatchActionResult execute(const ActionID& action);
-
-  /// The action's arguments for this patch; absent when it doesn't apply, empty when it applies
-  /// without arguments.
-  virtual std::optional<std::vector<std::string>> arguments(const ActionID& action);
-
  protected:
   /// For a file that is decoded already, with production collaborators.
   ProcessPatchActions(PatchIdentifier patchIdentifier,
@@ -54,6 +45,20 @@ class VEXLO_EXPORT ProcessPatchActions {
   /// Runs all applicable actions in order, up to the first that is no success, and returns that
   /// one's result; `success` without a description when all passed.
   virtual PatchActionResult execute();
+
+ public:
+  /// Runs one action; running it twice runs it twice. An action that doesn't apply to the patch
+  /// counts as passed. A pre-condition that isn't met, and missing or unusable arguments, give
+  /// `applyLater`; `failure` comes from installers only.
+  virtual PatchActionResult execute(const ActionID& action);
+
+  /// The action's arguments for this patch; absent when it doesn't apply, empty when it applies
+  /// without arguments.
+  virtual std::optional<std::vector<std::string>> arguments(const ActionID& action);
+
+ protected:
+  /// Whether the agent's library says that the machine is enrolled in MDM.
+  [[nodiscard]] virtual bool isEnrolledInMDM() const;
 
  private:
   class ApplicableActions;
