@@ -24,11 +24,11 @@ constexpr LogCore::LogTag kGetService{"getService()"};
 constexpr LogCore::LogTag kReadReplies{"readReplies()"};
 constexpr std::string_view kSocketTail = "/run/agent-service.sock";
 
-}  // namespace
+using Reply = AgentServiceProtocol::Reply;
 
 /// One connected socket with its reading thread, which keeps the channel alive until it ends. The
 /// socket is closed with the channel only, so its number means the same to every thread.
-class AgentServiceConnection::Channel final : public AgentServiceProtocol {
+class Channel final {
  public:
   explicit Channel(platform::Descriptor socket) : socket_(std::move(socket)) {}
 
@@ -54,7 +54,7 @@ class AgentServiceConnection::Channel final : public AgentServiceProtocol {
     return ended_;
   }
 
-  void fetchStatusMessageForKey(const std::string& key, Reply reply) override {
+  void fetch(const std::string& key, Reply reply) {
     {
       const std::scoped_lock lock(mutex_);
       if (!ended_) {
@@ -124,21 +124,8 @@ class AgentServiceConnection::Channel final : public AgentServiceProtocol {
   std::map<std::int64_t, Reply> waiting_;
 };
 
-AgentServiceConnection::AgentServiceConnection() = default;
-
-AgentServiceConnection::~AgentServiceConnection() {
-  if (channel_) {
-    channel_->end();
-  }
-}
-
-std::shared_ptr<AgentServiceProtocol> AgentServiceConnection::getService() {
-  if (channel_ && !channel_->hasEnded()) {
-    return channel_;
-  }
-  if (channel_) {
-    std::exchange(channel_, nullptr)->end();
-  }
+/// A connected channel to the agent service; null, with the reason in the log, when there is none.
+std::shared_ptr<Channel> connect() {
   const std::optional<std::string> base = gv_globvars.vxagentBasePath();
   if (!base) {
     logError(kGetService, [] {
@@ -162,12 +149,75 @@ std::shared_ptr<AgentServiceProtocol> AgentServiceConnection::getService() {
     return nullptr;
   }
   try {
-    channel_ = Channel::start(*std::move(socket));
+    return Channel::start(*std::move(socket));
   } catch (const std::system_error& error) {  // no further thread can be had
     logError(kGetService,
              [&] { return text("Unable to listen to the agent service: ", error.what(), "."); });
+    return nullptr;
   }
-  return channel_;
+}
+
+}  // namespace
+
+/// Keeps one channel and makes another when that has ended, until it is closed for good.
+class AgentServiceConnection::Proxy final : public AgentServiceProtocol {
+ public:
+  void fetchStatusMessageForKey(const std::string& key, Reply reply) override {
+    if (const std::shared_ptr<Channel> channel = connected()) {
+      channel->fetch(key, std::move(reply));
+    } else {
+      reply(std::nullopt);
+    }
+  }
+
+  /// The connected channel; null when there is none.
+  std::shared_ptr<Channel> connected() {
+    std::shared_ptr<Channel> ended;
+    std::shared_ptr<Channel> channel;
+    {
+      const std::scoped_lock lock(mutex_);
+      if (closed_) {
+        return nullptr;
+      }
+      if (channel_ && channel_->hasEnded()) {
+        ended = std::exchange(channel_, nullptr);
+      }
+      if (!channel_) {
+        channel_ = connect();
+      }
+      channel = channel_;
+    }
+    if (ended) {
+      ended->end();  // without the lock, which its last replies may want
+    }
+    return channel;
+  }
+
+  /// Ends the connection; every later question is answered with absent.
+  void close() {
+    std::shared_ptr<Channel> last;
+    {
+      const std::scoped_lock lock(mutex_);
+      closed_ = true;
+      last = std::exchange(channel_, nullptr);
+    }
+    if (last) {
+      last->end();
+    }
+  }
+
+ private:
+  std::mutex mutex_;
+  bool closed_ = false;
+  std::shared_ptr<Channel> channel_;
+};
+
+AgentServiceConnection::AgentServiceConnection() : proxy_(std::make_shared<Proxy>()) {}
+
+AgentServiceConnection::~AgentServiceConnection() { proxy_->close(); }
+
+std::shared_ptr<AgentServiceProtocol> AgentServiceConnection::getService() {
+  return proxy_->connected() ? proxy_ : nullptr;
 }
 
 }  // namespace vxutils

@@ -15,10 +15,10 @@ class AgentServiceProtocol {
   using Reply = std::function<void(const std::optional<std::string>& value)>;
 
   virtual ~AgentServiceProtocol() = default;
-  /// Asks for the value under `key`. `reply` is called once: on a thread of the connection with
-  /// the service's answer, or with absent when the connection ends first; on the caller's thread,
-  /// before the return, when the connection has ended already. Never while a lock is held. Safe
-  /// from any thread.
+  /// Asks for the value under `key`, connecting anew when the service has gone since (at most five
+  /// seconds). `reply` is called once: on a thread of the connection with the service's answer, or
+  /// with absent when the service goes first; on the caller's thread, before the return, when the
+  /// service can't be reached. Never while a lock is held. Safe from any thread.
   virtual void fetchStatusMessageForKey(const std::string& key, Reply reply) = 0;
 };
 
@@ -35,14 +35,14 @@ class AgentServiceConnection {
   AgentServiceConnection(const AgentServiceConnection&) = delete;
   AgentServiceConnection& operator=(const AgentServiceConnection&) = delete;
 
-  /// The service's proxy, connected on the first call, and anew once the service has gone; null,
-  /// with the reason in the log, when the service can't be reached or its peer can't be trusted.
-  /// The proxy may outlive the connection: it then replies absent.
+  /// The connected proxy, always the same; null, with the reason in the log, when the service
+  /// can't be reached or its peer can't be trusted. The proxy may outlive the connection: it then
+  /// replies absent.
   [[nodiscard]] std::shared_ptr<AgentServiceProtocol> getService();
 
  private:
-  class Channel;
-  std::shared_ptr<Channel> channel_;
+  class Proxy;
+  std::shared_ptr<Proxy> proxy_;
 };
 
 }  // namespace vxutils

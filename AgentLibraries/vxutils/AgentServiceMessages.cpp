@@ -27,9 +27,10 @@ template <typename Read>
 bool readObject(std::string_view line, const Read& read) {
   constexpr std::size_t kBytesPerByteOfText = 16;
   constexpr std::size_t kBytesForAnyText = 4096;
-  std::string memory(kBytesPerByteOfText * line.size() + kBytesForAnyText, '\0');
-  bool isObject = false;
+  std::string memory;
+  const platform::WipeAtEnd wipeMemory(memory);
   try {
+    memory.resize(kBytesPerByteOfText * line.size() + kBytesForAnyText);
     json::static_resource resource(reinterpret_cast<unsigned char*>(memory.data()), memory.size());
     json::parser parser(&resource);
     json::error_code error;
@@ -39,14 +40,13 @@ bool readObject(std::string_view line, const Read& read) {
       const json::value message = parser.release();
       if (const json::object* const members = message.if_object()) {
         read(*members);
-        isObject = true;
+        return true;
       }
     }
   } catch (const std::bad_alloc&) {
-    isObject = false;  // far more structure than a message has
+    return false;  // far more structure than a message has
   }
-  platform::wipe(memory);
-  return isObject;
+  return false;
 }
 
 std::optional<std::int64_t> integerIn(const json::object& members, std::string_view name) {
@@ -58,8 +58,12 @@ std::optional<std::int64_t> integerIn(const json::object& members, std::string_v
 std::optional<std::string> textIn(const json::object& members, std::string_view name) {
   const json::value* const value = members.if_contains({name.data(), name.size()});
   const json::string* const characters = value == nullptr ? nullptr : value->if_string();
-  return characters == nullptr ? std::nullopt
-                               : std::optional(std::string(characters->data(), characters->size()));
+  if (characters == nullptr) {
+    return std::nullopt;
+  }
+  std::string text;
+  text.reserve(std::max(characters->size(), sizeof text));  // a short text's move leaves it behind
+  return text.append(characters->data(), characters->size());
 }
 
 /// The beginning of a line, up to where the value of `name` stands; there is room for `value`, so

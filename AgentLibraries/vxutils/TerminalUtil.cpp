@@ -6,6 +6,7 @@
 
 #include "AgentLibraries/LogCore/Logger.h"
 #include "AgentLibraries/LogCore/Text.h"
+#include "Platform/Memory.h"
 #include "Platform/Process.h"
 
 namespace vxutils {
@@ -22,10 +23,11 @@ constexpr LogTag kRunTag(
 constexpr LogTag kTaskTag("executeTaskForString(pathOfBinary:arguments:)");
 
 constexpr const char* kDefaultShell = "/bin/sh";
+constexpr std::int32_t kEndedBySIGTERM = 128 + 15;
 constexpr std::int64_t kLongestTimeoutSeconds = std::int64_t{10} * 366 * 24 * 3600;
 
 /// Runs the request for at most `timeoutSeconds` and logs what its caller can't see in the result.
-platform::ProcessResult run(platform::ProcessRequest request, std::int64_t timeoutSeconds,
+platform::ProcessResult run(platform::ProcessRequest& request, std::int64_t timeoutSeconds,
                             const LogTag& tag) {
   request.timeout =
       std::chrono::seconds(std::clamp<std::int64_t>(timeoutSeconds, 0, kLongestTimeoutSeconds));
@@ -36,6 +38,9 @@ platform::ProcessResult run(platform::ProcessRequest request, std::int64_t timeo
     });
   }
   if (result.timedOut) {
+    if (result.exitCode == 0) {  // it tidied up when it was told to end; its work isn't done
+      result.exitCode = kEndedBySIGTERM;
+    }
     logError(tag,
              [&] { return text("The command was ended after ", timeoutSeconds, " seconds."); });
   }
@@ -61,14 +66,15 @@ CommandResult TerminalUtil::runCommand(const std::string& command,
                                        const std::optional<std::string>& pipeInput,
                                        std::int64_t timeoutSeconds, bool logOutputContinuously,
                                        bool shouldLogOutput) {
-  platform::ProcessRequest request{.executable = launchPath.value_or(kDefaultShell),
-                                   .arguments = {"-c", command},
-                                   .directory = directory,
-                                   .input = pipeInput};
+  platform::ProcessRequest request{
+      .executable = launchPath.value_or(kDefaultShell), .directory = directory, .input = pipeInput};
+  request.arguments.reserve(2);
+  request.arguments.emplace_back("-c");
+  const platform::WipeAtEnd wipeCommand(request.arguments.emplace_back(command));
   if (logOutputContinuously) {
     request.onLine = [](std::string_view line) { logInfo(kRunTag, [&] { return line; }); };
   }
-  platform::ProcessResult result = run(std::move(request), timeoutSeconds, kRunTag);
+  platform::ProcessResult result = run(request, timeoutSeconds, kRunTag);
   if (shouldLogOutput) {
     logInfo(kRunTag, [&] { return std::string_view(result.output); });
   }
@@ -78,8 +84,8 @@ CommandResult TerminalUtil::runCommand(const std::string& command,
 std::pair<std::int32_t, std::string> TerminalUtil::executeTaskForString(
     const std::string& pathOfBinary, const std::vector<std::string>& arguments,
     std::int64_t timeoutSeconds) {
-  platform::ProcessResult result =
-      run({.executable = pathOfBinary, .arguments = arguments}, timeoutSeconds, kTaskTag);
+  platform::ProcessRequest request{.executable = pathOfBinary, .arguments = arguments};
+  platform::ProcessResult result = run(request, timeoutSeconds, kTaskTag);
   return {result.exitCode, std::move(result.output)};
 }
 

@@ -13,6 +13,7 @@ namespace platform {
 namespace {
 
 constexpr timeval kLongestWait{.tv_sec = 5, .tv_usec = 0};
+constexpr int kMostInterruptions = 100;
 constexpr mode_t kOwnerOnly = 0600;
 constexpr int kBacklog = 16;
 
@@ -70,11 +71,19 @@ std::expected<Descriptor, std::string> connectLocalSocket(const std::string& pat
   Descriptor made = makeSocket();
   if (!made ||
       // Bounds the wait for a listener whose queue is full.
-      ::setsockopt(made.get(), SOL_SOCKET, SO_SNDTIMEO, &kLongestWait, sizeof kLongestWait) != 0 ||
-      ::connect(made.get(), reinterpret_cast<const sockaddr*>(&*address), sizeof *address) != 0) {
+      ::setsockopt(made.get(), SOL_SOCKET, SO_SNDTIMEO, &kLongestWait, sizeof kLongestWait) != 0) {
     return failure(errno);
   }
-  return made;
+  // A signal of the agent's may end the wait early.
+  for (int tries = 0; tries < kMostInterruptions; ++tries) {
+    if (::connect(made.get(), reinterpret_cast<const sockaddr*>(&*address), sizeof *address) == 0) {
+      return made;
+    }
+    if (errno != EINTR) {
+      break;
+    }
+  }
+  return failure(errno);
 }
 
 std::expected<Descriptor, std::string> listenOnLocalSocket(const std::string& path) {

@@ -2,8 +2,8 @@
 
 #include <optional>
 
+#include "Platform/Memory.h"
 #include "VexloPatchDeployment/Common/ShellQuoting.h"
-#include "VexloPatchDeployment/Common/WipeAtEnd.h"
 
 namespace vexlo {
 namespace {
@@ -25,7 +25,7 @@ CommandResult run(const std::string& line, const Credentials* credentials,
     return executor.run(line, kShell, std::nullopt);
   }
   std::optional<std::string> password = credentials->password;
-  const WipeAtEnd wipePassword(*password);
+  const platform::WipeAtEnd wipePassword(*password);
   return executor.run(line, kShell, password);
 }
 

@@ -3,9 +3,9 @@
 #include <optional>
 
 #include "AgentLibraries/vxutils/SystemUtil.h"
+#include "Platform/Memory.h"
 #include "VexloPatchDeployment/Common/Log.h"
 #include "VexloPatchDeployment/Common/ShellQuoting.h"
-#include "VexloPatchDeployment/Common/WipeAtEnd.h"
 
 namespace vexlo {
 namespace {
@@ -47,13 +47,13 @@ CommandResult runSoftwareUpdate(const std::string& commandLine,
   }
   if (macOSMajorVersion > kLastVersionWithPasswordArgument) {
     std::optional<std::string> password = credentials->password;
-    const WipeAtEnd wipePassword(*password);
+    const platform::WipeAtEnd wipePassword(*password);
     return executor.run(commandLine, kShell, password);
   }
   std::string password = insideDoubleQuotes(credentials->password);
-  const WipeAtEnd wipePassword(password);
+  const platform::WipeAtEnd wipePassword(password);
   std::string line;
-  const WipeAtEnd wipeLine(line);
+  const platform::WipeAtEnd wipeLine(line);
   line.reserve(commandLine.size() + password.size() + 3);  // never moved: leaves no copy behind
   line.append(commandLine).append(" \"").append(password).append("\"");
   return executor.run(line, kShell, std::nullopt);

@@ -5,7 +5,6 @@
 
 #include "Platform/Memory.h"
 #include "VexloPatchDeployment/Common/Log.h"
-#include "VexloPatchDeployment/Common/WipeAtEnd.h"
 
 namespace vexlo {
 namespace {
@@ -49,7 +48,7 @@ UserCredentials::UserCredentials(
 std::optional<Credentials> UserCredentials::credentials() {
   if (const std::optional<std::string> userName = textUnder(kUserNameKey)) {
     if (std::optional<std::string> password = textUnder(kPasswordKey)) {
-      const WipeAtEnd wipePassword(*password);
+      const platform::WipeAtEnd wipePassword(*password);
       return Credentials(*userName, *password);
     }
   }
