@@ -21,6 +21,8 @@ using FileCodec::DecodingError;
 using LogCore::text;
 using vexlo::PatchActionGroup;
 
+constexpr std::string_view kProducts = "ProductServicePackActions";
+constexpr std::string_view kExclusionPatchIDs = "ExclusionPatchIDs";
 constexpr std::string_view kSeparator = " › ";  // of the members in a place
 
 /// What was probably meant where the file can't be used; empty when that isn't clear.
@@ -29,7 +31,10 @@ std::string hintFor(const DecodingError& error) {
   const std::size_t separator = place.rfind(kSeparator);
   const std::string_view member =
       separator == std::string_view::npos ? place : place.substr(separator + kSeparator.size());
-  if (error.found() == "an array" && vexlo::equalIgnoringCase(member, "ExclusionPatchIDs")) {
+  if (error.found() == "an array" && vexlo::equalIgnoringCase(member, kExclusionPatchIDs)) {
+    if (place != text(kProducts, kSeparator, member)) {
+      return text('"', kExclusionPatchIDs, "\" belongs in \"", kProducts, '"');
+    }
     return "did you mean \"ExclusionPatchIDs\"? Upper and lower case count";
   }
   if (error.found() == "a number" && error.expected() == "a string") {

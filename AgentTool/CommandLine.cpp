@@ -165,9 +165,14 @@ std::optional<LogCore::LogLevel> levelNamed(std::string_view name) {
   return std::nullopt;
 }
 
-/// Absolute, so that it holds for programs that run elsewhere; no closing slash.
+/// Absolute, so that it holds for programs that run elsewhere; no closing slash. A path that can't
+/// be made so (an empty one, a working directory that is gone) stays as it is.
 std::string absolutePath(const std::string& path) {
-  std::string absolute = std::filesystem::absolute(path).string();
+  std::error_code error;
+  std::string absolute = std::filesystem::absolute(path, error).string();
+  if (error) {
+    return path;
+  }
   while (absolute.size() > 1 && absolute.ends_with('/')) {
     absolute.pop_back();
   }
@@ -222,7 +227,7 @@ std::expected<AgentSettings, NoRequest> agentSettings(const Written& written,
       const std::string source =
           each.option ? each.optionName : std::string("--agent-root or ") + kAgentRootVariable;
       return std::unexpected(
-          badUsage("no such directory: " + *each.path + " (from " + source + ")", command));
+          badUsage("no such directory: \"" + *each.path + "\" (from " + source + ")", command));
     }
   }
   return settings;

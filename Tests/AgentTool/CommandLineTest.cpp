@@ -48,7 +48,7 @@ INSTANTIATE_TEST_SUITE_P(
         BadUsageCase{"RunNeedsTheDataDirectoryToo", forPatch({"run", "--base-dir", "/"}),
                      "or --data-dir DIR"},
         BadUsageCase{"NoSuchRoot", forPatch({"plan", "--agent-root", "/no/such"}),
-                     "no such directory: /no/such (from --agent-root or VEXLO_AGENT_ROOT)"},
+                     "no such directory: \"/no/such\" (from --agent-root or VEXLO_AGENT_ROOT)"},
         BadUsageCase{"UnknownMachine", forPatch({"plan", "--agent-root", "/", "--machine", "ppc"}),
                      "--machine"},
         BadUsageCase{"UnknownLevel", forPatch({"plan", "--agent-root", "/", "--log-level", "all"}),
