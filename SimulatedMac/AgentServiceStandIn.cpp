@@ -29,6 +29,14 @@ std::optional<std::string> held(const Scenario& scenario, std::string_view key) 
   return std::nullopt;
 }
 
+/// Tells `enter` that the service can be reached.
+void tellReady(int ready) {
+  if (write(ready, kReady.data(), kReady.size()) < 0) {
+    _exit(1);
+  }
+  close(ready);
+}
+
 [[noreturn]] void stay() {
   while (true) {
     pause();
@@ -47,7 +55,7 @@ std::optional<std::string> held(const Scenario& scenario, std::string_view key) 
       listen(listening, 8) != 0) {
     _exit(1);
   }
-  close(ready);
+  tellReady(ready);
   while (true) {
     const int peer = accept(listening, nullptr, nullptr);
     std::array<char, 4096> request{};
@@ -87,7 +95,7 @@ void serveAgent(const Scenario& scenario, int ready) {
         usleep(static_cast<useconds_t>(delay) * 1000);
         return held(scenario, key);
       });
-  close(ready);
+  tellReady(ready);
   stay();
 }
 

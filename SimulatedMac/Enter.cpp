@@ -1,11 +1,13 @@
 // Runs a command inside a simulated Mac: enter SCENARIO -- COMMAND…
 #include <fcntl.h>
 #include <grp.h>
+#include <poll.h>
 #include <pwd.h>
 #include <sched.h>
 #include <signal.h>  // NOLINT(modernize-deprecated-headers): POSIX, not only C
 #include <sys/prctl.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -40,6 +42,7 @@ namespace {
 /// Exit statuses of this program's own; every other one is the command's.
 constexpr int kBadUsage = 64;
 constexpr int kBadScenario = 65;
+constexpr int kDoesntStart = 70;
 constexpr int kCantEnter = 77;
 constexpr int kNotFound = 127;
 constexpr int kNotExecutable = 126;
@@ -50,8 +53,12 @@ constexpr std::string_view kUsage =
     "       enter [--set SECTION/KEY=VALUE]… --print SCENARIO\n"
     "       enter --list\n"
     "SCENARIO is the name of a file in SimulatedMac/scenarios, or a path with a \"/\" in it.\n"
-    "Exit status: the command's; 64 bad usage, 65 a scenario that can't be read, 77 when this\n"
-    "system lets no simulated Mac be made.\n";
+    "--records appends a line for each call of a tool to FILE. A new FILE can be written by all, "
+    "as\n"
+    "the Mac's users do; one that is there already is left as it is, and refused when they can't\n"
+    "write to it.\n"
+    "Exit status: the command's; 64 bad usage, 65 a scenario that can't be understood, 70 when\n"
+    "something in the Mac doesn't start, 77 when this system lets no simulated Mac be made.\n";
 
 struct Options {
   std::string scenario;
@@ -68,6 +75,11 @@ int say(const std::string& problem, int status) {
 }
 
 std::string sourceDirectory() { return SIMULATED_MAC_DIRECTORY; }
+
+/// The program behind all stand-ins, beside this one.
+std::string standInProgram() {
+  return fs::path(fs::read_symlink("/proc/self/exe")).parent_path() / "simulated-mac-tool";
+}
 
 std::expected<Scenario, std::string> readFile(const std::string& path) {
   std::ifstream file(path);
@@ -171,10 +183,10 @@ void setEnvironment(const Scenario& scenario) {
   setenv("VEXLO_AGENT_ROOT", kAgentRoot, 1);
 }
 
-/// Starts a child that does `work` with the writing end of a pipe, and waits until every copy of
-/// that end is closed.
+/// Starts a child that does `work` with the writing end of a pipe, and waits until it has written
+/// there that it is up. Throws `std::runtime_error` when it ends before; `what` it is.
 template <typename Work>
-void startAndWaitUntilReady(const Work& work) {
+pid_t startAndWaitUntilReady(const std::string& what, const Work& work) {
   std::array<int, 2> ready{};
   if (pipe2(ready.data(), O_CLOEXEC) != 0) {
     throw std::system_error(errno, std::generic_category(), "pipe");
@@ -190,14 +202,23 @@ void startAndWaitUntilReady(const Work& work) {
       dup2(null, STDIN_FILENO);
       dup2(null, STDOUT_FILENO);
     }
-    work(ready[1]);
-    _exit(kNotFound);
+    try {
+      work(ready[1]);
+    } catch (const std::exception& error) {
+      say(what + ": " + error.what(), 0);
+    }
+    _exit(kDoesntStart);
   }
   close(ready[1]);
-  char none = 0;
-  while (read(ready[0], &none, 1) < 0 && errno == EINTR) {
+  char answer = 0;
+  ssize_t size = 0;
+  while ((size = read(ready[0], &answer, 1)) < 0 && errno == EINTR) {
   }
   close(ready[0]);
+  if (size != 1) {
+    throw std::runtime_error(what + " doesn't start");
+  }
+  return child;
 }
 
 /// Changes to the user at the console, whose applications run; without one, or without a second
@@ -209,21 +230,76 @@ void becomeConsoleUser(const Scenario& scenario) {
   }
 }
 
-void startApplications(const Scenario& scenario) {
+/// An application that ends when a text has been printed.
+struct Quitter {
+  std::string text;
+  pid_t process = 0;
+};
+
+/// Starts all instances of all applications; those that are to quit are returned.
+std::vector<Quitter> startApplications(const Scenario& scenario) {
+  std::vector<Quitter> quitters;
   for (const std::string& section : applicationSections(scenario)) {
     const std::string executable = applicationExecutable(scenario, section);
-    const bool quits = scenario.value(section, "quits").has_value();
+    const auto quits = scenario.value(section, "quits");
     for (int count = std::atoi(scenario.valueOr(section, "instances", "1").c_str()); count > 0;
          --count) {
-      startAndWaitUntilReady([&](int ready) {
+      const pid_t process = startAndWaitUntilReady("[" + section + "]", [&](int ready) {
         dup2(ready, STDOUT_FILENO);
         becomeConsoleUser(scenario);
-        execl(executable.c_str(), executable.c_str(),
-              quits ? "--quit-when-settings-are-read" : nullptr, nullptr);
+        execl(executable.c_str(), executable.c_str(), nullptr);
+        throw std::system_error(errno, std::generic_category(), executable);
       });
+      if (quits) {
+        quitters.push_back({*quits, process});
+      }
     }
   }
+  return quitters;
 }
+
+/// The standard error of a command at whose words applications quit.
+class WatchedErrors {
+ public:
+  explicit WatchedErrors(std::vector<Quitter> quitters) : quitters_(std::move(quitters)) {
+    // A pipe that holds a single write: the command can be no more than one line ahead.
+    if (pipe2(pipe_.data(), O_CLOEXEC | O_DIRECT) != 0 ||
+        fcntl(pipe_[1], F_SETPIPE_SZ, kPacket) < 0) {
+      throw std::system_error(errno, std::generic_category(), "pipe");
+    }
+  }
+
+  /// For the command, before it takes over.
+  void useInChild() const { dup2(pipe_[1], STDERR_FILENO); }
+
+  /// Hands on what is printed until the command ends. Before the next line is taken, every
+  /// application that quits at this one has gone.
+  void handOn(pid_t command) {
+    close(pipe_[1]);
+    const int end = static_cast<int>(syscall(SYS_pidfd_open, command, 0));
+    std::array<pollfd, 2> events{pollfd{pipe_[0], POLLIN, 0}, pollfd{end, POLLIN, 0}};
+    std::string packet(kPacket, '\0');
+    while (poll(events.data(), events.size(), -1) >= 0) {
+      const ssize_t size =
+          (events[0].revents & POLLIN) != 0 ? read(pipe_[0], packet.data(), packet.size()) : 0;
+      if (size <= 0) {
+        break;  // nothing is left to read, and the command or the pipe is at its end
+      }
+      const std::string_view text(packet.data(), static_cast<std::size_t>(size));
+      std::cerr << text << std::flush;
+      std::erase_if(quitters_, [&](const Quitter& quitter) {
+        return text.contains(quitter.text) && kill(quitter.process, SIGKILL) == 0 &&
+               waitpid(quitter.process, nullptr, 0) >= 0;
+      });
+    }
+    close(end);
+  }
+
+ private:
+  static constexpr int kPacket = 4096;  // the smallest pipe: one page
+  std::vector<Quitter> quitters_;
+  std::array<int, 2> pipe_{};
+};
 
 /// Waits for the command's end and for that of every process that lost its parent. As process 1
 /// of its namespace this process takes all others with it when it ends.
@@ -241,30 +317,34 @@ int waitFor(pid_t command) {
 }
 
 /// Process 1 of the Mac: builds it, starts what runs in it, runs the command to its end.
-int liveAsFirstProcess(const Scenario& scenario, const Options& options) {
+int liveAsFirstProcess(const Scenario& scenario, const Options& options, bool mayWriteHost) {
+  std::optional<WatchedErrors> errors;
   try {
-    LayeredRoot root(scenario.valueOr("mac", "free disk", "64g"));
+    LayeredRoot root(scenario.valueOr("mac", "free disk", "64g"), mayWriteHost);
     if (options.records) {
       root.bind(*options.records, kRecordFile, false);
     } else {
       writeNewFile(root.place(kRecordFile), "", 0666);
     }
-    const std::string tool =
-        fs::path(fs::read_symlink("/proc/self/exe")).parent_path() / "simulated-mac-tool";
-    writeMacFiles(root, scenario, sourceDirectory() + "/root", tool);
+    writeMacFiles(root, scenario, sourceDirectory() + "/root", standInProgram());
     root.enter();
     setEnvironment(scenario);
     if (hasAgentService(scenario)) {
-      startAndWaitUntilReady([&](int ready) { serveAgent(scenario, ready); });
+      startAndWaitUntilReady("[agent service]", [&](int ready) { serveAgent(scenario, ready); });
     }
-    startApplications(scenario);
+    if (auto quitters = startApplications(scenario); !quitters.empty()) {
+      errors.emplace(std::move(quitters));
+    }
   } catch (const std::system_error& error) {
     return say(std::string("can't make a simulated Mac here: ") + error.what(), kCantEnter);
   } catch (const std::runtime_error& error) {
-    return say(error.what(), kBadScenario);
+    return say(error.what(), kDoesntStart);
   }
   const pid_t command = fork();
   if (command == 0) {
+    if (errors) {
+      errors->useInChild();
+    }
     std::vector<char*> arguments;
     arguments.reserve(options.command.size() + 1);
     for (const std::string& argument : options.command) {
@@ -276,7 +356,32 @@ int liveAsFirstProcess(const Scenario& scenario, const Options& options) {
     _exit(say(options.command[0] + ": " + std::strerror(reason),
               reason == ENOENT ? kNotFound : kNotExecutable));
   }
-  return command < 0 ? say(std::strerror(errno), kCantEnter) : waitFor(command);
+  if (command < 0) {
+    return say(std::string("can't make a simulated Mac here: fork: ") + std::strerror(errno),
+               kCantEnter);
+  }
+  if (errors) {
+    errors->handOn(command);
+  }
+  return waitFor(command);
+}
+
+/// Makes the file to which the Mac's users append as well; one that is there already is not
+/// changed.
+void prepareRecords(const std::string& path, bool hasUsers) {
+  struct stat facts{};
+  int file = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+  const bool isNew = file >= 0;
+  if (!isNew && errno == EEXIST) {
+    file = open(path.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC | O_NONBLOCK);
+  }
+  if (file < 0 || (isNew && fchmod(file, 0666) != 0) || fstat(file, &facts) != 0) {
+    throw std::system_error(errno, std::generic_category(), path);
+  }
+  close(file);
+  if (hasUsers && (facts.st_mode & S_IWOTH) == 0) {
+    throw std::runtime_error(path + ": expected a new file or one that all can write to");
+  }
 }
 
 pid_t firstProcess = 0;
@@ -285,19 +390,20 @@ pid_t firstProcess = 0;
 void endMac(int /*signal*/) { kill(firstProcess, SIGKILL); }
 
 int enterMac(const Scenario& scenario, const Options& options) {
+  if (access(standInProgram().c_str(), X_OK) != 0) {
+    return say(standInProgram() + ": " + std::strerror(errno), kDoesntStart);
+  }
+  const bool needsUserNamespace = options.userNamespace || geteuid() != 0;
   try {
     if (options.records) {
-      std::ofstream(*options.records, std::ios::app).flush();
-      // Programs that run as the Mac's users write to it as well.
-      if (chmod(options.records->c_str(), 0666) != 0) {
-        throw std::system_error(errno, std::generic_category(), *options.records);
-      }
+      prepareRecords(*options.records, !needsUserNamespace);
     }
   } catch (const std::exception& error) {
     return say(error.what(), kBadUsage);
   }
+  const bool mayWriteHost = geteuid() == 0;
   try {
-    makeNamespaces(options.userNamespace || geteuid() != 0);
+    makeNamespaces(needsUserNamespace);
   } catch (const std::system_error& error) {
     return say(std::string("can't make a simulated Mac here: ") + error.what(), kCantEnter);
   }
@@ -309,7 +415,7 @@ int enterMac(const Scenario& scenario, const Options& options) {
   if (firstProcess == 0) {
     umask(022);
     prctl(PR_SET_PDEATHSIG, SIGKILL);  // the Mac goes when its owner is killed
-    _exit(liveAsFirstProcess(scenario, options));
+    _exit(liveAsFirstProcess(scenario, options, mayWriteHost));
   }
   struct sigaction action{};
   action.sa_handler = endMac;

@@ -39,17 +39,6 @@ void bindMount(const std::string& source, const std::string& target) {
   mountOrFail(source, target, nullptr, MS_BIND | MS_REC);
 }
 
-/// Makes a mount and all below it read-only. Kernels before 5.12 can't; there the host's files
-/// are protected by their permissions alone.
-void makeTreeReadOnly(const std::string& path) {
-  mount_attr attributes{};
-  attributes.attr_set = MOUNT_ATTR_RDONLY;
-  if (mount_setattr(AT_FDCWD, path.c_str(), AT_RECURSIVE, &attributes, sizeof attributes) != 0 &&
-      errno != ENOSYS) {
-    fail("make " + path + " read-only");
-  }
-}
-
 /// The host's mount points below `directory`, without those that lie in another of them.
 std::vector<std::string> mountPointsBelow(const std::string& directory) {
   std::ifstream table("/proc/self/mountinfo");
@@ -88,7 +77,8 @@ void writeNewFile(const std::string& path, std::string_view content, unsigned mo
   }
 }
 
-LayeredRoot::LayeredRoot(const std::string& bytes) {
+LayeredRoot::LayeredRoot(const std::string& bytes, bool mayWriteHost)
+    : mayWriteHost_(mayWriteHost) {
   mountOrFail("none", "/", nullptr, MS_REC | MS_PRIVATE);
   // /sys exists everywhere and nobody keeps files there: hiding it hides nothing that is wanted.
   hostSys_ = open("/sys", O_PATH | O_DIRECTORY | O_CLOEXEC);
@@ -144,6 +134,17 @@ void LayeredRoot::makeReadOnly(const std::string& macPath) const {
   const std::string path = root_ + macPath;
   bindMount(path, path);
   makeTreeReadOnly(path);
+}
+
+void LayeredRoot::makeTreeReadOnly(const std::string& path) const {
+  mount_attr attributes{};
+  attributes.attr_set = MOUNT_ATTR_RDONLY;
+  const bool done =
+      mount_setattr(AT_FDCWD, path.c_str(), AT_RECURSIVE, &attributes, sizeof attributes) == 0;
+  // Where the kernel can't, the permissions of the host's files protect them from all but root.
+  if (!done && (errno != ENOSYS || mayWriteHost_)) {
+    fail("make " + path + " read-only");
+  }
 }
 
 void LayeredRoot::bindHostDirectories() const {

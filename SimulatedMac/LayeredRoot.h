@@ -13,7 +13,9 @@ namespace simulated_mac {
 class LayeredRoot {
  public:
   /// Detaches the namespace's mounts from the host's and mounts the tmpfs, `bytes` in size.
-  explicit LayeredRoot(const std::string& bytes);
+  /// `mayWriteHost` says that the caller is a user whom the permissions of the host's files don't
+  /// stop: then a kernel that can't make mounts read-only (before 5.12) is an error.
+  LayeredRoot(const std::string& bytes, bool mayWriteHost);
 
   /// Where the new root lies as long as `enter` was not called.
   [[nodiscard]] const std::string& path() const noexcept { return root_; }
@@ -34,11 +36,13 @@ class LayeredRoot {
   void enter();
 
  private:
+  void makeTreeReadOnly(const std::string& path) const;
   void bindHostDirectories() const;
   void mountOverlays() const;
   void makeDevices() const;
   void makeSys() const;
 
+  bool mayWriteHost_;
   int hostSys_ = -1;
   std::string root_;
   std::string above_;               ///< What lies over the host's directories.

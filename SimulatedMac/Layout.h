@@ -1,5 +1,6 @@
 // Where things lie inside the simulated Mac.
 #pragma once
+#include <string_view>
 
 namespace simulated_mac {
 
@@ -27,5 +28,8 @@ inline constexpr const char* kToolProgram = "/.simulated-mac/tool";
 /// the only trace where a user namespace has no second user to change to.
 inline constexpr const char* kUserVariable = "SIMULATED_MAC_USER";
 inline constexpr const char* kSessionVariable = "SIMULATED_MAC_SESSION";
+
+/// What an application or the agent's service writes to the pipe on which `enter` waits for it.
+inline constexpr std::string_view kReady = "+";
 
 }  // namespace simulated_mac

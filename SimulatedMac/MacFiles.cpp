@@ -11,7 +11,6 @@
 #include <ctime>
 #include <filesystem>
 #include <optional>
-#include <stdexcept>
 #include <string_view>
 #include <vector>
 
@@ -23,12 +22,7 @@ namespace {
 
 constexpr std::string_view kApplicationPrefix = "application ";
 constexpr std::string_view kPromptDataPrefix = "prompt data ";
-
-[[noreturn]] void misunderstood(std::string_view section, std::string_view key,
-                                std::string_view expected, std::string_view found) {
-  throw std::runtime_error("[" + std::string(section) + "] " + std::string(key) + ": expected " +
-                           std::string(expected) + ", found \"" + std::string(found) + "\"");
-}
+constexpr const char* kLinkedFile = "/private/tmp/linked.plist";
 
 bool isInteger(std::string_view text) {
   long long number = 0;
@@ -112,9 +106,6 @@ std::vector<Account> accounts(const Scenario& scenario) {
   std::vector<Account> found;
   for (const std::string& value : scenario.values("users", "account")) {
     const std::vector<std::string> fields = words(value);
-    if (fields.size() != 2 || !isInteger(fields[1])) {
-      misunderstood("users", "account", "a name and a number", value);
-    }
     found.push_back({fields[0], static_cast<uid_t>(std::stoul(fields[1]))});
   }
   return found;
@@ -206,11 +197,8 @@ class Writer {
       write(agent + "/data/ApplicationRunningPromptCustomization.plist", plistFile(*customization));
     }
     writePromptData(agent + "/data/ApplicationRunningPromptData.plist");
-    const std::string data = scenario_.valueOr("agent", "data directory", "writable");
-    if (data == "read-only") {
+    if (scenario_.value("agent", "data directory") == "read-only") {
       root_.makeReadOnly(agent + "/data");
-    } else if (data != "writable") {
-      misunderstood("agent", "data directory", "writable or read-only", data);
     }
   }
 
@@ -253,23 +241,15 @@ class Writer {
   /// "mains online", "mains offline", "battery discharging 45/90".
   void writePowerSource(const std::string& source, int number) {
     const std::vector<std::string> fields = words(source);
-    const std::string name =
-        (fields.empty() || fields[0] == "mains" ? "Mains-" : "InternalBattery-") +
-        std::to_string(number);
+    const bool isMains = fields[0] == "mains";
+    const std::string name = (isMains ? "Mains-" : "InternalBattery-") + std::to_string(number);
     const auto fact = [&](const std::string& attribute, const std::string& content) {
       write("/sys/class/power_supply/" + name + "/" + attribute, content + "\n");
     };
-    if (fields.size() == 2 && fields[0] == "mains" &&
-        (fields[1] == "online" || fields[1] == "offline")) {
+    if (isMains) {
       fact("type", "Mains");
       fact("online", fields[1] == "online" ? "1" : "0");
       return;
-    }
-    if (fields.size() < 2 || fields.size() > 3 || fields[0] != "battery") {
-      misunderstood("power", "source",
-                    "none, mains online|offline, or battery "
-                    "discharging|charging|full|unknown [CHARGE/FULL CHARGE]",
-                    source);
     }
     std::string status = fields[1];
     status[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(status[0])));
@@ -278,9 +258,6 @@ class Writer {
     fact("status", status);
     if (fields.size() == 3) {
       const std::size_t slash = fields[2].find('/');
-      if (slash == std::string::npos) {
-        misunderstood("power", "source", "CHARGE/FULL CHARGE, for example 45/100", fields[2]);
-      }
       fact("charge_now", fields[2].substr(0, slash));
       fact("charge_full", fields[2].substr(slash + 1));
     }
@@ -319,6 +296,14 @@ class Writer {
   }
 
   void writePromptData(const std::string& path) {
+    if (const auto given = scenario_.value("agent", "prompt data")) {
+      const bool isLink = *given == "a link";
+      write(isLink ? kLinkedFile : path, isLink ? "not the agent's\n" : *given);
+      if (isLink) {
+        fs::create_symlink(kLinkedFile, root_.place(path));
+      }
+      return;
+    }
     std::string records;
     for (const Section& section : scenario_.sections()) {
       if (!section.name.starts_with(kPromptDataPrefix)) {

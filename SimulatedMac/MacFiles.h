@@ -8,8 +8,8 @@
 namespace simulated_mac {
 
 /// Puts everything that `scenario` says into `root`. `mac` is the directory whose contents are
-/// every Mac's, `tool` the stand-in program, both of the host. Throws `std::runtime_error` for a
-/// setting that can't be understood, `std::system_error` for a file that can't be made.
+/// every Mac's, `tool` the stand-in program, both of the host. Throws `std::system_error` for a
+/// file that can't be made.
 void writeMacFiles(LayeredRoot& root, const Scenario& scenario, const std::string& mac,
                    const std::string& tool);
 

@@ -4,56 +4,134 @@
 #include <array>
 #include <charconv>
 #include <cmath>
-#include <initializer_list>
-#include <span>
+#include <iterator>
+#include <ranges>
 #include <system_error>
 #include <utility>
 
 namespace simulated_mac {
 namespace {
 
-/// What a section may hold. A name that ends in "*" stands for every name that begins like it.
-struct SectionKind {
+/// A key that a section may hold and how its value is written. A section's name that ends in "*"
+/// stands for every name that begins like it, the key "*" for any.
+struct Key {
+  std::string_view section;
   std::string_view name;
-  std::span<const std::string_view> keys;  ///< Empty: any key.
-  bool replacedAsAWhole = false;           ///< Steps in an order, not settings of their own.
+  /// Alternatives between "|". Words in capitals are forms (see kForms), optional ones are between
+  /// square brackets; all others stand for themselves.
+  std::string_view value;
 };
 
-constexpr std::array<std::string_view, 5> kMacKeys{"version", "machine", "free disk", "language",
-                                                   "time zone"};
-constexpr std::array<std::string_view, 1> kPowerKeys{"source"};
-constexpr std::array<std::string_view, 3> kUserKeys{"account", "console", "logged on"};
-constexpr std::array<std::string_view, 1> kMDMKeys{"enrollment"};
-constexpr std::array<std::string_view, 5> kUpdateKeys{"label", "version", "build", "deferred until",
-                                                      "product key"};
-constexpr std::array<std::string_view, 2> kAgentKeys{"data directory", "action file"};
-constexpr std::array<std::string_view, 3> kServiceKeys{"state", "delay", "value"};
-constexpr std::array<std::string_view, 4> kApplicationKeys{"name", "bundle", "instances", "quits"};
-constexpr std::array<std::string_view, 4> kPromptKeys{"user", "after", "writes", "exits"};
-constexpr std::array<std::string_view, 7> kToolKeys{"stdout",       "stderr", "takes", "megabytes",
-                                                    "leaves child", "exits",  "input"};
+constexpr std::array kKeys{
+    Key{"mac", "version", "VERSION | unreadable"},
+    Key{"mac", "machine", "apple-silicon | intel"},
+    Key{"mac", "free disk", "SIZE"},
+    Key{"mac", "language", "TEXT"},
+    Key{"mac", "time zone", "TEXT"},
+    Key{"power", "source", "none | mains online | mains offline | battery STATE [CHARGE/FULL]"},
+    Key{"users", "account", "NAME UID"},
+    Key{"users", "console", "NAME"},
+    Key{"users", "logged on", "TEXT"},
+    Key{"mdm", "enrollment", "none | user-approved | dep"},
+    Key{"update", "label", "TEXT"},
+    Key{"update", "version", "TEXT"},
+    Key{"update", "build", "TEXT"},
+    Key{"update", "deferred until", "TEXT"},
+    Key{"update", "product key", "TEXT"},
+    Key{"agent", "data directory", "writable | read-only"},
+    Key{"agent", "action file", "TEXT"},
+    Key{"agent", "prompt data", "TEXT"},
+    Key{"agent service", "state", "answers | absent | silent | silent on NAME | garbage | dies"},
+    Key{"agent service", "delay", "DURATION"},
+    Key{"agent service", "value", "TEXT"},
+    Key{"actions", "*", "TEXT"},
+    Key{"patch data", "*", "TEXT"},
+    Key{"customization", "*", "TEXT"},
+    Key{"prompt data *", "*", "TEXT"},
+    Key{"prompt", "user", "agrees | postpones | quits | ignores | crashes"},
+    Key{"prompt", "after", "DURATION"},
+    Key{"prompt", "writes", "TEXT"},
+    Key{"prompt", "exits", "STATUS | signal SIGNAL | never"},
+    Key{"application *", "name", "TEXT"},
+    Key{"application *", "bundle", "FILE"},
+    Key{"application *", "instances", "COUNT"},
+    Key{"application *", "quits", "TEXT"},
+};
 
-constexpr std::array kSectionKinds{
-    SectionKind{.name = "mac", .keys = kMacKeys},
-    SectionKind{.name = "power", .keys = kPowerKeys},
-    SectionKind{.name = "users", .keys = kUserKeys},
-    SectionKind{.name = "mdm", .keys = kMDMKeys},
-    SectionKind{.name = "update", .keys = kUpdateKeys},
-    SectionKind{.name = "agent", .keys = kAgentKeys},
-    SectionKind{.name = "agent service", .keys = kServiceKeys},
-    SectionKind{.name = "actions", .keys = {}},
-    SectionKind{.name = "patch data", .keys = {}},
-    SectionKind{.name = "customization", .keys = {}},
-    SectionKind{.name = "prompt data *", .keys = {}},
-    SectionKind{.name = "prompt", .keys = kPromptKeys},
-    SectionKind{.name = "application *", .keys = kApplicationKeys},
-    SectionKind{.name = "softwareupdate --list*", .keys = kToolKeys, .replacedAsAWhole = true},
-    SectionKind{.name = "softwareupdate --download*", .keys = kToolKeys, .replacedAsAWhole = true},
-    SectionKind{.name = "softwareupdate --install*", .keys = kToolKeys, .replacedAsAWhole = true},
-    SectionKind{.name = "mdmclient*", .keys = kToolKeys, .replacedAsAWhole = true},
-    SectionKind{.name = "profiles*", .keys = kToolKeys, .replacedAsAWhole = true},
-    SectionKind{.name = "startosinstall*", .keys = kToolKeys, .replacedAsAWhole = true},
-    SectionKind{.name = "open*", .keys = kToolKeys, .replacedAsAWhole = true},
+/// Sections for what a tool does: steps in an order, replaced as a whole, with the keys below.
+constexpr std::array<std::string_view, 7> kTools{"softwareupdate --list*",
+                                                 "softwareupdate --download*",
+                                                 "softwareupdate --install*",
+                                                 "mdmclient*",
+                                                 "profiles*",
+                                                 "startosinstall*",
+                                                 "open*"};
+constexpr std::array kSteps{
+    Key{"", "stdout", "TEXT"},
+    Key{"", "stderr", "TEXT"},
+    Key{"", "takes", "DURATION"},
+    Key{"", "megabytes", "COUNT"},
+    Key{"", "leaves child", "yes | no"},
+    Key{"", "input", "unread | closed"},
+    Key{"", "exits", "STATUS | signal SIGNAL | never"},
+};
+
+bool isNumber(std::string_view text, unsigned least, unsigned most) {
+  unsigned number = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  return error == std::errc{} && end == text.data() + text.size() && number >= least &&
+         number <= most;
+}
+
+bool isVersion(std::string_view text) {
+  return std::ranges::all_of(std::views::split(text, '.'), [](const auto& piece) {
+    return isNumber(std::string_view(piece), 0, 999'999);
+  });
+}
+
+bool isCharge(std::string_view text) {
+  const std::size_t slash = text.find('/');
+  return slash != std::string_view::npos && isNumber(text.substr(0, slash), 0, 1'000'000'000) &&
+         isNumber(text.substr(slash + 1), 0, 1'000'000'000);
+}
+
+bool isState(std::string_view text) {
+  constexpr std::array<std::string_view, 4> kStates{"discharging", "charging", "full", "unknown"};
+  return std::ranges::find(kStates, text) != kStates.end();
+}
+
+bool isSize(std::string_view text) {
+  const bool hasUnit = !text.empty() && std::string_view("kmg").contains(text.back());
+  return isNumber(text.substr(0, text.size() - (hasUnit ? 1 : 0)), 1, 1'000'000'000);
+}
+
+/// A word in capitals of the tables above. An alternative that is nothing else gets the whole
+/// value.
+struct Form {
+  std::string_view name;
+  bool (*accepts)(std::string_view value);
+  std::string_view meaning;
+};
+
+constexpr std::array kForms{
+    Form{"TEXT", [](std::string_view) { return true; }, "any text"},
+    Form{"NAME", [](std::string_view value) { return words(value).size() == 1; }, "one word"},
+    Form{"FILE", [](std::string_view value) { return !value.empty() && !value.contains('/'); },
+         "a name without slashes"},
+    Form{"VERSION", isVersion, "numbers between full stops"},
+    Form{"SIZE", isSize, "a number with k, m or g"},
+    Form{"STATE", isState, "discharging, charging, full or unknown"},
+    Form{"CHARGE/FULL", isCharge, "two numbers such as 45/90"},
+    Form{"UID", [](std::string_view value) { return isNumber(value, 0, 2'000'000'000); },
+         "a user's number"},
+    Form{"COUNT", [](std::string_view value) { return isNumber(value, 0, 10'000); },
+         "a number up to 10000"},
+    Form{"STATUS", [](std::string_view value) { return isNumber(value, 0, 255); },
+         "a number up to 255"},
+    Form{"SIGNAL", [](std::string_view value) { return isNumber(value, 1, 64); },
+         "a number up to 64"},
+    Form{"DURATION", [](std::string_view value) { return milliseconds(value).has_value(); },
+         "a time such as 1.5 s or 300 ms"},
 };
 
 std::string_view trimmed(std::string_view text) {
@@ -65,17 +143,28 @@ std::string_view trimmed(std::string_view text) {
   return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
 }
 
-const SectionKind* kindOf(std::string_view section) {
-  const auto* kind = std::ranges::find_if(kSectionKinds, [&](const SectionKind& candidate) {
-    return candidate.name.ends_with('*')
-               ? section.starts_with(candidate.name.substr(0, candidate.name.size() - 1))
-               : section == candidate.name;
-  });
-  return kind == kSectionKinds.end() ? nullptr : kind;
+bool fits(std::string_view name, std::string_view pattern) {
+  return pattern.ends_with('*') ? name.starts_with(pattern.substr(0, pattern.size() - 1))
+                                : name == pattern;
 }
 
-template <typename Names>
-std::string listed(const Names& names) {
+bool isOfATool(std::string_view section) {
+  return std::ranges::any_of(kTools, [&](std::string_view tool) { return fits(section, tool); });
+}
+
+/// The keys that the section may hold; none for a section that no scenario knows.
+std::vector<Key> keysOf(std::string_view section) {
+  std::vector<Key> keys;
+  if (isOfATool(section)) {
+    keys.assign(kSteps.begin(), kSteps.end());
+  } else {
+    std::ranges::copy_if(kKeys, std::back_inserter(keys),
+                         [&](const Key& key) { return fits(section, key.section); });
+  }
+  return keys;
+}
+
+std::string listed(const std::vector<std::string_view>& names) {
   std::string list;
   for (const std::string_view name : names) {
     list.append(list.empty() ? "" : ", ").append(name);
@@ -83,26 +172,80 @@ std::string listed(const Names& names) {
   return list;
 }
 
-/// The error of a name that no scenario knows; empty when it is known.
+/// The error of a section that no scenario knows; empty when it is known.
 std::string problemOfSection(std::string_view section) {
-  if (kindOf(section) != nullptr) {
+  if (!keysOf(section).empty()) {
     return {};
   }
   std::vector<std::string_view> names;
-  names.reserve(kSectionKinds.size());
-  for (const SectionKind& kind : kSectionKinds) {
-    names.push_back(kind.name);
-  }
+  std::ranges::transform(kKeys, std::back_inserter(names), &Key::section);
+  names.erase(std::ranges::unique(names).begin(), names.end());
+  names.insert(names.end(), kTools.begin(), kTools.end());
   return "expected one of the sections " + listed(names) + ", found [" + std::string(section) + "]";
 }
 
-std::string problemOfKey(std::string_view section, std::string_view key) {
-  const SectionKind* const kind = kindOf(section);
-  if (kind->keys.empty() || std::ranges::find(kind->keys, key) != kind->keys.end()) {
-    return {};
+const Form* formNamed(std::string_view name) {
+  const auto* const form = std::ranges::find(kForms, name, &Form::name);
+  return form == kForms.end() ? nullptr : form;
+}
+
+/// Whether the words are written as one alternative of a key's value says.
+bool follows(std::string_view value, std::string_view alternative) {
+  if (const Form* const form = formNamed(alternative)) {
+    return form->accepts(value);
   }
-  return "expected one of the keys " + listed(kind->keys) + " in [" + std::string(section) +
-         "], found \"" + std::string(key) + "\"";
+  std::vector<std::string> found = words(value);
+  auto word = found.begin();
+  for (std::string_view wanted : words(alternative)) {
+    const bool isOptional = wanted.starts_with('[');
+    if (isOptional) {
+      wanted = wanted.substr(1, wanted.size() - 2);
+    }
+    if (word == found.end()) {
+      return isOptional;
+    }
+    const Form* const form = formNamed(wanted);
+    if (form != nullptr ? !form->accepts(*word) : *word != wanted) {
+      return false;
+    }
+    ++word;
+  }
+  return word == found.end();
+}
+
+/// The error of a key that the section doesn't have; empty when it has it.
+std::string problemOfKey(std::string_view section, std::string_view name) {
+  std::vector<std::string_view> names;
+  for (const Key& key : keysOf(section)) {
+    if (fits(name, key.name)) {
+      return {};
+    }
+    names.push_back(key.name);
+  }
+  return "expected one of the keys " + listed(names) + " in [" + std::string(section) +
+         "], found \"" + std::string(name) + "\"";
+}
+
+/// The error of a setting whose value isn't written as its key wants it; empty when it is.
+std::string problemOfValue(std::string_view section, const Setting& setting) {
+  const std::vector<Key> keys = keysOf(section);
+  const Key& key = *std::ranges::find_if(
+      keys, [&](const Key& candidate) { return fits(setting.key, candidate.name); });
+  std::string meanings;
+  for (const auto& piece : std::views::split(key.value, '|')) {
+    const std::string_view alternative = trimmed(std::string_view(piece));
+    if (follows(setting.value, alternative)) {
+      return {};
+    }
+    for (const Form& form : kForms) {
+      if (alternative.contains(form.name)) {
+        meanings.append("; ").append(form.name).append(" is ").append(form.meaning);
+      }
+    }
+  }
+  return "expected " + std::string(key.value) + " for " + setting.key + " in [" +
+         std::string(section) + "], found \"" + setting.value.substr(0, setting.value.find('\n')) +
+         "\"" + meanings;
 }
 
 }  // namespace
@@ -113,8 +256,17 @@ std::expected<Scenario, std::string> Scenario::parse(std::string_view text,
   Section* section = nullptr;
   Setting* setting = nullptr;
   int number = 0;
-  const auto problem = [&](const std::string& what) {
-    return std::unexpected(file + ", line " + std::to_string(number) + ": " + what);
+  const auto problem = [&](const std::string& what, int line) {
+    return std::unexpected(file + ", line " + std::to_string(line) + ": " + what);
+  };
+  int settingsLine = 0;
+  std::string valuesProblem;
+  const auto finishSetting = [&] {  // its text has come to an end
+    if (setting != nullptr) {
+      valuesProblem = problemOfValue(section->name, *setting);
+      setting = nullptr;
+    }
+    return valuesProblem.empty();
   };
   while (!text.empty()) {
     const std::size_t end = std::min(text.find('\n'), text.size());
@@ -124,7 +276,7 @@ std::expected<Scenario, std::string> Scenario::parse(std::string_view text,
     ++number;
     if (line.starts_with('|')) {
       if (setting == nullptr) {
-        return problem("expected a key before the first line of its text");
+        return problem("expected a key before the first line of its text", number);
       }
       std::string_view rest = whole.substr(whole.find('|') + 1);  // kept to its last blank
       rest.remove_prefix(rest.starts_with(' ') ? 1 : 0);
@@ -137,28 +289,35 @@ std::expected<Scenario, std::string> Scenario::parse(std::string_view text,
     if (line.empty() || line.starts_with('#')) {
       continue;
     }
+    if (!finishSetting()) {
+      break;
+    }
     if (line.starts_with('[')) {
       const std::string_view name = trimmed(line.substr(1, line.find(']') - 1));
       if (!line.ends_with(']')) {
-        return problem("expected \"]\" at the end of the section's name");
+        return problem("expected \"]\" at the end of the section's name", number);
       }
       if (const std::string what = problemOfSection(name); !what.empty()) {
-        return problem(what);
+        return problem(what, number);
       }
       section = &scenario.sectionToFill(name);
-      setting = nullptr;
       continue;
     }
     const std::size_t equals = line.find('=');
     if (section == nullptr || equals == std::string_view::npos) {
-      return problem("expected [section] or key = value, found \"" + std::string(line) + "\"");
+      return problem("expected [section] or key = value, found \"" + std::string(line) + "\"",
+                     number);
     }
     const std::string_view key = trimmed(line.substr(0, equals));
     if (const std::string what = problemOfKey(section->name, key); !what.empty()) {
-      return problem(what);
+      return problem(what, number);
     }
     setting = &section->settings.emplace_back(
         Setting{.key = std::string(key), .value = std::string(trimmed(line.substr(equals + 1)))});
+    settingsLine = number;
+  }
+  if (!finishSetting()) {
+    return problem(valuesProblem, settingsLine);
   }
   return scenario;
 }
@@ -175,18 +334,21 @@ std::expected<void, std::string> Scenario::add(std::string_view text) {
   if (what.empty()) {
     what = problemOfKey(name, key);
   }
+  Setting setting{.key = std::string(key), .value = std::string(text.substr(equals + 1))};
+  if (what.empty()) {
+    what = problemOfValue(name, setting);
+  }
   if (!what.empty()) {
     return std::unexpected(std::move(what));
   }
-  sectionToFill(name).settings.push_back(
-      {.key = std::string(key), .value = std::string(text.substr(equals + 1))});
+  sectionToFill(name).settings.push_back(std::move(setting));
   return {};
 }
 
 void Scenario::overlay(const Scenario& other) {
   for (const Section& above : other.sections_) {
     Section& below = sectionToFill(above.name);
-    if (kindOf(above.name)->replacedAsAWhole) {
+    if (isOfATool(above.name)) {
       below.settings = above.settings;
       continue;
     }

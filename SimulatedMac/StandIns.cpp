@@ -4,7 +4,6 @@
 #include <pwd.h>
 #include <signal.h>  // NOLINT(modernize-deprecated-headers): POSIX, not only C
 #include <sys/file.h>
-#include <sys/inotify.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -446,18 +445,10 @@ class Tool {
     }
   }
 
-  /// Any other name: an application that runs until it is killed, or quits on its own. It says
-  /// that it is up by closing its standard output.
+  /// Any other name: an application that runs until it is killed. It says that it is up.
   [[noreturn]] void application() {
-    const int watch = inotify_init1(IN_CLOEXEC);
-    const bool quits = has(arguments_, "--quit-when-settings-are-read") &&
-                       inotify_add_watch(watch, kPatchDataFile, IN_OPEN) >= 0;
+    print(STDOUT_FILENO, kReady);
     close(STDOUT_FILENO);
-    if (quits) {
-      std::array<char, 4096> event{};
-      [[maybe_unused]] const ssize_t ignored = read(watch, event.data(), event.size());
-      _exit(0);
-    }
     stay();
   }
 
