@@ -1,20 +1,20 @@
 #include "Platform/RunningApplications.h"
 
-#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <linux/sched.h>
-#include <poll.h>
-#include <sched.h>
 #include <signal.h>  // NOLINT(modernize-deprecated-headers): POSIX, not only C
 #include <spawn.h>
+#include <sys/socket.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
 #include <filesystem>
-#include <thread>
+#include <string>
+#include <vector>
 
+#include "Platform/Descriptor.h"
 #include "Tests/Fakes/TemporaryDirectory.h"
 
 namespace platform {
@@ -32,75 +32,51 @@ constexpr const char* kScriptBody = "\necho ready\nread line\n";
 class Launched {
  public:
   Launched(const std::string& directory, const std::vector<std::string>& command) {
-    std::array<int, 2> input{};
-    std::array<int, 2> output{};
-    EXPECT_EQ(::pipe2(input.data(), O_CLOEXEC) + ::pipe2(output.data(), O_CLOEXEC), 0);
+    std::array<int, 2> ends{};
+    EXPECT_EQ(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()), 0);
     std::vector<char*> arguments;
-    arguments.reserve(command.size() + 1);
     for (const std::string& argument : command) {
       arguments.push_back(const_cast<char*>(argument.c_str()));
     }
     arguments.push_back(nullptr);
     posix_spawn_file_actions_t actions;
     ::posix_spawn_file_actions_init(&actions);
-    ::posix_spawn_file_actions_adddup2(&actions, input[0], STDIN_FILENO);
-    ::posix_spawn_file_actions_adddup2(&actions, output[1], STDOUT_FILENO);
+    ::posix_spawn_file_actions_adddup2(&actions, ends[1], STDIN_FILENO);
+    ::posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
     ::posix_spawn_file_actions_addchdir_np(&actions, directory.c_str());
-    EXPECT_EQ(
-        ::posix_spawn(&pid_, command[0].c_str(), &actions, nullptr, arguments.data(), environ), 0);
+    EXPECT_EQ(::posix_spawn(&pid_, arguments[0], &actions, nullptr, arguments.data(), environ), 0);
     ::posix_spawn_file_actions_destroy(&actions);
-    ::close(input[0]);
-    ::close(output[1]);
-    input_ = input[1];
-    output_ = output[0];
+    ::close(ends[1]);
+    end_ = Descriptor(ends[0]);
   }
-  ~Launched() {
-    ::kill(pid_, SIGKILL);
-    reap();
-    ::close(input_);
-    ::close(output_);
-  }
+  ~Launched() { end(); }
   Launched(const Launched&) = delete;
   Launched& operator=(const Launched&) = delete;
 
   [[nodiscard]] pid_t pid() const { return pid_; }
   /// Waits until the program has written something.
   void waitUntilReady() const {
-    std::array<char, 16> bytes{};
-    EXPECT_GT(::read(output_, bytes.data(), bytes.size()), 0);
+    char byte = 0;
+    EXPECT_GT(::read(end_.get(), &byte, 1), 0);
   }
-  /// Ends it, but leaves it to its parent to be reaped.
   void end() const {
     ::kill(pid_, SIGKILL);
-    siginfo_t information{};
-    ::waitid(P_PID, static_cast<id_t>(pid_), &information, WEXITED | WNOWAIT);
-  }
-  void reap() {
-    if (!reaped_) {
-      reaped_ = ::waitpid(pid_, nullptr, 0) == pid_;
-    }
+    ::waitpid(pid_, nullptr, 0);
   }
 
  private:
   pid_t pid_ = 0;
-  int input_ = -1;
-  int output_ = -1;
-  bool reaped_ = false;
+  Descriptor end_;
 };
-
-std::string informationText(const std::string& entries) {
-  return "<?xml version=\"1.0\" encoding=\"UTF-8\"?><plist version=\"1.0\"><dict>"
-         "<key>CFBundleIdentifier</key><string>" +
-         kIdentifier + "</string>" + entries + "</dict></plist>";
-}
 
 class RunningApplicationsTest : public ::testing::Test {
  protected:
   /// A bundle with the identifier; returns the folder of its programs.
-  // NOLINTNEXTLINE(modernize-use-nodiscard)
-  std::string makeBundle(const std::string& name = "Editor.app",
-                         const std::string& entries = "") const {
-    folder.write(name + "/Contents/Info.plist", informationText(entries));
+  [[nodiscard]] std::string makeBundle(const std::string& name = "Editor.app",
+                                       const std::string& entries = "") const {
+    folder.write(name + "/Contents/Info.plist",
+                 "<plist><dict><key>CFBundleIdentifier</key><string>" + kIdentifier + "</string>" +
+                     entries + "</dict></plist>");
     const std::string programs = folder.file(name + "/Contents/MacOS");
     std::filesystem::create_directories(programs);
     return programs;
@@ -125,28 +101,17 @@ class RunningApplicationsTest : public ::testing::Test {
 };
 
 TEST_F(RunningApplicationsTest, EveryInstanceIsFoundWithItsNameAndPath) {
-  const std::string program = addProgram(makeBundle());
-  EXPECT_THAT(found(), IsEmpty());
+  const std::string name = "<key>CFBundleName</key><string>Short</string>";
+  const std::string displayName = "<key>CFBundleDisplayName</key><string>Shown</string>";
+  const std::string program = addProgram(makeBundle("One.app", name + displayName));
   const Launched first("/", {program});
   const Launched second("/", {program});
   EXPECT_THAT(found(), UnorderedElementsAre(first.pid(), second.pid()));
   for (const auto& application : runningApplications(kIdentifier)) {
-    EXPECT_EQ(application->localizedName(), "Editor");
+    EXPECT_EQ(application->localizedName(), "Shown");
     EXPECT_EQ(application->executablePath(), program);
   }
   EXPECT_THAT(runningApplications(kIdentifier + "0"), IsEmpty());
-  EXPECT_THAT(runningApplications("C" + kIdentifier.substr(1)), IsEmpty());
-}
-
-TEST_F(RunningApplicationsTest, TheDisplayNameGoesBeforeTheBundleName) {
-  const std::string name = "<key>CFBundleName</key><string>Short</string>";
-  const std::string displayName = "<key>CFBundleDisplayName</key><string>Shown</string>";
-  const Launched one("/", {addProgram(makeBundle("One.app", name))});
-  const Launched two("/", {addProgram(makeBundle("Two.app", name + displayName))});
-  const auto applications = runningApplications(kIdentifier);
-  ASSERT_EQ(applications.size(), 2U);
-  EXPECT_THAT((std::vector{applications[0]->localizedName(), applications[1]->localizedName()}),
-              UnorderedElementsAre("Short", "Shown"));
 }
 
 TEST_F(RunningApplicationsTest, AScriptIsFoundHoweverItWasStarted) {
@@ -168,19 +133,14 @@ TEST_F(RunningApplicationsTest, AScriptIsFoundHoweverItWasStarted) {
 TEST_F(RunningApplicationsTest, OtherProcessesAreNoApplications) {
   const std::string programs = makeBundle();
   const std::string script = addScript("Editor.app/Contents/MacOS/run", "#!/bin/sh");
-  const std::string outside = addProgram(folder.path());
-  makeBundle("Editor");  // without the extension
-  makeBundle("Damaged.app");
+  const std::string damaged = makeBundle("Damaged.app");
   folder.write("Damaged.app/Contents/Info.plist", "<plist><dict><key>");
-  std::filesystem::create_directories(folder.file("Bare.app/Contents/MacOS"));
-  const std::array<Launched, 7> others = {{
+  const std::array<Launched, 5> others = {{
       {"/", {"/usr/bin/tail", "-f", script}},
       {"/", {"/bin/sh", "-c", "read line; " + script}},
-      {"/", {outside}},
-      {programs, {outside}},
-      {"/", {addProgram(folder.file("Editor/Contents/MacOS"))}},
-      {"/", {addProgram(folder.file("Damaged.app/Contents/MacOS"))}},
-      {"/", {addProgram(folder.file("Bare.app/Contents/MacOS"))}},
+      {programs, {addProgram(folder.path())}},
+      {"/", {addProgram(makeBundle("Editor"))}},  // without the extension
+      {"/", {addProgram(damaged)}},
   }};
   others[0].waitUntilReady();
   EXPECT_THAT(found(), IsEmpty());
@@ -195,18 +155,6 @@ TEST_F(RunningApplicationsTest, AnApplicationThatWasReplacedByAnUpdateStillRuns)
   addProgram(programs);
   EXPECT_THAT(found(), ElementsAre(launched.pid()));
   EXPECT_EQ(runningApplications(kIdentifier)[0]->executablePath(), program);
-}
-
-TEST_F(RunningApplicationsTest, ForceTerminateEndsItOnce) {
-  Launched launched("/", {addProgram(makeBundle())});
-  const auto applications = runningApplications(kIdentifier);
-  ASSERT_EQ(applications.size(), 1U);
-  EXPECT_TRUE(applications[0]->forceTerminate());
-  launched.end();  // it is gone already; now that is certain
-  EXPECT_THAT(found(), IsEmpty()) << "it has ended, though nobody has reaped it";
-  EXPECT_FALSE(applications[0]->forceTerminate());
-  launched.reap();
-  EXPECT_FALSE(applications[0]->forceTerminate());
 }
 
 /// A process with the id that `pid` was, waiting for signals; -1 where that is not allowed.
@@ -224,37 +172,23 @@ pid_t startWithId(pid_t pid) {
   return made;
 }
 
-TEST_F(RunningApplicationsTest, ALaterProcessWithTheSameIdIsLeftAlone) {
-  Launched launched("/", {addProgram(makeBundle())});
-  const auto applications = runningApplications(kIdentifier);
-  ASSERT_EQ(applications.size(), 1U);
-  launched.end();
-  launched.reap();
-  const pid_t later = startWithId(launched.pid());
-  if (later < 0) {
-    GTEST_SKIP() << "this user may not choose process ids";
-  }
-  EXPECT_FALSE(applications[0]->forceTerminate());
-  EXPECT_EQ(::waitpid(later, nullptr, WNOHANG), 0) << "it was ended";
-  ::kill(later, SIGKILL);
-  ::waitpid(later, nullptr, 0);
-}
-
-TEST_F(RunningApplicationsTest, AnotherUsersApplicationIsNeitherSeenNorEnded) {
-  if (::geteuid() != 0) {
-    GTEST_SKIP() << "needs two users";
-  }
+TEST_F(RunningApplicationsTest, ForceTerminateEndsTheApplicationAndNoLaterProcessWithItsId) {
   const Launched launched("/", {addProgram(makeBundle())});
   const auto applications = runningApplications(kIdentifier);
   ASSERT_EQ(applications.size(), 1U);
-  constexpr uid_t kNobody = 65534;
-  std::thread([&] {  // the system call changes its own thread alone
-    ASSERT_EQ(::syscall(SYS_setresuid, kNobody, kNobody, kNobody), 0);
-    EXPECT_THAT(found(), IsEmpty());
-    EXPECT_FALSE(applications[0]->forceTerminate());
-  })
-      .join();
-  EXPECT_THAT(found(), ElementsAre(launched.pid()));
+  EXPECT_TRUE(applications[0]->forceTerminate());
+  siginfo_t information{};
+  ::waitid(P_PID, static_cast<id_t>(launched.pid()), &information, WEXITED | WNOWAIT);
+  EXPECT_THAT(found(), IsEmpty()) << "it has ended, though nobody has reaped it";
+  EXPECT_FALSE(applications[0]->forceTerminate());
+  launched.end();
+  const pid_t later = startWithId(launched.pid());
+  EXPECT_FALSE(applications[0]->forceTerminate());
+  if (later > 0) {  // this user may choose process ids
+    EXPECT_EQ(::waitpid(later, nullptr, WNOHANG), 0) << "it was ended";
+    ::kill(later, SIGKILL);
+    ::waitpid(later, nullptr, 0);
+  }
 }
 
 }  // namespace
