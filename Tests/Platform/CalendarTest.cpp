@@ -2,16 +2,12 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <filesystem>
-#include <iostream>
 #include <optional>
 #include <string>
 #include <tuple>
 #include <vector>
 
 #include "Tests/Fakes/ScopedEnvironment.h"
-#include "Tests/Fakes/TemporaryDirectory.h"
 
 namespace platform {
 namespace {
@@ -45,42 +41,6 @@ TEST(CalendarTest, ADayStartsAtTheFirstMomentThatShowsIt) {
     EXPECT_LT(dayOf(start - 1s), day);
     EXPECT_EQ(dayOf(start), day);
   }
-}
-
-/// A small locale of its own for the system's locale compiler.
-constexpr const char* kLocaleSource = R"(LC_CTYPE
-copy "POSIX"
-END LC_CTYPE
-LC_TIME
-abday "a";"b";"c";"d";"e";"f";"g"
-day "a";"b";"c";"d";"e";"f";"g"
-abmon "janv.";"f<U00E9>vr.";"c";"d";"e";"f";"g";"h";"i";"j";"k";"l"
-mon "janvier";"b";"c";"d";"e";"f";"g";"h";"i";"j";"k";"l"
-d_t_fmt "%c"
-d_fmt "%x"
-t_fmt "%X"
-am_pm "";""
-t_fmt_ampm ""
-END LC_TIME
-)";
-
-TEST(CalendarTest, MonthsBearTheNameOfTheEnvironmentsLocale) {
-  const TemporaryDirectory directory;
-  directory.write("source", kLocaleSource);
-  const std::string command = "cd '" + directory.path() +
-                              "' && localedef -c -i ./source -f UTF-8 ./xx.UTF-8 >/dev/null 2>&1";
-  (void)std::system(command.c_str());  // NOLINT(cert-env33-c): its warnings count as a failure
-  if (!std::filesystem::exists(directory.file("xx.UTF-8/LC_TIME"))) {
-    GTEST_SKIP() << "this machine can't compile a locale";
-  }
-  const auto printFifthOfFebruary = [&] {
-    setenv("LOCPATH", directory.path().c_str(), 1);
-    setenv("LC_ALL", "xx.UTF-8", 1);
-    std::cerr << yearMonthNameDay(2024y / 2 / 5);
-    std::_Exit(0);
-  };
-  // In a child of its own: libc keeps a little memory for every look along LOCPATH.
-  EXPECT_EXIT(printFifthOfFebruary(), ::testing::ExitedWithCode(0), "^2024-févr.-05$");
 }
 
 TEST(CalendarTest, TextsOfDaysAndMoments) {

@@ -64,14 +64,5 @@ TEST(RunLoopTest, ItWaitsForItsDurationOrASignalOfAnotherThread) {
   });
 }
 
-TEST(RunLoopTest, ASignalAfterTheEndOfItsThreadIsHarmless) {
-  std::shared_ptr<RunLoop::Source> source;
-  onOwnThread([&](RunLoop& loop) {
-    source = loop.addSource([] { ADD_FAILURE() << "its thread has ended"; });
-  });
-  source->signal();
-  EXPECT_FALSE(RunLoop::current().runDefaultMode(hours(1)));
-}
-
 }  // namespace
 }  // namespace platform

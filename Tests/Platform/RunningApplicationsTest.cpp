@@ -12,6 +12,7 @@
 #include <array>
 #include <filesystem>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Platform/Descriptor.h"
@@ -59,9 +60,11 @@ class Launched {
     char byte = 0;
     EXPECT_GT(::read(end_.get(), &byte, 1), 0);
   }
-  void end() const {
-    ::kill(pid_, SIGKILL);
-    ::waitpid(pid_, nullptr, 0);
+  void end() {
+    if (pid_ > 0) {
+      ::kill(pid_, SIGKILL);
+      ::waitpid(std::exchange(pid_, 0), nullptr, 0);
+    }
   }
 
  private:
@@ -173,16 +176,17 @@ pid_t startWithId(pid_t pid) {
 }
 
 TEST_F(RunningApplicationsTest, ForceTerminateEndsTheApplicationAndNoLaterProcessWithItsId) {
-  const Launched launched("/", {addProgram(makeBundle())});
+  Launched launched("/", {addProgram(makeBundle())});
+  const pid_t pid = launched.pid();
   const auto applications = runningApplications(kIdentifier);
   ASSERT_EQ(applications.size(), 1U);
   EXPECT_TRUE(applications[0]->forceTerminate());
   siginfo_t information{};
-  ::waitid(P_PID, static_cast<id_t>(launched.pid()), &information, WEXITED | WNOWAIT);
+  ::waitid(P_PID, static_cast<id_t>(pid), &information, WEXITED | WNOWAIT);
   EXPECT_THAT(found(), IsEmpty()) << "it has ended, though nobody has reaped it";
   EXPECT_FALSE(applications[0]->forceTerminate());
   launched.end();
-  const pid_t later = startWithId(launched.pid());
+  const pid_t later = startWithId(pid);
   EXPECT_FALSE(applications[0]->forceTerminate());
   if (later > 0) {  // this user may choose process ids
     EXPECT_EQ(::waitpid(later, nullptr, WNOHANG), 0) << "it was ended";
