@@ -165,6 +165,11 @@ class XMLReader {
     XML_SetCharacterDataHandler(parser_.get(), onText);
     XML_SetStartDoctypeDeclHandler(parser_.get(), onDoctype);
     XML_SetSkippedEntityHandler(parser_.get(), onSkippedEntity);
+    // A declaration must come first for Expat, while what precedes a list elsewhere, a line feed
+    // after a heading, does no harm.
+    const std::string_view blanks = bytes.substr(0, bytes.find_first_not_of(" \t\r\n"));
+    bytes.remove_prefix(blanks.size());
+    linesBefore_ = static_cast<std::size_t>(std::ranges::count(blanks, '\n'));
     constexpr std::size_t kLargestPiece = std::size_t{1} << 30;  // Expat counts in int
     bool last = false;
     while (!last) {
@@ -196,8 +201,8 @@ class XMLReader {
   };
 
   [[noreturn]] void fail(const std::string& message) const {
-    throw PropertyListError{"line " + std::to_string(XML_GetCurrentLineNumber(parser_.get())) +
-                            ": " + message};
+    const std::size_t line = linesBefore_ + XML_GetCurrentLineNumber(parser_.get());
+    throw PropertyListError{"line " + std::to_string(line) + ": " + message};
   }
 
   /// Keeps exceptions out of Expat's frames: the first one ends the parsing and is thrown after.
@@ -351,6 +356,7 @@ class XMLReader {
   }
 
   std::unique_ptr<XML_ParserStruct, FreeParser> parser_{XML_ParserCreate(nullptr)};
+  std::size_t linesBefore_ = 0;  // of those that Expat counts
   std::vector<OpenElement> open_;
   std::string text_;  // of the open element that holds text
   std::optional<PropertyList> result_;
