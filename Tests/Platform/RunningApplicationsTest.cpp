@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <chrono>
 #include <filesystem>
 #include <string>
 #include <utility>
@@ -121,8 +122,15 @@ TEST_F(RunningApplicationsTest, AScriptIsFoundHoweverItWasStarted) {
   const std::string programs = makeBundle();
   const std::string script = addScript("Editor.app/Contents/MacOS/run", "#!/bin/sh -e");
   const std::string viaEnv = addScript("Editor.app/Contents/MacOS/env", "#!/usr/bin/env sh");
-  const std::vector<std::vector<std::string>> commands = {
-      {script, "argument"}, {viaEnv}, {"./run"}, {"../MacOS/run"}, {"/bin/sh", "-e", script}};
+  const std::string link = folder.file("editor");
+  std::filesystem::create_symlink(script, link);
+  const std::vector<std::vector<std::string>> commands = {{script, "argument"},
+                                                          {viaEnv},
+                                                          {"./run"},
+                                                          {"../MacOS/run"},
+                                                          {link},
+                                                          {"/bin/sh", "-e", script},
+                                                          {"/bin/sh", "-o", "errexit", script}};
   for (const std::vector<std::string>& command : commands) {
     const Launched launched(programs, command);
     launched.waitUntilReady();
@@ -138,8 +146,9 @@ TEST_F(RunningApplicationsTest, OtherProcessesAreNoApplications) {
   const std::string script = addScript("Editor.app/Contents/MacOS/run", "#!/bin/sh");
   const std::string damaged = makeBundle("Damaged.app");
   folder.write("Damaged.app/Contents/Info.plist", "<plist><dict><key>");
-  const std::array<Launched, 5> others = {{
+  const std::array<Launched, 6> others = {{
       {"/", {"/usr/bin/tail", "-f", script}},
+      {"/", {"/bin/sh", addScript("reader", "#!/bin/sh"), script}},
       {"/", {"/bin/sh", "-c", "read line; " + script}},
       {programs, {addProgram(folder.path())}},
       {"/", {addProgram(makeBundle("Editor"))}},  // without the extension
@@ -186,6 +195,10 @@ TEST_F(RunningApplicationsTest, ForceTerminateEndsTheApplicationAndNoLaterProces
   EXPECT_THAT(found(), IsEmpty()) << "it has ended, though nobody has reaped it";
   EXPECT_FALSE(applications[0]->forceTerminate());
   launched.end();
+  // The kernel tells starts apart by hundredths of a second.
+  for (const auto now = std::chrono::steady_clock::now();
+       std::chrono::steady_clock::now() - now < std::chrono::milliseconds(20);) {
+  }
   const pid_t later = startWithId(pid);
   EXPECT_FALSE(applications[0]->forceTerminate());
   if (later > 0) {  // this user may choose process ids
