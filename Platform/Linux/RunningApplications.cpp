@@ -107,13 +107,13 @@ struct Program {
 /// no regular file.
 std::optional<Program> fileNamedBy(std::string_view argument, const std::string& process) {
   const bool isAbsolute = argument.starts_with('/');
-  const std::string openable = process + (isAbsolute ? "/root" : "/cwd/") + std::string(argument);
+  const std::string named = process + (isAbsolute ? "/root" : "/cwd/") + std::string(argument);
   std::error_code error;
-  const std::string path = std::filesystem::canonical(openable, error).string();
+  const std::string path = std::filesystem::canonical(named, error).string();
   if (error || !std::filesystem::is_regular_file(path, error)) {
     return std::nullopt;
   }
-  return Program{.path = path, .openable = openable};
+  return Program{.path = path, .openable = path};
 }
 
 /// Whether the program of the process at `process` (its folder in /proc) is the one that the
