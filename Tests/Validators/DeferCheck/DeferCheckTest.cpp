@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "Tests/Fakes/FakeSoftwareUpdateLister.h"
 #include "Tests/Fakes/LogCapture.h"
 #include "Tests/Fakes/ScopedEnvironment.h"
 
@@ -19,7 +20,6 @@ using namespace std::chrono_literals;  // NOLINT(google-build-using-namespace)
 using ::testing::AllOf;
 using ::testing::ElementsAre;
 
-const MacOSUpdateDeferral kUnknown{.isDeferred = std::nullopt, .date = std::nullopt};
 const MacOSUpdateDeferral kNotDeferred{.isDeferred = false, .date = std::nullopt};
 MacOSUpdateDeferral deferredUntil(const char* date) { return {.isDeferred = true, .date = date}; }
 
@@ -49,8 +49,8 @@ class MacOSUpdateDeferralCheckerTest : public ::testing::Test {
   ScopedEnvironment locale{"LC_ALL", "C"};
   LogCapture log;
   std::shared_ptr<FakeAvailableOSUpdates> resolver = std::make_shared<FakeAvailableOSUpdates>();
-  MacOSUpdateDeferralChecker checker{
-      resolver, [] { return std::chrono::sys_days(2024y / 6 / 15) + 16h + 30min; }};
+  platform::Moment now = std::chrono::sys_days(2024y / 6 / 15) + 16h + 30min;
+  MacOSUpdateDeferralChecker checker{resolver, [this] { return now; }};
 };
 
 TEST_F(MacOSUpdateDeferralCheckerTest, TellsTheDayOfADeferralThatRuns) {
@@ -69,69 +69,46 @@ TEST_F(MacOSUpdateDeferralCheckerTest, TellsTheDayOfADeferralThatRuns) {
 }
 
 TEST_F(MacOSUpdateDeferralCheckerTest, TheFirstUpdateThatHoldsAllConditionsDecides) {
-  struct Case {
-    const char* what;
-    std::vector<AvailableOSUpdate> updates;
-    MacOSUpdateDeferral answer;
-  };
   const std::string future = "2099-01-01 00:00:00 +0000";
-  const std::vector<Case> cases = {
-      {"far future", {update("14.5", future)}, deferredUntil("2099-Jan-01")},
-      {"beyond what nanoseconds hold",
-       {update("14.5", "9999-12-31")},
-       deferredUntil("9999-Dec-31")},
-      {"today", {update("14.5", "2024-06-15 23:59:59 +0000")}, kNotDeferred},
-      {"yesterday", {update("14.5", "2024-06-14 00:00:00 +0000")}, kNotDeferred},
-      {"second",
-       {update("14.5", "2024-06-14"), update("14.5", future)},
-       deferredUntil("2099-Jan-01")},
-      {"first of two",
-       {update("14.5", "2024-07-01"), update("14.5", future)},
-       deferredUntil("2024-Jul-01")},
-      {"longer version", {update("14.5.0", future), update("14", future)}, kNotDeferred},
-      {"no version", {update(std::nullopt, future)}, kNotDeferred},
-      {"no product key", {update("14.5", future, std::nullopt)}, kNotDeferred},
-      {"short product key", {update("14.5", future, "M")}, kNotDeferred},
-      {"one character of three bytes", {update("14.5", future, "更")}, kNotDeferred},
-      {"product key of two", {update("14.5", future, "M1")}, deferredUntil("2099-Jan-01")},
-      {"no date", {update("14.5", std::nullopt)}, kNotDeferred},
-      {"blank first", {update("14.5", " 2099-01-01")}, kNotDeferred},
-      {"time only", {update("14.5", "2099-01-01T00:00:00")}, kNotDeferred},
-      {"no such day", {update("14.5", "2099-02-30 00:00:00 +0000")}, kNotDeferred},
-  };
-  for (const auto& [what, updates, answer] : cases) {
-    EXPECT_EQ(deferralAmong(updates), answer) << what;
+  const std::vector<AvailableOSUpdate> notDeferring = {
+      update("14.5", "2024-06-15 23:59:59 +0000"),  // today
+      update("14.5.0", future),
+      update(std::nullopt, future),
+      update("14.5", future, std::nullopt),
+      update("14.5", future, "M"),
+      update("14.5", future, "更"),  // one character, three bytes
+      update("14.5", std::nullopt),
+      update("14.5", " 2099-01-01"),
+      update("14.5", "2099-02-30 00:00:00 +0000")};
+  for (const AvailableOSUpdate& passedOver : notDeferring) {
+    EXPECT_EQ(deferralAmong({{passedOver}}), kNotDeferred) << passedOver;
+    EXPECT_EQ(deferralAmong({{passedOver, update("14.5", future, "M1")}}),
+              deferredUntil("2099-Jan-01"));
   }
 }
 
-TEST_F(MacOSUpdateDeferralCheckerTest, AnUnreadableDateIsPassedOverWithAnErrorLine) {
-  EXPECT_EQ(deferralAmong({{update("14.5", "2024/06/15")}}), kNotDeferred);
-  EXPECT_THAT(log.records(),
-              ElementsAre(ErrorLine("Unable to obtain defer date from given data, returning as "
-                                    "update not deferred, but deferredUntil :2024/06/15"),
-                          InfoLine("macOS 14.5 is not deferred.")));
-}
-
-TEST_F(MacOSUpdateDeferralCheckerTest, ADayWithoutMidnightIsComparedByItsFirstMoment) {
-  const ScopedEnvironment lebanon("TZ", "Asia/Beirut");  // 2024-03-31 begins at 01:00, UTC+3
-  const auto now = [](std::chrono::seconds before) {
-    return [before] { return std::chrono::sys_days(2024y / 3 / 30) + 22h - before; };
-  };
-  resolver->updates = {{update("14.5", "2024-03-31")}};
-  EXPECT_EQ(MacOSUpdateDeferralChecker(resolver, now(1s)).isMacOSUpdateDeferred("14.5"),
-            deferredUntil("2024-Mar-31"));
-  EXPECT_EQ(MacOSUpdateDeferralChecker(resolver, now(0s)).isMacOSUpdateDeferred("14.5"),
-            kNotDeferred);
+TEST_F(MacOSUpdateDeferralCheckerTest, ADeferralEndsWithTheFirstMomentOfItsDay) {
+  now = std::chrono::sys_days(2024y / 6 / 16) + 4h;
+  EXPECT_EQ(deferralAmong({{update("14.5", "2024-06-16")}}), kNotDeferred);
 }
 
 TEST_F(MacOSUpdateDeferralCheckerTest, NoListIsUnknownAndAnEmptyOneIsNotDeferred) {
-  EXPECT_EQ(deferralAmong(std::nullopt), kUnknown);
+  EXPECT_EQ(deferralAmong(std::nullopt).isDeferred, std::nullopt);
   EXPECT_EQ(deferralAmong({{}}), kNotDeferred);
-  EXPECT_THAT(
-      log.records(),
-      ElementsAre(
-          ErrorLine("Unable to get AvailableOSUpdate - Network error. Need to check later."),
-          ErrorLine("Unable to get AvailableOSUpdate. Considering it as not deferred.")));
+}
+
+TEST(SoftwareUpdateListerTest, StatusAndTheVeryWordsTellWhetherTheServerIsReachable) {
+  for (const auto& [list, reachable] : std::vector<std::pair<SoftwareUpdateList, bool>>{
+           {{1, "No new software available.\n"}, false},
+           {{0, "x\nCan’t connect to the Apple Software Update server.\n"}, false},
+           {{0, "Can't connect to the Apple Software Update server."}, true},
+           {{0, "can’t connect to the apple software update server."}, true}}) {
+    const LogCapture log;
+    const auto lister = std::make_shared<FakeSoftwareUpdateLister>();
+    lister->list = list;
+    EXPECT_EQ(AppleSoftwareUpdateConnectivityChecker(lister).isAppleSoftwareUpdateReachable(),
+              reachable);
+  }
 }
 
 }  // namespace
