@@ -7,14 +7,14 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <boost/json.hpp>
+#include <cctype>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
 #include <map>
 #include <memory>
-#include <ostream>
+#include <ranges>
 #include <sstream>
 #include <stdexcept>
 #include <utility>
@@ -35,9 +35,11 @@ constexpr const char* kScript = R"(
     "$@"; status=$?
     times=$((times - 1))
   done
-  echo '--- prompt data'
+  echo '--- counts'
   cat "$VEXLO_AGENT_ROOT/data/ApplicationRunningPromptData.plist" 2> /dev/null
-  echo '--- left files'
+  echo '--- set aside'
+  cat "$VEXLO_AGENT_ROOT/data/ApplicationRunningPromptData.plist.damaged" 2> /dev/null
+  echo; echo '--- left files'
   ls "$VEXLO_AGENT_ROOT/logs/UserLogs"
   echo '--- left applications'
   ls -l /proc/[0-9]*/exe 2> /dev/null | sed -n 's|.* -> \(.*\.app/.*\)|\1|p'
@@ -64,46 +66,77 @@ std::string summary(const json::object& result) {
   return text;
 }
 
-Call readCall(const std::string& line) {
-  const json::object record = json::parse(line).as_object();
-  Call call{.tool = stringOf(record.at("tool")),
-            .arguments = json::value_to<std::vector<std::string>>(record.at("arguments")),
-            .input = optionalOf(record.at("input")),
-            .user = stringOf(record.at("user")),
-            .session = optionalOf(record.at("session")),
-            .environment = json::value_to<std::vector<std::string>>(record.at("environment")),
-            .descriptors = {}};
-  for (const json::value& descriptor : record.at("descriptors").as_array()) {
-    call.descriptors.push_back(json::value_to<int>(descriptor.at("number")));
+/// «softwareupdate --list», and what isn't as for the agent's own tools: « as alice», « in session
+/// 501», « < standard input».
+std::string describe(const json::object& call) {
+  std::string text = stringOf(call.at("tool"));
+  for (const json::value& value : call.at("arguments").as_array()) {
+    const std::string argument = stringOf(value);
+    const bool needsQuotes = argument.find_first_of(" ,") != std::string::npos || argument.empty();
+    text += needsQuotes ? " \"" + argument + "\"" : " " + argument;
   }
-  return call;
+  if (const std::string user = stringOf(call.at("user")); user != "root") {
+    text += " as " + user;
+  }
+  if (const auto session = optionalOf(call.at("session"))) {
+    text += " in session " + *session;
+  }
+  if (const auto input = optionalOf(call.at("input"))) {
+    text += " < " + *input;
+  }
+  return text;
 }
 
-/// «2026-11-24T10:11:12.123Z INFO  Validators/Disk/Disk hasMinimumFreeSpace(of:):41 message»
-std::optional<LogRecord> readLogLine(const std::string& line) {
+/// Whether the call has open descriptors of its caller's, or the password in its environment.
+bool leaks(const json::object& call) {
+  return std::ranges::any_of(call.at("descriptors").as_array(),
+                             [](const json::value& descriptor) {
+                               return descriptor.at("number").to_number<int>() > 2;
+                             }) ||
+         std::ranges::any_of(call.at("environment").as_array(), [](const json::value& variable) {
+           return stringOf(variable).contains(kPassword);
+         });
+}
+
+/// The text with DAY for every «24-11-2026».
+std::string withoutDays(std::string text) {
+  constexpr std::string_view kForm = "dd-dd-dddd";
+  const auto fits = [](char wanted, char found) {
+    return wanted == 'd' ? found >= '0' && found <= '9' : found == wanted;
+  };
+  while (true) {
+    const auto day = std::ranges::search(
+        text, kForm, [&](char found, char wanted) { return fits(wanted, found); });
+    if (day.empty()) {
+      return text;
+    }
+    text.replace(day.begin(), day.end(), "DAY");
+  }
+}
+
+/// From «2026-11-24T10:11:12.123Z INFO  Validators/Disk/Disk hasMinimumFreeSpace(of:):41 message».
+std::optional<std::string> readLogLine(const std::string& line) {
   std::istringstream fields(line);
   std::string moment;
   std::string level;
-  std::string origin;
-  LogRecord record;
-  fields >> moment >> level >> record.file >> origin;
-  const std::size_t colon = origin.rfind(':');
-  const std::array<std::string_view, 3> levels{"DEBUG", "INFO", "ERROR"};
-  const auto* const found = std::ranges::find(levels, level);
-  if (!fields || !moment.ends_with('Z') || found == levels.end() || colon == std::string::npos) {
+  std::string file;
+  std::string function;
+  fields >> moment >> level >> file >> function;
+  const std::size_t colon = function.rfind(':');
+  const bool isLevel = level == "DEBUG" || level == "INFO" || level == "ERROR";
+  if (!fields || !moment.ends_with('Z') || !isLevel || colon == std::string::npos) {
     return std::nullopt;
   }
-  record.level = static_cast<LogCore::LogLevel>(found - levels.begin());
-  record.function = origin.substr(0, colon);
-  record.line = static_cast<std::uint32_t>(std::stoul(origin.substr(colon + 1)));
-  fields.get();
-  std::getline(fields, record.message);
-  return record;
+  std::ranges::transform(level, level.begin(), [](char c) { return std::tolower(c); });
+  std::string message;
+  std::getline(fields.ignore(), message);
+  return withoutDays(level.append(" ").append(file).append(" ").append(function, 0, colon) + ": " +
+                     message);
 }
 
-std::vector<std::string> lines(const std::string& text) {
+Texts lines(const std::string& text) {
   std::istringstream in(text);
-  std::vector<std::string> all;
+  Texts all;
   for (std::string line; std::getline(in, line);) {
     all.push_back(std::move(line));
   }
@@ -113,34 +146,21 @@ std::vector<std::string> lines(const std::string& text) {
 /// A run that has been started, with a directory of its own for what it prints.
 class StartedRun {
  public:
-  explicit StartedRun(const MacRun& run) {
-    std::vector<std::string> command{programFolder() + "/enter", "--records",
-                                     directory_.file("calls")};
-    for (const std::string& setting : run.settings) {
+  explicit StartedRun(const MacTest& test) {
+    Texts command{programFolder() + "/enter", "--records", directory_.file("calls")};
+    std::string machine = "apple-silicon";
+    for (const std::string& setting : test.settings) {
       command.insert(command.end(), {"--set", setting});
+      if (setting == "mac/machine=intel") {
+        machine = "intel";
+      }
     }
-    command.insert(command.end(), {run.scenario,
-                                   "--",
-                                   "/bin/sh",
-                                   "-c",
-                                   kScript,
-                                   "sh",
-                                   std::to_string(run.times),
-                                   programFolder() + "/vexlo-patch",
-                                   "run",
-                                   "--patch",
-                                   "310990",
-                                   "--product",
-                                   "1201",
-                                   "--service-pack",
-                                   "2301",
-                                   "--machine",
-                                   run.machine,
-                                   "--json",
-                                   "--keep-going",
-                                   "--log-level",
-                                   "debug"});
-    command.insert(command.end(), run.options.begin(), run.options.end());
+    command.insert(command.end(), {test.scenario, "--", "/bin/sh", "-c", kScript, "sh"});
+    command.insert(command.end(), {std::to_string(test.times), programFolder() + "/vexlo-patch"});
+    command.insert(command.end(), {"run", "--patch", "310990", "--product", "1201"});
+    command.insert(command.end(), {"--service-pack", "2301", "--machine", machine, "--json"});
+    command.insert(command.end(), {"--keep-going", "--log-level", "debug"});
+    command.insert(command.end(), test.options.begin(), test.options.end());
     start(command);
   }
   StartedRun(const StartedRun&) = delete;
@@ -170,13 +190,17 @@ class StartedRun {
       }
     }
     for (const std::string& line : lines(directory_.read("calls"))) {
-      ended.calls.push_back(readCall(line));
+      const json::object call = json::parse(line).as_object();
+      ended.calls.push_back(describe(call));
+      if (leaks(call)) {
+        ended.leaks.push_back(line);
+      }
     }
     return ended;
   }
 
  private:
-  void start(std::vector<std::string>& command) {
+  void start(Texts& command) {
     std::vector<char*> arguments;
     for (std::string& argument : command) {
       arguments.push_back(argument.data());
@@ -188,7 +212,7 @@ class StartedRun {
     posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, directory_.file("output").c_str(),
                                      O_WRONLY | O_CREAT, 0600);
     posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, directory_.file("errors").c_str(),
-                                     O_WRONLY | O_CREAT, 0600);
+                                     O_WRONLY | O_CREAT | O_APPEND, 0600);
     const int error =
         posix_spawn(&process_, arguments[0], &actions, nullptr, arguments.data(), environ);
     posix_spawn_file_actions_destroy(&actions);
@@ -202,8 +226,11 @@ class StartedRun {
     for (const std::string& line : lines(directory_.read("output"))) {
       if (line.starts_with("--- ")) {
         part = line.substr(4);
-      } else if (part == "prompt data") {
-        ended.promptData += line + "\n";
+      } else if (part == "counts") {
+        ended.counts +=
+            withoutDays(line.substr(std::min(line.find_first_not_of('\t'), line.size())));
+      } else if (part == "set aside") {
+        ended.setAside += line;
       } else if (part == "left files") {
         ended.leftFiles.push_back(line);
       } else if (part == "left applications") {
@@ -222,10 +249,10 @@ class StartedRun {
   pid_t process_ = 0;
 };
 
-/// The runs by the full names of their tests.
-std::map<std::string, MacRun>& knownRuns() {
-  static std::map<std::string, MacRun> runs;
-  return runs;
+/// The tests by their full names.
+std::map<std::string, MacTest>& knownTests() {
+  static std::map<std::string, MacTest> tests;
+  return tests;
 }
 
 std::map<std::string, std::unique_ptr<StartedRun>>& startedRuns() {
@@ -233,23 +260,19 @@ std::map<std::string, std::unique_ptr<StartedRun>>& startedRuns() {
   return runs;
 }
 
-/// Starts the run of every test that is to run, longest first as far as that is known: those that
-/// wait don't need the processor.
+/// Starts the run of every test that is to run: those that wait don't need the processor.
 class AllRunsAtOnce final : public testing::Environment {
  public:
   void SetUp() override {
-    if (whyNoMac()) {
-      return;
-    }
     const testing::UnitTest& program = *testing::UnitTest::GetInstance();
-    for (int suite = 0; suite < program.total_test_suite_count(); ++suite) {
+    for (int suite = 0; suite < program.total_test_suite_count() && !whyNoMac(); ++suite) {
       const testing::TestSuite& tests = *program.GetTestSuite(suite);
       for (int test = 0; test < tests.total_test_count(); ++test) {
         const testing::TestInfo& info = *tests.GetTestInfo(test);
         const std::string name = std::string(tests.name()) + "." + info.name();
-        const auto run = knownRuns().find(name);
-        if (info.should_run() && run != knownRuns().end()) {
-          startedRuns().emplace(name, std::make_unique<StartedRun>(run->second));
+        const auto known = knownTests().find(name);
+        if (info.should_run() && known != knownTests().end()) {
+          startedRuns().emplace(name, std::make_unique<StartedRun>(known->second));
         }
       }
     }
@@ -257,103 +280,95 @@ class AllRunsAtOnce final : public testing::Environment {
   void TearDown() override { startedRuns().clear(); }
 };
 
-class MacTest : public testing::Test {
+bool hasLine(const Texts& log, const std::string& wanted) {
+  return std::ranges::any_of(log, [&](const std::string& line) {
+    return wanted.ends_with(kAny) ? line.starts_with(wanted.substr(0, wanted.size() - kAny.size()))
+                                  : line == wanted;
+  });
+}
+
+/// How vexlo-patch ends after these results.
+int statusOf(const Texts& results) {
+  const auto any = [&](std::string_view outcome) {
+    return std::ranges::any_of(results,
+                               [&](const std::string& result) { return result.contains(outcome); });
+  };
+  return any(" failure") ? 1 : any(" applyLater") ? 75 : 0;
+}
+
+class RunningTest : public testing::Test {
  public:
-  MacTest(std::string name, std::function<void(const Ended&)> check)
-      : name_(std::move(name)), check_(std::move(check)) {}
+  explicit RunningTest(std::string name) : name_(std::move(name)) {}
 
  private:
   void TestBody() override {
     if (const auto why = whyNoMac()) {
       GTEST_SKIP() << *why;
     }
-    const Ended ended = startedRuns().at(name_)->wait();
-    check_(ended);
-    expectNoLeak(ended);
+    const Ended mac = startedRuns().at(name_)->wait();
+    compare(knownTests().at(name_), mac);
     if (HasFailure()) {
-      std::ostringstream story;
-      for (const LogRecord& line : ended.log) {
-        story << line << "\n";
+      std::string story;
+      for (const Texts& part : {mac.log, mac.calls, mac.notices}) {
+        for (const std::string& line : part) {
+          story += line + "\n";
+        }
       }
-      for (const Call& call : ended.calls) {
-        story << call << "\n";
-      }
-      ADD_FAILURE() << "status " << ended.status << " after " << ended.seconds
-                    << " s, results: " << testing::PrintToString(ended.results)
-                    << ", notices: " << testing::PrintToString(ended.notices) << "\n"
-                    << story.str();
+      ADD_FAILURE() << "status " << mac.status << " after " << mac.seconds << " s\n" << story;
     }
   }
 
-  /// What holds for every run, whatever its test is about.
-  static void expectNoLeak(const Ended& ended) {
-    EXPECT_EQ(ended.unreadable, std::vector<std::string>());
-    for (const LogRecord& line : ended.log) {
-      EXPECT_FALSE(line.message.contains(kPassword)) << line;
+  static void compare(const MacTest& test, const Ended& mac) {
+    EXPECT_EQ(mac.results, test.results);
+    if (!test.results.empty()) {
+      EXPECT_EQ(mac.status, statusOf(test.times == 1 ? test.results : Texts{test.results.back()}));
     }
-    for (const std::string& result : ended.results) {
-      EXPECT_FALSE(result.contains(kPassword)) << result;
+    for (const std::string& line : test.lines) {
+      EXPECT_TRUE(hasLine(mac.log, line)) << "expected the line " << line;
     }
-    for (const Call& call : ended.calls) {
-      EXPECT_TRUE(std::ranges::all_of(call.descriptors, [](int number) { return number <= 2; }))
-          << commandLine(call) << " got " << testing::PrintToString(call.descriptors);
-      for (const std::string& variable : call.environment) {
-        EXPECT_FALSE(variable.contains(kPassword)) << commandLine(call) << ": " << variable;
+    if (test.calls != Texts{std::string(kAny)}) {
+      EXPECT_EQ(mac.calls, test.calls);
+    }
+    // What holds for every run, whatever its test is about.
+    EXPECT_EQ(mac.unreadable, Texts());
+    EXPECT_EQ(mac.leaks, Texts());
+    for (const Texts& part : {mac.log, mac.results, mac.notices}) {
+      for (const std::string& line : part) {
+        EXPECT_FALSE(line.contains(kPassword)) << line;
       }
+    }
+    if (test.check) {
+      test.check(mac);
     }
   }
 
   std::string name_;
-  std::function<void(const Ended&)> check_;
 };
 
 }  // namespace
 
-std::string commandLine(const Call& call) {
-  std::string text = call.tool;
-  for (const std::string& argument : call.arguments) {
-    const bool needsQuotes = argument.find_first_of(" ,") != std::string::npos || argument.empty();
-    text += needsQuotes ? " \"" + argument + "\"" : " " + argument;
+MacTests::MacTests(const std::string& suite, const std::vector<MacTest>& tests) {
+  static const auto* const starter = testing::AddGlobalTestEnvironment(new AllRunsAtOnce);
+  static_cast<void>(starter);
+  for (const MacTest& test : tests) {
+    const std::string name = suite + "." + test.name;
+    if (!knownTests().emplace(name, test).second) {
+      throw std::logic_error("two tests are called " + name);
+    }
+    testing::RegisterTest(suite.c_str(), test.name.c_str(), nullptr, nullptr, __FILE__, __LINE__,
+                          [name]() -> RunningTest* { return new RunningTest(name); });
   }
-  return text;
 }
 
-std::ostream& operator<<(std::ostream& out, const Call& call) {
-  out << commandLine(call) << " (user " << call.user << ", session "
-      << call.session.value_or("none");
-  return out << ", input " << (call.input ? "\"" + *call.input + "\"" : "none") << ")";
-}
-
-std::vector<Call> Ended::callsOf(std::string_view tool) const {
-  std::vector<Call> found;
-  std::ranges::copy_if(calls, std::back_inserter(found),
-                       [&](const Call& call) { return call.tool == tool; });
-  return found;
-}
-
-std::vector<std::string> Ended::messages() const {
-  std::vector<std::string> all;
-  all.reserve(log.size());
-  for (const LogRecord& line : log) {
-    all.push_back(line.message);
+Texts::Texts(const std::string& joined) {
+  for (const auto& piece : std::views::split(joined, std::string_view(" | "))) {
+    emplace_back(std::string_view(piece));
   }
-  return all;
 }
 
-void addMacTest(const char* suite, const std::string& name, MacRun run,
-                std::function<void(const Ended&)> check) {
-  static const bool ready = [] {
-    testing::AddGlobalTestEnvironment(new AllRunsAtOnce);
-    return true;
-  }();
-  static_cast<void>(ready);
-  const std::string fullName = std::string(suite) + "." + name;
-  if (!knownRuns().emplace(fullName, std::move(run)).second) {
-    throw std::logic_error("two tests are called " + fullName);
-  }
-  testing::RegisterTest(
-      suite, name.c_str(), nullptr, nullptr, __FILE__, __LINE__,
-      [fullName, check = std::move(check)]() -> MacTest* { return new MacTest(fullName, check); });
+Texts operator+(Texts first, const Texts& more) {
+  first.insert(first.end(), more.begin(), more.end());
+  return first;
 }
 
 std::string programFolder() {

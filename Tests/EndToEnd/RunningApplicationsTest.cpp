@@ -1,321 +1,310 @@
 // Running applications and the prompt, from the detection to the user's answer.
 #include <gmock/gmock.h>
 
-#include <algorithm>
-
 #include "Tests/EndToEnd/MacRun.h"
 
 namespace end_to_end {
 namespace {
 
-using ::testing::AllOf;
-using ::testing::Contains;
-using ::testing::ElementsAre;
-using ::testing::Field;
-using ::testing::HasSubstr;
-using ::testing::IsEmpty;
-using ::testing::IsSupersetOf;
-using ::testing::Not;
-using ::testing::StartsWith;
-
-constexpr const char* kProcessor = "PatchActions/Main/ProcessPatchActions";
-constexpr const char* kHandler = "applicationRunningCheck(for:using:)";
 const std::string kFolder = "Validators/RunningApplicationCheckRelated/";
-const std::string kUserAck = kFolder + "RunningAppUserAck";
-constexpr const char* kRequest = "requestUserAcknowledgement(for:using:timeout:)";
-constexpr const char* kWait = "waitForPromptDismissal(timeout:)";
-constexpr const char* kRead = "readUserAcknowledgement(fallback:)";
-const std::string kSafari = "/Applications/Safari.app/Contents/MacOS/Safari";
+const std::string kHandler = kProcessor + "applicationRunningCheck(for:using:): ";
+const std::string kDetector = "info " + kFolder + "RunningAppDetector isAnyAppRunning(for:): ";
+const std::string kDetails = kFolder + "RunningAppDetailsProvider appDetails(for:): ";
+const std::string kKiller = "info " + kFolder + "AppKiller killApps(for:): ";
+const std::string kCleaner = "info " + kFolder + "RunningAppPromptCleaner clean(): ";
+const std::string kPresenter = "info " + kFolder + "RunningAppUserAck ";
+const std::string kRequest = kPresenter + "requestUserAcknowledgement(for:using:timeout:): ";
+const std::string kWait = kPresenter + "waitForPromptDismissal(timeout:): ";
+const std::string kRead = kPresenter + "readUserAcknowledgement(fallback:): ";
+const std::string kEvaluator =
+    "info " + kFolder + "RunningAppPromptEvaluator evaluate(for:having:): ";
+const std::string kStore = kFolder + "RunningAppPromptDataStore ";
+const std::string kCantDecode = "error " + kFolder +
+                                "RunningAppPromptCustomizationProvider customizationData: Failed "
+                                "to decode customization data. Error: …";
 const std::string kPrompt =
     "/Library/Application Support/VexloAgent/bin/VexloAppRunningNotifier.app/Contents/MacOS/"
     "VexloAppRunningNotifier";
 const std::string kReturnCodeFile =
     "/Library/Application Support/VexloAgent/logs/UserLogs/ApplicationRunningPromptretcode.txt";
-const std::string kRunning = "application com.apple.Safari/name=Safari";
-const std::string kPromptAllowed = "patch data/ApplicationRunningPrompt=true";
+const std::string kProgram = "/Applications/Safari.app/Contents/MacOS/Safari";
 const std::string kLater = "2008 applyLater appIsRunning";
 const std::string kAgreed =
     "2008 success gotUserAcknowledgementForPatchingRunningApplications "
     "{\"com.apple.Safari\":\"Safari\"}";
+const Texts kAnyCalls{std::string(kAny)};
+/// Safari runs and is what the action looks for.
+const Texts kSafari{"application com.apple.Safari/name=Safari", "actions/2008=com.apple.Safari"};
 
-std::vector<std::string> commandLines(const Ended& mac) {
-  std::vector<std::string> all;
-  std::ranges::transform(mac.calls, std::back_inserter(all), commandLine);
-  return all;
+/// That Mac where the agent allows the prompt, with more settings.
+Texts prompting(const Texts& settings) {
+  return kSafari + Texts{"patch data/ApplicationRunningPrompt=true"} + settings;
 }
 
-/// A Mac on which Safari runs and the agent allows the prompt, with more settings.
-MacRun prompting(std::vector<std::string> settings,
-                 const std::string& action = "2008=com.apple.Safari") {
-  settings.insert(settings.begin(), {kRunning, kPromptAllowed, "actions/" + action});
-  return {.settings = std::move(settings)};
+/// The calls by which the prompt gets to the user, with its arguments as the user sees them.
+Texts opened(const std::string& arguments, const std::string& user = "alice") {
+  const bool inFront = arguments.ends_with(" true");
+  return {
+      "open " + std::string(inFront ? "" : "-g ") + "-a \"" + kPrompt + "\" --args " + arguments,
+      "VexloAppRunningNotifier " + arguments + " as " + user};
 }
 
-const MacTests policy([] {
-  const char* const suite = "RunningApplications";
-  addMacTest(suite, "NoIdentifiers", action("2008="), [](const Ended& mac) {
-    EXPECT_THAT(mac.results, ElementsAre("2008 applyLater inSufficientArguments"));
-    EXPECT_THAT(mac.log, Contains(error(kProcessor, kHandler,
-                                        "Unable to perform application running check, not enough "
-                                        "arguments. Arguments [].")));
-  });
-  addMacTest(suite, "NoneRuns",
-             action("2008=com.apple.Safari com.apple.mail",
-                    {kRunning, "application com.apple.Safari/instances=0"}),
-             [](const Ended& mac) {
-               EXPECT_THAT(mac.results, ElementsAre("2008 success"));
-               EXPECT_THAT(
-                   mac.log,
-                   IsSupersetOf({info(kFolder + "RunningAppDetector", "isAnyAppRunning(for:)",
-                                      "No running Apps detected for the bundleID: com.apple.mail."),
-                                 info(kFolder + "RunningAppDetector", "isAnyAppRunning(for:)",
-                                      "No running Apps detected for the bundleIDs: "
-                                      "[\"com.apple.Safari\", \"com.apple.mail\"].")}));
-             });
-  addMacTest(suite, "AlwaysKillEndsEveryInstance",
-             action("2008=com.apple.mail com.apple.Safari",
-                    {kRunning, "application com.apple.Safari/instances=2",
-                     "patch data/AlwaysKillApps=true"}),
-             [](const Ended& mac) {
-               EXPECT_THAT(mac.results, ElementsAre("2008 success"));
-               EXPECT_EQ(std::ranges::count_if(
-                             mac.messages(),
-                             [](const std::string& message) {
-                               return message.starts_with("Attempting to terminate app: Safari ") &&
-                                      message.ends_with(", Termination status: true.");
-                             }),
-                         2);
-               EXPECT_THAT(mac.leftApps, IsEmpty());
-               EXPECT_THAT(commandLines(mac), IsEmpty());
-               EXPECT_GT(mac.seconds, 4);
-             });
-  addMacTest(suite, "NoPromptIsAllowed",
-             action("2008=com.apple.Safari", {kRunning, "patch data/AlwaysKillApps=\"true\""}),
-             [](const Ended& mac) {
-               EXPECT_THAT(mac.results, ElementsAre(kLater));
-               EXPECT_THAT(
-                   mac.log,
-                   IsSupersetOf({info(kFolder + "RunningAppPolicy", "isAlwaysKillAppsEnabled()",
-                                      "Running application check is enabled since "
-                                      "AlwaysKillApps is not enabled."),
-                                 info(kFolder + "RunningAppPolicy", "isPromptEnabled()",
-                                      "Prompt for running applications is disabled.")}));
-               EXPECT_THAT(mac.leftApps, ElementsAre(kSafari));
-             });
-});
+auto leaves(const Texts& applications) {
+  return [applications](const Ended& mac) {
+    EXPECT_EQ(mac.leftApps, applications);
+    EXPECT_EQ(mac.leftFiles, Texts());
+  };
+}
 
-const MacTests launch([] {
-  const char* const suite = "PromptLaunch";
-  addMacTest(
-      suite, "OpenStartsItInTheConsoleUsersSession",
-      prompting({"application com.apple.mail/name=Mail", "application com.apple.mail/instances=0"},
-                "2008=com.apple.mail com.apple.Safari"),
+const MacTests policy(
+    "RunningApplications",
+    {{"NoIdentifiers", "actions/2008=", "2008 applyLater inSufficientArguments",
+      "error " + kHandler +
+          "Unable to perform application running check, not enough arguments. "
+          "Arguments []."},
+     {"NoneRuns",
+      "actions/2008=com.apple.Safari com.apple.mail | application com.apple.Safari/instances=0",
+      "2008 success",
+      kDetector + "No running Apps detected for the bundleID: com.apple.mail. | " + kDetector +
+          "No running Apps detected for the bundleIDs: [\"com.apple.Safari\", "
+          "\"com.apple.mail\"]."},
+     {"AlwaysKillEndsEveryInstance",
+      kSafari + "application com.apple.Safari/instances=2 | patch data/AlwaysKillApps=true",
+      "2008 success", "", "",
       [](const Ended& mac) {
-        EXPECT_THAT(mac.results, ElementsAre(kAgreed));
-        EXPECT_THAT(commandLines(mac),
-                    ElementsAre("open -g -a \"" + kPrompt + "\" --args Safari 0 false",
-                                "VexloAppRunningNotifier Safari 0 false"));
-        EXPECT_EQ(mac.calls.back().user, "alice");
-        EXPECT_THAT(mac.log,
-                    IsSupersetOf({info(kUserAck, kRequest,
-                                       "Launching prompt with command: open -g -a \"" + kPrompt +
-                                           "\" --args \"Safari\" \"0\" \"false\""),
-                                  info(kUserAck, kRequest, "output: , exitCode: 0"),
-                                  info(kUserAck, kWait, "Prompt app exited."),
-                                  info(kUserAck, kRead,
-                                       "User acknowledgement received: true (return code: 94)."),
-                                  info(kFolder + "RunningAppPromptCleaner", "clean()",
-                                       "Removing file: " + kReturnCodeFile + " - 2"),
-                                  info(kFolder + "RunningAppPromptCleaner", "clean()",
-                                       "Removing file: " + kReturnCodeFile + " - 0")}));
-        EXPECT_THAT(mac.leftFiles, IsEmpty());
-        EXPECT_THAT(mac.leftApps, IsEmpty());
-      });
-  addMacTest(suite, "OpenBringsItToTheFront",
-             prompting({"customization/allowScreenGrab=true", "customization/dailyPromptLimit=3",
-                        "users/console=bob", "prompt/user=postpones"}),
-             [](const Ended& mac) {
-               EXPECT_THAT(mac.results, ElementsAre(kLater));
-               EXPECT_THAT(commandLines(mac),
-                           ElementsAre("open -a \"" + kPrompt + "\" --args Safari 0 true",
-                                       "VexloAppRunningNotifier Safari 0 true"));
-               EXPECT_EQ(mac.calls.back().user, "bob");
-               EXPECT_THAT(mac.log,
-                           Contains(info(kUserAck, kRead,
-                                         "User acknowledgement received: false (return code: "
-                                         "1).")));
-               EXPECT_THAT(mac.leftApps, ElementsAre(kSafari));
-             });
-  addMacTest(suite, "SudoRunsItOnOldSystems", prompting({"mac/version=11.7.10"}),
-             [](const Ended& mac) {
-               EXPECT_THAT(mac.results, ElementsAre(kAgreed));
-               EXPECT_THAT(commandLines(mac),
-                           ElementsAre("sudo -u alice \"" + kPrompt + "\" Safari 0 false",
-                                       "VexloAppRunningNotifier Safari 0 false"));
-               EXPECT_EQ(mac.calls.back().user, "alice");
-               EXPECT_THAT(mac.log, Contains(info(kUserAck, kRequest,
-                                                  "Launching prompt with command: sudo -u alice "
-                                                  "\"" +
-                                                      kPrompt +
-                                                      "\" \"Safari\" \"0\" "
-                                                      "\"false\"")));
-               EXPECT_THAT(mac.leftFiles, IsEmpty());
-             });
-  addMacTest(suite, "AnApplicationsNameIsNoCommand",
-             prompting({"application com.apple.Safari/name=Sa\"fari $(touch /private/tmp/x) `id`"}),
-             [](const Ended& mac) {
-               EXPECT_EQ(mac.calls.back().arguments[0], "Sa\"fari $(touch /private/tmp/x) `id`");
-               EXPECT_EQ(mac.status, 0);
-             });
-});
+        EXPECT_EQ(std::ranges::count_if(mac.log,
+                                        [](const std::string& line) {
+                                          return line.starts_with(kKiller +
+                                                                  "Attempting to "
+                                                                  "terminate app: Safari ") &&
+                                                 line.ends_with(", Termination status: true.");
+                                        }),
+                  2);
+        EXPECT_EQ(mac.leftApps, Texts());
+        EXPECT_GT(mac.seconds, 4);
+      }},
+     {"NoPromptIsAllowed", kSafari + "patch data/AlwaysKillApps=\"true\"", kLater,
+      kDetector + "Apps are running for bundleID: com.apple.Safari::[Safari (PID … | info " +
+          kFolder +
+          "RunningAppPolicy isAlwaysKillAppsEnabled(): Running application check "
+          "is enabled since AlwaysKillApps is not enabled. | info " +
+          kFolder +
+          "RunningAppPolicy isPromptEnabled(): Prompt for running applications is "
+          "disabled.",
+      "", leaves(kProgram)},
+     {"EndsBeforeItsNameIsAskedFor",
+      prompting("application com.apple.Safari/quits=Apps are running for bundleID"), "2008 success",
+      "error " + kDetails +
+          "Unable to obtain app name or executable path for bundleID: com.apple.Safari. | error " +
+          kHandler +
+          "Unable to obtain app names for the following bundle IDs: [\"com.apple.Safari\"]. "
+          "Considering as no app is running."},
+     {"TwoNamesInOneOrderAndARepeatedIdentifier",
+      prompting("actions/2008=org.b org.a org.c org.b | application org.b/name=Bee | application "
+                "org.a/name=A, too | customization/dailyPromptLimit=9"),
+      "2008 success gotUserAcknowledgementForPatchingRunningApplications "
+      "{\"org.a\":\"A, too\",\"org.b\":\"Bee\"}",
+      "info " + kDetails +
+          "App name: Bee, executable path: /Applications/b.app/Contents/MacOS/b for bundleID: "
+          "org.b. | error " +
+          kDetails + "Unable to obtain app name or executable path for bundleID: org.c. | info " +
+          kStore + "data(for:): Fetched prompt data for org.b,org.a,org.c,org.b: nil.",
+      opened("\"A, too, Bee\" 0 false"), leaves(kProgram)}});
 
-const MacTests answers([] {
-  const char* const suite = "PromptAnswer";
+const MacTests launch(
+    "PromptLaunch",
+    {{"OpenStartsItInTheConsoleUsersSession", prompting(""), kAgreed,
+      kRequest + "Launching prompt with command: open -g -a \"" + kPrompt +
+          "\" --args \"Safari\" \"0\" \"false\" | " + kRequest + "output: , exitCode: 0 | " +
+          kWait + "Prompt app exited. | " + kRead +
+          "User acknowledgement received: true (return code: 94). | " + kCleaner +
+          "Removing file: " + kReturnCodeFile + " - 2 | " + kCleaner +
+          "Removing file: " + kReturnCodeFile + " - 0",
+      opened("Safari 0 false"), leaves("")},
+     {"OpenBringsItToTheFront",
+      prompting("customization/allowScreenGrab=true | users/console=bob | prompt/user=postpones"),
+      kLater, kRead + "User acknowledgement received: false (return code: 1).",
+      opened("Safari 0 true", "bob"), leaves(kProgram)},
+     {"SudoRunsItOnOldSystems", prompting("mac/version=11.7.10"), kAgreed,
+      kRequest + "Launching prompt with command: sudo -u alice \"" + kPrompt +
+          "\" \"Safari\" \"0\" \"false\"",
+      "sudo -u alice \"" + kPrompt +
+          "\" Safari 0 false | VexloAppRunningNotifier Safari 0 false as alice",
+      leaves("")},
+     {"SudoFindsNobodyOnOldSystems",
+      prompting("mac/version=11.7 | users/console=none | customization/forceDeploy=true"), kLater,
+      kRequest + "output: sudo: unknown user: NOUSERNAME\\n, exitCode: 1 | " + kRequest +
+          "Failed to launch the running app prompt.",
+      "sudo -u NOUSERNAME \"" + kPrompt + "\" Safari 0 false", leaves(kProgram)},
+     {"AnApplicationsNameIsNoCommand",
+      prompting("application com.apple.Safari/name=Sa\"fari $(touch /private/tmp/x) `id`"),
+      "2008 success gotUserAcknowledgementForPatchingRunningApplications "
+      "{\"com.apple.Safari\":\"Sa\\\"fari $(touch /private/tmp/x) `id`\"}",
+      "", opened("\"Sa\"fari $(touch /private/tmp/x) `id`\" 0 false"), leaves("")}});
+
+const MacTests answers("PromptAnswer", [] {
   struct Answer {
     std::string name;
-    std::vector<std::string> settings;
+    Texts settings;
     std::string line;
     bool forcedToo = true;  ///< The forced attempt takes the fallback.
   };
+  const std::string launchFailed = kRequest + "Failed to launch the running app prompt.";
+  const std::string notFound = kRead + "Return code file not found. ";
+  const std::string invalid = kRead + "Return code file content is invalid. ";
+  const std::string unreadable = kRead + "Failed to read return code file. ";
   const std::vector<Answer> rows{
-      {"OpenFails", {"open/exits=1"}, "Failed to launch the running app prompt.", false},
-      {"PromptFailsOnOldSystems",
-       {"mac/version=11.7", "prompt/exits=3"},
-       "Failed to launch the running app prompt.",
-       false},
-      {"TimesOut",
-       {"prompt/user=ignores", "customization/skipTimerCountInMinutes=0"},
-       "User acknowledgement timed out after 30 seconds."},
-      {"NoTimeAtAll",
-       {"prompt/user=ignores", "customization/skipTimerCountInMinutes=-1"},
-       "User acknowledgement timed out after -30 seconds."},
-      {"QuitsWithoutAnAnswer", {"prompt/user=quits"}, "Return code file not found. "},
-      {"Crashes", {"prompt/user=crashes"}, "Return code file not found. "},
-      {"AnswerIsNoNumber", {"prompt/writes=94.0"}, "Return code file content is invalid. "},
-      {"AnswerIsEmpty", {"prompt/writes="}, "Return code file content is invalid. "},
-      {"AnswerIsNoText",
-       {"prompt/writes=bytes that are no text"},
-       "Failed to read return code file. "},
-      {"AnswerIsADirectory", {"prompt/writes=a directory"}, "Failed to read return code file. "},
-      {"AnswerIsAFifo", {"prompt/writes=a fifo"}, "Failed to read return code file. "},
-      {"AnswerIsALink", {"prompt/writes=a link"}, "Failed to read return code file. "}};
-  for (const bool forced : {false, true}) {
-    for (const Answer& row : rows) {
-      std::vector<std::string> settings = row.settings;
-      settings.emplace_back(forced ? "customization/forceDeploy=true"
-                                   : "customization/forceDeploy=false");
-      const bool yes = forced && row.forcedToo;
-      addMacTest(suite, row.name + (forced ? "Forced" : ""), prompting(std::move(settings)),
-                 [row, yes](const Ended& mac) {
-                   EXPECT_THAT(mac.results, ElementsAre(yes ? kAgreed : kLater));
-                   const bool tellsFallback = row.line.ends_with(' ');
-                   EXPECT_THAT(
-                       mac.log,
-                       Contains(AllOf(
-                           Field(&LogRecord::file, kUserAck),
-                           Field(&LogRecord::message,
-                                 StartsWith(row.line + (!tellsFallback ? ""
-                                                        : yes          ? "Returning fallback: true."
-                                                              : "Returning fallback: false."))))));
-                   EXPECT_THAT(mac.leftApps, Not(Contains(kPrompt)));
-                 });
+      {"OpenFails", "open/exits=1", launchFailed, false},
+      {"PromptFailsOnOldSystems", "mac/version=11.7 | prompt/exits=3", launchFailed, false},
+      {"TimesOut", "prompt/user=ignores | customization/skipTimerCountInMinutes=0",
+       kWait + "User acknowledgement timed out after 30 seconds."},
+      {"NoTimeAtAll", "prompt/user=ignores | customization/skipTimerCountInMinutes=-1",
+       kWait + "User acknowledgement timed out after -30 seconds."},
+      {"QuitsWithoutAnAnswer", "prompt/user=quits", notFound},
+      {"Crashes", "prompt/user=crashes", notFound},
+      {"IsNoNumber", "prompt/writes=94.0", invalid},
+      {"IsEmpty", "prompt/writes=", invalid},
+      {"IsNoText", "prompt/writes=bytes that are no text", unreadable},
+      {"IsADirectory", "prompt/writes=a directory", unreadable},
+      {"IsAFifo", "prompt/writes=a fifo", unreadable},
+      {"IsALink", "prompt/writes=a link", unreadable},
+      {"IsAClearNo", "prompt/user=postpones",
+       kRead + "User acknowledgement received: false (return code: 1).", false}};
+  std::vector<MacTest> tests{
+      {"IsANumberBetweenBlanks", prompting("prompt/writes= +094 \n"), kAgreed, "", kAnyCalls}};
+  for (const Answer& row : rows) {
+    for (const bool forced : {false, true}) {
+      const std::string fallback = forced ? "true" : "false";
+      const bool tellsFallback = row.line.ends_with(' ');
+      tests.push_back(
+          {row.name + (forced ? "Forced" : ""),
+           prompting(row.settings) + Texts{"customization/forceDeploy=" + fallback},
+           {forced && row.forcedToo ? kAgreed : kLater},
+           {tellsFallback ? row.line + "Returning fallback: " + fallback + ".…" : row.line},
+           kAnyCalls,
+           [](const Ended& mac) {
+             EXPECT_THAT(mac.leftApps, testing::Not(testing::Contains(kPrompt)));
+           }});
     }
   }
-  addMacTest(suite, "ANumberBetweenBlanks", prompting({"prompt/writes= +094 \n"}),
-             [](const Ended& mac) { EXPECT_THAT(mac.results, ElementsAre(kAgreed)); });
-  addMacTest(suite, "AClearNoCountsOnTheForcedAttemptToo",
-             prompting({"prompt/user=postpones", "customization/forceDeploy=true"}),
-             [](const Ended& mac) { EXPECT_THAT(mac.results, ElementsAre(kLater)); });
-});
+  return tests;
+}());
 
-const MacTests counting([] {
-  const char* const suite = "PromptCounts";
-  const std::string evaluator = kFolder + "RunningAppPromptEvaluator";
-  constexpr const char* kEvaluate = "evaluate(for:having:)";
-  const auto countedTimes = [](int times, std::vector<std::string> settings) {
-    settings.insert(settings.end(), {"prompt/user=postpones", "prompt/after=200 ms"});
-    MacRun run = prompting(std::move(settings));
-    run.times = times;
-    return run;
+const std::string kLargest = "9223372036854775807";
+
+/// That Mac where the user postpones at once.
+Texts postponing(const Texts& settings) {
+  return prompting("prompt/user=postpones | prompt/after=200 ms") + settings;
+}
+
+/// Counts that an earlier run left, as settings.
+Texts counted(const std::string& today, const std::string& total,
+              const std::string& patch = "310990") {
+  const std::string section = "prompt data com.apple.Safari/";
+  return {section + "today=" + today, section + "patchID=\"" + patch + "\"",
+          section + "promptShownCount=" + total};
+}
+
+/// That the counts' file holds these and nothing else.
+auto counts(const std::string& today, const std::string& total, const std::string& setAside = "") {
+  return [=](const Ended& mac) {
+    const std::string begin = mac.counts.substr(0, mac.counts.find("<dict>"));
+    EXPECT_EQ(mac.counts, begin + "<dict><key>com.apple.Safari</key><dict><key>DAY</key><integer>" +
+                              today +
+                              "</integer><key>patchID</key><string>310990</string><key>"
+                              "promptShownCount</key><integer>" +
+                              total + "</integer></dict></dict></plist>");
+    EXPECT_EQ(mac.setAside, setAside);
   };
-  addMacTest(suite, "PostponementsRunOut",
-             countedTimes(3, {"customization/numberOfSkipAttempts=2"}), [=](const Ended& mac) {
-               EXPECT_THAT(mac.results, ElementsAre(kLater, kLater, kLater));
-               std::vector<std::string> prompts;
-               for (const Call& call : mac.callsOf("VexloAppRunningNotifier")) {
-                 prompts.push_back(commandLine(call));
-               }
-               EXPECT_THAT(prompts, ElementsAre("VexloAppRunningNotifier Safari 2 false",
-                                                "VexloAppRunningNotifier Safari 1 false",
-                                                "VexloAppRunningNotifier Safari 0 true"));
-               EXPECT_THAT(
-                   mac.log,
-                   IsSupersetOf({info(evaluator, kEvaluate,
-                                      "New version detected for bundleID: com.apple.Safari. "
-                                      "Resetting prompt data."),
-                                 info(evaluator, kEvaluate,
-                                      "Exceeded the number of skip attempts, skipping deployment, "
-                                      "total number of prompts shown: 2")}));
-               EXPECT_THAT(mac.promptData, HasSubstr("<integer>3</integer>"));
-             });
-  addMacTest(suite, "ADaysPromptsRunOut", countedTimes(2, {"customization/dailyPromptLimit=1"}),
-             [=](const Ended& mac) {
-               EXPECT_THAT(mac.results, ElementsAre(kLater, kLater));
-               EXPECT_EQ(mac.callsOf("VexloAppRunningNotifier").size(), 1U);
-               EXPECT_THAT(mac.log, Contains(info(evaluator, kEvaluate,
-                                                  "Daily prompt limit reached (1/1) for bundleID: "
-                                                  "com.apple.Safari. Skipping deployment.")));
-             });
-  addMacTest(suite, "ForcedAfterTheLastPostponement", {.scenario = "last-attempt"},
-             [](const Ended& mac) {
-               EXPECT_THAT(mac.results, ElementsAre(kAgreed));
-               EXPECT_THAT(mac.messages(),
-                           Contains("Return code file not found. Returning fallback: true."));
-               EXPECT_THAT(mac.leftApps, IsEmpty());
-             });
-  addMacTest(suite, "AnotherPatchStartsAgain",
-             countedTimes(1, {"customization/dailyPromptLimit=1",
-                              "prompt data com.apple.Safari/patchID=\"1\"",
-                              "prompt data com.apple.Safari/promptShownCount=9",
-                              "prompt data com.apple.Safari/today=9"}),
-             [](const Ended& mac) {
-               EXPECT_EQ(mac.callsOf("VexloAppRunningNotifier").size(), 1U);
-               EXPECT_THAT(mac.promptData, HasSubstr("<string>310990</string>"));
-             });
-  addMacTest(suite, "WithoutLimitsNothingIsCounted", countedTimes(1, {}), [=](const Ended& mac) {
-    EXPECT_THAT(mac.log, Contains(info(evaluator, kEvaluate,
-                                       "Daily prompt limit and number of skip attempts are both "
-                                       "0, Using default flow.")));
-    EXPECT_EQ(mac.promptData, "");
-  });
-  addMacTest(
-      suite, "OneMistypedSettingDiscardsAll",
-      countedTimes(1,
-                   {"customization/numberOfSkipAttempts=2", "customization/forceDeploy=\"true\""}),
-      [=](const Ended& mac) {
-        EXPECT_THAT(
-            mac.log,
-            Contains(AllOf(
-                LoggedBy(kFolder + "RunningAppPromptCustomizationProvider", "customizationData"),
-                Field(&LogRecord::level, LogCore::LogLevel::error),
-                Field(&LogRecord::message, StartsWith("Failed to decode customization data. "
-                                                      "Error: ")))));
-        EXPECT_EQ(commandLine(mac.calls.back()), "VexloAppRunningNotifier Safari 0 false");
-      });
-  addMacTest(
-      suite, "CountsThatCantBeSavedDontStopThePrompt",
-      countedTimes(1, {"customization/numberOfSkipAttempts=2", "agent/data directory=read-only"}),
-      [=](const Ended& mac) {
-        EXPECT_THAT(mac.results, ElementsAre(kLater));
-        EXPECT_THAT(
-            mac.log,
-            Contains(AllOf(LoggedBy(kFolder + "RunningAppPromptDataStore", "saveData(_:for:)"),
-                           Field(&LogRecord::level, LogCore::LogLevel::error),
-                           Field(&LogRecord::message, StartsWith("Unable to save prompt data for "
-                                                                 "com.apple.Safari: ")))));
-        EXPECT_EQ(commandLine(mac.calls.back()), "VexloAppRunningNotifier Safari 2 false");
-      });
-});
+}
+void countsNothing(const Ended& mac) { EXPECT_EQ(mac.counts, ""); }
+
+std::string limit(const std::string& prompts) {
+  return "customization/dailyPromptLimit=" + prompts;
+}
+std::string skips(const std::string& attempts) {
+  return "customization/numberOfSkipAttempts=" + attempts;
+}
+
+const std::string kNewVersion =
+    kEvaluator + "New version detected for bundleID: com.apple.Safari. Resetting prompt data.";
+const std::string kDefaultFlow =
+    kEvaluator + "Daily prompt limit and number of skip attempts are both 0, Using default flow.";
+const std::string kExceeded =
+    kEvaluator +
+    "Exceeded the number of skip attempts, skipping deployment, total number of prompts shown: ";
+const std::string kLimitReached = kEvaluator + "Daily prompt limit reached ";
+const std::string kFetched =
+    "info " + kStore + "data(for:): Fetched prompt data for com.apple.Safari: ";
+const std::string kSaved =
+    "info " + kStore + "saveData(_:for:): Saved prompt data for com.apple.Safari: ";
+
+const MacTests counting("PromptCounts", [] {
+  std::vector<MacTest> tests{
+      {.name = "PostponementsRunOut",
+       .settings = postponing(skips("2")),
+       .results = kLater + " | " + kLater + " | " + kLater,
+       .lines = kNewVersion + " | " + kExceeded + "2 | " + kFetched + "nil. | " + kFetched +
+                "Optional([\"DAY\": 2, \"patchID\": \"310990\", "
+                "\"promptShownCount\": 2]). | " +
+                kSaved + "[\"DAY\": 3, \"patchID\": \"310990\", \"promptShownCount\": 3].",
+       .calls = opened("Safari 2 false") + opened("Safari 1 false") + opened("Safari 0 true"),
+       .check = counts("3", "3"),
+       .times = 3},
+      {.name = "ADaysPromptsRunOut",
+       .settings = postponing(limit("1")),
+       .results = kLater + " | " + kLater,
+       .lines = kLimitReached + "(1/1) for bundleID: com.apple.Safari. Skipping deployment.",
+       .calls = opened("Safari 0 false"),
+       .check = counts("1", "1"),
+       .times = 2},
+      {"TheDaysLimitComesFirst", postponing({limit("2"), skips("2")}) + counted("5", "7"), kLater,
+       kLimitReached + "(5/2) for bundleID: com.apple.Safari. Skipping deployment.", "",
+       counts("5", "7")},
+      {"AgreedIsCounted", prompting(skips("5")) + counted("1", "2"), kAgreed, "",
+       opened("Safari 3 false"), counts("2", "3")},
+      {"ForcedWithPostponementsLeft",
+       prompting({skips("3"), "customization/forceDeploy=true", "prompt/user=quits"}), kAgreed, "",
+       opened("Safari 3 false"), counts("1", "1")},
+      {"ForcedAfterTheLastPostponement", "", kAgreed,
+       kRead + "Return code file not found. Returning fallback: true.", opened("Safari 0 true"),
+       counts("2", "3"), "last-attempt"},
+      {"AnotherPatchStartsAgain", postponing(limit("1")) + counted("9", "9", "1"), kLater,
+       kNewVersion, opened("Safari 0 false"), counts("1", "1")},
+      {"WithoutLimitsNothingIsCounted", postponing(""), kLater, kDefaultFlow,
+       opened("Safari 0 false"), countsNothing},
+      {"NegativeLimitsAreNone", postponing({limit("-9223372036854775808"), skips("-1")}), kLater,
+       kDefaultFlow, opened("Safari 0 false"), countsNothing},
+      {"HugeLimitsAndCountsThatAreTexts",
+       postponing({limit(kLargest), skips(kLargest)}) + counted("\"4\"", "\"4\""), kLater, "",
+       opened("Safari " + kLargest + " false"), counts("1", "1")},
+      {"CountsAtTheirEnd",
+       postponing({limit(kLargest), skips("9")}) + counted("9223372036854775806", kLargest), kLater,
+       kExceeded + kLargest, opened("Safari 0 true"), counts(kLargest, kLargest)},
+      {"OneMistypedSettingDiscardsAll",
+       postponing({skips("2"), "customization/forceDeploy=\"true\""}), kLater,
+       kCantDecode + " | " + kDefaultFlow, opened("Safari 0 false"), countsNothing},
+      {"ACustomizationThatIsNoPropertyList", postponing("customization/content=<plist><dict>"),
+       kLater, kCantDecode + " | " + kDefaultFlow, opened("Safari 0 false"), countsNothing},
+      {"CountsThatCantBeSavedDontStopThePrompt",
+       postponing({skips("2"), "agent/data directory=read-only"}), kLater,
+       "error " + kStore +
+           "saveData(_:for:): Unable to save prompt data for com.apple.Safari: "
+           "[\"DAY\": 1, \"patchID\": \"310990\", \"promptShownCount\": 1]. "
+           "Error: …",
+       opened("Safari 2 false"), countsNothing}};
+  // What lies in the file's place and can't be used is kept beside it.
+  for (const auto& [name, content, setAside] : std::initializer_list<std::array<std::string, 3>>{
+           {"ADamagedFile", "<plist><dict><key>", "<plist><dict><key>"},
+           {"AnArray", "<plist><array/></plist>", "<plist><array/></plist>"},
+           {"ALink", "a link", "not the agent's"}}) {
+    tests.push_back({name + "InPlaceOfTheCounts",
+                     postponing({skips("2"), "agent/prompt data=" + content}), kLater,
+                     kFetched + "nil. | " + kNewVersion, opened("Safari 2 false"),
+                     counts("1", "1", setAside)});
+  }
+  return tests;
+}());
 
 }  // namespace
 }  // namespace end_to_end

@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <array>
 #include <cstdio>
@@ -99,6 +100,31 @@ TEST_F(SimulatedMacTest, NeedsNoSecondUser) {
                         "\"user\":\"alice\",\"uid\":0"));
 }
 
+TEST_F(SimulatedMacTest, ChangesNoFileForItsRecords) {
+  const TemporaryDirectory directory;
+  const std::string file = directory.write("calls", "");
+  ASSERT_EQ(shell("chmod 600 " + file).status, 0);
+  const int status = enter("--records " + file + " healthy -- true").status;
+  EXPECT_EQ(status, geteuid() == 0 ? 64 : 0);  // others than root have no second user in the Mac
+  EXPECT_EQ(shell("stat -c %a " + file).output, "600\n");
+}
+
+TEST_F(SimulatedMacTest, TellsWhatDoesNotStart) {
+  const TemporaryDirectory directory;
+  const std::string copies = "cp '" + programFolder() + "'/enter " + directory.path() + "; ";
+  EXPECT_EQ(shell(copies + directory.file("enter") + " healthy -- true").status, 70);
+  if (geteuid() == 0) {  // who becomes alice, who may not run the applications
+    const Ran ran =
+        shell("chmod 755 " + directory.path() + "; cd '" + programFolder() +
+              "'; install -m 700 simulated-mac-tool " + directory.path() + "; " +
+              directory.file("enter") + " --set 'application x/name=X' healthy -- true");
+    EXPECT_EQ(ran.status, 70);
+    EXPECT_EQ(ran.output,
+              "enter: [application x]: /Applications/x.app/Contents/MacOS/x: Permission denied\n"
+              "enter: [application x] doesn't start\n");
+  }
+}
+
 TEST_F(SimulatedMacTest, IsThereAtOnce) {
   // In seconds of the processor: how long that takes on the clock is up to the other programs.
   const auto used = [] {
@@ -140,13 +166,28 @@ TEST(SimulatedMacScenarioTest, AMistakeIsAnErrorThatSaysWhere) {
       {"[battery]\n", "line 1: expected one of the sections mac, "},
       {"\nversion = 14\n", "line 2: expected [section] or key = value, found \"version = 14\""},
       {"[mac\n", "line 1: expected \"]\" at the end of the section's name"},
-      {"[mac]\n| text\n", "line 2: expected a key before the first line of its text"}};
+      {"[mac]\n| text\n", "line 2: expected a key before the first line of its text"},
+      {"[prompt]\nafter = soon\n",
+       "line 2: expected DURATION for after in [prompt], found \"soon\"; DURATION is a time such "
+       "as "
+       "1.5 s or 300 ms"},
+      {"[open]\nexits =\n  | 3\n  | 4\nstdout = x\n",
+       "line 2: expected STATUS | signal SIGNAL | never for exits in [open], found \"3\""}};
   const TemporaryDirectory directory;
   for (const Mistake& mistake : mistakes) {
     const std::string file = directory.write("mistake.ini", mistake.text);
     const Ran ran = enter(file + " -- true");
     EXPECT_EQ(ran.status, 65) << mistake.text;
     EXPECT_THAT(ran.output, StartsWith("enter: " + file + ", " + mistake.message));
+  }
+  for (const std::string setting :
+       {"agent service/state=nonsense", "prompt/user=nonsense", "application X/instances=abc",
+        "application X/bundle=a/b", "mdm/enrollment=foo", "open/takes=forever", "mac/version=14.x",
+        "mac/free disk=8q", "users/account=dave", "power/source=battery full 4"}) {
+    const Ran ran = enter("--set '" + setting + "' healthy -- true");
+    EXPECT_EQ(ran.status, 65) << setting;
+    const std::string found = "found \"" + setting.substr(setting.find('=') + 1) + "\"";
+    EXPECT_THAT(ran.output, AllOf(StartsWith("enter: --set: expected "), HasSubstr(found)));
   }
   EXPECT_EQ(enter("healthy").status, 64);
   EXPECT_EQ(enter("no-such-scenario -- true").status, 65);
