@@ -61,8 +61,8 @@ std::optional<std::string> textIn(const json::object& members, std::string_view 
   if (characters == nullptr) {
     return std::nullopt;
   }
-  std::string text;
-  text.reserve(std::max(characters->size(), sizeof text));  // a short text's move leaves it behind
+  std::string text;  // never so short that a move would leave its bytes behind
+  text.reserve(std::max(characters->size(), sizeof(std::string)));
   return text.append(characters->data(), characters->size());
 }
 
