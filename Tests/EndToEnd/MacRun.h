@@ -31,8 +31,9 @@ struct Ended {
   double seconds = 0;    ///< How long the actions took together.
 };
 
-/// Stands for any text in the place where it ends an expected line, and for any calls.
-inline constexpr std::string_view kAny = "…";
+/// Stands for any text in the place where it ends an expected line, alone for any calls.
+inline constexpr const char* kAny = "…";
+inline const Texts kAnyCalls = kAny;
 
 /// A run of vexlo-patch in a Mac, and what is to come of it.
 struct MacTest {

@@ -1,6 +1,8 @@
 // Running applications and the prompt, from the detection to the user's answer.
 #include <gmock/gmock.h>
 
+#include <array>
+
 #include "Tests/EndToEnd/MacRun.h"
 
 namespace end_to_end {
@@ -32,7 +34,6 @@ const std::string kLater = "2008 applyLater appIsRunning";
 const std::string kAgreed =
     "2008 success gotUserAcknowledgementForPatchingRunningApplications "
     "{\"com.apple.Safari\":\"Safari\"}";
-const Texts kAnyCalls{std::string(kAny)};
 /// Safari runs and is what the action looks for.
 const Texts kSafari{"application com.apple.Safari/name=Safari", "actions/2008=com.apple.Safari"};
 
