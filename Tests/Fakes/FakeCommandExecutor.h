@@ -18,6 +18,7 @@ class FakeCommandExecutor final : public CommandExecutor {
     std::string command;
     std::optional<std::string> launchPath;
     std::optional<std::string> pipeInput;
+    friend bool operator==(const Call&, const Call&) = default;
   };
   std::deque<CommandResult> answers;
   std::vector<Call> calls;

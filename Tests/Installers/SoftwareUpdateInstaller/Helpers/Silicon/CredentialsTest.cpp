@@ -1,21 +1,19 @@
 #include <gmock/gmock.h>
 
-#include <atomic>
+#include <array>
 #include <chrono>
 #include <functional>
 #include <latch>
 #include <map>
 #include <memory>
+#include <new>
 #include <optional>
-#include <sstream>
 #include <string>
 #include <thread>
 #include <utility>
 #include <vector>
 
-#include "AgentLibraries/vxutils/AgentServiceServer.h"
 #include "Tests/Fakes/LogCapture.h"
-#include "Tests/Fakes/TestAgentDirectories.h"
 #include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Helpers/Silicon/CredentialsFetcher.h"
 
 namespace vexlo {
@@ -25,16 +23,7 @@ using namespace std::chrono_literals;  // NOLINT(google-build-using-namespace)
 using ::testing::AllOf;
 using ::testing::ElementsAre;
 
-const std::string kUserNameKey = "PatchOSUpdateUserName";
-const std::string kPasswordKey = "PatchOSUpdatePassword";
 const std::string kFolder = "Installers/SoftwareUpdateInstaller/Helpers/Silicon/";
-const char* const kNoCredentials =
-    "Unable to get username and password from agent service connection. Need to retry later.";
-
-auto received(const std::string& key) {
-  return AllOf(InfoLine("Received value for " + key + " form AgentService."),
-               LoggedBy(kFolder + "AgentServiceValueFetcher", "value(for:)"));
-}
 
 /// Hands every request to the test, which replies when and where it likes.
 class FakeAgentService final : public vxutils::AgentServiceProtocol {
@@ -45,27 +34,13 @@ class FakeAgentService final : public vxutils::AgentServiceProtocol {
   }
 };
 
-class AgentServiceValueFetcherTest : public ::testing::Test {
+class CredentialsTest : public ::testing::Test {
  protected:
   std::shared_ptr<FakeAgentService> service = std::make_shared<FakeAgentService>();
   LogCapture log;
 };
 
-TEST_F(AgentServiceValueFetcherTest, WaitsForTheAnswerOfAnotherThread) {
-  std::jthread connection;
-  service->onRequest = [&](const std::string& key, const auto& reply) {
-    connection = std::jthread([key, reply] { reply("value of " + key); });
-  };
-  EXPECT_EQ(DefaultAgentServiceValueFetcher(service).value("key"), "value of key");
-  EXPECT_THAT(log.records(), ElementsAre(received("key")));
-  EXPECT_FALSE(log.mentions("value of"));
-
-  service->onRequest = [](const auto&, const auto& reply) { reply(std::nullopt); };
-  EXPECT_EQ(DefaultAgentServiceValueFetcher(service).value("key"), std::nullopt);
-  EXPECT_EQ(log.records().size(), 2U);
-}
-
-TEST_F(AgentServiceValueFetcherTest, TheFirstOfSeveralAnswersCounts) {
+TEST_F(CredentialsTest, TheFirstOfSeveralAnswersCounts) {
   service->onRequest = [](const auto&, const auto& reply) {
     reply("first");
     reply("second");
@@ -74,7 +49,7 @@ TEST_F(AgentServiceValueFetcherTest, TheFirstOfSeveralAnswersCounts) {
   EXPECT_EQ(DefaultAgentServiceValueFetcher(service).value("key"), "first");
 }
 
-TEST_F(AgentServiceValueFetcherTest, AnAnswerAfterTheTimeoutMeetsNobody) {
+TEST_F(CredentialsTest, AnAnswerAfterTheTimeoutMeetsNobody) {
   std::latch callerHasGone(1);
   std::jthread connection;
   service->onRequest = [&](const auto&, const auto& reply) {
@@ -84,82 +59,39 @@ TEST_F(AgentServiceValueFetcherTest, AnAnswerAfterTheTimeoutMeetsNobody) {
     });
   };
   EXPECT_EQ(DefaultAgentServiceValueFetcher(service, 1ms).value("key"), std::nullopt);
-  EXPECT_THAT(
-      log.records(),
-      ElementsAre(AllOf(ErrorLine("Unable to get value for key form AgentService, Timeout."),
-                        LoggedBy(kFolder + "AgentServiceValueFetcher", "value(for:)"))));
+  EXPECT_THAT(log.records(),
+              ElementsAre(ErrorLine("Unable to get value for key form AgentService, Timeout.")));
   callerHasGone.count_down();
-  connection.join();
-  EXPECT_THAT(log.records().back(), received("key"));
 }
 
-/// A race on purpose: the answers come about when the waiting ends.
-TEST_F(AgentServiceValueFetcherTest, AnAnswerAtTheVeryTimeoutIsWholeOrAbsent) {
-  for (int round = 0; round < 200; ++round) {
-    std::vector<std::jthread> connections;
-    service->onRequest = [&](const auto&, const auto& reply) {
-      for (const char* answer : {"the answer", "another answer"}) {
-        connections.emplace_back([reply, answer] { reply(answer); });
-      }
-    };
-    const auto value = DefaultAgentServiceValueFetcher(service, round % 2 * 1ms).value("key");
-    EXPECT_TRUE(value.value_or("the answer").ends_with("answer"));
-  }
-}
-
-/// Answers from a map; absent for other keys.
-class FakeValues final : public AgentServiceValueFetcher {
- public:
+TEST_F(CredentialsTest, NeedBothTexts) {
+  const std::string user = "PatchOSUpdateUserName";
+  const std::string password = "PatchOSUpdatePassword";
   std::map<std::string, std::string> values;
-  std::vector<std::string> keys;
-  std::optional<std::string> value(const std::string& key) override {
-    keys.push_back(key);
-    const auto found = values.find(key);
-    return found == values.end() ? std::nullopt : std::optional(found->second);
-  }
-};
-
-TEST(UserCredentialsTest, NeedBothTexts) {
-  struct Case {
-    std::map<std::string, std::string> values;
-    std::size_t keysAsked;
-    std::optional<Credentials> credentials;
+  service->onRequest = [&](const auto& key, const auto& reply) {
+    reply(values.contains(key) ? std::optional(values[key]) : std::nullopt);
   };
-  const std::vector<Case> cases = {
-      {{{kUserNameKey, "alice"}, {kPasswordKey, "pw"}}, 2, Credentials("alice", "pw")},
-      {{{kUserNameKey, " "}, {kPasswordKey, "  "}}, 2, Credentials(" ", "  ")},
-      {{{kUserNameKey, ""}, {kPasswordKey, "pw"}}, 1, std::nullopt},
-      {{{kPasswordKey, "pw"}}, 1, std::nullopt},
-      {{{kUserNameKey, "alice"}, {kPasswordKey, ""}}, 2, std::nullopt},
-      {{{kUserNameKey, "alice"}}, 2, std::nullopt},
-  };
-  for (const auto& [values, keysAsked, credentials] : cases) {
-    const LogCapture log;
-    const auto provider = std::make_shared<FakeValues>();
-    provider->values = values;
-    EXPECT_EQ(UserCredentials(provider).credentials(), credentials);
-    EXPECT_EQ(provider->keys.size(), keysAsked);
-    EXPECT_EQ(provider->keys.front(), kUserNameKey);
-    if (!credentials) {
-      EXPECT_THAT(log.records(),
-                  ElementsAre(AllOf(ErrorLine(kNoCredentials),
-                                    LoggedBy(kFolder + "CredentialsFetcher", "credentials()"))));
-    }
+  UserCredentials fetcher(std::make_shared<DefaultAgentServiceValueFetcher>(service));
+  values = {{user, " "}, {password, "s3cret"}};
+  EXPECT_EQ(fetcher.credentials(), Credentials(" ", "s3cret"));
+  for (const auto& incomplete :
+       std::vector<std::map<std::string, std::string>>{{{user, ""}, {password, "s3cret"}},
+                                                       {{password, "s3cret"}},
+                                                       {{user, "alice"}, {password, ""}},
+                                                       {{user, "alice"}}}) {
+    values = incomplete;
+    EXPECT_EQ(fetcher.credentials(), std::nullopt);
+    EXPECT_THAT(log.records().back(),
+                AllOf(ErrorLine("Unable to get username and password from agent service "
+                                "connection. Need to retry later."),
+                      LoggedBy(kFolder + "CredentialsFetcher", "credentials()")));
   }
-}
-
-TEST(CredentialsTest, CompareBothTextsAndShowOnlyTheName) {
-  const Credentials alice("alice", "s3cret");
-  EXPECT_EQ(alice, Credentials("alice", "s3cret"));
-  EXPECT_NE(alice, Credentials("alice", "S3cret"));
-  EXPECT_NE(alice, Credentials("Alice", "s3cret"));
-  std::ostringstream out;
-  out << alice;
-  EXPECT_EQ(out.str(), "Credentials(alice)");
+  EXPECT_EQ(describe(Credentials("alice", "s3cret")), "Credentials(alice)");
+  EXPECT_FALSE(log.mentions("s3cret"));
 }
 
 /// The bytes of a short text lie in the object itself, so that they can be looked at afterwards.
-TEST(CredentialsTest, LeaveNoPasswordWhereTheyWere) {
+TEST_F(CredentialsTest, LeaveNoPasswordWhereTheyWere) {
   alignas(Credentials) std::array<char, sizeof(Credentials)> memory{};
   const auto holdsPassword = [&] {
     // Read as the compiler can't foresee: the object's own life has ended.
@@ -179,43 +111,6 @@ TEST(CredentialsTest, LeaveNoPasswordWhereTheyWere) {
   std::destroy_at(credentials);
   EXPECT_FALSE(holdsPassword());
   EXPECT_EQ(moved.password, "secret-pass");
-}
-
-/// The real service over its socket.
-class AgentServiceCredentialsTest : public ::testing::Test {
- protected:
-  static std::string socketPath() {
-    std::filesystem::create_directories(testAgentDirectories().file("base/run"));
-    return testAgentDirectories().file("base/run/agent-service.sock");
-  }
-  LogCapture log;
-};
-
-TEST_F(AgentServiceCredentialsTest, AreFetchedAnewFromTheService) {
-  std::atomic<int> requests = 0;
-  const vxutils::AgentServiceServer server(socketPath(), [&](const std::string& key) {
-    ++requests;
-    return std::optional(key == kUserNameKey ? "alice" : "p\"w\\\n\u00FC");
-  });
-  const auto service = agentServiceCredentials();
-  ASSERT_TRUE(service);
-  for (const int expected : {2, 4}) {
-    EXPECT_EQ(service->fetcher->credentials(), Credentials("alice", "p\"w\\\n\u00FC"));
-    EXPECT_EQ(requests, expected);
-  }
-  EXPECT_FALSE(log.mentions("p\"w"));
-}
-
-TEST_F(AgentServiceCredentialsTest, AreAbsentWhenTheServiceHasNoneDiesOrIsNotThere) {
-  EXPECT_FALSE(agentServiceCredentials());
-  auto server = std::make_unique<vxutils::AgentServiceServer>(
-      socketPath(), [](const std::string&) { return std::nullopt; });
-  const auto service = agentServiceCredentials();
-  ASSERT_TRUE(service);
-  EXPECT_EQ(service->fetcher->credentials(), std::nullopt);
-  server.reset();
-  EXPECT_EQ(service->fetcher->credentials(), std::nullopt);
-  EXPECT_THAT(log.records().back(), ErrorLine(kNoCredentials));
 }
 
 }  // namespace
