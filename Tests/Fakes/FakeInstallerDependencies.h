@@ -13,15 +13,11 @@
 
 namespace vexlo {
 
-/// Answers with its public field and counts.
+/// Answers with its public field.
 class FakeCredentialsFetcher final : public CredentialsFetcher {
  public:
   std::optional<Credentials> answer;
-  int timesAsked = 0;
-  std::optional<Credentials> credentials() override {
-    ++timesAsked;
-    return answer;
-  }
+  std::optional<Credentials> credentials() override { return answer; }
 };
 
 /// Answers with its public field and records the builds asked for.
@@ -35,23 +31,10 @@ class FakeSoftwareUpdateLabelProvider final : public SoftwareUpdateLabelProvider
   }
 };
 
-/// Records in the test's list of events how many commands had run when it was called.
-class FakeSoftwareUpdateNotifier final : public SoftwareUpdateNotifier {
- public:
-  FakeSoftwareUpdateNotifier(const FakeCommandExecutor& commands, std::vector<std::string>& events)
-      : commands_(commands), events_(events) {}
-  void notifyUpdatesInProgress() override {
-    events_.push_back("notified after command " + std::to_string(commands_.calls.size()));
-  }
-
- private:
-  const FakeCommandExecutor& commands_;
-  std::vector<std::string>& events_;
-};
-
 /// What both containers hold, over fakes; a container without credentials is that of an Intel Mac.
+/// Tells the test's list of events how many commands had run when the user was notified.
 template <typename Container>
-class FakeInstallation : public Container {
+class FakeInstallation : public Container, SoftwareUpdateNotifier {
  public:
   std::unique_ptr<FakeCredentialsFetcher> fetcher;
   FakeCommandExecutor commands;
@@ -59,7 +42,7 @@ class FakeInstallation : public Container {
 
   CredentialsFetcher* userCredentials() override { return fetcher.get(); }
   CommandExecutor& executor() override { return commands; }
-  SoftwareUpdateNotifier& notifier() override { return notifier_; }
+  SoftwareUpdateNotifier& notifier() override { return *this; }
 
   /// Makes it the container of an Apple silicon Mac, where credentials may be absent.
   void holdCredentials(std::optional<Credentials> credentials) {
@@ -68,7 +51,9 @@ class FakeInstallation : public Container {
   }
 
  private:
-  FakeSoftwareUpdateNotifier notifier_{commands, events};
+  void notifyUpdatesInProgress() override {
+    events.push_back("notified after command " + std::to_string(commands.calls.size()));
+  }
 };
 
 using FakeUpgradeInstallerDependencies = FakeInstallation<UpgradeInstallerDependencies>;

@@ -14,23 +14,6 @@
 
 #include "AgentLibraries/LogCore/Logger.h"
 
-namespace LogCore {
-/// How a level appears in a failed expectation.
-inline void PrintTo(LogLevel level, std::ostream* out) {
-  switch (level) {
-    case LogLevel::debug:
-      *out << "debug";
-      return;
-    case LogLevel::info:
-      *out << "info";
-      return;
-    case LogLevel::error:
-      *out << "error";
-      return;
-  }
-}
-}  // namespace LogCore
-
 /// One log line, its message built.
 struct LogRecord {
   LogCore::LogLevel level = LogCore::LogLevel::debug;
@@ -41,7 +24,10 @@ struct LogRecord {
 
   friend bool operator==(const LogRecord&, const LogRecord&) = default;
   friend std::ostream& operator<<(std::ostream& out, const LogRecord& record) {
-    PrintTo(record.level, &out);
+    using LogCore::LogLevel;
+    out << (record.level == LogLevel::debug  ? "debug"
+            : record.level == LogLevel::info ? "info"
+                                             : "error");
     return out << ' ' << record.file << ' ' << record.function << ':' << record.line << " \""
                << record.message << '"';
   }

@@ -3,7 +3,6 @@
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
-#include <fstream>
 #include <string>
 
 #include "Tests/Fakes/ExamplePatchActions.h"
@@ -16,42 +15,29 @@ namespace {
 using ::testing::AllOf;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
-using ::testing::IsEmpty;
-using ::testing::SizeIs;
 using ::testing::StartsWith;
 
 class PatchActionJSONParserTest : public ::testing::Test {
  protected:
-  void write(std::string_view text) const { std::ofstream(path) << text; }
-
-  /// The error of a first reading of `where`.
-  static std::string errorOf(const std::string& where) {
-    PatchActionJSONParser parser(where);
-    const auto& outcome = parser.cachedPatchActionGroup();
-    return outcome ? "decoded" : outcome.error().what();
-  }
-
   TemporaryDirectory directory;
   std::string path = directory.file("mac-patch-actions.json");
+  PatchActionJSONParser parser{path};
   LogCapture log;
 };
 
 TEST_F(PatchActionJSONParserTest, TheFirstDecodedFileIsKept) {
-  write(kExamplePatchActions);
-  PatchActionJSONParser parser(path);
+  directory.write("mac-patch-actions.json", kExamplePatchActions);
   const auto& first = parser.cachedPatchActionGroup();
   ASSERT_TRUE(first);
-  write("no JSON");
+  directory.write("mac-patch-actions.json", "no JSON");
   EXPECT_EQ(parser.cachedPatchActionGroup()->get(), first->get());
-  EXPECT_THAT(log.records(), IsEmpty());
 }
 
 TEST_F(PatchActionJSONParserTest, TheFirstErrorIsKeptAndLoggedOnce) {
-  PatchActionJSONParser parser(path);
   const auto& first = parser.cachedPatchActionGroup();
   ASSERT_FALSE(first);
   EXPECT_THAT(first.error().what(), AllOf(StartsWith(path), HasSubstr("No such file")));
-  write(kExamplePatchActions);
+  directory.write("mac-patch-actions.json", kExamplePatchActions);
   EXPECT_FALSE(parser.cachedPatchActionGroup());
   EXPECT_THAT(
       log.records(),
@@ -61,14 +47,9 @@ TEST_F(PatchActionJSONParserTest, TheFirstErrorIsKeptAndLoggedOnce) {
 }
 
 TEST_F(PatchActionJSONParserTest, WhatIsNoRegularFileIsAnErrorAtOnce) {
-  EXPECT_THAT(errorOf(directory.path()), StartsWith(directory.path()));
-  EXPECT_THAT(errorOf("/dev/zero"), StartsWith("/dev/zero"));
-  const std::string fifo = directory.file("fifo");
-  ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
-  EXPECT_THAT(errorOf(fifo), StartsWith(fifo));
-  write("");
-  EXPECT_THAT(errorOf(path), HasSubstr("line 1, column 1"));
-  EXPECT_THAT(log.records(), SizeIs(4));
+  ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+  ASSERT_FALSE(parser.cachedPatchActionGroup());
+  EXPECT_THAT(parser.cachedPatchActionGroup().error().what(), StartsWith(path));
 }
 
 }  // namespace
