@@ -5,22 +5,19 @@
 #include <stdexcept>
 #include <string>
 #include <utility>
-#include <vector>
 
 #include "VexloPatchDeployment/Adapters/PlistManager.h"
 
 namespace vexlo {
 
-/// Keeps values in a map, records the keys asked for, and fails to save on demand.
+/// Keeps values in a map, and fails to save on demand.
 class FakePlistManager final : public PlistManager {
  public:
   std::map<std::string, platform::PropertyList> values;
-  std::vector<std::string> fetchedKeys;
   std::optional<std::string> saveFailure;
   int timesSaved = 0;
 
   std::optional<platform::PropertyList> fetchValue(const std::string& key) override {
-    fetchedKeys.push_back(key);
     const auto found = values.find(key);
     return found == values.end() ? std::nullopt : std::optional(found->second);
   }

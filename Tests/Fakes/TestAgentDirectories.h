@@ -8,11 +8,7 @@
 /// paths out once per process: a fixture that needs them calls this before it asks for a path.
 inline const TemporaryDirectory& testAgentDirectories() {
   static const TemporaryDirectory root;
-  static const bool set = [] {
-    vxutils::gv_globvars.setDirectories(
-        {.base = root.file("base"), .data = root.file("data"), .logs = root.file("logs")});
-    return true;
-  }();
-  static_cast<void>(set);
+  vxutils::gv_globvars.setDirectories(
+      {.base = root.file("base"), .data = root.file("data"), .logs = root.file("logs")});
   return root;
 }

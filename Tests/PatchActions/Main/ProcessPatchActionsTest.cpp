@@ -51,14 +51,18 @@ class ProcessPatchActionsTest : public ::testing::Test {
   LogCapture log;
 };
 
-TEST_F(ProcessPatchActionsTest, WhatCantBeRunPasses) {
-  Processor processor(R"({"2003":[]})", mac);
+TEST_F(ProcessPatchActionsTest, AnActionThatThePatchLacksPasses) {
+  Processor processor(R"({"2003":["x"]})", mac);
   EXPECT_EQ(processor.arguments(KnownAction::minimumDiskSpaceCheck), std::nullopt);
   EXPECT_EQ(processor.execute(UndefinedAction{"2003"}), Result::success());
   EXPECT_THAT(log.records().back(),
               AllOf(DebugLine("No action details found for actionID: undefined(\"2003\"), "
                               "considering as success."),
                     LoggedBy(kFile, "execute(for:)")));
+  EXPECT_EQ(processor.execute(KnownAction::userLoggedInCheck), Result::success());
+  EXPECT_THAT(log.records().back(),
+              InfoLine("Patch action result for action detail (actionID: userLoggedInCheck, "
+                       "arguments: [\"x\"]) : success."));
 }
 
 TEST_F(ProcessPatchActionsTest, ChecksMeasureTheMac) {

@@ -102,6 +102,9 @@ TEST_F(MacOSDownloaderAndInstallerTest, OutputThenExitStatusDecideTheResult) {
   EXPECT_THAT(log.records().at(2),
               AllOf(ErrorLine("macOS " + kLabel + " installation failed, Marked as failure."),
                     LoggedBy(file, "evaluate(using:_:)")));
+  run(Step::download, kIntel, 14, false, {7, ""});
+  EXPECT_THAT(log.records().back(),
+              ErrorLine("macOS " + kLabel + " download failed, Marked as failure."));
   run(Step::download, kIntel, 14, false, {1, "Error downloading"});
   EXPECT_THAT(log.records().at(1),
               InfoLine("Download status: 1, command output: Error downloading."));
