@@ -40,9 +40,13 @@ class FakeRunningApplicationQuery final : public RunningApplicationQuerying {
   struct Application final : RunningApplication {
     Application(ApplicationFacts given, std::vector<std::int32_t>& requests)
         : facts(std::move(given)), killRequests(requests) {}
-    std::optional<std::string> localizedName() const override { return facts.name; }
-    std::int32_t processIdentifier() const override { return facts.processIdentifier; }
-    std::optional<std::string> executableURL() const override { return facts.executable; }
+    [[nodiscard]] std::optional<std::string> localizedName() const override { return facts.name; }
+    [[nodiscard]] std::int32_t processIdentifier() const override {
+      return facts.processIdentifier;
+    }
+    [[nodiscard]] std::optional<std::string> executableURL() const override {
+      return facts.executable;
+    }
     bool forceTerminate() override {
       killRequests.push_back(facts.processIdentifier);
       return facts.acceptsKill;

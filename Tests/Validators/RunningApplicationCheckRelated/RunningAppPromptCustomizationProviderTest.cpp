@@ -11,6 +11,7 @@
 
 #include "Tests/Fakes/LogCapture.h"
 #include "Tests/Fakes/TestAgentDirectories.h"
+#include "VexloPatchDeployment/Common/Log.h"
 
 namespace vexlo {
 namespace {
@@ -76,9 +77,9 @@ TEST(RunningAppPromptCustomizationProviderTest, OneMistypedSettingDiscardsAllFor
     RunningAppPromptCustomizationProvider provider(std::make_shared<PlistSerializer>());
     EXPECT_EQ(provider.customizationData(), std::nullopt);
     EXPECT_THAT(log.records().back(),
-                ErrorLine("Failed to decode customization data. Error: " +
-                          RunningAppPromptCustomizationProviderConstants::plistPath() + ": " + key +
-                          error + "."));
+                ErrorLine(text("Failed to decode customization data. Error: ",
+                               RunningAppPromptCustomizationProviderConstants::plistPath(), ": ",
+                               key, error, ".")));
     writeSettings(kAllSettings);
     EXPECT_EQ(provider.customization(), std::nullopt);
   }

@@ -7,6 +7,7 @@
 
 #include "Tests/Fakes/FakeInstallerDependencies.h"
 #include "Tests/Fakes/LogCapture.h"
+#include "VexloPatchDeployment/Common/Log.h"
 #include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Common/MacOSDownloader.h"
 #include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Common/MacOSInstaller.h"
 
@@ -65,14 +66,20 @@ TEST_F(MacOSDownloaderAndInstallerTest, TheCommandLinesAreThese) {
            {Step::download, true, kIntel, 12, asUser + download, "", {}},
            {Step::download, false, kSilicon, 13, download + user, "", "s3`cret"},
            {Step::download, false, kSilicon, 12, download + user, R"( "s3\`cret")", {}},
-           {Step::install, true, kSilicon, 26, asUser + install + user, "", "s3`cret"},
-           {Step::install, true, kSilicon, 12, asUser + install + user, R"( "s3\`cret")", {}}}) {
+           {Step::install, true, kSilicon, 26, text(asUser, install, user), "", "s3`cret"},
+           {Step::install,
+            true,
+            kSilicon,
+            12,
+            text(asUser, install, user),
+            R"( "s3\`cret")",
+            {}}}) {
     run(row.step, row.context, row.version, row.asUser);
     EXPECT_EQ(mac.commands.calls.at(0),
               (FakeCommandExecutor::Call{row.logged + row.behind, "/bin/sh", row.input}));
     const std::string verb = row.step == Step::download ? "Downloading" : "Installing";
-    EXPECT_THAT(log.records().front(),
-                InfoLine(verb + " macOS update " + kLabel + " using command: " + row.logged + "."));
+    EXPECT_THAT(log.records().front(), InfoLine(text(verb, " macOS update ", kLabel,
+                                                     " using command: ", row.logged, ".")));
     EXPECT_FALSE(log.mentions("cret"));
   }
 }

@@ -63,10 +63,11 @@ TEST_P(SoftwareUpdateInstallersTest, ASuccessNeedsOneAttemptWithTheAccountsOfThe
     mac->commands.answers = {kDone, kDone};
     mac->commands.calls.clear();
     EXPECT_EQ(install(version), PatchActionResult::success());
-    const std::string middle = version < 13 || version > 25 ? "as user " : "as root ";
+    const bool installsAsUser = version < 13 || version > 25;
+    const bool downloadsAsUser = version < 13 || (silicon && version > 25);
     EXPECT_THAT(steps(),
-                ElementsAre("download " + (version > 25 && !silicon ? "as root " : middle) + kLabel,
-                            "install " + middle + kLabel))
+                ElementsAre((downloadsAsUser ? "download as user " : "download as root ") + kLabel,
+                            (installsAsUser ? "install as user " : "install as root ") + kLabel))
         << version;
   }
 }
