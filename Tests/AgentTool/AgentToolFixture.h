@@ -2,58 +2,48 @@
 #pragma once
 #include <gmock/gmock.h>
 
-#include <cstdint>
+#include <filesystem>
 #include <string>
 #include <string_view>
-#include <vector>
+#include <utility>
 
 #include "Platform/Process.h"
 #include "Tests/Fakes/TemporaryDirectory.h"
 
 /// What the tool left.
 struct ToolRun {
-  std::int32_t status = 0;
+  int status = 0;
   std::string output;
   std::string errors;
 };
 
 class AgentToolTest : public ::testing::Test {
  protected:
-  static constexpr std::string_view kActionFile =
-      "client-data/patch-resources/mac-patch-actions.json";
-
   /// Writes the agent's action file and returns its path.
-  std::string writeActions(std::string_view json) { return root.write(kActionFile, json); }
+  std::string writeActions(std::string_view json) {
+    return root.write("client-data/patch-resources/mac-patch-actions.json", json);
+  }
 
-  /// Runs the tool without an agent root of its environment; `environment` holds `NAME=value`.
-  [[nodiscard]] ToolRun tool(const std::vector<std::string>& arguments,
-                             const std::vector<std::string>& environment = {}) const {
-    std::vector<std::string> words = {
-        "-c",
-        R"(out=$1 errors=$2; shift 2; exec env "$@" >"$out" 2>"$errors")",
-        "sh",
-        outputFile,
-        root.file("errors"),
-        "-u",
-        "VEXLO_AGENT_ROOT"};
-    words.insert(words.end(), environment.begin(), environment.end());
-    words.emplace_back(VEXLO_PATCH_TOOL);
-    words.insert(words.end(), arguments.begin(), arguments.end());
-    platform::ProcessResult result =
-        platform::runProcess({.executable = "/bin/sh", .arguments = std::move(words)});
+  /// Writes an application whose installer is this shell text, and returns its path.
+  std::string writeInstaller(const std::string& text) {
+    const std::string program =
+        root.write("I.app/Contents/Resources/startosinstall", "#!/bin/sh\n" + text);
+    std::filesystem::permissions(program, std::filesystem::perms::owner_all);
+    return root.file("I.app");
+  }
+
+  /// Runs a shell text in the agent root, which VEXLO_AGENT_ROOT names, where `vexlo-patch` is the
+  /// tool and $patch chooses the patch 1 of product 2, service pack 3.
+  [[nodiscard]] ToolRun shell(const std::string& text) const {
+    const std::string script =
+        "cd \"$1\"; export VEXLO_AGENT_ROOT=\"$PWD\" PATH=\"$2:$PATH\"\n"
+        "patch='--patch 1 --product 2 --service-pack 3'\n{ " +
+        text + "\n} 2> errors";
+    platform::ProcessResult result = platform::runProcess(
+        {.executable = "/bin/sh",
+         .arguments = {"-c", script, "sh", root.path(), VEXLO_PATCH_TOOL_FOLDER}});
     return {result.exitCode, std::move(result.output), root.read("errors")};
   }
 
-  /// Runs `command` for the patch 1 of product 2, service pack 3, on the test's agent root.
-  [[nodiscard]] ToolRun toolForPatch(const std::string& command,
-                                     const std::vector<std::string>& more = {}) const {
-    std::vector<std::string> arguments = {command,    "--patch",        "1", "--product",
-                                          "2",        "--service-pack", "3", "--agent-root",
-                                          root.path()};
-    arguments.insert(arguments.end(), more.begin(), more.end());
-    return tool(arguments);
-  }
-
   TemporaryDirectory root;
-  std::string outputFile = "/dev/stdout";  ///< What the tool writes to.
 };
