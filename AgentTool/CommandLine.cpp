@@ -250,6 +250,10 @@ std::expected<Request, NoRequest> request(const CLI::App& app, Written& written)
   if (name == "check") {
     return CheckRequest{.file = std::move(written.file), .json = written.json};
   }
+  // The commands share `written`: the environment, read for each, may have replaced this one's.
+  if (const CLI::Option& root = *command.get_option("--agent-root"); root.count() > 0) {
+    written.agentRoot = root.as<std::string>();
+  }
   auto agent = agentSettings(written, command, name == "run");
   if (!agent) {
     return std::unexpected(std::move(agent).error());
