@@ -19,7 +19,7 @@ constexpr std::chrono::milliseconds kGrace{2000};
 
 // What the signal handler reads; set before it can run.
 pthread_t mainThread;
-int activityTerminal = -1;
+int terminalOfActivity = -1;
 std::atomic<int> timesInterrupted{0};
 static_assert(std::atomic<int>::is_always_lock_free);
 
@@ -35,8 +35,8 @@ void endByInterruption(int signal) {
     return;
   }
   const bool isFirst = timesInterrupted.fetch_add(1) == 0;
-  if (isFirst && activityTerminal >= 0) {
-    writeFromHandler(activityTerminal, "\r\x1b[K");
+  if (isFirst && terminalOfActivity >= 0) {
+    writeFromHandler(terminalOfActivity, "\r\x1b[K");
   }
   if (platform::endRunningProcesses(isFirst ? kGrace : std::chrono::milliseconds::zero())) {
     writeFromHandler(STDERR_FILENO, "vexlo-patch: interrupted; the running program was ended\n");
@@ -49,7 +49,7 @@ void endByInterruption(int signal) {
 
 void endCleanlyWhenInterrupted(int terminal) {
   mainThread = ::pthread_self();
-  activityTerminal = terminal;
+  terminalOfActivity = terminal;
   struct sigaction action{};
   action.sa_handler = endByInterruption;
   action.sa_flags = SA_NODEFER | SA_RESTART;

@@ -10,7 +10,7 @@
 namespace platform {
 namespace {
 
-constexpr std::string_view kEnd = "the end of the text";
+constexpr std::string_view kEndOfText = "the end of the text";
 
 /// Octal escapes from \200 on are characters of this older set; 0 where it has none.
 constexpr std::array<char16_t, 128> kNextStepCharacters{
@@ -57,7 +57,7 @@ class OldStyleReader {
     PropertyList value = readValue(1);
     skipBlanks();
     if (!atEnd()) {
-      fail(std::string(kEnd));
+      fail(std::string(kEndOfText));
     }
     return value;
   }
@@ -83,7 +83,7 @@ class OldStyleReader {
   }
 
   [[noreturn]] void fail(const std::string& expected) const {
-    std::string found(kEnd);
+    std::string found(kEndOfText);
     if (!atEnd()) {
       const char next = text_[position_];
       if (next > ' ' && next < 0x7F) {

@@ -23,7 +23,7 @@ namespace {
 using std::chrono::days;
 using std::chrono::seconds;
 
-constexpr std::string_view kBlanks = " \t\n\r";
+constexpr std::string_view kXMLBlanks = " \t\n\r";
 constexpr std::string_view kBase64Digits =
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
@@ -59,9 +59,9 @@ constexpr std::array<std::string_view, 11> kTagNames{
 bool holdsElements(Tag tag) { return tag == Tag::plist || tag == Tag::dict || tag == Tag::array; }
 
 std::string_view withoutBlanksAround(std::string_view text) {
-  const std::size_t first = std::min(text.find_first_not_of(kBlanks), text.size());
+  const std::size_t first = std::min(text.find_first_not_of(kXMLBlanks), text.size());
   text.remove_prefix(first);
-  return text.substr(0, text.find_last_not_of(kBlanks) + 1);
+  return text.substr(0, text.find_last_not_of(kXMLBlanks) + 1);
 }
 
 /// Drops a plus sign, which the standard library's readers don't take.
@@ -131,7 +131,7 @@ std::optional<PropertyList> parseDataText(std::string_view text) {
   std::size_t digits = 0;
   std::size_t padding = 0;
   for (const char character : text) {
-    if (kBlanks.contains(character)) {
+    if (kXMLBlanks.contains(character)) {
       continue;
     }
     const std::uint8_t value = kBase64Values.at(static_cast<unsigned char>(character));
@@ -284,7 +284,7 @@ class XMLReader {
     const Tag tag = open_.back().tag;
     if (!holdsElements(tag) && tag != Tag::trueTag && tag != Tag::falseTag) {
       text_ += piece;
-    } else if (piece.find_first_not_of(kBlanks) != std::string_view::npos) {
+    } else if (piece.find_first_not_of(kXMLBlanks) != std::string_view::npos) {
       fail("expected no text in <" + std::string(kTagNames.at(static_cast<std::size_t>(tag))) +
            ">, found " + quotedExcerpt(withoutBlanksAround(piece)));
     }

@@ -21,7 +21,7 @@ constexpr Milliseconds kUntilKilled{500};  // a process that hangs in the kernel
 // A fixed array of atomics, since a signal handler may neither lock nor allocate.
 using Groups = std::array<std::atomic<pid_t>, 128>;
 static_assert(std::atomic<pid_t>::is_always_lock_free);
-constinit Groups running{};
+constinit Groups runningGroups{};
 
 void pause(Milliseconds duration) {
   const timespec time{.tv_sec = 0, .tv_nsec = duration.count() * 1'000'000};
@@ -35,7 +35,7 @@ bool leaderRuns(pid_t group) { return ::waitpid(group, nullptr, WNOHANG) == 0; }
 bool isThere(pid_t group) { return leaderRuns(group) || ::kill(-group, 0) == 0 || errno == EPERM; }
 
 void signalAll(int signal) {
-  for (const std::atomic<pid_t>& slot : running) {
+  for (const std::atomic<pid_t>& slot : runningGroups) {
     if (const pid_t group = slot.load(); group != kFree) {
       ::kill(-group, signal);
     }
@@ -45,7 +45,7 @@ void signalAll(int signal) {
 /// Waits until `holds` is true of no group, at most for `limit`. False when the time ran out.
 bool waitWhileAny(bool (*holds)(pid_t group), Milliseconds limit) {
   const auto any = [&] {
-    return std::ranges::any_of(running, [&](const std::atomic<pid_t>& slot) {
+    return std::ranges::any_of(runningGroups, [&](const std::atomic<pid_t>& slot) {
       const pid_t group = slot.load();
       return group != kFree && holds(group);
     });
@@ -75,7 +75,7 @@ bool endRunningProcesses(Milliseconds grace) noexcept {
 }
 
 RunningProcess::RunningProcess(pid_t pid) noexcept {
-  for (std::atomic<pid_t>& slot : running) {
+  for (std::atomic<pid_t>& slot : runningGroups) {
     pid_t expected = kFree;
     if (slot.compare_exchange_strong(expected, pid)) {
       slot_ = &slot;

@@ -11,6 +11,10 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   # std::string's own insertions that can't occur.
   target_compile_options(vexlo_compile_options INTERFACE -Wno-maybe-uninitialized -Wno-restrict)
 endif()
+if(CMAKE_UNITY_BUILD)
+  # Several files are compiled as one: what is in an unnamed namespace is no one else's even so.
+  target_compile_options(vexlo_compile_options INTERFACE -Wno-subobject-linkage)
+endif()
 option(VEXLO_WARNINGS_AS_ERRORS "Treat warnings as errors" ${PROJECT_IS_TOP_LEVEL})
 if(VEXLO_WARNINGS_AS_ERRORS)
   target_compile_options(vexlo_compile_options INTERFACE -Werror)

@@ -8,12 +8,12 @@
 namespace FileCodec {
 namespace {
 
-constexpr std::uint64_t kMaximumFileBytes = std::uint64_t{1} << 30;
+constexpr std::uint64_t kMaximumJSONBytes = std::uint64_t{1} << 30;
 
 }  // namespace
 
 std::string readTextFile(const std::string& path) {
-  auto bytes = platform::readFile(path, {.maximumBytes = kMaximumFileBytes});
+  auto bytes = platform::readFile(path, {.maximumBytes = kMaximumJSONBytes});
   if (!bytes) {
     throw DecodingError(path, {}, "a readable regular file of at most 1 GiB",
                         reasonOf(bytes.error(), path));

@@ -14,7 +14,7 @@ namespace {
 using platform::PropertyList;
 using Kind = PropertyListFileError::Kind;
 
-constexpr std::uint64_t kMaximumFileBytes = std::uint64_t{64} << 20;
+constexpr std::uint64_t kMaximumPropertyListBytes = std::uint64_t{64} << 20;
 
 constexpr std::array<std::string_view, std::variant_size_v<PropertyList::Value>> kTypeNames{
     // in the order of the value's alternatives
@@ -31,7 +31,7 @@ std::unexpected<PropertyListFileError> failure(Kind kind, const std::string& pat
 
 std::expected<PropertyList::Dictionary, PropertyListFileError> readPropertyListFile(
     const std::string& path) {
-  const auto bytes = platform::readFile(path, {.maximumBytes = kMaximumFileBytes});
+  const auto bytes = platform::readFile(path, {.maximumBytes = kMaximumPropertyListBytes});
   if (!bytes) {
     const bool missing = bytes.error().code == std::errc::no_such_file_or_directory;
     return failure(missing ? Kind::missing : Kind::unreadable, path,

@@ -15,7 +15,7 @@ namespace {
 
 using LogCore::text;
 
-constexpr LogCore::LogTag kTag{"getEnrollmentType()"};
+constexpr LogCore::LogTag kEnrollmentTag{"getEnrollmentType()"};
 constexpr const char* kTool = "/usr/bin/profiles";
 constexpr std::chrono::seconds kTimeout{60};
 constexpr std::size_t kMaximumOutputBytes = std::size_t{64} * 1024;
@@ -43,11 +43,12 @@ std::optional<bool> answerTo(std::string_view question, std::string_view report)
 /// Whether the tool has reported; else the log says why not.
 bool hasReported(const platform::ProcessResult& run) {
   if (run.startError == std::errc::no_such_file_or_directory) {
-    logInfo(kTag, [] { return text("No ", kTool, " here, considering it as not enrolled."); });
+    logInfo(kEnrollmentTag,
+            [] { return text("No ", kTool, " here, considering it as not enrolled."); });
     return false;
   }
   if (run.startError) {
-    logError(kTag, [&] {
+    logError(kEnrollmentTag, [&] {
       return text("Could not start ", kTool,
                   ", considering it as not enrolled: ", run.startError.message(), ".");
     });
@@ -55,7 +56,7 @@ bool hasReported(const platform::ProcessResult& run) {
   }
   const bool statusIsKnown = run.exitCode != platform::ProcessResult::kUnknownStatus;
   if (run.timedOut || (statusIsKnown && run.exitCode != 0)) {
-    logError(kTag, [&] {
+    logError(kEnrollmentTag, [&] {
       return text(kTool, " failed, considering it as not enrolled. Exit code: ", run.exitCode,
                   ", timed out: ", run.timedOut, ", output: ", run.output);
     });

@@ -61,17 +61,16 @@ file can be used (1 product, 5 patches with actions, 3 exempt patches); 26 thing
 const std::string kWhyUnusable =
     "file: ProductServicePackActions › exclusionPatchIDs: expected an object, found an array";
 
-struct Row {
-  std::string file;
-  std::string options;
-  std::string output;
-  std::string errors = {};
-  int status = 0;
-};
-
 class CheckCommandTest : public AgentToolTest {};
 
 TEST_F(CheckCommandTest, SaysWhatIsWrongAndWhatLooksOdd) {
+  struct Row {
+    std::string file;
+    std::string options;
+    std::string output;
+    std::string errors = {};
+    int status = 0;
+  };
   for (const Row& row :
        {Row{kFileInOrder, "",
             "file can be used (2 products, 1 patch with actions, 1 exempt patch); nothing looks "

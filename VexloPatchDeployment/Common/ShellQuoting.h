@@ -5,6 +5,9 @@
 
 namespace vexlo {
 
+/// The shell that the texts are made for.
+inline constexpr const char* kShell = "/bin/sh";
+
 /// `text` for a place between double quotation marks: what the shell would read there as more
 /// than a character (`"`, `$`, a backquote, a backslash) gets a backslash; the program receives
 /// `text` itself. Ordinary text stays as it is.

@@ -14,7 +14,7 @@ namespace {
 using ::testing::AllOf;
 using ::testing::ElementsAre;
 
-const std::string kFolder = "Installers/InstallAssistantUpgradeInstaller/";
+const std::string kUpgradeFolder = "Installers/InstallAssistantUpgradeInstaller/";
 const std::string kApp = "/Applications/Install macOS Sonoma.app";
 const std::string kCommand =
     "\"/Applications/Install macOS Sonoma.app/Contents/Resources/startosinstall\" "
@@ -35,7 +35,7 @@ TEST_F(UpgradeInstallersTest, IntelRunsTheToolAndOnlyItsExitStatusCounts) {
   log.clear();
   EXPECT_EQ(IntelUpgradeInstaller(kApp, mac).installMacOS(),
             PatchActionResult::failure(PlainReason::macOSSoftwareUpdateInstallationFailed));
-  const auto origin = LoggedBy(kFolder + "IntelUpgradeInstaller", "installMacOS()");
+  const auto origin = LoggedBy(kUpgradeFolder + "IntelUpgradeInstaller", "installMacOS()");
   EXPECT_THAT(log.records(),
               ElementsAre(origin, AllOf(origin, InfoLine("Installation command: " + kCommand)),
                           AllOf(origin, InfoLine("Execution result: (exitCode: 137, output: "
@@ -50,7 +50,7 @@ TEST_F(UpgradeInstallersTest, AppleSiliconGivesThePasswordAsInput) {
   const std::string command = kCommand + R"( --user "al\$ice" --stdinpass)";
   EXPECT_EQ(mac->commands.calls.at(0), (FakeCommandExecutor::Call{command, "/bin/sh", "s3cret"}));
   EXPECT_THAT(log.records().back(),
-              LoggedBy(kFolder + "SiliconUpgradeInstaller", "installMacOS(using:)"));
+              LoggedBy(kUpgradeFolder + "SiliconUpgradeInstaller", "installMacOS(using:)"));
   EXPECT_FALSE(log.mentions("s3cret"));
 }
 

@@ -8,8 +8,6 @@
 namespace vexlo {
 namespace {
 
-constexpr const char* kShell = "/bin/sh";
-
 std::string commandLine(const std::string& appPath, const Credentials* credentials) {
   std::string line = text("\"", insideDoubleQuotes(appPath), "/Contents/Resources/startosinstall\"",
                           " --agreetolicense --forcequitapps --nointeraction");

@@ -11,13 +11,13 @@
 #include "Platform/Unicode.h"
 #include "VexloPatchDeployment/Common/Log.h"
 #include "VexloPatchDeployment/Common/TextForms.h"
+#include "VexloPatchDeployment/Validators/DeferCheck/SoftwareUpdateLister.h"
 
 namespace vexlo {
 namespace {
 
 constexpr LogTag kAvailableOSUpdatesTag{"availableOSUpdates()"};
 constexpr LogTag kParseTag{"parse(_:)"};
-constexpr std::string_view kCantConnect = "Can’t connect to the Apple Software Update server";
 constexpr std::string_view kHeader = "Available updates (install debug profile for more details): ";
 
 struct Field {
@@ -129,7 +129,7 @@ std::optional<std::vector<AvailableOSUpdate>> SystemAvailableOSUpdates::availabl
   logInfo(kAvailableOSUpdatesTag, [&] {
     return text("Available OS Updates raw data : ", run.output, ", exitCode: ", run.exitCode, ".");
   });
-  if (run.exitCode != 0 || run.output.contains(kCantConnect)) {
+  if (run.exitCode != 0 || run.output.contains(kCantConnectToSoftwareUpdate)) {
     logError(kAvailableOSUpdatesTag, [] {
       return "AvailableOSUpdates command failed or unable to connect to the Apple Software Update "
              "server. Returning nil.";

@@ -1,6 +1,5 @@
 #include "VexloPatchDeployment/Validators/DeferCheck/SoftwareUpdateLister.h"
 
-#include <string_view>
 #include <utility>
 
 #include "AgentLibraries/vxutils/TerminalUtil.h"
@@ -10,7 +9,6 @@ namespace vexlo {
 namespace {
 
 constexpr LogTag kTag{"isAppleSoftwareUpdateReachable()"};
-constexpr std::string_view kCantConnect = "Can’t connect to the Apple Software Update server";
 
 }  // namespace
 
@@ -29,7 +27,7 @@ bool AppleSoftwareUpdateConnectivityChecker::isAppleSoftwareUpdateReachable() {
   logInfo(kTag, [&] {
     return text("Software update output: ", list.output, ", exit code: ", list.exitCode, ".");
   });
-  if (list.exitCode != 0 || list.output.contains(kCantConnect)) {
+  if (list.exitCode != 0 || list.output.contains(kCantConnectToSoftwareUpdate)) {
     logError(kTag, [] { return "Unable to obtain software update information."; });
     return false;
   }

@@ -3,8 +3,13 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 
 namespace vexlo {
+
+/// What Apple's tools write where the service doesn't answer.
+inline constexpr std::string_view kCantConnectToSoftwareUpdate =
+    "Can’t connect to the Apple Software Update server";
 
 /// What listing the updates left.
 struct SoftwareUpdateList {

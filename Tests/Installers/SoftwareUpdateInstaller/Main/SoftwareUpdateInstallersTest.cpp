@@ -17,7 +17,7 @@ namespace {
 using ::testing::Contains;
 using ::testing::ElementsAre;
 
-const std::string kLabel = "macOS Sonoma 14.4.1-23E224";
+const std::string kSonoma = "macOS Sonoma 14.4.1-23E224";
 const CommandResult kDone{0, "done"};
 
 /// Each test runs for an Intel Mac and for one of Apple silicon.
@@ -33,10 +33,10 @@ class SoftwareUpdateInstallersTest : public ::testing::TestWithParam<bool> {
       mac->events.push_back("slept " + std::to_string(pause.count()) + " ms");
     };
     if (silicon) {
-      return SiliconSoftwareUpdateInstaller("14.4.1", kLabel, mac, sleeper, macOSMajorVersion)
+      return SiliconSoftwareUpdateInstaller("14.4.1", kSonoma, mac, sleeper, macOSMajorVersion)
           .installMacOS();
     }
-    return IntelSoftwareUpdateInstaller("14.4.1", kLabel, mac, sleeper, macOSMajorVersion)
+    return IntelSoftwareUpdateInstaller("14.4.1", kSonoma, mac, sleeper, macOSMajorVersion)
         .installMacOS();
   }
   /// The commands that ran: the step, the account, and the label.
@@ -66,8 +66,8 @@ TEST_P(SoftwareUpdateInstallersTest, ASuccessNeedsOneAttemptWithTheAccountsOfThe
     const bool installsAsUser = version < 13 || version > 25;
     const bool downloadsAsUser = version < 13 || (silicon && version > 25);
     EXPECT_THAT(steps(),
-                ElementsAre((downloadsAsUser ? "download as user " : "download as root ") + kLabel,
-                            (installsAsUser ? "install as user " : "install as root ") + kLabel))
+                ElementsAre((downloadsAsUser ? "download as user " : "download as root ") + kSonoma,
+                            (installsAsUser ? "install as user " : "install as root ") + kSonoma))
         << version;
   }
 }
@@ -77,7 +77,7 @@ TEST_P(SoftwareUpdateInstallersTest, AFailureIsTriedOnceMoreWithTheLabelOfTheMom
   mac->commands.answers = {{1, "failed"}, kDone, {1, "failed"}};
   EXPECT_EQ(install(),
             PatchActionResult::failure(PlainReason::macOSSoftwareUpdateInstallationFailed));
-  EXPECT_THAT(steps(), ElementsAre("download as root " + kLabel, "download as root again-23E224",
+  EXPECT_THAT(steps(), ElementsAre("download as root " + kSonoma, "download as root again-23E224",
                                    "install as root again-23E224"));
   EXPECT_THAT(mac->events,
               ElementsAre("slept 30000 ms", "notified after command 2", "slept 5000 ms"));

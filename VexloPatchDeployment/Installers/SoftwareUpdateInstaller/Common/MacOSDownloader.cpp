@@ -11,8 +11,7 @@ namespace {
 
 constexpr LogTag kTag{"download(asUser:userSessionProvider:)"};
 constexpr LogTag kEvaluateTag{"evaluate(using:_:)"};
-constexpr SoftwareUpdateOperation kOperation{.option = "--download",
-                                             .details = "--force --verbose"};
+constexpr SoftwareUpdateOperation kDownload{.option = "--download", .details = "--force --verbose"};
 
 }  // namespace
 
@@ -29,7 +28,7 @@ DefaultMacOSDownloader::DefaultMacOSDownloader(std::string label,
 
 PatchActionResult DefaultMacOSDownloader::download(bool asUser,
                                                    UserSessionProvider& userSessionProvider) {
-  const std::string line = softwareUpdateCommandLine(kOperation, label_, softwareUpdateAuthContext_,
+  const std::string line = softwareUpdateCommandLine(kDownload, label_, softwareUpdateAuthContext_,
                                                      asUser, userSessionProvider);
   logInfo(kTag,
           [&] { return text("Downloading macOS update ", label_, " using command: ", line, "."); });

@@ -11,8 +11,8 @@ namespace {
 
 constexpr LogTag kTag{"install(asUser:userSessionProvider:)"};
 constexpr LogTag kEvaluateTag{"evaluate(using:_:)"};
-constexpr SoftwareUpdateOperation kOperation{.option = "--install",
-                                             .details = "--force --verbose --restart"};
+constexpr SoftwareUpdateOperation kInstall{.option = "--install",
+                                           .details = "--force --verbose --restart"};
 
 }  // namespace
 
@@ -29,7 +29,7 @@ DefaultMacOSInstaller::DefaultMacOSInstaller(std::string label,
 
 PatchActionResult DefaultMacOSInstaller::install(bool asUser,
                                                  UserSessionProvider& userSessionProvider) {
-  const std::string line = softwareUpdateCommandLine(kOperation, label_, softwareUpdateAuthContext_,
+  const std::string line = softwareUpdateCommandLine(kInstall, label_, softwareUpdateAuthContext_,
                                                      asUser, userSessionProvider);
   logInfo(kTag,
           [&] { return text("Installing macOS update ", label_, " using command: ", line, "."); });

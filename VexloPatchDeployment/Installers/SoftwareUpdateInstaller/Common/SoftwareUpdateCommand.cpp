@@ -11,7 +11,6 @@ namespace vexlo {
 namespace {
 
 constexpr std::int64_t kLastVersionWithPasswordArgument = 12;
-constexpr const char* kShell = "/bin/sh";
 
 /// Empty for a name without an account; the tool's run then reports the failure.
 std::string userIDText(const std::string& userName) {

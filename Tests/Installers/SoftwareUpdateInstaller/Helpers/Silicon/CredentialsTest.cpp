@@ -23,7 +23,7 @@ using namespace std::chrono_literals;  // NOLINT(google-build-using-namespace)
 using ::testing::AllOf;
 using ::testing::ElementsAre;
 
-const std::string kFolder = "Installers/SoftwareUpdateInstaller/Helpers/Silicon/";
+const std::string kSiliconFolder = "Installers/SoftwareUpdateInstaller/Helpers/Silicon/";
 
 /// Hands every request to the test, which replies when and where it likes.
 class FakeAgentService final : public vxutils::AgentServiceProtocol {
@@ -84,7 +84,7 @@ TEST_F(CredentialsTest, NeedBothTexts) {
     EXPECT_THAT(log.records().back(),
                 AllOf(ErrorLine("Unable to get username and password from agent service "
                                 "connection. Need to retry later."),
-                      LoggedBy(kFolder + "CredentialsFetcher", "credentials()")));
+                      LoggedBy(kSiliconFolder + "CredentialsFetcher", "credentials()")));
   }
   EXPECT_EQ(describe(Credentials("alice", "s3cret")), "Credentials(alice)");
   EXPECT_FALSE(log.mentions("s3cret"));
