@@ -23,7 +23,6 @@ namespace {
 using LogCore::text;
 using vexlo::ActionEntry;
 using vexlo::ActionID;
-using vexlo::ActionMap;
 using vexlo::KnownAction;
 using vexlo::TextList;
 

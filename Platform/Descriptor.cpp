@@ -18,7 +18,9 @@ Descriptor::~Descriptor() { reset(); }
 
 void Descriptor::reset() noexcept {
   if (number_ >= 0) {
+    const int why = errno;
     ::close(std::exchange(number_, -1));
+    errno = why;
   }
 }
 

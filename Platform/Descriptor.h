@@ -6,7 +6,7 @@
 
 namespace platform {
 
-/// Owns one file descriptor and closes it.
+/// Owns one file descriptor and closes it, which leaves errno as it was.
 class Descriptor {
  public:
   Descriptor() = default;

@@ -11,7 +11,8 @@ namespace {
 
 constexpr LogTag kTag{"download(asUser:userSessionProvider:)"};
 constexpr LogTag kEvaluateTag{"evaluate(using:_:)"};
-constexpr SoftwareUpdateOperation kDownload{.option = "--download", .details = "--force --verbose"};
+constexpr SoftwareUpdateOperation kDownloadOperation{.option = "--download",
+                                                     .details = "--force --verbose"};
 
 }  // namespace
 
@@ -28,8 +29,8 @@ DefaultMacOSDownloader::DefaultMacOSDownloader(std::string label,
 
 PatchActionResult DefaultMacOSDownloader::download(bool asUser,
                                                    UserSessionProvider& userSessionProvider) {
-  const std::string line = softwareUpdateCommandLine(kDownload, label_, softwareUpdateAuthContext_,
-                                                     asUser, userSessionProvider);
+  const std::string line = softwareUpdateCommandLine(
+      kDownloadOperation, label_, softwareUpdateAuthContext_, asUser, userSessionProvider);
   logInfo(kTag,
           [&] { return text("Downloading macOS update ", label_, " using command: ", line, "."); });
   const CommandResult run =

@@ -11,8 +11,8 @@ namespace {
 
 constexpr LogTag kTag{"install(asUser:userSessionProvider:)"};
 constexpr LogTag kEvaluateTag{"evaluate(using:_:)"};
-constexpr SoftwareUpdateOperation kInstall{.option = "--install",
-                                           .details = "--force --verbose --restart"};
+constexpr SoftwareUpdateOperation kInstallOperation{.option = "--install",
+                                                    .details = "--force --verbose --restart"};
 
 }  // namespace
 
@@ -29,8 +29,8 @@ DefaultMacOSInstaller::DefaultMacOSInstaller(std::string label,
 
 PatchActionResult DefaultMacOSInstaller::install(bool asUser,
                                                  UserSessionProvider& userSessionProvider) {
-  const std::string line = softwareUpdateCommandLine(kInstall, label_, softwareUpdateAuthContext_,
-                                                     asUser, userSessionProvider);
+  const std::string line = softwareUpdateCommandLine(
+      kInstallOperation, label_, softwareUpdateAuthContext_, asUser, userSessionProvider);
   logInfo(kTag,
           [&] { return text("Installing macOS update ", label_, " using command: ", line, "."); });
   const CommandResult run =
