@@ -29,7 +29,7 @@ using vexlo::TextList;
 using Place = std::vector<std::string>;
 
 constexpr std::string_view kAppliesLater =
-    "the action answers applyLater(inSufficientArguments), every time";
+    "the action answers applyLater(inSufficientArguments) wherever it applies";
 constexpr std::int64_t kMostPercent = 100;
 constexpr std::int64_t kManyGigabytes = 10'000;
 constexpr std::size_t kAll = std::numeric_limits<std::size_t>::max();

@@ -3,10 +3,15 @@
 #include <CLI/CLI.hpp>
 #include <array>
 #include <charconv>
+#include <cstddef>
 #include <filesystem>
+#include <iterator>
+#include <span>
+#include <string>
 #include <string_view>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 #include "AgentTool/PrintableText.h"
 #include "VexloPatchDeployment/Common/Version.h"
@@ -97,7 +102,9 @@ void addCommands(CLI::App& app, Written& written) {
       ->type_name("CODE")
       ->expected(1)
       ->allow_extra_args(false)
-      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+      // A script whose variable is empty must not read that all is well.
+      ->check([](const std::string& code) { return code.empty() ? "a code is needed" : ""; });
   run.add_flag("--keep-going", written.keepGoing,
                "go on after an action that is not a success, up to the last");
   addJSON(run, written, "one JSON object a line as each action ends");
@@ -150,6 +157,19 @@ NoRequest noSuchCommand(const std::vector<std::string>& words, const CLI::App& a
 const CLI::App& chosenCommand(const CLI::App& app) {
   const auto chosen = app.get_subcommands();
   return chosen.empty() ? app : *chosen.front();
+}
+
+/// The words of the line, in which `--option=` has become two, the second empty: the parser would
+/// take the word that follows for the value.
+std::vector<std::string> withEmptyValuesApart(std::span<const char* const> line) {
+  std::vector<std::string> words(line.begin(), line.end());
+  for (std::size_t at = 0; at < words.size() && words[at] != "--"; ++at) {
+    if (words[at].starts_with("--") && words[at].find('=') == words[at].size() - 1) {
+      words[at].pop_back();
+      words.emplace(std::next(words.begin(), static_cast<std::ptrdiff_t>(at) + 1));
+    }
+  }
+  return words;
 }
 
 std::optional<LogCore::LogLevel> levelNamed(std::string_view name) {
@@ -272,6 +292,8 @@ std::expected<Request, NoRequest> request(const CLI::App& app, Written& written)
 }  // namespace
 
 std::expected<Request, NoRequest> readCommandLine(int argc, const char* const* argv) {
+  const std::vector<std::string> words =
+      withEmptyValuesApart({argv, static_cast<std::size_t>(argc)});
   Written written;
   CLI::App app("Plans, runs and checks the actions of a patch, as the agent would.", kProgram);
   app.set_help_flag("-h,--help", "shows this help");
@@ -282,7 +304,8 @@ std::expected<Request, NoRequest> readCommandLine(int argc, const char* const* a
   app.get_formatter()->label("REQUIRED", "(needed)");
   addCommands(app, written);
   try {
-    app.parse(argc, argv);
+    // The parser wants the last one first, without the program's name.
+    app.parse(std::vector<std::string>(words.rbegin(), std::prev(words.rend())));
     return request(app, written);
   } catch (const CLI::CallForVersion&) {
     return std::unexpected(NoRequest{ExitStatus::success, versionText() + "\n"});

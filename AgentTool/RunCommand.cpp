@@ -39,13 +39,20 @@ std::vector<ActionID> pickedActions(const std::vector<std::string>& codes) {
   return actions;
 }
 
-/// The actions that apply, in order. Their plan is logged by the processor that runs them.
+/// The actions that apply, in order. Their plan is logged by the processor that runs them; that
+/// there is none is logged here.
 std::vector<ActionID> applicableActions(const vexlo::PatchIdentifier& patch) {
-  const auto quiet = AgentSession::withoutLines();
   const vexlo::PatchActionProvider provider(
       patch, vexlo::PatchActionJSONParser::shared().cachedPatchActionGroup().value());
+  const std::vector<vexlo::ActionDetail> details = [&] {
+    const auto quiet = AgentSession::withoutLines();
+    return provider.actionDetails();
+  }();
+  if (details.empty()) {
+    static_cast<void>(provider.actionDetails());
+  }
   std::vector<ActionID> actions;
-  for (const vexlo::ActionDetail& detail : provider.actionDetails()) {
+  for (const vexlo::ActionDetail& detail : details) {
     actions.push_back(detail.actionID);
   }
   return actions;

@@ -97,7 +97,9 @@ JSONProblem problemAt(std::string_view text, std::size_t offset, const json::err
             .found = "a deeper one"};
   }
   if (error == json::error::exponent_overflow) {
-    return {.offset = offset, .expected = "a smaller exponent", .found = "one above 2147483647"};
+    return {.offset = offset,
+            .expected = "an exponent between -2147483647 and 2147483647",
+            .found = "one beyond"};
   }
   return diagnoseJSON(text, offset);
 }

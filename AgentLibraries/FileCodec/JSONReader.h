@@ -38,7 +38,7 @@ struct JSONReading {
 };
 
 /// Reads one JSON text (RFC 8259: UTF-8 without byte order mark, no comments, nothing but blanks
-/// after the value), at most 512 levels deep. A number whose exponent is above 2147483647 is a
+/// after the value), at most 512 levels deep. A number whose exponent is beyond ±2147483647 is a
 /// syntax error too.
 [[nodiscard]] JSONReading readJSON(std::string_view text, JSONEvents& events);
 

@@ -42,13 +42,13 @@ PatchActions › 2 › 3001: unknown action code; nothing is run for it and it c
 PatchActions › 2 ›  02005: unknown action code; nothing is run for it and it counts as passed; did you mean "2005"?
 PatchActions › 2 › UserLoggedInCheck: unknown action code; nothing is run for it and it counts as passed; did you mean "2003"?
 PatchActions › 2 › 2009: applicationRunningNotifier does nothing and counts as passed
-PatchActions › 3 › 2001: siliconBatteryPercentageCheck needs the minimum battery level in percent: the action answers applyLater(inSufficientArguments), every time
+PatchActions › 3 › 2001: siliconBatteryPercentageCheck needs the minimum battery level in percent: the action answers applyLater(inSufficientArguments) wherever it applies
 PatchActions › 3 › 2002 › [0]: "101" is more than 100: a battery never reaches it
 PatchActions › 3 › 2005 › [1]: minimumDiskSpaceCheck reads only the minimum free disk space in gigabytes: this one and 1 more are not read
 PatchActions › 3 › 2005 › [0]: "-1" is negative: the check always passes
 PatchActions › 3 › 2006 › [0]: "14." is no macOS version such as "14.5"
-PatchActions › 3 › 2007: installMacOSUpdates needs the macOS version and the softwareupdate label: the action answers applyLater(inSufficientArguments), every time
-PatchActions › 4 › 2001 › [0]: "30%" is no integer (an optional sign, then digits only): the action answers applyLater(inSufficientArguments), every time
+PatchActions › 3 › 2007: installMacOSUpdates needs the macOS version and the softwareupdate label: the action answers applyLater(inSufficientArguments) wherever it applies
+PatchActions › 4 › 2001 › [0]: "30%" is no integer (an optional sign, then digits only): the action answers applyLater(inSufficientArguments) wherever it applies
 PatchActions › 4 › 2005 › [0]: "20000" is more than 10000: the argument is in gigabytes
 PatchActions › 4 › 2008 › [1]: the bundle identifier is empty
 PatchActions › 4 › 2008 › [2]: "a.b" stands in the list already

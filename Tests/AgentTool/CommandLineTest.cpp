@@ -24,6 +24,8 @@ TEST_F(CommandLineTest, BadUsageEndsWith64AndSaysWhereHelpIs) {
            {"vexlo-patch plan --product 2 --service-pack 3", "--patch"},
            {"vexlo-patch plan $patch --machine ppc", "--machine"},
            {"vexlo-patch plan $patch --log-level all", "--log-level"},
+           {"vexlo-patch run $patch --action= --action=2005", "--action: a code is needed"},
+           {"vexlo-patch plan $patch --machine=", "--machine"},
            {"vexlo-patch plan $patch --keep-going", "--keep-going"},
            {"VEXLO_AGENT_ROOT=/no/such vexlo-patch plan $patch",
             "no such directory: \"/no/such\" (from --agent-root or VEXLO_AGENT_ROOT)"},

@@ -71,6 +71,8 @@ TEST_F(RunCommandTest, LogLinesGoWhereTheyAreWantedAndFromTheLevelOn) {
               AllOf(HasSubstr(applicable), HasSubstr(notDefined)));
   EXPECT_THAT(shell("vexlo-patch run $patch --log-level error").errors,
               AllOf(Not(HasSubstr(applicable)), HasSubstr(notDefined)));
+  EXPECT_THAT(shell("vexlo-patch run --patch= --product 2 --service-pack 3").errors,
+              HasSubstr("Applicable actions for patchID: : [:]."));
 
   root.write("log", "former line\n");
   EXPECT_THAT(shell("vexlo-patch run $patch --log-file log").errors, IsEmpty());
