@@ -220,14 +220,16 @@ class FileCheck {
                   more == 0 ? std::string(" is not read")
                             : text(" and ", more, " more are not read")));
     }
+    std::unordered_set<std::string_view> former;
     for (std::size_t index = 0; index < std::min(rule.read, action.arguments.size()); ++index) {
-      lookAtArgument(*known, within(place, index), index, action.arguments);
+      const std::string_view argument = action.arguments[static_cast<std::ptrdiff_t>(index)];
+      const bool isRepeated = !former.insert(argument).second;
+      lookAtArgument(*known, within(place, index), index, argument, isRepeated);
     }
   }
 
   void lookAtArgument(KnownAction action, const Place& place, std::size_t index,
-                      const TextList& arguments) {
-    const std::string_view argument = arguments[static_cast<std::ptrdiff_t>(index)];
+                      std::string_view argument, bool isRepeated) {
     switch (action) {
       case KnownAction::siliconBatteryPercentageCheck:
       case KnownAction::intelBatteryPercentageCheck:
@@ -247,7 +249,7 @@ class FileCheck {
         }
         return;
       case KnownAction::applicationRunningCheck:
-        lookAtBundleIdentifier(place, index, arguments);
+        lookAtBundleIdentifier(place, argument, isRepeated);
         return;
       case KnownAction::installMacOSUpdatesUsingInstallAssistant:
         lookAtApplicationPath(place, argument);
@@ -282,12 +284,10 @@ class FileCheck {
     }
   }
 
-  void lookAtBundleIdentifier(const Place& place, std::size_t index, const TextList& arguments) {
-    const auto here = arguments.begin() + static_cast<std::ptrdiff_t>(index);
-    const std::string_view argument = *here;
+  void lookAtBundleIdentifier(const Place& place, std::string_view argument, bool isRepeated) {
     if (argument.empty()) {
       report(OddityKind::unusableArgument, place, "the bundle identifier is empty");
-    } else if (std::find(arguments.begin(), here, argument) != here) {
+    } else if (isRepeated) {
       report(OddityKind::repeatedArgument, place,
              text(inQuotes(argument), " stands in the list already"));
     } else if (!isBundleIdentifier(argument)) {

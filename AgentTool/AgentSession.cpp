@@ -52,11 +52,15 @@ class ConsoleSink final : public LogSink {
   DescriptorSink lines_;
 };
 
+std::string cannotLog(const std::string& path, std::int32_t error) {
+  return "--log-file " + path + ": " + std::generic_category().message(error);
+}
+
 platform::Descriptor openLogFile(const std::string& path) {
   platform::Descriptor file(
       ::open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY, kLogFileMode));
   if (!file) {
-    throw AgentSettingsError("--log-file " + path + ": " + std::generic_category().message(errno));
+    throw AgentSettingsError(cannotLog(path, errno));
   }
   return file;
 }
@@ -64,14 +68,16 @@ platform::Descriptor openLogFile(const std::string& path) {
 }  // namespace
 
 AgentSession::AgentSession(const AgentSettings& settings, Console& console)
-    : logFile_(settings.logFile ? openLogFile(*settings.logFile) : platform::Descriptor()),
+    : console_(console),
+      logFilePath_(settings.logFile.value_or("")),
+      logFile_(settings.logFile ? openLogFile(logFilePath_) : platform::Descriptor()),
       runLoopSource_(platform::RunLoop::current().addSource([] {})) {
   vxutils::gv_globvars.setDirectories(settings.directories);
   vxutils::gv_globvars.setAppleSiliconMachine(settings.isAppleSilicon);
   if (!settings.minimumLevel) {
     sink_ = std::make_shared<NullSink>();
   } else if (logFile_) {
-    sink_ = std::make_shared<DescriptorSink>(logFile_.get(), *settings.minimumLevel);
+    sink_ = fileSink_ = std::make_shared<DescriptorSink>(logFile_.get(), *settings.minimumLevel);
   } else {
     sink_ = std::make_shared<ConsoleSink>(console, *settings.minimumLevel);
   }
@@ -85,6 +91,9 @@ AgentSession::AgentSession(const AgentSettings& settings, Console& console)
 AgentSession::~AgentSession() {
   vxutils::setNotificationHandler({});
   LogCore::setLogSink(nullptr);
+  if (const std::int32_t error = fileSink_ ? fileSink_->lastError() : 0; error != 0) {
+    console_.complain(cannotLog(logFilePath_, error) + ", so that lines are missing");
+  }
 }
 
 AgentSession::OtherSink AgentSession::withoutLinesOnConsole() const {

@@ -2,6 +2,7 @@
 #pragma once
 #include <memory>
 #include <stdexcept>
+#include <string>
 #include <utility>
 
 #include "AgentLibraries/LogCore/Logger.h"
@@ -25,6 +26,7 @@ class AgentSession {
   /// Throws `AgentSettingsError` when the log file can't be opened. `console` must outlive the
   /// session.
   AgentSession(const AgentSettings& settings, Console& console);
+  /// Says on standard error when log lines couldn't be written to the file.
   ~AgentSession();
   AgentSession(const AgentSession&) = delete;
   AgentSession& operator=(const AgentSession&) = delete;
@@ -48,7 +50,10 @@ class AgentSession {
   [[nodiscard]] static OtherSink withoutLines();
 
  private:
+  Console& console_;
+  std::string logFilePath_;
   platform::Descriptor logFile_;
+  std::shared_ptr<LogCore::DescriptorSink> fileSink_;
   std::shared_ptr<LogCore::LogSink> sink_;
   /// Without a source the run loop of this thread would not wait for an answer to a prompt.
   std::shared_ptr<platform::RunLoop::Source> runLoopSource_;

@@ -241,13 +241,16 @@ std::expected<AgentSettings, NoRequest> agentSettings(const Written& written,
                    command));
     }
     // What lies below the root may be missing, as it may for an agent that was just installed.
-    std::error_code ignored;
+    std::error_code error;
     if (each.path && (each.option || each.mustExist) &&
-        !std::filesystem::is_directory(*each.path, ignored)) {
+        !std::filesystem::is_directory(*each.path, error)) {
       const std::string source =
           each.option ? each.optionName : std::string("--agent-root or ") + kAgentRootVariable;
-      return std::unexpected(
-          badUsage("no such directory: \"" + *each.path + "\" (from " + source + ")", command));
+      return std::unexpected(badUsage((error && error != std::errc::no_such_file_or_directory
+                                           ? "can't use the directory: " + error.message() + ": \""
+                                           : std::string("no such directory: \"")) +
+                                          *each.path + "\" (from " + source + ")",
+                                      command));
     }
   }
   return settings;

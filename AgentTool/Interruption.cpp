@@ -1,5 +1,6 @@
 #include "AgentTool/Interruption.h"
 
+#include <poll.h>
 #include <pthread.h>
 #include <signal.h>  // NOLINT(modernize-deprecated-headers): POSIX, not only C
 #include <unistd.h>
@@ -23,7 +24,12 @@ int terminalOfActivity = -1;
 std::atomic<int> timesInterrupted{0};
 static_assert(std::atomic<int>::is_always_lock_free);
 
+/// Writes what can be written at once: a reader that stands still must not keep the tool.
 void writeFromHandler(int descriptor, std::string_view text) {
+  pollfd event{.fd = descriptor, .events = POLLOUT, .revents = 0};
+  if (::poll(&event, 1, 0) != 1) {
+    return;
+  }
   [[maybe_unused]] const ssize_t count = ::write(descriptor, text.data(), text.size());
 }
 

@@ -52,6 +52,7 @@ std::vector<ActionID> applicableActions(const vexlo::PatchIdentifier& patch) {
     static_cast<void>(provider.actionDetails());
   }
   std::vector<ActionID> actions;
+  actions.reserve(details.size());
   for (const vexlo::ActionDetail& detail : details) {
     actions.push_back(detail.actionID);
   }

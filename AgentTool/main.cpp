@@ -1,4 +1,7 @@
 // vexlo-patch: plays the agent for the patch deployment library, from a command line.
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <exception>
 #include <string>
 
@@ -12,6 +15,17 @@
 namespace {
 
 using namespace agent_tool;  // NOLINT(google-build-using-namespace): the program's own names
+
+/// Fills the place of each standard descriptor that the caller closed: else the next file or socket
+/// would get its number, and what is meant for the caller. Reads and writes there still fail.
+void keepStandardDescriptorsApart() {
+  for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (::fcntl(descriptor, F_GETFD) < 0) {
+      [[maybe_unused]] const int same =  // the lowest free number
+          ::open("/dev/null", descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+    }
+  }
+}
 
 ExitStatus answer(const NoRequest& noRequest, Console& console) {
   if (noRequest.status == ExitStatus::success) {
@@ -33,6 +47,7 @@ ExitStatus carryOut(const Request& request, Console& console) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  keepStandardDescriptorsApart();
   Console console;
   try {
     const auto request = readCommandLine(argc, argv);

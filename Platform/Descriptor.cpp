@@ -1,10 +1,20 @@
 #include "Platform/Descriptor.h"
 
+#include <poll.h>
 #include <unistd.h>
 
 #include <cerrno>
 
 namespace platform {
+namespace {
+
+/// Waits until the file takes bytes again, as a write would without O_NONBLOCK.
+void waitUntilWritable(int descriptor) noexcept {
+  pollfd event{.fd = descriptor, .events = POLLOUT, .revents = 0};
+  ::poll(&event, 1, -1);
+}
+
+}  // namespace
 
 Descriptor& Descriptor::operator=(Descriptor&& other) noexcept {
   if (this != &other) {
@@ -29,6 +39,8 @@ std::int32_t writeAll(int descriptor, std::string_view bytes) noexcept {
     const ssize_t written = ::write(descriptor, bytes.data(), bytes.size());
     if (written >= 0) {
       bytes.remove_prefix(static_cast<std::size_t>(written));
+    } else if (errno == EAGAIN) {
+      waitUntilWritable(descriptor);
     } else if (errno != EINTR) {
       return errno;
     }

@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <expected>
@@ -29,6 +30,7 @@
 #include <utility>
 #include <vector>
 
+#include "Platform/Files.h"
 #include "SimulatedMac/AgentServiceStandIn.h"
 #include "SimulatedMac/LayeredRoot.h"
 #include "SimulatedMac/Layout.h"
@@ -40,6 +42,7 @@ namespace fs = std::filesystem;
 namespace {
 
 /// Exit statuses of this program's own; every other one is the command's.
+constexpr std::uint64_t kLargestScenario = std::uint64_t{1} << 20;
 constexpr int kBadUsage = 64;
 constexpr int kBadScenario = 65;
 constexpr int kDoesntStart = 70;
@@ -82,11 +85,13 @@ std::string standInProgram() {
 }
 
 std::expected<Scenario, std::string> readFile(const std::string& path) {
-  std::ifstream file(path);
-  if (!file) {
-    return std::unexpected(path + ": no such scenario; enter --list shows them");
+  const auto text = platform::readFile(path, {.maximumBytes = kLargestScenario});
+  if (!text) {
+    return std::unexpected(text.error().code == std::errc::no_such_file_or_directory
+                               ? path + ": no such scenario; enter --list shows them"
+                               : text.error().message);
   }
-  return Scenario::parse(std::string{std::istreambuf_iterator<char>(file), {}}, path);
+  return Scenario::parse(*text, path);
 }
 
 /// The defaults, the named file over them, the command line's settings over both.
@@ -434,7 +439,7 @@ std::expected<Options, std::string> parseOptions(const std::vector<std::string>&
   Options options;
   auto next = arguments.begin();
   const auto value = [&](const std::string& option) -> std::expected<std::string, std::string> {
-    if (++next == arguments.end()) {
+    if (++next == arguments.end() || next->empty()) {
       return std::unexpected(option + " needs a value");
     }
     return *next;

@@ -83,8 +83,9 @@ void DescriptorSink::write(LogLevel level, const LogTag& tag, std::uint32_t line
   out += ' ';
   appendOnOneLine(out, build().text);
   out += '\n';
-  // There is no further place to report a log that can't be written.
-  (void)platform::writeAll(descriptor_, out);
+  if (const std::int32_t error = platform::writeAll(descriptor_, out); error != 0) {
+    lastError_ = error;
+  }
 }
 
 std::shared_ptr<LogSink> setLogSink(std::shared_ptr<LogSink> sink) {
@@ -105,7 +106,12 @@ void writeLogLine(LogLevel level, const LogTag& tag, std::uint32_t line,
     const std::scoped_lock lock(current.mutex);
     sink = current.sink;
   }
-  sink->write(level, tag, line, build);
+  try {
+    sink->write(level, tag, line, build);
+  } catch (...) {  // NOLINT(bugprone-empty-catch)
+    // The line is lost. There is no further place to report it, and what becomes of a patch does
+    // not depend on its log.
+  }
 }
 
 }  // namespace LogCore

@@ -1,5 +1,6 @@
 // The agent's logging library: three levels, messages that are built by the sink.
 #pragma once
+#include <atomic>
 #include <concepts>
 #include <cstdint>
 #include <memory>
@@ -47,7 +48,8 @@ class MessageBuilder {
 };
 
 /// Where log lines go. `write` may be called from several threads at once. It calls `build` when
-/// it writes the line, and must not keep it: a builder is valid during the call only.
+/// it writes the line, and must not keep it: a builder is valid during the call only. What it
+/// throws is dropped with the line.
 class LogSink {
  public:
   virtual ~LogSink() = default;
@@ -65,8 +67,11 @@ class DescriptorSink final : public LogSink {
       : descriptor_(descriptor), minimum_(minimum) {}
   void write(LogLevel level, const LogTag& tag, std::uint32_t line,
              const MessageBuilder& build) override;
+  /// Why lines are missing: the error number of the last write that failed, 0 when none has.
+  [[nodiscard]] std::int32_t lastError() const noexcept { return lastError_; }
 
  private:
+  std::atomic<std::int32_t> lastError_ = 0;
   int descriptor_;
   LogLevel minimum_;
 };

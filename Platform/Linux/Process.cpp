@@ -490,7 +490,7 @@ class Supervision {
         stage_ = Stage::givenUp;
         break;
     }
-    deadline_ = std::chrono::steady_clock::now() + grace_;
+    deadline_ = deadlineAfter(grace_);
   }
 
   Child child_;

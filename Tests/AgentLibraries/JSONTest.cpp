@@ -83,7 +83,8 @@ TEST(ReadJSONTest, ASyntaxErrorSaysWhereAndWhat) {
       {R"(["\ud800\u0041"])", R"(line 1, column 3: expected a pair of surrogates, found "\ud800")"},
       {"\"\\n\xED\xA0\x80\"", "line 1, column 4: expected UTF-8, found the byte 0xED"},
       {"1e99999999999",
-       "line 1, column 12: expected an exponent between -2147483647 and 2147483647, found one beyond"}};
+       "line 1, column 12: expected an exponent between -2147483647 and 2147483647, found one "
+       "beyond"}};
   for (const auto& [text, problem] : rows) {
     EXPECT_EQ(problemOf(text), problem);
   }

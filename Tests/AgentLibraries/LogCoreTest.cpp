@@ -1,6 +1,9 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 
+#include <memory>
+#include <stdexcept>
+
 #include "AgentLibraries/LogCore/Logger.h"
 #include "Platform/Descriptor.h"
 #include "Tests/Fakes/TemporaryDirectory.h"
@@ -25,6 +28,17 @@ TEST(DescriptorSinkTest, WritesLinesOfItsLevelWithMomentAndOrigin) {
       ::testing::MatchesRegex("[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}[.]"
                               "[0-9]{3}Z INFO  Tests/AgentLibraries/LogCoreTest "
                               "hasMinimumBattery[(]of:[)]:41 first\\\\nsecond\\\\r\\\\n\n"));
+}
+
+TEST(LogSinkTest, OneThatThrowsLosesItsLineOnly) {
+  struct ThrowingSink final : LogSink {
+    void write(LogLevel, const LogTag&, std::uint32_t, const MessageBuilder&) override {
+      throw std::runtime_error("no room");
+    }
+  };
+  const auto former = setLogSink(std::make_shared<ThrowingSink>());
+  EXPECT_NO_THROW(logError(kTag, [] { return "lost"; }));
+  setLogSink(former);
 }
 
 }  // namespace

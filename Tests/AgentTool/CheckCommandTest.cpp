@@ -94,7 +94,7 @@ TEST_F(CheckCommandTest, SaysWhatIsWrongAndWhatLooksOdd) {
             65},
         Row{R"({"PatchActions":{"1":{"2005":[30]}}})", "", "",
             "vexlo-patch: file: PatchActions › 1 › 2005 › [0]: expected a string, found a number "
-            "(arguments are texts, numbers too: \"30\", not 30)\n",
+            "(texts stand in quotation marks, numbers too: \"30\", not 30)\n",
             65}}) {
     root.write("file", row.file);
     const ToolRun run = shell("vexlo-patch check file " + row.options);

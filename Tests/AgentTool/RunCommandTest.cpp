@@ -86,6 +86,15 @@ TEST_F(RunCommandTest, AReportThatCannotBeWrittenIsAFailure) {
   const ToolRun run = shell("vexlo-patch run $patch --json --log-level none > /dev/full");
   EXPECT_EQ(run.errors, "vexlo-patch: can't write to standard output: No space left on device\n");
   EXPECT_EQ(run.status, 1);
+
+  const ToolRun closed = shell("vexlo-patch run $patch --log-file log >&-");
+  EXPECT_EQ(closed.errors, "vexlo-patch: can't write to standard output: Bad file descriptor\n");
+  EXPECT_EQ(closed.status, 1);
+  EXPECT_THAT(root.read("log"), Not(HasSubstr("1 success")));
+
+  EXPECT_EQ(
+      shell("vexlo-patch run $patch --log-file /dev/full").errors,
+      "vexlo-patch: --log-file /dev/full: No space left on device, so that lines are missing\n");
 }
 
 }  // namespace

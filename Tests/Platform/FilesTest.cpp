@@ -1,15 +1,19 @@
 #include "Platform/Files.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
 #include <filesystem>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
+#include "Platform/Descriptor.h"
 #include "Tests/Fakes/TemporaryDirectory.h"
 
 namespace platform {
@@ -110,6 +114,26 @@ TEST_F(FilesTest, ExistenceAndRemovalTreatLinksAsFilesAndLeaveDirectories) {
   EXPECT_TRUE(fileExists(target));
   EXPECT_EQ(removeFile(directory.file("link")), ENOENT);
   EXPECT_NE(removeFile(directory.path()), 0);
+}
+
+TEST(DescriptorTest, WritesAllToAPipeThatTakesOnlySomeAtOnce) {
+  std::array<int, 2> ends{};
+  ASSERT_EQ(::pipe2(ends.data(), O_CLOEXEC), 0);
+  const Descriptor reader(ends[0]);
+  Descriptor writer(ends[1]);
+  ::fcntl(writer.get(), F_SETFL, O_NONBLOCK);
+  const std::string bytes(std::size_t{1} << 20, 'x');
+  std::size_t received = 0;
+  std::jthread reading([&] {
+    std::array<char, 4096> buffer{};
+    for (ssize_t count = 0; (count = ::read(reader.get(), buffer.data(), buffer.size())) > 0;) {
+      received += static_cast<std::size_t>(count);
+    }
+  });
+  EXPECT_EQ(writeAll(writer.get(), bytes), 0);
+  writer.reset();
+  reading.join();
+  EXPECT_EQ(received, bytes.size());
 }
 
 }  // namespace

@@ -88,8 +88,11 @@ class ProcessPatchActions::ApplicableActions {
 
   /// The action's arguments; absent when it isn't among the actions.
   [[nodiscard]] std::optional<Arguments> argumentsOf(const ActionID& action) const {
-    const auto found = std::ranges::find(details_, action, &ActionDetail::actionID);
-    if (found == details_.end()) {
+    const auto place = [](const ActionID& id) { return std::tuple(id.sortOrder(), id.code()); };
+    const auto found = std::ranges::lower_bound(
+        details_, place(action), {},
+        [&](const ActionDetail& detail) { return place(detail.actionID); });
+    if (found == details_.end() || found->actionID != action) {
       return std::nullopt;
     }
     return Arguments(found->arguments.begin(), found->arguments.end());
