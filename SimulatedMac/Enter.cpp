@@ -21,7 +21,6 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
-#include <iterator>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -41,8 +40,9 @@ namespace simulated_mac {
 namespace fs = std::filesystem;
 namespace {
 
-/// Exit statuses of this program's own; every other one is the command's.
 constexpr std::uint64_t kLargestScenario = std::uint64_t{1} << 20;
+
+/// Exit statuses of this program's own; every other one is the command's.
 constexpr int kBadUsage = 64;
 constexpr int kBadScenario = 65;
 constexpr int kDoesntStart = 70;

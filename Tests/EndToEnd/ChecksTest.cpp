@@ -42,10 +42,6 @@ const MacTests battery(
           "System battery percentage: 50, minimum battery percentage: 50, is sufficient: true. | " +
           kOnIntel +
           "Its an Apple Silicon machine, skipping actionID: intelBatteryPercentageCheck."},
-     {"NegativeMinimumOnIntel", kIntel + " | " + kDischarging + " | actions/2002=-5",
-      "2002 success",
-      kBattery +
-          "System battery percentage: 50, minimum battery percentage: -5, is sufficient: true."},
      {"NoMinimum", "actions/2001= | actions/2005=",
       "2001 applyLater inSufficientArguments | 2005 applyLater inSufficientArguments",
       kNoSiliconMinimum + " | " + kNoDiskMinimum},
@@ -54,8 +50,6 @@ const MacTests battery(
      {"MinimumWithAUnit", "actions/2001=30% | actions/2005=20GB",
       "2001 applyLater inSufficientArguments | 2005 applyLater inSufficientArguments",
       kNoSiliconMinimum + " | " + kNoDiskMinimum},
-     {"MinimumWithALeadingBlankOnIntel", kIntel + " | actions/2002=\" 30\"",
-      "2002 applyLater inSufficientArguments", kNoIntelMinimum},
      {"MainsPowerAndNoSpaceNeeded",
       "power/source=battery charging 10/100 | actions/2001=100 | actions/2005=0",
       "2001 success | 2005 success",
@@ -66,8 +60,6 @@ const MacTests battery(
       "2001 success | 2005 applyLater inSufficientDiskSpaceForSoftwareUpdate",
       "error " + kSource + "Unable to obtain system power source details. | " + kNoBattery +
           "Unable to obtain system power source, Considering it as sufficient battery."},
-     {"OnlySourceHasNoCharge", "power/source=battery discharging | actions/2001=100",
-      "2001 success", "error " + kSource + "Unable to obtain system power source details."},
      {"TheFirstUsableSourceDecides", "actions/2001=30", "2001 applyLater inSufficientBattery",
       kBattery +
           "System battery percentage: 20, minimum battery percentage: 30, is sufficient: false.",
@@ -166,8 +158,6 @@ const MacTests deferral(
           "Apple softwareupdate is not reachable, skipping macOSDeferCheck, considering as "
           "failure.",
       kListed},
-     {"ListDiesBySignal", kAsked + " | softwareupdate --list/exits=signal 9", kUnreachable,
-      "info " + kReachable + "Software update output: , exit code: 137.", kListed},
      {"ListCantConnect", kAsked + " | softwareupdate --list/stderr=" + kCantConnect, kUnreachable,
       "info " + kReachable + "Software update output: " + kCantConnect + "\\n, exit code: 0.",
       kListed},
@@ -179,16 +169,6 @@ const MacTests deferral(
           "macOS 14.5 is deferred untill 2099-01-01:Optional(\"2099-Jan-01\") - "
           "MSU_UPDATE_23F79_patch_14.5_minor.",
       kAllAsked},
-     {"TheSecondEntryOfTheVersionDecides",
-      kAsked + " | mdmclient/stdout=Available updates (install debug profile for more details): "
-               "({ProductKey=A1; Version=\"14.5\"; DeferredUntil=\"2001-01-01 00:00:00 +0000\";},"
-               "{ProductKey=B2; Version=\"14.5\"; DeferredUntil=\"2099-01-01 00:00:00 +0000\";})",
-      kDeferred,
-      "info " + kDecision +
-          "macOS 14.5 is deferred untill 2099-01-01:Optional(\"2099-Jan-01\") - B2.",
-      kAllAsked},
-     {"DeferredUntilThePast", kAsked + " | update/deferred until=2001-01-01 00:00:00 +0000",
-      "2006 success", "info " + kDecision + "macOS 14.5 is not deferred.", kAllAsked},
      {"DeferredUntilAnUnreadableDay", kAsked + " | update/deferred until=2099/01/01 00:00:00 +0000",
       "2006 success",
       "error Validators/DeferCheck/DeferCheck validate(_:): Unable to obtain defer date from "
@@ -208,10 +188,6 @@ const MacTests deferral(
       kUpdates + "parse(_:): No available updates found or data conversion failed. | error " +
           kDecision + "Unable to get AvailableOSUpdate. Considering it as not deferred.",
       kAllAsked},
-     {"MDMClientPrintsWhatIsNoPropertyList",
-      kAsked +
-          " | mdmclient/stdout=Available updates (install debug profile for more details): ( {",
-      "2006 success", kUpdates + "parse(_:): Deserialization error: …", kAllAsked},
      {"MegabytesOfOutputAndAChildThatKeepsThePipeOpen", kAsked,
       "2006 applyLater macOSUpdateIsDeferred 2099-Jun-15", "", kAllAsked, nullptr, "noisy-tools"}});
 

@@ -48,7 +48,7 @@ class LogCapture {
     return lines_->records;
   }
   /// Forgets the lines so far.
-  void clear() {
+  void clear() const {
     const std::scoped_lock lock(lines_->mutex);
     lines_->records.clear();
   }

@@ -39,20 +39,6 @@ std::string problemOf(std::string json) {
   return "decoded";
 }
 
-TEST(PatchActionGroupTest, DecodesProductsPatchesAndExemptions) {
-  const PatchActionGroup group =
-      PatchActionGroup::decode(std::string(kExamplePatchActions), "actions.json");
-  const auto products = group.productServicePackActions();
-  ASSERT_TRUE(products);
-  EXPECT_TRUE(products->isExempt("310872"));
-  EXPECT_FALSE(products->isExempt("31087"));
-  EXPECT_EQ(actionsText(products->actions("1201", "2301")),
-            R"(2001["30"] 2002["30"] 2003[] 2005["20"])");
-  EXPECT_EQ(actionsText(products->actions("1201", "9999")), "none");
-  EXPECT_EQ(actionsText(group.patchActions()->actions("310872")),
-            R"(2005["25"] 2008["com.apple.Safari", "com.apple.Preview"])");
-}
-
 TEST(PatchActionGroupTest, MissingNullAndEmptyMembers) {
   const auto presence = [](const char* json) {
     const PatchActionGroup group = PatchActionGroup::decode(json, "f");

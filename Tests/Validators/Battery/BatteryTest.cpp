@@ -1,4 +1,4 @@
-#include "VexloPatchDeployment/Validators/Battery/Battery.h"
+#include "VexloPatchDeployment/Validators/Battery/PowerSourceResolver.h"
 
 #include <gmock/gmock.h>
 
@@ -13,7 +13,6 @@ namespace vexlo {
 namespace {
 
 using platform::PropertyList;
-using ::testing::AllOf;
 
 class FakePowerSources final : public PowerSourcesProvider {
  public:
@@ -32,14 +31,10 @@ PropertyList battery(std::int64_t current, std::int64_t maximum) {
 const PropertyList kTen = std::int64_t{10};
 const PropertyList kMains = source("AC Power", kTen, kTen);
 
-class BatteryTest : public ::testing::Test {
- protected:
-  std::shared_ptr<FakePowerSources> provider = std::make_shared<FakePowerSources>();
-  std::shared_ptr<SystemPowerSource> resolver = std::make_shared<SystemPowerSource>(provider);
-  LogCapture log;
-};
-
-TEST_F(BatteryTest, TheFirstSourceThatAnswersIsTaken) {
+TEST(SystemPowerSourceTest, TheFirstSourceThatAnswersIsTaken) {
+  const LogCapture log;
+  const auto provider = std::make_shared<FakePowerSources>();
+  SystemPowerSource resolver(provider);
   constexpr std::int64_t kLargest = std::numeric_limits<std::int64_t>::max();
   using Cases = std::vector<std::pair<std::vector<PropertyList>, std::optional<PowerSource>>>;
   for (const auto& [sources, expected] :
@@ -52,24 +47,8 @@ TEST_F(BatteryTest, TheFirstSourceThatAnswersIsTaken) {
              {{source("ac power", kTen, kTen)}, BatteryPower{100}},
              {{battery(kLargest, kLargest), battery(1, 2)}, BatteryPower{50}}}) {
     provider->sources = sources;
-    EXPECT_EQ(resolver->currentPowerSource(), expected);
+    EXPECT_EQ(resolver.currentPowerSource(), expected);
   }
-}
-
-TEST_F(BatteryTest, OnlyABatteryBelowTheMinimumIsInsufficient) {
-  BatteryLevelChecker checker(resolver);
-  provider->sources = {"no dictionary"};
-  EXPECT_TRUE(checker.hasMinimumBattery(1000));
-  EXPECT_THAT(log.records().front(), DebugLine("Unable to obtain system power source details."));
-  provider->sources = {kMains};
-  EXPECT_TRUE(checker.hasMinimumBattery(1000));
-  provider->sources = {battery(45, 90)};
-  EXPECT_TRUE(checker.hasMinimumBattery(50));
-  EXPECT_FALSE(checker.hasMinimumBattery(51));
-  EXPECT_THAT(log.records().back(),
-              AllOf(InfoLine("System battery percentage: 50, minimum battery percentage: 51, is "
-                             "sufficient: false."),
-                    LoggedBy("Validators/Battery/Battery", "hasMinimumBattery(of:)")));
 }
 
 }  // namespace

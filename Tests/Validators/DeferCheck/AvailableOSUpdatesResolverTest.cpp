@@ -89,11 +89,5 @@ TEST_F(SystemAvailableOSUpdatesTest, AReportThatCantBeReadIsAnEmptyListWithAnErr
   }
 }
 
-TEST_F(SystemAvailableOSUpdatesTest, AClientThatFailsOrCantConnectGivesNoList) {
-  EXPECT_EQ(updatesOf(kHeader + "()", 1), std::nullopt);
-  EXPECT_EQ(updatesOf(kHeader + "()\nCan’t connect to the Apple Software Update server."),
-            std::nullopt);
-}
-
 }  // namespace
 }  // namespace vexlo

@@ -9,7 +9,6 @@
 #include <utility>
 #include <vector>
 
-#include "Tests/Fakes/FakeSoftwareUpdateLister.h"
 #include "Tests/Fakes/LogCapture.h"
 #include "Tests/Fakes/ScopedEnvironment.h"
 
@@ -17,8 +16,6 @@ namespace vexlo {
 namespace {
 
 using namespace std::chrono_literals;  // NOLINT(google-build-using-namespace)
-using ::testing::AllOf;
-using ::testing::ElementsAre;
 
 const MacOSUpdateDeferral kNotDeferred{.isDeferred = false, .date = std::nullopt};
 MacOSUpdateDeferral deferredUntil(const char* date) { return {.isDeferred = true, .date = date}; }
@@ -53,21 +50,6 @@ class MacOSUpdateDeferralCheckerTest : public ::testing::Test {
   MacOSUpdateDeferralChecker checker{resolver, [this] { return now; }};
 };
 
-TEST_F(MacOSUpdateDeferralCheckerTest, TellsTheDayOfADeferralThatRuns) {
-  EXPECT_EQ(deferralAmong({{update("14.5", "2024-06-16 00:00:00 +0000")}}),
-            deferredUntil("2024-Jun-16"));
-  const std::string file = "Validators/DeferCheck/DeferCheck";
-  EXPECT_THAT(
-      log.records(),
-      ElementsAre(AllOf(InfoLine("deferredUntil 2024-06-16, deferredDate 2024-06-16 04:00:00 "
-                                 "+0000, currentDate 2024-06-15 16:30:00 +0000, "
-                                 "isMacOSUpdateDeferred true"),
-                        LoggedBy(file, "validate(_:)")),
-                  AllOf(InfoLine("macOS 14.5 is deferred untill 2024-06-16:"
-                                 "Optional(\"2024-Jun-16\") - MSU_1."),
-                        LoggedBy(file, "isMacOSUpdateDeferred(for:)"))));
-}
-
 TEST_F(MacOSUpdateDeferralCheckerTest, TheFirstUpdateThatHoldsAllConditionsDecides) {
   const std::string future = "2099-01-01 00:00:00 +0000";
   const std::vector<AvailableOSUpdate> notDeferring = {
@@ -90,25 +72,6 @@ TEST_F(MacOSUpdateDeferralCheckerTest, TheFirstUpdateThatHoldsAllConditionsDecid
 TEST_F(MacOSUpdateDeferralCheckerTest, ADeferralEndsWithTheFirstMomentOfItsDay) {
   now = std::chrono::sys_days(2024y / 6 / 16) + 4h;
   EXPECT_EQ(deferralAmong({{update("14.5", "2024-06-16")}}), kNotDeferred);
-}
-
-TEST_F(MacOSUpdateDeferralCheckerTest, NoListIsUnknownAndAnEmptyOneIsNotDeferred) {
-  EXPECT_EQ(deferralAmong(std::nullopt).isDeferred, std::nullopt);
-  EXPECT_EQ(deferralAmong({{}}), kNotDeferred);
-}
-
-TEST(SoftwareUpdateListerTest, StatusAndTheVeryWordsTellWhetherTheServerIsReachable) {
-  for (const auto& [list, reachable] : std::vector<std::pair<SoftwareUpdateList, bool>>{
-           {{1, "No new software available.\n"}, false},
-           {{0, "x\nCan’t connect to the Apple Software Update server.\n"}, false},
-           {{0, "Can't connect to the Apple Software Update server."}, true},
-           {{0, "can’t connect to the apple software update server."}, true}}) {
-    const LogCapture log;
-    const auto lister = std::make_shared<FakeSoftwareUpdateLister>();
-    lister->list = list;
-    EXPECT_EQ(AppleSoftwareUpdateConnectivityChecker(lister).isAppleSoftwareUpdateReachable(),
-              reachable);
-  }
 }
 
 }  // namespace

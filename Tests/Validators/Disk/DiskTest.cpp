@@ -39,14 +39,5 @@ TEST(DiskTest, EnoughIsTheWholeRequirementAndUnknownSpaceIsEnough) {
                       InfoLine("Unable to retrieve free disk space, considering as sufficient"))));
 }
 
-TEST(DiskTest, TheStartUpVolumeIsMeasured) {
-  const LogCapture log;
-  const std::string bytes = std::to_string(SystemDiskInfo().availableDiskSpace().value());
-  EXPECT_THAT(
-      log.records(),
-      ElementsAre(AllOf(InfoLine("Available free disk space: " + bytes + "bytes"),
-                        LoggedBy("Validators/Disk/DiskInfoProvider", "availableDiskSpace()"))));
-}
-
 }  // namespace
 }  // namespace vexlo

@@ -4,21 +4,20 @@
 #include <gmock/gmock.h>
 
 #include <limits>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "Tests/Fakes/FakePlistManager.h"
 #include "Tests/Fakes/LogCapture.h"
+#include "VexloPatchDeployment/Adapters/PlistManager.h"
 
 namespace vexlo {
 namespace {
 
 using platform::PropertyList;
-using ::testing::AllOf;
-using ::testing::ElementsAre;
 using Decision = RunningAppPromptDecision;
 using Evaluation = RunningAppPromptEvaluation;
 using Record = RunningAppPromptDataStoring::Record;
@@ -34,6 +33,16 @@ class FixedCustomization final : public RunningAppPromptCustomizing {
   }
 };
 
+class FakePlistManager final : public PlistManager {
+ public:
+  std::map<std::string, PropertyList> values;
+  std::optional<PropertyList> fetchValue(const std::string& key) override { return values.at(key); }
+  void updateValue(std::optional<PropertyList> value, const std::string& key) override {
+    values.insert_or_assign(key, value.value());
+  }
+  void save(const std::optional<std::string>& /*path*/) override {}
+};
+
 class RunningAppPromptEvaluatorTest : public ::testing::Test {
  protected:
   std::shared_ptr<FixedCustomization> customization = std::make_shared<FixedCustomization>();
@@ -47,44 +56,6 @@ class RunningAppPromptEvaluatorTest : public ::testing::Test {
   }
   static Record counts(std::int64_t total, std::int64_t today) { return countsOf(total, today); }
 };
-
-TEST_F(RunningAppPromptEvaluatorTest, WithoutLimitsNothingIsCounted) {
-  EXPECT_EQ(evaluator.evaluate("a", "1"), (Evaluation{0, false, Decision::promptUser}));
-  customization->settings = {.enableForceDeploy = true,
-                             .allowScreenGrab = true,
-                             .numberOfSkipAttempts = -4,
-                             .dailyPromptLimit = std::numeric_limits<std::int64_t>::min()};
-  EXPECT_EQ(evaluator.evaluate("a", "1"), (Evaluation{0, true, Decision::forceDeployment}));
-  EXPECT_TRUE(file->values.empty());
-}
-
-TEST_F(RunningAppPromptEvaluatorTest, EachStepIsToldAndAFailedSaveStopsNothing) {
-  customization->settings = {
-      .enableForceDeploy = true, .allowScreenGrab = true, .dailyPromptLimit = 1};
-  EXPECT_EQ(evaluator.evaluate("a", "1"), (Evaluation{0, true, Decision::forceDeployment}));
-  EXPECT_EQ(evaluator.evaluate("a", "1"), (Evaluation{0, true, Decision::skipDeployment}));
-  EXPECT_EQ(file->timesSaved, 1);
-  file->saveFailure = "/data/prompts.plist: No space left on device";
-  EXPECT_EQ(evaluator.evaluate("a", "2"), (Evaluation{0, true, Decision::forceDeployment}));
-  const std::string folder = "Validators/RunningApplicationCheckRelated/";
-  const auto evaluated = LoggedBy(folder + "RunningAppPromptEvaluator", "evaluate(for:having:)");
-  const auto fetched = LoggedBy(folder + "RunningAppPromptDataStore", "data(for:)");
-  const auto saved = LoggedBy(folder + "RunningAppPromptDataStore", "saveData(_:for:)");
-  const std::string text = R"(["16-11-2026": 1, "patchID": "1", "promptShownCount": 1])";
-  EXPECT_THAT(
-      log.records(),
-      ElementsAre(AllOf(fetched, InfoLine("Fetched prompt data for a: nil.")),
-                  AllOf(evaluated, InfoLine("New version detected for bundleID: a. Resetting "
-                                            "prompt data.")),
-                  AllOf(saved, InfoLine("Saved prompt data for a: " + text + ".")),
-                  AllOf(fetched, InfoLine("Fetched prompt data for a: Optional(" + text + ").")),
-                  AllOf(evaluated, InfoLine("Daily prompt limit reached (1/1) for bundleID: a. "
-                                            "Skipping deployment.")),
-                  fetched, evaluated,
-                  AllOf(saved, ErrorLine("Unable to save prompt data for a: [\"16-11-2026\": 1, "
-                                         "\"patchID\": \"2\", \"promptShownCount\": 1]. Error: "
-                                         "/data/prompts.plist: No space left on device."))));
-}
 
 TEST_F(RunningAppPromptEvaluatorTest, StoredCountsDecideAndAdvance) {
   constexpr std::int64_t kMost = std::numeric_limits<std::int64_t>::max();

@@ -13,7 +13,7 @@
 namespace vexlo {
 namespace {
 
-constexpr LogTag kUserLoggedInTag{"isUserLoggedIn()"};
+constexpr LogTag kConsoleUserTag{"isUserLoggedIn()"};
 constexpr LogTag kSingleUserTag{"isSingleUserLoggedIn()"};
 
 }  // namespace
@@ -33,11 +33,11 @@ UserLoginStatusChecker::UserLoginStatusChecker(
 bool UserLoginStatusChecker::isUserLoggedIn() {
   const std::string name = userSessionProvider_->currentConsoleUserName();
   if (equalIgnoringCase(name, "NOUSERNAME")) {
-    logInfo(kUserLoggedInTag, [] { return "No users logged in."; });
+    logInfo(kConsoleUserTag, [] { return "No users logged in."; });
     return false;
   }
   const std::optional<std::uint32_t> userID = vxutils::SystemUtil().uidForUserAccount(name);
-  logInfo(kUserLoggedInTag,
+  logInfo(kConsoleUserTag,
           [&] { return text("User: ", name, " logged in. UID: ", optionalText(userID), "."); });
   return true;
 }

@@ -10,7 +10,7 @@ namespace vexlo {
 namespace {
 
 constexpr LogTag kTag{"download(asUser:userSessionProvider:)"};
-constexpr LogTag kEvaluateTag{"evaluate(using:_:)"};
+constexpr LogTag kDownloadEvaluationTag{"evaluate(using:_:)"};
 constexpr SoftwareUpdateOperation kDownloadOperation{.option = "--download",
                                                      .details = "--force --verbose"};
 
@@ -44,15 +44,16 @@ PatchActionResult DefaultMacOSDownloader::download(bool asUser,
 PatchActionResult DefaultMacOSDownloader::evaluate(const CommandResult& run) {
   const std::optional<PatchActionResult> known = outputValidator_.validate(run.output);
   if (known && *known != PatchActionResult::failure()) {
-    logInfo(kEvaluateTag, [&] { return text("Default checking result: ", describe(*known), "."); });
+    logInfo(kDownloadEvaluationTag,
+            [&] { return text("Default checking result: ", describe(*known), "."); });
     return *known;
   }
   if (!known && run.exitCode == 0) {
-    logInfo(kEvaluateTag,
+    logInfo(kDownloadEvaluationTag,
             [&] { return text("macOS ", label_, " download completed successfully."); });
     return PatchActionResult::success();
   }
-  logError(kEvaluateTag,
+  logError(kDownloadEvaluationTag,
            [&] { return text("macOS ", label_, " download failed, Marked as failure."); });
   return PatchActionResult::applyLater(PlainReason::macOSSoftwareUpdateDownloadFailed);
 }

@@ -10,7 +10,7 @@ namespace vexlo {
 namespace {
 
 constexpr LogTag kTag{"install(asUser:userSessionProvider:)"};
-constexpr LogTag kEvaluateTag{"evaluate(using:_:)"};
+constexpr LogTag kInstallEvaluationTag{"evaluate(using:_:)"};
 constexpr SoftwareUpdateOperation kInstallOperation{.option = "--install",
                                                     .details = "--force --verbose --restart"};
 
@@ -47,11 +47,11 @@ PatchActionResult DefaultMacOSInstaller::evaluate(const CommandResult& run) {
     return *known;
   }
   if (!known && run.exitCode == 0) {
-    logInfo(kEvaluateTag,
+    logInfo(kInstallEvaluationTag,
             [&] { return text("macOS ", label_, " installation completed successfully."); });
     return PatchActionResult::success();
   }
-  logError(kEvaluateTag,
+  logError(kInstallEvaluationTag,
            [&] { return text("macOS ", label_, " installation failed, Marked as failure."); });
   return PatchActionResult::failure(PlainReason::macOSSoftwareUpdateInstallationFailed);
 }

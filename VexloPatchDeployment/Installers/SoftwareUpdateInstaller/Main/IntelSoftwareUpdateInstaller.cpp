@@ -10,7 +10,7 @@ namespace vexlo {
 namespace {
 
 constexpr LogTag kTag{"installMacOS()"};
-constexpr LogTag kRetryTag{"downloadAndInstallMacOS()"};
+constexpr LogTag kIntelRetryTag{"downloadAndInstallMacOS()"};
 
 }  // namespace
 
@@ -36,7 +36,7 @@ PatchActionResult IntelSoftwareUpdateInstaller::installMacOS() {
 PatchActionResult IntelSoftwareUpdateInstaller::downloadAndInstallMacOS() {
   return SoftwareUpdateInstallation(SoftwareUpdateAuthContext::intel(), *dependencies_, sleeper_,
                                     macOSMajorVersion_)
-      .run(macOSLabel_, kRetryTag);
+      .run(macOSLabel_, kIntelRetryTag);
 }
 
 }  // namespace vexlo

@@ -11,7 +11,7 @@ namespace vexlo {
 namespace {
 
 constexpr LogTag kTag{"installMacOS()"};
-constexpr LogTag kRetryTag{"downloadAndInstallMacOS(using:)"};
+constexpr LogTag kSiliconRetryTag{"downloadAndInstallMacOS(using:)"};
 
 }  // namespace
 
@@ -44,7 +44,7 @@ PatchActionResult SiliconSoftwareUpdateInstaller::downloadAndInstallMacOS(
     const Credentials& credentials) {
   return SoftwareUpdateInstallation(SoftwareUpdateAuthContext::silicon(credentials), *dependencies_,
                                     sleeper_, macOSMajorVersion_)
-      .run(macOSLabel_, kRetryTag);
+      .run(macOSLabel_, kSiliconRetryTag);
 }
 
 }  // namespace vexlo

@@ -4,14 +4,12 @@
 #include <chrono>
 #include <functional>
 #include <latch>
-#include <map>
 #include <memory>
 #include <new>
 #include <optional>
 #include <string>
 #include <thread>
 #include <utility>
-#include <vector>
 
 #include "Tests/Fakes/LogCapture.h"
 #include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Helpers/Silicon/CredentialsFetcher.h"
@@ -20,10 +18,7 @@ namespace vexlo {
 namespace {
 
 using namespace std::chrono_literals;  // NOLINT(google-build-using-namespace)
-using ::testing::AllOf;
 using ::testing::ElementsAre;
-
-const std::string kSiliconFolder = "Installers/SoftwareUpdateInstaller/Helpers/Silicon/";
 
 /// Hands every request to the test, which replies when and where it likes.
 class FakeAgentService final : public vxutils::AgentServiceProtocol {
@@ -64,32 +59,6 @@ TEST_F(CredentialsTest, AnAnswerAfterTheTimeoutMeetsNobody) {
   callerHasGone.count_down();
 }
 
-TEST_F(CredentialsTest, NeedBothTexts) {
-  const std::string user = "PatchOSUpdateUserName";
-  const std::string password = "PatchOSUpdatePassword";
-  std::map<std::string, std::string> values;
-  service->onRequest = [&](const auto& key, const auto& reply) {
-    reply(values.contains(key) ? std::optional(values[key]) : std::nullopt);
-  };
-  UserCredentials fetcher(std::make_shared<DefaultAgentServiceValueFetcher>(service));
-  values = {{user, " "}, {password, "s3cret"}};
-  EXPECT_EQ(fetcher.credentials(), Credentials(" ", "s3cret"));
-  for (const auto& incomplete :
-       std::vector<std::map<std::string, std::string>>{{{user, ""}, {password, "s3cret"}},
-                                                       {{password, "s3cret"}},
-                                                       {{user, "alice"}, {password, ""}},
-                                                       {{user, "alice"}}}) {
-    values = incomplete;
-    EXPECT_EQ(fetcher.credentials(), std::nullopt);
-    EXPECT_THAT(log.records().back(),
-                AllOf(ErrorLine("Unable to get username and password from agent service "
-                                "connection. Need to retry later."),
-                      LoggedBy(kSiliconFolder + "CredentialsFetcher", "credentials()")));
-  }
-  EXPECT_EQ(describe(Credentials("alice", "s3cret")), "Credentials(alice)");
-  EXPECT_FALSE(log.mentions("s3cret"));
-}
-
 /// The bytes of a short text lie in the object itself, so that they can be looked at afterwards.
 TEST_F(CredentialsTest, LeaveNoPasswordWhereTheyWere) {
   alignas(Credentials) std::array<char, sizeof(Credentials)> memory{};
@@ -111,6 +80,7 @@ TEST_F(CredentialsTest, LeaveNoPasswordWhereTheyWere) {
   std::destroy_at(credentials);
   EXPECT_FALSE(holdsPassword());
   EXPECT_EQ(moved.password, "secret-pass");
+  EXPECT_EQ(describe(moved), "Credentials(alice)");
 }
 
 }  // namespace

@@ -1,0 +1,64 @@
+#include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Common/SoftwareUpdateLabelProvider.h"
+
+#include <gmock/gmock.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "Tests/Fakes/LogCapture.h"
+
+namespace vexlo {
+namespace {
+
+class FakeSoftwareUpdateLister final : public SoftwareUpdateLister {
+ public:
+  SoftwareUpdateList list;
+  SoftwareUpdateList fetchSoftwareUpdates() override { return list; }
+};
+
+class DefaultSoftwareUpdateLabelTest : public ::testing::Test {
+ protected:
+  std::optional<std::string> labelIn(const std::string& output, const std::string& build,
+                                     std::int32_t exitCode = 0) {
+    lister->list = {.exitCode = exitCode, .output = output};
+    log.clear();
+    return DefaultSoftwareUpdateLabel(lister).label(build);
+  }
+
+  std::shared_ptr<FakeSoftwareUpdateLister> lister = std::make_shared<FakeSoftwareUpdateLister>();
+  LogCapture log;
+};
+
+TEST_F(DefaultSoftwareUpdateLabelTest, RunsFromTheFirstMarkToTheBuildsLastOccurrence) {
+  for (const auto& [line, label] : std::vector<std::pair<std::string, std::string>>{
+           {"* Label: macOS  A-1B2  (a)\r", "macOS  A-1B2"},
+           {"- Label: a 1B2, again 1B2, end", "a 1B2, again 1B2"},
+           {"1B2 Label: a Label: b 1b2", "a b 1b2"},
+           {"Label: LLabel: abel: b 1B2", "Label: b 1B2"},
+           {"LABEL: a Label:1B2", "LABEL: a Label:1B2"}}) {
+    EXPECT_EQ(labelIn("\n" + line + "\n", "1B2"), label);
+  }
+}
+
+TEST_F(DefaultSoftwareUpdateLabelTest, OnlyTheFirstLineThatHoldsTheBuildIsTried) {
+  const std::string good = "\n* Label: good 1.2\n";
+  for (const char* first : {"Title: 1.2", "1.2 Label:", "1.2 Label: 1x2"}) {
+    EXPECT_EQ(labelIn(first + good, "1.2"), std::nullopt) << first;
+    EXPECT_THAT(log.records().back(),
+                ErrorLine("No match found with given software update output."));
+  }
+  EXPECT_EQ(labelIn("Label: 1x2" + good, "1.2"), "good 1.2");
+}
+
+TEST_F(DefaultSoftwareUpdateLabelTest, NoBuildAndNoListGiveNoLabel) {
+  EXPECT_EQ(labelIn("* Label: macOS-23e224\n", "23E224"), std::nullopt);
+  EXPECT_THAT(log.records().back(), InfoLine("Unable to get software update label from the given "
+                                             "output for build version 23E224."));
+  EXPECT_EQ(labelIn("* Label: macOS-23E224\n", "23E224", 1), std::nullopt);
+}
+
+}  // namespace
+}  // namespace vexlo
