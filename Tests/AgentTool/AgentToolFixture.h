@@ -2,7 +2,6 @@
 #pragma once
 #include <gmock/gmock.h>
 
-#include <filesystem>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -22,14 +21,6 @@ class AgentToolTest : public ::testing::Test {
   /// Writes the agent's action file and returns its path.
   std::string writeActions(std::string_view json) {
     return root.write("client-data/patch-resources/mac-patch-actions.json", json);
-  }
-
-  /// Writes an application whose installer is this shell text, and returns its path.
-  std::string writeInstaller(const std::string& text) {
-    const std::string program =
-        root.write("I.app/Contents/Resources/startosinstall", "#!/bin/sh\n" + text);
-    std::filesystem::permissions(program, std::filesystem::perms::owner_all);
-    return root.file("I.app");
   }
 
   /// Runs a shell text in the agent root, which VEXLO_AGENT_ROOT names, where `vexlo-patch` is the

@@ -74,9 +74,10 @@ TEST(PatchActionGroupTest, OfMembersWithEqualNamesTheLastOneCounts) {
 
 TEST(PatchActionGroupTest, EscapedTextsAreDecodedEverywhere) {
   const PatchActionGroup group = PatchActionGroup::decode(
-      R"({"Patch\u0041ctions":{"\u00e9":{"200\u0035":["a\"b", "\ud83d\ude00", "", "plain"]}}})",
+      R"({"Patch\u0041ctions":{"\u00e9":{"200\u0035":["a\"b", "\ud83d\ude00", "", "\b\f\n\r\t\/\\"]}}})",
       "f");
-  EXPECT_EQ(actionsText(group.patchActions()->actions("é")), R"(2005["a"b", "😀", "", "plain"])");
+  EXPECT_EQ(actionsText(group.patchActions()->actions("é")),
+            "2005[\"a\"b\", \"😀\", \"\", \"\b\f\n\r\t/\\\"]");
 }
 
 TEST(PatchActionGroupTest, ManyNamesStayApart) {

@@ -85,5 +85,16 @@ TEST(RunningAppPromptCustomizationProviderTest, OneMistypedSettingDiscardsAllFor
   }
 }
 
+TEST(RunningAppPromptCustomizationTest, ThePromptIsWaitedForALittleLongerThanItsCountdown) {
+  constexpr std::int64_t kLargest = std::numeric_limits<std::int64_t>::max();
+  RunningAppPromptCustomization customization;
+  EXPECT_EQ(promptTimeoutSeconds(std::nullopt), 930);
+  EXPECT_EQ(promptTimeoutSeconds(customization), 930);
+  customization.skipTimerCount = 5;
+  EXPECT_EQ(promptTimeoutSeconds(customization), 330);
+  customization.skipTimerCount = kLargest;
+  EXPECT_EQ(promptTimeoutSeconds(customization), kLargest);
+}
+
 }  // namespace
 }  // namespace vexlo

@@ -37,9 +37,6 @@ constexpr LogTag kUpgradeTag{"installMacOSUpdatesUsingInstallAssistant(for:using
 constexpr LogTag kRunningTag{"applicationRunningCheck(for:using:)"};
 
 constexpr std::int64_t kBytesPerGigabyte = 1'000'000'000;
-constexpr std::int64_t kDefaultPromptMinutes = 15;
-constexpr std::int64_t kSecondsPerMinute = 60;
-constexpr std::int64_t kPromptGraceSeconds = 30;
 
 std::shared_ptr<const PatchActionGroup> decodedFileFor(const PatchIdentifier& patch) {
   const PatchActionJSONParser::Outcome& outcome =
@@ -65,16 +62,6 @@ std::string joined(const std::vector<std::string>& pieces, std::string_view sepa
     between = separator;
   }
   return out;
-}
-
-/// How long the prompt is waited for: the minutes of its own countdown and a little more.
-std::int64_t promptTimeoutSeconds(
-    const std::optional<RunningAppPromptCustomization>& customization) {
-  const std::optional<std::int64_t> minutes =
-      customization ? customization->skipTimerCount : std::nullopt;
-  return saturatingSum(
-      saturatingProduct(minutes.value_or(kDefaultPromptMinutes), kSecondsPerMinute),
-      kPromptGraceSeconds);
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 #include "AgentLibraries/FileCodec/DecodingError.h"
 #include "VexloPatchDeployment/Common/AgentPaths.h"
 #include "VexloPatchDeployment/Common/Log.h"
+#include "VexloPatchDeployment/Common/Numbers.h"
 #include "VexloPatchDeployment/Common/Overloaded.h"
 
 namespace vexlo {
@@ -127,6 +128,17 @@ std::string describe(const RunningAppPromptCustomization& customization) {
 
 std::ostream& operator<<(std::ostream& out, const RunningAppPromptCustomization& customization) {
   return out << describe(customization);
+}
+
+std::int64_t promptTimeoutSeconds(
+    const std::optional<RunningAppPromptCustomization>& customization) {
+  constexpr std::int64_t kDefaultMinutes = 15;
+  constexpr std::int64_t kSecondsPerMinute = 60;
+  constexpr std::int64_t kGraceSeconds = 30;
+  const std::optional<std::int64_t> minutes =
+      customization ? customization->skipTimerCount : std::nullopt;
+  return saturatingSum(saturatingProduct(minutes.value_or(kDefaultMinutes), kSecondsPerMinute),
+                       kGraceSeconds);
 }
 
 const std::string& RunningAppPromptCustomizationProviderConstants::plistPath() {

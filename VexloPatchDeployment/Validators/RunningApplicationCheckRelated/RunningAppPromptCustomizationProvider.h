@@ -47,6 +47,11 @@ struct RunningAppPromptCustomization {
 [[nodiscard]] std::string describe(const RunningAppPromptCustomization& customization);
 std::ostream& operator<<(std::ostream& out, const RunningAppPromptCustomization& customization);
 
+/// How long the prompt is waited for, in seconds: the minutes of its own countdown, 15 where none
+/// are set, and 30 seconds more. Saturates.
+[[nodiscard]] std::int64_t promptTimeoutSeconds(
+    const std::optional<RunningAppPromptCustomization>& customization);
+
 struct RunningAppPromptCustomizationProviderConstants {
   RunningAppPromptCustomizationProviderConstants() = delete;
   /// The customization file, worked out once per process.
