@@ -86,12 +86,6 @@ TEST_F(SimulatedMacTest, NeedsNoSecondUser) {
                         "\"user\":\"alice\",\"uid\":0"));
 }
 
-TEST_F(SimulatedMacTest, TellsWhatDoesNotStart) {
-  const TemporaryDirectory directory;
-  const std::string copies = "cp '" + programFolder() + "'/enter " + directory.path() + "; ";
-  EXPECT_EQ(shell(copies + directory.file("enter") + " healthy -- true").status, 70);
-}
-
 TEST_F(SimulatedMacTest, EveryScenarioCanBeEntered) {
   std::istringstream list(enter("--list").output);
   int count = 0;
@@ -131,19 +125,6 @@ TEST(SimulatedMacScenarioTest, AMistakeIsAnErrorThatSaysWhere) {
   }
   EXPECT_EQ(enter("healthy").status, 64);
   EXPECT_EQ(enter("no-such-scenario -- true").status, 65);
-}
-
-TEST(SimulatedMacScenarioTest, ASettingReplacesTheDefaultsAndAToolsSectionAsAWhole) {
-  const TemporaryDirectory directory;
-  const std::string file =
-      directory.write("here.ini",
-                      "# Here\n[users]\naccount = carol 503\n"
-                      "[open]\nstdout =\n  | two \n  |\n  | lines\nexits = 3\n");
-  const Ran ran = enter("--set 'open/exits=4' --set 'open/stderr=no' --print " + file);
-  EXPECT_THAT(ran.output, HasSubstr("[users]\nconsole = alice\naccount = carol 503\n"));
-  EXPECT_THAT(ran.output, HasSubstr("[open]\nexits = 4\nstderr = no\n"));
-  EXPECT_THAT(enter("--print " + file).output,
-              HasSubstr("stdout =\n| two \n| \n| lines\nexits = 3\n"));
 }
 
 }  // namespace
