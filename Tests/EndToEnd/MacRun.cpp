@@ -1,17 +1,13 @@
 #include "Tests/EndToEnd/MacRun.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <boost/json.hpp>
 #include <cctype>
-#include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <future>
 #include <map>
 #include <memory>
 #include <ranges>
@@ -19,6 +15,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "Platform/Process.h"
 #include "Tests/Fakes/TemporaryDirectory.h"
 
 namespace end_to_end {
@@ -147,7 +144,8 @@ Texts lines(const std::string& text) {
 class StartedRun {
  public:
   explicit StartedRun(const MacTest& test) {
-    Texts command{programFolder() + "/enter", "--records", directory_.file("calls")};
+    const std::string script = "exec \"$0\" \"$@\" 2>> '" + directory_.file("errors") + "'";
+    Texts command{"-c", script, programFolder() + "/enter", "--records", directory_.file("calls")};
     std::string machine = "apple-silicon";
     for (const std::string& setting : test.settings) {
       command.insert(command.end(), {"--set", setting});
@@ -161,25 +159,15 @@ class StartedRun {
     command.insert(command.end(), {"--service-pack", "2301", "--machine", machine, "--json"});
     command.insert(command.end(), {"--keep-going", "--log-level", "debug"});
     command.insert(command.end(), test.options.begin(), test.options.end());
-    start(command);
-  }
-  StartedRun(const StartedRun&) = delete;
-  StartedRun& operator=(const StartedRun&) = delete;
-  ~StartedRun() {
-    if (process_ > 0) {
-      kill(process_, SIGTERM);
-      waitpid(process_, nullptr, 0);
-    }
+    run_ = std::async(
+        std::launch::async, platform::runProcess,
+        platform::ProcessRequest{.executable = "/bin/sh", .arguments = std::move(command)});
   }
 
   Ended wait() {
-    int status = 0;
-    while (waitpid(process_, &status, 0) < 0 && errno == EINTR) {
-    }
-    process_ = 0;
-    Ended ended;
-    ended.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    readOutput(ended);
+    const platform::ProcessResult run = run_.get();
+    Ended ended{.status = run.exitCode};
+    readOutput(run.output, ended);
     for (const std::string& line : lines(directory_.read("errors"))) {
       if (auto record = readLogLine(line)) {
         ended.log.push_back(*std::move(record));
@@ -200,30 +188,9 @@ class StartedRun {
   }
 
  private:
-  void start(Texts& command) {
-    std::vector<char*> arguments;
-    for (std::string& argument : command) {
-      arguments.push_back(argument.data());
-    }
-    arguments.push_back(nullptr);
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, directory_.file("output").c_str(),
-                                     O_WRONLY | O_CREAT, 0600);
-    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, directory_.file("errors").c_str(),
-                                     O_WRONLY | O_CREAT | O_APPEND, 0600);
-    const int error =
-        posix_spawn(&process_, arguments[0], &actions, nullptr, arguments.data(), environ);
-    posix_spawn_file_actions_destroy(&actions);
-    if (error != 0) {
-      throw std::runtime_error(command[0] + ": " + std::strerror(error));
-    }
-  }
-
-  void readOutput(Ended& ended) const {
+  static void readOutput(const std::string& output, Ended& ended) {
     std::string part;
-    for (const std::string& line : lines(directory_.read("output"))) {
+    for (const std::string& line : lines(output)) {
       if (line.starts_with("--- ")) {
         part = line.substr(4);
       } else if (part == "counts") {
@@ -246,7 +213,7 @@ class StartedRun {
   }
 
   TemporaryDirectory directory_;
-  pid_t process_ = 0;
+  std::future<platform::ProcessResult> run_;
 };
 
 /// The tests by their full names.
@@ -379,13 +346,9 @@ std::string programFolder() {
 
 std::optional<std::string> whyNoMac() {
   static const std::optional<std::string> why = []() -> std::optional<std::string> {
-    const TemporaryDirectory directory;
-    const std::string command =
-        "'" + programFolder() + "/enter' healthy -- true 2> " + directory.file("why");
-    const int status = std::system(command.c_str());
-    return WIFEXITED(status) && WEXITSTATUS(status) == kCantEnter
-               ? std::optional(directory.read("why"))
-               : std::nullopt;
+    const platform::ProcessResult run = platform::runProcess(
+        {.executable = programFolder() + "/enter", .arguments = {"healthy", "--", "true"}});
+    return run.exitCode == kCantEnter ? std::optional(run.output) : std::nullopt;
   }();
   return why;
 }
