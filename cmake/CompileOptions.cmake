@@ -1,11 +1,7 @@
 # What every target of the project is compiled with; private, so it never reaches an embedder.
 add_library(vexlo_compile_options INTERFACE)
 target_compile_options(vexlo_compile_options INTERFACE
-  -Wall -Wextra -Wpedantic -Wno-missing-field-initializers -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wswitch
-  # Log lines name their source file from the module folder on; no path of the building machine.
-  "-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/VexloPatchDeployment/="
-  "-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/AgentLibraries/="
-  "-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/Tests/=Tests/")
+  -Wall -Wextra -Wpedantic -Wno-missing-field-initializers -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wswitch)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   # g++ 12 reports members of std::variant's inactive alternatives, and at -O3 overlaps inside
   # std::string's own insertions that can't occur.
@@ -21,8 +17,22 @@ if(VEXLO_WARNINGS_AS_ERRORS)
 endif()
 target_include_directories(vexlo_compile_options INTERFACE "${PROJECT_SOURCE_DIR}")
 
+# Log lines name their source file from the module folder on; no path of the building machine.
+set(source_roots "${PROJECT_SOURCE_DIR}")
 find_program(CCACHE_PROGRAM ccache)
 if(CCACHE_PROGRAM AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
-  # A base directory would make paths relative, out of reach of the maps above.
-  set(CMAKE_CXX_COMPILER_LAUNCHER "${CMAKE_COMMAND}" -E env CCACHE_BASEDIR= "${CCACHE_PROGRAM}")
+  # Relative paths let clones of the project share the cache.
+  set(CMAKE_CXX_COMPILER_LAUNCHER "${CMAKE_COMMAND}" -E env
+    "CCACHE_BASEDIR=${PROJECT_SOURCE_DIR}" CCACHE_NOHASHDIR=1 "${CCACHE_PROGRAM}")
+  cmake_path(RELATIVE_PATH PROJECT_SOURCE_DIR BASE_DIRECTORY "${CMAKE_BINARY_DIR}"
+    OUTPUT_VARIABLE relative_root)
+  cmake_path(APPEND relative_root "x")  # without a slash at the end
+  cmake_path(GET relative_root PARENT_PATH relative_root)
+  list(APPEND source_roots "${relative_root}")
 endif()
+foreach(root IN LISTS source_roots)
+  target_compile_options(vexlo_compile_options INTERFACE
+    "-fmacro-prefix-map=${root}/VexloPatchDeployment/="
+    "-fmacro-prefix-map=${root}/AgentLibraries/="
+    "-fmacro-prefix-map=${root}/Tests/=Tests/")
+endforeach()
