@@ -1,5 +1,6 @@
 #include "Platform/Descriptor.h"
 
+#include <fcntl.h>
 #include <poll.h>
 #include <unistd.h>
 
@@ -32,6 +33,14 @@ void Descriptor::reset() noexcept {
     ::close(std::exchange(number_, -1));
     errno = why;
   }
+}
+
+Descriptor aboveStandard(int opened) noexcept {
+  Descriptor made(opened);
+  if (opened >= 0 && opened <= STDERR_FILENO) {
+    made = Descriptor(::fcntl(opened, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+  }
+  return made;
 }
 
 std::int32_t writeAll(int descriptor, std::string_view bytes) noexcept {

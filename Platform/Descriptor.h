@@ -17,12 +17,19 @@ class Descriptor {
   /// The number, -1 when there is none.
   [[nodiscard]] int get() const noexcept { return number_; }
   [[nodiscard]] explicit operator bool() const noexcept { return number_ >= 0; }
+  /// Gives the descriptor away, unclosed.
+  [[nodiscard]] int release() noexcept { return std::exchange(number_, -1); }
   /// Closes the descriptor now.
   void reset() noexcept;
 
  private:
   int number_ = -1;
 };
+
+/// Takes over a newly opened descriptor, which may be -1, and moves it above the standard three: a
+/// process that has closed those would otherwise have what is written to "standard error" land in
+/// the file. Empty, with errno set, when there is no free number.
+[[nodiscard]] Descriptor aboveStandard(int opened) noexcept;
 
 /// Writes all the bytes, however often a signal interrupts it. 0, or the system's error number.
 [[nodiscard]] std::int32_t writeAll(int descriptor, std::string_view bytes) noexcept;

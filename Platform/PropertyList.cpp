@@ -135,12 +135,15 @@ const PropertyList* PropertyList::find(std::string_view key) const noexcept {
   return found == dictionary->end() ? nullptr : &found->second;
 }
 
-std::expected<PropertyList, PropertyListError> parsePropertyList(std::string_view bytes) {
+std::expected<PropertyList, PropertyListError> parsePropertyList(std::string_view bytes,
+                                                                 std::size_t maximumValues) {
   try {
+    const ValueBudget budget(maximumValues);
     if (bytes.starts_with(kBinarySignature)) {
-      return readBinaryPropertyList(bytes);
+      return readBinaryPropertyList(bytes, budget);
     }
-    return looksLikeXML(bytes) ? readXMLPropertyList(bytes) : readOldStylePropertyList(bytes);
+    return looksLikeXML(bytes) ? readXMLPropertyList(bytes, budget)
+                               : readOldStylePropertyList(bytes, budget);
   } catch (PropertyListError& error) {
     return std::unexpected(std::move(error));
   }

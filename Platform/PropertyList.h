@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <expected>
+#include <limits>
 #include <map>
 #include <string>
 #include <string_view>
@@ -60,9 +61,10 @@ struct PropertyListError {
 
 /// Reads a property list in any of its three forms, told apart by the first bytes. Nesting is
 /// bounded (512 levels); time and memory are linear in the input; any input gets an answer. Of a
-/// key that is there twice the last value counts.
+/// key that is there twice the last value counts. More than `maximumValues` values are an error:
+/// a value takes many times the memory of its shortest spelling.
 [[nodiscard]] std::expected<PropertyList, PropertyListError> parsePropertyList(
-    std::string_view bytes);
+    std::string_view bytes, std::size_t maximumValues = std::numeric_limits<std::size_t>::max());
 
 /// The XML form, version 1.0, with a closing line feed. `parsePropertyList` reads the same value
 /// back, except that a date loses its fraction of a second, which the form has no place for.
@@ -70,6 +72,11 @@ struct PropertyListError {
 /// not UTF-8 or have control characters other than tab and line ends, dates outside the years
 /// 0000 to 9999, nesting beyond 512 levels.
 [[nodiscard]] std::string toXML(const PropertyList& value);
+
+/// The binary form, version 00, which holds every value that XML can't but for texts that are not
+/// UTF-8 and nesting beyond 512 levels: `std::invalid_argument`. `parsePropertyList` reads the same
+/// value back.
+[[nodiscard]] std::string toBinary(const PropertyList& value);
 
 /// For log lines: texts in double quotation marks (with `\"`, `\\`, `\n` and the like escaped),
 /// numbers in decimal (a real always with a fraction or an exponent), Booleans true or false, dates

@@ -18,7 +18,7 @@ constexpr std::size_t kTrailerSize = 32;
 /// stand for an enormous tree; the memory that values take is therefore bounded, too.
 class BinaryReader {
  public:
-  explicit BinaryReader(std::string_view bytes) : bytes_(bytes) {}
+  BinaryReader(std::string_view bytes, ValueBudget budget) : bytes_(bytes), budget_(budget) {}
 
   PropertyList read() {
     readTrailer();
@@ -128,6 +128,9 @@ class BinaryReader {
       fail("expected an offset from 8 to " + std::to_string(table_ - 1));
     }
     takeMemory(kMemoryOfValue);
+    if (!budget_.take()) {
+      fail("expected " + budget_.expected());
+    }
     switch (const auto marker = static_cast<unsigned>(number(offset_, 1)); marker >> 4) {
       case 0x0:
         if (marker == 0x08 || marker == 0x09) {
@@ -291,6 +294,7 @@ class BinaryReader {
   static constexpr std::uint64_t kMemoryForSmallInputs = std::uint64_t{16} * 1024 * 1024;
 
   std::string_view bytes_;
+  ValueBudget budget_;
   std::uint64_t offsetSize_ = 0;
   std::uint64_t referenceSize_ = 0;
   std::uint64_t count_ = 0;
@@ -304,6 +308,8 @@ class BinaryReader {
 
 }  // namespace
 
-PropertyList readBinaryPropertyList(std::string_view bytes) { return BinaryReader(bytes).read(); }
+PropertyList readBinaryPropertyList(std::string_view bytes, ValueBudget budget) {
+  return BinaryReader(bytes, budget).read();
+}
 
 }  // namespace platform

@@ -49,7 +49,7 @@ int digitValue(char c, int base) {
 /// Reads by recursive descent, to the bounded depth.
 class OldStyleReader {
  public:
-  explicit OldStyleReader(std::string_view text) : text_(text) {}
+  OldStyleReader(std::string_view text, ValueBudget budget) : text_(text), budget_(budget) {}
 
   PropertyList read() {
     accept("\xEF\xBB\xBF");
@@ -121,6 +121,9 @@ class OldStyleReader {
   }
 
   PropertyList readValue(std::size_t depth) {
+    if (!budget_.take()) {
+      fail(budget_.expected());
+    }
     switch (peek()) {
       case '{':
       case '(':
@@ -296,13 +299,14 @@ class OldStyleReader {
   }
 
   std::string_view text_;
+  ValueBudget budget_;
   std::size_t position_ = 0;
 };
 
 }  // namespace
 
-PropertyList readOldStylePropertyList(std::string_view bytes) {
-  return OldStyleReader(bytes).read();
+PropertyList readOldStylePropertyList(std::string_view bytes, ValueBudget budget) {
+  return OldStyleReader(bytes, budget).read();
 }
 
 }  // namespace platform

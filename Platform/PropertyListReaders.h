@@ -14,10 +14,26 @@ inline constexpr std::size_t kMaximumPropertyListDepth = 512;
 
 inline constexpr std::chrono::sys_days kPropertyListEpoch{std::chrono::year(2001) / 1 / 1};
 
+/// How many values a reader may still make.
+class ValueBudget {
+ public:
+  explicit ValueBudget(std::size_t most) : most_(most), left_(most) {}
+  /// Counts one more value. False when there are too many.
+  [[nodiscard]] bool take() noexcept { return left_ > 0 && left_-- > 0; }
+  /// For error messages: "at most 16384 values".
+  [[nodiscard]] std::string expected() const {
+    return "at most " + std::to_string(most_) + " values";
+  }
+
+ private:
+  std::size_t most_;
+  std::size_t left_;
+};
+
 /// Each reads one whole property list of its form and throws a `PropertyListError`.
-[[nodiscard]] PropertyList readXMLPropertyList(std::string_view bytes);
-[[nodiscard]] PropertyList readBinaryPropertyList(std::string_view bytes);
-[[nodiscard]] PropertyList readOldStylePropertyList(std::string_view bytes);
+[[nodiscard]] PropertyList readXMLPropertyList(std::string_view bytes, ValueBudget budget);
+[[nodiscard]] PropertyList readBinaryPropertyList(std::string_view bytes, ValueBudget budget);
+[[nodiscard]] PropertyList readOldStylePropertyList(std::string_view bytes, ValueBudget budget);
 
 /// `text` in double quotation marks on one line, in an error message cut to a readable length.
 [[nodiscard]] std::string quotedExcerpt(std::string_view text);

@@ -156,6 +156,8 @@ std::optional<PropertyList> parseDataText(std::string_view text) {
 /// Builds the value from Expat's events; a stack holds the elements that are open.
 class XMLReader {
  public:
+  explicit XMLReader(ValueBudget budget) : budget_(budget) {}
+
   PropertyList read(std::string_view bytes) {
     if (!parser_) {
       throw std::bad_alloc();
@@ -267,6 +269,9 @@ class XMLReader {
         fail("expected </plist> after the value" + found());
       }
     }
+    if (!budget_.take()) {
+      fail("expected " + budget_.expected());
+    }
     if (holdsElements(tag) && open_.size() > kMaximumPropertyListDepth) {  // <plist> is no level
       fail("expected at most " + std::to_string(kMaximumPropertyListDepth) + " levels of nesting");
     }
@@ -356,6 +361,7 @@ class XMLReader {
   }
 
   std::unique_ptr<XML_ParserStruct, FreeParser> parser_{XML_ParserCreate(nullptr)};
+  ValueBudget budget_;
   std::size_t linesBefore_ = 0;  // of those that Expat counts
   std::vector<OpenElement> open_;
   std::string text_;  // of the open element that holds text
@@ -516,7 +522,9 @@ class XMLWriter {
 
 }  // namespace
 
-PropertyList readXMLPropertyList(std::string_view bytes) { return XMLReader().read(bytes); }
+PropertyList readXMLPropertyList(std::string_view bytes, ValueBudget budget) {
+  return XMLReader(budget).read(bytes);
+}
 
 std::string toXML(const PropertyList& value) {
   std::string out =

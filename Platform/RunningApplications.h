@@ -26,7 +26,8 @@ class ApplicationProcess {
 /// The running applications whose bundle bears exactly `bundleIdentifier`, by process id. A
 /// process belongs to a bundle when its executable, or the script that it interprets, lies in
 /// `X.app/Contents/MacOS/` and `X.app/Contents/Info.plist` bears the identifier. Processes that
-/// may not be looked at, or end meanwhile, are left out.
+/// may not be looked at, or end meanwhile, are left out. An application without an identifier
+/// answers to none: an empty `bundleIdentifier` finds nothing.
 [[nodiscard]] std::vector<std::unique_ptr<ApplicationProcess>> runningApplications(
     std::string_view bundleIdentifier);
 

@@ -1,5 +1,7 @@
 #include "Platform/Unicode.h"
 
+#include <algorithm>
+#include <array>
 #include <cstdint>
 #include <cstring>
 
@@ -60,6 +62,27 @@ std::size_t findInvalidUTF8(std::string_view text) noexcept {
     position += length;
   }
   return std::string_view::npos;
+}
+
+std::u16string toUTF16(std::string_view text) {
+  constexpr std::array<unsigned, 5> kBitsOfLead{0, 0x7F, 0x1F, 0x0F, 0x07};
+  std::u16string units;
+  units.reserve(text.size());
+  while (!text.empty()) {
+    const std::size_t length = std::max<std::size_t>(utf8SequenceLength(text), 1);
+    char32_t codePoint = static_cast<unsigned char>(text[0]) & kBitsOfLead.at(length);
+    for (const char next : text.substr(1, length - 1)) {
+      codePoint = codePoint << 6 | (static_cast<unsigned char>(next) & 0x3F);
+    }
+    text.remove_prefix(length);
+    if (codePoint < 0x10000) {
+      units += static_cast<char16_t>(codePoint);
+    } else {
+      units += static_cast<char16_t>(0xD800 + ((codePoint - 0x10000) >> 10));
+      units += static_cast<char16_t>(0xDC00 + (codePoint & 0x3FF));
+    }
+  }
+  return units;
 }
 
 void appendUTF8(std::string& out, char32_t codePoint) {

@@ -17,6 +17,9 @@ namespace platform {
 /// Appends one code point, which is neither a surrogate nor above U+10FFFF.
 void appendUTF8(std::string& out, char32_t codePoint);
 
+/// The UTF-16 units of a text that is UTF-8.
+[[nodiscard]] std::u16string toUTF16(std::string_view text);
+
 [[nodiscard]] constexpr bool isHighSurrogate(char32_t unit) noexcept {
   return unit >= 0xD800 && unit < 0xDC00;
 }

@@ -18,7 +18,8 @@ namespace platform {
 /// terminal. Names that are nobody's session are passed over.
 [[nodiscard]] std::optional<std::string> consoleUserName();
 
-/// The distinct users of the session records, in their order; empty when nobody is logged on.
+/// The distinct users of the session records whose process lives, in their order; empty when nobody
+/// is logged on.
 [[nodiscard]] std::vector<std::string> loggedOnUserNames();
 
 /// The numeric id of the user that this process acts as.

@@ -1,7 +1,9 @@
 #include "AgentLibraries/FileCodec/PropertyListFile.h"
 
+#include <algorithm>
 #include <array>
 #include <string_view>
+#include <system_error>
 #include <utility>
 #include <variant>
 
@@ -21,6 +23,18 @@ constexpr std::array<std::string_view, std::variant_size_v<PropertyList::Value>>
     "a text", "an integer", "an integer", "a real number", "a Boolean",
     "a date", "data",       "an array",   "a dictionary"};
 
+Kind kindOf(const std::error_code& error) {
+  if (error == std::errc::no_such_file_or_directory) {
+    return Kind::missing;
+  }
+  constexpr std::array kNoSuchFileEver{std::errc::is_a_directory, std::errc::invalid_argument,
+                                       std::errc::file_too_large,
+                                       std::errc::too_many_symbolic_link_levels};
+  const bool forGood =
+      std::ranges::any_of(kNoSuchFileEver, [&](std::errc kind) { return error == kind; });
+  return forGood ? Kind::damaged : Kind::unreadable;
+}
+
 std::unexpected<PropertyListFileError> failure(Kind kind, const std::string& path,
                                                std::string expected, std::string found) {
   return std::unexpected(PropertyListFileError{
@@ -33,9 +47,8 @@ std::expected<PropertyList::Dictionary, PropertyListFileError> readPropertyListF
     const std::string& path) {
   const auto bytes = platform::readFile(path, {.maximumBytes = kMaximumPropertyListBytes});
   if (!bytes) {
-    const bool missing = bytes.error().code == std::errc::no_such_file_or_directory;
-    return failure(missing ? Kind::missing : Kind::unreadable, path,
-                   "a readable regular file of at most 64 MiB", reasonOf(bytes.error(), path));
+    return failure(kindOf(bytes.error().code), path, "a readable regular file of at most 64 MiB",
+                   reasonOf(bytes.error(), path));
   }
   if (bytes->empty()) {
     return failure(Kind::missing, path, "a property list", "an empty file");

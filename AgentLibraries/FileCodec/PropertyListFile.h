@@ -13,8 +13,9 @@ namespace FileCodec {
 struct PropertyListFileError {
   enum class Kind : std::uint8_t {
     missing,     ///< Nothing is there, or a file of 0 bytes.
-    unreadable,  ///< Its bytes can't be had: no permission, no regular file, too large.
-    damaged,     ///< The bytes are no property list, or one with another type at its top.
+    unreadable,  ///< Its bytes can't be had now: no permission, no memory, a failing disk.
+    damaged,     ///< What is there is no property list with a dictionary at its top, nor will it
+                 ///< become one: other bytes, a directory, a FIFO, a file that is too large.
   };
   Kind kind;
   DecodingError error;

@@ -27,16 +27,22 @@ PropertyList::Dictionary updated(PropertyList::Dictionary dictionary, const Upda
   return dictionary;
 }
 
-std::string asXML(const std::string& path, PropertyList::Dictionary dictionary) {
+/// XML, which people can read; binary for what XML can't hold, such as a control character.
+std::string encoded(const std::string& path, const PropertyList& list) {
   try {
-    return toXML(std::move(dictionary));
-  } catch (const std::invalid_argument& error) {  // which does not know of a file
-    throw std::runtime_error(text(path, ": ", error.what()));
+    return toXML(list);
+  } catch (const std::invalid_argument&) {
+    try {
+      return toBinary(list);
+    } catch (const std::invalid_argument& error) {  // which does not know of a file
+      throw std::runtime_error(text(path, ": ", error.what()));
+    }
   }
 }
 
 void write(const std::string& path, PropertyList::Dictionary dictionary) {
-  const auto written = platform::writeFileAtomically(path, asXML(path, std::move(dictionary)));
+  const auto written =
+      platform::writeFileAtomically(path, encoded(path, PropertyList(std::move(dictionary))));
   if (!written) {
     throw std::runtime_error(written.error().message);
   }
@@ -67,6 +73,11 @@ void RawPlistManager::updateValue(std::optional<PropertyList> value, const std::
 }
 
 void RawPlistManager::save(const std::optional<std::string>& path) {
+  const auto lock = platform::FileLock::acquire(path.value_or(filePath_));
+  if (!lock) {
+    throw std::runtime_error(lock.error().message);
+  }
+  platform::removeLeftovers(path.value_or(filePath_));
   if (!path || *path == filePath_) {
     saveToOwnPath();
     return;

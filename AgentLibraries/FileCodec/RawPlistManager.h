@@ -22,11 +22,12 @@ class RawPlistManager {
   /// Sets the key in the in-memory copy; absent removes it.
   void updateValue(std::optional<platform::PropertyList> value, const std::string& key);
   /// Writes the file's keys and the updates to `path`, or to the manager's own path when absent:
-  /// XML, replaced atomically. Throws a `std::runtime_error` that names the file when that fails,
-  /// also for a value that XML can't hold. The updates are kept then, and the file is as before; or
-  /// it is replaced, but not certain to outlive a crash, when only the last flush failed. An own
-  /// file whose bytes are no dictionary is not overwritten: it is kept beside under the first free
-  /// name of «<path>.damaged», «<path>.damaged-2» and so on.
+  /// XML, or binary for what XML can't hold, replaced atomically. No other save of that path, in
+  /// this process or another, comes between the reading and the writing. Throws a
+  /// `std::runtime_error` that names the file when that fails. The updates are kept then, and the
+  /// file is as before; or it is replaced, but not certain to outlive a crash, when only the last
+  /// flush failed. What is at the own path and no dictionary is not overwritten: it is kept beside
+  /// under the first free name of «<path>.damaged», «<path>.damaged-2» and so on.
   void save(const std::optional<std::string>& path = std::nullopt);
 
  private:

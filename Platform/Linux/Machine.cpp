@@ -6,14 +6,10 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "Platform/Files.h"
-#include "Platform/PropertyList.h"
+#include "Platform/Posix/SystemVersion.h"
 
 namespace platform {
 namespace {
-
-constexpr const char* kSystemVersionFile = "/System/Library/CoreServices/SystemVersion.plist";
-constexpr std::uint64_t kLargestVersionFile = std::uint64_t{1} << 20;
 
 std::string_view environment(const char* name) {
   const char* value = std::getenv(name);
@@ -48,16 +44,7 @@ bool isAppleSilicon() {
   return kind == "arm64" || kind == "aarch64";
 }
 
-std::optional<std::string> macOSProductVersion() {
-  const auto bytes = readFile(kSystemVersionFile, {.maximumBytes = kLargestVersionFile});
-  if (!bytes) {
-    return std::nullopt;
-  }
-  const auto list = parsePropertyList(*bytes);
-  const PropertyList* version = list ? list->find("ProductVersion") : nullptr;
-  const std::string* text = version == nullptr ? nullptr : version->as<std::string>();
-  return text == nullptr ? std::nullopt : std::optional(*text);
-}
+std::optional<std::string> productVersionFromKernel() { return std::nullopt; }  // it is no macOS
 
 std::vector<std::string> preferredLanguages() {
   std::vector<std::string> tags;

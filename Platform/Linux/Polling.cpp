@@ -11,20 +11,6 @@
 #include <vector>
 
 namespace platform {
-namespace {
-
-/// A child's three standard descriptors are made by dup2 one after the other: one must not
-/// overwrite the source of the next.
-Descriptor aboveStandard(int number) {
-  Descriptor made(number);
-  if (number <= STDERR_FILENO) {
-    made = Descriptor(::fcntl(number, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
-  }
-  return made;
-}
-
-}  // namespace
-
 std::expected<Pipe, std::error_code> makePipe() {
   std::array<int, 2> ends{};
   if (::pipe2(ends.data(), O_CLOEXEC) == 0) {

@@ -1,9 +1,12 @@
 #include "Platform/PowerSources.h"
 
+#include <dirent.h>
+
 #include <algorithm>
 #include <charconv>
 #include <cstdint>
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <string_view>
 #include <system_error>
@@ -120,10 +123,12 @@ PropertyList describe(const Supply& battery, const Mains& mains) {
 
 std::vector<PropertyList> readPowerSupplies(const std::string& root) {
   std::vector<std::filesystem::path> folders;
-  std::error_code error;
-  for (std::filesystem::directory_iterator entry(root, error), end; !error && entry != end;
-       entry.increment(error)) {
-    folders.push_back(entry->path());
+  // The standard library's iterator ends the process when it gets no memory.
+  const std::unique_ptr<DIR, int (*)(DIR*)> entries(::opendir(root.c_str()), ::closedir);
+  while (const dirent* entry = entries ? ::readdir(entries.get()) : nullptr) {
+    if (const std::string_view name = entry->d_name; name != "." && name != "..") {
+      folders.push_back(std::filesystem::path(root) / name);
+    }
   }
   std::ranges::sort(folders);
   Mains mains;

@@ -1,4 +1,4 @@
-#include "Platform/Linux/RegularFile.h"
+#include "Platform/Posix/RegularFile.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -13,7 +13,7 @@ Descriptor openUninterrupted(const std::string& path, int flags) {
   do {
     opened = ::open(path.c_str(), flags | O_CLOEXEC);
   } while (opened < 0 && errno == EINTR);
-  return Descriptor(opened);
+  return aboveStandard(opened);
 }
 
 /// The error of a file that is not regular; 0 for a regular one.

@@ -17,7 +17,7 @@
 
 #include "Platform/Files.h"
 #include "Platform/Linux/Pidfd.h"
-#include "Platform/Linux/RegularFile.h"
+#include "Platform/Posix/RegularFile.h"
 #include "Platform/PropertyList.h"
 
 namespace platform {
@@ -30,7 +30,9 @@ constexpr std::size_t kReadOfCommandLine = 4096;
 constexpr std::size_t kReadOfStatus = 1024;
 constexpr std::size_t kReadOfScript = 256;  // what the kernel reads of its first line
 constexpr std::size_t kLongestName = 255;   // bytes, as of a file's name
-constexpr std::uint64_t kLargestInformationFile = std::uint64_t{4} << 20;
+// Anyone may own a bundle; what its information file costs this process is bounded.
+constexpr std::uint64_t kLargestInformationFile = std::uint64_t{256} << 10;
+constexpr std::size_t kMostInformationValues = 16'384;
 
 /// Which file a path leads to.
 struct FileIdentity {
@@ -234,7 +236,7 @@ class InformationFiles {
  private:
   static Information decode(const std::string& path) {
     const auto bytes = readFile(path, {.maximumBytes = kLargestInformationFile});
-    const auto list = bytes ? parsePropertyList(*bytes) : PropertyList();
+    const auto list = bytes ? parsePropertyList(*bytes, kMostInformationValues) : PropertyList();
     if (!list) {
       return {};
     }
@@ -341,6 +343,9 @@ std::vector<pid_t> allProcesses() {
 std::vector<std::unique_ptr<ApplicationProcess>> runningApplications(
     std::string_view bundleIdentifier) {
   std::vector<std::unique_ptr<ApplicationProcess>> found;
+  if (bundleIdentifier.empty()) {
+    return found;
+  }
   InformationFiles files;
   for (const pid_t pid : allProcesses()) {
     if (auto application = instanceOf(bundleIdentifier, pid, files)) {

@@ -1,6 +1,7 @@
 #include "Platform/Users.h"
 
 #include <pwd.h>
+#include <signal.h>  // NOLINT(modernize-deprecated-headers): POSIX, not only C
 #include <sys/stat.h>
 #include <sys/types.h>
 #include <unistd.h>
@@ -30,6 +31,9 @@ std::string textOf(const char (&field)[kSize]) {  // NOLINT(modernize-avoid-c-ar
   return {field, ::strnlen(field, kSize)};
 }
 
+/// Whether the process of a session lives; its record may outlast it, after a crash say.
+bool isAlive(pid_t pid) { return ::kill(pid, 0) == 0 || errno == EPERM; }
+
 /// The user sessions of the records, in their order.
 std::vector<Session> sessions() {
   static std::mutex mutex;  // the functions below share one position in the file
@@ -37,7 +41,7 @@ std::vector<Session> sessions() {
   std::vector<Session> found;
   ::setutxent();
   while (const utmpx* entry = ::getutxent()) {
-    if (entry->ut_type == USER_PROCESS && entry->ut_user[0] != '\0') {
+    if (entry->ut_type == USER_PROCESS && entry->ut_user[0] != '\0' && isAlive(entry->ut_pid)) {
       found.push_back({.user = textOf(entry->ut_user),
                        .line = textOf(entry->ut_line),
                        .host = textOf(entry->ut_host)});

@@ -1,13 +1,17 @@
 #include <gmock/gmock.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <stdexcept>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "AgentLibraries/FileCodec/PropertyListFile.h"
 #include "AgentLibraries/FileCodec/RawPlistManager.h"
@@ -86,15 +90,49 @@ TEST_F(RawPlistManagerTest, AFullDiskThrowsAndLosesNothingAndADamagedFileIsKept)
                                     ": expected a dictionary at the top, found an array.")));
 }
 
-TEST_F(RawPlistManagerTest, WhatCanNotBeReadOrWrittenIsAnErrorThatNamesTheFile) {
-  std::filesystem::create_symlink("/dev/zero", path);
-  manager.updateValue(kRecord, "key");
-  EXPECT_THROW(manager.save(), std::runtime_error);
-  EXPECT_TRUE(std::filesystem::is_symlink(path));
-  std::filesystem::remove(path);
-  manager.updateValue("\x1B", "what XML can't hold");
+TEST_F(RawPlistManagerTest, WhatIsNoFileIsMovedAsideAndWhatXMLCanNotHoldIsSaved) {
+  const std::vector<std::function<void()>> places{
+      [&] { std::filesystem::create_directory(path); },
+      [&] { EXPECT_EQ(mkfifo(path.c_str(), 0600), 0); },
+      [&] { std::filesystem::create_symlink("/dev/zero", path); },
+      [&] { std::filesystem::resize_file(directory.write("data.plist", "x"), 65U << 20); }};
+  for (const auto& occupy : places) {
+    std::filesystem::remove(path);
+    occupy();
+    manager.updateValue(kRecord, "\x1B");
+    manager.save();
+    EXPECT_EQ(stored(), (PropertyList::Dictionary{{"\x1B", kRecord}}));
+    EXPECT_TRUE(std::filesystem::remove(path + ".damaged"));
+  }
+  manager.updateValue("\xC3(", "key");
   EXPECT_THAT([&] { manager.save(); },
               ::testing::ThrowsMessage<std::runtime_error>(::testing::StartsWith(path + ": ")));
+}
+
+TEST_F(RawPlistManagerTest, SavesOfSeveralProcessesLoseNoKeyAndLeaveNothingBehind) {
+  directory.write(".data.plist.vexlo-0123456789ab", "of a process that was killed");
+  constexpr int kProcesses = 4;
+  constexpr int kKeys = 25;
+  std::vector<pid_t> children;
+  for (int child = 0; child < kProcesses; ++child) {
+    children.push_back(::fork());
+    if (children.back() == 0) {
+      RawPlistManager own(path);
+      for (int key = 0; key < kKeys; ++key) {
+        own.updateValue(kRecord, std::to_string(child) + "-" + std::to_string(key));
+        own.save();
+      }
+      ::_exit(0);
+    }
+  }
+  for (const pid_t child : children) {
+    int status = -1;
+    ::waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0);
+  }
+  EXPECT_EQ(stored().size(), kProcesses * kKeys);
+  const std::filesystem::directory_iterator files(directory.path());
+  EXPECT_EQ(std::distance(begin(files), end(files)), 1);
 }
 
 }  // namespace

@@ -2,7 +2,9 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -13,6 +15,8 @@
 #include <vector>
 
 #include "Platform/Descriptor.h"
+#include "Platform/Polling.h"
+#include "Platform/Posix/SystemVersion.h"
 #include "Tests/Fakes/TemporaryDirectory.h"
 
 namespace platform {
@@ -70,6 +74,64 @@ TEST(FilesTest, ANewFileIsReadableForAllAndAReplacedOneKeepsPermissionsAndOwner)
   EXPECT_EQ(status.st_mode & 07777, 0640U);
   EXPECT_EQ(status.st_uid, owner);
   EXPECT_NE(status.st_ino, formerFile) << "the old file was overwritten, not replaced";
+}
+
+TEST(FilesTest, ReadsOnlyWhatBelongsToOneOfTheOwners) {
+  const TemporaryDirectory directory;
+  const std::string path = directory.write("answer", "94");
+  EXPECT_TRUE(readFile(path, {.maximumBytes = 10, .owners = {4321, geteuid()}}));
+  EXPECT_FALSE(readFile(path, {.maximumBytes = 10, .owners = {geteuid() + 1}}));
+}
+
+TEST(FilesTest, ALockIsWaitedForAndGivenBack) {
+  const TemporaryDirectory directory;
+  const std::string path = directory.file("counts");
+  int pauses = 0;
+  const auto count = [&](auto) { ++pauses; };
+  {
+    const auto held = FileLock::acquire(path);
+    ASSERT_TRUE(held);
+    const auto second = FileLock::acquire(path, std::chrono::milliseconds(100), count);
+    ASSERT_FALSE(second);
+    EXPECT_EQ(second.error().code, std::errc::timed_out);
+    EXPECT_EQ(pauses, 5);
+  }
+  EXPECT_FALSE(fileExists(path + ".lock"));
+  EXPECT_TRUE(FileLock::acquire(path));
+}
+
+TEST(FilesTest, NothingIsOpenedAmongTheStandardDescriptors) {
+  const TemporaryDirectory directory;
+  const pid_t child = ::fork();
+  if (child == 0) {
+    ::close(STDIN_FILENO);
+    ::close(STDERR_FILENO);
+    const auto lock = FileLock::acquire(directory.file("file"));
+    const auto pipe = makePipe();
+    const bool above = lock && pipe && pipe->readEnd.get() > 2 && pipe->writeEnd.get() > 2 &&
+                       ::fcntl(STDIN_FILENO, F_GETFD) < 0 && ::fcntl(STDERR_FILENO, F_GETFD) < 0;
+    ::_exit(above ? 0 : 1);
+  }
+  int status = -1;
+  ::waitpid(child, &status, 0);
+  EXPECT_EQ(status, 0);
+}
+
+TEST(FilesTest, AVersionIsReadAgainAfterABadMomentAndFromTheNextFile) {
+  const TemporaryDirectory directory;
+  const std::string damaged = directory.write("damaged", "<plist>");
+  const std::string good = directory.write("good", "{ProductVersion = '14.5';}");
+  rlimit limit{};
+  ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &limit), 0);
+  const rlimit none{.rlim_cur = 0, .rlim_max = limit.rlim_max};
+  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
+  int pauses = 0;
+  const auto version = productVersionFrom({directory.file("missing"), damaged, good}, [&](auto) {
+    ++pauses;
+    setrlimit(RLIMIT_NOFILE, &limit);
+  });
+  EXPECT_EQ(version, "14.5");
+  EXPECT_EQ(pauses, 1);
 }
 
 TEST(FilesTest, ALinkIsReplacedItself) {

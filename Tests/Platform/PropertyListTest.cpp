@@ -138,6 +138,28 @@ TEST(PropertyListTest, TheWriterKeepsEveryValueAndItsKind) {
       {"data", Array{dataOf(""), dataOf("\xF9"), dataOf("\xF9\xFA"), dataOf("\xF9\xFA\xFB")}},
       {"empty", Array{Array(), Dictionary()}}};
   EXPECT_EQ(parsed(toXML(value)), value) << toXML(value);
+  EXPECT_EQ(parsed(toBinary(value)), value);
+}
+
+TEST(PropertyListTest, TheBinaryFormHoldsWhatXMLCanNot) {
+  PropertyList::Array many(20, "x");
+  const PropertyList value =
+      Dictionary{{"\x1B\x01", Array{"\x01’😀", "\xEF\xBF\xBF", date(1e300), date(-1.5)}},
+                 {"many", many},
+                 {std::string(300, 'k'), dataOf(std::string(70'000, 'd'))}};
+  EXPECT_EQ(parsed(toBinary(value)), value);
+  EXPECT_THROW((void)toBinary("\xC3("), std::invalid_argument);
+}
+
+TEST(PropertyListTest, ValuesAreCountedInEveryForm) {
+  const PropertyList five = Array{"a", "b", Dictionary{{"c", "d"}}};
+  // The binary form counts keys, too: they are values of their own there.
+  const std::vector<std::pair<std::string, std::size_t>> rows{
+      {toXML(five), 7}, {toBinary(five), 6}, {"(a, b, {c=d;})", 5}};
+  for (const auto& [bytes, count] : rows) {
+    EXPECT_TRUE(parsePropertyList(bytes, count)) << bytes;
+    EXPECT_FALSE(parsePropertyList(bytes, count - 1)) << bytes;
+  }
 }
 
 TEST(PropertyListTest, TheWriterRefusesWhatItsReaderWouldNotGiveBack) {

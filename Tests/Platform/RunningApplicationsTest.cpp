@@ -93,6 +93,23 @@ TEST_F(RunningApplicationsTest, OtherProcessesAreNoApplications) {
       Launched(std::string("sh -c '") + kReadyAndStop + "' " + script),
       Launched(add("Damaged.app/Contents/MacOS/editor") + " -c '" + kReadyAndStop + "'")};
   EXPECT_TRUE(runningApplications(kIdentifier).empty());
+  EXPECT_TRUE(runningApplications("").empty()) << "the damaged one has no identifier";
+}
+
+TEST_F(RunningApplicationsTest, AnInformationFileIsBoundedInBytesAndValues) {
+  const auto isFound = [&](const std::string& more) {
+    folder.write("Editor.app/Contents/Info.plist",
+                 "{CFBundleIdentifier = '" + kIdentifier + "'; More = " + more + ";}");
+    const Launched launched(add(kProgram, "#!/bin/sh"));
+    return !runningApplications(kIdentifier).empty();
+  };
+  EXPECT_TRUE(isFound("'" + std::string(200'000, 'x') + "'"));
+  EXPECT_FALSE(isFound("'" + std::string(262'144, 'x') + "'"));
+  std::string array = "(a";
+  for (int count = 0; count < 20'000; ++count) {
+    array += ",a";
+  }
+  EXPECT_FALSE(isFound(array + ")"));
 }
 
 /// A process with the id that `pid` was, waiting for signals; -1 where that is not allowed.

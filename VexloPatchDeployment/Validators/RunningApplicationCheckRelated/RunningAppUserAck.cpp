@@ -9,6 +9,7 @@
 #include "Platform/Files.h"
 #include "Platform/RunLoop.h"
 #include "Platform/Unicode.h"
+#include "Platform/Users.h"
 #include "VexloPatchDeployment/Common/AgentPaths.h"
 #include "VexloPatchDeployment/Common/Log.h"
 #include "VexloPatchDeployment/Common/Numbers.h"
@@ -25,10 +26,9 @@ constexpr std::string_view kPromptAppName = "VexloAppRunningNotifier";
 constexpr std::int64_t kLastVersionWithoutOpen = 11;
 constexpr std::chrono::seconds kPass{1};
 constexpr std::int64_t kUserAgreed = 94;
+constexpr std::uint32_t kRoot = 0;
 
-/// The answer file lies where the user can write: a link in its place is not followed, nothing
-/// but a small regular file is read, and no reading blocks.
-constexpr platform::ReadOptions kReturnCodeFileOptions{.maximumBytes = 4096, .followLinks = false};
+constexpr std::uint64_t kLargestReturnCodeFile = 4096;
 
 std::string joined(const std::vector<std::string>& names) {
   std::string out;
@@ -48,9 +48,18 @@ std::string_view withoutSurroundingBlanks(std::string_view content) {
   return content.substr(first, content.find_last_not_of(kBlanks) - first + 1);
 }
 
-/// The text of the file, or why it can't be read.
-std::expected<std::string, std::string> readText(const std::string& path) {
-  auto bytes = platform::readFile(path, kReturnCodeFileOptions);
+/// The text of the answer file, or why it can't be read. It lies where users can write: a link in
+/// its place is not followed, nothing but a small regular file is read, no reading blocks, and only
+/// the user who was asked, the agent's user and root can answer.
+std::expected<std::string, std::string> readAnswer(const std::string& path,
+                                                   const std::string& consoleUser) {
+  std::vector<std::uint32_t> owners{kRoot, platform::ownUserID()};
+  if (const std::optional<std::uint32_t> asked = platform::userID(consoleUser)) {
+    owners.push_back(*asked);
+  }
+  auto bytes = platform::readFile(
+      path,
+      {.maximumBytes = kLargestReturnCodeFile, .followLinks = false, .owners = std::move(owners)});
   if (!bytes) {
     return std::unexpected(std::move(bytes.error().message));
   }
@@ -128,6 +137,8 @@ bool RunningAppPromptPresenter::askUser(const std::string& command, bool fallbac
             [] { return "Failed to register as true parent for the VexloAppRunningNotifier."; });
     return false;
   }
+  // Who is asked: somebody else may be at the console when the answer is read.
+  const std::string user = userSessionProvider_->currentConsoleUserName();
   const CommandResult launch = executor_->run(command, "/bin/sh", std::nullopt);
   logInfo(kRequestTag,
           [&] { return text("output: ", launch.output, ", exitCode: ", launch.exitCode); });
@@ -136,7 +147,7 @@ bool RunningAppPromptPresenter::askUser(const std::string& command, bool fallbac
     return false;
   }
   waitForPromptDismissal(timeoutSeconds);
-  return readUserAcknowledgement(fallback);
+  return readUserAcknowledgement(fallback, user);
 }
 
 void RunningAppPromptPresenter::waitForPromptDismissal(std::int64_t timeoutSeconds) {
@@ -155,7 +166,7 @@ void RunningAppPromptPresenter::waitForPromptDismissal(std::int64_t timeoutSecon
   }
 }
 
-bool RunningAppPromptPresenter::readUserAcknowledgement(bool fallback) {
+bool RunningAppPromptPresenter::readUserAcknowledgement(bool fallback, const std::string& user) {
   const std::string& path = RunningAppPromptPresenterConstants::returnCodeFilePath();
   if (!fileManager_->isFileExist(path)) {
     logInfo(kReadTag, [&] {
@@ -163,7 +174,7 @@ bool RunningAppPromptPresenter::readUserAcknowledgement(bool fallback) {
     });
     return fallback;
   }
-  const std::expected<std::string, std::string> content = readText(path);
+  const std::expected<std::string, std::string> content = readAnswer(path, user);
   if (!content) {
     logInfo(kReadTag, [&] {
       return text("Failed to read return code file. Returning fallback: ", fallback,

@@ -71,7 +71,8 @@ class RunningAppPromptPresenter final : public RunningAppPromptPresenting {
   [[nodiscard]] bool askUser(const std::string& command, bool fallback,
                              std::int64_t timeoutSeconds);
   void waitForPromptDismissal(std::int64_t timeoutSeconds);
-  [[nodiscard]] bool readUserAcknowledgement(bool fallback);
+  /// Takes the answer of `user`, of the agent's user or of root only.
+  [[nodiscard]] bool readUserAcknowledgement(bool fallback, const std::string& user);
 
   std::shared_ptr<CommandExecutor> executor_;
   std::shared_ptr<UserSessionProvider> userSessionProvider_;

@@ -1,6 +1,8 @@
 #include "Platform/Files.h"
 
+#include <dirent.h>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/random.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -8,17 +10,19 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <charconv>
+#include <memory>
+#include <thread>
 #include <utility>
 
 #include "Platform/Descriptor.h"
-#include "Platform/Linux/RegularFile.h"
+#include "Platform/Posix/RegularFile.h"
 
 namespace platform {
 namespace {
 
 constexpr mode_t kModeOfNewFile = 0644;
 constexpr mode_t kPermissionBits = 07777;
+constexpr std::string_view kTemporaryMark = ".vexlo-";
 
 std::unexpected<FileError> failure(const std::string& path, int number, std::string_view reason) {
   return std::unexpected(FileError{.code = {number, std::generic_category()},
@@ -53,10 +57,35 @@ bool readMore(int descriptor, std::string& bytes, std::size_t count) {
   return good;
 }
 
+/// A path as the directory that is opened and the name in it.
+struct Place {
+  std::string directory;
+  std::string name;
+
+  explicit Place(const std::string& path)
+      : directory(path, 0, path.rfind('/') + 1), name(path, path.rfind('/') + 1) {
+    if (directory.empty()) {
+      directory = ".";
+    }
+  }
+  [[nodiscard]] bool namesFile() const { return !name.empty() && name != "." && name != ".."; }
+  /// What the names of the target's temporary files begin with.
+  [[nodiscard]] std::string temporaryPrefix() const {
+    constexpr std::size_t kLongest = 200;  // a file's name has at most 255 bytes
+    return "." + name.substr(0, kLongest) + std::string(kTemporaryMark);
+  }
+};
+
+Descriptor openDirectory(const std::string& path) {
+  return aboveStandard(
+      uninterrupted([&] { return open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
+}
+
 /// A new file beside the target; it vanishes again unless it takes the target's place.
 class TemporaryFile {
  public:
-  explicit TemporaryFile(int directory) : directory_(directory) {}
+  TemporaryFile(int directory, std::string prefix)
+      : directory_(directory), prefix_(std::move(prefix)) {}
   TemporaryFile(const TemporaryFile&) = delete;
   TemporaryFile& operator=(const TemporaryFile&) = delete;
   ~TemporaryFile() {
@@ -73,12 +102,12 @@ class TemporaryFile {
       if (getentropy(random.data(), random.size()) != 0) {
         return false;
       }
-      name_ = ".vexlo-";
+      name_ = prefix_;
       for (const unsigned char byte : random) {
         name_ += "0123456789abcdef"[byte >> 4];
         name_ += "0123456789abcdef"[byte & 15];
       }
-      file_ = Descriptor(uninterrupted([&] {
+      file_ = aboveStandard(uninterrupted([&] {
         return openat(directory_, name_.c_str(),
                       O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600);
       }));
@@ -101,6 +130,7 @@ class TemporaryFile {
 
  private:
   int directory_;
+  std::string prefix_;
   std::string name_;
   Descriptor file_;
 };
@@ -140,6 +170,12 @@ std::expected<std::string, FileError> readFile(const std::string& path,
   if (fstat(file.get(), &status) != 0) {
     return failure(path, errno);
   }
+  if (!options.owners.empty() &&
+      std::ranges::find(options.owners, status.st_uid) == options.owners.end()) {
+    return failure(path, EPERM,
+                   "Belongs to the user " + std::to_string(status.st_uid) +
+                       ", whose word does not count here");
+  }
   const auto announced = static_cast<std::uint64_t>(status.st_size);
   std::string bytes;
   while (announced <= options.maximumBytes && bytes.size() <= options.maximumBytes) {
@@ -165,15 +201,13 @@ std::expected<void, FileError> writeFileAtomically(const std::string& path,
   if (hasNUL(path)) {
     return failure(path, EINVAL);
   }
-  const std::size_t slash = path.rfind('/');
-  const std::string name = slash == std::string::npos ? path : path.substr(slash + 1);
-  const std::string parent = slash == std::string::npos ? "." : path.substr(0, slash + 1);
-  if (name.empty() || name == "." || name == "..") {
+  const Place place(path);
+  const std::string& name = place.name;
+  if (!place.namesFile()) {
     return failure(path, path.empty() ? ENOENT : EISDIR);
   }
   // All goes through the one open directory: moving it meanwhile can't split the steps.
-  const Descriptor directory(
-      uninterrupted([&] { return open(parent.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
+  const Descriptor directory = openDirectory(place.directory);
   if (!directory) {
     return failure(path, errno);
   }
@@ -186,7 +220,7 @@ std::expected<void, FileError> writeFileAtomically(const std::string& path,
     return S_ISDIR(status.st_mode) ? failure(path, EISDIR)
                                    : failure(path, EINVAL, "Not a regular file");
   }
-  TemporaryFile file(directory.get());
+  TemporaryFile file(directory.get(), place.temporaryPrefix());
   const auto write = [&] {
     errno = writeAll(file.descriptor(), bytes);
     return errno == 0;
@@ -205,28 +239,98 @@ std::expected<void, FileError> writeFileAtomically(const std::string& path,
   return {};
 }
 
+std::expected<FileLock, FileError> FileLock::acquire(const std::string& path,
+                                                     std::chrono::milliseconds timeout,
+                                                     const Sleeper& sleep) {
+  constexpr std::chrono::milliseconds kPause{20};
+  const std::string name = path + ".lock";
+  if (hasNUL(path)) {
+    return failure(name, EINVAL);
+  }
+  for (std::chrono::milliseconds waited{0};; waited += kPause) {
+    Descriptor file = aboveStandard(uninterrupted([&] {
+      return open(name.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0600);
+    }));
+    struct stat opened{};
+    if (!file || fstat(file.get(), &opened) != 0) {
+      return failure(name, errno);
+    }
+    if (!S_ISREG(opened.st_mode)) {
+      return failure(name, EINVAL, "Not a regular file");
+    }
+    if (uninterrupted([&] { return flock(file.get(), LOCK_EX | LOCK_NB); }) == 0) {
+      // The last holder removes the file: a lock on a file without a name keeps nobody out.
+      struct stat named{};
+      if (lstat(name.c_str(), &named) == 0 && named.st_ino == opened.st_ino &&
+          named.st_dev == opened.st_dev) {
+        return FileLock(name, std::move(file));
+      }
+    } else if (errno != EWOULDBLOCK) {
+      return failure(name, errno);
+    }
+    if (waited >= timeout) {
+      return failure(name, ETIMEDOUT, "Held by another process");
+    }
+    if (sleep) {
+      sleep(kPause);
+    } else {
+      std::this_thread::sleep_for(kPause);
+    }
+  }
+}
+
+FileLock::~FileLock() {
+  if (file_) {
+    unlink(name_.c_str());  // before the lock goes with the descriptor
+  }
+}
+
+void removeLeftovers(const std::string& path) noexcept try {
+  const Place place(path);
+  const std::string prefix = place.temporaryPrefix();
+  Descriptor directory = openDirectory(place.directory);
+  const std::unique_ptr<DIR, int (*)(DIR*)> entries(
+      directory ? fdopendir(directory.get()) : nullptr, closedir);
+  if (!entries) {
+    return;
+  }
+  const int number = directory.release();  // the stream's now
+  while (const dirent* entry = readdir(entries.get())) {
+    if (std::string_view(entry->d_name).starts_with(prefix)) {
+      unlinkat(number, entry->d_name, 0);
+    }
+  }
+} catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch)
+  // They stay until the next save.
+}
+
 std::expected<std::string, FileError> setFileAside(const std::string& path,
                                                    std::string_view suffix) {
   constexpr int kMostNames = 1000;
   if (hasNUL(path)) {
     return failure(path, EINVAL);
   }
+  struct stat original{};
+  if (lstat(path.c_str(), &original) != 0) {
+    return failure(path, errno);
+  }
+  const bool canBeReplaced = S_ISREG(original.st_mode) || S_ISLNK(original.st_mode);
   for (int number = 1; number <= kMostNames; ++number) {
     std::string name = path + std::string(suffix);
     if (number > 1) {
       name += "-" + std::to_string(number);
     }
     // Without following a link: it is the link that will be replaced.
-    if (linkat(AT_FDCWD, path.c_str(), AT_FDCWD, name.c_str(), 0) == 0) {
+    if (canBeReplaced && linkat(AT_FDCWD, path.c_str(), AT_FDCWD, name.c_str(), 0) == 0) {
       return name;
     }
     const int error = errno;
     struct stat status{};
-    if (error == EEXIST || lstat(name.c_str(), &status) == 0) {
+    if (lstat(name.c_str(), &status) == 0) {
       continue;
     }
     // No second names on this file system, or not for this user on a file of another one.
-    const bool linksFail = error == EPERM || error == EOPNOTSUPP;
+    const bool linksFail = !canBeReplaced || error == EPERM || error == EOPNOTSUPP;
     if (linksFail && rename(path.c_str(), name.c_str()) == 0) {
       return name;
     }
@@ -257,7 +361,12 @@ std::int32_t removeFile(const std::string& path) {
   if (hasNUL(path)) {
     return EINVAL;
   }
-  return unlink(path.c_str()) == 0 ? 0 : errno;
+  if (unlink(path.c_str()) == 0) {
+    return 0;
+  }
+  const std::int32_t error = errno;
+  struct stat status{};  // systems differ in the error of a directory
+  return lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode) ? EISDIR : error;
 }
 
 }  // namespace platform

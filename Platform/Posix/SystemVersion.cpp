@@ -1,0 +1,46 @@
+#include "Platform/Posix/SystemVersion.h"
+
+#include <thread>
+
+#include "Platform/Files.h"
+#include "Platform/Machine.h"
+#include "Platform/PassingError.h"
+#include "Platform/PropertyList.h"
+
+namespace platform {
+namespace {
+
+constexpr std::uint64_t kLargestVersionFile = std::uint64_t{1} << 20;
+constexpr int kTries = 5;
+constexpr std::chrono::milliseconds kPause{200};
+
+}  // namespace
+
+std::optional<std::string> productVersionFrom(
+    const std::vector<std::string>& files,
+    const std::function<void(std::chrono::milliseconds)>& sleep) {
+  for (const std::string& file : files) {
+    auto bytes = readFile(file, {.maximumBytes = kLargestVersionFile});
+    for (int tries = 1; tries < kTries && !bytes && isPassing(bytes.error().code); ++tries) {
+      sleep(kPause);
+      bytes = readFile(file, {.maximumBytes = kLargestVersionFile});
+    }
+    const auto list = bytes ? parsePropertyList(*bytes) : PropertyList();
+    const PropertyList* version = list ? list->find("ProductVersion") : nullptr;
+    const auto* text = version == nullptr ? nullptr : version->as<std::string>();
+    if (text != nullptr) {
+      return *text;
+    }
+  }
+  return std::nullopt;
+}
+
+std::optional<std::string> macOSProductVersion() {
+  const std::string folder = "/System/Library/CoreServices/";
+  auto version =
+      productVersionFrom({folder + "SystemVersion.plist", folder + ".SystemVersionPlatform.plist"},
+                         [](auto pause) { std::this_thread::sleep_for(pause); });
+  return version ? std::move(version) : productVersionFromKernel();
+}
+
+}  // namespace platform
