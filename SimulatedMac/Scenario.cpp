@@ -50,6 +50,7 @@ constexpr std::array kKeys{
     Key{"prompt data *", "*", "TEXT"},
     Key{"prompt", "user", "agrees | postpones | quits | ignores | crashes"},
     Key{"prompt", "after", "DURATION"},
+    Key{"prompt", "answers as", "NAME"},
     Key{"prompt", "writes", "TEXT"},
     Key{"prompt", "exits", "STATUS | signal SIGNAL | never"},
     Key{"application *", "name", "TEXT"},

@@ -377,7 +377,7 @@ class Tool {
       }
     }
     const std::string user = scenario_.valueOr("users", "console", "none");
-    become(user == "none" ? "root" : user);
+    become(scenario_.valueOr("prompt", "answers as", user == "none" ? "root" : user));
     execute(std::move(command));
   }
 

@@ -169,6 +169,7 @@ const MacTests answers("PromptAnswer", [] {
       {"IsADirectory", "prompt/writes=a directory", unreadable},
       {"IsAFifo", "prompt/writes=a fifo", unreadable},
       {"IsALink", "prompt/writes=a link", unreadable},
+      {"IsAnotherUsersWord", "users/logged on=alice bob | prompt/answers as=bob", unreadable},
       {"IsAClearNo", "prompt/user=postpones",
        kRead + "User acknowledgement received: false (return code: 1).", false}};
   std::vector<MacTest> tests{
