@@ -33,10 +33,11 @@ using Clock = std::function<Moment()>;
 [[nodiscard]] std::chrono::year_month_day dayOf(Moment moment);
 
 /// "yyyy-MMM-dd", the month abbreviated in the process's locale: «2024-Jun-15». That locale is
-/// the one the environment names (LC_ALL, LC_TIME, LANG), whether or not the program has called
-/// `setlocale`; one that is not installed, or not in UTF-8, counts as English.
+/// the user's on macOS. On Linux it is the one the environment names (LC_ALL, LC_TIME, LANG),
+/// whether or not the program has called `setlocale`; one that is not installed, or not in UTF-8,
+/// counts as English.
 [[nodiscard]] std::string yearMonthNameDay(std::chrono::year_month_day day);
-/// "dd-MM-yyyy": «16-11-2026».
+/// "dd-MM-yyyy": «16-11-2026»; on macOS in the calendar and the digits that the user has chosen.
 [[nodiscard]] std::string dayMonthYear(std::chrono::year_month_day day);
 /// A moment for log lines, in UTC: «2024-06-15 00:00:00 +0000».
 [[nodiscard]] std::string describeMoment(Moment moment);

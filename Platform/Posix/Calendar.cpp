@@ -1,0 +1,128 @@
+#include "Platform/Calendar.h"
+
+#include <time.h>  // NOLINT(modernize-deprecated-headers): localtime_r is POSIX
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <ctime>
+#include <thread>
+
+namespace platform {
+namespace {
+
+using std::chrono::days;
+using std::chrono::floor;
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+using std::chrono::sys_days;
+using std::chrono::year_month_day;
+
+/// Reads digits only; absent for anything else.
+std::optional<unsigned> parseDigits(std::string_view text) {
+  unsigned number = 0;
+  for (const char digit : text) {
+    if (digit < '0' || digit > '9') {
+      return std::nullopt;
+    }
+    number = number * 10 + static_cast<unsigned>(digit - '0');
+  }
+  return number;
+}
+
+std::tm localTime(Moment moment) {
+  tzset();  // localtime_r need not look at a changed TZ
+  const std::time_t time = moment.time_since_epoch().count();
+  std::tm parts{};
+  localtime_r(&time, &parts);
+  return parts;
+}
+
+year_month_day dayOf(const std::tm& parts) {
+  return {std::chrono::year(parts.tm_year + 1900),
+          std::chrono::month(static_cast<unsigned>(parts.tm_mon + 1)),
+          std::chrono::day(static_cast<unsigned>(parts.tm_mday))};
+}
+
+/// The first 00:00:00 of the day; absent when the clock skips it.
+std::optional<Moment> midnight(year_month_day day) {
+  std::optional<Moment> first;
+  for (const int daylightSaving : {1, 0}) {  // the clock may show midnight twice
+    std::tm parts{};
+    parts.tm_year = static_cast<int>(day.year()) - 1900;
+    parts.tm_mon = static_cast<int>(static_cast<unsigned>(day.month())) - 1;
+    parts.tm_mday = static_cast<int>(static_cast<unsigned>(day.day()));
+    parts.tm_isdst = daylightSaving;
+    const Moment candidate{seconds(std::mktime(&parts))};
+    const std::tm shown = localTime(candidate);
+    if (dayOf(shown) == day && shown.tm_hour == 0 && shown.tm_min == 0 && shown.tm_sec == 0) {
+      first = std::min(first.value_or(candidate), candidate);
+    }
+  }
+  return first;
+}
+
+template <typename... Numbers>
+std::string formatted(const char* format, Numbers... numbers) {
+  std::array<char, 128> buffer{};
+  std::snprintf(buffer.data(), buffer.size(), format, numbers...);
+  return buffer.data();
+}
+
+}  // namespace
+
+Sleeper systemSleeper() {
+  return [](milliseconds duration) {
+    constexpr milliseconds kLongest = std::chrono::years(1);  // the clock can add it
+    std::this_thread::sleep_until(std::chrono::steady_clock::now() + std::min(duration, kLongest));
+  };
+}
+
+Clock systemClock() {
+  return [] { return floor<seconds>(std::chrono::system_clock::now()); };
+}
+
+std::optional<year_month_day> parseDay(std::string_view text) {
+  if (text.size() != 10 || text[4] != '-' || text[7] != '-') {
+    return std::nullopt;
+  }
+  const auto year = parseDigits(text.substr(0, 4));
+  const auto month = parseDigits(text.substr(5, 2));
+  const auto day = parseDigits(text.substr(8, 2));
+  if (!year || !month || !day || *year == 0) {
+    return std::nullopt;
+  }
+  const year_month_day date{std::chrono::year(static_cast<int>(*year)), std::chrono::month(*month),
+                            std::chrono::day(*day)};
+  return date.ok() ? std::optional(date) : std::nullopt;
+}
+
+Moment startOfDay(year_month_day day) {
+  if (const auto found = midnight(day)) {
+    return *found;
+  }
+  // The clock jumps over midnight, or the zone over the whole day: the first moment from which
+  // the date is `day` or later. No zone is further than this from UTC.
+  constexpr seconds kFarthestZone = std::chrono::hours(26);
+  Moment before = sys_days(day) - kFarthestZone;
+  Moment after = sys_days(day) + kFarthestZone;
+  while (after - before > seconds(1)) {
+    const Moment middle = before + (after - before) / 2;
+    (dayOf(middle) < day ? before : after) = middle;
+  }
+  return after;
+}
+
+year_month_day dayOf(Moment moment) { return dayOf(localTime(moment)); }
+
+std::string describeMoment(Moment moment) {
+  const auto midnightUTC = floor<days>(moment);
+  const year_month_day day(midnightUTC);
+  const std::chrono::hh_mm_ss time(moment - midnightUTC);
+  return formatted("%04d-%02u-%02u %02d:%02d:%02d +0000", static_cast<int>(day.year()),
+                   static_cast<unsigned>(day.month()), static_cast<unsigned>(day.day()),
+                   static_cast<int>(time.hours().count()), static_cast<int>(time.minutes().count()),
+                   static_cast<int>(time.seconds().count()));
+}
+
+}  // namespace platform
