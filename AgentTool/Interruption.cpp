@@ -10,7 +10,7 @@
 #include <chrono>
 #include <string_view>
 
-#include "Platform/RunningProcesses.h"
+#include "AgentLibraries/vxutils/RunningCommands.h"
 
 namespace agent_tool {
 namespace {
@@ -44,7 +44,7 @@ void endByInterruption(int signal) {
   if (isFirst && terminalOfActivity >= 0) {
     writeFromHandler(terminalOfActivity, "\r\x1b[K");
   }
-  if (platform::endRunningProcesses(isFirst ? kGrace : std::chrono::milliseconds::zero())) {
+  if (vxutils::endRunningCommands(isFirst ? kGrace : std::chrono::milliseconds::zero())) {
     writeFromHandler(STDERR_FILENO, "vexlo-patch: interrupted; the running program was ended\n");
   }
   ::signal(signal, SIG_DFL);

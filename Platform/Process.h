@@ -22,7 +22,8 @@ struct ProcessRequest {
   /// From SIGTERM at the deadline to SIGKILL.
   std::chrono::milliseconds grace{2000};
   /// Called on the calling thread with each line of output as it comes, without its line feed
-  /// (an unfinished last line at the end, one longer than 64 KiB in pieces of that size). When it
+  /// (an unfinished last line at the end, one longer than 64 KiB in pieces of about that size, no
+  /// UTF-8 character cut apart). When it
   /// throws, the child's group is killed and the exception goes to the caller.
   std::function<void(std::string_view line)> onLine;
   /// Output beyond this is read and dropped (a note of it closes the output).
@@ -30,8 +31,8 @@ struct ProcessRequest {
 };
 
 struct ProcessResult {
-  /// `exitCode` of a child whose status the system did not keep: the process ignores SIGCHLD, or
-  /// some other code of it has waited for the child.
+  /// `exitCode` of a child whose status got lost: some other code of the process has waited for
+  /// it. It happens once at most: a shell reports the statuses of later children.
   static constexpr std::int32_t kUnknownStatus = -1;
 
   /// The exit status; 128 + n when ended by signal n; 127 when the program could not be
@@ -40,16 +41,21 @@ struct ProcessResult {
   std::string output;  ///< Standard output and error as they came, undecoded.
   bool timedOut = false;
   std::error_code startError;  ///< Why the program could not be started; none when it was.
+  std::string unusablePath;    ///< What `startError` is about: the program or its directory.
 };
 
-/// Runs the request in a process group of its own and waits for the child's end. Every inherited
-/// descriptor but the three standard ones is closed in the child; its signal handlers and mask
-/// are the default ones. At the deadline the group gets SIGTERM, its grace, SIGKILL.
+/// Runs the request in a session of its own, without a controlling terminal, and waits for the
+/// child's end. Every inherited descriptor but the three standard ones is closed in the child; its
+/// signal handlers and mask are the default ones. Its environment is made anew: PATH of the
+/// system's folders, HOME, USER and LOGNAME of this process's user, TMPDIR, and of the inherited
+/// one LANG and LC_* where they name locales. At the deadline the child and its group get SIGTERM,
+/// the grace, SIGKILL.
 /// What the pipe holds at the child's end is read; a grandchild that keeps it open is not waited
 /// for. A child that SIGKILL doesn't end within the grace either is left to itself (status 137).
 /// Changes no signal setting of the process, leaves no zombie and no descriptor, works from any
-/// thread and whatever the process does with SIGCHLD and SIGPIPE. Throws only what `onLine`
-/// throws and `std::bad_alloc`.
+/// thread and whatever the process does with SIGCHLD and SIGPIPE: where it would not learn a
+/// status (SIGCHLD is ignored), the program runs under a shell that reports it. Throws only what
+/// `onLine` throws and `std::bad_alloc`.
 [[nodiscard]] ProcessResult runProcess(const ProcessRequest& request);
 
 }  // namespace platform

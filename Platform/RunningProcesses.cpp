@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdlib>
 #include <ctime>
 #include <utility>
 
@@ -19,6 +20,7 @@ constexpr Milliseconds kBetweenLooks{10};
 constexpr Milliseconds kUntilKilled{500};  // a process that hangs in the kernel is left
 
 // A fixed array of atomics, since a signal handler may neither lock nor allocate.
+// A group that was signalled stands there as its negative number.
 using Groups = std::array<std::atomic<pid_t>, 128>;
 static_assert(std::atomic<pid_t>::is_always_lock_free);
 constinit Groups runningGroups{};
@@ -35,10 +37,12 @@ bool leaderRuns(pid_t group) { return ::waitpid(group, nullptr, WNOHANG) == 0; }
 bool isThere(pid_t group) { return leaderRuns(group) || ::kill(-group, 0) == 0 || errno == EPERM; }
 
 void signalAll(int signal) {
-  for (const std::atomic<pid_t>& slot : runningGroups) {
-    if (const pid_t group = slot.load(); group != kFree) {
-      ::kill(-group, signal);
+  for (std::atomic<pid_t>& slot : runningGroups) {
+    pid_t group = slot.load();
+    if (group == kFree || (group > 0 && !slot.compare_exchange_strong(group, -group))) {
+      continue;  // it has just ended
     }
+    ::kill(-std::abs(group), signal);
   }
 }
 
@@ -47,7 +51,7 @@ bool waitWhileAny(bool (*holds)(pid_t group), Milliseconds limit) {
   const auto any = [&] {
     return std::ranges::any_of(runningGroups, [&](const std::atomic<pid_t>& slot) {
       const pid_t group = slot.load();
-      return group != kFree && holds(group);
+      return group != kFree && holds(std::abs(group));
     });
   };
   for (Milliseconds waited{0}; any(); waited += kBetweenLooks) {
@@ -84,10 +88,9 @@ RunningProcess::RunningProcess(pid_t pid) noexcept {
   }
 }
 
-void RunningProcess::forget() noexcept {
-  if (std::atomic<pid_t>* const slot = std::exchange(slot_, nullptr)) {
-    slot->store(kFree);
-  }
+bool RunningProcess::forget() noexcept {
+  std::atomic<pid_t>* const slot = std::exchange(slot_, nullptr);
+  return slot != nullptr && slot->exchange(kFree) < 0;
 }
 
 }  // namespace platform

@@ -25,6 +25,14 @@ namespace platform {
 /// The numeric id of the user that this process acts as.
 [[nodiscard]] std::uint32_t ownUserID() noexcept;
 
+struct Account {
+  std::string name;
+  std::string home;  ///< Its home directory.
+};
+
+/// The account that this process acts as; absent when its user has none.
+[[nodiscard]] std::optional<Account> ownAccount();
+
 /// The numeric id of a local account; absent when there is none of that name.
 [[nodiscard]] std::optional<std::uint32_t> userID(const std::string& name);
 

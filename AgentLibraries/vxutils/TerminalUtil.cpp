@@ -1,12 +1,13 @@
 #include "AgentLibraries/vxutils/TerminalUtil.h"
 
 #include <algorithm>
-#include <chrono>
 #include <string_view>
+#include <thread>
 
 #include "AgentLibraries/LogCore/Logger.h"
 #include "AgentLibraries/LogCore/Text.h"
 #include "Platform/Memory.h"
+#include "Platform/PassingError.h"
 #include "Platform/Process.h"
 
 namespace vxutils {
@@ -25,16 +26,27 @@ constexpr LogTag kTaskTag("executeTaskForString(pathOfBinary:arguments:)");
 constexpr const char* kDefaultShell = "/bin/sh";
 constexpr std::int32_t kEndedBySIGTERM = 128 + 15;
 constexpr std::int64_t kLongestTimeoutSeconds = std::int64_t{10} * 366 * 24 * 3600;
+constexpr int kTries = 5;
+constexpr std::chrono::milliseconds kPauseBetweenTries{500};
+constexpr std::size_t kMostLoggedBytes = std::size_t{4} << 20;
 
 /// Runs the request for at most `timeoutSeconds` and logs what its caller can't see in the result.
+/// A program that can't be started because of a bad moment is tried again.
 platform::ProcessResult run(platform::ProcessRequest& request, std::int64_t timeoutSeconds,
-                            const LogTag& tag) {
+                            const LogTag& tag, const TerminalUtil::Sleeper& sleep) {
   request.timeout =
       std::chrono::seconds(std::clamp<std::int64_t>(timeoutSeconds, 0, kLongestTimeoutSeconds));
   platform::ProcessResult result = platform::runProcess(request);
+  for (int tries = 1; tries < kTries && platform::isPassing(result.startError); ++tries) {
+    sleep(kPauseBetweenTries);
+    result = platform::runProcess(request);
+  }
   if (result.startError) {
     logError(tag, [&] {
-      return text("Could not start ", request.executable, ": ", result.startError.message(), ".");
+      const std::string directory =
+          result.unusablePath == request.executable ? "" : text(" in ", result.unusablePath);
+      return text("Could not start ", request.executable, directory, ": ",
+                  result.startError.message(), ".");
     });
   }
   if (result.timedOut) {
@@ -46,17 +58,45 @@ platform::ProcessResult run(platform::ProcessRequest& request, std::int64_t time
   }
   if (result.exitCode == platform::ProcessResult::kUnknownStatus) {
     logError(tag, [] {
-      return "The exit status of the command is not known: this process ignores SIGCHLD, or "
-             "another part of it has waited for the child.";
+      return "The exit status of the command is not known: another part of this process has waited "
+             "for the child. From now on commands run under a shell that reports it.";
     });
   }
   return result;
 }
 
+/// Logs the lines of one command, up to a bound: a tool gone wild must not fill the disk.
+class LineLogger {
+ public:
+  void log(std::string_view line) {
+    if (line.size() >= left_) {
+      left_ = 0;  // what is logged has no gaps
+      ++dropped_;
+      return;
+    }
+    left_ -= line.size() + 1;
+    logInfo(kRunTag, [&] { return line; });
+  }
+  /// Says how many lines are missing.
+  void finish() const {
+    if (dropped_ > 0) {
+      logError(kRunTag, [&] {
+        return text(dropped_, " more lines of the command's output were not logged.");
+      });
+    }
+  }
+
+ private:
+  std::size_t left_ = kMostLoggedBytes;
+  std::uint64_t dropped_ = 0;
+};
+
 }  // namespace
 
+TerminalUtil::TerminalUtil(Sleeper sleep) : sleep_(std::move(sleep)) {}
+
 TerminalUtil& TerminalUtil::defaultInstance() {
-  static TerminalUtil instance;
+  static TerminalUtil instance([](auto duration) { std::this_thread::sleep_for(duration); });
   return instance;
 }
 
@@ -71,10 +111,12 @@ CommandResult TerminalUtil::runCommand(const std::string& command,
   request.arguments.reserve(2);
   request.arguments.emplace_back("-c");
   const platform::WipeAtEnd wipeCommand(request.arguments.emplace_back(command));
+  LineLogger lines;
   if (logOutputContinuously) {
-    request.onLine = [](std::string_view line) { logInfo(kRunTag, [&] { return line; }); };
+    request.onLine = [&](std::string_view line) { lines.log(line); };
   }
-  platform::ProcessResult result = run(request, timeoutSeconds, kRunTag);
+  platform::ProcessResult result = run(request, timeoutSeconds, kRunTag, sleep_);
+  lines.finish();
   if (shouldLogOutput) {
     logInfo(kRunTag, [&] { return std::string_view(result.output); });
   }
@@ -85,7 +127,7 @@ std::pair<std::int32_t, std::string> TerminalUtil::executeTaskForString(
     const std::string& pathOfBinary, const std::vector<std::string>& arguments,
     std::int64_t timeoutSeconds) {
   platform::ProcessRequest request{.executable = pathOfBinary, .arguments = arguments};
-  platform::ProcessResult result = run(request, timeoutSeconds, kTaskTag);
+  platform::ProcessResult result = run(request, timeoutSeconds, kTaskTag, sleep_);
   return {result.exitCode, std::move(result.output)};
 }
 

@@ -12,7 +12,7 @@ namespace platform {
 /// Close-on-exec and readable at the process's end; empty, with errno set, when there is no such
 /// process.
 [[nodiscard]] inline Descriptor openPidfd(pid_t pid) {
-  return Descriptor(static_cast<int>(::syscall(SYS_pidfd_open, pid, 0)));
+  return aboveStandard(static_cast<int>(::syscall(SYS_pidfd_open, pid, 0)));
 }
 
 /// 0, or -1 with errno set.

@@ -111,6 +111,13 @@ std::vector<std::string> loggedOnUserNames() {
 
 std::uint32_t ownUserID() noexcept { return ::geteuid(); }
 
+std::optional<Account> ownAccount() {
+  return lookUpAccount([&](auto... answer) { return ::getpwuid_r(::geteuid(), answer...); },
+                       [](const passwd& account) {
+                         return Account{.name = account.pw_name, .home = account.pw_dir};
+                       });
+}
+
 std::optional<std::uint32_t> userID(const std::string& name) {
   return lookUpAccount(
       [&](auto... answer) { return ::getpwnam_r(name.c_str(), answer...); },

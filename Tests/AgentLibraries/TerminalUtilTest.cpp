@@ -1,6 +1,7 @@
 #include "AgentLibraries/vxutils/TerminalUtil.h"
 
 #include <gmock/gmock.h>
+#include <sys/resource.h>
 
 #include "Tests/Fakes/LogCapture.h"
 
@@ -37,6 +38,34 @@ TEST_F(TerminalUtilTest, WhatHasNotRunToItsEndHasNotSucceededAndTheLogSaysWhy) {
   EXPECT_THAT(log.records(),
               ElementsAre(ErrorLine("The command was ended after 1 seconds."),
                           ErrorLine("Could not start /no/such/tool: No such file or directory.")));
+}
+
+TEST_F(TerminalUtilTest, ABadMomentIsWaitedFor) {
+  rlimit limit{};
+  ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &limit), 0);
+  const rlimit none{.rlim_cur = 0, .rlim_max = limit.rlim_max};
+  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
+  int pauses = 0;
+  TerminalUtil patient([&](auto) {
+    if (++pauses == 2) {
+      setrlimit(RLIMIT_NOFILE, &limit);
+    }
+  });
+  EXPECT_THAT(patient.executeTaskForString("/bin/echo", {"done"}), Pair(0, "done\n"));
+  EXPECT_EQ(pauses, 2);
+  EXPECT_THAT(log.records(), IsEmpty());
+}
+
+TEST_F(TerminalUtilTest, TheLogOfOneCommandIsBoundedAndAMissingDirectoryNamed) {
+  const std::string command = "yes $(printf %01000d 0) | head -n 5000";
+  (void)terminal.runCommand(command, {}, {}, {}, kTwoHours, true, false);
+  EXPECT_EQ(log.records().back().message,
+            "810 more lines of the command's output were not logged.");
+  log.clear();
+  (void)terminal.runCommand("true", "/no/such", {}, {}, kTwoHours, true, false);
+  EXPECT_THAT(
+      log.records(),
+      ElementsAre(ErrorLine("Could not start /bin/sh in /no/such: No such file or directory.")));
 }
 
 }  // namespace

@@ -8,8 +8,12 @@
 #include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
+#include <string>
 #include <tuple>
 #include <vector>
+
+#include "Tests/Fakes/ScopedEnvironment.h"
 
 namespace platform {
 namespace {
@@ -46,15 +50,16 @@ class ProcessTest : public ::testing::Test {
 
 TEST_F(ProcessTest, WhatCanNotBeStartedIsToldAsAShellWould) {
   constexpr std::errc kMissing = std::errc::no_such_file_or_directory;
-  const std::vector<std::tuple<ProcessRequest, std::int32_t, std::errc>> rows{
-      {{.executable = "/no/such/program"}, 127, kMissing},
-      {{.executable = "/etc/passwd"}, 126, std::errc::permission_denied},
-      {{.executable = "/bin/true", .directory = "/no/such"}, 127, kMissing},
-      {shell(std::string("exit 0;\0exit 1", 14)), 127, std::errc::invalid_argument}};
-  for (const auto& [request, exitCode, startError] : rows) {
+  const std::vector<std::tuple<ProcessRequest, std::int32_t, std::errc, std::string>> rows{
+      {{.executable = "/no/such/program"}, 127, kMissing, "/no/such/program"},
+      {{.executable = "/etc/passwd"}, 126, std::errc::permission_denied, "/etc/passwd"},
+      {{.executable = "/bin/true", .directory = "/no/such"}, 127, kMissing, "/no/such"},
+      {shell(std::string("exit 0;\0exit 1", 14)), 127, std::errc::invalid_argument, "/bin/sh"}};
+  for (const auto& [request, exitCode, startError, unusable] : rows) {
     const ProcessResult result = runProcess(request);
     EXPECT_EQ(result.exitCode, exitCode) << request.executable;
     EXPECT_EQ(result.startError, std::make_error_condition(startError));
+    EXPECT_EQ(result.unusablePath, unusable);
   }
 }
 
@@ -67,7 +72,7 @@ TEST_F(ProcessTest, InputLargerThanThePipeMayBeReadInTurnsOrNotAtAll) {
   EXPECT_EQ(runProcess(request).output, "closed\n");
 }
 
-TEST_F(ProcessTest, TheChildStartsCleanInItsOwnGroup) {
+TEST_F(ProcessTest, TheChildStartsCleanInItsOwnSession) {
   const auto former = std::signal(SIGUSR2, SIG_IGN);
   sigset_t blocked;
   ::sigemptyset(&blocked);
@@ -75,17 +80,54 @@ TEST_F(ProcessTest, TheChildStartsCleanInItsOwnGroup) {
   ::pthread_sigmask(SIG_BLOCK, &blocked, nullptr);
   const int inherited = ::fcntl(STDERR_FILENO, F_DUPFD, 77);  // without close-on-exec
   ProcessRequest request = shell(
-      "pwd; read -r id name state parent group rest < /proc/$$/stat\n"
-      "[ $group = $$ ] && echo own group\n"
+      "pwd; read -r id name state parent group session rest < /proc/$$/stat\n"
+      "[ $group = $$ ] && [ $session = $$ ] && echo own session\n"
       "[ -e /proc/$$/fd/" +
       std::to_string(inherited) +
       " ] || echo closed\n"
       "sed -n 's/^Sig\\(Blk\\|Ign\\):.*\\(.\\{7\\}\\)$/\\2/p' /proc/self/status");
   request.directory = "/usr";
-  EXPECT_EQ(runProcess(request).output, "/usr\nown group\nclosed\n0000000\n0000000\n");
+  EXPECT_EQ(runProcess(request).output, "/usr\nown session\nclosed\n0000000\n0000000\n");
   ::close(inherited);
   ::pthread_sigmask(SIG_UNBLOCK, &blocked, nullptr);
   std::signal(SIGUSR2, former);
+}
+
+TEST_F(ProcessTest, TheEnvironmentIsMadeAndNotInherited) {
+  const ScopedEnvironment path("PATH", "/tmp/evil:/usr/bin");
+  const ScopedEnvironment function("BASH_FUNC_cat%%", "() { echo evil; }");
+  const ScopedEnvironment home("HOME", "/tmp/evil");
+  const ScopedEnvironment language("LANG", "de_CH.UTF-8");
+  const ScopedEnvironment all("LC_ALL", "../../tmp/evil");
+  const ProcessResult result = runProcess({.executable = "/usr/bin/env"});
+  std::vector<std::string> variables;
+  std::istringstream lines(result.output);
+  for (std::string line; std::getline(lines, line);) {
+    EXPECT_THAT(line, testing::Not(testing::HasSubstr("evil")));
+    variables.push_back(line.substr(0, line.find('=')));
+  }
+  EXPECT_THAT(variables,
+              testing::UnorderedElementsAre("PATH", "TMPDIR", "HOME", "USER", "LOGNAME", "LANG"));
+}
+
+TEST_F(ProcessTest, TheStatusIsLearntThoughTheProcessIgnoresItsChildren) {
+  const auto former = std::signal(SIGCHLD, SIG_IGN);
+  ProcessRequest request = shell("cat; ls /proc/self/fd; exit 3");
+  request.input = "input\n";
+  ProcessResult result = runProcess(request);
+  EXPECT_EQ(result.exitCode, 3);
+  EXPECT_EQ(result.output, "input\n0\n1\n2\n3\n") << "3 is the folder that ls reads";
+  EXPECT_EQ(runProcess(shell("kill -KILL $$")).exitCode, 128 + SIGKILL);
+  EXPECT_EQ(runProcess({.executable = "/no/such/program"}).exitCode, 127);
+  EXPECT_EQ(runIntoDeadline(shell("echo started; sleep 60")).exitCode, 128 + SIGTERM);
+  std::signal(SIGCHLD, former);
+}
+
+TEST_F(ProcessTest, OnlyTheFirstStatusThatOthersTakeIsLost) {
+  ProcessRequest request = shell("echo ready; exit 3");
+  request.onLine = [](std::string_view) { ::waitpid(-1, nullptr, 0); };
+  EXPECT_EQ(runProcess(request).exitCode, ProcessResult::kUnknownStatus);
+  EXPECT_EQ(runProcess(request).exitCode, 3);
 }
 
 TEST_F(ProcessTest, AGrandchildThatKeepsThePipeIsNotWaitedFor) {
@@ -121,7 +163,9 @@ TEST_F(ProcessTest, LinesComeInOrderWhateverIsKept) {
   const std::vector<std::tuple<const char*, std::size_t, Lengths>> rows{
       {"head -c 131073 /dev/zero; printf '\\nend'", 10, {65536, 65536, 1, 3}},
       {"head -c 65536 /dev/zero; printf '\\nend\\n'", 65530, {65536, 3}},
-      {"printf 'one\\ntwo\\nthree\\n'", 6, {3, 3, 5}}};
+      {"printf 'one\\ntwo\\nthree\\n'", 6, {3, 3, 5}},
+      {"head -c 65535 /dev/zero; printf '\\342\\200\\231x'", 100000, {65535, 4}},
+      {"head -c 65537 /dev/zero | tr '\\0' '\\200'", 10, {65536, 1}}};
   for (const auto& [command, maximum, expected] : rows) {
     ProcessRequest request = shell(command);
     Lengths lengths;

@@ -1,0 +1,65 @@
+#include "Platform/Posix/ProcessSystem.h"
+
+#include <pthread.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <ctime>
+
+#include "Platform/Linux/Pidfd.h"
+
+namespace platform {
+
+int closeFrom(posix_spawn_file_actions_t& actions, int first) {
+  return ::posix_spawn_file_actions_addclosefrom_np(&actions, first);
+}
+
+int startIn(posix_spawn_file_actions_t& actions, const char* directory) {
+  return ::posix_spawn_file_actions_addchdir_np(&actions, directory);
+}
+
+short ownSessionFlags() { return POSIX_SPAWN_SETSID; }
+
+ssize_t writeWithoutSignal(const Descriptor& pipe, std::string_view bytes) {
+  // The signal goes to the writing thread: it is blocked in this thread alone and taken back before
+  // the mask is restored.
+  sigset_t pipeSignal;
+  sigset_t former;
+  sigset_t pending;
+  ::sigemptyset(&pipeSignal);
+  ::sigaddset(&pipeSignal, SIGPIPE);
+  ::pthread_sigmask(SIG_BLOCK, &pipeSignal, &former);
+  ::sigpending(&pending);
+  const ssize_t written = ::write(pipe.get(), bytes.data(), bytes.size());
+  const int error = errno;
+  if (written < 0 && error == EPIPE && ::sigismember(&pending, SIGPIPE) == 0) {
+    constexpr timespec kNoWait{};
+    while (::sigtimedwait(&pipeSignal, nullptr, &kNoWait) < 0 && errno == EINTR) {
+    }
+  }
+  ::pthread_sigmask(SIG_SETMASK, &former, nullptr);
+  errno = error;
+  return written;
+}
+
+std::string temporaryDirectory() { return "/tmp"; }
+
+ChildEnd::ChildEnd(pid_t pid) : pid_(pid) {
+  Descriptor opened = openPidfd(pid);
+  wasGone_ = !opened && errno == ESRCH;
+  descriptor_ = std::move(opened);
+}
+
+int ChildEnd::wait(siginfo_t& information, int options) const {
+  const bool hasPidfd = static_cast<bool>(descriptor_);
+  int answer = 0;
+  do {
+    answer =
+        ::waitid(hasPidfd ? P_PIDFD : P_PID, static_cast<id_t>(hasPidfd ? descriptor_.get() : pid_),
+                 &information, WEXITED | options);
+  } while (answer != 0 && errno == EINTR);
+  return answer;
+}
+
+}  // namespace platform

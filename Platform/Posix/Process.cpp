@@ -1,0 +1,473 @@
+#include "Platform/Process.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <pthread.h>
+#include <signal.h>  // NOLINT(modernize-deprecated-headers): POSIX, not only C
+#include <spawn.h>
+#include <sys/ioctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <charconv>
+#include <climits>
+#include <mutex>
+#include <utility>
+
+#include "Platform/Descriptor.h"
+#include "Platform/Polling.h"
+#include "Platform/Posix/ChildEnvironment.h"
+#include "Platform/Posix/ChildOutput.h"
+#include "Platform/Posix/ProcessSystem.h"
+#include "Platform/RunningProcesses.h"
+#include "Platform/SignalsHeld.h"
+
+namespace platform {
+namespace {
+
+using Moment = std::chrono::steady_clock::time_point;
+
+constexpr std::chrono::milliseconds kBetweenLooks{10};
+constexpr std::int32_t kCouldNotStart = 127;
+constexpr std::int32_t kNotExecutable = 126;
+constexpr std::int32_t kSignalBase = 128;
+#ifdef ELIBBAD
+constexpr int kBadFormat = ELIBBAD;
+#else
+constexpr int kBadFormat = ENOEXEC;
+#endif
+
+void dontBlock(const Descriptor& descriptor) {
+  if (!descriptor) {
+    return;
+  }
+  ::fcntl(descriptor.get(), F_SETFL, ::fcntl(descriptor.get(), F_GETFL) | O_NONBLOCK);
+}
+
+constexpr const char* kShell = "/bin/sh";
+/// Runs its arguments as a command and writes the status, as a shell tells it, to descriptor 3. A
+/// SIGTERM at the deadline is for the command.
+constexpr const char* kReportStatus = "trap : TERM\n\"$0\" \"$@\" 3>&-\nprintf %s $? >&3";
+constexpr int kStatusDescriptor = STDERR_FILENO + 1;
+
+/// Set once a status was lost: some other code of the process waits for every child.
+std::atomic<bool> othersReap{false};
+
+/// Whether this process would not learn a child's exit status from the system.
+bool statusesGetLost() {
+  struct sigaction action{};
+  ::sigaction(SIGCHLD, nullptr, &action);
+  return othersReap.load() || action.sa_handler == SIG_IGN || (action.sa_flags & SA_NOCLDWAIT) != 0;
+}
+
+/// Pointers to the strings, with the null pointer that ends such a list.
+std::vector<char*> pointersTo(const std::vector<std::string>& strings) {
+  std::vector<char*> pointers;
+  pointers.reserve(strings.size() + 1);
+  for (const std::string& string : strings) {
+    pointers.push_back(const_cast<char*>(string.c_str()));
+  }
+  pointers.push_back(nullptr);
+  return pointers;
+}
+
+/// How the child starts: descriptors, session, signals. An operation that fails is kept in `error`.
+class SpawnSettings {
+ public:
+  SpawnSettings() {
+    note(::posix_spawn_file_actions_init(&actions_));
+    note(::posix_spawnattr_init(&attributes_));
+    sigset_t signals;
+    sigfillset(&signals);  // a macro on some systems
+    note(::posix_spawnattr_setsigdefault(&attributes_, &signals));
+    sigemptyset(&signals);
+    note(::posix_spawnattr_setsigmask(&attributes_, &signals));
+    note(::posix_spawnattr_setflags(
+        &attributes_,
+        static_cast<short>(POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK | ownSessionFlags())));
+  }
+  ~SpawnSettings() {
+    ::posix_spawnattr_destroy(&attributes_);
+    ::posix_spawn_file_actions_destroy(&actions_);
+  }
+  SpawnSettings(const SpawnSettings&) = delete;
+  SpawnSettings& operator=(const SpawnSettings&) = delete;
+
+  /// `status`, when present, becomes the descriptor 3 of the child.
+  void connect(const std::optional<Pipe>& input, const Pipe& output,
+               const std::optional<Pipe>& status) {
+    note(input ? ::posix_spawn_file_actions_adddup2(&actions_, input->readEnd.get(), STDIN_FILENO)
+               : ::posix_spawn_file_actions_addopen(&actions_, STDIN_FILENO, "/dev/null", O_RDONLY,
+                                                    0));
+    note(::posix_spawn_file_actions_adddup2(&actions_, output.writeEnd.get(), STDOUT_FILENO));
+    note(::posix_spawn_file_actions_adddup2(&actions_, output.writeEnd.get(), STDERR_FILENO));
+    if (status) {
+      note(
+          ::posix_spawn_file_actions_adddup2(&actions_, status->writeEnd.get(), kStatusDescriptor));
+    }
+    note(closeFrom(actions_, status ? kStatusDescriptor + 1 : kStatusDescriptor));
+  }
+  void startIn(const std::string& directory) {
+    note(platform::startIn(actions_, directory.c_str()));
+  }
+
+  /// 0, or the error that kept the program from being started. With `throughShell`, a shell runs
+  /// it, which writes its status to descriptor 3.
+  [[nodiscard]] int spawn(const ProcessRequest& request, bool throughShell, pid_t& pid) const {
+    if (error_ != 0) {
+      return error_;
+    }
+    std::vector<char*> arguments = pointersTo(request.arguments);
+    arguments.insert(arguments.begin(), const_cast<char*>(request.executable.c_str()));
+    if (throughShell) {
+      arguments.insert(arguments.begin(), {const_cast<char*>(kShell), const_cast<char*>("-c"),
+                                           const_cast<char*>(kReportStatus)});
+    }
+    const std::vector<std::string> environment = childEnvironment();
+    return ::posix_spawn(&pid, arguments.front(), &actions_, &attributes_, arguments.data(),
+                         pointersTo(environment).data());
+  }
+
+ private:
+  void note(int error) {
+    if (error_ == 0) {
+      error_ = error;
+    }
+  }
+
+  posix_spawn_file_actions_t actions_{};
+  posix_spawnattr_t attributes_{};
+  int error_ = 0;
+};
+
+/// Children that outlived SIGKILL (they hang in the kernel): reaped by a later run.
+class Leftovers {
+ public:
+  static Leftovers& shared() {
+    // Never destroyed: other threads may run children until the very end of the process.
+    static Leftovers& leftovers = *new Leftovers;
+    return leftovers;
+  }
+  void add(ChildEnd child) {
+    const std::scoped_lock lock(mutex_);
+    children_.push_back(std::move(child));
+  }
+  void reapEnded() {
+    const std::scoped_lock lock(mutex_);
+    std::erase_if(children_, [](const ChildEnd& child) {
+      siginfo_t information{};
+      return child.wait(information, WNOHANG) != 0 || information.si_pid != 0;
+    });
+  }
+
+ private:
+  std::mutex mutex_;
+  std::vector<ChildEnd> children_;
+};
+
+/// A started child. Unless it was reaped, its group is killed and it is reaped on destruction.
+class Child {
+ public:
+  explicit Child(pid_t pid) : pid_(pid), end_(pid), running_(pid), ended_(end_.wasGone()) {}
+  ~Child() {
+    if (!reaped_) {
+      signalAll(SIGKILL);
+      (void)reap();
+    }
+  }
+  Child(const Child&) = delete;
+  Child& operator=(const Child&) = delete;
+
+  /// Becomes readable at the child's end; empty where the child must be looked at.
+  [[nodiscard]] const Descriptor& endDescriptor() const { return end_.descriptor(); }
+  [[nodiscard]] bool ended() const { return ended_; }
+  /// Learns whether the child has ended, which `ready` tells where there is a descriptor.
+  void look(bool ready) {
+    if (end_.descriptor()) {
+      ended_ = ended_ || ready;
+    } else if (!ended_) {
+      siginfo_t information{};
+      ended_ = end_.wait(information, WNOHANG | WNOWAIT) != 0 || information.si_pid != 0;
+    }
+  }
+
+  /// Signals every process of the child's group, and the child, which may have left the group.
+  void signalAll(int signal) const {
+    ::kill(-pid_, signal);
+    if (!ended_) {
+      ::kill(pid_, signal);
+    }
+  }
+
+  /// Waits for the child's end and takes its status.
+  [[nodiscard]] std::int32_t reap() {
+    reaped_ = true;
+    siginfo_t information{};
+    const bool known = end_.wait(information, 0) == 0;
+    const bool wasEnded = running_.forget();
+    if (!known) {  // `endRunningProcesses` reaps what it ends
+      return wasEnded ? kSignalBase + SIGTERM : ProcessResult::kUnknownStatus;
+    }
+    return information.si_code == CLD_EXITED ? information.si_status
+                                             : kSignalBase + information.si_status;
+  }
+
+  /// Gives up on a child that can't be killed.
+  [[nodiscard]] std::int32_t abandon() {
+    reaped_ = true;
+    Leftovers::shared().add(std::move(end_));
+    return kSignalBase + SIGKILL;
+  }
+
+ private:
+  pid_t pid_;
+  ChildEnd end_;
+  RunningProcess running_;
+  bool ended_;
+  bool reaped_ = false;
+};
+
+/// Milliseconds for poll(), rounded up so that it does not wake before the deadline.
+int pollTimeout(const std::optional<Moment>& deadline, bool hasDescriptor) {
+  using std::chrono::milliseconds;
+  milliseconds wait = hasDescriptor ? milliseconds::max() : kBetweenLooks;
+  if (deadline) {
+    const auto left = std::chrono::ceil<milliseconds>(*deadline - std::chrono::steady_clock::now());
+    wait = std::min(wait, std::max(left, milliseconds::zero()));
+  }
+  if (wait == milliseconds::max()) {
+    return -1;
+  }
+  return static_cast<int>(std::min<milliseconds::rep>(wait.count(), INT_MAX));
+}
+
+/// The moment `timeout` from now; absent for one that this clock can't count.
+std::optional<Moment> deadlineAfter(std::optional<std::chrono::milliseconds> timeout) {
+  const Moment now = std::chrono::steady_clock::now();
+  if (!timeout ||
+      *timeout > std::chrono::duration_cast<std::chrono::milliseconds>(Moment::max() - now)) {
+    return std::nullopt;
+  }
+  return now + std::max(*timeout, std::chrono::milliseconds::zero());
+}
+
+/// Feeds, reads and waits until the child has ended, or at the deadline has been ended.
+class Supervision {
+ public:
+  /// `status` is where the child's status is read; empty when the system keeps it.
+  Supervision(const ProcessRequest& request, pid_t pid, Descriptor input, Descriptor output,
+              Descriptor status)
+      : child_(pid),
+        inputPipe_(std::move(input)),
+        outputPipe_(std::move(output)),
+        statusPipe_(std::move(status)),
+        input_(request.input.value_or(std::string_view{})),
+        output_(request.maximumOutputBytes, request.onLine),
+        deadline_(deadlineAfter(request.timeout)),
+        grace_(request.grace) {
+    dontBlock(inputPipe_);
+    dontBlock(outputPipe_);
+    dontBlock(statusPipe_);
+  }
+
+  [[nodiscard]] ProcessResult run() {
+    feed();
+    while (!isOver()) {
+      waitForEvent();
+      if (!isOver() && deadline_ && std::chrono::steady_clock::now() >= *deadline_) {
+        escalate();
+      }
+    }
+    drain();
+    ProcessResult result{.timedOut = stage_ != Stage::running};
+    if (result.timedOut) {
+      child_.signalAll(SIGKILL);  // group members that outlived the leader
+    }
+    result.exitCode = child_.ended() ? child_.reap() : child_.abandon();
+    if (statusPipe_) {
+      result.exitCode = reportedStatus().value_or(
+          result.timedOut ? kSignalBase + (stage_ == Stage::terminated ? SIGTERM : SIGKILL)
+                          : result.exitCode);
+    } else if (result.exitCode == ProcessResult::kUnknownStatus) {
+      othersReap = true;
+    }
+    result.output = output_.finish();
+    return result;
+  }
+
+ private:
+  enum class Stage : std::uint8_t { running, terminated, killed, givenUp };
+
+  /// After the SIGTERM the rest of the group has its grace too, as long as it holds the pipe.
+  [[nodiscard]] bool isOver() const {
+    return stage_ == Stage::givenUp ||
+           (child_.ended() && (stage_ != Stage::terminated || !outputPipe_));
+  }
+
+  void waitForEvent() {
+    enum : std::uint8_t { kEnd, kOutput, kInput, kCount };
+    std::array<pollfd, kCount> events{};
+    events[kEnd] = {
+        .fd = child_.ended() ? -1 : child_.endDescriptor().get(), .events = POLLIN, .revents = 0};
+    events[kOutput] = {.fd = outputPipe_.get(), .events = POLLIN, .revents = 0};
+    events[kInput] = {.fd = inputPipe_.get(), .events = POLLOUT, .revents = 0};
+    ::poll(events.data(), events.size(),
+           pollTimeout(deadline_, static_cast<bool>(child_.endDescriptor())));
+    if (events[kInput].revents != 0) {
+      feed();
+    }
+    if (events[kOutput].revents != 0) {
+      std::size_t most = ChildOutput::kReadBytes;
+      readOnce(most);
+    }
+    child_.look(events[kEnd].revents != 0);
+  }
+
+  void feed() {
+    if (!inputPipe_) {
+      return;
+    }
+    while (!input_.empty()) {
+      const ssize_t written = writeWithoutSignal(inputPipe_, input_);
+      if (written < 0 && errno == EINTR) {
+        continue;
+      }
+      if (written < 0 && errno == EAGAIN) {
+        return;
+      }
+      if (written < 0) {  // the child has closed its input, which is its right
+        break;
+      }
+      input_.remove_prefix(static_cast<std::size_t>(written));
+    }
+    inputPipe_.reset();
+  }
+
+  bool readOnce(std::size_t& most) {
+    const ChildOutput::Reading reading = output_.readFrom(outputPipe_, most);
+    if (reading == ChildOutput::Reading::ended) {
+      outputPipe_.reset();
+    }
+    return reading == ChildOutput::Reading::some;
+  }
+
+  /// Reads what the pipe holds now. A grandchild may go on writing: its bytes aren't waited for.
+  void drain() {
+    int held = 0;
+    if (!outputPipe_ || ::ioctl(outputPipe_.get(), FIONREAD, &held) != 0) {
+      return;
+    }
+    for (auto most = static_cast<std::size_t>(std::max(held, 0)); most > 0 && readOnce(most);) {
+    }
+  }
+
+  /// What the shell around the program has told; absent when it was ended before.
+  [[nodiscard]] std::optional<std::int32_t> reportedStatus() const {
+    std::array<char, 8> digits{};
+    const ssize_t count = ::read(statusPipe_.get(), digits.data(), digits.size());
+    std::int32_t status = 0;
+    const char* const end = digits.data() + std::max<ssize_t>(count, 0);
+    const auto [last, error] = std::from_chars(digits.data(), end, status);
+    return error == std::errc() && last == end ? std::optional(status) : std::nullopt;
+  }
+
+  void escalate() {
+    switch (stage_) {
+      case Stage::running:
+        stage_ = Stage::terminated;
+        child_.signalAll(SIGTERM);
+        child_.signalAll(SIGCONT);  // a stopped process can't act on it otherwise
+        break;
+      case Stage::terminated:
+        stage_ = Stage::killed;
+        child_.signalAll(SIGKILL);
+        break;
+      case Stage::killed:
+      case Stage::givenUp:
+        stage_ = Stage::givenUp;
+        break;
+    }
+    deadline_ = deadlineAfter(grace_);
+  }
+
+  Child child_;
+  Descriptor inputPipe_;
+  Descriptor outputPipe_;
+  Descriptor statusPipe_;
+  std::string_view input_;  // what is still to be fed
+  ChildOutput output_;
+  std::optional<Moment> deadline_;
+  std::chrono::milliseconds grace_;
+  Stage stage_ = Stage::running;
+};
+
+ProcessResult notStarted(int error, const ProcessRequest& request) {
+  const bool directoryFailed = request.directory && ::access(request.directory->c_str(), X_OK) != 0;
+  const bool isThere = error == EACCES || error == EPERM || error == ENOEXEC || error == ETXTBSY ||
+                       error == kBadFormat || error == E2BIG;
+  return {.exitCode = isThere && !directoryFailed ? kNotExecutable : kCouldNotStart,
+          .startError = std::error_code(error, std::generic_category()),
+          .unusablePath = directoryFailed ? *request.directory : request.executable};
+}
+
+/// A text with a NUL in it would reach the child cut short.
+bool canBePassed(const ProcessRequest& request) {
+  const auto whole = [](const std::string& text) { return !text.contains('\0'); };
+  return whole(request.executable) && std::ranges::all_of(request.arguments, whole) &&
+         (!request.directory || whole(*request.directory));
+}
+
+}  // namespace
+
+ProcessResult runProcess(const ProcessRequest& request) {
+  Leftovers::shared().reapEnded();
+  if (!canBePassed(request)) {
+    return notStarted(EINVAL, request);
+  }
+  const bool throughShell = statusesGetLost();
+  if (throughShell && ::access(request.executable.c_str(), X_OK) != 0) {
+    return notStarted(errno, request);  // the shell would say so in the output
+  }
+  auto output = makePipe();
+  if (!output) {
+    return notStarted(output.error().value(), request);
+  }
+  std::optional<Pipe> input;
+  std::optional<Pipe> status;
+  for (auto& [pipe, wanted] :
+       {std::pair(&input, request.input.has_value()), {&status, throughShell}}) {
+    if (wanted) {
+      auto made = makePipe();
+      if (!made) {
+        return notStarted(made.error().value(), request);
+      }
+      *pipe = *std::move(made);
+    }
+  }
+  SpawnSettings settings;
+  if (request.directory) {
+    settings.startIn(*request.directory);
+  }
+  settings.connect(input, *output, status);
+  std::optional<Supervision> supervision;
+  {
+    const SignalsHeld held;  // so that no handler that ends the children misses this one
+    pid_t pid = 0;
+    if (const int error = settings.spawn(request, throughShell, pid); error != 0) {
+      return notStarted(error, request);
+    }
+    output->writeEnd.reset();
+    supervision.emplace(request, pid, input ? std::move(input->writeEnd) : Descriptor(),
+                        std::move(output->readEnd),
+                        status ? std::move(status->readEnd) : Descriptor());
+  }
+  input.reset();  // the child's ends
+  status.reset();
+  return supervision->run();
+}
+
+}  // namespace platform
