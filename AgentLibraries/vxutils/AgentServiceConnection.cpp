@@ -1,8 +1,11 @@
 #include "AgentLibraries/vxutils/AgentServiceConnection.h"
 
+#include <algorithm>
+#include <chrono>
 #include <cstdint>
 #include <map>
 #include <mutex>
+#include <new>
 #include <system_error>
 #include <thread>
 #include <utility>
@@ -13,6 +16,7 @@
 #include "AgentLibraries/vxutils/GlobalVars.h"
 #include "Platform/LocalSocket.h"
 #include "Platform/Memory.h"
+#include "Platform/Polling.h"
 #include "Platform/SignalsHeld.h"
 
 namespace vxutils {
@@ -21,10 +25,20 @@ namespace {
 using LogCore::text;
 
 constexpr LogCore::LogTag kGetService{"getService()"};
-constexpr LogCore::LogTag kReadReplies{"readReplies()"};
 constexpr std::string_view kSocketTail = "/run/agent-service.sock";
 
-using Reply = AgentServiceProtocol::Reply;
+constexpr std::string_view kClosedByService = "the service closed the connection";
+constexpr std::string_view kTooLong = "the service sent a reply of more than 64 KiB";
+constexpr std::string_view kNoReply = "the service sent a line that is no reply";
+constexpr std::string_view kNoMemory = "there was no memory for the reply";
+constexpr std::string_view kNotTaken = "the service does not take requests";
+constexpr std::chrono::milliseconds kLongestSending{5000};
+
+/// A request without an answer so far.
+struct Waiting {
+  AgentServiceProtocol::Reply reply;
+  AgentServiceProtocol::Failure failure;
+};
 
 /// One connected socket with its reading thread, which keeps the channel alive until it ends. The
 /// socket is closed with the channel only, so its number means the same to every thread.
@@ -54,74 +68,111 @@ class Channel final {
     return ended_;
   }
 
-  void fetch(const std::string& key, Reply reply) {
+  void fetch(const std::string& key, Waiting waiting) {
+    std::int64_t id = 0;
+    std::string line;
     {
       const std::scoped_lock lock(mutex_);
       if (!ended_) {
-        const std::int64_t id = nextID_++;
-        const std::string line = requestLine(id, key);
-        waiting_.emplace(id, std::move(reply));
-        if (std::cmp_not_equal(platform::sendWithoutWaiting(socket_, line), line.size())) {
-          platform::hangUp(
-              socket_);  // gone, or reads nothing any more; the reader answers who waits
-        }
-        return;
+        id = nextID_++;
+        line = requestLine(id, key);
+        waiting_.emplace(id, std::move(waiting));
       }
     }
-    reply(std::nullopt);
+    if (id == 0) {
+      waiting.failure(kClosedByService);
+    } else if (!send(line)) {
+      if (const std::optional<Waiting> unsent = take(id)) {
+        unsent->failure(kNotTaken);
+      }
+    }
   }
 
  private:
-  void readReplies() {
-    {
-      LineBuffer received;
-      while (receive(socket_, received, true) >= 0) {
-        while (const std::optional<std::string_view> line = received.nextLine()) {
-          handOver(*line);
-        }
+  /// Waits a while for a service that is busy. False when it does not take the line.
+  bool send(std::string_view line) {
+    const std::scoped_lock lock(sending_);  // not the other one, which taking answers needs
+    const auto deadline = std::chrono::steady_clock::now() + kLongestSending;
+    const std::size_t whole = line.size();
+    for (;;) {
+      const std::ptrdiff_t sent = platform::sendWithoutWaiting(socket_, line);
+      line.remove_prefix(static_cast<std::size_t>(std::max<std::ptrdiff_t>(sent, 0)));
+      if (line.empty()) {
+        return true;
       }
+      const auto left =
+          std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+      if (sent < 0 || left <= std::chrono::milliseconds::zero()) {
+        if (line.size() < whole) {
+          platform::hangUp(socket_);  // after half a line nothing else makes sense
+        }
+        return false;
+      }
+      platform::Awaited taken{.descriptor = socket_.get(),
+                              .until = platform::Awaited::Until::writable};
+      platform::waitForAny({&taken, 1}, left);
     }
-    std::map<std::int64_t, Reply> unanswered;
+  }
+
+  void readReplies() noexcept {
+    const std::string_view why = readUntilEnd();
+    std::map<std::int64_t, Waiting> unanswered;
     {
       const std::scoped_lock lock(mutex_);
       ended_ = true;
       unanswered.swap(waiting_);
     }
-    for (const auto& [id, reply] : unanswered) {
-      reply(std::nullopt);
+    for (const auto& [id, waiting] : unanswered) {
+      waiting.failure(why);
     }
   }
 
+  /// Hands over replies until there can be no more; the reason.
+  std::string_view readUntilEnd() noexcept try {
+    LineBuffer received;
+    while (receive(socket_, received, true) >= 0) {
+      while (const std::optional<std::string_view> line = received.nextLine()) {
+        if (!handOver(*line)) {
+          platform::hangUp(socket_);
+          return kNoReply;
+        }
+      }
+    }
+    return received.isFull() ? kTooLong : kClosedByService;
+  } catch (const std::bad_alloc&) {
+    platform::hangUp(socket_);
+    return kNoMemory;
+  }
+
   /// Calls the reply that waits for the message in `line`. One that nobody waits for, a second
-  /// answer to a request for example, has no effect.
-  void handOver(std::string_view line) {
+  /// answer to a request for example, has no effect. False when the line is no reply.
+  bool handOver(std::string_view line) {
     std::optional<AgentServiceReply> message = parseReply(line);
     if (!message) {
-      logError(kReadReplies,
-               [] { return text("Ignored a line of the agent service that is no reply."); });
-      return;
+      return false;
     }
-    const Reply reply = take(message->id);
-    if (reply) {
-      reply(message->value);
+    if (const std::optional<Waiting> waiting = take(message->id)) {
+      waiting->reply(message->value);
     }
     if (message->value) {
       platform::wipe(*message->value);
     }
+    return true;
   }
 
-  Reply take(std::int64_t id) {
+  std::optional<Waiting> take(std::int64_t id) {
     const std::scoped_lock lock(mutex_);
     auto node = waiting_.extract(id);
-    return node ? std::move(node.mapped()) : Reply{};
+    return node ? std::optional(std::move(node.mapped())) : std::nullopt;
   }
 
   platform::Descriptor socket_;
   std::thread reader_;
-  std::mutex mutex_;  // guards what follows, and keeps the lines on the socket whole
+  std::mutex sending_;  // keeps the lines on the socket whole
+  std::mutex mutex_;    // guards what follows
   bool ended_ = false;
   std::int64_t nextID_ = 1;
-  std::map<std::int64_t, Reply> waiting_;
+  std::map<std::int64_t, Waiting> waiting_;
 };
 
 /// A connected channel to the agent service; null, with the reason in the log, when there is none.
@@ -162,11 +213,11 @@ std::shared_ptr<Channel> connect() {
 /// Keeps one channel and makes another when that has ended, until it is closed for good.
 class AgentServiceConnection::Proxy final : public AgentServiceProtocol {
  public:
-  void fetchStatusMessageForKey(const std::string& key, Reply reply) override {
+  void fetchStatusMessageForKey(const std::string& key, Reply reply, Failure failure) override {
     if (const std::shared_ptr<Channel> channel = connected()) {
-      channel->fetch(key, std::move(reply));
+      channel->fetch(key, {.reply = std::move(reply), .failure = std::move(failure)});
     } else {
-      reply(std::nullopt);
+      failure("the service can't be reached");
     }
   }
 
@@ -193,7 +244,7 @@ class AgentServiceConnection::Proxy final : public AgentServiceProtocol {
     return channel;
   }
 
-  /// Ends the connection; every later question is answered with absent.
+  /// Ends the connection; every later request fails.
   void close() {
     std::shared_ptr<Channel> last;
     {

@@ -63,7 +63,8 @@ std::optional<std::string> textIn(const json::object& members, std::string_view 
   }
   std::string text;  // never so short that a move would leave its bytes behind
   text.reserve(std::max(characters->size(), sizeof(std::string)));
-  return text.append(characters->data(), characters->size());
+  text.append(characters->data(), characters->size());
+  return text;  // the object itself: `append` gives a reference, which would be copied
 }
 
 /// The beginning of a line, up to where the value of `name` stands; there is room for `value`, so
@@ -128,27 +129,32 @@ LineBuffer::LineBuffer() : bytes_(kLongestLine, '\0') {}
 LineBuffer::~LineBuffer() { platform::wipe(bytes_); }
 
 std::span<char> LineBuffer::room() noexcept {
-  forget(std::exchange(taken_, 0));
+  if (taken_ > 0) {  // the bytes of the next line come to the front, and what they leave is wiped
+    const auto end = bytes_.begin() + static_cast<std::ptrdiff_t>(used_);
+    const auto rest =
+        std::move(bytes_.begin() + static_cast<std::ptrdiff_t>(taken_), end, bytes_.begin());
+    std::fill(rest, end, '\0');
+    used_ -= taken_;
+    searched_ -= taken_;
+    taken_ = wiped_ = 0;
+  }
   return std::span(bytes_).subspan(used_);
 }
 
 std::optional<std::string_view> LineBuffer::nextLine() noexcept {
-  forget(std::exchange(taken_, 0));
+  // Wipes the line that was handed out last, which ends where the next begins.
+  std::fill(bytes_.begin() + static_cast<std::ptrdiff_t>(wiped_),
+            bytes_.begin() + static_cast<std::ptrdiff_t>(taken_), '\0');
   const std::string_view received(bytes_.data(), used_);
-  const std::size_t end = received.find('\n');
+  const std::size_t end = received.find('\n', searched_);
   if (end == std::string_view::npos) {
+    searched_ = used_;
     return std::nullopt;
   }
-  taken_ = end + 1;
-  return received.substr(0, end);
-}
-
-void LineBuffer::forget(std::size_t count) noexcept {
-  const auto end = bytes_.begin() + static_cast<std::ptrdiff_t>(used_);
-  const auto rest =
-      std::move(bytes_.begin() + static_cast<std::ptrdiff_t>(count), end, bytes_.begin());
-  std::fill(rest, end, '\0');
-  used_ -= count;
+  const std::string_view line = received.substr(taken_, end - taken_);
+  wiped_ = taken_;
+  taken_ = searched_ = end + 1;
+  return line;
 }
 
 std::ptrdiff_t receive(const platform::Descriptor& socket, LineBuffer& buffer, bool wait) noexcept {

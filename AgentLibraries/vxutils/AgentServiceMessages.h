@@ -42,19 +42,22 @@ class LineBuffer {
   LineBuffer(const LineBuffer&) = delete;
   LineBuffer& operator=(const LineBuffer&) = delete;
 
-  /// Where the next bytes go; empty when the line at hand is too long.
+  /// Where the next bytes go; empty when the current line is too long.
   [[nodiscard]] std::span<char> room() noexcept;
+  /// Whether the current line is too long: `room` is empty after all whole lines were taken.
+  [[nodiscard]] bool isFull() const noexcept { return used_ - taken_ == bytes_.size(); }
   /// Takes over `count` bytes that were put into `room()`.
   void add(std::size_t count) noexcept { used_ += count; }
-  /// The next whole line, valid until the next call; absent when there is none yet.
+  /// The next whole line, valid until the next call; absent when there is none yet. A line is wiped
+  /// when the next call comes. The time that all calls take is linear in what was received.
   [[nodiscard]] std::optional<std::string_view> nextLine() noexcept;
 
  private:
-  void forget(std::size_t count) noexcept;
-
   std::string bytes_;
   std::size_t used_ = 0;
-  std::size_t taken_ = 0;  // length of the line handed out last, its line feed included
+  std::size_t taken_ = 0;     // lines handed out, at the front,
+  std::size_t wiped_ = 0;     // all but the last of them wiped
+  std::size_t searched_ = 0;  // there is no line feed between `taken_` and here
 };
 
 /// `platform::receive` into `buffer`; -1 also when a line is too long for it.

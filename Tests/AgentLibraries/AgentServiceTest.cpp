@@ -1,9 +1,11 @@
 #include <gmock/gmock.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <chrono>
 #include <filesystem>
 #include <future>
+#include <latch>
 #include <memory>
 #include <optional>
 #include <string>
@@ -58,7 +60,11 @@ class AgentServiceTest : public ::testing::Test {
   /// Asks for `key`. A second reply would break the promise, with an exception that ends the test.
   static std::future<Value> ask(AgentServiceProtocol& service, const std::string& key) {
     auto promise = std::make_shared<std::promise<Value>>();
-    service.fetchStatusMessageForKey(key, [promise](const Value& v) { promise->set_value(v); });
+    service.fetchStatusMessageForKey(
+        key, [promise](const Value& v) { promise->set_value(v); },
+        [promise](std::string_view reason) {
+          promise->set_value("failed: " + std::string(reason));
+        });
     return promise->get_future();
   }
   static Value answer(std::future<Value> asked) {
@@ -72,12 +78,13 @@ class AgentServiceTest : public ::testing::Test {
 
 TEST_F(AgentServiceTest, OddAnswersGiveOneReplyAndHarmNothing) {
   for (const auto& [bytes, expected] : std::vector<std::pair<std::string, Value>>{
-           {R"({"id":1,"value":"sec)", std::nullopt},  // it hangs up
-           {"secret garbage\n{\"id\":2,\"value\":\"secret\"}\n"
-            "{\"id\":1,\"value\":\"v\"}\n{\"id\":1,\"value\":\"secret\"}\n",
+           {R"({"id":1,"value":"sec)", "failed: the service closed the connection"},
+           {"secret garbage\n", "failed: the service sent a line that is no reply"},
+           {"{\"id\":2,\"value\":\"secret\"}\n{\"id\":1,\"value\":\"v\"}\n"
+            "{\"id\":1,\"value\":\"secret\"}\n",
             "v"},
            {"{\"id\":1,\"value\":[\"secret\"]}\n", std::nullopt},
-           {std::string(300'000, 'x'), std::nullopt}}) {
+           {std::string(300'000, 'x'), "failed: the service sent a reply of more than 64 KiB"}}) {
     const auto listener = *platform::listenOnLocalSocket(path);
     const std::jthread service([&listener, &bytes] {
       platform::Awaited client{.descriptor = listener.get()};
@@ -105,16 +112,19 @@ TEST_F(AgentServiceTest, ValuesAndAbsenceAreGivenAlsoByAServiceThatCameBack) {
   }
   EXPECT_THAT(log.records(), ::testing::IsEmpty());
   server.reset();
-  EXPECT_EQ(answer(ask(*service, "key")), std::nullopt);
+  EXPECT_THAT(answer(ask(*service, "key")).value_or(""),
+              ::testing::StartsWith("failed: the service "));
   EXPECT_EQ(connection->getService(), nullptr);
   server = std::make_unique<AgentServiceServer>(path, answerKey);
   std::promise<Value> last;
-  service->fetchStatusMessageForKey("key", [&](const Value& value) {
-    connection.reset();  // on the connection's own thread
-    last.set_value(value);
-  });
+  service->fetchStatusMessageForKey("key",
+                                    [&](const Value& value) {
+                                      connection.reset();  // on the connection's own thread
+                                      last.set_value(value);
+                                    },
+                                    {});
   EXPECT_EQ(answer(last.get_future()), "key");
-  EXPECT_EQ(answer(ask(*service, "later")), std::nullopt);
+  EXPECT_EQ(answer(ask(*service, "later")), "failed: the service can't be reached");
 }
 
 TEST_F(AgentServiceTest, NoKeyIsSentToAnotherUsersProcessAndTheLogSaysWhy) {
@@ -141,6 +151,26 @@ TEST_F(AgentServiceTest, NoKeyIsSentToAnotherUsersProcessAndTheLogSaysWhy) {
                                     ": it runs neither as root nor as the agent's user."),
                           ErrorLine("Unable to reach the agent service: the agent's base "
                                     "directory is not known.")));
+}
+
+TEST_F(AgentServiceTest, AnswersToManyRequestsAtOnceAreNotLost) {
+  const AgentServiceServer server(path, [](const std::string&) { return std::string(4000, 'v'); });
+  AgentServiceConnection connection;
+  const auto service = connection.getService();
+  constexpr int kRequests = 3000;
+  std::atomic<int> answers = 0;
+  std::latch settled(kRequests);
+  for (int request = 0; request < kRequests; ++request) {
+    service->fetchStatusMessageForKey(
+        std::string(200, 'k'),
+        [&](const Value& value) {
+          answers += value ? 1 : 0;
+          settled.count_down();
+        },
+        [&](std::string_view) { settled.count_down(); });
+  }
+  settled.wait();
+  EXPECT_EQ(answers, kRequests);
 }
 
 TEST_F(AgentServiceTest, TheServerWaitsForNoClientAndLeavesNoSocket) {

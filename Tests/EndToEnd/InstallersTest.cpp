@@ -146,9 +146,10 @@ const MacTests credentials("Credentials", [] {
        "agent service/value=PatchOSUpdateUserName alice | agent "
        "service/value=PatchOSUpdatePassword",
        none},
-      {"ServiceDies", "agent service/state=dies", none},
+      {"ServiceDies", "agent service/state=dies",
+       timeout + "UserName form AgentService, the service closed the connection."},
       {"ServiceTalksNonsense", "agent service/state=garbage",
-       timeout + "UserName form AgentService, Timeout.", 10},
+       timeout + "UserName form AgentService, the service sent a line that is no reply."},
       {"ServiceIsSilent", "agent service/state=silent",
        timeout + "UserName form AgentService, Timeout.", 10},
       {"ServiceNeverAnswersTheSecondKey", "agent service/state=silent on PatchOSUpdatePassword",

@@ -15,17 +15,16 @@ constexpr LogTag kTag{"value(for:)"};
 /// What the waiting caller and the service's answer share; lives as long as either needs it.
 struct Cell {
   std::optional<std::string> value;
+  std::string failure;  ///< Why there is no answer; empty when there is one.
   std::atomic_flag isAnswered;
-  std::counting_semaphore<> answered{0};  // orders the write of `value` before its reading
+  std::counting_semaphore<> answered{0};  // orders the writes above before their reading
 
-  /// Keeps the first answer only: the caller may already be reading it. Wipes `received`.
-  void answer(std::optional<std::string>& received) {
+  /// Keeps the first outcome only: the caller may already be reading it.
+  template <typename Keep>
+  void settle(const Keep& keep) {
     if (!isAnswered.test_and_set()) {
-      value = received;
+      keep();
       answered.release();
-    }
-    if (received) {
-      platform::wipe(*received);
     }
   }
   ~Cell() {
@@ -42,14 +41,25 @@ DefaultAgentServiceValueFetcher::DefaultAgentServiceValueFetcher(
     : service_(std::move(service)), timeout_(timeout) {}
 
 std::optional<std::string> DefaultAgentServiceValueFetcher::value(const std::string& key) {
+  const platform::NoCoreFile noCoreFile;
+  const auto deadline = std::chrono::steady_clock::now() + timeout_;  // a reconnect counts, too
   const auto cell = std::make_shared<Cell>();
-  service_->fetchStatusMessageForKey(key, [cell, key](std::optional<std::string> received) {
-    logInfo(kTag, [&] { return text("Received value for ", key, " form AgentService."); });
-    cell->answer(received);
-  });
-  if (!cell->answered.try_acquire_for(timeout_)) {
+  service_->fetchStatusMessageForKey(
+      key,
+      [cell, key](const std::optional<std::string>& received) {
+        logInfo(kTag, [&] { return text("Received value for ", key, " form AgentService."); });
+        cell->settle([&] { cell->value = received; });
+      },
+      [cell](std::string_view reason) { cell->settle([&] { cell->failure = reason; }); });
+  if (!cell->answered.try_acquire_until(deadline)) {
     logError(kTag,
              [&] { return text("Unable to get value for ", key, " form AgentService, Timeout."); });
+    return std::nullopt;
+  }
+  if (!cell->failure.empty()) {
+    logError(kTag, [&] {
+      return text("Unable to get value for ", key, " form AgentService, ", cell->failure, ".");
+    });
     return std::nullopt;
   }
   return std::move(cell->value);

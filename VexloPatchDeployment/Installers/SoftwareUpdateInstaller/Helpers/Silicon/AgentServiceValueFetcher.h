@@ -18,8 +18,9 @@ class AgentServiceValueFetcher {
   [[nodiscard]] virtual std::optional<std::string> value(const std::string& key) = 0;
 };
 
-/// Asks the service anew on every call and waits a limited time for its answer. An answer that
-/// comes later is wiped unread. Values are never logged.
+/// Asks the service anew on every call and waits a limited time for its answer, a reconnect
+/// included. When there can be no answer, the wait ends at once and the log says why. An answer
+/// that comes later is wiped unread. Values are never logged.
 class DefaultAgentServiceValueFetcher final : public AgentServiceValueFetcher {
  public:
   /// `service` is shared with the caller and never null.

@@ -1,6 +1,5 @@
 #include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Helpers/Silicon/CredentialsFetcher.h"
 
-#include <ostream>
 #include <utility>
 
 #include "Platform/Memory.h"
@@ -18,6 +17,12 @@ constexpr const char* kPasswordKey = "PatchOSUpdatePassword";
 Credentials::Credentials(std::string name, std::string secret)
     : userName(std::move(name)), password(std::move(secret)) {
   platform::wipe(secret);  // a short text's move leaves it behind
+  platform::keepFromSwap(password);
+}
+
+Credentials::Credentials(const Credentials& other)
+    : userName(other.userName), password(other.password) {
+  platform::keepFromSwap(password);
 }
 
 Credentials& Credentials::operator=(const Credentials& other) { return *this = Credentials(other); }
@@ -32,14 +37,6 @@ Credentials& Credentials::operator=(Credentials&& other) noexcept {
 }
 
 Credentials::~Credentials() { platform::wipe(password); }
-
-std::string describe(const Credentials& credentials) {
-  return text("Credentials(", credentials.userName, ")");
-}
-
-std::ostream& operator<<(std::ostream& out, const Credentials& credentials) {
-  return out << describe(credentials);
-}
 
 UserCredentials::UserCredentials(
     std::shared_ptr<AgentServiceValueFetcher> agentServiceValueProvider)

@@ -1,32 +1,32 @@
 // Fetches the user name and password with which macOS updates are authorised.
 #pragma once
-#include <iosfwd>
 #include <memory>
 #include <optional>
 #include <string>
 
+#include "Platform/Memory.h"
 #include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Helpers/Silicon/AgentServiceValueFetcher.h"
 
 namespace vexlo {
 
-/// An account's name and password. Every copy wipes its password when it goes.
+/// An account's name and password. Every copy wipes its password when it goes; while there is one,
+/// the process leaves no core file, and where it may the password stays out of the swap space. It has no text form: both came from the agent's service.
 struct Credentials {
   std::string userName;
   std::string password;
 
   Credentials(std::string name, std::string secret);
-  Credentials(const Credentials&) = default;
+  Credentials(const Credentials& other);
   Credentials(Credentials&&) noexcept = default;
   Credentials& operator=(const Credentials& other);
   Credentials& operator=(Credentials&& other) noexcept;
   ~Credentials();
 
   friend bool operator==(const Credentials&, const Credentials&) = default;
-};
 
-/// For log lines: the name only.
-[[nodiscard]] std::string describe(const Credentials& credentials);
-std::ostream& operator<<(std::ostream& out, const Credentials& credentials);
+ private:
+  platform::NoCoreFile noCoreFile_;
+};
 
 class CredentialsFetcher {
  public:

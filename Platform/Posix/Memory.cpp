@@ -1,0 +1,72 @@
+#include "Platform/Memory.h"
+
+#include <sys/mman.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <cstdint>
+#include <mutex>
+
+#include "Platform/Posix/CoreFileLimit.h"
+
+namespace platform {
+namespace {
+
+/// The limit of core files, while somebody wants none.
+struct CoreFiles {
+  std::mutex mutex;
+  std::uint64_t unwanted = 0;
+  rlim_t formerLimit = 0;
+};
+
+CoreFiles& coreFiles() {
+  static CoreFiles& files = *new CoreFiles;  // never destroyed: secrets may outlive static objects
+  return files;
+}
+
+/// Sets the soft limit; the one before.
+rlim_t setLimitOfCoreFiles(rlim_t wanted) noexcept {
+  rlimit limit{};
+  ::getrlimit(RLIMIT_CORE, &limit);
+  const rlim_t former = limit.rlim_cur;
+  limit.rlim_cur = wanted;
+  ::setrlimit(RLIMIT_CORE, &limit);
+  return former;
+}
+
+}  // namespace
+
+void wipe(std::string& secret) noexcept {
+  secret.resize(secret.capacity());  // earlier, longer content lies behind the end; no reallocation
+  volatile char* const bytes = secret.data();  // the compiler may not leave these writes out
+  for (std::size_t index = 0; index < secret.size(); ++index) {
+    bytes[index] = 0;
+  }
+  secret.clear();
+}
+
+void keepFromSwap(const std::string& secret) noexcept {
+  // Some systems want the address of a page.
+  const auto page = static_cast<std::uintptr_t>(::sysconf(_SC_PAGESIZE));
+  const auto address = reinterpret_cast<std::uintptr_t>(secret.data());
+  const std::uintptr_t start = address - address % page;
+  (void)::mlock(reinterpret_cast<const void*>(start), address + secret.capacity() - start);
+}
+
+NoCoreFile::NoCoreFile() noexcept {
+  CoreFiles& files = coreFiles();
+  const std::scoped_lock lock(files.mutex);
+  if (files.unwanted++ == 0) {
+    files.formerLimit = setLimitOfCoreFiles(limitWithoutCoreFile());
+  }
+}
+
+NoCoreFile::~NoCoreFile() {
+  CoreFiles& files = coreFiles();
+  const std::scoped_lock lock(files.mutex);
+  if (--files.unwanted == 0) {
+    setLimitOfCoreFiles(files.formerLimit);
+  }
+}
+
+}  // namespace platform

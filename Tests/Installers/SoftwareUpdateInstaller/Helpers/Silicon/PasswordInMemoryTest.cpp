@@ -1,0 +1,110 @@
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cinttypes>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <string>
+
+#include "AgentLibraries/vxutils/AgentServiceServer.h"
+#include "Tests/Fakes/LogCapture.h"
+#include "Tests/Fakes/TestAgentDirectories.h"
+#include "VexloPatchDeployment/Installers/InstallAssistantUpgradeInstaller/SiliconUpgradeInstaller.h"
+#include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Common/MacOSDownloader.h"
+#include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Common/SoftwareUpdateOutputAnalyser.h"
+
+namespace vexlo {
+namespace {
+
+/// The byte of the password at a place, told apart from any text of this program: the test itself
+/// never holds two of them in a row.
+char passwordByte(std::size_t place) { return static_cast<char>('!' + (place * 37 + 11) % 90); }
+
+/// How many pieces of the password, of at least eight bytes, the writable memory of this process
+/// holds.
+int passwordsInMemory(std::size_t length) {
+  std::ifstream maps("/proc/self/maps");
+  const int memory = ::open("/proc/self/mem", O_RDONLY | O_CLOEXEC);
+  int found = 0;
+  for (std::string line; std::getline(maps, line);) {
+    std::uintptr_t start = 0;
+    std::uintptr_t end = 0;
+    char writable = '-';
+    if (std::sscanf(line.c_str(), "%" SCNxPTR "-%" SCNxPTR " %*c%c", &start, &end, &writable) !=
+            3 ||
+        writable != 'w') {
+      continue;
+    }
+    std::size_t matched = 0;
+    static char chunk[65536];
+    for (std::uintptr_t at = start; at < end; at += sizeof chunk) {
+      const ssize_t count = ::pread(memory, chunk, std::min<std::size_t>(sizeof chunk, end - at),
+                                    static_cast<off_t>(at));
+      for (ssize_t index = 0; index < count; ++index) {
+        const char byte = chunk[index];
+        // The first byte occurs once in any eight, so a failed match starts again only there.
+        matched = byte == passwordByte(matched) ? matched + 1 : (byte == passwordByte(0) ? 1 : 0);
+        if (matched == std::min<std::size_t>(length, 8)) {
+          ++found;
+          matched = 0;
+        }
+      }
+    }
+    std::memset(chunk, 0, sizeof chunk);
+  }
+  ::close(memory);
+  return found;
+}
+
+std::string password(std::size_t length) {
+  std::string text;
+  text.reserve(64);
+  for (std::size_t place = 0; place < length; ++place) {
+    text += passwordByte(place);
+  }
+  return text;
+}
+
+TEST(PasswordInMemoryTest, NothingOfItIsLeftAfterTheInstallersAreGone) {
+  const TemporaryDirectory& root = testAgentDirectories();
+  const LogCapture log;
+  std::filesystem::create_directories(root.file("base/run"));
+  const std::string tool = root.write("I.app/Contents/Resources/startosinstall",
+                                      "#!/bin/sh\ncat | wc -c > \"${0%/I.app*}/length\"\n");
+  std::filesystem::permissions(tool, std::filesystem::perms::owner_all);
+  for (const std::size_t length : {9U, 13U, 15U, 16U, 40U}) {
+    ASSERT_EQ(passwordsInMemory(length), 0);
+    {
+      const vxutils::AgentServiceServer service(
+          root.file("base/run/agent-service.sock"), [&](const std::string& key) {
+            return std::optional(key == "PatchOSUpdatePassword" ? password(length) : "alice");
+          });
+      const auto dependencies = DefaultUpgradeInstallerDependencies::silicon();
+      ASSERT_NE(dependencies, nullptr);
+      EXPECT_EQ(SiliconUpgradeInstaller(root.file("I.app"), dependencies).installMacOS(),
+                PatchActionResult::success());
+      for (const std::int64_t version : {12, 14}) {
+        const std::optional<Credentials> credentials =
+            dependencies->userCredentials()->credentials();
+        ASSERT_TRUE(credentials);
+        DefaultSoftwareUpdateOutputAnalyser analyser;
+        SystemUserSession session;
+        DefaultMacOSDownloader downloader("label", SoftwareUpdateAuthContext::silicon(*credentials),
+                                          TerminalUtil::defaultInstance(), analyser, version);
+        (void)downloader.download(false, session);
+        EXPECT_GT(passwordsInMemory(length), 0) << "the search finds nothing at all";
+      }
+    }
+    EXPECT_EQ(root.read("length"), std::to_string(length) + "\n");
+    EXPECT_EQ(passwordsInMemory(length), 0) << length << " bytes";
+  }
+}
+
+}  // namespace
+}  // namespace vexlo
