@@ -13,13 +13,14 @@
 
 #include "AgentLibraries/vxutils/AgentServiceServer.h"
 #include "SimulatedMac/Layout.h"
+#include "SimulatedMac/ScenarioValues.h"
 
 namespace simulated_mac {
 namespace {
 
 constexpr std::string_view kSilentOn = "silent on ";
 
-/// The text behind the key in a line `value = KEY TEXT`; absent when the service holds none.
+/// TEXT from the line `value = KEY TEXT` of the scenario; absent when there is none.
 std::optional<std::string> held(const Scenario& scenario, std::string_view key) {
   for (const std::string& value : scenario.values("agent service", "value")) {
     if (value.starts_with(key) && (value.size() == key.size() || value[key.size()] == ' ')) {
@@ -43,8 +44,8 @@ void tellReady(int ready) {
   }
 }
 
-/// A service that takes connections but is no good: it answers every request with `answer`, or
-/// ends at the first one when there is no answer.
+/// A broken service: answers every request with the bytes of `answer`, or exits at the first
+/// request without one.
 [[noreturn]] void misbehave(const std::optional<std::string>& answer, int ready) {
   const int listening = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
   sockaddr_un address{};
@@ -101,10 +102,6 @@ void serveAgent(const Scenario& scenario, int ready) {
 
 bool hasAgentService(const Scenario& scenario) {
   return scenario.valueOr("agent service", "state", "answers") != "absent";
-}
-
-std::string agentServiceValue(const Scenario& scenario, std::string_view key) {
-  return held(scenario, key).value_or("");
 }
 
 }  // namespace simulated_mac

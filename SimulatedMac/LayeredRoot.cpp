@@ -19,7 +19,7 @@ namespace simulated_mac {
 namespace fs = std::filesystem;
 namespace {
 
-/// Directories at the top that the new root makes itself, whatever the host has there.
+/// Top-level directories that are not taken from the host.
 constexpr std::array<std::string_view, 10> kOwnTopLevel{
     "dev",          "proc",  "sys",     "System",         "Library",
     "Applications", "Users", "private", ".simulated-mac", "lost+found"};
@@ -39,7 +39,7 @@ void bindMount(const std::string& source, const std::string& target) {
   mountOrFail(source, target, nullptr, MS_BIND | MS_REC);
 }
 
-/// The host's mount points below `directory`, without those that lie in another of them.
+/// The host's outermost mount points below `directory`.
 std::vector<std::string> mountPointsBelow(const std::string& directory) {
   std::ifstream table("/proc/self/mountinfo");
   std::vector<std::string> found;
@@ -80,7 +80,7 @@ void writeNewFile(const std::string& path, std::string_view content, unsigned mo
 LayeredRoot::LayeredRoot(const std::string& bytes, bool mayWriteHost)
     : mayWriteHost_(mayWriteHost) {
   mountOrFail("none", "/", nullptr, MS_REC | MS_PRIVATE);
-  // /sys exists everywhere and nobody keeps files there: hiding it hides nothing that is wanted.
+  // /sys exists everywhere, and hiding it hides no file that anyone needs.
   hostSys_ = open("/sys", O_PATH | O_DIRECTORY | O_CLOEXEC);
   if (hostSys_ < 0) {
     fail("/sys");
@@ -98,8 +98,18 @@ std::string LayeredRoot::place(std::string_view macPath) const {
   return path;
 }
 
+void LayeredRoot::writeFile(const std::string& macPath, std::string_view content) const {
+  writeNewFile(place(macPath), content);
+}
+
+void LayeredRoot::makeDirectory(const std::string& macPath, unsigned mode) const {
+  const std::string path = place(macPath);
+  fs::create_directories(path);
+  chmod(path.c_str(), mode);
+}
+
 std::string LayeredRoot::placeBesideHostFiles(const std::string& macPath) {
-  // Distributions disagree on what is a link to what: the file goes where its path really leads.
+  // Distributions differ in which directories are symbolic links, so the path is resolved first.
   const fs::path wanted(macPath);
   fs::path existing = wanted.parent_path();
   while (!fs::is_directory(existing)) {
@@ -141,7 +151,7 @@ void LayeredRoot::makeTreeReadOnly(const std::string& path) const {
   attributes.attr_set = MOUNT_ATTR_RDONLY;
   const bool done =
       mount_setattr(AT_FDCWD, path.c_str(), AT_RECURSIVE, &attributes, sizeof attributes) == 0;
-  // Where the kernel can't, the permissions of the host's files protect them from all but root.
+  // On an older kernel, file permissions protect the host's files from everyone but root.
   if (!done && (errno != ENOSYS || mayWriteHost_)) {
     fail("make " + path + " read-only");
   }
@@ -170,7 +180,7 @@ void LayeredRoot::mountOverlays() const {
     std::string layers = "lowerdir=";
     layers.append(above_).append(directory).append(":").append(directory);
     mountOrFail("overlay", target, "overlay", MS_RDONLY, layers.c_str());
-    // An overlay shows only its own file systems; what the host has mounted below comes back.
+    // An overlay does not show what the host has mounted below its lower layer.
     for (const std::string& point : mountPointsBelow(directory)) {
       std::error_code ignored;
       if (fs::exists(root_ + point, ignored)) {
@@ -190,7 +200,7 @@ void LayeredRoot::mountOverlays() const {
 void LayeredRoot::makeDevices() const {
   const std::string dev = root_ + "/dev";
   fs::create_directories(dev + "/shm");
-  if (fs::is_directory("/dev/shm")) {  // some build there
+  if (fs::is_directory("/dev/shm")) {  // builds may run there
     bindMount("/dev/shm", dev + "/shm");
     makeTreeReadOnly(dev + "/shm");
   }
@@ -210,7 +220,7 @@ void LayeredRoot::makeDevices() const {
 }
 
 void LayeredRoot::makeSys() const {
-  // The host's class/ stays out: the Mac has the power supplies of its scenario, no others.
+  // Without the host's class/: the Mac has the power supplies of its scenario only.
   const std::string host = "/proc/self/fd/" + std::to_string(hostSys_);
   for (const char* const name : {"devices", "fs", "kernel"}) {
     const std::string target = root_ + "/sys/" + name;

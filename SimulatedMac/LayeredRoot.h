@@ -1,4 +1,4 @@
-// A new root directory in a private mount namespace: the host's files with others laid over.
+// A new root directory in a private mount namespace: the host's files, with others over them.
 #pragma once
 #include <map>
 #include <set>
@@ -8,31 +8,37 @@
 namespace simulated_mac {
 
 /// Built on a tmpfs that only the calling process and its children see. The host's directories
-/// are there read-only, so that nothing inside leaves a trace on the host. Needs the mount
-/// namespace's own capability; operations throw `std::system_error`.
+/// are mounted read-only, so that nothing inside leaves a trace on the host. Needs CAP_SYS_ADMIN in
+/// the mount namespace; operations throw `std::system_error`.
 class LayeredRoot {
  public:
   /// Detaches the namespace's mounts from the host's and mounts the tmpfs, `bytes` in size.
-  /// `mayWriteHost` says that the caller is a user whom the permissions of the host's files don't
-  /// stop: then a kernel that can't make mounts read-only (before 5.12) is an error.
+  /// `mayWriteHost`: file permissions don't keep the caller from writing to the host's files, so a
+  /// kernel that can't make whole mount trees read-only (before 5.12) is an error.
   LayeredRoot(const std::string& bytes, bool mayWriteHost);
 
-  /// Where the new root lies as long as `enter` was not called.
+  /// Where the new root is until `enter` is called.
   [[nodiscard]] const std::string& path() const noexcept { return root_; }
-  /// The path in the new root of `macPath`, which is absolute; its parents are made.
+  /// The path on the host of `macPath`, which is absolute; makes its parents.
   [[nodiscard]] std::string place(std::string_view macPath) const;
 
-  /// Where to put a file that is to be seen at `macPath` beside the host's files of the same
-  /// directory; its parents are made.
+  /// Writes a file of the new root and makes its parents.
+  void writeFile(const std::string& macPath, std::string_view content) const;
+  /// Makes a directory of the new root with these permission bits, and its parents.
+  void makeDirectory(const std::string& macPath, unsigned mode) const;
+
+  /// Where to put a file that appears at `macPath` among the host's files in that directory; makes
+  /// its parents.
   [[nodiscard]] std::string placeBesideHostFiles(const std::string& macPath);
-  /// Lets `macPath`, a file of the host, appear with this content; nothing when the host has none.
+  /// Shows other content at `macPath`, a file of the host; does nothing when the host has no such
+  /// file.
   void coverFile(const std::string& macPath, std::string_view content);
-  /// Shows the file or directory `source` of the host at `macPath`, which is made.
+  /// Shows the file or directory `source` of the host at `macPath`.
   void bind(const std::string& source, const std::string& macPath, bool directory) const;
   /// Makes a directory of the new root read-only.
   void makeReadOnly(const std::string& macPath) const;
 
-  /// Lays everything together and makes it the root of the calling process.
+  /// Mounts everything and makes it the root directory of the calling process.
   void enter();
 
  private:
@@ -45,8 +51,8 @@ class LayeredRoot {
   bool mayWriteHost_;
   int hostSys_ = -1;
   std::string root_;
-  std::string above_;               ///< What lies over the host's directories.
-  std::set<std::string> overlays_;  ///< Directories of the host with files above.
+  std::string above_;               ///< Upper layers of the overlays.
+  std::set<std::string> overlays_;  ///< The host's directories that get one.
   std::map<std::string, std::string> covers_;
 };
 

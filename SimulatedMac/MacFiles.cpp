@@ -1,101 +1,27 @@
 #include "SimulatedMac/MacFiles.h"
 
-#include <sys/stat.h>
 #include <unistd.h>
 #include <utmpx.h>
 
-#include <algorithm>
-#include <array>
-#include <charconv>
-#include <cstring>
+#include <cctype>
+#include <cstddef>
 #include <ctime>
 #include <filesystem>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <vector>
 
+#include "SimulatedMac/AgentFiles.h"
+#include "SimulatedMac/DocumentText.h"
 #include "SimulatedMac/Layout.h"
+#include "SimulatedMac/ScenarioValues.h"
 
 namespace simulated_mac {
 namespace fs = std::filesystem;
 namespace {
 
 constexpr std::string_view kApplicationPrefix = "application ";
-constexpr std::string_view kPromptDataPrefix = "prompt data ";
-constexpr const char* kLinkedFile = "/private/tmp/linked.plist";
-
-bool isInteger(std::string_view text) {
-  long long number = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-  return error == std::errc{} && end == text.data() + text.size() && !text.empty();
-}
-
-std::string escapedForXML(std::string_view text) {
-  std::string out;
-  for (const char c : text) {
-    switch (c) {
-      case '&':
-        out += "&amp;";
-        break;
-      case '<':
-        out += "&lt;";
-        break;
-      default:
-        out += c;
-    }
-  }
-  return out;
-}
-
-/// A value as scenarios write it: a number, true or false, else a text, with or without quotes.
-std::string plistValue(std::string_view value) {
-  if (isInteger(value)) {
-    return "<integer>" + std::string(value) + "</integer>";
-  }
-  if (value == "true" || value == "false") {
-    return "<" + std::string(value) + "/>";
-  }
-  if (value.size() >= 2 && value.starts_with('"') && value.ends_with('"')) {
-    value = value.substr(1, value.size() - 2);
-  }
-  return "<string>" + escapedForXML(value) + "</string>";
-}
-
-std::string plistDictionary(const std::vector<Setting>& settings) {
-  std::string out = "<dict>\n";
-  for (const Setting& setting : settings) {
-    out += "<key>" + escapedForXML(setting.key) + "</key>" + plistValue(setting.value) + "\n";
-  }
-  return out + "</dict>\n";
-}
-
-std::string plistDocument(std::string_view content) {
-  return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-         "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" "
-         "\"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n<plist version=\"1.0\">\n" +
-         std::string(content) + "</plist>\n";
-}
-
-/// The content of a settings file: the text under "content", else the settings as a dictionary.
-std::string plistFile(const Section& section) {
-  for (const Setting& setting : section.settings) {
-    if (setting.key == "content") {
-      return setting.value;
-    }
-  }
-  return plistDocument(plistDictionary(section.settings));
-}
-
-std::string quotedForJSON(std::string_view text) {
-  std::string out = "\"";
-  for (const char c : text) {
-    if (c == '"' || c == '\\') {
-      out += '\\';
-    }
-    out += c;
-  }
-  return out + '"';
-}
 
 struct Account {
   std::string name;
@@ -111,20 +37,20 @@ std::vector<Account> accounts(const Scenario& scenario) {
   return found;
 }
 
-class Writer {
+class MacFilesWriter {
  public:
-  Writer(LayeredRoot& root, const Scenario& scenario) : root_(root), scenario_(scenario) {}
+  MacFilesWriter(LayeredRoot& root, const Scenario& scenario) : root_(root), scenario_(scenario) {}
 
   void writeSystem() {
     const std::string version = scenario_.valueOr("mac", "version", "");
     if (version != "unreadable") {
-      write("/System/Library/CoreServices/SystemVersion.plist",
-            plistDocument("<dict>\n<key>ProductName</key><string>macOS</string>\n"
-                          "<key>ProductVersion</key><string>" +
-                          escapedForXML(version) + "</string>\n</dict>\n"));
+      root_.writeFile("/System/Library/CoreServices/SystemVersion.plist",
+                      plistDocument("<dict>\n<key>ProductName</key><string>macOS</string>\n"
+                                    "<key>ProductVersion</key><string>" +
+                                    escapedForXML(version) + "</string>\n</dict>\n"));
     }
-    // A directory of its own for temporary files: the host's are read-only here.
-    makeDirectory("/private/tmp", 01777);
+    // The host's directories for temporary files are read-only in the Mac.
+    root_.makeDirectory("/private/tmp", 01777);
   }
 
   void writeUsers() {
@@ -133,14 +59,14 @@ class Writer {
       passwords += account.name + ":x:" + std::to_string(account.number) + ":20:" + account.name +
                    ":/Users/" + account.name + ":/bin/sh\n";
       const std::string home = "/Users/" + account.name;
-      makeDirectory(home, 0755);
+      root_.makeDirectory(home, 0755);
       giveTo(account, home);
     }
     root_.coverFile("/etc/passwd", passwords);
     root_.coverFile("/etc/nsswitch.conf", "passwd: files\ngroup: files\nshadow: files\n");
 
     const std::string console = scenario_.valueOr("users", "console", "none");
-    write("/dev/console", "");
+    root_.writeFile("/dev/console", "");
     for (const Account& account : accounts(scenario_)) {
       if (account.name == console) {
         giveTo(account, "/dev/console");
@@ -179,41 +105,12 @@ class Writer {
     fs::create_symlink(
         kToolProgram,
         root_.place("/Applications/Install macOS Sonoma.app/Contents/Resources/startosinstall"));
-    write(kScenarioFile, scenario_.text());
-    makeDirectory(kCountDirectory, 01777);
-  }
-
-  void writeAgent() {
-    const std::string agent = kAgentRoot;
-    for (const char* const name : {"/data", "/logs", "/run", "/bin"}) {
-      makeDirectory(agent + name, 0755);
-    }
-    makeDirectory(agent + "/logs/UserLogs", 01777);  // the user's prompt writes here
-    writeActionFile(agent + "/client-data/patch-resources/mac-patch-actions.json");
-    if (const Section* const data = scenario_.section("patch data")) {
-      write(kPatchDataFile, plistFile(*data));
-    }
-    if (const Section* const customization = scenario_.section("customization")) {
-      write(agent + "/data/ApplicationRunningPromptCustomization.plist", plistFile(*customization));
-    }
-    writePromptData(agent + "/data/ApplicationRunningPromptData.plist");
-    if (scenario_.value("agent", "data directory") == "read-only") {
-      root_.makeReadOnly(agent + "/data");
-    }
+    root_.writeFile(kScenarioFile, scenario_.serialized());
+    root_.makeDirectory(kCountDirectory, 01777);
   }
 
  private:
-  void write(const std::string& macPath, std::string_view content) {
-    writeNewFile(root_.place(macPath), content);
-  }
-
-  void makeDirectory(const std::string& macPath, mode_t mode) {
-    const std::string path = root_.place(macPath);
-    fs::create_directories(path);
-    chmod(path.c_str(), mode);
-  }
-
-  /// Without effect where a user namespace has no other user than its own.
+  /// Has no effect in a user namespace with a single user.
   void giveTo(const Account& account, const std::string& macPath) {
     [[maybe_unused]] const int ignored = chown(root_.place(macPath).c_str(), account.number, 20);
   }
@@ -223,7 +120,7 @@ class Writer {
     const auto add = [&](const std::string& user, const std::string& line) {
       utmpx record{};
       record.ut_type = USER_PROCESS;
-      record.ut_pid = 1;  // lives as long as the Mac
+      record.ut_pid = 1;  // exists as long as the Mac
       line.copy(record.ut_line, sizeof record.ut_line - 1);
       user.copy(record.ut_user, sizeof record.ut_user - 1);
       record.ut_tv.tv_sec = static_cast<decltype(record.ut_tv.tv_sec)>(std::time(nullptr));
@@ -244,7 +141,7 @@ class Writer {
     const bool isMains = fields[0] == "mains";
     const std::string name = (isMains ? "Mains-" : "InternalBattery-") + std::to_string(number);
     const auto fact = [&](const std::string& attribute, const std::string& content) {
-      write("/sys/class/power_supply/" + name + "/" + attribute, content + "\n");
+      root_.writeFile("/sys/class/power_supply/" + name + "/" + attribute, content + "\n");
     };
     if (isMains) {
       fact("type", "Mains");
@@ -271,66 +168,7 @@ class Writer {
     if (name) {
       facts.push_back({"CFBundleDisplayName", "\"" + *name + "\""});
     }
-    write((contents / "Info.plist").string(), plistDocument(plistDictionary(facts)));
-  }
-
-  /// With [actions], a file that gives patch 310990 exactly these; else the one that lies there.
-  void writeActionFile(const std::string& path) {
-    const std::string given = scenario_.valueOr("agent", "action file", "usual");
-    if (given == "missing") {
-      fs::remove(root_.place(path));
-    } else if (given != "usual") {
-      write(path, given);
-    } else if (const Section* const actions = scenario_.section("actions")) {
-      std::string members;
-      for (const Setting& action : actions->settings) {
-        std::string arguments;
-        for (const std::string& argument : words(action.value)) {
-          arguments += (arguments.empty() ? "" : ", ") + quotedForJSON(argument);
-        }
-        members +=
-            (members.empty() ? "" : ", ") + quotedForJSON(action.key) + ": [" + arguments + "]";
-      }
-      write(path, R"({"PatchActions": {"310990": {)" + members + "}}}\n");
-    }
-  }
-
-  void writePromptData(const std::string& path) {
-    if (const auto given = scenario_.value("agent", "prompt data")) {
-      const bool isLink = *given == "a link";
-      write(isLink ? kLinkedFile : path, isLink ? "not the agent's\n" : *given);
-      if (isLink) {
-        fs::create_symlink(kLinkedFile, root_.place(path));
-      }
-      return;
-    }
-    std::string records;
-    for (const Section& section : scenario_.sections()) {
-      if (!section.name.starts_with(kPromptDataPrefix)) {
-        continue;
-      }
-      std::vector<Setting> record = section.settings;
-      for (Setting& entry : record) {
-        if (entry.key == "today") {
-          entry.key = today();
-        }
-      }
-      records += "<key>" + escapedForXML(section.name.substr(kPromptDataPrefix.size())) + "</key>" +
-                 plistDictionary(record);
-    }
-    if (!records.empty()) {
-      write(path, plistDocument("<dict>\n" + records + "</dict>\n"));
-    }
-  }
-
-  /// The present day of the Mac's time zone, "dd-MM-yyyy".
-  [[nodiscard]] std::string today() const {
-    setenv("TZ", scenario_.valueOr("mac", "time zone", "UTC").c_str(), 1);
-    const std::time_t now = std::time(nullptr);
-    std::tm local{};
-    localtime_r(&now, &local);
-    std::array<char, 16> text{};
-    return {text.data(), std::strftime(text.data(), text.size(), "%d-%m-%Y", &local)};
+    root_.writeFile((contents / "Info.plist").string(), plistDocument(plistDictionary(facts)));
   }
 
   LayeredRoot& root_;
@@ -342,13 +180,13 @@ class Writer {
 void writeMacFiles(LayeredRoot& root, const Scenario& scenario, const std::string& mac,
                    const std::string& tool) {
   fs::copy(mac, root.path(), fs::copy_options::recursive);
-  Writer writer(root, scenario);
+  MacFilesWriter writer(root, scenario);
   writer.writeSystem();
   writer.writeUsers();
   writer.writePower();
   writer.writeTools(tool);
   writer.writeApplications(tool);
-  writer.writeAgent();
+  writeAgentFiles(root, scenario);
 }
 
 std::string applicationExecutable(const Scenario& scenario, const std::string& section) {

@@ -1,15 +1,16 @@
-// Writes the files of a simulated Mac: system facts, users, power, applications, the agent's data.
+// Writes the files of a simulated Mac.
 #pragma once
 #include <string>
+#include <vector>
 
 #include "SimulatedMac/LayeredRoot.h"
 #include "SimulatedMac/Scenario.h"
 
 namespace simulated_mac {
 
-/// Puts everything that `scenario` says into `root`. `mac` is the directory whose contents are
-/// every Mac's, `tool` the stand-in program, both of the host. Throws `std::system_error` for a
-/// file that can't be made.
+/// Writes the files that `scenario` describes into `root`: system, users, power supplies,
+/// applications, tools, the agent's data. `mac` is the host directory with the files of every Mac,
+/// `tool` the stand-in program. Throws `std::system_error`.
 void writeMacFiles(LayeredRoot& root, const Scenario& scenario, const std::string& mac,
                    const std::string& tool);
 

@@ -1,4 +1,4 @@
-// The settings of a simulated Mac, as scenario files write them.
+// The settings of a simulated Mac, as written in scenario files.
 #pragma once
 #include <expected>
 #include <optional>
@@ -20,24 +20,25 @@ struct Section {
   std::vector<Setting> settings;
 };
 
-/// Sections of settings. A plain value. README.md lists the sections and their keys.
+/// The sections of a scenario; a value type. README.md lists the sections and their keys.
 class Scenario {
  public:
   /// Reads the text of a scenario file. The error is one line: file, line, what was expected.
-  /// Unknown sections and keys are errors, so that no typing mistake makes another Mac.
+  /// Unknown sections and keys are errors, so that a typo can't go unnoticed.
   static std::expected<Scenario, std::string> parse(std::string_view text, const std::string& file);
-  /// Adds one setting as the command line writes it, "section/key=value".
+  /// Adds one setting, written as on the command line: "section/key=value".
   std::expected<void, std::string> add(std::string_view text);
 
-  /// Lays `other` over this scenario: what a tool does is replaced as a whole, of the other
-  /// sections the keys that `other` mentions.
+  /// Applies `other` on top of this scenario: it replaces a tool's section as a whole, and in the
+  /// other sections the keys that it sets.
   void overlay(const Scenario& other);
 
-  /// The text that `parse` reads back, but for blanks at the ends of a one-line value.
-  [[nodiscard]] std::string text() const;
+  /// As a scenario file: `parse` reads back the same, except for spaces at the ends of a one-line
+  /// value.
+  [[nodiscard]] std::string serialized() const;
 
   [[nodiscard]] const std::vector<Section>& sections() const noexcept { return sections_; }
-  /// The section of that name, null when the scenario has none.
+  /// The section with that name, or null.
   [[nodiscard]] const Section* section(std::string_view name) const noexcept;
   /// The last value of the key; absent when the section or the key is.
   [[nodiscard]] std::optional<std::string> value(std::string_view section,
@@ -50,15 +51,9 @@ class Scenario {
                                                 std::string_view key) const;
 
  private:
+  class Parser;
   Section& sectionToFill(std::string_view name);
   std::vector<Section> sections_;
 };
-
-/// The words of a value: separated by blanks; double quotation marks hold one word together.
-[[nodiscard]] std::vector<std::string> words(std::string_view value);
-/// Whether the value is one of "yes" and "true".
-[[nodiscard]] bool isYes(std::string_view value);
-/// The length of "2 s", "1.5 s" or "300 ms" in milliseconds; absent for any other text.
-[[nodiscard]] std::optional<int> milliseconds(std::string_view value);
 
 }  // namespace simulated_mac

@@ -1,0 +1,24 @@
+// What `enter` says about itself, and its own exit statuses.
+#pragma once
+#include <iostream>
+#include <string>
+
+namespace simulated_mac {
+
+// Every other status is the command's.
+inline constexpr int kBadUsage = 64;
+inline constexpr int kBadScenario = 65;
+inline constexpr int kDoesntStart = 70;
+inline constexpr int kCantEnter = 77;
+inline constexpr int kNotFound = 127;
+inline constexpr int kNotExecutable = 126;
+
+inline constexpr const char* kCantMakeMac = "can't make a simulated Mac here: ";
+
+/// Prints the problem to standard error and returns `status`.
+inline int complain(const std::string& problem, int status) {
+  std::cerr << "enter: " << problem << "\n";
+  return status;
+}
+
+}  // namespace simulated_mac

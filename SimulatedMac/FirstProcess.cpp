@@ -1,0 +1,205 @@
+#include "SimulatedMac/FirstProcess.h"
+
+#include <fcntl.h>
+#include <grp.h>
+#include <pwd.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <optional>
+#include <stdexcept>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+#include "SimulatedMac/AgentServiceStandIn.h"
+#include "SimulatedMac/EnterMessages.h"
+#include "SimulatedMac/LayeredRoot.h"
+#include "SimulatedMac/Layout.h"
+#include "SimulatedMac/MacFiles.h"
+#include "SimulatedMac/QuitTriggers.h"
+#include "SimulatedMac/ScenarioFiles.h"
+
+namespace simulated_mac {
+namespace fs = std::filesystem;
+namespace {
+
+std::string programDirectory() {
+  return fs::path(fs::read_symlink("/proc/self/exe")).parent_path();
+}
+
+/// Sets the environment of a daemon on the Mac, plus what the caller's terminal and the sanitizers
+/// need.
+void setEnvironment(const Scenario& scenario) {
+  const std::string own = programDirectory();
+  std::vector<std::pair<std::string, std::string>> kept;
+  for (const char* const name : {"TERM", "COLUMNS", "NO_COLOR", "ASAN_OPTIONS", "UBSAN_OPTIONS",
+                                 "LSAN_OPTIONS", "TSAN_OPTIONS"}) {
+    if (const char* const value = std::getenv(name)) {
+      kept.emplace_back(name, value);
+    }
+  }
+  clearenv();
+  for (const auto& [name, value] : kept) {
+    setenv(name.c_str(), value.c_str(), 1);
+  }
+  setenv("PATH", ("/usr/bin:/bin:/usr/sbin:/sbin:" + own).c_str(), 1);
+  setenv("HOME", "/", 1);
+  setenv("USER", "root", 1);
+  setenv("SHELL", "/bin/sh", 1);
+  setenv("TMPDIR", "/private/tmp", 1);
+  setenv("LANG", scenario.valueOr("mac", "language", "en_US.UTF-8").c_str(), 1);
+  setenv("TZ", scenario.valueOr("mac", "time zone", "UTC").c_str(), 1);
+  setenv("VEXLO_AGENT_ROOT", kAgentRoot, 1);
+}
+
+/// Forks a child that calls `work` with the write end of a pipe, and waits until the child writes
+/// to it. Throws `std::runtime_error`, which names `what`, when the child ends before that.
+template <typename Work>
+pid_t startAndWaitUntilReady(const std::string& what, const Work& work) {
+  std::array<int, 2> ready{};
+  if (pipe2(ready.data(), O_CLOEXEC) != 0) {
+    throw std::system_error(errno, std::generic_category(), "pipe");
+  }
+  const pid_t child = fork();
+  if (child < 0) {
+    throw std::system_error(errno, std::generic_category(), "fork");
+  }
+  if (child == 0) {
+    close(ready[0]);
+    setsid();
+    if (const int null = open("/dev/null", O_RDWR | O_CLOEXEC); null >= 0) {
+      dup2(null, STDIN_FILENO);
+      dup2(null, STDOUT_FILENO);
+    }
+    try {
+      work(ready[1]);
+    } catch (const std::exception& error) {
+      complain(what + ": " + error.what(), 0);
+    }
+    _exit(kDoesntStart);
+  }
+  close(ready[1]);
+  char answer = 0;
+  ssize_t size = 0;
+  while ((size = read(ready[0], &answer, 1)) < 0 && errno == EINTR) {
+  }
+  close(ready[0]);
+  if (size != 1) {
+    throw std::runtime_error(what + " doesn't start");
+  }
+  return child;
+}
+
+/// Changes to the console user, who runs the applications. Stays root when there is none, or when
+/// the user namespace has no second user.
+void becomeConsoleUser(const Scenario& scenario) {
+  const passwd* const account = getpwnam(scenario.valueOr("users", "console", "none").c_str());
+  if (account != nullptr && setgroups(0, nullptr) == 0 && setgid(account->pw_gid) == 0) {
+    [[maybe_unused]] const int ignored = setuid(account->pw_uid);
+  }
+}
+
+/// Starts all instances of all applications and returns those that have a text to quit at.
+std::vector<Quitter> startApplications(const Scenario& scenario) {
+  std::vector<Quitter> quitters;
+  for (const std::string& section : applicationSections(scenario)) {
+    const std::string executable = applicationExecutable(scenario, section);
+    const auto quits = scenario.value(section, "quits");
+    for (int count = std::atoi(scenario.valueOr(section, "instances", "1").c_str()); count > 0;
+         --count) {
+      const pid_t process = startAndWaitUntilReady("[" + section + "]", [&](int ready) {
+        dup2(ready, STDOUT_FILENO);
+        becomeConsoleUser(scenario);
+        execl(executable.c_str(), executable.c_str(), nullptr);
+        throw std::system_error(errno, std::generic_category(), executable);
+      });
+      if (quits) {
+        quitters.push_back({*quits, process});
+      }
+    }
+  }
+  return quitters;
+}
+
+/// Lays the Mac out on the disk and makes it the root directory.
+void buildMac(const Scenario& scenario, const EnterOptions& options, bool mayWriteHost) {
+  LayeredRoot root(scenario.valueOr("mac", "free disk", "64g"), mayWriteHost);
+  if (options.records) {
+    root.bind(*options.records, kRecordFile, false);
+  } else {
+    writeNewFile(root.place(kRecordFile), "", 0666);
+  }
+  writeMacFiles(root, scenario, sourceDirectory() + "/root", standInProgram());
+  root.enter();
+}
+
+[[noreturn]] void executeCommand(std::vector<std::string> command) {
+  std::vector<char*> arguments;
+  arguments.reserve(command.size() + 1);
+  for (std::string& argument : command) {
+    arguments.push_back(argument.data());
+  }
+  arguments.push_back(nullptr);
+  execvp(arguments[0], arguments.data());
+  const int reason = errno;
+  _exit(complain(command[0] + ": " + std::strerror(reason),
+                 reason == ENOENT ? kNotFound : kNotExecutable));
+}
+
+/// Waits for the command and reaps orphans meanwhile, as process 1 must.
+int waitFor(pid_t command) {
+  while (true) {
+    int status = 0;
+    const pid_t ended = waitpid(-1, &status, 0);
+    if (ended == command) {
+      return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    }
+    if (ended < 0 && errno != EINTR) {
+      throw std::system_error(errno, std::generic_category(), "waitpid");
+    }
+  }
+}
+
+}  // namespace
+
+std::string standInProgram() { return programDirectory() + "/simulated-mac-tool"; }
+
+int runFirstProcess(const Scenario& scenario, const EnterOptions& options, bool mayWriteHost) {
+  std::optional<QuitTriggers> triggers;
+  try {
+    buildMac(scenario, options, mayWriteHost);
+    setEnvironment(scenario);
+    if (hasAgentService(scenario)) {
+      startAndWaitUntilReady("[agent service]", [&](int ready) { serveAgent(scenario, ready); });
+    }
+    if (auto quitters = startApplications(scenario); !quitters.empty()) {
+      triggers.emplace(std::move(quitters));
+    }
+  } catch (const std::system_error& error) {
+    return complain(kCantMakeMac + std::string(error.what()), kCantEnter);
+  } catch (const std::runtime_error& error) {
+    return complain(error.what(), kDoesntStart);
+  }
+  const pid_t command = fork();
+  if (command < 0) {
+    return complain(kCantMakeMac + std::string("fork: ") + std::strerror(errno), kCantEnter);
+  }
+  if (command == 0) {
+    if (triggers) {
+      triggers->redirectStandardError();
+    }
+    executeCommand(options.command);
+  }
+  if (triggers) {
+    triggers->passOn(command);
+  }
+  return waitFor(command);
+}
+
+}  // namespace simulated_mac

@@ -1,0 +1,83 @@
+// The stand-ins for the tools that run other programs: open, sudo, launchctl.
+#include <fcntl.h>
+#include <pwd.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "SimulatedMac/Layout.h"
+#include "SimulatedMac/ProcessSteps.h"
+#include "SimulatedMac/StandIns.h"
+
+namespace simulated_mac {
+
+void openApplication(ToolCall& call) {
+  call.record();
+  call.performScript("open");
+  const std::string program = call.argumentAfter("-a").value_or("");
+  if (access(program.c_str(), X_OK) != 0) {
+    printLine(STDERR_FILENO, "Unable to find application named '" + program + "'");
+    _exit(1);
+  }
+  std::vector<std::string> command{program};
+  const auto separator = std::ranges::find(call.arguments, "--args");
+  if (separator != call.arguments.end()) {
+    command.insert(command.end(), separator + 1, call.arguments.end());
+  }
+  std::array<int, 2> started{};
+  if (pipe2(started.data(), O_CLOEXEC) != 0 || fork() != 0) {
+    close(started[1]);
+    char none = 0;  // end of file: the program has been executed
+    [[maybe_unused]] const ssize_t ignored = read(started[0], &none, 1);
+    _exit(0);
+  }
+  setsid();
+  if (const int null = open("/dev/null", O_RDWR | O_CLOEXEC); null >= 0) {
+    for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+      dup2(null, descriptor);
+    }
+  }
+  const std::string user = call.scenario.valueOr("users", "console", "none");
+  becomeUser(call.scenario.valueOr("prompt", "answers as", user == "none" ? "root" : user));
+  execute(std::move(command));
+}
+
+void sudo(ToolCall& call) {
+  call.record();
+  std::vector<std::string> command = call.arguments;
+  std::string user = "root";
+  if (command.size() >= 2 && command[0] == "-u") {
+    user = command[1];
+    command.erase(command.begin(), command.begin() + 2);
+  }
+  if (command.empty()) {
+    printLine(STDERR_FILENO, "usage: sudo [-u user] command");
+    _exit(1);
+  }
+  if (getpwnam(user.c_str()) == nullptr) {
+    printLine(STDERR_FILENO, "sudo: unknown user: " + user);
+    _exit(1);
+  }
+  becomeUser(user);
+  execute(std::move(command));
+}
+
+void launchctl(ToolCall& call) {
+  call.record();
+  const bool isNumber =
+      call.arguments.size() > 2 &&
+      std::ranges::all_of(call.arguments[1], [](char c) { return c >= '0' && c <= '9'; });
+  if (!isNumber || call.arguments[0] != "asuser") {
+    printLine(STDERR_FILENO, "Usage: launchctl asuser <UID> <program> [<program arguments>]");
+    _exit(64);
+  }
+  setenv(kSessionVariable, call.arguments[1].c_str(), 1);
+  execute({call.arguments.begin() + 2, call.arguments.end()});
+}
+
+}  // namespace simulated_mac

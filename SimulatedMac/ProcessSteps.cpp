@@ -1,0 +1,77 @@
+#include "SimulatedMac/ProcessSteps.h"
+
+#include <grp.h>
+#include <pwd.h>
+#include <signal.h>  // NOLINT(modernize-deprecated-headers): POSIX, not only C
+#include <unistd.h>
+
+#include <cerrno>
+#include <charconv>
+#include <cstddef>
+#include <cstdlib>
+#include <cstring>
+
+#include "SimulatedMac/Layout.h"
+
+namespace simulated_mac {
+
+void waitForever() {
+  while (true) {
+    pause();
+  }
+}
+
+void waitMilliseconds(int duration) { usleep(static_cast<useconds_t>(duration) * 1000); }
+
+void print(int descriptor, std::string_view text) {
+  while (!text.empty()) {
+    const ssize_t written = write(descriptor, text.data(), text.size());
+    if (written < 0) {
+      _exit(141);  // as SIGPIPE would end it
+    }
+    text.remove_prefix(static_cast<std::size_t>(written));
+  }
+}
+
+void printLine(int descriptor, const std::string& text) {
+  print(descriptor, text.ends_with('\n') ? text : text + "\n");
+}
+
+void becomeUser(const std::string& user) {
+  setenv(kUserVariable, user.c_str(), 1);
+  const passwd* const account = getpwnam(user.c_str());
+  if (account != nullptr && geteuid() == 0 && setgroups(0, nullptr) == 0 &&
+      setgid(account->pw_gid) == 0) {
+    [[maybe_unused]] const int ignored = setuid(account->pw_uid);
+  }
+}
+
+void execute(std::vector<std::string> command) {
+  std::vector<char*> pointers;
+  pointers.reserve(command.size() + 1);
+  for (std::string& argument : command) {
+    pointers.push_back(argument.data());
+  }
+  pointers.push_back(nullptr);
+  execvp(pointers[0], pointers.data());
+  const int reason = errno;
+  printLine(STDERR_FILENO, command[0] + ": " + std::strerror(reason));
+  _exit(reason == ENOENT ? 127 : 126);
+}
+
+void endAs(std::string_view exits) {
+  if (exits == "never") {
+    waitForever();
+  }
+  const bool bySignal = exits.starts_with("signal ");
+  int number = 0;
+  const std::string_view digits = bySignal ? exits.substr(7) : exits;
+  std::from_chars(digits.data(), digits.data() + digits.size(), number);
+  if (bySignal) {
+    signal(number, SIG_DFL);
+    raise(number);
+  }
+  _exit(number);
+}
+
+}  // namespace simulated_mac

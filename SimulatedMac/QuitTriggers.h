@@ -1,0 +1,35 @@
+// Applications that quit as soon as the command prints a given text to standard error.
+#pragma once
+#include <sys/types.h>
+
+#include <array>
+#include <string>
+#include <vector>
+
+namespace simulated_mac {
+
+/// An application that quits when the text has been printed.
+struct Quitter {
+  std::string text;
+  pid_t process = 0;
+};
+
+/// Reads the standard error of a command, passes it on and ends the applications in between.
+class QuitTriggers {
+ public:
+  /// Throws `std::system_error` when no pipe can be made.
+  explicit QuitTriggers(std::vector<Quitter> quitters);
+
+  /// For the command's process, before it executes the program.
+  void redirectStandardError() const;
+
+  /// Passes on what is printed until the command ends. Applications that quit at a line are gone
+  /// before the next line is read.
+  void passOn(pid_t command);
+
+ private:
+  std::vector<Quitter> quitters_;
+  std::array<int, 2> pipe_{};
+};
+
+}  // namespace simulated_mac

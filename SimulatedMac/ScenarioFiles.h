@@ -1,0 +1,22 @@
+// The scenarios on the disk of the host.
+#pragma once
+#include <expected>
+#include <string>
+#include <vector>
+
+#include "SimulatedMac/Scenario.h"
+
+namespace simulated_mac {
+
+/// The directory with the scenarios and the files that every Mac has.
+[[nodiscard]] std::string sourceDirectory();
+
+/// The defaults, overlaid with the scenario, overlaid with `settings` ("section/key=value").
+/// `scenario` is a name in the scenarios directory, or a path with a slash. The error is one line.
+[[nodiscard]] std::expected<Scenario, std::string> readScenario(
+    const std::string& scenario, const std::vector<std::string>& settings);
+
+/// Prints each scenario's name and the first line of its opening comment to standard output.
+void listScenarios();
+
+}  // namespace simulated_mac

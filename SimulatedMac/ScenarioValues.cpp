@@ -1,0 +1,44 @@
+#include "SimulatedMac/ScenarioValues.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <cstddef>
+#include <system_error>
+
+namespace simulated_mac {
+
+std::string_view trimmed(std::string_view text) {
+  constexpr std::string_view kBlanks = " \t\r";
+  const std::size_t first = text.find_first_not_of(kBlanks);
+  if (first == std::string_view::npos) {
+    return {};
+  }
+  return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+}
+
+std::vector<std::string> words(std::string_view value) {
+  std::vector<std::string> found;
+  while (!(value = trimmed(value)).empty()) {
+    const char closing = value.starts_with('"') ? '"' : ' ';
+    value.remove_prefix(closing == '"' ? 1 : 0);
+    const std::size_t end = std::min(value.find(closing), value.size());
+    found.emplace_back(value.substr(0, end));
+    value.remove_prefix(std::min(end + 1, value.size()));
+  }
+  return found;
+}
+
+bool isYes(std::string_view value) { return value == "yes" || value == "true"; }
+
+std::optional<int> milliseconds(std::string_view value) {
+  double number = 0;
+  const auto [end, error] = std::from_chars(value.data(), value.data() + value.size(), number);
+  const std::string_view unit = trimmed({end, value.data() + value.size()});
+  if (error != std::errc{} || !(number >= 0) || number > 1e6 || (unit != "s" && unit != "ms")) {
+    return std::nullopt;
+  }
+  return static_cast<int>(std::lround(unit == "s" ? number * 1000 : number));
+}
+
+}  // namespace simulated_mac

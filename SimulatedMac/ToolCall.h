@@ -1,0 +1,38 @@
+// One call of a stand-in tool: its arguments, the scenario, the record, and scripted answers.
+#pragma once
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "SimulatedMac/CallRecord.h"
+#include "SimulatedMac/Scenario.h"
+
+namespace simulated_mac {
+
+struct ToolCall {
+  /// Reads the scenario in force; ends the process with 70 when that fails.
+  ToolCall(const std::string& tool, const std::vector<std::string>& toolArguments);
+
+  [[nodiscard]] bool has(std::string_view argument) const;
+  /// The argument that follows `option`.
+  [[nodiscard]] std::optional<std::string> argumentAfter(std::string_view option) const;
+
+  /// Records the call. Leaves standard input alone, for the program that is executed next.
+  void record() const;
+  /// Follows the steps of the scenario's section for this call, if there is one, and ends the
+  /// process. "NAME 2" is for the second call and later ones, until "NAME 3", and so on.
+  void performScript(const std::string& section) const;
+  /// Reads standard input, records the call and performs the script.
+  void begin(const std::string& section);
+
+  std::vector<std::string> arguments;
+  Scenario scenario;
+  std::optional<std::string> input;
+
+ private:
+  [[nodiscard]] const Section* scriptFor(const std::string& section) const;
+  CallRecord record_;
+};
+
+}  // namespace simulated_mac
