@@ -1,4 +1,4 @@
-// The checks that come before an installation, each through every way that it can end.
+// The checks before an installation, with every outcome of each.
 #include <gmock/gmock.h>
 
 #include "Tests/EndToEnd/MacRun.h"
@@ -27,45 +27,58 @@ const std::string kNoDiskMinimum =
 
 const MacTests battery(
     "BatteryAndDisk",
-    {{"IntelMachine", kIntel + " | " + kDischarging + " | actions/2001=99 | actions/2002=+51",
-      "2001 success | 2002 applyLater inSufficientBattery",
-      kSilicon +
-          "Its not an Apple Silicon machine, skipping actionID: siliconBatteryPercentageCheck. | " +
-          kBattery +
-          "System battery percentage: 50, minimum battery percentage: 51, is sufficient: false."},
-     {"SiliconMachine", kDischarging + " | actions/2001=50 | actions/2002=99",
-      "2001 success | 2002 success",
-      "info " + kSource +
-          "Power source: Battery, current capacity: 45, max capacity: 90, battery percentage: "
-          "50%. | " +
-          kBattery +
-          "System battery percentage: 50, minimum battery percentage: 50, is sufficient: true. | " +
-          kOnIntel +
-          "Its an Apple Silicon machine, skipping actionID: intelBatteryPercentageCheck."},
-     {"NoMinimum", "actions/2001= | actions/2005=",
-      "2001 applyLater inSufficientArguments | 2005 applyLater inSufficientArguments",
-      kNoSiliconMinimum + " | " + kNoDiskMinimum},
-     {"NoMinimumOnIntel", kIntel + " | actions/2002=", "2002 applyLater inSufficientArguments",
-      kNoIntelMinimum},
-     {"MinimumWithAUnit", "actions/2001=30% | actions/2005=20GB",
-      "2001 applyLater inSufficientArguments | 2005 applyLater inSufficientArguments",
-      kNoSiliconMinimum + " | " + kNoDiskMinimum},
-     {"MainsPowerAndNoSpaceNeeded",
-      "power/source=battery charging 10/100 | actions/2001=100 | actions/2005=0",
-      "2001 success | 2005 success",
-      "info " + kSource + "Power source: AC. | " + kBattery +
-          "System is AC powered, so considering it as sufficient battery."},
-     {"NoPowerSourceAndTooMuchForAnyVolume",
-      "power/source=none | actions/2001=100 | actions/2005=9223372036854775807",
-      "2001 success | 2005 applyLater inSufficientDiskSpaceForSoftwareUpdate",
-      "error " + kSource + "Unable to obtain system power source details. | " + kNoBattery +
-          "Unable to obtain system power source, Considering it as sufficient battery."},
-     {"TheFirstUsableSourceDecides", "actions/2001=30", "2001 applyLater inSufficientBattery",
-      kBattery +
-          "System battery percentage: 20, minimum battery percentage: 30, is sufficient: false.",
-      "", nullptr, "several-batteries"},
-     {"SpaceIsMeasuredInDecimalGigabytes", "mac/free disk=8g | actions/2005=20",
-      "2005 applyLater inSufficientDiskSpaceForSoftwareUpdate", "", "", [](const Ended& mac) {
+    {{.name = "IntelMachine",
+      .settings = {kIntel, kDischarging, "actions/2001=99", "actions/2002=+51"},
+      .results = {"2001 success", "2002 applyLater inSufficientBattery"},
+      .lines = {kSilicon + "Its not an Apple Silicon machine, skipping actionID: "
+                           "siliconBatteryPercentageCheck.",
+                kBattery + "System battery percentage: 50, minimum battery percentage: 51, is "
+                           "sufficient: false."}},
+     {.name = "SiliconMachine",
+      .settings = {kDischarging, "actions/2001=50", "actions/2002=99"},
+      .results = {"2001 success", "2002 success"},
+      .lines =
+          {"info " + kSource +
+               "Power source: Battery, current capacity: 45, max capacity: 90, battery percentage: "
+               "50%.",
+           kBattery + "System battery percentage: 50, minimum battery percentage: 50, is "
+                      "sufficient: true.",
+           kOnIntel +
+               "Its an Apple Silicon machine, skipping actionID: intelBatteryPercentageCheck."}},
+     {.name = "NoMinimum",
+      .settings = {"actions/2001=", "actions/2005="},
+      .results = {"2001 applyLater inSufficientArguments", "2005 applyLater inSufficientArguments"},
+      .lines = {kNoSiliconMinimum, kNoDiskMinimum}},
+     {.name = "NoMinimumOnIntel",
+      .settings = {kIntel, "actions/2002="},
+      .results = {"2002 applyLater inSufficientArguments"},
+      .lines = {kNoIntelMinimum}},
+     {.name = "MinimumWithAUnit",
+      .settings = {"actions/2001=30%", "actions/2005=20GB"},
+      .results = {"2001 applyLater inSufficientArguments", "2005 applyLater inSufficientArguments"},
+      .lines = {kNoSiliconMinimum, kNoDiskMinimum}},
+     {.name = "MainsPowerAndNoSpaceNeeded",
+      .settings = {"power/source=battery charging 10/100", "actions/2001=100", "actions/2005=0"},
+      .results = {"2001 success", "2005 success"},
+      .lines = {"info " + kSource + "Power source: AC.",
+                kBattery + "System is AC powered, so considering it as sufficient battery."}},
+     {.name = "NoPowerSourceAndTooMuchForAnyVolume",
+      .settings = {"power/source=none", "actions/2001=100", "actions/2005=9223372036854775807"},
+      .results = {"2001 success", "2005 applyLater inSufficientDiskSpaceForSoftwareUpdate"},
+      .lines = {"error " + kSource + "Unable to obtain system power source details.",
+                kNoBattery +
+                    "Unable to obtain system power source, Considering it as sufficient battery."}},
+     {.name = "TheFirstUsableSourceDecides",
+      .settings = {"actions/2001=30"},
+      .results = {"2001 applyLater inSufficientBattery"},
+      .lines =
+          {kBattery +
+           "System battery percentage: 20, minimum battery percentage: 30, is sufficient: false."},
+      .scenario = "several-batteries"},
+     {.name = "SpaceIsMeasuredInDecimalGigabytes",
+      .settings = {"mac/free disk=8g", "actions/2005=20"},
+      .results = {"2005 applyLater inSufficientDiskSpaceForSoftwareUpdate"},
+      .check = [](const Ended& mac) {
         EXPECT_THAT(mac.log, testing::Contains(testing::MatchesRegex(
                                  "info Validators/Disk/Disk hasMinimumFreeSpace.of:.: Required "
                                  "free disk space: 20000000000, available free space: 8[0-9]{9}, "
@@ -82,41 +95,46 @@ const std::string kSingle = "info Validators/UserLoggedIn/UserLoggedIn isSingleU
 
 const MacTests users(
     "Users",
-    {{"MDMPatchingSkipsUsersAndDeferral",
-      kByMDM + " | users/console=none | actions/2003= | actions/2004= | actions/2006=",
-      "2003 success | 2004 success | 2006 success",
-      kMDMPatching + "MDM patching is enabled - nil. | info " + kProcessor +
-          "isUserLoggedIn(): MDM patching is enabled, Skipping user logged in check. | info " +
-          kProcessor +
-          "isMultipleUsersLoggedIn(): MDM patching is enabled, Skipping multiple logged in check. "
-          "| info " +
-          kProcessor +
-          "isMacOSUpdateDeferred(for:using:): MDM patching is enabled, Skipping macOS defer "
-          "check.",
-      kProfiles},
-     {"MDMPatchingIsSwitchedOn",
-      kByMDM +
-          " | patch data/IsMDMPatchingEnabled=\"TRUE\" | users/logged on=alice bob | actions/2004=",
-      "2004 success", kMDMPatching + "MDM patching is enabled - Optional(\"TRUE\")."},
-     {"MDMPatchingIsSwitchedOff",
-      kByMDM + " | patch data/IsMDMPatchingEnabled=\"1\" | actions/2003= | actions/2004=",
-      "2003 success | 2004 success",
-      kMDMPatching + "MDM patching is disabled - Optional(\"1\"). | " + kUser +
-          "User: alice logged in. UID: Optional(501). | " + kSingle +
-          "Only one user logged in - alice."},
-     {"MDMStatusOfAnotherTypeAndNobodyThere",
-      "patch data/OSPatchingViaMDMStatus=\"1\" | users/console=none | actions/2003= | "
-      "actions/2004=",
-      "2003 applyLater userNotLoggedIn | 2004 applyLater multipleUsersLoggedIn",
-      kNoMDMStatus + " | " + kUser + "No users logged in. | " + kSingle +
-          "No users logged in - isSingleUserLoggedIn."},
-     {"SettingsThatAreNoPropertyListAndTwoUsers",
-      "patch data/content=<plist><dict> | users/logged on=alice bob | actions/2003= | "
-      "actions/2004=",
-      "2003 success | 2004 applyLater multipleUsersLoggedIn",
-      kNoMDMStatus + " | " + kSingle + "More than one user logged in - alice,bob."},
-     {"ConsoleUserWithoutAnAccount", "users/console=carol | actions/2003=", "2003 success",
-      kUser + "User: carol logged in. UID: nil."}});
+    {{.name = "MDMPatchingSkipsUsersAndDeferral",
+      .settings = {kByMDM, "users/console=none", "actions/2003=", "actions/2004=", "actions/2006="},
+      .results = {"2003 success", "2004 success", "2006 success"},
+      .lines = {kMDMPatching + "MDM patching is enabled - nil.",
+                "info " + kProcessor +
+                    "isUserLoggedIn(): MDM patching is enabled, Skipping user logged in check.",
+                "info " + kProcessor +
+                    "isMultipleUsersLoggedIn(): MDM patching is enabled, Skipping multiple logged "
+                    "in check.",
+                "info " + kProcessor +
+                    "isMacOSUpdateDeferred(for:using:): MDM patching is enabled, Skipping macOS "
+                    "defer check."},
+      .calls = {kProfiles}},
+     {.name = "MDMPatchingIsSwitchedOn",
+      .settings = {kByMDM, "patch data/IsMDMPatchingEnabled=\"TRUE\"", "users/logged on=alice bob",
+                   "actions/2004="},
+      .results = {"2004 success"},
+      .lines = {kMDMPatching + "MDM patching is enabled - Optional(\"TRUE\")."}},
+     {.name = "MDMPatchingIsSwitchedOff",
+      .settings = {kByMDM, "patch data/IsMDMPatchingEnabled=\"1\"",
+                   "actions/2003=", "actions/2004="},
+      .results = {"2003 success", "2004 success"},
+      .lines = {kMDMPatching + "MDM patching is disabled - Optional(\"1\").",
+                kUser + "User: alice logged in. UID: Optional(501).",
+                kSingle + "Only one user logged in - alice."}},
+     {.name = "MDMStatusOfAnotherTypeAndNobodyThere",
+      .settings = {"patch data/OSPatchingViaMDMStatus=\"1\"", "users/console=none",
+                   "actions/2003=", "actions/2004="},
+      .results = {"2003 applyLater userNotLoggedIn", "2004 applyLater multipleUsersLoggedIn"},
+      .lines = {kNoMDMStatus, kUser + "No users logged in.",
+                kSingle + "No users logged in - isSingleUserLoggedIn."}},
+     {.name = "SettingsThatAreNoPropertyListAndTwoUsers",
+      .settings = {"patch data/content=<plist><dict>", "users/logged on=alice bob",
+                   "actions/2003=", "actions/2004="},
+      .results = {"2003 success", "2004 applyLater multipleUsersLoggedIn"},
+      .lines = {kNoMDMStatus, kSingle + "More than one user logged in - alice,bob."}},
+     {.name = "ConsoleUserWithoutAnAccount",
+      .settings = {"users/console=carol", "actions/2003="},
+      .results = {"2003 success"},
+      .lines = {kUser + "User: carol logged in. UID: nil."}}});
 
 const std::string kAsked = "actions/2006=14.5";
 const std::string kFarOff = "update/deferred until=2099-01-01 00:00:00 +0000";
@@ -140,58 +158,97 @@ const Texts kAllAsked{kProfiles, "softwareupdate --list", "mdmclient AvailableOS
 
 const MacTests deferral(
     "Deferral",
-    {{"NotEnrolled", "actions/2006= | mdm/enrollment=none", "2006 success", kNotEnrolled,
-      kProfiles},
-     {"EnrollmentToolFails", kAsked + " | profiles/exits=1", "2006 success", kNotEnrolled,
-      kProfiles},
-     {"SwitchedOff",
-      "actions/2006= | mdm/enrollment=dep | patch data/DisableMacOSUpdateDeferralCheck=true",
-      "2006 success", kSwitch + "Yes", kProfiles},
-     {"SwitchOfAnotherType", kAsked + " | patch data/DisableMacOSUpdateDeferralCheck=\"true\"",
-      "2006 success", kSwitch + "No", kAllAsked},
-     {"NoVersion", "actions/2006=", "2006 applyLater inSufficientArguments",
-      "info " + kHandler +
-          "Unable to get macOS version for actionID: macOSDeferCheck, considering as failure.",
-      kProfiles},
-     {"ListFails", kAsked + " | softwareupdate --list/exits=1", kUnreachable,
-      "error " + kReachable + "Unable to obtain software update information. | error " + kHandler +
-          "Apple softwareupdate is not reachable, skipping macOSDeferCheck, considering as "
-          "failure.",
-      kListed},
-     {"ListCantConnect", kAsked + " | softwareupdate --list/stderr=" + kCantConnect, kUnreachable,
-      "info " + kReachable + "Software update output: " + kCantConnect + "\\n, exit code: 0.",
-      kListed},
-     {"NothingNewIsReachable",
-      kAsked + " | softwareupdate --list/stderr=No new software available.", "2006 success",
-      "info " + kReachable + "Apple software update is reachable.", kAllAsked},
-     {"Deferred", kAsked + " | " + kFarOff, kDeferred,
-      "info " + kDecision +
-          "macOS 14.5 is deferred untill 2099-01-01:Optional(\"2099-Jan-01\") - "
-          "MSU_UPDATE_23F79_patch_14.5_minor.",
-      kAllAsked},
-     {"DeferredUntilAnUnreadableDay", kAsked + " | update/deferred until=2099/01/01 00:00:00 +0000",
-      "2006 success",
-      "error Validators/DeferCheck/DeferCheck validate(_:): Unable to obtain defer date from "
-      "given data, returning as update not deferred, but deferredUntil :2099/01/01",
-      kAllAsked},
-     {"AnotherVersionIsDeferred", "actions/2006=14.5.0 | " + kFarOff, "2006 success",
-      "info " + kDecision + "macOS 14.5.0 is not deferred.", kAllAsked},
-     {"MDMClientFails", kAsked + " | mdmclient/exits=2", kUnreachable,
-      kUpdates +
-          "availableOSUpdates(): AvailableOSUpdates command failed or unable to connect "
-          "to the Apple Software Update server. Returning nil. | " +
-          kNetworkError,
-      kAllAsked},
-     {"MDMClientCantConnect", kAsked + " | mdmclient/stdout=" + kCantConnect, kUnreachable,
-      kNetworkError, kAllAsked},
-     {"MDMClientPrintsNoHeader", kAsked + " | mdmclient/stdout=nothing to say", "2006 success",
-      kUpdates + "parse(_:): No available updates found or data conversion failed. | error " +
-          kDecision + "Unable to get AvailableOSUpdate. Considering it as not deferred.",
-      kAllAsked},
-     {"MegabytesOfOutputAndAChildThatKeepsThePipeOpen", kAsked,
-      "2006 applyLater macOSUpdateIsDeferred 2099-Jun-15", "", kAllAsked, nullptr, "noisy-tools"}});
+    {{.name = "NotEnrolled",
+      .settings = {"actions/2006=", "mdm/enrollment=none"},
+      .results = {"2006 success"},
+      .lines = {kNotEnrolled},
+      .calls = {kProfiles}},
+     {.name = "EnrollmentToolFails",
+      .settings = {kAsked, "profiles/exits=1"},
+      .results = {"2006 success"},
+      .lines = {kNotEnrolled},
+      .calls = {kProfiles}},
+     {.name = "SwitchedOff",
+      .settings = {"actions/2006=", "mdm/enrollment=dep",
+                   "patch data/DisableMacOSUpdateDeferralCheck=true"},
+      .results = {"2006 success"},
+      .lines = {kSwitch + "Yes"},
+      .calls = {kProfiles}},
+     {.name = "SwitchOfAnotherType",
+      .settings = {kAsked, "patch data/DisableMacOSUpdateDeferralCheck=\"true\""},
+      .results = {"2006 success"},
+      .lines = {kSwitch + "No"},
+      .calls = kAllAsked},
+     {.name = "NoVersion",
+      .settings = {"actions/2006="},
+      .results = {"2006 applyLater inSufficientArguments"},
+      .lines =
+          {"info " + kHandler +
+           "Unable to get macOS version for actionID: macOSDeferCheck, considering as failure."},
+      .calls = {kProfiles}},
+     {.name = "ListFails",
+      .settings = {kAsked, "softwareupdate --list/exits=1"},
+      .results = {kUnreachable},
+      .lines = {"error " + kReachable + "Unable to obtain software update information.",
+                "error " + kHandler +
+                    "Apple softwareupdate is not reachable, skipping macOSDeferCheck, considering "
+                    "as failure."},
+      .calls = kListed},
+     {.name = "ListCantConnect",
+      .settings = {kAsked, "softwareupdate --list/stderr=" + kCantConnect},
+      .results = {kUnreachable},
+      .lines = {"info " + kReachable + "Software update output: " + kCantConnect +
+                "\\n, exit code: 0."},
+      .calls = kListed},
+     {.name = "NothingNewIsReachable",
+      .settings = {kAsked, "softwareupdate --list/stderr=No new software available."},
+      .results = {"2006 success"},
+      .lines = {"info " + kReachable + "Apple software update is reachable."},
+      .calls = kAllAsked},
+     {.name = "Deferred",
+      .settings = {kAsked, kFarOff},
+      .results = {kDeferred},
+      .lines = {"info " + kDecision +
+                "macOS 14.5 is deferred untill 2099-01-01:Optional(\"2099-Jan-01\") - "
+                "MSU_UPDATE_23F79_patch_14.5_minor."},
+      .calls = kAllAsked},
+     {.name = "DeferredUntilAnUnreadableDay",
+      .settings = {kAsked, "update/deferred until=2099/01/01 00:00:00 +0000"},
+      .results = {"2006 success"},
+      .lines = {"error Validators/DeferCheck/DeferCheck validate(_:): Unable to obtain defer date "
+                "from given data, returning as update not deferred, but deferredUntil :2099/01/01"},
+      .calls = kAllAsked},
+     {.name = "AnotherVersionIsDeferred",
+      .settings = {"actions/2006=14.5.0", kFarOff},
+      .results = {"2006 success"},
+      .lines = {"info " + kDecision + "macOS 14.5.0 is not deferred."},
+      .calls = kAllAsked},
+     {.name = "MDMClientFails",
+      .settings = {kAsked, "mdmclient/exits=2"},
+      .results = {kUnreachable},
+      .lines = {kUpdates + "availableOSUpdates(): AvailableOSUpdates command failed or unable to "
+                           "connect to the Apple Software Update server. Returning nil.",
+                kNetworkError},
+      .calls = kAllAsked},
+     {.name = "MDMClientCantConnect",
+      .settings = {kAsked, "mdmclient/stdout=" + kCantConnect},
+      .results = {kUnreachable},
+      .lines = {kNetworkError},
+      .calls = kAllAsked},
+     {.name = "MDMClientPrintsNoHeader",
+      .settings = {kAsked, "mdmclient/stdout=nothing to say"},
+      .results = {"2006 success"},
+      .lines = {kUpdates + "parse(_:): No available updates found or data conversion failed.",
+                "error " + kDecision +
+                    "Unable to get AvailableOSUpdate. Considering it as not deferred."},
+      .calls = kAllAsked},
+     {.name = "MegabytesOfOutputAndAChildThatKeepsThePipeOpen",
+      .settings = {kAsked},
+      .results = {"2006 applyLater macOSUpdateIsDeferred 2099-Jun-15"},
+      .calls = kAllAsked,
+      .scenario = "noisy-tools"}});
 
-/// How vexlo-patch ends on an action file that it can't use, which it says once.
+/// Checks that vexlo-patch reports an unusable action file once and exits with 65.
 auto refuses(const std::string& problem) {
   return [problem](const Ended& mac) {
     EXPECT_EQ(mac.status, 65);
@@ -209,34 +266,34 @@ const std::string kUnableToEvaluate =
 const MacTests choice(
     "Choice",
     {{.name = "AnActionThatThePatchLacks",
-      .settings = "actions/2005=1",
-      .results = "2003 success",
-      .lines = "debug " + kProcessor +
-               "execute(for:): No action details found for actionID: "
-               "userLoggedInCheck, considering as success.",
-      .options = "--action | 2003"},
-     {"NotifierAndUnknownCodesDoNothing",
-      "actions/2009=a \"b c\" | actions/3001=", "2009 success | 3001 success",
-      kDispatch +
-          "applicationRunningNotifier:[\"a\", \"b c\"] not implemented, considering as "
-          "success. | " +
-          kDispatch + "undefined(\"3001\"):[] not defined, considering as success."},
+      .settings = {"actions/2005=1"},
+      .results = {"2003 success"},
+      .lines = {"debug " + kProcessor +
+                "execute(for:): No action details found for actionID: userLoggedInCheck, "
+                "considering as success."},
+      .options = {"--action", "2003"}},
+     {.name = "NotifierAndUnknownCodesDoNothing",
+      .settings = {"actions/2009=a \"b c\"", "actions/3001="},
+      .results = {"2009 success", "3001 success"},
+      .lines = {kDispatch + "applicationRunningNotifier:[\"a\", \"b c\"] not implemented, "
+                            "considering as success.",
+                kDispatch + "undefined(\"3001\"):[] not defined, considering as success."}},
      {.name = "ProductAndPatchActionsRunInTheirOrder",
-      .settings = {},
-      .results = "2001 success | 2003 success | 2004 success | 2005 success | 2006 success | 2009 "
-                 "success | 3001 success",
-      .lines = "info " + kProcessor + "execute(for:): Patch action result for action detail …",
+      .results = {"2001 success", "2003 success", "2004 success", "2005 success", "2006 success",
+                  "2009 success", "3001 success"},
+      .lines = {"info " + kProcessor + "execute(for:): Patch action result for action detail …"},
       .calls = kAllAsked,
-      .options = "--action | 2001 | --action | 2003 | --action | 2004 | --action | 2005 | --action "
-                 "| 2006 | --action | 2009 | --action | 3001"},
-     {"AFileThatIsNoActionFileRunsNothing", "agent/action file={\"PatchActions\": []}", "", "", "",
-      refuses("mac-patch-actions.json: PatchActions: expected an object or null, found an array")},
+      .options = {"--action", "2001", "--action", "2003", "--action", "2004", "--action", "2005",
+                  "--action", "2006", "--action", "2009", "--action", "3001"}},
+     {.name = "AFileThatIsNoActionFileRunsNothing",
+      .settings = {"agent/action file={\"PatchActions\": []}"},
+      .check = refuses(
+          "mac-patch-actions.json: PatchActions: expected an object or null, found an array")},
      {.name = "AMissingActionFileRunsNothing",
-      .settings = "agent/action file=missing",
-      .results = {},
-      .lines = kUnableToEvaluate,
+      .settings = {"agent/action file=missing"},
+      .lines = {kUnableToEvaluate},
       .check = refuses("found No such file or directory"),
-      .options = "--log-file | /dev/stderr"}});
+      .options = {"--log-file", "/dev/stderr"}}});
 
 }  // namespace
 }  // namespace end_to_end

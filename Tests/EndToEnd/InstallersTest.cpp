@@ -5,7 +5,7 @@
 
 #include "Tests/EndToEnd/MacRun.h"
 
-// Texts are written as sums, which read better than they run.
+// Strings are built by +, which is slower but easier to read.
 // NOLINTBEGIN(performance-inefficient-string-concatenation)
 namespace end_to_end {
 namespace {
@@ -28,7 +28,7 @@ std::string machine(std::string_view kind) {
   return kind == "Intel" ? "mac/machine=intel" : "mac/machine=apple-silicon";
 }
 
-/// One of the two steps of an update: what it logs, and the calls by which it reaches the tool.
+/// One of the two steps of an update: its log lines and its calls of tools.
 class Step {
  public:
   Step(bool installs, const std::string& kind, int version)
@@ -78,12 +78,12 @@ const MacTests users("UpdateAsUser", [] {
                        const Texts& settings, const Texts& lines) {
     const Step download(false, kind, version);
     const Step install(true, kind, version);
-    tests.push_back({kind + name,
-                     Texts{machine(kind)} + settings,
-                     {kDone},
-                     download.lines() + install.lines() + lines,
-                     download.calls() + install.calls(),
-                     [](const Ended& mac) {
+    tests.push_back({.name = kind + name,
+                     .settings = Texts{machine(kind)} + settings,
+                     .results = {kDone},
+                     .lines = download.lines() + install.lines() + lines,
+                     .calls = download.calls() + install.calls(),
+                     .check = [](const Ended& mac) {
                        EXPECT_EQ(mac.notices, kNotice);
                        EXPECT_GT(mac.seconds, 5);
                      }});
@@ -113,21 +113,24 @@ const std::string kNotEnough = "error " + kProcessor +
                                "update/upgrade, not enough arguments. Arguments ";
 const MacTests arguments(
     "Arguments",
-    {{"OneForAnUpdateAndNoneForAnUpgrade",
-      "actions/2007=14.5 | actions/2010= | agent service/state=absent",
-      "2007 applyLater inSufficientArguments | 2010 applyLater inSufficientArguments",
-      kNotEnough + "[\"14.5\"]. | error " + kProcessor +
-          "installMacOSUpdatesUsingInstallAssistant(for:using:): Unable to perform macOS "
-          "update/upgrade using InstallAssistant, not enough arguments. Arguments []."},
-     {"NoneForAnUpdate", "actions/2007= | agent service/state=absent",
-      "2007 applyLater inSufficientArguments", kNotEnough + "[]."}});
+    {{.name = "OneForAnUpdateAndNoneForAnUpgrade",
+      .settings = {"actions/2007=14.5", "actions/2010=", "agent service/state=absent"},
+      .results = {"2007 applyLater inSufficientArguments", "2010 applyLater inSufficientArguments"},
+      .lines = {kNotEnough + "[\"14.5\"].",
+                "error " + kProcessor +
+                    "installMacOSUpdatesUsingInstallAssistant(for:using:): Unable to perform macOS "
+                    "update/upgrade using InstallAssistant, not enough arguments. Arguments []."}},
+     {.name = "NoneForAnUpdate",
+      .settings = {"actions/2007=", "agent service/state=absent"},
+      .results = {"2007 applyLater inSufficientArguments"},
+      .lines = {kNotEnough + "[]."}}});
 
 const MacTests credentials("Credentials", [] {
   struct Row {
-    std::string name;
+    RowName name;
     Texts settings;
     std::string line;
-    double seconds = 0;  ///< How long it waits at least.
+    double seconds = 0;  ///< The least time of the wait.
   };
   const std::string helpers = "error " + kFolder + "Helpers/Silicon/";
   const std::string none =
@@ -138,88 +141,113 @@ const MacTests credentials("Credentials", [] {
                               "AgentServiceValueFetcher value(for:): Unable to get value "
                               "for PatchOSUpdate";
   const std::vector<Row> rows{
-      {"NoUserName", "agent service/value=PatchOSUpdatePassword x", none},
-      {"EmptyUserName",
-       "agent service/value=PatchOSUpdateUserName | agent service/value=PatchOSUpdatePassword x",
-       none},
-      {"EmptyPassword",
-       "agent service/value=PatchOSUpdateUserName alice | agent "
-       "service/value=PatchOSUpdatePassword",
-       none},
-      {"ServiceDies", "agent service/state=dies",
-       timeout + "UserName form AgentService, the service closed the connection."},
-      {"ServiceTalksNonsense", "agent service/state=garbage",
-       timeout + "UserName form AgentService, the service sent a line that is no reply."},
-      {"ServiceIsSilent", "agent service/state=silent",
-       timeout + "UserName form AgentService, Timeout.", 10},
-      {"ServiceNeverAnswersTheSecondKey", "agent service/state=silent on PatchOSUpdatePassword",
-       timeout + "Password form AgentService, Timeout.", 10}};
+      {.name = "NoUserName",
+       .settings = {"agent service/value=PatchOSUpdatePassword x"},
+       .line = none},
+      {.name = "EmptyUserName",
+       .settings = {"agent service/value=PatchOSUpdateUserName",
+                    "agent service/value=PatchOSUpdatePassword x"},
+       .line = none},
+      {.name = "EmptyPassword",
+       .settings = {"agent service/value=PatchOSUpdateUserName alice",
+                    "agent service/value=PatchOSUpdatePassword"},
+       .line = none},
+      {.name = "ServiceDies",
+       .settings = {"agent service/state=dies"},
+       .line = timeout + "UserName form AgentService, the service closed the connection."},
+      {.name = "ServiceTalksNonsense",
+       .settings = {"agent service/state=garbage"},
+       .line = timeout + "UserName form AgentService, the service sent a line that is no reply."},
+      {.name = "ServiceIsSilent",
+       .settings = {"agent service/state=silent"},
+       .line = timeout + "UserName form AgentService, Timeout.",
+       .seconds = 10},
+      {.name = "ServiceNeverAnswersTheSecondKey",
+       .settings = {"agent service/state=silent on PatchOSUpdatePassword"},
+       .line = timeout + "Password form AgentService, Timeout.",
+       .seconds = 10}};
   const Texts both{kUpdate, "actions/2010=\"/Applications/Install macOS Sonoma.app\""};
   const std::string noService =
       "Dependencies init(silicon:): Failed to establish connection with AgentService. Unable to "
       "get user credentials.";
   std::vector<MacTest> tests{
-      {"ASlowServiceIsWaitedFor", kUpdate + " | agent service/delay=3 s", kDone, {}, kAnyCalls},
-      {"NoService", both + "agent service/state=absent",
-       "2007 applyLater unableToGetAgentServiceConnection | 2010 applyLater "
-       "unableToGetAgentServiceConnection",
-       "error " + kFolder + "Main/SoftwareUpdateInstaller" + noService +
-           " | error Installers/InstallAssistantUpgradeInstaller/UpgradeInstaller" + noService}};
+      {.name = "ASlowServiceIsWaitedFor",
+       .settings = {kUpdate, "agent service/delay=3 s"},
+       .results = {kDone},
+       .calls = kAnyCalls},
+      {.name = "NoService",
+       .settings = both + Texts{"agent service/state=absent"},
+       .results = {"2007 applyLater unableToGetAgentServiceConnection",
+                   "2010 applyLater unableToGetAgentServiceConnection"},
+       .lines = {
+           "error " + kFolder + "Main/SoftwareUpdateInstaller" + noService,
+           "error Installers/InstallAssistantUpgradeInstaller/UpgradeInstaller" + noService}}};
   for (const Row& row : rows) {
-    tests.push_back(
-        {row.name,
-         both + row.settings,
-         {"2007 applyLater credentialsNotEntered",
-          row.name == "ServiceDies" ? "2010 applyLater unableToGetAgentServiceConnection"
-                                    : "2010 applyLater credentialsNotEntered"},
-         {row.line},
-         "",
-         [=](const Ended& mac) {
-           EXPECT_EQ(mac.notices, Texts());
-           EXPECT_GE(mac.seconds, 2 * row.seconds);
-         }});
+    tests.push_back({.name = row.name,
+                     .settings = both + row.settings,
+                     .results = {"2007 applyLater credentialsNotEntered",
+                                 row.name.text == "ServiceDies"
+                                     ? "2010 applyLater unableToGetAgentServiceConnection"
+                                     : "2010 applyLater credentialsNotEntered"},
+                     .lines = {row.line},
+                     .check = [=](const Ended& mac) {
+                       EXPECT_EQ(mac.notices, Texts());
+                       EXPECT_GE(mac.seconds, 2 * row.seconds);
+                     }});
   }
   return tests;
 }());
 
+const std::string kNetworkError = "macOS download/install failed due to network error";
+const std::string kUnreachable = "2007 applyLater softwareUpdateUnreachable";
+
 const MacTests output("UpdateOutput", [] {
-  const std::string unreachable = "2007 applyLater softwareUpdateUnreachable";
   const std::string diskFull = "2007 applyLater inSufficientDiskSpaceForSoftwareUpdate";
-  const std::string network = "macOS download/install failed due to network error";
   struct Row {
-    std::string name;
+    RowName name;
     std::string printed;
-    std::string line;  ///< Of the analyser; empty: none.
-    std::string downloadResult;
-    std::string installResult;
+    std::string line = kNetworkError;  ///< From the analyser; empty for none.
+    std::string downloadResult = kUnreachable;
+    std::string installResult = kUnreachable;
   };
   const std::vector<Row> rows{
-      {"CantConnect", "Can’t connect to the Software Update server.", network, unreachable,
-       unreachable},
-      {"NotConnected", "Make sure you’re connected to the Internet", network, unreachable,
-       unreachable},
-      {"CantConnectToApple", "can’t connect to the Apple Software Update server", network,
-       unreachable, unreachable},
-      {"NotReachable", "SERVER NOT REACHABLE", network, unreachable, unreachable},
-      {"AuthNotReachable", "(kAMAuthInstallErrorServerNotReachable)", network, unreachable,
-       unreachable},
-      {"DiskFull", "NOT ENOUGH FREE DISK SPACE",
-       "macOS download/install failed, Due to insufficient disk space.", diskFull, diskFull},
-      {"ErrorDownloading", "Error downloading macOS. Error installing updates.",
-       "macOS not available for downloading, Marked as failure.", kDownloadFailed, kDownloadFailed},
-      {"ErrorInstalling", "Error installing updates",
-       "macOS not available for installation, Marked as failure.", kInstallFailed, kInstallFailed},
-      {"NoSuchUpdate", "No such update",
-       "macOS not available for installation/downloading, Marked as failure.", kDownloadFailed,
-       kInstallFailed},
-      {"OnlyTheStatus", "", "", kDownloadFailed, kInstallFailed}};
+      {.name = "CantConnect", .printed = "Can’t connect to the Software Update server."},
+      {.name = "NotConnected", .printed = "Make sure you’re connected to the Internet"},
+      {.name = "CantConnectToApple",
+       .printed = "can’t connect to the Apple Software Update server"},
+      {.name = "NotReachable", .printed = "SERVER NOT REACHABLE"},
+      {.name = "AuthNotReachable", .printed = "(kAMAuthInstallErrorServerNotReachable)"},
+      {.name = "DiskFull",
+       .printed = "NOT ENOUGH FREE DISK SPACE",
+       .line = "macOS download/install failed, Due to insufficient disk space.",
+       .downloadResult = diskFull,
+       .installResult = diskFull},
+      {.name = "ErrorDownloading",
+       .printed = "Error downloading macOS. Error installing updates.",
+       .line = "macOS not available for downloading, Marked as failure.",
+       .downloadResult = kDownloadFailed,
+       .installResult = kDownloadFailed},
+      {.name = "ErrorInstalling",
+       .printed = "Error installing updates",
+       .line = "macOS not available for installation, Marked as failure.",
+       .downloadResult = kInstallFailed,
+       .installResult = kInstallFailed},
+      {.name = "NoSuchUpdate",
+       .printed = "No such update",
+       .line = "macOS not available for installation/downloading, Marked as failure.",
+       .downloadResult = kDownloadFailed,
+       .installResult = kInstallFailed},
+      {.name = "OnlyTheStatus",
+       .line = "",
+       .downloadResult = kDownloadFailed,
+       .installResult = kInstallFailed}};
   std::vector<MacTest> tests;
   for (const Row& row : rows) {
-    // The tool ends with status 0 where it prints one of the texts: they are looked at first.
+    // When the tool prints one of the texts it exits with 0: the output is examined first.
     for (const bool installs : {false, true}) {
       const std::string tool = installs ? "softwareupdate --install" : "softwareupdate --download";
       Texts settings{"mac/machine=intel",
-                     // Its last word is in no line of the list: no second try.
+                     // Not in the list of updates: no second try.
                      "actions/2007=14.5 \"macOS Sonoma 14.5-00X00\"",
                      tool + (row.line.empty() ? "/exits=signal 15" : "/stdout=" + row.printed)};
       if (installs) {
@@ -231,12 +259,12 @@ const MacTests output("UpdateOutput", [] {
         lines.push_back("error " + kFolder +
                         "Common/SoftwareUpdateOutputAnalyser validate(_:): " + row.line);
       }
-      tests.push_back({row.name + (installs ? "WhileInstalling" : ""),
-                       settings,
-                       {installs ? row.installResult : row.downloadResult},
-                       lines,
-                       kAnyCalls,
-                       [=](const Ended& mac) {
+      tests.push_back({.name = row.name + (installs ? "WhileInstalling" : ""),
+                       .settings = settings,
+                       .results = {installs ? row.installResult : row.downloadResult},
+                       .lines = lines,
+                       .calls = kAnyCalls,
+                       .check = [=](const Ended& mac) {
                          EXPECT_EQ(mac.calls.size(), installs ? 3U : 2U);
                          EXPECT_GT(mac.seconds, 30);
                        }});
@@ -245,7 +273,7 @@ const MacTests output("UpdateOutput", [] {
   return tests;
 }());
 
-/// What an Intel Mac with macOS 14 calls.
+/// The command on an Intel Mac with macOS 14.
 std::string downloads(const std::string& label) {
   return "softwareupdate --include-config-data --download \"" + label + "\" --force --verbose";
 }
@@ -257,25 +285,35 @@ const std::string kLabelProvider = kFolder + "Common/SoftwareUpdateLabelProvider
 
 const MacTests secondTry(
     "SecondTry",
-    {{"TakesTheLabelFromTheList", kIntel, kDone,
-      "info " + kLabelProvider + "Label found - \"" + kLabel + "\".",
-      downloads("macOS Sonoma 23F79") + " | " + kList + " | " + kDownload + " | " + kInstall,
-      [](const Ended& mac) { EXPECT_GE(mac.seconds, 35); }, "second-try"},
-     {"RepeatsBothStepsAfterAFailedInstallation",
-      kIntel + " | " + kUpdate + " | softwareupdate --install/exits=1", kInstallFailed, "",
-      kDownload + " | " + kInstall + " | " + kList + " | " + kDownload + " | " + kInstall},
-     {"IsTheLast", kIntel + " | " + kUpdate + " | softwareupdate --download/exits=1",
-      kDownloadFailed, "", kDownload + " | " + kList + " | " + kDownload},
-     {"NeedsAList",
-      kUpdate + " | softwareupdate --download/exits=1 | softwareupdate --list/exits=1",
-      kDownloadFailed,
-      "error " + kLabelProvider +
-          "Unable to get software update label exitCode: 1, output: . | error " + kFolder +
-          "Main/SiliconSoftwareUpdateInstaller downloadAndInstallMacOS(using:): " + kNoSecondTry,
-      kDownload + " --user alice --stdinpass < open sesame | " + kList},
-     {"AToolThatClosesItsInputHarmsNobody",
-      kUpdate + " | softwareupdate --download/input=closed | softwareupdate --install/megabytes=3",
-      kDone, "", kAnyCalls}});
+    {{.name = "TakesTheLabelFromTheList",
+      .settings = {kIntel},
+      .results = {kDone},
+      .lines = {"info " + kLabelProvider + "Label found - \"" + kLabel + "\"."},
+      .calls = {downloads("macOS Sonoma 23F79"), kList, kDownload, kInstall},
+      .check = [](const Ended& mac) { EXPECT_GE(mac.seconds, 35); },
+      .scenario = "second-try"},
+     {.name = "RepeatsBothStepsAfterAFailedInstallation",
+      .settings = {kIntel, kUpdate, "softwareupdate --install/exits=1"},
+      .results = {kInstallFailed},
+      .calls = {kDownload, kInstall, kList, kDownload, kInstall}},
+     {.name = "IsTheLast",
+      .settings = {kIntel, kUpdate, "softwareupdate --download/exits=1"},
+      .results = {kDownloadFailed},
+      .calls = {kDownload, kList, kDownload}},
+     {.name = "NeedsAList",
+      .settings = {kUpdate, "softwareupdate --download/exits=1", "softwareupdate --list/exits=1"},
+      .results = {kDownloadFailed},
+      .lines = {"error " + kLabelProvider +
+                    "Unable to get software update label exitCode: 1, output: .",
+                "error " + kFolder +
+                    "Main/SiliconSoftwareUpdateInstaller downloadAndInstallMacOS(using:): " +
+                    kNoSecondTry},
+      .calls = {kDownload + " --user alice --stdinpass < open sesame", kList}},
+     {.name = "AToolThatClosesItsInputHarmsNobody",
+      .settings = {kUpdate, "softwareupdate --download/input=closed",
+                   "softwareupdate --install/megabytes=3"},
+      .results = {kDone},
+      .calls = kAnyCalls}});
 
 const MacTests upgrades("Upgrade", [] {
   const std::string app = "/Applications/Install macOS Sonoma.app";
@@ -296,33 +334,32 @@ const MacTests upgrades("Upgrade", [] {
       return Texts{"error " + file + function + "Installation failed for " + path + "."};
     };
     for (const std::string version : {"12.7", "26.1"}) {
-      tests.push_back({name + "On" + version.substr(0, 2),
-                       {machine(kind), upgrade, "mac/version=" + version},
-                       {"2010 success"},
-                       {"info " + file + "installMacOS(): Starting installation of " + app +
-                            (silicon ? ", silicon" : ", intel") +
-                            ". Machine locale language: Optional(\"en-US\").",
-                        "info " + file + function + "Installation command: \"" + app +
-                            "/Contents/Resources/startosinstall\"" + options +
-                            (silicon ? " --user \"alice\" --stdinpass" : ""),
-                        kNotified},
-                       calls,
-                       notifies});
+      tests.push_back({.name = name + "On" + version.substr(0, 2),
+                       .settings = {machine(kind), upgrade, "mac/version=" + version},
+                       .results = {"2010 success"},
+                       .lines = {"info " + file + "installMacOS(): Starting installation of " +
+                                     app + (silicon ? ", silicon" : ", intel") +
+                                     ". Machine locale language: Optional(\"en-US\").",
+                                 "info " + file + function + "Installation command: \"" + app +
+                                     "/Contents/Resources/startosinstall\"" + options +
+                                     (silicon ? " --user \"alice\" --stdinpass" : ""),
+                                 kNotified},
+                       .calls = calls,
+                       .check = notifies});
     }
     for (const std::string exits : {"1", "signal 9"}) {
-      tests.push_back({name + (exits == "1" ? "ToolFails" : "ToolDiesBySignal"),
-                       {machine(kind), upgrade, "startosinstall/exits=" + exits},
-                       {failed},
-                       failure(app),
-                       calls,
-                       notifies});
+      tests.push_back({.name = name + (exits == "1" ? "ToolFails" : "ToolDiesBySignal"),
+                       .settings = {machine(kind), upgrade, "startosinstall/exits=" + exits},
+                       .results = {failed},
+                       .lines = failure(app),
+                       .calls = calls,
+                       .check = notifies});
     }
-    tests.push_back({name + "ToolIsMissing",
-                     {machine(kind), "actions/2010=/Applications/Nothing.app"},
-                     {failed},
-                     failure("/Applications/Nothing.app"),
-                     "",
-                     notifies});
+    tests.push_back({.name = name + "ToolIsMissing",
+                     .settings = {machine(kind), "actions/2010=/Applications/Nothing.app"},
+                     .results = {failed},
+                     .lines = failure("/Applications/Nothing.app"),
+                     .check = notifies});
   }
   return tests;
 }());

@@ -23,8 +23,8 @@ namespace json = boost::json;
 namespace {
 
 constexpr int kCantEnter = 77;
-/// Runs the tool as often as asked and then shows what is left in the Mac, part by part. It holds
-/// a descriptor open that no program which the tool starts may get.
+/// Runs the tool as often as asked, then prints what is left in the Mac, part by part. Holds a
+/// descriptor open that no program started by the tool may inherit.
 constexpr const char* kScript = R"(
   exec 9< /etc/passwd
   times=$1; shift
@@ -63,8 +63,8 @@ std::string summary(const json::object& result) {
   return text;
 }
 
-/// «softwareupdate --list», and what isn't as for the agent's own tools: « as alice», « in session
-/// 501», « < standard input».
+/// «softwareupdate --list», then « as alice» unless run by root, « in session 501», « < standard
+/// input» where they apply.
 std::string describe(const json::object& call) {
   std::string text = stringOf(call.at("tool"));
   for (const json::value& value : call.at("arguments").as_array()) {
@@ -84,7 +84,7 @@ std::string describe(const json::object& call) {
   return text;
 }
 
-/// Whether the call has open descriptors of its caller's, or the password in its environment.
+/// Whether the call inherited descriptors, or has the password in its environment.
 bool leaks(const json::object& call) {
   return std::ranges::any_of(call.at("descriptors").as_array(),
                              [](const json::value& descriptor) {
@@ -95,7 +95,7 @@ bool leaks(const json::object& call) {
          });
 }
 
-/// The text with DAY for every «24-11-2026».
+/// The text with every date like «24-11-2026» replaced by DAY.
 std::string withoutDays(std::string text) {
   constexpr std::string_view kForm = "dd-dd-dddd";
   const auto fits = [](char wanted, char found) {
@@ -140,7 +140,7 @@ Texts lines(const std::string& text) {
   return all;
 }
 
-/// A run that has been started, with a directory of its own for what it prints.
+/// A run in progress, with a directory for its output.
 class StartedRun {
  public:
   explicit StartedRun(const MacTest& test) {
@@ -216,7 +216,7 @@ class StartedRun {
   std::future<platform::ProcessResult> run_;
 };
 
-/// The tests by their full names.
+/// The tests by full name.
 std::map<std::string, MacTest>& knownTests() {
   static std::map<std::string, MacTest> tests;
   return tests;
@@ -227,8 +227,7 @@ std::map<std::string, std::unique_ptr<StartedRun>>& startedRuns() {
   return runs;
 }
 
-/// Starts the run of every test that is to run, in the order of the tests: those that wait don't
-/// need the processor.
+/// Starts the runs of all selected tests, in the order of the tests.
 class AllRunsAtOnce final : public testing::Environment {
  public:
   void SetUp() override {
@@ -256,7 +255,7 @@ bool hasLine(const Texts& log, const std::string& wanted) {
   });
 }
 
-/// How vexlo-patch ends after these results.
+/// The exit status of vexlo-patch for these results.
 int statusOf(const Texts& results) {
   const auto any = [&](std::string_view outcome) {
     return std::ranges::any_of(results,
@@ -274,8 +273,11 @@ class RunningTest : public testing::Test {
     if (const auto why = whyNoMac()) {
       GTEST_SKIP() << *why;
     }
+    const MacTest& test = knownTests().at(name_);
+    const testing::ScopedTrace row(test.name.where.file_name(),
+                                   static_cast<int>(test.name.where.line()), name_);
     const Ended mac = startedRuns().at(name_)->wait();
-    compare(knownTests().at(name_), mac);
+    compare(test, mac);
     if (HasFailure()) {
       std::string story;
       for (const Texts& part : {mac.log, mac.calls, mac.notices}) {
@@ -298,7 +300,7 @@ class RunningTest : public testing::Test {
     if (test.calls != kAnyCalls) {
       EXPECT_EQ(mac.calls, test.calls);
     }
-    // What holds for every run, whatever its test is about.
+    // These hold for every run.
     EXPECT_EQ(mac.unreadable, Texts());
     EXPECT_EQ(mac.leaks, Texts());
     for (const Texts& part : {mac.log, mac.results, mac.notices}) {
@@ -320,18 +322,13 @@ MacTests::MacTests(const std::string& suite, const std::vector<MacTest>& tests) 
   static const auto* const starter = testing::AddGlobalTestEnvironment(new AllRunsAtOnce);
   static_cast<void>(starter);
   for (const MacTest& test : tests) {
-    const std::string name = suite + "." + test.name;
+    const std::string name = suite + "." + test.name.text;
     if (!knownTests().emplace(name, test).second) {
       throw std::logic_error("two tests are called " + name);
     }
-    testing::RegisterTest(suite.c_str(), test.name.c_str(), nullptr, nullptr, __FILE__, __LINE__,
+    testing::RegisterTest(suite.c_str(), test.name.text.c_str(), nullptr, nullptr,
+                          test.name.where.file_name(), static_cast<int>(test.name.where.line()),
                           [name]() -> RunningTest* { return new RunningTest(name); });
-  }
-}
-
-Texts::Texts(const std::string& joined) {
-  for (const auto& piece : std::views::split(joined, std::string_view(" | "))) {
-    emplace_back(std::string_view(piece));
   }
 }
 

@@ -34,15 +34,15 @@ const std::string kLater = "2008 applyLater appIsRunning";
 const std::string kAgreed =
     "2008 success gotUserAcknowledgementForPatchingRunningApplications "
     "{\"com.apple.Safari\":\"Safari\"}";
-/// Safari runs and is what the action looks for.
+/// Settings for a running Safari that the action looks for.
 const Texts kSafari{"application com.apple.Safari/name=Safari", "actions/2008=com.apple.Safari"};
 
-/// That Mac where the agent allows the prompt, with more settings.
+/// Settings for the same with the prompt enabled, and more.
 Texts prompting(const Texts& settings) {
   return kSafari + Texts{"patch data/ApplicationRunningPrompt=true"} + settings;
 }
 
-/// The calls by which the prompt gets to the user, with its arguments as the user sees them.
+/// The calls that open the prompt for the user.
 Texts opened(const std::string& arguments, const std::string& user = "alice") {
   const bool inFront = arguments.ends_with(" true");
   return {
@@ -59,93 +59,117 @@ auto leaves(const Texts& applications) {
 
 const MacTests policy(
     "RunningApplications",
-    {{"NoIdentifiers", "actions/2008=", "2008 applyLater inSufficientArguments",
-      "error " + kHandler +
-          "Unable to perform application running check, not enough arguments. "
-          "Arguments []."},
-     {"NoneRuns",
-      "actions/2008=com.apple.Safari com.apple.mail | application com.apple.Safari/instances=0",
-      "2008 success",
-      kDetector + "No running Apps detected for the bundleID: com.apple.mail. | " + kDetector +
-          "No running Apps detected for the bundleIDs: [\"com.apple.Safari\", "
-          "\"com.apple.mail\"]."},
-     {"AlwaysKillEndsEveryInstance",
-      kSafari + "application com.apple.Safari/instances=2 | patch data/AlwaysKillApps=true",
-      "2008 success", "", "",
-      [](const Ended& mac) {
-        EXPECT_EQ(std::ranges::count_if(mac.log,
-                                        [](const std::string& line) {
-                                          return line.starts_with(kKiller +
-                                                                  "Attempting to "
-                                                                  "terminate app: Safari ") &&
-                                                 line.ends_with(", Termination status: true.");
-                                        }),
-                  2);
-        EXPECT_EQ(mac.leftApps, Texts());
-        EXPECT_GT(mac.seconds, 4);
-      }},
-     {"NoPromptIsAllowed", kSafari + "patch data/AlwaysKillApps=\"true\"", kLater,
-      kDetector + "Apps are running for bundleID: com.apple.Safari::[Safari (PID … | info " +
-          kFolder +
-          "RunningAppPolicy isAlwaysKillAppsEnabled(): Running application check "
-          "is enabled since AlwaysKillApps is not enabled. | info " +
-          kFolder +
-          "RunningAppPolicy isPromptEnabled(): Prompt for running applications is "
-          "disabled.",
-      "", leaves(kProgram)},
-     {"EndsBeforeItsNameIsAskedFor",
-      prompting("application com.apple.Safari/quits=Apps are running for bundleID"), "2008 success",
-      "error " + kDetails +
-          "Unable to obtain app name or executable path for bundleID: com.apple.Safari. | error " +
-          kHandler +
-          "Unable to obtain app names for the following bundle IDs: [\"com.apple.Safari\"]. "
-          "Considering as no app is running."},
-     {"TwoNamesInOneOrderAndARepeatedIdentifier",
-      prompting("actions/2008=org.b org.a org.c org.b | application org.b/name=Bee | application "
-                "org.a/name=A, too | customization/dailyPromptLimit=9"),
-      "2008 success gotUserAcknowledgementForPatchingRunningApplications "
-      "{\"org.a\":\"A, too\",\"org.b\":\"Bee\"}",
-      "info " + kDetails +
-          "App name: Bee, executable path: /Applications/b.app/Contents/MacOS/b for bundleID: "
-          "org.b. | error " +
-          kDetails + "Unable to obtain app name or executable path for bundleID: org.c. | info " +
-          kStore + "data(for:): Fetched prompt data for org.b,org.a,org.c,org.b: nil.",
-      opened("\"A, too, Bee\" 0 false"), leaves(kProgram)}});
+    {{.name = "NoIdentifiers",
+      .settings = {"actions/2008="},
+      .results = {"2008 applyLater inSufficientArguments"},
+      .lines =
+          {"error " + kHandler +
+           "Unable to perform application running check, not enough arguments. Arguments []."}},
+     {.name = "NoneRuns",
+      .settings = {"actions/2008=com.apple.Safari com.apple.mail",
+                   "application com.apple.Safari/instances=0"},
+      .results = {"2008 success"},
+      .lines = {kDetector + "No running Apps detected for the bundleID: com.apple.mail.",
+                kDetector + "No running Apps detected for the bundleIDs: [\"com.apple.Safari\", "
+                            "\"com.apple.mail\"]."}},
+     {.name = "AlwaysKillEndsEveryInstance",
+      .settings = kSafari + Texts{"application com.apple.Safari/instances=2",
+                                  "patch data/AlwaysKillApps=true"},
+      .results = {"2008 success"},
+      .check =
+          [](const Ended& mac) {
+            EXPECT_EQ(std::ranges::count_if(mac.log,
+                                            [](const std::string& line) {
+                                              return line.starts_with(kKiller +
+                                                                      "Attempting to "
+                                                                      "terminate app: Safari ") &&
+                                                     line.ends_with(", Termination status: true.");
+                                            }),
+                      2);
+            EXPECT_EQ(mac.leftApps, Texts());
+            EXPECT_GT(mac.seconds, 4);
+          }},
+     {.name = "NoPromptIsAllowed",
+      .settings = kSafari + Texts{"patch data/AlwaysKillApps=\"true\""},
+      .results = {kLater},
+      .lines =
+          {kDetector + "Apps are running for bundleID: com.apple.Safari::[Safari (PID …",
+           "info " + kFolder +
+               "RunningAppPolicy isAlwaysKillAppsEnabled(): Running application check is enabled "
+               "since AlwaysKillApps is not enabled.",
+           "info " + kFolder +
+               "RunningAppPolicy isPromptEnabled(): Prompt for running applications is disabled."},
+      .check = leaves({kProgram})},
+     {.name = "EndsBeforeItsNameIsAskedFor",
+      .settings = prompting({"application com.apple.Safari/quits=Apps are running for bundleID"}),
+      .results = {"2008 success"},
+      .lines = {"error " + kDetails +
+                    "Unable to obtain app name or executable path for bundleID: com.apple.Safari.",
+                "error " + kHandler +
+                    "Unable to obtain app names for the following bundle IDs: "
+                    "[\"com.apple.Safari\"]. Considering as no app is running."}},
+     {.name = "TwoNamesInOneOrderAndARepeatedIdentifier",
+      .settings = prompting({"actions/2008=org.b org.a org.c org.b", "application org.b/name=Bee",
+                             "application org.a/name=A, too", "customization/dailyPromptLimit=9"}),
+      .results = {"2008 success gotUserAcknowledgementForPatchingRunningApplications "
+                  "{\"org.a\":\"A, too\",\"org.b\":\"Bee\"}"},
+      .lines = {"info " + kDetails +
+                    "App name: Bee, executable path: /Applications/b.app/Contents/MacOS/b for "
+                    "bundleID: org.b.",
+                "error " + kDetails +
+                    "Unable to obtain app name or executable path for bundleID: org.c.",
+                "info " + kStore +
+                    "data(for:): Fetched prompt data for org.b,org.a,org.c,org.b: nil."},
+      .calls = opened("\"A, too, Bee\" 0 false"),
+      .check = leaves({kProgram})}});
 
 const MacTests launch(
     "PromptLaunch",
-    {{"OpenStartsItInTheConsoleUsersSession", prompting(""), kAgreed,
-      kRequest + "Launching prompt with command: open -g -a \"" + kPrompt +
-          "\" --args \"Safari\" \"0\" \"false\" | " + kRequest + "output: , exitCode: 0 | " +
-          kWait + "Prompt app exited. | " + kRead +
-          "User acknowledgement received: true (return code: 94). | " + kCleaner +
-          "Removing file: " + kReturnCodeFile + " - 2 | " + kCleaner +
-          "Removing file: " + kReturnCodeFile + " - 0",
-      opened("Safari 0 false"), leaves("")},
-     {"OpenBringsItToTheFront",
-      prompting("customization/allowScreenGrab=true | users/console=bob | prompt/user=postpones"),
-      kLater, kRead + "User acknowledgement received: false (return code: 1).",
-      opened("Safari 0 true", "bob"), leaves(kProgram)},
-     {"SudoRunsItOnOldSystems", prompting("mac/version=11.7.10"), kAgreed,
-      kRequest + "Launching prompt with command: sudo -u alice \"" + kPrompt +
-          "\" \"Safari\" \"0\" \"false\"",
-      "sudo -u alice \"" + kPrompt +
-          "\" Safari 0 false | VexloAppRunningNotifier Safari 0 false as alice",
-      leaves("")},
-     {"SudoFindsNobodyOnOldSystems",
-      prompting("mac/version=11.7 | users/console=none | customization/forceDeploy=true"), kLater,
-      kRequest + "output: sudo: unknown user: NOUSERNAME\\n, exitCode: 1 | " + kRequest +
-          "Failed to launch the running app prompt.",
-      "sudo -u NOUSERNAME \"" + kPrompt + "\" Safari 0 false", leaves(kProgram)},
-     {"AnApplicationsNameIsNoCommand",
-      prompting("application com.apple.Safari/name=Sa\"fari $(touch /private/tmp/x) `id`"),
-      "2008 success gotUserAcknowledgementForPatchingRunningApplications "
-      "{\"com.apple.Safari\":\"Sa\\\"fari $(touch /private/tmp/x) `id`\"}",
-      "", opened("\"Sa\"fari $(touch /private/tmp/x) `id`\" 0 false"), leaves("")}});
+    {{.name = "OpenStartsItInTheConsoleUsersSession",
+      .settings = prompting({}),
+      .results = {kAgreed},
+      .lines = {kRequest + "Launching prompt with command: open -g -a \"" + kPrompt +
+                    "\" --args \"Safari\" \"0\" \"false\"",
+                kRequest + "output: , exitCode: 0", kWait + "Prompt app exited.",
+                kRead + "User acknowledgement received: true (return code: 94).",
+                kCleaner + "Removing file: " + kReturnCodeFile + " - 2",
+                kCleaner + "Removing file: " + kReturnCodeFile + " - 0"},
+      .calls = opened("Safari 0 false"),
+      .check = leaves({})},
+     {.name = "OpenBringsItToTheFront",
+      .settings = prompting({"customization/allowScreenGrab=true", "users/console=bob",
+                             "prompt/user=postpones"}),
+      .results = {kLater},
+      .lines = {kRead + "User acknowledgement received: false (return code: 1)."},
+      .calls = opened("Safari 0 true", "bob"),
+      .check = leaves({kProgram})},
+     {.name = "SudoRunsItOnOldSystems",
+      .settings = prompting({"mac/version=11.7.10"}),
+      .results = {kAgreed},
+      .lines = {kRequest + "Launching prompt with command: sudo -u alice \"" + kPrompt +
+                "\" \"Safari\" \"0\" \"false\""},
+      .calls = {"sudo -u alice \"" + kPrompt + "\" Safari 0 false",
+                "VexloAppRunningNotifier Safari 0 false as alice"},
+      .check = leaves({})},
+     {.name = "SudoFindsNobodyOnOldSystems",
+      .settings = prompting({"mac/version=11.7", "users/console=none",
+                             "customization/forceDeploy=true"}),
+      .results = {kLater},
+      .lines = {kRequest + "output: sudo: unknown user: NOUSERNAME\\n, exitCode: 1",
+                kRequest + "Failed to launch the running app prompt."},
+      .calls = {"sudo -u NOUSERNAME \"" + kPrompt + "\" Safari 0 false"},
+      .check = leaves({kProgram})},
+     {.name = "AnApplicationsNameIsNoCommand",
+      .settings =
+          prompting({"application com.apple.Safari/name=Sa\"fari $(touch /private/tmp/x) `id`"}),
+      .results = {"2008 success gotUserAcknowledgementForPatchingRunningApplications "
+                  "{\"com.apple.Safari\":\"Sa\\\"fari $(touch /private/tmp/x) `id`\"}"},
+      .calls = opened("\"Sa\"fari $(touch /private/tmp/x) `id`\" 0 false"),
+      .check = leaves({})}});
 
 const MacTests answers("PromptAnswer", [] {
   struct Answer {
-    std::string name;
+    RowName name;
     Texts settings;
     std::string line;
     bool forcedToo = true;  ///< The forced attempt takes the fallback.
@@ -155,36 +179,50 @@ const MacTests answers("PromptAnswer", [] {
   const std::string invalid = kRead + "Return code file content is invalid. ";
   const std::string unreadable = kRead + "Failed to read return code file. ";
   const std::vector<Answer> rows{
-      {"OpenFails", "open/exits=1", launchFailed, false},
-      {"PromptFailsOnOldSystems", "mac/version=11.7 | prompt/exits=3", launchFailed, false},
-      {"TimesOut", "prompt/user=ignores | customization/skipTimerCountInMinutes=0",
-       kWait + "User acknowledgement timed out after 30 seconds."},
-      {"NoTimeAtAll", "prompt/user=ignores | customization/skipTimerCountInMinutes=-1",
-       kWait + "User acknowledgement timed out after -30 seconds."},
-      {"QuitsWithoutAnAnswer", "prompt/user=quits", notFound},
-      {"Crashes", "prompt/user=crashes", notFound},
-      {"IsNoNumber", "prompt/writes=94.0", invalid},
-      {"IsEmpty", "prompt/writes=", invalid},
-      {"IsNoText", "prompt/writes=bytes that are no text", unreadable},
-      {"IsADirectory", "prompt/writes=a directory", unreadable},
-      {"IsAFifo", "prompt/writes=a fifo", unreadable},
-      {"IsALink", "prompt/writes=a link", unreadable},
-      {"IsAnotherUsersWord", "users/logged on=alice bob | prompt/answers as=bob", unreadable},
-      {"IsAClearNo", "prompt/user=postpones",
-       kRead + "User acknowledgement received: false (return code: 1).", false}};
-  std::vector<MacTest> tests{
-      {"IsANumberBetweenBlanks", prompting("prompt/writes= +094 \n"), kAgreed, "", kAnyCalls}};
+      {.name = "OpenFails", .settings = {"open/exits=1"}, .line = launchFailed, .forcedToo = false},
+      {.name = "PromptFailsOnOldSystems",
+       .settings = {"mac/version=11.7", "prompt/exits=3"},
+       .line = launchFailed,
+       .forcedToo = false},
+      {.name = "TimesOut",
+       .settings = {"prompt/user=ignores", "customization/skipTimerCountInMinutes=0"},
+       .line = kWait + "User acknowledgement timed out after 30 seconds."},
+      {.name = "NoTimeAtAll",
+       .settings = {"prompt/user=ignores", "customization/skipTimerCountInMinutes=-1"},
+       .line = kWait + "User acknowledgement timed out after -30 seconds."},
+      {.name = "QuitsWithoutAnAnswer", .settings = {"prompt/user=quits"}, .line = notFound},
+      {.name = "Crashes", .settings = {"prompt/user=crashes"}, .line = notFound},
+      {.name = "IsNoNumber", .settings = {"prompt/writes=94.0"}, .line = invalid},
+      {.name = "IsEmpty", .settings = {"prompt/writes="}, .line = invalid},
+      {.name = "IsNoText",
+       .settings = {"prompt/writes=bytes that are no text"},
+       .line = unreadable},
+      {.name = "IsADirectory", .settings = {"prompt/writes=a directory"}, .line = unreadable},
+      {.name = "IsAFifo", .settings = {"prompt/writes=a fifo"}, .line = unreadable},
+      {.name = "IsALink", .settings = {"prompt/writes=a link"}, .line = unreadable},
+      {.name = "IsAnotherUsersWord",
+       .settings = {"users/logged on=alice bob", "prompt/answers as=bob"},
+       .line = unreadable},
+      {.name = "IsAClearNo",
+       .settings = {"prompt/user=postpones"},
+       .line = kRead + "User acknowledgement received: false (return code: 1).",
+       .forcedToo = false}};
+  std::vector<MacTest> tests{{.name = "IsANumberBetweenBlanks",
+                              .settings = prompting({"prompt/writes= +094 \n"}),
+                              .results = {kAgreed},
+                              .calls = kAnyCalls}};
   for (const Answer& row : rows) {
     for (const bool forced : {false, true}) {
       const std::string fallback = forced ? "true" : "false";
       const bool tellsFallback = row.line.ends_with(' ');
       tests.push_back(
-          {row.name + (forced ? "Forced" : ""),
-           prompting(row.settings) + Texts{"customization/forceDeploy=" + fallback},
-           {forced && row.forcedToo ? kAgreed : kLater},
-           {tellsFallback ? row.line + "Returning fallback: " + fallback + ".…" : row.line},
-           kAnyCalls,
-           [](const Ended& mac) {
+          {.name = row.name + (forced ? "Forced" : ""),
+           .settings = prompting(row.settings) + Texts{"customization/forceDeploy=" + fallback},
+           .results = {forced && row.forcedToo ? kAgreed : kLater},
+           .lines = {tellsFallback ? row.line + "Returning fallback: " + fallback + ".…"
+                                   : row.line},
+           .calls = kAnyCalls,
+           .check = [](const Ended& mac) {
              EXPECT_THAT(mac.leftApps, testing::Not(testing::Contains(kPrompt)));
            }});
     }
@@ -194,12 +232,12 @@ const MacTests answers("PromptAnswer", [] {
 
 const std::string kLargest = "9223372036854775807";
 
-/// That Mac where the user postpones at once.
+/// Settings for a user who postpones at once.
 Texts postponing(const Texts& settings) {
-  return prompting("prompt/user=postpones | prompt/after=200 ms") + settings;
+  return prompting({"prompt/user=postpones", "prompt/after=200 ms"}) + settings;
 }
 
-/// Counts that an earlier run left, as settings.
+/// Settings for counts from an earlier run.
 Texts counted(const std::string& today, const std::string& total,
               const std::string& patch = "310990") {
   const std::string section = "prompt data com.apple.Safari/";
@@ -207,7 +245,7 @@ Texts counted(const std::string& today, const std::string& total,
           section + "promptShownCount=" + total};
 }
 
-/// That the counts' file holds these and nothing else.
+/// Checks that the file of prompt counts holds exactly these.
 auto counts(const std::string& today, const std::string& total, const std::string& setAside = "") {
   return [=](const Ended& mac) {
     const std::string begin = mac.counts.substr(0, mac.counts.find("<dict>"));
@@ -244,66 +282,104 @@ const std::string kSaved =
 const MacTests counting("PromptCounts", [] {
   std::vector<MacTest> tests{
       {.name = "PostponementsRunOut",
-       .settings = postponing(skips("2")),
-       .results = kLater + " | " + kLater + " | " + kLater,
-       .lines = kNewVersion + " | " + kExceeded + "2 | " + kFetched + "nil. | " + kFetched +
-                "Optional([\"DAY\": 2, \"patchID\": \"310990\", "
-                "\"promptShownCount\": 2]). | " +
-                kSaved + "[\"DAY\": 3, \"patchID\": \"310990\", \"promptShownCount\": 3].",
+       .settings = postponing({skips("2")}),
+       .results = {kLater, kLater, kLater},
+       .lines = {kNewVersion, kExceeded + "2", kFetched + "nil.",
+                 kFetched +
+                     "Optional([\"DAY\": 2, \"patchID\": \"310990\", \"promptShownCount\": 2]).",
+                 kSaved + "[\"DAY\": 3, \"patchID\": \"310990\", \"promptShownCount\": 3]."},
        .calls = opened("Safari 2 false") + opened("Safari 1 false") + opened("Safari 0 true"),
        .check = counts("3", "3"),
        .times = 3},
       {.name = "ADaysPromptsRunOut",
-       .settings = postponing(limit("1")),
-       .results = kLater + " | " + kLater,
-       .lines = kLimitReached + "(1/1) for bundleID: com.apple.Safari. Skipping deployment.",
+       .settings = postponing({limit("1")}),
+       .results = {kLater, kLater},
+       .lines = {kLimitReached + "(1/1) for bundleID: com.apple.Safari. Skipping deployment."},
        .calls = opened("Safari 0 false"),
        .check = counts("1", "1"),
        .times = 2},
-      {"TheDaysLimitComesFirst", postponing({limit("2"), skips("2")}) + counted("5", "7"), kLater,
-       kLimitReached + "(5/2) for bundleID: com.apple.Safari. Skipping deployment.", "",
-       counts("5", "7")},
-      {"AgreedIsCounted", prompting(skips("5")) + counted("1", "2"), kAgreed, "",
-       opened("Safari 3 false"), counts("2", "3")},
-      {"ForcedWithPostponementsLeft",
-       prompting({skips("3"), "customization/forceDeploy=true", "prompt/user=quits"}), kAgreed, "",
-       opened("Safari 3 false"), counts("1", "1")},
-      {"ForcedAfterTheLastPostponement", "", kAgreed,
-       kRead + "Return code file not found. Returning fallback: true.", opened("Safari 0 true"),
-       counts("2", "3"), "last-attempt"},
-      {"AnotherPatchStartsAgain", postponing(limit("1")) + counted("9", "9", "1"), kLater,
-       kNewVersion, opened("Safari 0 false"), counts("1", "1")},
-      {"WithoutLimitsNothingIsCounted", postponing(""), kLater, kDefaultFlow,
-       opened("Safari 0 false"), countsNothing},
-      {"NegativeLimitsAreNone", postponing({limit("-9223372036854775808"), skips("-1")}), kLater,
-       kDefaultFlow, opened("Safari 0 false"), countsNothing},
-      {"HugeLimitsAndCountsThatAreTexts",
-       postponing({limit(kLargest), skips(kLargest)}) + counted("\"4\"", "\"4\""), kLater, "",
-       opened("Safari " + kLargest + " false"), counts("1", "1")},
-      {"CountsAtTheirEnd",
-       postponing({limit(kLargest), skips("9")}) + counted("9223372036854775806", kLargest), kLater,
-       kExceeded + kLargest, opened("Safari 0 true"), counts(kLargest, kLargest)},
-      {"OneMistypedSettingDiscardsAll",
-       postponing({skips("2"), "customization/forceDeploy=\"true\""}), kLater,
-       kCantDecode + " | " + kDefaultFlow, opened("Safari 0 false"), countsNothing},
-      {"ACustomizationThatIsNoPropertyList", postponing("customization/content=<plist><dict>"),
-       kLater, kCantDecode + " | " + kDefaultFlow, opened("Safari 0 false"), countsNothing},
-      {"CountsThatCantBeSavedDontStopThePrompt",
-       postponing({skips("2"), "agent/data directory=read-only"}), kLater,
-       "error " + kStore +
-           "saveData(_:for:): Unable to save prompt data for com.apple.Safari: "
-           "[\"DAY\": 1, \"patchID\": \"310990\", \"promptShownCount\": 1]. "
-           "Error: …",
-       opened("Safari 2 false"), countsNothing}};
-  // What lies in the file's place and can't be used is kept beside it.
+      {.name = "TheDaysLimitComesFirst",
+       .settings = postponing({limit("2"), skips("2")}) + counted("5", "7"),
+       .results = {kLater},
+       .lines = {kLimitReached + "(5/2) for bundleID: com.apple.Safari. Skipping deployment."},
+       .check = counts("5", "7")},
+      {.name = "AgreedIsCounted",
+       .settings = prompting({skips("5")}) + counted("1", "2"),
+       .results = {kAgreed},
+       .calls = opened("Safari 3 false"),
+       .check = counts("2", "3")},
+      {.name = "ForcedWithPostponementsLeft",
+       .settings = prompting({skips("3"), "customization/forceDeploy=true", "prompt/user=quits"}),
+       .results = {kAgreed},
+       .calls = opened("Safari 3 false"),
+       .check = counts("1", "1")},
+      {.name = "ForcedAfterTheLastPostponement",
+       .results = {kAgreed},
+       .lines = {kRead + "Return code file not found. Returning fallback: true."},
+       .calls = opened("Safari 0 true"),
+       .check = counts("2", "3"),
+       .scenario = "last-attempt"},
+      {.name = "AnotherPatchStartsAgain",
+       .settings = postponing({limit("1")}) + counted("9", "9", "1"),
+       .results = {kLater},
+       .lines = {kNewVersion},
+       .calls = opened("Safari 0 false"),
+       .check = counts("1", "1")},
+      {.name = "WithoutLimitsNothingIsCounted",
+       .settings = postponing({}),
+       .results = {kLater},
+       .lines = {kDefaultFlow},
+       .calls = opened("Safari 0 false"),
+       .check = countsNothing},
+      {.name = "NegativeLimitsAreNone",
+       .settings = postponing({limit("-9223372036854775808"), skips("-1")}),
+       .results = {kLater},
+       .lines = {kDefaultFlow},
+       .calls = opened("Safari 0 false"),
+       .check = countsNothing},
+      {.name = "HugeLimitsAndCountsThatAreTexts",
+       .settings = postponing({limit(kLargest), skips(kLargest)}) + counted("\"4\"", "\"4\""),
+       .results = {kLater},
+       .calls = opened("Safari " + kLargest + " false"),
+       .check = counts("1", "1")},
+      {.name = "CountsAtTheirEnd",
+       .settings =
+           postponing({limit(kLargest), skips("9")}) + counted("9223372036854775806", kLargest),
+       .results = {kLater},
+       .lines = {kExceeded + kLargest},
+       .calls = opened("Safari 0 true"),
+       .check = counts(kLargest, kLargest)},
+      {.name = "OneMistypedSettingDiscardsAll",
+       .settings = postponing({skips("2"), "customization/forceDeploy=\"true\""}),
+       .results = {kLater},
+       .lines = {kCantDecode, kDefaultFlow},
+       .calls = opened("Safari 0 false"),
+       .check = countsNothing},
+      {.name = "ACustomizationThatIsNoPropertyList",
+       .settings = postponing({"customization/content=<plist><dict>"}),
+       .results = {kLater},
+       .lines = {kCantDecode, kDefaultFlow},
+       .calls = opened("Safari 0 false"),
+       .check = countsNothing},
+      {.name = "CountsThatCantBeSavedDontStopThePrompt",
+       .settings = postponing({skips("2"), "agent/data directory=read-only"}),
+       .results = {kLater},
+       .lines = {"error " + kStore +
+                 "saveData(_:for:): Unable to save prompt data for com.apple.Safari: [\"DAY\": 1, "
+                 "\"patchID\": \"310990\", \"promptShownCount\": 1]. Error: …"},
+       .calls = opened("Safari 2 false"),
+       .check = countsNothing}};
+  // An unusable file in its place is kept under another name.
   for (const auto& [name, content, setAside] : std::initializer_list<std::array<std::string, 3>>{
            {"ADamagedFile", "<plist><dict><key>", "<plist><dict><key>"},
            {"AnArray", "<plist><array/></plist>", "<plist><array/></plist>"},
            {"ALink", "a link", "not the agent's"}}) {
-    tests.push_back({name + "InPlaceOfTheCounts",
-                     postponing({skips("2"), "agent/prompt data=" + content}), kLater,
-                     kFetched + "nil. | " + kNewVersion, opened("Safari 2 false"),
-                     counts("1", "1", setAside)});
+    tests.push_back({.name = name + "InPlaceOfTheCounts",
+                     .settings = postponing({skips("2"), "agent/prompt data=" + content}),
+                     .results = {kLater},
+                     .lines = {kFetched + "nil.", kNewVersion},
+                     .calls = opened("Safari 2 false"),
+                     .check = counts("1", "1", setAside)});
   }
   return tests;
 }());

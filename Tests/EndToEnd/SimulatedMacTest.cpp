@@ -1,4 +1,4 @@
-// The simulated Mac itself: nothing of it is left behind, and what goes wrong is said.
+// The simulated Mac itself: it leaves nothing behind and reports errors.
 #include <gmock/gmock.h>
 
 #include <sstream>
