@@ -1,8 +1,6 @@
 #include "AgentTool/CommandLine.h"
 
 #include <CLI/CLI.hpp>
-#include <array>
-#include <charconv>
 #include <cstddef>
 #include <filesystem>
 #include <iterator>
@@ -14,6 +12,7 @@
 #include <vector>
 
 #include "AgentTool/PrintableText.h"
+#include "Platform/RealNumbers.h"
 #include "VexloPatchDeployment/Common/Version.h"
 
 namespace agent_tool {
@@ -23,11 +22,7 @@ constexpr const char* kProgram = "vexlo-patch";
 constexpr const char* kAgentRootVariable = "VEXLO_AGENT_ROOT";
 
 std::string versionText() {
-  std::array<char, 32> digits{};
-  const auto [end, error] =
-      std::to_chars(digits.data(), digits.data() + digits.size(), VexloPatchDeploymentVersionNumber,
-                    std::chars_format::fixed, 1);
-  return "VexloPatchDeployment " + std::string(digits.data(), end);
+  return "VexloPatchDeployment " + platform::decimalText(VexloPatchDeploymentVersionNumber, 1);
 }
 
 /// The options as they were written.

@@ -118,26 +118,28 @@ void Console::eraseActivity() {
 Console::Activity::Activity(Console& console, std::string text) : console_(console) {
   if (console_.activityDescriptor_ >= 0) {
     const platform::SignalsHeld held;  // signals are for the main thread
-    thread_ = std::jthread(
-        [this, text = std::move(text)](const std::stop_token& stop) { show(stop, text); });
+    thread_ = std::thread([this, text = std::move(text)] { show(text); });
   }
 }
 
 Console::Activity::~Activity() {
   if (thread_.joinable()) {
-    thread_.request_stop();
+    {
+      const std::scoped_lock lock(console_.mutex_);
+      ended_ = true;
+    }
+    hasEnded_.notify_one();
     thread_.join();
   }
 }
 
-void Console::Activity::show(const std::stop_token& stop, const std::string& text) {
+void Console::Activity::show(const std::string& text) {
   const auto began = std::chrono::steady_clock::now();
   const std::size_t width = columnsOf(console_.activityDescriptor_);
   std::unique_lock lock(console_.mutex_);
   Milliseconds pause = kQuickEnough;
   for (std::size_t frame = 0;
-       !ended_.wait_for(lock, stop, pause, [&] { return stop.stop_requested(); }) &&
-       !isInterrupted();
+       !hasEnded_.wait_for(lock, pause, [&] { return ended_; }) && !isInterrupted();
        ++frame, pause = kFrame) {
     const auto gone =
         std::chrono::duration_cast<std::chrono::seconds>(std::chrono::steady_clock::now() - began);

@@ -55,11 +55,12 @@ class Console {
     ~Activity();
 
    private:
-    void show(const std::stop_token& stop, const std::string& text);
+    void show(const std::string& text);
 
     Console& console_;
-    std::condition_variable_any ended_;
-    std::jthread thread_;  // last: it uses the others
+    std::condition_variable hasEnded_;
+    bool ended_ = false;  // under the console's mutex
+    std::thread thread_;  // last: it uses the others
   };
 
  private:

@@ -59,7 +59,7 @@ void endCleanlyWhenInterrupted(int terminal) {
   struct sigaction action{};
   action.sa_handler = endByInterruption;
   action.sa_flags = SA_NODEFER | SA_RESTART;
-  ::sigemptyset(&action.sa_mask);
+  sigemptyset(&action.sa_mask);  // a macro on macOS
   for (const int signal : kEndingSignals) {
     struct sigaction former{};
     ::sigaction(signal, nullptr, &former);

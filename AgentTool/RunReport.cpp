@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cstddef>
 #include <optional>
 #include <string_view>
@@ -12,6 +11,7 @@
 #include "AgentTool/Columns.h"
 #include "AgentTool/JSONPieces.h"
 #include "AgentTool/PrintableText.h"
+#include "Platform/RealNumbers.h"
 #include "VexloPatchDeployment/Common/Overloaded.h"
 
 namespace agent_tool {
@@ -23,13 +23,6 @@ using vexlo::MacOSUpdateIsDeferred;
 using vexlo::PatchActionResult;
 using vexlo::PlainReason;
 using Outcome = PatchActionResult::Outcome;
-
-std::string decimal(double number, int places) {
-  std::array<char, 64> digits{};
-  const auto [end, error] = std::to_chars(digits.data(), digits.data() + digits.size(), number,
-                                          std::chars_format::fixed, places);
-  return {digits.data(), end};
-}
 
 std::string detailAsJSON(const PatchActionResult& result) {
   if (!result.description) {
@@ -96,7 +89,7 @@ class JSONReport final : public RunReport {
                        .text("result", name(result.outcome))
                        .json("description", jsonOptional(description))
                        .json("detail", detailAsJSON(result))
-                       .json("seconds", decimal(took.count(), 3))
+                       .json("seconds", platform::decimalText(took.count(), 3))
                        .done() +
                    '\n');
   }
@@ -134,7 +127,7 @@ class TableReport final : public RunReport {
     if (!action.applies) {
       why += "doesn't apply to the patch";
     }
-    std::string seconds = decimal(took.count(), 2) + " s";
+    std::string seconds = platform::decimalText(took.count(), 2) + " s";
     seconds.insert(0, kTimeWidth - std::min(kTimeWidth, seconds.size()), ' ');
     console_.write(columns_.row({{printable(action.actionID.code())},
                                  {printable(describe(action.actionID))},

@@ -1,13 +1,12 @@
 #include "Platform/PropertyList.h"
 
 #include <algorithm>
-#include <array>
-#include <charconv>
 #include <chrono>
 #include <cmath>
 
 #include "Platform/Calendar.h"
 #include "Platform/PropertyListReaders.h"
+#include "Platform/RealNumbers.h"
 
 namespace platform {
 namespace {
@@ -57,9 +56,7 @@ class Describer {
   void operator()(std::int64_t number) const { out_ += std::to_string(number); }
   void operator()(std::uint64_t number) const { out_ += std::to_string(number); }
   void operator()(double number) const {
-    std::array<char, 32> digits{};
-    const auto* end = std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr;
-    const std::string_view shortest(digits.data(), end);
+    const std::string shortest = shortestText(number);
     out_ += shortest;
     if (shortest.find_first_not_of("-0123456789") == std::string_view::npos) {
       out_ += ".0";

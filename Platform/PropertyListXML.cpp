@@ -15,6 +15,7 @@
 #include <utility>
 
 #include "Platform/PropertyListReaders.h"
+#include "Platform/RealNumbers.h"
 #include "Platform/Unicode.h"
 
 namespace platform {
@@ -338,7 +339,7 @@ class XMLReader {
       case Tag::integer:
         return checked(parseIntegerText(text_), "an integer of 64 bits");
       case Tag::real:
-        if (const auto number = wholeNumber<double>(withoutPlus(withoutBlanksAround(text_)))) {
+        if (const auto number = parseReal(withoutPlus(withoutBlanksAround(text_)))) {
           return PropertyList::Value(*number);
         }
         return checked(std::nullopt, "a real number");
@@ -382,9 +383,7 @@ class XMLWriter {
       writeElement("real", number < 0 ? "-infinity" : "+infinity");
       return;
     }
-    std::array<char, 32> digits{};  // the shortest that reads back as the same number
-    const auto* end = std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr;
-    writeElement("real", std::isnan(number) ? "nan" : std::string_view(digits.data(), end));
+    writeElement("real", std::isnan(number) ? "nan" : shortestText(number));
   }
   void operator()(bool flag) const { writeLine(flag ? "<true/>" : "<false/>"); }
 

@@ -10,7 +10,7 @@ class SignalsHeld {
  public:
   SignalsHeld() noexcept {
     sigset_t all;
-    ::sigfillset(&all);
+    sigfillset(&all);  // a macro on macOS
     ::pthread_sigmask(SIG_SETMASK, &all, &former_);
   }
   ~SignalsHeld() { ::pthread_sigmask(SIG_SETMASK, &former_, nullptr); }

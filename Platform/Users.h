@@ -13,9 +13,9 @@ namespace platform {
   return user.empty() || user == "root" || user == "loginwindow" || user == "_mbsetupuser";
 }
 
-/// The short name of the user at the console, absent when there is none: the owner of
-/// /dev/console; else the user of a utmpx entry on the line `console`, else of one on a local
-/// terminal. Names that are nobody's session are passed over.
+/// The short name of the user at the console, absent when there is none. macOS says it itself; on
+/// Linux it is the owner of /dev/console; else the user of a utmpx entry on the line `console`,
+/// else of one on a local terminal. Names that are nobody's session are passed over.
 [[nodiscard]] std::optional<std::string> consoleUserName();
 
 /// The distinct users of the session records whose process lives, in their order; empty when nobody

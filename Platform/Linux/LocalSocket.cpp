@@ -1,133 +1,23 @@
 #include "Platform/LocalSocket.h"
 
 #include <sys/socket.h>
-#include <sys/stat.h>
-#include <sys/time.h>
-#include <sys/un.h>
-#include <unistd.h>
 
-#include <cerrno>
-#include <system_error>
+#include "Platform/Posix/SocketSystem.h"
 
 namespace platform {
-namespace {
 
-constexpr timeval kLongestWait{.tv_sec = 5, .tv_usec = 0};
-constexpr int kMostInterruptions = 100;
-constexpr mode_t kOwnerOnly = 0600;
-constexpr int kBacklog = 16;
-
-std::unexpected<std::string> failure(int error) {
-  return std::unexpected(std::generic_category().message(error));
+Descriptor makeSocket(bool blocking) {
+  return Descriptor(
+      ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | (blocking ? 0 : SOCK_NONBLOCK), 0));
 }
 
-std::expected<sockaddr_un, int> addressOf(const std::string& path) {
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  if (path.empty() || path.contains('\0')) {  // a leading NUL would be a name without a file
-    return std::unexpected(EINVAL);
-  }
-  if (path.size() >= sizeof address.sun_path) {
-    return std::unexpected(ENAMETOOLONG);
-  }
-  path.copy(address.sun_path, path.size());
-  return address;
+Descriptor acceptBlocking(const Descriptor& listener) {
+  return Descriptor(::accept4(listener.get(), nullptr, nullptr, SOCK_CLOEXEC));
 }
 
-Descriptor makeSocket(int flags = 0) {
-  return Descriptor(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | flags, 0));
+ssize_t sendWithoutSignal(const Descriptor& socket, std::string_view bytes, int flags) noexcept {
+  return ::send(socket.get(), bytes.data(), bytes.size(), flags | MSG_NOSIGNAL);
 }
-
-/// Calls again for as long as a signal interrupts the call: the number of bytes, 0 when the socket
-/// is not ready, -1 on another error.
-template <typename Call>
-std::ptrdiff_t transferred(const Call& call) {
-  while (true) {
-    const ssize_t count = call();
-    if (count >= 0) {
-      return count;
-    }
-    if (errno != EINTR) {
-      return errno == EAGAIN || errno == EWOULDBLOCK ? 0 : -1;
-    }
-  }
-}
-
-/// Removes what an earlier server left; anything but a socket stays.
-void removeOldSocket(const std::string& path) {
-  struct stat status{};
-  if (::lstat(path.c_str(), &status) == 0 && S_ISSOCK(status.st_mode)) {
-    ::unlink(path.c_str());
-  }
-}
-
-}  // namespace
-
-std::expected<Descriptor, std::string> connectLocalSocket(const std::string& path) {
-  const auto address = addressOf(path);
-  if (!address) {
-    return failure(address.error());
-  }
-  Descriptor made = makeSocket();
-  if (!made ||
-      // Bounds the wait for a listener whose queue is full.
-      ::setsockopt(made.get(), SOL_SOCKET, SO_SNDTIMEO, &kLongestWait, sizeof kLongestWait) != 0) {
-    return failure(errno);
-  }
-  // A signal of the agent's may end the wait early.
-  for (int tries = 0; tries < kMostInterruptions; ++tries) {
-    if (::connect(made.get(), reinterpret_cast<const sockaddr*>(&*address), sizeof *address) == 0) {
-      return made;
-    }
-    if (errno != EINTR) {
-      break;
-    }
-  }
-  return failure(errno);
-}
-
-std::expected<Descriptor, std::string> listenOnLocalSocket(const std::string& path) {
-  const auto address = addressOf(path);
-  if (!address) {
-    return failure(address.error());
-  }
-  removeOldSocket(path);
-  // A client may have gone before it is accepted, which must not be waited for.
-  Descriptor made = makeSocket(SOCK_NONBLOCK);
-  // The file that bind() makes takes over the socket's mode, so nobody else can ever open it.
-  if (!made || ::fchmod(made.get(), kOwnerOnly) != 0 ||
-      ::bind(made.get(), reinterpret_cast<const sockaddr*>(&*address), sizeof *address) != 0 ||
-      ::listen(made.get(), kBacklog) != 0) {
-    return failure(errno);
-  }
-  return made;
-}
-
-std::expected<Descriptor, std::error_code> acceptLocalSocket(const Descriptor& listener) {
-  Descriptor made(::accept4(listener.get(), nullptr, nullptr, SOCK_CLOEXEC));
-  if (!made) {
-    return std::unexpected(std::error_code(errno, std::generic_category()));
-  }
-  return made;
-}
-
-std::ptrdiff_t sendWithoutWaiting(const Descriptor& socket, std::string_view bytes) noexcept {
-  return transferred([&] {
-    return ::send(socket.get(), bytes.data(), bytes.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
-  });
-}
-
-std::ptrdiff_t receive(const Descriptor& socket, std::span<char> buffer, bool wait) noexcept {
-  bool ended = false;
-  const std::ptrdiff_t count = transferred([&] {
-    const ssize_t got = ::recv(socket.get(), buffer.data(), buffer.size(), wait ? 0 : MSG_DONTWAIT);
-    ended = got == 0;
-    return got;
-  });
-  return ended ? -1 : count;
-}
-
-void hangUp(const Descriptor& socket) noexcept { ::shutdown(socket.get(), SHUT_RDWR); }
 
 std::optional<std::uint32_t> peerUserID(const Descriptor& socket) {
   ucred peer{};

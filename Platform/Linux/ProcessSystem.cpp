@@ -43,6 +43,8 @@ ssize_t writeWithoutSignal(const Descriptor& pipe, std::string_view bytes) {
   return written;
 }
 
+char** environmentVariables() { return environ; }
+
 std::string temporaryDirectory() { return "/tmp"; }
 
 ChildEnd::ChildEnd(pid_t pid) : pid_(pid) {

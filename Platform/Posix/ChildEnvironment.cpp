@@ -39,7 +39,8 @@ std::vector<std::string> childEnvironment() {
     variables.push_back("USER=" + account->name);
     variables.push_back("LOGNAME=" + account->name);
   }
-  for (char** variable = environ; variable != nullptr && *variable != nullptr; ++variable) {
+  for (char** variable = environmentVariables(); variable != nullptr && *variable != nullptr;
+       ++variable) {
     if (setsLocale(*variable)) {
       variables.emplace_back(*variable);
     }

@@ -24,6 +24,9 @@ namespace platform {
 /// write() without the SIGPIPE of a reader that has gone.
 [[nodiscard]] ssize_t writeWithoutSignal(const Descriptor& pipe, std::string_view bytes);
 
+/// The process's environment variables, ended by a null; null when there are none.
+[[nodiscard]] char** environmentVariables();
+
 /// The system's folder for temporary files, without a slash at its end.
 [[nodiscard]] std::string temporaryDirectory();
 

@@ -86,7 +86,7 @@ TEST_F(AgentServiceTest, OddAnswersGiveOneReplyAndHarmNothing) {
            {"{\"id\":1,\"value\":[\"secret\"]}\n", std::nullopt},
            {std::string(300'000, 'x'), "failed: the service sent a reply of more than 64 KiB"}}) {
     const auto listener = *platform::listenOnLocalSocket(path);
-    const std::jthread service([&listener, &bytes] {
+    std::thread service([&listener, &bytes] {
       platform::Awaited client{.descriptor = listener.get()};
       platform::waitForAny({&client, 1});
       const auto socket = *platform::acceptLocalSocket(listener);
@@ -95,6 +95,7 @@ TEST_F(AgentServiceTest, OddAnswersGiveOneReplyAndHarmNothing) {
     });
     AgentServiceConnection connection;
     EXPECT_EQ(answer(ask(*connection.getService(), "key")), expected) << bytes;
+    service.join();
   }
   EXPECT_FALSE(log.mentions("secret"));
 }

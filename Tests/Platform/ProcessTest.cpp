@@ -75,8 +75,8 @@ TEST_F(ProcessTest, InputLargerThanThePipeMayBeReadInTurnsOrNotAtAll) {
 TEST_F(ProcessTest, TheChildStartsCleanInItsOwnSession) {
   const auto former = std::signal(SIGUSR2, SIG_IGN);
   sigset_t blocked;
-  ::sigemptyset(&blocked);
-  ::sigaddset(&blocked, SIGUSR1);
+  sigemptyset(&blocked);
+  sigaddset(&blocked, SIGUSR1);
   ::pthread_sigmask(SIG_BLOCK, &blocked, nullptr);
   const int inherited = ::fcntl(STDERR_FILENO, F_DUPFD, 77);  // without close-on-exec
   ProcessRequest request = shell(

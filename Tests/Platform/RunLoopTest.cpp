@@ -26,9 +26,10 @@ TEST(RunLoopTest, EveryRunServesOneSourceInTheOrderOfTheSignals) {
   EXPECT_EQ(performed, "2");
   EXPECT_TRUE(loop.runDefaultMode(hours(1)));
   EXPECT_EQ(performed, "21");
-  const std::jthread signaller([&] { first->signal(); });
+  std::thread signaller([&] { first->signal(); });
   EXPECT_TRUE(loop.runDefaultMode(hours(1)));
   EXPECT_EQ(performed, "211");
+  signaller.join();
 }
 
 }  // namespace

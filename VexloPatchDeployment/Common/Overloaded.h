@@ -8,4 +8,8 @@ struct Overloaded : Cases... {
   using Cases::operator()...;
 };
 
+// Compilers that don't deduce an aggregate's parameters by themselves need this.
+template <typename... Cases>
+Overloaded(Cases...) -> Overloaded<Cases...>;
+
 }  // namespace vexlo

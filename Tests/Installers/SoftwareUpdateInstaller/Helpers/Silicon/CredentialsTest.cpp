@@ -47,9 +47,9 @@ TEST_F(CredentialsTest, TheFirstOfSeveralAnswersCounts) {
 
 TEST_F(CredentialsTest, AnAnswerAfterTheTimeoutMeetsNobody) {
   std::latch callerHasGone(1);
-  std::jthread connection;
+  std::thread connection;
   service->onRequest = [&](const auto&, const auto& reply) {
-    connection = std::jthread([&callerHasGone, reply] {
+    connection = std::thread([&callerHasGone, reply] {
       callerHasGone.wait();
       reply("late");
     });
@@ -58,6 +58,7 @@ TEST_F(CredentialsTest, AnAnswerAfterTheTimeoutMeetsNobody) {
   EXPECT_THAT(log.records(),
               ElementsAre(ErrorLine("Unable to get value for key form AgentService, Timeout.")));
   callerHasGone.count_down();
+  connection.join();
 }
 
 /// The bytes of a short text lie in the object itself, so that they can be looked at afterwards.

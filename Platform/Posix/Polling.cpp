@@ -1,26 +1,12 @@
 #include "Platform/Polling.h"
 
-#include <fcntl.h>
 #include <poll.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <array>
-#include <cerrno>
 #include <climits>
 #include <vector>
 
 namespace platform {
-std::expected<Pipe, std::error_code> makePipe() {
-  std::array<int, 2> ends{};
-  if (::pipe2(ends.data(), O_CLOEXEC) == 0) {
-    Pipe made{.readEnd = aboveStandard(ends[0]), .writeEnd = aboveStandard(ends[1])};
-    if (made.readEnd && made.writeEnd) {
-      return made;
-    }
-  }
-  return std::unexpected(std::error_code(errno, std::generic_category()));
-}
 
 void waitForAny(std::span<Awaited> awaited, std::optional<std::chrono::milliseconds> timeout) {
   std::vector<pollfd> polled(awaited.size());

@@ -1,0 +1,93 @@
+#include "Platform/Users.h"
+
+#include <pwd.h>
+#include <signal.h>  // NOLINT(modernize-deprecated-headers): POSIX, not only C
+#include <sys/types.h>
+#include <unistd.h>
+#include <utmpx.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <mutex>
+
+#include "Platform/Posix/Sessions.h"
+
+namespace platform {
+namespace {
+
+/// A field of the records ends at its first NUL or fills its array.
+template <std::size_t kSize>
+std::string textOf(const char (&field)[kSize]) {  // NOLINT(modernize-avoid-c-arrays): libc's
+  return {field, ::strnlen(field, kSize)};
+}
+
+/// Whether the process of a session lives; its record may outlast it, after a crash say.
+bool isAlive(pid_t pid) { return ::kill(pid, 0) == 0 || errno == EPERM; }
+
+/// Calls one of the account functions with a buffer that is large enough for its answer.
+template <typename Ask, typename Take>
+auto lookUpAccount(const Ask& ask, const Take& take) {
+  constexpr std::size_t kLargest = std::size_t{1} << 20;
+  std::vector<char> buffer(1024);
+  for (;;) {
+    passwd account{};
+    passwd* found = nullptr;
+    const int error = ask(&account, buffer.data(), buffer.size(), &found);
+    if (error == ERANGE && buffer.size() < kLargest) {
+      buffer.resize(buffer.size() * 2);
+    } else if (error != EINTR) {
+      return found == nullptr ? std::nullopt : std::optional(take(*found));
+    }
+  }
+}
+
+}  // namespace
+
+std::vector<Session> sessions() {
+  static std::mutex mutex;  // the functions below share one position in the file
+  const std::scoped_lock lock(mutex);
+  std::vector<Session> found;
+  ::setutxent();
+  while (const utmpx* entry = ::getutxent()) {
+    if (entry->ut_type == USER_PROCESS && entry->ut_user[0] != '\0' && isAlive(entry->ut_pid)) {
+      found.push_back({.user = textOf(entry->ut_user),
+                       .line = textOf(entry->ut_line),
+                       .host = textOf(entry->ut_host)});
+    }
+  }
+  ::endutxent();
+  return found;
+}
+
+std::optional<std::string> userName(uid_t id) {
+  return lookUpAccount([&](auto... answer) { return ::getpwuid_r(id, answer...); },
+                       [](const passwd& account) { return std::string(account.pw_name); });
+}
+
+std::vector<std::string> loggedOnUserNames() {
+  std::vector<std::string> names;
+  for (Session& session : sessions()) {
+    if (std::ranges::find(names, session.user) == names.end()) {
+      names.push_back(std::move(session.user));
+    }
+  }
+  return names;
+}
+
+std::uint32_t ownUserID() noexcept { return ::geteuid(); }
+
+std::optional<Account> ownAccount() {
+  return lookUpAccount([&](auto... answer) { return ::getpwuid_r(::geteuid(), answer...); },
+                       [](const passwd& account) {
+                         return Account{.name = account.pw_name, .home = account.pw_dir};
+                       });
+}
+
+std::optional<std::uint32_t> userID(const std::string& name) {
+  return lookUpAccount(
+      [&](auto... answer) { return ::getpwnam_r(name.c_str(), answer...); },
+      [](const passwd& account) { return static_cast<std::uint32_t>(account.pw_uid); });
+}
+
+}  // namespace platform
