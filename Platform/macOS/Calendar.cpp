@@ -1,0 +1,53 @@
+#include "Platform/Calendar.h"
+
+#include "Platform/macOS/Conversions.h"
+
+namespace platform {
+namespace {
+
+using std::chrono::year_month_day;
+
+enum class Years : std::uint8_t { gregorian, ofTheUser };
+
+/// The noon of the day in UTC, as Core Foundation counts.
+CFAbsoluteTime noonOf(year_month_day day) {
+  using std::chrono::sys_days;
+  constexpr sys_days kBeginning = std::chrono::year(2001) / std::chrono::January / 1;
+  const std::chrono::duration<double> seconds = sys_days(day) - kBeginning + std::chrono::hours(12);
+  return seconds.count();
+}
+
+/// The day by a pattern of date fields, in the user's language. Empty when the system can't say.
+std::string formatted(year_month_day day, std::string_view pattern, Years years) {
+  const Owned<CFLocaleRef> locale(CFLocaleCopyCurrent());
+  const Owned<CFDateFormatterRef> formatter(CFDateFormatterCreate(
+      kCFAllocatorDefault, locale.get(), kCFDateFormatterNoStyle, kCFDateFormatterNoStyle));
+  const Owned<CFTimeZoneRef> zone(
+      CFTimeZoneCreateWithTimeIntervalFromGMT(kCFAllocatorDefault, 0));  // as `noonOf`
+  const Owned<CFCalendarRef> calendar(
+      CFCalendarCreateWithIdentifier(kCFAllocatorDefault, kCFGregorianCalendar));
+  const Owned<CFStringRef> format = coreFoundationText(pattern);
+  if (!formatter || !zone || !calendar || !format) {
+    return {};
+  }
+  CFDateFormatterSetProperty(formatter.get(), kCFDateFormatterTimeZone, zone.get());
+  if (years == Years::gregorian) {
+    CFDateFormatterSetProperty(formatter.get(), kCFDateFormatterCalendar, calendar.get());
+  }
+  CFDateFormatterSetFormat(formatter.get(), format.get());
+  const Owned<CFStringRef> text(CFDateFormatterCreateStringWithAbsoluteTime(
+      kCFAllocatorDefault, formatter.get(), noonOf(day)));
+  return textOf(text.get()).value_or("");
+}
+
+}  // namespace
+
+std::string yearMonthNameDay(year_month_day day) {
+  return formatted(day, "yyyy-MMM-dd", Years::gregorian);  // as the day was written
+}
+
+std::string dayMonthYear(year_month_day day) {
+  return formatted(day, "dd-MM-yyyy", Years::ofTheUser);
+}
+
+}  // namespace platform

@@ -1,0 +1,48 @@
+#include "Platform/LocalSocket.h"
+
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include "Platform/Posix/SocketSystem.h"
+
+namespace platform {
+namespace {
+
+/// Empty, with errno set, when one of the settings can't be made.
+Descriptor prepared(int opened, bool blocking) {
+  Descriptor made(opened);
+  constexpr int kYes = 1;
+  if (made && ::fcntl(made.get(), F_SETFD, FD_CLOEXEC) == 0 &&
+      ::fcntl(made.get(), F_SETFL, blocking ? 0 : O_NONBLOCK) == 0 &&
+      ::setsockopt(made.get(), SOL_SOCKET, SO_NOSIGPIPE, &kYes, sizeof kYes) == 0) {
+    return made;
+  }
+  return {};
+}
+
+}  // namespace
+
+Descriptor makeSocket(bool blocking) {
+  return prepared(::socket(AF_UNIX, SOCK_STREAM, 0), blocking);
+}
+
+Descriptor acceptBlocking(const Descriptor& listener) {
+  // A connection takes the listener's settings over.
+  return prepared(::accept(listener.get(), nullptr, nullptr), /*blocking=*/true);
+}
+
+ssize_t sendWithoutSignal(const Descriptor& socket, std::string_view bytes, int flags) noexcept {
+  return ::send(socket.get(), bytes.data(), bytes.size(), flags);  // SO_NOSIGPIPE is set
+}
+
+std::optional<std::uint32_t> peerUserID(const Descriptor& socket) {
+  uid_t user = 0;
+  gid_t group = 0;
+  if (::getpeereid(socket.get(), &user, &group) != 0) {
+    return std::nullopt;
+  }
+  return user;
+}
+
+}  // namespace platform

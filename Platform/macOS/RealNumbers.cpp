@@ -1,0 +1,70 @@
+#include "Platform/RealNumbers.h"
+
+#include <stdio.h>   // NOLINT(modernize-deprecated-headers): snprintf_l is the system's
+#include <stdlib.h>  // NOLINT(modernize-deprecated-headers): strtod_l is the system's
+#include <xlocale.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstddef>
+
+// The standard library's own operations came with macOS 13.3, from_chars later still. A null locale
+// is the one of C.
+namespace platform {
+namespace {
+
+constexpr std::string_view kDigits = "0123456789";
+
+std::string formatted(const char* format, int precision, double number) {
+  std::array<char, 512> text{};  // the largest number has 309 digits before the point
+  ::snprintf_l(text.data(), text.size(), nullptr, format, precision, number);
+  return text.data();
+}
+
+/// Whether the function of C would read it as this system's library does elsewhere: that one takes
+/// blanks before it, a plus sign and the hexadecimal form, too.
+bool mayBeReal(std::string_view text) {
+  text.remove_prefix(text.starts_with('-') ? 1 : 0);
+  return !text.empty() && !text.starts_with('+') && !text.starts_with('-') &&
+         text.find_first_of(" \t\n\v\f\rxX") == std::string_view::npos;
+}
+
+}  // namespace
+
+std::optional<double> parseReal(std::string_view text) {
+  if (!mayBeReal(text)) {
+    return std::nullopt;
+  }
+  const std::string whole(text);
+  char* end = nullptr;
+  const double number = ::strtod_l(whole.c_str(), &end, nullptr);
+  if (end != whole.c_str() + whole.size()) {
+    return std::nullopt;
+  }
+  const std::string_view mantissa = text.substr(0, text.find_first_of("eE"));
+  const bool hasDigits = text.find_first_of(kDigits) != std::string_view::npos;
+  const bool isTooLarge = std::isinf(number) && hasDigits;
+  const bool isTooSmall =
+      number == 0 && mantissa.find_first_of(kDigits.substr(1)) != std::string_view::npos;
+  return isTooLarge || isTooSmall ? std::nullopt : std::optional(number);
+}
+
+std::string shortestText(double number) {
+  constexpr int kAlwaysEnough = 17;
+  if (!std::isfinite(number)) {
+    return formatted("%.*f", 0, number);
+  }
+  int digits = 1;
+  std::string scientific = formatted("%.*e", 0, number);
+  while (digits < kAlwaysEnough && ::strtod_l(scientific.c_str(), nullptr, nullptr) != number) {
+    scientific = formatted("%.*e", digits++, number);
+  }
+  const int exponent = std::atoi(scientific.c_str() + scientific.find('e') + 1);
+  std::string decimal = formatted("%.*f", std::max(digits - 1 - exponent, 0), number);
+  return decimal.size() <= scientific.size() ? decimal : scientific;
+}
+
+std::string decimalText(double number, int places) { return formatted("%.*f", places, number); }
+
+}  // namespace platform

@@ -1,0 +1,44 @@
+#include "Platform/Posix/RegularFile.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+
+namespace platform {
+namespace {
+
+Descriptor failed(int error) {
+  errno = error;
+  return {};
+}
+
+}  // namespace
+
+Descriptor openRegularFile(const std::string& path, bool followLinks) {
+  // A look first, so that nothing else is opened, and one afterwards, lest the path leads to
+  // another file by then. Opening doesn't wait whatever it is.
+  struct stat seen{};
+  if ((followLinks ? ::stat(path.c_str(), &seen) : ::lstat(path.c_str(), &seen)) != 0) {
+    return {};
+  }
+  if (!S_ISREG(seen.st_mode)) {
+    return failed(S_ISDIR(seen.st_mode) ? EISDIR : S_ISLNK(seen.st_mode) ? ELOOP : EINVAL);
+  }
+  const int flags = O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC | (followLinks ? 0 : O_NOFOLLOW);
+  int opened = -1;
+  do {
+    opened = ::open(path.c_str(), flags);
+  } while (opened < 0 && errno == EINTR);
+  Descriptor file(opened);
+  struct stat status{};
+  if (!file || ::fstat(file.get(), &status) != 0) {
+    return {};
+  }
+  if (!S_ISREG(status.st_mode)) {
+    return failed(EINVAL);
+  }
+  return file;
+}
+
+}  // namespace platform

@@ -1,0 +1,63 @@
+#include "Platform/RunningApplications.h"
+
+#import <AppKit/AppKit.h>
+
+#include <utility>
+
+#include "Platform/macOS/Conversions.h"
+
+namespace platform {
+namespace {
+
+/// The workspace's object, which stands for the very process.
+class WorkspaceApplication final : public ApplicationProcess {
+ public:
+  explicit WorkspaceApplication(NSRunningApplication* application)
+      : application_(CFBridgingRetain(application)) {}
+
+  [[nodiscard]] std::optional<std::string> localizedName() const override {
+    @autoreleasepool {
+      return platform::textOf((__bridge CFTypeRef)application().localizedName);
+    }
+  }
+  [[nodiscard]] std::int32_t processIdentifier() const override {
+    return application().processIdentifier;
+  }
+  [[nodiscard]] std::optional<std::string> executablePath() const override {
+    @autoreleasepool {
+      return platform::textOf((__bridge CFTypeRef)application().executableURL.path);
+    }
+  }
+  bool forceTerminate() override {
+    @autoreleasepool {
+      return [application() forceTerminate];
+    }
+  }
+
+ private:
+  [[nodiscard]] NSRunningApplication* application() const {
+    return (__bridge NSRunningApplication*)application_.get();
+  }
+
+  Owned<CFTypeRef> application_;
+};
+
+}  // namespace
+
+std::vector<std::unique_ptr<ApplicationProcess>> runningApplications(
+    std::string_view bundleIdentifier) {
+  std::vector<std::unique_ptr<ApplicationProcess>> found;
+  const Owned<CFStringRef> identifier = coreFoundationText(bundleIdentifier);
+  if (!identifier) {
+    return found;
+  }
+  @autoreleasepool {
+    for (NSRunningApplication* application in [NSRunningApplication
+             runningApplicationsWithBundleIdentifier:(__bridge NSString*)identifier.get()]) {
+      found.push_back(std::make_unique<WorkspaceApplication>(application));
+    }
+  }
+  return found;
+}
+
+}  // namespace platform

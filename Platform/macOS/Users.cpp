@@ -1,0 +1,14 @@
+#include "Platform/Users.h"
+#include <SystemConfiguration/SystemConfiguration.h>
+
+#include "Platform/macOS/Conversions.h"
+
+namespace platform {
+
+std::optional<std::string> consoleUserName() {
+  const Owned<CFStringRef> user(SCDynamicStoreCopyConsoleUser(nullptr, nullptr, nullptr));
+  std::optional<std::string> name = textOf(user.get());
+  return name && isNobodysSession(*name) ? std::nullopt : std::move(name);
+}
+
+}  // namespace platform

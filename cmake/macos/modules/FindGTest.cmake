@@ -1,0 +1,10 @@
+# Built for the target from the sources that Debian's package brings.
+if(NOT TARGET GTest::gmock_main)
+  add_subdirectory(/usr/src/googletest "${CMAKE_BINARY_DIR}/googletest" EXCLUDE_FROM_ALL)
+  foreach(library IN ITEMS gtest gtest_main gmock gmock_main)
+    if(NOT TARGET GTest::${library})
+      add_library(GTest::${library} ALIAS ${library})
+    endif()
+  endforeach()
+endif()
+set(GTest_FOUND TRUE)

@@ -1,0 +1,16 @@
+// The workspace's running applications, of AppKit. See ../../README.md.
+#pragma once
+#include <Foundation/Foundation.h>
+#include <sys/types.h>
+
+#pragma clang assume_nonnull begin
+
+@interface NSRunningApplication : NSObject
++ (NSArray<NSRunningApplication*>*)runningApplicationsWithBundleIdentifier:(NSString*)identifier;
+@property(readonly, copy, nullable) NSString* localizedName;
+@property(readonly) pid_t processIdentifier;
+@property(readonly, copy, nullable) NSURL* executableURL;
+- (BOOL)forceTerminate;
+@end
+
+#pragma clang assume_nonnull end

@@ -1,0 +1,17 @@
+// The power sources of IOKit. See ../../../README.md.
+#pragma once
+#include <CoreFoundation/CoreFoundation.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+CFTypeRef _Nullable IOPSCopyPowerSourcesInfo(void) CF_RETURNS_RETAINED;
+CFArrayRef _Nullable IOPSCopyPowerSourcesList(CFTypeRef _Nullable info) CF_RETURNS_RETAINED;
+// Belongs to `info`; null when `source` is none of its.
+CFDictionaryRef _Nullable IOPSGetPowerSourceDescription(CFTypeRef _Nullable info,
+                                                        CFTypeRef _Nullable source);
+
+#ifdef __cplusplus
+}
+#endif

@@ -1,0 +1,34 @@
+# Cross-compiles for macOS 12 and later on Linux. VEXLO_MACOS_PROCESSOR says for which processor:
+# arm64 or x86_64. The compiler brings libc++, libSystem and the headers of the C library; Apple's
+# frameworks are declared by the small SDK beside this file.
+set(CMAKE_SYSTEM_NAME Darwin)
+set(CMAKE_SYSTEM_PROCESSOR "${VEXLO_MACOS_PROCESSOR}")
+list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES VEXLO_MACOS_PROCESSOR)
+
+set(zig_processor_arm64 aarch64)
+set(zig_processor_x86_64 x86_64)
+set(CMAKE_CXX_COMPILER "${CMAKE_CURRENT_LIST_DIR}/zig-c++")
+set(CMAKE_OBJCXX_COMPILER "${CMAKE_CXX_COMPILER}")
+set(CMAKE_CXX_COMPILER_TARGET "${zig_processor_${VEXLO_MACOS_PROCESSOR}}-macos.12.0")
+set(CMAKE_OBJCXX_COMPILER_TARGET "${CMAKE_CXX_COMPILER_TARGET}")
+foreach(tool IN ITEMS AR RANLIB STRIP NM OBJDUMP INSTALL_NAME_TOOL)
+  string(TOLOWER "llvm-${tool}-19" name)
+  string(REPLACE "_" "-" name "${name}")
+  set(CMAKE_${tool} "${name}" CACHE FILEPATH "")
+endforeach()
+
+set(sdk "${CMAKE_CURRENT_LIST_DIR}/sdk")
+set(CMAKE_CXX_FLAGS_INIT "-isystem ${sdk}/include")
+# Zig names the language to its clang once more.
+set(CMAKE_OBJCXX_FLAGS_INIT "-isystem ${sdk}/include -Wno-unused-command-line-argument")
+foreach(kind IN ITEMS EXE SHARED MODULE)
+  set(CMAKE_${kind}_LINKER_FLAGS_INIT "-F${sdk}/frameworks -L${sdk}/lib")
+endforeach()
+
+# Libraries of the building machine are not for the target: only headers are, and those by name.
+set(CMAKE_FIND_ROOT_PATH "${sdk}")
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+foreach(kind IN ITEMS LIBRARY INCLUDE PACKAGE)
+  set(CMAKE_FIND_ROOT_PATH_MODE_${kind} ONLY)
+endforeach()
+list(PREPEND CMAKE_MODULE_PATH "${CMAKE_CURRENT_LIST_DIR}/modules")
