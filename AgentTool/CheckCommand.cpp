@@ -50,16 +50,16 @@ std::string answerAsJSON(const CheckRequest& request, const std::optional<std::s
   listed.reserve(oddities.size());
   for (const Oddity& oddity : oddities) {
     listed.push_back(JSONObject()
-                         .text("kind", name(oddity.kind))
-                         .text("place", oddity.place)
-                         .text("text", oddity.text)
+                         .addString("kind", name(oddity.kind))
+                         .addString("place", oddity.place)
+                         .addString("text", oddity.text)
                          .done());
   }
   return JSONObject()
-             .text("file", request.file)
-             .json("usable", error ? "false" : "true")
-             .json("error", error.value_or("null"))
-             .json("oddities", jsonArray(listed))
+             .addString("file", request.file)
+             .addJSON("usable", error ? "false" : "true")
+             .addJSON("error", error.value_or("null"))
+             .addJSON("oddities", jsonArray(listed))
              .done() +
          '\n';
 }
@@ -69,10 +69,10 @@ ExitStatus tellUnusable(const CheckRequest& request, const DecodingError& error,
   const std::string message = error.what() + (hint.empty() ? std::string() : " (" + hint + ')');
   if (request.json) {
     const std::string asJSON = JSONObject()
-                                   .text("place", error.place())
-                                   .text("expected", error.expected())
-                                   .text("found", error.found())
-                                   .text("message", message)
+                                   .addString("place", error.place())
+                                   .addString("expected", error.expected())
+                                   .addString("found", error.found())
+                                   .addString("message", message)
                                    .done();
     console.write(answerAsJSON(request, asJSON, {}));
   }

@@ -1,4 +1,4 @@
-// Lays rows out in columns; the last column takes what room there is.
+// A table of text columns; the last column gets the remaining width.
 #pragma once
 #include <cstddef>
 #include <string>
@@ -10,22 +10,22 @@
 namespace agent_tool {
 
 struct Cell {
-  std::string text;  ///< Printable.
+  std::string text;  ///< Only printable characters.
   Style style = Style::plain;
 };
 
-/// A table whose columns, all but the last, are as wide as their widest text. The last one is
-/// wrapped where standard output is a terminal and too narrow for it.
+/// A table whose columns are as wide as their widest text, except for the last one, which is
+/// wrapped if standard output is a terminal and too narrow.
 class Columns {
  public:
-  /// `headings` are the first row; there is one at least.
+  /// `headings` are the first row, at least one.
   Columns(const Console& console, std::vector<std::string> headings);
-  /// Makes `column` wide enough for `text`. To be called before rows are made.
+  /// Makes `column` wide enough for `text`. Call this before making rows.
   void fit(std::size_t column, std::string_view text);
 
-  /// The headings as a line, or lines.
+  /// The headings, as one or more lines.
   [[nodiscard]] std::string headings() const;
-  /// One row as a line, or lines; a cell for each heading.
+  /// One row, as one or more lines; `cells` has one cell per heading.
   [[nodiscard]] std::string row(const std::vector<Cell>& cells) const;
 
  private:

@@ -25,7 +25,7 @@ std::string versionText() {
   return "VexloPatchDeployment " + platform::decimalText(VexloPatchDeploymentVersionNumber, 1);
 }
 
-/// The options as they were written.
+/// The options as given on the command line.
 struct Written {
   std::string patchID;
   std::string productID;
@@ -63,12 +63,12 @@ void addAgent(CLI::App& command, Written& written) {
   add("--data-dir", written.dataDirectory, "DIR", "the agent's data directory");
   add("--log-dir", written.logDirectory, "DIR", "the agent's log directory");
   add("--machine", written.machine, "auto|apple-silicon|intel",
-      "what to take this machine for (auto: ask it)")
+      "the kind of machine (auto: detect it)")
       ->check(CLI::IsMember({"auto", "apple-silicon", "intel"}).description(""));
   add("--log-level", written.logLevel, "debug|info|error|none",
-      "the least level that is logged (run: info, else error)")
+      "the lowest level to log (default: info for run, else error)")
       ->check(CLI::IsMember({"debug", "info", "error", "none"}).description(""));
-  add("--log-file", written.logFile, "FILE", "append log lines to FILE, not to standard error");
+  add("--log-file", written.logFile, "FILE", "append log lines to FILE instead of standard error");
 }
 
 void addJSON(CLI::App& command, Written& written, const char* what) {
@@ -83,26 +83,25 @@ void addCommands(CLI::App& app, Written& written) {
   CLI::App& plan = *app.add_subcommand(
       "plan", "Shows the actions that apply, in order, and where each comes from.");
   addPatch(plan, written);
-  addJSON(plan, written, "one JSON object instead of a table");
+  addJSON(plan, written, "print one JSON object instead of a table");
   addAgent(plan, written);
   setFooter(plan,
-            "  0   shown\n"
+            "  0   the plan was printed\n"
             "  64  bad usage\n"
             "  65  the action file can't be used");
 
   CLI::App& run = *app.add_subcommand("run", "Runs the actions, in order, as the agent would.");
   addPatch(run, written);
   run.add_option("--action", written.actionCodes,
-                 "run only this action; may be repeated. One that doesn't apply counts as passed")
+                 "run only this action; may be repeated. An action that doesn't apply passes")
       ->type_name("CODE")
       ->expected(1)
       ->allow_extra_args(false)
       ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
-      // A script whose variable is empty must not read that all is well.
+      // A script with an empty variable must not be told that all is well.
       ->check([](const std::string& code) { return code.empty() ? "a code is needed" : ""; });
-  run.add_flag("--keep-going", written.keepGoing,
-               "go on after an action that is not a success, up to the last");
-  addJSON(run, written, "one JSON object a line as each action ends");
+  run.add_flag("--keep-going", written.keepGoing, "continue after an action that is not a success");
+  addJSON(run, written, "print one JSON object per line, as each action ends");
   addAgent(run, written);
   setFooter(run,
             "  0   all actions passed\n"
@@ -112,12 +111,12 @@ void addCommands(CLI::App& app, Written& written) {
             "  65  the action file can't be used");
 
   CLI::App& check = *app.add_subcommand(
-      "check", "Reads an action file; says what is wrong, where, and what looks odd.");
+      "check", "Checks an action file for errors and oddities and says where they are.");
   check.add_option("FILE", written.file, "the action file")->required()->type_name("");
-  addJSON(check, written, "one JSON object instead of text");
+  addJSON(check, written, "print one JSON object instead of text");
   addAgent(check, written);
   setFooter(check,
-            "  0   the file can be used; what looks odd has a line each\n"
+            "  0   the file can be used; oddities are listed, one per line\n"
             "  64  bad usage\n"
             "  65  the file can't be used");
 
@@ -125,7 +124,7 @@ void addCommands(CLI::App& app, Written& written) {
   help.add_option("COMMAND", written.helpTopic, "plan, run or check")->type_name("");
 }
 
-/// The whole program's help, or that of one command, without the formatter's doubled blank lines.
+/// The help of the program or of one command, without the formatter's double empty lines.
 NoRequest helpOn(const CLI::App& app) {
   const std::string name =
       app.get_parent() == nullptr ? kProgram : std::string(kProgram) + " " + app.get_name();
@@ -133,6 +132,8 @@ NoRequest helpOn(const CLI::App& app) {
   for (std::size_t at = 0; (at = help.find("\n\n\n", at)) != std::string::npos;) {
     help.erase(at, 1);
   }
+  help.resize(help.find_last_not_of('\n') + 1);
+  help += '\n';
   return {ExitStatus::success, std::move(help)};
 }
 
@@ -148,14 +149,14 @@ NoRequest noSuchCommand(const std::vector<std::string>& words, const CLI::App& a
                   app);
 }
 
-/// The command that the line names, the program when it names none.
+/// The command on the command line, or the program itself without one.
 const CLI::App& chosenCommand(const CLI::App& app) {
   const auto chosen = app.get_subcommands();
   return chosen.empty() ? app : *chosen.front();
 }
 
-/// The words of the line, in which `--option=` has become two, the second empty: the parser would
-/// take the word that follows for the value.
+/// The arguments, with `--option=` split into the option and an empty value. Otherwise the parser
+/// would use the next argument as the value.
 std::vector<std::string> withEmptyValuesApart(std::span<const char* const> line) {
   std::vector<std::string> words(line.begin(), line.end());
   for (std::size_t at = 0; at < words.size() && words[at] != "--"; ++at) {
@@ -180,8 +181,8 @@ std::optional<LogCore::LogLevel> levelNamed(std::string_view name) {
   return std::nullopt;
 }
 
-/// Absolute, so that it holds for programs that run elsewhere; no closing slash. A path that can't
-/// be made so (an empty one, a working directory that is gone) stays as it is.
+/// Absolute, for programs with another working directory, and without a trailing slash. Unchanged
+/// if that fails (an empty path, a deleted working directory).
 std::string absolutePath(const std::string& path) {
   std::error_code error;
   std::string absolute = std::filesystem::absolute(path, error).string();
@@ -194,7 +195,7 @@ std::string absolutePath(const std::string& path) {
   return absolute;
 }
 
-/// A directory: its own option, else its place below the agent root, else absent.
+/// The directory's own option, else its default below the agent root, else absent.
 std::optional<std::string> directory(const std::optional<std::string>& own, const Written& written,
                                      const char* belowRoot) {
   if (own) {
@@ -204,14 +205,35 @@ std::optional<std::string> directory(const std::optional<std::string>& own, cons
                            : std::nullopt;
 }
 
-/// One of the agent's directories: how it is called, whether the command needs it.
-struct NeededDirectory {
+/// One of the agent's directories.
+struct AgentDirectory {
   const std::optional<std::string>& path;
-  const std::optional<std::string>& option;
+  const std::optional<std::string>& option;  ///< As given; absent when below the agent root.
   const char* optionName;
-  bool needed;
-  bool mustExist;
+  bool isNeeded;
+  bool mustExist;  ///< Even below the root; the others may not exist yet after installation.
 };
+
+/// Why the command can't use the directory; empty when it can.
+std::string problemWith(const AgentDirectory& directory) {
+  if (!directory.path) {
+    return directory.isNeeded ? std::string("no agent directory: give --agent-root DIR (or set ") +
+                                    kAgentRootVariable + "), or " + directory.optionName + " DIR"
+                              : "";
+  }
+  std::error_code error;
+  if ((!directory.option && !directory.mustExist) ||
+      std::filesystem::is_directory(*directory.path, error)) {
+    return {};
+  }
+  const bool isMissing = !error || error == std::errc::no_such_file_or_directory;
+  return (isMissing ? "no such directory: "
+                    : "can't use the directory: " + error.message() + ": ") +
+         '"' + *directory.path + "\" (from " +
+         (directory.option ? directory.optionName
+                           : std::string("--agent-root or ") + kAgentRootVariable) +
+         ")";
+}
 
 std::expected<AgentSettings, NoRequest> agentSettings(const Written& written,
                                                       const CLI::App& command, bool isRun) {
@@ -225,27 +247,12 @@ std::expected<AgentSettings, NoRequest> agentSettings(const Written& written,
     settings.isAppleSilicon = written.machine == "apple-silicon";
   }
   const auto& [base, data, logs] = settings.directories;
-  for (const NeededDirectory& each :
-       {NeededDirectory{base, written.baseDirectory, "--base-dir", true, true},
-        NeededDirectory{data, written.dataDirectory, "--data-dir", isRun, false},
-        NeededDirectory{logs, written.logDirectory, "--log-dir", isRun, false}}) {
-    if (each.needed && !each.path) {
-      return std::unexpected(
-          badUsage(std::string("no agent to play: give --agent-root DIR (or set ") +
-                       kAgentRootVariable + "), or " + each.optionName + " DIR",
-                   command));
-    }
-    // What lies below the root may be missing, as it may for an agent that was just installed.
-    std::error_code error;
-    if (each.path && (each.option || each.mustExist) &&
-        !std::filesystem::is_directory(*each.path, error)) {
-      const std::string source =
-          each.option ? each.optionName : std::string("--agent-root or ") + kAgentRootVariable;
-      return std::unexpected(badUsage((error && error != std::errc::no_such_file_or_directory
-                                           ? "can't use the directory: " + error.message() + ": \""
-                                           : std::string("no such directory: \"")) +
-                                          *each.path + "\" (from " + source + ")",
-                                      command));
+  for (const AgentDirectory& each :
+       {AgentDirectory{base, written.baseDirectory, "--base-dir", true, true},
+        AgentDirectory{data, written.dataDirectory, "--data-dir", isRun, false},
+        AgentDirectory{logs, written.logDirectory, "--log-dir", isRun, false}}) {
+    if (const std::string problem = problemWith(each); !problem.empty()) {
+      return std::unexpected(badUsage(problem, command));
     }
   }
   return settings;
@@ -268,7 +275,7 @@ std::expected<Request, NoRequest> request(const CLI::App& app, Written& written)
   if (name == "check") {
     return CheckRequest{.file = std::move(written.file), .json = written.json};
   }
-  // The commands share `written`: the environment, read for each, may have replaced this one's.
+  // The commands share `written`: another one's default from the environment may have replaced it.
   if (const CLI::Option& root = *command.get_option("--agent-root"); root.count() > 0) {
     written.agentRoot = root.as<std::string>();
   }
@@ -299,10 +306,10 @@ std::expected<Request, NoRequest> readCommandLine(int argc, const char* const* a
   app.require_subcommand(1);
   app.get_formatter()->label("SUBCOMMAND", "COMMAND");
   app.get_formatter()->label("Subcommands", "Commands");
-  app.get_formatter()->label("REQUIRED", "(needed)");
+  app.get_formatter()->label("REQUIRED", "(required)");
   addCommands(app, written);
   try {
-    // The parser wants the last one first, without the program's name.
+    // The parser expects the arguments in reverse order, without the program's name.
     app.parse(std::vector<std::string>(words.rbegin(), std::prev(words.rend())));
     return request(app, written);
   } catch (const CLI::CallForVersion&) {

@@ -88,8 +88,8 @@ class MemberWatch final : public FileCodec::JSONEvents {
   }
 
   std::vector<Oddity>& oddities_;
-  std::vector<Level> levels_;  // from the document down
-  bool isRead_ = false;        // the member of the document that is being read
+  std::vector<Level> levels_;  // from the document inwards
+  bool isRead_ = false;        // whether the current member of the document is read
 };
 
 }  // namespace
@@ -97,7 +97,7 @@ class MemberWatch final : public FileCodec::JSONEvents {
 std::vector<Oddity> findOddMembers(std::string_view text) {
   std::vector<Oddity> oddities;
   MemberWatch watch(oddities);
-  // A text that is no JSON has been refused by the decoder.
+  // The decoder has already rejected invalid JSON.
   (void)FileCodec::readJSON(text, watch);
   return oddities;
 }

@@ -1,4 +1,4 @@
-// Finds members of an action file that its decoded form no longer shows.
+// Finds odd members of an action file that the decoded form doesn't show.
 #pragma once
 #include <string_view>
 #include <vector>
@@ -7,8 +7,8 @@
 
 namespace agent_tool {
 
-/// Members that occur twice in one object, and members of the document that are not read. `text`
-/// is JSON.
+/// Members that occur twice in an object, and members of the document that are ignored. `text` must
+/// be valid JSON.
 [[nodiscard]] std::vector<Oddity> findOddMembers(std::string_view text);
 
 }  // namespace agent_tool

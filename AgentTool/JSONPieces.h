@@ -1,4 +1,4 @@
-// Pieces of JSON that several answers of the tool are made of.
+// Building blocks for the tool's JSON output.
 #pragma once
 #include <optional>
 #include <string>
@@ -9,15 +9,15 @@
 
 namespace agent_tool {
 
-/// A JSON object, member by member in the order of the calls.
+/// Builds a JSON object; members are in the order of the calls.
 class JSONObject {
  public:
-  /// A member whose value is a text.
-  JSONObject& text(std::string_view name, std::string_view value) {
-    return json(name, FileCodec::jsonString(value));
+  /// Adds a member with a string value.
+  JSONObject& addString(std::string_view name, std::string_view value) {
+    return addJSON(name, FileCodec::jsonString(value));
   }
-  /// A member whose value is JSON already.
-  JSONObject& json(std::string_view name, std::string_view value) {
+  /// Adds a member whose value is already JSON.
+  JSONObject& addJSON(std::string_view name, std::string_view value) {
     out_ += out_.empty() ? '{' : ',';
     FileCodec::appendJSONString(out_, name);
     (out_ += ':') += value;
@@ -29,7 +29,7 @@ class JSONObject {
   std::string out_;
 };
 
-/// JSON values as an array.
+/// An array of values that are already JSON.
 [[nodiscard]] inline std::string jsonArray(const std::vector<std::string>& values) {
   std::string out = "[";
   for (std::string_view separator; const std::string& value : values) {
@@ -56,7 +56,7 @@ template <typename Map>
 [[nodiscard]] std::string jsonMap(const Map& map) {
   JSONObject object;
   for (const auto& [key, value] : map) {
-    object.text(key, value);
+    object.addString(key, value);
   }
   return object.done();
 }

@@ -34,23 +34,23 @@ std::string asJSON(const Plan& plan) {
   actions.reserve(plan.actions.size());
   for (const auto& [actionID, arguments, origin] : plan.actions) {
     actions.push_back(JSONObject()
-                          .json("actionID", actionID.encode())
-                          .text("name", describe(actionID))
-                          .text("code", actionID.code())
-                          .json("sortOrder", std::to_string(actionID.sortOrder()))
-                          .json("arguments", jsonList(arguments))
-                          .text("origin", nameOf(origin))
+                          .addJSON("actionID", actionID.encode())
+                          .addString("name", describe(actionID))
+                          .addString("code", actionID.code())
+                          .addJSON("sortOrder", std::to_string(actionID.sortOrder()))
+                          .addJSON("arguments", jsonList(arguments))
+                          .addString("origin", nameOf(origin))
                           .done());
   }
   const std::string patch = JSONObject()
-                                .text("patchID", plan.patch.patchID())
-                                .text("productID", plan.patch.productID())
-                                .text("servicePackID", plan.patch.servicePackID())
+                                .addString("patchID", plan.patch.patchID())
+                                .addString("productID", plan.patch.productID())
+                                .addString("servicePackID", plan.patch.servicePackID())
                                 .done();
   return JSONObject()
-             .json("patch", patch)
-             .json("exempt", plan.exempt ? "true" : "false")
-             .json("actions", jsonArray(actions))
+             .addJSON("patch", patch)
+             .addJSON("exempt", plan.exempt ? "true" : "false")
+             .addJSON("actions", jsonArray(actions))
              .done() +
          '\n';
 }

@@ -24,7 +24,7 @@ using vexlo::ActionID;
 using vexlo::ProcessPatchActions;
 using Outcome = vexlo::PatchActionResult::Outcome;
 
-/// The picked actions in their running order, each once.
+/// The selected actions in running order, without duplicates.
 std::vector<ActionID> pickedActions(const std::vector<std::string>& codes) {
   std::vector<ActionID> actions;
   actions.reserve(codes.size());
@@ -39,8 +39,8 @@ std::vector<ActionID> pickedActions(const std::vector<std::string>& codes) {
   return actions;
 }
 
-/// The actions that apply, in order. Their plan is logged by the processor that runs them; that
-/// there is none is logged here.
+/// The actions that apply, in order. The processor logs the plan when it runs them; an empty plan
+/// is logged here.
 std::vector<ActionID> applicableActions(const vexlo::PatchIdentifier& patch) {
   const vexlo::PatchActionProvider provider(
       patch, vexlo::PatchActionJSONParser::shared().cachedPatchActionGroup().value());
@@ -84,7 +84,7 @@ EndedAction runOne(const PlannedAction& action, ProcessPatchActions& processor, 
   return {action, std::move(result), std::chrono::steady_clock::now() - began};
 }
 
-/// A failure outranks what is to be applied later.
+/// The more severe of the two: failure, then apply later.
 ExitStatus worse(ExitStatus status, Outcome outcome) {
   switch (outcome) {
     case Outcome::success:

@@ -83,13 +83,13 @@ class JSONReport final : public RunReport {
     const auto description =
         result.description.transform([](const auto& why) { return name(why); });
     console_.write(JSONObject()
-                       .text("name", describe(action.actionID))
-                       .text("code", action.actionID.code())
-                       .json("arguments", jsonList(action.arguments))
-                       .text("result", name(result.outcome))
-                       .json("description", jsonOptional(description))
-                       .json("detail", detailAsJSON(result))
-                       .json("seconds", platform::decimalText(took.count(), 3))
+                       .addString("name", describe(action.actionID))
+                       .addString("code", action.actionID.code())
+                       .addJSON("arguments", jsonList(action.arguments))
+                       .addString("result", name(result.outcome))
+                       .addJSON("description", jsonOptional(description))
+                       .addJSON("detail", detailAsJSON(result))
+                       .addJSON("seconds", platform::decimalText(took.count(), 3))
                        .done() +
                    '\n');
   }

@@ -1,4 +1,4 @@
-// Tells what came of each action as it ends, as a table for people or as JSON lines.
+// Reports each action as it ends, as a table or as JSON lines.
 #pragma once
 #include <chrono>
 #include <memory>
@@ -11,11 +11,11 @@
 
 namespace agent_tool {
 
-/// An action that is to be run.
+/// An action to run.
 struct PlannedAction {
   vexlo::ActionID actionID;
   std::vector<std::string> arguments;
-  bool applies = true;  ///< The file gives it to the patch.
+  bool applies = true;  ///< Whether the action file has it for the patch.
 };
 
 /// An action that was run.
@@ -30,7 +30,7 @@ class RunReport {
   virtual ~RunReport() = default;
   virtual void began(const std::vector<PlannedAction>& actions) = 0;
   virtual void ended(const EndedAction& action) = 0;
-  /// All that was run was told; `notRun` actions were left out after one that was no success.
+  /// Call last. `notRun` is the number of actions skipped after one that was not a success.
   virtual void closed(std::size_t notRun) = 0;
 };
 

@@ -7,6 +7,7 @@
 #include "Tests/AgentTool/AgentToolFixture.h"
 
 using testing::AllOf;
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::StartsWith;
 
@@ -28,8 +29,9 @@ TEST_F(CommandLineTest, BadUsageEndsWith64AndSaysWhereHelpIs) {
            {"env -u VEXLO_AGENT_ROOT vexlo-patch plan $patch",
             "give --agent-root DIR (or set VEXLO_AGENT_ROOT), or --base-dir DIR"},
            {"env -u VEXLO_AGENT_ROOT vexlo-patch run $patch --base-dir .", "or --data-dir DIR"}}) {
+    SCOPED_TRACE(commandLine);
     const ToolRun run = shell(commandLine);
-    EXPECT_EQ(run.status, 64) << commandLine;
+    EXPECT_EQ(run.status, 64);
     EXPECT_EQ(run.output, "");
     EXPECT_THAT(run.errors, AllOf(StartsWith("vexlo-patch: "), HasSubstr(complaint),
                                   HasSubstr("\nTry 'vexlo-patch help")));
@@ -39,7 +41,7 @@ TEST_F(CommandLineTest, BadUsageEndsWith64AndSaysWhereHelpIs) {
 TEST_F(CommandLineTest, VersionAndHelpAreAnsweredOnStandardOutput) {
   EXPECT_EQ(shell("vexlo-patch --version").output, "VexloPatchDeployment 1.0\n");
   const ToolRun help = shell("vexlo-patch help run");
-  EXPECT_THAT(help.output, AllOf(HasSubstr("--action CODE"), HasSubstr("Exit status:")));
+  EXPECT_THAT(help.output, AllOf(HasSubstr("--action CODE"), EndsWith("can't be used\n")));
   EXPECT_EQ(help.status, 0);
   EXPECT_EQ(shell("vexlo-patch run --help").output, help.output);
 }
