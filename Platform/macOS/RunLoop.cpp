@@ -25,8 +25,8 @@ class SystemSource final : public RunLoop::Source {
     };
     // No exception may pass through the system's frames.
     context.perform = [](void* info) noexcept {
-      const std::shared_ptr<Perform> perform = *static_cast<std::shared_ptr<Perform>*>(info);
-      (*perform)();
+      const std::shared_ptr<Perform> held = *static_cast<std::shared_ptr<Perform>*>(info);
+      (*held)();
     };
     source_ = Owned(CFRunLoopSourceCreate(kCFAllocatorDefault, 0, &context));
     CFRunLoopAddSource(loop_.get(), source_.get(), kCFRunLoopDefaultMode);

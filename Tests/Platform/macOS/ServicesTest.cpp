@@ -1,0 +1,214 @@
+// The conversions of Platform/macOS, run over stand-ins of the system's functions. Each test also
+// holds that every reference which a call got or made has been released.
+#include <gtest/gtest.h>
+
+#include <array>
+#include <limits>
+#include <memory>
+#include <optional>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "Platform/Calendar.h"
+#include "Platform/Machine.h"
+#include "Platform/Posix/SystemVersion.h"
+#include "Platform/PowerSources.h"
+#include "Platform/RealNumbers.h"
+#include "Platform/RunLoop.h"
+#include "Platform/Users.h"
+#include "Platform/Volume.h"
+#include "Platform/macOS/Conversions.h"
+#include "Tests/Platform/macOS/StandIns/System.h"
+
+namespace platform {
+namespace {
+
+using stand_in::machine;
+using namespace std::chrono_literals;  // NOLINT(google-build-using-namespace)
+
+class MacOSTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    (void)CFRunLoopGetCurrent();  // lives as long as the thread
+    machine = {};
+    before_ = stand_in::objectsAlive();
+  }
+  void TearDown() override {
+    kept_.clear();
+    machine = {};
+    EXPECT_EQ(stand_in::objectsAlive(), before_) << "a reference was lost or kept";
+  }
+  /// Keeps the object for as long as the test.
+  CFTypeRef keep(CFTypeRef object) {
+    kept_.emplace_back(object);
+    return object;
+  }
+
+ private:
+  int before_ = 0;
+  std::vector<Owned<CFTypeRef>> kept_;
+};
+
+TEST_F(MacOSTest, ValuesBecomePropertyListsAndWhatHasNoneItsDescription) {
+  constexpr std::int64_t kSmallest = std::numeric_limits<std::int64_t>::min();
+  const std::vector<std::pair<CFTypeRef, PropertyList>> values{
+      {stand_in::text(u"caf\u00e9 \U0001F50B"), "caf\u00e9 \U0001F50B"},
+      {stand_in::text(std::u16string(u"a\0b", 3)), std::string("a\0b", 3)},
+      {stand_in::text(std::u16string{u'a', char16_t{0xD83D}}), "a?"},
+      {stand_in::text(u""), ""},
+      {stand_in::integer(kSmallest), kSmallest},
+      {stand_in::wideInteger(), "<described>"},
+      {stand_in::real(45.0), PropertyList::Value(45.0)},
+      {stand_in::flag(true), true},
+      {stand_in::date(-1.5), PropertyList::Value(PropertyListDate{-1.5})},
+      {stand_in::data("x"), PropertyList::Value(PropertyList::Data{std::byte{'x'}})},
+      {stand_in::data(""), PropertyList::Value(PropertyList::Data{})},
+      {stand_in::array({stand_in::flag(false), nullptr, stand_in::other()}),
+       PropertyList::Array{false, "", "<described>"}},
+      {stand_in::dictionary({{stand_in::text(u"k"), stand_in::nameless()}}),
+       PropertyList::Dictionary{{"k", ""}}},
+      {stand_in::dictionary({{stand_in::integer(1), stand_in::text(u"x")}}), "<described>"},
+      {stand_in::dictionary({}), PropertyList::Dictionary{}},
+      {nullptr, ""},
+  };
+  for (std::size_t index = 0; index < values.size(); ++index) {
+    const Owned<CFTypeRef> value(values[index].first);
+    EXPECT_EQ(propertyListOf(value.get()), values[index].second) << index;
+  }
+  EXPECT_FALSE(coreFoundationText("\xff"));
+}
+
+TEST_F(MacOSTest, PowerSourcesAreTheDescriptionsInTheSystemsOrder) {
+  EXPECT_TRUE(powerSources().empty()) << "no information";
+  machine.powerInformation = keep(stand_in::other());
+  EXPECT_TRUE(powerSources().empty()) << "no list";
+  machine.powerSources = keep(stand_in::array(
+      {stand_in::dictionary({{stand_in::text(u"Current Capacity"), stand_in::integer(45)}}),
+       stand_in::text(u"odd")}));
+  const std::vector<PropertyList> expected{PropertyList::Dictionary{{"Current Capacity", 45L}},
+                                           "odd"};
+  EXPECT_EQ(powerSources(), expected);
+  machine.describesPowerSources = false;
+  EXPECT_EQ(powerSources(), expected) << "the elements themselves";
+}
+
+TEST_F(MacOSTest, AVolumesCapacityIsAbsentOrAnErrorWithTheSystemsReason) {
+  EXPECT_EQ(availableCapacity("/").value(), std::nullopt);
+  EXPECT_EQ(machine.volume, "/");
+  EXPECT_TRUE(machine.volumeIsDirectory);
+  machine.capacity = keep(stand_in::integer(20'000'000'000));
+  EXPECT_EQ(availableCapacity("/x").value(), 20'000'000'000);
+  EXPECT_FALSE(machine.volumeIsDirectory);
+  machine.capacity = keep(stand_in::text(u"20"));
+  EXPECT_EQ(availableCapacity("/").value(), std::nullopt);
+  EXPECT_EQ(availableCapacity("").error(), "The path names no volume");
+  machine.capacityError = u"It isn\u2019t there.";
+  EXPECT_EQ(availableCapacity("/").error(), "It isn\u2019t there.");
+  machine.capacityError = u"";
+  EXPECT_EQ(availableCapacity("/").error(), "The system gives no reason");
+}
+
+TEST_F(MacOSTest, TheConsolesUserIsAPerson) {
+  EXPECT_EQ(consoleUserName(), std::nullopt);
+  machine.consoleUser = keep(stand_in::text(u"loginwindow"));
+  EXPECT_EQ(consoleUserName(), std::nullopt);
+  machine.consoleUser = keep(stand_in::text(u"ren\u00e9e"));
+  EXPECT_EQ(consoleUserName(), "ren\u00e9e");
+}
+
+TEST_F(MacOSTest, TheMachineIsKnownByItsHardwareAndKernel) {
+  constexpr auto number = [](int value) {
+    return std::string(reinterpret_cast<const char*>(&value), sizeof value);
+  };
+  EXPECT_FALSE(isAppleSilicon()) << "Intel hardware doesn't know the name";
+  EXPECT_EQ(productVersionFromKernel(), std::nullopt);
+  machine.kernel = {{"hw.optional.arm64", number(0)}, {"kern.osproductversion", ""}};
+  EXPECT_FALSE(isAppleSilicon());
+  EXPECT_EQ(productVersionFromKernel(), std::nullopt);
+  machine.kernel = {{"hw.optional.arm64", number(1)},
+                    {"kern.osproductversion", std::string("14.5\0", 5)}};
+  EXPECT_TRUE(isAppleSilicon());
+  EXPECT_EQ(productVersionFromKernel(), "14.5");
+  EXPECT_TRUE(preferredLanguages().empty());
+  machine.languages = keep(stand_in::array({stand_in::text(u"de-CH"), stand_in::flag(true),
+                                            stand_in::text(u""), stand_in::text(u"en")}));
+  EXPECT_EQ(preferredLanguages(), (std::vector<std::string>{"de-CH", "en"}));
+}
+
+TEST_F(MacOSTest, DatesAreWrittenInTheUsersLanguageAndCountsInHisCalendar) {
+  machine.yearsAhead = 543;
+  EXPECT_EQ(yearMonthNameDay(2024y / 6 / 15), "2024-M6-15");
+  EXPECT_EQ(dayMonthYear(2026y / 11 / 16), "16-11-2569");
+  EXPECT_EQ(yearMonthNameDay(1y / 1 / 1), "0001-M1-01");
+  machine.formats = false;
+  EXPECT_EQ(yearMonthNameDay(2024y / 6 / 15), "");
+}
+
+TEST_F(MacOSTest, ARunLoopRunsForItsSourcesAlone) {
+  RunLoop& loop = RunLoop::current();
+  EXPECT_FALSE(loop.runDefaultMode(1h));
+  std::string performed;
+  auto itself = loop.addSource([&] { performed += "x"; });
+  EXPECT_TRUE(loop.runDefaultMode(0ms)) << "the time is over";
+  std::thread signaller([&] { itself->signal(); });
+  EXPECT_TRUE(loop.runDefaultMode(1h));
+  signaller.join();
+  std::shared_ptr<RunLoop::Source> last;
+  last = loop.addSource([&, text = std::string("y")] {
+    last.reset();  // may end itself
+    performed += text;
+  });
+  last->signal();
+  EXPECT_TRUE(loop.runDefaultMode(1h));
+  EXPECT_EQ(performed, "xy");
+  itself.reset();
+  EXPECT_FALSE(loop.runDefaultMode(1h));
+}
+
+TEST_F(MacOSTest, RealsReadAndWriteAsTheStandardLibraryDoesElsewhere) {
+  constexpr double kInfinity = std::numeric_limits<double>::infinity();
+  for (const auto& [text, expected] :
+       std::vector<std::pair<std::string, std::optional<double>>>{{"1.5", 1.5},
+                                                                  {"-.5e-3", -.0005},
+                                                                  {"5.", 5.0},
+                                                                  {"1e400", {}},
+                                                                  {"1e-400", {}},
+                                                                  {"4e-320", 4e-320},
+                                                                  {"-0", -0.0},
+                                                                  {"inf", kInfinity},
+                                                                  {"-INFINITY", -kInfinity},
+                                                                  {"0x10", {}},
+                                                                  {"+1", {}},
+                                                                  {"-+1", {}},
+                                                                  {" 1", {}},
+                                                                  {"1 ", {}},
+                                                                  {"", {}},
+                                                                  {"-", {}},
+                                                                  {"1,5", {}},
+                                                                  {std::string("1\0", 2), {}},
+                                                                  {"0e999", 0.0}}) {
+    EXPECT_EQ(parseReal(text), expected) << text;
+  }
+  for (const auto& [number, expected] : std::vector<std::pair<double, std::string>>{
+           {0.1, "0.1"},
+           {-0.0, "-0"},
+           {45, "45"},
+           {1e22, "1e+22"},
+           {100000, "1e+05"},
+           {123456, "123456"},
+           {1e-5, "1e-05"},
+           {0.001, "0.001"},
+           {5e-324, "5e-324"},
+           {1.0 / 3, "0.3333333333333333"},
+           {-kInfinity, "-inf"},
+           {1.7976931348623157e308, "1.7976931348623157e+308"},
+           {9007199254740993, "9007199254740992"}}) {
+    EXPECT_EQ(shortestText(number), expected);
+  }
+  EXPECT_EQ(decimalText(2.0 / 3, 2), "0.67");
+}
+
+}  // namespace
+}  // namespace platform

@@ -1,0 +1,460 @@
+#include "Tests/Platform/macOS/StandIns/System.h"
+
+#include <IOKit/ps/IOPowerSources.h>
+#include <SystemConfiguration/SystemConfiguration.h>
+#include <sys/sysctl.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <cstdio>
+#include <memory>
+#include <mutex>
+
+#include "Platform/Unicode.h"
+
+namespace stand_in {
+namespace {
+
+std::atomic<int> alive = 0;
+
+struct Text final : Object {
+  explicit Text(std::u16string_view given) : units(given) {}
+  std::u16string units;
+};
+struct Number final : Object {
+  std::int64_t whole = 0;
+  double broken = 0;
+  bool isReal = false;
+  bool isWide = false;
+};
+struct Flag final : Object {
+  bool value = false;
+};
+struct Date final : Object {
+  double seconds = 0;
+};
+struct Data final : Object {
+  std::string bytes;
+};
+struct Array final : Object {
+  ~Array() override;
+  std::vector<CFTypeRef> elements;
+};
+struct Dictionary final : Object {
+  ~Dictionary() override;
+  std::vector<std::pair<CFTypeRef, CFTypeRef>> entries;
+};
+struct Other final : Object {
+  bool hasDescription = true;
+};
+struct Url final : Object {};
+struct Error final : Object {
+  std::u16string reason;
+};
+struct Locale final : Object {};
+struct Calendar final : Object {};
+struct Zone final : Object {};
+struct Formatter final : Object {
+  std::string pattern;
+  bool isGregorian = false;
+  bool isInUTC = false;
+};
+
+Object* objectOf(CFTypeRef object) { return static_cast<Object*>(const_cast<void*>(object)); }
+template <typename Type>
+Type* as(CFTypeRef object) {
+  return dynamic_cast<Type*>(objectOf(object));
+}
+void releaseIfAny(CFTypeRef object) {
+  if (object != nullptr) {
+    CFRelease(object);
+  }
+}
+CFTypeRef retainedIfAny(CFTypeRef object) { return object == nullptr ? nullptr : CFRetain(object); }
+Array::~Array() { std::ranges::for_each(elements, releaseIfAny); }
+Dictionary::~Dictionary() {
+  for (const auto& [key, value] : entries) {
+    releaseIfAny(key);
+    releaseIfAny(value);
+  }
+}
+
+template <typename Reference, typename Type>
+Reference referenceTo(Type* object) {
+  return reinterpret_cast<Reference>(static_cast<Object*>(object));
+}
+template <typename Reference>
+Reference referenceTo(CFTypeRef object) {
+  return reinterpret_cast<Reference>(const_cast<void*>(object));
+}
+CFTypeRef made(Object* object) { return object; }
+
+}  // namespace
+
+Machine machine;
+
+Object::Object() { ++alive; }
+Object::~Object() { --alive; }
+int objectsAlive() { return alive; }
+
+CFTypeRef text(std::u16string_view units) { return made(new Text(units)); }
+CFTypeRef integer(std::int64_t number) {
+  auto* const object = new Number;
+  object->whole = number;
+  return made(object);
+}
+CFTypeRef wideInteger() {
+  auto* const object = new Number;
+  object->isWide = true;
+  return made(object);
+}
+CFTypeRef real(double number) {
+  auto* const object = new Number;
+  object->broken = number;
+  object->isReal = true;
+  return made(object);
+}
+CFTypeRef flag(bool value) {
+  auto* const object = new Flag;
+  object->value = value;
+  return made(object);
+}
+CFTypeRef date(double secondsSince2001) {
+  auto* const object = new Date;
+  object->seconds = secondsSince2001;
+  return made(object);
+}
+CFTypeRef data(std::string_view bytes) {
+  auto* const object = new Data;
+  object->bytes = bytes;
+  return made(object);
+}
+CFTypeRef array(std::vector<CFTypeRef> elements) {
+  auto* const object = new Array;
+  object->elements = std::move(elements);
+  return made(object);
+}
+CFTypeRef dictionary(std::vector<std::pair<CFTypeRef, CFTypeRef>> entries) {
+  auto* const object = new Dictionary;
+  object->entries = std::move(entries);
+  return made(object);
+}
+CFTypeRef other() { return made(new Other); }
+CFTypeRef nameless() {
+  auto* const object = new Other;
+  object->hasDescription = false;
+  return made(object);
+}
+
+}  // namespace stand_in
+
+using namespace stand_in;  // NOLINT(google-build-using-namespace): the definitions below are C's
+
+extern "C" {
+
+const CFAllocatorRef kCFAllocatorDefault = nullptr;
+const CFStringRef kCFURLVolumeAvailableCapacityKey = reinterpret_cast<CFStringRef>(u"capacity");
+const CFStringRef kCFGregorianCalendar = reinterpret_cast<CFStringRef>(u"gregorian");
+const CFStringRef kCFDateFormatterCalendar = reinterpret_cast<CFStringRef>(u"calendar");
+const CFStringRef kCFDateFormatterTimeZone = reinterpret_cast<CFStringRef>(u"zone");
+const CFStringRef kCFRunLoopDefaultMode = reinterpret_cast<CFStringRef>(u"default");
+
+CFTypeRef CFRetain(CFTypeRef object) {
+  ++objectOf(object)->references;
+  return object;
+}
+void CFRelease(CFTypeRef object) {
+  if (--objectOf(object)->references == 0) {
+    delete objectOf(object);
+  }
+}
+
+enum : CFTypeID { kText = 1, kFlag, kNumber, kDate, kData, kArray, kDictionary, kOther };
+CFTypeID CFStringGetTypeID() { return kText; }
+CFTypeID CFBooleanGetTypeID() { return kFlag; }
+CFTypeID CFNumberGetTypeID() { return kNumber; }
+CFTypeID CFDateGetTypeID() { return kDate; }
+CFTypeID CFDataGetTypeID() { return kData; }
+CFTypeID CFArrayGetTypeID() { return kArray; }
+CFTypeID CFDictionaryGetTypeID() { return kDictionary; }
+CFTypeID CFGetTypeID(CFTypeRef object) {
+  return as<Text>(object) != nullptr         ? kText
+         : as<Flag>(object) != nullptr       ? kFlag
+         : as<Number>(object) != nullptr     ? kNumber
+         : as<Date>(object) != nullptr       ? kDate
+         : as<Data>(object) != nullptr       ? kData
+         : as<Array>(object) != nullptr      ? kArray
+         : as<Dictionary>(object) != nullptr ? kDictionary
+                                             : kOther;
+}
+CFStringRef CFCopyDescription(CFTypeRef object) {
+  const auto* const odd = object == nullptr ? nullptr : as<Other>(object);
+  return object == nullptr || (odd != nullptr && !odd->hasDescription)
+             ? nullptr
+             : referenceTo<CFStringRef>(new Text(u"<described>"));
+}
+
+CFStringRef CFStringCreateWithBytes(CFAllocatorRef /*allocator*/, const UInt8* bytes, CFIndex count,
+                                    CFStringEncoding encoding, Boolean /*isExternal*/) {
+  std::string_view rest(reinterpret_cast<const char*>(bytes), static_cast<std::size_t>(count));
+  if (encoding != kCFStringEncodingUTF8 ||
+      platform::findInvalidUTF8(rest) != std::string_view::npos) {
+    return nullptr;
+  }
+  std::u16string units(rest.begin(), rest.end());  // tests give ASCII
+  return referenceTo<CFStringRef>(new Text(units));
+}
+CFIndex CFStringGetLength(CFStringRef text) {
+  return static_cast<CFIndex>(as<Text>(text)->units.size());
+}
+CFIndex CFStringGetBytes(CFStringRef text, CFRange range, CFStringEncoding /*encoding*/,
+                         UInt8 lossByte, Boolean /*isExternal*/, UInt8* buffer, CFIndex capacity,
+                         CFIndex* used) {
+  const std::u16string_view units =
+      std::u16string_view(as<Text>(text)->units)
+          .substr(static_cast<std::size_t>(range.location), static_cast<std::size_t>(range.length));
+  std::string bytes;
+  for (std::size_t index = 0; index < units.size(); ++index) {
+    const char32_t unit = units[index];
+    const char32_t next = index + 1 < units.size() ? units[index + 1] : 0;
+    if (platform::isHighSurrogate(unit) && platform::isLowSurrogate(next)) {
+      platform::appendUTF8(bytes, platform::joinSurrogates(unit, next));
+      ++index;
+    } else if (platform::isHighSurrogate(unit) || platform::isLowSurrogate(unit)) {
+      bytes += static_cast<char>(lossByte);
+    } else {
+      platform::appendUTF8(bytes, unit);
+    }
+  }
+  if (used != nullptr) {
+    *used = static_cast<CFIndex>(bytes.size());
+  }
+  if (buffer != nullptr) {
+    bytes.copy(reinterpret_cast<char*>(buffer), static_cast<std::size_t>(capacity));
+  }
+  return range.length;
+}
+
+Boolean CFBooleanGetValue(CFBooleanRef flag) { return static_cast<Boolean>(as<Flag>(flag)->value); }
+Boolean CFNumberIsFloatType(CFNumberRef number) {
+  return static_cast<Boolean>(as<Number>(number)->isReal);
+}
+Boolean CFNumberGetValue(CFNumberRef number, CFNumberType type, void* value) {
+  const auto& object = *as<Number>(number);
+  if (type == kCFNumberFloat64Type) {
+    *static_cast<double*>(value) = object.broken;
+    return 1;
+  }
+  *static_cast<std::int64_t*>(value) =
+      object.isReal ? static_cast<std::int64_t>(object.broken) : object.whole;
+  return static_cast<Boolean>(!object.isWide && !object.isReal);
+}
+CFAbsoluteTime CFDateGetAbsoluteTime(CFDateRef date) { return as<Date>(date)->seconds; }
+CFIndex CFDataGetLength(CFDataRef data) {
+  return static_cast<CFIndex>(as<Data>(data)->bytes.size());
+}
+const UInt8* CFDataGetBytePtr(CFDataRef data) {
+  const std::string& bytes = as<Data>(data)->bytes;
+  return bytes.empty() ? nullptr : reinterpret_cast<const UInt8*>(bytes.data());
+}
+CFIndex CFArrayGetCount(CFArrayRef array) {
+  return static_cast<CFIndex>(as<Array>(array)->elements.size());
+}
+const void* CFArrayGetValueAtIndex(CFArrayRef array, CFIndex index) {
+  return as<Array>(array)->elements.at(static_cast<std::size_t>(index));
+}
+CFIndex CFDictionaryGetCount(CFDictionaryRef dictionary) {
+  return static_cast<CFIndex>(as<Dictionary>(dictionary)->entries.size());
+}
+void CFDictionaryGetKeysAndValues(CFDictionaryRef dictionary, const void** keys,
+                                  const void** values) {
+  for (const auto& [key, value] : as<Dictionary>(dictionary)->entries) {
+    *keys++ = key;
+    *values++ = value;
+  }
+}
+
+CFTypeRef IOPSCopyPowerSourcesInfo() { return retainedIfAny(machine.powerInformation); }
+CFArrayRef IOPSCopyPowerSourcesList(CFTypeRef information) {
+  return information != machine.powerInformation
+             ? nullptr
+             : referenceTo<CFArrayRef>(retainedIfAny(machine.powerSources));
+}
+CFDictionaryRef IOPSGetPowerSourceDescription(CFTypeRef /*information*/, CFTypeRef source) {
+  return machine.describesPowerSources ? referenceTo<CFDictionaryRef>(source) : nullptr;
+}
+CFStringRef SCDynamicStoreCopyConsoleUser(SCDynamicStoreRef /*store*/, uid_t* /*uid*/,
+                                          gid_t* /*gid*/) {
+  return referenceTo<CFStringRef>(retainedIfAny(machine.consoleUser));
+}
+CFArrayRef CFLocaleCopyPreferredLanguages() {
+  return referenceTo<CFArrayRef>(retainedIfAny(machine.languages));
+}
+
+CFURLRef CFURLCreateFromFileSystemRepresentation(CFAllocatorRef /*allocator*/, const UInt8* path,
+                                                 CFIndex length, Boolean isDirectory) {
+  machine.volume.assign(reinterpret_cast<const char*>(path), static_cast<std::size_t>(length));
+  machine.volumeIsDirectory = isDirectory != 0;
+  return length == 0 ? nullptr : referenceTo<CFURLRef>(new Url);
+}
+Boolean CFURLCopyResourcePropertyForKey(CFURLRef /*url*/, CFStringRef key, void* value,
+                                        CFErrorRef* error) {
+  if (machine.capacityError || key != kCFURLVolumeAvailableCapacityKey) {
+    auto* const made = new Error;
+    made->reason = machine.capacityError.value_or(u"another key");
+    *error = referenceTo<CFErrorRef>(made);
+    return 0;
+  }
+  *static_cast<CFTypeRef*>(value) = retainedIfAny(machine.capacity);
+  return 1;
+}
+CFStringRef CFErrorCopyDescription(CFErrorRef error) {
+  const std::u16string& reason = as<Error>(error)->reason;
+  return reason.empty() ? nullptr : referenceTo<CFStringRef>(new Text(reason));
+}
+
+int sysctlbyname(const char* name, void* answer, size_t* size, void* /*wanted*/,
+                 size_t /*wantedSize*/) {
+  const auto found = machine.kernel.find(name);
+  if (found == machine.kernel.end() || found->second.size() > *size) {
+    return -1;
+  }
+  *size = found->second.copy(static_cast<char*>(answer), *size);
+  return 0;
+}
+
+CFLocaleRef CFLocaleCopyCurrent() { return referenceTo<CFLocaleRef>(new Locale); }
+CFCalendarRef CFCalendarCreateWithIdentifier(CFAllocatorRef /*allocator*/, CFStringRef identifier) {
+  return identifier == kCFGregorianCalendar ? referenceTo<CFCalendarRef>(new Calendar) : nullptr;
+}
+CFTimeZoneRef CFTimeZoneCreateWithTimeIntervalFromGMT(CFAllocatorRef /*allocator*/,
+                                                      CFTimeInterval seconds) {
+  return seconds == 0 ? referenceTo<CFTimeZoneRef>(new Zone) : nullptr;
+}
+CFDateFormatterRef CFDateFormatterCreate(CFAllocatorRef /*allocator*/, CFLocaleRef /*locale*/,
+                                         CFDateFormatterStyle /*date*/,
+                                         CFDateFormatterStyle /*time*/) {
+  return machine.formats ? referenceTo<CFDateFormatterRef>(new Formatter) : nullptr;
+}
+void CFDateFormatterSetFormat(CFDateFormatterRef formatter, CFStringRef format) {
+  const std::u16string& units = as<Text>(format)->units;
+  as<Formatter>(formatter)->pattern.assign(units.begin(), units.end());
+}
+void CFDateFormatterSetProperty(CFDateFormatterRef formatter, CFStringRef key, CFTypeRef value) {
+  auto& object = *as<Formatter>(formatter);
+  object.isGregorian =
+      object.isGregorian || (key == kCFDateFormatterCalendar && as<Calendar>(value) != nullptr);
+  object.isInUTC =
+      object.isInUTC || (key == kCFDateFormatterTimeZone && as<Zone>(value) != nullptr);
+}
+// The two patterns that are used, with the month's name of a language that isn't English.
+CFStringRef CFDateFormatterCreateStringWithAbsoluteTime(CFAllocatorRef /*allocator*/,
+                                                        CFDateFormatterRef formatter,
+                                                        CFAbsoluteTime moment) {
+  const auto& object = *as<Formatter>(formatter);
+  const std::chrono::year_month_day day(std::chrono::floor<std::chrono::days>(
+      std::chrono::sys_days(std::chrono::year(2001) / 1 / 1) +
+      std::chrono::seconds(static_cast<std::int64_t>(moment))));
+  const int year = static_cast<int>(day.year()) + (object.isGregorian ? 0 : machine.yearsAhead);
+  std::array<char, 64> out{};
+  if (object.pattern == "yyyy-MMM-dd") {
+    std::snprintf(out.data(), out.size(), "%04d-M%u-%02u", year, static_cast<unsigned>(day.month()),
+                  static_cast<unsigned>(day.day()));
+  } else if (object.pattern == "dd-MM-yyyy") {
+    std::snprintf(out.data(), out.size(), "%02u-%02u-%04d", static_cast<unsigned>(day.day()),
+                  static_cast<unsigned>(day.month()), year);
+  }
+  const std::string_view text = out.data();
+  return !object.isInUTC
+             ? nullptr
+             : referenceTo<CFStringRef>(new Text(std::u16string(text.begin(), text.end())));
+}
+
+}  // extern "C"
+
+// Run loops: one a thread, with the sources of its default mode.
+namespace {
+
+struct Source;
+struct Loop final : Object {
+  std::vector<Source*> sources;
+};
+struct Source final : Object {
+  explicit Source(const CFRunLoopSourceContext& given) : context(given) {
+    context.info = const_cast<void*>(context.retain(given.info));
+  }
+  ~Source() override { context.release(context.info); }
+  CFRunLoopSourceContext context;
+  bool isSignalled = false;
+  Loop* loop = nullptr;  // lives longer: whoever adds a source holds its loop
+};
+std::mutex loopsMutex;
+std::condition_variable loopsWoken;
+
+Loop* currentLoop() {
+  thread_local const std::unique_ptr<Loop, void (*)(Loop*)> loop(
+      new Loop, [](Loop* ended) { CFRelease(static_cast<Object*>(ended)); });
+  return loop.get();
+}
+}  // namespace
+
+extern "C" {
+
+CFRunLoopRef CFRunLoopGetCurrent() { return referenceTo<CFRunLoopRef>(currentLoop()); }
+CFRunLoopSourceRef CFRunLoopSourceCreate(CFAllocatorRef /*allocator*/, CFIndex /*order*/,
+                                         CFRunLoopSourceContext* context) {
+  return referenceTo<CFRunLoopSourceRef>(new Source(*context));
+}
+void CFRunLoopAddSource(CFRunLoopRef loop, CFRunLoopSourceRef source, CFRunLoopMode mode) {
+  if (mode == kCFRunLoopDefaultMode) {
+    const std::scoped_lock lock(loopsMutex);
+    CFRetain(source);
+    as<Source>(source)->loop = as<Loop>(loop);
+    as<Loop>(loop)->sources.push_back(as<Source>(source));
+  }
+}
+void CFRunLoopSourceInvalidate(CFRunLoopSourceRef source) {
+  Loop* loop = nullptr;
+  {
+    const std::scoped_lock lock(loopsMutex);
+    loop = std::exchange(as<Source>(source)->loop, nullptr);
+    if (loop != nullptr) {
+      std::erase(loop->sources, as<Source>(source));
+    }
+  }
+  if (loop != nullptr) {
+    CFRelease(source);
+  }
+}
+void CFRunLoopSourceSignal(CFRunLoopSourceRef source) {
+  const std::scoped_lock lock(loopsMutex);
+  as<Source>(source)->isSignalled = true;
+}
+void CFRunLoopWakeUp(CFRunLoopRef /*loop*/) { loopsWoken.notify_all(); }
+CFRunLoopRunResult CFRunLoopRunInMode(CFRunLoopMode mode, CFTimeInterval seconds,
+                                      Boolean returnAfterSourceHandled) {
+  Loop& loop = *currentLoop();
+  std::unique_lock lock(loopsMutex);
+  if (mode != kCFRunLoopDefaultMode || loop.sources.empty() || returnAfterSourceHandled == 0) {
+    return kCFRunLoopRunFinished;
+  }
+  const auto signalled = [&] {
+    return std::ranges::find_if(loop.sources, [](Source* source) { return source->isSignalled; });
+  };
+  const auto until = std::chrono::duration<double>(std::min(seconds, 3600.0));
+  if (!loopsWoken.wait_for(lock, until, [&] { return signalled() != loop.sources.end(); })) {
+    return kCFRunLoopRunTimedOut;
+  }
+  Source* const source = *signalled();
+  source->isSignalled = false;
+  CFRetain(static_cast<Object*>(source));
+  lock.unlock();
+  source->context.perform(source->context.info);
+  CFRelease(static_cast<Object*>(source));
+  return kCFRunLoopRunHandledSource;
+}
+
+}  // extern "C"
