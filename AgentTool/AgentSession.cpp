@@ -1,11 +1,13 @@
 #include "AgentTool/AgentSession.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <string>
 #include <system_error>
+#include <utility>
 
 #include "AgentLibraries/vxutils/GlobalVars.h"
 #include "AgentLibraries/vxutils/Notifications.h"
@@ -24,8 +26,7 @@ using LogCore::NullSink;
 constexpr std::int32_t kUpdatesInProgress = 19;
 constexpr mode_t kLogFileMode = 0640;
 
-/// Standard error, with the activity line out of the way and nothing in a line that could steer a
-/// terminal.
+/// Standard error, with the activity line out of the way.
 class ConsoleSink final : public LogSink {
  public:
   ConsoleSink(Console& console, LogLevel minimum)
@@ -38,9 +39,6 @@ class ConsoleSink final : public LogSink {
     }
     // Built before the console is held, which it must not be for any longer than a write takes.
     std::string message = build().text;
-    if (console_.errorsGoToTerminal()) {
-      message = printable(message);
-    }
     console_.beside([&] {
       lines_.write(level, tag, line, [&] { return LogCore::Logger::Message(std::move(message)); });
     });
@@ -56,12 +54,28 @@ std::string cannotLog(const std::string& path, std::int32_t error) {
   return "--log-file " + path + ": " + std::generic_category().message(error);
 }
 
+/// Follows no link, which could lead an agent's log into another file, and waits for no reader.
 platform::Descriptor openLogFile(const std::string& path) {
-  platform::Descriptor file(
-      ::open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY, kLogFileMode));
-  if (!file) {
-    throw AgentSettingsError(cannotLog(path, errno));
+  // Links themselves, to whatever the standard streams are.
+  for (const auto& [name, descriptor] :
+       {std::pair("/dev/stdout", STDOUT_FILENO), {"/dev/stderr", STDERR_FILENO}}) {
+    if (path == name) {
+      return platform::Descriptor(::fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+    }
   }
+  platform::Descriptor file = platform::aboveStandard(::open(
+      path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY | O_NOFOLLOW | O_NONBLOCK,
+      kLogFileMode));
+  struct stat status{};
+  if (!file || ::fstat(file.get(), &status) != 0) {
+    throw AgentSettingsError(errno == ELOOP
+                                 ? "--log-file " + path + ": expected a file, found a link"
+                                 : cannotLog(path, errno));
+  }
+  if (!S_ISREG(status.st_mode) && !S_ISCHR(status.st_mode)) {
+    throw AgentSettingsError("--log-file " + path + ": expected a regular file");
+  }
+  ::fcntl(file.get(), F_SETFL, O_APPEND);
   return file;
 }
 

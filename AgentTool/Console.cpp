@@ -78,7 +78,6 @@ Console::Console()
     : width_(columnsOf(STDOUT_FILENO)),
       coloured_(::isatty(STDOUT_FILENO) != 0 && !isSet("NO_COLOR") &&
                 !environmentSays("TERM", "dumb")),
-      errorsGoToTerminal_(::isatty(STDERR_FILENO) != 0),
       activityDescriptor_(activityTerminal()) {}
 
 void Console::write(std::string_view text) {

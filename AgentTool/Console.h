@@ -41,7 +41,6 @@ class Console {
   [[nodiscard]] std::string styled(std::string_view text, Style style) const;
   /// Columns of the terminal that standard output is; without limit for anything else.
   [[nodiscard]] std::size_t width() const noexcept { return width_; }
-  [[nodiscard]] bool errorsGoToTerminal() const noexcept { return errorsGoToTerminal_; }
 
   /// The descriptor on which activity is shown; -1 when there is no terminal for it.
   [[nodiscard]] int activityDescriptor() const noexcept { return activityDescriptor_; }
@@ -69,7 +68,6 @@ class Console {
   std::mutex mutex_;
   std::size_t width_;
   bool coloured_;
-  bool errorsGoToTerminal_;
   int activityDescriptor_;
   bool activityIsShown_ = false;
 };

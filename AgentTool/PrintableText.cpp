@@ -8,18 +8,10 @@
 namespace agent_tool {
 namespace {
 
-constexpr std::string_view kHexDigits = "0123456789abcdef";
-
 struct CodePointRange {
   char32_t first;
   char32_t last;
 };
-
-/// Control characters, line separators, and marks that reorder or hide what stands beside them.
-constexpr std::array kUnprintable{
-    CodePointRange{0x00, 0x1F},     CodePointRange{0x7F, 0x9F},     CodePointRange{0xAD, 0xAD},
-    CodePointRange{0x61C, 0x61C},   CodePointRange{0x200B, 0x200F}, CodePointRange{0x2028, 0x202E},
-    CodePointRange{0x2060, 0x206F}, CodePointRange{0xFEFF, 0xFEFF}, CodePointRange{0xFFF9, 0xFFFB}};
 
 /// Marks that stand on the character before them.
 constexpr std::array kCombining{CodePointRange{0x300, 0x36F},   CodePointRange{0x1AB0, 0x1AFF},
@@ -40,19 +32,6 @@ bool isIn(const std::array<CodePointRange, Count>& ranges, char32_t codePoint) {
   });
 }
 
-/// The code point of one well-formed sequence.
-char32_t decoded(std::string_view sequence) {
-  const auto lead = static_cast<unsigned char>(sequence.front());
-  if (sequence.size() == 1) {
-    return lead;
-  }
-  char32_t codePoint = lead & (0x7FU >> sequence.size());
-  for (const char next : sequence.substr(1)) {
-    codePoint = codePoint << 6 | (static_cast<unsigned char>(next) & 0x3FU);
-  }
-  return codePoint;
-}
-
 /// Takes the next character off `text`; a byte that begins none alone.
 std::string_view takeCharacter(std::string_view& text) {
   const std::size_t length = std::max<std::size_t>(platform::utf8SequenceLength(text), 1);
@@ -62,54 +41,14 @@ std::string_view takeCharacter(std::string_view& text) {
 }
 
 std::size_t widthOf(std::string_view character) {
-  const char32_t codePoint = decoded(character);
+  const char32_t codePoint = platform::decodeUTF8(character);
   if (isIn(kCombining, codePoint)) {
     return 0;
   }
   return isIn(kWide, codePoint) ? 2 : 1;
 }
 
-void appendEscaped(std::string& out, char32_t codePoint) {
-  switch (codePoint) {
-    case U'\n':
-      out += "\\n";
-      return;
-    case U'\r':
-      out += "\\r";
-      return;
-    case U'\t':
-      out += "\\t";
-      return;
-    default:
-      out += "\\u";
-      for (int shift = 12; shift >= 0; shift -= 4) {
-        out += kHexDigits[codePoint >> shift & 0xFU];
-      }
-  }
-}
-
 }  // namespace
-
-std::string printable(std::string_view text) {
-  std::string out;
-  out.reserve(text.size());
-  while (!text.empty()) {
-    if (platform::utf8SequenceLength(text) == 0) {
-      const auto byte = static_cast<unsigned char>(text.front());
-      out += {'\\', 'x', kHexDigits[byte >> 4U], kHexDigits[byte & 0xFU]};
-      text.remove_prefix(1);
-      continue;
-    }
-    const std::string_view character = takeCharacter(text);
-    const char32_t codePoint = decoded(character);
-    if (isIn(kUnprintable, codePoint)) {
-      appendEscaped(out, codePoint);
-    } else {
-      out += character;
-    }
-  }
-  return out;
-}
 
 std::string inQuotes(std::string_view text) {
   std::string marked = "\"";
@@ -119,7 +58,7 @@ std::string inQuotes(std::string_view text) {
     }
     marked += c;
   }
-  return printable(marked += '"');
+  return platform::printable(marked += '"');
 }
 
 std::size_t displayWidth(std::string_view printableText) {

@@ -5,11 +5,11 @@
 #include <string_view>
 #include <vector>
 
+#include "Platform/PrintableText.h"
+
 namespace agent_tool {
 
-/// `text` with control characters, invisible direction marks and bytes that are no UTF-8 written
-/// as escapes (`\n`, `\u001b`, `\xff`). The answer is one line of UTF-8.
-[[nodiscard]] std::string printable(std::string_view text);
+using platform::printable;
 
 /// `printable`, in quotation marks; those in `text`, and backslashes, are escaped.
 [[nodiscard]] std::string inQuotes(std::string_view text);

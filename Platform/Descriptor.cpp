@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -43,9 +44,23 @@ Descriptor aboveStandard(int opened) noexcept {
   return made;
 }
 
+bool isWritable(int descriptor, std::chrono::milliseconds timeout) noexcept {
+  pollfd event{.fd = descriptor, .events = POLLOUT, .revents = 0};
+  return ::poll(&event, 1, static_cast<int>(timeout.count())) == 1;
+}
+
+std::optional<FileIdentity> identityOf(int descriptor) noexcept {
+  struct stat status{};
+  if (::fstat(descriptor, &status) != 0) {
+    return std::nullopt;
+  }
+  return FileIdentity{.device = static_cast<std::uint64_t>(status.st_dev),
+                      .number = static_cast<std::uint64_t>(status.st_ino)};
+}
+
 std::int32_t writeAll(int descriptor, std::string_view bytes) noexcept {
   while (!bytes.empty()) {
-    const ssize_t written = ::write(descriptor, bytes.data(), bytes.size());
+    const std::ptrdiff_t written = writeWithoutSignal(descriptor, bytes);
     if (written >= 0) {
       bytes.remove_prefix(static_cast<std::size_t>(written));
     } else if (errno == EAGAIN) {

@@ -1,6 +1,9 @@
 // One file descriptor with an owner.
 #pragma once
+#include <chrono>
+#include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string_view>
 #include <utility>
 
@@ -31,7 +34,25 @@ class Descriptor {
 /// the file. Empty, with errno set, when there is no free number.
 [[nodiscard]] Descriptor aboveStandard(int opened) noexcept;
 
-/// Writes all the bytes, however often a signal interrupts it. 0, or the system's error number.
+/// write() without the SIGPIPE of a pipe or socket whose reader has gone.
+[[nodiscard]] std::ptrdiff_t writeWithoutSignal(int descriptor, std::string_view bytes) noexcept;
+
+/// Whether the descriptor takes bytes within the time; a write of at most `kSurelyTaken` bytes then
+/// doesn't wait.
+[[nodiscard]] bool isWritable(int descriptor, std::chrono::milliseconds timeout) noexcept;
+inline constexpr std::size_t kSurelyTaken = 512;  // what POSIX promises of pipes
+
+/// Which file a descriptor leads to.
+struct FileIdentity {
+  std::uint64_t device = 0;
+  std::uint64_t number = 0;
+  friend auto operator<=>(const FileIdentity&, const FileIdentity&) = default;
+};
+/// Absent for a descriptor that isn't open.
+[[nodiscard]] std::optional<FileIdentity> identityOf(int descriptor) noexcept;
+
+/// Writes all the bytes, however often a signal interrupts it, without a SIGPIPE. 0, or the
+/// system's error number.
 [[nodiscard]] std::int32_t writeAll(int descriptor, std::string_view bytes) noexcept;
 
 }  // namespace platform

@@ -1,7 +1,6 @@
 #include "Platform/Unicode.h"
 
 #include <algorithm>
-#include <array>
 #include <cstdint>
 #include <cstring>
 
@@ -64,16 +63,24 @@ std::size_t findInvalidUTF8(std::string_view text) noexcept {
   return std::string_view::npos;
 }
 
+char32_t decodeUTF8(std::string_view sequence) noexcept {
+  const auto lead = static_cast<unsigned char>(sequence.front());
+  if (sequence.size() == 1) {
+    return lead;
+  }
+  char32_t codePoint = lead & (0x7FU >> sequence.size());
+  for (const char next : sequence.substr(1)) {
+    codePoint = codePoint << 6 | (static_cast<unsigned char>(next) & 0x3FU);
+  }
+  return codePoint;
+}
+
 std::u16string toUTF16(std::string_view text) {
-  constexpr std::array<unsigned, 5> kBitsOfLead{0, 0x7F, 0x1F, 0x0F, 0x07};
   std::u16string units;
   units.reserve(text.size());
   while (!text.empty()) {
     const std::size_t length = std::max<std::size_t>(utf8SequenceLength(text), 1);
-    char32_t codePoint = static_cast<unsigned char>(text[0]) & kBitsOfLead.at(length);
-    for (const char next : text.substr(1, length - 1)) {
-      codePoint = codePoint << 6 | (static_cast<unsigned char>(next) & 0x3F);
-    }
+    const char32_t codePoint = decodeUTF8(text.substr(0, length));
     text.remove_prefix(length);
     if (codePoint < 0x10000) {
       units += static_cast<char16_t>(codePoint);

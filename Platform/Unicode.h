@@ -14,6 +14,9 @@ namespace platform {
 /// whole text is UTF-8.
 [[nodiscard]] std::size_t findInvalidUTF8(std::string_view text) noexcept;
 
+/// The code point of one well-formed sequence.
+[[nodiscard]] char32_t decodeUTF8(std::string_view sequence) noexcept;
+
 /// Appends one code point, which is neither a surrogate nor above U+10FFFF.
 void appendUTF8(std::string& out, char32_t codePoint);
 

@@ -1,29 +1,23 @@
 #include "AgentLibraries/LogCore/Logger.h"
 
+#include <algorithm>
 #include <array>
+#include <cerrno>
 #include <chrono>
+#include <cstddef>
 #include <cstdio>
 #include <ctime>
 #include <mutex>
 #include <utility>
 
+#include "AgentLibraries/LogCore/StandardErrorSink.h"
 #include "Platform/Descriptor.h"
+#include "Platform/PrintableText.h"
 
 namespace LogCore {
 namespace {
 
 constexpr int kStandardError = 2;
-
-struct CurrentSink {
-  std::mutex mutex;
-  std::shared_ptr<LogSink> sink = std::make_shared<DescriptorSink>(kStandardError);
-};
-
-CurrentSink& currentSink() {
-  // Never destroyed: threads and destructors may log until the very end of the process.
-  static CurrentSink& current = *new CurrentSink;
-  return current;
-}
 
 /// `2026-11-24T10:11:12.123Z`
 std::string timestamp() {
@@ -52,25 +46,10 @@ std::string_view paddedName(LogLevel level) {
   std::unreachable();
 }
 
-void appendOnOneLine(std::string& out, std::string_view message) {
-  for (const char c : message) {
-    if (c == '\n') {
-      out += "\\n";
-    } else if (c == '\r') {
-      out += "\\r";
-    } else {
-      out += c;
-    }
-  }
-}
-
 }  // namespace
 
-void DescriptorSink::write(LogLevel level, const LogTag& tag, std::uint32_t line,
-                           const MessageBuilder& build) {
-  if (level < minimum_) {
-    return;
-  }
+std::string logLine(LogLevel level, const LogTag& tag, std::uint32_t line,
+                    const MessageBuilder& build) {
   std::string out = timestamp();
   out += ' ';
   out += paddedName(level);
@@ -81,19 +60,90 @@ void DescriptorSink::write(LogLevel level, const LogTag& tag, std::uint32_t line
   out += ':';
   out += std::to_string(line);
   out += ' ';
-  appendOnOneLine(out, build().text);
+  out += platform::printable(build().text, platform::Tabs::kept);
   out += '\n';
-  if (const std::int32_t error = platform::writeAll(descriptor_, out); error != 0) {
+  return out;
+}
+
+StandardErrorSink::StandardErrorSink(int descriptor)
+    : descriptor_(descriptor), identity_(platform::identityOf(descriptor)) {}
+
+void StandardErrorSink::write(LogLevel level, const LogTag& tag, std::uint32_t line,
+                              const MessageBuilder& build) {
+  const std::string text = logLine(level, tag, line, build);
+  const std::scoped_lock lock(mutex_);
+  if (!identity_ || platform::identityOf(descriptor_) != identity_) {
+    return;
+  }
+  if (dropped_ > 0) {
+    const std::string note = std::string(isCut_ ? "…\n" : "") + timestamp() +
+                             " ERROR LogCore/Logger write: " + std::to_string(dropped_) +
+                             " lines were dropped, nobody read standard error.\n";
+    // The caller has waited for that reader before.
+    if (!takes(note, std::chrono::milliseconds::zero())) {
+      ++dropped_;
+      return;
+    }
+    dropped_ = 0;
+    isCut_ = false;
+  }
+  if (!takes(text, kPatience)) {
+    ++dropped_;
+  }
+}
+
+bool StandardErrorSink::takes(std::string_view text, std::chrono::milliseconds patience) {
+  for (std::size_t done = 0; done < text.size();) {
+    if (!platform::isWritable(descriptor_, patience)) {
+      isCut_ = isCut_ || done > 0;
+      return false;
+    }
+    const std::ptrdiff_t count =
+        platform::writeWithoutSignal(descriptor_, text.substr(done, platform::kSurelyTaken));
+    if (count < 0 && errno != EINTR && errno != EAGAIN) {
+      return false;
+    }
+    done += static_cast<std::size_t>(std::max<std::ptrdiff_t>(count, 0));
+  }
+  return true;
+}
+
+namespace {
+
+struct CurrentSink {
+  std::mutex mutex;
+  std::shared_ptr<LogSink> standardError = std::make_shared<StandardErrorSink>(kStandardError);
+  std::shared_ptr<LogSink> sink = standardError;
+};
+
+CurrentSink& currentSink() {
+  // Never destroyed: threads and destructors may log until the very end of the process.
+  static CurrentSink& current = *new CurrentSink;
+  return current;
+}
+
+/// Remembers standard error when the library is loaded: the agent may close it later.
+[[maybe_unused]] const CurrentSink& kMadeAtLoad = currentSink();
+
+}  // namespace
+
+void DescriptorSink::write(LogLevel level, const LogTag& tag, std::uint32_t line,
+                           const MessageBuilder& build) {
+  if (level < minimum_) {
+    return;
+  }
+  const std::string text = logLine(level, tag, line, build);
+  if (const std::int32_t error = platform::writeAll(descriptor_, text); error != 0) {
     lastError_ = error;
   }
 }
 
 std::shared_ptr<LogSink> setLogSink(std::shared_ptr<LogSink> sink) {
-  if (!sink) {
-    sink = std::make_shared<DescriptorSink>(kStandardError);
-  }
   CurrentSink& current = currentSink();
   const std::scoped_lock lock(current.mutex);
+  if (!sink) {
+    sink = current.standardError;
+  }
   std::swap(current.sink, sink);
   return sink;
 }

@@ -59,7 +59,9 @@ class LogSink {
 
 /// Writes each line of at least `minimum` level to a file descriptor, as
 /// `2026-11-24T10:11:12.123Z INFO  Validators/Disk/Disk hasMinimumFreeSpace(of:):41 message`.
-/// Line feeds inside a message become `\n`, so that one line stays one line.
+/// Line feeds, control characters and the like inside a message are written as escapes (`\n`,
+/// `\u001b`), so that no text that is logged can forge a line or steer a terminal. Raises no
+/// SIGPIPE. Waits for a reader that is slow.
 class DescriptorSink final : public LogSink {
  public:
   /// `descriptor` stays the caller's and must outlive the sink.
@@ -83,7 +85,10 @@ class NullSink final : public LogSink {
 };
 
 /// Makes `sink` the process's sink and returns the one before; a null pointer brings back the
-/// default, which writes all levels to standard error. Safe from any thread.
+/// default. That writes all levels, in the form of `DescriptorSink`, to the standard error that the
+/// process had when the library was loaded; once descriptor 2 is another file, lines are dropped.
+/// It waits a quarter of a second at most for a reader; later a line tells how many were dropped.
+/// Safe from any thread.
 std::shared_ptr<LogSink> setLogSink(std::shared_ptr<LogSink> sink);
 
 /// Hands one line to the process's sink.

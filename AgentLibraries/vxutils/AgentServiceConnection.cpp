@@ -89,7 +89,7 @@ class Channel final {
   }
 
  private:
-  /// Waits a while for a service that is busy. False when it does not take the line.
+  /// Waits a while for a service that is busy. False when it takes nothing of the line.
   bool send(std::string_view line) {
     const std::scoped_lock lock(sending_);  // not the other one, which taking answers needs
     const auto deadline = std::chrono::steady_clock::now() + kLongestSending;
@@ -102,10 +102,14 @@ class Channel final {
       }
       const auto left =
           std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
-      if (sent < 0 || left <= std::chrono::milliseconds::zero()) {
-        if (line.size() < whole) {
-          platform::hangUp(socket_);  // after half a line nothing else makes sense
-        }
+      const bool isLate = left <= std::chrono::milliseconds::zero();
+      if (sent < 0 || (isLate && line.size() < whole)) {
+        // The service has gone, or has taken half a line, after which nothing else makes sense.
+        // The reader sees it and tells everybody who waits.
+        platform::hangUp(socket_);
+        return true;
+      }
+      if (isLate) {
         return false;
       }
       platform::Awaited taken{.descriptor = socket_.get(),

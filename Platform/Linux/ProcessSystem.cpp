@@ -21,7 +21,7 @@ int startIn(posix_spawn_file_actions_t& actions, const char* directory) {
 
 short ownSessionFlags() { return POSIX_SPAWN_SETSID; }
 
-ssize_t writeWithoutSignal(const Descriptor& pipe, std::string_view bytes) {
+std::ptrdiff_t writeWithoutSignal(int descriptor, std::string_view bytes) noexcept {
   // The signal goes to the writing thread: it is blocked in this thread alone and taken back before
   // the mask is restored.
   sigset_t pipeSignal;
@@ -31,7 +31,7 @@ ssize_t writeWithoutSignal(const Descriptor& pipe, std::string_view bytes) {
   ::sigaddset(&pipeSignal, SIGPIPE);
   ::pthread_sigmask(SIG_BLOCK, &pipeSignal, &former);
   ::sigpending(&pending);
-  const ssize_t written = ::write(pipe.get(), bytes.data(), bytes.size());
+  const ssize_t written = ::write(descriptor, bytes.data(), bytes.size());
   const int error = errno;
   if (written < 0 && error == EPIPE && ::sigismember(&pending, SIGPIPE) == 0) {
     constexpr timespec kNoWait{};

@@ -34,13 +34,6 @@ constexpr std::size_t kLongestName = 255;   // bytes, as of a file's name
 constexpr std::uint64_t kLargestInformationFile = std::uint64_t{256} << 10;
 constexpr std::size_t kMostInformationValues = 16'384;
 
-/// Which file a path leads to.
-struct FileIdentity {
-  dev_t device;
-  ino_t number;
-  friend auto operator<=>(const FileIdentity&, const FileIdentity&) = default;
-};
-
 std::optional<FileIdentity> identityOf(const std::string& path) {
   struct stat status{};
   if (::stat(path.c_str(), &status) != 0) {

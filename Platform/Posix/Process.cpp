@@ -332,7 +332,7 @@ class Supervision {
       return;
     }
     while (!input_.empty()) {
-      const ssize_t written = writeWithoutSignal(inputPipe_, input_);
+      const ssize_t written = writeWithoutSignal(inputPipe_.get(), input_);
       if (written < 0 && errno == EINTR) {
         continue;
       }

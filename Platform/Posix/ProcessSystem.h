@@ -5,7 +5,6 @@
 #include <sys/types.h>
 
 #include <string>
-#include <string_view>
 
 #include "Platform/Descriptor.h"
 
@@ -20,9 +19,6 @@ namespace platform {
 /// Flags of `posix_spawnattr_setflags` that give the child a session of its own, with no
 /// controlling terminal, and no descriptor that it isn't given.
 [[nodiscard]] short ownSessionFlags();
-
-/// write() without the SIGPIPE of a reader that has gone.
-[[nodiscard]] ssize_t writeWithoutSignal(const Descriptor& pipe, std::string_view bytes);
 
 /// The process's environment variables, ended by a null; null when there are none.
 [[nodiscard]] char** environmentVariables();

@@ -22,9 +22,16 @@ int startIn(posix_spawn_file_actions_t& actions, const char* directory) {
 
 short ownSessionFlags() { return POSIX_SPAWN_SETSID | POSIX_SPAWN_CLOEXEC_DEFAULT; }
 
-ssize_t writeWithoutSignal(const Descriptor& pipe, std::string_view bytes) {
-  ::fcntl(pipe.get(), F_SETNOSIGPIPE, 1);
-  return ::write(pipe.get(), bytes.data(), bytes.size());
+std::ptrdiff_t writeWithoutSignal(int descriptor, std::string_view bytes) noexcept {
+  const int former = ::fcntl(descriptor, F_GETNOSIGPIPE);
+  ::fcntl(descriptor, F_SETNOSIGPIPE, 1);
+  const ssize_t written = ::write(descriptor, bytes.data(), bytes.size());
+  const int error = errno;
+  if (former == 0) {  // the open file may be shared, as standard error is
+    ::fcntl(descriptor, F_SETNOSIGPIPE, 0);
+  }
+  errno = error;
+  return written;
 }
 
 char** environmentVariables() { return *::_NSGetEnviron(); }

@@ -55,9 +55,15 @@ TEST_F(RunCommandTest, LogLinesGoWhereTheyAreWantedAndFromTheLevelOn) {
   EXPECT_EQ(shell("vexlo-patch run $patch --log-file log --log-level error").errors, "");
   EXPECT_THAT(root.read("log"), AllOf(StartsWith("former line\n"), HasSubstr(notDefined),
                                       Not(HasSubstr(applicable))));
-  const ToolRun run = shell("vexlo-patch run $patch --log-file .");
-  EXPECT_EQ(run.errors, "vexlo-patch: --log-file .: Is a directory\n");
-  EXPECT_EQ(run.status, 64);
+  (void)shell("mkfifo fifo; ln -s log link");
+  for (const auto& [path, why] : std::vector<std::pair<std::string, std::string>>{
+           {".", "Is a directory"},
+           {"fifo", "No such device or address"},
+           {"link", "expected a file, found a link"}}) {
+    const ToolRun run = shell("vexlo-patch run $patch --log-file " + path);
+    EXPECT_EQ(run.errors, "vexlo-patch: --log-file " + path + ": " + why + "\n");
+    EXPECT_EQ(run.status, 64);
+  }
 }
 
 TEST_F(RunCommandTest, AReportThatCannotBeWrittenIsAFailure) {

@@ -1,0 +1,75 @@
+#include "Platform/PrintableText.h"
+
+#include <algorithm>
+#include <array>
+
+#include "Platform/Unicode.h"
+
+namespace platform {
+namespace {
+
+constexpr std::string_view kHexDigits = "0123456789abcdef";
+
+struct CodePointRange {
+  char32_t first;
+  char32_t last;
+};
+
+/// Control characters, line separators, and marks that reorder or hide what stands beside them.
+constexpr std::array kUnprintable{
+    CodePointRange{0x00, 0x1F},     CodePointRange{0x7F, 0x9F},     CodePointRange{0xAD, 0xAD},
+    CodePointRange{0x61C, 0x61C},   CodePointRange{0x200B, 0x200F}, CodePointRange{0x2028, 0x202E},
+    CodePointRange{0x2060, 0x206F}, CodePointRange{0xFEFF, 0xFEFF}, CodePointRange{0xFFF9, 0xFFFB}};
+
+bool isUnprintable(char32_t codePoint) {
+  return std::ranges::any_of(kUnprintable, [&](const CodePointRange& range) {
+    return codePoint >= range.first && codePoint <= range.last;
+  });
+}
+
+void appendEscaped(std::string& out, char32_t codePoint) {
+  switch (codePoint) {
+    case U'\n':
+      out += "\\n";
+      return;
+    case U'\r':
+      out += "\\r";
+      return;
+    case U'\t':
+      out += "\\t";
+      return;
+    default:
+      out += "\\u";
+      for (int shift = 12; shift >= 0; shift -= 4) {
+        out += kHexDigits[codePoint >> shift & 0xFU];
+      }
+  }
+}
+
+}  // namespace
+
+std::string printable(std::string_view text, Tabs tabs) {
+  std::string out;
+  out.reserve(text.size());
+  while (!text.empty()) {
+    const std::size_t length = utf8SequenceLength(text);
+    if (length == 0) {
+      const auto byte = static_cast<unsigned char>(text.front());
+      out += {'\\', 'x', kHexDigits[byte >> 4U], kHexDigits[byte & 0xFU]};
+      text.remove_prefix(1);
+      continue;
+    }
+    const std::string_view character = text.substr(0, length);
+    text.remove_prefix(length);
+    const char32_t codePoint = decodeUTF8(character);
+    const bool keeps = codePoint == U'\t' && tabs == Tabs::kept;
+    if (isUnprintable(codePoint) && !keeps) {
+      appendEscaped(out, codePoint);
+    } else {
+      out += character;
+    }
+  }
+  return out;
+}
+
+}  // namespace platform
