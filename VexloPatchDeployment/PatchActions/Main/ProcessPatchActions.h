@@ -75,9 +75,11 @@ class VEXLO_EXPORT ProcessPatchActions {
                                                    const ActionID& action,
                                                    const Arguments& arguments);
   VEXLO_HIDDEN PatchActionResult isUserLoggedIn();
+  /// Despite the name, passes unless several users are logged in.
   VEXLO_HIDDEN PatchActionResult isMultipleUsersLoggedIn();
   VEXLO_HIDDEN PatchActionResult hasMinimumDiskSpace(const ActionID& action,
                                                      const Arguments& arguments);
+  /// Despite the name, passes unless the update is deferred or that can't be told.
   VEXLO_HIDDEN PatchActionResult isMacOSUpdateDeferred(const ActionID& action,
                                                        const Arguments& arguments);
   VEXLO_HIDDEN PatchActionResult installmacOSUpdates(const ActionID& action,
