@@ -63,6 +63,8 @@ struct Formatter final : Object {
   bool isInUTC = false;
 };
 
+std::map<CFTypeRef, std::pair<int, void (*)(CFTypeRef)>> others;  // references and end
+
 Object* objectOf(CFTypeRef object) { return static_cast<Object*>(const_cast<void*>(object)); }
 template <typename Type>
 Type* as(CFTypeRef object) {
@@ -98,7 +100,13 @@ Machine machine;
 
 Object::Object() { ++alive; }
 Object::~Object() { --alive; }
-int objectsAlive() { return alive; }
+int objectsAlive() { return alive + static_cast<int>(others.size()); }
+void countReferences(CFTypeRef object, void (*end)(CFTypeRef object)) { others[object] = {1, end}; }
+
+std::string bytesOf(const void* text) {
+  const std::u16string& units = as<Text>(text)->units;
+  return {units.begin(), units.end()};
+}
 
 CFTypeRef text(std::u16string_view units) { return made(new Text(units)); }
 CFTypeRef integer(std::int64_t number) {
@@ -163,10 +171,19 @@ const CFStringRef kCFDateFormatterTimeZone = reinterpret_cast<CFStringRef>(u"zon
 const CFStringRef kCFRunLoopDefaultMode = reinterpret_cast<CFStringRef>(u"default");
 
 CFTypeRef CFRetain(CFTypeRef object) {
-  ++objectOf(object)->references;
+  const auto other = others.find(object);
+  ++(other == others.end() ? objectOf(object)->references : other->second.first);
   return object;
 }
 void CFRelease(CFTypeRef object) {
+  if (const auto other = others.find(object); other != others.end()) {
+    if (--other->second.first == 0) {
+      const auto end = other->second.second;
+      others.erase(other);
+      end(object);
+    }
+    return;
+  }
   if (--objectOf(object)->references == 0) {
     delete objectOf(object);
   }

@@ -24,8 +24,15 @@ class Object {
   int references = 1;
 };
 
+/// Has CFRetain and CFRelease count an object of another kind, born with one reference; `end` ends
+/// it.
+void countReferences(CFTypeRef object, void (*end)(CFTypeRef object));
+
 /// Objects that have not ended. The same before and after a call: nothing was kept, nothing lost.
 [[nodiscard]] int objectsAlive();
+
+/// The text, which is ASCII.
+[[nodiscard]] std::string bytesOf(const void* text);
 
 // Makers; the caller owns the result. Containers take their elements over, null included.
 [[nodiscard]] CFTypeRef text(std::u16string_view units);
@@ -39,6 +46,15 @@ class Object {
 [[nodiscard]] CFTypeRef dictionary(std::vector<std::pair<CFTypeRef, CFTypeRef>> entries);
 [[nodiscard]] CFTypeRef other();     ///< Of a type that no property list has.
 [[nodiscard]] CFTypeRef nameless();  ///< The same, without a description.
+
+/// An application that runs.
+struct Instance {
+  std::optional<std::u16string> name;
+  std::optional<std::u16string> path;  ///< Of its executable, whose address may lack one.
+  bool hasExecutable = true;
+  int processIdentifier = 0;
+  bool canBeKilled = true;
+};
 
 /// What the machine answers. A null answer is given as null. Tests own the objects.
 struct Machine {
@@ -54,6 +70,8 @@ struct Machine {
   std::map<std::string, std::string> kernel;  ///< Answers by name, as bytes.
   bool formats = true;                        ///< False: no date formatter can be made.
   int yearsAhead = 0;                         ///< Of the user's calendar.
+  std::vector<Instance> applications;
+  std::string identifier;  ///< Of the bundle whose applications were asked for.
 };
 extern Machine machine;
 

@@ -1,0 +1,42 @@
+// Running applications over stand-ins of the workspace's classes, on another Objective-C runtime.
+#include "Platform/RunningApplications.h"
+
+#include <gtest/gtest.h>
+
+#include "Tests/Platform/macOS/StandIns/System.h"
+
+namespace platform {
+namespace {
+
+using stand_in::machine;
+
+TEST(WorkspaceTest, ApplicationsAreTheWorkspacesInItsOrderAndNothingIsKept) {
+  const int before = stand_in::objectsAlive();
+  machine = {};
+  EXPECT_TRUE(runningApplications("com.example.none").empty());
+  EXPECT_EQ(machine.identifier, "com.example.none");
+  EXPECT_TRUE(runningApplications("\xff").empty()) << "not UTF-8: the workspace isn't asked";
+  EXPECT_EQ(machine.identifier, "com.example.none");
+  machine.applications = {
+      {.name = u"Caf\u00e9", .path = u"/A.app/Contents/MacOS/A", .processIdentifier = 7},
+      {.hasExecutable = false, .processIdentifier = 6, .canBeKilled = false},
+      {.name = u"", .processIdentifier = 8}};
+  {
+    const auto found = runningApplications("com.example.a");
+    ASSERT_EQ(found.size(), 3U);
+    EXPECT_EQ(found[0]->localizedName(), "Caf\u00e9");
+    EXPECT_EQ(found[0]->executablePath(), "/A.app/Contents/MacOS/A");
+    EXPECT_EQ(found[0]->processIdentifier(), 7);
+    EXPECT_TRUE(found[0]->forceTerminate());
+    EXPECT_EQ(found[1]->localizedName(), std::nullopt);
+    EXPECT_EQ(found[1]->executablePath(), std::nullopt) << "no address";
+    EXPECT_FALSE(found[1]->forceTerminate());
+    EXPECT_EQ(found[2]->localizedName(), "");
+    EXPECT_EQ(found[2]->executablePath(), std::nullopt) << "an address without a path";
+    EXPECT_EQ(stand_in::objectsAlive(), before + 3);
+  }
+  EXPECT_EQ(stand_in::objectsAlive(), before);
+}
+
+}  // namespace
+}  // namespace platform
