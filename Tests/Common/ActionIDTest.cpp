@@ -4,8 +4,6 @@
 
 #include <string>
 
-#include "VexloPatchDeployment/Common/PatchActionResult.h"
-
 namespace vexlo {
 namespace {
 
@@ -53,16 +51,6 @@ TEST(ActionIDTest, DecodingCountsRecognisedMembersOnly) {
     EXPECT_THAT(decoded(json), ::testing::StartsWith("Expected an object "));
   }
   EXPECT_THAT(decoded("{"), ::testing::StartsWith("line 1, column 2"));
-}
-
-TEST(PatchActionResultTest, ShowsItsDescription) {
-  using Result = PatchActionResult;
-  EXPECT_EQ(describe(Result::failure(PlainReason::unDefined)), "failure(unDefined)");
-  EXPECT_EQ(describe(Result::applyLater(MacOSUpdateIsDeferred{})),
-            "applyLater(macOSUpdateIsDeferred(nil))");
-  EXPECT_EQ(describe(Result::success(
-                GotUserAcknowledgementForPatchingRunningApplications{{{"com.a", "A"}}})),
-            "success(gotUserAcknowledgementForPatchingRunningApplications([\"com.a\": \"A\"]))");
 }
 
 }  // namespace

@@ -30,13 +30,13 @@ class FakeAgentService final : public vxutils::AgentServiceProtocol {
   }
 };
 
-class CredentialsTest : public ::testing::Test {
+class CredentialsFetcherTest : public ::testing::Test {
  protected:
   std::shared_ptr<FakeAgentService> service = std::make_shared<FakeAgentService>();
   LogCapture log;
 };
 
-TEST_F(CredentialsTest, TheFirstOfSeveralAnswersCounts) {
+TEST_F(CredentialsFetcherTest, TheFirstOfSeveralAnswersCounts) {
   service->onRequest = [](const auto&, const auto& reply) {
     reply("first");
     reply("second");
@@ -45,7 +45,7 @@ TEST_F(CredentialsTest, TheFirstOfSeveralAnswersCounts) {
   EXPECT_EQ(DefaultAgentServiceValueFetcher(service).value("key"), "first");
 }
 
-TEST_F(CredentialsTest, AnAnswerAfterTheTimeoutMeetsNobody) {
+TEST_F(CredentialsFetcherTest, AnAnswerAfterTheTimeoutMeetsNobody) {
   std::latch callerHasGone(1);
   std::thread connection;
   service->onRequest = [&](const auto&, const auto& reply) {
@@ -62,7 +62,7 @@ TEST_F(CredentialsTest, AnAnswerAfterTheTimeoutMeetsNobody) {
 }
 
 /// The bytes of a short text lie in the object itself, so that they can be looked at afterwards.
-TEST_F(CredentialsTest, LeaveNoPasswordWhereTheyWere) {
+TEST_F(CredentialsFetcherTest, LeaveNoPasswordWhereTheyWere) {
   alignas(Credentials) std::array<char, sizeof(Credentials)> memory{};
   const auto holdsPassword = [&] {
     // Read as the compiler can't foresee: the object's own life has ended.

@@ -7,7 +7,6 @@
 
 #include "AgentLibraries/FileCodec/DecodingError.h"
 #include "AgentLibraries/FileCodec/JSONReader.h"
-#include "AgentLibraries/FileCodec/JSONText.h"
 
 namespace FileCodec {
 namespace {
@@ -52,25 +51,12 @@ TEST(ReadJSONTest, ASyntaxErrorSaysWhereAndWhat) {
             R"(line 1, column 513: expected a value or "]", found the end of the text)"},
            {deep,
             "line 1, column 513: expected at most 512 levels of nesting, found a deeper one"}}) {
+    SCOPED_TRACE(problem);
     AnyEvents events;
     const JSONReading reading = readJSON(text, events);
     EXPECT_EQ(reading.outcome, JSONOutcome::syntaxError);
     EXPECT_EQ(syntaxError("", reading).what(), std::string(problem));
   }
-}
-
-TEST(JSONStringTest, EscapesAndRepairs) {
-  EXPECT_EQ(jsonString(std::string_view("\"\\\b\t\n\f\r\0\x1f\x7f", 10)),
-            "\"\\\"\\\\\\b\\t\\n\\f\\r\\u0000\\u001f\x7f\"");
-  EXPECT_EQ(jsonString("a\xFF\xE2\x82z\xED\xA0\x80"), "\"a\uFFFD\uFFFD\uFFFDz\uFFFD\uFFFD\uFFFD\"");
-}
-
-TEST(DecodingErrorTest, IsOneLineHoweverOddTheNames) {
-  const DecodingError error("a\nfile", "a\x1Bplace", "x", "y");
-  EXPECT_STREQ(error.what(), "a\\nfile: a\\u001bplace: expected x, found y");
-  const std::string fits(198, 'x');
-  EXPECT_EQ(nameInPlace(fits + "é"), fits + "é");
-  EXPECT_EQ(nameInPlace(fits + "x" + "é"), fits + "x…");
 }
 
 }  // namespace

@@ -1,0 +1,17 @@
+#include <gtest/gtest.h>
+
+#include <string_view>
+
+#include "AgentLibraries/FileCodec/JSONText.h"
+
+namespace FileCodec {
+namespace {
+
+TEST(JSONTextTest, EscapesAndRepairs) {
+  EXPECT_EQ(jsonString(std::string_view("\"\\\b\t\n\f\r\0\x1f\x7f", 10)),
+            "\"\\\"\\\\\\b\\t\\n\\f\\r\\u0000\\u001f\x7f\"");
+  EXPECT_EQ(jsonString("a\xFF\xE2\x82z\xED\xA0\x80"), "\"a\uFFFD\uFFFD\uFFFDz\uFFFD\uFFFD\uFFFD\"");
+}
+
+}  // namespace
+}  // namespace FileCodec

@@ -1,0 +1,34 @@
+#include <gtest/gtest.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "Platform/Linux/PowerSupplies.h"
+#include "Tests/Fakes/TemporaryDirectory.h"
+
+namespace platform {
+namespace {
+
+TEST(PowerSuppliesTest, BatteriesAreDescribedByStateAndCapacity) {
+  const TemporaryDirectory root;
+  const std::vector<std::pair<std::string, std::string>> attributes{
+      {"A/status", "Discharging"},     {"A/energy_now", "30"},
+      {"A/energy_full", "40"},         {"A/capacity", "1"},
+      {"B/status", "Not charging"},    {"B/capacity", "45"},
+      {"Mouse/status", "Discharging"}, {"Mouse/scope", "Device"}};
+  for (const auto& [name, value] : attributes) {
+    root.write(name, value + "\n");
+    root.write(name.substr(0, name.find('/')) + "/type", "Battery\n");
+  }
+  std::string summary;
+  for (const PropertyList& source : readPowerSupplies(root.path())) {
+    summary += *source.find("Power Source State")->as<std::string>() + ' ' +
+               describe(*source.find("Current Capacity")) + '/' +
+               describe(*source.find("Max Capacity")) + '\n';
+  }
+  EXPECT_EQ(summary, "Battery Power 30/40\nAC Power 45/100\n");
+}
+
+}  // namespace
+}  // namespace platform

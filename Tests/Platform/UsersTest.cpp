@@ -1,0 +1,42 @@
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+#include <utmpx.h>
+
+#include <fstream>
+#include <optional>
+#include <string>
+
+#include "Platform/Users.h"
+#include "Tests/Fakes/TemporaryDirectory.h"
+
+namespace platform {
+namespace {
+
+TEST(UsersTest, AConsolesUserIsTheOneOfALocalSession) {
+  const TemporaryDirectory folder;
+  const std::string path = folder.file("utmp");  // takes the place of the system's records
+  ::utmpxname(path.c_str());
+  const auto add = [&](const std::string& user, const std::string& line, const std::string& host) {
+    utmpx entry{};
+    entry.ut_type = USER_PROCESS;
+    user.copy(entry.ut_user, sizeof entry.ut_user);
+    line.copy(entry.ut_line, sizeof entry.ut_line);
+    host.copy(entry.ut_host, sizeof entry.ut_host);
+    std::ofstream(path, std::ios::binary | std::ios::app)
+        .write(reinterpret_cast<const char*>(&entry), sizeof entry);
+  };
+  const std::string longName(sizeof utmpx{}.ut_user, 'x');  // fills its field, without a NUL
+  add("eve", "tty9", "far.example");
+  add(longName, "pts/3", "");
+  EXPECT_THAT(loggedOnUserNames(), ::testing::ElementsAre("eve", longName));
+  struct stat console{};
+  if (::stat("/dev/console", &console) != 0 || console.st_uid == 0) {  // nobody is at the real one
+    EXPECT_EQ(consoleUserName(), std::nullopt);
+    add("alice", ":0", ":0");
+    EXPECT_EQ(consoleUserName(), "alice");
+  }
+  ::utmpxname(_PATH_UTMP);
+}
+
+}  // namespace
+}  // namespace platform
