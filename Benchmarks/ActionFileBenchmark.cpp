@@ -1,5 +1,5 @@
-// The patch action file: decoding it warm and in a fresh process, and plans from a large one. Every
-// figure stands beside its baseline.
+// The patch action file: decoding it warm and in a new process, and plans from a large file, each
+// with a baseline to compare with.
 #include <benchmark/benchmark.h>
 #include <malloc.h>
 #include <unistd.h>
@@ -28,7 +28,7 @@ namespace {
 
 using vexlo::PatchActionGroup;
 
-/// A file of about `bytes` such as a server ships: patches with a few actions each.
+/// A file of about `bytes`, as servers ship it: patches with a few actions each.
 std::string generateActionFile(std::size_t bytes) {
   std::string json =
       R"({"ProductServicePackActions":{"ExclusionPatchIDs":["310872"],)"
@@ -42,7 +42,7 @@ std::string generateActionFile(std::size_t bytes) {
 
 constexpr std::size_t kMegabyte = 1'000'000;
 
-/// Takes every event and does nothing: what the parser itself costs.
+/// Ignores every event; measures the parser alone.
 struct EmptyHandler {
   static constexpr std::size_t max_array_size = -1;
   static constexpr std::size_t max_object_size = -1;
@@ -93,7 +93,7 @@ void decodeOneMegabyte(benchmark::State& state) {
 }
 BENCHMARK(decodeOneMegabyte)->Unit(benchmark::kMicrosecond);
 
-/// The straightforward way: the library's tree, then maps of texts.
+/// The straightforward implementation: the JSON library's tree, then maps of strings.
 using Arguments = std::vector<std::string>;
 using Actions = std::map<std::string, Arguments>;
 std::map<std::string, Actions> decodeStraightforwardly(const std::string& path) {
@@ -144,7 +144,7 @@ struct LargeFile {
   std::shared_ptr<const PatchActionGroup> group = std::make_shared<const PatchActionGroup>(
       PatchActionGroup::decode(generateActionFile(100 * kMegabyte), "f"));
   std::unordered_map<std::string, int> map;
-  std::vector<std::string> patchIDs;  ///< In an order without locality.
+  std::vector<std::string> patchIDs;  ///< In random order.
 
   LargeFile() {
     const auto patches = group->patchActions()->patches();

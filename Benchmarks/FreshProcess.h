@@ -1,4 +1,4 @@
-// Measures a job in a process of its own: time and growth of the peak memory.
+// Measures a job in a new process: its time and the growth of peak memory.
 #pragma once
 #include <stdlib.h>  // NOLINT: mkstemp
 #include <unistd.h>
@@ -15,7 +15,7 @@
 
 #include "Platform/Process.h"
 
-/// A file that goes with its object.
+/// A file that is removed with its object.
 class TemporaryFile {
  public:
   explicit TemporaryFile(std::string_view bytes) {
@@ -61,7 +61,7 @@ class FreshProcess {
 
   static bool isOne(int argc, char** argv) { return argc == 4 && argv[1] == kOption; }
 
-  /// The new process's main function.
+  /// The main function of the new process.
   static int serve(int /*argc*/, char** argv, std::initializer_list<const Job*> jobs) {
     for (const Job* job : jobs) {
       if (job->name == argv[2]) {

@@ -1,4 +1,4 @@
-# What every target of the project is compiled with; private, so it never reaches an embedder.
+# Compile options of every target; linked privately, so that they don't affect users of the library.
 add_library(vexlo_compile_options INTERFACE)
 target_compile_options(vexlo_compile_options INTERFACE
   -Wall -Wextra -Wpedantic -Wno-missing-field-initializers -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wswitch)
@@ -8,7 +8,7 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   target_compile_options(vexlo_compile_options INTERFACE -Wno-maybe-uninitialized -Wno-restrict)
 endif()
 if(CMAKE_UNITY_BUILD)
-  # Several files are compiled as one: what is in an unnamed namespace is no one else's even so.
+  # Several files are compiled as one; their unnamed namespaces are still internal.
   target_compile_options(vexlo_compile_options INTERFACE -Wno-subobject-linkage)
 endif()
 option(VEXLO_WARNINGS_AS_ERRORS "Treat warnings as errors" ${PROJECT_IS_TOP_LEVEL})
@@ -17,7 +17,7 @@ if(VEXLO_WARNINGS_AS_ERRORS)
 endif()
 target_include_directories(vexlo_compile_options INTERFACE "${PROJECT_SOURCE_DIR}")
 
-# Log lines name their source file from the module folder on; no path of the building machine.
+# Log lines name source files relative to the module folder, without paths of the build machine.
 set(source_roots "${PROJECT_SOURCE_DIR}")
 find_program(CCACHE_PROGRAM ccache)
 if(CCACHE_PROGRAM AND NOT CMAKE_CXX_COMPILER_LAUNCHER)

@@ -6,7 +6,7 @@ set(libraries vexlo_patch_deployment vexlo_agent_libraries vexlo_platform)
 set_target_properties(vexlo_patch_deployment PROPERTIES EXPORT_NAME PatchDeployment)
 set_target_properties(vexlo_agent_libraries PROPERTIES EXPORT_NAME AgentLibraries)
 set_target_properties(vexlo_platform PROPERTIES EXPORT_NAME Platform)
-# Shared libraries find each other where they lie, the tool finds them beside its folder.
+# Shared libraries find each other in their own folder, the tool finds them next to its own.
 if(APPLE)
   set(here "@loader_path")
 else()

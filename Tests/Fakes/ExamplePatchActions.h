@@ -1,4 +1,4 @@
-// A patch action file with everything that one can hold.
+// A patch action file that uses everything the format has.
 #pragma once
 #include <string_view>
 

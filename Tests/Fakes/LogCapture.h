@@ -1,4 +1,4 @@
-// Records the process's log lines during a test, and matchers for them.
+// Records the process's log lines during a test; matchers for log lines.
 #pragma once
 #include <gmock/gmock.h>
 
@@ -14,7 +14,7 @@
 
 #include "AgentLibraries/LogCore/Logger.h"
 
-/// One log line, its message built.
+/// One log line with its message.
 struct LogRecord {
   LogCore::LogLevel level = LogCore::LogLevel::debug;
   std::string file;
@@ -33,8 +33,8 @@ struct LogRecord {
   }
 };
 
-/// Takes the place of the process's log sink for its lifetime and records every line, from any
-/// thread. Captures are nested: the innermost records, and its end brings the former sink back.
+/// Replaces the process's log sink for its lifetime and records every line from any thread. May be
+/// nested: the innermost one records; its destructor restores the previous sink.
 class LogCapture {
  public:
   LogCapture() : lines_(std::make_shared<Lines>()), former_(LogCore::setLogSink(lines_)) {}
@@ -52,7 +52,7 @@ class LogCapture {
     const std::scoped_lock lock(lines_->mutex);
     lines_->records.clear();
   }
-  /// Whether a message or tag of any line has `part` in it: for secrets that must not be logged.
+  /// Whether any message or tag contains `part`; for secrets that must not be logged.
   [[nodiscard]] bool mentions(std::string_view part) const {
     return std::ranges::any_of(records(), [&](const LogRecord& record) {
       return record.message.contains(part) || record.function.contains(part);
@@ -69,7 +69,7 @@ class LogCapture {
                        .file = std::string(tag.file),
                        .function = std::string(tag.function),
                        .line = line,
-                       .message = build().text};  // built outside the lock: it may log as well
+                       .message = build().text};  // built outside the lock, since it may log too
       const std::scoped_lock lock(mutex);
       records.push_back(std::move(record));
     }

@@ -1,10 +1,10 @@
-// An environment variable for the time of a test.
+// An environment variable for the duration of a test.
 #pragma once
 #include <cstdlib>
 #include <optional>
 #include <string>
 
-/// Sets the variable; its end brings the former value, or its absence, back.
+/// Sets the variable; the destructor restores the previous value or removes the variable.
 class ScopedEnvironment {
  public:
   ScopedEnvironment(const char* name, const std::string& value) : name_(name) {

@@ -1,4 +1,4 @@
-// A directory of its own for one test.
+// A temporary directory for one test.
 #pragma once
 #include <cerrno>
 #include <cstdlib>
@@ -11,7 +11,7 @@
 #include <string_view>
 #include <system_error>
 
-/// A new empty directory below the system's temporary one; removed with all that it holds.
+/// A new, empty directory in the system's temporary directory; removed with its contents.
 class TemporaryDirectory {
  public:
   TemporaryDirectory() : path_(std::filesystem::temp_directory_path() / "vexlo-test-XXXXXX") {
@@ -26,13 +26,13 @@ class TemporaryDirectory {
     std::filesystem::remove_all(path_, ignored);
   }
 
-  /// The directory, absolute, without a closing slash.
+  /// The absolute path, without a trailing slash.
   [[nodiscard]] const std::string& path() const noexcept { return path_; }
-  /// The path of `name` in the directory; makes nothing.
+  /// The path of `name` in the directory; creates nothing.
   [[nodiscard]] std::string file(std::string_view name) const {
     return path_ + "/" + std::string(name);
   }
-  /// Writes a file below the directory, missing folders included, and returns its path.
+  /// Writes a file in the directory, creating missing folders, and returns its path.
   std::string write(std::string_view name, std::string_view bytes) const {  // NOLINT
     const std::string target = file(name);
     std::filesystem::create_directories(std::filesystem::path(target).parent_path());

@@ -18,7 +18,6 @@ namespace LogCore {
 namespace {
 
 using ::testing::EndsWith;
-using ::testing::HasSubstr;
 
 void writeTo(LogSink& sink, const std::string& message) {
   sink.write(LogLevel::info, LogTag{"test"}, 1, [&] { return message; });
