@@ -31,6 +31,7 @@ struct Written {
   std::string productID;
   std::string servicePackID;
   std::vector<std::string> actionCodes;
+  std::vector<std::string> applications;
   bool keepGoing = false;
   bool json = false;
   std::string file;
@@ -66,7 +67,7 @@ void addAgent(CLI::App& command, Written& written) {
       "the kind of machine (auto: detect it)")
       ->check(CLI::IsMember({"auto", "apple-silicon", "intel"}).description(""));
   add("--log-level", written.logLevel, "debug|info|error|none",
-      "the lowest level to log (default: info for run, else error)")
+      "the lowest level to log (default: info for run, none for facts, else error)")
       ->check(CLI::IsMember({"debug", "info", "error", "none"}).description(""));
   add("--log-file", written.logFile, "FILE", "append log lines to FILE instead of standard error");
 }
@@ -120,8 +121,25 @@ void addCommands(CLI::App& app, Written& written) {
             "  64  bad usage\n"
             "  65  the file can't be used");
 
+  CLI::App& facts =
+      *app.add_subcommand("facts", "Shows what the library sees on this machine; changes nothing.");
+  facts
+      .add_option("--application", written.applications,
+                  "show the running instances of this application; may be repeated")
+      ->type_name("BUNDLE-ID")
+      ->expected(1)
+      ->allow_extra_args(false)
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+      ->check(
+          [](const std::string& id) { return id.empty() ? "a bundle identifier is needed" : ""; });
+  addJSON(facts, written, "one JSON object, in one line, instead of a table");
+  addAgent(facts, written);
+  setFooter(facts,
+            "  0   shown; what can't be read is shown as absent, with the reason\n"
+            "  64  bad usage");
+
   CLI::App& help = *app.add_subcommand("help", "Explains a command.");
-  help.add_option("COMMAND", written.helpTopic, "plan, run or check")->type_name("");
+  help.add_option("COMMAND", written.helpTopic, "plan, run, check or facts")->type_name("");
 }
 
 /// The help of the program or of one command, without the formatter's double empty lines.
@@ -144,7 +162,7 @@ NoRequest badUsage(std::string_view text, const CLI::App& command) {
 }
 
 NoRequest noSuchCommand(const std::vector<std::string>& words, const CLI::App& app) {
-  return badUsage(words.empty() ? "a command is needed: plan, run, check or help"
+  return badUsage(words.empty() ? "a command is needed: plan, run, check, facts or help"
                                 : "no such command: " + words.front(),
                   app);
 }
@@ -236,19 +254,21 @@ std::string problemWith(const AgentDirectory& directory) {
 }
 
 std::expected<AgentSettings, NoRequest> agentSettings(const Written& written,
-                                                      const CLI::App& command, bool isRun) {
-  AgentSettings settings{
-      .directories = {.base = directory(written.baseDirectory, written, ""),
-                      .data = directory(written.dataDirectory, written, "/data"),
-                      .logs = directory(written.logDirectory, written, "/logs")},
-      .minimumLevel = levelNamed(written.logLevel.value_or(isRun ? "info" : "error")),
-      .logFile = written.logFile};
+                                                      const CLI::App& command) {
+  const bool isRun = command.get_name() == "run";
+  const bool isFacts = command.get_name() == "facts";
+  const char* const defaultLevel = isRun ? "info" : isFacts ? "none" : "error";
+  AgentSettings settings{.directories = {.base = directory(written.baseDirectory, written, ""),
+                                         .data = directory(written.dataDirectory, written, "/data"),
+                                         .logs = directory(written.logDirectory, written, "/logs")},
+                         .minimumLevel = levelNamed(written.logLevel.value_or(defaultLevel)),
+                         .logFile = written.logFile};
   if (written.machine != "auto") {
     settings.isAppleSilicon = written.machine == "apple-silicon";
   }
   const auto& [base, data, logs] = settings.directories;
   for (const AgentDirectory& each :
-       {AgentDirectory{base, written.baseDirectory, "--base-dir", true, true},
+       {AgentDirectory{base, written.baseDirectory, "--base-dir", !isFacts, true},
         AgentDirectory{data, written.dataDirectory, "--data-dir", isRun, false},
         AgentDirectory{logs, written.logDirectory, "--log-dir", isRun, false}}) {
     if (const std::string problem = problemWith(each); !problem.empty()) {
@@ -279,9 +299,14 @@ std::expected<Request, NoRequest> request(const CLI::App& app, Written& written)
   if (const CLI::Option& root = *command.get_option("--agent-root"); root.count() > 0) {
     written.agentRoot = root.as<std::string>();
   }
-  auto agent = agentSettings(written, command, name == "run");
+  auto agent = agentSettings(written, command);
   if (!agent) {
     return std::unexpected(std::move(agent).error());
+  }
+  if (name == "facts") {
+    return FactsRequest{.agent = *std::move(agent),
+                        .applications = std::move(written.applications),
+                        .json = written.json};
   }
   vexlo::PatchIdentifier patch(written.patchID, written.productID, written.servicePackID);
   if (name == "plan") {

@@ -36,12 +36,18 @@ struct RunRequest {
   bool json = false;
 };
 
+struct FactsRequest {
+  AgentSettings agent;
+  std::vector<std::string> applications;  ///< Bundle identifiers.
+  bool json = false;
+};
+
 struct CheckRequest {
   std::string file;
   bool json = false;
 };
 
-using Request = std::variant<PlanRequest, RunRequest, CheckRequest>;
+using Request = std::variant<PlanRequest, RunRequest, CheckRequest, FactsRequest>;
 
 /// A command line that asks for no work: for help (a success, `text` is the answer) or wrong
 /// (`text` says what, in lines without a prefix).

@@ -12,6 +12,9 @@ namespace agent_tool {
 /// Runs actions of a patch, up to the first that is no success unless asked to go on.
 [[nodiscard]] ExitStatus run(const RunRequest& request, Console& console);
 
+/// Shows what the library sees on this machine. Changes nothing.
+[[nodiscard]] ExitStatus facts(const FactsRequest& request, Console& console);
+
 /// Reads an action file and says what is wrong or odd in it.
 [[nodiscard]] ExitStatus check(const CheckRequest& request, Console& console);
 

@@ -40,7 +40,8 @@ ExitStatus carryOut(const Request& request, Console& console) {
   return std::visit(
       vexlo::Overloaded{[&](const PlanRequest& wanted) { return plan(wanted, console); },
                         [&](const RunRequest& wanted) { return run(wanted, console); },
-                        [&](const CheckRequest& wanted) { return check(wanted, console); }},
+                        [&](const CheckRequest& wanted) { return check(wanted, console); },
+                        [&](const FactsRequest& wanted) { return facts(wanted, console); }},
       request);
 }
 

@@ -17,7 +17,6 @@ using LogCore::text;
 
 constexpr LogCore::LogTag kEnrollmentTag{"getEnrollmentType()"};
 constexpr const char* kTool = "/usr/bin/profiles";
-constexpr std::chrono::seconds kTimeout{60};
 constexpr std::size_t kMaximumOutputBytes = std::size_t{64} * 1024;
 
 std::string_view trimmed(std::string_view text) {
@@ -83,11 +82,11 @@ MDMEnrollmentUtil& MDMEnrollmentUtil::shared() {
   return instance;
 }
 
-EnrollmentType MDMEnrollmentUtil::getEnrollmentType() const {
+EnrollmentType MDMEnrollmentUtil::getEnrollmentType(std::chrono::milliseconds timeout) const {
   platform::ProcessRequest request;
   request.executable = kTool;
   request.arguments = {"status", "-type", "enrollment"};
-  request.timeout = kTimeout;
+  request.timeout = timeout;
   request.maximumOutputBytes = kMaximumOutputBytes;
   return enrollmentToldBy(platform::runProcess(request));
 }

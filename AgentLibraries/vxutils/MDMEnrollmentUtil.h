@@ -1,5 +1,6 @@
 // Whether and how the machine is enrolled in MDM.
 #pragma once
+#include <chrono>
 #include <cstdint>
 
 namespace vxutils {
@@ -16,8 +17,9 @@ class MDMEnrollmentUtil {
  public:
   static MDMEnrollmentUtil& shared();
   /// `not_enrolled` on a machine without the tool, and when the tool fails, says no or does not
-  /// answer within a minute; then the log says why.
-  [[nodiscard]] EnrollmentType getEnrollmentType() const;
+  /// answer within `timeout`; then the log says why.
+  [[nodiscard]] EnrollmentType getEnrollmentType(
+      std::chrono::milliseconds timeout = std::chrono::minutes(1)) const;
 };
 
 }  // namespace vxutils

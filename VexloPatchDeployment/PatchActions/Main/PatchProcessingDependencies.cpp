@@ -71,7 +71,7 @@ DefaultPatchProcessingDependencies::DefaultPatchProcessingDependencies()
       }),
       runningAppPromptDataStore_([] {
         return make_shared<RunningAppPromptDataStore>(
-            make_shared<RawPlistManager>(agentDataFile("/ApplicationRunningPromptData.plist")));
+            make_shared<RawPlistManager>(RunningAppPromptDataStore::plistPath()));
       }),
       runningAppPromptEvaluator_([this] {
         return make_shared<RunningAppPromptEvaluator>(runningAppPromptCustomizationProvider_.get(),

@@ -3,6 +3,7 @@
 #include <exception>
 #include <utility>
 
+#include "VexloPatchDeployment/Common/AgentPaths.h"
 #include "VexloPatchDeployment/Common/Log.h"
 
 namespace vexlo {
@@ -15,6 +16,10 @@ constexpr LogTag kSaveDataTag{"saveData(_:for:)"};
 
 RunningAppPromptDataStore::RunningAppPromptDataStore(std::shared_ptr<PlistManager> plistManager)
     : plistManager_(std::move(plistManager)) {}
+
+std::string RunningAppPromptDataStore::plistPath() {
+  return agentDataFile("/ApplicationRunningPromptData.plist");
+}
 
 std::optional<RunningAppPromptDataStoring::Record> RunningAppPromptDataStore::data(
     const std::string& key) {

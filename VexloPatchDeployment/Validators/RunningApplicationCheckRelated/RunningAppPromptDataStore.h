@@ -28,6 +28,8 @@ class RunningAppPromptDataStore final : public RunningAppPromptDataStoring {
  public:
   /// `plistManager` is shared with the caller and never null.
   explicit RunningAppPromptDataStore(std::shared_ptr<PlistManager> plistManager);
+  /// The records' file in the agent's data directory.
+  [[nodiscard]] static std::string plistPath();
   [[nodiscard]] std::optional<Record> data(const std::string& key) override;
   void saveData(const Record& record, const std::string& key) override;
 

@@ -1,0 +1,279 @@
+#include "AgentTool/Facts.h"
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <future>
+#include <memory>
+#include <mutex>
+#include <string_view>
+#include <utility>
+
+#include "AgentLibraries/FileCodec/PropertyListFile.h"
+#include "AgentLibraries/LogCore/Logger.h"
+#include "AgentLibraries/vxutils/AgentServiceConnection.h"
+#include "Platform/Machine.h"
+#include "VexloPatchDeployment/Adapters/PlistDecoding.h"
+#include "VexloPatchDeployment/Adapters/PlistManager.h"
+#include "VexloPatchDeployment/Common/AgentPaths.h"
+#include "VexloPatchDeployment/Common/PatchDeploymentConstants.h"
+#include "VexloPatchDeployment/PatchActions/Helpers/MDMPatchingStatusChecker.h"
+#include "VexloPatchDeployment/PatchActions/Helpers/MacOSUpdateDeferralEligibilityChecker.h"
+#include "VexloPatchDeployment/Validators/Battery/PowerSourcesProvider.h"
+#include "VexloPatchDeployment/Validators/Disk/DiskInfoProvider.h"
+#include "VexloPatchDeployment/Validators/RunningApplicationCheckRelated/RunningAppPolicy.h"
+#include "VexloPatchDeployment/Validators/RunningApplicationCheckRelated/RunningAppPromptCustomizationProvider.h"
+#include "VexloPatchDeployment/Validators/RunningApplicationCheckRelated/RunningAppPromptDataStore.h"
+#include "VexloPatchDeployment/Validators/RunningApplicationCheckRelated/RunningAppPromptEvaluator.h"
+#include "VexloPatchDeployment/Validators/RunningApplicationCheckRelated/RunningApplicationQuery.h"
+#include "VexloPatchDeployment/Validators/UserLoggedIn/UserLoggedIn.h"
+
+namespace agent_tool {
+namespace {
+
+using platform::PropertyList;
+using std::make_shared;
+
+// Together they leave time for all else within a second.
+constexpr std::chrono::milliseconds kProfilesTimeout{600};
+constexpr std::chrono::milliseconds kServiceTimeout{750};
+
+constexpr const char* kNoDataDirectory = "the agent's data directory is not given";
+
+/// The keys of the patch data that the library reads.
+constexpr std::array kPatchDataKeys{"AlwaysKillApps", "ApplicationRunningPrompt",
+                                    "DisableMacOSUpdateDeferralCheck", "IsMDMPatchingEnabled",
+                                    "OSPatchingViaMDMStatus"};
+
+/// Passes log lines on and keeps the last one that tells why a reading is absent: the library says
+/// so in its log only.
+class ReasonListener final : public LogCore::LogSink {
+ public:
+  explicit ReasonListener(std::shared_ptr<LogCore::LogSink> next) : next_(std::move(next)) {}
+
+  void write(LogCore::LogLevel level, const LogCore::LogTag& tag, std::uint32_t line,
+             const LogCore::MessageBuilder& build) override {
+    if (level >= LogCore::LogLevel::info) {
+      std::string message = build().text;
+      const std::scoped_lock lock(mutex_);
+      lastMessage_ = std::move(message);
+    }
+    next_->write(level, tag, line, build);
+  }
+
+  /// What `read` returned, and the last line that was logged meanwhile; empty without any.
+  template <typename Read>
+  static auto listenTo(const Read& read) {
+    const Listening listening;
+    auto value = read();
+    const std::scoped_lock lock(listening.listener->mutex_);
+    return std::pair(std::move(value), listening.listener->lastMessage_);
+  }
+
+ private:
+  struct Listening {
+    // The sink can be had only by setting another one.
+    std::shared_ptr<LogCore::LogSink> former =
+        LogCore::setLogSink(make_shared<LogCore::NullSink>());
+    std::shared_ptr<ReasonListener> listener = make_shared<ReasonListener>(former);
+    Listening() { LogCore::setLogSink(listener); }
+    ~Listening() { LogCore::setLogSink(former); }
+    Listening(const Listening&) = delete;
+    Listening& operator=(const Listening&) = delete;
+  };
+
+  std::shared_ptr<LogCore::LogSink> next_;
+  std::mutex mutex_;
+  std::string lastMessage_;
+};
+
+/// Answers with descriptions that were read before.
+class ReadPowerSources final : public vexlo::PowerSourcesProvider {
+ public:
+  explicit ReadPowerSources(std::vector<PropertyList> sources) : sources_(std::move(sources)) {}
+  [[nodiscard]] std::vector<PropertyList> powerSourcesInfo() override { return sources_; }
+
+ private:
+  std::vector<PropertyList> sources_;
+};
+
+/// A question to the agent's service, whose answer is awaited later.
+class ServiceQuestion {
+ public:
+  ServiceQuestion() {
+    const auto service = connection_.getService();
+    if (!service) {
+      return;
+    }
+    isConnected_ = true;
+    auto answered = make_shared<std::promise<std::string>>();
+    answer_ = answered->get_future();
+    // The user's name is no secret, but its value is not looked at either.
+    service->fetchStatusMessageForKey(
+        "PatchOSUpdateUserName",
+        [answered](const std::optional<std::string>& /*value*/) { answered->set_value({}); },
+        [answered](std::string_view reason) { answered->set_value(std::string(reason)); });
+  }
+
+  [[nodiscard]] bool isConnected() const noexcept { return isConnected_; }
+  /// Empty when the service has answered, else why not.
+  [[nodiscard]] std::string whyNoAnswer() {
+    return answer_.wait_until(deadline_) == std::future_status::ready
+               ? answer_.get()
+               : "the service took the question but did not answer";
+  }
+
+ private:
+  std::chrono::steady_clock::time_point deadline_ =
+      std::chrono::steady_clock::now() + kServiceTimeout;
+  bool isConnected_ = false;
+  std::future<std::string> answer_;
+  vxutils::AgentServiceConnection connection_;  // last: its end calls what waits
+};
+
+class Reader {
+ public:
+  Facts read(const std::vector<std::string>& bundleIdentifiers) {
+    facts_.time = platform::systemClock()();
+    facts_.promptDay = vexlo::RunningAppPromptDataStoreKeys::currentDate();
+    auto [service, whyNoService] =
+        ReasonListener::listenTo([] { return std::make_unique<ServiceQuestion>(); });
+    readMachine();
+    readUsers();
+    readSettings();
+    for (const std::string& identifier : bundleIdentifiers) {
+      readApplication(identifier);
+    }
+    if (service->isConnected()) {
+      whyNoService = service->whyNoAnswer();
+    }
+    facts_.agentServiceAnswers = service->isConnected() && whyNoService.empty();
+    noteUnless(facts_.agentServiceAnswers, "agentService", std::move(whyNoService));
+    return std::move(facts_);
+  }
+
+ private:
+  void noteUnless(bool present, const char* name, std::string reason) {
+    if (!present) {
+      facts_.reasons.emplace(name, std::move(reason));
+    }
+  }
+
+  /// Reads a value that may be absent.
+  template <typename Read>
+  auto optional(const char* name, const Read& read) {
+    auto [value, reason] = ReasonListener::listenTo(read);
+    noteUnless(value.has_value(), name, std::move(reason));
+    return std::move(value);
+  }
+
+  void readMachine() {
+    facts_.isAppleSilicon = vxutils::gv_globvars.isAppleSiliconMachine();
+    facts_.macOSVersion = platform::macOSProductVersion();
+    noteUnless(facts_.macOSVersion.has_value(), "macOSVersion",
+               "the system names no macOS version");
+    facts_.macOSMajorVersion = ReasonListener::listenTo([] {
+                                 return vexlo::PatchDeploymentConstants::macOSMajorVersion();
+                               }).first;
+    facts_.preferredLanguages = platform::preferredLanguages();
+    facts_.powerSources = vexlo::SystemPowerSources().powerSourcesInfo();
+    facts_.powerSource = optional("powerSource", [&] {
+      return vexlo::SystemPowerSource(make_shared<ReadPowerSources>(facts_.powerSources))
+          .currentPowerSource();
+    });
+    facts_.freeDiskSpace =
+        optional("freeDiskSpace", [] { return vexlo::SystemDiskInfo().availableDiskSpace(); });
+  }
+
+  void readUsers() {
+    vexlo::SystemUserSession session;
+    facts_.consoleUser = session.currentConsoleUserName();
+    facts_.loggedOnUsers = session.loggedOnUsers();
+    noteUnless(facts_.loggedOnUsers.has_value(), "loggedOnUsers", "nobody is logged on");
+    // The library takes a tool that can't be asked for a "no", and logs a line then only.
+    auto [enrollment, reason] = ReasonListener::listenTo(
+        [] { return vxutils::MDMEnrollmentUtil::shared().getEnrollmentType(kProfilesTimeout); });
+    if (reason.empty()) {
+      facts_.mdmEnrollment = enrollment;
+    }
+    noteUnless(facts_.mdmEnrollment.has_value(), "mdmEnrollment", std::move(reason));
+  }
+
+  SettingsFile settingsFile(const char* name, std::string path) {
+    if (!facts_.directories.data) {
+      noteUnless(false, name, kNoDataDirectory);
+      return {};
+    }
+    SettingsFile file{.path = std::move(path), .values = {}};
+    auto dictionary = FileCodec::readPropertyListFile(file.path);
+    if (dictionary) {
+      file.values = *std::move(dictionary);
+    } else {
+      const auto& [kind, error] = dictionary.error();
+      noteUnless(false, name,
+                 kind == FileCodec::PropertyListFileError::Kind::missing
+                     ? "there is no file " + file.path
+                     : error.what());
+    }
+    return file;
+  }
+
+  void readSettings() {
+    const auto& agent = vxutils::gv_globvars;
+    facts_.directories = {.base = agent.vxagentBasePath(),
+                          .data = agent.vxagentDataDictPath(),
+                          .logs = agent.vxagentLogPath()};
+    facts_.patchData = settingsFile("patchData", vexlo::patchDataFile());
+    facts_.promptCounts =
+        settingsFile("promptCounts", vexlo::RunningAppPromptDataStore::plistPath());
+    if (auto& values = facts_.patchData.values) {
+      std::erase_if(*values, [](const auto& entry) {
+        return std::ranges::find(kPatchDataKeys, entry.first) == kPatchDataKeys.end();
+      });
+    }
+    if (!facts_.directories.data) {
+      noteUnless(false, "customization", kNoDataDirectory);
+      return;
+    }
+    readCustomization();
+    const auto settings = make_shared<vexlo::RawPlistManager>(facts_.patchData.path);
+    vexlo::RunningAppPolicy policy(settings);
+    facts_.inForce = {.alwaysKillApps = policy.isAlwaysKillAppsEnabled(),
+                      .prompt = policy.isPromptEnabled(),
+                      .deferralCheckDisabled =
+                          vexlo::MacOSUpdateDeferralEligibilityChecker(settings).isDisabled(),
+                      .patchingViaMDM = vexlo::MDMPatchingStatusChecker(settings).isEnabled()};
+  }
+
+  /// Only what decodes as a whole is in force.
+  void readCustomization() {
+    const auto customization = optional("customization", [] {
+      return vexlo::RunningAppPromptCustomizationProvider(make_shared<vexlo::PlistSerializer>())
+          .customization();
+    });
+    facts_.customization.path = vexlo::RunningAppPromptCustomizationProviderConstants::plistPath();
+    facts_.customization.values =
+        customization.transform([](const auto& settings) { return settings.encode(); });
+  }
+
+  void readApplication(const std::string& identifier) {
+    std::vector<ApplicationInstance>& instances = facts_.applications[identifier];
+    instances.clear();
+    for (const auto& running :
+         vexlo::SystemRunningApplicationQuery().runningApplications(identifier)) {
+      instances.push_back({.name = running->localizedName(),
+                           .processIdentifier = running->processIdentifier(),
+                           .executable = running->executableURL()});
+    }
+  }
+
+  Facts facts_;
+};
+
+}  // namespace
+
+Facts readFacts(const std::vector<std::string>& bundleIdentifiers) {
+  return Reader().read(bundleIdentifiers);
+}
+
+}  // namespace agent_tool

@@ -1,0 +1,74 @@
+// What the library sees on this machine: every reading that a check bases its answer on.
+#pragma once
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "AgentLibraries/vxutils/EnrollmentStatus.h"
+#include "AgentLibraries/vxutils/GlobalVars.h"
+#include "AgentLibraries/vxutils/MDMEnrollmentUtil.h"
+#include "Platform/Calendar.h"
+#include "Platform/PropertyList.h"
+#include "VexloPatchDeployment/Validators/Battery/PowerSourceResolver.h"
+
+namespace agent_tool {
+
+/// A property-list file of the agent's, as it was read.
+struct SettingsFile {
+  std::string path;  ///< Empty when the agent's data directory is not known.
+  /// Absent when the file can't be read. Of the patch data only the keys that the library reads.
+  std::optional<platform::PropertyList::Dictionary> values;
+};
+
+/// A running instance of an application.
+struct ApplicationInstance {
+  std::optional<std::string> name;
+  std::int32_t processIdentifier = 0;
+  std::optional<std::string> executable;  ///< Its path.
+};
+
+/// The settings as the checks understand them; a file that can't be read leaves them all off.
+struct SettingsInForce {
+  bool alwaysKillApps = false;
+  bool prompt = false;
+  bool deferralCheckDisabled = false;
+  bool patchingViaMDM = false;
+};
+
+/// One moment's readings, through the providers that the checks use. A reading that can't be had
+/// is absent; `reasons` says why, under the name that it has in the JSON form.
+struct Facts {
+  platform::Moment time;
+  std::string promptDay;  ///< The day that prompts are counted under: «16-11-2026».
+
+  bool isAppleSilicon = false;
+  std::optional<std::string> macOSVersion;
+  std::int64_t macOSMajorVersion = 0;  ///< What the library goes by, also without a version.
+  std::vector<std::string> preferredLanguages;
+
+  std::vector<platform::PropertyList> powerSources;  ///< As the system describes them.
+  std::optional<vexlo::PowerSource> powerSource;     ///< What the battery checks draw from them.
+  std::optional<std::int64_t> freeDiskSpace;         ///< In bytes, of the start-up volume.
+  std::string consoleUser;                           ///< "NOUSERNAME" when there is none.
+  std::optional<std::string> loggedOnUsers;          ///< Separated by ",".
+  std::optional<vxutils::EnrollmentType> mdmEnrollment;
+
+  vxutils::AgentDirectories directories;
+  bool agentServiceAnswers = false;
+  SettingsFile patchData;
+  SettingsFile customization;
+  SettingsFile promptCounts;
+  SettingsInForce inForce;
+
+  std::map<std::string, std::vector<ApplicationInstance>> applications;  ///< By bundle identifier.
+  std::map<std::string, std::string> reasons;
+};
+
+/// Reads this machine, with the running instances of these bundle identifiers. Takes a second at
+/// most where a tool or the agent's service doesn't answer; a service that doesn't even take the
+/// connection may hold it up for five.
+[[nodiscard]] Facts readFacts(const std::vector<std::string>& bundleIdentifiers);
+
+}  // namespace agent_tool

@@ -1,0 +1,14 @@
+#include "AgentTool/AgentSession.h"
+#include "AgentTool/Commands.h"
+#include "AgentTool/FactsText.h"
+
+namespace agent_tool {
+
+ExitStatus facts(const FactsRequest& request, Console& console) {
+  const AgentSession session(request.agent, console);
+  const Facts facts = readFacts(request.applications);
+  console.write(request.json ? factsAsJSON(facts) : factsAsTable(facts, console));
+  return ExitStatus::success;
+}
+
+}  // namespace agent_tool

@@ -1,0 +1,16 @@
+// The two forms that facts are shown in.
+#pragma once
+#include <string>
+
+#include "AgentTool/Console.h"
+#include "AgentTool/Facts.h"
+
+namespace agent_tool {
+
+/// One JSON object in one line, as docs/FACTS.md describes it.
+[[nodiscard]] std::string factsAsJSON(const Facts& facts);
+
+/// An aligned table for people.
+[[nodiscard]] std::string factsAsTable(const Facts& facts, const Console& console);
+
+}  // namespace agent_tool

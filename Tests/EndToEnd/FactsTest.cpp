@@ -1,0 +1,72 @@
+// What `vexlo-patch facts` shows of simulated Macs.
+#include <gmock/gmock.h>
+
+#include <chrono>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "Platform/Process.h"
+#include "Tests/EndToEnd/MacRun.h"
+
+namespace end_to_end {
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+
+struct FactsOfAMac {
+  std::string scenario;
+  std::vector<std::string> settings;
+  std::vector<std::string> parts;  ///< Are in the JSON form.
+};
+
+TEST(FactsTest, ShowsTheMacAndWaitsForNothingThatHangs) {
+  if (const auto why = whyNoMac()) {
+    GTEST_SKIP() << *why;
+  }
+  const std::string data = "/Library/Application Support/VexloAgent/data/";
+  for (const FactsOfAMac& mac : std::vector<FactsOfAMac>{
+           {.scenario = "patch-day",
+            .parts = {R"("macOSVersion":"14.4.1","macOSMajorVersion":14,)",
+                      R"("powerSource":{"kind":"battery","percentage":82},)",
+                      R"("consoleUser":"alice","loggedOnUsers":"alice",)",
+                      R"("mdmEnrollment":"user_approved",)", R"("serviceAnswers":true})",
+                      R"("customization":{"file":")" + data +
+                          R"(ApplicationRunningPromptCustomization.plist","values":)"
+                          R"({"allowScreenGrab":true,"numberOfSkipAttempts":3}})",
+                      R"("inForce":{"alwaysKillApps":false,"prompt":true,)",
+                      R"("com.apple.Safari":[{"name":"Safari","pid":)",
+                      R"("executable":"/Applications/Safari.app/Contents/MacOS/Safari"}])"}},
+           {.scenario = "several-batteries",
+            .parts = {R"("powerSource":{"kind":"battery","percentage":20},)",
+                      R"("com.apple.Safari":[])"}},
+           {.scenario = "no-agent-service",
+            .parts = {R"("serviceAnswers":false})",
+                      R"("agentService":"Unable to reach the agent)"}},
+           {.scenario = "healthy",
+            .settings = {"agent service/state=silent", "profiles/takes=60 s"},
+            .parts = {R"("mdmEnrollment":null,)", R"("mdmEnrollment":"/usr/bin/profiles failed)",
+                      "the service took the question but did not answer"}}}) {
+    std::vector<std::string> command;
+    for (const std::string& setting : mac.settings) {
+      command.insert(command.end(), {"--set", setting});
+    }
+    command.insert(command.end(), {mac.scenario, "--", "vexlo-patch", "facts", "--json",
+                                   "--application", "com.apple.Safari"});
+    const auto began = std::chrono::steady_clock::now();
+    const platform::ProcessResult run =
+        platform::runProcess({.executable = programFolder() + "/enter", .arguments = command});
+    const std::chrono::duration<double> took = std::chrono::steady_clock::now() - began;
+    SCOPED_TRACE(mac.scenario + " after " + std::to_string(took.count()) + " s");
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_LT(took, std::chrono::seconds(5));  // less than one where the processor is free
+    for (const std::string& part : mac.parts) {
+      EXPECT_THAT(run.output, HasSubstr(part));
+    }
+    EXPECT_THAT(run.output, Not(HasSubstr(kPassword)));
+  }
+}
+
+}  // namespace
+}  // namespace end_to_end
