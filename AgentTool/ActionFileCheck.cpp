@@ -91,7 +91,7 @@ bool hasBlanksAround(std::string_view text) {
   return !text.empty() && (kBlanks.contains(text.front()) || kBlanks.contains(text.back()));
 }
 
-/// The code that was probably meant: one that is written with blanks, a sign or zeros around it,
+/// The code that was probably meant: one that is written with spaces, a sign or zeros around it,
 /// or an action's name.
 std::optional<std::string> meantCode(std::string_view code) {
   const std::size_t first = code.find_first_not_of(" \t\r\n+0");
@@ -179,7 +179,7 @@ class FileCheck {
       report(OddityKind::suspiciousName, place, "the ID is empty");
     } else if (hasBlanksAround(id)) {
       report(OddityKind::suspiciousName, place,
-             text("the ID ", inQuotes(id), " has blanks around it, which count"));
+             text("the ID ", inQuotes(id), " has spaces around it, which are significant"));
     }
   }
 

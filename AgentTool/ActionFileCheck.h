@@ -12,7 +12,7 @@ namespace agent_tool {
 enum class OddityKind : std::uint8_t {
   repeatedName,          ///< a member occurs twice in its object; the last one counts
   ignoredMember,         ///< a member of the document that is not read
-  suspiciousName,        ///< an ID that looks like something else, or has blanks around it
+  suspiciousName,        ///< an ID that looks like something else, or has spaces around it
   unknownAction,         ///< an action code that names no action
   actionWithoutEffect,   ///< a known action that does nothing
   missingArgument,       ///< an action has fewer arguments than it needs

@@ -38,7 +38,7 @@ std::string hintFor(const DecodingError& error) {
     return "did you mean \"ExclusionPatchIDs\"? Upper and lower case count";
   }
   if (error.found() == "a number" && error.expected() == "a string") {
-    return "texts stand in quotation marks, numbers too: \"30\", not 30";
+    return "strings are in double quotes, numbers too: \"30\", not 30";
   }
   return {};
 }

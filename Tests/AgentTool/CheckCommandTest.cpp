@@ -28,7 +28,7 @@ PatchActions ›  1 › 2003: occurs more than once in its object; the last one 
 ProductServicePackActions › ExclusionPatchIDs › [0]: patch "5" is exempt from the product's actions and has none of its own: nothing is run for it
 ProductServicePackActions › ExclusionPatchIDs › [1]: patch "5" stands in the list already
 ProductServicePackActions › exclusionPatchIDs: is taken as a product; did you mean "ExclusionPatchIDs"?
-PatchActions ›  1: the ID " 1" has blanks around it, which count
+PatchActions ›  1: the ID " 1" has spaces around it, which are significant
 PatchActions ›  1 › 2003 › [0]: userLoggedInCheck reads no argument: this one is not read
 PatchActions › 2 › 3001: unknown action code; nothing is run for it and it counts as passed
 PatchActions › 2 ›  02005: unknown action code; nothing is run for it and it counts as passed; did you mean "2005"?
@@ -69,7 +69,7 @@ TEST_F(CheckCommandTest, SaysWhatIsWrongAndWhatLooksOdd) {
             "\n"},
         Row{R"({"PatchActions":{"1":{"2005":[30]}}})", "",
             "vexlo-patch: file: PatchActions › 1 › 2005 › [0]: expected a string, found a number "
-            "(texts stand in quotation marks, numbers too: \"30\", not 30)\n",
+            "(strings are in double quotes, numbers too: \"30\", not 30)\n",
             65},
         Row{R"({"ProductServicePackActions":{"exclusionPatchIDs":["1"]}})", "--json 2> /dev/null",
             R"({"file":"file","usable":false,"error":{)"
