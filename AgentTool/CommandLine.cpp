@@ -95,12 +95,12 @@ void addCommands(CLI::App& app, Written& written) {
   addPatch(run, written);
   run.add_option("--action", written.actionCodes,
                  "run only this action; may be repeated. An action that doesn't apply passes")
-      ->type_name("CODE")
+      ->type_name("CODE|NAME")
       ->expected(1)
       ->allow_extra_args(false)
       ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
       // A script with an empty variable must not be told that all is well.
-      ->check([](const std::string& code) { return code.empty() ? "a code is needed" : ""; });
+      ->check([](const std::string& code) { return code.empty() ? "a code or name is needed" : ""; });
   run.add_flag("--keep-going", written.keepGoing, "continue after an action that is not a success");
   addJSON(run, written, "print one JSON object per line, as each action ends");
   addAgent(run, written);
@@ -115,7 +115,6 @@ void addCommands(CLI::App& app, Written& written) {
       "check", "Checks an action file for errors and oddities and says where they are.");
   check.add_option("FILE", written.file, "the action file")->required()->type_name("");
   addJSON(check, written, "print one JSON object instead of text");
-  addAgent(check, written);
   setFooter(check,
             "  0   the file can be used; oddities are listed, one per line\n"
             "  64  bad usage\n"

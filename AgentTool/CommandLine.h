@@ -31,7 +31,7 @@ struct PlanRequest {
 struct RunRequest {
   AgentSettings agent;
   vexlo::PatchIdentifier patch;
-  std::vector<std::string> actionCodes;  ///< Empty: all that apply.
+  std::vector<std::string> actionCodes;  ///< Or names. Empty: all that apply.
   bool keepGoing = false;
   bool json = false;
 };

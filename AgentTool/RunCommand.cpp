@@ -6,6 +6,7 @@
 #include <string>
 #include <tuple>
 #include <utility>
+#include <variant>
 #include <vector>
 
 #include "AgentTool/AgentSession.h"
@@ -24,12 +25,28 @@ using vexlo::ActionID;
 using vexlo::ProcessPatchActions;
 using Outcome = vexlo::PatchActionResult::Outcome;
 
+/// The action of that code, or the known action of that name.
+ActionID actionCalled(const std::string& codeOrName) {
+  static const std::vector<ActionID> known = [] {
+    std::vector<ActionID> actions;
+    for (auto action = vexlo::KnownAction::siliconBatteryPercentageCheck;
+         action <= vexlo::KnownAction::installMacOSUpdatesUsingInstallAssistant;
+         action = static_cast<vexlo::KnownAction>(std::to_underlying(action) + 1)) {
+      actions.emplace_back(action);
+    }
+    return actions;
+  }();
+  const auto named =
+      std::ranges::find(known, codeOrName, [](const ActionID& each) { return describe(each); });
+  return named != known.end() ? *named : ActionID(codeOrName);
+}
+
 /// The selected actions in running order, without duplicates.
-std::vector<ActionID> pickedActions(const std::vector<std::string>& codes) {
+std::vector<ActionID> pickedActions(const std::vector<std::string>& codesAndNames) {
   std::vector<ActionID> actions;
-  actions.reserve(codes.size());
-  for (const std::string& code : codes) {
-    actions.emplace_back(code);
+  actions.reserve(codesAndNames.size());
+  for (const std::string& each : codesAndNames) {
+    actions.push_back(actionCalled(each));
   }
   std::ranges::sort(actions, {}, [](const ActionID& action) {
     return std::tuple(action.sortOrder(), action.code());
@@ -117,6 +134,16 @@ ExitStatus run(const RunRequest& request, Console& console) {
   }
 
   const std::vector<PlannedAction> planned = plannedActions(request, *processor);
+  // A code that only the action file could explain, and doesn't, is a typing error.
+  const auto unknown = std::ranges::find_if(planned, [](const PlannedAction& action) {
+    return !action.applies &&
+           std::holds_alternative<vexlo::UndefinedAction>(action.actionID.value());
+  });
+  if (unknown != planned.end()) {
+    console.complain("--action: neither a known action nor one of the patch: " +
+                     inQuotes(unknown->actionID.code()) + "\nTry 'vexlo-patch help run'.");
+    return ExitStatus::badUsage;
+  }
   const std::unique_ptr<RunReport> report =
       request.json ? makeJSONReport(console) : makeTableReport(console);
   report->began(planned);

@@ -22,7 +22,8 @@ TEST_F(CommandLineTest, BadUsageEndsWith64AndSaysWhereHelpIs) {
            {"vexlo-patch check file '\x1b[2J\xff'", "\\u001b[2J\\xff"},
            {"vexlo-patch plan --product 2 --service-pack 3", "--patch"},
            {"vexlo-patch plan $patch --machine ppc", "--machine"},
-           {"vexlo-patch run $patch --action= --action=2005", "--action: a code is needed"},
+           {"vexlo-patch run $patch --action= --action=2005", "--action: a code or name is needed"},
+           {"vexlo-patch check file --machine intel", "--machine"},
            {"vexlo-patch plan $patch --machine=", "--machine"},
            {"VEXLO_AGENT_ROOT=/no/such vexlo-patch plan $patch",
             "no such directory: \"/no/such\" (from --agent-root or VEXLO_AGENT_ROOT)"},
@@ -41,7 +42,7 @@ TEST_F(CommandLineTest, BadUsageEndsWith64AndSaysWhereHelpIs) {
 TEST_F(CommandLineTest, VersionAndHelpAreAnsweredOnStandardOutput) {
   EXPECT_EQ(shell("vexlo-patch --version").output, "VexloPatchDeployment 1.0\n");
   const ToolRun help = shell("vexlo-patch help run");
-  EXPECT_THAT(help.output, AllOf(HasSubstr("--action CODE"), EndsWith("can't be used\n")));
+  EXPECT_THAT(help.output, AllOf(HasSubstr("--action CODE|NAME"), EndsWith("can't be used\n")));
   EXPECT_EQ(help.status, 0);
   EXPECT_EQ(shell("vexlo-patch run --help").output, help.output);
 }

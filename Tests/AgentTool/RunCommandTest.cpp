@@ -22,8 +22,10 @@ TEST_F(RunCommandTest, RunsTheActionsInOrderToTheFirstThatIsNoSuccessOrAllOrSome
   for (const auto& [options, ended] : std::vector<std::pair<std::string, std::string>>{
            {"", "-5 success, 2002 applyLater, status 75\n"},
            {"--keep-going", "-5 success, 2002 applyLater, 2005 success, 2010 failure, status 1\n"},
-           {"--action 2005 --action -5 --action 2003 --action 2005",
-            "-5 success, 2003 success, 2005 success, status 0\n"}}) {
+           {"--action minimumDiskSpaceCheck --action -5 --action 2003 --action 2005",
+            "-5 success, 2003 success, 2005 success, status 0\n"},
+           {"--action 2005 --action minimumDiskCheck", "status 64\n"},
+           {"--action 3001", "status 64\n"}}) {
     const ToolRun run = shell("vexlo-patch run $patch --machine intel --json --log-level none " +
                               options + "; echo status $?");
     const std::regex line(R"re(\{.*"code":"(.*)","arg.*"result":"(.*)","desc.*\n)re");
