@@ -323,6 +323,8 @@ class FileCheck {
 
 std::string_view name(OddityKind kind) {
   switch (kind) {
+    case OddityKind::byteOrderMark:
+      return "byteOrderMark";
     case OddityKind::repeatedName:
       return "repeatedName";
     case OddityKind::ignoredMember:

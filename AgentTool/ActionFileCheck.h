@@ -10,6 +10,7 @@
 namespace agent_tool {
 
 enum class OddityKind : std::uint8_t {
+  byteOrderMark,         ///< the text begins with one
   repeatedName,          ///< a member occurs twice in its object; the last one counts
   ignoredMember,         ///< a member of the document that is not read
   suspiciousName,        ///< an ID that looks like something else, or has spaces around it

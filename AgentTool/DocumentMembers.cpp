@@ -98,7 +98,13 @@ std::vector<Oddity> findOddMembers(std::string_view text) {
   std::vector<Oddity> oddities;
   MemberWatch watch(oddities);
   // The decoder has already rejected invalid JSON.
-  (void)FileCodec::readJSON(text, watch);
+  if (FileCodec::readJSON(text, watch).outcome == FileCodec::JSONOutcome::hugeExponent) {
+    return findOddMembers(FileCodec::withShortExponents(std::string(text)));
+  }
+  if (text.starts_with(FileCodec::kByteOrderMark)) {
+    oddities.push_back({OddityKind::byteOrderMark, "",
+                        "the text begins with a byte order mark, which some readers refuse"});
+  }
   return oddities;
 }
 

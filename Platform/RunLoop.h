@@ -7,8 +7,15 @@
 
 namespace platform {
 
-/// The calling thread's run loop in its default mode. Every operation but `wakeUp` of a source is
-/// for the loop's own thread.
+/// The calling thread's run loop in its default mode. On macOS that is the thread's CFRunLoop, so
+/// sources that the agent has added to it by itself count, too. Every operation but `signal` of a
+/// source is for the loop's own thread.
+///
+/// The library waits for the prompt about running applications with the run loop of the thread that
+/// calls `ProcessPatchActions::execute`, and a loop without an input source does not wait. A thread
+/// that has none needs one for as long as it runs actions:
+///
+///     const auto source = platform::RunLoop::current().addSource([] {});
 class RunLoop {
  public:
   /// Something that a run loop waits for. `signal()` may be called from any thread; the loop

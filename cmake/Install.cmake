@@ -15,9 +15,7 @@ endif()
 set_target_properties(${libraries} PROPERTIES INSTALL_RPATH "${here}")
 set_target_properties(vexlo_patch PROPERTIES INSTALL_RPATH "${here}/../${CMAKE_INSTALL_LIBDIR}")
 
-install(TARGETS vexlo_patch_deployment vexlo_agent_libraries EXPORT VexloPatchDeploymentTargets
-  FILE_SET HEADERS)
-install(TARGETS vexlo_platform EXPORT VexloPatchDeploymentTargets)
+install(TARGETS ${libraries} EXPORT VexloPatchDeploymentTargets FILE_SET HEADERS)
 install(EXPORT VexloPatchDeploymentTargets
   NAMESPACE Vexlo:: DESTINATION "${package_directory}")
 

@@ -96,17 +96,15 @@ JSONProblem problemAt(std::string_view text, std::size_t offset, const json::err
             .expected = "at most " + std::to_string(kMaximumDepth) + " levels of nesting",
             .found = "a deeper one"};
   }
-  if (error == json::error::exponent_overflow) {
-    return {.offset = offset,
-            .expected = "an exponent between -2147483647 and 2147483647",
-            .found = "one beyond"};
-  }
   return diagnoseJSON(text, offset);
 }
 
 }  // namespace
 
 JSONReading readJSON(std::string_view text, JSONEvents& events) {
+  if (text.starts_with(kByteOrderMark)) {
+    text.remove_prefix(kByteOrderMark.size());
+  }
   json::parse_options options;
   options.max_depth = kMaximumDepth;
   json::basic_parser<Handler> parser(options, events);
@@ -120,6 +118,10 @@ JSONReading readJSON(std::string_view text, JSONEvents& events) {
   if (!error && consumed == text.size()) {
     return reading;
   }
+  if (error == json::error::exponent_overflow) {
+    reading.outcome = JSONOutcome::hugeExponent;
+    return reading;
+  }
   JSONProblem problem = problemAt(text, consumed, error);
   const std::string_view before = text.substr(0, problem.offset);
   return {.outcome = JSONOutcome::syntaxError,
@@ -127,6 +129,36 @@ JSONReading readJSON(std::string_view text, JSONEvents& events) {
           .found = std::move(problem.found),
           .line = static_cast<std::size_t>(std::ranges::count(before, '\n')) + 1,
           .column = before.size() - (before.rfind('\n') + 1) + 1};
+}
+
+std::string withShortExponents(std::string text) {
+  constexpr std::size_t kMostDigits = 5;
+  const auto isDigit = [&](std::size_t at) {
+    return at < text.size() && text[at] >= '0' && text[at] <= '9';
+  };
+  bool inString = false;
+  for (std::size_t at = 0; at < text.size(); ++at) {
+    if (inString && text[at] == '\\') {
+      ++at;  // and what it escapes
+    } else if (inString) {
+      inString = text[at] != '"';
+    } else if (text[at] == '"') {
+      inString = true;
+    } else if ((text[at] == 'e' || text[at] == 'E') && at > 0 && isDigit(at - 1)) {
+      std::size_t first = at + 1;
+      first += first < text.size() && (text[first] == '+' || text[first] == '-') ? 1 : 0;
+      std::size_t end = first;
+      while (isDigit(end)) {
+        ++end;
+      }
+      if (end - first > kMostDigits) {
+        std::fill(text.begin() + static_cast<std::ptrdiff_t>(first),
+                  text.begin() + static_cast<std::ptrdiff_t>(end), '0');
+      }
+      at = end - 1;
+    }
+  }
+  return text;
 }
 
 DecodingError syntaxError(const std::string& file, const JSONReading& reading) {

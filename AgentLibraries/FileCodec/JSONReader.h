@@ -25,7 +25,12 @@ class JSONEvents {
   virtual bool null() = 0;
 };
 
-enum class JSONOutcome : unsigned char { complete, stoppedByEvents, syntaxError };
+enum class JSONOutcome : unsigned char {
+  complete,
+  stoppedByEvents,
+  syntaxError,
+  hugeExponent,  ///< A number with an exponent that the parser can't take: `withShortExponents`.
+};
 
 /// The end of a reading. Of a syntax error it says what was expected and found («":" after the
 /// member name», «"}"») and where: `line` and `column` count from 1, columns in bytes.
@@ -37,10 +42,16 @@ struct JSONReading {
   std::size_t column = 0;
 };
 
-/// Reads one JSON text (RFC 8259: UTF-8 without byte order mark, no comments, nothing but blanks
-/// after the value), at most 512 levels deep. A number whose exponent is beyond ±2147483647 is a
-/// syntax error too.
+/// UTF-8 text may begin with it; it is no part of the JSON.
+inline constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+
+/// Reads one JSON text (RFC 8259: UTF-8, no comments, nothing but blanks after the value), at most
+/// 512 levels deep. A byte order mark before it is skipped.
 [[nodiscard]] JSONReading readJSON(std::string_view text, JSONEvents& events);
+
+/// The text with zeros in the place of overlong exponents, for another reading after
+/// `hugeExponent`: no event tells a number's value. All else keeps its place.
+[[nodiscard]] std::string withShortExponents(std::string text);
 
 /// The error for a reading of `file` that ended in a syntax error.
 [[nodiscard]] DecodingError syntaxError(const std::string& file, const JSONReading& reading);

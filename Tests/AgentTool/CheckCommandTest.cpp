@@ -62,6 +62,10 @@ TEST_F(CheckCommandTest, SaysWhatIsWrongAndWhatLooksOdd) {
             "file can be used (2 products, 1 patch with actions, 1 exempt patch); nothing looks "
             "odd.\n"},
         Row{kOddFile, "", kWhatIsOdd},
+        Row{"\xEF\xBB\xBF{\"PatchActions\":{},\"x\":1e99999999999}", "",
+            "x: is not read\nthe document: the text begins with a byte order mark, which some "
+            "readers refuse\nfile can be used (0 products, 0 patches with actions, 0 exempt "
+            "patches); 2 things look odd.\n"},
         Row{"{}", "--json",
             R"({"file":"file","usable":true,"error":null,"oddities":[)"
             R"({"kind":"ignoredMember","place":"","text":"has neither ProductServicePackActions )"

@@ -1,16 +1,32 @@
 // Why the patch action file can't be used.
 #pragma once
 #include <stdexcept>
+#include <string>
+#include <utility>
 
 #include "VexloPatchDeployment/Common/Export.h"
 
 namespace vexlo {
 
 /// Thrown when a processor is made without a usable patch action file. `what()` is one line that
-/// names the file, the place in it, and what was expected and found.
+/// names the file, the place in it, and what was expected and found; the members tell each alone.
 class VEXLO_EXPORT PatchActionFileError : public std::runtime_error {
  public:
-  using std::runtime_error::runtime_error;
+  struct Details {
+    std::string file;      ///< Path of the file.
+    std::string place;     ///< «line 3, column 7», or the members that lead there; may be empty.
+    std::string expected;  ///< Such as «an array of strings».
+    std::string found;     ///< Such as «a number».
+  };
+
+  /// Without details: something else than the file was wrong, such as too little memory.
+  explicit PatchActionFileError(const std::string& what, Details details = {})
+      : runtime_error(what), details_(std::move(details)) {}
+
+  [[nodiscard]] const Details& details() const noexcept { return details_; }
+
+ private:
+  Details details_;
 };
 
 }  // namespace vexlo

@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "AgentLibraries/FileCodec/JSONText.h"
 #include "AgentLibraries/LogCore/Text.h"
 
 namespace vexlo {
@@ -15,6 +16,18 @@ template <typename Texts>
   std::string out = "[";
   for (std::string_view separator; const auto& element : texts) {
     out += LogCore::text(separator, '"', std::string_view(element), '"');
+    separator = ", ";
+  }
+  return out += ']';
+}
+
+/// `["a", "b \"c\""]`: `listText` with quotation marks, backslashes and control characters
+/// escaped, for lines whose form is the module's own.
+template <typename Texts>
+[[nodiscard]] std::string escapedListText(const Texts& texts) {
+  std::string out = "[";
+  for (std::string_view separator; const auto& element : texts) {
+    out += LogCore::text(separator, FileCodec::jsonString(element));
     separator = ", ";
   }
   return out += ']';

@@ -4,12 +4,17 @@
 #include <string>
 
 #include "AgentLibraries/vxutils/GlobalVars.h"
+#include "Platform/RunLoop.h"
 #include "VexloPatchDeployment/VexloPatchDeployment.h"
 
 int main(int argumentCount, char** arguments) try {
   const std::string root = argumentCount > 1 ? arguments[1] : "/Library/Application Support/Agent";
   vxutils::gv_globvars.setDirectories(
       {.base = root, .data = root + "/data", .logs = root + "/logs"});
+
+  // A prompt about running applications is waited for with this thread's run loop, which needs
+  // something to wait for.
+  const auto source = platform::RunLoop::current().addSource([] {});
 
   vexlo::ProcessPatchActions processor(
       {/*patchID=*/"310990", /*productID=*/"1201", /*servicePackID=*/"2301"});

@@ -26,6 +26,8 @@ TEST(PatchActionJSONParserTest, TheFirstOutcomeIsKeptAndAnErrorLoggedOnce) {
   EXPECT_THAT(first.error().what(), AllOf(StartsWith(path), HasSubstr("No such file")));
   directory.write("mac-patch-actions.json", kExamplePatchActions);
   EXPECT_FALSE(parser.cachedPatchActionGroup());
+  EXPECT_EQ(first.error().details().file, path);
+  EXPECT_THAT(first.error().details().found, HasSubstr("No such file"));
   PatchActionJSONParser other(path);
   const auto group = other.cachedPatchActionGroup().value();
   directory.write("mac-patch-actions.json", "no JSON");

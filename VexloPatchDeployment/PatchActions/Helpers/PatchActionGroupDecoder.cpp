@@ -379,6 +379,8 @@ PatchActionGroup PatchActionGroup::decode(std::string text, const std::string& f
       break;
     case FileCodec::JSONOutcome::stoppedByEvents:
       throw decoder.problem();
+    case FileCodec::JSONOutcome::hugeExponent:
+      return decode(FileCodec::withShortExponents(std::move(store.file)), file);
     case FileCodec::JSONOutcome::syntaxError:
       throw FileCodec::syntaxError(file, reading);
   }

@@ -13,13 +13,22 @@ namespace {
 constexpr LogTag kTag{"cachedPatchActionGroup"};
 constexpr std::string_view kFileUnderBase = "/client-data/patch-resources/mac-patch-actions.json";
 
+PatchActionJSONParser::Outcome unusable(const std::string& path, PatchActionFileError error) {
+  logError(kTag, [&] { return text("Unable to parse ", path, ". Error: ", error.what(), "."); });
+  return std::unexpected(std::move(error));
+}
+
 PatchActionJSONParser::Outcome readFile(const std::string& path) {
   try {
     FileCodec::JSONManager<PatchActionGroup> manager(path);
     return std::make_shared<const PatchActionGroup>(std::move(manager).data());
+  } catch (const FileCodec::DecodingError& error) {
+    return unusable(path, PatchActionFileError(error.what(), {.file = error.file(),
+                                                              .place = error.place(),
+                                                              .expected = error.expected(),
+                                                              .found = error.found()}));
   } catch (const std::exception& error) {
-    logError(kTag, [&] { return text("Unable to parse ", path, ". Error: ", error.what(), "."); });
-    return std::unexpected(PatchActionFileError(error.what()));
+    return unusable(path, PatchActionFileError(error.what()));
   }
 }
 

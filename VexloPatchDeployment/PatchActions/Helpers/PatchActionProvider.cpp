@@ -43,7 +43,7 @@ void orderAndMerge(std::vector<ActionDetail>& details) {
 std::string mapText(const std::vector<ActionDetail>& details) {
   std::string out = "[";
   for (std::string_view separator; const ActionDetail& detail : details) {
-    out += text(separator, describe(detail.actionID), ": ", listText(detail.arguments));
+    out += text(separator, describe(detail.actionID), ": ", escapedListText(detail.arguments));
     separator = ", ";
   }
   return out += details.empty() ? ":]" : "]";

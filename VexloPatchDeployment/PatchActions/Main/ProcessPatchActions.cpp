@@ -120,11 +120,6 @@ std::optional<std::vector<std::string>> ProcessPatchActions::arguments(const Act
   return applicableActions().argumentsOf(action);
 }
 
-bool ProcessPatchActions::isEnrolledInMDM() const {
-  return vxutils::MDMEnrollmentUtil::shared().getEnrollmentType() !=
-         vxutils::EnrollmentType::not_enrolled;
-}
-
 PatchActionResult ProcessPatchActions::execute() {
   for (const ActionDetail& detail : applicableActions().details()) {
     PatchActionResult result = execute(detail.actionID);
@@ -147,7 +142,7 @@ PatchActionResult ProcessPatchActions::execute(const ActionID& action) {
   PatchActionResult result = execute(action, *arguments);
   logInfo(kExecuteTag, [&] {
     return text("Patch action result for action detail (actionID: ", describe(action),
-                ", arguments: ", listText(*arguments), ") : ", describe(result), ".");
+                ", arguments: ", escapedListText(*arguments), ") : ", describe(result), ".");
   });
   return result;
 }
@@ -268,7 +263,8 @@ PatchActionResult ProcessPatchActions::hasMinimumDiskSpace(const ActionID& actio
 
 PatchActionResult ProcessPatchActions::isMacOSUpdateDeferred(const ActionID& action,
                                                              const Arguments& arguments) {
-  if (!isEnrolledInMDM()) {
+  if (vxutils::MDMEnrollmentUtil::shared().getEnrollmentType() ==
+      vxutils::EnrollmentType::not_enrolled) {
     logInfo(kDeferralTag,
             [] { return "Machine not enrolled in MDM yet, skipping macOS defer check."; });
     return PatchActionResult::success();

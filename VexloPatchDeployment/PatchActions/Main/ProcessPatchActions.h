@@ -27,7 +27,12 @@ class PatchProcessingDependencies;
 class VEXLO_EXPORT ProcessPatchActions {
  public:
   /// Takes the patch action file from the process's cache, which reads it once. Throws
-  /// `PatchActionFileError` when it could not be read or decoded; nothing throws afterwards.
+  /// `PatchActionFileError` when it could not be read or decoded. Afterwards nothing throws but
+  /// `std::bad_alloc`, in a process that is out of memory; the processor stays usable then.
+  ///
+  /// The prompt about running applications is waited for with the run loop of the thread that calls
+  /// `execute`. That thread needs an input source in its loop's default mode (`RunLoop.h`); without
+  /// one the answer is read at once, so that a forced prompt counts as agreed before it was seen.
   explicit ProcessPatchActions(PatchIdentifier patchIdentifier);
   virtual ~ProcessPatchActions();
   ProcessPatchActions(const ProcessPatchActions&) = delete;
@@ -55,10 +60,6 @@ class VEXLO_EXPORT ProcessPatchActions {
   /// The action's arguments for this patch; absent when it doesn't apply, empty when it applies
   /// without arguments.
   virtual std::optional<std::vector<std::string>> arguments(const ActionID& action);
-
- protected:
-  /// Whether the agent's library says that the machine is enrolled in MDM.
-  [[nodiscard]] virtual bool isEnrolledInMDM() const;
 
  private:
   class ApplicableActions;
