@@ -119,7 +119,8 @@ const MacTests policy(
                 "error " + kDetails +
                     "Unable to obtain app name or executable path for bundleID: org.c.",
                 "info " + kStore +
-                    "data(for:): Fetched prompt data for org.b,org.a,org.c,org.b: nil."},
+                    "data(for:): Fetched prompt data for org.b,org.a,org.c,org.b: nil.",
+                kKiller + "No running applications found with bundleID: org.c."},
       .calls = opened("\"A, too, Bee\" 0 false"),
       .check = leaves({kProgram})}});
 

@@ -47,6 +47,8 @@ TEST(PatchActionGroupTest, MissingNullAndEmptyMembers) {
   };
   EXPECT_EQ(presence(R"({"PatchActions":null,"ProductServicePackActions":null})"),
             std::pair(false, false));
+  EXPECT_EQ(presence(R"({"PatchActions":{"1":{"2005":[]}},"PatchActions":null})"),
+            std::pair(false, false));
   EXPECT_EQ(presence(R"({"patchActions":[[]],"other":{"a":[null,1,true,"x"]},"PatchActions":{}})"),
             std::pair(false, true));
 }
@@ -59,7 +61,7 @@ TEST(PatchActionGroupTest, OfMembersWithEqualNamesTheLastOneCounts) {
             "q":{"s":{"2005":["7"]}},
             "p":{"s":{"2002":["2"]}, "s":{"2003":["3"]}}, "ExclusionPatchIDs":["b"]},
           "PatchActions":{"x":{"2005":["1"],"2001":["9"],"2005":["2"],"2\u003005":["3"]},
-                          "y":{}, "y":{}}})",
+                          "y":{}, "y":{}, "z":{"2005":["1"],"2005":["2"]}}})",
       "f");
   const auto products = *group.productServicePackActions();
   EXPECT_EQ(actionsText(products.actions("p", "s")), R"(2003["3"])");
@@ -69,7 +71,8 @@ TEST(PatchActionGroupTest, OfMembersWithEqualNamesTheLastOneCounts) {
   const auto patches = *group.patchActions();
   EXPECT_EQ(actionsText(patches.actions("old")), "none");
   EXPECT_EQ(actionsText(patches.actions("x")), R"(2001["9"] 2005["3"])");
-  EXPECT_EQ(patches.patches().size(), 2U);
+  EXPECT_EQ(actionsText(patches.actions("z")), R"(2005["2"])");
+  EXPECT_EQ(patches.patches().size(), 3U);
 }
 
 TEST(PatchActionGroupTest, EscapedTextsAreDecodedEverywhere) {
@@ -109,6 +112,9 @@ TEST(PatchActionGroupTest, AWrongTypeIsNamedWithPlaceExpectedAndFound) {
             "number"},
            {products + R"({"1201":{"2301":true}}})",
             "ProductServicePackActions › 1201 › 2301: expected an object, found a Boolean"},
+           {products + R"({"1201":null}})",
+            "ProductServicePackActions › 1201: expected an object, found null"},
+           {patch + "null}}", "PatchActions › 310872: expected an object, found null"},
            {patch + R"({"2005":"25"}}})", "PatchActions › 310872 › 2005: " + strings + "a string"},
            {patch + R"({"2005":["a",{}]}}})",
             "PatchActions › 310872 › 2005 › [1]: expected a string, found an object"}}) {
