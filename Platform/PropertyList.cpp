@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::string_view kBinarySignature = "bplist";
 constexpr std::string_view kBlanks = " \t\n\v\f\r";
-constexpr std::string_view kHexDigits = "0123456789abcdefABCDEF";
+constexpr std::string_view kHexadecimalDigits = "0123456789abcdefABCDEF";
 
 void appendQuoted(std::string& out, std::string_view text) {
   out += '"';
@@ -36,8 +36,8 @@ void appendQuoted(std::string& out, std::string_view text) {
       default:
         if (static_cast<unsigned char>(character) < 0x20 || character == 0x7F) {
           out += "\\u{";
-          out += kHexDigits[static_cast<unsigned char>(character) >> 4];
-          out += kHexDigits[character & 15];
+          out += kHexadecimalDigits[static_cast<unsigned char>(character) >> 4];
+          out += kHexadecimalDigits[character & 15];
           out += '}';
         } else {
           out += character;
@@ -116,7 +116,7 @@ bool looksLikeXML(std::string_view bytes) {
     return false;
   }
   const auto isLetter = [](char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); };
-  const std::size_t name = bytes.find_first_not_of(kHexDigits, 1);
+  const std::size_t name = bytes.find_first_not_of(kHexadecimalDigits, 1);
   return bytes[1] == '?' || bytes[1] == '!' ||
          (isLetter(bytes[1]) && name != std::string_view::npos && isLetter(bytes[name]));
 }

@@ -7,7 +7,7 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   # std::string's own insertions that can't occur.
   target_compile_options(vexlo_compile_options INTERFACE -Wno-maybe-uninitialized -Wno-restrict)
 endif()
-if(CMAKE_UNITY_BUILD)
+if(CMAKE_UNITY_BUILD AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   # Several files are compiled as one; their unnamed namespaces are still internal.
   target_compile_options(vexlo_compile_options INTERFACE -Wno-subobject-linkage)
 endif()
@@ -23,7 +23,8 @@ find_program(CCACHE_PROGRAM ccache)
 if(CCACHE_PROGRAM AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
   # Relative paths let clones of the project share the cache.
   set(CMAKE_CXX_COMPILER_LAUNCHER "${CMAKE_COMMAND}" -E env
-    "CCACHE_BASEDIR=${PROJECT_SOURCE_DIR}" CCACHE_NOHASHDIR=1 "${CCACHE_PROGRAM}")
+    "CCACHE_BASEDIR=${PROJECT_SOURCE_DIR}" CCACHE_NOHASHDIR=1 ${VEXLO_CCACHE_SETTINGS}
+    "${CCACHE_PROGRAM}")
   cmake_path(RELATIVE_PATH PROJECT_SOURCE_DIR BASE_DIRECTORY "${CMAKE_BINARY_DIR}"
     OUTPUT_VARIABLE relative_root)
   cmake_path(APPEND relative_root "x")  # without a slash at the end

@@ -29,7 +29,7 @@
 namespace platform {
 namespace {
 
-using Moment = std::chrono::steady_clock::time_point;
+using Instant = std::chrono::steady_clock::time_point;
 
 constexpr std::chrono::milliseconds kBetweenLooks{10};
 constexpr std::int32_t kCouldNotStart = 127;
@@ -232,7 +232,7 @@ class Child {
 };
 
 /// Milliseconds for poll(), rounded up so that it does not wake before the deadline.
-int pollTimeout(const std::optional<Moment>& deadline, bool hasDescriptor) {
+int pollTimeout(const std::optional<Instant>& deadline, bool hasDescriptor) {
   using std::chrono::milliseconds;
   milliseconds wait = hasDescriptor ? milliseconds::max() : kBetweenLooks;
   if (deadline) {
@@ -246,10 +246,10 @@ int pollTimeout(const std::optional<Moment>& deadline, bool hasDescriptor) {
 }
 
 /// The moment `timeout` from now; absent for one that this clock can't count.
-std::optional<Moment> deadlineAfter(std::optional<std::chrono::milliseconds> timeout) {
-  const Moment now = std::chrono::steady_clock::now();
+std::optional<Instant> deadlineAfter(std::optional<std::chrono::milliseconds> timeout) {
+  const Instant now = std::chrono::steady_clock::now();
   if (!timeout ||
-      *timeout > std::chrono::duration_cast<std::chrono::milliseconds>(Moment::max() - now)) {
+      *timeout > std::chrono::duration_cast<std::chrono::milliseconds>(Instant::max() - now)) {
     return std::nullopt;
   }
   return now + std::max(*timeout, std::chrono::milliseconds::zero());
@@ -400,7 +400,7 @@ class Supervision {
   Descriptor statusPipe_;
   std::string_view input_;  // what is still to be fed
   ChildOutput output_;
-  std::optional<Moment> deadline_;
+  std::optional<Instant> deadline_;
   std::chrono::milliseconds grace_;
   Stage stage_ = Stage::running;
 };

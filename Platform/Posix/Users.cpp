@@ -18,7 +18,7 @@ namespace {
 
 /// A field of the records ends at its first NUL or fills its array.
 template <std::size_t kSize>
-std::string textOf(const char (&field)[kSize]) {  // NOLINT(modernize-avoid-c-arrays): libc's
+std::string fieldText(const char (&field)[kSize]) {  // NOLINT(modernize-avoid-c-arrays): libc's
   return {field, ::strnlen(field, kSize)};
 }
 
@@ -51,9 +51,9 @@ std::vector<Session> sessions() {
   ::setutxent();
   while (const utmpx* entry = ::getutxent()) {
     if (entry->ut_type == USER_PROCESS && entry->ut_user[0] != '\0' && isAlive(entry->ut_pid)) {
-      found.push_back({.user = textOf(entry->ut_user),
-                       .line = textOf(entry->ut_line),
-                       .host = textOf(entry->ut_host)});
+      found.push_back({.user = fieldText(entry->ut_user),
+                       .line = fieldText(entry->ut_line),
+                       .host = fieldText(entry->ut_host)});
     }
   }
   ::endutxent();

@@ -18,7 +18,7 @@ CFAbsoluteTime noonOf(year_month_day day) {
 }
 
 /// The day by a pattern of date fields, in the user's language. Empty when the system can't say.
-std::string formatted(year_month_day day, std::string_view pattern, Years years) {
+std::string writtenDay(year_month_day day, std::string_view pattern, Years years) {
   const Owned<CFLocaleRef> locale(CFLocaleCopyCurrent());
   const Owned<CFDateFormatterRef> formatter(CFDateFormatterCreate(
       kCFAllocatorDefault, locale.get(), kCFDateFormatterNoStyle, kCFDateFormatterNoStyle));
@@ -43,11 +43,11 @@ std::string formatted(year_month_day day, std::string_view pattern, Years years)
 }  // namespace
 
 std::string yearMonthNameDay(year_month_day day) {
-  return formatted(day, "yyyy-MMM-dd", Years::gregorian);  // as the day was written
+  return writtenDay(day, "yyyy-MMM-dd", Years::gregorian);  // as the day was written
 }
 
 std::string dayMonthYear(year_month_day day) {
-  return formatted(day, "dd-MM-yyyy", Years::ofTheUser);
+  return writtenDay(day, "dd-MM-yyyy", Years::ofTheUser);
 }
 
 }  // namespace platform

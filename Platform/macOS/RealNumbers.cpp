@@ -16,7 +16,7 @@ namespace {
 
 constexpr std::string_view kDigits = "0123456789";
 
-std::string formatted(const char* format, int precision, double number) {
+std::string byFormat(const char* format, int precision, double number) {
   std::array<char, 512> text{};  // the largest number has 309 digits before the point
   ::snprintf_l(text.data(), text.size(), nullptr, format, precision, number);
   return text.data();
@@ -53,18 +53,18 @@ std::optional<double> parseReal(std::string_view text) {
 std::string shortestText(double number) {
   constexpr int kAlwaysEnough = 17;
   if (!std::isfinite(number)) {
-    return formatted("%.*f", 0, number);
+    return byFormat("%.*f", 0, number);
   }
   int digits = 1;
-  std::string scientific = formatted("%.*e", 0, number);
+  std::string scientific = byFormat("%.*e", 0, number);
   while (digits < kAlwaysEnough && ::strtod_l(scientific.c_str(), nullptr, nullptr) != number) {
-    scientific = formatted("%.*e", digits++, number);
+    scientific = byFormat("%.*e", digits++, number);
   }
   const int exponent = std::atoi(scientific.c_str() + scientific.find('e') + 1);
-  std::string decimal = formatted("%.*f", std::max(digits - 1 - exponent, 0), number);
+  std::string decimal = byFormat("%.*f", std::max(digits - 1 - exponent, 0), number);
   return decimal.size() <= scientific.size() ? decimal : scientific;
 }
 
-std::string decimalText(double number, int places) { return formatted("%.*f", places, number); }
+std::string decimalText(double number, int places) { return byFormat("%.*f", places, number); }
 
 }  // namespace platform

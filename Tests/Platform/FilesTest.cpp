@@ -34,8 +34,10 @@ TEST(FilesTest, ReadsUpToTheBoundAndNoByteMore) {
   EXPECT_EQ(readFile(ten, {.maximumBytes = 10}), "01234\n6789");
   EXPECT_EQ(errorOf(ten, 9), EFBIG);
   constexpr const char* kWithoutSize = "/proc/self/status";
-  EXPECT_GT(readFile(kWithoutSize, {.maximumBytes = UINT64_MAX}).value().size(), 100U);
-  EXPECT_EQ(errorOf(kWithoutSize, 100), EFBIG);
+  if (std::filesystem::exists(kWithoutSize)) {
+    EXPECT_GT(readFile(kWithoutSize, {.maximumBytes = UINT64_MAX}).value().size(), 100U);
+    EXPECT_EQ(errorOf(kWithoutSize, 100), EFBIG);
+  }
 }
 
 TEST(FilesTest, WhatIsNoRegularFileIsNeitherReadNorReplaced) {
