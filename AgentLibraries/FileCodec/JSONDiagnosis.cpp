@@ -7,12 +7,12 @@
 #include <optional>
 #include <utility>
 
+#include "AgentLibraries/FileCodec/JSONReader.h"
 #include "Platform/Unicode.h"
 
 namespace FileCodec {
 namespace {
 
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 constexpr std::string_view kBlanks = " \t\r\n";
 constexpr std::string_view kPunctuation = ",:[]{}";
 constexpr std::string_view kDigits = "0123456789";

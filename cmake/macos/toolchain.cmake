@@ -2,14 +2,18 @@
 # arm64 or x86_64. The compiler brings libc++, libSystem and the headers of the C library; Apple's
 # frameworks are declared by the small SDK beside this file.
 set(CMAKE_SYSTEM_NAME Darwin)
+set(CMAKE_SYSTEM_VERSION 21)  # of macOS 12; CMake gives libraries @rpath names from 9 on
 set(CMAKE_SYSTEM_PROCESSOR "${VEXLO_MACOS_PROCESSOR}")
 list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES VEXLO_MACOS_PROCESSOR)
 
 set(zig_processor_arm64 aarch64)
 set(zig_processor_x86_64 x86_64)
 set(CMAKE_CXX_COMPILER "${CMAKE_CURRENT_LIST_DIR}/zig-c++")
+set(CMAKE_C_COMPILER "${CMAKE_CXX_COMPILER}")  # for the build of GoogleTest
 set(CMAKE_OBJCXX_COMPILER "${CMAKE_CXX_COMPILER}")
+set(VEXLO_CCACHE_SETTINGS "CCACHE_COMPILERCHECK=string:zig-0.11.0")  # not the script's age
 set(CMAKE_CXX_COMPILER_TARGET "${zig_processor_${VEXLO_MACOS_PROCESSOR}}-macos.12.0")
+set(CMAKE_C_COMPILER_TARGET "${CMAKE_CXX_COMPILER_TARGET}")
 set(CMAKE_OBJCXX_COMPILER_TARGET "${CMAKE_CXX_COMPILER_TARGET}")
 foreach(tool IN ITEMS AR RANLIB STRIP NM OBJDUMP INSTALL_NAME_TOOL)
   string(TOLOWER "llvm-${tool}-19" name)
@@ -18,9 +22,10 @@ foreach(tool IN ITEMS AR RANLIB STRIP NM OBJDUMP INSTALL_NAME_TOOL)
 endforeach()
 
 set(sdk "${CMAKE_CURRENT_LIST_DIR}/sdk")
-set(CMAKE_CXX_FLAGS_INIT "-isystem ${sdk}/include")
+# What the C++ library of macOS 12 lacks is an error, although Zig's own is linked here.
+set(CMAKE_CXX_FLAGS_INIT "-isystem ${sdk}/include -U_LIBCPP_HAS_NO_VENDOR_AVAILABILITY_ANNOTATIONS -U_LIBCPP_DISABLE_AVAILABILITY")
 # Zig names the language to its clang once more.
-set(CMAKE_OBJCXX_FLAGS_INIT "-isystem ${sdk}/include -Wno-unused-command-line-argument")
+set(CMAKE_OBJCXX_FLAGS_INIT "${CMAKE_CXX_FLAGS_INIT} -Wno-unused-command-line-argument")
 foreach(kind IN ITEMS EXE SHARED MODULE)
   set(CMAKE_${kind}_LINKER_FLAGS_INIT "-F${sdk}/frameworks -L${sdk}/lib")
 endforeach()

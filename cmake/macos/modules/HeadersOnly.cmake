@@ -2,13 +2,15 @@
 # from the building machine. Linked into a folder of their own, since the rest of /usr/include is
 # of the building machine's system.
 function(vexlo_headers_only target)
-  set(folder "${CMAKE_BINARY_DIR}/headers")
+  set(folder "${PROJECT_SOURCE_DIR}/build-macos/headers")  # one for all builds, whose objects are alike
   file(MAKE_DIRECTORY "${folder}")
   foreach(name IN LISTS ARGN)
     if(NOT EXISTS "/usr/include/${name}")
       message(FATAL_ERROR "/usr/include/${name} is missing: ./dev setup macos installs it")
     endif()
-    file(CREATE_LINK "/usr/include/${name}" "${folder}/${name}" SYMBOLIC)
+    if(NOT EXISTS "${folder}/${name}")
+      file(CREATE_LINK "/usr/include/${name}" "${folder}/${name}" SYMBOLIC)
+    endif()
   endforeach()
   if(NOT TARGET ${target})
     add_library(${target} INTERFACE IMPORTED GLOBAL)
