@@ -1,7 +1,5 @@
 #include "AgentTool/FactsText.h"
 
-#include <array>
-#include <charconv>
 #include <chrono>
 #include <cmath>
 #include <cstddef>
@@ -16,6 +14,7 @@
 #include "AgentTool/Columns.h"
 #include "AgentTool/JSONPieces.h"
 #include "AgentTool/PrintableText.h"
+#include "Platform/RealNumbers.h"
 #include "VexloPatchDeployment/Common/Overloaded.h"
 
 namespace agent_tool {
@@ -40,9 +39,7 @@ std::string jsonReal(double number) {
                                                : "-inf")
         .done();
   }
-  std::array<char, 32> digits{};
-  const auto [end, error] = std::to_chars(digits.data(), digits.data() + digits.size(), number);
-  std::string out(digits.data(), end);
+  std::string out = platform::shortestText(number);
   return out.find_first_of(".e") == std::string::npos ? out + ".0" : out;
 }
 
