@@ -2,7 +2,8 @@
 # arm64 or x86_64. The compiler brings libc++, libSystem and the headers of the C library; Apple's
 # frameworks are declared by the small SDK beside this file.
 set(CMAKE_SYSTEM_NAME Darwin)
-set(CMAKE_SYSTEM_VERSION 21)  # of macOS 12; CMake gives libraries @rpath names from 9 on
+set(CMAKE_SYSTEM_VERSION 21)  # of macOS 12
+set(CMAKE_USER_MAKE_RULES_OVERRIDE "${CMAKE_CURRENT_LIST_DIR}/rpath.cmake")
 set(CMAKE_SYSTEM_PROCESSOR "${VEXLO_MACOS_PROCESSOR}")
 list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES VEXLO_MACOS_PROCESSOR)
 
