@@ -179,6 +179,16 @@ class Channel final {
   std::map<std::int64_t, Waiting> waiting_;
 };
 
+/// Ends its channel, if it has one, also where there is no memory for the next.
+struct EndOfChannel {
+  std::shared_ptr<Channel> channel;
+  ~EndOfChannel() {
+    if (channel) {
+      channel->end();
+    }
+  }
+};
+
 /// A connected channel to the agent service; null, with the reason in the log, when there is none.
 std::shared_ptr<Channel> connect() {
   const std::optional<std::string> base = gv_globvars.vxagentBasePath();
@@ -227,7 +237,7 @@ class AgentServiceConnection::Proxy final : public AgentServiceProtocol {
 
   /// The connected channel; null when there is none.
   std::shared_ptr<Channel> connected() {
-    std::shared_ptr<Channel> ended;
+    EndOfChannel ended;  // outlives the lock, which its last replies may want
     std::shared_ptr<Channel> channel;
     {
       const std::scoped_lock lock(mutex_);
@@ -235,30 +245,22 @@ class AgentServiceConnection::Proxy final : public AgentServiceProtocol {
         return nullptr;
       }
       if (channel_ && channel_->hasEnded()) {
-        ended = std::exchange(channel_, nullptr);
+        ended.channel = std::exchange(channel_, nullptr);
       }
       if (!channel_) {
         channel_ = connect();
       }
       channel = channel_;
     }
-    if (ended) {
-      ended->end();  // without the lock, which its last replies may want
-    }
     return channel;
   }
 
   /// Ends the connection; every later request fails.
   void close() {
-    std::shared_ptr<Channel> last;
-    {
-      const std::scoped_lock lock(mutex_);
-      closed_ = true;
-      last = std::exchange(channel_, nullptr);
-    }
-    if (last) {
-      last->end();
-    }
+    EndOfChannel last;  // outlives the lock
+    const std::scoped_lock lock(mutex_);
+    closed_ = true;
+    last.channel = std::exchange(channel_, nullptr);
   }
 
  private:

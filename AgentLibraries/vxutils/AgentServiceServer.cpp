@@ -1,8 +1,10 @@
 #include "AgentLibraries/vxutils/AgentServiceServer.h"
 
+#include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <list>
+#include <new>
 #include <optional>
 #include <stdexcept>
 #include <system_error>
@@ -106,18 +108,24 @@ class Client {
 
 class AgentServiceServer::Loop {
  public:
-  Loop(const std::string& path, Answer answer)
-      : path_(path), answer_(std::move(answer)), listener_(listenAt(path)) {
+  Loop(const std::string& path, Answer answer) : path_(path), answer_(std::move(answer)) {
     auto pipe = platform::makePipe();
     if (!pipe) {
       throw std::system_error(pipe.error(), "can't make a pipe");
     }
     stop_ = *std::move(pipe);
-    const platform::SignalsHeld held;  // the agent's handlers are not for the new thread
-    thread_ = std::thread([this] { serve(); });
+    listener_ = listenAt(path);
+    try {
+      const platform::SignalsHeld held;  // the agent's handlers are not for the new thread
+      thread_ = std::thread([this] { serve(); });
+    } catch (...) {
+      static_cast<void>(platform::removeFile(path_));
+      throw;
+    }
   }
 
   ~Loop() {
+    stopping_ = true;
     stop_.writeEnd.reset();  // the other end sees it
     thread_.join();
     if (const std::int32_t error = platform::removeFile(path_);
@@ -132,26 +140,34 @@ class AgentServiceServer::Loop {
 
  private:
   void serve() {
-    std::vector<Awaited> awaited;
-    while (true) {
-      const bool listens = canAccept_ && clients_.size() < kMostClients;
-      awaited = {{.descriptor = stop_.readEnd.get()},
-                 {.descriptor = listens ? listener_.get() : -1}};
-      for (const Client& client : clients_) {
-        awaited.push_back(client.awaited());
+    while (!stopping_) {
+      try {
+        serveOnce();
+      } catch (const std::bad_alloc&) {
+        clients_.clear();  // they can ask again; the service goes on when there is memory
+        std::this_thread::sleep_for(kPauseWithoutDescriptors);
       }
-      platform::waitForAny(awaited,
-                           canAccept_ ? std::nullopt : std::optional(kPauseWithoutDescriptors));
-      if (awaited[0].ready) {
-        return;
-      }
-      auto state = awaited.begin() + 2;
-      std::erase_if(clients_,
-                    [&](Client& client) { return (state++)->ready && !client.proceed(answer_); });
-      canAccept_ = true;
-      if (awaited[1].ready) {
-        acceptClient();
-      }
+    }
+  }
+
+  void serveOnce() {
+    const bool listens = canAccept_ && clients_.size() < kMostClients;
+    std::vector<Awaited> awaited{{.descriptor = stop_.readEnd.get()},
+                                 {.descriptor = listens ? listener_.get() : -1}};
+    for (const Client& client : clients_) {
+      awaited.push_back(client.awaited());
+    }
+    platform::waitForAny(awaited,
+                         canAccept_ ? std::nullopt : std::optional(kPauseWithoutDescriptors));
+    if (awaited[0].ready) {
+      return;
+    }
+    auto state = awaited.begin() + 2;
+    std::erase_if(clients_,
+                  [&](Client& client) { return (state++)->ready && !client.proceed(answer_); });
+    canAccept_ = true;
+    if (awaited[1].ready) {
+      acceptClient();
     }
   }
 
@@ -175,6 +191,7 @@ class AgentServiceServer::Loop {
   Answer answer_;
   platform::Descriptor listener_;
   platform::Pipe stop_;
+  std::atomic<bool> stopping_ = false;
   bool canAccept_ = true;
   std::list<Client> clients_;
   std::thread thread_;

@@ -243,7 +243,7 @@ std::expected<FileLock, FileError> FileLock::acquire(const std::string& path,
                                                      std::chrono::milliseconds timeout,
                                                      const Sleeper& sleep) {
   constexpr std::chrono::milliseconds kPause{20};
-  const std::string name = path + ".lock";
+  std::string name = path + ".lock";
   if (hasNUL(path)) {
     return failure(name, EINVAL);
   }
@@ -263,7 +263,7 @@ std::expected<FileLock, FileError> FileLock::acquire(const std::string& path,
       struct stat named{};
       if (lstat(name.c_str(), &named) == 0 && named.st_ino == opened.st_ino &&
           named.st_dev == opened.st_dev) {
-        return FileLock(name, std::move(file));
+        return FileLock(std::move(name), std::move(file));  // no memory is needed any more
       }
     } else if (errno != EWOULDBLOCK) {
       return failure(name, errno);

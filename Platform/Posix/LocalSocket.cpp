@@ -94,9 +94,13 @@ std::expected<Descriptor, std::string> listenOnLocalSocket(const std::string& pa
   Descriptor made = makeSocket(/*blocking=*/false);
   // Nobody can connect before listen(), and nobody else afterwards.
   if (!made ||
-      ::bind(made.get(), reinterpret_cast<const sockaddr*>(&*address), sizeof *address) != 0 ||
-      ::chmod(path.c_str(), kOwnerOnly) != 0 || ::listen(made.get(), kBacklog) != 0) {
+      ::bind(made.get(), reinterpret_cast<const sockaddr*>(&*address), sizeof *address) != 0) {
     return failure(errno);
+  }
+  if (::chmod(path.c_str(), kOwnerOnly) != 0 || ::listen(made.get(), kBacklog) != 0) {
+    const int error = errno;
+    ::unlink(path.c_str());
+    return failure(error);
   }
   return made;
 }

@@ -1,0 +1,370 @@
+// Every operation survives the failure of each call that it makes, one at a time and for good.
+#include <dirent.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <functional>
+#include <new>
+#include <optional>
+#include <ostream>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "AgentLibraries/FileCodec/RawPlistManager.h"
+#include "AgentLibraries/LogCore/Logger.h"
+#include "AgentLibraries/vxutils/AgentServiceConnection.h"
+#include "AgentLibraries/vxutils/AgentServiceServer.h"
+#include "AgentLibraries/vxutils/GlobalVars.h"
+#include "Platform/Process.h"
+#include "Tests/Fakes/TemporaryDirectory.h"
+#include "Tests/Faults/FailingCalls.h"
+#include "VexloPatchDeployment/PatchActions/Main/ProcessPatchActions.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+
+/// What a child process does with one call failing. Returns what is wrong, empty when nothing is;
+/// what it throws is an answer too.
+struct Operation {
+  std::string name;
+  std::function<void(const TemporaryDirectory&)> prepare;
+  std::function<std::string(const TemporaryDirectory&)> run;
+  std::function<std::string(const TemporaryDirectory&)>
+      check;  ///< After the fault, also of a kill.
+  bool mayThrow = false;
+  friend void PrintTo(const Operation& operation, std::ostream* out) { *out << operation.name; }
+};
+
+std::vector<std::string> filesIn(const TemporaryDirectory& directory) {
+  std::vector<std::string> names;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(directory.path())) {
+    if (!entry.is_directory()) {
+      names.push_back(std::filesystem::relative(entry.path(), directory.path()));
+    }
+  }
+  std::ranges::sort(names);
+  return names;
+}
+
+std::string save(const TemporaryDirectory& directory) {
+  FileCodec::RawPlistManager manager(directory.file("counts.plist"));
+  manager.updateValue(std::string(5000, 'x'), "new");
+  manager.save();
+  disarmFault();
+  return manager.fetchValue("new") ? "" : "saved, but not there";
+}
+
+void useAgentOf(const TemporaryDirectory& directory) {
+  vxutils::gv_globvars.setDirectories(
+      {.base = directory.path(), .data = directory.path(), .logs = directory.path()});
+}
+
+std::string runTool(const TemporaryDirectory& directory) {
+  const std::string input(200'000, 'i');  // more than a pipe holds
+  const platform::ProcessResult result =
+      platform::runProcess({.executable = "/bin/sh",
+                            .arguments = {"-c", "cat; echo err >&2"},
+                            .directory = directory.path(),
+                            .input = input,
+                            .timeout = 1s,
+                            .grace = 100ms,
+                            .onLine = [](std::string_view) {}});
+  // A pipe gives no such errors; what else fails does not cost output.
+  const bool impossible = armedFault().error == EIO || armedFault().error == ENOSPC;
+  return result.exitCode != 0 || impossible || result.output.size() >= input.size()
+             ? ""
+             : "success, but output lost";
+}
+
+std::string askService(const TemporaryDirectory& /*directory*/) {
+  std::atomic<int> answers = 0;
+  {
+    const vxutils::AgentServiceServer server(
+        *vxutils::gv_globvars.vxagentBasePath() + "/run/agent-service.sock",
+        [](const std::string& key) { return std::optional("value of " + key); });
+    vxutils::AgentServiceConnection connection;
+    const auto service = connection.getService();
+    if (!service) {
+      return "";
+    }
+    service->fetchStatusMessageForKey(
+        "key", [&](const std::optional<std::string>&) { ++answers; },
+        [&](std::string_view) { ++answers; });
+    for (const auto end = std::chrono::steady_clock::now() + 3s;
+         answers == 0 && std::chrono::steady_clock::now() < end;) {
+      std::this_thread::yield();
+    }
+  }
+  return answers == 1 ? "" : std::to_string(answers) + " answers to one request";
+}
+
+std::string runActions(const TemporaryDirectory& /*directory*/) {
+  vexlo::ProcessPatchActions actions(vexlo::PatchIdentifier("1", "2", "3"));
+  for (int code = 2001; code <= 2010; ++code) {
+    if (actions.execute(vexlo::ActionID(std::to_string(code))).outcome ==
+        vexlo::PatchActionResult::Outcome::success) {
+      continue;
+    }
+  }
+  return "";
+}
+
+const std::vector<Operation>& operations() {
+  static const std::vector<Operation> all{
+      {.name = "save",
+       .prepare =
+           [](const TemporaryDirectory& directory) {
+             directory.write("counts.plist", "{ old = 1; }");
+           },
+       .run = save,
+       .check =
+           [](const TemporaryDirectory& directory) {
+             const FileCodec::RawPlistManager manager(directory.file("counts.plist"));
+             return manager.fetchValue("old") ? "" : "the old values are lost";
+           },
+       .mayThrow = true},
+      {.name = "save over damaged bytes",
+       .prepare =
+           [](const TemporaryDirectory& directory) {
+             directory.write("counts.plist", "not { a list");
+           },
+       .run = save,
+       .check =
+           [](const TemporaryDirectory& directory) {
+             const bool kept = directory.read("counts.plist") == "not { a list" ||
+                               directory.read("counts.plist.damaged") == "not { a list";
+             return kept ? "" : "the damaged bytes are lost";
+           },
+       .mayThrow = true},
+      {.name = "tool", .prepare = [](const TemporaryDirectory&) {}, .run = runTool, .check = {}},
+      {.name = "service",
+       .prepare =
+           [](const TemporaryDirectory& directory) {
+             useAgentOf(directory);
+             std::filesystem::create_directory(directory.file("run"));
+           },
+       .run = askService,
+       .check = {},
+       .mayThrow = true},
+      {.name = "actions",
+       .prepare =
+           [](const TemporaryDirectory& directory) {
+             useAgentOf(directory);
+             vxutils::gv_globvars.setAppleSiliconMachine(true);
+             directory.write("client-data/patch-resources/mac-patch-actions.json",
+                             R"({"PatchActions":{"1":{"2001":["30"],"2002":["30"],"2003":[],
+                             "2004":[],"2005":["1"],"2006":["14.5"],"2007":["23E224","14.5"],
+                             "2008":["com.example.absent"],"2009":["x"],"2010":["x","y"]}}})");
+           },
+       .run = runActions,
+       .check = {},
+       .mayThrow = true},
+  };
+  return all;
+}
+
+std::ptrdiff_t entriesOf(const char* directory) {
+  const auto entries = std::filesystem::directory_iterator(directory);
+  return std::distance(begin(entries), end(entries));
+}
+
+/// Waits for threads and children that are about to end; what stays is a leak.
+std::string leaks(std::ptrdiff_t descriptors) {
+  std::string found;
+  for (int attempt = 0; attempt < 300; ++attempt) {
+    found.clear();
+    if (entriesOf("/proc/self/task") != 1) {
+      found = "a thread is left";
+    } else if (waitpid(-1, nullptr, WNOHANG) != -1) {
+      found = "a child process is left";
+    } else if (const std::ptrdiff_t now = entriesOf("/proc/self/fd"); now != descriptors) {
+      found = std::to_string(now - descriptors) + " descriptors are left";
+    }
+    if (found.empty()) {
+      break;
+    }
+    usleep(10'000);
+  }
+  return found;
+}
+
+enum Ending : int { notReached = 10, survived = 11, wrong = 12 };
+
+/// In a child process of its own. Never returns.
+[[noreturn]] void attempt(const Operation& operation, const TemporaryDirectory& directory,
+                          const Fault& fault, long number, bool forGood) {
+  alarm(20);  // ends what hangs
+  struct Unseen final : LogCore::LogSink {
+    void write(LogCore::LogLevel, const LogCore::LogTag&, std::uint32_t,
+               const LogCore::MessageBuilder& build) override {
+      (void)build();
+    }
+  };
+  LogCore::setLogSink(std::make_shared<Unseen>());
+  operation.prepare(directory);
+  const std::vector<std::string> files = filesIn(directory);
+  const std::ptrdiff_t descriptors = entriesOf("/proc/self/fd");
+  std::string problem;
+  armFault(fault, number, forGood);
+  try {
+    problem = operation.run(directory);
+  } catch (const std::bad_alloc&) {
+    problem = std::string(fault.call) == "new" ? "" : "throws bad_alloc";
+  } catch (const std::exception& error) {
+    problem = operation.mayThrow ? "" : error.what();
+  }
+  const bool reached = disarmFault();
+  if (problem.empty()) {
+    problem = leaks(descriptors);
+  }
+  if (problem.empty() && operation.check) {
+    problem = operation.check(directory);
+  }
+  for (const std::string& name : filesIn(directory)) {
+    if (problem.empty() && !std::ranges::binary_search(files, name) &&
+        !name.ends_with(".damaged") &&
+        // Where locking fails, the lock's file may be another process's.
+        !(name.ends_with(".lock") && std::string(fault.call) == "flock")) {
+      problem = "left the file " + name;
+    }
+  }
+  if (!problem.empty()) {
+    fprintf(stderr, "%s\n", problem.c_str());
+  }
+  _exit(!problem.empty() ? wrong : reached ? survived : notReached);
+}
+
+int statusOf(pid_t child) {
+  int status = 0;
+  while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+  }
+  return status;
+}
+
+/// Lets the n-th such call fail for n = 1, 2 … until there is none; returns the number of calls.
+/// Unless VEXLO_ALL_FAULTS is set, only some of many.
+long walk(const Operation& operation, const Fault& fault, bool forGood) {
+  static const bool all = std::getenv("VEXLO_ALL_FAULTS") != nullptr;
+  int failures = 0;
+  for (long number = 1, count = 0;; number += all ? 1 : 1 + (number / 4), ++count) {
+    const TemporaryDirectory directory;
+    const pid_t child = fork();
+    if (child == 0) {
+      attempt(operation, directory, fault, number, forGood);
+    }
+    const int status = statusOf(child);
+    if (WIFEXITED(status) && WEXITSTATUS(status) == notReached) {
+      return count;
+    }
+    const bool killed =
+        fault.kind == Fault::Kind::kills && WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL;
+    if (killed) {
+      EXPECT_EQ(operation.check(directory), std::string()) << "killed at call " << number;
+      EXPECT_EQ(operation.run(directory), "");
+      for (const std::string& name : filesIn(directory)) {
+        EXPECT_TRUE(name.starts_with("counts.plist") && !name.ends_with(".lock")) << name;
+      }
+    } else if (!WIFEXITED(status) || WEXITSTATUS(status) != survived) {
+      ADD_FAILURE() << operation.name << ": " << fault.call << " number " << number
+                    << (forGood ? " and later" : "") << ", error " << fault.error << ", kind "
+                    << static_cast<int>(fault.kind) << ": status " << status
+                    << (WIFSIGNALED(status) ? " (ended by a signal)" : "");
+      if (++failures > 5) {
+        return count;
+      }
+    }
+  }
+}
+
+constexpr std::array kFaults{
+    Fault{"open", EMFILE},
+    Fault{"open", EINTR},
+    Fault{"openat", ENOSPC},
+    Fault{"read", EIO},
+    Fault{"read", EINTR},
+    Fault{"read", 0, Fault::Kind::isShort},
+    Fault{"write", ENOSPC},
+    Fault{"write", EIO},
+    Fault{"write", EINTR},
+    Fault{"write", 0, Fault::Kind::isShort},
+    Fault{"fsync", EIO},
+    Fault{"fsync", EINTR},
+    Fault{"rename", EIO},
+    Fault{"renameat", EIO},
+    Fault{"linkat", EPERM},
+    Fault{"linkat", EIO},
+    Fault{"fchmod", EIO},
+    Fault{"flock", ENOLCK},
+    Fault{"flock", EINTR},
+    Fault{"fcntl", EMFILE},
+    Fault{"pipe2", EMFILE},
+    Fault{"posix_spawn", EAGAIN},
+    Fault{"posix_spawn", ENOMEM},
+    Fault{"poll", EINTR},
+    Fault{"poll", ENOMEM},
+    Fault{"waitid", EINTR},
+    Fault{"waitid", ECHILD},
+    Fault{"syscall", ENOSYS},
+    Fault{"socket", EMFILE},
+    Fault{"connect", ECONNREFUSED},
+    Fault{"connect", EINTR},
+    Fault{"bind", EACCES},
+    Fault{"listen", EIO},
+    Fault{"accept4", EMFILE},
+    Fault{"send", EPIPE},
+    Fault{"send", EINTR},
+    Fault{"send", 0, Fault::Kind::isShort},
+    Fault{"recv", ECONNRESET},
+    Fault{"recv", EINTR},
+    Fault{"recv", 0, Fault::Kind::isShort},
+    Fault{"pthread_create", EAGAIN},
+    Fault{"new"},
+};
+
+class Faults : public testing::TestWithParam<Operation> {};
+
+TEST_P(Faults, OneAtATime) {
+  long calls = 0;
+  for (const Fault& fault : kFaults) {
+    calls += walk(GetParam(), fault, false);
+  }
+  RecordProperty("faults", std::to_string(calls));
+  EXPECT_GT(calls, 20);
+}
+
+TEST_P(Faults, ForGood) {
+  for (const Fault& fault : kFaults) {
+    // Without poll() the runner gives its child up, with the descriptor of its end.
+    const bool givesUp = GetParam().name == "tool" && std::string(fault.call) == "poll";
+    if (fault.error != EINTR && !givesUp) {
+      walk(GetParam(), fault, true);
+    }
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(, Faults, testing::ValuesIn(operations()), [](const auto& each) {
+  std::string name = each.param.name;
+  std::ranges::replace(name, ' ', '_');
+  return name;
+});
+
+TEST(FaultsTest, ASaveThatIsKilledLosesNothing) {
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_GT(walk(operations()[static_cast<std::size_t>(i)],
+                   {.call = "*", .kind = Fault::Kind::kills}, false),
+              10);
+  }
+}
+
+}  // namespace
