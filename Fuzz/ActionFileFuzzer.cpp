@@ -5,14 +5,13 @@
 #include <boost/json/value.hpp>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
-#include <iostream>
 #include <optional>
 #include <string>
 #include <string_view>
 
 #include "AgentLibraries/FileCodec/DecodingError.h"
 #include "AgentLibraries/FileCodec/JSONReader.h"
+#include "Fuzz/Require.h"
 #include "VexloPatchDeployment/PatchActions/Helpers/PatchActionGroup.h"
 
 namespace {
@@ -21,13 +20,6 @@ namespace json = boost::json;
 using vexlo::PatchActionGroup;
 
 constexpr std::string_view kExclusionPatchIDs = "ExclusionPatchIDs";
-
-void require(bool condition, std::string_view what) {
-  if (!condition) {
-    std::cerr << what << '\n';
-    std::abort();
-  }
-}
 
 template <typename Test>
 bool isObjectOf(const json::value& value, Test test) {

@@ -2,11 +2,10 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
-#include <iostream>
 #include <stdexcept>
 #include <string>
 
+#include "Fuzz/Require.h"
 #include "Platform/PropertyList.h"
 
 namespace {
@@ -28,13 +27,6 @@ void roundOff(PropertyList& value) {
     for (auto& [key, element] : *dictionary) {
       roundOff(element);
     }
-  }
-}
-
-void require(bool condition, const std::string& what) {
-  if (!condition) {
-    std::cerr << what << '\n';
-    std::abort();
   }
 }
 

@@ -1,0 +1,90 @@
+// Any bytes in the answer file: 94 is a yes, any other number a no, the rest is the fallback.
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "AgentLibraries/vxutils/TrueParentTracking.h"
+#include "Fuzz/FuzzedAgent.h"
+#include "VexloPatchDeployment/Validators/RunningApplicationCheckRelated/RunningAppUserAck.h"
+
+namespace {
+
+using namespace vexlo;
+
+struct Launcher final : CommandExecutor {
+  std::string answer;
+  CommandResult run(const std::string& /*command*/, const std::optional<std::string>& /*path*/,
+                    const std::optional<std::string>& /*input*/) override {
+    FuzzedAgent::write(RunningAppPromptPresenterConstants::returnCodeFilePath(), answer);
+    return {};
+  }
+};
+struct Session final : UserSessionProvider {
+  std::string currentConsoleUserName() override { return "NOUSERNAME"; }
+  std::optional<std::string> loggedOnUsers() override { return std::nullopt; }
+};
+struct Cleaner final : RunningAppPromptCleaning {
+  void clean() override {}
+};
+struct Query final : RunningApplicationQuerying {
+  std::vector<std::unique_ptr<RunningApplication>> runningApplications(
+      const std::string& /*bundleIdentifier*/) override {
+    return {};
+  }
+};
+
+/// By another way than the library's.
+std::optional<std::int64_t> numberIn(std::string text) {
+  const auto isBlank = [](char character) {
+    return character == ' ' || (character >= '\t' && character <= '\r');
+  };
+  while (!text.empty() && isBlank(text.back())) {
+    text.pop_back();
+  }
+  while (!text.empty() && isBlank(text.front())) {
+    text.erase(0, 1);
+  }
+  if (text.size() > 1 && text[0] == '+' && text[1] != '-') {
+    text.erase(0, 1);
+  }
+  std::int64_t number = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  return !text.empty() && error == std::errc() && end == text.data() + text.size()
+             ? std::optional(number)
+             : std::nullopt;
+}
+
+}  // namespace
+
+/// The input: the fallback, then the file's bytes.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  static const FuzzedAgent agent;
+  if (size == 0) {
+    return 0;
+  }
+  const auto launcher = std::make_shared<Launcher>();
+  launcher->answer.assign(reinterpret_cast<const char*>(data + 1), size - 1);
+  const bool fallback = data[0] % 2 == 1;
+  RunningAppPromptPresenter presenter(launcher, std::make_shared<Session>(),
+                                      std::make_shared<Cleaner>(), std::make_shared<FileUtils>(),
+                                      std::make_shared<Query>(),
+                                      std::make_shared<vxutils::ProcessInformation>(),
+                                      {.macOSMajorVersion = [] { return std::int64_t{14}; },
+                                       .runLoop = [](std::chrono::milliseconds) { return true; }});
+  const bool agreed = presenter.requestUserAcknowledgement(
+      {"App"},
+      {.decision = fallback ? RunningAppPromptDecision::forceDeployment
+                            : RunningAppPromptDecision::promptUser},
+      30);
+  const std::optional<std::int64_t> number =
+      size - 1 <= 4096 ? numberIn(launcher->answer) : std::nullopt;
+  require(agreed == (number ? *number == 94 : fallback), "another answer");
+  return 0;
+}
