@@ -1,0 +1,69 @@
+// Many runs in a row and many threads at once leave nothing behind and need no more memory.
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "Platform/Process.h"
+
+namespace {
+
+long residentKiB() {
+  std::ifstream status("/proc/self/statm");
+  long total = 0;
+  long resident = 0;
+  status >> total >> resident;
+  return resident * (sysconf(_SC_PAGESIZE) / 1024);
+}
+
+std::ptrdiff_t openDescriptors() {
+  const auto entries = std::filesystem::directory_iterator("/proc/self/fd");
+  return std::distance(begin(entries), end(entries));
+}
+
+/// The number of runs; VEXLO_RUNS overrides the short form's.
+int runs() {
+  const char* const wanted = std::getenv("VEXLO_RUNS");
+  return wanted != nullptr ? std::stoi(wanted) : 200;
+}
+
+TEST(ManyRuns, LeaveNothingAndDontGrow) {
+  constexpr int kThreads = 16;
+  const std::ptrdiff_t descriptors = openDescriptors();
+  std::atomic<int> failed = 0;
+  const auto run = [&](int count) {
+    for (int i = 0; i < count; ++i) {
+      const platform::ProcessResult result =
+          platform::runProcess({.executable = "/bin/cat", .input = "text"});
+      failed += result.exitCode != 0 || result.output != "text" ? 1 : 0;
+    }
+  };
+  run(runs() / 10);
+  const long early = residentKiB();
+  run(runs() - (runs() / 10));
+  const long late = residentKiB();
+  std::vector<std::thread> threads;
+  for (int i = 0; i < kThreads; ++i) {
+    threads.emplace_back(run, runs() / kThreads);
+  }
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+  EXPECT_EQ(failed, 0);
+  EXPECT_EQ(openDescriptors(), descriptors);
+  EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "a child process is left";
+  EXPECT_LT(late - early, 256) << "KiB more than after a tenth of the runs";
+  std::cout << "resident: " << early << " KiB after " << runs() / 10 << " runs, " << late
+            << " KiB after " << runs() << ", " << residentKiB() << " KiB after the threads\n";
+}
+
+}  // namespace
