@@ -33,6 +33,7 @@ struct Written {
   std::vector<std::string> actionCodes;
   std::vector<std::string> applications;
   bool keepGoing = false;
+  bool strict = false;
   bool json = false;
   std::string file;
   std::optional<std::string> agentRoot;
@@ -72,6 +73,11 @@ void addAgent(CLI::App& command, Written& written) {
   add("--log-file", written.logFile, "FILE", "append log lines to FILE instead of standard error");
 }
 
+void addStrict(CLI::App& command, Written& written) {
+  command.add_flag("--strict", written.strict,
+                   "a patch, product or service pack that the file doesn't hold is bad usage");
+}
+
 void addJSON(CLI::App& command, Written& written, const char* what) {
   command.add_flag("--json", written.json, what);
 }
@@ -84,6 +90,7 @@ void addCommands(CLI::App& app, Written& written) {
   CLI::App& plan = *app.add_subcommand(
       "plan", "Shows the actions that apply, in order, and where each comes from.");
   addPatch(plan, written);
+  addStrict(plan, written);
   addJSON(plan, written, "print one JSON object instead of a table");
   addAgent(plan, written);
   setFooter(plan,
@@ -100,8 +107,10 @@ void addCommands(CLI::App& app, Written& written) {
       ->allow_extra_args(false)
       ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
       // A script with an empty variable must not be told that all is well.
-      ->check([](const std::string& code) { return code.empty() ? "a code or name is needed" : ""; });
+      ->check(
+          [](const std::string& code) { return code.empty() ? "a code or name is needed" : ""; });
   run.add_flag("--keep-going", written.keepGoing, "continue after an action that is not a success");
+  addStrict(run, written);
   addJSON(run, written, "print one JSON object per line, as each action ends");
   addAgent(run, written);
   setFooter(run,
@@ -309,12 +318,16 @@ std::expected<Request, NoRequest> request(const CLI::App& app, Written& written)
   }
   vexlo::PatchIdentifier patch(written.patchID, written.productID, written.servicePackID);
   if (name == "plan") {
-    return PlanRequest{.agent = *std::move(agent), .patch = std::move(patch), .json = written.json};
+    return PlanRequest{.agent = *std::move(agent),
+                       .patch = std::move(patch),
+                       .strict = written.strict,
+                       .json = written.json};
   }
   return RunRequest{.agent = *std::move(agent),
                     .patch = std::move(patch),
                     .actionCodes = std::move(written.actionCodes),
                     .keepGoing = written.keepGoing,
+                    .strict = written.strict,
                     .json = written.json};
 }
 

@@ -25,6 +25,7 @@ struct AgentSettings {
 struct PlanRequest {
   AgentSettings agent;
   vexlo::PatchIdentifier patch;
+  bool strict = false;  ///< A patch, product or service pack that the file lacks is bad usage.
   bool json = false;
 };
 
@@ -33,6 +34,7 @@ struct RunRequest {
   vexlo::PatchIdentifier patch;
   std::vector<std::string> actionCodes;  ///< Or names. Empty: all that apply.
   bool keepGoing = false;
+  bool strict = false;  ///< A patch, product or service pack that the file lacks is bad usage.
   bool json = false;
 };
 

@@ -7,6 +7,7 @@
 #include "AgentTool/Columns.h"
 #include "AgentTool/Commands.h"
 #include "AgentTool/JSONPieces.h"
+#include "AgentTool/NamesNotInFile.h"
 #include "AgentTool/PrintableText.h"
 #include "VexloPatchDeployment/PatchActions/Helpers/PatchActionJSONParser.h"
 #include "VexloPatchDeployment/PatchActions/Helpers/PatchActionProvider.h"
@@ -107,6 +108,11 @@ ExitStatus plan(const PlanRequest& request, Console& console) {
   if (!file) {
     console.complain(printable(file.error().what()));
     return ExitStatus::unusableFile;
+  }
+  const std::vector<std::string> unknownNames = namesNotInFile(request.patch, **file);
+  complainOf(unknownNames, console);
+  if (request.strict && !unknownNames.empty()) {
+    return ExitStatus::badUsage;
   }
   const vexlo::PatchActionProvider provider(request.patch, *file);
   const auto productActions = (*file)->productServicePackActions();

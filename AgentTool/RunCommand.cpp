@@ -12,6 +12,7 @@
 #include "AgentTool/AgentSession.h"
 #include "AgentTool/Commands.h"
 #include "AgentTool/Interruption.h"
+#include "AgentTool/NamesNotInFile.h"
 #include "AgentTool/PrintableText.h"
 #include "AgentTool/RunReport.h"
 #include "VexloPatchDeployment/PatchActions/Helpers/PatchActionJSONParser.h"
@@ -133,6 +134,12 @@ ExitStatus run(const RunRequest& request, Console& console) {
     return ExitStatus::unusableFile;
   }
 
+  const std::vector<std::string> unknownNames = namesNotInFile(
+      request.patch, *vexlo::PatchActionJSONParser::shared().cachedPatchActionGroup().value());
+  complainOf(unknownNames, console);
+  if (request.strict && !unknownNames.empty()) {
+    return ExitStatus::badUsage;
+  }
   const std::vector<PlannedAction> planned = plannedActions(request, *processor);
   // A code that only the action file could explain, and doesn't, is a typing error.
   const auto unknown = std::ranges::find_if(planned, [](const PlannedAction& action) {

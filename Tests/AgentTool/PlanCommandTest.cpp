@@ -73,6 +73,26 @@ TEST_F(PlanCommandTest, TheTableIsAlignedAndCannotSteerATerminal) {
             "\\u0007\\u202e\n");
 }
 
+TEST_F(PlanCommandTest, NamesThatTheFileDoesNotHoldAreSaidAndAreErrorsWhenStrict) {
+  writeActions(
+      R"({"ProductServicePackActions":{"ExclusionPatchIDs":["7"],"2":{"4":{}}},"PatchActions":{"6":{}}})");
+  const std::string notHeld = "vexlo-patch: the action file doesn't hold ";
+  const std::string noServicePack = notHeld + "service pack 3 of product 2\n";
+  for (const std::string command : {"plan", "run --log-level none"}) {
+    const std::string tool = "vexlo-patch " + command + " --json ";
+    const ToolRun lax = shell(tool + "$patch");
+    EXPECT_EQ(lax.errors, notHeld + "patch 1\n" + noServicePack);
+    EXPECT_EQ(lax.status, 0);
+    const ToolRun strict = shell(tool + "--strict --patch 7 --product 2 --service-pack 3");
+    EXPECT_EQ(strict.errors, noServicePack);
+    EXPECT_EQ(strict.output, "");
+    EXPECT_EQ(strict.status, 64);
+    EXPECT_EQ(shell(tool + "--patch 6 --product 5 --service-pack 4").errors,
+              notHeld + "product 5\n");
+    EXPECT_EQ(shell(tool + "--strict --patch 6 --product 2 --service-pack 4").status, 0);
+  }
+}
+
 TEST_F(PlanCommandTest, AnUnusableFileEndsItWithOneLine) {
   const std::string file = writeActions("[]");
   const ToolRun run =
