@@ -14,6 +14,7 @@
 #include "AgentTool/DocumentMembers.h"
 #include "AgentTool/PrintableText.h"
 #include "VexloPatchDeployment/Common/ActionID.h"
+#include "VexloPatchDeployment/Common/KnownActions.h"
 #include "VexloPatchDeployment/Common/LetterCase.h"
 #include "VexloPatchDeployment/Common/Numbers.h"
 
@@ -101,10 +102,9 @@ std::optional<std::string> meantCode(std::string_view code) {
   if (ActionID(bare).value().index() == 0) {
     return std::string(bare);
   }
-  for (std::int64_t known = 2001; known <= 2010; ++known) {
-    const ActionID action(std::to_string(known));
-    if (vexlo::equalIgnoringCase(describe(action), code)) {
-      return std::string(action.code());
+  for (const vexlo::KnownActionRow& known : vexlo::kKnownActions) {
+    if (vexlo::equalIgnoringCase(known.name, code)) {
+      return std::string(known.code);
     }
   }
   return std::nullopt;

@@ -236,7 +236,7 @@ class Reader {
       return;
     }
     readCustomization();
-    const auto settings = make_shared<vexlo::RawPlistManager>(facts_.patchData.path);
+    const auto settings = make_shared<vexlo::PlistFile>(facts_.patchData.path);
     vexlo::RunningAppPolicy policy(settings);
     facts_.inForce = {.alwaysKillApps = policy.isAlwaysKillAppsEnabled(),
                       .prompt = policy.isPromptEnabled(),

@@ -15,6 +15,7 @@
 #include "AgentTool/NamesNotInFile.h"
 #include "AgentTool/PrintableText.h"
 #include "AgentTool/RunReport.h"
+#include "VexloPatchDeployment/Common/KnownActions.h"
 #include "VexloPatchDeployment/PatchActions/Helpers/PatchActionJSONParser.h"
 #include "VexloPatchDeployment/PatchActions/Helpers/PatchActionProvider.h"
 #include "VexloPatchDeployment/PatchActions/Main/ProcessPatchActions.h"
@@ -28,18 +29,9 @@ using Outcome = vexlo::PatchActionResult::Outcome;
 
 /// The action of that code, or the known action of that name.
 ActionID actionCalled(const std::string& codeOrName) {
-  static const std::vector<ActionID> known = [] {
-    std::vector<ActionID> actions;
-    for (auto action = vexlo::KnownAction::siliconBatteryPercentageCheck;
-         action <= vexlo::KnownAction::installMacOSUpdatesUsingInstallAssistant;
-         action = static_cast<vexlo::KnownAction>(std::to_underlying(action) + 1)) {
-      actions.emplace_back(action);
-    }
-    return actions;
-  }();
-  const auto named =
-      std::ranges::find(known, codeOrName, [](const ActionID& each) { return describe(each); });
-  return named != known.end() ? *named : ActionID(codeOrName);
+  const auto* const named =
+      std::ranges::find(vexlo::kKnownActions, codeOrName, &vexlo::KnownActionRow::name);
+  return named != vexlo::kKnownActions.end() ? named->action : ActionID(codeOrName);
 }
 
 /// The selected actions in running order, without duplicates.

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
@@ -16,6 +15,7 @@
 
 #include "Platform/PropertyListReaders.h"
 #include "Platform/RealNumbers.h"
+#include "Platform/Text.h"
 #include "Platform/Unicode.h"
 
 namespace platform {
@@ -59,29 +59,13 @@ constexpr std::array<std::string_view, 11> kTagNames{
 
 bool holdsElements(Tag tag) { return tag == Tag::plist || tag == Tag::dict || tag == Tag::array; }
 
-std::string_view withoutBlanksAround(std::string_view text) {
-  const std::size_t first = std::min(text.find_first_not_of(kXMLBlanks), text.size());
-  text.remove_prefix(first);
-  return text.substr(0, text.find_last_not_of(kXMLBlanks) + 1);
-}
-
 /// Drops a plus sign, which the standard library's readers don't take.
 std::string_view withoutPlus(std::string_view text) {
   return text.starts_with('+') && !text.starts_with("+-") ? text.substr(1) : text;
 }
 
-/// Reads the whole text; absent when it is no number or out of range.
-template <typename Number, typename... Base>
-std::optional<Number> wholeNumber(std::string_view text, Base... base) {
-  Number number{};
-  const auto [end, error] =
-      std::from_chars(text.data(), text.data() + text.size(), number, base...);
-  return error == std::errc() && end == text.data() + text.size() ? std::optional(number)
-                                                                  : std::nullopt;
-}
-
 std::optional<PropertyList> parseIntegerText(std::string_view text) {
-  text = withoutPlus(withoutBlanksAround(text));
+  text = withoutPlus(trimmed(text, kXMLBlanks));
   const bool negative = text.starts_with('-');
   std::string_view digits = text.substr(negative ? 1 : 0);
   int base = 10;
@@ -102,7 +86,7 @@ std::optional<PropertyList> parseIntegerText(std::string_view text) {
 
 /// Reads "2024-06-15T00:00:00Z".
 std::optional<PropertyList> parseDateText(std::string_view text) {
-  text = withoutBlanksAround(text);
+  text = trimmed(text, kXMLBlanks);
   constexpr std::string_view kPattern = "0000-00-00T00:00:00Z";
   const auto matches = [](char found, char pattern) {
     return pattern == '0' ? found >= '0' && found <= '9' : found == pattern;
@@ -230,7 +214,8 @@ class XMLReader {
     guarded(self, [](XMLReader& reader) { reader.end(); });
   }
   static void XMLCALL onText(void* self, const XML_Char* text, int size) {
-    guarded(self, [&](XMLReader& reader) { reader.text({text, static_cast<std::size_t>(size)}); });
+    guarded(self,
+            [&](XMLReader& reader) { reader.characters({text, static_cast<std::size_t>(size)}); });
   }
   static void XMLCALL onDoctype(void* self, const XML_Char* /*name*/, const XML_Char* /*system*/,
                                 const XML_Char* /*identifier*/, int hasInternalSubset) {
@@ -286,13 +271,13 @@ class XMLReader {
     text_.clear();
   }
 
-  void text(std::string_view piece) {
+  void characters(std::string_view piece) {
     const Tag tag = open_.back().tag;
     if (!holdsElements(tag) && tag != Tag::trueTag && tag != Tag::falseTag) {
       text_ += piece;
     } else if (piece.find_first_not_of(kXMLBlanks) != std::string_view::npos) {
       fail("expected no text in <" + std::string(kTagNames.at(static_cast<std::size_t>(tag))) +
-           ">, found " + quotedExcerpt(withoutBlanksAround(piece)));
+           ">, found " + quotedExcerpt(trimmed(piece, kXMLBlanks)));
     }
   }
 
@@ -339,7 +324,7 @@ class XMLReader {
       case Tag::integer:
         return checked(parseIntegerText(text_), "an integer of 64 bits");
       case Tag::real:
-        if (const auto number = parseReal(withoutPlus(withoutBlanksAround(text_)))) {
+        if (const auto number = parseReal(withoutPlus(trimmed(text_, kXMLBlanks)))) {
           return PropertyList::Value(*number);
         }
         return checked(std::nullopt, "a real number");

@@ -1,15 +1,14 @@
 #include "SimulatedMac/DocumentText.h"
 
-#include <charconv>
-#include <system_error>
+#include <cstdint>
+
+#include "Platform/Text.h"
 
 namespace simulated_mac {
 namespace {
 
 bool isInteger(std::string_view text) {
-  long long number = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-  return error == std::errc{} && end == text.data() + text.size() && !text.empty();
+  return platform::wholeNumber<std::int64_t>(text).has_value();
 }
 
 std::string plistValue(std::string_view value) {

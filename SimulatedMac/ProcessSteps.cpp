@@ -6,11 +6,11 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <charconv>
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
 
+#include "Platform/Text.h"
 #include "SimulatedMac/Layout.h"
 
 namespace simulated_mac {
@@ -64,9 +64,7 @@ void endAs(std::string_view exits) {
     waitForever();
   }
   const bool bySignal = exits.starts_with("signal ");
-  int number = 0;
-  const std::string_view digits = bySignal ? exits.substr(7) : exits;
-  std::from_chars(digits.data(), digits.data() + digits.size(), number);
+  const int number = platform::wholeNumber<int>(bySignal ? exits.substr(7) : exits).value_or(0);
   if (bySignal) {
     signal(number, SIG_DFL);
     raise(number);

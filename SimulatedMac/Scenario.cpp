@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <utility>
 
+#include "Platform/Text.h"
 #include "SimulatedMac/ScenarioRules.h"
 #include "SimulatedMac/ScenarioValues.h"
 
@@ -33,7 +34,7 @@ class Scenario::Parser {
   }
 
   std::string addLine(std::string_view whole) {
-    const std::string_view line = trimmed(whole);
+    const std::string_view line = platform::trimmed(whole);
     if (line.starts_with('|')) {
       return continueValue(whole.substr(whole.find('|') + 1));
     }
@@ -50,7 +51,7 @@ class Scenario::Parser {
     if (!line.ends_with(']')) {
       return "expected \"]\" at the end of the section's name";
     }
-    const std::string_view name = trimmed(line.substr(1, line.find(']') - 1));
+    const std::string_view name = platform::trimmed(line.substr(1, line.find(']') - 1));
     if (std::string problem = sectionProblem(name); !problem.empty()) {
       return problem;
     }
@@ -63,12 +64,12 @@ class Scenario::Parser {
     if (section_ == nullptr || equals == std::string_view::npos) {
       return "expected [section] or key = value, found \"" + std::string(line) + "\"";
     }
-    const std::string_view key = trimmed(line.substr(0, equals));
+    const std::string_view key = platform::trimmed(line.substr(0, equals));
     if (std::string problem = keyProblem(section_->name, key); !problem.empty()) {
       return problem;
     }
-    setting_ = &section_->settings.emplace_back(
-        Setting{.key = std::string(key), .value = std::string(trimmed(line.substr(equals + 1)))});
+    setting_ = &section_->settings.emplace_back(Setting{
+        .key = std::string(key), .value = std::string(platform::trimmed(line.substr(equals + 1)))});
     settingLine_ = line_;
     return {};
   }
@@ -117,8 +118,8 @@ std::expected<void, std::string> Scenario::add(std::string_view text) {
   if (equals == std::string_view::npos || slash == std::string_view::npos) {
     return std::unexpected("expected SECTION/KEY=VALUE, found \"" + std::string(text) + "\"");
   }
-  const std::string_view name = trimmed(text.substr(0, slash));
-  const std::string_view key = trimmed(text.substr(slash + 1, equals - slash - 1));
+  const std::string_view name = platform::trimmed(text.substr(0, slash));
+  const std::string_view key = platform::trimmed(text.substr(slash + 1, equals - slash - 1));
   std::string problem = sectionProblem(name);
   if (problem.empty()) {
     problem = keyProblem(name, key);

@@ -2,13 +2,13 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cstddef>
 #include <iterator>
 #include <ranges>
 #include <system_error>
 #include <vector>
 
+#include "Platform/Text.h"
 #include "SimulatedMac/ScenarioValues.h"
 
 namespace simulated_mac {
@@ -80,10 +80,8 @@ constexpr std::array kSteps{
 };
 
 bool isNumberBetween(std::string_view text, unsigned least, unsigned most) {
-  unsigned number = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-  return error == std::errc{} && end == text.data() + text.size() && number >= least &&
-         number <= most;
+  const auto number = platform::wholeNumber<unsigned>(text);
+  return number && *number >= least && *number <= most;
 }
 
 bool isVersion(std::string_view text) {

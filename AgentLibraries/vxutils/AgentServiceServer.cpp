@@ -27,7 +27,7 @@ namespace {
 using LogCore::text;
 using platform::Awaited;
 
-constexpr LogCore::LogTag kTag{"serve()"};
+constexpr LogCore::LogTag kAgentServiceServerTag{"serve()"};
 constexpr std::size_t kMostClients = 64;
 constexpr std::chrono::milliseconds kPauseWithoutDescriptors{100};
 
@@ -68,7 +68,7 @@ class Client {
       }
       const std::optional<AgentServiceRequest> request = parseRequest(*line);
       if (!request) {
-        logError(kTag,
+        logError(kAgentServiceServerTag,
                  [] { return text("Disconnected a client that sent a line that is no request."); });
         return false;
       }
@@ -130,7 +130,7 @@ class AgentServiceServer::Loop {
     thread_.join();
     if (const std::int32_t error = platform::removeFile(path_);
         error != 0 && error != static_cast<std::int32_t>(std::errc::no_such_file_or_directory)) {
-      logError(kTag, [&] {
+      logError(kAgentServiceServerTag, [&] {
         return text("Unable to remove ", path_, ": ", std::generic_category().message(error), ".");
       });
     }
@@ -179,7 +179,7 @@ class AgentServiceServer::Loop {
       return;
     }
     if (!mayKnowSecrets(*socket)) {
-      logError(kTag, [] {
+      logError(kAgentServiceServerTag, [] {
         return text("Turned away a client that runs neither as root nor as this process's user.");
       });
       return;

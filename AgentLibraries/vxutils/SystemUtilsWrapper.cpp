@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "AgentLibraries/vxutils/SessionNames.h"
+#include "Platform/Text.h"
 #include "Platform/Users.h"
 
 namespace vxutils {
@@ -24,12 +25,7 @@ std::optional<std::string> joinedNames(const std::vector<std::string>& names) {
   if (names.empty()) {
     return std::nullopt;
   }
-  std::string list = names.front();
-  for (std::size_t index = 1; index < names.size(); ++index) {
-    list += ',';
-    list += names[index];
-  }
-  return list;
+  return platform::joined(names, ",");
 }
 
 std::string SystemUtilsWrapper::currentConsoleUserWrapper() const {

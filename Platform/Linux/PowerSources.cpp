@@ -3,7 +3,6 @@
 #include <dirent.h>
 
 #include <algorithm>
-#include <charconv>
 #include <cstdint>
 #include <filesystem>
 #include <memory>
@@ -13,6 +12,7 @@
 
 #include "Platform/Files.h"
 #include "Platform/Linux/PowerSupplies.h"
+#include "Platform/Text.h"
 
 namespace platform {
 namespace {
@@ -48,11 +48,7 @@ class Supply {
     return std::move(*bytes);
   }
   [[nodiscard]] std::optional<std::int64_t> number(const char* attribute) const {
-    const std::string digits = text(attribute);
-    std::int64_t value = 0;
-    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value);
-    const bool isWhole = error == std::errc{} && end == digits.data() + digits.size();
-    return isWhole ? std::optional(value) : std::nullopt;
+    return wholeNumber<std::int64_t>(text(attribute));
   }
 
  private:

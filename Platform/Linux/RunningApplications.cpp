@@ -9,7 +9,6 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <climits>
 #include <filesystem>
 #include <map>
@@ -19,6 +18,7 @@
 #include "Platform/Linux/Pidfd.h"
 #include "Platform/Posix/RegularFile.h"
 #include "Platform/PropertyList.h"
+#include "Platform/Text.h"
 
 namespace platform {
 namespace {
@@ -261,9 +261,7 @@ std::optional<std::uint64_t> startOf(pid_t pid) {
     takePiece(fields, ' ');
   }
   const std::string_view start = takePiece(fields, ' ');
-  std::uint64_t ticks = 0;
-  const auto read = std::from_chars(start.data(), start.data() + start.size(), ticks);
-  return read.ec == std::errc{} ? std::optional(ticks) : std::nullopt;
+  return wholeNumber<std::uint64_t>(start);
 }
 
 /// Knows its process by id and start: a descriptor for each of a thousand instances would leave
@@ -322,9 +320,8 @@ std::vector<pid_t> allProcesses() {
   const std::unique_ptr<DIR, int (*)(DIR*)> folder(::opendir("/proc"), ::closedir);
   while (const dirent* entry = folder ? ::readdir(folder.get()) : nullptr) {
     const std::string_view name = entry->d_name;
-    pid_t pid = 0;
-    if (std::from_chars(name.data(), name.data() + name.size(), pid).ec == std::errc{}) {
-      pids.push_back(pid);
+    if (const auto pid = wholeNumber<pid_t>(name)) {
+      pids.push_back(*pid);
     }
   }
   std::ranges::sort(pids);

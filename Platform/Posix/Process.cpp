@@ -13,7 +13,6 @@
 #include <array>
 #include <atomic>
 #include <cerrno>
-#include <charconv>
 #include <climits>
 #include <mutex>
 #include <utility>
@@ -25,6 +24,7 @@
 #include "Platform/Posix/ProcessSystem.h"
 #include "Platform/RunningProcesses.h"
 #include "Platform/SignalsHeld.h"
+#include "Platform/Text.h"
 
 namespace platform {
 namespace {
@@ -369,10 +369,8 @@ class Supervision {
   [[nodiscard]] std::optional<std::int32_t> reportedStatus() const {
     std::array<char, 8> digits{};
     const ssize_t count = ::read(statusPipe_.get(), digits.data(), digits.size());
-    std::int32_t status = 0;
-    const char* const end = digits.data() + std::max<ssize_t>(count, 0);
-    const auto [last, error] = std::from_chars(digits.data(), end, status);
-    return error == std::errc() && last == end ? std::optional(status) : std::nullopt;
+    return wholeNumber<std::int32_t>(
+        {digits.data(), static_cast<std::size_t>(std::max<ssize_t>(count, 0))});
   }
 
   void escalate() {

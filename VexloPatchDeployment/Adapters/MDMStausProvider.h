@@ -4,6 +4,7 @@
 
 namespace vexlo {
 
+/// The container lends it to whoever wants to know; the deferral check asks the agent's library.
 class MDMStausProvider {
  public:
   virtual ~MDMStausProvider() = default;
@@ -12,11 +13,11 @@ class MDMStausProvider {
 };
 
 /// Asks the agent library anew on every call.
-class MDMEnrollmentUtil final : public MDMStausProvider {
+class AgentMDMStatus final : public MDMStausProvider {
  public:
   /// The process's one instance.
-  static MDMEnrollmentUtil& shared() {
-    static MDMEnrollmentUtil instance;
+  static AgentMDMStatus& shared() {
+    static AgentMDMStatus instance;
     return instance;
   }
   [[nodiscard]] bool isMDMEnrolled() override {

@@ -8,7 +8,8 @@
 
 namespace vexlo {
 
-/// The top-level keys of a file whose path is fixed when the object is made.
+/// The top-level keys of a file whose path is fixed when the object is made. An agent's settings
+/// may come from elsewhere; so may those of a test.
 class PlistManager {
  public:
   virtual ~PlistManager() = default;
@@ -22,9 +23,10 @@ class PlistManager {
   virtual void save(const std::optional<std::string>& path) = 0;
 };
 
-class RawPlistManager final : public PlistManager {
+/// The agent's file library, for one file.
+class PlistFile final : public PlistManager {
  public:
-  explicit RawPlistManager(std::string filePath) : manager_(std::move(filePath)) {}
+  explicit PlistFile(std::string filePath) : manager_(std::move(filePath)) {}
   [[nodiscard]] std::optional<platform::PropertyList> fetchValue(const std::string& key) override {
     return manager_.fetchValue(key);
   }

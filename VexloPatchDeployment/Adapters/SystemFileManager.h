@@ -7,6 +7,7 @@
 
 namespace vexlo {
 
+/// The file operations that the prompt's answer needs, for the agent or a test to replace.
 class SystemFileManager {
  public:
   virtual ~SystemFileManager() = default;
@@ -15,7 +16,8 @@ class SystemFileManager {
   [[nodiscard]] virtual bool isFileExist(const std::string& path) = 0;
 };
 
-class FileUtils final : public SystemFileManager {
+/// The agent's own file operations.
+class AgentFiles final : public SystemFileManager {
  public:
   std::int32_t removeFile(const std::string& path) override { return files_.removeFile(path); }
   [[nodiscard]] bool isFileExist(const std::string& path) override {

@@ -1,12 +1,12 @@
 #include "VexloPatchDeployment/Common/ActionID.h"
 
 #include <algorithm>
-#include <array>
 #include <ostream>
 #include <vector>
 
 #include "AgentLibraries/FileCodec/JSONReader.h"
 #include "AgentLibraries/FileCodec/JSONText.h"
+#include "VexloPatchDeployment/Common/KnownActions.h"
 #include "VexloPatchDeployment/Common/Log.h"
 #include "VexloPatchDeployment/Common/Numbers.h"
 #include "VexloPatchDeployment/Common/Overloaded.h"
@@ -14,44 +14,13 @@
 namespace vexlo {
 namespace {
 
-struct ActionCode {
-  KnownAction action;
-  std::string_view code;
-  std::int64_t sortOrder;
-  std::string_view name;
-};
-
-constexpr std::array kActionCodes{
-    // in the enumeration's order
-    ActionCode{KnownAction::siliconBatteryPercentageCheck, "2001", 2001,
-               "siliconBatteryPercentageCheck"},
-    ActionCode{KnownAction::intelBatteryPercentageCheck, "2002", 2002,
-               "intelBatteryPercentageCheck"},
-    ActionCode{KnownAction::userLoggedInCheck, "2003", 2003, "userLoggedInCheck"},
-    ActionCode{KnownAction::multipleUserLoggedInCheck, "2004", 2004, "multipleUserLoggedInCheck"},
-    ActionCode{KnownAction::minimumDiskSpaceCheck, "2005", 2005, "minimumDiskSpaceCheck"},
-    ActionCode{KnownAction::macOSDeferCheck, "2006", 2006, "macOSDeferCheck"},
-    ActionCode{KnownAction::installMacOSUpdates, "2007", 2007, "installMacOSUpdates"},
-    ActionCode{KnownAction::applicationRunningCheck, "2008", 2008, "applicationRunningCheck"},
-    ActionCode{KnownAction::applicationRunningNotifier, "2009", 2009, "applicationRunningNotifier"},
-    ActionCode{KnownAction::installMacOSUpdatesUsingInstallAssistant, "2010", 2010,
-               "installMacOSUpdatesUsingInstallAssistant"},
-};
-static_assert(std::ranges::all_of(kActionCodes, [](const ActionCode& row) {
-  return &row - kActionCodes.data() == static_cast<std::ptrdiff_t>(row.action);
-}));
-
 constexpr std::int64_t kSortOrderWithoutNumber = 999999;
 constexpr std::string_view kUndefined = "undefined";
 constexpr std::string_view kUndefinedPayload = "_0";
 
-const ActionCode& rowOf(KnownAction action) {
-  return kActionCodes[static_cast<std::size_t>(action)];
-}
-
 ActionID::Value valueFor(std::string_view code) {
-  const auto* const row = std::ranges::find(kActionCodes, code, &ActionCode::code);
-  if (row == kActionCodes.end()) {
+  const auto* const row = std::ranges::find(kKnownActions, code, &KnownActionRow::code);
+  if (row == kKnownActions.end()) {
     return UndefinedAction{std::string(code)};
   }
   return row->action;
@@ -72,7 +41,7 @@ class SerializedAction final : public FileCodec::JSONEvents {
           text("Expected an object as the value of \"", member.name, "\"."));
     }
     if (member.name != kUndefined) {
-      return std::ranges::find(kActionCodes, member.name, &ActionCode::name)->action;
+      return std::ranges::find(kKnownActions, member.name, &KnownActionRow::name)->action;
     }
     if (!member.payload) {
       throw ActionIDDecodingError(R"(Expected an object with a string "_0" under "undefined".)");
@@ -127,7 +96,7 @@ class SerializedAction final : public FileCodec::JSONEvents {
   void startMember(std::string_view name) {
     current_ = nullptr;
     if (name != kUndefined &&
-        std::ranges::find(kActionCodes, name, &ActionCode::name) == kActionCodes.end()) {
+        std::ranges::find(kKnownActions, name, &KnownActionRow::name) == kKnownActions.end()) {
       return;
     }
     std::erase_if(members_, [&](const Member& member) { return member.name == name; });

@@ -1,9 +1,8 @@
 #include "VexloPatchDeployment/Common/Numbers.h"
 
-#include <charconv>
 #include <limits>
-#include <memory>
-#include <system_error>
+
+#include "Platform/Text.h"
 
 namespace vexlo {
 
@@ -14,13 +13,7 @@ std::optional<std::int64_t> parseInteger(std::string_view text) noexcept {
       return std::nullopt;
     }
   }
-  std::int64_t value = 0;
-  const char* const end = std::to_address(text.end());
-  const auto [stop, error] = std::from_chars(std::to_address(text.begin()), end, value);
-  if (error != std::errc{} || stop != end) {
-    return std::nullopt;
-  }
-  return value;
+  return platform::wholeNumber<std::int64_t>(text);
 }
 
 std::int64_t saturatingProduct(std::int64_t a, std::int64_t b) noexcept {

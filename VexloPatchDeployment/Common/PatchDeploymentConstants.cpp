@@ -9,7 +9,7 @@
 namespace vexlo {
 namespace {
 
-constexpr LogTag kTag{"macOSMajorVersion"};
+constexpr LogTag kPatchDeploymentConstantsTag{"macOSMajorVersion"};
 constexpr std::int64_t kDefaultMajorVersion = 12;
 
 }  // namespace
@@ -17,7 +17,8 @@ constexpr std::int64_t kDefaultMajorVersion = 12;
 std::int64_t macOSMajorVersionFrom(std::string_view majorOSVersion) {
   const std::optional<std::int64_t> version = parseInteger(majorOSVersion);
   if (!version) {
-    logError(kTag, [] { return "Unable to get macOS major version, using 12 as default"; });
+    logError(kPatchDeploymentConstantsTag,
+             [] { return "Unable to get macOS major version, using 12 as default"; });
   }
   return version.value_or(kDefaultMajorVersion);
 }

@@ -16,7 +16,7 @@ namespace {
 TEST(AgentSettingsTest, OnlyTheRightTypeAndValueSwitchesOn) {
   const TemporaryDirectory directory;
   const LogCapture log;
-  const auto plist = std::make_shared<RawPlistManager>(directory.file("vxpatch_data.plist"));
+  const auto plist = std::make_shared<PlistFile>(directory.file("vxpatch_data.plist"));
   MDMPatchingStatusChecker patching(plist);
   MacOSUpdateDeferralEligibilityChecker deferral(plist);
   struct Row {

@@ -9,7 +9,7 @@
 namespace vexlo {
 namespace {
 
-constexpr LogTag kTag{"installMacOS()"};
+constexpr LogTag kIntelUpgradeInstallerTag{"installMacOS()"};
 
 }  // namespace
 
@@ -19,11 +19,11 @@ IntelUpgradeInstaller::IntelUpgradeInstaller(
 
 PatchActionResult IntelUpgradeInstaller::installMacOS() {
   const std::string language = preferredLanguageText();
-  logInfo(kTag, [&] {
+  logInfo(kIntelUpgradeInstallerTag, [&] {
     return text("Starting installation of ", appPath_,
                 ", intel. Machine locale language: ", language, ".");
   });
-  return startOSInstall(appPath_, nullptr, *dependencies_, kTag);
+  return startOSInstall(appPath_, nullptr, *dependencies_, kIntelUpgradeInstallerTag);
 }
 
 }  // namespace vexlo

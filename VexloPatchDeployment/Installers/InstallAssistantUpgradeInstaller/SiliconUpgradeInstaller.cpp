@@ -10,7 +10,7 @@
 namespace vexlo {
 namespace {
 
-constexpr LogTag kTag{"installMacOS()"};
+constexpr LogTag kSiliconUpgradeInstallerTag{"installMacOS()"};
 constexpr LogTag kUsingTag{"installMacOS(using:)"};
 
 }  // namespace
@@ -21,7 +21,7 @@ SiliconUpgradeInstaller::SiliconUpgradeInstaller(
 
 PatchActionResult SiliconUpgradeInstaller::installMacOS() {
   const std::string language = preferredLanguageText();
-  logInfo(kTag, [&] {
+  logInfo(kSiliconUpgradeInstallerTag, [&] {
     return text("Starting installation of ", appPath_,
                 ", silicon. Machine locale language: ", language, ".");
   });

@@ -8,7 +8,7 @@
 namespace vexlo {
 namespace {
 
-constexpr LogTag kTag{"init(silicon:)"};
+constexpr LogTag kUpgradeInstallerDependenciesTag{"init(silicon:)"};
 
 }  // namespace
 
@@ -20,7 +20,7 @@ std::shared_ptr<UpgradeInstallerDependencies> DefaultUpgradeInstallerDependencie
 std::shared_ptr<UpgradeInstallerDependencies> DefaultUpgradeInstallerDependencies::silicon() {
   std::optional<AgentServiceCredentials> credentials = agentServiceCredentials();
   if (!credentials) {
-    logError(kTag, [] {
+    logError(kUpgradeInstallerDependenciesTag, [] {
       return "Failed to establish connection with AgentService. Unable to get user credentials.";
     });
     return nullptr;

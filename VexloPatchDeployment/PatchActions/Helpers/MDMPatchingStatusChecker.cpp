@@ -11,7 +11,7 @@
 namespace vexlo {
 namespace {
 
-constexpr LogTag kTag{"isEnabled()"};
+constexpr LogTag kMDMPatchingStatusCheckerTag{"isEnabled()"};
 
 /// A number is an integer or a real; a Boolean is none.
 bool isNumberOne(const std::optional<platform::PropertyList>& value) {
@@ -37,7 +37,7 @@ MDMPatchingStatusChecker::MDMPatchingStatusChecker(std::shared_ptr<PlistManager>
 
 bool MDMPatchingStatusChecker::isEnabled() {
   if (!isNumberOne(plistManager_->fetchValue("OSPatchingViaMDMStatus"))) {
-    logInfo(kTag, [] {
+    logInfo(kMDMPatchingStatusCheckerTag, [] {
       return "Unable to get OSPatchingViaMDMStatus, considering MDM patching as disabled";
     });
     return false;
@@ -45,7 +45,7 @@ bool MDMPatchingStatusChecker::isEnabled() {
   const std::optional<std::string> value =
       asText(plistManager_->fetchValue("IsMDMPatchingEnabled"));
   const bool enabled = equalIgnoringCase(value.value_or("true"), "true");
-  logInfo(kTag, [&] {
+  logInfo(kMDMPatchingStatusCheckerTag, [&] {
     return text("MDM patching is ", enabled ? "enabled" : "disabled", " - ", optionalText(value),
                 ".");
   });

@@ -8,7 +8,7 @@
 namespace vexlo {
 namespace {
 
-constexpr LogTag kTag{"isDisabled()"};
+constexpr LogTag kMacOSUpdateDeferralEligibilityCheckerTag{"isDisabled()"};
 
 }  // namespace
 
@@ -21,7 +21,7 @@ bool MacOSUpdateDeferralEligibilityChecker::isDisabled() {
       plistManager_->fetchValue("DisableMacOSUpdateDeferralCheck");
   const bool* const flag = value ? value->as<bool>() : nullptr;
   const bool disabled = flag != nullptr && *flag;
-  logInfo(kTag,
+  logInfo(kMacOSUpdateDeferralEligibilityCheckerTag,
           [&] { return text("macOS update deferral check disabled: ", disabled ? "Yes" : "No"); });
   return disabled;
 }

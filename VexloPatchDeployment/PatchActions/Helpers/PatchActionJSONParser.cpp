@@ -10,11 +10,12 @@
 namespace vexlo {
 namespace {
 
-constexpr LogTag kTag{"cachedPatchActionGroup"};
+constexpr LogTag kPatchActionJSONParserTag{"cachedPatchActionGroup"};
 constexpr std::string_view kFileUnderBase = "/client-data/patch-resources/mac-patch-actions.json";
 
 PatchActionJSONParser::Outcome unusable(const std::string& path, PatchActionFileError error) {
-  logError(kTag, [&] { return text("Unable to parse ", path, ". Error: ", error.what(), "."); });
+  logError(kPatchActionJSONParserTag,
+           [&] { return text("Unable to parse ", path, ". Error: ", error.what(), "."); });
   return std::unexpected(std::move(error));
 }
 

@@ -13,7 +13,7 @@
 namespace vexlo {
 namespace {
 
-constexpr LogTag kTag{"actionDetails()"};
+constexpr LogTag kPatchActionProviderTag{"actionDetails()"};
 
 void append(std::vector<ActionDetail>& details, const std::optional<ActionMap>& actions,
             ActionOrigin origin) {
@@ -75,7 +75,7 @@ std::vector<ActionDetail> PatchActionProvider::actionDetails() const {
   }
   orderAndMerge(details);
 
-  logInfo(kTag, [&] {
+  logInfo(kPatchActionProviderTag, [&] {
     return exempt ? text(
                         "Patch is defined in exclusionPatchIDs. Using only PatchActions define for "
                         "patchID: ",

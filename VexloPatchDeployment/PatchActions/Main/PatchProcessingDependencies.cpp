@@ -38,15 +38,15 @@ DefaultPatchProcessingDependencies::DefaultPatchProcessingDependencies()
           make_shared<UserLoginStatusChecker>(make_shared<SystemUserSession>())),
       appleSoftwareUpdateConnectivityChecker_(make_shared<AppleSoftwareUpdateConnectivityChecker>(
           make_shared<SystemSoftwareUpdateLister>())),
-      mdmStatus_(processWide(MDMEnrollmentUtil::shared())),
+      mdmStatus_(processWide(AgentMDMStatus::shared())),
       appKiller_(make_shared<AppKiller>(make_shared<SystemRunningApplicationQuery>())),
       runningAppDetector_(
           make_shared<RunningAppDetector>(make_shared<SystemRunningApplicationQuery>())),
       runningAppPromptCleaner_(
-          make_shared<RunningAppPromptCleaner>(appKiller_, make_shared<FileUtils>())),
+          make_shared<RunningAppPromptCleaner>(appKiller_, make_shared<AgentFiles>())),
       runningAppPromptPresenter_(make_shared<RunningAppPromptPresenter>(
           processWide(TerminalUtil::defaultInstance()), make_shared<SystemUserSession>(),
-          runningAppPromptCleaner_, make_shared<FileUtils>(),
+          runningAppPromptCleaner_, make_shared<AgentFiles>(),
           make_shared<SystemRunningApplicationQuery>(),
           make_shared<vxutils::ProcessInformation>())),
       runningAppDetailsProvider_(
@@ -57,21 +57,21 @@ DefaultPatchProcessingDependencies::DefaultPatchProcessingDependencies()
           [] { return forThisMachine<DefaultUpgradeInstallerDependencies>(); }),
       runningAppPolicy_([] {
         return make_shared<RunningAppPolicy>(
-            make_shared<RawPlistManager>(RunningAppPolicyConstants::plistPath()));
+            make_shared<PlistFile>(RunningAppPolicyConstants::plistPath()));
       }),
       mdmPatchingStatusChecker_([] {
-        return make_shared<MDMPatchingStatusChecker>(make_shared<RawPlistManager>(patchDataFile()));
+        return make_shared<MDMPatchingStatusChecker>(make_shared<PlistFile>(patchDataFile()));
       }),
       deferralEligibilityChecker_([] {
         return make_shared<MacOSUpdateDeferralEligibilityChecker>(
-            make_shared<RawPlistManager>(patchDataFile()));
+            make_shared<PlistFile>(patchDataFile()));
       }),
       runningAppPromptCustomizationProvider_([] {
         return make_shared<RunningAppPromptCustomizationProvider>(make_shared<PlistSerializer>());
       }),
       runningAppPromptDataStore_([] {
         return make_shared<RunningAppPromptDataStore>(
-            make_shared<RawPlistManager>(RunningAppPromptDataStore::plistPath()));
+            make_shared<PlistFile>(RunningAppPromptDataStore::plistPath()));
       }),
       runningAppPromptEvaluator_([this] {
         return make_shared<RunningAppPromptEvaluator>(runningAppPromptCustomizationProvider_.get(),

@@ -8,6 +8,7 @@
 
 #include "AgentLibraries/vxutils/GlobalVars.h"
 #include "AgentLibraries/vxutils/MDMEnrollmentUtil.h"
+#include "Platform/Text.h"
 #include "VexloPatchDeployment/Common/Log.h"
 #include "VexloPatchDeployment/Common/Numbers.h"
 #include "VexloPatchDeployment/Common/Overloaded.h"
@@ -55,19 +56,10 @@ std::optional<std::int64_t> firstAsInteger(const std::vector<std::string>& argum
   return arguments.empty() ? std::nullopt : parseInteger(arguments.front());
 }
 
-std::string joined(const std::vector<std::string>& pieces, std::string_view separator) {
-  std::string out;
-  for (std::string_view between; const std::string& piece : pieces) {
-    out += text(between, piece);
-    between = separator;
-  }
-  return out;
-}
-
-}  // namespace
+using Arguments = std::vector<std::string>;
 
 /// The patch's actions in their order, kept for the processor's life.
-class ProcessPatchActions::ApplicableActions {
+class ApplicableActions {
  public:
   explicit ApplicableActions(std::vector<ActionDetail> details) : details_(std::move(details)) {}
 
@@ -89,10 +81,55 @@ class ProcessPatchActions::ApplicableActions {
   std::vector<ActionDetail> details_;
 };
 
+}  // namespace
+
+/// Finds an action's arguments and runs it: one handler per action, which asks the container's
+/// collaborators and maps what they say to a result.
+class ProcessPatchActions::Implementation {
+ public:
+  Implementation(PatchIdentifier patchIdentifier,
+                 std::shared_ptr<const PatchActionGroup> patchActionGroup,
+                 std::unique_ptr<PatchProcessingDependencies> dependencies)
+      : patchIdentifier_(std::move(patchIdentifier)),
+        patchActionGroup_(std::move(patchActionGroup)),
+        dependencies_(std::move(dependencies)) {}
+
+  /// Worked out by the first call.
+  [[nodiscard]] const ApplicableActions& applicableActions() {
+    if (!applicableActions_) {
+      applicableActions_.emplace(
+          PatchActionProvider(patchIdentifier_, patchActionGroup_).actionDetails());
+    }
+    return *applicableActions_;
+  }
+
+  PatchActionResult execute(const ActionID& action, const Arguments& arguments);
+
+ private:
+  PatchActionResult hasMinimumBatteryForSiliconMachine(const ActionID& action,
+                                                       const Arguments& arguments);
+  PatchActionResult hasMinimumBatteryForIntelMachine(const ActionID& action,
+                                                     const Arguments& arguments);
+  PatchActionResult hasMinimumBattery(const LogTag& tag, const ActionID& action,
+                                      const Arguments& arguments);
+  PatchActionResult isUserLoggedIn();
+  /// Despite the name: passes unless several users, or none, are logged on.
+  PatchActionResult isMultipleUsersLoggedIn();
+  PatchActionResult hasMinimumDiskSpace(const ActionID& action, const Arguments& arguments);
+  /// Despite the name: passes unless the update is deferred or that can't be told.
+  PatchActionResult isMacOSUpdateDeferred(const ActionID& action, const Arguments& arguments);
+  PatchActionResult installmacOSUpdates(const Arguments& arguments);
+  PatchActionResult installMacOSUpdatesUsingInstallAssistant(const Arguments& arguments);
+  PatchActionResult applicationRunningCheck(const Arguments& bundleIDs);
+
+  PatchIdentifier patchIdentifier_;
+  std::shared_ptr<const PatchActionGroup> patchActionGroup_;
+  std::unique_ptr<PatchProcessingDependencies> dependencies_;
+  std::optional<ApplicableActions> applicableActions_;
+};
+
 ProcessPatchActions::ProcessPatchActions(PatchIdentifier patchIdentifier)
-    : patchIdentifier_(std::move(patchIdentifier)),
-      patchActionGroup_(decodedFileFor(patchIdentifier_)),
-      dependencies_(std::make_unique<DefaultPatchProcessingDependencies>()) {}
+    : ProcessPatchActions(patchIdentifier, decodedFileFor(patchIdentifier)) {}
 
 ProcessPatchActions::ProcessPatchActions(PatchIdentifier patchIdentifier,
                                          std::shared_ptr<const PatchActionGroup> patchActionGroup)
@@ -102,26 +139,17 @@ ProcessPatchActions::ProcessPatchActions(PatchIdentifier patchIdentifier,
 ProcessPatchActions::ProcessPatchActions(PatchIdentifier patchIdentifier,
                                          std::shared_ptr<const PatchActionGroup> patchActionGroup,
                                          std::unique_ptr<PatchProcessingDependencies> dependencies)
-    : patchIdentifier_(std::move(patchIdentifier)),
-      patchActionGroup_(std::move(patchActionGroup)),
-      dependencies_(std::move(dependencies)) {}
+    : implementation_(std::make_unique<Implementation>(
+          std::move(patchIdentifier), std::move(patchActionGroup), std::move(dependencies))) {}
 
 ProcessPatchActions::~ProcessPatchActions() = default;
 
-const ProcessPatchActions::ApplicableActions& ProcessPatchActions::applicableActions() {
-  if (!applicableActions_) {
-    applicableActions_ = std::make_unique<const ApplicableActions>(
-        PatchActionProvider(patchIdentifier_, patchActionGroup_).actionDetails());
-  }
-  return *applicableActions_;
-}
-
 std::optional<std::vector<std::string>> ProcessPatchActions::arguments(const ActionID& action) {
-  return applicableActions().argumentsOf(action);
+  return implementation_->applicableActions().argumentsOf(action);
 }
 
 PatchActionResult ProcessPatchActions::execute() {
-  for (const ActionDetail& detail : applicableActions().details()) {
+  for (const ActionDetail& detail : implementation_->applicableActions().details()) {
     PatchActionResult result = execute(detail.actionID);
     if (result.outcome != PatchActionResult::Outcome::success) {
       return result;
@@ -131,7 +159,8 @@ PatchActionResult ProcessPatchActions::execute() {
 }
 
 PatchActionResult ProcessPatchActions::execute(const ActionID& action) {
-  const std::optional<Arguments> arguments = applicableActions().argumentsOf(action);
+  const std::optional<Arguments> arguments =
+      implementation_->applicableActions().argumentsOf(action);
   if (!arguments) {
     logDebug(kExecuteTag, [&] {
       return text("No action details found for actionID: ", describe(action),
@@ -139,7 +168,7 @@ PatchActionResult ProcessPatchActions::execute(const ActionID& action) {
     });
     return PatchActionResult::success();
   }
-  PatchActionResult result = execute(action, *arguments);
+  PatchActionResult result = implementation_->execute(action, *arguments);
   logInfo(kExecuteTag, [&] {
     return text("Patch action result for action detail (actionID: ", describe(action),
                 ", arguments: ", escapedListText(*arguments), ") : ", describe(result), ".");
@@ -147,7 +176,8 @@ PatchActionResult ProcessPatchActions::execute(const ActionID& action) {
   return result;
 }
 
-PatchActionResult ProcessPatchActions::execute(const ActionID& action, const Arguments& arguments) {
+PatchActionResult ProcessPatchActions::Implementation::execute(const ActionID& action,
+                                                               const Arguments& arguments) {
   const auto nothingToRun = [&](std::string_view why) {
     logError(kDispatchTag, [&] {
       return text("ActionID ", describe(action), ":", listText(arguments), " not ", why,
@@ -170,13 +200,13 @@ PatchActionResult ProcessPatchActions::execute(const ActionID& action, const Arg
       case KnownAction::macOSDeferCheck:
         return isMacOSUpdateDeferred(action, arguments);
       case KnownAction::installMacOSUpdates:
-        return installmacOSUpdates(action, arguments);
+        return installmacOSUpdates(arguments);
       case KnownAction::applicationRunningCheck:
-        return applicationRunningCheck(action, arguments);
+        return applicationRunningCheck(arguments);
       case KnownAction::applicationRunningNotifier:
         return nothingToRun("implemented");
       case KnownAction::installMacOSUpdatesUsingInstallAssistant:
-        return installMacOSUpdatesUsingInstallAssistant(action, arguments);
+        return installMacOSUpdatesUsingInstallAssistant(arguments);
     }
     std::unreachable();
   };
@@ -185,7 +215,7 @@ PatchActionResult ProcessPatchActions::execute(const ActionID& action, const Arg
       action.value());
 }
 
-PatchActionResult ProcessPatchActions::hasMinimumBatteryForSiliconMachine(
+PatchActionResult ProcessPatchActions::Implementation::hasMinimumBatteryForSiliconMachine(
     const ActionID& action, const Arguments& arguments) {
   if (!vxutils::gv_globvars.isAppleSiliconMachine()) {
     logInfo(kSiliconBatteryTag, [&] {
@@ -196,7 +226,7 @@ PatchActionResult ProcessPatchActions::hasMinimumBatteryForSiliconMachine(
   return hasMinimumBattery(kSiliconBatteryTag, action, arguments);
 }
 
-PatchActionResult ProcessPatchActions::hasMinimumBatteryForIntelMachine(
+PatchActionResult ProcessPatchActions::Implementation::hasMinimumBatteryForIntelMachine(
     const ActionID& action, const Arguments& arguments) {
   if (vxutils::gv_globvars.isAppleSiliconMachine()) {
     logInfo(kIntelBatteryTag, [&] {
@@ -207,9 +237,8 @@ PatchActionResult ProcessPatchActions::hasMinimumBatteryForIntelMachine(
   return hasMinimumBattery(kIntelBatteryTag, action, arguments);
 }
 
-PatchActionResult ProcessPatchActions::hasMinimumBattery(const LogCore::LogTag& tag,
-                                                         const ActionID& action,
-                                                         const Arguments& arguments) {
+PatchActionResult ProcessPatchActions::Implementation::hasMinimumBattery(
+    const LogTag& tag, const ActionID& action, const Arguments& arguments) {
   const std::optional<std::int64_t> minimumPercent = firstAsInteger(arguments);
   if (!minimumPercent) {
     logInfo(tag, [&] {
@@ -223,7 +252,7 @@ PatchActionResult ProcessPatchActions::hasMinimumBattery(const LogCore::LogTag& 
              : PatchActionResult::applyLater(PlainReason::inSufficientBattery);
 }
 
-PatchActionResult ProcessPatchActions::isUserLoggedIn() {
+PatchActionResult ProcessPatchActions::Implementation::isUserLoggedIn() {
   if (dependencies_->mdmPatchingStatusChecker().isEnabled()) {
     logInfo(kUserLoggedInTag,
             [] { return "MDM patching is enabled, Skipping user logged in check."; });
@@ -234,7 +263,7 @@ PatchActionResult ProcessPatchActions::isUserLoggedIn() {
              : PatchActionResult::applyLater(PlainReason::userNotLoggedIn);
 }
 
-PatchActionResult ProcessPatchActions::isMultipleUsersLoggedIn() {
+PatchActionResult ProcessPatchActions::Implementation::isMultipleUsersLoggedIn() {
   if (dependencies_->mdmPatchingStatusChecker().isEnabled()) {
     logInfo(kMultipleUsersTag,
             [] { return "MDM patching is enabled, Skipping multiple logged in check."; });
@@ -245,8 +274,8 @@ PatchActionResult ProcessPatchActions::isMultipleUsersLoggedIn() {
              : PatchActionResult::applyLater(PlainReason::multipleUsersLoggedIn);
 }
 
-PatchActionResult ProcessPatchActions::hasMinimumDiskSpace(const ActionID& action,
-                                                           const Arguments& arguments) {
+PatchActionResult ProcessPatchActions::Implementation::hasMinimumDiskSpace(
+    const ActionID& action, const Arguments& arguments) {
   const std::optional<std::int64_t> gigabytes = firstAsInteger(arguments);
   if (!gigabytes) {
     logInfo(kDiskSpaceTag, [&] {
@@ -261,8 +290,8 @@ PatchActionResult ProcessPatchActions::hasMinimumDiskSpace(const ActionID& actio
              : PatchActionResult::applyLater(PlainReason::inSufficientDiskSpaceForSoftwareUpdate);
 }
 
-PatchActionResult ProcessPatchActions::isMacOSUpdateDeferred(const ActionID& action,
-                                                             const Arguments& arguments) {
+PatchActionResult ProcessPatchActions::Implementation::isMacOSUpdateDeferred(
+    const ActionID& action, const Arguments& arguments) {
   if (vxutils::MDMEnrollmentUtil::shared().getEnrollmentType() ==
       vxutils::EnrollmentType::not_enrolled) {
     logInfo(kDeferralTag,
@@ -300,8 +329,8 @@ PatchActionResult ProcessPatchActions::isMacOSUpdateDeferred(const ActionID& act
              : PatchActionResult::success();
 }
 
-PatchActionResult ProcessPatchActions::installmacOSUpdates(const ActionID& /*action*/,
-                                                           const Arguments& arguments) {
+PatchActionResult ProcessPatchActions::Implementation::installmacOSUpdates(
+    const Arguments& arguments) {
   if (arguments.size() < 2) {
     logError(kInstallTag, [&] {
       return text("Unable to perform macOS update/upgrade, not enough arguments. Arguments ",
@@ -322,8 +351,8 @@ PatchActionResult ProcessPatchActions::installmacOSUpdates(const ActionID& /*act
                    .installMacOS();
 }
 
-PatchActionResult ProcessPatchActions::installMacOSUpdatesUsingInstallAssistant(
-    const ActionID& /*action*/, const Arguments& arguments) {
+PatchActionResult ProcessPatchActions::Implementation::installMacOSUpdatesUsingInstallAssistant(
+    const Arguments& arguments) {
   if (arguments.empty()) {
     logError(kUpgradeTag, [&] {
       return text(
@@ -343,8 +372,8 @@ PatchActionResult ProcessPatchActions::installMacOSUpdatesUsingInstallAssistant(
              : IntelUpgradeInstaller(appPath, installerDependencies).installMacOS();
 }
 
-PatchActionResult ProcessPatchActions::applicationRunningCheck(const ActionID& /*action*/,
-                                                               const Arguments& bundleIDs) {
+PatchActionResult ProcessPatchActions::Implementation::applicationRunningCheck(
+    const Arguments& bundleIDs) {
   if (bundleIDs.empty()) {
     logError(kRunningTag, [&] {
       return text("Unable to perform application running check, not enough arguments. Arguments ",
@@ -378,7 +407,7 @@ PatchActionResult ProcessPatchActions::applicationRunningCheck(const ActionID& /
   }
 
   const RunningAppPromptEvaluation evaluation = dependencies_->runningAppPromptEvaluator().evaluate(
-      joined(bundleIDs, ","), patchIdentifier_.patchID());
+      platform::joined(bundleIDs, ","), patchIdentifier_.patchID());
   if (evaluation.decision == RunningAppPromptDecision::skipDeployment) {
     return PatchActionResult::applyLater(PlainReason::appIsRunning);
   }

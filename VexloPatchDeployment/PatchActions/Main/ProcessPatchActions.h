@@ -11,10 +11,6 @@
 #include "VexloPatchDeployment/Common/PatchActionResult.h"
 #include "VexloPatchDeployment/Common/PatchIdentifier.h"
 
-namespace LogCore {
-struct LogTag;
-}
-
 namespace vexlo {
 
 class PatchActionGroup;
@@ -62,38 +58,8 @@ class VEXLO_EXPORT ProcessPatchActions {
   virtual std::optional<std::vector<std::string>> arguments(const ActionID& action);
 
  private:
-  class ApplicableActions;
-  using Arguments = std::vector<std::string>;
-
-  [[nodiscard]] VEXLO_HIDDEN const ApplicableActions& applicableActions();
-
-  VEXLO_HIDDEN PatchActionResult execute(const ActionID& action, const Arguments& arguments);
-  VEXLO_HIDDEN PatchActionResult hasMinimumBatteryForSiliconMachine(const ActionID& action,
-                                                                    const Arguments& arguments);
-  VEXLO_HIDDEN PatchActionResult hasMinimumBatteryForIntelMachine(const ActionID& action,
-                                                                  const Arguments& arguments);
-  VEXLO_HIDDEN PatchActionResult hasMinimumBattery(const LogCore::LogTag& tag,
-                                                   const ActionID& action,
-                                                   const Arguments& arguments);
-  VEXLO_HIDDEN PatchActionResult isUserLoggedIn();
-  /// Despite the name, passes unless several users are logged in.
-  VEXLO_HIDDEN PatchActionResult isMultipleUsersLoggedIn();
-  VEXLO_HIDDEN PatchActionResult hasMinimumDiskSpace(const ActionID& action,
-                                                     const Arguments& arguments);
-  /// Despite the name, passes unless the update is deferred or that can't be told.
-  VEXLO_HIDDEN PatchActionResult isMacOSUpdateDeferred(const ActionID& action,
-                                                       const Arguments& arguments);
-  VEXLO_HIDDEN PatchActionResult installmacOSUpdates(const ActionID& action,
-                                                     const Arguments& arguments);
-  VEXLO_HIDDEN PatchActionResult
-  installMacOSUpdatesUsingInstallAssistant(const ActionID& action, const Arguments& arguments);
-  VEXLO_HIDDEN PatchActionResult applicationRunningCheck(const ActionID& action,
-                                                         const Arguments& arguments);
-
-  PatchIdentifier patchIdentifier_;
-  std::shared_ptr<const PatchActionGroup> patchActionGroup_;
-  std::unique_ptr<PatchProcessingDependencies> dependencies_;
-  std::unique_ptr<const ApplicableActions> applicableActions_;  ///< Made on first use.
+  class Implementation;
+  std::unique_ptr<Implementation> implementation_;
 };
 
 }  // namespace vexlo

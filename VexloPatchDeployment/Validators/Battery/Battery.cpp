@@ -10,7 +10,7 @@
 namespace vexlo {
 namespace {
 
-constexpr LogTag kTag{"hasMinimumBattery(of:)"};
+constexpr LogTag kBatteryTag{"hasMinimumBattery(of:)"};
 
 }  // namespace
 
@@ -20,21 +20,21 @@ BatteryLevelChecker::BatteryLevelChecker(std::shared_ptr<PowerSourceResolver> po
 bool BatteryLevelChecker::hasMinimumBattery(std::int64_t minimumPercent) {
   const std::optional<PowerSource> source = powerSourceResolver_->currentPowerSource();
   if (!source) {
-    logError(kTag, [] {
+    logError(kBatteryTag, [] {
       return "Unable to obtain system power source, Considering it as sufficient battery.";
     });
     return true;
   }
   return std::visit(
       Overloaded{[](const AcPower&) {
-                   logInfo(kTag, [] {
+                   logInfo(kBatteryTag, [] {
                      return "System is AC powered, so considering it as sufficient battery.";
                    });
                    return true;
                  },
                  [&](const BatteryPower& battery) {
                    const bool sufficient = battery.percentage >= minimumPercent;
-                   logInfo(kTag, [&] {
+                   logInfo(kBatteryTag, [&] {
                      return text("System battery percentage: ", battery.percentage,
                                  ", minimum battery percentage: ", minimumPercent,
                                  ", is sufficient: ", sufficient, ".");

@@ -11,7 +11,7 @@ namespace {
 
 using platform::PropertyList;
 
-constexpr LogTag kTag{"currentPowerSource()"};
+constexpr LogTag kPowerSourceResolverTag{"currentPowerSource()"};
 constexpr std::string_view kUnobtainable = "Unable to obtain system power source details.";
 
 /// `current` of `maximum` in percent, truncated; absent when it can't be computed.
@@ -36,7 +36,7 @@ std::optional<BatteryPower> batteryOf(const PropertyList& description) {
   if (!percentage) {
     return std::nullopt;
   }
-  logInfo(kTag, [&] {
+  logInfo(kPowerSourceResolverTag, [&] {
     return text("Power source: Battery, current capacity: ", *currentCapacity,
                 ", max capacity: ", *maxCapacity, ", battery percentage: ", *percentage, "%.");
   });
@@ -51,20 +51,20 @@ SystemPowerSource::SystemPowerSource(std::shared_ptr<PowerSourcesProvider> power
 std::optional<PowerSource> SystemPowerSource::currentPowerSource() {
   for (const PropertyList& description : powerSourcesProvider_->powerSourcesInfo()) {
     if (description.as<PropertyList::Dictionary>() == nullptr) {
-      logDebug(kTag, [] { return kUnobtainable; });
+      logDebug(kPowerSourceResolverTag, [] { return kUnobtainable; });
       continue;
     }
     const PropertyList* const state = description.find("Power Source State");
     const auto* const stateText = state != nullptr ? state->as<std::string>() : nullptr;
     if (stateText != nullptr && *stateText == "AC Power") {
-      logInfo(kTag, [] { return "Power source: AC."; });
+      logInfo(kPowerSourceResolverTag, [] { return "Power source: AC."; });
       return AcPower{};
     }
     if (const std::optional<BatteryPower> battery = batteryOf(description)) {
       return *battery;
     }
   }
-  logError(kTag, [] { return kUnobtainable; });
+  logError(kPowerSourceResolverTag, [] { return kUnobtainable; });
   return std::nullopt;
 }
 

@@ -6,14 +6,15 @@
 namespace vexlo {
 namespace {
 
-constexpr LogTag kTag{"powerSourcesInfo()"};
+constexpr LogTag kPowerSourcesProviderTag{"powerSourcesInfo()"};
 
 }  // namespace
 
 std::vector<platform::PropertyList> SystemPowerSources::powerSourcesInfo() {
   std::vector<platform::PropertyList> sources = platform::powerSources();
   for (const platform::PropertyList& source : sources) {
-    logInfo(kTag, [&] { return text("Power source infos: ", describe(source), "."); });
+    logInfo(kPowerSourcesProviderTag,
+            [&] { return text("Power source infos: ", describe(source), "."); });
   }
   return sources;
 }

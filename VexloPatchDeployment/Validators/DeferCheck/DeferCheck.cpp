@@ -11,7 +11,7 @@
 namespace vexlo {
 namespace {
 
-constexpr LogTag kTag{"isMacOSUpdateDeferred(for:)"};
+constexpr LogTag kDeferCheckTag{"isMacOSUpdateDeferred(for:)"};
 constexpr LogTag kValidateTag{"validate(_:)"};
 
 /// Whether a product key or a date says anything: it has two characters or more. In UTF-8 the
@@ -39,13 +39,13 @@ MacOSUpdateDeferralChecker::MacOSUpdateDeferralChecker(
 MacOSUpdateDeferral MacOSUpdateDeferralChecker::isMacOSUpdateDeferred(std::string_view version) {
   const auto updates = availableOSUpdatesResolver_->availableOSUpdates();
   if (!updates) {
-    logError(kTag, [] {
+    logError(kDeferCheckTag, [] {
       return "Unable to get AvailableOSUpdate - Network error. Need to check later.";
     });
     return {.isDeferred = std::nullopt, .date = std::nullopt};
   }
   if (updates->empty()) {
-    logError(kTag,
+    logError(kDeferCheckTag,
              [] { return "Unable to get AvailableOSUpdate. Considering it as not deferred."; });
     return {.isDeferred = false, .date = std::nullopt};
   }
@@ -58,13 +58,13 @@ MacOSUpdateDeferral MacOSUpdateDeferralChecker::isMacOSUpdateDeferred(std::strin
       continue;
     }
     std::optional<std::string> until = convertDateFormat(date);
-    logInfo(kTag, [&] {
+    logInfo(kDeferCheckTag, [&] {
       return text("macOS ", version, " is deferred untill ", date, ":", optionalText(until), " - ",
                   *update.productKey, ".");
     });
     return {.isDeferred = true, .date = std::move(until)};
   }
-  logInfo(kTag, [&] { return text("macOS ", version, " is not deferred."); });
+  logInfo(kDeferCheckTag, [&] { return text("macOS ", version, " is not deferred."); });
   return {.isDeferred = false, .date = std::nullopt};
 }
 

@@ -8,7 +8,7 @@
 namespace vexlo {
 namespace {
 
-constexpr LogTag kTag{"isAppleSoftwareUpdateReachable()"};
+constexpr LogTag kSoftwareUpdateListerTag{"isAppleSoftwareUpdateReachable()"};
 
 }  // namespace
 
@@ -24,14 +24,15 @@ AppleSoftwareUpdateConnectivityChecker::AppleSoftwareUpdateConnectivityChecker(
 
 bool AppleSoftwareUpdateConnectivityChecker::isAppleSoftwareUpdateReachable() {
   const SoftwareUpdateList list = softwareUpdateLister_->fetchSoftwareUpdates();
-  logInfo(kTag, [&] {
+  logInfo(kSoftwareUpdateListerTag, [&] {
     return text("Software update output: ", list.output, ", exit code: ", list.exitCode, ".");
   });
   if (list.exitCode != 0 || list.output.contains(kCantConnectToSoftwareUpdate)) {
-    logError(kTag, [] { return "Unable to obtain software update information."; });
+    logError(kSoftwareUpdateListerTag,
+             [] { return "Unable to obtain software update information."; });
     return false;
   }
-  logInfo(kTag, [] { return "Apple software update is reachable."; });
+  logInfo(kSoftwareUpdateListerTag, [] { return "Apple software update is reachable."; });
   return true;
 }
 

@@ -8,7 +8,7 @@
 namespace vexlo {
 namespace {
 
-constexpr LogTag kTag{"hasMinimumFreeSpace(of:)"};
+constexpr LogTag kDiskTag{"hasMinimumFreeSpace(of:)"};
 
 }  // namespace
 
@@ -18,11 +18,12 @@ DiskSpaceChecker::DiskSpaceChecker(std::shared_ptr<DiskInfoProvider> diskInfoPro
 bool DiskSpaceChecker::hasMinimumFreeSpace(std::int64_t requiredBytes) {
   const std::optional<std::int64_t> available = diskInfoProvider_->availableDiskSpace();
   if (!available) {
-    logInfo(kTag, [] { return "Unable to retrieve free disk space, considering as sufficient"; });
+    logInfo(kDiskTag,
+            [] { return "Unable to retrieve free disk space, considering as sufficient"; });
     return true;
   }
   const bool sufficient = *available >= requiredBytes;
-  logInfo(kTag, [&] {
+  logInfo(kDiskTag, [&] {
     return text("Required free disk space: ", requiredBytes, ", available free space: ", *available,
                 ", is free space available: ", sufficient);
   });

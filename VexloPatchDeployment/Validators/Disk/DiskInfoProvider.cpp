@@ -6,25 +6,26 @@
 namespace vexlo {
 namespace {
 
-constexpr LogTag kTag{"availableDiskSpace()"};
+constexpr LogTag kDiskInfoProviderTag{"availableDiskSpace()"};
 
 }  // namespace
 
 std::optional<std::int64_t> SystemDiskInfo::availableDiskSpace() {
   const auto capacity = platform::availableCapacity("/");
   if (!capacity) {
-    logError(kTag, [&] {
+    logError(kDiskInfoProviderTag, [&] {
       return text("Unable to obtain disk free space. Error: ", capacity.error(), ".");
     });
     return std::nullopt;
   }
   if (!*capacity) {
-    logError(kTag, [] {
+    logError(kDiskInfoProviderTag, [] {
       return "Unable to obtain disk free space. Volume available capacity key not found.";
     });
     return std::nullopt;
   }
-  logInfo(kTag, [&] { return text("Available free disk space: ", **capacity, "bytes"); });
+  logInfo(kDiskInfoProviderTag,
+          [&] { return text("Available free disk space: ", **capacity, "bytes"); });
   return *capacity;
 }
 

@@ -8,7 +8,7 @@
 namespace vexlo {
 namespace {
 
-constexpr LogTag kTag{"killApps(for:)"};
+constexpr LogTag kAppKillerTag{"killApps(for:)"};
 constexpr std::chrono::seconds kPauseAfterKill{2};
 
 }  // namespace
@@ -21,12 +21,12 @@ void AppKiller::killApps(const std::vector<std::string>& bundleIDs) {
   for (const std::string& bundleID : bundleIDs) {
     const auto applications = applicationQuery_->runningApplications(bundleID);
     if (applications.empty()) {
-      logInfo(kTag,
+      logInfo(kAppKillerTag,
               [&] { return text("No running applications found with bundleID: ", bundleID, "."); });
     }
     for (const auto& application : applications) {
       const bool accepted = application->forceTerminate();
-      logInfo(kTag, [&] {
+      logInfo(kAppKillerTag, [&] {
         return text(
             "Attempting to terminate app: ", application->localizedName().value_or("Unknown"),
             " with PID: ", application->processIdentifier(), ", Termination status: ", accepted,

@@ -7,7 +7,7 @@
 namespace vexlo {
 namespace {
 
-constexpr LogTag kTag{"appDetails(for:)"};
+constexpr LogTag kRunningAppDetailsProviderTag{"appDetails(for:)"};
 
 }  // namespace
 
@@ -24,13 +24,13 @@ std::optional<RunningAppDetails> RunningAppDetailsProvider::appDetails(
     }
     RunningAppDetails details{.appName = application->localizedName().value_or(bundleID),
                               .executablePath = *std::move(executable)};
-    logInfo(kTag, [&] {
+    logInfo(kRunningAppDetailsProviderTag, [&] {
       return text("App name: ", details.appName, ", executable path: ", details.executablePath,
                   " for bundleID: ", bundleID, ".");
     });
     return details;
   }
-  logError(kTag, [&] {
+  logError(kRunningAppDetailsProviderTag, [&] {
     return text("Unable to obtain app name or executable path for bundleID: ", bundleID, ".");
   });
   return std::nullopt;

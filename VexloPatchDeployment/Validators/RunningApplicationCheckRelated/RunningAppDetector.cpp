@@ -9,7 +9,7 @@
 namespace vexlo {
 namespace {
 
-constexpr LogTag kTag{"isAnyAppRunning(for:)"};
+constexpr LogTag kRunningAppDetectorTag{"isAnyAppRunning(for:)"};
 
 using Applications = std::vector<std::unique_ptr<RunningApplication>>;
 
@@ -33,16 +33,16 @@ bool RunningAppDetector::isAnyAppRunning(const std::vector<std::string>& bundleI
   for (const std::string& bundleID : bundleIDs) {
     const Applications applications = applicationQuery_->runningApplications(bundleID);
     if (!applications.empty()) {
-      logInfo(kTag, [&] {
+      logInfo(kRunningAppDetectorTag, [&] {
         return text("Apps are running for bundleID: ", bundleID,
                     "::", describe(applications, bundleID), ".");
       });
       return true;
     }
-    logInfo(kTag,
+    logInfo(kRunningAppDetectorTag,
             [&] { return text("No running Apps detected for the bundleID: ", bundleID, "."); });
   }
-  logInfo(kTag, [&] {
+  logInfo(kRunningAppDetectorTag, [&] {
     return text("No running Apps detected for the bundleIDs: ", listText(bundleIDs), ".");
   });
   return false;

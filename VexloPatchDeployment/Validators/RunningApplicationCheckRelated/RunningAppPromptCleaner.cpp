@@ -9,7 +9,7 @@
 namespace vexlo {
 namespace {
 
-constexpr LogTag kTag{"clean()"};
+constexpr LogTag kRunningAppPromptCleanerTag{"clean()"};
 
 }  // namespace
 
@@ -26,7 +26,8 @@ void RunningAppPromptCleaner::clean() {
   appKiller_->killApps({std::string(RunningAppPromptConstants::bundleIdentifier)});
   const std::string& path = RunningAppPromptConstants::returnCodeFilePath();
   const std::int32_t status = fileRemover_->removeFile(path);
-  logInfo(kTag, [&] { return text("Removing file: ", path, " - ", status); });
+  logInfo(kRunningAppPromptCleanerTag,
+          [&] { return text("Removing file: ", path, " - ", status); });
 }
 
 }  // namespace vexlo

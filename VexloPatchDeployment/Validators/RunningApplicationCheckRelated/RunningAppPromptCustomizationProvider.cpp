@@ -18,7 +18,7 @@ namespace {
 using Customization = RunningAppPromptCustomization;
 using platform::PropertyList;
 
-constexpr LogTag kTag{"customizationData"};
+constexpr LogTag kRunningAppPromptCustomizationProviderTag{"customizationData"};
 
 template <typename Type>
 using FieldOf = std::optional<Type> Customization::*;
@@ -153,10 +153,11 @@ RunningAppPromptCustomizationProvider::RunningAppPromptCustomizationProvider(
         try {
           auto customization = plistDecoder->decodeFromFile<RunningAppPromptCustomization>(
               RunningAppPromptCustomizationProviderConstants::plistPath());
-          logInfo(kTag, [&] { return describe(customization); });
+          logInfo(kRunningAppPromptCustomizationProviderTag,
+                  [&] { return describe(customization); });
           return customization;
         } catch (const std::exception& error) {
-          logError(kTag, [&] {
+          logError(kRunningAppPromptCustomizationProviderTag, [&] {
             return text("Failed to decode customization data. Error: ", error.what(), ".");
           });
           return std::nullopt;

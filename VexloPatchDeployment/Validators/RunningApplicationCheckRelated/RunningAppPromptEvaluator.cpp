@@ -15,7 +15,7 @@ using Evaluation = RunningAppPromptEvaluation;
 using Keys = RunningAppPromptDataStoreKeys;
 using Record = RunningAppPromptDataStoring::Record;
 
-constexpr LogTag kTag{"evaluate(for:having:)"};
+constexpr LogTag kRunningAppPromptEvaluatorTag{"evaluate(for:having:)"};
 
 bool isOfPatch(const Record& record, const std::string& patchID) {
   const auto entry = record.find(Keys::patchID);
@@ -87,7 +87,7 @@ RunningAppPromptEvaluation RunningAppPromptEvaluator::evaluate(const std::string
   };
 
   if (limit < 1 && skips < 1) {
-    logInfo(kTag, [] {
+    logInfo(kRunningAppPromptEvaluatorTag, [] {
       return "Daily prompt limit and number of skip attempts are both 0, Using default flow.";
     });
     return withSkipsLeft(0);
@@ -96,7 +96,7 @@ RunningAppPromptEvaluation RunningAppPromptEvaluator::evaluate(const std::string
   const std::optional<Record> record = dataStore_->data(key);
   const std::string date = currentDate_();
   if (!record || !isOfPatch(*record, patchID)) {
-    logInfo(kTag, [&] {
+    logInfo(kRunningAppPromptEvaluatorTag, [&] {
       return text("New version detected for bundleID: ", key, ". Resetting prompt data.");
     });
     dataStore_->saveData(makeRecord(patchID, 1, date, 1), key);
@@ -106,7 +106,7 @@ RunningAppPromptEvaluation RunningAppPromptEvaluator::evaluate(const std::string
   const std::int64_t today = count(*record, date);
   const std::int64_t total = count(*record, Keys::promptShownCount);
   if (limit >= 1 && today >= limit) {
-    logInfo(kTag, [&] {
+    logInfo(kRunningAppPromptEvaluatorTag, [&] {
       return text("Daily prompt limit reached (", today, "/", limit, ") for bundleID: ", key,
                   ". Skipping deployment.");
     });
@@ -117,7 +117,7 @@ RunningAppPromptEvaluation RunningAppPromptEvaluator::evaluate(const std::string
 
   Evaluation evaluation = withSkipsLeft(0);
   if (skips >= 1 && total >= skips) {
-    logInfo(kTag, [&] {
+    logInfo(kRunningAppPromptEvaluatorTag, [&] {
       return text(
           "Exceeded the number of skip attempts, skipping deployment, total number of prompts "
           "shown: ",

@@ -8,6 +8,7 @@
 
 #include "Platform/Files.h"
 #include "Platform/RunLoop.h"
+#include "Platform/Text.h"
 #include "Platform/Unicode.h"
 #include "Platform/Users.h"
 #include "VexloPatchDeployment/Common/AgentPaths.h"
@@ -29,24 +30,6 @@ constexpr std::int64_t kUserAgreed = 94;
 constexpr std::uint32_t kRoot = 0;
 
 constexpr std::uint64_t kLargestReturnCodeFile = 4096;
-
-std::string joined(const std::vector<std::string>& names) {
-  std::string out;
-  for (std::string_view separator; const std::string& name : names) {
-    out += text(separator, name);
-    separator = ", ";
-  }
-  return out;
-}
-
-std::string_view withoutSurroundingBlanks(std::string_view content) {
-  constexpr std::string_view kBlanks = " \t\n\v\f\r";
-  const std::size_t first = content.find_first_not_of(kBlanks);
-  if (first == std::string_view::npos) {
-    return {};
-  }
-  return content.substr(first, content.find_last_not_of(kBlanks) - first + 1);
-}
 
 /// The text of the answer file, or why it can't be read. It lies where users can write: a link in
 /// its place is not followed, nothing but a small regular file is read, no reading blocks, and only
@@ -118,8 +101,8 @@ std::string RunningAppPromptPresenter::buildLaunchCommand(
   // The shell runs as the agent's user, and anyone can name an application: a name reaches the
   // prompt as it is, whatever it holds, and is never read as a command.
   const std::string arguments =
-      text(" \"", insideDoubleQuotes(joined(names)), "\" \"", evaluation.remainingSkipAttempts,
-           "\" \"", evaluation.allowScreenGrab, '"');
+      text(" \"", insideDoubleQuotes(platform::joined(names, ", ")), "\" \"",
+           evaluation.remainingSkipAttempts, "\" \"", evaluation.allowScreenGrab, '"');
   const std::string program =
       text('"', insideDoubleQuotes(RunningAppPromptPresenterConstants::promptAppPath()), '"');
   if (surroundings_.macOSMajorVersion() > kLastVersionWithoutOpen) {
@@ -182,7 +165,7 @@ bool RunningAppPromptPresenter::readUserAcknowledgement(bool fallback, const std
     });
     return fallback;
   }
-  const std::optional<std::int64_t> code = parseInteger(withoutSurroundingBlanks(*content));
+  const std::optional<std::int64_t> code = parseInteger(platform::trimmed(*content));
   if (!code) {
     logInfo(kReadTag, [&] {
       return text("Return code file content is invalid. Returning fallback: ", fallback, ".");

@@ -2,12 +2,12 @@
 #pragma once
 #include <cstdint>
 #include <string>
+#include <utility>
 
 #include "VexloPatchDeployment/Adapters/CommandExecutor.h"
 #include "VexloPatchDeployment/Adapters/SystemEnvironment.h"
 #include "VexloPatchDeployment/Common/PatchActionResult.h"
-#include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Common/SoftwareUpdateAuthContext.h"
-#include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Common/SoftwareUpdateOutputAnalyser.h"
+#include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Common/SoftwareUpdateCommand.h"
 #include "VexloPatchDeployment/Validators/UserLoggedIn/UserLoggedIn.h"
 
 namespace vexlo {
@@ -29,19 +29,17 @@ class DefaultMacOSInstaller final : public MacOSInstaller, public SystemEnvironm
   /// later ones are given it as standard input.
   DefaultMacOSInstaller(std::string label, SoftwareUpdateAuthContext softwareUpdateAuthContext,
                         CommandExecutor& executor, SoftwareUpdateOutputAnalyser& outputValidator,
-                        std::int64_t macOSMajorVersion);
+                        std::int64_t macOSMajorVersion)
+      : command_(std::move(label), std::move(softwareUpdateAuthContext), executor, outputValidator,
+                 macOSMajorVersion) {}
 
   PatchActionResult install(bool asUser, UserSessionProvider& userSessionProvider) override;
-  [[nodiscard]] std::int64_t macOSMajorVersion() const override { return macOSMajorVersion_; }
+  [[nodiscard]] std::int64_t macOSMajorVersion() const override {
+    return command_.macOSMajorVersion();
+  }
 
  private:
-  [[nodiscard]] PatchActionResult evaluate(const CommandResult& run);
-
-  std::string label_;
-  SoftwareUpdateAuthContext softwareUpdateAuthContext_;
-  CommandExecutor& executor_;
-  SoftwareUpdateOutputAnalyser& outputValidator_;
-  std::int64_t macOSMajorVersion_;
+  SoftwareUpdateCommand command_;
 };
 
 }  // namespace vexlo

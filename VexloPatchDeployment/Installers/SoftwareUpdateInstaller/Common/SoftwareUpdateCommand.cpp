@@ -20,42 +20,99 @@ std::string userIDText(const std::string& userName) {
 
 }  // namespace
 
-std::string softwareUpdateCommandLine(const SoftwareUpdateOperation& operation,
-                                      std::string_view label,
-                                      const SoftwareUpdateAuthContext& authContext, bool asUser,
-                                      UserSessionProvider& userSessionProvider) {
+SoftwareUpdateCommand::SoftwareUpdateCommand(std::string label,
+                                             SoftwareUpdateAuthContext authContext,
+                                             CommandExecutor& executor,
+                                             SoftwareUpdateOutputAnalyser& outputValidator,
+                                             std::int64_t macOSMajorVersion)
+    : label_(std::move(label)),
+      authContext_(std::move(authContext)),
+      executor_(executor),
+      outputValidator_(outputValidator),
+      macOSMajorVersion_(macOSMajorVersion) {}
+
+PatchActionResult SoftwareUpdateCommand::run(const SoftwareUpdateOperation& operation,
+                                             PatchActionResult failed, bool asUser,
+                                             UserSessionProvider& userSessionProvider,
+                                             std::source_location where) {
+  const std::string line = commandLine(operation, asUser, userSessionProvider);
+  logInfo(
+      operation.runTag,
+      [&] {
+        return text(operation.doing, " macOS update ", label_, " using command: ", line, ".");
+      },
+      where);
+  const CommandResult result = runLine(line);
+  logInfo(
+      operation.runTag,
+      [&] {
+        return text(operation.statusOf, " status: ", result.exitCode,
+                    ", command output: ", result.output, ".");
+      },
+      where);
+  return evaluate(result, operation, std::move(failed), where);
+}
+
+std::string SoftwareUpdateCommand::commandLine(const SoftwareUpdateOperation& operation,
+                                               bool asUser,
+                                               UserSessionProvider& userSessionProvider) const {
   std::string line;
   if (asUser) {
     line = text("launchctl asuser ", userIDText(userSessionProvider.currentConsoleUserName()),
                 " sudo ");
   }
   line += text("/usr/sbin/softwareupdate --include-config-data ", operation.option, " \"",
-               insideDoubleQuotes(label), "\" ", operation.details);
-  if (const Credentials* const credentials = authContext.credentials()) {
+               insideDoubleQuotes(label_), "\" ", operation.details);
+  if (const Credentials* const credentials = authContext_.credentials()) {
     line += text(" --user \"", insideDoubleQuotes(credentials->userName), "\" --stdinpass");
   }
   return line;
 }
 
-CommandResult runSoftwareUpdate(const std::string& commandLine,
-                                const SoftwareUpdateAuthContext& authContext,
-                                std::int64_t macOSMajorVersion, CommandExecutor& executor) {
-  const Credentials* const credentials = authContext.credentials();
+CommandResult SoftwareUpdateCommand::runLine(const std::string& line) {
+  const Credentials* const credentials = authContext_.credentials();
   if (credentials == nullptr) {
-    return executor.run(commandLine, kShell, std::nullopt);
+    return executor_.run(line, kShell, std::nullopt);
   }
-  if (macOSMajorVersion > kLastVersionWithPasswordArgument) {
+  if (macOSMajorVersion_ > kLastVersionWithPasswordArgument) {
     std::optional<std::string> password = credentials->password;
     const platform::WipeAtEnd wipePassword(*password);
-    return executor.run(commandLine, kShell, password);
+    return executor_.run(line, kShell, password);
   }
   std::string password = insideDoubleQuotes(credentials->password);
   const platform::WipeAtEnd wipePassword(password);
-  std::string line;
-  const platform::WipeAtEnd wipeLine(line);
-  line.reserve(commandLine.size() + password.size() + 3);  // never moved: leaves no copy behind
-  line.append(commandLine).append(" \"").append(password).append("\"");
-  return executor.run(line, kShell, std::nullopt);
+  std::string whole;
+  const platform::WipeAtEnd wipeWhole(whole);
+  whole.reserve(line.size() + password.size() + 3);  // never moved: leaves no copy behind
+  whole.append(line).append(" \"").append(password).append("\"");
+  return executor_.run(whole, kShell, std::nullopt);
+}
+
+PatchActionResult SoftwareUpdateCommand::evaluate(const CommandResult& result,
+                                                  const SoftwareUpdateOperation& operation,
+                                                  PatchActionResult failed,
+                                                  std::source_location where) {
+  const std::optional<PatchActionResult> known = outputValidator_.validate(result.output);
+  if (known && *known != PatchActionResult::failure()) {
+    if (operation.logsKnownResult) {
+      logInfo(
+          operation.evaluationTag,
+          [&] { return text("Default checking result: ", describe(*known), "."); }, where);
+    }
+    return *known;
+  }
+  if (!known && result.exitCode == 0) {
+    logInfo(
+        operation.evaluationTag,
+        [&] { return text("macOS ", label_, " ", operation.noun, " completed successfully."); },
+        where);
+    return PatchActionResult::success();
+  }
+  logError(
+      operation.evaluationTag,
+      [&] { return text("macOS ", label_, " ", operation.noun, " failed, Marked as failure."); },
+      where);
+  return failed;
 }
 
 }  // namespace vexlo

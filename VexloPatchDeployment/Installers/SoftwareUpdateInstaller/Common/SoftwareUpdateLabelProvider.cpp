@@ -12,7 +12,7 @@
 namespace vexlo {
 namespace {
 
-constexpr LogTag kTag{"label(for:)"};
+constexpr LogTag kSoftwareUpdateLabelProviderTag{"label(for:)"};
 constexpr std::string_view kLabelMark = "Label:";
 constexpr std::string_view kLabelPrefix = "Label: ";
 
@@ -61,21 +61,21 @@ DefaultSoftwareUpdateLabel::DefaultSoftwareUpdateLabel(
 std::optional<std::string> DefaultSoftwareUpdateLabel::label(std::string_view build) {
   const SoftwareUpdateList list = softwareUpdateLister_->fetchSoftwareUpdates();
   if (list.exitCode != 0) {
-    logError(kTag, [&] {
+    logError(kSoftwareUpdateLabelProviderTag, [&] {
       return text("Unable to get software update label exitCode: ", list.exitCode,
                   ", output: ", list.output, ".");
     });
     return std::nullopt;
   }
   const std::vector<std::string_view> lines = linesOf(list.output);
-  logInfo(kTag, [&] {
+  logInfo(kSoftwareUpdateLabelProviderTag, [&] {
     return text("Software update list: ", listText(lines), ", count: ", lines.size(), ".");
   });
   const TextSearch buildSearch(build);
   const auto line = std::ranges::find_if(
       lines, [&](std::string_view candidate) { return buildSearch.first(candidate).has_value(); });
   if (line == lines.end()) {
-    logInfo(kTag, [&] {
+    logInfo(kSoftwareUpdateLabelProviderTag, [&] {
       return text("Unable to get software update label from the given output for build version ",
                   build, ".");
     });
@@ -83,11 +83,12 @@ std::optional<std::string> DefaultSoftwareUpdateLabel::label(std::string_view bu
   }
   const std::optional<std::string_view> labelled = labelledBuild(*line, build);
   if (!labelled) {
-    logError(kTag, [] { return "No match found with given software update output."; });
+    logError(kSoftwareUpdateLabelProviderTag,
+             [] { return "No match found with given software update output."; });
     return std::nullopt;
   }
   std::string label = withoutLabelPrefixes(*labelled);
-  logInfo(kTag, [&] { return text("Label found - \"", label, "\"."); });
+  logInfo(kSoftwareUpdateLabelProviderTag, [&] { return text("Label found - \"", label, "\"."); });
   return label;
 }
 

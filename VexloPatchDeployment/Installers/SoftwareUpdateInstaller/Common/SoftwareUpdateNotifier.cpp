@@ -8,13 +8,13 @@
 namespace vexlo {
 namespace {
 
-constexpr LogTag kTag{"notifyUpdatesInProgress()"};
+constexpr LogTag kSoftwareUpdateNotifierTag{"notifyUpdatesInProgress()"};
 constexpr std::int32_t kUpdatesInProgress = 19;
 
 }  // namespace
 
 void DefaultSoftwareUpdateNotifier::notifyUpdatesInProgress() {
-  logInfo(kTag, [] { return "Showing update is in progress notification."; });
+  logInfo(kSoftwareUpdateNotifierTag, [] { return "Showing update is in progress notification."; });
   vxutils::putNotification(kUpdatesInProgress, nullptr);
 }
 

@@ -10,7 +10,7 @@ namespace {
 
 using enum PlainReason;
 
-constexpr LogTag kTag{"validate(_:)"};
+constexpr LogTag kSoftwareUpdateOutputAnalyserTag{"validate(_:)"};
 
 /// A kind of failure: what is logged and what it results in.
 struct Failure {
@@ -60,7 +60,7 @@ std::optional<PatchActionResult> DefaultSoftwareUpdateOutputAnalyser::validate(
     std::string_view output) {
   for (const KnownError& error : kKnownErrors) {
     if (TextSearch(error.text, Letters::ignoringCase).first(output)) {
-      logError(kTag, [&] { return error.failure.message; });
+      logError(kSoftwareUpdateOutputAnalyserTag, [&] { return error.failure.message; });
       return resultOf(error.failure);
     }
   }

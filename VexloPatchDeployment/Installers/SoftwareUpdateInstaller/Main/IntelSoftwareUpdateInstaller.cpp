@@ -9,7 +9,7 @@
 namespace vexlo {
 namespace {
 
-constexpr LogTag kTag{"installMacOS()"};
+constexpr LogTag kIntelSoftwareUpdateInstallerTag{"installMacOS()"};
 constexpr LogTag kIntelRetryTag{"downloadAndInstallMacOS()"};
 
 }  // namespace
@@ -26,7 +26,7 @@ IntelSoftwareUpdateInstaller::IntelSoftwareUpdateInstaller(
 
 PatchActionResult IntelSoftwareUpdateInstaller::installMacOS() {
   const std::string language = preferredLanguageText();
-  logInfo(kTag, [&] {
+  logInfo(kIntelSoftwareUpdateInstallerTag, [&] {
     return text("Starting installation of Intel Software Update for ", version_,
                 ", label: ", macOSLabel_, ". Machine locale language: ", language, ".");
   });

@@ -10,7 +10,7 @@
 namespace vexlo {
 namespace {
 
-constexpr LogTag kTag{"installMacOS()"};
+constexpr LogTag kSiliconSoftwareUpdateInstallerTag{"installMacOS()"};
 constexpr LogTag kSiliconRetryTag{"downloadAndInstallMacOS(using:)"};
 
 }  // namespace
@@ -27,7 +27,7 @@ SiliconSoftwareUpdateInstaller::SiliconSoftwareUpdateInstaller(
 
 PatchActionResult SiliconSoftwareUpdateInstaller::installMacOS() {
   const std::string language = preferredLanguageText();
-  logInfo(kTag, [&] {
+  logInfo(kSiliconSoftwareUpdateInstallerTag, [&] {
     return text("Starting installation of Silicon Software Update for ", version_,
                 ", Label: ", macOSLabel_, ". Machine locale language: ", language, ".");
   });

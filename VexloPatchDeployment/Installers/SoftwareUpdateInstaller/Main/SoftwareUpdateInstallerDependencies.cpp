@@ -8,7 +8,7 @@
 namespace vexlo {
 namespace {
 
-constexpr LogTag kTag{"init(silicon:)"};
+constexpr LogTag kSoftwareUpdateInstallerDependenciesTag{"init(silicon:)"};
 
 }  // namespace
 
@@ -22,7 +22,7 @@ std::shared_ptr<SoftwareUpdateInstallerDependencies>
 DefaultSoftwareUpdateInstallerDependencies::silicon() {
   std::optional<AgentServiceCredentials> credentials = agentServiceCredentials();
   if (!credentials) {
-    logError(kTag, [] {
+    logError(kSoftwareUpdateInstallerDependenciesTag, [] {
       return "Failed to establish connection with AgentService. Unable to get user credentials.";
     });
     return nullptr;

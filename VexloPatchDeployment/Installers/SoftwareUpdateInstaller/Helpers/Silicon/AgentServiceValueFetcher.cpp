@@ -10,7 +10,7 @@
 namespace vexlo {
 namespace {
 
-constexpr LogTag kTag{"value(for:)"};
+constexpr LogTag kAgentServiceValueFetcherTag{"value(for:)"};
 
 /// What the waiting caller and the service's answer share; lives as long as either needs it.
 struct Cell {
@@ -47,17 +47,17 @@ std::optional<std::string> DefaultAgentServiceValueFetcher::value(const std::str
   service_->fetchStatusMessageForKey(
       key,
       [cell, key](const std::optional<std::string>& received) {
-        logInfo(kTag, [&] { return text("Received value for ", key, " form AgentService."); });
+        logInfo(kAgentServiceValueFetcherTag, [&] { return text("Received value for ", key, " form AgentService."); });
         cell->settle([&] { cell->value = received; });
       },
       [cell](std::string_view reason) { cell->settle([&] { cell->failure = reason; }); });
   if (!cell->answered.try_acquire_until(deadline)) {
-    logError(kTag,
+    logError(kAgentServiceValueFetcherTag,
              [&] { return text("Unable to get value for ", key, " form AgentService, Timeout."); });
     return std::nullopt;
   }
   if (!cell->failure.empty()) {
-    logError(kTag, [&] {
+    logError(kAgentServiceValueFetcherTag, [&] {
       return text("Unable to get value for ", key, " form AgentService, ", cell->failure, ".");
     });
     return std::nullopt;

@@ -8,7 +8,7 @@
 namespace vexlo {
 namespace {
 
-constexpr LogTag kTag{"credentials()"};
+constexpr LogTag kCredentialsFetcherTag{"credentials()"};
 constexpr const char* kUserNameKey = "PatchOSUpdateUserName";
 constexpr const char* kPasswordKey = "PatchOSUpdatePassword";
 
@@ -49,7 +49,7 @@ std::optional<Credentials> UserCredentials::credentials() {
       return Credentials(*userName, *password);
     }
   }
-  logError(kTag, [] {
+  logError(kCredentialsFetcherTag, [] {
     return "Unable to get username and password from agent service connection. Need to retry "
            "later.";
   });

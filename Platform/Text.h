@@ -1,0 +1,43 @@
+// The few operations on text that every layer needs, in one place.
+#pragma once
+#include <charconv>
+#include <concepts>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <system_error>
+
+namespace platform {
+
+/// The integer that the whole text is, digits with a minus sign for signed types; absent for
+/// anything else (an empty text, a plus sign, blanks) and for a number out of range.
+template <std::integral Number>
+[[nodiscard]] std::optional<Number> wholeNumber(std::string_view text, int base = 10) noexcept {
+  Number number{};
+  const char* const end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, number, base);
+  return error == std::errc{} && stop == end ? std::optional(number) : std::nullopt;
+}
+
+/// The text without the blanks at both ends.
+[[nodiscard]] constexpr std::string_view trimmed(std::string_view text,
+                                                 std::string_view blanks = " \t\n\v\f\r") noexcept {
+  const std::size_t first = text.find_first_not_of(blanks);
+  return first == std::string_view::npos
+             ? std::string_view{}
+             : text.substr(first, text.find_last_not_of(blanks) - first + 1);
+}
+
+/// The texts with `separator` between them.
+template <typename Texts>
+[[nodiscard]] std::string joined(const Texts& texts, std::string_view separator) {
+  std::string out;
+  for (std::string_view between; const auto& text : texts) {
+    out += between;
+    out += text;
+    between = separator;
+  }
+  return out;
+}
+
+}  // namespace platform
