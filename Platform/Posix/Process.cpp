@@ -14,6 +14,7 @@
 #include <atomic>
 #include <cerrno>
 #include <climits>
+#include <filesystem>
 #include <mutex>
 #include <utility>
 
@@ -50,8 +51,10 @@ void dontBlock(const Descriptor& descriptor) {
 
 constexpr const char* kShell = "/bin/sh";
 /// Runs its arguments as a command and writes the status, as a shell tells it, to descriptor 3. A
-/// SIGTERM at the deadline is for the command.
-constexpr const char* kReportStatus = "trap : TERM\n\"$0\" \"$@\" 3>&-\nprintf %s $? >&3";
+/// SIGTERM at the deadline is for the command, and the shell's own messages are no output of it.
+constexpr const char* kReportStatus =
+    "trap : TERM\nexec 4>&2 2>/dev/null\n"
+    "(exec \"$0\" \"$@\" 2>&4 3>&- 4>&-)\nprintf %s $? >&3";
 constexpr int kStatusDescriptor = STDERR_FILENO + 1;
 
 /// Set once a status was lost: some other code of the process waits for every child.
@@ -122,7 +125,11 @@ class SpawnSettings {
       return error_;
     }
     std::vector<char*> arguments = pointersTo(request.arguments);
-    arguments.insert(arguments.begin(), const_cast<char*>(request.executable.c_str()));
+    std::string program = request.executable;
+    if (throughShell && !program.contains('/')) {
+      program.insert(0, "./");  // the shell would look it up in PATH
+    }
+    arguments.insert(arguments.begin(), program.data());
     if (throughShell) {
       arguments.insert(arguments.begin(), {const_cast<char*>(kShell), const_cast<char*>("-c"),
                                            const_cast<char*>(kReportStatus)});
@@ -412,6 +419,18 @@ ProcessResult notStarted(int error, const ProcessRequest& request) {
           .unusablePath = directoryFailed ? *request.directory : request.executable};
 }
 
+/// Why the program can't be started, 0 when nothing is known against it: a shell that runs it
+/// would only give a status.
+int reasonNotToStart(const ProcessRequest& request) {
+  const std::filesystem::path program =
+      std::filesystem::path(request.directory.value_or("")) / request.executable;
+  if (::access(program.c_str(), X_OK) != 0) {
+    return errno;
+  }
+  std::error_code ignored;
+  return std::filesystem::is_directory(program, ignored) ? EACCES : 0;
+}
+
 /// A text with a NUL in it would reach the child cut short.
 bool canBePassed(const ProcessRequest& request) {
   const auto whole = [](const std::string& text) { return !text.contains('\0'); };
@@ -427,8 +446,8 @@ ProcessResult runProcess(const ProcessRequest& request) {
     return notStarted(EINVAL, request);
   }
   const bool throughShell = statusesGetLost();
-  if (throughShell && ::access(request.executable.c_str(), X_OK) != 0) {
-    return notStarted(errno, request);  // the shell would say so in the output
+  if (const int reason = throughShell ? reasonNotToStart(request) : 0; reason != 0) {
+    return notStarted(reason, request);
   }
   auto output = makePipe();
   if (!output) {
