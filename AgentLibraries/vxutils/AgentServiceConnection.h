@@ -16,7 +16,7 @@ class AgentServiceProtocol {
   /// throw.
   using Reply = std::function<void(const std::optional<std::string>& value)>;
   /// Takes the reason why there will be no answer, such as "the service closed the connection";
-  /// it is valid during the call. Must not throw.
+  /// it is a constant that stays valid. Must not throw.
   using Failure = std::function<void(std::string_view reason)>;
 
   virtual ~AgentServiceProtocol() = default;

@@ -7,12 +7,12 @@
 namespace platform {
 
 Descriptor makeSocket(bool blocking) {
-  return Descriptor(
+  return aboveStandard(
       ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | (blocking ? 0 : SOCK_NONBLOCK), 0));
 }
 
 Descriptor acceptBlocking(const Descriptor& listener) {
-  return Descriptor(::accept4(listener.get(), nullptr, nullptr, SOCK_CLOEXEC));
+  return aboveStandard(::accept4(listener.get(), nullptr, nullptr, SOCK_CLOEXEC));
 }
 
 ssize_t sendWithoutSignal(const Descriptor& socket, std::string_view bytes, int flags) noexcept {

@@ -8,11 +8,12 @@
 
 namespace platform {
 
-/// A local stream socket, close-on-exec; empty, with errno set, when there can be none.
+/// A local stream socket, close-on-exec, above the standard descriptors; empty, with errno set,
+/// when there can be none.
 [[nodiscard]] Descriptor makeSocket(bool blocking);
 
-/// accept(): the connection blocks, whatever the listener does, and is close-on-exec. Empty, with
-/// errno set, on an error.
+/// accept(): the connection blocks, whatever the listener does, is close-on-exec and lies above the
+/// standard descriptors. Empty, with errno set, on an error.
 [[nodiscard]] Descriptor acceptBlocking(const Descriptor& listener);
 
 /// send() that raises no SIGPIPE when the peer has gone.

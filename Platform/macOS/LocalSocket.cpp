@@ -11,7 +11,7 @@ namespace {
 
 /// Empty, with errno set, when one of the settings can't be made.
 Descriptor prepared(int opened, bool blocking) {
-  Descriptor made(opened);
+  Descriptor made = aboveStandard(opened);
   constexpr int kYes = 1;
   if (made && ::fcntl(made.get(), F_SETFD, FD_CLOEXEC) == 0 &&
       ::fcntl(made.get(), F_SETFL, blocking ? 0 : O_NONBLOCK) == 0 &&

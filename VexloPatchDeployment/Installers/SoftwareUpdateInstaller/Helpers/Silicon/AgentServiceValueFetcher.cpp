@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <semaphore>
+#include <string_view>
 #include <utility>
 
 #include "Platform/Memory.h"
@@ -15,7 +16,7 @@ constexpr LogTag kAgentServiceValueFetcherTag{"value(for:)"};
 /// What the waiting caller and the service's answer share; lives as long as either needs it.
 struct Cell {
   std::optional<std::string> value;
-  std::string failure;  ///< Why there is no answer; empty when there is one.
+  std::string_view failure;  ///< A constant: why there is no answer; empty when there is one.
   std::atomic_flag isAnswered;
   std::counting_semaphore<> answered{0};  // orders the writes above before their reading
 

@@ -10,7 +10,8 @@
 namespace vexlo {
 
 /// An account's name and password. Every copy wipes its password when it goes; while there is one,
-/// the process leaves no core file, and where it may the password stays out of the swap space. It has no text form: both came from the agent's service.
+/// the process leaves no core file, and where it may the password stays out of the swap space. It
+/// has no text form: both came from the agent's service.
 struct Credentials {
   std::string userName;
   std::string password;
