@@ -225,7 +225,7 @@ std::string valueProblem(std::string_view section, const Setting& setting) {
       keys, [&](const Key& candidate) { return fits(setting.key, candidate.name); });
   std::string meanings;
   for (const auto& piece : std::views::split(key.value, '|')) {
-    const std::string_view alternative = trimmed(std::string_view(piece));
+    const std::string_view alternative = platform::trimmed(std::string_view(piece));
     if (matchesAlternative(setting.value, alternative)) {
       return {};
     }

@@ -1,11 +1,11 @@
 #include "SimulatedMac/ScenarioValues.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <cstddef>
-#include <optional>
+#include <system_error>
 
-#include "Platform/RealNumbers.h"
 #include "Platform/Text.h"
 
 namespace simulated_mac {
@@ -27,13 +27,13 @@ std::vector<std::string> words(std::string_view value) {
 bool isYes(std::string_view value) { return value == "yes" || value == "true"; }
 
 std::optional<int> milliseconds(std::string_view value) {
-  const std::size_t digits = std::min(value.find_first_not_of("0123456789."), value.size());
-  const std::optional<double> number = platform::parseReal(value.substr(0, digits));
-  const std::string_view unit = trimmed(value.substr(digits));
-  if (!number || *number > 1e6 || (unit != "s" && unit != "ms")) {
+  double number = 0;
+  const auto [end, error] = std::from_chars(value.data(), value.data() + value.size(), number);
+  const std::string_view unit = trimmed({end, value.data() + value.size()});
+  if (error != std::errc{} || !(number >= 0) || number > 1e6 || (unit != "s" && unit != "ms")) {
     return std::nullopt;
   }
-  return static_cast<int>(std::lround(unit == "s" ? *number * 1000 : *number));
+  return static_cast<int>(std::lround(unit == "s" ? number * 1000 : number));
 }
 
 }  // namespace simulated_mac
