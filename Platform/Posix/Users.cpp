@@ -23,7 +23,7 @@ std::string fieldText(const char (&field)[kSize]) {  // NOLINT(modernize-avoid-c
 }
 
 /// Whether the process of a session lives; its record may outlast it, after a crash say.
-bool isAlive(pid_t pid) { return ::kill(pid, 0) == 0 || errno == EPERM; }
+bool isAlive(pid_t pid) { return pid > 0 && (::kill(pid, 0) == 0 || errno == EPERM); }
 
 /// Calls one of the account functions with a buffer that is large enough for its answer.
 template <typename Ask, typename Take>

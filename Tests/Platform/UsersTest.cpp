@@ -1,5 +1,7 @@
 #include <gmock/gmock.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 #include <utmpx.h>
 
 #include <fstream>
@@ -16,9 +18,11 @@ TEST(UsersTest, AConsolesUserIsTheOneOfALocalSession) {
   const TemporaryDirectory folder;
   const std::string path = folder.file("utmp");  // takes the place of the system's records
   ::utmpxname(path.c_str());
-  const auto add = [&](const std::string& user, const std::string& line, const std::string& host) {
+  const auto add = [&](const std::string& user, const std::string& line, const std::string& host,
+                       pid_t process = ::getpid()) {
     utmpx entry{};
     entry.ut_type = USER_PROCESS;
+    entry.ut_pid = process;
     user.copy(entry.ut_user, sizeof entry.ut_user);
     line.copy(entry.ut_line, sizeof entry.ut_line);
     host.copy(entry.ut_host, sizeof entry.ut_host);
@@ -28,6 +32,13 @@ TEST(UsersTest, AConsolesUserIsTheOneOfALocalSession) {
   const std::string longName(sizeof utmpx{}.ut_user, 'x');  // fills its field, without a NUL
   add("eve", "tty9", "far.example");
   add(longName, "pts/3", "");
+  const pid_t ended = ::fork();
+  if (ended == 0) {
+    ::_exit(0);
+  }
+  ::waitpid(ended, nullptr, 0);
+  add("mallory", ":1", "", ended);
+  add("nobody's", ":2", "", 0);
   EXPECT_THAT(loggedOnUserNames(), ::testing::ElementsAre("eve", longName));
   struct stat console{};
   if (::stat("/dev/console", &console) != 0 || console.st_uid == 0) {  // nobody is at the real one

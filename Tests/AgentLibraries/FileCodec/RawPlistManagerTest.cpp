@@ -15,6 +15,7 @@
 
 #include "AgentLibraries/FileCodec/PropertyListFile.h"
 #include "AgentLibraries/FileCodec/RawPlistManager.h"
+#include "AgentLibraries/vxutils/FileUtils.h"
 #include "Platform/PropertyList.h"
 #include "Tests/Fakes/LogCapture.h"
 #include "Tests/Fakes/TemporaryDirectory.h"
@@ -107,6 +108,14 @@ TEST_F(RawPlistManagerTest, WhatIsNoFileIsMovedAsideAndWhatXMLCanNotHoldIsSaved)
   manager.updateValue("\xC3(", "key");
   EXPECT_THAT([&] { manager.save(); },
               ::testing::ThrowsMessage<std::runtime_error>(::testing::StartsWith(path + ": ")));
+}
+
+TEST_F(RawPlistManagerTest, ADirectoryInThePlaceOfAFileIsMovedAsideWhenTheFileIsRemoved) {
+  std::filesystem::create_directory(path);
+  directory.write("data.plist/inside", "kept");
+  EXPECT_EQ(vxutils::FileUtils().removeFile(path), 0);
+  EXPECT_FALSE(std::filesystem::exists(path));
+  EXPECT_TRUE(std::filesystem::exists(path + ".damaged/inside"));
 }
 
 TEST_F(RawPlistManagerTest, SavesOfSeveralProcessesLoseNoKeyAndLeaveNothingBehind) {

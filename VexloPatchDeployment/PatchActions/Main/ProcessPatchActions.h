@@ -58,7 +58,7 @@ class VEXLO_EXPORT ProcessPatchActions {
   virtual std::optional<std::vector<std::string>> arguments(const ActionID& action);
 
  private:
-  class Implementation;
+  class VEXLO_HIDDEN Implementation;
   std::unique_ptr<Implementation> implementation_;
 };
 
