@@ -81,6 +81,15 @@ Descriptor openDirectory(const std::string& path) {
       uninterrupted([&] { return open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
 }
 
+constexpr std::string_view kHexadecimal = "0123456789abcdef";
+constexpr std::size_t kRandomBytes = 12;
+
+/// Whether a temporary file's name ends so, and not that of a neighbour's.
+bool isRandomPart(std::string_view text) {
+  return text.size() == 2 * kRandomBytes &&
+         text.find_first_not_of(kHexadecimal) == std::string_view::npos;
+}
+
 /// A new file beside the target; it vanishes again unless it takes the target's place.
 class TemporaryFile {
  public:
@@ -98,14 +107,14 @@ class TemporaryFile {
   bool create() {
     constexpr int kTries = 16;
     for (int attempt = 0; attempt < kTries; ++attempt) {
-      std::array<unsigned char, 12> random{};
+      std::array<unsigned char, kRandomBytes> random{};
       if (getentropy(random.data(), random.size()) != 0) {
         return false;
       }
       name_ = prefix_;
       for (const unsigned char byte : random) {
-        name_ += "0123456789abcdef"[byte >> 4];
-        name_ += "0123456789abcdef"[byte & 15];
+        name_ += kHexadecimal[byte >> 4];
+        name_ += kHexadecimal[byte & 15];
       }
       file_ = aboveStandard(uninterrupted([&] {
         return openat(directory_, name_.c_str(),
@@ -296,7 +305,8 @@ void removeLeftovers(const std::string& path) noexcept try {
   }
   const int number = directory.release();  // the stream's now
   while (const dirent* entry = readdir(entries.get())) {
-    if (std::string_view(entry->d_name).starts_with(prefix)) {
+    const std::string_view name = entry->d_name;
+    if (name.starts_with(prefix) && isRandomPart(name.substr(prefix.size()))) {
       unlinkat(number, entry->d_name, 0);
     }
   }

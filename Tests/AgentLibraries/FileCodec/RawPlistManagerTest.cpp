@@ -119,7 +119,7 @@ TEST_F(RawPlistManagerTest, ADirectoryInThePlaceOfAFileIsMovedAsideWhenTheFileIs
 }
 
 TEST_F(RawPlistManagerTest, SavesOfSeveralProcessesLoseNoKeyAndLeaveNothingBehind) {
-  directory.write(".data.plist.vexlo-0123456789ab", "of a process that was killed");
+  directory.write(".data.plist.vexlo-0123456789abcdef01234567", "of a process that was killed");
   constexpr int kProcesses = 4;
   constexpr int kKeys = 25;
   std::vector<pid_t> children;

@@ -1,6 +1,7 @@
 #include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Helpers/Silicon/AgentServiceValueFetcher.h"
 
 #include <atomic>
+#include <new>
 #include <semaphore>
 #include <string_view>
 #include <utility>
@@ -48,8 +49,15 @@ std::optional<std::string> DefaultAgentServiceValueFetcher::value(const std::str
   service_->fetchStatusMessageForKey(
       key,
       [cell, key](const std::optional<std::string>& received) {
-        logInfo(kAgentServiceValueFetcherTag, [&] { return text("Received value for ", key, " form AgentService."); });
-        cell->settle([&] { cell->value = received; });
+        logInfo(kAgentServiceValueFetcherTag,
+                [&] { return text("Received value for ", key, " form AgentService."); });
+        cell->settle([&] {
+          try {
+            cell->value = received;
+          } catch (const std::bad_alloc&) {
+            cell->failure = "there was no memory for the value";
+          }
+        });
       },
       [cell](std::string_view reason) { cell->settle([&] { cell->failure = reason; }); });
   if (!cell->answered.try_acquire_until(deadline)) {
