@@ -42,11 +42,10 @@ constexpr int kBadFormat = ELIBBAD;
 constexpr int kBadFormat = ENOEXEC;
 #endif
 
-void dontBlock(const Descriptor& descriptor) {
-  if (!descriptor) {
-    return;
-  }
-  ::fcntl(descriptor.get(), F_SETFL, ::fcntl(descriptor.get(), F_GETFL) | O_NONBLOCK);
+/// False, with errno set, when the descriptor can't be made so.
+bool dontBlock(const Descriptor& descriptor) {
+  const int flags = ::fcntl(descriptor.get(), F_GETFL);
+  return flags >= 0 && ::fcntl(descriptor.get(), F_SETFL, flags | O_NONBLOCK) == 0;
 }
 
 constexpr const char* kShell = "/bin/sh";
@@ -275,11 +274,7 @@ class Supervision {
         input_(request.input.value_or(std::string_view{})),
         output_(request.maximumOutputBytes, request.onLine),
         deadline_(deadlineAfter(request.timeout)),
-        grace_(request.grace) {
-    dontBlock(inputPipe_);
-    dontBlock(outputPipe_);
-    dontBlock(statusPipe_);
-  }
+        grace_(request.grace) {}
 
   [[nodiscard]] ProcessResult run() {
     feed();
@@ -464,6 +459,11 @@ ProcessResult runProcess(const ProcessRequest& request) {
       }
       *pipe = *std::move(made);
     }
+  }
+  // This process's ends; the child's are open files of their own.
+  if (!dontBlock(output->readEnd) || (input && !dontBlock(input->writeEnd)) ||
+      (status && !dontBlock(status->readEnd))) {
+    return notStarted(errno, request);
   }
   SpawnSettings settings;
   if (request.directory) {

@@ -134,7 +134,9 @@ extern "C" int fcntl(int fd, int command, ...) {
   void* const argument = va_arg(list, void*);
   va_end(list);
   // Setting flags does not fail in the kernel.
-  return command == F_DUPFD_CLOEXEC && strikes("fcntl") ? -1 : real(fd, command, argument);
+  return (command == F_DUPFD_CLOEXEC || command == F_SETFL) && strikes("fcntl")
+             ? -1
+             : real(fd, command, argument);
 }
 extern "C" long syscall(long number, ...) noexcept {
   static auto* const real = next<long(long, ...)>("syscall");
