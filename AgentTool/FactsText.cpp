@@ -67,6 +67,7 @@ std::string asJSON(const PropertyList::Dictionary& dictionary) {
 template <typename Values>
 std::string arrayAsJSON(const Values& values) {
   std::vector<std::string> elements;
+  elements.reserve(values.size());
   for (const auto& value : values) {
     elements.push_back(asJSON(value));
   }

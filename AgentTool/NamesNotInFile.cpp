@@ -15,7 +15,10 @@ std::vector<std::string> namesNotInFile(const vexlo::PatchIdentifier& patch,
       !(byProduct && byProduct->isExempt(patch.patchID()))) {
     names.push_back("patch " + patch.patchID());
   }
-  const auto products = byProduct ? byProduct->products() : std::vector<vexlo::NamedProduct>();
+  if (!byProduct) {
+    return names;
+  }
+  const auto products = byProduct->products();
   if (products.empty() || byProduct->actions(patch.productID(), patch.servicePackID())) {
     return names;
   }

@@ -18,7 +18,7 @@ class NoCoreFile {
  public:
   NoCoreFile() noexcept;
   NoCoreFile(const NoCoreFile& /*other*/) noexcept : NoCoreFile() {}
-  NoCoreFile& operator=(const NoCoreFile& /*other*/) noexcept { return *this; }
+  NoCoreFile& operator=(const NoCoreFile&) noexcept = default;
   ~NoCoreFile();
   friend bool operator==(const NoCoreFile&, const NoCoreFile&) = default;
 };

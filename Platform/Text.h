@@ -14,8 +14,9 @@ namespace platform {
 template <std::integral Number>
 [[nodiscard]] std::optional<Number> wholeNumber(std::string_view text, int base = 10) noexcept {
   Number number{};
-  const char* const end = text.data() + text.size();
-  const auto [stop, error] = std::from_chars(text.data(), end, number, base);
+  const char* const begin = text.data();  // NOLINT(bugprone-suspicious-stringview-data-usage)
+  const char* const end = begin + text.size();
+  const auto [stop, error] = std::from_chars(begin, end, number, base);
   return error == std::errc{} && stop == end ? std::optional(number) : std::nullopt;
 }
 

@@ -69,19 +69,17 @@ class Channel final {
   }
 
   void fetch(const std::string& key, Waiting waiting) {
-    std::int64_t id = 0;
-    std::string line;
-    {
-      const std::scoped_lock lock(mutex_);
-      if (!ended_) {
-        id = nextID_++;
-        line = requestLine(id, key);
-        waiting_.emplace(id, std::move(waiting));
-      }
-    }
-    if (id == 0) {
+    std::unique_lock lock(mutex_);
+    if (ended_) {
+      lock.unlock();
       waiting.failure(kClosedByService);
-    } else if (!send(line)) {
+      return;
+    }
+    const std::int64_t id = nextID_++;
+    const std::string line = requestLine(id, key);
+    waiting_.emplace(id, std::move(waiting));
+    lock.unlock();
+    if (!send(line)) {
       if (const std::optional<Waiting> unsent = take(id)) {
         unsent->failure(kNotTaken);
       }
@@ -143,7 +141,7 @@ class Channel final {
       }
     }
     return received.isFull() ? kTooLong : kClosedByService;
-  } catch (const std::bad_alloc&) {
+  } catch (...) {  // no memory: nothing else is thrown here
     platform::hangUp(socket_);
     return kNoMemory;
   }

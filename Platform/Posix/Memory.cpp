@@ -48,9 +48,8 @@ void wipe(std::string& secret) noexcept {
 void keepFromSwap(const std::string& secret) noexcept {
   // Some systems want the address of a page.
   const auto page = static_cast<std::uintptr_t>(::sysconf(_SC_PAGESIZE));
-  const auto address = reinterpret_cast<std::uintptr_t>(secret.data());
-  const std::uintptr_t start = address - address % page;
-  (void)::mlock(reinterpret_cast<const void*>(start), address + secret.capacity() - start);
+  const std::size_t before = reinterpret_cast<std::uintptr_t>(secret.data()) % page;
+  (void)::mlock(secret.data() - before, before + secret.capacity());
 }
 
 NoCoreFile::NoCoreFile() noexcept {

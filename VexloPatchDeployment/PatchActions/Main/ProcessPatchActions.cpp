@@ -94,6 +94,14 @@ class ProcessPatchActions::Implementation {
         patchActionGroup_(std::move(patchActionGroup)),
         dependencies_(std::move(dependencies)) {}
 
+  /// Over the file of the process's cache, with production collaborators; throws when that can't be
+  /// used.
+  static std::unique_ptr<Implementation> overFile(PatchIdentifier patchIdentifier) {
+    auto patchActionGroup = decodedFileFor(patchIdentifier);
+    return std::make_unique<Implementation>(std::move(patchIdentifier), std::move(patchActionGroup),
+                                            std::make_unique<DefaultPatchProcessingDependencies>());
+  }
+
   /// Worked out by the first call.
   [[nodiscard]] const ApplicableActions& applicableActions() {
     if (!applicableActions_) {
@@ -129,7 +137,7 @@ class ProcessPatchActions::Implementation {
 };
 
 ProcessPatchActions::ProcessPatchActions(PatchIdentifier patchIdentifier)
-    : ProcessPatchActions(patchIdentifier, decodedFileFor(patchIdentifier)) {}
+    : implementation_(Implementation::overFile(std::move(patchIdentifier))) {}
 
 ProcessPatchActions::ProcessPatchActions(PatchIdentifier patchIdentifier,
                                          std::shared_ptr<const PatchActionGroup> patchActionGroup)

@@ -5,7 +5,7 @@
 namespace vexlo {
 namespace {
 
-constexpr SoftwareUpdateOperation kDownload{
+constexpr SoftwareUpdateOperation kDownloadOperation{
     .runTag = LogTag{"download(asUser:userSessionProvider:)"},
     .evaluationTag = LogTag{"evaluate(using:_:)"},
     .option = "--download",
@@ -20,7 +20,7 @@ constexpr SoftwareUpdateOperation kDownload{
 
 PatchActionResult DefaultMacOSDownloader::download(bool asUser,
                                                    UserSessionProvider& userSessionProvider) {
-  return command_.run(kDownload,
+  return command_.run(kDownloadOperation,
                       PatchActionResult::applyLater(PlainReason::macOSSoftwareUpdateDownloadFailed),
                       asUser, userSessionProvider);
 }

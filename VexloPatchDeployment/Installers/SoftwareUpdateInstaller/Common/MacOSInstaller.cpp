@@ -5,7 +5,7 @@
 namespace vexlo {
 namespace {
 
-constexpr SoftwareUpdateOperation kInstallation{
+constexpr SoftwareUpdateOperation kInstallOperation{
     .runTag = LogTag{"install(asUser:userSessionProvider:)"},
     .evaluationTag = LogTag{"evaluate(using:_:)"},
     .option = "--install",
@@ -21,8 +21,9 @@ constexpr SoftwareUpdateOperation kInstallation{
 PatchActionResult DefaultMacOSInstaller::install(bool asUser,
                                                  UserSessionProvider& userSessionProvider) {
   return command_.run(
-      kInstallation, PatchActionResult::failure(PlainReason::macOSSoftwareUpdateInstallationFailed),
-      asUser, userSessionProvider);
+      kInstallOperation,
+      PatchActionResult::failure(PlainReason::macOSSoftwareUpdateInstallationFailed), asUser,
+      userSessionProvider);
 }
 
 }  // namespace vexlo
