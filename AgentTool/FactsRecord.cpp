@@ -1,0 +1,486 @@
+#include "AgentTool/FactsRecord.h"
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <chrono>
+#include <cstdint>
+#include <utility>
+
+#include "AgentLibraries/FileCodec/JSONReader.h"
+#include "AgentLibraries/LogCore/Text.h"
+
+namespace agent_tool {
+namespace {
+
+using FileCodec::DecodingError;
+using LogCore::text;
+using Type = JSONValue::Type;
+
+constexpr std::int64_t kVersion = 1;
+
+/// Where a value stands, from the inside out; the texts are made for an error only.
+struct Place {
+  const Place* around = nullptr;
+  std::string_view member;
+  std::size_t index = 0;  // without a member
+
+  [[nodiscard]] std::string path() const {
+    const std::string own = member.empty() ? text('[', index, ']') : FileCodec::nameInPlace(member);
+    return around == nullptr ? own : around->path() + " › " + own;
+  }
+};
+
+std::string describeFound(const JSONValue& value) {
+  switch (value.type()) {
+    case Type::null:
+      return "null";
+    case Type::boolean:
+      return value.boolean().value_or(false) ? "true" : "false";
+    case Type::integer:
+      return text("the integer ", value.integer().value_or(0));
+    case Type::unsignedInteger:
+      return "an integer beyond the signed 64-bit range";
+    case Type::real:
+      return "a real number";
+    case Type::string:
+      return text('"', FileCodec::nameInPlace(value.string().value_or("")), '"');
+    case Type::array:
+      return "an array";
+    case Type::object:
+      return "an object";
+  }
+  std::unreachable();
+}
+
+[[noreturn]] void reject(const JSONValue& value, const Place& place, std::string expected) {
+  throw DecodingError({}, place.path(), std::move(expected), describeFound(value));
+}
+
+bool takeBoolean(const JSONValue& value, const Place& place) {
+  const auto flag = value.boolean();
+  return flag ? *flag : (reject(value, place, "true or false"), false);
+}
+
+std::int64_t takeInteger(const JSONValue& value, const Place& place) {
+  const auto number = value.integer();
+  return number ? *number : (reject(value, place, "an integer of the signed 64-bit range"), 0);
+}
+
+std::string_view takeString(const JSONValue& value, const Place& place) {
+  const auto string = value.string();
+  return string ? *string : (reject(value, place, "a string"), std::string_view());
+}
+
+std::optional<std::string_view> takeOptionalString(const JSONValue& value, const Place& place) {
+  if (!value.isNull() && value.type() != Type::string) {
+    reject(value, place, "a string or null");
+  }
+  return value.string();
+}
+
+/// Whether there is a value; one of another type is an error.
+bool isPresent(const JSONValue& value, Type type, const Place& place, const char* expected) {
+  if (!value.isNull() && value.type() != type) {
+    reject(value, place, expected);
+  }
+  return !value.isNull();
+}
+
+/// Calls `visit(name, value, place)` for each member of an object or null.
+template <typename Visit>
+void takeMembers(const JSONValue& value, const Place& place, const Visit& visit) {
+  if (isPresent(value, Type::object, place, "an object or null")) {
+    value.forEachMember([&](std::string_view name, const JSONValue& member) {
+      visit(name, member, Place{.around = &place, .member = name});
+    });
+  }
+}
+
+/// Calls `visit(value, place)` for each element of an array or null.
+template <typename Visit>
+void takeElements(const JSONValue& value, const Place& place, const Visit& visit) {
+  if (isPresent(value, Type::array, place, "an array or null")) {
+    std::size_t index = 0;
+    value.forEachElement([&](const JSONValue& element) {
+      visit(element, Place{.around = &place, .member = {}, .index = index++});
+    });
+  }
+}
+
+/// Reads "2026-11-24T10:11:12Z".
+std::optional<platform::Moment> momentOf(std::string_view text) {
+  constexpr std::string_view kForm = "dddd-dd-ddTdd:dd:ddZ";
+  if (text.size() != kForm.size()) {
+    return std::nullopt;
+  }
+  for (std::size_t at = 0; at < kForm.size(); ++at) {
+    const bool fits = kForm[at] == 'd' ? text[at] >= '0' && text[at] <= '9' : text[at] == kForm[at];
+    if (!fits) {
+      return std::nullopt;
+    }
+  }
+  const auto number = [&](std::size_t at, std::size_t digits) {
+    int value = 0;
+    for (const char digit : text.substr(at, digits)) {
+      value = value * 10 + (digit - '0');
+    }
+    return value;
+  };
+  const std::chrono::year_month_day day(std::chrono::year(number(0, 4)),
+                                        std::chrono::month(static_cast<unsigned>(number(5, 2))),
+                                        std::chrono::day(static_cast<unsigned>(number(8, 2))));
+  const int hour = number(11, 2);
+  const int minute = number(14, 2);
+  const int second = number(17, 2);
+  if (!day.ok() || hour > 23 || minute > 59 || second > 59) {
+    return std::nullopt;
+  }
+  return platform::Moment(std::chrono::sys_days(day)) + std::chrono::hours(hour) +
+         std::chrono::minutes(minute) + std::chrono::seconds(second);
+}
+
+vexlo::PowerSource powerSourceOf(const JSONValue& value, const Place& place) {
+  const JSONValue* const kind = value.find("kind");
+  if (kind == nullptr) {
+    reject(value, place, "an object with the member \"kind\"");
+  }
+  if (kind->string() == "mains") {
+    return vexlo::AcPower{};
+  }
+  if (kind->string() != "battery") {
+    reject(*kind, {.around = &place, .member = "kind"}, "\"mains\" or \"battery\"");
+  }
+  const JSONValue* const percentage = value.find("percentage");
+  if (percentage == nullptr) {
+    reject(value, place, "an object with the member \"percentage\"");
+  }
+  return vexlo::BatteryPower{takeInteger(*percentage, {.around = &place, .member = "percentage"})};
+}
+
+vxutils::EnrollmentType enrollmentOf(const JSONValue& value, const Place& place) {
+  if (value.string() == "not_enrolled") {
+    return vxutils::EnrollmentType::not_enrolled;
+  }
+  if (value.string() == "user_approved") {
+    return vxutils::EnrollmentType::user_approved;
+  }
+  if (value.string() == "dep") {
+    return vxutils::EnrollmentType::dep;
+  }
+  reject(value, place, R"("not_enrolled", "user_approved", "dep" or null)");
+}
+
+RecordedSettings settingsOf(const JSONValue& value, const Place& place) {
+  std::optional<std::string_view> file;
+  const JSONValue* values = nullptr;
+  takeMembers(
+      value, place, [&](std::string_view name, const JSONValue& member, const Place& memberPlace) {
+        if (name == "file") {
+          file = takeOptionalString(member, memberPlace);
+        } else if (name == "values") {
+          values =
+              isPresent(member, Type::object, memberPlace, "an object or null") ? &member : nullptr;
+        }
+      });
+  return {file, values};
+}
+
+void takeAgent(const JSONValue& value, const Place& place, FactsRecord& record) {
+  takeMembers(value, place,
+              [&](std::string_view name, const JSONValue& member, const Place& memberPlace) {
+                if (name == "base") {
+                  record.baseDirectory = takeOptionalString(member, memberPlace);
+                } else if (name == "data") {
+                  record.dataDirectory = takeOptionalString(member, memberPlace);
+                } else if (name == "logs") {
+                  record.logDirectory = takeOptionalString(member, memberPlace);
+                } else if (name == "serviceAnswers") {
+                  record.agentServiceAnswers = takeBoolean(member, memberPlace);
+                }
+              });
+}
+
+RecordedInstance instanceOf(const JSONValue& value, const Place& place) {
+  RecordedInstance instance;
+  takeMembers(value, place,
+              [&](std::string_view name, const JSONValue& member, const Place& memberPlace) {
+                if (name == "name") {
+                  instance.name = takeOptionalString(member, memberPlace);
+                } else if (name == "executable") {
+                  instance.executable = takeOptionalString(member, memberPlace);
+                } else if (name == "pid") {
+                  const std::int64_t pid = takeInteger(member, memberPlace);
+                  if (!std::in_range<std::int32_t>(pid)) {
+                    reject(member, memberPlace, "an integer of the signed 32-bit range");
+                  }
+                  instance.processIdentifier = static_cast<std::int32_t>(pid);
+                }
+              });
+  return instance;
+}
+
+void takeApplications(const JSONValue& value, const Place& place, FactsRecord& record) {
+  record.applications.clear();
+  record.instances.clear();
+  takeMembers(
+      value, place, [&](std::string_view name, const JSONValue& member, const Place& memberPlace) {
+        const std::size_t first = record.instances.size();
+        takeElements(member, memberPlace, [&](const JSONValue& element, const Place& elementPlace) {
+          record.instances.push_back(instanceOf(element, elementPlace));
+        });
+        record.applications.push_back({.bundleIdentifier = name,
+                                       .firstInstance = first,
+                                       .instanceCount = record.instances.size() - first});
+      });
+}
+
+void takeUpdates(const JSONValue& value, const Place& place, FactsRecord& record) {
+  record.updatesAreKnown = !value.isNull();
+  record.availableOSUpdates.clear();
+  takeElements(value, place, [&](const JSONValue& element, const Place& elementPlace) {
+    RecordedUpdate& update = record.availableOSUpdates.emplace_back();
+    takeMembers(element, elementPlace,
+                [&](std::string_view name, const JSONValue& member, const Place& memberPlace) {
+                  if (name == "build") {
+                    update.build = takeOptionalString(member, memberPlace);
+                  } else if (name == "deferredUntil") {
+                    update.deferredUntil = takeOptionalString(member, memberPlace);
+                  } else if (name == "productKey") {
+                    update.productKey = takeOptionalString(member, memberPlace);
+                  } else if (name == "version") {
+                    update.version = takeOptionalString(member, memberPlace);
+                  }
+                });
+  });
+}
+
+struct Member {
+  std::string_view name;
+  bool isNeeded;
+  void (*take)(const JSONValue&, const Place&, FactsRecord&);
+};
+
+/// In the order in which `facts --json` writes them; the last ones it doesn't write itself.
+constexpr std::array kMembers{
+    Member{"version", true,
+           [](const JSONValue& value, const Place& place, FactsRecord&) {
+             if (value.integer() != kVersion) {
+               reject(value, place, text("the version ", kVersion));
+             }
+           }},
+    Member{"time", false,
+           [](const JSONValue& value, const Place& place, FactsRecord& record) {
+             record.time = value.string().and_then(momentOf);
+             if (!record.time && !value.isNull()) {
+               reject(value, place, "a time such as \"2026-11-24T10:11:12Z\", or null");
+             }
+           }},
+    Member{"promptDay", false,
+           [](const JSONValue& value, const Place& place, FactsRecord& record) {
+             record.promptDay = takeOptionalString(value, place);
+           }},
+    Member{"appleSilicon", true,
+           [](const JSONValue& value, const Place& place, FactsRecord& record) {
+             record.isAppleSilicon = takeBoolean(value, place);
+           }},
+    Member{"macOSVersion", false,
+           [](const JSONValue& value, const Place& place, FactsRecord& record) {
+             record.macOSVersion = takeOptionalString(value, place);
+           }},
+    Member{"macOSMajorVersion", true,
+           [](const JSONValue& value, const Place& place, FactsRecord& record) {
+             record.macOSMajorVersion = takeInteger(value, place);
+           }},
+    Member{"preferredLanguages", false,
+           [](const JSONValue& value, const Place& place, FactsRecord& record) {
+             record.preferredLanguages.clear();
+             takeElements(value, place, [&](const JSONValue& element, const Place& elementPlace) {
+               record.preferredLanguages.push_back(takeString(element, elementPlace));
+             });
+           }},
+    Member{"powerSource", false,
+           [](const JSONValue& value, const Place& place, FactsRecord& record) {
+             record.powerSource.reset();
+             if (isPresent(value, Type::object, place, "an object or null")) {
+               record.powerSource = powerSourceOf(value, place);
+             }
+           }},
+    Member{"freeDiskSpace", false,
+           [](const JSONValue& value, const Place& place, FactsRecord& record) {
+             record.freeDiskSpace.reset();
+             if (!value.isNull()) {
+               record.freeDiskSpace = takeInteger(value, place);
+             }
+           }},
+    Member{"consoleUser", true,
+           [](const JSONValue& value, const Place& place, FactsRecord& record) {
+             record.consoleUser = takeString(value, place);
+           }},
+    Member{"loggedOnUsers", false,
+           [](const JSONValue& value, const Place& place, FactsRecord& record) {
+             record.loggedOnUsers = takeOptionalString(value, place);
+           }},
+    Member{"mdmEnrollment", false,
+           [](const JSONValue& value, const Place& place, FactsRecord& record) {
+             record.mdmEnrollment.reset();
+             if (!value.isNull()) {
+               record.mdmEnrollment = enrollmentOf(value, place);
+             }
+           }},
+    Member{"agent", false, takeAgent},
+    Member{"patchData", false,
+           [](const JSONValue& value, const Place& place, FactsRecord& record) {
+             record.patchData = settingsOf(value, place);
+           }},
+    Member{"customization", false,
+           [](const JSONValue& value, const Place& place, FactsRecord& record) {
+             record.customization = settingsOf(value, place);
+           }},
+    Member{"promptCounts", false,
+           [](const JSONValue& value, const Place& place, FactsRecord& record) {
+             record.promptCounts = settingsOf(value, place);
+           }},
+    Member{"applications", false, takeApplications},
+    Member{"softwareUpdateReachable", false,
+           [](const JSONValue& value, const Place& place, FactsRecord& record) {
+             record.softwareUpdateReachable.reset();
+             if (!value.isNull()) {
+               record.softwareUpdateReachable = takeBoolean(value, place);
+             }
+           }},
+    Member{"availableOSUpdates", false, takeUpdates},
+    Member{"name", false,
+           [](const JSONValue& value, const Place& place, FactsRecord& record) {
+             record.name = takeOptionalString(value, place);
+           }},
+};
+
+constexpr std::uint32_t neededMembers() {
+  std::uint32_t needed = 0;
+  for (std::size_t index = 0; index < kMembers.size(); ++index) {
+    needed |= kMembers[index].isNeeded ? 1U << index : 0U;
+  }
+  return needed;
+}
+
+/// The member's place in the table, or the table's size. A line has its members in the table's
+/// order nearly always, so the search begins behind the one before.
+std::size_t indexOf(std::string_view name, std::size_t expected) {
+  for (std::size_t step = 0; step < kMembers.size(); ++step) {
+    std::size_t index = expected + step;
+    index -= index >= kMembers.size() ? kMembers.size() : 0;
+    if (kMembers[index].name == name) {
+      return index;
+    }
+  }
+  return kMembers.size();
+}
+
+/// Makes the record empty and leaves its memory.
+void forget(FactsRecord& record) {
+  FactsRecord empty;
+  std::swap(empty.preferredLanguages, record.preferredLanguages);
+  std::swap(empty.availableOSUpdates, record.availableOSUpdates);
+  std::swap(empty.applications, record.applications);
+  std::swap(empty.instances, record.instances);
+  empty.preferredLanguages.clear();
+  empty.availableOSUpdates.clear();
+  empty.applications.clear();
+  empty.instances.clear();
+  record = std::move(empty);
+}
+
+void take(const JSONValue& line, FactsRecord& record) {
+  if (line.type() != Type::object) {
+    throw DecodingError({}, {}, "an object", describeFound(line));
+  }
+  std::uint32_t seen = 0;
+  std::size_t next = 0;
+  line.forEachMember([&](std::string_view name, const JSONValue& value) {
+    const std::size_t index = indexOf(name, next);
+    if (index < kMembers.size()) {
+      kMembers[index].take(value, {.member = name}, record);
+      seen |= 1U << index;
+      next = index + 1;
+    }
+  });
+  if (const std::uint32_t missing = neededMembers() & ~seen; missing != 0) {
+    const auto& first = kMembers[static_cast<std::size_t>(std::countr_zero(missing))];
+    throw DecodingError({}, {}, text("the member \"", first.name, '"'), "none");
+  }
+}
+
+/// Says what is wrong with a text that is no JSON.
+DecodingError problemOf(std::string_view line) {
+  class NoEvents final : public FileCodec::JSONEvents {
+    bool beginObject() override { return true; }
+    bool memberName(std::string_view /*name*/) override { return true; }
+    bool endObject() override { return true; }
+    bool beginArray() override { return true; }
+    bool endArray() override { return true; }
+    bool string(std::string_view /*value*/) override { return true; }
+    bool number() override { return true; }
+    bool boolean() override { return true; }
+    bool null() override { return true; }
+  };
+  NoEvents events;
+  const FileCodec::JSONReading reading = FileCodec::readJSON(line, events);
+  switch (reading.outcome) {
+    case FileCodec::JSONOutcome::syntaxError:
+      return {{}, text("column ", reading.column), reading.expected, reading.found};
+    case FileCodec::JSONOutcome::hugeExponent:
+      return {{}, {}, "numbers of a usual size", "one with an exponent beyond all measure"};
+    case FileCodec::JSONOutcome::complete:
+    case FileCodec::JSONOutcome::stoppedByEvents:
+      break;
+  }
+  return {{}, {}, "less nesting", "more than 64 levels"};
+}
+
+}  // namespace
+
+std::optional<platform::PropertyList> RecordedSettings::value(std::string_view key) const {
+  const JSONValue* const found = values_ != nullptr ? values_->find(key) : nullptr;
+  return found != nullptr ? std::optional(found->propertyList()) : std::nullopt;
+}
+
+std::optional<platform::PropertyList::Dictionary> RecordedSettings::dictionary() const {
+  if (values_ == nullptr) {
+    return std::nullopt;
+  }
+  platform::PropertyList::Dictionary dictionary;
+  values_->forEachMember([&](std::string_view name, const JSONValue& value) {
+    dictionary.insert_or_assign(std::string(name), value.propertyList());
+  });
+  return dictionary;
+}
+
+std::optional<std::span<const RecordedInstance>> FactsRecord::instancesOf(
+    std::string_view bundleIdentifier) const {
+  const auto last = std::ranges::find(applications.rbegin(), applications.rend(), bundleIdentifier,
+                                      &Application::bundleIdentifier);
+  if (last == applications.rend()) {
+    return std::nullopt;
+  }
+  return std::span(instances).subspan(last->firstInstance, last->instanceCount);
+}
+
+std::expected<const FactsRecord*, DecodingError> FactsReader::read(std::string_view line) {
+  if (line.starts_with(FileCodec::kByteOrderMark)) {
+    line.remove_prefix(FileCodec::kByteOrderMark.size());
+  }
+  const JSONValue* const root = document_.read(line);
+  if (root == nullptr) {
+    return std::unexpected(problemOf(line));
+  }
+  forget(record_);
+  try {
+    take(*root, record_);
+  } catch (DecodingError& error) {
+    return std::unexpected(std::move(error));
+  }
+  return &record_;
+}
+
+}  // namespace agent_tool
