@@ -16,6 +16,7 @@
 #include <climits>
 #include <filesystem>
 #include <mutex>
+#include <thread>
 #include <utility>
 
 #include "Platform/Descriptor.h"
@@ -191,11 +192,15 @@ class Child {
   /// Becomes readable at the child's end; empty where the child must be looked at.
   [[nodiscard]] const Descriptor& endDescriptor() const { return end_.descriptor(); }
   [[nodiscard]] bool ended() const { return ended_; }
-  /// Learns whether the child has ended, which `ready` tells where there is a descriptor.
-  void look(bool ready) {
-    if (end_.descriptor()) {
-      ended_ = ended_ || ready;
-    } else if (!ended_) {
+  /// Learns whether the child has ended. `ready` is what a wait for its descriptor told; absent
+  /// when there was none, and the system is asked.
+  void look(std::optional<bool> ready) {
+    if (ended_) {
+      return;
+    }
+    if (ready) {
+      ended_ = *ready;
+    } else {
       siginfo_t information{};
       ended_ = end_.wait(information, WNOHANG | WNOWAIT) != 0 || information.si_pid != 0;
     }
@@ -317,16 +322,21 @@ class Supervision {
         .fd = child_.ended() ? -1 : child_.endDescriptor().get(), .events = POLLIN, .revents = 0};
     events[kOutput] = {.fd = outputPipe_.get(), .events = POLLIN, .revents = 0};
     events[kInput] = {.fd = inputPipe_.get(), .events = POLLOUT, .revents = 0};
-    ::poll(events.data(), events.size(),
-           pollTimeout(deadline_, static_cast<bool>(child_.endDescriptor())));
-    if (events[kInput].revents != 0) {
+    const bool hasEndDescriptor = static_cast<bool>(child_.endDescriptor());
+    const bool waited =
+        ::poll(events.data(), events.size(), pollTimeout(deadline_, hasEndDescriptor)) >= 0;
+    if (!waited) {  // interrupted, or out of memory: then everything is looked at now and then
+      std::this_thread::sleep_for(kBetweenLooks);
+    }
+    if (!waited || events[kInput].revents != 0) {
       feed();
     }
-    if (events[kOutput].revents != 0) {
+    if (outputPipe_ && (!waited || events[kOutput].revents != 0)) {
       std::size_t most = ChildOutput::kReadBytes;
       readOnce(most);
     }
-    child_.look(events[kEnd].revents != 0);
+    child_.look(waited && hasEndDescriptor ? std::optional(events[kEnd].revents != 0)
+                                           : std::nullopt);
   }
 
   void feed() {
