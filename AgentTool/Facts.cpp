@@ -36,7 +36,8 @@ using std::make_shared;
 
 // Together they leave time for all else within a second.
 constexpr std::chrono::milliseconds kProfilesTimeout{600};
-constexpr std::chrono::milliseconds kServiceTimeout{750};
+constexpr std::chrono::milliseconds kServiceConnectTimeout{250};
+constexpr std::chrono::milliseconds kServiceTimeout{750};  // with the connecting
 
 constexpr const char* kNoDataDirectory = "the agent's data directory is not given";
 
@@ -128,7 +129,8 @@ class ServiceQuestion {
       std::chrono::steady_clock::now() + kServiceTimeout;
   bool isConnected_ = false;
   std::future<std::string> answer_;
-  vxutils::AgentServiceConnection connection_;  // last: its end calls what waits
+  // Last: its end calls what waits.
+  vxutils::AgentServiceConnection connection_{kServiceConnectTimeout};
 };
 
 class Reader {

@@ -67,8 +67,7 @@ struct Facts {
 };
 
 /// Reads this machine, with the running instances of these bundle identifiers. Takes a second at
-/// most where a tool or the agent's service doesn't answer; a service that doesn't even take the
-/// connection may hold it up for five.
+/// most, also where a tool or the agent's service doesn't answer.
 [[nodiscard]] Facts readFacts(const std::vector<std::string>& bundleIdentifiers);
 
 }  // namespace agent_tool

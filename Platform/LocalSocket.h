@@ -1,5 +1,6 @@
 // Unix-domain stream sockets with the peer's identity. None of them is inherited by a child.
 #pragma once
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <expected>
@@ -13,9 +14,12 @@
 
 namespace platform {
 
-/// Connects to the socket at `path`. The error text is the system's reason. A listener that does
-/// not take the connection within five seconds is an error.
-[[nodiscard]] std::expected<Descriptor, std::string> connectLocalSocket(const std::string& path);
+constexpr std::chrono::milliseconds kLongestConnect{5000};
+
+/// Connects to the socket at `path`. The error text is the system's reason. A listener whose queue
+/// stays full for longer than `longestWait` is an error.
+[[nodiscard]] std::expected<Descriptor, std::string> connectLocalSocket(
+    const std::string& path, std::chrono::milliseconds longestWait = kLongestConnect);
 /// Makes a listening socket at `path` (an old socket there is replaced), for its owner only.
 [[nodiscard]] std::expected<Descriptor, std::string> listenOnLocalSocket(const std::string& path);
 /// Takes a connection that waits at the listening socket: an error, at once, when none does.

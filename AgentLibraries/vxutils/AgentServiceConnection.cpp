@@ -188,7 +188,7 @@ struct EndOfChannel {
 };
 
 /// A connected channel to the agent service; null, with the reason in the log, when there is none.
-std::shared_ptr<Channel> connect() {
+std::shared_ptr<Channel> connect(std::chrono::milliseconds longestConnect) {
   const std::optional<std::string> base = gv_globvars.vxagentBasePath();
   if (!base) {
     logError(kGetService, [] {
@@ -197,7 +197,7 @@ std::shared_ptr<Channel> connect() {
     return nullptr;
   }
   const std::string path = text(*base, kSocketTail);
-  auto socket = platform::connectLocalSocket(path);
+  auto socket = platform::connectLocalSocket(path, longestConnect);
   if (!socket) {
     logError(kGetService, [&] {
       return text("Unable to reach the agent service at ", path, ": ", socket.error(), ".");
@@ -225,6 +225,8 @@ std::shared_ptr<Channel> connect() {
 /// Keeps one channel and makes another when that has ended, until it is closed for good.
 class AgentServiceConnection::Proxy final : public AgentServiceProtocol {
  public:
+  explicit Proxy(std::chrono::milliseconds longestConnect) : longestConnect_(longestConnect) {}
+
   void fetchStatusMessageForKey(const std::string& key, Reply reply, Failure failure) override {
     if (const std::shared_ptr<Channel> channel = connected()) {
       channel->fetch(key, {.reply = std::move(reply), .failure = std::move(failure)});
@@ -246,7 +248,7 @@ class AgentServiceConnection::Proxy final : public AgentServiceProtocol {
         ended.channel = std::exchange(channel_, nullptr);
       }
       if (!channel_) {
-        channel_ = connect();
+        channel_ = connect(longestConnect_);
       }
       channel = channel_;
     }
@@ -262,12 +264,14 @@ class AgentServiceConnection::Proxy final : public AgentServiceProtocol {
   }
 
  private:
+  const std::chrono::milliseconds longestConnect_;
   std::mutex mutex_;
   bool closed_ = false;
   std::shared_ptr<Channel> channel_;
 };
 
-AgentServiceConnection::AgentServiceConnection() : proxy_(std::make_shared<Proxy>()) {}
+AgentServiceConnection::AgentServiceConnection(std::chrono::milliseconds longestConnect)
+    : proxy_(std::make_shared<Proxy>(longestConnect)) {}
 
 AgentServiceConnection::~AgentServiceConnection() { proxy_->close(); }
 

@@ -1,5 +1,6 @@
 // The connection to the agent's own service, which keeps the stored credentials.
 #pragma once
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -36,7 +37,9 @@ class AgentServiceProtocol {
 /// connection.
 class AgentServiceConnection {
  public:
-  AgentServiceConnection();
+  /// `longestConnect` bounds the wait for a service whose queue of connections is full.
+  explicit AgentServiceConnection(
+      std::chrono::milliseconds longestConnect = std::chrono::seconds(5));
   ~AgentServiceConnection();
   AgentServiceConnection(const AgentServiceConnection&) = delete;
   AgentServiceConnection& operator=(const AgentServiceConnection&) = delete;

@@ -15,7 +15,6 @@
 namespace platform {
 namespace {
 
-constexpr timeval kLongestWait{.tv_sec = 5, .tv_usec = 0};
 constexpr mode_t kOwnerOnly = 0600;
 constexpr int kBacklog = 16;
 
@@ -61,23 +60,30 @@ void removeOldSocket(const std::string& path) {
 
 }  // namespace
 
-std::expected<Descriptor, std::string> connectLocalSocket(const std::string& path) {
+std::expected<Descriptor, std::string> connectLocalSocket(const std::string& path,
+                                                          std::chrono::milliseconds longestWait) {
   const auto address = addressOf(path);
   if (!address) {
     return failure(address.error());
   }
   Descriptor made = makeSocket(/*blocking=*/true);
+  const auto seconds = std::chrono::floor<std::chrono::seconds>(longestWait);
+  const auto rest = std::chrono::microseconds(longestWait - seconds);
+  const timeval limit{.tv_sec = static_cast<time_t>(seconds.count()),
+                      .tv_usec = static_cast<suseconds_t>(rest.count())};
   if (!made ||
       // Bounds the wait for a listener whose queue is full.
-      ::setsockopt(made.get(), SOL_SOCKET, SO_SNDTIMEO, &kLongestWait, sizeof kLongestWait) != 0) {
+      ::setsockopt(made.get(), SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit) != 0) {
     return failure(errno);
   }
   // A signal of the agent's may end a wait early; all waits together take no longer than one.
   const auto start = std::chrono::steady_clock::now();
-  const auto longest = std::chrono::seconds(kLongestWait.tv_sec);
-  while (std::chrono::steady_clock::now() - start < longest) {
+  while (std::chrono::steady_clock::now() - start < longestWait) {
     if (::connect(made.get(), reinterpret_cast<const sockaddr*>(&*address), sizeof *address) == 0) {
       return made;
+    }
+    if (errno == EAGAIN) {
+      return std::unexpected("its queue of connections is full");
     }
     if (errno != EINTR) {
       break;

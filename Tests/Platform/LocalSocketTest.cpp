@@ -3,9 +3,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
+#include <expected>
 #include <filesystem>
-#include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "Platform/LocalSocket.h"
 #include "Tests/Fakes/TemporaryDirectory.h"
@@ -29,6 +32,13 @@ TEST(LocalSocketTest, ConnectsToItsOwnersSocketAndKnowsThePeer) {
   EXPECT_EQ(peerUserID(*acceptLocalSocket(*listener)), ::geteuid());
   EXPECT_EQ(peerUserID(Descriptor()), std::nullopt);
   EXPECT_EQ(sendWithoutWaiting(*client, "x"), -1) << "the peer has gone, and no signal was raised";
+
+  std::vector<Descriptor> queue;  // of connections that nobody takes
+  std::expected<Descriptor, std::string> next;
+  while ((next = connectLocalSocket(path, std::chrono::milliseconds(1))) && queue.size() < 1000) {
+    queue.push_back(*std::move(next));
+  }
+  EXPECT_EQ(next ? "no end of it" : next.error(), "its queue of connections is full");
 
   EXPECT_EQ(listenOnLocalSocket(folder.write("file", "kept")).error(), "Address already in use");
   EXPECT_EQ(folder.read("file"), "kept");

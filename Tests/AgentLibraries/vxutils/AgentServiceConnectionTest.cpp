@@ -1,4 +1,5 @@
 #include <gmock/gmock.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -126,6 +127,31 @@ TEST_F(AgentServiceTest, ValuesAndAbsenceAreGivenAlsoByAServiceThatCameBack) {
                                     {});
   EXPECT_EQ(answer(last.get_future()), "key");
   EXPECT_EQ(answer(ask(*service, "later")), "failed: the service can't be reached");
+}
+
+TEST_F(AgentServiceTest, TheServerAnswersNoOtherUser) {
+  if (geteuid() != 0) {
+    GTEST_SKIP() << "only root can play another user";
+  }
+  std::atomic<int> asked = 0;
+  const AgentServiceServer server(path, [&](const std::string&) {
+    ++asked;
+    return std::string("secret");
+  });
+  for (const std::string& place : {directory.path(), directory.file("run"), path}) {
+    std::filesystem::permissions(place, std::filesystem::perms::all);  // only the check is left
+  }
+  const pid_t other = fork();
+  if (other == 0) {
+    const bool isOther = setuid(65534) == 0;
+    const auto socket = platform::connectLocalSocket(path);
+    const bool sent = socket && platform::sendWithoutWaiting(*socket, requestLine(1, "key")) != 0;
+    _exit(isOther && sent && readLine(*socket).empty() ? 0 : 1);
+  }
+  int status = -1;
+  waitpid(other, &status, 0);
+  EXPECT_EQ(status, 0);
+  EXPECT_EQ(asked, 0);
 }
 
 TEST_F(AgentServiceTest, NoKeyIsSentToAnotherUsersProcessAndTheLogSaysWhy) {
