@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "AgentTool/ActionReference.h"
 #include "AgentTool/PrintableText.h"
 #include "Platform/RealNumbers.h"
 #include "VexloPatchDeployment/Common/Version.h"
@@ -44,6 +45,8 @@ struct Written {
   std::optional<std::string> logLevel;
   std::optional<std::string> logFile;
   std::string helpTopic;
+  std::string helpAction;
+  std::string helpForm = "text";
 };
 
 void addPatch(CLI::App& command, Written& written) {
@@ -146,8 +149,14 @@ void addCommands(CLI::App& app, Written& written) {
             "  0   shown; what can't be read is shown as absent, with the reason\n"
             "  64  bad usage");
 
-  CLI::App& help = *app.add_subcommand("help", "Explains a command.");
-  help.add_option("COMMAND", written.helpTopic, "plan, run, check or facts")->type_name("");
+  CLI::App& help = *app.add_subcommand("help", "Explains a command, or the actions.");
+  help.add_option("COMMAND", written.helpTopic, "a command, or actions")->type_name("");
+  help.add_option("ACTION", written.helpAction, "after actions: the code or name of one")
+      ->type_name("");
+  help.add_option("--as", written.helpForm,
+                  "of all actions: text, Markdown, or the JSON Schema of the action file")
+      ->type_name("text|markdown|schema")
+      ->check(CLI::IsMember({"text", "markdown", "schema"}).description(""));
 }
 
 /// The help of the program or of one command, without the formatter's double empty lines.
@@ -173,6 +182,22 @@ NoRequest noSuchCommand(const std::vector<std::string>& words, const CLI::App& a
   return badUsage(words.empty() ? "a command is needed: plan, run, check, facts or help"
                                 : "no such command: " + words.front(),
                   app);
+}
+
+/// The answer to `help actions`.
+NoRequest helpOnActions(const Written& written) {
+  if (written.helpForm != "text") {
+    return {ExitStatus::success,
+            written.helpForm == "schema" ? actionFileSchema() : actionsAsMarkdown()};
+  }
+  if (written.helpAction.empty()) {
+    return {ExitStatus::success, listOfActions()};
+  }
+  const vexlo::KnownActionRow* const row = vexlo::findKnownAction(written.helpAction);
+  return row != nullptr
+             ? NoRequest{ExitStatus::success, explanationOf(row->action)}
+             : NoRequest{ExitStatus::badUsage, printable("no such action: " + written.helpAction) +
+                                                   "\nTry 'vexlo-patch help actions'."};
 }
 
 /// The command on the command line, or the program itself without one.
@@ -292,6 +317,9 @@ std::expected<Request, NoRequest> request(const CLI::App& app, Written& written)
   if (name == "help") {
     if (written.helpTopic.empty()) {
       return std::unexpected(helpOn(app));
+    }
+    if (written.helpTopic == "actions") {
+      return std::unexpected(helpOnActions(written));
     }
     const auto topics = app.get_subcommands(
         [&](const CLI::App* each) { return each->get_name() == written.helpTopic; });

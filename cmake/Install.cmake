@@ -28,3 +28,5 @@ install(FILES
   "${PROJECT_BINARY_DIR}/VexloPatchDeploymentConfig.cmake"
   "${PROJECT_BINARY_DIR}/VexloPatchDeploymentConfigVersion.cmake"
   DESTINATION "${package_directory}")
+
+install(FILES docs/action-file.schema.json DESTINATION "${CMAKE_INSTALL_DATADIR}/vexlo-patch")

@@ -1,0 +1,302 @@
+#include "AgentTool/ActionReference.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <utility>
+#include <vector>
+
+#include "AgentLibraries/LogCore/Text.h"
+#include "AgentTool/JSONPieces.h"
+#include "AgentTool/PrintableText.h"
+
+namespace agent_tool {
+namespace {
+
+using FileCodec::jsonString;
+using LogCore::text;
+using vexlo::ActionAnswer;
+using vexlo::ActionArgument;
+using vexlo::ActionDocumentation;
+
+constexpr std::size_t kHelpWidth = 80;
+
+/// The text in lines of the help's width, each after `indentation` spaces.
+std::string paragraph(std::string_view words, std::size_t indentation) {
+  std::string out;
+  for (const std::string& line : wrapped(words, kHelpWidth - indentation)) {
+    out.append(indentation, ' ') += line.substr(0, line.find_last_not_of(' ') + 1) + '\n';
+  }
+  return out;
+}
+
+/// Such as `["14.5", "macOS Sonoma 14.5-23F79"]`.
+std::string exampleArguments(const ActionDocumentation& action) {
+  std::string out;
+  for (const ActionArgument& argument : action.arguments) {
+    out += (out.empty() ? "" : ", ") + jsonString(argument.example);
+  }
+  return '[' + out + ']';
+}
+
+/// «none», «minimum free space», «bundle identifier, …»
+std::string argumentNames(const ActionDocumentation& action) {
+  std::string out;
+  for (const ActionArgument& argument : action.arguments) {
+    out += (out.empty() ? "" : ", ") + std::string(argument.name);
+  }
+  return out.empty() ? "none" : out + (action.lastRepeats ? ", …" : "");
+}
+
+/// What the last argument's meaning is followed by.
+std::string_view repetition(const ActionDocumentation& action) {
+  return action.lastRepeats ? "; may be followed by more" : "";
+}
+
+std::string asMarkdown(const ActionDocumentation& action) {
+  const vexlo::KnownActionRow& row = rowOf(action.action);
+  std::string out = text("### ", row.code, " `", row.name, "`\n\n", action.summary, "\n\n");
+  out += text("```json\n", jsonString(row.code), ": ", exampleArguments(action), "\n```\n\n");
+  if (!action.arguments.empty()) {
+    out += "| argument | meaning |\n| --- | --- |\n";
+    for (const ActionArgument& argument : action.arguments) {
+      out += text("| ", argument.name, " | ", argument.meaning, repetition(action), " |\n");
+    }
+    out += '\n';
+  }
+  out += "| result | when |\n| --- | --- |\n";
+  for (const ActionAnswer& answer : action.answers) {
+    out += text("| `", answer.result, "` | ", answer.when, " |\n");
+  }
+  return out;
+}
+
+/// What an argument must look like, as a regular expression that JSON Schema and Python share.
+std::string_view patternOf(vexlo::ArgumentKind kind) {
+  switch (kind) {
+    case vexlo::ArgumentKind::percent:
+      return R"(^\+?0*(100|[0-9]{1,2})$)";
+    case vexlo::ArgumentKind::gigabytes:
+      return R"(^\+?0*(10000|[0-9]{1,4})$)";
+    case vexlo::ArgumentKind::macOSVersion:
+      return R"(^[0-9]+(\.[0-9]+)*$)";
+    case vexlo::ArgumentKind::updateLabel:
+      return R"(.)";
+    case vexlo::ArgumentKind::bundleIdentifier:
+      return R"(^[A-Za-z0-9_-]+(\.[A-Za-z0-9_-]+)+$)";
+    case vexlo::ArgumentKind::applicationPath:
+      return R"(^/.*\.app/?$)";
+  }
+  std::unreachable();
+}
+
+std::string schemaOfArgument(const ActionArgument& argument) {
+  return JSONObject()
+      .addString("title", argument.name)
+      .addString("description", argument.meaning)
+      .addString("type", "string")
+      .addString("pattern", patternOf(argument.kind))
+      .addJSON("examples", jsonList(std::vector{argument.example}))
+      .done();
+}
+
+std::string schemaOfAction(const ActionDocumentation& action) {
+  std::string description(action.summary);
+  for (const ActionArgument& argument : action.arguments) {
+    description += text("\n• ", argument.name, ": ", argument.meaning, repetition(action));
+  }
+  JSONObject schema;
+  schema.addString("title", text(rowOf(action.action).code, ' ', rowOf(action.action).name))
+      .addString("description", description)
+      .addJSON("examples", '[' + exampleArguments(action) + ']');
+  if (action.doesNothing) {
+    schema.addJSON("deprecated", "true");
+  }
+  schema.addString("type", "array");
+  if (action.arguments.empty()) {
+    return schema.addJSON("maxItems", "0").done();
+  }
+  std::vector<std::string> items;
+  std::ranges::transform(action.arguments, std::back_inserter(items), schemaOfArgument);
+  if (action.lastRepeats) {
+    schema.addJSON("items", items.back()).addJSON("uniqueItems", "true");
+    items.pop_back();
+  }
+  if (!items.empty()) {
+    schema.addJSON("prefixItems", jsonArray(items));
+  }
+  schema.addJSON("minItems", std::to_string(action.arguments.size()));
+  if (!action.lastRepeats) {
+    schema.addJSON("maxItems", std::to_string(action.arguments.size()));
+  }
+  return schema.done();
+}
+
+/// The strings, words and single marks that a JSON text without blanks is made of.
+std::vector<std::string_view> tokensOf(std::string_view json) {
+  constexpr std::string_view kMarks = "{}[],:";
+  std::vector<std::string_view> tokens;
+  while (!json.empty()) {
+    std::size_t length = 1;
+    if (json.front() == '"') {
+      while (json[length] != '"') {
+        length += json[length] == '\\' ? 2 : 1;
+      }
+      ++length;
+    } else if (!kMarks.contains(json.front())) {
+      length = json.find_first_of(kMarks);
+    }
+    tokens.push_back(json.substr(0, length));
+    json.remove_prefix(length);
+  }
+  return tokens;
+}
+
+/// A JSON text without blanks, in indented lines. A container that holds no other stays in one.
+std::string indented(std::string_view json) {
+  constexpr auto opens = [](std::string_view token) { return token == "{" || token == "["; };
+  constexpr auto closes = [](std::string_view token) { return token == "}" || token == "]"; };
+  const std::vector<std::string_view> tokens = tokensOf(json);
+  std::string out;
+  std::size_t depth = 0;
+  bool inOneLine = false;
+  const auto breakLine = [&] { (out += '\n').append(2 * depth, ' '); };
+  for (auto token = tokens.begin(); token != tokens.end(); ++token) {
+    if (closes(*token)) {
+      if (!std::exchange(inOneLine, false)) {
+        --depth;
+        breakLine();
+      }
+    }
+    out += *token;
+    if (opens(*token)) {
+      inOneLine = closes(*std::find_if(token + 1, tokens.end(), [&](std::string_view next) {
+        return opens(next) || closes(next);
+      }));
+      if (!inOneLine) {
+        ++depth;
+        breakLine();
+      }
+    } else if (*token == ",") {
+      inOneLine ? void(out += ' ') : breakLine();
+    } else if (*token == ":") {
+      out += ' ';
+    }
+  }
+  return out + '\n';
+}
+
+}  // namespace
+
+std::string listOfActions() {
+  std::string out = "The actions that an action file can ask for, in running order:\n";
+  for (const ActionDocumentation& action : vexlo::kActionDocumentation) {
+    const vexlo::KnownActionRow& row = rowOf(action.action);
+    out += text("\n  ", row.code, "  ", row.name, '\n') + paragraph(action.summary, 8);
+    if (!action.arguments.empty()) {
+      out += paragraph("Arguments: " + argumentNames(action), 8);
+    }
+  }
+  return out + "\n'vexlo-patch help actions CODE' (or NAME) tells all about one.\n";
+}
+
+std::string explanationOf(vexlo::KnownAction known) {
+  const vexlo::KnownActionRow& row = rowOf(known);
+  const ActionDocumentation& action = documentationOf(known);
+  std::string out = text(row.code, ' ', row.name, "\n\n") + paragraph(action.summary, 0);
+  if (!action.arguments.empty()) {
+    out += "\nArguments, all of them needed:\n";
+    for (const ActionArgument& argument : action.arguments) {
+      out += paragraph(text(argument.name, ": ", argument.meaning, repetition(action)), 2);
+    }
+  }
+  out += text("\nIn an action file:\n  ", jsonString(row.code), ": ", exampleArguments(action),
+              "\n\nResults:\n");
+  for (const ActionAnswer& answer : action.answers) {
+    out += text("  ", answer.result, '\n') + paragraph(answer.when, 6);
+  }
+  return out;
+}
+
+std::string actionsAsMarkdown() {
+  std::string out = "| code | action | arguments |\n| --- | --- | --- |\n";
+  for (const ActionDocumentation& action : vexlo::kActionDocumentation) {
+    const vexlo::KnownActionRow& row = rowOf(action.action);
+    out += text("| ", row.code, " | `", row.name, "` | ", argumentNames(action), " |\n");
+  }
+  for (const ActionDocumentation& action : vexlo::kActionDocumentation) {
+    out += '\n' + asMarkdown(action);
+  }
+  return out;
+}
+
+std::string actionFileSchema() {
+  const std::string anyArguments = R"({"type":"array","items":{"type":"string"}})";
+  JSONObject known;
+  for (const ActionDocumentation& action : vexlo::kActionDocumentation) {
+    known.addJSON(rowOf(action.action).code, schemaOfAction(action));
+  }
+  const std::string actions =
+      JSONObject()
+          .addString("title", "Actions")
+          .addString("description",
+                     "Action codes with their arguments. The codes are the running order; an "
+                     "unknown code is skipped and counts as passed.")
+          .addString("type", "object")
+          .addJSON("properties", known.done())
+          .addJSON("additionalProperties", anyArguments)
+          .done();
+  const auto mapOf = [](std::string_view title, std::string_view description,
+                        std::string_view schema) {
+    return JSONObject()
+        .addString("title", title)
+        .addString("description", description)
+        .addString("type", "object")
+        .addJSON("additionalProperties", schema)
+        .done();
+  };
+  const std::string actionsReference = R"({"$ref":"#/$defs/actions"})";
+  const std::string exempt =
+      JSONObject()
+          .addString("title", "Exempt patches")
+          .addString("description", "IDs of the patches to which only their own actions apply.")
+          .addString("type", "array")
+          .addJSON("items", R"({"type":"string"})")
+          .addJSON("uniqueItems", "true")
+          .done();
+  const std::string products =
+      JSONObject()
+          .addString("title", "Actions of products")
+          .addString("description",
+                     "Product IDs, each with service pack IDs, each with the actions that apply to "
+                     "all its patches.")
+          .addJSON("type", R"(["object","null"])")
+          .addJSON("properties", JSONObject().addJSON("ExclusionPatchIDs", exempt).done())
+          .addJSON("additionalProperties",
+                   mapOf("Product", "Service pack IDs with their actions.", actionsReference))
+          .done();
+  const std::string patches =
+      JSONObject()
+          .addString("title", "Actions of patches")
+          .addString("description",
+                     "Patch IDs, each with actions of its own. They are added to the actions of "
+                     "the patch's product and service pack; arguments given here replace those "
+                     "given there.")
+          .addJSON("type", R"(["object","null"])")
+          .addJSON("additionalProperties", actionsReference)
+          .done();
+  return indented(JSONObject()
+                      .addString("$schema", "https://json-schema.org/draft/2020-12/schema")
+                      .addString("title", "Patch action file")
+                      .addString("description",
+                                 "Which actions the agent runs before and for a patch "
+                                 "(mac-patch-actions.json).")
+                      .addString("type", "object")
+                      .addJSON("properties", JSONObject()
+                                                 .addJSON("ProductServicePackActions", products)
+                                                 .addJSON("PatchActions", patches)
+                                                 .done())
+                      .addJSON("$defs", JSONObject().addJSON("actions", actions).done())
+                      .done());
+}
+
+}  // namespace agent_tool

@@ -1,0 +1,90 @@
+#include <gmock/gmock.h>
+
+#include <cstdint>
+#include <fstream>
+#include <iterator>
+#include <set>
+#include <sstream>
+#include <string>
+#include <string_view>
+
+#include "AgentTool/ActionReference.h"
+#include "Tests/AgentTool/AgentToolFixture.h"
+#include "VexloPatchDeployment/Common/KnownActions.h"
+#include "VexloPatchDeployment/Common/PatchActionResult.h"
+
+using testing::AllOf;
+using testing::Contains;
+using testing::HasSubstr;
+
+namespace {
+
+std::string document(const std::string& name) {
+  std::ifstream file(VEXLO_DOCUMENTS "/" + name);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+/// What stands in `text` between two texts.
+std::string between(std::string_view text, std::string_view begin, std::string_view end) {
+  const std::size_t first = text.find(begin);
+  if (first == std::string_view::npos) {
+    return "no " + std::string(begin);
+  }
+  const std::string_view rest = text.substr(first + begin.size());
+  return std::string(rest.substr(0, rest.find(end)));
+}
+
+class ActionReferenceTest : public AgentToolTest {};
+
+TEST_F(ActionReferenceTest, DocumentsMadeFromTheTableAreUpToDate) {
+  constexpr const char* kHow = "./dev generate writes it anew";
+  EXPECT_EQ(document("action-file.schema.json"), agent_tool::actionFileSchema()) << kHow;
+  EXPECT_EQ(between(document("ACTION-FILE.md"), "KnownActions.h. -->\n", "<!-- end -->"),
+            agent_tool::actionsAsMarkdown())
+      << kHow;
+}
+
+TEST_F(ActionReferenceTest, TheExampleOfThePageIsInOrderAndPlannedAsThePageSays) {
+  const std::string page = document("ACTION-FILE.md");
+  const std::string file = writeActions(between(page, "```json\n", "```"));
+  EXPECT_THAT(shell("vexlo-patch check " + file).output, HasSubstr("nothing looks odd"));
+  std::istringstream session(between(page, "```console\n", "```"));
+  std::string commands;
+  for (std::string line; std::getline(session, line);) {
+    if (line.starts_with("$ ")) {
+      commands += "echo '" + line + "'; " + line.substr(2) + "\n";
+    }
+  }
+  EXPECT_EQ(shell(commands).output, session.str());
+}
+
+TEST_F(ActionReferenceTest, EveryResultInTheTableIsOneThatTheLibraryCanGive) {
+  std::set<std::string> results{
+      "success", "success(gotUserAcknowledgementForPatchingRunningApplications)",
+      "applyLater(macOSUpdateIsDeferred)", "failure(macOSSoftwareUpdateInstallationFailed)"};
+  for (std::uint8_t reason = 0; reason <= std::to_underlying(vexlo::PlainReason::unDefined);
+       ++reason) {
+    results.insert(
+        describe(vexlo::PatchActionResult::applyLater(static_cast<vexlo::PlainReason>(reason))));
+  }
+  for (const vexlo::ActionDocumentation& action : vexlo::kActionDocumentation) {
+    for (const vexlo::ActionAnswer& answer : action.answers) {
+      EXPECT_THAT(results, Contains(answer.result)) << rowOf(action.action).name;
+    }
+  }
+}
+
+TEST_F(ActionReferenceTest, HelpExplainsAnActionByCodeOrName) {
+  const ToolRun byCode = shell("vexlo-patch help actions 2005");
+  EXPECT_THAT(byCode.output,
+              AllOf(HasSubstr("2005 minimumDiskSpaceCheck\n"), HasSubstr("\"2005\": [\"20\"]"),
+                    HasSubstr("  applyLater(inSufficientDiskSpaceForSoftwareUpdate)\n")));
+  EXPECT_EQ(shell("vexlo-patch help actions minimumDiskSpaceCheck").output, byCode.output);
+  EXPECT_THAT(shell("vexlo-patch help actions").output,
+              HasSubstr("  2005  minimumDiskSpaceCheck\n"));
+  const ToolRun unknown = shell("vexlo-patch help actions 205");
+  EXPECT_EQ(unknown.errors, "vexlo-patch: no such action: 205\nTry 'vexlo-patch help actions'.\n");
+  EXPECT_EQ(unknown.status, 64);
+}
+
+}  // namespace
