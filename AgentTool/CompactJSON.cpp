@@ -45,13 +45,12 @@ std::optional<PropertyList> specialValue(std::string_view name, const JSONValue&
     if (const auto* real = seconds.as<double>()) {
       return PropertyList(PropertyList::Value(platform::PropertyListDate{*real}));
     }
-  } else if (name == "$data" && value.string()) {
-    if (auto data = dataOf(*value.string())) {
+  } else if (const auto string = value.string(); name == "$data" && string) {
+    if (auto data = dataOf(*string)) {
       return PropertyList(PropertyList::Value(*std::move(data)));
     }
-  } else if (name == "$real" && value.string()) {
-    if (const auto real =
-            platform::parseReal(value.string()->substr(value.string()->starts_with('+') ? 1 : 0))) {
+  } else if (name == "$real" && string) {
+    if (const auto real = platform::parseReal(string->substr(string->starts_with('+') ? 1 : 0))) {
       return PropertyList(PropertyList::Value(*real));
     }
   }
