@@ -180,8 +180,8 @@ class Reader {
     facts_.preferredLanguages = platform::preferredLanguages();
     facts_.powerSources = vexlo::SystemPowerSources().powerSourcesInfo();
     facts_.powerSource = optional("powerSource", [&] {
-      return vexlo::SystemPowerSource(make_shared<ReadPowerSources>(facts_.powerSources))
-          .currentPowerSource();
+      ReadPowerSources sources(facts_.powerSources);
+      return vexlo::SystemPowerSource(sources).currentPowerSource();
     });
     facts_.freeDiskSpace =
         optional("freeDiskSpace", [] { return vexlo::SystemDiskInfo().availableDiskSpace(); });
@@ -238,7 +238,7 @@ class Reader {
       return;
     }
     readCustomization();
-    const auto settings = make_shared<vexlo::PlistFile>(facts_.patchData.path);
+    vexlo::PlistFile settings(facts_.patchData.path);
     vexlo::RunningAppPolicy policy(settings);
     facts_.inForce = {.alwaysKillApps = policy.isAlwaysKillAppsEnabled(),
                       .prompt = policy.isPromptEnabled(),
@@ -250,8 +250,8 @@ class Reader {
   /// Only what decodes as a whole is in force.
   void readCustomization() {
     const auto customization = optional("customization", [] {
-      return vexlo::RunningAppPromptCustomizationProvider(make_shared<vexlo::PlistSerializer>())
-          .customization();
+      vexlo::PlistSerializer decoder;
+      return vexlo::RunningAppPromptCustomizationProvider(decoder).customization();
     });
     facts_.customization.path = vexlo::RunningAppPromptCustomizationProviderConstants::plistPath();
     facts_.customization.values =

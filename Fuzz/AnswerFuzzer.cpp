@@ -69,13 +69,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (size == 0) {
     return 0;
   }
-  const auto launcher = std::make_shared<Launcher>();
-  launcher->answer.assign(reinterpret_cast<const char*>(data + 1), size - 1);
+  Launcher launcher;
+  launcher.answer.assign(reinterpret_cast<const char*>(data + 1), size - 1);
   const bool fallback = data[0] % 2 == 1;
-  RunningAppPromptPresenter presenter(launcher, std::make_shared<Session>(),
-                                      std::make_shared<Cleaner>(), std::make_shared<FileUtils>(),
-                                      std::make_shared<Query>(),
-                                      std::make_shared<vxutils::ProcessInformation>(),
+  Session session;
+  Cleaner cleaner;
+  AgentFiles files;
+  Query query;
+  vxutils::ProcessInformation processInformation;
+  RunningAppPromptPresenter presenter(launcher, session, cleaner, files, query, processInformation,
                                       {.macOSMajorVersion = [] { return std::int64_t{14}; },
                                        .runLoop = [](std::chrono::milliseconds) { return true; }});
   const bool agreed = presenter.requestUserAcknowledgement(
@@ -84,7 +86,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                             : RunningAppPromptDecision::promptUser},
       30);
   const std::optional<std::int64_t> number =
-      size - 1 <= 4096 ? numberIn(launcher->answer) : std::nullopt;
+      size - 1 <= 4096 ? numberIn(launcher.answer) : std::nullopt;
   require(agreed == (number ? *number == 94 : fallback), "another answer");
   return 0;
 }

@@ -2,12 +2,10 @@
 // a count that is saved over them is there afterwards, beside all that was.
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 
-#include "AgentLibraries/FileCodec/RawPlistManager.h"
 #include "Fuzz/FuzzedAgent.h"
 #include "Platform/PropertyList.h"
 #include "VexloPatchDeployment/Common/AgentPaths.h"
@@ -29,12 +27,8 @@ std::optional<PropertyList> valueIn(const std::optional<PropertyList>& file, std
   return value == nullptr ? std::nullopt : std::optional(*value);
 }
 
-std::shared_ptr<RawPlistManager> managerOf(const std::string& path) {
-  return std::make_shared<RawPlistManager>(path);
-}
-
 void readPatchData(const std::optional<PropertyList>& file) {
-  const auto settings = managerOf(patchDataFile());
+  PlistFile settings(patchDataFile());
   const auto isTrue = [&](const char* key) { return valueIn(file, key) == PropertyList(true); };
   RunningAppPolicy policy(settings);
   require(policy.isAlwaysKillAppsEnabled() == isTrue("AlwaysKillApps"), "AlwaysKillApps");
@@ -49,16 +43,16 @@ void readPatchData(const std::optional<PropertyList>& file) {
 }
 
 RunningAppPromptEvaluation evaluate(const std::string& day) {
-  const auto customizing =
-      std::make_shared<RunningAppPromptCustomizationProvider>(std::make_shared<PlistSerializer>());
-  const auto& customization = customizing->customizationData();
+  PlistSerializer decoder;
+  RunningAppPromptCustomizationProvider customizing(decoder);
+  const auto& customization = customizing.customizationData();
   if (customization) {
     require(RunningAppPromptCustomization::decode(customization->encode()) == *customization,
             "customization is lost");
   }
   require(promptTimeoutSeconds(customization) != 0 || customization, "the default time");
-  const auto store = std::make_shared<RunningAppPromptDataStore>(
-      managerOf(RunningAppPromptDataStore::plistPath()));
+  PlistFile countsFile(RunningAppPromptDataStore::plistPath());
+  RunningAppPromptDataStore store(countsFile);
   return RunningAppPromptEvaluator(customizing, store, [&] { return day; }).evaluate("key", "7");
 }
 
@@ -80,13 +74,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const RunningAppPromptEvaluation first = evaluate("01-01-2026");
   require(first.remainingSkipAttempts >= 0, "a negative number of attempts");
 
-  RunningAppPromptDataStore store(managerOf(counts));
+  PlistFile countsFile(counts);
+  RunningAppPromptDataStore store(countsFile);
   const RunningAppPromptDataStoring::Record record{{"promptShownCount", std::int64_t{1}}};
   store.saveData(record, "saved");
-  require(RunningAppPromptDataStore(managerOf(counts)).data("saved") == record, "not saved");
+  PlistFile savedFile(counts);
+  require(RunningAppPromptDataStore(savedFile).data("saved") == record, "not saved");
   if (file) {
     for (const auto& [key, value] : *file->as<PropertyList::Dictionary>()) {
-      const auto kept = managerOf(counts)->fetchValue(key);
+      const auto kept = PlistFile(counts).fetchValue(key);
       require(kept.has_value() || key == "saved", "another record is lost: " + key);
     }
   } else if (size > 0) {

@@ -3,7 +3,6 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -81,8 +80,8 @@ void analyse(const std::string& output) {
 }
 
 void readUpdates(const std::string& output, std::int32_t exitCode) {
-  const auto client = std::make_shared<MDMClient>();
-  client->run = {.exitCode = exitCode, .output = output};
+  MDMClient client;
+  client.run = {.exitCode = exitCode, .output = output};
   const auto updates = SystemAvailableOSUpdates(client).availableOSUpdates();
   require(
       updates.has_value() ==
@@ -125,8 +124,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::string output(text.substr(length));
   analyse(output);
   readUpdates(output, exitCode);
-  const auto lister = std::make_shared<Lister>();
-  lister->list = {.exitCode = exitCode, .output = output};
+  Lister lister;
+  lister.list = {.exitCode = exitCode, .output = output};
   const auto label = DefaultSoftwareUpdateLabel(lister).label(build);
   require(label == (exitCode == 0 ? expectedLabel(output, build) : std::nullopt),
           "another label than the list's");

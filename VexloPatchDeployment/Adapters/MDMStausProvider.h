@@ -4,7 +4,7 @@
 
 namespace vexlo {
 
-/// The container lends it to whoever wants to know; the deferral check asks the agent's library.
+/// A member of the container for its callers; the deferral check asks the agent's library itself.
 class MDMStausProvider {
  public:
   virtual ~MDMStausProvider() = default;

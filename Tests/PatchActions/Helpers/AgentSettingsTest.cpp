@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -16,7 +15,7 @@ namespace {
 TEST(AgentSettingsTest, OnlyTheRightTypeAndValueSwitchesOn) {
   const TemporaryDirectory directory;
   const LogCapture log;
-  const auto plist = std::make_shared<PlistFile>(directory.file("vxpatch_data.plist"));
+  PlistFile plist(directory.file("vxpatch_data.plist"));
   MDMPatchingStatusChecker patching(plist);
   MacOSUpdateDeferralEligibilityChecker deferral(plist);
   struct Row {

@@ -3,7 +3,6 @@
 #include <gmock/gmock.h>
 
 #include <limits>
-#include <memory>
 #include <utility>
 #include <vector>
 
@@ -33,7 +32,7 @@ const PropertyList kMains = source("AC Power", kTen, kTen);
 
 TEST(SystemPowerSourceTest, TheFirstSourceThatAnswersIsTaken) {
   const LogCapture log;
-  const auto provider = std::make_shared<FakePowerSources>();
+  FakePowerSources provider;
   SystemPowerSource resolver(provider);
   constexpr std::int64_t kLargest = std::numeric_limits<std::int64_t>::max();
   using Cases = std::vector<std::pair<std::vector<PropertyList>, std::optional<PowerSource>>>;
@@ -46,7 +45,7 @@ TEST(SystemPowerSourceTest, TheFirstSourceThatAnswersIsTaken) {
               AcPower{}},
              {{source("ac power", kTen, kTen)}, BatteryPower{100}},
              {{battery(kLargest, kLargest), battery(1, 2)}, BatteryPower{50}}}) {
-    provider->sources = sources;
+    provider.sources = sources;
     EXPECT_EQ(resolver.currentPowerSource(), expected);
   }
 }

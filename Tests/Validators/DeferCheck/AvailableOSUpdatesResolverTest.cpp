@@ -2,7 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
@@ -33,11 +32,11 @@ class SystemAvailableOSUpdatesTest : public ::testing::Test {
  protected:
   std::optional<std::vector<AvailableOSUpdate>> updatesOf(const std::string& output,
                                                           std::int32_t exitCode = 0) {
-    client->answer = {.exitCode = exitCode, .output = output};
+    client.answer = {.exitCode = exitCode, .output = output};
     log.clear();
     return SystemAvailableOSUpdates(client).availableOSUpdates();
   }
-  std::shared_ptr<FakeMDMClient> client = std::make_shared<FakeMDMClient>();
+  FakeMDMClient client;
   LogCapture log;
 };
 

@@ -3,7 +3,6 @@
 #include <gmock/gmock.h>
 
 #include <chrono>
-#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
@@ -38,14 +37,14 @@ AvailableOSUpdate update(std::optional<std::string> version, std::optional<std::
 class MacOSUpdateDeferralCheckerTest : public ::testing::Test {
  protected:
   MacOSUpdateDeferral deferralAmong(std::optional<std::vector<AvailableOSUpdate>> updates) {
-    resolver->updates = std::move(updates);
+    resolver.updates = std::move(updates);
     return checker.isMacOSUpdateDeferred("14.5");
   }
 
   ScopedEnvironment zone{"TZ", "America/New_York"};
   ScopedEnvironment locale{"LC_ALL", "C"};
   LogCapture log;
-  std::shared_ptr<FakeAvailableOSUpdates> resolver = std::make_shared<FakeAvailableOSUpdates>();
+  FakeAvailableOSUpdates resolver;
   platform::Moment now = std::chrono::sys_days(2024y / 6 / 15) + 16h + 30min;
   MacOSUpdateDeferralChecker checker{resolver, [this] { return now; }};
 };

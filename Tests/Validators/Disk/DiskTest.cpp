@@ -2,8 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include <memory>
-
 #include "Tests/Fakes/LogCapture.h"
 
 namespace vexlo {
@@ -20,14 +18,14 @@ class FakeDiskInfo final : public DiskInfoProvider {
 };
 
 TEST(DiskTest, EnoughIsTheWholeRequirementAndUnknownSpaceIsEnough) {
-  const auto disk = std::make_shared<FakeDiskInfo>();
+  FakeDiskInfo disk;
   const LogCapture log;
   DiskSpaceChecker checker(disk);
-  disk->freeBytes = 19;
+  disk.freeBytes = 19;
   EXPECT_FALSE(checker.hasMinimumFreeSpace(20));
-  disk->freeBytes = 20;
+  disk.freeBytes = 20;
   EXPECT_TRUE(checker.hasMinimumFreeSpace(20));
-  disk->freeBytes = std::nullopt;
+  disk.freeBytes = std::nullopt;
   EXPECT_TRUE(checker.hasMinimumFreeSpace(20));
   const std::string required = "Required free disk space: 20, available free space: ";
   EXPECT_THAT(

@@ -3,7 +3,6 @@
 #include <gmock/gmock.h>
 
 #include <limits>
-#include <memory>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -45,7 +44,8 @@ void writeSettings(PropertyList::Dictionary settings) {
 TEST(RunningAppPromptCustomizationProviderTest, AllSettingsAreReadAndLogged) {
   const LogCapture log;
   writeSettings(kAllSettings);
-  RunningAppPromptCustomizationProvider provider(std::make_shared<PlistSerializer>());
+  PlistSerializer decoder;
+  RunningAppPromptCustomizationProvider provider(decoder);
   EXPECT_EQ(provider.customization()->encode(), kAllSettings);
   EXPECT_THAT(
       log.records(),
@@ -74,7 +74,8 @@ TEST(RunningAppPromptCustomizationProviderTest, OneMistypedSettingDiscardsAllFor
     PropertyList::Dictionary settings = kAllSettings;
     settings.insert_or_assign(key, value);
     writeSettings(settings);
-    RunningAppPromptCustomizationProvider provider(std::make_shared<PlistSerializer>());
+    PlistSerializer decoder;
+    RunningAppPromptCustomizationProvider provider(decoder);
     EXPECT_EQ(provider.customizationData(), std::nullopt);
     EXPECT_THAT(log.records().back(),
                 ErrorLine(text("Failed to decode customization data. Error: ",

@@ -5,7 +5,6 @@
 
 #include <limits>
 #include <map>
-#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
@@ -45,11 +44,11 @@ class FakePlistManager final : public PlistManager {
 
 class RunningAppPromptEvaluatorTest : public ::testing::Test {
  protected:
-  std::shared_ptr<FixedCustomization> customization = std::make_shared<FixedCustomization>();
-  std::shared_ptr<FakePlistManager> file = std::make_shared<FakePlistManager>();
+  FixedCustomization customization;
+  FakePlistManager file;
+  RunningAppPromptDataStore store{file};
   LogCapture log;
-  RunningAppPromptEvaluator evaluator{
-      customization, std::make_shared<RunningAppPromptDataStore>(file), [] { return kToday; }};
+  RunningAppPromptEvaluator evaluator{customization, store, [] { return kToday; }};
 
   static Record countsOf(PropertyList total, PropertyList today, const char* day = kToday) {
     return {{"patchID", "1"}, {"promptShownCount", std::move(total)}, {day, std::move(today)}};
@@ -89,10 +88,10 @@ TEST_F(RunningAppPromptEvaluatorTest, StoredCountsDecideAndAdvance) {
            {"both reached", 3, 3, counts(3, 3), skipped, counts(3, 3)},
            {"negative limit", 3, -1, counts(1, 9), left(2), counts(2, 10)},
            {"negative skips", -1, 9, counts(7, 8), left(0), counts(8, 9)}}) {
-    customization->settings = {.numberOfSkipAttempts = skips, .dailyPromptLimit = limit};
-    file->values["a"] = before;
+    customization.settings = {.numberOfSkipAttempts = skips, .dailyPromptLimit = limit};
+    file.values["a"] = before;
     EXPECT_EQ(evaluator.evaluate("a", "1"), expected) << name;
-    EXPECT_EQ(file->values.at("a"), PropertyList(after)) << name;
+    EXPECT_EQ(file.values.at("a"), PropertyList(after)) << name;
   }
 }
 

@@ -13,9 +13,9 @@ constexpr LogTag kIntelUpgradeInstallerTag{"installMacOS()"};
 
 }  // namespace
 
-IntelUpgradeInstaller::IntelUpgradeInstaller(
-    std::string appPath, std::shared_ptr<UpgradeInstallerDependencies> dependencies)
-    : appPath_(std::move(appPath)), dependencies_(std::move(dependencies)) {}
+IntelUpgradeInstaller::IntelUpgradeInstaller(std::string appPath,
+                                             UpgradeInstallerDependencies& dependencies)
+    : appPath_(std::move(appPath)), dependencies_(dependencies) {}
 
 PatchActionResult IntelUpgradeInstaller::installMacOS() {
   const std::string language = preferredLanguageText();
@@ -23,7 +23,7 @@ PatchActionResult IntelUpgradeInstaller::installMacOS() {
     return text("Starting installation of ", appPath_,
                 ", intel. Machine locale language: ", language, ".");
   });
-  return startOSInstall(appPath_, nullptr, *dependencies_, kIntelUpgradeInstallerTag);
+  return startOSInstall(appPath_, nullptr, dependencies_, kIntelUpgradeInstallerTag);
 }
 
 }  // namespace vexlo

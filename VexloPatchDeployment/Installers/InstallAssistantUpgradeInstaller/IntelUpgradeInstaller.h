@@ -1,6 +1,5 @@
 // Upgrades macOS on Intel machines with an InstallAssistant application.
 #pragma once
-#include <memory>
 #include <string>
 
 #include "VexloPatchDeployment/Common/PatchActionResult.h"
@@ -11,16 +10,15 @@ namespace vexlo {
 /// One run of the application's own tool; its exit status decides. Made for one run.
 class IntelUpgradeInstaller {
  public:
-  /// `appPath` is the application's bundle. `dependencies` is never null.
-  IntelUpgradeInstaller(std::string appPath,
-                        std::shared_ptr<UpgradeInstallerDependencies> dependencies);
+  /// `appPath` is the application's bundle. `dependencies` must outlive this object.
+  IntelUpgradeInstaller(std::string appPath, UpgradeInstallerDependencies& dependencies);
 
   /// Waits for the tool's end, at most two hours.
   [[nodiscard]] PatchActionResult installMacOS();
 
  private:
   std::string appPath_;
-  std::shared_ptr<UpgradeInstallerDependencies> dependencies_;
+  UpgradeInstallerDependencies& dependencies_;
 };
 
 }  // namespace vexlo

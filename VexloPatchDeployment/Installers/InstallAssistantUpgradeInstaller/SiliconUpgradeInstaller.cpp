@@ -15,9 +15,9 @@ constexpr LogTag kUsingTag{"installMacOS(using:)"};
 
 }  // namespace
 
-SiliconUpgradeInstaller::SiliconUpgradeInstaller(
-    std::string appPath, std::shared_ptr<UpgradeInstallerDependencies> dependencies)
-    : appPath_(std::move(appPath)), dependencies_(std::move(dependencies)) {}
+SiliconUpgradeInstaller::SiliconUpgradeInstaller(std::string appPath,
+                                                 UpgradeInstallerDependencies& dependencies)
+    : appPath_(std::move(appPath)), dependencies_(dependencies) {}
 
 PatchActionResult SiliconUpgradeInstaller::installMacOS() {
   const std::string language = preferredLanguageText();
@@ -25,7 +25,7 @@ PatchActionResult SiliconUpgradeInstaller::installMacOS() {
     return text("Starting installation of ", appPath_,
                 ", silicon. Machine locale language: ", language, ".");
   });
-  CredentialsFetcher* const fetcher = dependencies_->userCredentials();
+  CredentialsFetcher* const fetcher = dependencies_.userCredentials();
   const std::optional<Credentials> credentials =
       fetcher != nullptr ? fetcher->credentials() : std::nullopt;
   if (!credentials) {
@@ -35,7 +35,7 @@ PatchActionResult SiliconUpgradeInstaller::installMacOS() {
 }
 
 PatchActionResult SiliconUpgradeInstaller::installMacOS(const Credentials& credentials) {
-  return startOSInstall(appPath_, &credentials, *dependencies_, kUsingTag);
+  return startOSInstall(appPath_, &credentials, dependencies_, kUsingTag);
 }
 
 }  // namespace vexlo

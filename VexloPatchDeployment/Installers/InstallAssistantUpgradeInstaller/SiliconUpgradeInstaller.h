@@ -1,6 +1,5 @@
 // Upgrades macOS on Apple silicon with an InstallAssistant application.
 #pragma once
-#include <memory>
 #include <string>
 
 #include "VexloPatchDeployment/Common/PatchActionResult.h"
@@ -12,9 +11,8 @@ namespace vexlo {
 /// its exit status decides. Without credentials the upgrade is to be tried later. Made for one run.
 class SiliconUpgradeInstaller {
  public:
-  /// `appPath` is the application's bundle. `dependencies` is never null.
-  SiliconUpgradeInstaller(std::string appPath,
-                          std::shared_ptr<UpgradeInstallerDependencies> dependencies);
+  /// `appPath` is the application's bundle. `dependencies` must outlive this object.
+  SiliconUpgradeInstaller(std::string appPath, UpgradeInstallerDependencies& dependencies);
 
   /// Waits for the tool's end, at most two hours.
   [[nodiscard]] PatchActionResult installMacOS();
@@ -23,7 +21,7 @@ class SiliconUpgradeInstaller {
   [[nodiscard]] PatchActionResult installMacOS(const Credentials& credentials);
 
   std::string appPath_;
-  std::shared_ptr<UpgradeInstallerDependencies> dependencies_;
+  UpgradeInstallerDependencies& dependencies_;
 };
 
 }  // namespace vexlo

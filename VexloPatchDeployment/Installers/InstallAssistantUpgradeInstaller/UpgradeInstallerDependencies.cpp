@@ -12,12 +12,12 @@ constexpr LogTag kUpgradeInstallerDependenciesTag{"init(silicon:)"};
 
 }  // namespace
 
-std::shared_ptr<UpgradeInstallerDependencies> DefaultUpgradeInstallerDependencies::intel() {
-  return std::shared_ptr<UpgradeInstallerDependencies>(
+std::unique_ptr<UpgradeInstallerDependencies> DefaultUpgradeInstallerDependencies::intel() {
+  return std::unique_ptr<UpgradeInstallerDependencies>(
       new DefaultUpgradeInstallerDependencies(std::nullopt));
 }
 
-std::shared_ptr<UpgradeInstallerDependencies> DefaultUpgradeInstallerDependencies::silicon() {
+std::unique_ptr<UpgradeInstallerDependencies> DefaultUpgradeInstallerDependencies::silicon() {
   std::optional<AgentServiceCredentials> credentials = agentServiceCredentials();
   if (!credentials) {
     logError(kUpgradeInstallerDependenciesTag, [] {
@@ -25,7 +25,7 @@ std::shared_ptr<UpgradeInstallerDependencies> DefaultUpgradeInstallerDependencie
     });
     return nullptr;
   }
-  return std::shared_ptr<UpgradeInstallerDependencies>(
+  return std::unique_ptr<UpgradeInstallerDependencies>(
       new DefaultUpgradeInstallerDependencies(std::move(credentials)));
 }
 

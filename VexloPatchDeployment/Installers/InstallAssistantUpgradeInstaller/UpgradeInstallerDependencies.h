@@ -23,10 +23,10 @@ class UpgradeInstallerDependencies {
 class DefaultUpgradeInstallerDependencies final : public UpgradeInstallerDependencies {
  public:
   /// Without credentials; never null.
-  [[nodiscard]] static std::shared_ptr<UpgradeInstallerDependencies> intel();
+  [[nodiscard]] static std::unique_ptr<UpgradeInstallerDependencies> intel();
   /// With the credentials of the agent's service; null, with an error line, when the service
   /// can't be reached.
-  [[nodiscard]] static std::shared_ptr<UpgradeInstallerDependencies> silicon();
+  [[nodiscard]] static std::unique_ptr<UpgradeInstallerDependencies> silicon();
 
   [[nodiscard]] CredentialsFetcher* userCredentials() override;
   [[nodiscard]] CommandExecutor& executor() override { return TerminalUtil::defaultInstance(); }

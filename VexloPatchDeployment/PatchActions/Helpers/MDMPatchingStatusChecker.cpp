@@ -32,18 +32,17 @@ std::optional<std::string> asText(const std::optional<platform::PropertyList>& v
 
 }  // namespace
 
-MDMPatchingStatusChecker::MDMPatchingStatusChecker(std::shared_ptr<PlistManager> plistManager)
-    : plistManager_(std::move(plistManager)) {}
+MDMPatchingStatusChecker::MDMPatchingStatusChecker(PlistManager& plistManager)
+    : plistManager_(plistManager) {}
 
 bool MDMPatchingStatusChecker::isEnabled() {
-  if (!isNumberOne(plistManager_->fetchValue("OSPatchingViaMDMStatus"))) {
+  if (!isNumberOne(plistManager_.fetchValue("OSPatchingViaMDMStatus"))) {
     logInfo(kMDMPatchingStatusCheckerTag, [] {
       return "Unable to get OSPatchingViaMDMStatus, considering MDM patching as disabled";
     });
     return false;
   }
-  const std::optional<std::string> value =
-      asText(plistManager_->fetchValue("IsMDMPatchingEnabled"));
+  const std::optional<std::string> value = asText(plistManager_.fetchValue("IsMDMPatchingEnabled"));
   const bool enabled = equalIgnoringCase(value.value_or("true"), "true");
   logInfo(kMDMPatchingStatusCheckerTag, [&] {
     return text("MDM patching is ", enabled ? "enabled" : "disabled", " - ", optionalText(value),

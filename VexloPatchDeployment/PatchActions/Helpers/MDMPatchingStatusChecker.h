@@ -1,6 +1,5 @@
 // Tells whether the server patches the OS through MDM.
 #pragma once
-#include <memory>
 
 #include "VexloPatchDeployment/Adapters/PlistManager.h"
 
@@ -10,12 +9,12 @@ namespace vexlo {
 /// disabled. Used from one thread at a time.
 class MDMPatchingStatusChecker {
  public:
-  /// `plistManager`, on the patch data file, is shared with the caller and never null.
-  explicit MDMPatchingStatusChecker(std::shared_ptr<PlistManager> plistManager);
+  /// `plistManager`, on the patch data file, must outlive this object.
+  explicit MDMPatchingStatusChecker(PlistManager& plistManager);
   [[nodiscard]] bool isEnabled();
 
  private:
-  std::shared_ptr<PlistManager> plistManager_;
+  PlistManager& plistManager_;
 };
 
 }  // namespace vexlo

@@ -13,12 +13,12 @@ constexpr LogTag kMacOSUpdateDeferralEligibilityCheckerTag{"isDisabled()"};
 }  // namespace
 
 MacOSUpdateDeferralEligibilityChecker::MacOSUpdateDeferralEligibilityChecker(
-    std::shared_ptr<PlistManager> plistManager)
-    : plistManager_(std::move(plistManager)) {}
+    PlistManager& plistManager)
+    : plistManager_(plistManager) {}
 
 bool MacOSUpdateDeferralEligibilityChecker::isDisabled() {
   const std::optional<platform::PropertyList> value =
-      plistManager_->fetchValue("DisableMacOSUpdateDeferralCheck");
+      plistManager_.fetchValue("DisableMacOSUpdateDeferralCheck");
   const bool* const flag = value ? value->as<bool>() : nullptr;
   const bool disabled = flag != nullptr && *flag;
   logInfo(kMacOSUpdateDeferralEligibilityCheckerTag,

@@ -1,6 +1,5 @@
 // Tells whether the agent's settings switch the macOS deferral check off.
 #pragma once
-#include <memory>
 
 #include "VexloPatchDeployment/Adapters/PlistManager.h"
 
@@ -10,12 +9,12 @@ namespace vexlo {
 /// not set. Used from one thread at a time.
 class MacOSUpdateDeferralEligibilityChecker {
  public:
-  /// `plistManager`, on the patch data file, is shared with the caller and never null.
-  explicit MacOSUpdateDeferralEligibilityChecker(std::shared_ptr<PlistManager> plistManager);
+  /// `plistManager`, on the patch data file, must outlive this object.
+  explicit MacOSUpdateDeferralEligibilityChecker(PlistManager& plistManager);
   [[nodiscard]] bool isDisabled();
 
  private:
-  std::shared_ptr<PlistManager> plistManager_;
+  PlistManager& plistManager_;
 };
 
 }  // namespace vexlo

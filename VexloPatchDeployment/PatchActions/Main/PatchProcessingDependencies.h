@@ -1,8 +1,14 @@
 // The container of the collaborators with which actions are run, and its production wiring.
 #pragma once
 #include <memory>
+#include <optional>
 
+#include "AgentLibraries/vxutils/TrueParentTracking.h"
+#include "VexloPatchDeployment/Adapters/CommandExecutor.h"
 #include "VexloPatchDeployment/Adapters/MDMStausProvider.h"
+#include "VexloPatchDeployment/Adapters/PlistDecoding.h"
+#include "VexloPatchDeployment/Adapters/PlistManager.h"
+#include "VexloPatchDeployment/Adapters/SystemFileManager.h"
 #include "VexloPatchDeployment/Common/OnFirstUse.h"
 #include "VexloPatchDeployment/Installers/InstallAssistantUpgradeInstaller/UpgradeInstallerDependencies.h"
 #include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Main/SoftwareUpdateInstallerDependencies.h"
@@ -21,12 +27,14 @@
 #include "VexloPatchDeployment/Validators/RunningApplicationCheckRelated/RunningAppPromptDataStore.h"
 #include "VexloPatchDeployment/Validators/RunningApplicationCheckRelated/RunningAppPromptEvaluator.h"
 #include "VexloPatchDeployment/Validators/RunningApplicationCheckRelated/RunningAppUserAck.h"
+#include "VexloPatchDeployment/Validators/RunningApplicationCheckRelated/RunningApplicationQuery.h"
 #include "VexloPatchDeployment/Validators/UserLoggedIn/UserLoggedIn.h"
 
 namespace vexlo {
 
-/// Lends the collaborators of one processor. Members live as long as the container; the two
-/// installer containers may be absent (null). For one thread at a time.
+/// The collaborators of one processor. Members live as long as the container; the two installer
+/// containers may be null. For one thread at a time. An agent, a test or a tool that answers from
+/// recorded readings may replace the default.
 class PatchProcessingDependencies {
  public:
   virtual ~PatchProcessingDependencies() = default;
@@ -37,11 +45,10 @@ class PatchProcessingDependencies {
   virtual UserLoginStatusChecker& userLoginStatusChecker() = 0;
   virtual MDMPatchingStatusChecker& mdmPatchingStatusChecker() = 0;
   virtual AppleSoftwareUpdateConnectivityChecker& appleSoftwareUpdateConnectivityChecker() = 0;
-  virtual std::shared_ptr<SoftwareUpdateInstallerDependencies>
-  softwareUpdateInstallerDependencies() = 0;
+  virtual SoftwareUpdateInstallerDependencies* softwareUpdateInstallerDependencies() = 0;
   virtual MacOSUpdateDeferralEligibilityChecker& deferralEligibilityChecker() = 0;
-  virtual std::shared_ptr<UpgradeInstallerDependencies> upgradeInstallerDependencies() = 0;
-  /// For those who ask the container; the deferral check asks the agent's library itself.
+  virtual UpgradeInstallerDependencies* upgradeInstallerDependencies() = 0;
+  /// Not used by the library, whose deferral check asks the agent's library itself.
   virtual MDMStausProvider& mdmStatus() = 0;
   virtual RunningAppPolicyChecking& runningAppPolicy() = 0;
   virtual AppKilling& appKiller() = 0;
@@ -62,72 +69,92 @@ class DefaultPatchProcessingDependencies final : public PatchProcessingDependenc
   DefaultPatchProcessingDependencies(const DefaultPatchProcessingDependencies&) = delete;
   DefaultPatchProcessingDependencies& operator=(const DefaultPatchProcessingDependencies&) = delete;
 
-  BatteryLevelChecker& batteryLevelChecker() override { return *batteryLevelChecker_; }
+  BatteryLevelChecker& batteryLevelChecker() override { return batteryLevelChecker_; }
   MacOSUpdateDeferralChecker& macOSUpdateDeferralChecker() override {
-    return *macOSUpdateDeferralChecker_;
+    return macOSUpdateDeferralChecker_;
   }
-  DiskSpaceChecker& diskSpaceChecker() override { return *diskSpaceChecker_; }
-  UserLoginStatusChecker& userLoginStatusChecker() override { return *userLoginStatusChecker_; }
+  DiskSpaceChecker& diskSpaceChecker() override { return diskSpaceChecker_; }
+  UserLoginStatusChecker& userLoginStatusChecker() override { return userLoginStatusChecker_; }
   MDMPatchingStatusChecker& mdmPatchingStatusChecker() override {
-    return *mdmPatchingStatusChecker_.get();
+    return mdmPatchingStatusChecker_.get();
   }
   AppleSoftwareUpdateConnectivityChecker& appleSoftwareUpdateConnectivityChecker() override {
-    return *appleSoftwareUpdateConnectivityChecker_;
+    return appleSoftwareUpdateConnectivityChecker_;
   }
-  std::shared_ptr<SoftwareUpdateInstallerDependencies> softwareUpdateInstallerDependencies()
-      override {
-    return softwareUpdateInstallerDependencies_.get();
+  SoftwareUpdateInstallerDependencies* softwareUpdateInstallerDependencies() override {
+    return softwareUpdateInstallerDependencies_.get().get();
   }
   MacOSUpdateDeferralEligibilityChecker& deferralEligibilityChecker() override {
-    return *deferralEligibilityChecker_.get();
+    return deferralEligibilityChecker_.get();
   }
-  std::shared_ptr<UpgradeInstallerDependencies> upgradeInstallerDependencies() override {
-    return upgradeInstallerDependencies_.get();
+  UpgradeInstallerDependencies* upgradeInstallerDependencies() override {
+    return upgradeInstallerDependencies_.get().get();
   }
-  MDMStausProvider& mdmStatus() override { return *mdmStatus_; }
-  RunningAppPolicyChecking& runningAppPolicy() override { return *runningAppPolicy_.get(); }
-  AppKilling& appKiller() override { return *appKiller_; }
-  RunningAppDetecting& runningAppDetector() override { return *runningAppDetector_; }
+  MDMStausProvider& mdmStatus() override { return AgentMDMStatus::shared(); }
+  RunningAppPolicyChecking& runningAppPolicy() override { return runningAppPolicy_.get(); }
+  AppKilling& appKiller() override { return appKiller_; }
+  RunningAppDetecting& runningAppDetector() override { return runningAppDetector_; }
   RunningAppDetailsProviding& runningAppDetailsProvider() override {
-    return *runningAppDetailsProvider_;
+    return runningAppDetailsProvider_;
   }
   RunningAppPromptCustomizing& runningAppPromptCustomizationProvider() override {
-    return *runningAppPromptCustomizationProvider_.get();
+    return runningAppPromptCustomizationProvider_.get();
   }
   RunningAppPromptDataStoring& runningAppPromptDataStore() override {
-    return *runningAppPromptDataStore_.get();
+    return runningAppPromptDataStore_.get();
   }
   RunningAppPromptEvaluating& runningAppPromptEvaluator() override {
-    return *runningAppPromptEvaluator_.get();
+    return runningAppPromptEvaluator_.get();
   }
-  RunningAppPromptCleaning& runningAppPromptCleaner() override { return *runningAppPromptCleaner_; }
+  RunningAppPromptCleaning& runningAppPromptCleaner() override { return runningAppPromptCleaner_; }
   RunningAppPromptPresenting& runningAppPromptPresenter() override {
-    return *runningAppPromptPresenter_;
+    return runningAppPromptPresenter_;
   }
 
  private:
+  // What the members below are made of.
+  SystemPowerSources powerSources_;
+  SystemPowerSource powerSource_{powerSources_};
+  SystemMDMClient mdmClient_;
+  SystemAvailableOSUpdates availableOSUpdates_{mdmClient_};
+  SystemDiskInfo diskInfo_;
+  SystemUserSession userSession_;
+  SystemSoftwareUpdateLister softwareUpdateLister_;
+  SystemRunningApplicationQuery runningApplicationQuery_;
+  AgentFiles files_;
+  vxutils::ProcessInformation processInformation_;
+  PlistSerializer plistDecoder_;
+
   // Made with the container, in this order.
-  std::shared_ptr<BatteryLevelChecker> batteryLevelChecker_;
-  std::shared_ptr<MacOSUpdateDeferralChecker> macOSUpdateDeferralChecker_;
-  std::shared_ptr<DiskSpaceChecker> diskSpaceChecker_;
-  std::shared_ptr<UserLoginStatusChecker> userLoginStatusChecker_;
-  std::shared_ptr<AppleSoftwareUpdateConnectivityChecker> appleSoftwareUpdateConnectivityChecker_;
-  std::shared_ptr<MDMStausProvider> mdmStatus_;
-  std::shared_ptr<AppKilling> appKiller_;
-  std::shared_ptr<RunningAppDetecting> runningAppDetector_;
-  std::shared_ptr<RunningAppPromptCleaning> runningAppPromptCleaner_;
-  std::shared_ptr<RunningAppPromptPresenting> runningAppPromptPresenter_;
-  std::shared_ptr<RunningAppDetailsProviding> runningAppDetailsProvider_;
-  // Made on first use.
-  OnFirstUse<std::shared_ptr<SoftwareUpdateInstallerDependencies>>
+  BatteryLevelChecker batteryLevelChecker_{powerSource_};
+  MacOSUpdateDeferralChecker macOSUpdateDeferralChecker_{availableOSUpdates_};
+  DiskSpaceChecker diskSpaceChecker_{diskInfo_};
+  UserLoginStatusChecker userLoginStatusChecker_{userSession_};
+  AppleSoftwareUpdateConnectivityChecker appleSoftwareUpdateConnectivityChecker_{
+      softwareUpdateLister_};
+  AppKiller appKiller_{runningApplicationQuery_};
+  RunningAppDetector runningAppDetector_{runningApplicationQuery_};
+  RunningAppPromptCleaner runningAppPromptCleaner_{appKiller_, files_};
+  RunningAppPromptPresenter runningAppPromptPresenter_{
+      TerminalUtil::defaultInstance(), userSession_,       runningAppPromptCleaner_, files_,
+      runningApplicationQuery_,        processInformation_};
+  RunningAppDetailsProvider runningAppDetailsProvider_{runningApplicationQuery_};
+
+  // Made on first use: the agent may set its directories until then. A settings file is made with
+  // the member that reads it.
+  OnFirstUse<std::unique_ptr<SoftwareUpdateInstallerDependencies>>
       softwareUpdateInstallerDependencies_;
-  OnFirstUse<std::shared_ptr<UpgradeInstallerDependencies>> upgradeInstallerDependencies_;
-  OnFirstUse<std::shared_ptr<RunningAppPolicyChecking>> runningAppPolicy_;
-  OnFirstUse<std::shared_ptr<MDMPatchingStatusChecker>> mdmPatchingStatusChecker_;
-  OnFirstUse<std::shared_ptr<MacOSUpdateDeferralEligibilityChecker>> deferralEligibilityChecker_;
-  OnFirstUse<std::shared_ptr<RunningAppPromptCustomizing>> runningAppPromptCustomizationProvider_;
-  OnFirstUse<std::shared_ptr<RunningAppPromptDataStoring>> runningAppPromptDataStore_;
-  OnFirstUse<std::shared_ptr<RunningAppPromptEvaluating>> runningAppPromptEvaluator_;
+  OnFirstUse<std::unique_ptr<UpgradeInstallerDependencies>> upgradeInstallerDependencies_;
+  std::optional<PlistFile> policyFile_;
+  OnFirstUse<RunningAppPolicy> runningAppPolicy_;
+  std::optional<PlistFile> mdmPatchingFile_;
+  OnFirstUse<MDMPatchingStatusChecker> mdmPatchingStatusChecker_;
+  std::optional<PlistFile> deferralEligibilityFile_;
+  OnFirstUse<MacOSUpdateDeferralEligibilityChecker> deferralEligibilityChecker_;
+  OnFirstUse<RunningAppPromptCustomizationProvider> runningAppPromptCustomizationProvider_;
+  std::optional<PlistFile> promptDataFile_;
+  OnFirstUse<RunningAppPromptDataStore> runningAppPromptDataStore_;
+  OnFirstUse<RunningAppPromptEvaluator> runningAppPromptEvaluator_;
 };
 
 }  // namespace vexlo

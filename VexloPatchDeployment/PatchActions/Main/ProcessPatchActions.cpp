@@ -346,16 +346,17 @@ PatchActionResult ProcessPatchActions::Implementation::installmacOSUpdates(
     });
     return PatchActionResult::applyLater(PlainReason::inSufficientArguments);
   }
-  const auto installerDependencies = dependencies_->softwareUpdateInstallerDependencies();
-  if (!installerDependencies) {
+  SoftwareUpdateInstallerDependencies* const installerDependencies =
+      dependencies_->softwareUpdateInstallerDependencies();
+  if (installerDependencies == nullptr) {
     return PatchActionResult::applyLater(PlainReason::unableToGetAgentServiceConnection);
   }
   const std::string& version = arguments[0];
   const std::string& macOSLabel = arguments[1];
   return vxutils::gv_globvars.isAppleSiliconMachine()
-             ? SiliconSoftwareUpdateInstaller(version, macOSLabel, installerDependencies)
+             ? SiliconSoftwareUpdateInstaller(version, macOSLabel, *installerDependencies)
                    .installMacOS()
-             : IntelSoftwareUpdateInstaller(version, macOSLabel, installerDependencies)
+             : IntelSoftwareUpdateInstaller(version, macOSLabel, *installerDependencies)
                    .installMacOS();
 }
 
@@ -370,14 +371,15 @@ PatchActionResult ProcessPatchActions::Implementation::installMacOSUpdatesUsingI
     });
     return PatchActionResult::applyLater(PlainReason::inSufficientArguments);
   }
-  const auto installerDependencies = dependencies_->upgradeInstallerDependencies();
-  if (!installerDependencies) {
+  UpgradeInstallerDependencies* const installerDependencies =
+      dependencies_->upgradeInstallerDependencies();
+  if (installerDependencies == nullptr) {
     return PatchActionResult::applyLater(PlainReason::unableToGetAgentServiceConnection);
   }
   const std::string& appPath = arguments.front();
   return vxutils::gv_globvars.isAppleSiliconMachine()
-             ? SiliconUpgradeInstaller(appPath, installerDependencies).installMacOS()
-             : IntelUpgradeInstaller(appPath, installerDependencies).installMacOS();
+             ? SiliconUpgradeInstaller(appPath, *installerDependencies).installMacOS()
+             : IntelUpgradeInstaller(appPath, *installerDependencies).installMacOS();
 }
 
 PatchActionResult ProcessPatchActions::Implementation::applicationRunningCheck(

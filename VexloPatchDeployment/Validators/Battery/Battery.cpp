@@ -14,11 +14,11 @@ constexpr LogTag kBatteryTag{"hasMinimumBattery(of:)"};
 
 }  // namespace
 
-BatteryLevelChecker::BatteryLevelChecker(std::shared_ptr<PowerSourceResolver> powerSourceResolver)
-    : powerSourceResolver_(std::move(powerSourceResolver)) {}
+BatteryLevelChecker::BatteryLevelChecker(PowerSourceResolver& powerSourceResolver)
+    : powerSourceResolver_(powerSourceResolver) {}
 
 bool BatteryLevelChecker::hasMinimumBattery(std::int64_t minimumPercent) {
-  const std::optional<PowerSource> source = powerSourceResolver_->currentPowerSource();
+  const std::optional<PowerSource> source = powerSourceResolver_.currentPowerSource();
   if (!source) {
     logError(kBatteryTag, [] {
       return "Unable to obtain system power source, Considering it as sufficient battery.";

@@ -1,7 +1,6 @@
 // Answers whether the battery level allows a patch to be installed.
 #pragma once
 #include <cstdint>
-#include <memory>
 
 #include "VexloPatchDeployment/Validators/Battery/PowerSourceResolver.h"
 
@@ -12,13 +11,13 @@ namespace vexlo {
 /// every question reads the power source anew. Used from one thread at a time.
 class BatteryLevelChecker {
  public:
-  /// `powerSourceResolver` is shared with the caller and never null.
-  explicit BatteryLevelChecker(std::shared_ptr<PowerSourceResolver> powerSourceResolver);
+  /// `powerSourceResolver` must outlive this object.
+  explicit BatteryLevelChecker(PowerSourceResolver& powerSourceResolver);
   /// `minimumPercent` is usually 0 to 100; equal is enough.
   [[nodiscard]] bool hasMinimumBattery(std::int64_t minimumPercent);
 
  private:
-  std::shared_ptr<PowerSourceResolver> powerSourceResolver_;
+  PowerSourceResolver& powerSourceResolver_;
 };
 
 }  // namespace vexlo

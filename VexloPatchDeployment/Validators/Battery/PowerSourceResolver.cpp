@@ -45,11 +45,11 @@ std::optional<BatteryPower> batteryOf(const PropertyList& description) {
 
 }  // namespace
 
-SystemPowerSource::SystemPowerSource(std::shared_ptr<PowerSourcesProvider> powerSourcesProvider)
-    : powerSourcesProvider_(std::move(powerSourcesProvider)) {}
+SystemPowerSource::SystemPowerSource(PowerSourcesProvider& powerSourcesProvider)
+    : powerSourcesProvider_(powerSourcesProvider) {}
 
 std::optional<PowerSource> SystemPowerSource::currentPowerSource() {
-  for (const PropertyList& description : powerSourcesProvider_->powerSourcesInfo()) {
+  for (const PropertyList& description : powerSourcesProvider_.powerSourcesInfo()) {
     if (description.as<PropertyList::Dictionary>() == nullptr) {
       logDebug(kPowerSourceResolverTag, [] { return kUnobtainable; });
       continue;

@@ -1,7 +1,6 @@
 // Turns the platform's list of power sources into the one in use.
 #pragma once
 #include <cstdint>
-#include <memory>
 #include <optional>
 #include <variant>
 
@@ -32,12 +31,12 @@ class PowerSourceResolver {
 /// provider anew on every call.
 class SystemPowerSource final : public PowerSourceResolver {
  public:
-  /// `powerSourcesProvider` is shared with the caller and never null.
-  explicit SystemPowerSource(std::shared_ptr<PowerSourcesProvider> powerSourcesProvider);
+  /// `powerSourcesProvider` must outlive this object.
+  explicit SystemPowerSource(PowerSourcesProvider& powerSourcesProvider);
   [[nodiscard]] std::optional<PowerSource> currentPowerSource() override;
 
  private:
-  std::shared_ptr<PowerSourcesProvider> powerSourcesProvider_;
+  PowerSourcesProvider& powerSourcesProvider_;
 };
 
 }  // namespace vexlo

@@ -121,11 +121,11 @@ std::ostream& operator<<(std::ostream& out, const AvailableOSUpdate& update) {
 }
 
 SystemAvailableOSUpdates::SystemAvailableOSUpdates(
-    std::shared_ptr<MDMClientCommandExecutor> mdmClientCommandExecutor)
-    : mdmClientCommandExecutor_(std::move(mdmClientCommandExecutor)) {}
+    MDMClientCommandExecutor& mdmClientCommandExecutor)
+    : mdmClientCommandExecutor_(mdmClientCommandExecutor) {}
 
 std::optional<std::vector<AvailableOSUpdate>> SystemAvailableOSUpdates::availableOSUpdates() {
-  const MDMClientOutput run = mdmClientCommandExecutor_->fetchAvailableOSUpdatesRaw();
+  const MDMClientOutput run = mdmClientCommandExecutor_.fetchAvailableOSUpdatesRaw();
   logInfo(kAvailableOSUpdatesTag, [&] {
     return text("Available OS Updates raw data : ", run.output, ", exitCode: ", run.exitCode, ".");
   });

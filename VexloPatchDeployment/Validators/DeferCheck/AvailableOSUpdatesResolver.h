@@ -1,7 +1,6 @@
 // Tells which macOS updates the machine sees, as its MDM client reports them.
 #pragma once
 #include <iosfwd>
-#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -34,13 +33,12 @@ class AvailableOSUpdatesResolver {
 /// server, gives absent; a report that can't be read gives an empty list. Stateless.
 class SystemAvailableOSUpdates final : public AvailableOSUpdatesResolver {
  public:
-  /// `mdmClientCommandExecutor` is shared with the caller and never null.
-  explicit SystemAvailableOSUpdates(
-      std::shared_ptr<MDMClientCommandExecutor> mdmClientCommandExecutor);
+  /// `mdmClientCommandExecutor` must outlive this object.
+  explicit SystemAvailableOSUpdates(MDMClientCommandExecutor& mdmClientCommandExecutor);
   [[nodiscard]] std::optional<std::vector<AvailableOSUpdate>> availableOSUpdates() override;
 
  private:
-  std::shared_ptr<MDMClientCommandExecutor> mdmClientCommandExecutor_;
+  MDMClientCommandExecutor& mdmClientCommandExecutor_;
 };
 
 }  // namespace vexlo

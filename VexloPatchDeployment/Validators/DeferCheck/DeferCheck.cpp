@@ -33,11 +33,11 @@ std::optional<std::string> convertDateFormat(std::string_view dateText) {
 }  // namespace
 
 MacOSUpdateDeferralChecker::MacOSUpdateDeferralChecker(
-    std::shared_ptr<AvailableOSUpdatesResolver> availableOSUpdatesResolver, platform::Clock now)
-    : availableOSUpdatesResolver_(std::move(availableOSUpdatesResolver)), now_(std::move(now)) {}
+    AvailableOSUpdatesResolver& availableOSUpdatesResolver, platform::Clock now)
+    : availableOSUpdatesResolver_(availableOSUpdatesResolver), now_(std::move(now)) {}
 
 MacOSUpdateDeferral MacOSUpdateDeferralChecker::isMacOSUpdateDeferred(std::string_view version) {
-  const auto updates = availableOSUpdatesResolver_->availableOSUpdates();
+  const auto updates = availableOSUpdatesResolver_.availableOSUpdates();
   if (!updates) {
     logError(kDeferCheckTag, [] {
       return "Unable to get AvailableOSUpdate - Network error. Need to check later.";

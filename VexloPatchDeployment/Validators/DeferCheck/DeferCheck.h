@@ -1,6 +1,5 @@
 // Answers whether MDM defers a macOS version, and until when.
 #pragma once
-#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -22,11 +21,10 @@ struct MacOSUpdateDeferral {
 /// question asks for the updates anew. Used from one thread at a time.
 class MacOSUpdateDeferralChecker {
  public:
-  /// `availableOSUpdatesResolver` is shared with the caller and never null; `now` tells the
+  /// `availableOSUpdatesResolver` must outlive this object; `now` tells the
   /// moment that deferral dates are compared with.
-  explicit MacOSUpdateDeferralChecker(
-      std::shared_ptr<AvailableOSUpdatesResolver> availableOSUpdatesResolver,
-      platform::Clock now = platform::systemClock());
+  explicit MacOSUpdateDeferralChecker(AvailableOSUpdatesResolver& availableOSUpdatesResolver,
+                                      platform::Clock now = platform::systemClock());
 
   /// Whether `version`, compared exactly, is deferred now. Days begin at midnight in the
   /// process's time zone.
@@ -36,7 +34,7 @@ class MacOSUpdateDeferralChecker {
   /// Whether the deferral until `dateText`, «2024-06-15», still runs.
   [[nodiscard]] bool validate(std::string_view dateText) const;
 
-  std::shared_ptr<AvailableOSUpdatesResolver> availableOSUpdatesResolver_;
+  AvailableOSUpdatesResolver& availableOSUpdatesResolver_;
   platform::Clock now_;
 };
 

@@ -19,11 +19,11 @@ SoftwareUpdateList SystemSoftwareUpdateLister::fetchSoftwareUpdates() {
 }
 
 AppleSoftwareUpdateConnectivityChecker::AppleSoftwareUpdateConnectivityChecker(
-    std::shared_ptr<SoftwareUpdateLister> softwareUpdateLister)
-    : softwareUpdateLister_(std::move(softwareUpdateLister)) {}
+    SoftwareUpdateLister& softwareUpdateLister)
+    : softwareUpdateLister_(softwareUpdateLister) {}
 
 bool AppleSoftwareUpdateConnectivityChecker::isAppleSoftwareUpdateReachable() {
-  const SoftwareUpdateList list = softwareUpdateLister_->fetchSoftwareUpdates();
+  const SoftwareUpdateList list = softwareUpdateLister_.fetchSoftwareUpdates();
   logInfo(kSoftwareUpdateListerTag, [&] {
     return text("Software update output: ", list.output, ", exit code: ", list.exitCode, ".");
   });

@@ -1,7 +1,6 @@
 // Lists Apple's software updates, and tells from that whether their service answers.
 #pragma once
 #include <cstdint>
-#include <memory>
 #include <string>
 #include <string_view>
 
@@ -34,15 +33,14 @@ class SystemSoftwareUpdateLister final : public SoftwareUpdateLister {
 /// that it can't connect. Stateless. Used from one thread at a time.
 class AppleSoftwareUpdateConnectivityChecker {
  public:
-  /// `softwareUpdateLister` is shared with the caller and never null.
-  explicit AppleSoftwareUpdateConnectivityChecker(
-      std::shared_ptr<SoftwareUpdateLister> softwareUpdateLister);
+  /// `softwareUpdateLister` must outlive this object.
+  explicit AppleSoftwareUpdateConnectivityChecker(SoftwareUpdateLister& softwareUpdateLister);
 
   /// Takes as long as the listing, which contacts Apple's servers.
   [[nodiscard]] bool isAppleSoftwareUpdateReachable();
 
  private:
-  std::shared_ptr<SoftwareUpdateLister> softwareUpdateLister_;
+  SoftwareUpdateLister& softwareUpdateLister_;
 };
 
 }  // namespace vexlo

@@ -12,11 +12,11 @@ constexpr LogTag kDiskTag{"hasMinimumFreeSpace(of:)"};
 
 }  // namespace
 
-DiskSpaceChecker::DiskSpaceChecker(std::shared_ptr<DiskInfoProvider> diskInfoProvider)
-    : diskInfoProvider_(std::move(diskInfoProvider)) {}
+DiskSpaceChecker::DiskSpaceChecker(DiskInfoProvider& diskInfoProvider)
+    : diskInfoProvider_(diskInfoProvider) {}
 
 bool DiskSpaceChecker::hasMinimumFreeSpace(std::int64_t requiredBytes) {
-  const std::optional<std::int64_t> available = diskInfoProvider_->availableDiskSpace();
+  const std::optional<std::int64_t> available = diskInfoProvider_.availableDiskSpace();
   if (!available) {
     logInfo(kDiskTag,
             [] { return "Unable to retrieve free disk space, considering as sufficient"; });

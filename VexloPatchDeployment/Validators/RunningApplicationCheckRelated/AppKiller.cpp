@@ -13,13 +13,12 @@ constexpr std::chrono::seconds kPauseAfterKill{2};
 
 }  // namespace
 
-AppKiller::AppKiller(std::shared_ptr<RunningApplicationQuerying> applicationQuery,
-                     platform::Sleeper sleeper)
-    : applicationQuery_(std::move(applicationQuery)), sleeper_(std::move(sleeper)) {}
+AppKiller::AppKiller(RunningApplicationQuerying& applicationQuery, platform::Sleeper sleeper)
+    : applicationQuery_(applicationQuery), sleeper_(std::move(sleeper)) {}
 
 void AppKiller::killApps(const std::vector<std::string>& bundleIDs) {
   for (const std::string& bundleID : bundleIDs) {
-    const auto applications = applicationQuery_->runningApplications(bundleID);
+    const auto applications = applicationQuery_.runningApplications(bundleID);
     if (applications.empty()) {
       logInfo(kAppKillerTag,
               [&] { return text("No running applications found with bundleID: ", bundleID, "."); });

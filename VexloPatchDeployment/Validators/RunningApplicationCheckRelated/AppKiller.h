@@ -1,6 +1,5 @@
 // Kills every running instance of a list of applications.
 #pragma once
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -21,13 +20,13 @@ class AppKilling {
 /// calls; usable from any thread that its query is.
 class AppKiller final : public AppKilling {
  public:
-  /// `applicationQuery` is shared with the caller and never null.
-  explicit AppKiller(std::shared_ptr<RunningApplicationQuerying> applicationQuery,
+  /// `applicationQuery` must outlive this object.
+  explicit AppKiller(RunningApplicationQuerying& applicationQuery,
                      platform::Sleeper sleeper = platform::systemSleeper());
   void killApps(const std::vector<std::string>& bundleIDs) override;
 
  private:
-  std::shared_ptr<RunningApplicationQuerying> applicationQuery_;
+  RunningApplicationQuerying& applicationQuery_;
   platform::Sleeper sleeper_;
 };
 

@@ -11,13 +11,12 @@ constexpr LogTag kRunningAppDetailsProviderTag{"appDetails(for:)"};
 
 }  // namespace
 
-RunningAppDetailsProvider::RunningAppDetailsProvider(
-    std::shared_ptr<RunningApplicationQuerying> applicationQuery)
-    : applicationQuery_(std::move(applicationQuery)) {}
+RunningAppDetailsProvider::RunningAppDetailsProvider(RunningApplicationQuerying& applicationQuery)
+    : applicationQuery_(applicationQuery) {}
 
 std::optional<RunningAppDetails> RunningAppDetailsProvider::appDetails(
     const std::string& bundleID) {
-  for (const auto& application : applicationQuery_->runningApplications(bundleID)) {
+  for (const auto& application : applicationQuery_.runningApplications(bundleID)) {
     std::optional<std::string> executable = application->executableURL();
     if (!executable) {
       continue;

@@ -1,6 +1,5 @@
 // Names a running application for the prompt.
 #pragma once
-#include <memory>
 #include <optional>
 #include <string>
 
@@ -26,12 +25,12 @@ class RunningAppDetailsProviding {
 /// Keeps nothing between calls; usable from any thread that its query is.
 class RunningAppDetailsProvider final : public RunningAppDetailsProviding {
  public:
-  /// `applicationQuery` is shared with the caller and never null.
-  explicit RunningAppDetailsProvider(std::shared_ptr<RunningApplicationQuerying> applicationQuery);
+  /// `applicationQuery` must outlive this object.
+  explicit RunningAppDetailsProvider(RunningApplicationQuerying& applicationQuery);
   [[nodiscard]] std::optional<RunningAppDetails> appDetails(const std::string& bundleID) override;
 
  private:
-  std::shared_ptr<RunningApplicationQuerying> applicationQuery_;
+  RunningApplicationQuerying& applicationQuery_;
 };
 
 }  // namespace vexlo

@@ -26,12 +26,12 @@ std::string describe(const Applications& applications, const std::string& bundle
 
 }  // namespace
 
-RunningAppDetector::RunningAppDetector(std::shared_ptr<RunningApplicationQuerying> applicationQuery)
-    : applicationQuery_(std::move(applicationQuery)) {}
+RunningAppDetector::RunningAppDetector(RunningApplicationQuerying& applicationQuery)
+    : applicationQuery_(applicationQuery) {}
 
 bool RunningAppDetector::isAnyAppRunning(const std::vector<std::string>& bundleIDs) {
   for (const std::string& bundleID : bundleIDs) {
-    const Applications applications = applicationQuery_->runningApplications(bundleID);
+    const Applications applications = applicationQuery_.runningApplications(bundleID);
     if (!applications.empty()) {
       logInfo(kRunningAppDetectorTag, [&] {
         return text("Apps are running for bundleID: ", bundleID,

@@ -1,6 +1,5 @@
 // Tells whether an application that a patch would disturb is running.
 #pragma once
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -19,12 +18,12 @@ class RunningAppDetecting {
 /// between calls; usable from any thread that its query is.
 class RunningAppDetector final : public RunningAppDetecting {
  public:
-  /// `applicationQuery` is shared with the caller and never null.
-  explicit RunningAppDetector(std::shared_ptr<RunningApplicationQuerying> applicationQuery);
+  /// `applicationQuery` must outlive this object.
+  explicit RunningAppDetector(RunningApplicationQuerying& applicationQuery);
   [[nodiscard]] bool isAnyAppRunning(const std::vector<std::string>& bundleIDs) override;
 
  private:
-  std::shared_ptr<RunningApplicationQuerying> applicationQuery_;
+  RunningApplicationQuerying& applicationQuery_;
 };
 
 }  // namespace vexlo

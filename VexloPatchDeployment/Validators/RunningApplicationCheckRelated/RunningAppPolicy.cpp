@@ -24,11 +24,10 @@ const std::string& RunningAppPolicyConstants::plistPath() {
   return path;
 }
 
-RunningAppPolicy::RunningAppPolicy(std::shared_ptr<PlistManager> plistManager)
-    : plistManager_(std::move(plistManager)) {}
+RunningAppPolicy::RunningAppPolicy(PlistManager& plistManager) : plistManager_(plistManager) {}
 
 bool RunningAppPolicy::isAlwaysKillAppsEnabled() {
-  const bool enabled = isOn(*plistManager_, "AlwaysKillApps");
+  const bool enabled = isOn(plistManager_, "AlwaysKillApps");
   logInfo(kAlwaysKillTag, [&] {
     return enabled ? "Running application check is disabled since AlwaysKillApps is enabled."
                    : "Running application check is enabled since AlwaysKillApps is not enabled.";
@@ -37,7 +36,7 @@ bool RunningAppPolicy::isAlwaysKillAppsEnabled() {
 }
 
 bool RunningAppPolicy::isPromptEnabled() {
-  const bool enabled = isOn(*plistManager_, "ApplicationRunningPrompt");
+  const bool enabled = isOn(plistManager_, "ApplicationRunningPrompt");
   logInfo(kPromptTag, [&] {
     return enabled ? "Prompt for running applications is enabled."
                    : "Prompt for running applications is disabled.";

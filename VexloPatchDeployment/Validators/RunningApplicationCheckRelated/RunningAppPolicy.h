@@ -1,6 +1,5 @@
 // The agent's two switches for running applications: kill them always, prompt the user.
 #pragma once
-#include <memory>
 #include <string>
 
 #include "VexloPatchDeployment/Adapters/PlistManager.h"
@@ -26,13 +25,13 @@ class RunningAppPolicyChecking {
 /// on: a missing file or key and a value of another type (the text "true", the number 1) mean off.
 class RunningAppPolicy final : public RunningAppPolicyChecking {
  public:
-  /// `plistManager` is shared with the caller and never null.
-  explicit RunningAppPolicy(std::shared_ptr<PlistManager> plistManager);
+  /// `plistManager` must outlive this object.
+  explicit RunningAppPolicy(PlistManager& plistManager);
   [[nodiscard]] bool isAlwaysKillAppsEnabled() override;
   [[nodiscard]] bool isPromptEnabled() override;
 
  private:
-  std::shared_ptr<PlistManager> plistManager_;
+  PlistManager& plistManager_;
 };
 
 }  // namespace vexlo

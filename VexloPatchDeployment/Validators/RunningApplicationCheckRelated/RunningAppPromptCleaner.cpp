@@ -18,14 +18,14 @@ const std::string& RunningAppPromptConstants::returnCodeFilePath() {
   return path;
 }
 
-RunningAppPromptCleaner::RunningAppPromptCleaner(std::shared_ptr<AppKilling> appKiller,
-                                                 std::shared_ptr<SystemFileManager> fileRemover)
-    : appKiller_(std::move(appKiller)), fileRemover_(std::move(fileRemover)) {}
+RunningAppPromptCleaner::RunningAppPromptCleaner(AppKilling& appKiller,
+                                                 SystemFileManager& fileRemover)
+    : appKiller_(appKiller), fileRemover_(fileRemover) {}
 
 void RunningAppPromptCleaner::clean() {
-  appKiller_->killApps({std::string(RunningAppPromptConstants::bundleIdentifier)});
+  appKiller_.killApps({std::string(RunningAppPromptConstants::bundleIdentifier)});
   const std::string& path = RunningAppPromptConstants::returnCodeFilePath();
-  const std::int32_t status = fileRemover_->removeFile(path);
+  const std::int32_t status = fileRemover_.removeFile(path);
   logInfo(kRunningAppPromptCleanerTag,
           [&] { return text("Removing file: ", path, " - ", status); });
 }

@@ -1,6 +1,5 @@
 // Closes what a prompt left behind: the prompt application and its answer.
 #pragma once
-#include <memory>
 #include <string>
 #include <string_view>
 
@@ -28,14 +27,13 @@ class RunningAppPromptCleaning {
 /// Keeps nothing between calls.
 class RunningAppPromptCleaner final : public RunningAppPromptCleaning {
  public:
-  /// The collaborators are shared with the caller and never null.
-  RunningAppPromptCleaner(std::shared_ptr<AppKilling> appKiller,
-                          std::shared_ptr<SystemFileManager> fileRemover);
+  /// The collaborators must outlive this object.
+  RunningAppPromptCleaner(AppKilling& appKiller, SystemFileManager& fileRemover);
   void clean() override;
 
  private:
-  std::shared_ptr<AppKilling> appKiller_;
-  std::shared_ptr<SystemFileManager> fileRemover_;
+  AppKilling& appKiller_;
+  SystemFileManager& fileRemover_;
 };
 
 }  // namespace vexlo

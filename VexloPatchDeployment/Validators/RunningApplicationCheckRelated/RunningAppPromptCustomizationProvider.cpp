@@ -147,11 +147,10 @@ const std::string& RunningAppPromptCustomizationProviderConstants::plistPath() {
 }
 
 RunningAppPromptCustomizationProvider::RunningAppPromptCustomizationProvider(
-    std::shared_ptr<PlistDecoding> plistDecoder)
-    : customizationData_([plistDecoder = std::move(
-                              plistDecoder)]() -> std::optional<RunningAppPromptCustomization> {
+    PlistDecoding& plistDecoder)
+    : customizationData_([&plistDecoder]() -> std::optional<RunningAppPromptCustomization> {
         try {
-          auto customization = plistDecoder->decodeFromFile<RunningAppPromptCustomization>(
+          auto customization = plistDecoder.decodeFromFile<RunningAppPromptCustomization>(
               RunningAppPromptCustomizationProviderConstants::plistPath());
           logInfo(kRunningAppPromptCustomizationProviderTag,
                   [&] { return describe(customization); });

@@ -1,7 +1,6 @@
 // The prompt's texts, waits and limits, as the agent configured them.
 #pragma once
 #include <cstdint>
-#include <memory>
 #include <optional>
 #include <ostream>
 #include <string>
@@ -72,8 +71,8 @@ class RunningAppPromptCustomizing {
 /// one thread at a time.
 class RunningAppPromptCustomizationProvider final : public RunningAppPromptCustomizing {
  public:
-  /// `plistDecoder` is shared with the caller and never null.
-  explicit RunningAppPromptCustomizationProvider(std::shared_ptr<PlistDecoding> plistDecoder);
+  /// `plistDecoder` must outlive this object.
+  explicit RunningAppPromptCustomizationProvider(PlistDecoding& plistDecoder);
   [[nodiscard]] std::optional<RunningAppPromptCustomization> customization() override;
   [[nodiscard]] const std::optional<RunningAppPromptCustomization>& customizationData() override;
 

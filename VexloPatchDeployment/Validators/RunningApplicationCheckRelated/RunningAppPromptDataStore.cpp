@@ -14,8 +14,8 @@ constexpr LogTag kSaveDataTag{"saveData(_:for:)"};
 
 }  // namespace
 
-RunningAppPromptDataStore::RunningAppPromptDataStore(std::shared_ptr<PlistManager> plistManager)
-    : plistManager_(std::move(plistManager)) {}
+RunningAppPromptDataStore::RunningAppPromptDataStore(PlistManager& plistManager)
+    : plistManager_(plistManager) {}
 
 std::string RunningAppPromptDataStore::plistPath() {
   return agentDataFile("/ApplicationRunningPromptData.plist");
@@ -23,7 +23,7 @@ std::string RunningAppPromptDataStore::plistPath() {
 
 std::optional<RunningAppPromptDataStoring::Record> RunningAppPromptDataStore::data(
     const std::string& key) {
-  const std::optional<platform::PropertyList> value = plistManager_->fetchValue(key);
+  const std::optional<platform::PropertyList> value = plistManager_.fetchValue(key);
   const Record* const record = value ? value->as<Record>() : nullptr;
   logInfo(kDataTag, [&] {
     return text("Fetched prompt data for ", key, ": ",
@@ -35,8 +35,8 @@ std::optional<RunningAppPromptDataStoring::Record> RunningAppPromptDataStore::da
 
 void RunningAppPromptDataStore::saveData(const Record& record, const std::string& key) {
   try {
-    plistManager_->updateValue(record, key);
-    plistManager_->save(std::nullopt);
+    plistManager_.updateValue(record, key);
+    plistManager_.save(std::nullopt);
   } catch (const std::exception& error) {
     logError(kSaveDataTag, [&] {
       return text("Unable to save prompt data for ", key, ": ", platform::describe(record),

@@ -1,6 +1,5 @@
 // Remembers how often the user was prompted about a set of applications.
 #pragma once
-#include <memory>
 #include <optional>
 #include <string>
 
@@ -26,15 +25,15 @@ class RunningAppPromptDataStoring {
 /// between a read and a save is not noticed.
 class RunningAppPromptDataStore final : public RunningAppPromptDataStoring {
  public:
-  /// `plistManager` is shared with the caller and never null.
-  explicit RunningAppPromptDataStore(std::shared_ptr<PlistManager> plistManager);
+  /// `plistManager` must outlive this object.
+  explicit RunningAppPromptDataStore(PlistManager& plistManager);
   /// The records' file in the agent's data directory.
   [[nodiscard]] static std::string plistPath();
   [[nodiscard]] std::optional<Record> data(const std::string& key) override;
   void saveData(const Record& record, const std::string& key) override;
 
  private:
-  std::shared_ptr<PlistManager> plistManager_;
+  PlistManager& plistManager_;
 };
 
 }  // namespace vexlo

@@ -62,17 +62,16 @@ const std::string& RunningAppPromptDataStoreKeys::currentDate() {
 }
 
 RunningAppPromptEvaluator::RunningAppPromptEvaluator(
-    std::shared_ptr<RunningAppPromptCustomizing> customizationProvider,
-    std::shared_ptr<RunningAppPromptDataStoring> dataStore,
+    RunningAppPromptCustomizing& customizationProvider, RunningAppPromptDataStoring& dataStore,
     std::function<std::string()> currentDate)
-    : customizationProvider_(std::move(customizationProvider)),
-      dataStore_(std::move(dataStore)),
+    : customizationProvider_(customizationProvider),
+      dataStore_(dataStore),
       currentDate_(std::move(currentDate)) {}
 
 RunningAppPromptEvaluation RunningAppPromptEvaluator::evaluate(const std::string& key,
                                                                const std::string& patchID) {
   const RunningAppPromptCustomization customization =
-      customizationProvider_->customizationData().value_or(RunningAppPromptCustomization{});
+      customizationProvider_.customizationData().value_or(RunningAppPromptCustomization{});
   const std::int64_t limit = customization.dailyPromptLimit.value_or(0);
   const std::int64_t skips = customization.numberOfSkipAttempts.value_or(0);
   const Evaluation configured{.remainingSkipAttempts = skips,
@@ -93,13 +92,13 @@ RunningAppPromptEvaluation RunningAppPromptEvaluator::evaluate(const std::string
     return withSkipsLeft(0);
   }
 
-  const std::optional<Record> record = dataStore_->data(key);
+  const std::optional<Record> record = dataStore_.data(key);
   const std::string date = currentDate_();
   if (!record || !isOfPatch(*record, patchID)) {
     logInfo(kRunningAppPromptEvaluatorTag, [&] {
       return text("New version detected for bundleID: ", key, ". Resetting prompt data.");
     });
-    dataStore_->saveData(makeRecord(patchID, 1, date, 1), key);
+    dataStore_.saveData(makeRecord(patchID, 1, date, 1), key);
     return configured;
   }
 
@@ -128,8 +127,8 @@ RunningAppPromptEvaluation RunningAppPromptEvaluator::evaluate(const std::string
   } else if (skips >= 1) {
     evaluation = withSkipsLeft(saturatingDifference(skips, total));
   }
-  dataStore_->saveData(makeRecord(patchID, saturatingSum(total, 1), date, saturatingSum(today, 1)),
-                       key);
+  dataStore_.saveData(makeRecord(patchID, saturatingSum(total, 1), date, saturatingSum(today, 1)),
+                      key);
   return evaluation;
 }
 

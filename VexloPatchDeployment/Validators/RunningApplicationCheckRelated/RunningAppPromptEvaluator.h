@@ -2,7 +2,6 @@
 #pragma once
 #include <cstdint>
 #include <functional>
-#include <memory>
 #include <ostream>
 #include <string>
 #include <string_view>
@@ -56,18 +55,17 @@ class RunningAppPromptEvaluating {
 /// thread at a time.
 class RunningAppPromptEvaluator final : public RunningAppPromptEvaluating {
  public:
-  /// The collaborators are shared with the caller and never null; `currentDate` names the day
+  /// The collaborators must outlive this object; `currentDate` names the day
   /// that prompts are counted under.
   RunningAppPromptEvaluator(
-      std::shared_ptr<RunningAppPromptCustomizing> customizationProvider,
-      std::shared_ptr<RunningAppPromptDataStoring> dataStore,
+      RunningAppPromptCustomizing& customizationProvider, RunningAppPromptDataStoring& dataStore,
       std::function<std::string()> currentDate = RunningAppPromptDataStoreKeys::currentDate);
   [[nodiscard]] RunningAppPromptEvaluation evaluate(const std::string& key,
                                                     const std::string& patchID) override;
 
  private:
-  std::shared_ptr<RunningAppPromptCustomizing> customizationProvider_;
-  std::shared_ptr<RunningAppPromptDataStoring> dataStore_;
+  RunningAppPromptCustomizing& customizationProvider_;
+  RunningAppPromptDataStoring& dataStore_;
   std::function<std::string()> currentDate_;
 };
 

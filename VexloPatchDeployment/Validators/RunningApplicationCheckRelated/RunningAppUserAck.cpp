@@ -70,19 +70,16 @@ bool RunningAppPromptSurroundings::runCurrentRunLoop(std::chrono::milliseconds d
 }
 
 RunningAppPromptPresenter::RunningAppPromptPresenter(
-    std::shared_ptr<CommandExecutor> executor,
-    std::shared_ptr<UserSessionProvider> userSessionProvider,
-    std::shared_ptr<RunningAppPromptCleaning> cleaner,
-    std::shared_ptr<SystemFileManager> fileManager,
-    std::shared_ptr<RunningApplicationQuerying> runningApplicationQuery,
-    std::shared_ptr<vxutils::TrueParentTracking> parentChecker,
+    CommandExecutor& executor, UserSessionProvider& userSessionProvider,
+    RunningAppPromptCleaning& cleaner, SystemFileManager& fileManager,
+    RunningApplicationQuerying& runningApplicationQuery, vxutils::TrueParentTracking& parentChecker,
     RunningAppPromptSurroundings surroundings)
-    : executor_(std::move(executor)),
-      userSessionProvider_(std::move(userSessionProvider)),
-      cleaner_(std::move(cleaner)),
-      fileManager_(std::move(fileManager)),
-      runningApplicationQuery_(std::move(runningApplicationQuery)),
-      parentChecker_(std::move(parentChecker)),
+    : executor_(executor),
+      userSessionProvider_(userSessionProvider),
+      cleaner_(cleaner),
+      fileManager_(fileManager),
+      runningApplicationQuery_(runningApplicationQuery),
+      parentChecker_(parentChecker),
       surroundings_(std::move(surroundings)) {}
 
 bool RunningAppPromptPresenter::requestUserAcknowledgement(
@@ -92,7 +89,7 @@ bool RunningAppPromptPresenter::requestUserAcknowledgement(
   logInfo(kRequestTag, [&] { return text("Launching prompt with command: ", command); });
   const bool acknowledged = askUser(
       command, evaluation.decision == RunningAppPromptDecision::forceDeployment, timeoutSeconds);
-  cleaner_->clean();
+  cleaner_.clean();
   return acknowledged;
 }
 
@@ -109,20 +106,20 @@ std::string RunningAppPromptPresenter::buildLaunchCommand(
     return text("open ", evaluation.allowScreenGrab ? "" : "-g ", "-a ", program, " --args",
                 arguments);
   }
-  return text("sudo -u ", shellWord(userSessionProvider_->currentConsoleUserName()), ' ', program,
+  return text("sudo -u ", shellWord(userSessionProvider_.currentConsoleUserName()), ' ', program,
               arguments);
 }
 
 bool RunningAppPromptPresenter::askUser(const std::string& command, bool fallback,
                                         std::int64_t timeoutSeconds) {
-  if (!parentChecker_->registerAsTrueParent(std::string(kPromptAppName))) {
+  if (!parentChecker_.registerAsTrueParent(std::string(kPromptAppName))) {
     logInfo(kRequestTag,
             [] { return "Failed to register as true parent for the VexloAppRunningNotifier."; });
     return false;
   }
   // Who is asked: somebody else may be at the console when the answer is read.
-  const std::string user = userSessionProvider_->currentConsoleUserName();
-  const CommandResult launch = executor_->run(command, "/bin/sh", std::nullopt);
+  const std::string user = userSessionProvider_.currentConsoleUserName();
+  const CommandResult launch = executor_.run(command, "/bin/sh", std::nullopt);
   logInfo(kRequestTag,
           [&] { return text("output: ", launch.output, ", exitCode: ", launch.exitCode); });
   if (launch.exitCode != 0) {
@@ -136,7 +133,7 @@ bool RunningAppPromptPresenter::askUser(const std::string& command, bool fallbac
 void RunningAppPromptPresenter::waitForPromptDismissal(std::int64_t timeoutSeconds) {
   const std::string bundleID(RunningAppPromptConstants::bundleIdentifier);
   for (std::int64_t passes = 0; surroundings_.runLoop(kPass); ++passes) {
-    if (runningApplicationQuery_->runningApplications(bundleID).empty()) {
+    if (runningApplicationQuery_.runningApplications(bundleID).empty()) {
       logInfo(kWaitTag, [] { return "Prompt app exited."; });
       return;
     }
@@ -151,7 +148,7 @@ void RunningAppPromptPresenter::waitForPromptDismissal(std::int64_t timeoutSecon
 
 bool RunningAppPromptPresenter::readUserAcknowledgement(bool fallback, const std::string& user) {
   const std::string& path = RunningAppPromptPresenterConstants::returnCodeFilePath();
-  if (!fileManager_->isFileExist(path)) {
+  if (!fileManager_.isFileExist(path)) {
     logInfo(kReadTag, [&] {
       return text("Return code file not found. Returning fallback: ", fallback, ".");
     });

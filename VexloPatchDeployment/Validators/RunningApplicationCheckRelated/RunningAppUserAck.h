@@ -3,7 +3,6 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -52,13 +51,11 @@ struct RunningAppPromptSurroundings {
 /// every request. Keeps nothing between requests; for one thread at a time.
 class RunningAppPromptPresenter final : public RunningAppPromptPresenting {
  public:
-  /// The collaborators are shared with the caller and never null.
-  RunningAppPromptPresenter(std::shared_ptr<CommandExecutor> executor,
-                            std::shared_ptr<UserSessionProvider> userSessionProvider,
-                            std::shared_ptr<RunningAppPromptCleaning> cleaner,
-                            std::shared_ptr<SystemFileManager> fileManager,
-                            std::shared_ptr<RunningApplicationQuerying> runningApplicationQuery,
-                            std::shared_ptr<vxutils::TrueParentTracking> parentChecker,
+  /// The collaborators must outlive this object.
+  RunningAppPromptPresenter(CommandExecutor& executor, UserSessionProvider& userSessionProvider,
+                            RunningAppPromptCleaning& cleaner, SystemFileManager& fileManager,
+                            RunningApplicationQuerying& runningApplicationQuery,
+                            vxutils::TrueParentTracking& parentChecker,
                             RunningAppPromptSurroundings surroundings = {});
   [[nodiscard]] bool requestUserAcknowledgement(const std::vector<std::string>& names,
                                                 const RunningAppPromptEvaluation& evaluation,
@@ -74,12 +71,12 @@ class RunningAppPromptPresenter final : public RunningAppPromptPresenting {
   /// Takes the answer of `user`, of the agent's user or of root only.
   [[nodiscard]] bool readUserAcknowledgement(bool fallback, const std::string& user);
 
-  std::shared_ptr<CommandExecutor> executor_;
-  std::shared_ptr<UserSessionProvider> userSessionProvider_;
-  std::shared_ptr<RunningAppPromptCleaning> cleaner_;
-  std::shared_ptr<SystemFileManager> fileManager_;
-  std::shared_ptr<RunningApplicationQuerying> runningApplicationQuery_;
-  std::shared_ptr<vxutils::TrueParentTracking> parentChecker_;
+  CommandExecutor& executor_;
+  UserSessionProvider& userSessionProvider_;
+  RunningAppPromptCleaning& cleaner_;
+  SystemFileManager& fileManager_;
+  RunningApplicationQuerying& runningApplicationQuery_;
+  vxutils::TrueParentTracking& parentChecker_;
   RunningAppPromptSurroundings surroundings_;
 };
 

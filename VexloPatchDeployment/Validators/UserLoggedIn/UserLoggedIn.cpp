@@ -26,12 +26,11 @@ std::optional<std::string> SystemUserSession::loggedOnUsers() {
   return vxutils::SystemUtilsWrapper().getLoggedOnUsers();
 }
 
-UserLoginStatusChecker::UserLoginStatusChecker(
-    std::shared_ptr<UserSessionProvider> userSessionProvider)
-    : userSessionProvider_(std::move(userSessionProvider)) {}
+UserLoginStatusChecker::UserLoginStatusChecker(UserSessionProvider& userSessionProvider)
+    : userSessionProvider_(userSessionProvider) {}
 
 bool UserLoginStatusChecker::isUserLoggedIn() {
-  const std::string name = userSessionProvider_->currentConsoleUserName();
+  const std::string name = userSessionProvider_.currentConsoleUserName();
   if (equalIgnoringCase(name, "NOUSERNAME")) {
     logInfo(kConsoleUserTag, [] { return "No users logged in."; });
     return false;
@@ -43,7 +42,7 @@ bool UserLoginStatusChecker::isUserLoggedIn() {
 }
 
 bool UserLoginStatusChecker::isSingleUserLoggedIn() {
-  const std::optional<std::string> users = userSessionProvider_->loggedOnUsers();
+  const std::optional<std::string> users = userSessionProvider_.loggedOnUsers();
   if (!users) {
     logInfo(kSingleUserTag, [] { return "No users logged in - isSingleUserLoggedIn."; });
     return false;

@@ -1,6 +1,5 @@
 // Answers who is logged in: at the console, and how many.
 #pragma once
-#include <memory>
 #include <optional>
 #include <string>
 
@@ -26,8 +25,8 @@ class SystemUserSession final : public UserSessionProvider {
 /// absent list count as nobody. Stateless; used from one thread at a time.
 class UserLoginStatusChecker {
  public:
-  /// `userSessionProvider` is shared with the caller and never null.
-  explicit UserLoginStatusChecker(std::shared_ptr<UserSessionProvider> userSessionProvider);
+  /// `userSessionProvider` must outlive this object.
+  explicit UserLoginStatusChecker(UserSessionProvider& userSessionProvider);
 
   /// Whether someone is logged in at the console.
   [[nodiscard]] bool isUserLoggedIn();
@@ -35,7 +34,7 @@ class UserLoginStatusChecker {
   [[nodiscard]] bool isSingleUserLoggedIn();
 
  private:
-  std::shared_ptr<UserSessionProvider> userSessionProvider_;
+  UserSessionProvider& userSessionProvider_;
 };
 
 }  // namespace vexlo

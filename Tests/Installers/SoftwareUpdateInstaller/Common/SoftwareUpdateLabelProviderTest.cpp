@@ -2,7 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
@@ -23,12 +22,12 @@ class DefaultSoftwareUpdateLabelTest : public ::testing::Test {
  protected:
   std::optional<std::string> labelIn(const std::string& output, const std::string& build,
                                      std::int32_t exitCode = 0) {
-    lister->list = {.exitCode = exitCode, .output = output};
+    lister.list = {.exitCode = exitCode, .output = output};
     log.clear();
     return DefaultSoftwareUpdateLabel(lister).label(build);
   }
 
-  std::shared_ptr<FakeSoftwareUpdateLister> lister = std::make_shared<FakeSoftwareUpdateLister>();
+  FakeSoftwareUpdateLister lister;
   LogCapture log;
 };
 

@@ -54,12 +54,11 @@ std::string withoutLabelPrefixes(std::string_view labelled) {
 
 }  // namespace
 
-DefaultSoftwareUpdateLabel::DefaultSoftwareUpdateLabel(
-    std::shared_ptr<SoftwareUpdateLister> softwareUpdateLister)
-    : softwareUpdateLister_(std::move(softwareUpdateLister)) {}
+DefaultSoftwareUpdateLabel::DefaultSoftwareUpdateLabel(SoftwareUpdateLister& softwareUpdateLister)
+    : softwareUpdateLister_(softwareUpdateLister) {}
 
 std::optional<std::string> DefaultSoftwareUpdateLabel::label(std::string_view build) {
-  const SoftwareUpdateList list = softwareUpdateLister_->fetchSoftwareUpdates();
+  const SoftwareUpdateList list = softwareUpdateLister_.fetchSoftwareUpdates();
   if (list.exitCode != 0) {
     logError(kSoftwareUpdateLabelProviderTag, [&] {
       return text("Unable to get software update label exitCode: ", list.exitCode,

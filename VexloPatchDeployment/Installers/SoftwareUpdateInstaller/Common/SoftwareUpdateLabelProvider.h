@@ -1,6 +1,5 @@
 // Finds the label under which a macOS build is downloaded and installed.
 #pragma once
-#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -23,12 +22,12 @@ class SoftwareUpdateLabelProvider {
 /// Takes time linear in the list, whatever it holds. Stateless.
 class DefaultSoftwareUpdateLabel final : public SoftwareUpdateLabelProvider {
  public:
-  /// `softwareUpdateLister` is shared with the caller and never null.
-  explicit DefaultSoftwareUpdateLabel(std::shared_ptr<SoftwareUpdateLister> softwareUpdateLister);
+  /// `softwareUpdateLister` must outlive this object.
+  explicit DefaultSoftwareUpdateLabel(SoftwareUpdateLister& softwareUpdateLister);
   [[nodiscard]] std::optional<std::string> label(std::string_view build) override;
 
  private:
-  std::shared_ptr<SoftwareUpdateLister> softwareUpdateLister_;
+  SoftwareUpdateLister& softwareUpdateLister_;
 };
 
 }  // namespace vexlo

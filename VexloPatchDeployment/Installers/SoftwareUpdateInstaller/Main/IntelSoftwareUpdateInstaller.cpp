@@ -15,12 +15,11 @@ constexpr LogTag kIntelRetryTag{"downloadAndInstallMacOS()"};
 }  // namespace
 
 IntelSoftwareUpdateInstaller::IntelSoftwareUpdateInstaller(
-    std::string version, std::string macOSLabel,
-    std::shared_ptr<SoftwareUpdateInstallerDependencies> dependencies, platform::Sleeper sleeper,
-    std::int64_t macOSMajorVersion)
+    std::string version, std::string macOSLabel, SoftwareUpdateInstallerDependencies& dependencies,
+    platform::Sleeper sleeper, std::int64_t macOSMajorVersion)
     : version_(std::move(version)),
       macOSLabel_(std::move(macOSLabel)),
-      dependencies_(std::move(dependencies)),
+      dependencies_(dependencies),
       sleeper_(std::move(sleeper)),
       macOSMajorVersion_(macOSMajorVersion) {}
 
@@ -34,7 +33,7 @@ PatchActionResult IntelSoftwareUpdateInstaller::installMacOS() {
 }
 
 PatchActionResult IntelSoftwareUpdateInstaller::downloadAndInstallMacOS() {
-  return SoftwareUpdateInstallation(SoftwareUpdateAuthContext::intel(), *dependencies_, sleeper_,
+  return SoftwareUpdateInstallation(SoftwareUpdateAuthContext::intel(), dependencies_, sleeper_,
                                     macOSMajorVersion_)
       .run(macOSLabel_, kIntelRetryTag);
 }

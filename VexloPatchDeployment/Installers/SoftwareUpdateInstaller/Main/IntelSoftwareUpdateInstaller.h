@@ -1,7 +1,6 @@
 // Downloads and installs a macOS software update on Intel machines.
 #pragma once
 #include <cstdint>
-#include <memory>
 #include <string>
 
 #include "Platform/Calendar.h"
@@ -16,10 +15,10 @@ namespace vexlo {
 class IntelSoftwareUpdateInstaller {
  public:
   /// `version` is the macOS version, for the log only; the last blank-separated word of the
-  /// update's label `macOSLabel` names its build. `dependencies` is never null.
+  /// update's label `macOSLabel` names its build. `dependencies` must outlive this object.
   IntelSoftwareUpdateInstaller(
       std::string version, std::string macOSLabel,
-      std::shared_ptr<SoftwareUpdateInstallerDependencies> dependencies,
+      SoftwareUpdateInstallerDependencies& dependencies,
       platform::Sleeper sleeper = platform::systemSleeper(),
       std::int64_t macOSMajorVersion = PatchDeploymentConstants::macOSMajorVersion());
 
@@ -31,7 +30,7 @@ class IntelSoftwareUpdateInstaller {
 
   std::string version_;
   std::string macOSLabel_;
-  std::shared_ptr<SoftwareUpdateInstallerDependencies> dependencies_;
+  SoftwareUpdateInstallerDependencies& dependencies_;
   platform::Sleeper sleeper_;
   std::int64_t macOSMajorVersion_;
 };

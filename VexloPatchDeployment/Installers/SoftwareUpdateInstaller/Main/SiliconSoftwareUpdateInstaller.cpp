@@ -16,12 +16,11 @@ constexpr LogTag kSiliconRetryTag{"downloadAndInstallMacOS(using:)"};
 }  // namespace
 
 SiliconSoftwareUpdateInstaller::SiliconSoftwareUpdateInstaller(
-    std::string version, std::string macOSLabel,
-    std::shared_ptr<SoftwareUpdateInstallerDependencies> dependencies, platform::Sleeper sleeper,
-    std::int64_t macOSMajorVersion)
+    std::string version, std::string macOSLabel, SoftwareUpdateInstallerDependencies& dependencies,
+    platform::Sleeper sleeper, std::int64_t macOSMajorVersion)
     : version_(std::move(version)),
       macOSLabel_(std::move(macOSLabel)),
-      dependencies_(std::move(dependencies)),
+      dependencies_(dependencies),
       sleeper_(std::move(sleeper)),
       macOSMajorVersion_(macOSMajorVersion) {}
 
@@ -31,7 +30,7 @@ PatchActionResult SiliconSoftwareUpdateInstaller::installMacOS() {
     return text("Starting installation of Silicon Software Update for ", version_,
                 ", Label: ", macOSLabel_, ". Machine locale language: ", language, ".");
   });
-  CredentialsFetcher* const fetcher = dependencies_->userCredentials();
+  CredentialsFetcher* const fetcher = dependencies_.userCredentials();
   const std::optional<Credentials> credentials =
       fetcher != nullptr ? fetcher->credentials() : std::nullopt;
   if (!credentials) {
@@ -42,7 +41,7 @@ PatchActionResult SiliconSoftwareUpdateInstaller::installMacOS() {
 
 PatchActionResult SiliconSoftwareUpdateInstaller::downloadAndInstallMacOS(
     const Credentials& credentials) {
-  return SoftwareUpdateInstallation(SoftwareUpdateAuthContext::silicon(credentials), *dependencies_,
+  return SoftwareUpdateInstallation(SoftwareUpdateAuthContext::silicon(credentials), dependencies_,
                                     sleeper_, macOSMajorVersion_)
       .run(macOSLabel_, kSiliconRetryTag);
 }

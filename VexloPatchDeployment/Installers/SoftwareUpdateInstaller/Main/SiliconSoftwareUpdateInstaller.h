@@ -1,7 +1,6 @@
 // Downloads and installs a macOS software update on Apple silicon.
 #pragma once
 #include <cstdint>
-#include <memory>
 #include <string>
 
 #include "Platform/Calendar.h"
@@ -17,10 +16,10 @@ namespace vexlo {
 class SiliconSoftwareUpdateInstaller {
  public:
   /// `version` is the macOS version, for the log only; the last blank-separated word of the
-  /// update's label `macOSLabel` names its build. `dependencies` is never null.
+  /// update's label `macOSLabel` names its build. `dependencies` must outlive this object.
   SiliconSoftwareUpdateInstaller(
       std::string version, std::string macOSLabel,
-      std::shared_ptr<SoftwareUpdateInstallerDependencies> dependencies,
+      SoftwareUpdateInstallerDependencies& dependencies,
       platform::Sleeper sleeper = platform::systemSleeper(),
       std::int64_t macOSMajorVersion = PatchDeploymentConstants::macOSMajorVersion());
 
@@ -32,7 +31,7 @@ class SiliconSoftwareUpdateInstaller {
 
   std::string version_;
   std::string macOSLabel_;
-  std::shared_ptr<SoftwareUpdateInstallerDependencies> dependencies_;
+  SoftwareUpdateInstallerDependencies& dependencies_;
   platform::Sleeper sleeper_;
   std::int64_t macOSMajorVersion_;
 };

@@ -12,13 +12,13 @@ constexpr LogTag kSoftwareUpdateInstallerDependenciesTag{"init(silicon:)"};
 
 }  // namespace
 
-std::shared_ptr<SoftwareUpdateInstallerDependencies>
+std::unique_ptr<SoftwareUpdateInstallerDependencies>
 DefaultSoftwareUpdateInstallerDependencies::intel() {
-  return std::shared_ptr<SoftwareUpdateInstallerDependencies>(
+  return std::unique_ptr<SoftwareUpdateInstallerDependencies>(
       new DefaultSoftwareUpdateInstallerDependencies(std::nullopt));
 }
 
-std::shared_ptr<SoftwareUpdateInstallerDependencies>
+std::unique_ptr<SoftwareUpdateInstallerDependencies>
 DefaultSoftwareUpdateInstallerDependencies::silicon() {
   std::optional<AgentServiceCredentials> credentials = agentServiceCredentials();
   if (!credentials) {
@@ -27,14 +27,13 @@ DefaultSoftwareUpdateInstallerDependencies::silicon() {
     });
     return nullptr;
   }
-  return std::shared_ptr<SoftwareUpdateInstallerDependencies>(
+  return std::unique_ptr<SoftwareUpdateInstallerDependencies>(
       new DefaultSoftwareUpdateInstallerDependencies(std::move(credentials)));
 }
 
 DefaultSoftwareUpdateInstallerDependencies::DefaultSoftwareUpdateInstallerDependencies(
     std::optional<AgentServiceCredentials> agentServiceCredentials)
-    : agentServiceCredentials_(std::move(agentServiceCredentials)),
-      labelProvider_(std::make_shared<SystemSoftwareUpdateLister>()) {}
+    : agentServiceCredentials_(std::move(agentServiceCredentials)) {}
 
 CredentialsFetcher* DefaultSoftwareUpdateInstallerDependencies::userCredentials() {
   return agentServiceCredentials_ ? agentServiceCredentials_->fetcher.get() : nullptr;

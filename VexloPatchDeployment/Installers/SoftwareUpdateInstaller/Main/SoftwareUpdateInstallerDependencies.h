@@ -30,10 +30,10 @@ class DefaultSoftwareUpdateInstallerDependencies final
     : public SoftwareUpdateInstallerDependencies {
  public:
   /// Without credentials; never null.
-  [[nodiscard]] static std::shared_ptr<SoftwareUpdateInstallerDependencies> intel();
+  [[nodiscard]] static std::unique_ptr<SoftwareUpdateInstallerDependencies> intel();
   /// With the credentials of the agent's service; null, with an error line, when the service
   /// can't be reached.
-  [[nodiscard]] static std::shared_ptr<SoftwareUpdateInstallerDependencies> silicon();
+  [[nodiscard]] static std::unique_ptr<SoftwareUpdateInstallerDependencies> silicon();
 
   [[nodiscard]] CredentialsFetcher* userCredentials() override;
   [[nodiscard]] CommandExecutor& executor() override { return TerminalUtil::defaultInstance(); }
@@ -50,7 +50,8 @@ class DefaultSoftwareUpdateInstallerDependencies final
 
   std::optional<AgentServiceCredentials> agentServiceCredentials_;  // absent on Intel
   DefaultSoftwareUpdateOutputAnalyser outputValidator_;
-  DefaultSoftwareUpdateLabel labelProvider_;
+  SystemSoftwareUpdateLister softwareUpdateLister_;
+  DefaultSoftwareUpdateLabel labelProvider_{softwareUpdateLister_};
   SystemUserSession userSessionProvider_;
   DefaultSoftwareUpdateNotifier notifier_;
 };

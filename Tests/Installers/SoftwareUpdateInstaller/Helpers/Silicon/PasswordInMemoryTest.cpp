@@ -91,7 +91,7 @@ TEST(PasswordInMemoryTest, NothingOfItIsLeftAfterTheInstallersAreGone) {
           });
       const auto dependencies = DefaultUpgradeInstallerDependencies::silicon();
       ASSERT_NE(dependencies, nullptr);
-      EXPECT_EQ(SiliconUpgradeInstaller(root.file("I.app"), dependencies).installMacOS(),
+      EXPECT_EQ(SiliconUpgradeInstaller(root.file("I.app"), *dependencies).installMacOS(),
                 PatchActionResult::success());
       for (const std::int64_t version : {12, 14}) {
         const std::optional<Credentials> credentials =

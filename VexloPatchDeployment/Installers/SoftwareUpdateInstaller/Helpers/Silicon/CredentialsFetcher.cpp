@@ -38,9 +38,8 @@ Credentials& Credentials::operator=(Credentials&& other) noexcept {
 
 Credentials::~Credentials() { platform::wipe(password); }
 
-UserCredentials::UserCredentials(
-    std::shared_ptr<AgentServiceValueFetcher> agentServiceValueProvider)
-    : agentServiceValueProvider_(std::move(agentServiceValueProvider)) {}
+UserCredentials::UserCredentials(AgentServiceValueFetcher& agentServiceValueProvider)
+    : agentServiceValueProvider_(agentServiceValueProvider) {}
 
 std::optional<Credentials> UserCredentials::credentials() {
   if (const std::optional<std::string> userName = textUnder(kUserNameKey)) {
@@ -57,7 +56,7 @@ std::optional<Credentials> UserCredentials::credentials() {
 }
 
 std::optional<std::string> UserCredentials::textUnder(const char* key) {
-  std::optional<std::string> text = agentServiceValueProvider_->value(key);
+  std::optional<std::string> text = agentServiceValueProvider_.value(key);
   if (text && text->empty()) {
     text.reset();
   }
@@ -70,9 +69,11 @@ std::optional<AgentServiceCredentials> agentServiceCredentials() {
   if (!service) {
     return std::nullopt;
   }
-  auto fetcher = std::make_shared<DefaultAgentServiceValueFetcher>(std::move(service));
+  auto values = std::make_unique<DefaultAgentServiceValueFetcher>(std::move(service));
+  auto fetcher = std::make_unique<UserCredentials>(*values);
   return AgentServiceCredentials{.connection = std::move(connection),
-                                 .fetcher = std::make_unique<UserCredentials>(std::move(fetcher))};
+                                 .values = std::move(values),
+                                 .fetcher = std::move(fetcher)};
 }
 
 }  // namespace vexlo

@@ -39,19 +39,20 @@ class CredentialsFetcher {
 /// Asks the agent's service anew on every call. An empty text counts as absent, blanks don't.
 class UserCredentials final : public CredentialsFetcher {
  public:
-  /// `agentServiceValueProvider` is shared with the caller and never null.
-  explicit UserCredentials(std::shared_ptr<AgentServiceValueFetcher> agentServiceValueProvider);
+  /// `agentServiceValueProvider` must outlive this object.
+  explicit UserCredentials(AgentServiceValueFetcher& agentServiceValueProvider);
   [[nodiscard]] std::optional<Credentials> credentials() override;
 
  private:
   [[nodiscard]] std::optional<std::string> textUnder(const char* key);
 
-  std::shared_ptr<AgentServiceValueFetcher> agentServiceValueProvider_;
+  AgentServiceValueFetcher& agentServiceValueProvider_;
 };
 
 /// The connection to the agent's service, and the fetcher of the credentials that it keeps.
 struct AgentServiceCredentials {
   std::unique_ptr<vxutils::AgentServiceConnection> connection;
+  std::unique_ptr<AgentServiceValueFetcher> values;
   std::unique_ptr<CredentialsFetcher> fetcher;
 };
 /// Absent when the service can't be reached.
