@@ -7,8 +7,9 @@
 #include <cstdint>
 #include <utility>
 
-#include "AgentLibraries/FileCodec/JSONReader.h"
+#include "AgentLibraries/FileCodec/JSONReader.h"  // kByteOrderMark
 #include "AgentLibraries/LogCore/Text.h"
+#include "AgentTool/JSONMembers.h"
 
 namespace agent_tool {
 namespace {
@@ -16,97 +17,9 @@ namespace {
 using FileCodec::DecodingError;
 using LogCore::text;
 using Type = JSONValue::Type;
+using Place = JSONPlace;
 
 constexpr std::int64_t kVersion = 1;
-
-/// Where a value stands, from the inside out; the texts are made for an error only.
-struct Place {
-  const Place* around = nullptr;
-  std::string_view member;
-  std::size_t index = 0;  // without a member
-
-  [[nodiscard]] std::string path() const {
-    const std::string own = member.empty() ? text('[', index, ']') : FileCodec::nameInPlace(member);
-    return around == nullptr ? own : around->path() + " › " + own;
-  }
-};
-
-std::string describeFound(const JSONValue& value) {
-  switch (value.type()) {
-    case Type::null:
-      return "null";
-    case Type::boolean:
-      return value.boolean().value_or(false) ? "true" : "false";
-    case Type::integer:
-      return text("the integer ", value.integer().value_or(0));
-    case Type::unsignedInteger:
-      return "an integer beyond the signed 64-bit range";
-    case Type::real:
-      return "a real number";
-    case Type::string:
-      return text('"', FileCodec::nameInPlace(value.string().value_or("")), '"');
-    case Type::array:
-      return "an array";
-    case Type::object:
-      return "an object";
-  }
-  std::unreachable();
-}
-
-[[noreturn]] void reject(const JSONValue& value, const Place& place, std::string expected) {
-  throw DecodingError({}, place.path(), std::move(expected), describeFound(value));
-}
-
-bool takeBoolean(const JSONValue& value, const Place& place) {
-  const auto flag = value.boolean();
-  return flag ? *flag : (reject(value, place, "true or false"), false);
-}
-
-std::int64_t takeInteger(const JSONValue& value, const Place& place) {
-  const auto number = value.integer();
-  return number ? *number : (reject(value, place, "an integer of the signed 64-bit range"), 0);
-}
-
-std::string_view takeString(const JSONValue& value, const Place& place) {
-  const auto string = value.string();
-  return string ? *string : (reject(value, place, "a string"), std::string_view());
-}
-
-std::optional<std::string_view> takeOptionalString(const JSONValue& value, const Place& place) {
-  if (!value.isNull() && value.type() != Type::string) {
-    reject(value, place, "a string or null");
-  }
-  return value.string();
-}
-
-/// Whether there is a value; one of another type is an error.
-bool isPresent(const JSONValue& value, Type type, const Place& place, const char* expected) {
-  if (!value.isNull() && value.type() != type) {
-    reject(value, place, expected);
-  }
-  return !value.isNull();
-}
-
-/// Calls `visit(name, value, place)` for each member of an object or null.
-template <typename Visit>
-void takeMembers(const JSONValue& value, const Place& place, const Visit& visit) {
-  if (isPresent(value, Type::object, place, "an object or null")) {
-    value.forEachMember([&](std::string_view name, const JSONValue& member) {
-      visit(name, member, Place{.around = &place, .member = name});
-    });
-  }
-}
-
-/// Calls `visit(value, place)` for each element of an array or null.
-template <typename Visit>
-void takeElements(const JSONValue& value, const Place& place, const Visit& visit) {
-  if (isPresent(value, Type::array, place, "an array or null")) {
-    std::size_t index = 0;
-    value.forEachElement([&](const JSONValue& element) {
-      visit(element, Place{.around = &place, .member = {}, .index = index++});
-    });
-  }
-}
 
 /// Reads "2026-11-24T10:11:12Z".
 std::optional<platform::Moment> momentOf(std::string_view text) {
@@ -174,15 +87,14 @@ vxutils::EnrollmentType enrollmentOf(const JSONValue& value, const Place& place)
 RecordedSettings settingsOf(const JSONValue& value, const Place& place) {
   std::optional<std::string_view> file;
   const JSONValue* values = nullptr;
-  takeMembers(
-      value, place, [&](std::string_view name, const JSONValue& member, const Place& memberPlace) {
-        if (name == "file") {
-          file = takeOptionalString(member, memberPlace);
-        } else if (name == "values") {
-          values =
-              isPresent(member, Type::object, memberPlace, "an object or null") ? &member : nullptr;
-        }
-      });
+  takeMembers(value, place,
+              [&](std::string_view name, const JSONValue& member, const Place& memberPlace) {
+                if (name == "file") {
+                  file = takeOptionalString(member, memberPlace);
+                } else if (name == "values") {
+                  values = isPresent(member, Type::object, memberPlace) ? &member : nullptr;
+                }
+              });
   return {file, values};
 }
 
@@ -302,7 +214,7 @@ constexpr std::array kMembers{
     Member{"powerSource", false,
            [](const JSONValue& value, const Place& place, FactsRecord& record) {
              record.powerSource.reset();
-             if (isPresent(value, Type::object, place, "an object or null")) {
+             if (isPresent(value, Type::object, place)) {
                record.powerSource = powerSourceOf(value, place);
              }
            }},
@@ -411,33 +323,6 @@ void take(const JSONValue& line, FactsRecord& record) {
   }
 }
 
-/// Says what is wrong with a text that is no JSON.
-DecodingError problemOf(std::string_view line) {
-  class NoEvents final : public FileCodec::JSONEvents {
-    bool beginObject() override { return true; }
-    bool memberName(std::string_view /*name*/) override { return true; }
-    bool endObject() override { return true; }
-    bool beginArray() override { return true; }
-    bool endArray() override { return true; }
-    bool string(std::string_view /*value*/) override { return true; }
-    bool number() override { return true; }
-    bool boolean() override { return true; }
-    bool null() override { return true; }
-  };
-  NoEvents events;
-  const FileCodec::JSONReading reading = FileCodec::readJSON(line, events);
-  switch (reading.outcome) {
-    case FileCodec::JSONOutcome::syntaxError:
-      return {{}, text("column ", reading.column), reading.expected, reading.found};
-    case FileCodec::JSONOutcome::hugeExponent:
-      return {{}, {}, "numbers of a usual size", "one with an exponent beyond all measure"};
-    case FileCodec::JSONOutcome::complete:
-    case FileCodec::JSONOutcome::stoppedByEvents:
-      break;
-  }
-  return {{}, {}, "less nesting", "more than 64 levels"};
-}
-
 }  // namespace
 
 std::optional<platform::PropertyList> RecordedSettings::value(std::string_view key) const {
@@ -472,7 +357,7 @@ std::expected<const FactsRecord*, DecodingError> FactsReader::read(std::string_v
   }
   const JSONValue* const root = document_.read(line);
   if (root == nullptr) {
-    return std::unexpected(problemOf(line));
+    return std::unexpected(whyNoJSON(line));
   }
   forget(record_);
   try {

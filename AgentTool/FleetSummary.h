@@ -1,0 +1,106 @@
+// Counts what a patch would come to on the machines of a fleet.
+#pragma once
+#include <compare>
+#include <cstdint>
+#include <expected>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "AgentLibraries/FileCodec/DecodingError.h"
+#include "VexloPatchDeployment/Common/PatchIdentifier.h"
+
+namespace agent_tool {
+
+/// The actions of a patch, with their arguments.
+struct FleetAction {
+  std::string code;
+  std::vector<std::string> arguments;
+  friend bool operator==(const FleetAction&, const FleetAction&) = default;
+};
+
+/// What was asked of the machines.
+struct FleetQuestion {
+  std::string patchID;
+  std::string productID;
+  std::string servicePackID;
+  std::vector<FleetAction> actions;
+  std::optional<std::vector<FleetAction>> actionsBefore;  ///< Of a comparison.
+  friend bool operator==(const FleetQuestion&, const FleetQuestion&) = default;
+};
+
+/// What a machine would answer, as far as machines are counted by it.
+template <typename Text>
+struct BasicFleetAnswer {
+  Text outcome;  ///< The name of an `Answer`: "success", "applyLater", "wouldAsk".
+  Text action;   ///< The code of the action that decided; empty when all are a success.
+  Text reason;   ///< Its description's name; empty without one.
+  friend auto operator<=>(const BasicFleetAnswer&, const BasicFleetAnswer&) = default;
+};
+using FleetAnswer = BasicFleetAnswer<std::string>;
+using FleetAnswerView = BasicFleetAnswer<std::string_view>;
+
+/// The kinds of machine that are counted apart.
+struct MachineKind {
+  std::int64_t macOS = 0;  ///< The major version, 1 to 99; 0 when it isn't known.
+  bool isAppleSilicon = false;
+  friend auto operator<=>(const MachineKind&, const MachineKind&) = default;
+};
+
+/// A sum over machines. Merging is associative and commutative, and a default-made summary its
+/// neutral element: however a fleet is divided, the parts merge to the whole's summary. Takes
+/// memory for the different answers only, not for the machines.
+class FleetSummary {
+ public:
+  /// Larger counts stay at this one.
+  static constexpr std::uint64_t kMostMachines = INT64_MAX;
+
+  FleetSummary() = default;  ///< Of no machine, about no question yet.
+  explicit FleetSummary(FleetQuestion question) : question_(std::move(question)) {}
+
+  void add(const FleetAnswerView& answer, const MachineKind& kind, std::uint64_t machines = 1);
+  /// A machine, counted by `add` as well, that answered otherwise before.
+  void addMove(const FleetAnswerView& from, const FleetAnswerView& to, std::uint64_t machines = 1);
+  void addBadLines(std::uint64_t lines);
+
+  /// False, and nothing is merged, when the other one answers another question.
+  [[nodiscard]] bool merge(const FleetSummary& other);
+
+  using Counts = std::map<MachineKind, std::uint64_t>;
+  struct Less {
+    using is_transparent = void;
+    bool operator()(const auto& left, const auto& right) const { return view(left) < view(right); }
+    static FleetAnswerView view(const FleetAnswer& answer) {
+      return {answer.outcome, answer.action, answer.reason};
+    }
+    static FleetAnswerView view(const FleetAnswerView& answer) { return answer; }
+  };
+  using Moves = std::map<std::pair<FleetAnswer, FleetAnswer>, std::uint64_t>;
+  [[nodiscard]] const std::optional<FleetQuestion>& question() const noexcept { return question_; }
+  [[nodiscard]] const std::map<FleetAnswer, Counts, Less>& answers() const noexcept {
+    return answers_;
+  }
+  [[nodiscard]] const Moves& moves() const noexcept { return moves_; }
+  [[nodiscard]] std::uint64_t machines() const noexcept { return machines_; }
+  [[nodiscard]] std::uint64_t badLines() const noexcept { return badLines_; }
+
+  friend bool operator==(const FleetSummary&, const FleetSummary&) = default;
+
+ private:
+  std::optional<FleetQuestion> question_;
+  std::map<FleetAnswer, Counts, Less> answers_;
+  Moves moves_;
+  std::uint64_t machines_ = 0;
+  std::uint64_t badLines_ = 0;
+};
+
+/// One line of JSON, with its line feed (docs/FLEET.md).
+[[nodiscard]] std::string asJSON(const FleetSummary& summary);
+/// Reads it back. The error names no file.
+[[nodiscard]] std::expected<FleetSummary, FileCodec::DecodingError> summaryFromJSON(
+    std::string_view line);
+
+}  // namespace agent_tool

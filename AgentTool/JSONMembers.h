@@ -1,0 +1,64 @@
+// Takes typed members from a JSON document; an error says which member, and what was expected.
+#pragma once
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "AgentLibraries/FileCodec/DecodingError.h"
+#include "AgentTool/CompactJSON.h"
+
+namespace agent_tool {
+
+/// Where a value stands, from the inside out; a text is made of it for an error only.
+struct JSONPlace {
+  const JSONPlace* around = nullptr;
+  std::string_view member;  ///< Empty for an element.
+  std::size_t index = 0;    ///< Of an element.
+
+  /// «applications › com.apple.mail › [1]»
+  [[nodiscard]] std::string path() const;
+};
+
+/// Throws `FileCodec::DecodingError`, without a file.
+[[noreturn]] void reject(const JSONValue& value, const JSONPlace& place, std::string expected);
+
+// The value, of that type; for any other they throw as `reject` does.
+[[nodiscard]] bool takeBoolean(const JSONValue& value, const JSONPlace& place);
+[[nodiscard]] std::int64_t takeInteger(const JSONValue& value, const JSONPlace& place);
+[[nodiscard]] std::string_view takeString(const JSONValue& value, const JSONPlace& place);
+[[nodiscard]] std::optional<std::string_view> takeOptionalString(const JSONValue& value,
+                                                                 const JSONPlace& place);
+
+/// Whether there is a value of the type; false for null.
+[[nodiscard]] bool isPresent(const JSONValue& value, JSONValue::Type type, const JSONPlace& place);
+
+/// Calls `visit(name, value, place)` for each member of an object; never for null.
+template <typename Visit>
+void takeMembers(const JSONValue& value, const JSONPlace& place, const Visit& visit) {
+  if (isPresent(value, JSONValue::Type::object, place)) {
+    value.forEachMember([&](std::string_view name, const JSONValue& member) {
+      visit(name, member, JSONPlace{.around = &place, .member = name});
+    });
+  }
+}
+
+/// Calls `visit(value, place)` for each element of an array; never for null.
+template <typename Visit>
+void takeElements(const JSONValue& value, const JSONPlace& place, const Visit& visit) {
+  if (isPresent(value, JSONValue::Type::array, place)) {
+    std::size_t index = 0;
+    value.forEachElement([&](const JSONValue& element) {
+      visit(element, JSONPlace{.around = &place, .member = {}, .index = index++});
+    });
+  }
+}
+
+/// What an error says was found: «null», «the integer 7», «"sun"», «an array».
+[[nodiscard]] std::string describeFound(const JSONValue& value);
+
+/// The error for a text that `CompactJSON` doesn't read: «column 7: expected …», without a file.
+[[nodiscard]] FileCodec::DecodingError whyNoJSON(std::string_view text);
+
+}  // namespace agent_tool
