@@ -122,11 +122,8 @@ RecordedInstance instanceOf(const JSONValue& value, const Place& place) {
                 } else if (name == "executable") {
                   instance.executable = takeOptionalString(member, memberPlace);
                 } else if (name == "pid") {
-                  const std::int64_t pid = takeInteger(member, memberPlace);
-                  if (!std::in_range<std::int32_t>(pid)) {
-                    reject(member, memberPlace, "an integer of the signed 32-bit range");
-                  }
-                  instance.processIdentifier = static_cast<std::int32_t>(pid);
+                  instance.processIdentifier =
+                      takeInteger<std::int32_t>(member, memberPlace, "signed 32-bit");
                 }
               });
   return instance;

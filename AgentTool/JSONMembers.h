@@ -1,12 +1,15 @@
 // Takes typed members from a JSON document; an error says which member, and what was expected.
 #pragma once
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "AgentLibraries/FileCodec/DecodingError.h"
+#include "AgentLibraries/LogCore/Text.h"
 #include "AgentTool/CompactJSON.h"
 
 namespace agent_tool {
@@ -27,6 +30,16 @@ struct JSONPlace {
 // The value, of that type; for any other they throw as `reject` does.
 [[nodiscard]] bool takeBoolean(const JSONValue& value, const JSONPlace& place);
 [[nodiscard]] std::int64_t takeInteger(const JSONValue& value, const JSONPlace& place);
+/// An integer that fits into `Number`; `range` names its range: «signed 32-bit».
+template <std::integral Number>
+[[nodiscard]] Number takeInteger(const JSONValue& value, const JSONPlace& place,
+                                 std::string_view range) {
+  const auto number = value.integer();
+  if (!number || !std::in_range<Number>(*number)) {
+    reject(value, place, LogCore::text("an integer of the ", range, " range"));
+  }
+  return static_cast<Number>(*number);
+}
 [[nodiscard]] std::string_view takeString(const JSONValue& value, const JSONPlace& place);
 [[nodiscard]] std::optional<std::string_view> takeOptionalString(const JSONValue& value,
                                                                  const JSONPlace& place);
