@@ -82,8 +82,21 @@ std::vector<PlannedAction> plannedActions(const RunRequest& request,
   return planned;
 }
 
-EndedAction runOne(const PlannedAction& action, ProcessPatchActions& processor, Console& console,
-                   bool showsActivity) {
+/// Keeps what one action measures.
+class Measurements final : public vexlo::ActionObserver {
+ public:
+  void measured(const ActionID& /*action*/, const vexlo::Measurement& measurement) override {
+    kept_.push_back(measurement);
+  }
+  /// Gives away what was kept.
+  [[nodiscard]] std::vector<vexlo::Measurement> take() { return std::exchange(kept_, {}); }
+
+ private:
+  std::vector<vexlo::Measurement> kept_;
+};
+
+EndedAction runOne(const PlannedAction& action, ProcessPatchActions& processor,
+                   Measurements& measurements, Console& console, bool showsActivity) {
   std::optional<Console::Activity> activity;
   if (showsActivity) {
     activity.emplace(
@@ -91,7 +104,7 @@ EndedAction runOne(const PlannedAction& action, ProcessPatchActions& processor, 
   }
   const auto began = std::chrono::steady_clock::now();
   vexlo::PatchActionResult result = processor.execute(action.actionID);
-  return {action, std::move(result), std::chrono::steady_clock::now() - began};
+  return {action, std::move(result), measurements.take(), std::chrono::steady_clock::now() - began};
 }
 
 /// The more severe of the two: failure, then apply later.
@@ -146,10 +159,12 @@ ExitStatus run(const RunRequest& request, Console& console) {
   const std::unique_ptr<RunReport> report =
       request.json ? makeJSONReport(console) : makeTableReport(console);
   report->began(planned);
+  const auto measurements = std::make_shared<Measurements>();
+  processor->setObserver(measurements);
   ExitStatus status = ExitStatus::success;
   std::size_t count = 0;
   for (const PlannedAction& action : planned) {
-    const EndedAction ended = runOne(action, *processor, console, !request.json);
+    const EndedAction ended = runOne(action, *processor, *measurements, console, !request.json);
     ++count;
     report->ended(ended);
     status = worse(status, ended.result.outcome);

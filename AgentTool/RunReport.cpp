@@ -4,12 +4,15 @@
 #include <array>
 #include <cstddef>
 #include <optional>
+#include <span>
 #include <string_view>
 #include <utility>
+#include <variant>
 
 #include "AgentLibraries/LogCore/Text.h"
 #include "AgentTool/Columns.h"
 #include "AgentTool/JSONPieces.h"
+#include "AgentTool/MeasurementJSON.h"
 #include "AgentTool/PrintableText.h"
 #include "Platform/RealNumbers.h"
 #include "VexloPatchDeployment/Common/Overloaded.h"
@@ -38,26 +41,25 @@ std::string detailAsJSON(const PatchActionResult& result) {
       *result.description);
 }
 
-std::string detailForPeople(const PatchActionResult& result) {
-  if (!result.description) {
-    return {};
+/// Whether running applications were closed although the user had not agreed; the result alone
+/// reads as if the user had.
+bool isForced(const EndedAction& ended) {
+  return std::ranges::any_of(ended.measurements, [](const vexlo::Measurement& measurement) {
+    const auto* const prompt = std::get_if<vexlo::PromptMeasurement>(&measurement);
+    return prompt != nullptr &&
+           prompt->decision == vexlo::RunningAppPromptDecision::forceDeployment &&
+           prompt->answer == vexlo::PromptMeasurement::Answer::none;
+  });
+}
+
+/// The reason's name and what was measured: «inSufficientBattery: battery 12 %, 30 % needed».
+std::string whyForPeople(const EndedAction& ended) {
+  const std::string measured = printable(describe(std::span(ended.measurements)));
+  if (!ended.result.description || isForced(ended)) {
+    return measured;
   }
-  return std::visit(
-      vexlo::Overloaded{
-          [](const MacOSUpdateIsDeferred& deferred) {
-            return deferred.until ? " until " + printable(*deferred.until) : "";
-          },
-          [](const GotUserAcknowledgementForPatchingRunningApplications& acknowledged) {
-            std::string out;
-            for (std::string_view separator = ": ";
-                 const auto& [identifier, name] : acknowledged.applications) {
-              out += text(separator, printable(name), " (", printable(identifier), ')');
-              separator = ", ";
-            }
-            return out;
-          },
-          [](PlainReason) { return std::string(); }},
-      *result.description);
+  const std::string reason = name(*ended.result.description);
+  return measured.empty() ? reason : text(reason, ": ", measured);
 }
 
 Style styleOf(Outcome outcome) {
@@ -79,7 +81,7 @@ class JSONReport final : public RunReport {
   void began(const std::vector<PlannedAction>& /*actions*/) override {}
 
   void ended(const EndedAction& ended) override {
-    const auto& [action, result, took] = ended;
+    const auto& [action, result, measurements, took] = ended;
     const auto description =
         result.description.transform([](const auto& why) { return name(why); });
     console_.write(JSONObject()
@@ -89,6 +91,8 @@ class JSONReport final : public RunReport {
                        .addString("result", name(result.outcome))
                        .addJSON("description", jsonOptional(description))
                        .addJSON("detail", detailAsJSON(result))
+                       .addString("why", describe(std::span(measurements)))
+                       .addJSON("measured", measurementsAsJSON(measurements))
                        .addJSON("seconds", platform::decimalText(took.count(), 3))
                        .done() +
                    '\n');
@@ -120,20 +124,15 @@ class TableReport final : public RunReport {
   }
 
   void ended(const EndedAction& ended) override {
-    const auto& [action, result, took] = ended;
+    const auto& [action, result, measurements, took] = ended;
     ++counts_[static_cast<std::size_t>(result.outcome)];
-    std::string why = result.description ? name(*result.description) : std::string();
-    why += detailForPeople(result);
-    if (!action.applies) {
-      why += "doesn't apply to the patch";
-    }
     std::string seconds = platform::decimalText(took.count(), 2) + " s";
     seconds.insert(0, kTimeWidth - std::min(kTimeWidth, seconds.size()), ' ');
     console_.write(columns_.row({{printable(action.actionID.code())},
                                  {printable(describe(action.actionID))},
                                  {name(result.outcome), styleOf(result.outcome)},
                                  {std::move(seconds), Style::faint},
-                                 {std::move(why)}}));
+                                 {whyForPeople(ended)}}));
   }
 
   void closed(std::size_t notRun) override {

@@ -7,6 +7,7 @@
 
 #include "AgentTool/Console.h"
 #include "VexloPatchDeployment/Common/ActionID.h"
+#include "VexloPatchDeployment/Common/ActionObserver.h"
 #include "VexloPatchDeployment/Common/PatchActionResult.h"
 
 namespace agent_tool {
@@ -22,6 +23,7 @@ struct PlannedAction {
 struct EndedAction {
   const PlannedAction& action;
   vexlo::PatchActionResult result;
+  std::vector<vexlo::Measurement> measurements;
   std::chrono::duration<double> took;
 };
 

@@ -35,14 +35,14 @@ TEST_F(RunCommandTest, RunsTheActionsInOrderToTheFirstThatIsNoSuccessOrAllOrSome
 
 TEST_F(RunCommandTest, TheTableSaysWhyAndWhatWasLeftOut) {
   writeActions(
-      R"({"PatchActions":{"1":{"2010":["x"],"2005":["0"],"2006":[],"2007":[],"2008":["x"]}}})");
+      R"({"PatchActions":{"1":{"2001":["5"],"2010":["x"],"2005":["3 GB"],"2006":[],"2008":["x"]}}})");
   const ToolRun run = shell("vexlo-patch run $patch --machine intel --log-level none");
   EXPECT_EQ(std::regex_replace(run.output, std::regex(R"( +\d+\.\d\d s)"), " T"),
             "CODE  ACTION                                    RESULT           TIME  WHY\n"
-            "2005  minimumDiskSpaceCheck                     success T\n"
-            "2006  macOSDeferCheck                           success T\n"
-            "2007  installMacOSUpdates                       applyLater T  inSufficientArguments\n"
-            "2 success, 1 applyLater, 2 not run\n");
+            "2001  siliconBatteryPercentageCheck             success T  for another processor\n"
+            "2005  minimumDiskSpaceCheck                     applyLater T  inSufficientArguments: "
+            "minimum free space in GB: \"3 GB\" is no whole number\n"
+            "1 success, 1 applyLater, 3 not run\n");
 }
 
 TEST_F(RunCommandTest, LogLinesGoWhereTheyAreWantedAndFromTheLevelOn) {

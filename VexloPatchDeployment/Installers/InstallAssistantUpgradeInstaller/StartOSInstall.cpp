@@ -4,6 +4,7 @@
 
 #include "Platform/Memory.h"
 #include "VexloPatchDeployment/Common/ShellQuoting.h"
+#include "VexloPatchDeployment/Installers/ToolRun.h"
 
 namespace vexlo {
 namespace {
@@ -36,6 +37,7 @@ PatchActionResult startOSInstall(const std::string& appPath, const Credentials* 
   const std::string line = commandLine(appPath, credentials);
   logInfo(tag, [&] { return text("Installation command: ", line); }, where);
   const CommandResult result = run(line, credentials, dependencies.executor());
+  measured([&] { return toolRun(ToolRunMeasurement::Step::upgrade, appPath, result); });
   logInfo(
       tag,
       [&] {

@@ -12,6 +12,7 @@
 #include "VexloPatchDeployment/Common/Log.h"
 #include "VexloPatchDeployment/Common/Numbers.h"
 #include "VexloPatchDeployment/Common/Overloaded.h"
+#include "VexloPatchDeployment/Common/RunningAction.h"
 #include "VexloPatchDeployment/Common/TextForms.h"
 #include "VexloPatchDeployment/Installers/InstallAssistantUpgradeInstaller/IntelUpgradeInstaller.h"
 #include "VexloPatchDeployment/Installers/InstallAssistantUpgradeInstaller/SiliconUpgradeInstaller.h"
@@ -50,6 +51,21 @@ std::shared_ptr<const PatchActionGroup> decodedFileFor(const PatchIdentifier& pa
     throw outcome.error();
   }
   return *outcome;
+}
+
+void decidedBy(DecidingRule rule) {
+  measured([&] { return rule; });
+}
+
+/// `applyLater`, since the action file gives no argument that is as `expected`.
+PatchActionResult inSufficientArguments(std::string_view expected,
+                                        std::optional<std::string> found = {}) {
+  measured([&] { return UnusableArguments{expected, std::move(found)}; });
+  return PatchActionResult::applyLater(PlainReason::inSufficientArguments);
+}
+
+std::optional<std::string> first(const std::vector<std::string>& arguments) {
+  return arguments.empty() ? std::nullopt : std::optional(arguments.front());
 }
 
 std::optional<std::int64_t> firstAsInteger(const std::vector<std::string>& arguments) {
@@ -102,6 +118,9 @@ class ProcessPatchActions::Implementation {
                                             std::make_unique<DefaultPatchProcessingDependencies>());
   }
 
+  void setObserver(std::shared_ptr<ActionObserver> observer) { observer_ = std::move(observer); }
+  [[nodiscard]] ActionObserver* observer() const { return observer_.get(); }
+
   /// Worked out by the first call.
   [[nodiscard]] const ApplicableActions& applicableActions() {
     if (!applicableActions_) {
@@ -134,6 +153,7 @@ class ProcessPatchActions::Implementation {
   std::shared_ptr<const PatchActionGroup> patchActionGroup_;
   std::unique_ptr<PatchProcessingDependencies> dependencies_;
   std::optional<ApplicableActions> applicableActions_;
+  std::shared_ptr<ActionObserver> observer_;  // null without one
 };
 
 ProcessPatchActions::ProcessPatchActions(PatchIdentifier patchIdentifier)
@@ -166,7 +186,12 @@ PatchActionResult ProcessPatchActions::execute() {
   return PatchActionResult::success();
 }
 
+void ProcessPatchActions::setObserver(std::shared_ptr<ActionObserver> observer) {
+  implementation_->setObserver(std::move(observer));
+}
+
 PatchActionResult ProcessPatchActions::execute(const ActionID& action) {
+  const RunningAction running(action, implementation_->observer());
   const std::optional<Arguments> arguments =
       implementation_->applicableActions().argumentsOf(action);
   if (!arguments) {
@@ -174,6 +199,7 @@ PatchActionResult ProcessPatchActions::execute(const ActionID& action) {
       return text("No action details found for actionID: ", describe(action),
                   ", considering as success.");
     });
+    decidedBy(DecidingRule::notInPlan);
     return PatchActionResult::success();
   }
   PatchActionResult result = implementation_->execute(action, *arguments);
@@ -186,7 +212,8 @@ PatchActionResult ProcessPatchActions::execute(const ActionID& action) {
 
 PatchActionResult ProcessPatchActions::Implementation::execute(const ActionID& action,
                                                                const Arguments& arguments) {
-  const auto nothingToRun = [&](std::string_view why) {
+  const auto nothingToRun = [&](std::string_view why, DecidingRule rule) {
+    decidedBy(rule);
     logError(kDispatchTag, [&] {
       return text("ActionID ", describe(action), ":", listText(arguments), " not ", why,
                   ", considering as success.");
@@ -212,15 +239,17 @@ PatchActionResult ProcessPatchActions::Implementation::execute(const ActionID& a
       case KnownAction::applicationRunningCheck:
         return applicationRunningCheck(arguments);
       case KnownAction::applicationRunningNotifier:
-        return nothingToRun("implemented");
+        return nothingToRun("implemented", DecidingRule::notImplemented);
       case KnownAction::installMacOSUpdatesUsingInstallAssistant:
         return installMacOSUpdatesUsingInstallAssistant(arguments);
     }
     std::unreachable();
   };
-  return std::visit(
-      Overloaded{runKnown, [&](const UndefinedAction&) { return nothingToRun("defined"); }},
-      action.value());
+  return std::visit(Overloaded{runKnown,
+                               [&](const UndefinedAction&) {
+                                 return nothingToRun("defined", DecidingRule::undefinedAction);
+                               }},
+                    action.value());
 }
 
 PatchActionResult ProcessPatchActions::Implementation::hasMinimumBatteryForSiliconMachine(
@@ -229,6 +258,7 @@ PatchActionResult ProcessPatchActions::Implementation::hasMinimumBatteryForSilic
     logInfo(kSiliconBatteryTag, [&] {
       return text("Its not an Apple Silicon machine, skipping actionID: ", describe(action), ".");
     });
+    decidedBy(DecidingRule::otherProcessor);
     return PatchActionResult::success();
   }
   return hasMinimumBattery(kSiliconBatteryTag, action, arguments);
@@ -240,6 +270,7 @@ PatchActionResult ProcessPatchActions::Implementation::hasMinimumBatteryForIntel
     logInfo(kIntelBatteryTag, [&] {
       return text("Its an Apple Silicon machine, skipping actionID: ", describe(action), ".");
     });
+    decidedBy(DecidingRule::otherProcessor);
     return PatchActionResult::success();
   }
   return hasMinimumBattery(kIntelBatteryTag, action, arguments);
@@ -253,7 +284,7 @@ PatchActionResult ProcessPatchActions::Implementation::hasMinimumBattery(
       return text("Unable to get minimum battery percentage for actionID: ", describe(action),
                   ", considering as failure.");
     });
-    return PatchActionResult::applyLater(PlainReason::inSufficientArguments);
+    return inSufficientArguments("minimum battery percentage", first(arguments));
   }
   return dependencies_->batteryLevelChecker().hasMinimumBattery(*minimumPercent)
              ? PatchActionResult::success()
@@ -264,6 +295,7 @@ PatchActionResult ProcessPatchActions::Implementation::isUserLoggedIn() {
   if (dependencies_->mdmPatchingStatusChecker().isEnabled()) {
     logInfo(kUserLoggedInTag,
             [] { return "MDM patching is enabled, Skipping user logged in check."; });
+    decidedBy(DecidingRule::patchedThroughMDM);
     return PatchActionResult::success();
   }
   return dependencies_->userLoginStatusChecker().isUserLoggedIn()
@@ -275,6 +307,7 @@ PatchActionResult ProcessPatchActions::Implementation::isMultipleUsersLoggedIn()
   if (dependencies_->mdmPatchingStatusChecker().isEnabled()) {
     logInfo(kMultipleUsersTag,
             [] { return "MDM patching is enabled, Skipping multiple logged in check."; });
+    decidedBy(DecidingRule::patchedThroughMDM);
     return PatchActionResult::success();
   }
   return dependencies_->userLoginStatusChecker().isSingleUserLoggedIn()
@@ -290,7 +323,7 @@ PatchActionResult ProcessPatchActions::Implementation::hasMinimumDiskSpace(
       return text("Unable to get minimum disk space for actionID: ", describe(action),
                   ", considering as failure.");
     });
-    return PatchActionResult::applyLater(PlainReason::inSufficientArguments);
+    return inSufficientArguments("minimum free space in GB", first(arguments));
   }
   const std::int64_t requiredBytes = saturatingProduct(*gigabytes, kBytesPerGigabyte);
   return dependencies_->diskSpaceChecker().hasMinimumFreeSpace(requiredBytes)
@@ -304,13 +337,16 @@ PatchActionResult ProcessPatchActions::Implementation::isMacOSUpdateDeferred(
       vxutils::EnrollmentType::not_enrolled) {
     logInfo(kDeferralTag,
             [] { return "Machine not enrolled in MDM yet, skipping macOS defer check."; });
+    decidedBy(DecidingRule::notEnrolled);
     return PatchActionResult::success();
   }
   if (dependencies_->deferralEligibilityChecker().isDisabled()) {
+    decidedBy(DecidingRule::deferralCheckDisabled);
     return PatchActionResult::success();
   }
   if (dependencies_->mdmPatchingStatusChecker().isEnabled()) {
     logInfo(kDeferralTag, [] { return "MDM patching is enabled, Skipping macOS defer check."; });
+    decidedBy(DecidingRule::patchedThroughMDM);
     return PatchActionResult::success();
   }
   if (arguments.empty()) {
@@ -318,7 +354,7 @@ PatchActionResult ProcessPatchActions::Implementation::isMacOSUpdateDeferred(
       return text("Unable to get macOS version for actionID: ", describe(action),
                   ", considering as failure.");
     });
-    return PatchActionResult::applyLater(PlainReason::inSufficientArguments);
+    return inSufficientArguments("macOS version");
   }
   if (!dependencies_->appleSoftwareUpdateConnectivityChecker().isAppleSoftwareUpdateReachable()) {
     logError(kDeferralTag, [] {
@@ -344,7 +380,7 @@ PatchActionResult ProcessPatchActions::Implementation::installmacOSUpdates(
       return text("Unable to perform macOS update/upgrade, not enough arguments. Arguments ",
                   listText(arguments), ".");
     });
-    return PatchActionResult::applyLater(PlainReason::inSufficientArguments);
+    return inSufficientArguments("macOS version and update label");
   }
   SoftwareUpdateInstallerDependencies* const installerDependencies =
       dependencies_->softwareUpdateInstallerDependencies();
@@ -369,7 +405,7 @@ PatchActionResult ProcessPatchActions::Implementation::installMacOSUpdatesUsingI
           "arguments. Arguments ",
           listText(arguments), ".");
     });
-    return PatchActionResult::applyLater(PlainReason::inSufficientArguments);
+    return inSufficientArguments("InstallAssistant application");
   }
   UpgradeInstallerDependencies* const installerDependencies =
       dependencies_->upgradeInstallerDependencies();
@@ -389,16 +425,18 @@ PatchActionResult ProcessPatchActions::Implementation::applicationRunningCheck(
       return text("Unable to perform application running check, not enough arguments. Arguments ",
                   listText(bundleIDs), ".");
     });
-    return PatchActionResult::applyLater(PlainReason::inSufficientArguments);
+    return inSufficientArguments("bundle identifiers");
   }
   if (!dependencies_->runningAppDetector().isAnyAppRunning(bundleIDs)) {
     return PatchActionResult::success();
   }
   if (dependencies_->runningAppPolicy().isAlwaysKillAppsEnabled()) {
+    decidedBy(DecidingRule::killWithoutAsking);
     dependencies_->appKiller().killApps(bundleIDs);
     return PatchActionResult::success();
   }
   if (!dependencies_->runningAppPolicy().isPromptEnabled()) {
+    decidedBy(DecidingRule::promptDisabled);
     return PatchActionResult::applyLater(PlainReason::appIsRunning);
   }
 
@@ -413,12 +451,14 @@ PatchActionResult ProcessPatchActions::Implementation::applicationRunningCheck(
       return text("Unable to obtain app names for the following bundle IDs: ", listText(bundleIDs),
                   ". Considering as no app is running.");
     });
+    decidedBy(DecidingRule::applicationsUnnamed);
     return PatchActionResult::success();
   }
 
   const RunningAppPromptEvaluation evaluation = dependencies_->runningAppPromptEvaluator().evaluate(
       platform::joined(bundleIDs, ","), patchIdentifier_.patchID());
   if (evaluation.decision == RunningAppPromptDecision::skipDeployment) {
+    measured([&] { return PromptMeasurement{.decision = evaluation.decision}; });
     return PatchActionResult::applyLater(PlainReason::appIsRunning);
   }
   dependencies_->runningAppPromptCleaner().clean();

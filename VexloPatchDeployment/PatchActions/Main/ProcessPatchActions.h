@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "VexloPatchDeployment/Common/ActionID.h"
+#include "VexloPatchDeployment/Common/ActionObserver.h"
 #include "VexloPatchDeployment/Common/Export.h"
 #include "VexloPatchDeployment/Common/PatchActionFileError.h"
 #include "VexloPatchDeployment/Common/PatchActionResult.h"
@@ -56,6 +57,11 @@ class VEXLO_EXPORT ProcessPatchActions {
   /// The action's arguments for this patch; absent when it doesn't apply, empty when it applies
   /// without arguments.
   virtual std::optional<std::vector<std::string>> arguments(const ActionID& action);
+
+  /// From now on `observer` is told what actions measure and how far they have got; null ends that.
+  /// Results and log lines are the same with and without one. Not to be called while an action
+  /// runs.
+  void setObserver(std::shared_ptr<ActionObserver> observer);
 
  private:
   class VEXLO_HIDDEN Implementation;

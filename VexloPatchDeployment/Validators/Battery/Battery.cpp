@@ -6,11 +6,24 @@
 
 #include "VexloPatchDeployment/Common/Log.h"
 #include "VexloPatchDeployment/Common/Overloaded.h"
+#include "VexloPatchDeployment/Common/RunningAction.h"
 
 namespace vexlo {
 namespace {
 
 constexpr LogTag kBatteryTag{"hasMinimumBattery(of:)"};
+
+BatteryMeasurement batteryMeasurement(const std::optional<PowerSource>& source,
+                                      std::int64_t neededPercentage) {
+  using Source = BatteryMeasurement::Source;
+  if (!source) {
+    return {.source = Source::unknown, .percentage = 0, .neededPercentage = neededPercentage};
+  }
+  const auto* const battery = std::get_if<BatteryPower>(&*source);
+  return {.source = battery != nullptr ? Source::battery : Source::mains,
+          .percentage = battery != nullptr ? battery->percentage : 0,
+          .neededPercentage = neededPercentage};
+}
 
 }  // namespace
 
@@ -19,6 +32,7 @@ BatteryLevelChecker::BatteryLevelChecker(PowerSourceResolver& powerSourceResolve
 
 bool BatteryLevelChecker::hasMinimumBattery(std::int64_t minimumPercent) {
   const std::optional<PowerSource> source = powerSourceResolver_.currentPowerSource();
+  measured([&] { return batteryMeasurement(source, minimumPercent); });
   if (!source) {
     logError(kBatteryTag, [] {
       return "Unable to obtain system power source, Considering it as sufficient battery.";

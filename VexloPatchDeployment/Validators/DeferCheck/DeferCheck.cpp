@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "VexloPatchDeployment/Common/Log.h"
+#include "VexloPatchDeployment/Common/RunningAction.h"
 #include "VexloPatchDeployment/Common/TextForms.h"
 
 namespace vexlo {
@@ -37,6 +38,15 @@ MacOSUpdateDeferralChecker::MacOSUpdateDeferralChecker(
     : availableOSUpdatesResolver_(availableOSUpdatesResolver), now_(std::move(now)) {}
 
 MacOSUpdateDeferral MacOSUpdateDeferralChecker::isMacOSUpdateDeferred(std::string_view version) {
+  MacOSUpdateDeferral deferral = deferralOf(version);
+  measured([&] {
+    return DeferralMeasurement{
+        .version = std::string(version), .isDeferred = deferral.isDeferred, .until = deferral.date};
+  });
+  return deferral;
+}
+
+MacOSUpdateDeferral MacOSUpdateDeferralChecker::deferralOf(std::string_view version) const {
   const auto updates = availableOSUpdatesResolver_.availableOSUpdates();
   if (!updates) {
     logError(kDeferCheckTag, [] {

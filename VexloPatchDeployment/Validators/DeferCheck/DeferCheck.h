@@ -31,6 +31,7 @@ class MacOSUpdateDeferralChecker {
   [[nodiscard]] MacOSUpdateDeferral isMacOSUpdateDeferred(std::string_view version);
 
  private:
+  [[nodiscard]] MacOSUpdateDeferral deferralOf(std::string_view version) const;
   /// Whether the deferral until `dateText`, «2024-06-15», still runs.
   [[nodiscard]] bool validate(std::string_view dateText) const;
 

@@ -4,6 +4,7 @@
 
 #include "AgentLibraries/vxutils/TerminalUtil.h"
 #include "VexloPatchDeployment/Common/Log.h"
+#include "VexloPatchDeployment/Common/RunningAction.h"
 
 namespace vexlo {
 namespace {
@@ -30,6 +31,7 @@ bool AppleSoftwareUpdateConnectivityChecker::isAppleSoftwareUpdateReachable() {
   if (list.exitCode != 0 || list.output.contains(kCantConnectToSoftwareUpdate)) {
     logError(kSoftwareUpdateListerTag,
              [] { return "Unable to obtain software update information."; });
+    measured([&] { return UpdateServiceUnreachable{list.exitCode}; });
     return false;
   }
   logInfo(kSoftwareUpdateListerTag, [] { return "Apple software update is reachable."; });

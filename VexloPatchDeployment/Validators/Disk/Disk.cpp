@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "VexloPatchDeployment/Common/Log.h"
+#include "VexloPatchDeployment/Common/RunningAction.h"
 
 namespace vexlo {
 namespace {
@@ -17,6 +18,8 @@ DiskSpaceChecker::DiskSpaceChecker(DiskInfoProvider& diskInfoProvider)
 
 bool DiskSpaceChecker::hasMinimumFreeSpace(std::int64_t requiredBytes) {
   const std::optional<std::int64_t> available = diskInfoProvider_.availableDiskSpace();
+  measured(
+      [&] { return DiskSpaceMeasurement{.freeBytes = available, .neededBytes = requiredBytes}; });
   if (!available) {
     logInfo(kDiskTag,
             [] { return "Unable to retrieve free disk space, considering as sufficient"; });

@@ -1,9 +1,11 @@
 #include "VexloPatchDeployment/Validators/RunningApplicationCheckRelated/RunningAppDetector.h"
 
+#include <span>
 #include <string_view>
 #include <utility>
 
 #include "VexloPatchDeployment/Common/Log.h"
+#include "VexloPatchDeployment/Common/RunningAction.h"
 #include "VexloPatchDeployment/Common/TextForms.h"
 
 namespace vexlo {
@@ -24,6 +26,19 @@ std::string describe(const Applications& applications, const std::string& bundle
   return out += ']';
 }
 
+/// One entry for each identifier of which an application runs, named after the first instance.
+RunningApplicationsMeasurement runningOf(std::span<const std::string> bundleIDs,
+                                         RunningApplicationQuerying& query) {
+  RunningApplicationsMeasurement running;
+  for (const std::string& bundleID : bundleIDs) {
+    if (const Applications instances = query.runningApplications(bundleID); !instances.empty()) {
+      running.applications.push_back(
+          {.bundleID = bundleID, .name = instances.front()->localizedName().value_or(bundleID)});
+    }
+  }
+  return running;
+}
+
 }  // namespace
 
 RunningAppDetector::RunningAppDetector(RunningApplicationQuerying& applicationQuery)
@@ -37,6 +52,7 @@ bool RunningAppDetector::isAnyAppRunning(const std::vector<std::string>& bundleI
         return text("Apps are running for bundleID: ", bundleID,
                     "::", describe(applications, bundleID), ".");
       });
+      measured([&] { return runningOf(bundleIDs, applicationQuery_); });
       return true;
     }
     logInfo(kRunningAppDetectorTag,
@@ -45,6 +61,7 @@ bool RunningAppDetector::isAnyAppRunning(const std::vector<std::string>& bundleI
   logInfo(kRunningAppDetectorTag, [&] {
     return text("No running Apps detected for the bundleIDs: ", listText(bundleIDs), ".");
   });
+  measured([] { return RunningApplicationsMeasurement{}; });
   return false;
 }
 

@@ -6,16 +6,11 @@
 #include <string>
 #include <string_view>
 
+#include "VexloPatchDeployment/Common/ActionObserver.h"
 #include "VexloPatchDeployment/Validators/RunningApplicationCheckRelated/RunningAppPromptCustomizationProvider.h"
 #include "VexloPatchDeployment/Validators/RunningApplicationCheckRelated/RunningAppPromptDataStore.h"
 
 namespace vexlo {
-
-enum class RunningAppPromptDecision : std::uint8_t {
-  promptUser,       ///< Show the prompt; an unanswered one counts as no.
-  skipDeployment,   ///< Show nothing today.
-  forceDeployment,  ///< Show the prompt; an unanswered one counts as yes.
-};
 
 /// The enumerator's name.
 [[nodiscard]] std::string_view describe(RunningAppPromptDecision decision);

@@ -14,10 +14,13 @@
 #include "VexloPatchDeployment/Common/AgentPaths.h"
 #include "VexloPatchDeployment/Common/Log.h"
 #include "VexloPatchDeployment/Common/Numbers.h"
+#include "VexloPatchDeployment/Common/RunningAction.h"
 #include "VexloPatchDeployment/Common/ShellQuoting.h"
 
 namespace vexlo {
 namespace {
+
+using Answer = PromptMeasurement::Answer;
 
 constexpr LogTag kRequestTag{"requestUserAcknowledgement(for:using:timeout:)"};
 constexpr LogTag kWaitTag{"waitForPromptDismissal(timeout:)"};
@@ -51,6 +54,16 @@ std::expected<std::string, std::string> readAnswer(const std::string& path,
         text(path, ": expected UTF-8 text, found another byte at offset ", offset));
   }
   return *std::move(bytes);
+}
+
+PromptMeasurement promptMeasurement(const RunningAppPromptEvaluation& evaluation, Answer answer) {
+  PromptMeasurement prompt{
+      .decision = evaluation.decision, .answer = answer, .postponementsLeft = std::nullopt};
+  if (answer != Answer::agreed && evaluation.decision == RunningAppPromptDecision::promptUser &&
+      evaluation.remainingSkipAttempts > 0) {
+    prompt.postponementsLeft = evaluation.remainingSkipAttempts - 1;  // this one is used up
+  }
+  return prompt;
 }
 
 }  // namespace
@@ -87,10 +100,11 @@ bool RunningAppPromptPresenter::requestUserAcknowledgement(
     std::int64_t timeoutSeconds) {
   const std::string command = buildLaunchCommand(evaluation, names);
   logInfo(kRequestTag, [&] { return text("Launching prompt with command: ", command); });
-  const bool acknowledged = askUser(
-      command, evaluation.decision == RunningAppPromptDecision::forceDeployment, timeoutSeconds);
+  const bool isForced = evaluation.decision == RunningAppPromptDecision::forceDeployment;
+  const Answer answer = askUser(command, isForced, timeoutSeconds);
+  measured([&] { return promptMeasurement(evaluation, answer); });
   cleaner_.clean();
-  return acknowledged;
+  return answer == Answer::agreed || (isForced && answer == Answer::none);
 }
 
 std::string RunningAppPromptPresenter::buildLaunchCommand(
@@ -110,12 +124,12 @@ std::string RunningAppPromptPresenter::buildLaunchCommand(
               arguments);
 }
 
-bool RunningAppPromptPresenter::askUser(const std::string& command, bool fallback,
-                                        std::int64_t timeoutSeconds) {
+Answer RunningAppPromptPresenter::askUser(const std::string& command, bool fallback,
+                                          std::int64_t timeoutSeconds) {
   if (!parentChecker_.registerAsTrueParent(std::string(kPromptAppName))) {
     logInfo(kRequestTag,
             [] { return "Failed to register as true parent for the VexloAppRunningNotifier."; });
-    return false;
+    return Answer::notShown;
   }
   // Who is asked: somebody else may be at the console when the answer is read.
   const std::string user = userSessionProvider_.currentConsoleUserName();
@@ -124,7 +138,7 @@ bool RunningAppPromptPresenter::askUser(const std::string& command, bool fallbac
           [&] { return text("output: ", launch.output, ", exitCode: ", launch.exitCode); });
   if (launch.exitCode != 0) {
     logInfo(kRequestTag, [] { return "Failed to launch the running app prompt."; });
-    return false;
+    return Answer::notShown;
   }
   waitForPromptDismissal(timeoutSeconds);
   return readUserAcknowledgement(fallback, user);
@@ -146,13 +160,13 @@ void RunningAppPromptPresenter::waitForPromptDismissal(std::int64_t timeoutSecon
   }
 }
 
-bool RunningAppPromptPresenter::readUserAcknowledgement(bool fallback, const std::string& user) {
+Answer RunningAppPromptPresenter::readUserAcknowledgement(bool fallback, const std::string& user) {
   const std::string& path = RunningAppPromptPresenterConstants::returnCodeFilePath();
   if (!fileManager_.isFileExist(path)) {
     logInfo(kReadTag, [&] {
       return text("Return code file not found. Returning fallback: ", fallback, ".");
     });
-    return fallback;
+    return Answer::none;
   }
   const std::expected<std::string, std::string> content = readAnswer(path, user);
   if (!content) {
@@ -160,20 +174,20 @@ bool RunningAppPromptPresenter::readUserAcknowledgement(bool fallback, const std
       return text("Failed to read return code file. Returning fallback: ", fallback,
                   ". Error: ", content.error(), ".");
     });
-    return fallback;
+    return Answer::none;
   }
   const std::optional<std::int64_t> code = parseInteger(platform::trimmed(*content));
   if (!code) {
     logInfo(kReadTag, [&] {
       return text("Return code file content is invalid. Returning fallback: ", fallback, ".");
     });
-    return fallback;
+    return Answer::none;
   }
   const bool agreed = *code == kUserAgreed;
   logInfo(kReadTag, [&] {
     return text("User acknowledgement received: ", agreed, " (return code: ", *code, ").");
   });
-  return agreed;
+  return agreed ? Answer::agreed : Answer::declined;
 }
 
 }  // namespace vexlo

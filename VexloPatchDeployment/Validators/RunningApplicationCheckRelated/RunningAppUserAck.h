@@ -65,11 +65,12 @@ class RunningAppPromptPresenter final : public RunningAppPromptPresenting {
   [[nodiscard]] std::string buildLaunchCommand(const RunningAppPromptEvaluation& evaluation,
                                                const std::vector<std::string>& names);
   /// Registers, launches, waits and reads; everything but the clean-up.
-  [[nodiscard]] bool askUser(const std::string& command, bool fallback,
-                             std::int64_t timeoutSeconds);
+  [[nodiscard]] PromptMeasurement::Answer askUser(const std::string& command, bool fallback,
+                                                  std::int64_t timeoutSeconds);
   void waitForPromptDismissal(std::int64_t timeoutSeconds);
   /// Takes the answer of `user`, of the agent's user or of root only.
-  [[nodiscard]] bool readUserAcknowledgement(bool fallback, const std::string& user);
+  [[nodiscard]] PromptMeasurement::Answer readUserAcknowledgement(bool fallback,
+                                                                  const std::string& user);
 
   CommandExecutor& executor_;
   UserSessionProvider& userSessionProvider_;

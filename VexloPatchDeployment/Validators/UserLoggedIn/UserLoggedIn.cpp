@@ -2,12 +2,14 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <ranges>
 #include <utility>
 
 #include "AgentLibraries/vxutils/SystemUtil.h"
 #include "AgentLibraries/vxutils/SystemUtilsWrapper.h"
 #include "VexloPatchDeployment/Common/LetterCase.h"
 #include "VexloPatchDeployment/Common/Log.h"
+#include "VexloPatchDeployment/Common/RunningAction.h"
 #include "VexloPatchDeployment/Common/TextForms.h"
 
 namespace vexlo {
@@ -15,6 +17,16 @@ namespace {
 
 constexpr LogTag kConsoleUserTag{"isUserLoggedIn()"};
 constexpr LogTag kSingleUserTag{"isSingleUserLoggedIn()"};
+
+LoggedOnUsersMeasurement loggedOnUsersMeasurement(const std::optional<std::string>& users) {
+  LoggedOnUsersMeasurement loggedOn;
+  if (users) {
+    for (const auto& user : std::views::split(*users, ',')) {
+      loggedOn.users.emplace_back(user.begin(), user.end());
+    }
+  }
+  return loggedOn;
+}
 
 }  // namespace
 
@@ -31,7 +43,9 @@ UserLoginStatusChecker::UserLoginStatusChecker(UserSessionProvider& userSessionP
 
 bool UserLoginStatusChecker::isUserLoggedIn() {
   const std::string name = userSessionProvider_.currentConsoleUserName();
-  if (equalIgnoringCase(name, "NOUSERNAME")) {
+  const bool isNobody = equalIgnoringCase(name, "NOUSERNAME");
+  measured([&] { return ConsoleUserMeasurement{isNobody ? std::nullopt : std::optional(name)}; });
+  if (isNobody) {
     logInfo(kConsoleUserTag, [] { return "No users logged in."; });
     return false;
   }
@@ -43,6 +57,7 @@ bool UserLoginStatusChecker::isUserLoggedIn() {
 
 bool UserLoginStatusChecker::isSingleUserLoggedIn() {
   const std::optional<std::string> users = userSessionProvider_.loggedOnUsers();
+  measured([&] { return loggedOnUsersMeasurement(users); });
   if (!users) {
     logInfo(kSingleUserTag, [] { return "No users logged in - isSingleUserLoggedIn."; });
     return false;

@@ -6,6 +6,7 @@ namespace vexlo {
 namespace {
 
 constexpr SoftwareUpdateOperation kDownloadOperation{
+    .step = ToolRunMeasurement::Step::download,
     .runTag = LogTag{"download(asUser:userSessionProvider:)"},
     .evaluationTag = LogTag{"evaluate(using:_:)"},
     .option = "--download",

@@ -6,6 +6,7 @@ namespace vexlo {
 namespace {
 
 constexpr SoftwareUpdateOperation kInstallOperation{
+    .step = ToolRunMeasurement::Step::installation,
     .runTag = LogTag{"install(asUser:userSessionProvider:)"},
     .evaluationTag = LogTag{"evaluate(using:_:)"},
     .option = "--install",

@@ -6,6 +6,7 @@
 #include "Platform/Memory.h"
 #include "VexloPatchDeployment/Common/Log.h"
 #include "VexloPatchDeployment/Common/ShellQuoting.h"
+#include "VexloPatchDeployment/Installers/ToolRun.h"
 
 namespace vexlo {
 namespace {
@@ -43,6 +44,7 @@ PatchActionResult SoftwareUpdateCommand::run(const SoftwareUpdateOperation& oper
       },
       where);
   const CommandResult result = runLine(line);
+  measured([&] { return toolRun(operation.step, label_, result); });
   logInfo(
       operation.runTag,
       [&] {

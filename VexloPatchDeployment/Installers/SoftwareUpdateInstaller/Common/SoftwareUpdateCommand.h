@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "VexloPatchDeployment/Adapters/CommandExecutor.h"
+#include "VexloPatchDeployment/Common/ActionObserver.h"
 #include "VexloPatchDeployment/Common/Log.h"
 #include "VexloPatchDeployment/Common/PatchActionResult.h"
 #include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Common/SoftwareUpdateAuthContext.h"
@@ -16,6 +17,7 @@ namespace vexlo {
 
 /// What the tool is to do with an update, and how the log speaks of it.
 struct SoftwareUpdateOperation {
+  ToolRunMeasurement::Step step;
   LogTag runTag;
   LogTag evaluationTag;
   std::string_view option;    ///< «--download»

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <utility>
 
+#include "VexloPatchDeployment/Common/RunningAction.h"
 #include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Common/MacOSDownloader.h"
 #include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Common/MacOSInstaller.h"
 
@@ -52,6 +53,7 @@ PatchActionResult SoftwareUpdateInstallation::run(const std::string& macOSLabel,
   if (!label) {
     logError(
         tag, [] { return "Unable to get macOS build version/ label. Aborting next try."; }, where);
+    measured([&] { return UpdateNotListed{std::string(buildVersion(macOSLabel))}; });
     return first;
   }
   return attempt(*label);
