@@ -64,7 +64,7 @@ PatchActionResult inSufficientArguments(std::string_view expected,
   return PatchActionResult::applyLater(PlainReason::inSufficientArguments);
 }
 
-std::optional<std::string> first(const std::vector<std::string>& arguments) {
+std::optional<std::string> firstOf(const std::vector<std::string>& arguments) {
   return arguments.empty() ? std::nullopt : std::optional(arguments.front());
 }
 
@@ -284,7 +284,7 @@ PatchActionResult ProcessPatchActions::Implementation::hasMinimumBattery(
       return text("Unable to get minimum battery percentage for actionID: ", describe(action),
                   ", considering as failure.");
     });
-    return inSufficientArguments("minimum battery percentage", first(arguments));
+    return inSufficientArguments("minimum battery percentage", firstOf(arguments));
   }
   return dependencies_->batteryLevelChecker().hasMinimumBattery(*minimumPercent)
              ? PatchActionResult::success()
@@ -323,7 +323,7 @@ PatchActionResult ProcessPatchActions::Implementation::hasMinimumDiskSpace(
       return text("Unable to get minimum disk space for actionID: ", describe(action),
                   ", considering as failure.");
     });
-    return inSufficientArguments("minimum free space in GB", first(arguments));
+    return inSufficientArguments("minimum free space in GB", firstOf(arguments));
   }
   const std::int64_t requiredBytes = saturatingProduct(*gigabytes, kBytesPerGigabyte);
   return dependencies_->diskSpaceChecker().hasMinimumFreeSpace(requiredBytes)
