@@ -28,7 +28,10 @@ std::string oneLine(const std::string& file, const std::string& place, const std
       line += origin + ": ";
     }
   }
-  return withoutControlCharacters(line + "expected " + expected + ", found " + found);
+  if (!expected.empty()) {
+    line += "expected " + expected + ", found ";
+  }
+  return withoutControlCharacters(line + found);
 }
 
 }  // namespace

@@ -10,7 +10,8 @@ namespace FileCodec {
 /// `what()` is one line: "<file>: <place>: expected <expected>, found <found>". The place is
 /// "line 3, column 7" for a syntax error, the path of members such as "PatchActions › 310872 ›
 /// 2005 › [0]" for a wrong type, empty when the file as a whole is meant (then left out). Control
-/// characters, which a path or a name may hold, stand in the line as escapes.
+/// characters, which a path or a name may hold, stand in the line as escapes. For a file that can't
+/// be read `expected()` is empty, `found()` says why, and the line is "<file>: <found>".
 class DecodingError : public std::runtime_error {
  public:
   DecodingError(std::string file, std::string place, std::string expected, std::string found);

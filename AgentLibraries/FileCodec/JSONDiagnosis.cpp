@@ -121,6 +121,7 @@ class Walk {
           return problemHere(expected());
         }
         at_ += word.size();
+        comma_.reset();
         next_ = Next::separator;
       }
     }
@@ -149,11 +150,22 @@ class Walk {
     std::unreachable();
   }
 
+  /// What some other readers accept is called by its name.
   [[nodiscard]] JSONProblem problemHere(std::string expected) const {
+    const std::string_view rest = text_.substr(at_);
+    if (rest.starts_with("//") || rest.starts_with("/*") || rest.starts_with('#')) {
+      return {.offset = at_, .expected = "JSON, which has no comments", .found = "a comment"};
+    }
+    if (comma_ && (rest.starts_with('}') || rest.starts_with(']'))) {
+      return {.offset = *comma_,
+              .expected = std::string("no comma before \"") + rest.front() + '"',
+              .found = "one"};
+    }
     return {.offset = at_, .expected = std::move(expected), .found = describeJSONAt(text_, at_)};
   }
 
   void takePunctuation(char c) {
+    comma_ = c == ',' ? std::optional(at_) : std::nullopt;
     ++at_;
     if (c == '{' || c == '[') {
       open_ += c;
@@ -174,6 +186,7 @@ class Walk {
       const char c = text_[at_];
       if (c == '"') {
         ++at_;
+        comma_.reset();
         next_ = next_ == Next::firstName || next_ == Next::name ? Next::colon : Next::separator;
         return std::nullopt;
       }
@@ -228,7 +241,8 @@ class Walk {
   std::string_view text_;
   std::size_t failure_;
   std::size_t at_ = 0;
-  std::string open_;  // the brackets that are open
+  std::string open_;                  // the brackets that are open
+  std::optional<std::size_t> comma_;  // where the last token is, if that is a comma
   Next next_ = Next::value;
 };
 

@@ -15,8 +15,7 @@ constexpr std::uint64_t kMaximumJSONBytes = std::uint64_t{1} << 30;
 std::string readTextFile(const std::string& path) {
   auto bytes = platform::readFile(path, {.maximumBytes = kMaximumJSONBytes});
   if (!bytes) {
-    throw DecodingError(path, {}, "a readable regular file of at most 1 GiB",
-                        reasonOf(bytes.error(), path));
+    throw DecodingError(path, {}, {}, reasonOf(bytes.error(), path));
   }
   return *std::move(bytes);
 }

@@ -127,6 +127,7 @@ JSONReading readJSON(std::string_view text, JSONEvents& events) {
   return {.outcome = JSONOutcome::syntaxError,
           .expected = std::move(problem.expected),
           .found = std::move(problem.found),
+          .offset = problem.offset,
           .line = static_cast<std::size_t>(std::ranges::count(before, '\n')) + 1,
           .column = before.size() - (before.rfind('\n') + 1) + 1};
 }

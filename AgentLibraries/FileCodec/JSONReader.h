@@ -33,11 +33,13 @@ enum class JSONOutcome : unsigned char {
 };
 
 /// The end of a reading. Of a syntax error it says what was expected and found («":" after the
-/// member name», «"}"») and where: `line` and `column` count from 1, columns in bytes.
+/// member name», «"}"») and where: `line` and `column` count from 1, columns in bytes. `offset`
+/// and `column` don't count a byte order mark.
 struct JSONReading {
   JSONOutcome outcome = JSONOutcome::complete;
   std::string expected;
   std::string found;
+  std::size_t offset = 0;
   std::size_t line = 0;
   std::size_t column = 0;
 };

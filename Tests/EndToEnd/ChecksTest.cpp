@@ -292,7 +292,7 @@ const MacTests choice(
      {.name = "AMissingActionFileRunsNothing",
       .settings = {"agent/action file=missing"},
       .lines = {kUnableToEvaluate},
-      .check = refuses("found No such file or directory"),
+      .check = refuses("mac-patch-actions.json: No such file or directory"),
       .options = {"--log-file", "/dev/stderr"}}});
 
 }  // namespace

@@ -15,8 +15,8 @@ class VEXLO_EXPORT PatchActionFileError : public std::runtime_error {
   struct Details {
     std::string file;      ///< Path of the file.
     std::string place;     ///< «line 3, column 7», or the members that lead there; may be empty.
-    std::string expected;  ///< Such as «an array of strings».
-    std::string found;     ///< Such as «a number».
+    std::string expected;  ///< Such as «an array of strings»; empty if the file can't be read.
+    std::string found;     ///< Such as «a number», «No such file or directory».
   };
 
   /// Without details: something else than the file was wrong, such as too little memory.
