@@ -1,90 +1,58 @@
 #include "AgentTool/ActionFileCheck.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
-#include <cstdint>
-#include <iterator>
-#include <limits>
 #include <optional>
+#include <string>
+#include <unordered_map>
 #include <unordered_set>
 #include <utility>
 #include <variant>
 
+#include "AgentLibraries/FileCodec/DecodingError.h"
 #include "AgentLibraries/LogCore/Text.h"
-#include "AgentTool/DocumentMembers.h"
+#include "AgentTool/ArgumentKinds.h"
+#include "AgentTool/JSONDocument.h"
 #include "AgentTool/PrintableText.h"
+#include "AgentTool/Spelling.h"
 #include "VexloPatchDeployment/Common/ActionID.h"
 #include "VexloPatchDeployment/Common/KnownActions.h"
-#include "VexloPatchDeployment/Common/LetterCase.h"
-#include "VexloPatchDeployment/Common/Numbers.h"
 
 namespace agent_tool {
 namespace {
 
 using LogCore::text;
-using vexlo::ActionEntry;
+using vexlo::ActionArgument;
+using vexlo::ActionDocumentation;
 using vexlo::ActionID;
+using vexlo::ArgumentKind;
 using vexlo::KnownAction;
-using vexlo::TextList;
+using Type = JSONDocument::Type;
+using Value = JSONDocument::Value;
 
-using Place = std::vector<std::string>;
+constexpr std::string_view kProducts = "ProductServicePackActions";
+constexpr std::string_view kPatches = "PatchActions";
+constexpr std::string_view kExclusions = "ExclusionPatchIDs";
+constexpr std::string_view kSchema = "$schema";  // for editors
+constexpr std::array kMembers{kProducts, kPatches, kExclusions};
 
-constexpr std::string_view kAppliesLater =
-    "the action answers applyLater(inSufficientArguments) wherever it applies";
-constexpr std::int64_t kMostPercent = 100;
-constexpr std::int64_t kManyGigabytes = 10'000;
-constexpr std::size_t kAll = std::numeric_limits<std::size_t>::max();
-
-/// What an action reads.
-struct ArgumentRule {
-  std::size_t needed;
-  std::size_t read;
-  std::string_view what;
-};
-
-ArgumentRule ruleOf(KnownAction action) {
-  switch (action) {
-    case KnownAction::siliconBatteryPercentageCheck:
-    case KnownAction::intelBatteryPercentageCheck:
-      return {1, 1, "the minimum battery level in percent"};
-    case KnownAction::userLoggedInCheck:
-    case KnownAction::multipleUserLoggedInCheck:
-    case KnownAction::applicationRunningNotifier:
-      return {0, 0, ""};
-    case KnownAction::minimumDiskSpaceCheck:
-      return {1, 1, "the minimum free disk space in gigabytes"};
-    case KnownAction::macOSDeferCheck:
-      return {1, 1, "the macOS version"};
-    case KnownAction::installMacOSUpdates:
-      return {2, 2, "the macOS version and the softwareupdate label"};
-    case KnownAction::applicationRunningCheck:
-      return {1, kAll, "bundle identifiers"};
-    case KnownAction::installMacOSUpdatesUsingInstallAssistant:
-      return {1, 1, "the path of the InstallAssistant application"};
+std::string_view typeName(Type type) {
+  switch (type) {
+    case Type::object:
+      return "an object";
+    case Type::array:
+      return "an array";
+    case Type::string:
+      return "a string";
+    case Type::number:
+      return "a number";
+    case Type::boolean:
+      return "a Boolean";
+    case Type::null:
+      return "null";
   }
   std::unreachable();
-}
-
-/// Such as «14.5»: numbers joined by dots.
-bool isVersion(std::string_view text) {
-  constexpr auto isDigit = [](char c) { return c >= '0' && c <= '9'; };
-  bool afterDigit = false;
-  for (const char c : text) {
-    if (!isDigit(c) && !(c == '.' && afterDigit)) {
-      return false;
-    }
-    afterDigit = isDigit(c);
-  }
-  return afterDigit;
-}
-
-/// Letters, digits, hyphens, underscores and dots, as bundle identifiers are made of.
-bool isBundleIdentifier(std::string_view text) {
-  return std::ranges::all_of(text, [](char c) {
-    const char lower = vexlo::asciiLowerCase(c);
-    return (lower >= 'a' && lower <= 'z') || (c >= '0' && c <= '9') || c == '-' || c == '_' ||
-           c == '.';
-  });
 }
 
 bool hasBlanksAround(std::string_view text) {
@@ -94,275 +62,502 @@ bool hasBlanksAround(std::string_view text) {
 
 /// The code that was probably meant: one that is written with spaces, a sign or zeros around it,
 /// or an action's name.
-std::optional<std::string> meantCode(std::string_view code) {
+std::string_view meantCode(std::string_view code) {
   const std::size_t first = code.find_first_not_of(" \t\r\n+0");
   const std::size_t last = code.find_last_not_of(" \t\r\n");
   const std::string_view bare =
       first < code.size() ? code.substr(first, last + 1 - first) : std::string_view();
   if (ActionID(bare).value().index() == 0) {
-    return std::string(bare);
+    return bare;
   }
-  for (const vexlo::KnownActionRow& known : vexlo::kKnownActions) {
-    if (vexlo::equalIgnoringCase(known.name, code)) {
-      return std::string(known.code);
+  std::array<std::string_view, vexlo::kKnownActions.size()> names;
+  std::ranges::transform(vexlo::kKnownActions, names.begin(), &vexlo::KnownActionRow::name);
+  const vexlo::KnownActionRow* const row = vexlo::findKnownAction(wordNear(code, names));
+  return row == nullptr ? std::string_view() : row->code;
+}
+
+/// A step from a value to one inside it: to a member, or to an element of an array.
+struct Step {
+  std::string_view name;
+  std::optional<std::size_t> index;
+};
+using Path = std::vector<Step>;
+
+/// "PatchActions › 310872 › 2005 › [0]"
+std::string placeOf(const Path& path) {
+  std::string out;
+  for (const auto& [name, index] : path) {
+    out += out.empty() ? "" : " › ";
+    out += index ? text('[', *index, ']') : FileCodec::nameInPlace(name);
+  }
+  return out;
+}
+
+/// "/PatchActions/310872/2005/0"
+std::string pointerOf(const Path& path) {
+  std::string out;
+  for (const auto& [name, index] : path) {
+    out += '/';
+    if (index) {
+      out += std::to_string(*index);
+    }
+    for (const char c : name) {
+      if (c == '~' || c == '/') {
+        out += c == '~' ? "~0" : "~1";
+      } else {
+        out += c;
+      }
     }
   }
-  return std::nullopt;
+  return out;
 }
+
+/// A member of an object. It counts unless a later one, or a later one around it, has its name.
+struct Member {
+  const Value& value;
+  bool counts;
+};
+
+bool isKnownMember(std::string_view name) { return name == kProducts || name == kPatches; }
 
 class FileCheck {
  public:
-  explicit FileCheck(std::vector<Oddity>& oddities) : oddities_(oddities) {}
+  FileCheck(const JSONDocument& document, std::vector<Finding>& findings)
+      : document_(document), findings_(findings) {}
 
-  void look(const vexlo::PatchActionGroup& group) {
-    const auto patchActions = group.patchActions();
-    if (const auto productActions = group.productServicePackActions()) {
-      lookAtExemptions(*productActions, patchActions);
-      for (const vexlo::NamedProduct& product : productActions->products()) {
-        const Place place{"ProductServicePackActions", std::string(product.name)};
-        lookAtProductName(place);
-        for (const vexlo::NamedActions& servicePack : product.servicePacks) {
-          lookAtNamedActions(place, servicePack);
-        }
+  void look() {
+    const Value& root = document_.values().front();
+    if (!isObject(root)) {
+      return;
+    }
+    const std::vector<Member> members = membersOf(root, true);
+    collectPatches(members);
+    for (const auto& [value, counts] : members) {
+      path_.push_back({value.name, {}});
+      if (isKnownMember(value.name)) {
+        lookAtKnownMember(value, counts);
+      } else if (counts && value.name != kSchema) {
+        reportIgnored(value);
       }
+      path_.pop_back();
     }
-    if (patchActions) {
-      for (const vexlo::NamedActions& patch : patchActions->patches()) {
-        lookAtNamedActions({"PatchActions"}, patch);
-      }
-    }
-    if (!group.productServicePackActions() && !patchActions) {
-      report(OddityKind::ignoredMember, {},
-             "has neither ProductServicePackActions nor PatchActions: no action applies to any "
-             "patch");
-    }
+    reportNoActions(root, members);
   }
 
  private:
-  void report(OddityKind kind, const Place& place, std::string what) {
-    oddities_.push_back({kind, placeOf(place), std::move(what)});
+  void report(FindingKind kind, std::size_t offset, std::string what) {
+    findings_.push_back({.kind = kind,
+                         .offset = offset,
+                         .pointer = pointerOf(path_),
+                         .place = placeOf(path_),
+                         .text = std::move(what)});
+  }
+  void reportElement(FindingKind kind, const Value& element, std::size_t index, std::string what) {
+    path_.push_back({{}, index});
+    report(kind, element.offset, std::move(what));
+    path_.pop_back();
   }
 
-  void lookAtExemptions(const vexlo::ProductServicePackActions& productActions,
-                        const std::optional<vexlo::PatchActions>& patchActions) {
-    const TextList patchIDs = productActions.exclusionPatchIDs();
+  /// Always false.
+  bool mismatch(const Value& value, std::string_view expected) {
+    const std::string hint = hintFor(value, expected);
+    report(FindingKind::wrongType, value.offset,
+           text("expected ", expected, ", found ", typeName(value.type),
+                hint.empty() ? "" : " (" + hint + ')'));
+    return false;
+  }
+
+  bool isObject(const Value& value) {
+    return value.type == Type::object || mismatch(value, "an object");
+  }
+
+  /// What was probably meant by the value in the place reached; empty when that isn't clear.
+  [[nodiscard]] std::string hintFor(const Value& value, std::string_view expected) const {
+    if (value.type == Type::number && expected == "a string") {
+      return "strings are in double quotes, numbers too: \"30\", not 30";
+    }
+    if (value.type == Type::string && expected == "an array of strings") {
+      return "an action's arguments are in an array: [\"30\"], not \"30\"";
+    }
+    if (value.type == Type::array && wordNear(value.name, kMembers) == kExclusions) {
+      return path_.size() == 2 && path_.front().name == kProducts
+                 ? text("did you mean \"", kExclusions, "\"? Upper and lower case count")
+                 : text('"', kExclusions, "\" belongs in \"", kProducts, '"');
+    }
+    if (value.type == Type::array && path_.size() == 3 &&
+        vexlo::findKnownAction(value.name) != nullptr) {
+      return "a product's actions are those of its service packs";
+    }
+    if (value.type == Type::object && path_.size() == 3 && path_.front().name == kPatches) {
+      return text("products with service packs belong in \"", kProducts, '"');
+    }
+    return {};
+  }
+
+  std::vector<Member> membersOf(const Value& object, bool counts) {
+    const std::vector<const Value*> children = document_.children(object);
+    std::unordered_map<std::string_view, std::size_t> left;  // how often a name is still to come
+    for (const Value* child : children) {
+      ++left[child->name];
+    }
+    std::vector<Member> members;
+    members.reserve(children.size());
     std::unordered_set<std::string_view> seen;
-    for (std::size_t index = 0; index < patchIDs.size(); ++index) {
-      const std::string_view patchID = patchIDs[static_cast<std::ptrdiff_t>(index)];
-      const Place place{"ProductServicePackActions", "ExclusionPatchIDs", element(index)};
+    for (const Value* child : children) {
+      const bool isLast = --left[child->name] == 0;
+      const bool isRead = !path_.empty() || isKnownMember(child->name);
+      members.push_back({*child, counts && isLast});
+      if (left.size() < children.size() && !seen.insert(child->name).second && counts && isLast &&
+          isRead) {
+        path_.push_back({child->name, {}});
+        report(FindingKind::repeatedName, child->nameOffset,
+               "occurs more than once in its object; the last one counts");
+        path_.pop_back();
+      }
+    }
+    return members;
+  }
+
+  void collectPatches(const std::vector<Member>& members) {
+    for (const auto& [value, counts] : members) {
+      if (counts && value.name == kPatches && value.type == Type::object) {
+        for (const Value* patch : document_.children(value)) {
+          patches_[patch->name] = patch;
+        }
+      }
+    }
+  }
+
+  void reportIgnored(const Value& value) {
+    const std::string_view meant = wordNear(value.name, kMembers);
+    report(FindingKind::ignoredMember, value.nameOffset,
+           "is not read" + (meant.empty() ? std::string()
+                            : meant == kExclusions
+                                ? text("; ", inQuotes(meant), " belongs in \"", kProducts, '"')
+                                : text("; did you mean ", inQuotes(meant), '?')));
+  }
+
+  void reportNoActions(const Value& root, const std::vector<Member>& members) {
+    const Value* null = nullptr;
+    for (const auto& [value, counts] : members) {
+      if (counts && isKnownMember(value.name)) {
+        if (value.type != Type::null) {
+          return;
+        }
+        null = &value;
+      }
+    }
+    if (null == nullptr) {
+      report(FindingKind::noActions, root.offset,
+             "has neither ProductServicePackActions nor PatchActions: no action applies to any "
+             "patch");
+      return;
+    }
+    path_.push_back({null->name, {}});
+    report(FindingKind::noActions, null->offset,
+           "is null, which counts as missing: no action applies to any patch");
+    path_.pop_back();
+  }
+
+  void lookAtKnownMember(const Value& value, bool counts) {
+    if (value.type == Type::null) {
+      return;
+    }
+    if (value.type != Type::object) {
+      mismatch(value, "an object or null");
+      return;
+    }
+    const bool isProducts = value.name == kProducts;
+    for (const auto& [member, memberCounts] : membersOf(value, counts)) {
+      path_.push_back({member.name, {}});
+      if (isProducts && member.name == kExclusions) {
+        lookAtExclusions(member, memberCounts);
+      } else if (isProducts) {
+        lookAtProduct(member, memberCounts);
+      } else {
+        lookAtActions(member, memberCounts, "a patch");
+      }
+      path_.pop_back();
+    }
+  }
+
+  /// Whether the value is an array of nothing but strings.
+  bool isArrayOfStrings(const Value& value) {
+    if (value.type != Type::array) {
+      return mismatch(value, "an array of strings");
+    }
+    bool allAre = true;
+    std::size_t index = 0;
+    for (const Value* element : document_.children(value)) {
+      path_.push_back({{}, index++});
+      allAre = (element->type == Type::string || mismatch(*element, "a string")) && allAre;
+      path_.pop_back();
+    }
+    return allAre;
+  }
+
+  void lookAtExclusions(const Value& value, bool counts) {
+    if (!isArrayOfStrings(value) || !counts) {
+      return;
+    }
+    std::unordered_set<std::string_view> seen;
+    std::size_t index = 0;
+    for (const Value* element : document_.children(value)) {
+      const std::string_view patchID = element->string;
+      path_.push_back({{}, index++});
       if (!seen.insert(patchID).second) {
-        report(OddityKind::repeatedArgument, place,
+        report(FindingKind::repeatedArgument, element->offset,
                text("patch ", inQuotes(patchID), " stands in the list already"));
-        continue;
+      } else {
+        lookAtID(patchID, element->offset);
+        const auto own = patches_.find(patchID);
+        if (own == patches_.end() ||
+            (own->second->type == Type::object && document_.children(*own->second).empty())) {
+          report(FindingKind::exemptWithoutActions, element->offset,
+                 text("patch ", inQuotes(patchID),
+                      " is exempt from the product's actions and has none of its own: nothing is "
+                      "run for it"));
+        }
       }
-      lookAtName(place, patchID);
-      const auto own = patchActions ? patchActions->actions(patchID) : std::nullopt;
-      if (!own || own->empty()) {
-        report(OddityKind::exemptWithoutActions, place,
-               text("patch ", inQuotes(patchID),
-                    " is exempt from the product's actions and has none of its own: nothing is "
-                    "run for it"));
-      }
+      path_.pop_back();
     }
   }
 
-  void lookAtProductName(const Place& place) {
-    lookAtName(place, place.back());
-    if (vexlo::equalIgnoringCase(place.back(), "ExclusionPatchIDs")) {
-      report(OddityKind::suspiciousName, place,
-             "is taken as a product; did you mean \"ExclusionPatchIDs\"?");
+  void lookAtProduct(const Value& product, bool counts) {
+    if (!isObject(product)) {
+      return;
+    }
+    lookAtName(product, counts, "a product");
+    for (const auto& [servicePack, packCounts] : membersOf(product, counts)) {
+      path_.push_back({servicePack.name, {}});
+      lookAtActions(servicePack, packCounts, "a service pack");
+      path_.pop_back();
     }
   }
 
-  void lookAtName(const Place& place, std::string_view id) {
+  /// The name of a product, service pack or patch.
+  void lookAtName(const Value& value, bool counts, std::string_view takenAs) {
+    if (!counts) {
+      return;
+    }
+    lookAtID(value.name, value.nameOffset);
+    const std::string_view meant = wordNear(value.name, kMembers);
+    if (meant.empty()) {
+      return;
+    }
+    const bool isItsPlace = path_.size() == 2 && path_.front().name == kProducts;
+    report(FindingKind::suspiciousName, value.nameOffset,
+           text("is taken as ", takenAs, "; ",
+                meant == kExclusions && isItsPlace
+                    ? text("did you mean ", inQuotes(meant), '?')
+                    : text(inQuotes(meant), " belongs in ",
+                           meant == kExclusions ? inQuotes(kProducts) : "the document itself")));
+  }
+
+  void lookAtID(std::string_view id, std::size_t offset) {
     if (id.empty()) {
-      report(OddityKind::suspiciousName, place, "the ID is empty");
+      report(FindingKind::suspiciousName, offset, "the ID is empty");
     } else if (hasBlanksAround(id)) {
-      report(OddityKind::suspiciousName, place,
+      report(FindingKind::suspiciousName, offset,
              text("the ID ", inQuotes(id), " has spaces around it, which are significant"));
     }
   }
 
-  void lookAtNamedActions(Place place, const vexlo::NamedActions& named) {
-    place.emplace_back(named.name);
-    lookAtName(place, named.name);
-    for (const ActionEntry& action : named.actions) {
-      place.emplace_back(action.code);
-      lookAtAction(place, action);
-      place.pop_back();
-    }
-  }
-
-  void lookAtAction(const Place& place, const ActionEntry& action) {
-    const ActionID actionID(action.code);
-    const KnownAction* const known = std::get_if<KnownAction>(&actionID.value());
-    if (known == nullptr) {
-      const auto meant = meantCode(action.code);
-      report(OddityKind::unknownAction, place,
-             "unknown action code; nothing is run for it and it counts as passed" +
-                 (meant ? text("; did you mean ", inQuotes(*meant), '?') : std::string()));
+  /// The actions of a service pack or patch.
+  void lookAtActions(const Value& owner, bool counts, std::string_view takenAs) {
+    if (!isObject(owner)) {
       return;
     }
-    if (*known == KnownAction::applicationRunningNotifier) {
-      report(OddityKind::actionWithoutEffect, place,
+    lookAtName(owner, counts, takenAs);
+    std::vector<Known> known;
+    for (const auto& [action, actionCounts] : membersOf(owner, counts)) {
+      path_.push_back({action.name, {}});
+      if (isArrayOfStrings(action) && actionCounts) {
+        lookAtAction(action, known);
+      }
+      path_.pop_back();
+    }
+    std::ranges::sort(known, {}, [](const Known& each) { return each.documentation->action; });
+    lookAtRestarts(known);
+    lookAtVersions(known);
+  }
+
+  /// A known action and its arguments in the file.
+  struct Known {
+    const ActionDocumentation* documentation;
+    const Value* value;
+  };
+
+  void lookAtAction(const Value& action, std::vector<Known>& known) {
+    const ActionID actionID(action.name);
+    const KnownAction* const which = std::get_if<KnownAction>(&actionID.value());
+    if (which == nullptr) {
+      const std::string_view meant = meantCode(action.name);
+      report(FindingKind::unknownAction, action.nameOffset,
+             "unknown action code; nothing is run for it and it counts as passed" +
+                 (meant.empty() ? std::string() : text("; did you mean ", inQuotes(meant), '?')));
+      return;
+    }
+    const ActionDocumentation& documentation = documentationOf(*which);
+    known.push_back({&documentation, &action});
+    if (documentation.doesNothing) {
+      report(FindingKind::actionWithoutEffect, action.nameOffset,
              text(describe(actionID), " does nothing and counts as passed"));
     }
-    const ArgumentRule rule = ruleOf(*known);
-    if (action.arguments.size() < rule.needed) {
-      report(OddityKind::missingArgument, place,
-             text(describe(actionID), " needs ", rule.what, ": ", kAppliesLater));
-    }
-    if (action.arguments.size() > rule.read) {
-      const std::size_t more = action.arguments.size() - rule.read - 1;
-      report(OddityKind::unreadArgument, within(place, rule.read),
-             text(describe(actionID), " reads ",
-                  rule.read == 0 ? "no argument" : text("only ", rule.what), ": this one",
-                  more == 0 ? std::string(" is not read")
-                            : text(" and ", more, " more are not read")));
+    lookAtArguments(describe(actionID), documentation, action);
+  }
+
+  void lookAtArguments(const std::string& name, const ActionDocumentation& documentation,
+                       const Value& list) {
+    const std::vector<const Value*> given = document_.children(list);
+    const std::size_t wanted = documentation.arguments.size();
+    if (given.size() < wanted) {
+      report(FindingKind::missingArgument, list.offset,
+             text(name, " needs ", argumentNames(documentation), ": ", kAppliesLater));
     }
     std::unordered_set<std::string_view> former;
-    for (std::size_t index = 0; index < std::min(rule.read, action.arguments.size()); ++index) {
-      const std::string_view argument = action.arguments[static_cast<std::ptrdiff_t>(index)];
-      const bool isRepeated = !former.insert(argument).second;
-      lookAtArgument(*known, within(place, index), index, argument, isRepeated);
+    for (std::size_t index = 0; index < given.size(); ++index) {
+      const Value& argument = *given[index];
+      if (index >= wanted && !documentation.lastRepeats) {
+        const std::size_t more = given.size() - index - 1;
+        reportElement(FindingKind::unreadArgument, argument, index,
+                      text(name, " reads ",
+                           wanted == 0 ? "no argument" : "only " + argumentNames(documentation),
+                           ": this one", more == 0 ? "" : text(" and ", more, " more"),
+                           more == 0 ? " is not read" : " are not read"));
+        return;
+      }
+      const bool isRepeatable = documentation.lastRepeats && index + 1 >= wanted;
+      if (isRepeatable && !former.insert(argument.string).second) {
+        reportElement(FindingKind::repeatedArgument, argument, index,
+                      text(inQuotes(argument.string), " stands in the list already"));
+        continue;
+      }
+      const ActionArgument& what = documentation.arguments[std::min(index, wanted - 1)];
+      if (auto problem = problemWith(what.kind, argument.string)) {
+        reportElement(problem->kind, argument, index, std::move(problem->text));
+      }
     }
   }
 
-  void lookAtArgument(KnownAction action, const Place& place, std::size_t index,
-                      std::string_view argument, bool isRepeated) {
-    switch (action) {
-      case KnownAction::siliconBatteryPercentageCheck:
-      case KnownAction::intelBatteryPercentageCheck:
-        lookAtInteger(place, argument, kMostPercent, "a battery never reaches it");
-        return;
-      case KnownAction::minimumDiskSpaceCheck:
-        lookAtInteger(place, argument, kManyGigabytes, "the argument is in gigabytes");
-        return;
-      case KnownAction::macOSDeferCheck:
-        lookAtVersion(place, argument);
-        return;
-      case KnownAction::installMacOSUpdates:
-        if (index == 0) {
-          lookAtVersion(place, argument);
-        } else if (argument.empty()) {
-          report(OddityKind::unusableArgument, place, "the softwareupdate label is empty");
+  /// «the macOS version and the update label»
+  static std::string argumentNames(const ActionDocumentation& documentation) {
+    std::string out;
+    for (const ActionArgument& argument : documentation.arguments) {
+      out += text(out.empty() ? "the " : " and the ", argument.name);
+    }
+    return out;
+  }
+
+  /// Actions that run after one that restarts the Mac.
+  void lookAtRestarts(const std::vector<Known>& known) {
+    for (auto action = known.begin(); action != known.end(); ++action) {
+      if (!action->documentation->restarts) {
+        continue;
+      }
+      path_.push_back({action->value->name, {}});
+      for (auto later = action + 1; later != known.end(); ++later) {
+        if (!later->documentation->doesNothing) {
+          report(
+              FindingKind::restartBeforeAction, action->value->nameOffset,
+              text(rowOf(action->documentation->action).name, " restarts the Mac before ",
+                   rowOf(later->documentation->action).name, " (", later->value->name, ") runs"));
         }
-        return;
-      case KnownAction::applicationRunningCheck:
-        lookAtBundleIdentifier(place, argument, isRepeated);
-        return;
-      case KnownAction::installMacOSUpdatesUsingInstallAssistant:
-        lookAtApplicationPath(place, argument);
-        return;
-      case KnownAction::userLoggedInCheck:
-      case KnownAction::multipleUserLoggedInCheck:
-      case KnownAction::applicationRunningNotifier:
-        return;  // they read none
+      }
+      path_.pop_back();
     }
   }
 
-  void lookAtInteger(const Place& place, std::string_view argument, std::int64_t most,
-                     std::string_view whyNotMore) {
-    const std::optional<std::int64_t> number = vexlo::parseInteger(argument);
-    if (!number) {
-      report(OddityKind::unusableArgument, place,
-             text(inQuotes(argument),
-                  " is no integer (an optional sign, then digits only): ", kAppliesLater));
-    } else if (*number < 0) {
-      report(OddityKind::questionableArgument, place,
-             text(inQuotes(argument), " is negative: the check always passes"));
-    } else if (*number > most) {
-      report(OddityKind::questionableArgument, place,
-             text(inQuotes(argument), " is more than ", most, ": ", whyNotMore));
+  /// Actions of one patch or service pack that name different macOS versions.
+  void lookAtVersions(const std::vector<Known>& known) {
+    const Known* first = nullptr;
+    const Value* version = nullptr;
+    for (const Known& action : known) {
+      const std::vector<const Value*> given = document_.children(*action.value);
+      const auto& arguments = action.documentation->arguments;
+      for (std::size_t index = 0; index < std::min(given.size(), arguments.size()); ++index) {
+        if (arguments[index].kind != ArgumentKind::macOSVersion) {
+          continue;
+        }
+        if (version == nullptr) {
+          first = &action;
+          version = given[index];
+        } else if (given[index]->string != version->string) {
+          path_.push_back({action.value->name, {}});
+          reportElement(
+              FindingKind::differentVersions, *given[index], index,
+              text(inQuotes(given[index]->string), " differs from the version of ",
+                   rowOf(first->documentation->action).name, ", ", inQuotes(version->string)));
+          path_.pop_back();
+        }
+      }
     }
   }
 
-  void lookAtVersion(const Place& place, std::string_view argument) {
-    if (!isVersion(argument)) {
-      report(OddityKind::questionableArgument, place,
-             text(inQuotes(argument), " is no macOS version such as \"14.5\""));
-    }
-  }
-
-  void lookAtBundleIdentifier(const Place& place, std::string_view argument, bool isRepeated) {
-    if (argument.empty()) {
-      report(OddityKind::unusableArgument, place, "the bundle identifier is empty");
-    } else if (isRepeated) {
-      report(OddityKind::repeatedArgument, place,
-             text(inQuotes(argument), " stands in the list already"));
-    } else if (!isBundleIdentifier(argument)) {
-      report(OddityKind::questionableArgument, place,
-             text(inQuotes(argument), " is no bundle identifier such as \"com.apple.Safari\""));
-    }
-  }
-
-  void lookAtApplicationPath(const Place& place, std::string_view argument) {
-    if (argument.empty()) {
-      report(OddityKind::unusableArgument, place, "the application's path is empty");
-    } else if (!argument.starts_with('/')) {
-      report(OddityKind::questionableArgument, place,
-             text(inQuotes(argument),
-                  " is no absolute path: it is taken from wherever the agent "
-                  "was started"));
-    } else if (!argument.ends_with(".app") && !argument.ends_with(".app/")) {
-      report(OddityKind::questionableArgument, place,
-             text(inQuotes(argument), " is no application: its name doesn't end in \".app\""));
-    }
-  }
-
-  static std::string element(std::size_t index) { return text('[', index, ']'); }
-  static Place within(Place place, std::size_t index) {
-    place.push_back(element(index));
-    return place;
-  }
-
-  std::vector<Oddity>& oddities_;
+  const JSONDocument& document_;
+  std::vector<Finding>& findings_;
+  Path path_;
+  std::unordered_map<std::string_view, const Value*> patches_;  // those that count
 };
 
 }  // namespace
 
-std::string_view name(OddityKind kind) {
+std::string_view name(FindingKind kind) {
   switch (kind) {
-    case OddityKind::byteOrderMark:
+    case FindingKind::unreadable:
+      return "unreadable";
+    case FindingKind::syntax:
+      return "syntax";
+    case FindingKind::wrongType:
+      return "wrongType";
+    case FindingKind::byteOrderMark:
       return "byteOrderMark";
-    case OddityKind::repeatedName:
+    case FindingKind::noActions:
+      return "noActions";
+    case FindingKind::repeatedName:
       return "repeatedName";
-    case OddityKind::ignoredMember:
+    case FindingKind::ignoredMember:
       return "ignoredMember";
-    case OddityKind::suspiciousName:
+    case FindingKind::suspiciousName:
       return "suspiciousName";
-    case OddityKind::unknownAction:
+    case FindingKind::unknownAction:
       return "unknownAction";
-    case OddityKind::actionWithoutEffect:
+    case FindingKind::actionWithoutEffect:
       return "actionWithoutEffect";
-    case OddityKind::missingArgument:
+    case FindingKind::missingArgument:
       return "missingArgument";
-    case OddityKind::unusableArgument:
+    case FindingKind::unusableArgument:
       return "unusableArgument";
-    case OddityKind::questionableArgument:
+    case FindingKind::questionableArgument:
       return "questionableArgument";
-    case OddityKind::unreadArgument:
+    case FindingKind::unreadArgument:
       return "unreadArgument";
-    case OddityKind::repeatedArgument:
+    case FindingKind::repeatedArgument:
       return "repeatedArgument";
-    case OddityKind::exemptWithoutActions:
+    case FindingKind::exemptWithoutActions:
       return "exemptWithoutActions";
+    case FindingKind::differentVersions:
+      return "differentVersions";
+    case FindingKind::restartBeforeAction:
+      return "restartBeforeAction";
   }
   std::unreachable();
 }
 
-std::vector<Oddity> findOddities(const vexlo::PatchActionGroup& group, std::string_view text) {
-  std::vector<Oddity> oddities = findOddMembers(text);
-  FileCheck(oddities).look(group);
-  return oddities;
-}
-
-std::string placeOf(const std::vector<std::string>& members) {
-  std::string out;
-  for (const std::string& member : members) {
-    out += (out.empty() ? "" : " › ") + member;
+std::vector<Finding> lookThrough(std::string_view text) {
+  std::vector<Finding> findings;
+  const JSONDocument document(text);
+  const FileCodec::JSONReading& reading = document.reading();
+  if (reading.outcome != FileCodec::JSONOutcome::complete) {
+    return {{.kind = FindingKind::syntax,
+             .offset = reading.offset,
+             .pointer = {},
+             .place = {},
+             .text = LogCore::text("expected ", reading.expected, ", found ", reading.found)}};
   }
-  return out;
+  FileCheck(document, findings).look();
+  std::ranges::stable_sort(findings, {}, &Finding::offset);
+  return findings;
 }
 
 }  // namespace agent_tool

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "AgentLibraries/LogCore/Text.h"
+#include "AgentTool/ArgumentKinds.h"
 #include "AgentTool/JSONPieces.h"
 #include "AgentTool/PrintableText.h"
 
@@ -68,25 +69,6 @@ std::string asMarkdown(const ActionDocumentation& action) {
     out += text("| `", answer.result, "` | ", answer.when, " |\n");
   }
   return out;
-}
-
-/// What an argument must look like, as a regular expression that JSON Schema and Python share.
-std::string_view patternOf(vexlo::ArgumentKind kind) {
-  switch (kind) {
-    case vexlo::ArgumentKind::percent:
-      return R"(^\+?0*(100|[0-9]{1,2})$)";
-    case vexlo::ArgumentKind::gigabytes:
-      return R"(^\+?0*(10000|[0-9]{1,4})$)";
-    case vexlo::ArgumentKind::macOSVersion:
-      return R"(^[0-9]+(\.[0-9]+)*$)";
-    case vexlo::ArgumentKind::updateLabel:
-      return R"(.)";
-    case vexlo::ArgumentKind::bundleIdentifier:
-      return R"(^[A-Za-z0-9_-]+(\.[A-Za-z0-9_-]+)+$)";
-    case vexlo::ArgumentKind::applicationPath:
-      return R"(^/.*\.app/?$)";
-  }
-  std::unreachable();
 }
 
 std::string schemaOfArgument(const ActionArgument& argument) {

@@ -1,17 +1,27 @@
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <system_error>
+#include <utility>
 #include <vector>
 
 #include "AgentLibraries/FileCodec/DecodingError.h"
 #include "AgentLibraries/FileCodec/JSONManager.h"
+#include "AgentLibraries/FileCodec/JSONReader.h"
 #include "AgentLibraries/LogCore/Text.h"
 #include "AgentTool/ActionFileCheck.h"
 #include "AgentTool/Commands.h"
+#include "AgentTool/JSONDocument.h"
 #include "AgentTool/JSONPieces.h"
 #include "AgentTool/PrintableText.h"
-#include "VexloPatchDeployment/Common/LetterCase.h"
+#include "AgentTool/SourceExcerpt.h"
 #include "VexloPatchDeployment/PatchActions/Helpers/PatchActionGroup.h"
 
 namespace agent_tool {
@@ -21,71 +31,50 @@ using FileCodec::DecodingError;
 using LogCore::text;
 using vexlo::PatchActionGroup;
 
-constexpr std::string_view kProducts = "ProductServicePackActions";
-constexpr std::string_view kExclusionPatchIDs = "ExclusionPatchIDs";
-constexpr std::string_view kSeparator = " › ";  // of the members in a place
+constexpr std::string_view kStandardInput = "-";
+constexpr std::size_t kMaximumBytes = std::size_t{1} << 30;
 
-/// What was probably meant where the file can't be used; empty when that isn't clear.
-std::string hintFor(const DecodingError& error) {
-  const std::string_view place = error.place();
-  const std::size_t separator = place.rfind(kSeparator);
-  const std::string_view member =
-      separator == std::string_view::npos ? place : place.substr(separator + kSeparator.size());
-  if (error.found() == "an array" && vexlo::equalIgnoringCase(member, kExclusionPatchIDs)) {
-    if (place != text(kProducts, kSeparator, member)) {
-      return text('"', kExclusionPatchIDs, "\" belongs in \"", kProducts, '"');
+/// All of standard input. Throws `DecodingError`.
+std::string readStandardInput() {
+  std::string bytes;
+  std::array<char, 64 * 1024> piece{};
+  while (true) {
+    const ssize_t count = ::read(STDIN_FILENO, piece.data(), piece.size());
+    if (count == 0) {
+      return bytes;
     }
-    return "did you mean \"ExclusionPatchIDs\"? Upper and lower case count";
+    if (count > 0) {
+      bytes.append(piece.data(), static_cast<std::size_t>(count));
+    } else if (errno != EINTR) {
+      throw DecodingError("<stdin>", {}, {}, std::generic_category().message(errno));
+    }
+    if (bytes.size() > kMaximumBytes) {
+      throw DecodingError("<stdin>", {}, {}, "larger than 1 GiB");
+    }
   }
-  if (error.found() == "a number" && error.expected() == "a string") {
-    return "strings are in double quotes, numbers too: \"30\", not 30";
-  }
-  return {};
 }
 
-/// `error` is JSON; absent for a file that can be used.
-std::string answerAsJSON(const CheckRequest& request, const std::optional<std::string>& error,
-                         const std::vector<Oddity>& oddities) {
-  std::vector<std::string> listed;
-  listed.reserve(oddities.size());
-  for (const Oddity& oddity : oddities) {
-    listed.push_back(JSONObject()
-                         .addString("kind", name(oddity.kind))
-                         .addString("place", oddity.place)
-                         .addString("text", oddity.text)
-                         .done());
-  }
-  return JSONObject()
-             .addString("file", request.file)
-             .addJSON("usable", error ? "false" : "true")
-             .addJSON("error", error.value_or("null"))
-             .addJSON("oddities", jsonArray(listed))
-             .done() +
-         '\n';
-}
+/// What the check says about one file.
+struct Checked {
+  std::string file;  ///< As given.
+  std::string name;  ///< For people.
+  std::string text;  ///< Without a byte order mark.
+  std::vector<Finding> findings;
+  std::optional<std::string> error;  ///< Why the agent can't use the file, in one line.
+  std::string contents;              ///< «2 products, 3 patches with actions, 1 exempt patch»
 
-ExitStatus tellUnusable(const CheckRequest& request, const DecodingError& error, Console& console) {
-  const std::string hint = hintFor(error);
-  const std::string message = error.what() + (hint.empty() ? std::string() : " (" + hint + ')');
-  if (request.json) {
-    const std::string asJSON = JSONObject()
-                                   .addString("place", error.place())
-                                   .addString("expected", error.expected())
-                                   .addString("found", error.found())
-                                   .addString("message", message)
-                                   .done();
-    console.write(answerAsJSON(request, asJSON, {}));
+  [[nodiscard]] std::size_t errorCount() const {
+    return static_cast<std::size_t>(
+        std::ranges::count_if(findings, [](const Finding& each) { return isError(each.kind); }));
   }
-  console.complain(printable(message));
-  return ExitStatus::unusableFile;
-}
+  [[nodiscard]] std::size_t oddityCount() const { return findings.size() - errorCount(); }
+};
 
 std::string counted(std::size_t count, std::string_view one, std::string_view many) {
   return text(count, ' ', count == 1 ? one : many);
 }
 
-/// «2 products, 3 patches, 1 exempt patch»
-std::string contents(const PatchActionGroup& group) {
+std::string contentsOf(const PatchActionGroup& group) {
   const auto productActions = group.productServicePackActions();
   const auto patchActions = group.patchActions();
   const std::size_t products = productActions ? productActions->products().size() : 0;
@@ -95,39 +84,135 @@ std::string contents(const PatchActionGroup& group) {
               " with actions, ", counted(exempt, "exempt patch", "exempt patches"));
 }
 
-void tellForPeople(const CheckRequest& request, const PatchActionGroup& group,
-                   const std::vector<Oddity>& oddities, Console& console) {
-  std::string out;
-  for (const Oddity& oddity : oddities) {
-    const std::string place = oddity.place.empty() ? "the document" : printable(oddity.place);
-    out += console.styled(place, Style::bold) + ": " + printable(oddity.text) + '\n';
+Checked checkFile(const std::string& file) {
+  const bool isInput = file == kStandardInput;
+  Checked checked{.file = file,
+                  .name = isInput ? "<stdin>" : file,
+                  .text = {},
+                  .findings = {},
+                  .error = {},
+                  .contents = {}};
+  const auto fail = [&](FindingKind kind, const DecodingError& error) {
+    checked.error = error.what();
+    if (checked.errorCount() == 0) {
+      checked.findings.push_back(
+          {.kind = kind, .offset = 0, .pointer = {}, .place = {}, .text = error.found()});
+    }
+  };
+  try {
+    checked.text = isInput ? readStandardInput() : FileCodec::readTextFile(file);
+  } catch (const DecodingError& error) {
+    fail(FindingKind::unreadable, error);
+    return checked;
   }
-  const std::string verdict = oddities.empty()
-                                  ? "nothing looks odd"
-                                  : counted(oddities.size(), "thing looks odd", "things look odd");
-  out += text(printable(request.file), " can be used (", contents(group), "); ",
-              console.styled(verdict, oddities.empty() ? Style::good : Style::waiting), ".\n");
-  console.write(out);
+  const bool hasMark = checked.text.starts_with(FileCodec::kByteOrderMark);
+  if (hasMark) {
+    checked.text.erase(0, FileCodec::kByteOrderMark.size());
+  }
+  checked.findings = lookThrough(checked.text);
+  if (hasMark) {
+    checked.findings.insert(
+        checked.findings.begin(),
+        {.kind = FindingKind::byteOrderMark,
+         .offset = 0,
+         .pointer = {},
+         .place = {},
+         .text = "the text begins with a byte order mark, which some readers refuse"});
+  }
+  try {
+    // The agent's own reader has the last word.
+    checked.contents = contentsOf(PatchActionGroup::decode(checked.text, checked.name));
+  } catch (const DecodingError& error) {
+    fail(FindingKind::wrongType, error);
+  }
+  return checked;
+}
+
+std::string asJSON(const Finding& finding, LineCounter& lines) {
+  const bool hasPlace = finding.kind != FindingKind::unreadable;
+  const LineAndColumn position = lines.at(finding.offset);
+  return JSONObject()
+      .addString("kind", name(finding.kind))
+      .addJSON("line", hasPlace ? std::to_string(position.line) : "null")
+      .addJSON("column", hasPlace ? std::to_string(position.column) : "null")
+      .addJSON("pointer", jsonOptional(finding.pointer))
+      .addString("place", finding.place)
+      .addString("text", finding.text)
+      .done();
+}
+
+std::string asJSON(const Checked& checked) {
+  LineCounter lines(checked.text);
+  std::vector<std::string> errors;
+  std::vector<std::string> oddities;
+  for (const Finding& finding : checked.findings) {
+    (isError(finding.kind) ? errors : oddities).push_back(asJSON(finding, lines));
+  }
+  return JSONObject()
+             .addString("file", checked.file)
+             .addJSON("usable", checked.error ? "false" : "true")
+             .addJSON("errors", jsonArray(errors))
+             .addJSON("oddities", jsonArray(oddities))
+             .done() +
+         '\n';
+}
+
+/// One line per finding, «FILE:LINE:COLUMN: error: place: text», with the source on a terminal.
+std::string forPeople(const Checked& checked, const Console& console) {
+  std::string out;
+  LineCounter lines(checked.text);
+  for (const Finding& finding : checked.findings) {
+    if (finding.kind == FindingKind::unreadable) {
+      continue;  // said on standard error
+    }
+    const LineAndColumn position = lines.at(finding.offset);
+    const bool isWrong = isError(finding.kind);
+    out += console.styled(
+        text(printable(checked.name), ':', position.line, ':', position.column, ':'), Style::bold);
+    out += ' ' +
+           console.styled(isWrong ? "error:" : "warning:", isWrong ? Style::bad : Style::waiting);
+    out += ' ' + (finding.place.empty() ? "" : printable(finding.place) + ": ") +
+           printable(finding.text) + '\n';
+    if (console.isTerminal()) {
+      out += sourceExcerpt(checked.text, finding.offset, tokenLength(checked.text, finding.offset),
+                           console.width());
+    }
+  }
+  return out;
+}
+
+/// «file can be used (2 products, …); nothing looks odd.»
+std::string verdict(const Checked& checked, const Console& console) {
+  const std::size_t oddities = checked.oddityCount();
+  const std::string looks =
+      oddities == 0 ? "nothing looks odd" : counted(oddities, "thing looks odd", "things look odd");
+  return text(printable(checked.name), " can be used (", checked.contents, "); ",
+              console.styled(looks, oddities == 0 ? Style::good : Style::waiting), ".\n");
 }
 
 }  // namespace
 
 ExitStatus check(const CheckRequest& request, Console& console) {
-  std::string bytes;
-  std::optional<PatchActionGroup> group;
-  try {
-    bytes = FileCodec::readTextFile(request.file);
-    group = PatchActionGroup::decode(bytes, request.file);
-  } catch (const DecodingError& error) {
-    return tellUnusable(request, error, console);
+  ExitStatus status = ExitStatus::success;
+  for (const std::string& file : request.files) {
+    const Checked checked = checkFile(file);
+    console.write(request.json ? asJSON(checked) : forPeople(checked, console));
+    if (checked.error) {
+      const std::size_t more = checked.errorCount() - 1;
+      console.complain(
+          printable(*checked.error) +
+          (more == 0 ? "" : text("; and ", counted(more, "more error", "more errors"))));
+      status = ExitStatus::unusableFile;
+      continue;
+    }
+    if (!request.json) {
+      console.write(verdict(checked, console));
+    }
+    if (request.strict && checked.oddityCount() > 0 && status == ExitStatus::success) {
+      status = ExitStatus::failure;
+    }
   }
-  const std::vector<Oddity> oddities = findOddities(*group, bytes);
-  if (request.json) {
-    console.write(answerAsJSON(request, {}, oddities));
-  } else {
-    tellForPeople(request, *group, oddities, console);
-  }
-  return ExitStatus::success;
+  return status;
 }
 
 }  // namespace agent_tool

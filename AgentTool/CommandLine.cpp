@@ -36,7 +36,7 @@ struct Written {
   bool keepGoing = false;
   bool strict = false;
   bool json = false;
-  std::string file;
+  std::vector<std::string> files;
   std::optional<std::string> agentRoot;
   std::optional<std::string> baseDirectory;
   std::optional<std::string> dataDirectory;
@@ -124,13 +124,17 @@ void addCommands(CLI::App& app, Written& written) {
             "  65  the action file can't be used");
 
   CLI::App& check = *app.add_subcommand(
-      "check", "Checks an action file for errors and oddities and says where they are.");
-  check.add_option("FILE", written.file, "the action file")->required()->type_name("");
-  addJSON(check, written, "print one JSON object instead of text");
+      "check", "Checks action files for errors and oddities and says where they are.");
+  check.add_option("FILE", written.files, "the action files; - is standard input")
+      ->required()
+      ->type_name("");
+  check.add_flag("--strict", written.strict, "end with 1 when something looks odd");
+  addJSON(check, written, "print one JSON object per file, in one line, instead of text");
   setFooter(check,
-            "  0   the file can be used; oddities are listed, one per line\n"
+            "  0   the files can be used; oddities are listed as warnings\n"
+            "  1   with --strict: something looks odd\n"
             "  64  bad usage\n"
-            "  65  the file can't be used");
+            "  65  a file can't be used");
 
   CLI::App& facts =
       *app.add_subcommand("facts", "Shows what the library sees on this machine; changes nothing.");
@@ -329,7 +333,8 @@ std::expected<Request, NoRequest> request(const CLI::App& app, Written& written)
     return std::unexpected(helpOn(*topics.front()));
   }
   if (name == "check") {
-    return CheckRequest{.file = std::move(written.file), .json = written.json};
+    return CheckRequest{
+        .files = std::move(written.files), .strict = written.strict, .json = written.json};
   }
   // The commands share `written`: another one's default from the environment may have replaced it.
   if (const CLI::Option& root = *command.get_option("--agent-root"); root.count() > 0) {

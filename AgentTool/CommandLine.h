@@ -45,7 +45,8 @@ struct FactsRequest {
 };
 
 struct CheckRequest {
-  std::string file;
+  std::vector<std::string> files;  ///< "-" is standard input.
+  bool strict = false;             ///< A file that looks odd is a failure.
   bool json = false;
 };
 

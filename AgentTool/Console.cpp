@@ -76,8 +76,8 @@ std::string_view escapeFor(Style style) {
 
 Console::Console()
     : width_(columnsOf(STDOUT_FILENO)),
-      coloured_(::isatty(STDOUT_FILENO) != 0 && !isSet("NO_COLOR") &&
-                !environmentSays("TERM", "dumb")),
+      isTerminal_(::isatty(STDOUT_FILENO) != 0),
+      coloured_(isTerminal_ && !isSet("NO_COLOR") && !environmentSays("TERM", "dumb")),
       activityDescriptor_(activityTerminal()) {}
 
 void Console::write(std::string_view text) {

@@ -42,6 +42,9 @@ class Console {
   /// Columns of the terminal that standard output is; without limit for anything else.
   [[nodiscard]] std::size_t width() const noexcept { return width_; }
 
+  /// Whether standard output is a terminal.
+  [[nodiscard]] bool isTerminal() const noexcept { return isTerminal_; }
+
   /// The descriptor on which activity is shown; -1 when there is no terminal for it.
   [[nodiscard]] int activityDescriptor() const noexcept { return activityDescriptor_; }
 
@@ -67,6 +70,7 @@ class Console {
 
   std::mutex mutex_;
   std::size_t width_;
+  bool isTerminal_;
   bool coloured_;
   int activityDescriptor_;
   bool activityIsShown_ = false;

@@ -159,7 +159,7 @@ class Walk {
     if (comma_ && (rest.starts_with('}') || rest.starts_with(']'))) {
       return {.offset = *comma_,
               .expected = std::string("no comma before \"") + rest.front() + '"',
-              .found = "one"};
+              .found = "a trailing comma"};
     }
     return {.offset = at_, .expected = std::move(expected), .found = describeJSONAt(text_, at_)};
   }

@@ -19,7 +19,7 @@ TEST_F(CommandLineTest, BadUsageEndsWith64AndSaysWhereHelpIs) {
   for (const auto& [commandLine, complaint] : std::vector<std::pair<std::string, std::string>>{
            {"vexlo-patch", "a command is needed"},
            {"vexlo-patch paln", "no such command: paln"},
-           {"vexlo-patch check file '\x1b[2J\xff'", "\\u001b[2J\\xff"},
+           {"vexlo-patch help '\x1b[2J\xff'", "\\u001b[2J\\xff"},
            {"vexlo-patch plan --product 2 --service-pack 3", "--patch"},
            {"vexlo-patch plan $patch --machine ppc", "--machine"},
            {"vexlo-patch run $patch --action= --action=2005", "--action: a code or name is needed"},
