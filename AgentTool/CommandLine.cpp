@@ -58,22 +58,35 @@ void addPatch(CLI::App& command, Written& written) {
   add("--service-pack", written.servicePackID, "the product's service pack");
 }
 
-void addAgent(CLI::App& command, Written& written) {
-  const auto add = [&](const char* name, auto& value, const char* type, const char* what) {
-    return command.add_option(name, value, what)->type_name(type)->group("Agent");
-  };
-  add("--agent-root", written.agentRoot, "DIR", "base = DIR, data = DIR/data, logs = DIR/logs")
+/// Adds an option of the agent's settings.
+template <typename Value>
+CLI::Option* addSetting(CLI::App& command, const char* name, Value& value, const char* type,
+                        const char* what) {
+  return command.add_option(name, value, what)->type_name(type)->group("Agent");
+}
+
+void addBase(CLI::App& command, Written& written, const char* whatRootIs) {
+  addSetting(command, "--agent-root", written.agentRoot, "DIR", whatRootIs)
       ->envname(kAgentRootVariable);
-  add("--base-dir", written.baseDirectory, "DIR", "the agent's base directory");
-  add("--data-dir", written.dataDirectory, "DIR", "the agent's data directory");
-  add("--log-dir", written.logDirectory, "DIR", "the agent's log directory");
-  add("--machine", written.machine, "auto|apple-silicon|intel",
-      "the kind of machine (auto: detect it)")
-      ->check(CLI::IsMember({"auto", "apple-silicon", "intel"}).description(""));
-  add("--log-level", written.logLevel, "debug|info|error|none",
-      "the lowest level to log (default: info for run, none for facts, else error)")
+  addSetting(command, "--base-dir", written.baseDirectory, "DIR", "the agent's base directory");
+}
+
+void addLog(CLI::App& command, Written& written, const char* whichLevel) {
+  addSetting(command, "--log-level", written.logLevel, "debug|info|error|none", whichLevel)
       ->check(CLI::IsMember({"debug", "info", "error", "none"}).description(""));
-  add("--log-file", written.logFile, "FILE", "append log lines to FILE instead of standard error");
+  addSetting(command, "--log-file", written.logFile, "FILE",
+             "append log lines to FILE instead of standard error");
+}
+
+/// All settings, for the commands that look at the machine.
+void addAgent(CLI::App& command, Written& written, const char* whichLevel) {
+  addBase(command, written, "base = DIR, data = DIR/data, logs = DIR/logs");
+  addSetting(command, "--data-dir", written.dataDirectory, "DIR", "the agent's data directory");
+  addSetting(command, "--log-dir", written.logDirectory, "DIR", "the agent's log directory");
+  addSetting(command, "--machine", written.machine, "auto|apple-silicon|intel",
+             "the kind of machine (auto: detect it)")
+      ->check(CLI::IsMember({"auto", "apple-silicon", "intel"}).description(""));
+  addLog(command, written, whichLevel);
 }
 
 void addStrict(CLI::App& command, Written& written) {
@@ -95,7 +108,8 @@ void addCommands(CLI::App& app, Written& written) {
   addPatch(plan, written);
   addStrict(plan, written);
   addJSON(plan, written, "print one JSON object instead of a table");
-  addAgent(plan, written);
+  addBase(plan, written, "base = DIR");
+  addLog(plan, written, "the lowest level to log (default: error)");
   setFooter(plan,
             "  0   the plan was printed\n"
             "  64  bad usage\n"
@@ -115,7 +129,7 @@ void addCommands(CLI::App& app, Written& written) {
   run.add_flag("--keep-going", written.keepGoing, "continue after an action that is not a success");
   addStrict(run, written);
   addJSON(run, written, "print one JSON object per line, as each action ends");
-  addAgent(run, written);
+  addAgent(run, written, "the lowest level to log (default: info)");
   setFooter(run,
             "  0   all actions passed\n"
             "  75  something is to be applied later\n"
@@ -148,7 +162,7 @@ void addCommands(CLI::App& app, Written& written) {
       ->check(
           [](const std::string& id) { return id.empty() ? "a bundle identifier is needed" : ""; });
   addJSON(facts, written, "one JSON object, in one line, instead of a table");
-  addAgent(facts, written);
+  addAgent(facts, written, "the lowest level to log (default: none)");
   setFooter(facts,
             "  0   shown; what can't be read is shown as absent, with the reason\n"
             "  64  bad usage");

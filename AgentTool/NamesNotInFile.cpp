@@ -2,18 +2,19 @@
 
 #include <algorithm>
 
+#include "AgentTool/JSONPieces.h"
 #include "AgentTool/PrintableText.h"
 
 namespace agent_tool {
 
-std::vector<std::string> namesNotInFile(const vexlo::PatchIdentifier& patch,
-                                        const vexlo::PatchActionGroup& file) {
-  std::vector<std::string> names;
+std::vector<NameNotInFile> namesNotInFile(const vexlo::PatchIdentifier& patch,
+                                          const vexlo::PatchActionGroup& file) {
+  std::vector<NameNotInFile> names;
   const auto byProduct = file.productServicePackActions();
   const auto byPatch = file.patchActions();
   if (!(byPatch && byPatch->actions(patch.patchID())) &&
       !(byProduct && byProduct->isExempt(patch.patchID()))) {
-    names.push_back("patch " + patch.patchID());
+    names.push_back({"patchID", "patch " + patch.patchID()});
   }
   if (!byProduct) {
     return names;
@@ -24,16 +25,23 @@ std::vector<std::string> namesNotInFile(const vexlo::PatchIdentifier& patch,
   }
   const bool hasProduct =
       std::ranges::find(products, patch.productID(), &vexlo::NamedProduct::name) != products.end();
-  names.push_back(
-      (hasProduct ? "service pack " + patch.servicePackID() + " of product " : "product ") +
-      patch.productID());
+  names.push_back(hasProduct
+                      ? NameNotInFile{"servicePackID", "service pack " + patch.servicePackID() +
+                                                           " of product " + patch.productID()}
+                      : NameNotInFile{"productID", "product " + patch.productID()});
   return names;
 }
 
-void complainOf(const std::vector<std::string>& namesNotInFile, Console& console) {
-  for (const std::string& name : namesNotInFile) {
-    console.complain("the action file doesn't hold " + printable(name));
+void complainOf(const std::vector<NameNotInFile>& names, Console& console) {
+  for (const NameNotInFile& name : names) {
+    console.complain("the action file doesn't hold " + printable(name.text));
   }
+}
+
+std::string asJSON(const std::vector<NameNotInFile>& names) {
+  std::vector<std::string_view> members(names.size());
+  std::ranges::transform(names, members.begin(), &NameNotInFile::member);
+  return jsonList(members);
 }
 
 }  // namespace agent_tool

@@ -1,6 +1,7 @@
 // The patch, product and service pack that an action file knows nothing of: typing errors, perhaps.
 #pragma once
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "AgentTool/Console.h"
@@ -9,12 +10,20 @@
 
 namespace agent_tool {
 
-/// «patch 1», «product 2», «service pack 3 of product 2», as far as the file doesn't hold them. A
-/// file without products is not said to lack one.
-[[nodiscard]] std::vector<std::string> namesNotInFile(const vexlo::PatchIdentifier& patch,
-                                                      const vexlo::PatchActionGroup& file);
+struct NameNotInFile {
+  std::string_view
+      member;        ///< Of the JSON form of a patch: "patchID", "productID", "servicePackID".
+  std::string text;  ///< «patch 1», «product 2», «service pack 3 of product 2»
+};
+
+/// The names that the file doesn't hold. A file without products is not said to lack one.
+[[nodiscard]] std::vector<NameNotInFile> namesNotInFile(const vexlo::PatchIdentifier& patch,
+                                                        const vexlo::PatchActionGroup& file);
 
 /// Says on standard error that the file doesn't hold them. Nothing for an empty list.
-void complainOf(const std::vector<std::string>& namesNotInFile, Console& console);
+void complainOf(const std::vector<NameNotInFile>& names, Console& console);
+
+/// `["patchID","productID"]`
+[[nodiscard]] std::string asJSON(const std::vector<NameNotInFile>& names);
 
 }  // namespace agent_tool

@@ -21,6 +21,7 @@ using vexlo::ActionDetail;
 /// What applies to a patch.
 struct Plan {
   const vexlo::PatchIdentifier& patch;
+  const std::vector<NameNotInFile>& notInFile;
   bool exempt = false;
   bool productIsKnown = false;  ///< The file has actions for the product and service pack.
   std::vector<ActionDetail> actions;
@@ -50,6 +51,7 @@ std::string asJSON(const Plan& plan) {
                                 .done();
   return JSONObject()
              .addJSON("patch", patch)
+             .addJSON("notInFile", asJSON(plan.notInFile))
              .addJSON("exempt", plan.exempt ? "true" : "false")
              .addJSON("actions", jsonArray(actions))
              .done() +
@@ -109,7 +111,7 @@ ExitStatus plan(const PlanRequest& request, Console& console) {
     console.complain(printable(file.error().what()));
     return ExitStatus::unusableFile;
   }
-  const std::vector<std::string> unknownNames = namesNotInFile(request.patch, **file);
+  const std::vector<NameNotInFile> unknownNames = namesNotInFile(request.patch, **file);
   complainOf(unknownNames, console);
   if (request.strict && !unknownNames.empty()) {
     return ExitStatus::badUsage;
@@ -118,6 +120,7 @@ ExitStatus plan(const PlanRequest& request, Console& console) {
   const auto productActions = (*file)->productServicePackActions();
   const Plan plan{
       .patch = request.patch,
+      .notInFile = unknownNames,
       .exempt = provider.isExempt(),
       .productIsKnown = productActions && productActions->actions(request.patch.productID(),
                                                                   request.patch.servicePackID()),

@@ -12,6 +12,7 @@
 #include "AgentTool/AgentSession.h"
 #include "AgentTool/Commands.h"
 #include "AgentTool/Interruption.h"
+#include "AgentTool/JSONPieces.h"
 #include "AgentTool/NamesNotInFile.h"
 #include "AgentTool/PrintableText.h"
 #include "AgentTool/RunReport.h"
@@ -139,7 +140,7 @@ ExitStatus run(const RunRequest& request, Console& console) {
     return ExitStatus::unusableFile;
   }
 
-  const std::vector<std::string> unknownNames = namesNotInFile(
+  const std::vector<NameNotInFile> unknownNames = namesNotInFile(
       request.patch, *vexlo::PatchActionJSONParser::shared().cachedPatchActionGroup().value());
   complainOf(unknownNames, console);
   if (request.strict && !unknownNames.empty()) {
@@ -158,6 +159,9 @@ ExitStatus run(const RunRequest& request, Console& console) {
   }
   const std::unique_ptr<RunReport> report =
       request.json ? makeJSONReport(console) : makeTableReport(console);
+  if (request.json && !unknownNames.empty()) {
+    console.write(JSONObject().addJSON("notInFile", asJSON(unknownNames)).done() + '\n');
+  }
   report->began(planned);
   const auto measurements = std::make_shared<Measurements>();
   processor->setObserver(measurements);

@@ -44,7 +44,7 @@ TEST_F(PlanCommandTest, IsOneJSONObject) {
   const ToolRun run = shell("vexlo-patch plan $patch --json");
   EXPECT_EQ(
       run.output,
-      R"({"patch":{"patchID":"1","productID":"2","servicePackID":"3"},"exempt":false,"actions":[)"
+      R"({"patch":{"patchID":"1","productID":"2","servicePackID":"3"},"notInFile":[],"exempt":false,"actions":[)"
       R"({"actionID":{"userLoggedInCheck":{}},"name":"userLoggedInCheck","code":"2003",)"
       R"("sortOrder":2003,"arguments":[],"origin":"product"},)"
       R"({"actionID":{"minimumDiskSpaceCheck":{}},"name":"minimumDiskSpaceCheck","code":"2005",)"
@@ -82,6 +82,7 @@ TEST_F(PlanCommandTest, NamesThatTheFileDoesNotHoldAreSaidAndAreErrorsWhenStrict
     const std::string tool = "vexlo-patch " + command + " --json ";
     const ToolRun lax = shell(tool + "$patch");
     EXPECT_EQ(lax.errors, notHeld + "patch 1\n" + noServicePack);
+    EXPECT_THAT(lax.output, HasSubstr(R"("notInFile":["patchID","servicePackID"])"));
     EXPECT_EQ(lax.status, 0);
     const ToolRun strict = shell(tool + "--strict --patch 7 --product 2 --service-pack 3");
     EXPECT_EQ(strict.errors, noServicePack);
