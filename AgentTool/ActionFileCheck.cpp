@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <optional>
 #include <string>
+#include <tuple>
 #include <unordered_map>
 #include <unordered_set>
 #include <utility>
@@ -174,10 +175,10 @@ class FileCheck {
   /// What was probably meant by the value in the place reached; empty when that isn't clear.
   [[nodiscard]] std::string hintFor(const Value& value, std::string_view expected) const {
     if (value.type == Type::number && expected == "a string") {
-      return "strings are in double quotes, numbers too: \"30\", not 30";
+      return R"(strings are in double quotes, numbers too: "30", not 30)";
     }
     if (value.type == Type::string && expected == "an array of strings") {
-      return "an action's arguments are in an array: [\"30\"], not \"30\"";
+      return R"(an action's arguments are in an array: ["30"], not "30")";
     }
     if (value.type == Type::array && wordNear(value.name, kMembers) == kExclusions) {
       return path_.size() == 2 && path_.front().name == kProducts
@@ -556,7 +557,9 @@ std::vector<Finding> lookThrough(std::string_view text) {
              .text = LogCore::text("expected ", reading.expected, ", found ", reading.found)}};
   }
   FileCheck(document, findings).look();
-  std::ranges::stable_sort(findings, {}, &Finding::offset);
+  std::ranges::sort(findings, {}, [](const Finding& each) {
+    return std::tie(each.offset, each.kind, each.text);
+  });
   return findings;
 }
 

@@ -37,7 +37,7 @@ constexpr std::size_t kMaximumBytes = std::size_t{1} << 30;
 /// All of standard input. Throws `DecodingError`.
 std::string readStandardInput() {
   std::string bytes;
-  std::array<char, 64 * 1024> piece{};
+  std::array<char, 65'536> piece{};
   while (true) {
     const ssize_t count = ::read(STDIN_FILENO, piece.data(), piece.size());
     if (count == 0) {

@@ -162,7 +162,7 @@ inline constexpr std::array kMinimumDiskSpaceAnswers{
 };
 inline constexpr std::array kMacOSDeferArguments{
     ActionArgument{"macOS version", ArgumentKind::macOSVersion,
-                   "of the update, exactly as mdmclient spells it: \"14.5\" is not \"14.5.0\"",
+                   R"(of the update, exactly as mdmclient spells it: "14.5" is not "14.5.0")",
                    "14.5"},
 };
 inline constexpr std::array kMacOSDeferAnswers{
