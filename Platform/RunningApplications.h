@@ -14,6 +14,7 @@ namespace platform {
 class ApplicationProcess {
  public:
   virtual ~ApplicationProcess() = default;
+  [[nodiscard]] virtual std::string bundleIdentifier() const = 0;
   /// The bundle's display name; absent when it has none.
   [[nodiscard]] virtual std::optional<std::string> localizedName() const = 0;
   [[nodiscard]] virtual std::int32_t processIdentifier() const = 0;
@@ -30,5 +31,8 @@ class ApplicationProcess {
 /// answers to none: an empty `bundleIdentifier` finds nothing.
 [[nodiscard]] std::vector<std::unique_ptr<ApplicationProcess>> runningApplications(
     std::string_view bundleIdentifier);
+
+/// All running applications with a bundle identifier, found in the same way and the same order.
+[[nodiscard]] std::vector<std::unique_ptr<ApplicationProcess>> allRunningApplications();
 
 }  // namespace platform

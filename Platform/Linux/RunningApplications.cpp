@@ -268,9 +268,15 @@ std::optional<std::uint64_t> startOf(pid_t pid) {
 /// the agent without any.
 class FoundApplication final : public ApplicationProcess {
  public:
-  FoundApplication(pid_t pid, std::uint64_t start, std::string name, std::string path)
-      : pid_(pid), start_(start), name_(std::move(name)), path_(std::move(path)) {}
+  FoundApplication(pid_t pid, std::uint64_t start, std::string identifier, std::string name,
+                   std::string path)
+      : pid_(pid),
+        start_(start),
+        identifier_(std::move(identifier)),
+        name_(std::move(name)),
+        path_(std::move(path)) {}
 
+  [[nodiscard]] std::string bundleIdentifier() const override { return identifier_; }
   [[nodiscard]] std::optional<std::string> localizedName() const override { return name_; }
   [[nodiscard]] std::int32_t processIdentifier() const override { return pid_; }
   [[nodiscard]] std::optional<std::string> executablePath() const override { return path_; }
@@ -283,17 +289,21 @@ class FoundApplication final : public ApplicationProcess {
  private:
   pid_t pid_;
   std::uint64_t start_;
+  std::string identifier_;
   std::string name_;
   std::string path_;
 };
 
-/// The application that the process is an instance of, when that bears the identifier.
-std::unique_ptr<ApplicationProcess> instanceOf(std::string_view identifier, pid_t pid,
-                                               InformationFiles& files) {
+/// The application that the process is an instance of, when that bears the identifier; an absent
+/// one stands for any.
+std::unique_ptr<ApplicationProcess> instanceOf(std::optional<std::string_view> identifier,
+                                               pid_t pid, InformationFiles& files) {
   const std::string process = "/proc/" + std::to_string(pid);
   const auto informationOf = [&](const std::optional<Program>& program) -> const Information* {
     const Information* read = program ? files.read(informationFile(program->openable)) : nullptr;
-    return read != nullptr && read->identifier == identifier ? read : nullptr;
+    const bool fits = read != nullptr && !read->identifier.empty() &&
+                      read->identifier == identifier.value_or(read->identifier);
+    return fits ? read : nullptr;
   };
   if (informationOf(bundleProgram(process)) == nullptr) {
     return nullptr;
@@ -312,7 +322,8 @@ std::unique_ptr<ApplicationProcess> instanceOf(std::string_view identifier, pid_
     name = bundleNameOf(program->path);
     name.resize(name.size() - kBundleExtension.size());
   }
-  return std::make_unique<FoundApplication>(pid, *start, std::move(name), std::move(program->path));
+  return std::make_unique<FoundApplication>(pid, *start, information->identifier, std::move(name),
+                                            std::move(program->path));
 }
 
 std::vector<pid_t> allProcesses() {
@@ -328,21 +339,28 @@ std::vector<pid_t> allProcesses() {
   return pids;
 }
 
-}  // namespace
-
-std::vector<std::unique_ptr<ApplicationProcess>> runningApplications(
-    std::string_view bundleIdentifier) {
+std::vector<std::unique_ptr<ApplicationProcess>> instancesOf(
+    std::optional<std::string_view> identifier) {
   std::vector<std::unique_ptr<ApplicationProcess>> found;
-  if (bundleIdentifier.empty()) {
-    return found;
-  }
   InformationFiles files;
   for (const pid_t pid : allProcesses()) {
-    if (auto application = instanceOf(bundleIdentifier, pid, files)) {
+    if (auto application = instanceOf(identifier, pid, files)) {
       found.push_back(std::move(application));
     }
   }
   return found;
+}
+
+}  // namespace
+
+std::vector<std::unique_ptr<ApplicationProcess>> runningApplications(
+    std::string_view bundleIdentifier) {
+  return bundleIdentifier.empty() ? std::vector<std::unique_ptr<ApplicationProcess>>()
+                                  : instancesOf(bundleIdentifier);
+}
+
+std::vector<std::unique_ptr<ApplicationProcess>> allRunningApplications() {
+  return instancesOf(std::nullopt);
 }
 
 }  // namespace platform

@@ -15,6 +15,11 @@ class WorkspaceApplication final : public ApplicationProcess {
   explicit WorkspaceApplication(NSRunningApplication* application)
       : application_(CFBridgingRetain(application)) {}
 
+  [[nodiscard]] std::string bundleIdentifier() const override {
+    @autoreleasepool {
+      return platform::textOf((__bridge CFTypeRef)application().bundleIdentifier).value_or("");
+    }
+  }
   [[nodiscard]] std::optional<std::string> localizedName() const override {
     @autoreleasepool {
       return platform::textOf((__bridge CFTypeRef)application().localizedName);
@@ -55,6 +60,19 @@ std::vector<std::unique_ptr<ApplicationProcess>> runningApplications(
     for (NSRunningApplication* application in [NSRunningApplication
              runningApplicationsWithBundleIdentifier:(__bridge NSString*)identifier.get()]) {
       found.push_back(std::make_unique<WorkspaceApplication>(application));
+    }
+  }
+  return found;
+}
+
+std::vector<std::unique_ptr<ApplicationProcess>> allRunningApplications() {
+  std::vector<std::unique_ptr<ApplicationProcess>> found;
+  @autoreleasepool {
+    for (NSRunningApplication* application in NSWorkspace.sharedWorkspace.runningApplications) {
+      auto running = std::make_unique<WorkspaceApplication>(application);
+      if (!running->bundleIdentifier().empty()) {
+        found.push_back(std::move(running));
+      }
     }
   }
   return found;

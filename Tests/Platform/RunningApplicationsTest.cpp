@@ -7,6 +7,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <cstdio>
@@ -82,6 +83,8 @@ TEST_F(RunningApplicationsTest, AScriptIsFoundHoweverItWasStarted) {
     ASSERT_EQ(applications.size(), 1U) << command;
     EXPECT_EQ(applications[0]->processIdentifier(), launched.pid());
     EXPECT_EQ(applications[0]->executablePath(), command == viaEnv ? viaEnv : script);
+    const auto all = allRunningApplications();
+    EXPECT_EQ(std::ranges::count(all, kIdentifier, &ApplicationProcess::bundleIdentifier), 1);
   }
 }
 
@@ -94,6 +97,9 @@ TEST_F(RunningApplicationsTest, OtherProcessesAreNoApplications) {
       Launched(add("Damaged.app/Contents/MacOS/editor") + " -c '" + kReadyAndStop + "'")};
   EXPECT_TRUE(runningApplications(kIdentifier).empty());
   EXPECT_TRUE(runningApplications("").empty()) << "the damaged one has no identifier";
+  for (const auto& application : allRunningApplications()) {
+    EXPECT_NE(application->bundleIdentifier(), "");
+  }
 }
 
 TEST_F(RunningApplicationsTest, AnInformationFileIsBoundedInBytesAndValues) {

@@ -17,10 +17,12 @@ TEST(WorkspaceTest, ApplicationsAreTheWorkspacesInItsOrderAndNothingIsKept) {
   EXPECT_EQ(machine.identifier, "com.example.none");
   EXPECT_TRUE(runningApplications("\xff").empty()) << "not UTF-8: the workspace isn't asked";
   EXPECT_EQ(machine.identifier, "com.example.none");
-  machine.applications = {
-      {.name = u"Caf\u00e9", .path = u"/A.app/Contents/MacOS/A", .processIdentifier = 7},
-      {.hasExecutable = false, .processIdentifier = 6, .canBeKilled = false},
-      {.name = u"", .processIdentifier = 8}};
+  machine.applications = {{.identifier = u"com.example.a",
+                           .name = u"Caf\u00e9",
+                           .path = u"/A.app/Contents/MacOS/A",
+                           .processIdentifier = 7},
+                          {.hasExecutable = false, .processIdentifier = 6, .canBeKilled = false},
+                          {.identifier = u"", .name = u"", .processIdentifier = 8}};
   {
     const auto found = runningApplications("com.example.a");
     ASSERT_EQ(found.size(), 3U);
@@ -34,6 +36,11 @@ TEST(WorkspaceTest, ApplicationsAreTheWorkspacesInItsOrderAndNothingIsKept) {
     EXPECT_EQ(found[2]->localizedName(), "");
     EXPECT_EQ(found[2]->executablePath(), std::nullopt) << "an address without a path";
     EXPECT_EQ(stand_in::objectsAlive(), before + 3);
+  }
+  {
+    const auto all = allRunningApplications();
+    ASSERT_EQ(all.size(), 1U) << "the others bear no identifier";
+    EXPECT_EQ(all[0]->bundleIdentifier(), "com.example.a");
   }
   EXPECT_EQ(stand_in::objectsAlive(), before);
 }

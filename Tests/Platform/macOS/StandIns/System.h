@@ -49,6 +49,7 @@ void countReferences(CFTypeRef object, void (*end)(CFTypeRef object));
 
 /// An application that runs.
 struct Instance {
+  std::optional<std::u16string> identifier;  ///< Of its bundle.
   std::optional<std::u16string> name;
   std::optional<std::u16string> path;  ///< Of its executable, whose address may lack one.
   bool hasExecutable = true;

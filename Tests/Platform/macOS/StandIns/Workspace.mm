@@ -133,10 +133,9 @@ CFTypeRef textOrNull(const std::optional<std::u16string>& text) {
 }
 @end
 
-@implementation NSRunningApplication
-@dynamic localizedName, processIdentifier, executableURL;
-+ (NSArray*)runningApplicationsWithBundleIdentifier:(NSString*)identifier {
-  stand_in::machine.identifier = stand_in::bytesOf(identifier);
+namespace {
+
+NSArray* everyInstance() {
   InstanceArray* const found = [[InstanceArray alloc] init];
   found->elements = new std::vector<id>;
   for (const stand_in::Instance& running : stand_in::machine.applications) {
@@ -146,12 +145,33 @@ CFTypeRef textOrNull(const std::optional<std::u16string>& text) {
   }
   return [found autorelease];
 }
+
+}  // namespace
+
+@implementation NSRunningApplication
+@dynamic bundleIdentifier, localizedName, processIdentifier, executableURL;
++ (NSArray*)runningApplicationsWithBundleIdentifier:(NSString*)identifier {
+  stand_in::machine.identifier = stand_in::bytesOf(identifier);
+  return everyInstance();
+}
 - (BOOL)forceTerminate {
   return NO;
 }
 @end
 
+@implementation NSWorkspace
++ (NSWorkspace*)sharedWorkspace {
+  return [[[NSWorkspace alloc] init] autorelease];
+}
+- (NSArray*)runningApplications {
+  return everyInstance();
+}
+@end
+
 @implementation InstanceApplication
+- (NSString*)bundleIdentifier {
+  return left(textOrNull(instance->identifier));
+}
 - (NSString*)localizedName {
   return left(textOrNull(instance->name));
 }
