@@ -5,14 +5,13 @@
 #include <vector>
 
 #include "Platform/Machine.h"
-#include "VexloPatchDeployment/Common/TextForms.h"
 
 namespace vexlo {
 
-/// The first of the user's preferred languages as an optional text: Optional("en-US"), or nil.
-[[nodiscard]] inline std::string preferredLanguageText() {
-  const std::vector<std::string> languages = platform::preferredLanguages();
-  return optionalText(languages.empty() ? std::optional<std::string>() : languages.front());
+/// The first of the user's preferred languages, «en-US»; absent without any.
+[[nodiscard]] inline std::optional<std::string> preferredLanguage() {
+  std::vector<std::string> languages = platform::preferredLanguages();
+  return languages.empty() ? std::optional<std::string>() : std::move(languages.front());
 }
 
 }  // namespace vexlo

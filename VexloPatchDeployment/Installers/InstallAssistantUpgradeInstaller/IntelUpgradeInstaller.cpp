@@ -3,8 +3,8 @@
 #include <utility>
 
 #include "VexloPatchDeployment/Common/Log.h"
+#include "VexloPatchDeployment/Common/TextForms.h"
 #include "VexloPatchDeployment/Installers/InstallAssistantUpgradeInstaller/StartOSInstall.h"
-#include "VexloPatchDeployment/Installers/PreferredLanguage.h"
 
 namespace vexlo {
 namespace {
@@ -18,10 +18,10 @@ IntelUpgradeInstaller::IntelUpgradeInstaller(std::string appPath,
     : appPath_(std::move(appPath)), dependencies_(dependencies) {}
 
 PatchActionResult IntelUpgradeInstaller::installMacOS() {
-  const std::string language = preferredLanguageText();
+  const std::optional<std::string> language = dependencies_.preferredLanguage();
   logInfo(kIntelUpgradeInstallerTag, [&] {
     return text("Starting installation of ", appPath_,
-                ", intel. Machine locale language: ", language, ".");
+                ", intel. Machine locale language: ", optionalText(language), ".");
   });
   return startOSInstall(appPath_, nullptr, dependencies_, kIntelUpgradeInstallerTag);
 }

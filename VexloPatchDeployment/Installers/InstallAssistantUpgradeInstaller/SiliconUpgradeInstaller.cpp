@@ -4,8 +4,8 @@
 #include <utility>
 
 #include "VexloPatchDeployment/Common/Log.h"
+#include "VexloPatchDeployment/Common/TextForms.h"
 #include "VexloPatchDeployment/Installers/InstallAssistantUpgradeInstaller/StartOSInstall.h"
-#include "VexloPatchDeployment/Installers/PreferredLanguage.h"
 
 namespace vexlo {
 namespace {
@@ -20,10 +20,10 @@ SiliconUpgradeInstaller::SiliconUpgradeInstaller(std::string appPath,
     : appPath_(std::move(appPath)), dependencies_(dependencies) {}
 
 PatchActionResult SiliconUpgradeInstaller::installMacOS() {
-  const std::string language = preferredLanguageText();
+  const std::optional<std::string> language = dependencies_.preferredLanguage();
   logInfo(kSiliconUpgradeInstallerTag, [&] {
     return text("Starting installation of ", appPath_,
-                ", silicon. Machine locale language: ", language, ".");
+                ", silicon. Machine locale language: ", optionalText(language), ".");
   });
   CredentialsFetcher* const fetcher = dependencies_.userCredentials();
   const std::optional<Credentials> credentials =

@@ -2,8 +2,10 @@
 #pragma once
 #include <memory>
 #include <optional>
+#include <string>
 
 #include "VexloPatchDeployment/Adapters/CommandExecutor.h"
+#include "VexloPatchDeployment/Installers/PreferredLanguage.h"
 #include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Common/SoftwareUpdateNotifier.h"
 #include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Helpers/Silicon/CredentialsFetcher.h"
 
@@ -17,6 +19,8 @@ class UpgradeInstallerDependencies {
   [[nodiscard]] virtual CredentialsFetcher* userCredentials() = 0;
   [[nodiscard]] virtual CommandExecutor& executor() = 0;
   [[nodiscard]] virtual SoftwareUpdateNotifier& notifier() = 0;
+  /// The first of the user's preferred languages, for log lines; absent without any.
+  [[nodiscard]] virtual std::optional<std::string> preferredLanguage() = 0;
 };
 
 /// The production collaborators.
@@ -31,6 +35,9 @@ class DefaultUpgradeInstallerDependencies final : public UpgradeInstallerDepende
   [[nodiscard]] CredentialsFetcher* userCredentials() override;
   [[nodiscard]] CommandExecutor& executor() override { return TerminalUtil::defaultInstance(); }
   [[nodiscard]] SoftwareUpdateNotifier& notifier() override { return notifier_; }
+  [[nodiscard]] std::optional<std::string> preferredLanguage() override {
+    return vexlo::preferredLanguage();
+  }
 
  private:
   explicit DefaultUpgradeInstallerDependencies(

@@ -4,8 +4,10 @@
 #include <optional>
 
 #include "AgentLibraries/vxutils/TrueParentTracking.h"
+#include "Platform/Calendar.h"
 #include "VexloPatchDeployment/Adapters/CommandExecutor.h"
 #include "VexloPatchDeployment/Adapters/MDMStausProvider.h"
+#include "VexloPatchDeployment/Adapters/MachineFacts.h"
 #include "VexloPatchDeployment/Adapters/PlistDecoding.h"
 #include "VexloPatchDeployment/Adapters/PlistManager.h"
 #include "VexloPatchDeployment/Adapters/SystemFileManager.h"
@@ -59,6 +61,11 @@ class PatchProcessingDependencies {
   virtual RunningAppPromptEvaluating& runningAppPromptEvaluator() = 0;
   virtual RunningAppPromptCleaning& runningAppPromptCleaner() = 0;
   virtual RunningAppPromptPresenting& runningAppPromptPresenter() = 0;
+
+  /// The machine that the processor and the installers act on.
+  virtual MachineFacts& machine() = 0;
+  /// How installers pause.
+  virtual platform::Sleeper sleeper() = 0;
 };
 
 /// The production wiring. Eleven members are made with the container, eight on first use; an
@@ -110,9 +117,12 @@ class DefaultPatchProcessingDependencies final : public PatchProcessingDependenc
   RunningAppPromptPresenting& runningAppPromptPresenter() override {
     return runningAppPromptPresenter_;
   }
+  MachineFacts& machine() override { return machine_; }
+  platform::Sleeper sleeper() override { return platform::systemSleeper(); }
 
  private:
   // What the members below are made of.
+  SystemMachineFacts machine_;
   SystemPowerSources powerSources_;
   SystemPowerSource powerSource_{powerSources_};
   SystemMDMClient mdmClient_;

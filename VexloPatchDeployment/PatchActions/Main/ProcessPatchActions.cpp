@@ -1,12 +1,12 @@
 #include "VexloPatchDeployment/PatchActions/Main/ProcessPatchActions.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <ranges>
 #include <utility>
 
-#include "AgentLibraries/vxutils/GlobalVars.h"
 #include "AgentLibraries/vxutils/MDMEnrollmentUtil.h"
 #include "Platform/Text.h"
 #include "VexloPatchDeployment/Common/Log.h"
@@ -77,24 +77,30 @@ using Arguments = std::vector<std::string>;
 /// The patch's actions in their order, kept for the processor's life.
 class ApplicableActions {
  public:
-  explicit ApplicableActions(std::vector<ActionDetail> details) : details_(std::move(details)) {}
+  explicit ApplicableActions(std::vector<ActionDetail> details) : details_(std::move(details)) {
+    arguments_.reserve(details_.size());
+    for (const ActionDetail& detail : details_) {
+      arguments_.emplace_back(detail.arguments.begin(), detail.arguments.end());
+    }
+  }
 
   [[nodiscard]] const std::vector<ActionDetail>& details() const { return details_; }
 
-  /// The action's arguments; absent when it isn't among the actions.
-  [[nodiscard]] std::optional<Arguments> argumentsOf(const ActionID& action) const {
+  /// The action's arguments; null when it isn't among the actions.
+  [[nodiscard]] const Arguments* argumentsOf(const ActionID& action) const {
     const auto place = [](const ActionID& id) { return std::tuple(id.sortOrder(), id.code()); };
     const auto found = std::ranges::lower_bound(
         details_, place(action), {},
         [&](const ActionDetail& detail) { return place(detail.actionID); });
     if (found == details_.end() || found->actionID != action) {
-      return std::nullopt;
+      return nullptr;
     }
-    return Arguments(found->arguments.begin(), found->arguments.end());
+    return &arguments_[static_cast<std::size_t>(found - details_.begin())];
   }
 
  private:
   std::vector<ActionDetail> details_;
+  std::vector<Arguments> arguments_;  // of each
 };
 
 }  // namespace
@@ -173,7 +179,8 @@ ProcessPatchActions::ProcessPatchActions(PatchIdentifier patchIdentifier,
 ProcessPatchActions::~ProcessPatchActions() = default;
 
 std::optional<std::vector<std::string>> ProcessPatchActions::arguments(const ActionID& action) {
-  return implementation_->applicableActions().argumentsOf(action);
+  const Arguments* const arguments = implementation_->applicableActions().argumentsOf(action);
+  return arguments != nullptr ? std::optional(*arguments) : std::nullopt;
 }
 
 PatchActionResult ProcessPatchActions::execute() {
@@ -192,9 +199,8 @@ void ProcessPatchActions::setObserver(std::shared_ptr<ActionObserver> observer) 
 
 PatchActionResult ProcessPatchActions::execute(const ActionID& action) {
   const RunningAction running(action, implementation_->observer());
-  const std::optional<Arguments> arguments =
-      implementation_->applicableActions().argumentsOf(action);
-  if (!arguments) {
+  const Arguments* const arguments = implementation_->applicableActions().argumentsOf(action);
+  if (arguments == nullptr) {
     logDebug(kExecuteTag, [&] {
       return text("No action details found for actionID: ", describe(action),
                   ", considering as success.");
@@ -254,7 +260,7 @@ PatchActionResult ProcessPatchActions::Implementation::execute(const ActionID& a
 
 PatchActionResult ProcessPatchActions::Implementation::hasMinimumBatteryForSiliconMachine(
     const ActionID& action, const Arguments& arguments) {
-  if (!vxutils::gv_globvars.isAppleSiliconMachine()) {
+  if (!dependencies_->machine().isAppleSilicon()) {
     logInfo(kSiliconBatteryTag, [&] {
       return text("Its not an Apple Silicon machine, skipping actionID: ", describe(action), ".");
     });
@@ -266,7 +272,7 @@ PatchActionResult ProcessPatchActions::Implementation::hasMinimumBatteryForSilic
 
 PatchActionResult ProcessPatchActions::Implementation::hasMinimumBatteryForIntelMachine(
     const ActionID& action, const Arguments& arguments) {
-  if (vxutils::gv_globvars.isAppleSiliconMachine()) {
+  if (dependencies_->machine().isAppleSilicon()) {
     logInfo(kIntelBatteryTag, [&] {
       return text("Its an Apple Silicon machine, skipping actionID: ", describe(action), ".");
     });
@@ -333,8 +339,7 @@ PatchActionResult ProcessPatchActions::Implementation::hasMinimumDiskSpace(
 
 PatchActionResult ProcessPatchActions::Implementation::isMacOSUpdateDeferred(
     const ActionID& action, const Arguments& arguments) {
-  if (vxutils::MDMEnrollmentUtil::shared().getEnrollmentType() ==
-      vxutils::EnrollmentType::not_enrolled) {
+  if (dependencies_->machine().mdmEnrollment() == vxutils::EnrollmentType::not_enrolled) {
     logInfo(kDeferralTag,
             [] { return "Machine not enrolled in MDM yet, skipping macOS defer check."; });
     decidedBy(DecidingRule::notEnrolled);
@@ -389,10 +394,14 @@ PatchActionResult ProcessPatchActions::Implementation::installmacOSUpdates(
   }
   const std::string& version = arguments[0];
   const std::string& macOSLabel = arguments[1];
-  return vxutils::gv_globvars.isAppleSiliconMachine()
-             ? SiliconSoftwareUpdateInstaller(version, macOSLabel, *installerDependencies)
+  return dependencies_->machine().isAppleSilicon()
+             ? SiliconSoftwareUpdateInstaller(version, macOSLabel, *installerDependencies,
+                                              dependencies_->sleeper(),
+                                              dependencies_->machine().macOSMajorVersion())
                    .installMacOS()
-             : IntelSoftwareUpdateInstaller(version, macOSLabel, *installerDependencies)
+             : IntelSoftwareUpdateInstaller(version, macOSLabel, *installerDependencies,
+                                            dependencies_->sleeper(),
+                                            dependencies_->machine().macOSMajorVersion())
                    .installMacOS();
 }
 
@@ -413,7 +422,7 @@ PatchActionResult ProcessPatchActions::Implementation::installMacOSUpdatesUsingI
     return PatchActionResult::applyLater(PlainReason::unableToGetAgentServiceConnection);
   }
   const std::string& appPath = arguments.front();
-  return vxutils::gv_globvars.isAppleSiliconMachine()
+  return dependencies_->machine().isAppleSilicon()
              ? SiliconUpgradeInstaller(appPath, *installerDependencies).installMacOS()
              : IntelUpgradeInstaller(appPath, *installerDependencies).installMacOS();
 }

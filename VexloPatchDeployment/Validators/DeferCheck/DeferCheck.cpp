@@ -34,8 +34,11 @@ std::optional<std::string> convertDateFormat(std::string_view dateText) {
 }  // namespace
 
 MacOSUpdateDeferralChecker::MacOSUpdateDeferralChecker(
-    AvailableOSUpdatesResolver& availableOSUpdatesResolver, platform::Clock now)
-    : availableOSUpdatesResolver_(availableOSUpdatesResolver), now_(std::move(now)) {}
+    AvailableOSUpdatesResolver& availableOSUpdatesResolver, platform::Clock now,
+    StartOfDay startOfDay)
+    : availableOSUpdatesResolver_(availableOSUpdatesResolver),
+      now_(std::move(now)),
+      startOfDay_(std::move(startOfDay)) {}
 
 MacOSUpdateDeferral MacOSUpdateDeferralChecker::isMacOSUpdateDeferred(std::string_view version) {
   MacOSUpdateDeferral deferral = deferralOf(version);
@@ -89,7 +92,7 @@ bool MacOSUpdateDeferralChecker::validate(std::string_view dateText) const {
     });
     return false;
   }
-  const platform::Moment deferredDate = platform::startOfDay(*day);
+  const platform::Moment deferredDate = startOfDay_(*day);
   const platform::Moment currentDate = now_();
   const bool deferred = deferredDate > currentDate;
   logInfo(kValidateTag, [&] {

@@ -1,5 +1,7 @@
 // Answers whether MDM defers a macOS version, and until when.
 #pragma once
+#include <chrono>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -21,10 +23,13 @@ struct MacOSUpdateDeferral {
 /// question asks for the updates anew. Used from one thread at a time.
 class MacOSUpdateDeferralChecker {
  public:
+  using StartOfDay = std::function<platform::Moment(std::chrono::year_month_day)>;
+
   /// `availableOSUpdatesResolver` must outlive this object; `now` tells the
-  /// moment that deferral dates are compared with.
+  /// moment that deferral dates are compared with, and `startOfDay` when their days begin.
   explicit MacOSUpdateDeferralChecker(AvailableOSUpdatesResolver& availableOSUpdatesResolver,
-                                      platform::Clock now = platform::systemClock());
+                                      platform::Clock now = platform::systemClock(),
+                                      StartOfDay startOfDay = platform::startOfDay);
 
   /// Whether `version`, compared exactly, is deferred now. Days begin at midnight in the
   /// process's time zone.
@@ -37,6 +42,7 @@ class MacOSUpdateDeferralChecker {
 
   AvailableOSUpdatesResolver& availableOSUpdatesResolver_;
   platform::Clock now_;
+  StartOfDay startOfDay_;
 };
 
 }  // namespace vexlo

@@ -30,6 +30,10 @@ LoggedOnUsersMeasurement loggedOnUsersMeasurement(const std::optional<std::strin
 
 }  // namespace
 
+std::optional<std::uint32_t> UserSessionProvider::userID(const std::string& name) {
+  return vxutils::SystemUtil::shared().uidForUserAccount(name);
+}
+
 std::string SystemUserSession::currentConsoleUserName() {
   return vxutils::SystemUtilsWrapper().currentConsoleUserWrapper();
 }
@@ -49,7 +53,7 @@ bool UserLoginStatusChecker::isUserLoggedIn() {
     logInfo(kConsoleUserTag, [] { return "No users logged in."; });
     return false;
   }
-  const std::optional<std::uint32_t> userID = vxutils::SystemUtil().uidForUserAccount(name);
+  const std::optional<std::uint32_t> userID = userSessionProvider_.userID(name);
   logInfo(kConsoleUserTag,
           [&] { return text("User: ", name, " logged in. UID: ", optionalText(userID), "."); });
   return true;

@@ -1,5 +1,6 @@
 // Answers who is logged in: at the console, and how many.
 #pragma once
+#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -12,6 +13,9 @@ class UserSessionProvider {
   [[nodiscard]] virtual std::string currentConsoleUserName() = 0;
   /// The names of the users logged on, separated by ","; absent when nobody is.
   [[nodiscard]] virtual std::optional<std::string> loggedOnUsers() = 0;
+  /// The numeric id of a user's account; absent when there is no such account. Asks the agent's
+  /// library unless it is overridden.
+  [[nodiscard]] virtual std::optional<std::uint32_t> userID(const std::string& name);
 };
 
 /// Asks the agent library anew on every call.

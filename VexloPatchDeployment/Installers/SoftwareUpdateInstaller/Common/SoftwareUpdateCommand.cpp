@@ -2,7 +2,6 @@
 
 #include <optional>
 
-#include "AgentLibraries/vxutils/SystemUtil.h"
 #include "Platform/Memory.h"
 #include "VexloPatchDeployment/Common/Log.h"
 #include "VexloPatchDeployment/Common/ShellQuoting.h"
@@ -14,8 +13,8 @@ namespace {
 constexpr std::int64_t kLastVersionWithPasswordArgument = 12;
 
 /// Empty for a name without an account; the tool's run then reports the failure.
-std::string userIDText(const std::string& userName) {
-  const auto userID = vxutils::SystemUtil::shared().uidForUserAccount(userName);
+std::string consoleUserID(UserSessionProvider& users) {
+  const auto userID = users.userID(users.currentConsoleUserName());
   return userID ? text(*userID) : "";
 }
 
@@ -60,8 +59,7 @@ std::string SoftwareUpdateCommand::commandLine(const SoftwareUpdateOperation& op
                                                UserSessionProvider& userSessionProvider) const {
   std::string line;
   if (asUser) {
-    line = text("launchctl asuser ", userIDText(userSessionProvider.currentConsoleUserName()),
-                " sudo ");
+    line = text("launchctl asuser ", consoleUserID(userSessionProvider), " sudo ");
   }
   line += text("/usr/sbin/softwareupdate --include-config-data ", operation.option, " \"",
                insideDoubleQuotes(label_), "\" ", operation.details);

@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "VexloPatchDeployment/Common/Log.h"
-#include "VexloPatchDeployment/Installers/PreferredLanguage.h"
+#include "VexloPatchDeployment/Common/TextForms.h"
 #include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Main/SoftwareUpdateInstallation.h"
 
 namespace vexlo {
@@ -24,10 +24,11 @@ IntelSoftwareUpdateInstaller::IntelSoftwareUpdateInstaller(
       macOSMajorVersion_(macOSMajorVersion) {}
 
 PatchActionResult IntelSoftwareUpdateInstaller::installMacOS() {
-  const std::string language = preferredLanguageText();
+  const std::optional<std::string> language = dependencies_.preferredLanguage();
   logInfo(kIntelSoftwareUpdateInstallerTag, [&] {
     return text("Starting installation of Intel Software Update for ", version_,
-                ", label: ", macOSLabel_, ". Machine locale language: ", language, ".");
+                ", label: ", macOSLabel_, ". Machine locale language: ", optionalText(language),
+                ".");
   });
   return downloadAndInstallMacOS();
 }

@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "VexloPatchDeployment/Common/Log.h"
-#include "VexloPatchDeployment/Installers/PreferredLanguage.h"
+#include "VexloPatchDeployment/Common/TextForms.h"
 #include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Main/SoftwareUpdateInstallation.h"
 
 namespace vexlo {
@@ -25,10 +25,11 @@ SiliconSoftwareUpdateInstaller::SiliconSoftwareUpdateInstaller(
       macOSMajorVersion_(macOSMajorVersion) {}
 
 PatchActionResult SiliconSoftwareUpdateInstaller::installMacOS() {
-  const std::string language = preferredLanguageText();
+  const std::optional<std::string> language = dependencies_.preferredLanguage();
   logInfo(kSiliconSoftwareUpdateInstallerTag, [&] {
     return text("Starting installation of Silicon Software Update for ", version_,
-                ", Label: ", macOSLabel_, ". Machine locale language: ", language, ".");
+                ", Label: ", macOSLabel_, ". Machine locale language: ", optionalText(language),
+                ".");
   });
   CredentialsFetcher* const fetcher = dependencies_.userCredentials();
   const std::optional<Credentials> credentials =

@@ -2,8 +2,10 @@
 #pragma once
 #include <memory>
 #include <optional>
+#include <string>
 
 #include "VexloPatchDeployment/Adapters/CommandExecutor.h"
+#include "VexloPatchDeployment/Installers/PreferredLanguage.h"
 #include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Common/SoftwareUpdateLabelProvider.h"
 #include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Common/SoftwareUpdateNotifier.h"
 #include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Common/SoftwareUpdateOutputAnalyser.h"
@@ -23,6 +25,8 @@ class SoftwareUpdateInstallerDependencies {
   [[nodiscard]] virtual SoftwareUpdateLabelProvider& labelProvider() = 0;
   [[nodiscard]] virtual UserSessionProvider& userSessionProvider() = 0;
   [[nodiscard]] virtual SoftwareUpdateNotifier& notifier() = 0;
+  /// The first of the user's preferred languages, for log lines; absent without any.
+  [[nodiscard]] virtual std::optional<std::string> preferredLanguage() = 0;
 };
 
 /// The production collaborators.
@@ -43,6 +47,9 @@ class DefaultSoftwareUpdateInstallerDependencies final
   [[nodiscard]] SoftwareUpdateLabelProvider& labelProvider() override { return labelProvider_; }
   [[nodiscard]] UserSessionProvider& userSessionProvider() override { return userSessionProvider_; }
   [[nodiscard]] SoftwareUpdateNotifier& notifier() override { return notifier_; }
+  [[nodiscard]] std::optional<std::string> preferredLanguage() override {
+    return vexlo::preferredLanguage();
+  }
 
  private:
   explicit DefaultSoftwareUpdateInstallerDependencies(
