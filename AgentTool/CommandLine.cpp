@@ -33,6 +33,10 @@ struct Written {
   std::string servicePackID;
   std::vector<std::string> actionCodes;
   std::vector<std::string> applications;
+  std::optional<std::string> factsFile;
+  bool allApplications = false;
+  bool asksApple = false;
+  bool asksAgent = false;
   bool keepGoing = false;
   bool strict = false;
   bool json = false;
@@ -115,6 +119,31 @@ void addCommands(CLI::App& app, Written& written) {
             "  64  bad usage\n"
             "  65  the action file can't be used");
 
+  CLI::App& evaluate =
+      *app.add_subcommand("evaluate", "Tells what each action would come to, and changes nothing.");
+  addPatch(evaluate, written);
+  CLI::Option& factsFile = *evaluate.add_option(
+      "--facts", written.factsFile,
+      "answer for the machine that wrote this line with 'facts --json' (- for standard input)");
+  factsFile.type_name("FILE");
+  evaluate
+      .add_flag("--ask-apple", written.asksApple,
+                "ask Apple's servers about deferrals (softwareupdate --list, mdmclient)")
+      ->excludes(&factsFile);
+  evaluate
+      .add_flag("--ask-agent", written.asksAgent,
+                "ask the agent's service whether credentials are stored")
+      ->excludes(&factsFile);
+  addStrict(evaluate, written);
+  addJSON(evaluate, written, "print one JSON object instead of a table");
+  addAgent(evaluate, written, "the lowest level to log (default: none)");
+  evaluate.get_option("--machine")->excludes(&factsFile);
+  setFooter(evaluate,
+            "  0   no action would keep the patch from going on\n"
+            "  75  an action would have it applied later, or depends on something not asked\n"
+            "  64  bad usage\n"
+            "  65  the action file or the facts can't be used");
+
   CLI::App& run = *app.add_subcommand("run", "Runs the actions, in order, as the agent would.");
   addPatch(run, written);
   run.add_option("--action", written.actionCodes,
@@ -161,6 +190,10 @@ void addCommands(CLI::App& app, Written& written) {
       ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
       ->check(
           [](const std::string& id) { return id.empty() ? "a bundle identifier is needed" : ""; });
+  facts.add_flag("--all-applications", written.allApplications,
+                 "show all running applications that have a bundle identifier");
+  facts.add_flag("--ask-apple", written.asksApple,
+                 "ask Apple's servers about updates (softwareupdate --list, mdmclient)");
   addJSON(facts, written, "one JSON object, in one line, instead of a table");
   addAgent(facts, written, "the lowest level to log (default: none)");
   setFooter(facts,
@@ -308,7 +341,8 @@ std::expected<AgentSettings, NoRequest> agentSettings(const Written& written,
                                                       const CLI::App& command) {
   const bool isRun = command.get_name() == "run";
   const bool isFacts = command.get_name() == "facts";
-  const char* const defaultLevel = isRun ? "info" : isFacts ? "none" : "error";
+  const bool isEvaluate = command.get_name() == "evaluate";
+  const char* const defaultLevel = isRun ? "info" : isFacts || isEvaluate ? "none" : "error";
   AgentSettings settings{.directories = {.base = directory(written.baseDirectory, written, ""),
                                          .data = directory(written.dataDirectory, written, "/data"),
                                          .logs = directory(written.logDirectory, written, "/logs")},
@@ -320,7 +354,8 @@ std::expected<AgentSettings, NoRequest> agentSettings(const Written& written,
   const auto& [base, data, logs] = settings.directories;
   for (const AgentDirectory& each :
        {AgentDirectory{base, written.baseDirectory, "--base-dir", !isFacts, true},
-        AgentDirectory{data, written.dataDirectory, "--data-dir", isRun, false},
+        AgentDirectory{data, written.dataDirectory, "--data-dir",
+                       isRun || (isEvaluate && !written.factsFile), false},
         AgentDirectory{logs, written.logDirectory, "--log-dir", isRun, false}}) {
     if (const std::string problem = problemWith(each); !problem.empty()) {
       return std::unexpected(badUsage(problem, command));
@@ -361,6 +396,8 @@ std::expected<Request, NoRequest> request(const CLI::App& app, Written& written)
   if (name == "facts") {
     return FactsRequest{.agent = *std::move(agent),
                         .applications = std::move(written.applications),
+                        .allApplications = written.allApplications,
+                        .asksApple = written.asksApple,
                         .json = written.json};
   }
   vexlo::PatchIdentifier patch(written.patchID, written.productID, written.servicePackID);
@@ -369,6 +406,15 @@ std::expected<Request, NoRequest> request(const CLI::App& app, Written& written)
                        .patch = std::move(patch),
                        .strict = written.strict,
                        .json = written.json};
+  }
+  if (name == "evaluate") {
+    return EvaluateRequest{.agent = *std::move(agent),
+                           .patch = std::move(patch),
+                           .factsFile = std::move(written.factsFile),
+                           .asksApple = written.asksApple,
+                           .asksAgent = written.asksAgent,
+                           .strict = written.strict,
+                           .json = written.json};
   }
   return RunRequest{.agent = *std::move(agent),
                     .patch = std::move(patch),
@@ -391,6 +437,7 @@ std::expected<Request, NoRequest> readCommandLine(int argc, const char* const* a
   app.get_formatter()->label("SUBCOMMAND", "COMMAND");
   app.get_formatter()->label("Subcommands", "Commands");
   app.get_formatter()->label("REQUIRED", "(required)");
+  app.get_formatter()->label("Excludes", "(not with)");
   addCommands(app, written);
   try {
     // The parser expects the arguments in reverse order, without the program's name.

@@ -29,6 +29,16 @@ struct PlanRequest {
   bool json = false;
 };
 
+struct EvaluateRequest {
+  AgentSettings agent;
+  vexlo::PatchIdentifier patch;
+  std::optional<std::string> factsFile;  ///< "-": standard input. Absent: this machine.
+  bool asksApple = false;                ///< Of this machine only, as the next one.
+  bool asksAgent = false;
+  bool strict = false;  ///< A patch, product or service pack that the file lacks is bad usage.
+  bool json = false;
+};
+
 struct RunRequest {
   AgentSettings agent;
   vexlo::PatchIdentifier patch;
@@ -41,6 +51,8 @@ struct RunRequest {
 struct FactsRequest {
   AgentSettings agent;
   std::vector<std::string> applications;  ///< Bundle identifiers.
+  bool allApplications = false;           ///< All that run.
+  bool asksApple = false;
   bool json = false;
 };
 
@@ -50,7 +62,7 @@ struct CheckRequest {
   bool json = false;
 };
 
-using Request = std::variant<PlanRequest, RunRequest, CheckRequest, FactsRequest>;
+using Request = std::variant<PlanRequest, EvaluateRequest, RunRequest, CheckRequest, FactsRequest>;
 
 /// A command line that asks for no work: for help (a success, `text` is the answer) or wrong
 /// (`text` says what, in lines without a prefix).

@@ -9,6 +9,9 @@ namespace agent_tool {
 /// Shows the actions that apply to a patch.
 [[nodiscard]] ExitStatus plan(const PlanRequest& request, Console& console);
 
+/// Tells what each action that applies to a patch would come to. Changes nothing.
+[[nodiscard]] ExitStatus evaluate(const EvaluateRequest& request, Console& console);
+
 /// Runs actions of a patch, up to the first that is no success unless asked to go on.
 [[nodiscard]] ExitStatus run(const RunRequest& request, Console& console);
 

@@ -13,6 +13,7 @@
 #include "AgentLibraries/LogCore/Logger.h"
 #include "AgentLibraries/vxutils/AgentServiceConnection.h"
 #include "Platform/Machine.h"
+#include "Platform/RunningApplications.h"
 #include "VexloPatchDeployment/Adapters/PlistDecoding.h"
 #include "VexloPatchDeployment/Adapters/PlistManager.h"
 #include "VexloPatchDeployment/Common/AgentPaths.h"
@@ -20,12 +21,13 @@
 #include "VexloPatchDeployment/PatchActions/Helpers/MDMPatchingStatusChecker.h"
 #include "VexloPatchDeployment/PatchActions/Helpers/MacOSUpdateDeferralEligibilityChecker.h"
 #include "VexloPatchDeployment/Validators/Battery/PowerSourcesProvider.h"
+#include "VexloPatchDeployment/Validators/DeferCheck/MDMClient.h"
+#include "VexloPatchDeployment/Validators/DeferCheck/SoftwareUpdateLister.h"
 #include "VexloPatchDeployment/Validators/Disk/DiskInfoProvider.h"
 #include "VexloPatchDeployment/Validators/RunningApplicationCheckRelated/RunningAppPolicy.h"
 #include "VexloPatchDeployment/Validators/RunningApplicationCheckRelated/RunningAppPromptCustomizationProvider.h"
 #include "VexloPatchDeployment/Validators/RunningApplicationCheckRelated/RunningAppPromptDataStore.h"
 #include "VexloPatchDeployment/Validators/RunningApplicationCheckRelated/RunningAppPromptEvaluator.h"
-#include "VexloPatchDeployment/Validators/RunningApplicationCheckRelated/RunningApplicationQuery.h"
 #include "VexloPatchDeployment/Validators/UserLoggedIn/UserLoggedIn.h"
 
 namespace agent_tool {
@@ -135,8 +137,10 @@ class ServiceQuestion {
 
 class Reader {
  public:
-  Facts read(const std::vector<std::string>& bundleIdentifiers) {
+  Facts read(const std::vector<std::string>& bundleIdentifiers, const FactsExtent& extent) {
     facts_.time = platform::systemClock()();
+    const std::chrono::year_month_day today = platform::dayOf(facts_.time);
+    facts_.offsetFromUTC = std::chrono::sys_days(today) - platform::startOfDay(today);
     facts_.promptDay = vexlo::RunningAppPromptDataStoreKeys::currentDate();
     auto [service, whyNoService] =
         ReasonListener::listenTo([] { return std::make_unique<ServiceQuestion>(); });
@@ -146,11 +150,15 @@ class Reader {
     for (const std::string& identifier : bundleIdentifiers) {
       readApplication(identifier);
     }
+    if (extent.allApplications) {
+      readAllApplications();
+    }
     if (service->isConnected()) {
       whyNoService = service->whyNoAnswer();
     }
     facts_.agentServiceAnswers = service->isConnected() && whyNoService.empty();
     noteUnless(facts_.agentServiceAnswers, "agentService", std::move(whyNoService));
+    readUpdates(extent.appleServers);
     return std::move(facts_);
   }
 
@@ -190,6 +198,8 @@ class Reader {
   void readUsers() {
     vexlo::SystemUserSession session;
     facts_.consoleUser = session.currentConsoleUserName();
+    facts_.consoleUserID = session.userID(facts_.consoleUser);
+    noteUnless(facts_.consoleUserID.has_value(), "consoleUserID", "there is no such account");
     facts_.loggedOnUsers = session.loggedOnUsers();
     noteUnless(facts_.loggedOnUsers.has_value(), "loggedOnUsers", "nobody is logged on");
     // The library takes a tool that can't be asked for a "no", and logs a line then only.
@@ -258,15 +268,47 @@ class Reader {
         customization.transform([](const auto& settings) { return settings.encode(); });
   }
 
+  static ApplicationInstance instanceOf(const platform::ApplicationProcess& running) {
+    return {.name = running.localizedName(),
+            .processIdentifier = running.processIdentifier(),
+            .executable = running.executablePath()};
+  }
+
   void readApplication(const std::string& identifier) {
     std::vector<ApplicationInstance>& instances = facts_.applications[identifier];
     instances.clear();
-    for (const auto& running :
-         vexlo::SystemRunningApplicationQuery().runningApplications(identifier)) {
-      instances.push_back({.name = running->localizedName(),
-                           .processIdentifier = running->processIdentifier(),
-                           .executable = running->executableURL()});
+    for (const auto& running : platform::runningApplications(identifier)) {
+      instances.push_back(instanceOf(*running));
     }
+  }
+
+  void readAllApplications() {
+    facts_.allApplications = true;
+    for (auto& [identifier, instances] : facts_.applications) {
+      instances.clear();  // asked for by name, and found again here
+    }
+    for (const auto& running : platform::allRunningApplications()) {
+      facts_.applications[running->bundleIdentifier()].push_back(instanceOf(*running));
+    }
+  }
+
+  void readUpdates(bool asksApple) {
+    constexpr const char* kNotAsked = "not asked";
+    if (asksApple) {
+      vexlo::SystemSoftwareUpdateLister lister;
+      facts_.softwareUpdateReachable =
+          vexlo::AppleSoftwareUpdateConnectivityChecker(lister).isAppleSoftwareUpdateReachable();
+    }
+    if (facts_.softwareUpdateReachable.value_or(false)) {
+      facts_.availableOSUpdates = optional("availableOSUpdates", [] {
+        vexlo::SystemMDMClient client;
+        return vexlo::SystemAvailableOSUpdates(client).availableOSUpdates();
+      });
+    } else {
+      noteUnless(false, "availableOSUpdates",
+                 asksApple ? "Apple's software update service can't be reached" : kNotAsked);
+    }
+    noteUnless(facts_.softwareUpdateReachable.has_value(), "softwareUpdateReachable", kNotAsked);
   }
 
   Facts facts_;
@@ -274,8 +316,8 @@ class Reader {
 
 }  // namespace
 
-Facts readFacts(const std::vector<std::string>& bundleIdentifiers) {
-  return Reader().read(bundleIdentifiers);
+Facts readFacts(const std::vector<std::string>& bundleIdentifiers, const FactsExtent& extent) {
+  return Reader().read(bundleIdentifiers, extent);
 }
 
 }  // namespace agent_tool

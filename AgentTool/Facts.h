@@ -1,5 +1,6 @@
 // What the library sees on this machine: every reading that a check bases its answer on.
 #pragma once
+#include <chrono>
 #include <cstdint>
 #include <map>
 #include <optional>
@@ -12,6 +13,7 @@
 #include "Platform/Calendar.h"
 #include "Platform/PropertyList.h"
 #include "VexloPatchDeployment/Validators/Battery/PowerSourceResolver.h"
+#include "VexloPatchDeployment/Validators/DeferCheck/AvailableOSUpdatesResolver.h"
 
 namespace agent_tool {
 
@@ -41,7 +43,8 @@ struct SettingsInForce {
 /// is absent; `reasons` says why, under the name that it has in the JSON form.
 struct Facts {
   platform::Moment time;
-  std::string promptDay;  ///< The day that prompts are counted under: «16-11-2026».
+  std::chrono::seconds offsetFromUTC{0};  ///< Of the time zone when this day began, east positive.
+  std::string promptDay;                  ///< The day that prompts are counted under: «16-11-2026».
 
   bool isAppleSilicon = false;
   std::optional<std::string> macOSVersion;
@@ -52,7 +55,8 @@ struct Facts {
   std::optional<vexlo::PowerSource> powerSource;     ///< What the battery checks draw from them.
   std::optional<std::int64_t> freeDiskSpace;         ///< In bytes, of the start-up volume.
   std::string consoleUser;                           ///< "NOUSERNAME" when there is none.
-  std::optional<std::string> loggedOnUsers;          ///< Separated by ",".
+  std::optional<std::uint32_t> consoleUserID;
+  std::optional<std::string> loggedOnUsers;  ///< Separated by ",".
   std::optional<vxutils::EnrollmentType> mdmEnrollment;
 
   vxutils::AgentDirectories directories;
@@ -63,11 +67,24 @@ struct Facts {
   SettingsInForce inForce;
 
   std::map<std::string, std::vector<ApplicationInstance>> applications;  ///< By bundle identifier.
+  bool allApplications = false;  ///< Those that aren't in there don't run.
+
+  std::optional<bool> softwareUpdateReachable;  ///< Absent when it was not asked.
+  /// Absent when they were not asked for, or the MDM client failed.
+  std::optional<std::vector<vexlo::AvailableOSUpdate>> availableOSUpdates;
   std::map<std::string, std::string> reasons;
 };
 
+/// What is read beyond the usual.
+struct FactsExtent {
+  bool allApplications = false;  ///< All that run, not only those that are named.
+  bool appleServers = false;     ///< What Apple's servers offer.
+};
+
 /// Reads this machine, with the running instances of these bundle identifiers. Takes a second at
-/// most, also where a tool or the agent's service doesn't answer.
-[[nodiscard]] Facts readFacts(const std::vector<std::string>& bundleIdentifiers);
+/// most, also where a tool or the agent's service doesn't answer; where Apple's servers are asked,
+/// as long as they need.
+[[nodiscard]] Facts readFacts(const std::vector<std::string>& bundleIdentifiers,
+                              const FactsExtent& extent);
 
 }  // namespace agent_tool

@@ -6,7 +6,8 @@ namespace agent_tool {
 
 ExitStatus facts(const FactsRequest& request, Console& console) {
   const AgentSession session(request.agent, console);
-  const Facts facts = readFacts(request.applications);
+  const Facts facts = readFacts(request.applications, {.allApplications = request.allApplications,
+                                                       .appleServers = request.asksApple});
   console.write(request.json ? factsAsJSON(facts) : factsAsTable(facts, console));
   return ExitStatus::success;
 }

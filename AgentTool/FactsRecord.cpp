@@ -170,7 +170,7 @@ struct Member {
   void (*take)(const JSONValue&, const Place&, FactsRecord&);
 };
 
-/// In the order in which `facts --json` writes them; the last ones it doesn't write itself.
+/// In the order in which `facts --json` writes them; the last one it doesn't write itself.
 constexpr std::array kMembers{
     Member{"version", true,
            [](const JSONValue& value, const Place& place, FactsRecord&) {
@@ -184,6 +184,11 @@ constexpr std::array kMembers{
              if (!record.time && !value.isNull()) {
                reject(value, place, "a time such as \"2026-11-24T10:11:12Z\", or null");
              }
+           }},
+    Member{"utcOffset", false,
+           [](const JSONValue& value, const Place& place, FactsRecord& record) {
+             record.offsetFromUTC =
+                 std::chrono::seconds(value.isNull() ? 0 : takeInteger(value, place));
            }},
     Member{"promptDay", false,
            [](const JSONValue& value, const Place& place, FactsRecord& record) {
@@ -226,6 +231,13 @@ constexpr std::array kMembers{
            [](const JSONValue& value, const Place& place, FactsRecord& record) {
              record.consoleUser = takeString(value, place);
            }},
+    Member{"consoleUserID", false,
+           [](const JSONValue& value, const Place& place, FactsRecord& record) {
+             record.consoleUserID.reset();
+             if (!value.isNull()) {
+               record.consoleUserID = takeInteger<std::uint32_t>(value, place, "unsigned 32-bit");
+             }
+           }},
     Member{"loggedOnUsers", false,
            [](const JSONValue& value, const Place& place, FactsRecord& record) {
              record.loggedOnUsers = takeOptionalString(value, place);
@@ -251,6 +263,10 @@ constexpr std::array kMembers{
              record.promptCounts = settingsOf(value, place);
            }},
     Member{"applications", false, takeApplications},
+    Member{"allApplications", false,
+           [](const JSONValue& value, const Place& place, FactsRecord& record) {
+             record.allApplicationsAreKnown = !value.isNull() && takeBoolean(value, place);
+           }},
     Member{"softwareUpdateReachable", false,
            [](const JSONValue& value, const Place& place, FactsRecord& record) {
              record.softwareUpdateReachable.reset();
@@ -343,7 +359,8 @@ std::optional<std::span<const RecordedInstance>> FactsRecord::instancesOf(
   const auto last = std::ranges::find(applications.rbegin(), applications.rend(), bundleIdentifier,
                                       &Application::bundleIdentifier);
   if (last == applications.rend()) {
-    return std::nullopt;
+    return allApplicationsAreKnown ? std::optional(std::span<const RecordedInstance>())
+                                   : std::nullopt;
   }
   return std::span(instances).subspan(last->firstInstance, last->instanceCount);
 }

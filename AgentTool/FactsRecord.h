@@ -1,5 +1,6 @@
 // What a machine said of itself: one line of `facts --json`, read back.
 #pragma once
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <expected>
@@ -60,6 +61,7 @@ struct RecordedUpdate {
 struct FactsRecord {
   std::optional<std::string_view> name;  ///< Of the machine, where the line has one.
   std::optional<platform::Moment> time;
+  std::chrono::seconds offsetFromUTC{0};  ///< Of the machine's time zone, positive in the east.
   std::optional<std::string_view> promptDay;
 
   bool isAppleSilicon = false;
@@ -70,6 +72,7 @@ struct FactsRecord {
   std::optional<vexlo::PowerSource> powerSource;
   std::optional<std::int64_t> freeDiskSpace;
   std::string_view consoleUser;
+  std::optional<std::uint32_t> consoleUserID;
   std::optional<std::string_view> loggedOnUsers;
   std::optional<vxutils::EnrollmentType> mdmEnrollment;
 
@@ -85,6 +88,8 @@ struct FactsRecord {
   std::optional<bool> softwareUpdateReachable;
   bool updatesAreKnown = false;  ///< Whether the MDM client was asked and answered.
   std::vector<RecordedUpdate> availableOSUpdates;
+
+  bool allApplicationsAreKnown = false;  ///< Whether those that aren't listed don't run.
 
   /// The running instances of an application; absent when the machine was not asked for it.
   [[nodiscard]] std::optional<std::span<const RecordedInstance>> instancesOf(

@@ -54,6 +54,7 @@ std::string hexadecimal(const PropertyList::Data& data) {
 }
 
 std::string asJSON(const PropertyList& value);
+std::string asJSON(const vexlo::AvailableOSUpdate& update);
 std::string asJSON(const ApplicationInstance& instance);
 
 std::string asJSON(const PropertyList::Dictionary& dictionary) {
@@ -134,6 +135,15 @@ std::string asJSON(const ApplicationInstance& instance) {
       .addJSON("name", jsonOptional(instance.name))
       .addJSON("pid", text(instance.processIdentifier))
       .addJSON("executable", jsonOptional(instance.executable))
+      .done();
+}
+
+std::string asJSON(const vexlo::AvailableOSUpdate& update) {
+  return JSONObject()
+      .addJSON("build", jsonOptional(update.build))
+      .addJSON("deferredUntil", jsonOptional(update.deferredUntil))
+      .addJSON("productKey", jsonOptional(update.productKey))
+      .addJSON("version", jsonOptional(update.version))
       .done();
 }
 
@@ -273,6 +283,7 @@ std::string factsAsJSON(const Facts& facts) {
   return JSONObject()
              .addJSON("version", text(kVersion))
              .addString("time", moment(facts.time))
+             .addJSON("utcOffset", text(facts.offsetFromUTC.count()))
              .addString("promptDay", facts.promptDay)
              .addJSON("appleSilicon", jsonFlag(facts.isAppleSilicon))
              .addJSON("macOSVersion", jsonOptional(facts.macOSVersion))
@@ -283,6 +294,7 @@ std::string factsAsJSON(const Facts& facts) {
                       orNull(facts.powerSource, [](const auto& source) { return asJSON(source); }))
              .addJSON("freeDiskSpace", orNull(facts.freeDiskSpace, number))
              .addString("consoleUser", facts.consoleUser)
+             .addJSON("consoleUserID", orNull(facts.consoleUserID, number))
              .addJSON("loggedOnUsers", jsonOptional(facts.loggedOnUsers))
              .addJSON("mdmEnrollment",
                       orNull(facts.mdmEnrollment,
@@ -293,6 +305,11 @@ std::string factsAsJSON(const Facts& facts) {
              .addJSON("promptCounts", asJSON(facts.promptCounts))
              .addJSON("inForce", inForce)
              .addJSON("applications", applicationsAsJSON(facts))
+             .addJSON("allApplications", jsonFlag(facts.allApplications))
+             .addJSON("softwareUpdateReachable", orNull(facts.softwareUpdateReachable, jsonFlag))
+             .addJSON("availableOSUpdates",
+                      orNull(facts.availableOSUpdates,
+                             [](const auto& updates) { return arrayAsJSON(updates); }))
              .addJSON("absent", jsonMap(facts.reasons))
              .done() +
          '\n';
@@ -317,6 +334,14 @@ std::string factsAsTable(const Facts& facts, const Console& console) {
   table.add("MDM enrollment",
             facts.mdmEnrollment.transform([](auto type) { return std::string(nameOf(type)); }),
             "mdmEnrollment");
+  table.add("software updates", facts.softwareUpdateReachable.transform([](bool reachable) {
+    return std::string(reachable ? "reachable" : "unreachable");
+  }),
+            "softwareUpdateReachable");
+  for (const auto& update :
+       facts.availableOSUpdates.value_or(std::vector<vexlo::AvailableOSUpdate>())) {
+    table.add("  update", printable(describe(update)));
+  }
   addSettings(facts, table);
   addApplications(facts, table);
   return table.text(console);

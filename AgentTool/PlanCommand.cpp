@@ -3,13 +3,12 @@
 #include <vector>
 
 #include "AgentLibraries/LogCore/Text.h"
+#include "AgentTool/ActionFile.h"
 #include "AgentTool/AgentSession.h"
 #include "AgentTool/Columns.h"
 #include "AgentTool/Commands.h"
 #include "AgentTool/JSONPieces.h"
-#include "AgentTool/NamesNotInFile.h"
 #include "AgentTool/PrintableText.h"
-#include "VexloPatchDeployment/PatchActions/Helpers/PatchActionJSONParser.h"
 #include "VexloPatchDeployment/PatchActions/Helpers/PatchActionProvider.h"
 
 namespace agent_tool {
@@ -103,24 +102,15 @@ std::string asTable(const Plan& plan, const Console& console) {
 
 ExitStatus plan(const PlanRequest& request, Console& console) {
   const AgentSession session(request.agent, console);
-  const vexlo::PatchActionJSONParser::Outcome& file = [&]() -> const auto& {
-    const auto quiet = session.withoutLinesOnConsole();
-    return vexlo::PatchActionJSONParser::shared().cachedPatchActionGroup();
-  }();
+  const auto file = actionFile(request.patch, request.strict, session, console);
   if (!file) {
-    console.complain(printable(file.error().what()));
-    return ExitStatus::unusableFile;
+    return file.error();
   }
-  const std::vector<NameNotInFile> unknownNames = namesNotInFile(request.patch, **file);
-  complainOf(unknownNames, console);
-  if (request.strict && !unknownNames.empty()) {
-    return ExitStatus::badUsage;
-  }
-  const vexlo::PatchActionProvider provider(request.patch, *file);
-  const auto productActions = (*file)->productServicePackActions();
+  const vexlo::PatchActionProvider provider(request.patch, file->group);
+  const auto productActions = file->group->productServicePackActions();
   const Plan plan{
       .patch = request.patch,
-      .notInFile = unknownNames,
+      .notInFile = file->namesNotInFile,
       .exempt = provider.isExempt(),
       .productIsKnown = productActions && productActions->actions(request.patch.productID(),
                                                                   request.patch.servicePackID()),

@@ -29,4 +29,5 @@ install(FILES
   "${PROJECT_BINARY_DIR}/VexloPatchDeploymentConfigVersion.cmake"
   DESTINATION "${package_directory}")
 
-install(FILES docs/action-file.schema.json DESTINATION "${CMAKE_INSTALL_DATADIR}/vexlo-patch")
+install(FILES docs/action-file.schema.json docs/facts.schema.json
+  DESTINATION "${CMAKE_INSTALL_DATADIR}/vexlo-patch")

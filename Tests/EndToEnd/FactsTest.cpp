@@ -30,7 +30,7 @@ TEST(FactsTest, ShowsTheMacAndWaitsForNothingThatHangs) {
            {.scenario = "patch-day",
             .parts = {R"("macOSVersion":"14.4.1","macOSMajorVersion":14,)",
                       R"("powerSource":{"kind":"battery","percentage":82},)",
-                      R"("consoleUser":"alice","loggedOnUsers":"alice",)",
+                      R"("consoleUser":"alice","consoleUserID":501,"loggedOnUsers":"alice",)",
                       R"("mdmEnrollment":"user_approved",)", R"("serviceAnswers":true})",
                       R"("customization":{"file":")" + data +
                           R"(ApplicationRunningPromptCustomization.plist","values":)"

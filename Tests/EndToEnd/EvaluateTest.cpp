@@ -1,0 +1,194 @@
+// `vexlo-patch evaluate` in every simulated Mac, and over its facts outside.
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <boost/json.hpp>
+#include <fstream>
+#include <map>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "Platform/Process.h"
+#include "Tests/EndToEnd/MacRun.h"
+#include "Tests/Fakes/TemporaryDirectory.h"
+
+namespace end_to_end {
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+
+/// Prints how the Mac answers, what changed meanwhile, and what the same answer needs elsewhere.
+/// $1: the kind of machine, $2: further options of both commands. The tools count their calls in
+/// files, which are made before all else. Only built-in commands run where processes are looked at.
+constexpr const char* kEvaluation = R"sh(
+  files() {
+    find /Applications /Library /System /Users /private /etc/passwd -xdev \
+      -printf '%p %i %m %s %T@ %C@\n' | sort
+  }
+  profiles status -type enrollment > /dev/null
+  [ -z "$2" ] || { softwareupdate --list; /usr/libexec/mdmclient AvailableOSUpdates; } > /dev/null 2>&1
+  filesBefore=$(files)
+  set -- "$1" "$2" /proc/[0-9]*; processesBefore=$*
+  echo '--- answers'
+  vexlo-patch evaluate --patch 310990 --product 1201 --service-pack 2301 --machine $1 $2 --json
+  echo "--- status $?"
+  set -- "$1" "$2" /proc/[0-9]*; processesAfter=$*
+  [ "$processesBefore" = "$processesAfter" ] ||
+    echo "CHANGED processes: $processesBefore / $processesAfter"
+  [ "$filesBefore" = "$(files)" ] || echo 'CHANGED files'
+  echo '--- facts'
+  vexlo-patch facts --json --machine $1 $2 --all-applications
+  echo '--- actions'
+  cat "$VEXLO_AGENT_ROOT/client-data/patch-resources/mac-patch-actions.json"
+)sh";
+
+std::string output(const std::string& program, std::vector<std::string> arguments) {
+  return platform::runProcess({.executable = program, .arguments = std::move(arguments)}).output;
+}
+
+struct Scenario {
+  std::string name;
+  std::string machine;
+};
+
+std::vector<Scenario> scenarios() {
+  std::vector<Scenario> all;
+  std::istringstream list(output(programFolder() + "/enter", {"--list"}));
+  for (std::string line; std::getline(list, line);) {
+    const std::string name = line.substr(0, line.find(' '));
+    const std::string settings = output(programFolder() + "/enter", {"--print", name});
+    all.push_back({name, settings.contains("machine = intel") ? "intel" : "apple-silicon"});
+  }
+  return all;
+}
+
+/// The text behind «--- part», up to the next part.
+std::string part(const std::string& text, const std::string& name) {
+  const std::size_t heading = text.find("--- " + name);
+  if (heading == std::string::npos) {
+    return "no part " + name + " in " + text;
+  }
+  const std::size_t begin = text.find('\n', heading) + 1;
+  return text.substr(begin, text.find("--- ", begin) - begin);
+}
+
+/// What an evaluation said and did.
+struct Evaluated {
+  std::string whole;
+  std::string answers;
+  std::string elsewhere;  ///< The answers from the facts, outside the Mac.
+  std::string calls;      ///< Of the tools of the Mac.
+};
+
+Evaluated evaluated(const Scenario& scenario, const std::string& options) {
+  const TemporaryDirectory directory;
+  Evaluated evaluated;
+  evaluated.whole =
+      output("/bin/sh", {"-c", "exec 2>&1; exec \"$0\" \"$@\"", programFolder() + "/enter",
+                         "--records", directory.file("calls"), scenario.name, "--", "/bin/sh", "-c",
+                         kEvaluation, "sh", scenario.machine, options});
+  evaluated.answers = part(evaluated.whole, "answers");
+  evaluated.calls = directory.read("calls");
+  directory.write("client-data/patch-resources/mac-patch-actions.json",
+                  part(evaluated.whole, "actions"));
+  evaluated.elsewhere = output(programFolder() + "/vexlo-patch",
+                               {"evaluate", "--base-dir", directory.path(), "--patch", "310990",
+                                "--product", "1201", "--service-pack", "2301", "--json", "--facts",
+                                directory.write("facts.json", part(evaluated.whole, "facts"))});
+  return evaluated;
+}
+
+TEST(EvaluateTest, TouchesNothingAndItsFactsAnswerAlikeElsewhere) {
+  if (const auto why = whyNoMac()) {
+    GTEST_SKIP() << *why;
+  }
+  const std::map<std::string, std::string> expected{
+      {"deferred", R"("answer":"notAsked")"},
+      {"disk-full", R"("answer":"applyLater","description":"inSufficientDiskSpace)"},
+      {"intel-monterey", R"("commands":["launchctl asuser 501 sudo /usr/sbin/softwareupdate )"},
+      {"last-attempt", R"("next":"would force")"},
+      {"low-battery", R"("description":"inSufficientBattery")"},
+      {"no-agent-service", R"(--user \"<user>\" --stdinpass)"},
+      {"nobody-at-the-console", R"("description":"userNotLoggedIn")"},
+      {"patch-day", R"("next":"would ask: 3 postponements left")"},
+      {"two-users", R"("description":"multipleUsersLoggedIn")"},
+      {"upgrade", R"(Install macOS Sonoma.app/Contents/Resources/startosinstall\")"}};
+  std::size_t asExpected = 0;
+  for (const Scenario& scenario : scenarios()) {
+    SCOPED_TRACE(scenario.name);
+    const Evaluated mac = evaluated(scenario, "");
+    EXPECT_THAT(mac.answers, HasSubstr(R"("answer":)"));
+    EXPECT_THAT(mac.whole, Not(HasSubstr("CHANGED")));
+    EXPECT_THAT(mac.whole, Not(HasSubstr("vexlo-patch: "))) << "a notification, or an error";
+    EXPECT_THAT(mac.whole, Not(HasSubstr(kPassword)));
+    std::istringstream calls(mac.calls);
+    for (std::string call; std::getline(calls, call);) {
+      EXPECT_THAT(call, HasSubstr(R"("tool":"profiles")"));
+    }
+    EXPECT_EQ(mac.answers, mac.elsewhere);
+    if (const auto wanted = expected.find(scenario.name); wanted != expected.end()) {
+      EXPECT_THAT(mac.answers, HasSubstr(wanted->second));
+      ++asExpected;
+    }
+  }
+  EXPECT_EQ(asExpected, expected.size());
+}
+
+TEST(EvaluateTest, AsksAppleWhereAllowed) {
+  if (const auto why = whyNoMac()) {
+    GTEST_SKIP() << *why;
+  }
+  for (const auto& [name, answer] : std::vector<std::pair<std::string, std::string>>{
+           {"deferred", R"("description":"macOSUpdateIsDeferred")"},
+           {"healthy", R"("code":"2006","arguments":["14.5"],"answer":"success")"}}) {
+    SCOPED_TRACE(name);
+    const Evaluated mac = evaluated({name, "apple-silicon"}, "--ask-apple");
+    EXPECT_THAT(mac.answers, HasSubstr(answer));
+    EXPECT_EQ(mac.answers, mac.elsewhere);
+    EXPECT_THAT(mac.whole, Not(HasSubstr("CHANGED")));
+  }
+}
+
+TEST(EvaluateTest, AsksTheAgentWhereAllowed) {
+  if (const auto why = whyNoMac()) {
+    GTEST_SKIP() << *why;
+  }
+  for (const auto& [options, answer] :
+       std::vector<std::pair<std::vector<std::string>, std::string>>{
+           {{}, R"(--user \"alice\" --stdinpass)"},
+           {{"--set", "mac/version=12.6"}, R"(--stdinpass \"<password>\")"},
+           {{"--set", "agent service/value=PatchOSUpdateUserName alice"},
+            R"("description":"credentialsNotEntered")"},
+           {{"--set", "agent service/state=absent"},
+            R"("description":"unableToGetAgentServiceConnection")"}}) {
+    std::vector<std::string> arguments{"--set", "agent service/state=answers"};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    arguments.insert(
+        arguments.end(),
+        {"no-agent-service", "--", "vexlo-patch", "evaluate", "--patch", "310990", "--product",
+         "1201", "--service-pack", "2301", "--machine", "apple-silicon", "--ask-agent", "--json"});
+    const std::string answers = output(programFolder() + "/enter", arguments);
+    EXPECT_THAT(answers, HasSubstr(answer));
+    EXPECT_THAT(answers, Not(HasSubstr(kPassword)));
+  }
+}
+
+TEST(FactsSchemaTest, DescribesWhatFactsWrites) {
+  if (const auto why = whyNoMac()) {
+    GTEST_SKIP() << *why;
+  }
+  std::ifstream file(VEXLO_DOCUMENTS "/facts.schema.json");
+  const std::string text(std::istreambuf_iterator<char>(file), {});
+  const auto described = boost::json::parse(text).at("properties").as_object();
+  const auto written = boost::json::parse(
+      output(programFolder() + "/enter", {"patch-day", "--", "vexlo-patch", "facts", "--json"}));
+  for (const auto& [name, value] : written.as_object()) {
+    EXPECT_TRUE(described.contains(name)) << name;
+  }
+  EXPECT_EQ(written.as_object().size() + 1, described.size()) << "all but the name";
+}
+
+}  // namespace
+}  // namespace end_to_end
