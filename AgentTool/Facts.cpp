@@ -100,6 +100,16 @@ class ReadPowerSources final : public vexlo::PowerSourcesProvider {
   std::vector<PropertyList> sources_;
 };
 
+/// Answers with a list that was fetched before.
+class FetchedSoftwareUpdates final : public vexlo::SoftwareUpdateLister {
+ public:
+  explicit FetchedSoftwareUpdates(vexlo::SoftwareUpdateList list) : list_(std::move(list)) {}
+  [[nodiscard]] vexlo::SoftwareUpdateList fetchSoftwareUpdates() override { return list_; }
+
+ private:
+  vexlo::SoftwareUpdateList list_;
+};
+
 /// A question to the agent's service, whose answer is awaited later.
 class ServiceQuestion {
  public:
@@ -295,9 +305,11 @@ class Reader {
   void readUpdates(bool asksApple) {
     constexpr const char* kNotAsked = "not asked";
     if (asksApple) {
-      vexlo::SystemSoftwareUpdateLister lister;
+      vexlo::SoftwareUpdateList list = vexlo::SystemSoftwareUpdateLister().fetchSoftwareUpdates();
+      facts_.softwareUpdateStatus = list.exitCode;
+      FetchedSoftwareUpdates fetched(std::move(list));
       facts_.softwareUpdateReachable =
-          vexlo::AppleSoftwareUpdateConnectivityChecker(lister).isAppleSoftwareUpdateReachable();
+          vexlo::AppleSoftwareUpdateConnectivityChecker(fetched).isAppleSoftwareUpdateReachable();
     }
     if (facts_.softwareUpdateReachable.value_or(false)) {
       facts_.availableOSUpdates = optional("availableOSUpdates", [] {
@@ -309,6 +321,7 @@ class Reader {
                  asksApple ? "Apple's software update service can't be reached" : kNotAsked);
     }
     noteUnless(facts_.softwareUpdateReachable.has_value(), "softwareUpdateReachable", kNotAsked);
+    noteUnless(facts_.softwareUpdateStatus.has_value(), "softwareUpdateStatus", kNotAsked);
   }
 
   Facts facts_;

@@ -69,8 +69,10 @@ struct Facts {
   std::map<std::string, std::vector<ApplicationInstance>> applications;  ///< By bundle identifier.
   bool allApplications = false;  ///< Those that aren't in there don't run.
 
-  std::optional<bool> softwareUpdateReachable;  ///< Absent when it was not asked.
-  /// Absent when they were not asked for, or the MDM client failed.
+  // What Apple's servers say; absent when they were not asked.
+  std::optional<bool> softwareUpdateReachable;
+  std::optional<std::int32_t> softwareUpdateStatus;  ///< How `softwareupdate --list` ended.
+  /// Also absent when the service can't be reached, or the MDM client failed.
   std::optional<std::vector<vexlo::AvailableOSUpdate>> availableOSUpdates;
   std::map<std::string, std::string> reasons;
 };

@@ -274,6 +274,14 @@ constexpr std::array kMembers{
                record.softwareUpdateReachable = takeBoolean(value, place);
              }
            }},
+    Member{"softwareUpdateStatus", false,
+           [](const JSONValue& value, const Place& place, FactsRecord& record) {
+             record.softwareUpdateStatus.reset();
+             if (!value.isNull()) {
+               record.softwareUpdateStatus =
+                   takeInteger<std::int32_t>(value, place, "signed 32-bit");
+             }
+           }},
     Member{"availableOSUpdates", false, takeUpdates},
     Member{"name", false,
            [](const JSONValue& value, const Place& place, FactsRecord& record) {

@@ -86,6 +86,7 @@ struct FactsRecord {
 
   /// Whether Apple's software update service can be reached; absent when it was not asked.
   std::optional<bool> softwareUpdateReachable;
+  std::optional<std::int32_t> softwareUpdateStatus;  ///< How the tool that was asked ended.
   bool updatesAreKnown = false;  ///< Whether the MDM client was asked and answered.
   std::vector<RecordedUpdate> availableOSUpdates;
 

@@ -307,6 +307,7 @@ std::string factsAsJSON(const Facts& facts) {
              .addJSON("applications", applicationsAsJSON(facts))
              .addJSON("allApplications", jsonFlag(facts.allApplications))
              .addJSON("softwareUpdateReachable", orNull(facts.softwareUpdateReachable, jsonFlag))
+             .addJSON("softwareUpdateStatus", orNull(facts.softwareUpdateStatus, number))
              .addJSON("availableOSUpdates",
                       orNull(facts.availableOSUpdates,
                              [](const auto& updates) { return arrayAsJSON(updates); }))

@@ -109,7 +109,11 @@ vexlo::SoftwareUpdateList RecordedSources::Apple::fetchSoftwareUpdates() {
   if (!record().softwareUpdateReachable) {
     return unasked_.fetchSoftwareUpdates();
   }
-  return {.exitCode = *record().softwareUpdateReachable ? 0 : kUnreachableStatus, .output = {}};
+  if (*record().softwareUpdateReachable) {
+    return {.exitCode = 0, .output = {}};
+  }
+  return {.exitCode = record().softwareUpdateStatus.value_or(kUnreachableStatus),
+          .output = std::string(vexlo::kCantConnectToSoftwareUpdate)};
 }
 
 std::optional<std::vector<vexlo::AvailableOSUpdate>> RecordedSources::Apple::availableOSUpdates() {

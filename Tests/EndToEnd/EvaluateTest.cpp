@@ -142,7 +142,8 @@ TEST(EvaluateTest, AsksAppleWhereAllowed) {
   }
   for (const auto& [name, answer] : std::vector<std::pair<std::string, std::string>>{
            {"deferred", R"("description":"macOSUpdateIsDeferred")"},
-           {"healthy", R"("code":"2006","arguments":["14.5"],"answer":"success")"}}) {
+           {"healthy", R"("code":"2006","arguments":["14.5"],"answer":"success")"},
+           {"offline", R"("description":"softwareUpdateUnreachable")"}}) {
     SCOPED_TRACE(name);
     const Evaluated mac = evaluated({name, "apple-silicon"}, "--ask-apple");
     EXPECT_THAT(mac.answers, HasSubstr(answer));
