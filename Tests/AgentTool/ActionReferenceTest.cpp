@@ -74,6 +74,26 @@ TEST_F(ActionReferenceTest, EveryResultInTheTableIsOneThatTheLibraryCanGive) {
   }
 }
 
+TEST_F(ActionReferenceTest, ThePageOfTheAgentsFilesNamesEveryKeyThatTheLibraryReads) {
+  const std::string page = document("AGENT-FILES.md");
+  for (const auto* source :
+       {"Validators/RunningApplicationCheckRelated/RunningAppPolicy.cpp",
+        "Validators/RunningApplicationCheckRelated/RunningAppPromptCustomizationProvider.cpp",
+        "PatchActions/Helpers/MDMPatchingStatusChecker.cpp",
+        "PatchActions/Helpers/MacOSUpdateDeferralEligibilityChecker.cpp"}) {
+    const std::string text = document(std::string("../VexloPatchDeployment/") + source);
+    std::size_t count = 0;
+    for (const std::string_view before :
+         {"isOn(plistManager_, \"", "fetchValue(\"", "Setting{\""}) {
+      for (std::size_t at = 0; (at = text.find(before, at)) != std::string::npos; ++count) {
+        at += before.size();
+        EXPECT_THAT(page, HasSubstr('`' + text.substr(at, text.find('"', at) - at) + '`'));
+      }
+    }
+    EXPECT_GT(count, 0U) << source;
+  }
+}
+
 TEST_F(ActionReferenceTest, HelpExplainsAnActionByCodeOrName) {
   const ToolRun byCode = shell("vexlo-patch help actions 2005");
   EXPECT_THAT(byCode.output,
