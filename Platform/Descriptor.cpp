@@ -10,7 +10,7 @@
 namespace platform {
 namespace {
 
-/// Waits until the file takes bytes again, as a write would without O_NONBLOCK.
+/// Waits until the file can be written to, as write() would without O_NONBLOCK.
 void waitUntilWritable(int descriptor) noexcept {
   pollfd event{.fd = descriptor, .events = POLLOUT, .revents = 0};
   ::poll(&event, 1, -1);

@@ -1,4 +1,4 @@
-// One file descriptor with an owner.
+// Owned file descriptors.
 #pragma once
 #include <chrono>
 #include <cstddef>
@@ -9,7 +9,7 @@
 
 namespace platform {
 
-/// Owns one file descriptor and closes it, which leaves errno as it was.
+/// Owns one file descriptor and closes it; closing preserves errno.
 class Descriptor {
  public:
   Descriptor() = default;
@@ -17,10 +17,10 @@ class Descriptor {
   Descriptor(Descriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
   Descriptor& operator=(Descriptor&& other) noexcept;
   ~Descriptor();
-  /// The number, -1 when there is none.
+  /// The descriptor, or -1.
   [[nodiscard]] int get() const noexcept { return number_; }
   [[nodiscard]] explicit operator bool() const noexcept { return number_ >= 0; }
-  /// Gives the descriptor away, unclosed.
+  /// Releases ownership without closing.
   [[nodiscard]] int release() noexcept { return std::exchange(number_, -1); }
   /// Closes the descriptor now.
   void reset() noexcept;
@@ -29,20 +29,20 @@ class Descriptor {
   int number_ = -1;
 };
 
-/// Takes over a newly opened descriptor, which may be -1, and moves it above the standard three: a
-/// process that has closed those would otherwise have what is written to "standard error" land in
-/// the file. Empty, with errno set, when there is no free number.
+/// Takes ownership of a newly opened descriptor, which may be -1, and moves it above 2. If the
+/// process has closed its standard descriptors, output meant for stderr would otherwise end up in
+/// the file. Empty, with errno set, when no descriptor is free.
 [[nodiscard]] Descriptor aboveStandard(int opened) noexcept;
 
-/// write() without the SIGPIPE of a pipe or socket whose reader has gone.
+/// write() that doesn't raise SIGPIPE.
 [[nodiscard]] std::ptrdiff_t writeWithoutSignal(int descriptor, std::string_view bytes) noexcept;
 
-/// Whether the descriptor takes bytes within the time; a write of at most `kSurelyTaken` bytes then
-/// doesn't wait.
+/// Whether the descriptor becomes writable within the timeout; a write of at most `kSurelyTaken`
+/// bytes then doesn't block.
 [[nodiscard]] bool isWritable(int descriptor, std::chrono::milliseconds timeout) noexcept;
-inline constexpr std::size_t kSurelyTaken = 512;  // what POSIX promises of pipes
+inline constexpr std::size_t kSurelyTaken = 512;  // the minimum PIPE_BUF of POSIX
 
-/// Which file a descriptor leads to.
+/// The identity of the file that a descriptor refers to.
 struct FileIdentity {
   std::uint64_t device = 0;
   std::uint64_t number = 0;
@@ -51,8 +51,7 @@ struct FileIdentity {
 /// Absent for a descriptor that isn't open.
 [[nodiscard]] std::optional<FileIdentity> identityOf(int descriptor) noexcept;
 
-/// Writes all the bytes, however often a signal interrupts it, without a SIGPIPE. 0, or the
-/// system's error number.
+/// Writes all bytes, retrying after signals, without raising SIGPIPE. Returns 0 or an errno value.
 [[nodiscard]] std::int32_t writeAll(int descriptor, std::string_view bytes) noexcept;
 
 }  // namespace platform

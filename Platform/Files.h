@@ -22,35 +22,35 @@ struct FileError {
 /// How `readFile` opens its file.
 struct ReadOptions {
   std::uint64_t maximumBytes;  ///< A larger file is an error.
-  bool followLinks = true;     ///< False: a symbolic link in the last place is an error.
-  /// The users to one of whom the opened file must belong (EPERM otherwise); any when empty.
+  bool followLinks = true;     ///< When false, a symbolic link as last component is an error.
+  /// Accepted owners of the opened file (EPERM otherwise); empty accepts any owner.
   std::vector<std::uint32_t> owners;
 };
 
-/// Reads a regular file whole. Anything else (directory, FIFO, device, socket) is an error and is
-/// never waited for; a file that grows while it is read ends at `maximumBytes` with an error.
+/// Reads a whole regular file. Anything else (directory, FIFO, device, socket) is an error and
+/// never blocks, and so is a file that grows beyond `maximumBytes` while it is read.
 [[nodiscard]] std::expected<std::string, FileError> readFile(const std::string& path,
                                                              const ReadOptions& options);
 
-/// Replaces or makes the file at `path` in one step: a temporary file in the same directory,
-/// flushed to the disk, then renamed. After a crash the old or the new file is there, whole. An
-/// existing file keeps its permission bits and owner where the process may set them; a new one
-/// gets 0644. A symbolic link at `path` is replaced by the file, its target left alone. After an
-/// error the old file is there, unless only the last step failed, the flush of the directory: then
-/// the new one is, but it might not outlive a crash. A process that is killed meanwhile leaves the
-/// temporary file, see `removeLeftovers`.
+/// Creates or replaces the file at `path` atomically: writes a temporary file in the same
+/// directory, flushes it to disk and renames it. After a crash either the old or the new file is
+/// there in full. An existing file keeps its permission bits and owner if the process may set them;
+/// a new one gets 0644. A symbolic link at `path` is replaced, its target is not touched. After an
+/// error the old file is still there, unless only the last step failed, flushing the directory: the
+/// new file is then in place but might not survive a crash. A process that is killed during the
+/// call leaves the temporary file behind, see `removeLeftovers`.
 [[nodiscard]] std::expected<void, FileError> writeFileAtomically(const std::string& path,
                                                                  std::string_view bytes);
 
-/// Keeps other processes that call this for the same path, and other threads, out of a
-/// read-change-write cycle for as long as it lives. The lock is a file beside `path` that only the
-/// process's own user can open, named as it with ".lock" behind; it is removed at the end.
+/// Locks out other threads and processes that use this class for the same path, for a
+/// read-modify-write cycle. The lock is a file next to `path` with the suffix ".lock" that only the
+/// process's user can open; it is removed on release.
 class FileLock {
  public:
-  /// How long `acquire` pauses between two looks at a lock that somebody holds.
+  /// How long `acquire` pauses between two attempts.
   using Sleeper = std::function<void(std::chrono::milliseconds)>;
 
-  /// Waits for the lock, at most `timeout`; ETIMEDOUT then.
+  /// Waits for the lock for at most `timeout`, then fails with ETIMEDOUT.
   [[nodiscard]] static std::expected<FileLock, FileError> acquire(
       const std::string& path, std::chrono::milliseconds timeout = std::chrono::seconds(10),
       const Sleeper& sleep = {});
@@ -64,23 +64,22 @@ class FileLock {
   Descriptor file_;
 };
 
-/// Removes the temporary files that interrupted calls of `writeFileAtomically` for `path` have
-/// left. Only for a holder of the path's lock: another process's write would lose its file.
+/// Removes temporary files left behind by interrupted `writeFileAtomically` calls for `path`. The
+/// caller must hold the path's lock: otherwise a concurrent write would lose its file.
 void removeLeftovers(const std::string& path) noexcept;
 
-/// Keeps what is at `path` under a second name beside it, so that replacing the file does not lose
-/// its bytes: the first free one of `path` with `suffix`, then with "-2", "-3" and so on behind.
-/// What can't be replaced (a directory, a FIFO) or can get no second name is renamed. Returns the
-/// name.
+/// Gives the file at `path` a second name in the same directory, so that replacing it doesn't lose
+/// its contents: `path` + `suffix`, or the first free one with "-2", "-3" and so on appended. What
+/// can't be replaced (a directory, a FIFO) or hard-linked is renamed. Returns the name.
 [[nodiscard]] std::expected<std::string, FileError> setFileAside(const std::string& path,
                                                                  std::string_view suffix);
-/// Undoes `setFileAside`, which returned `name`; does nothing once another file is at `path`.
+/// Undoes the `setFileAside` that returned `name`; does nothing if another file is now at `path`.
 void undoSettingAside(const std::string& path, const std::string& name) noexcept;
 
-/// Whether something is at `path` (a link counts by its target).
+/// Whether `path` exists, following links.
 [[nodiscard]] bool fileExists(const std::string& path);
 
-/// Removes the file or link at `path`, never a directory (EISDIR). 0, or the system's error number.
+/// Removes the file or link at `path`, never a directory (EISDIR). Returns 0 or an errno value.
 [[nodiscard]] std::int32_t removeFile(const std::string& path);
 
 }  // namespace platform

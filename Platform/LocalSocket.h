@@ -1,4 +1,4 @@
-// Unix-domain stream sockets with the peer's identity. None of them is inherited by a child.
+// Unix-domain stream sockets with the peer's identity. Children don't inherit them.
 #pragma once
 #include <chrono>
 #include <cstddef>
@@ -16,28 +16,28 @@ namespace platform {
 
 constexpr std::chrono::milliseconds kLongestConnect{5000};
 
-/// Connects to the socket at `path`. The error text is the system's reason. A listener whose queue
-/// stays full for longer than `longestWait` is an error.
+/// Connects to the socket at `path`. The error is the system's message. Fails if the listener's
+/// queue stays full for longer than `longestWait`.
 [[nodiscard]] std::expected<Descriptor, std::string> connectLocalSocket(
     const std::string& path, std::chrono::milliseconds longestWait = kLongestConnect);
-/// Makes a listening socket at `path` (an old socket there is replaced), for its owner only.
+/// Creates a listening socket at `path` that only its owner can connect to, replacing an old one.
 [[nodiscard]] std::expected<Descriptor, std::string> listenOnLocalSocket(const std::string& path);
-/// Takes a connection that waits at the listening socket: an error, at once, when none does.
+/// Accepts a pending connection without blocking; an error when there is none.
 [[nodiscard]] std::expected<Descriptor, std::error_code> acceptLocalSocket(
     const Descriptor& listener);
 
-/// Sends what the socket takes at once: the number of bytes, 0 when it takes none now, -1 when the
-/// peer has gone, which raises no SIGPIPE.
+/// Sends without blocking or raising SIGPIPE. Returns the number of bytes, 0 when the socket is
+/// full, -1 when the peer has disconnected.
 [[nodiscard]] std::ptrdiff_t sendWithoutWaiting(const Descriptor& socket,
                                                 std::string_view bytes) noexcept;
-/// Receives what is there into `buffer`, which is not empty, waiting for the first byte when
-/// `wait`: the number of bytes, 0 when nothing is there now, -1 when the peer has gone.
+/// Receives into `buffer`, which must not be empty, and blocks for the first byte if `wait`.
+/// Returns the number of bytes, 0 when there are none now, -1 when the peer has disconnected.
 [[nodiscard]] std::ptrdiff_t receive(const Descriptor& socket, std::span<char> buffer,
                                      bool wait) noexcept;
-/// Ends the conversation in both directions; a thread that waits for bytes sees the peer gone.
+/// Shuts the socket down in both directions; a blocked `receive` returns -1.
 void hangUp(const Descriptor& socket) noexcept;
 
-/// The user id that the process at the other end runs as; absent when the system can't say.
+/// The user id of the peer's process; absent if the system can't tell.
 [[nodiscard]] std::optional<std::uint32_t> peerUserID(const Descriptor& socket);
 
 }  // namespace platform

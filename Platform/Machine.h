@@ -1,4 +1,4 @@
-// What machine this is: processor kind, macOS version, preferred languages.
+// Facts about the machine: processor type, macOS version, preferred languages.
 #pragma once
 #include <optional>
 #include <string>
@@ -6,10 +6,10 @@
 
 namespace platform {
 
-/// True on Apple silicon (arm64 hardware, whatever the process's own architecture).
+/// True on Apple silicon, even if this process is being translated.
 [[nodiscard]] bool isAppleSilicon();
 
-/// The macOS product version such as "14.5", from
+/// The macOS product version, such as "14.5", from
 /// /System/Library/CoreServices/SystemVersion.plist; absent when that can't be read.
 [[nodiscard]] std::optional<std::string> macOSProductVersion();
 

@@ -4,16 +4,16 @@
 
 namespace platform {
 
-/// Overwrites the text's whole buffer with zeros (the compiler may not leave that out), then
-/// empties it.
+/// Overwrites the string's whole buffer with zeros, which the compiler can't optimize away, then
+/// clears it.
 void wipe(std::string& secret) noexcept;
 
-/// Keeps the memory pages that hold the string in memory where the process may (the limit of locked
-/// memory), until the process ends: other secrets may lie on the same pages.
+/// Locks the pages that hold the string in memory, within the limit of locked memory. They stay
+/// locked until the process exits, because other secrets may be on the same pages.
 void keepFromSwap(const std::string& secret) noexcept;
 
-/// While one lives, a crash of the process leaves no core file, in which a secret could be read.
-/// The limit that the process had comes back when the last one goes. Usable from any thread.
+/// Prevents core files, which could contain secrets, while an instance exists. The process's limit
+/// is restored when the last one is destroyed. Thread-safe.
 class NoCoreFile {
  public:
   NoCoreFile() noexcept;
@@ -23,8 +23,7 @@ class NoCoreFile {
   friend bool operator==(const NoCoreFile&, const NoCoreFile&) = default;
 };
 
-/// Wipes a text at the end of its own life, also when an exception ends it. The text is borrowed
-/// and lives longer.
+/// Wipes a string when it goes out of scope, including by an exception. The string must outlive it.
 class WipeAtEnd {
  public:
   explicit WipeAtEnd(std::string& secret) noexcept : secret_(secret) {}

@@ -1,4 +1,4 @@
-// Tells errors of a bad moment from errors that stay.
+// Distinguishes transient errors from permanent ones.
 #pragma once
 #include <algorithm>
 #include <array>
@@ -6,8 +6,7 @@
 
 namespace platform {
 
-/// Whether the same call may well succeed a moment later: no free descriptor or process, no memory,
-/// a signal, a failing disk.
+/// Whether a retry may succeed: out of descriptors, processes or memory, a signal, an I/O error.
 [[nodiscard]] inline bool isPassing(const std::error_code& error) noexcept {
   constexpr std::array kPassing{
       std::errc::too_many_files_open, std::errc::too_many_files_open_in_system,

@@ -1,4 +1,4 @@
-// Waits for several descriptors at a time; the pipe that wakes such a wait.
+// Waiting for several descriptors, and the pipe that wakes such a wait.
 #pragma once
 #include <chrono>
 #include <cstdint>
@@ -16,21 +16,21 @@ struct Pipe {
   Descriptor writeEnd;
 };
 
-/// A pipe whose ends are close-on-exec and lie above the three standard descriptors, which the
-/// process may have closed.
+/// A pipe whose ends are close-on-exec and above the standard descriptors, even if those are
+/// closed.
 [[nodiscard]] std::expected<Pipe, std::error_code> makePipe();
 
-/// One descriptor that is waited for.
+/// One descriptor to wait for.
 struct Awaited {
   enum class Until : std::uint8_t { readable, writable };
 
-  int descriptor;  ///< Negative: nothing is waited for in this place.
+  int descriptor;  ///< Negative entries are ignored.
   Until until = Until::readable;
-  bool ready = false;  ///< Set by the wait: it is so, or its peer has gone.
+  bool ready = false;  ///< Set by the wait; true, too, if the peer has disconnected.
 };
 
-/// Waits until one of them is ready, `timeout` is over (absent: without limit) or a signal handler
-/// has run.
+/// Waits until a descriptor is ready, `timeout` has passed (absent means no limit) or a signal
+/// handler has run.
 void waitForAny(std::span<Awaited> awaited,
                 std::optional<std::chrono::milliseconds> timeout = std::nullopt);
 

@@ -15,7 +15,7 @@ struct CodePointRange {
   char32_t last;
 };
 
-/// Control characters, line separators, and marks that reorder or hide what stands beside them.
+/// Control characters, line separators, and marks that reorder or hide adjacent text.
 constexpr std::array kUnprintable{
     CodePointRange{0x00, 0x1F},     CodePointRange{0x7F, 0x9F},     CodePointRange{0xAD, 0xAD},
     CodePointRange{0x61C, 0x61C},   CodePointRange{0x200B, 0x200F}, CodePointRange{0x2028, 0x202E},

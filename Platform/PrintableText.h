@@ -1,4 +1,4 @@
-// Makes text safe to show: nothing in it can forge a line or steer a terminal.
+// Makes text safe to show: it can't forge a line or control a terminal.
 #pragma once
 #include <cstdint>
 #include <string>
@@ -8,9 +8,9 @@ namespace platform {
 
 enum class Tabs : std::uint8_t { escaped, kept };
 
-/// `text` with control characters, line separators, invisible marks that reorder what stands beside
-/// them, and bytes that are no UTF-8 written as escapes (`\n`, `\u001b`, `\xff`). The answer is one
-/// line of UTF-8; letters of any script stay as they are.
+/// Escapes control characters, line separators, invisible marks that reorder adjacent text, and
+/// bytes that aren't UTF-8 (`\n`, `\u001b`, `\xff`). Returns one line of UTF-8; letters of any
+/// script are unchanged.
 [[nodiscard]] std::string printable(std::string_view text, Tabs tabs = Tabs::escaped);
 
 }  // namespace platform

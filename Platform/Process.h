@@ -1,4 +1,4 @@
-// Runs a child process to its end: input, output, deadline, exit status.
+// Runs a child process until it exits: input, output, deadline, exit status.
 #pragma once
 #include <chrono>
 #include <cstddef>
@@ -13,49 +13,48 @@
 namespace platform {
 
 struct ProcessRequest {
-  /// Path; never looked up in PATH. A relative one is taken from the child's working directory.
+  /// A path, never looked up in PATH; relative to the child's working directory.
   std::string executable;
-  std::vector<std::string> arguments;     ///< Without the program name.
+  std::vector<std::string> arguments;     ///< Excluding the program name.
   std::optional<std::string> directory;   ///< Working directory; the caller's when absent.
-  std::optional<std::string_view> input;  ///< Whole standard input; /dev/null when absent.
-  std::optional<std::chrono::milliseconds> timeout;  ///< None: waits without limit.
+  std::optional<std::string_view> input;  ///< The whole standard input; /dev/null when absent.
+  std::optional<std::chrono::milliseconds> timeout;  ///< No limit when absent.
   /// From SIGTERM at the deadline to SIGKILL.
   std::chrono::milliseconds grace{2000};
-  /// Called on the calling thread with each line of output as it comes, without its line feed
-  /// (an unfinished last line at the end, one longer than 64 KiB in pieces of about that size, no
-  /// UTF-8 character cut apart). When it
-  /// throws, the child's group is killed and the exception goes to the caller.
+  /// Called on the calling thread for each line of output as it arrives, without its line feed.
+  /// Includes an unfinished last line; a line longer than 64 KiB comes in pieces of about that size
+  /// that don't split UTF-8 characters. If it throws, the child's group is killed and the exception
+  /// is passed on.
   std::function<void(std::string_view line)> onLine;
-  /// Output beyond this is read and dropped (a note of it closes the output).
+  /// Output beyond this is dropped; a note at the end says so.
   std::size_t maximumOutputBytes = std::size_t{64} * 1024 * 1024;
 };
 
 struct ProcessResult {
-  /// `exitCode` of a child whose status got lost: some other code of the process has waited for
-  /// it. It happens once at most: a shell reports the statuses of later children.
+  /// `exitCode` of a child whose status was lost because other code in the process waited for it.
+  /// Happens once at most: later children run under a shell that reports their status.
   static constexpr std::int32_t kUnknownStatus = -1;
 
-  /// The exit status; 128 + n when ended by signal n; 127 when the program could not be
-  /// started, 126 when it is there but not executable.
+  /// The exit status; 128 + n if killed by signal n; 127 if the program could not be started, 126
+  /// if it exists but is not executable.
   std::int32_t exitCode = 0;
-  std::string output;  ///< Standard output and error as they came, undecoded.
+  std::string output;  ///< Standard output and error, interleaved, undecoded.
   bool timedOut = false;
-  std::error_code startError;  ///< Why the program could not be started; none when it was.
-  std::string unusablePath;    ///< What `startError` is about: the program or its directory.
+  std::error_code startError;  ///< Why the program could not be started; 0 if it was.
+  std::string unusablePath;    ///< The path of `startError`: the program or its directory.
 };
 
-/// Runs the request in a session of its own, without a controlling terminal, and waits for the
-/// child's end. Every inherited descriptor but the three standard ones is closed in the child; its
-/// signal handlers and mask are the default ones. Its environment is made anew: PATH of the
-/// system's folders, HOME, USER and LOGNAME of this process's user, TMPDIR, and of the inherited
-/// one LANG and LC_* where they name locales. At the deadline the child and its group get SIGTERM,
-/// the grace, SIGKILL.
-/// What the pipe holds at the child's end is read; a grandchild that keeps it open is not waited
-/// for. A child that SIGKILL doesn't end within the grace either is left to itself (status 137).
-/// Changes no signal setting of the process, leaves no zombie and no descriptor, works from any
-/// thread and whatever the process does with SIGCHLD and SIGPIPE: where it would not learn a
-/// status (SIGCHLD is ignored), the program runs under a shell that reports it. Throws only what
-/// `onLine` throws and `std::bad_alloc`.
+/// Runs the request in a new session without a controlling terminal and waits for the child to
+/// exit. The child inherits only the three standard descriptors and has default signal handlers and
+/// mask. Its environment is built from scratch: PATH with the system's directories, HOME, USER and
+/// LOGNAME of this process's user, TMPDIR, and LANG and LC_* if they name locales. At the deadline
+/// the child and its group get SIGTERM and, after the grace period, SIGKILL. Output that is in the
+/// pipe when the child exits is read; a grandchild that keeps the pipe open is not waited for. A
+/// child that survives SIGKILL for another grace period is abandoned (status 137). Doesn't change
+/// the process's signal settings, leaves no zombie or descriptor behind, and works on any thread
+/// and whatever the process does with SIGCHLD and SIGPIPE: if the system would not report a status
+/// because SIGCHLD is ignored, the program runs under a shell that does. Throws only what `onLine`
+/// throws and `std::bad_alloc`.
 [[nodiscard]] ProcessResult runProcess(const ProcessRequest& request);
 
 }  // namespace platform

@@ -47,7 +47,7 @@ void appendQuoted(std::string& out, std::string_view text) {
   out += '"';
 }
 
-/// Appends the description of a value, one operation per type.
+/// Appends the description of a value; one overload per type.
 class Describer {
  public:
   explicit Describer(std::string& out) : out_(out) {}
@@ -103,10 +103,10 @@ class Describer {
   std::string& out_;
 };
 
-/// Whether `<` begins markup: a declaration, or a name that can't be hexadecimal data.
+/// Whether `<` begins markup (a declaration, or a name that can't be hexadecimal data).
 bool looksLikeXML(std::string_view bytes) {
   if (bytes.starts_with("\xFE\xFF") || bytes.starts_with("\xFF\xFE")) {
-    return true;  // UTF-16, which only this form comes in
+    return true;  // UTF-16, which only XML uses
   }
   if (bytes.starts_with("\xEF\xBB\xBF")) {
     bytes.remove_prefix(3);
@@ -157,7 +157,7 @@ std::string quotedExcerpt(std::string_view text) {
   std::size_t length = text.size();
   if (length > kLongest) {
     length = kLongest;
-    while (length > 0 && (text[length] & 0xC0) == 0x80) {  // not within a character
+    while (length > 0 && (text[length] & 0xC0) == 0x80) {  // not in the middle of a character
       --length;
     }
   }

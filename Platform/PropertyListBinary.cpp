@@ -1,4 +1,4 @@
-// The binary form, version 00: objects, a table of their offsets, a trailer of 32 bytes.
+// Reads the binary format, version 00: objects, a table of their offsets, a trailer of 32 bytes.
 #include <bit>
 #include <cmath>
 #include <cstdint>
@@ -13,9 +13,9 @@ namespace {
 constexpr std::string_view kHeader = "bplist00";
 constexpr std::size_t kTrailerSize = 32;
 
-/// Reads objects by recursive descent from the top one, to the bounded depth. An object may be
-/// referred to from many places and becomes a value of its own in each, so a small input could
-/// stand for an enormous tree; the memory that values take is therefore bounded, too.
+/// Reads objects recursively from the top one, with limited depth. An object that is referenced
+/// from several places is copied into each, so a small input could expand to an enormous tree; the
+/// memory for values is therefore limited, too.
 class BinaryReader {
  public:
   BinaryReader(std::string_view bytes, ValueBudget budget) : bytes_(bytes), budget_(budget) {}
@@ -26,7 +26,7 @@ class BinaryReader {
   }
 
  private:
-  /// Where an object's content is: after its marker and its count.
+  /// The position of an object's content, after its marker and count.
   struct Content {
     std::size_t start;
     std::size_t count;
@@ -41,7 +41,7 @@ class BinaryReader {
               message);
   }
 
-  /// A big-endian number of 1 to 8 bytes; the caller has checked that they are there.
+  /// Reads a big-endian number of 1 to 8 bytes, which must be in bounds.
   [[nodiscard]] std::uint64_t number(std::size_t start, std::size_t size) const {
     std::uint64_t value = 0;
     for (const char byte : bytes_.substr(start, size)) {
@@ -77,7 +77,7 @@ class BinaryReader {
                 std::to_string(top_));
     }
     isOpen_.resize(count_);
-    // What a tree without shared objects can take at most, twice, and room for small inputs.
+    // Twice what a tree without shared objects can need, plus room for small inputs.
     memoryLeft_ = 2 * (kMemoryOfValue + 1) * bytes_.size() + kMemoryForSmallInputs;
   }
 
@@ -94,7 +94,7 @@ class BinaryReader {
     }
   }
 
-  /// The content of an object whose marker holds its count, or has it follow as an integer.
+  /// The content of an object whose count is in its marker or follows as an integer.
   [[nodiscard]] Content content(std::uint64_t unitSize) const {
     std::uint64_t start = offset_ + 1;
     std::uint64_t count = number(offset_, 1) & 0x0F;
@@ -279,7 +279,7 @@ class BinaryReader {
     return dictionary;
   }
 
-  /// Reads an element; afterwards errors mean the collection again.
+  /// Reads an element; error positions then refer to the collection again.
   PropertyList readReferred(std::size_t start, std::size_t index, std::size_t depth) {
     const std::uint64_t collection = current_;
     const std::uint64_t offset = offset_;
@@ -301,9 +301,9 @@ class BinaryReader {
   std::uint64_t top_ = 0;
   std::uint64_t table_ = 0;
   std::uint64_t memoryLeft_ = 0;
-  std::vector<bool> isOpen_;   // the collections that are being read
-  std::uint64_t current_ = 0;  // the object that is being read,
-  std::uint64_t offset_ = 0;   // and where it starts
+  std::vector<bool> isOpen_;   // the collections being read
+  std::uint64_t current_ = 0;  // the object being read,
+  std::uint64_t offset_ = 0;   // and its position
 };
 
 }  // namespace

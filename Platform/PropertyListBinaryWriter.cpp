@@ -1,4 +1,4 @@
-// The binary form's writer: every value is an object of its own, in the order of their visit.
+// Writes the binary format: every value becomes an object, in the order of traversal.
 #include <bit>
 #include <cstdint>
 #include <stdexcept>
@@ -57,7 +57,7 @@ class BinaryWriter {
   void appendNumber(std::uint64_t value, std::size_t size) { out_ += numberBytes(value, size); }
   void appendMarker(std::uint8_t marker) { out_ += static_cast<char>(marker); }
 
-  /// A marker with a count in its lower half, or behind it where it does not fit.
+  /// A marker with the count in its lower four bits or, if that doesn't fit, after it.
   void appendCounted(Marker marker, std::size_t count) {
     constexpr std::size_t kCountFollows = 0x0F;
     appendMarker(marker | static_cast<std::uint8_t>(count < kCountFollows ? count : kCountFollows));
@@ -67,7 +67,7 @@ class BinaryWriter {
     }
   }
 
-  /// Writes the value and what it holds; the number of the object.
+  /// Writes the value and its elements; returns the object's number.
   std::uint64_t writeObject(const PropertyList& value) {
     const std::uint64_t object = offsets_.size();
     offsets_.push_back(out_.size());
@@ -128,7 +128,7 @@ class BinaryWriter {
     }
   }
 
-  /// A collection whose references are filled in as its elements get their numbers.
+  /// A collection whose references are filled in as its elements are numbered.
   class References {
    public:
     References(BinaryWriter& writer, Marker marker, std::size_t count, std::size_t references)

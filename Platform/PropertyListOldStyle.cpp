@@ -1,4 +1,4 @@
-// The old-style text form: { key = value; } ( a, b ) "text" token <0fbd77>, with comments.
+// Reads the old-style text format: { key = value; } ( a, b ) "text" token <0fbd77>, with comments.
 #include <algorithm>
 #include <array>
 #include <cstdint>
@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::string_view kEndOfText = "the end of the text";
 
-/// Octal escapes from \200 on are characters of this older set; 0 where it has none.
+/// Octal escapes from \200 on are in this older character set; 0 marks unassigned codes.
 constexpr std::array<char16_t, 128> kNextStepCharacters{
     0x00A0, 0x00C0, 0x00C1, 0x00C2, 0x00C3, 0x00C4, 0x00C5, 0x00C7, 0x00C8, 0x00C9, 0x00CA, 0x00CB,
     0x00CC, 0x00CD, 0x00CE, 0x00CF, 0x00D0, 0x00D1, 0x00D2, 0x00D3, 0x00D4, 0x00D5, 0x00D6, 0x00D9,
@@ -33,7 +33,7 @@ bool isUnquoted(char c) {
          c == '$' || c == '/' || c == ':' || c == '.' || c == '-';
 }
 
-/// The value of a digit of the base, 8 or 16; -1 for any other character.
+/// The value of a digit in base 8 or 16; -1 for any other character.
 int digitValue(char c, int base) {
   int value = -1;
   if (c >= '0' && c <= '9') {
@@ -46,7 +46,7 @@ int digitValue(char c, int base) {
   return value < base ? value : -1;
 }
 
-/// Reads by recursive descent, to the bounded depth.
+/// A recursive-descent parser with limited depth.
 class OldStyleReader {
  public:
   OldStyleReader(std::string_view text, ValueBudget budget) : text_(text), budget_(budget) {}
@@ -98,7 +98,7 @@ class OldStyleReader {
                             ", found " + found};
   }
 
-  /// Skips blanks and comments.
+  /// Skips white space and comments.
   void skipBlanks() {
     for (;;) {
       while (!atEnd() && isBlank(text_[position_])) {

@@ -1,4 +1,4 @@
-// The readers behind parsePropertyList, one per form. Internal.
+// The readers behind parsePropertyList, one per format. Internal.
 #pragma once
 #include <chrono>
 #include <cstddef>
@@ -9,12 +9,12 @@
 
 namespace platform {
 
-/// Arrays and dictionaries inside each other, counting the outermost.
+/// Nested arrays and dictionaries, counting the outermost.
 inline constexpr std::size_t kMaximumPropertyListDepth = 512;
 
 inline constexpr std::chrono::sys_days kPropertyListEpoch{std::chrono::year(2001) / 1 / 1};
 
-/// How many values a reader may still make.
+/// Limits how many values a reader creates.
 class ValueBudget {
  public:
   explicit ValueBudget(std::size_t most) : most_(most), left_(most) {}
@@ -36,12 +36,12 @@ class ValueBudget {
   std::size_t left_;
 };
 
-/// Each reads one whole property list of its form and throws a `PropertyListError`.
+/// Each reads one whole property list of its format and throws `PropertyListError` on failure.
 [[nodiscard]] PropertyList readXMLPropertyList(std::string_view bytes, ValueBudget budget);
 [[nodiscard]] PropertyList readBinaryPropertyList(std::string_view bytes, ValueBudget budget);
 [[nodiscard]] PropertyList readOldStylePropertyList(std::string_view bytes, ValueBudget budget);
 
-/// `text` in double quotation marks on one line, in an error message cut to a readable length.
+/// `text` in double quotes, on one line and shortened for error messages.
 [[nodiscard]] std::string quotedExcerpt(std::string_view text);
 
 }  // namespace platform

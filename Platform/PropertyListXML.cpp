@@ -1,4 +1,4 @@
-// The XML form: its reader, on Expat, and its writer.
+// Reads, with Expat, and writes the XML format.
 #include <expat.h>
 
 #include <algorithm>
@@ -59,7 +59,7 @@ constexpr std::array<std::string_view, 11> kTagNames{
 
 bool holdsElements(Tag tag) { return tag == Tag::plist || tag == Tag::dict || tag == Tag::array; }
 
-/// Drops a plus sign, which the standard library's readers don't take.
+/// Removes a plus sign, which from_chars doesn't accept.
 std::string_view withoutPlus(std::string_view text) {
   return text.starts_with('+') && !text.starts_with("+-") ? text.substr(1) : text;
 }
@@ -109,7 +109,7 @@ std::optional<PropertyList> parseDateText(std::string_view text) {
   return PropertyList::Value(PropertyListDate{static_cast<double>(sinceEpoch.count())});
 }
 
-/// Reads base 64, in which blanks may stand anywhere.
+/// Decodes base 64 with white space anywhere.
 std::optional<PropertyList> parseDataText(std::string_view text) {
   PropertyList::Data data;
   std::uint32_t bits = 0;
@@ -138,7 +138,7 @@ std::optional<PropertyList> parseDataText(std::string_view text) {
   return PropertyList::Value(std::move(data));
 }
 
-/// Builds the value from Expat's events; a stack holds the elements that are open.
+/// Builds the value from Expat's events with a stack of open elements.
 class XMLReader {
  public:
   explicit XMLReader(ValueBudget budget) : budget_(budget) {}
@@ -152,8 +152,7 @@ class XMLReader {
     XML_SetCharacterDataHandler(parser_.get(), onText);
     XML_SetStartDoctypeDeclHandler(parser_.get(), onDoctype);
     XML_SetSkippedEntityHandler(parser_.get(), onSkippedEntity);
-    // A declaration must come first for Expat, while what precedes a list elsewhere, a line feed
-    // after a heading, does no harm.
+    // Expat requires a declaration to come first; other readers accept white space before it.
     const std::string_view blanks = bytes.substr(0, bytes.find_first_not_of(" \t\r\n"));
     bytes.remove_prefix(blanks.size());
     linesBefore_ = static_cast<std::size_t>(std::ranges::count(blanks, '\n'));
@@ -180,7 +179,7 @@ class XMLReader {
   struct OpenElement {
     Tag tag;
     PropertyList value;              // of a dict or an array
-    std::optional<std::string> key;  // of a dict: the key that waits for its value
+    std::optional<std::string> key;  // of a dict: the key whose value comes next
   };
 
   struct FreeParser {
@@ -192,7 +191,8 @@ class XMLReader {
     throw PropertyListError{"line " + std::to_string(line) + ": " + message};
   }
 
-  /// Keeps exceptions out of Expat's frames: the first one ends the parsing and is thrown after.
+  /// Keeps exceptions out of Expat's frames: the first one stops the parser and is rethrown
+  /// afterwards.
   template <typename Action>
   static void guarded(void* self, Action action) {
     auto& reader = *static_cast<XMLReader*>(self);
@@ -220,7 +220,7 @@ class XMLReader {
   static void XMLCALL onDoctype(void* self, const XML_Char* /*name*/, const XML_Char* /*system*/,
                                 const XML_Char* /*identifier*/, int hasInternalSubset) {
     guarded(self, [&](XMLReader& reader) {
-      if (hasInternalSubset != 0) {  // its entities and defaults could swell the document
+      if (hasInternalSubset != 0) {  // its entities and defaults could blow up the document
         reader.fail("expected a document type without declarations of its own");
       }
     });
@@ -355,7 +355,7 @@ class XMLReader {
   std::exception_ptr failure_;
 };
 
-/// Appends the element of a value, one operation per type.
+/// Appends the element for a value; one overload per type.
 class XMLWriter {
  public:
   XMLWriter(std::string& out, std::size_t depth) : out_(out), depth_(depth) {}
@@ -373,7 +373,7 @@ class XMLWriter {
   void operator()(bool flag) const { writeLine(flag ? "<true/>" : "<false/>"); }
 
   void operator()(PropertyListDate date) const {
-    constexpr double kBeyondTheYears = 1e12;  // keeps NaN and what no integer holds out
+    constexpr double kBeyondTheYears = 1e12;  // excludes NaN and what no integer can hold
     const double whole = std::floor(date.secondsSince2001);
     const bool convertible = std::abs(whole) < kBeyondTheYears;
     const auto moment =
@@ -488,7 +488,7 @@ class XMLWriter {
           escaped += character;
       }
     }
-    // U+FFFE and U+FFFF are UTF-8 but no characters of XML.
+    // U+FFFE and U+FFFF are valid in UTF-8 but not in XML.
     if (text.find("\xEF\xBF\xBE") != std::string_view::npos ||
         text.find("\xEF\xBF\xBF") != std::string_view::npos) {
       refuse();

@@ -1,4 +1,4 @@
-// Real numbers as text and back, whatever the locale.
+// Real numbers to text and back, independent of the locale.
 #pragma once
 #include <optional>
 #include <string>
@@ -6,15 +6,14 @@
 
 namespace platform {
 
-/// The number that the whole text is, with an optional minus sign, in decimal or scientific form,
-/// or «inf», «infinity» or «nan» in any letter case; absent for anything else and for a number out
-/// of range.
+/// Parses the whole text: an optional minus sign, then decimal or scientific notation or «inf»,
+/// «infinity» or «nan» in any letter case. Absent for anything else and for numbers out of range.
 [[nodiscard]] std::optional<double> parseReal(std::string_view text);
 
-/// The shortest text that `parseReal` reads as the same number, in decimal or scientific form.
+/// The shortest text, in decimal or scientific notation, that `parseReal` reads as the same number.
 [[nodiscard]] std::string shortestText(double number);
 
-/// The number in decimal form, rounded to so many places behind the point.
+/// The number in decimal notation, rounded to this many decimal places.
 [[nodiscard]] std::string decimalText(double number, int places);
 
 }  // namespace platform

@@ -1,4 +1,4 @@
-// A run loop per thread: waits for the input sources that its owner added.
+// A run loop per thread, which waits for input sources.
 #pragma once
 #include <chrono>
 #include <functional>
@@ -7,19 +7,19 @@
 
 namespace platform {
 
-/// The calling thread's run loop in its default mode. On macOS that is the thread's CFRunLoop, so
-/// sources that the agent has added to it by itself count, too. Every operation but `signal` of a
-/// source is for the loop's own thread.
+/// The calling thread's run loop in its default mode. On macOS this is the thread's CFRunLoop, so
+/// sources that the agent has added to that count, too. Everything except a source's `signal` must
+/// be called on the loop's thread.
 ///
-/// The library waits for the prompt about running applications with the run loop of the thread that
+/// The library waits for the prompt about running applications in the run loop of the thread that
 /// calls `ProcessPatchActions::execute`, and a loop without an input source does not wait. A thread
-/// that has none needs one for as long as it runs actions:
+/// without one must add one while it runs actions:
 ///
 ///     const auto source = platform::RunLoop::current().addSource([] {});
 class RunLoop {
  public:
-  /// Something that a run loop waits for. `signal()` may be called from any thread; the loop
-  /// then calls `perform` on its own thread.
+  /// An input source. `signal()` may be called on any thread; the loop then calls `perform` on its
+  /// own.
   class Source {
    public:
     virtual ~Source() = default;
@@ -28,9 +28,9 @@ class RunLoop {
 
   static RunLoop& current();
   virtual ~RunLoop() = default;
-  /// Adds a source; it stays for as long as the returned object lives.
+  /// Adds a source, which stays until the returned object is destroyed.
   [[nodiscard]] virtual std::shared_ptr<Source> addSource(std::function<void()> perform) = 0;
-  /// Runs until `duration` has passed or one source has fired. False, at once, when the loop has
+  /// Runs until `duration` has passed or a source has fired. Returns false immediately if there is
   /// no source.
   virtual bool runDefaultMode(std::chrono::milliseconds duration) = 0;
 };

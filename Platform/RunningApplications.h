@@ -1,4 +1,4 @@
-// Running applications: processes of application bundles, and their termination.
+// Finds and kills running applications, which are processes of application bundles.
 #pragma once
 #include <cstdint>
 #include <memory>
@@ -9,8 +9,8 @@
 
 namespace platform {
 
-/// One running application. It stands for the very process that was found: once that has ended,
-/// a later process with the same id is not meant.
+/// One running application. It refers to the process that was found, never to a later one with the
+/// same id.
 class ApplicationProcess {
  public:
   virtual ~ApplicationProcess() = default;
@@ -24,11 +24,10 @@ class ApplicationProcess {
   virtual bool forceTerminate() = 0;
 };
 
-/// The running applications whose bundle bears exactly `bundleIdentifier`, by process id. A
-/// process belongs to a bundle when its executable, or the script that it interprets, lies in
-/// `X.app/Contents/MacOS/` and `X.app/Contents/Info.plist` bears the identifier. Processes that
-/// may not be looked at, or end meanwhile, are left out. An application without an identifier
-/// answers to none: an empty `bundleIdentifier` finds nothing.
+/// The running applications whose bundle has exactly this identifier, ordered by process id. A
+/// process belongs to a bundle if its executable, or the script that it interprets, is in
+/// `X.app/Contents/MacOS/` and `X.app/Contents/Info.plist` has the identifier. Processes that can't
+/// be inspected or exit during the search are left out. An empty `bundleIdentifier` finds nothing.
 [[nodiscard]] std::vector<std::unique_ptr<ApplicationProcess>> runningApplications(
     std::string_view bundleIdentifier);
 

@@ -16,11 +16,11 @@ namespace {
 using Milliseconds = std::chrono::milliseconds;
 
 constexpr pid_t kFree = 0;
-constexpr Milliseconds kBetweenLooks{10};
+constexpr Milliseconds kPollInterval{10};
 constexpr Milliseconds kUntilKilled{500};  // a process that hangs in the kernel is left
 
-// A fixed array of atomics, since a signal handler may neither lock nor allocate.
-// A group that was signalled stands there as its negative number.
+// A fixed array of atomics, since a signal handler may neither lock nor allocate. A group that was
+// signalled is stored as a negative number.
 using Groups = std::array<std::atomic<pid_t>, 128>;
 static_assert(std::atomic<pid_t>::is_always_lock_free);
 constinit Groups runningGroups{};
@@ -30,10 +30,10 @@ void pause(Milliseconds duration) {
   ::nanosleep(&time, nullptr);
 }
 
-/// Whether the leader has not ended yet; when it has, it is reaped.
+/// Whether the leader is still running; reaps it otherwise.
 bool leaderRuns(pid_t group) { return ::waitpid(group, nullptr, WNOHANG) == 0; }
 
-/// Whether something of the group is left.
+/// Whether the group still has members.
 bool isThere(pid_t group) { return leaderRuns(group) || ::kill(-group, 0) == 0 || errno == EPERM; }
 
 void signalAll(int signal) {
@@ -46,7 +46,7 @@ void signalAll(int signal) {
   }
 }
 
-/// Waits until `holds` is true of no group, at most for `limit`. False when the time ran out.
+/// Waits until `holds` is false for every group, at most for `limit`. Returns false on timeout.
 bool waitWhileAny(bool (*holds)(pid_t group), Milliseconds limit) {
   const auto any = [&] {
     return std::ranges::any_of(runningGroups, [&](const std::atomic<pid_t>& slot) {
@@ -54,11 +54,11 @@ bool waitWhileAny(bool (*holds)(pid_t group), Milliseconds limit) {
       return group != kFree && holds(std::abs(group));
     });
   };
-  for (Milliseconds waited{0}; any(); waited += kBetweenLooks) {
+  for (Milliseconds waited{0}; any(); waited += kPollInterval) {
     if (waited >= limit) {
       return false;
     }
-    pause(kBetweenLooks);
+    pause(kPollInterval);
   }
   return true;
 }
@@ -70,7 +70,7 @@ bool endRunningProcesses(Milliseconds grace) noexcept {
     return false;
   }
   signalAll(SIGTERM);
-  signalAll(SIGCONT);  // a stopped process can't act on the other otherwise
+  signalAll(SIGCONT);  // a stopped process couldn't handle SIGTERM
   if (!waitWhileAny(isThere, grace)) {
     signalAll(SIGKILL);
     (void)waitWhileAny(leaderRuns, kUntilKilled);

@@ -1,5 +1,5 @@
-// Knows the children that `runProcess` waits for, so that a process which must end at once leaves
-// none behind.
+// Tracks the children that `runProcess` waits for, so that a process that has to exit can kill
+// them.
 #pragma once
 #include <sys/types.h>
 
@@ -8,14 +8,13 @@
 
 namespace platform {
 
-/// Ends the children that `runProcess` is waiting for, each with its whole group: SIGTERM, then
-/// SIGKILL for what has not ended after `grace`. True when there was one. Safe in a signal
-/// handler and on any thread. The children may be reaped here: a `runProcess` that goes on reports
-/// status 143 for them.
+/// Kills the children that `runProcess` is waiting for, with their groups: SIGTERM, then SIGKILL
+/// after `grace`. Returns whether there was one. Safe in signal handlers and on any thread. The
+/// children may be reaped here; `runProcess` then reports status 143 for them.
 bool endRunningProcesses(std::chrono::milliseconds grace) noexcept;
 
-/// For `runProcess`: makes a child known for as long as it may be signalled. Of more than 128
-/// children at a time, those beyond are not known.
+/// For `runProcess`: registers a child for as long as it may be signalled. At most 128 children are
+/// tracked at a time.
 class RunningProcess {
  public:
   /// `pid` leads its own group and is not reaped before `forget`. Construct with signals blocked

@@ -1,11 +1,11 @@
-// Keeps signals away from a thread for a while.
+// Blocks signals in a thread.
 #pragma once
 #include <signal.h>  // NOLINT(modernize-deprecated-headers): POSIX, not only C
 
 namespace platform {
 
-/// While it lives, no signal handler runs on the calling thread, nor on threads that it starts,
-/// which take its signal mask over. What comes meanwhile is delivered afterwards.
+/// Blocks all signals in the calling thread, and in threads that it starts, for its lifetime.
+/// Pending signals are delivered afterwards.
 class SignalsHeld {
  public:
   SignalsHeld() noexcept {

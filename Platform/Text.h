@@ -1,4 +1,4 @@
-// The few operations on text that every layer needs, in one place.
+// String helpers for all layers.
 #pragma once
 #include <charconv>
 #include <concepts>
@@ -9,8 +9,8 @@
 
 namespace platform {
 
-/// The integer that the whole text is, digits with a minus sign for signed types; absent for
-/// anything else (an empty text, a plus sign, blanks) and for a number out of range.
+/// Parses the whole string as digits, with an optional minus sign for signed types. Absent for
+/// anything else (an empty string, a plus sign, white space) and for numbers out of range.
 template <std::integral Number>
 [[nodiscard]] std::optional<Number> wholeNumber(std::string_view text, int base = 10) noexcept {
   Number number{};
@@ -20,7 +20,7 @@ template <std::integral Number>
   return error == std::errc{} && stop == end ? std::optional(number) : std::nullopt;
 }
 
-/// The text without the blanks at both ends.
+/// The string without leading and trailing white space.
 [[nodiscard]] constexpr std::string_view trimmed(std::string_view text,
                                                  std::string_view blanks = " \t\n\v\f\r") noexcept {
   const std::size_t first = text.find_first_not_of(blanks);
@@ -29,7 +29,7 @@ template <std::integral Number>
              : text.substr(first, text.find_last_not_of(blanks) - first + 1);
 }
 
-/// The texts with `separator` between them.
+/// The strings joined with `separator`.
 template <typename Texts>
 [[nodiscard]] std::string joined(const Texts& texts, std::string_view separator) {
   std::string out;

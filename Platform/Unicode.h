@@ -1,4 +1,4 @@
-// Checks and makes UTF-8.
+// Validates and encodes UTF-8.
 #pragma once
 #include <cstddef>
 #include <string>
@@ -6,21 +6,20 @@
 
 namespace platform {
 
-/// The length of the well-formed UTF-8 sequence (1 to 4 bytes) that `text` begins with; 0 when it
-/// begins with none. Overlong forms, surrogates and values above U+10FFFF are none.
+/// The length (1 to 4) of the valid UTF-8 sequence at the start of `text`; 0 if there is none.
+/// Overlong forms, surrogates and values above U+10FFFF are invalid.
 [[nodiscard]] std::size_t utf8SequenceLength(std::string_view text) noexcept;
 
-/// The offset of the first byte that belongs to no well-formed UTF-8 sequence; `npos` when the
-/// whole text is UTF-8.
+/// The offset of the first byte that isn't part of a valid UTF-8 sequence; `npos` if there is none.
 [[nodiscard]] std::size_t findInvalidUTF8(std::string_view text) noexcept;
 
-/// The code point of one well-formed sequence.
+/// The code point of one valid sequence.
 [[nodiscard]] char32_t decodeUTF8(std::string_view sequence) noexcept;
 
-/// Appends one code point, which is neither a surrogate nor above U+10FFFF.
+/// Appends one code point, which must not be a surrogate or above U+10FFFF.
 void appendUTF8(std::string& out, char32_t codePoint);
 
-/// The UTF-16 units of a text that is UTF-8.
+/// Converts valid UTF-8 to UTF-16.
 [[nodiscard]] std::u16string toUTF16(std::string_view text);
 
 [[nodiscard]] constexpr bool isHighSurrogate(char32_t unit) noexcept {
@@ -29,7 +28,7 @@ void appendUTF8(std::string& out, char32_t codePoint);
 [[nodiscard]] constexpr bool isLowSurrogate(char32_t unit) noexcept {
   return unit >= 0xDC00 && unit < 0xE000;
 }
-/// The code point that a high and a low surrogate stand for together.
+/// The code point encoded by a surrogate pair.
 [[nodiscard]] constexpr char32_t joinSurrogates(char32_t high, char32_t low) noexcept {
   return 0x10000 + ((high - 0xD800) << 10) + (low - 0xDC00);
 }

@@ -1,4 +1,4 @@
-// Who uses the machine: the console, the sessions, the accounts.
+// Users of the machine: console user, sessions, accounts.
 #pragma once
 #include <cstdint>
 #include <optional>
@@ -8,21 +8,21 @@
 
 namespace platform {
 
-/// Whether the name is no person's: that of the system, of its login window or of its assistant.
+/// Whether the name belongs to the system, its login window or its setup assistant rather than to a
+/// person.
 [[nodiscard]] constexpr bool isNobodysSession(std::string_view user) noexcept {
   return user.empty() || user == "root" || user == "loginwindow" || user == "_mbsetupuser";
 }
 
-/// The short name of the user at the console, absent when there is none. macOS says it itself; on
-/// Linux it is the owner of /dev/console; else the user of a utmpx entry on the line `console`,
-/// else of one on a local terminal. Names that are nobody's session are passed over.
+/// The short name of the console user; absent when there is none. On macOS the system reports it.
+/// On Linux it is the owner of /dev/console, else the user of a utmpx entry for the line `console`,
+/// else of one for a local terminal. Names that don't belong to a person are skipped.
 [[nodiscard]] std::optional<std::string> consoleUserName();
 
-/// The distinct users of the session records whose process lives, in their order; empty when nobody
-/// is logged on.
+/// The distinct users of all sessions whose process is alive, in the order of the records.
 [[nodiscard]] std::vector<std::string> loggedOnUserNames();
 
-/// The numeric id of the user that this process acts as.
+/// This process's effective user id.
 [[nodiscard]] std::uint32_t ownUserID() noexcept;
 
 struct Account {
@@ -30,10 +30,10 @@ struct Account {
   std::string home;  ///< Its home directory.
 };
 
-/// The account that this process acts as; absent when its user has none.
+/// The account of this process's effective user; absent if there is none.
 [[nodiscard]] std::optional<Account> ownAccount();
 
-/// The numeric id of a local account; absent when there is none of that name.
+/// The user id of a local account; absent if there is no such account.
 [[nodiscard]] std::optional<std::uint32_t> userID(const std::string& name);
 
 }  // namespace platform

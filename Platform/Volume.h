@@ -1,4 +1,4 @@
-// Capacity of a file system's volume.
+// Free space of a volume.
 #pragma once
 #include <cstdint>
 #include <expected>
@@ -7,9 +7,9 @@
 
 namespace platform {
 
-/// Bytes that a process without privileges may still write on the volume of `path`, saturated at
-/// 2^63 - 1: what the file system holds back for root does not count. An absent value: the volume
-/// reports none. The error text is the system's reason.
+/// Bytes available to unprivileged processes on the volume of `path`, excluding what is reserved
+/// for root; saturates at 2^63 - 1. Absent if the volume doesn't report it. The error is the
+/// system's message.
 [[nodiscard]] std::expected<std::optional<std::int64_t>, std::string> availableCapacity(
     const std::string& path);
 

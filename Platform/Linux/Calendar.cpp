@@ -5,15 +5,16 @@
 #include <time.h>    // NOLINT(modernize-deprecated-headers): strftime_l is POSIX
 
 #include <array>
-#include <cstdio>
 #include <ctime>
+
+#include "Platform/Posix/Formatted.h"
 
 namespace platform {
 namespace {
 
 using std::chrono::year_month_day;
 
-/// Lends a locale for the scope; null when it isn't installed.
+/// The locale that the environment names; null when it isn't installed.
 class LocaleOfEnvironment {
  public:
   LocaleOfEnvironment() : locale_(newlocale(LC_TIME_MASK | LC_CTYPE_MASK, "", nullptr)) {}
@@ -45,13 +46,6 @@ std::string abbreviatedMonth(std::chrono::month month) {
     }
   }
   return kEnglish.at(index);
-}
-
-template <typename... Numbers>
-std::string formatted(const char* format, Numbers... numbers) {
-  std::array<char, 128> buffer{};
-  std::snprintf(buffer.data(), buffer.size(), format, numbers...);
-  return buffer.data();
 }
 
 }  // namespace

@@ -2,8 +2,8 @@
 
 namespace platform {
 
-// Where core files go to a program, the kernel ignores every limit but this one, which stands for
-// "none"; a file of one byte it does not begin.
+// When core files are piped to a program, the kernel ignores every limit except 1, which means no
+// core file. As a size limit, one byte is too small for any core file.
 rlim_t limitWithoutCoreFile() noexcept { return 1; }
 
 }  // namespace platform

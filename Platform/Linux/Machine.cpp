@@ -16,7 +16,7 @@ std::string_view environment(const char* name) {
   return value == nullptr ? std::string_view{} : std::string_view{value};
 }
 
-/// «en_US.UTF-8@euro» as the tag «en-US»; empty for the locales without a language.
+/// Converts «en_US.UTF-8@euro» to «en-US»; empty for locales without a language.
 std::string languageTag(std::string_view locale) {
   std::string tag(locale.substr(0, locale.find_first_of(".@")));
   if (tag == "C" || tag == "POSIX") {
@@ -44,7 +44,7 @@ bool isAppleSilicon() {
   return kind == "arm64" || kind == "aarch64";
 }
 
-std::optional<std::string> productVersionFromKernel() { return std::nullopt; }  // it is no macOS
+std::optional<std::string> productVersionFromKernel() { return std::nullopt; }  // this isn't macOS
 
 std::vector<std::string> preferredLanguages() {
   std::vector<std::string> tags;
@@ -54,7 +54,7 @@ std::vector<std::string> preferredLanguages() {
     add(tags, list.substr(0, end));
     list.remove_prefix(std::min(end + 1, list.size()));
   }
-  // Of the locale's variables the first that is set speaks alone.
+  // Only the first locale variable that is set counts.
   for (const char* name : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
     if (const std::string_view locale = environment(name); !locale.empty()) {
       add(tags, locale);

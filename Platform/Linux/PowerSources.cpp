@@ -20,19 +20,19 @@ namespace {
 constexpr const char* kSuppliesFolder = "/sys/class/power_supply";
 constexpr std::uint64_t kLargestAttribute = std::uint64_t{64} * 1024;
 
-/// One folder of the kernel's, an attribute a file.
+/// One directory of the kernel's class; each attribute is a file.
 class Supply {
  public:
   explicit Supply(std::filesystem::path folder)
       : folder_(std::move(folder)), type_(text("type")), status_(text("status")) {}
 
   [[nodiscard]] std::string name() const { return folder_.filename().string(); }
-  /// A battery or an uninterruptible power supply of the machine, in its place.
+  /// A battery or an uninterruptible power supply.
   [[nodiscard]] bool storesEnergy() const {
     return (isUPS() || type_ == "Battery") && number("present") != 0;
   }
   [[nodiscard]] bool isUPS() const { return type_ == "UPS"; }
-  /// Feeds the machine from outside: mains, USB, wireless.
+  /// An external supply: mains, USB, wireless.
   [[nodiscard]] bool isMains() const { return !isUPS() && type_ != "Battery"; }
   [[nodiscard]] bool isOnline() const { return number("online").value_or(0) != 0; }
   /// Belongs to a mouse or another device, not to the machine.
@@ -62,8 +62,8 @@ struct Mains {
   bool online = false;
 };
 
-/// Discharging and charging speak for themselves. In any other state (full, kept below full,
-/// unknown) the supplies from outside decide; where the kernel lists none, the battery's word.
+/// Discharging and charging are unambiguous. In any other state (full, held below full, unknown)
+/// the external supplies decide, or the battery itself if the kernel lists none.
 bool isOnMains(const Supply& battery, const Mains& mains) {
   const std::string& status = battery.status();
   if (status == "Discharging" || status == "Charging") {
@@ -119,7 +119,7 @@ PropertyList describe(const Supply& battery, const Mains& mains) {
 
 std::vector<PropertyList> readPowerSupplies(const std::string& root) {
   std::vector<std::filesystem::path> folders;
-  // The standard library's iterator ends the process when it gets no memory.
+  // The standard library's directory iterator terminates the process when allocation fails.
   const std::unique_ptr<DIR, int (*)(DIR*)> entries(::opendir(root.c_str()), ::closedir);
   while (const dirent* entry = entries ? ::readdir(entries.get()) : nullptr) {
     if (const std::string_view name = entry->d_name; name != "." && name != "..") {

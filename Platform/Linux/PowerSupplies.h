@@ -1,4 +1,4 @@
-// The kernel's power supplies, from any copy of their folder.
+// Reads power supplies from a directory laid out like the kernel's.
 #pragma once
 #include <string>
 #include <vector>
@@ -7,7 +7,7 @@
 
 namespace platform {
 
-/// What `powerSources()` answers when `root` is its /sys/class/power_supply.
+/// `powerSources()` with `root` in place of /sys/class/power_supply.
 [[nodiscard]] std::vector<PropertyList> readPowerSupplies(const std::string& root);
 
 }  // namespace platform

@@ -22,8 +22,8 @@ int startIn(posix_spawn_file_actions_t& actions, const char* directory) {
 short ownSessionFlags() { return POSIX_SPAWN_SETSID; }
 
 std::ptrdiff_t writeWithoutSignal(int descriptor, std::string_view bytes) noexcept {
-  // The signal goes to the writing thread: it is blocked in this thread alone and taken back before
-  // the mask is restored.
+  // SIGPIPE is directed at the writing thread, so it is blocked in this thread only and consumed
+  // before the mask is restored.
   sigset_t pipeSignal;
   sigset_t former;
   sigset_t pending;

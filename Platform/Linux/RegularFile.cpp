@@ -16,7 +16,7 @@ Descriptor openUninterrupted(const std::string& path, int flags) {
   return aboveStandard(opened);
 }
 
-/// The error of a file that is not regular; 0 for a regular one.
+/// The errno value for a file that is not regular; 0 for a regular file.
 int errorOf(mode_t mode) {
   if (S_ISREG(mode)) {
     return 0;
@@ -30,7 +30,7 @@ int errorOf(mode_t mode) {
 }  // namespace
 
 Descriptor openRegularFile(const std::string& path, bool followLinks) {
-  // A place in the file system, not an open file yet; what is opened then is that very file.
+  // An O_PATH descriptor only names the file; reopening it through /proc opens that same file.
   const Descriptor place = openUninterrupted(path, O_PATH | (followLinks ? 0 : O_NOFOLLOW));
   struct stat status{};
   if (!place || ::fstat(place.get(), &status) != 0) {

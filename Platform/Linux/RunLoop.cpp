@@ -11,8 +11,8 @@ namespace {
 
 class SignalledSource;
 
-/// The sources of one loop that were signalled and not yet served, oldest first. Shared by the
-/// loop and its sources, so that a signal that comes after the loop's thread has ended is safe.
+/// The signalled sources of one loop that have not been served yet, oldest first. Shared by the
+/// loop and its sources, so that signalling a source after the loop's thread has ended is safe.
 struct Mailbox {
   std::mutex mutex;
   std::condition_variable arrived;
@@ -37,7 +37,7 @@ class SignalledSource final : public RunLoop::Source,
     mailbox_->arrived.notify_one();
   }
 
-  /// For the loop, under the mailbox's lock: the next signal counts anew.
+  /// Called by the loop with the mailbox locked: the next signal enqueues the source again.
   void taken() { waiting_ = false; }
   void perform() const { perform_(); }
 
@@ -61,18 +61,20 @@ class ThreadRunLoop final : public RunLoop {
       return false;
     }
     if (const std::shared_ptr<SignalledSource> source = nextSignalled(duration)) {
-      source->perform();  // without the lock: it may signal, add and run sources
+      source->perform();  // unlocked: it may signal, add and run sources
     }
     return true;
   }
 
  private:
-  /// The source that was signalled first, waited for at most `duration`; null when none was. A
-  /// source that was removed since it was signalled is passed over.
+  /// Waits for at most `duration` for the source that was signalled first; null when none was.
+  /// Sources removed since they were signalled are skipped.
   std::shared_ptr<SignalledSource> nextSignalled(std::chrono::milliseconds duration) {
-    constexpr std::chrono::milliseconds kLongest = std::chrono::years(1);  // the clock can add it
+    constexpr std::chrono::milliseconds kLongest =
+        std::chrono::years(1);  // so that adding it to now can't overflow
     const auto deadline = std::chrono::steady_clock::now() + std::min(duration, kLongest);
-    std::shared_ptr<SignalledSource> next;  // outlives the lock, as its end may run any code
+    std::shared_ptr<SignalledSource>
+        next;  // outlives the lock, since its destructor may run any code
     std::unique_lock lock(mailbox_->mutex);
     const auto hasSignal = [&] { return !mailbox_->signalled.empty(); };
     while (!next && mailbox_->arrived.wait_until(lock, deadline, hasSignal)) {

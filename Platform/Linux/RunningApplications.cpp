@@ -25,12 +25,13 @@ namespace {
 
 constexpr std::string_view kProgramFolder = "/Contents/MacOS";
 constexpr std::string_view kBundleExtension = ".app";
-constexpr std::string_view kDeletedMark = " (deleted)";  // the kernel's, on a link to a gone file
+constexpr std::string_view kDeletedMark =
+    " (deleted)";  // appended by the kernel to links to deleted files
 constexpr std::size_t kReadOfCommandLine = 4096;
 constexpr std::size_t kReadOfStatus = 1024;
-constexpr std::size_t kReadOfScript = 256;  // what the kernel reads of its first line
-constexpr std::size_t kLongestName = 255;   // bytes, as of a file's name
-// Anyone may own a bundle; what its information file costs this process is bounded.
+constexpr std::size_t kReadOfScript = 256;  // how much of the first line the kernel reads
+constexpr std::size_t kLongestName = 255;   // bytes, as for file names
+// Any user may own a bundle, so the cost of reading its Info.plist is bounded.
 constexpr std::uint64_t kLargestInformationFile = std::uint64_t{256} << 10;
 constexpr std::size_t kMostInformationValues = 16'384;
 
@@ -54,7 +55,7 @@ std::optional<std::string> readLink(const std::string& path) {
                   : std::optional(std::string(target.data(), static_cast<std::size_t>(size)));
 }
 
-/// The first bytes of a regular file, at most `most`. Empty on failure.
+/// At most `most` bytes from the start of a regular file. Empty on failure.
 std::string beginningOf(const std::string& path, std::size_t most) {
   const Descriptor file = openRegularFile(path);
   std::string bytes;
@@ -69,14 +70,14 @@ std::string_view parentOf(std::string_view path) {
 }
 std::string_view lastPartOf(std::string_view path) { return path.substr(path.rfind('/') + 1); }
 
-/// Takes the first piece of `text` away, up to `separator` or the end.
+/// Removes and returns the first part of `text`, up to `separator` or the end.
 std::string_view takePiece(std::string_view& text, char separator) {
   const std::string_view piece = text.substr(0, text.find(separator));
   text.remove_prefix(std::min(piece.size() + 1, text.size()));
   return piece;
 }
 
-/// The «X.app» of a program «…/X.app/Contents/MacOS/name»; empty for any other path.
+/// The «X.app» directory of an executable «…/X.app/Contents/MacOS/name»; empty for any other path.
 std::string_view bundleNameOf(std::string_view program) {
   const std::string_view folder = parentOf(program);
   if (!folder.ends_with(kProgramFolder)) {
@@ -87,19 +88,19 @@ std::string_view bundleNameOf(std::string_view program) {
   return isBundle ? name : std::string_view{};
 }
 
-/// The information file of the bundle whose program is at `program`.
+/// The Info.plist of the bundle whose executable is `program`.
 std::string informationFile(std::string_view program) {
   return std::string(parentOf(program)) + "/../Info.plist";
 }
 
-/// A program of some bundle, as a process runs it.
+/// A bundle's executable that a process is running.
 struct Program {
-  std::string path;      ///< As its process would name it.
-  std::string openable;  ///< Where this process finds the same file.
+  std::string path;      ///< The path as its process sees it.
+  std::string openable;  ///< The path of the same file for this process.
 };
 
-/// The file that an argument of the process names, with its links followed; absent when it names
-/// no regular file.
+/// The regular file that an argument of the process names, with links resolved; absent if there is
+/// none.
 std::optional<Program> fileNamedBy(std::string_view argument, const std::string& process) {
   const bool isAbsolute = argument.starts_with('/');
   const std::string named = process + (isAbsolute ? "/root" : "/cwd/") + std::string(argument);
@@ -111,8 +112,8 @@ std::optional<Program> fileNamedBy(std::string_view argument, const std::string&
   return Program{.path = path, .openable = path};
 }
 
-/// Whether the program of the process at `process` (its folder in /proc) is the one that the
-/// script's first line names. A file that is only looked at, by an editor say, doesn't run.
+/// Whether the process at `process` (its directory in /proc) is the script's interpreter. Otherwise
+/// it only has the file as an argument, like an editor.
 bool isInterpreterOf(const std::string& process, std::string_view name, const std::string& script) {
   const std::string beginning = beginningOf(script, kReadOfScript);
   std::string_view line = beginning;
@@ -136,8 +137,8 @@ bool isInterpreterOf(const std::string& process, std::string_view name, const st
   return false;
 }
 
-/// The executable itself, when it is a bundle's. The kernel names it by this process's own root
-/// where that reaches it, else by the root of the process.
+/// The executable itself if it is in a bundle. The kernel gives the path relative to this process's
+/// root if it is reachable from there, else to the root of the other process.
 std::optional<Program> ownProgram(const std::string& process, std::string path) {
   if (path.ends_with(kDeletedMark) && !identityOf(path)) {
     path.resize(path.size() - kDeletedMark.size());
@@ -151,7 +152,7 @@ std::optional<Program> ownProgram(const std::string& process, std::string path) 
       return Program{.path = path, .openable = root + path};
     }
   }
-  for (const std::string& root : roots) {  // the file has been replaced, as by an update
+  for (const std::string& root : roots) {  // the file was replaced, for example by an update
     if (identityOf(informationFile(root + path))) {
       return Program{.path = path, .openable = root + path};
     }
@@ -159,9 +160,9 @@ std::optional<Program> ownProgram(const std::string& process, std::string path) 
   return std::nullopt;
 }
 
-/// The script that the process interprets, when it is a bundle's: the first argument that names a
-/// file. Those before it are options and their values; a text that is itself the program («-c») is
-/// no script, and what follows it is its arguments.
+/// The script that the process interprets if it is in a bundle: the first argument that names a
+/// file. Arguments before it are options and their values; after «-c» the program is given inline
+/// and there is no script.
 std::optional<Program> interpretedScript(const std::string& process) {
   const std::string commandLine = beginningOf(process + "/cmdline", kReadOfCommandLine);
   std::string_view arguments = commandLine;
@@ -181,8 +182,8 @@ std::optional<Program> interpretedScript(const std::string& process) {
   return std::nullopt;
 }
 
-/// The program of a bundle that the process runs; absent for any other process and for one that
-/// can't be looked at. A process that has ended and waits for its parent has no executable.
+/// The bundle executable that the process is running; absent for any other process and for one that
+/// can't be inspected. A zombie has no executable.
 std::optional<Program> bundleProgram(const std::string& process) {
   std::optional<std::string> executable = readLink(process + "/exe");
   if (!executable) {
@@ -192,10 +193,10 @@ std::optional<Program> bundleProgram(const std::string& process) {
   return program ? std::move(program) : interpretedScript(process);
 }
 
-/// What a bundle's information file says.
+/// The contents of a bundle's Info.plist.
 struct Information {
   std::string identifier;
-  std::string name;  ///< Empty when the file has none.
+  std::string name;  ///< Empty if missing.
 };
 
 std::string textUnder(const PropertyList& list, std::string_view key) {
@@ -204,13 +205,13 @@ std::string textUnder(const PropertyList& list, std::string_view key) {
   return text == nullptr ? std::string{} : *text;
 }
 
-/// A name that can be shown and handed to a program; empty when the file has no such name.
+/// A name that is safe to show and to pass to a program; empty if the file has none.
 std::string nameUnder(const PropertyList& list, std::string_view key) {
   std::string name = textUnder(list, key);
   return name.size() <= kLongestName && !name.contains('\0') ? name : std::string{};
 }
 
-/// The information files of one search, each read once.
+/// The Info.plist files of one search, each read once.
 class InformationFiles {
  public:
   /// Null when there is no such file.
@@ -249,14 +250,12 @@ bool hasEnded(const Descriptor& pidfd) {
   return ::poll(&event, 1, 0) > 0;
 }
 
-/// When the process with this id started, in ticks since the machine did; absent when there is
-/// none.
+/// The start time of the process with this id, in ticks since boot; absent when there is none.
 std::optional<std::uint64_t> startOf(pid_t pid) {
   const std::string status = beginningOf("/proc/" + std::to_string(pid) + "/stat", kReadOfStatus);
   std::string_view fields = status;
   fields.remove_prefix(std::min(fields.rfind(')') + 1, fields.size()));  // a name may hold anything
-  constexpr int kFieldsBefore =
-      20;  // from the state, which follows the name, with a blank before it
+  constexpr int kFieldsBefore = 20;  // starting with the state, which follows the name and a space
   for (int field = 0; field < kFieldsBefore; ++field) {
     takePiece(fields, ' ');
   }
@@ -264,8 +263,8 @@ std::optional<std::uint64_t> startOf(pid_t pid) {
   return wholeNumber<std::uint64_t>(start);
 }
 
-/// Knows its process by id and start: a descriptor for each of a thousand instances would leave
-/// the agent without any.
+/// Identifies its process by id and start time: holding a descriptor for each of a thousand
+/// instances could use up the agent's.
 class FoundApplication final : public ApplicationProcess {
  public:
   FoundApplication(pid_t pid, std::uint64_t start, std::string identifier, std::string name,
@@ -281,7 +280,8 @@ class FoundApplication final : public ApplicationProcess {
   [[nodiscard]] std::int32_t processIdentifier() const override { return pid_; }
   [[nodiscard]] std::optional<std::string> executablePath() const override { return path_; }
   bool forceTerminate() override {
-    const Descriptor pidfd = openPidfd(pid_);  // before the look: then the signal can't miss
+    const Descriptor pidfd =
+        openPidfd(pid_);  // before the check, so that the signal can't hit another process
     return pidfd && startOf(pid_) == start_ && !hasEnded(pidfd) &&
            sendPidfdSignal(pidfd, SIGKILL) == 0;
   }
@@ -308,8 +308,8 @@ std::unique_ptr<ApplicationProcess> instanceOf(std::optional<std::string_view> i
   if (informationOf(bundleProgram(process)) == nullptr) {
     return nullptr;
   }
-  // The id may have been used again since. So hold the process, then look once more: what is
-  // seen before its end is its own.
+  // The id may have been reused since. Hold a descriptor of the process, then look again: what is
+  // read while it is alive belongs to it.
   const Descriptor pidfd = openPidfd(pid);
   const std::optional<std::uint64_t> start = startOf(pid);
   std::optional<Program> program = bundleProgram(process);

@@ -13,7 +13,7 @@ namespace {
 constexpr const char* kConsoleDevice = "/dev/console";
 constexpr std::string_view kConsoleLine = "console";
 
-/// A virtual terminal or a display of this machine, not a session that came over the network.
+/// A virtual terminal or a local display, not a remote session.
 bool isLocal(const Session& session) {
   return (session.line.starts_with("tty") || session.line.starts_with(':')) &&
          (session.host.empty() || session.host.starts_with(':'));

@@ -17,7 +17,7 @@ std::expected<std::optional<std::int64_t>, std::string> availableCapacity(const 
   if (answer != 0) {
     return std::unexpected(std::generic_category().message(errno));
   }
-  if (volume.f_blocks == 0) {  // /proc and its like
+  if (volume.f_blocks == 0) {  // /proc and the like
     return std::nullopt;
   }
   std::int64_t bytes = 0;

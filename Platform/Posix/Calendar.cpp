@@ -4,9 +4,10 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
 #include <ctime>
 #include <thread>
+
+#include "Platform/Posix/Formatted.h"
 
 namespace platform {
 namespace {
@@ -31,7 +32,7 @@ std::optional<unsigned> parseDigits(std::string_view text) {
 }
 
 std::tm localTime(Moment moment) {
-  tzset();  // localtime_r need not look at a changed TZ
+  tzset();  // localtime_r may ignore a changed TZ
   const std::time_t time = moment.time_since_epoch().count();
   std::tm parts{};
   localtime_r(&time, &parts);
@@ -62,18 +63,12 @@ std::optional<Moment> midnight(year_month_day day) {
   return first;
 }
 
-template <typename... Numbers>
-std::string formatted(const char* format, Numbers... numbers) {
-  std::array<char, 128> buffer{};
-  std::snprintf(buffer.data(), buffer.size(), format, numbers...);
-  return buffer.data();
-}
-
 }  // namespace
 
 Sleeper systemSleeper() {
   return [](milliseconds duration) {
-    constexpr milliseconds kLongest = std::chrono::years(1);  // the clock can add it
+    constexpr milliseconds kLongest =
+        std::chrono::years(1);  // so that adding it to now can't overflow
     std::this_thread::sleep_until(std::chrono::steady_clock::now() + std::min(duration, kLongest));
   };
 }
@@ -101,8 +96,8 @@ Moment startOfDay(year_month_day day) {
   if (const auto found = midnight(day)) {
     return *found;
   }
-  // The clock jumps over midnight, or the zone over the whole day: the first moment from which
-  // the date is `day` or later. No zone is further than this from UTC.
+  // Midnight or the whole day was skipped: search for the first second whose date is `day` or
+  // later. No zone is further from UTC than this.
   constexpr seconds kFarthestZone = std::chrono::hours(26);
   Moment before = sys_days(day) - kFarthestZone;
   Moment after = sys_days(day) + kFarthestZone;

@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::string_view kSystemFolders = "PATH=/usr/bin:/bin:/usr/sbin:/sbin";
 
-/// «LANG=en_US.UTF-8», «LC_TIME=de_CH», «LC_ALL=C»; a path or a command is none.
+/// Accepts «LANG=en_US.UTF-8», «LC_TIME=de_CH», «LC_ALL=C», but no path or command.
 bool setsLocale(std::string_view variable) {
   const std::size_t sign = variable.find('=');
   const std::string_view name = variable.substr(0, sign);

@@ -10,7 +10,7 @@
 namespace platform {
 namespace {
 
-constexpr std::size_t kNoteBytes = 64;  // on what was dropped
+constexpr std::size_t kNoteBytes = 64;  // appended when output was dropped
 
 ChildOutput::Reading answer(ssize_t count, int error) {
   if (count > 0) {
@@ -20,14 +20,14 @@ ChildOutput::Reading answer(ssize_t count, int error) {
                                                           : ChildOutput::Reading::ended;
 }
 
-/// How much of a line that is longer than `most` goes into one piece: no character is cut apart.
+/// How many bytes of a line longer than `most` go into one piece, without splitting a character.
 std::size_t pieceLength(std::string_view line, std::size_t most) {
   constexpr std::size_t kLongestCharacter = 4;
   std::size_t length = most;
   while (most - length < kLongestCharacter && (line[length] & 0xC0) == 0x80) {
     --length;
   }
-  return most - length < kLongestCharacter ? length : most;  // else it is no UTF-8
+  return most - length < kLongestCharacter ? length : most;  // else it isn't UTF-8
 }
 
 }  // namespace
@@ -50,7 +50,7 @@ std::string ChildOutput::finish() {
 ChildOutput::Reading ChildOutput::readKept(const Descriptor& pipe, std::size_t& most) {
   const std::size_t before = kept_.size();
   const std::size_t room = std::min({kReadBytes, most, limit_ - before});
-  if (kept_.capacity() - before < room) {  // doubled, with room for the note from the start
+  if (kept_.capacity() - before < room) {  // doubles, with room for the note reserved
     kept_.reserve(std::min(std::max(kept_.capacity() * 2, before + room), limit_) + kNoteBytes);
   }
   ssize_t count = 0;
@@ -88,7 +88,7 @@ ChildOutput::Reading ChildOutput::readDropped(const Descriptor& pipe, std::size_
   return answer(count, error);
 }
 
-/// From now on only the current line is in memory; it begins with what was kept of it.
+/// From now on only the current line is kept in memory, starting with the part already stored.
 void ChildOutput::startDropping() {
   dropping_ = true;
   scratch_ = std::make_unique_for_overwrite<Scratch>();
@@ -99,8 +99,7 @@ void ChildOutput::startDropping() {
   searched_ = filled_;
 }
 
-/// Hands on the lines of `buffer` that begin at `lineStart_`; there is no line end before
-/// `searched_`.
+/// Reports the lines of `buffer` from `lineStart_` on; there is no line end before `searched_`.
 void ChildOutput::handOnLines(std::string_view buffer) {
   if (!onLine_) {
     return;

@@ -1,4 +1,4 @@
-// The output of a child process: kept up to a limit, handed on line by line.
+// The output of a child process: stored up to a limit and reported line by line.
 #pragma once
 #include <array>
 #include <cstddef>
@@ -12,8 +12,7 @@
 
 namespace platform {
 
-/// Reads a child's output. What exceeds the limit is read and dropped, but its lines are still
-/// handed on, as views into the place where they were read.
+/// Reads a child's output. Output beyond the limit is dropped, but its lines are still reported.
 class ChildOutput {
  public:
   using OnLine = std::function<void(std::string_view line)>;
@@ -23,14 +22,14 @@ class ChildOutput {
 
   enum class Reading : std::uint8_t { some, nothingYet, ended };
 
-  /// Reads once, at most `most` bytes, and takes what it has read off `most`.
+  /// Calls read() once, for at most `most` bytes, and subtracts what it read from `most`.
   Reading readFrom(const Descriptor& pipe, std::size_t& most);
 
-  /// Hands on an unfinished last line and gives the kept output away.
+  /// Reports an unfinished last line and returns the stored output.
   [[nodiscard]] std::string finish();
 
   static constexpr std::size_t kReadBytes = std::size_t{64} * 1024;     ///< What a pipe holds.
-  static constexpr std::size_t kLongestPiece = std::size_t{64} * 1024;  ///< Of a line.
+  static constexpr std::size_t kLongestPiece = std::size_t{64} * 1024;  ///< Of a longer line.
 
  private:
   using Scratch = std::array<char, kLongestPiece + kReadBytes>;

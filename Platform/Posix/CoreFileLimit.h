@@ -1,4 +1,4 @@
-// The limit of core files under which a process leaves none. Internal.
+// The core file size limit that prevents core files. Internal.
 #pragma once
 #include <sys/resource.h>
 

@@ -25,7 +25,7 @@ std::unexpected<std::string> failure(int error) {
 std::expected<sockaddr_un, int> addressOf(const std::string& path) {
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
-  if (path.empty() || path.contains('\0')) {  // a leading NUL would be a name without a file
+  if (path.empty() || path.contains('\0')) {  // a leading NUL would name an abstract socket
     return std::unexpected(EINVAL);
   }
   if (path.size() >= sizeof address.sun_path) {
@@ -35,8 +35,8 @@ std::expected<sockaddr_un, int> addressOf(const std::string& path) {
   return address;
 }
 
-/// Calls again for as long as a signal interrupts the call: the number of bytes, 0 when the socket
-/// is not ready, -1 on another error.
+/// Retries while signals interrupt the call. Returns the number of bytes, 0 when the socket is not
+/// ready, -1 on any other error.
 template <typename Call>
 std::ptrdiff_t transferred(const Call& call) {
   while (true) {
@@ -50,7 +50,7 @@ std::ptrdiff_t transferred(const Call& call) {
   }
 }
 
-/// Removes what an earlier server left; anything but a socket stays.
+/// Removes the socket of an earlier server; anything else stays.
 void removeOldSocket(const std::string& path) {
   struct stat status{};
   if (::lstat(path.c_str(), &status) == 0 && S_ISSOCK(status.st_mode)) {
@@ -72,11 +72,11 @@ std::expected<Descriptor, std::string> connectLocalSocket(const std::string& pat
   const timeval limit{.tv_sec = static_cast<time_t>(seconds.count()),
                       .tv_usec = static_cast<suseconds_t>(rest.count())};
   if (!made ||
-      // Bounds the wait for a listener whose queue is full.
+      // Limits the wait for a listener whose queue is full.
       ::setsockopt(made.get(), SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit) != 0) {
     return failure(errno);
   }
-  // A signal of the agent's may end a wait early; all waits together take no longer than one.
+  // Signals may interrupt the wait; the retries share one deadline.
   const auto start = std::chrono::steady_clock::now();
   while (std::chrono::steady_clock::now() - start < longestWait) {
     if (::connect(made.get(), reinterpret_cast<const sockaddr*>(&*address), sizeof *address) == 0) {
@@ -98,9 +98,9 @@ std::expected<Descriptor, std::string> listenOnLocalSocket(const std::string& pa
     return failure(address.error());
   }
   removeOldSocket(path);
-  // A client may have gone before it is accepted, which must not be waited for.
+  // Non-blocking, because a client may disconnect before it is accepted.
   Descriptor made = makeSocket(/*blocking=*/false);
-  // Nobody can connect before listen(), and nobody else afterwards.
+  // Clients can't connect before listen(), and afterwards only the owner can.
   if (!made ||
       ::bind(made.get(), reinterpret_cast<const sockaddr*>(&*address), sizeof *address) != 0) {
     return failure(errno);

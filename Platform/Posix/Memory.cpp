@@ -12,7 +12,7 @@
 namespace platform {
 namespace {
 
-/// The limit of core files, while somebody wants none.
+/// The saved core file limit, while core files are disabled.
 struct CoreFiles {
   std::mutex mutex;
   std::uint64_t unwanted = 0;
@@ -24,7 +24,7 @@ CoreFiles& coreFiles() {
   return files;
 }
 
-/// Sets the soft limit; the one before.
+/// Sets the soft limit and returns the previous one.
 rlim_t setLimitOfCoreFiles(rlim_t wanted) noexcept {
   rlimit limit{};
   ::getrlimit(RLIMIT_CORE, &limit);
@@ -37,8 +37,9 @@ rlim_t setLimitOfCoreFiles(rlim_t wanted) noexcept {
 }  // namespace
 
 void wipe(std::string& secret) noexcept {
-  secret.resize(secret.capacity());  // earlier, longer content lies behind the end; no reallocation
-  volatile char* const bytes = secret.data();  // the compiler may not leave these writes out
+  secret.resize(
+      secret.capacity());  // covers remains of longer content beyond the end; doesn't reallocate
+  volatile char* const bytes = secret.data();  // volatile, so that the compiler keeps the writes
   for (std::size_t index = 0; index < secret.size(); ++index) {
     bytes[index] = 0;
   }
@@ -46,7 +47,7 @@ void wipe(std::string& secret) noexcept {
 }
 
 void keepFromSwap(const std::string& secret) noexcept {
-  // Some systems want the address of a page.
+  // Some systems require a page-aligned address.
   const auto page = static_cast<std::uintptr_t>(::sysconf(_SC_PAGESIZE));
   const std::size_t before = reinterpret_cast<std::uintptr_t>(secret.data()) % page;
   (void)::mlock(secret.data() - before, before + secret.capacity());

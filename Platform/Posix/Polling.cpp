@@ -25,7 +25,7 @@ void waitForAny(std::span<Awaited> awaited, std::optional<std::chrono::milliseco
   const int count = ::poll(polled.data(), polled.size(),
                            timeout ? static_cast<int>(std::min(*timeout, longest).count()) : -1);
   if (count < 0 && errno != EINTR) {
-    std::this_thread::sleep_for(kPauseAfterFailure);  // no memory: callers come again
+    std::this_thread::sleep_for(kPauseAfterFailure);  // no memory: callers retry
   }
   const bool any = count > 0;
   for (std::size_t index = 0; index < polled.size(); ++index) {

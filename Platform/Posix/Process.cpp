@@ -43,31 +43,32 @@ constexpr int kBadFormat = ELIBBAD;
 constexpr int kBadFormat = ENOEXEC;
 #endif
 
-/// False, with errno set, when the descriptor can't be made so.
+/// Returns false with errno set on failure.
 bool dontBlock(const Descriptor& descriptor) {
   const int flags = ::fcntl(descriptor.get(), F_GETFL);
   return flags >= 0 && ::fcntl(descriptor.get(), F_SETFL, flags | O_NONBLOCK) == 0;
 }
 
 constexpr const char* kShell = "/bin/sh";
-/// Runs its arguments as a command and writes the status, as a shell tells it, to descriptor 3. A
-/// SIGTERM at the deadline is for the command, and the shell's own messages are no output of it.
+/// Runs its arguments as a command and writes the shell's $? to descriptor 3. The shell ignores
+/// SIGTERM at the deadline, which is meant for the command, and keeps its own messages out of the
+/// output.
 constexpr const char* kReportStatus =
     "trap : TERM\nexec 4>&2 2>/dev/null\n"
     "(exec \"$0\" \"$@\" 2>&4 3>&- 4>&-)\nprintf %s $? >&3";
 constexpr int kStatusDescriptor = STDERR_FILENO + 1;
 
-/// Set once a status was lost: some other code of the process waits for every child.
+/// Set once a status was lost because other code in the process waits for every child.
 std::atomic<bool> othersReap{false};
 
-/// Whether this process would not learn a child's exit status from the system.
+/// Whether waitid() would not report the status of this process's children.
 bool statusesGetLost() {
   struct sigaction action{};
   ::sigaction(SIGCHLD, nullptr, &action);
   return othersReap.load() || action.sa_handler == SIG_IGN || (action.sa_flags & SA_NOCLDWAIT) != 0;
 }
 
-/// Pointers to the strings, with the null pointer that ends such a list.
+/// Null-terminated array of pointers to the strings.
 std::vector<char*> pointersTo(const std::vector<std::string>& strings) {
   std::vector<char*> pointers;
   pointers.reserve(strings.size() + 1);
@@ -78,7 +79,7 @@ std::vector<char*> pointersTo(const std::vector<std::string>& strings) {
   return pointers;
 }
 
-/// How the child starts: descriptors, session, signals. An operation that fails is kept in `error`.
+/// The child's start settings: descriptors, session, signals. The first failure is kept in `error`.
 class SpawnSettings {
  public:
   SpawnSettings() {
@@ -100,7 +101,7 @@ class SpawnSettings {
   SpawnSettings(const SpawnSettings&) = delete;
   SpawnSettings& operator=(const SpawnSettings&) = delete;
 
-  /// `status`, when present, becomes the descriptor 3 of the child.
+  /// `status`, if valid, becomes the child's descriptor 3.
   void connect(const std::optional<Pipe>& input, const Pipe& output,
                const std::optional<Pipe>& status) {
     note(input ? ::posix_spawn_file_actions_adddup2(&actions_, input->readEnd.get(), STDIN_FILENO)
@@ -118,8 +119,8 @@ class SpawnSettings {
     note(platform::startIn(actions_, directory.c_str()));
   }
 
-  /// 0, or the error that kept the program from being started. With `throughShell`, a shell runs
-  /// it, which writes its status to descriptor 3.
+  /// Returns 0 or the errno value of a failed start. With `throughShell`, a shell runs the program
+  /// and writes its status to descriptor 3.
   [[nodiscard]] int spawn(const ProcessRequest& request, bool throughShell, pid_t& pid) const {
     if (error_ != 0) {
       return error_;
@@ -151,11 +152,11 @@ class SpawnSettings {
   int error_ = 0;
 };
 
-/// Children that outlived SIGKILL (they hang in the kernel): reaped by a later run.
+/// Children that survived SIGKILL because they hang in the kernel; a later run reaps them.
 class Leftovers {
  public:
   static Leftovers& shared() {
-    // Never destroyed: other threads may run children until the very end of the process.
+    // Never destroyed, since other threads may run children until the process exits.
     static Leftovers& leftovers = *new Leftovers;
     return leftovers;
   }
@@ -176,7 +177,7 @@ class Leftovers {
   std::vector<ChildEnd> children_;
 };
 
-/// A started child. Unless it was reaped, its group is killed and it is reaped on destruction.
+/// A started child. The destructor kills its group and reaps it, unless it was already reaped.
 class Child {
  public:
   explicit Child(pid_t pid) : pid_(pid), end_(pid), running_(pid), ended_(end_.wasGone()) {}
@@ -189,11 +190,11 @@ class Child {
   Child(const Child&) = delete;
   Child& operator=(const Child&) = delete;
 
-  /// Becomes readable at the child's end; empty where the child must be looked at.
+  /// Becomes readable when the child exits; empty if the child must be polled.
   [[nodiscard]] const Descriptor& endDescriptor() const { return end_.descriptor(); }
   [[nodiscard]] bool ended() const { return ended_; }
-  /// Learns whether the child has ended. `ready` is what a wait for its descriptor told; absent
-  /// when there was none, and the system is asked.
+  /// Updates whether the child has exited. `ready` is the result of waiting for its descriptor;
+  /// absent if there is no descriptor, so that the system must be asked.
   void look(std::optional<bool> ready) {
     if (ended_) {
       return;
@@ -206,7 +207,7 @@ class Child {
     }
   }
 
-  /// Signals every process of the child's group, and the child, which may have left the group.
+  /// Signals the child's group, and the child itself in case it has left the group.
   void signalAll(int signal) const {
     ::kill(-pid_, signal);
     if (!ended_) {
@@ -214,13 +215,13 @@ class Child {
     }
   }
 
-  /// Waits for the child's end and takes its status.
+  /// Waits for the child to exit and reaps it.
   [[nodiscard]] std::int32_t reap() {
     reaped_ = true;
     siginfo_t information{};
     const bool known = end_.wait(information, 0) == 0;
     const bool wasEnded = running_.forget();
-    if (!known) {  // `endRunningProcesses` reaps what it ends
+    if (!known) {  // `endRunningProcesses` reaps the children that it kills
       return wasEnded ? kSignalBase + SIGTERM : ProcessResult::kUnknownStatus;
     }
     return information.si_code == CLD_EXITED ? information.si_status
@@ -256,7 +257,7 @@ int pollTimeout(const std::optional<Instant>& deadline, bool hasDescriptor) {
   return static_cast<int>(std::min<milliseconds::rep>(wait.count(), INT_MAX));
 }
 
-/// The moment `timeout` from now; absent for one that this clock can't count.
+/// The time `timeout` from now; absent if the clock can't represent it.
 std::optional<Instant> deadlineAfter(std::optional<std::chrono::milliseconds> timeout) {
   const Instant now = std::chrono::steady_clock::now();
   if (!timeout ||
@@ -266,10 +267,10 @@ std::optional<Instant> deadlineAfter(std::optional<std::chrono::milliseconds> ti
   return now + std::max(*timeout, std::chrono::milliseconds::zero());
 }
 
-/// Feeds, reads and waits until the child has ended, or at the deadline has been ended.
+/// Feeds the child, reads its output and waits until it exits or is killed at the deadline.
 class Supervision {
  public:
-  /// `status` is where the child's status is read; empty when the system keeps it.
+  /// The child's status is read from `status`; empty if the system reports it.
   Supervision(const ProcessRequest& request, pid_t pid, Descriptor input, Descriptor output,
               Descriptor status)
       : child_(pid),
@@ -309,7 +310,8 @@ class Supervision {
  private:
   enum class Stage : std::uint8_t { running, terminated, killed, givenUp };
 
-  /// After the SIGTERM the rest of the group has its grace too, as long as it holds the pipe.
+  /// After SIGTERM the rest of the group gets the grace period, too, as long as it holds the pipe
+  /// open.
   [[nodiscard]] bool isOver() const {
     return stage_ == Stage::givenUp ||
            (child_.ended() && (stage_ != Stage::terminated || !outputPipe_));
@@ -325,7 +327,7 @@ class Supervision {
     const bool hasEndDescriptor = static_cast<bool>(child_.endDescriptor());
     const bool waited =
         ::poll(events.data(), events.size(), pollTimeout(deadline_, hasEndDescriptor)) >= 0;
-    if (!waited) {  // interrupted, or out of memory: then everything is looked at now and then
+    if (!waited) {  // interrupted or out of memory: check everything
       std::this_thread::sleep_for(kBetweenLooks);
     }
     if (!waited || events[kInput].revents != 0) {
@@ -351,7 +353,7 @@ class Supervision {
       if (written < 0 && errno == EAGAIN) {
         return;
       }
-      if (written < 0) {  // the child has closed its input, which is its right
+      if (written < 0) {  // the child may close its input at any time
         break;
       }
       input_.remove_prefix(static_cast<std::size_t>(written));
@@ -367,7 +369,7 @@ class Supervision {
     return reading == ChildOutput::Reading::some;
   }
 
-  /// Reads what the pipe holds now. A grandchild may go on writing: its bytes aren't waited for.
+  /// Reads what is in the pipe now. A grandchild may go on writing, which is not waited for.
   void drain() {
     int held = 0;
     if (!outputPipe_ || ::ioctl(outputPipe_.get(), FIONREAD, &held) != 0) {
@@ -377,7 +379,8 @@ class Supervision {
     }
   }
 
-  /// What the shell around the program has told; absent when it was ended before.
+  /// The status that the shell around the program has written; absent if the shell was killed
+  /// first.
   [[nodiscard]] std::optional<std::int32_t> reportedStatus() const {
     std::array<char, 8> digits{};
     const ssize_t count = ::read(statusPipe_.get(), digits.data(), digits.size());
@@ -390,7 +393,7 @@ class Supervision {
       case Stage::running:
         stage_ = Stage::terminated;
         child_.signalAll(SIGTERM);
-        child_.signalAll(SIGCONT);  // a stopped process can't act on it otherwise
+        child_.signalAll(SIGCONT);  // a stopped process couldn't handle it
         break;
       case Stage::terminated:
         stage_ = Stage::killed;
@@ -408,7 +411,7 @@ class Supervision {
   Descriptor inputPipe_;
   Descriptor outputPipe_;
   Descriptor statusPipe_;
-  std::string_view input_;  // what is still to be fed
+  std::string_view input_;  // input still to be written
   ChildOutput output_;
   std::optional<Instant> deadline_;
   std::chrono::milliseconds grace_;
@@ -424,8 +427,8 @@ ProcessResult notStarted(int error, const ProcessRequest& request) {
           .unusablePath = directoryFailed ? *request.directory : request.executable};
 }
 
-/// Why the program can't be started, 0 when nothing is known against it: a shell that runs it
-/// would only give a status.
+/// Checks for a reason why the program can't start, since a shell would only report a status. 0 if
+/// there is none.
 int reasonNotToStart(const ProcessRequest& request) {
   const std::filesystem::path program =
       std::filesystem::path(request.directory.value_or("")) / request.executable;
@@ -436,7 +439,7 @@ int reasonNotToStart(const ProcessRequest& request) {
   return std::filesystem::is_directory(program, ignored) ? EACCES : 0;
 }
 
-/// A text with a NUL in it would reach the child cut short.
+/// A string with a NUL byte would be truncated.
 bool canBePassed(const ProcessRequest& request) {
   const auto whole = [](const std::string& text) { return !text.contains('\0'); };
   return whole(request.executable) && std::ranges::all_of(request.arguments, whole) &&
@@ -470,7 +473,7 @@ ProcessResult runProcess(const ProcessRequest& request) {
       *pipe = *std::move(made);
     }
   }
-  // This process's ends; the child's are open files of their own.
+  // This process's ends only; the child's ends are separate open files.
   if (!dontBlock(output->readEnd) || (input && !dontBlock(input->writeEnd)) ||
       (status && !dontBlock(status->readEnd))) {
     return notStarted(errno, request);
@@ -482,7 +485,8 @@ ProcessResult runProcess(const ProcessRequest& request) {
   settings.connect(input, *output, status);
   std::optional<Supervision> supervision;
   {
-    const SignalsHeld held;  // so that no handler that ends the children misses this one
+    const SignalsHeld
+        held;  // so that a signal handler that kills the children doesn't miss this one
     pid_t pid = 0;
     if (const int error = settings.spawn(request, throughShell, pid); error != 0) {
       return notStarted(error, request);

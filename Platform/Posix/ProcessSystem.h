@@ -1,4 +1,4 @@
-// What running a child process needs of each system in its own way. Internal to runProcess.
+// The system-specific parts of running a child process. Internal to runProcess.
 #pragma once
 #include <signal.h>  // NOLINT(modernize-deprecated-headers): POSIX, not only C
 #include <spawn.h>
@@ -10,35 +10,35 @@
 
 namespace platform {
 
-/// Has the child close every descriptor from `first` on. 0, or the error.
+/// Makes the child close every descriptor from `first` on. Returns 0 or an errno value.
 [[nodiscard]] int closeFrom(posix_spawn_file_actions_t& actions, int first);
 
-/// Has the child start in the directory. 0, or the error.
+/// Makes the child start in the directory. Returns 0 or an errno value.
 [[nodiscard]] int startIn(posix_spawn_file_actions_t& actions, const char* directory);
 
-/// Flags of `posix_spawnattr_setflags` that give the child a session of its own, with no
-/// controlling terminal, and no descriptor that it isn't given.
+/// Flags for `posix_spawnattr_setflags` that start the child in a new session, without a
+/// controlling terminal and, where supported, without inherited descriptors.
 [[nodiscard]] short ownSessionFlags();
 
-/// The process's environment variables, ended by a null; null when there are none.
+/// The process's environment as a null-terminated array; may be null.
 [[nodiscard]] char** environmentVariables();
 
-/// The system's folder for temporary files, without a slash at its end.
+/// The system's temporary directory, without a trailing slash.
 [[nodiscard]] std::string temporaryDirectory();
 
-/// Tells when a child ends. The child stays unreaped until `wait` without WNOHANG or WNOWAIT.
+/// Detects when a child exits, without reaping it.
 class ChildEnd {
  public:
-  /// For a child of this process that nobody has reaped.
+  /// `pid` must be an unreaped child of this process.
   explicit ChildEnd(pid_t pid);
 
-  /// Becomes readable when the child ends; empty where the system can't tell, so that the child
-  /// must be looked at now and then.
+  /// Becomes readable when the child exits; empty if the system can't tell and the child must be
+  /// polled.
   [[nodiscard]] const Descriptor& descriptor() const { return descriptor_; }
-  /// Whether there was no such child any more: the process ignores SIGCHLD, say.
+  /// Whether the child no longer existed, for example because the process ignores SIGCHLD.
   [[nodiscard]] bool wasGone() const { return wasGone_; }
-  /// waitid() for the child with WEXITED and these options, again after a signal. 0, or -1 with
-  /// errno set.
+  /// waitid() for the child with WEXITED and these options, retried after signals. Returns 0, or -1
+  /// with errno set.
   int wait(siginfo_t& information, int options) const;
 
  private:

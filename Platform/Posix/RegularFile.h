@@ -1,5 +1,4 @@
-// Opens regular files only: what else lies at a path is never opened, so that nothing happens to
-// it.
+// Opens regular files only. Anything else is never opened, because opening can have side effects.
 #pragma once
 #include <string>
 
@@ -7,10 +6,10 @@
 
 namespace platform {
 
-/// The file at `path` for reading, close-on-exec; empty, with errno set, when there is none, it
-/// may not be read, or it is something else: a directory (EISDIR), a symbolic link in the last
-/// place where links aren't followed (ELOOP), a device, FIFO or socket (EINVAL). Opening a device
-/// can start a watchdog or rewind a tape; opening a FIFO wakes its writer.
+/// Opens `path` for reading, close-on-exec. Empty, with errno set, on failure or if it is a
+/// directory (EISDIR), a symbolic link that is not to be followed (ELOOP), a device, FIFO or socket
+/// (EINVAL). Opening a device can start a watchdog or rewind a tape; opening a FIFO wakes its
+/// writer.
 [[nodiscard]] Descriptor openRegularFile(const std::string& path, bool followLinks = true);
 
 }  // namespace platform

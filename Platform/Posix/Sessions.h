@@ -1,4 +1,4 @@
-// The session records and the names of accounts. Internal to Users.
+// Session records and account names. Internal to Users.
 #pragma once
 #include <sys/types.h>
 
@@ -14,7 +14,7 @@ struct Session {
   std::string host;
 };
 
-/// The user sessions of the records whose process lives, in their order.
+/// The user sessions whose process is alive, in the order of their records.
 [[nodiscard]] std::vector<Session> sessions();
 
 /// The name of the account with this id; absent when there is none.

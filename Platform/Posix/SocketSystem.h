@@ -1,4 +1,4 @@
-// What local sockets need of each system in its own way. Internal to LocalSocket, as is peerUserID.
+// The system-specific parts of local sockets, beside peerUserID. Internal to LocalSocket.
 #pragma once
 #include <sys/types.h>
 
@@ -8,15 +8,15 @@
 
 namespace platform {
 
-/// A local stream socket, close-on-exec, above the standard descriptors; empty, with errno set,
-/// when there can be none.
+/// A local stream socket, close-on-exec, above the standard descriptors; empty, with errno set, on
+/// failure.
 [[nodiscard]] Descriptor makeSocket(bool blocking);
 
-/// accept(): the connection blocks, whatever the listener does, is close-on-exec and lies above the
-/// standard descriptors. Empty, with errno set, on an error.
+/// accept() that returns a blocking, close-on-exec connection above the standard descriptors.
+/// Empty, with errno set, on failure.
 [[nodiscard]] Descriptor acceptBlocking(const Descriptor& listener);
 
-/// send() that raises no SIGPIPE when the peer has gone.
+/// send() that doesn't raise SIGPIPE.
 [[nodiscard]] ssize_t sendWithoutSignal(const Descriptor& socket, std::string_view bytes,
                                         int flags) noexcept;
 

@@ -1,4 +1,4 @@
-// Where the macOS version is read. Internal.
+// Reads the macOS version. Internal.
 #pragma once
 #include <chrono>
 #include <functional>
@@ -8,15 +8,14 @@
 
 namespace platform {
 
-/// The product version that the first usable one of the property lists names. A file that can't be
-/// read for a reason that passes (no free descriptor, no memory, a failing disk) is tried a few
-/// times more, with a call of `sleep` between: this version decides how passwords travel, so one
-/// bad moment must not hide it.
+/// The product version from the first usable property list. Transient errors (out of descriptors or
+/// memory, an I/O error) are retried a few times with a call to `sleep` in between, because the
+/// version decides how passwords are passed.
 [[nodiscard]] std::optional<std::string> productVersionFrom(
     const std::vector<std::string>& files,
     const std::function<void(std::chrono::milliseconds)>& sleep);
 
-/// The product version that the kernel names; absent where it names none.
+/// The product version that the kernel reports; absent if it reports none.
 [[nodiscard]] std::optional<std::string> productVersionFromKernel();
 
 }  // namespace platform

@@ -16,16 +16,16 @@
 namespace platform {
 namespace {
 
-/// A field of the records ends at its first NUL or fills its array.
+/// A record field ends at its first NUL or fills its array.
 template <std::size_t kSize>
 std::string fieldText(const char (&field)[kSize]) {  // NOLINT(modernize-avoid-c-arrays): libc's
   return {field, ::strnlen(field, kSize)};
 }
 
-/// Whether the process of a session lives; its record may outlast it, after a crash say.
+/// Whether the session's process is alive; its record may remain after a crash.
 bool isAlive(pid_t pid) { return pid > 0 && (::kill(pid, 0) == 0 || errno == EPERM); }
 
-/// Calls one of the account functions with a buffer that is large enough for its answer.
+/// Calls an account function with a large enough buffer.
 template <typename Ask, typename Take>
 auto lookUpAccount(const Ask& ask, const Take& take) {
   constexpr std::size_t kLargest = std::size_t{1} << 20;
@@ -45,7 +45,7 @@ auto lookUpAccount(const Ask& ask, const Take& take) {
 }  // namespace
 
 std::vector<Session> sessions() {
-  static std::mutex mutex;  // the functions below share one position in the file
+  static std::mutex mutex;  // the functions below share one file position
   const std::scoped_lock lock(mutex);
   std::vector<Session> found;
   ::setutxent();

@@ -9,7 +9,7 @@ using std::chrono::year_month_day;
 
 enum class Years : std::uint8_t { gregorian, ofTheUser };
 
-/// The noon of the day in UTC, as Core Foundation counts.
+/// Noon of the day in UTC, as a Core Foundation time.
 CFAbsoluteTime noonOf(year_month_day day) {
   using std::chrono::sys_days;
   constexpr sys_days kBeginning = std::chrono::year(2001) / std::chrono::January / 1;
@@ -17,7 +17,7 @@ CFAbsoluteTime noonOf(year_month_day day) {
   return seconds.count();
 }
 
-/// The day by a pattern of date fields, in the user's language. Empty when the system can't say.
+/// Formats the day with a date pattern in the user's language. Empty on failure.
 std::string writtenDay(year_month_day day, std::string_view pattern, Years years) {
   const Owned<CFLocaleRef> locale(CFLocaleCopyCurrent());
   const Owned<CFDateFormatterRef> formatter(CFDateFormatterCreate(
@@ -43,7 +43,7 @@ std::string writtenDay(year_month_day day, std::string_view pattern, Years years
 }  // namespace
 
 std::string yearMonthNameDay(year_month_day day) {
-  return writtenDay(day, "yyyy-MMM-dd", Years::gregorian);  // as the day was written
+  return writtenDay(day, "yyyy-MMM-dd", Years::gregorian);  // the text exactly as written
 }
 
 std::string dayMonthYear(year_month_day day) {

@@ -1,4 +1,4 @@
-// Texts and values of Core Foundation as ours, and texts the other way.
+// Conversions from Core Foundation values, and of strings in both directions.
 #pragma once
 #include <CoreFoundation/CoreFoundation.h>
 
@@ -14,16 +14,15 @@ namespace platform {
 /// Null when `text` is not UTF-8.
 [[nodiscard]] Owned<CFStringRef> coreFoundationText(std::string_view text);
 
-/// The text in UTF-8, with «?» for what has no such form (half a surrogate pair); absent for null
-/// and for an object that is no text.
+/// The string in UTF-8, with «?» for unpaired surrogates; absent for null and for objects that
+/// aren't strings.
 [[nodiscard]] std::optional<std::string> textOf(CFTypeRef object);
 
-/// The number as an integer; absent for null, for an object that is no number, and for a number
-/// that is not whole.
+/// The number as an integer; absent for null and for anything but whole numbers.
 [[nodiscard]] std::optional<std::int64_t> integerOf(CFTypeRef object);
 
-/// The object as a property list. What has no such form (an object of another type, a dictionary
-/// with a key that is no text, null) becomes the text that describes it.
+/// The object as a property list. What can't be converted (an object of another type, a dictionary
+/// with a key that isn't a string, null) becomes its description.
 [[nodiscard]] PropertyList propertyListOf(CFTypeRef object);
 
 }  // namespace platform

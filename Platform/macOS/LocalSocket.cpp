@@ -9,7 +9,7 @@
 namespace platform {
 namespace {
 
-/// Empty, with errno set, when one of the settings can't be made.
+/// Empty, with errno set, if an option can't be set.
 Descriptor prepared(int opened, bool blocking) {
   Descriptor made = aboveStandard(opened);
   constexpr int kYes = 1;
@@ -28,7 +28,7 @@ Descriptor makeSocket(bool blocking) {
 }
 
 Descriptor acceptBlocking(const Descriptor& listener) {
-  // A connection takes the listener's settings over.
+  // A connection inherits the listener's options.
   return prepared(::accept(listener.get(), nullptr, nullptr), /*blocking=*/true);
 }
 

@@ -11,7 +11,7 @@
 namespace platform {
 
 bool isAppleSilicon() {
-  // The hardware's word: the processor that a translated process sees is an Intel one.
+  // Asks about the hardware, because a translated process sees an Intel processor.
   int answer = 0;
   std::size_t size = sizeof answer;
   return ::sysctlbyname("hw.optional.arm64", &answer, &size, nullptr, 0) == 0 && answer != 0;
@@ -19,7 +19,7 @@ bool isAppleSilicon() {
 
 std::optional<std::string> productVersionFromKernel() {
   std::array<char, 64> version{};
-  std::size_t size = version.size() - 1;  // the last place stays a NUL
+  std::size_t size = version.size() - 1;  // the last byte stays NUL
   if (::sysctlbyname("kern.osproductversion", version.data(), &size, nullptr, 0) != 0 ||
       version.front() == '\0') {
     return std::nullopt;

@@ -1,4 +1,4 @@
-// An owner for what Core Foundation's Create and Copy functions return.
+// Owns what Core Foundation's Create and Copy functions return.
 #pragma once
 #include <CoreFoundation/CoreFoundation.h>
 
@@ -6,12 +6,12 @@
 
 namespace platform {
 
-/// Owns one reference to an object and releases it. Null where the function returned none.
+/// Owns one reference to an object and releases it; may be null.
 template <typename Reference>
 class Owned {
  public:
   Owned() = default;
-  /// Takes over the reference that the caller owns.
+  /// Takes over the caller's reference.
   explicit Owned(Reference object) noexcept : object_(object) {}
   Owned(Owned&& other) noexcept : object_(std::exchange(other.object_, nullptr)) {}
   Owned& operator=(Owned&& other) noexcept {
@@ -30,7 +30,7 @@ class Owned {
   Reference object_ = nullptr;
 };
 
-/// One more reference to an object that somebody else owns.
+/// Retains an object that is owned elsewhere.
 template <typename Reference>
 Owned<Reference> retained(Reference object) {
   if (object != nullptr) {

@@ -13,7 +13,7 @@
 namespace platform {
 
 int closeFrom(posix_spawn_file_actions_t& /*actions*/, int /*first*/) {
-  return 0;  // ownSessionFlags() has the system close what the child isn't given
+  return 0;  // ownSessionFlags() makes the system close everything else
 }
 
 int startIn(posix_spawn_file_actions_t& actions, const char* directory) {
@@ -27,7 +27,7 @@ std::ptrdiff_t writeWithoutSignal(int descriptor, std::string_view bytes) noexce
   ::fcntl(descriptor, F_SETNOSIGPIPE, 1);
   const ssize_t written = ::write(descriptor, bytes.data(), bytes.size());
   const int error = errno;
-  if (former == 0) {  // the open file may be shared, as standard error is
+  if (former == 0) {  // the open file may be shared with other processes, like stderr
     ::fcntl(descriptor, F_SETNOSIGPIPE, 0);
   }
   errno = error;
@@ -58,7 +58,7 @@ ChildEnd::ChildEnd(pid_t pid) : pid_(pid) {
     descriptor_ = std::move(queue);
     return;
   }
-  // No such process, which is said of one that has ended and isn't reaped, too.
+  // Means no such process, but is also returned for a zombie.
   siginfo_t information{};
   wasGone_ = errno == ESRCH && wait(information, WNOHANG | WNOWAIT) != 0;
 }
@@ -71,7 +71,8 @@ int ChildEnd::wait(siginfo_t& information, int options) const {
   if (answer == 0 || errno != ECHILD || !descriptor_) {
     return answer;
   }
-  // Somebody else has taken the status, or the process ignores SIGCHLD: the queue knows it too.
+  // Other code has taken the status, or the process ignores SIGCHLD; the queue still reports the
+  // exit.
   struct kevent end{};
   const timespec noWait{};
   if (::kevent(descriptor_.get(), nullptr, 0, &end, 1, &noWait) != 1) {

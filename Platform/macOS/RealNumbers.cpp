@@ -9,8 +9,8 @@
 #include <cmath>
 #include <cstddef>
 
-// The standard library's own operations came with macOS 13.3, from_chars later still. A null locale
-// is the one of C.
+// The standard library's to_chars needs macOS 13.3, from_chars a later one. A null locale means the
+// C locale.
 namespace platform {
 namespace {
 
@@ -22,8 +22,8 @@ std::string byFormat(const char* format, int precision, double number) {
   return text.data();
 }
 
-/// Whether the function of C would read it as this system's library does elsewhere: that one takes
-/// blanks before it, a plus sign and the hexadecimal form, too.
+/// strtod also accepts leading white space, a plus sign and hexadecimal; from_chars on other
+/// systems doesn't.
 bool mayBeReal(std::string_view text) {
   text.remove_prefix(text.starts_with('-') ? 1 : 0);
   return !text.empty() && !text.starts_with('+') && !text.starts_with('-') &&

@@ -16,8 +16,8 @@ Descriptor failed(int error) {
 }  // namespace
 
 Descriptor openRegularFile(const std::string& path, bool followLinks) {
-  // A look first, so that nothing else is opened, and one afterwards, lest the path leads to
-  // another file by then. Opening doesn't wait whatever it is.
+  // Checks before opening, so that nothing else is opened, and again afterwards in case the path
+  // changed in between. Opening is non-blocking.
   struct stat seen{};
   if ((followLinks ? ::stat(path.c_str(), &seen) : ::lstat(path.c_str(), &seen)) != 0) {
     return {};

@@ -9,8 +9,8 @@
 namespace platform {
 namespace {
 
-/// A source of the thread's own loop, which the agent may run too. The system's source holds
-/// `perform`, so that a source may remove itself.
+/// A source of the thread's CFRunLoop, which the agent may run, too. The system's source shares
+/// ownership of `perform`, so that a source may remove itself.
 class SystemSource final : public RunLoop::Source {
  public:
   explicit SystemSource(std::function<void()> perform) : loop_(retained(CFRunLoopGetCurrent())) {
@@ -23,7 +23,7 @@ class SystemSource final : public RunLoop::Source {
     context.release = [](const void* info) {
       delete static_cast<const std::shared_ptr<Perform>*>(info);
     };
-    // No exception may pass through the system's frames.
+    // Exceptions must not pass through the system's frames.
     context.perform = [](void* info) noexcept {
       const std::shared_ptr<Perform> held = *static_cast<std::shared_ptr<Perform>*>(info);
       (*held)();
@@ -62,7 +62,7 @@ class SystemRunLoop final : public RunLoop {
 }  // namespace
 
 RunLoop& RunLoop::current() {
-  static SystemRunLoop loop;  // asks for the calling thread's one each time
+  static SystemRunLoop loop;  // looks up the calling thread's loop every time
   return loop;
 }
 

@@ -9,7 +9,7 @@
 namespace platform {
 namespace {
 
-/// The workspace's object, which stands for the very process.
+/// Wraps the workspace's object, which identifies the process.
 class WorkspaceApplication final : public ApplicationProcess {
  public:
   explicit WorkspaceApplication(NSRunningApplication* application)
