@@ -1,2 +1,2 @@
-// The one place where the header-only Boost.JSON is compiled.
+// Compiles the header-only Boost.JSON, once.
 #include <boost/json/src.hpp>

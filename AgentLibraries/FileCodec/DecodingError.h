@@ -1,4 +1,4 @@
-// Why a file can't be used: which file, where in it, what was expected and found.
+// A decoding error: the file, the position, what was expected and what was found.
 #pragma once
 #include <stdexcept>
 #include <string>
@@ -7,11 +7,11 @@
 
 namespace FileCodec {
 
-/// `what()` is one line: "<file>: <place>: expected <expected>, found <found>". The place is
-/// "line 3, column 7" for a syntax error, the path of members such as "PatchActions › 310872 ›
-/// 2005 › [0]" for a wrong type, empty when the file as a whole is meant (then left out). Control
-/// characters, which a path or a name may hold, stand in the line as escapes. For a file that can't
-/// be read `expected()` is empty, `found()` says why, and the line is "<file>: <found>".
+/// `what()` is one line: "<file>: <place>: expected <expected>, found <found>". The place is "line
+/// 3, column 7" for a syntax error and the path of members, such as "PatchActions › 310872 › 2005 ›
+/// [0]", for a wrong type. If it is empty, the error is about the whole file and the place is left
+/// out. Control characters are escaped. For a file that can't be read `expected()` is empty,
+/// `found()` says why, and the line is "<file>: <found>".
 class DecodingError : public std::runtime_error {
  public:
   DecodingError(std::string file, std::string place, std::string expected, std::string found);
@@ -28,8 +28,8 @@ class DecodingError : public std::runtime_error {
   std::string found_;
 };
 
-/// A member's name as it stands in a place: control characters as escapes, and of a name of more
-/// than 200 bytes only the characters that fit into them, with "…".
+/// A member's name for use in a place: control characters are escaped, and a name of more than 200
+/// bytes is shortened to whole characters and "…".
 [[nodiscard]] std::string nameInPlace(std::string_view name);
 
 }  // namespace FileCodec

@@ -1,4 +1,4 @@
-// The reason in a file error, without the path that the error's reader knows already.
+// The reason of a file error without the path.
 #pragma once
 #include <string>
 #include <string_view>

@@ -26,7 +26,7 @@ std::string hexadecimal(std::string_view prefix, std::uint32_t number, std::size
   return std::string(prefix) + std::string(width - std::min(width, text.size()), '0') + text;
 }
 
-/// The beginning of `text` in quotation marks, as far as it can be shown on one line.
+/// The start of `text` in quotes, as far as it fits on one line.
 std::string quoted(std::string_view text) {
   std::string out;
   while (out.size() < kLongestQuote) {
@@ -40,7 +40,7 @@ std::string quoted(std::string_view text) {
   return '"' + out + '"';
 }
 
-/// The word at `offset`: everything up to a blank, a control character, punctuation or a string.
+/// The word at `offset`: everything up to a space, a control character, punctuation or a string.
 std::string_view wordAt(std::string_view text, std::size_t offset) {
   const std::string_view rest = text.substr(offset);
   const auto* const end = std::ranges::find_if(rest, [](char c) {
@@ -86,7 +86,7 @@ bool isPlainValue(std::string_view word) {
   return word == "true" || word == "false" || word == "null" || isNumber(word);
 }
 
-/// The value of the escape `\uXXXX` at `offset`; absent when there is none.
+/// The value of the escape `\uXXXX` at `offset`; absent if there is none.
 std::optional<std::uint32_t> unicodeEscapeAt(std::string_view text, std::size_t offset) {
   const std::string_view escape = text.substr(std::min(offset, text.size())).substr(0, 6);
   std::uint32_t value = 0;
@@ -97,7 +97,7 @@ std::optional<std::uint32_t> unicodeEscapeAt(std::string_view text, std::size_t 
   return value;
 }
 
-/// Walks tokens and knows what may come next.
+/// Scans tokens and tracks what may come next.
 class Walk {
  public:
   Walk(std::string_view text, std::size_t failure) : text_(text), failure_(failure) {}
@@ -180,7 +180,7 @@ class Walk {
     }
   }
 
-  /// Goes past the string at hand, or says what is wrong in it.
+  /// Skips the current string, or returns what is wrong with it.
   std::optional<JSONProblem> skipString() {
     for (++at_; at_ < text_.size(); ++at_) {
       const char c = text_[at_];
@@ -204,7 +204,7 @@ class Walk {
     return problemHere("a quotation mark that ends the string");
   }
 
-  /// Goes to the last character of the escape at hand, or says what is wrong in it.
+  /// Moves to the last character of the current escape, or returns what is wrong with it.
   std::optional<JSONProblem> skipEscape() {
     const auto problemInEscape = [&](const char* expected, std::size_t length) {
       const std::string_view rest = text_.substr(at_);
@@ -241,7 +241,7 @@ class Walk {
   std::string_view text_;
   std::size_t failure_;
   std::size_t at_ = 0;
-  std::string open_;                  // the brackets that are open
+  std::string open_;                  // the open brackets
   std::optional<std::size_t> comma_;  // where the last token is, if that is a comma
   Next next_ = Next::value;
 };

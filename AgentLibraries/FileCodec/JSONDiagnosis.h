@@ -1,4 +1,4 @@
-// Explains where and why a text is no JSON, once the fast reader has given up.
+// Explains where and why text isn't valid JSON, after the fast reader has failed.
 #pragma once
 #include <cstddef>
 #include <string>
@@ -12,11 +12,11 @@ struct JSONProblem {
   std::string found;
 };
 
-/// What is wrong in `text`, of which everything before `failure` is the beginning of a JSON text
-/// save perhaps the token that reaches it. Walks the text once more, without recursion.
+/// What is wrong in `text`, which is valid up to `failure` except perhaps for the token that ends
+/// there. Scans the text again, without recursion.
 [[nodiscard]] JSONProblem diagnoseJSON(std::string_view text, std::size_t failure);
 
-/// What stands at `offset`, for an error text: «"}"», «"nul"», «a string», «the end of the text».
+/// What is at `offset`, for an error message: «"}"», «"nul"», «a string», «the end of the text».
 [[nodiscard]] std::string describeJSONAt(std::string_view text, std::size_t offset);
 
 }  // namespace FileCodec

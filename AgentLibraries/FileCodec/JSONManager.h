@@ -1,4 +1,4 @@
-// Reads a JSON file into a record.
+// Decodes a JSON file into a record.
 #pragma once
 #include <string>
 #include <utility>
@@ -7,7 +7,7 @@
 
 namespace FileCodec {
 
-/// What every file manager offers: the decoded record.
+/// Interface of file managers: access to the decoded record.
 template <typename Record>
 class CodableFileManager {
  public:
@@ -21,11 +21,11 @@ class CodableFileManager {
   Record data_;
 };
 
-/// The bytes of a regular file of at most 1 GiB; throws `DecodingError`.
+/// Reads a regular file of at most 1 GiB; throws `DecodingError`.
 [[nodiscard]] std::string readTextFile(const std::string& path);
 
 /// Decodes a JSON file. `Record` has `static Record decode(std::string text, const std::string&
-/// file)`, which throws `DecodingError` and may keep the text. Nothing is kept on failure.
+/// file)`, which throws `DecodingError` and may keep the text.
 template <typename Record>
 class JSONManager : public CodableFileManager<Record> {
  public:

@@ -13,7 +13,7 @@ namespace json = boost::json;
 
 constexpr std::size_t kMaximumDepth = 512;
 
-/// Hands the parser's events on; joins the parts that a string with escapes comes in.
+/// Forwards the parser's events, joining the parts of strings with escapes.
 class Handler {
  public:
   static constexpr std::size_t max_array_size = -1;   // NOLINT: names that the parser asks for
@@ -75,7 +75,7 @@ class Handler {
     return true;
   }
 
-  /// The whole string that ends with `last`; without earlier parts that is `last` itself.
+  /// The whole string, of which `last` is the last or only part.
   std::string_view whole(json::string_view last) {
     if (joinedIsStale_) [[likely]] {
       return {last.data(), last.size()};
@@ -86,7 +86,7 @@ class Handler {
 
   JSONEvents& events_;
   std::string joined_;
-  bool joinedIsStale_ = true;  // no part of the string at hand is in joined_ yet
+  bool joinedIsStale_ = true;  // joined_ holds no part of the current string yet
   bool stopped_ = false;
 };
 
@@ -140,7 +140,7 @@ std::string withShortExponents(std::string text) {
   bool inString = false;
   for (std::size_t at = 0; at < text.size(); ++at) {
     if (inString && text[at] == '\\') {
-      ++at;  // and what it escapes
+      ++at;  // and the escaped character
     } else if (inString) {
       inString = text[at] != '"';
     } else if (text[at] == '"') {

@@ -1,4 +1,4 @@
-// Reads JSON strictly as a stream of events; no tree is made.
+// A strict JSON reader that reports events and builds no tree.
 #pragma once
 #include <cstddef>
 #include <string>
@@ -8,9 +8,9 @@
 
 namespace FileCodec {
 
-/// Receives the events of one JSON text in order. An event that returns false ends the reading.
-/// A string or member name without escapes is a view into the text itself and lives as long as
-/// that; with escapes it is decoded and lives only during the call.
+/// Receives the events of one JSON text in order. Returning false stops the reader. A string or
+/// member name without escapes is a view into the text and lives as long as the text; one with
+/// escapes is decoded and valid only during the call.
 class JSONEvents {
  public:
   virtual ~JSONEvents() = default;
@@ -29,12 +29,12 @@ enum class JSONOutcome : unsigned char {
   complete,
   stoppedByEvents,
   syntaxError,
-  hugeExponent,  ///< A number with an exponent that the parser can't take: `withShortExponents`.
+  hugeExponent,  ///< A number whose exponent the parser can't handle, see `withShortExponents`.
 };
 
-/// The end of a reading. Of a syntax error it says what was expected and found («":" after the
-/// member name», «"}"») and where: `line` and `column` count from 1, columns in bytes. `offset`
-/// and `column` don't count a byte order mark.
+/// The result of reading. After a syntax error it has what was expected and found («":" after the
+/// member name», «"}"») and where: `line` and `column` start at 1, columns are bytes. `offset` and
+/// `column` don't count a byte order mark.
 struct JSONReading {
   JSONOutcome outcome = JSONOutcome::complete;
   std::string expected;
@@ -44,18 +44,18 @@ struct JSONReading {
   std::size_t column = 0;
 };
 
-/// UTF-8 text may begin with it; it is no part of the JSON.
+/// Allowed before UTF-8 text; not part of the JSON.
 inline constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
-/// Reads one JSON text (RFC 8259: UTF-8, no comments, nothing but blanks after the value), at most
-/// 512 levels deep. A byte order mark before it is skipped.
+/// Reads one JSON text (RFC 8259: UTF-8, no comments, only white space after the value), at most
+/// 512 levels deep. Skips a byte order mark.
 [[nodiscard]] JSONReading readJSON(std::string_view text, JSONEvents& events);
 
-/// The text with zeros in the place of overlong exponents, for another reading after
-/// `hugeExponent`: no event tells a number's value. All else keeps its place.
+/// Replaces oversized exponents by zeros, for reading again after `hugeExponent`; events don't
+/// carry numeric values. Offsets don't change.
 [[nodiscard]] std::string withShortExponents(std::string text);
 
-/// The error for a reading of `file` that ended in a syntax error.
+/// The error for a syntax error in `file`.
 [[nodiscard]] DecodingError syntaxError(const std::string& file, const JSONReading& reading);
 
 }  // namespace FileCodec

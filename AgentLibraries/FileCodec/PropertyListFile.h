@@ -1,4 +1,4 @@
-// Reads property-list files that have a dictionary at their top.
+// Reads property-list files whose top-level value is a dictionary.
 #pragma once
 #include <cstdint>
 #include <expected>
@@ -9,19 +9,19 @@
 
 namespace FileCodec {
 
-/// Why a file yields no dictionary.
+/// Why a file could not be read as a dictionary.
 struct PropertyListFileError {
   enum class Kind : std::uint8_t {
-    missing,     ///< Nothing is there, or a file of 0 bytes.
-    unreadable,  ///< Its bytes can't be had now: no permission, no memory, a failing disk.
-    damaged,     ///< What is there is no property list with a dictionary at its top, nor will it
-                 ///< become one: other bytes, a directory, a FIFO, a file that is too large.
+    missing,     ///< No file, or an empty one.
+    unreadable,  ///< Can't be read now: no permission, no memory, an I/O error.
+    damaged,     ///< Not a property list with a top-level dictionary, and won't
+                 ///< become one: other data, a directory, a FIFO, a file that is too large.
   };
   Kind kind;
   DecodingError error;
 };
 
-/// The dictionary at the top of the file at `path`.
+/// Reads the top-level dictionary of the file at `path`.
 [[nodiscard]] std::expected<platform::PropertyList::Dictionary, PropertyListFileError>
 readPropertyListFile(const std::string& path);
 

@@ -27,14 +27,14 @@ PropertyList::Dictionary updated(PropertyList::Dictionary dictionary, const Upda
   return dictionary;
 }
 
-/// XML, which people can read; binary for what XML can't hold, such as a control character.
+/// XML, which people can read, or binary for what XML can't represent, such as control characters.
 std::string encoded(const std::string& path, const PropertyList& list) {
   try {
     return toXML(list);
   } catch (const std::invalid_argument&) {
     try {
       return toBinary(list);
-    } catch (const std::invalid_argument& error) {  // which does not know of a file
+    } catch (const std::invalid_argument& error) {  // which doesn't name the file
       throw std::runtime_error(text(path, ": ", error.what()));
     }
   }

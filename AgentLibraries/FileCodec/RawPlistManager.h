@@ -9,25 +9,25 @@
 
 namespace FileCodec {
 
-/// The file is read anew by every `fetchValue`, under the keys that were updated since the last
-/// save: so a change by another process is seen, and a save keeps the keys that others wrote
-/// meanwhile. For one thread at a time.
+/// Every `fetchValue` reads the file again and applies the updates since the last save. Changes by
+/// other processes are therefore seen, and a save keeps keys that others have written. Not
+/// thread-safe.
 class RawPlistManager {
  public:
   explicit RawPlistManager(std::string filePath) : filePath_(std::move(filePath)) {}
 
-  /// The value under the top-level key; absent when the file or the key is missing, and, with an
-  /// error line in the log, when the file is no property list with a dictionary at its top.
+  /// The value of the top-level key; absent if the file or the key is missing. Also absent, with an
+  /// error line in the log, if the file isn't a property list with a top-level dictionary.
   [[nodiscard]] std::optional<platform::PropertyList> fetchValue(const std::string& key) const;
-  /// Sets the key in the in-memory copy; absent removes it.
+  /// Sets the key in memory; absent removes it.
   void updateValue(std::optional<platform::PropertyList> value, const std::string& key);
-  /// Writes the file's keys and the updates to `path`, or to the manager's own path when absent:
-  /// XML, or binary for what XML can't hold, replaced atomically. No other save of that path, in
-  /// this process or another, comes between the reading and the writing. Throws a
-  /// `std::runtime_error` that names the file when that fails. The updates are kept then, and the
-  /// file is as before; or it is replaced, but not certain to outlive a crash, when only the last
-  /// flush failed. What is at the own path and no dictionary is not overwritten: it is kept beside
-  /// under the first free name of «<path>.damaged», «<path>.damaged-2» and so on.
+  /// Writes the file's keys with the updates to `path`, or to the manager's own path if absent:
+  /// atomically, as XML, or as binary for what XML can't represent. A lock keeps other saves of
+  /// that path, in any process, from coming between reading and writing. Throws
+  /// `std::runtime_error` that names the file on failure. The updates are then kept and the file is
+  /// unchanged, or, if only the final flush failed, replaced but not certain to survive a crash. A
+  /// file at the own path that isn't a dictionary is not overwritten: it is renamed to the first
+  /// free name of «<path>.damaged», «<path>.damaged-2» and so on.
   void save(const std::optional<std::string>& path = std::nullopt);
 
  private:

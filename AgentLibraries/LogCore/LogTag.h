@@ -1,14 +1,14 @@
-// Names the place that a log line speaks for: source file and operation.
+// The origin of a log line: source file and operation.
 #pragma once
 #include <source_location>
 #include <string_view>
 
 namespace LogCore {
 
-/// The origin of log lines: the source file, as its path from the module folder without the
-/// extension, and the signature text of the operation, such as "hasMinimumBattery(of:)".
-/// A tag is a compile-time constant; the file is that of the tag's own definition (the build
-/// maps the module folder to nothing, so that no path of the building machine gets in).
+/// The source file, as a path relative to the module directory without extension, and the
+/// operation's signature, such as "hasMinimumBattery(of:)". A tag is a compile-time constant whose
+/// file is the one that defines it. The build strips the module directory, so that tags contain no
+/// path of the build machine.
 struct LogTag {
   std::string_view file;
   std::string_view function;

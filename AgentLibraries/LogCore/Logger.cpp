@@ -79,7 +79,7 @@ void StandardErrorSink::write(LogLevel level, const LogTag& tag, std::uint32_t l
     const std::string note = std::string(isCut_ ? "…\n" : "") + timestamp() +
                              " ERROR LogCore/Logger write: " + std::to_string(dropped_) +
                              " lines were dropped, nobody read standard error.\n";
-    // The caller has waited for that reader before.
+    // Callers have already waited for this reader.
     if (!takes(note, std::chrono::milliseconds::zero())) {
       ++dropped_;
       return;
@@ -117,12 +117,12 @@ struct CurrentSink {
 };
 
 CurrentSink& currentSink() {
-  // Never destroyed: threads and destructors may log until the very end of the process.
+  // Never destroyed, since threads and destructors may log until the process exits.
   static CurrentSink& current = *new CurrentSink;
   return current;
 }
 
-/// Remembers standard error when the library is loaded: the agent may close it later.
+/// Remembers standard error when the library is loaded, because the agent may close it later.
 [[maybe_unused]] const CurrentSink& kMadeAtLoad = currentSink();
 
 }  // namespace
@@ -159,8 +159,7 @@ void writeLogLine(LogLevel level, const LogTag& tag, std::uint32_t line,
   try {
     sink->write(level, tag, line, build);
   } catch (...) {  // NOLINT(bugprone-empty-catch)
-    // The line is lost. There is no further place to report it, and what becomes of a patch does
-    // not depend on its log.
+    // The line is lost. It can't be reported anywhere else, and logging must not affect a patch.
   }
 }
 

@@ -1,4 +1,4 @@
-// The agent's logging library: three levels, messages that are built by the sink.
+// The agent's logging library: three levels; sinks build the messages.
 #pragma once
 #include <atomic>
 #include <concepts>
@@ -18,7 +18,7 @@ enum class LogLevel : std::uint8_t { debug, info, error };
 
 class Logger {
  public:
-  /// The text of one log line, made from a literal or a joined text.
+  /// The text of one log line.
   struct Message {
     std::string text;
     Message(std::string joined) : text(std::move(joined)) {}  // NOLINT: converts on purpose
@@ -27,8 +27,8 @@ class Logger {
   };
 };
 
-/// Makes the message of one line: a reference to the caller's function, which refers to the
-/// caller's locals. So it can't be copied.
+/// Builds the message of one line. Refers to the caller's function and locals, so it can't be
+/// copied.
 class MessageBuilder {
  public:
   template <typename Build>
@@ -47,9 +47,9 @@ class MessageBuilder {
   Logger::Message (*call_)(const void* function);
 };
 
-/// Where log lines go. `write` may be called from several threads at once. It calls `build` when
-/// it writes the line, and must not keep it: a builder is valid during the call only. What it
-/// throws is dropped with the line.
+/// Receives log lines. `write` may be called by several threads at once. It calls `build` if it
+/// writes the line; the builder is valid only during the call. Exceptions are dropped together with
+/// the line.
 class LogSink {
  public:
   virtual ~LogSink() = default;
@@ -57,19 +57,18 @@ class LogSink {
                      const MessageBuilder& build) = 0;
 };
 
-/// Writes each line of at least `minimum` level to a file descriptor, as
-/// `2026-11-24T10:11:12.123Z INFO  Validators/Disk/Disk hasMinimumFreeSpace(of:):41 message`.
-/// Line feeds, control characters and the like inside a message are written as escapes (`\n`,
-/// `\u001b`), so that no text that is logged can forge a line or steer a terminal. Raises no
-/// SIGPIPE. Waits for a reader that is slow.
+/// Writes each line of at least `minimum` level to a file descriptor, as `2026-11-24T10:11:12.123Z
+/// INFO  Validators/Disk/Disk hasMinimumFreeSpace(of:):41 message`. Line feeds, control characters
+/// and the like in messages are escaped (`\n`, `\u001b`), so that logged text can't forge a line or
+/// control a terminal. Doesn't raise SIGPIPE. Blocks while the reader is slow.
 class DescriptorSink final : public LogSink {
  public:
-  /// `descriptor` stays the caller's and must outlive the sink.
+  /// `descriptor` remains the caller's and must outlive the sink.
   explicit DescriptorSink(int descriptor, LogLevel minimum = LogLevel::debug)
       : descriptor_(descriptor), minimum_(minimum) {}
   void write(LogLevel level, const LogTag& tag, std::uint32_t line,
              const MessageBuilder& build) override;
-  /// Why lines are missing: the error number of the last write that failed, 0 when none has.
+  /// The errno value of the last failed write; 0 if no line was lost.
   [[nodiscard]] std::int32_t lastError() const noexcept { return lastError_; }
 
  private:
@@ -78,20 +77,20 @@ class DescriptorSink final : public LogSink {
   LogLevel minimum_;
 };
 
-/// Drops every line, unbuilt.
+/// Drops every line without building it.
 class NullSink final : public LogSink {
  public:
   void write(LogLevel, const LogTag&, std::uint32_t, const MessageBuilder&) override {}
 };
 
-/// Makes `sink` the process's sink and returns the one before; a null pointer brings back the
-/// default. That writes all levels, in the form of `DescriptorSink`, to the standard error that the
-/// process had when the library was loaded; once descriptor 2 is another file, lines are dropped.
-/// It waits a quarter of a second at most for a reader; later a line tells how many were dropped.
-/// Safe from any thread.
+/// Replaces the process's sink and returns the previous one; null restores the default. The default
+/// sink writes all levels, formatted like `DescriptorSink`, to the standard error that the process
+/// had when the library was loaded; once descriptor 2 is another file, lines are dropped. It waits
+/// for a reader for at most a quarter of a second; a later line reports how many were dropped.
+/// Thread-safe.
 std::shared_ptr<LogSink> setLogSink(std::shared_ptr<LogSink> sink);
 
-/// Hands one line to the process's sink.
+/// Passes one line to the process's sink.
 void writeLogLine(LogLevel level, const LogTag& tag, std::uint32_t line,
                   const MessageBuilder& build);
 

@@ -12,10 +12,10 @@
 
 namespace LogCore {
 
-/// Writes every line to a descriptor for as long as that leads to the file that it led to at
-/// construction: an agent may close its standard error, and the next file or socket that it opens
-/// then has the number 2. Never keeps its caller waiting for a reader for long: lines that nobody
-/// takes are counted and dropped, and a line tells so once somebody reads again.
+/// Writes every line to a descriptor as long as it still refers to the file that it referred to at
+/// construction: if an agent closes its standard error, the next file or socket that it opens
+/// becomes descriptor 2. Doesn't block long for a reader: lines that can't be written are counted
+/// and dropped, and a later line reports them.
 class StandardErrorSink final : public LogSink {
  public:
   explicit StandardErrorSink(int descriptor);
@@ -25,17 +25,17 @@ class StandardErrorSink final : public LogSink {
  private:
   static constexpr std::chrono::milliseconds kPatience{250};
 
-  /// Writes in pieces that are taken at once. False when nobody takes one in time, or ever.
+  /// Writes in pieces that don't block. Returns false on timeout or failure.
   bool takes(std::string_view text, std::chrono::milliseconds patience);
 
   const int descriptor_;
   const std::optional<platform::FileIdentity> identity_;
-  std::mutex mutex_;  // guards what follows, and keeps lines whole
+  std::mutex mutex_;  // guards the members below and keeps lines whole
   std::uint64_t dropped_ = 0;
-  bool isCut_ = false;  // the last line stands there without its end
+  bool isCut_ = false;  // the last line was only partly written
 };
 
-/// One line as sinks write it, with its line feed.
+/// Formats one line, with its line feed.
 [[nodiscard]] std::string logLine(LogLevel level, const LogTag& tag, std::uint32_t line,
                                   const MessageBuilder& build);
 

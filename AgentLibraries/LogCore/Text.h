@@ -1,4 +1,4 @@
-// Joins the pieces of a message into one text.
+// Joins the pieces of a message.
 #pragma once
 #include <array>
 #include <charconv>
@@ -23,7 +23,7 @@ void append(std::string& out, Number piece) {
 
 }  // namespace detail
 
-/// Joins texts as they are, single characters, integers in base 10 and Booleans as true or false.
+/// Joins strings and characters unchanged, integers in base 10 and Booleans as true or false.
 template <typename... Pieces>
 [[nodiscard]] std::string text(const Pieces&... pieces) {
   std::string out;

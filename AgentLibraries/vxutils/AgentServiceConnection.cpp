@@ -34,30 +34,30 @@ constexpr std::string_view kNoMemory = "there was no memory for the reply";
 constexpr std::string_view kNotTaken = "the service does not take requests";
 constexpr std::chrono::milliseconds kLongestSending{5000};
 
-/// A request without an answer so far.
+/// A pending request.
 struct Waiting {
   AgentServiceProtocol::Reply reply;
   AgentServiceProtocol::Failure failure;
 };
 
 /// One connected socket with its reading thread, which keeps the channel alive until it ends. The
-/// socket is closed with the channel only, so its number means the same to every thread.
+/// socket is closed only with the channel, so the descriptor is valid for every thread.
 class Channel final {
  public:
   explicit Channel(platform::Descriptor socket) : socket_(std::move(socket)) {}
 
   static std::shared_ptr<Channel> start(platform::Descriptor socket) {
     auto channel = std::make_shared<Channel>(std::move(socket));
-    const platform::SignalsHeld held;  // the agent's handlers are not for the new thread
+    const platform::SignalsHeld held;  // keeps the agent's signal handlers off the new thread
     channel->reader_ = std::thread([channel] { channel->readReplies(); });
     return channel;
   }
 
-  /// Ends the reading thread. To be called once, by the owner.
+  /// Stops the reading thread. Called once, by the owner.
   void end() {
     platform::hangUp(socket_);
     if (reader_.get_id() == std::this_thread::get_id()) {
-      reader_.detach();  // a reply destroys its connection: the thread ends after it
+      reader_.detach();  // a reply is destroying its connection; the thread ends after it
     } else {
       reader_.join();
     }
@@ -87,9 +87,9 @@ class Channel final {
   }
 
  private:
-  /// Waits a while for a service that is busy. False when it takes nothing of the line.
+  /// Waits a while for a busy service. Returns false if nothing was sent.
   bool send(std::string_view line) {
-    const std::scoped_lock lock(sending_);  // not the other one, which taking answers needs
+    const std::scoped_lock lock(sending_);  // not mutex_, which receiving needs
     const auto deadline = std::chrono::steady_clock::now() + kLongestSending;
     const std::size_t whole = line.size();
     for (;;) {
@@ -102,8 +102,8 @@ class Channel final {
           std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
       const bool isLate = left <= std::chrono::milliseconds::zero();
       if (sent < 0 || (isLate && line.size() < whole)) {
-        // The service has gone, or has taken half a line, after which nothing else makes sense.
-        // The reader sees it and tells everybody who waits.
+        // The service has disconnected, or has received part of a line, after which the stream is
+        // unusable. The reader notices and fails all pending requests.
         platform::hangUp(socket_);
         return true;
       }
@@ -129,7 +129,7 @@ class Channel final {
     }
   }
 
-  /// Hands over replies until there can be no more; the reason.
+  /// Dispatches replies until the connection ends; returns the reason.
   std::string_view readUntilEnd() noexcept try {
     LineBuffer received;
     while (receive(socket_, received, true) >= 0) {
@@ -141,13 +141,13 @@ class Channel final {
       }
     }
     return received.isFull() ? kTooLong : kClosedByService;
-  } catch (...) {  // no memory: nothing else is thrown here
+  } catch (...) {  // out of memory: nothing else is thrown here
     platform::hangUp(socket_);
     return kNoMemory;
   }
 
-  /// Calls the reply that waits for the message in `line`. One that nobody waits for, a second
-  /// answer to a request for example, has no effect. False when the line is no reply.
+  /// Calls the pending request's reply for the message in `line`. Unexpected replies, for example a
+  /// second one to a request, are ignored. Returns false if the line isn't a reply.
   bool handOver(std::string_view line) {
     std::optional<AgentServiceReply> message = parseReply(line);
     if (!message) {
@@ -170,14 +170,14 @@ class Channel final {
 
   platform::Descriptor socket_;
   std::thread reader_;
-  std::mutex sending_;  // keeps the lines on the socket whole
-  std::mutex mutex_;    // guards what follows
+  std::mutex sending_;  // keeps lines on the socket whole
+  std::mutex mutex_;    // guards the members below
   bool ended_ = false;
   std::int64_t nextID_ = 1;
   std::map<std::int64_t, Waiting> waiting_;
 };
 
-/// Ends its channel, if it has one, also where there is no memory for the next.
+/// Ends its channel, if any, even if there is no memory for the next one.
 struct EndOfChannel {
   std::shared_ptr<Channel> channel;
   ~EndOfChannel() {
@@ -187,7 +187,7 @@ struct EndOfChannel {
   }
 };
 
-/// A connected channel to the agent service; null, with the reason in the log, when there is none.
+/// Connects to the agent service; null, with the reason in the log, on failure.
 std::shared_ptr<Channel> connect(std::chrono::milliseconds longestConnect) {
   const std::optional<std::string> base = gv_globvars.vxagentBasePath();
   if (!base) {
@@ -213,7 +213,7 @@ std::shared_ptr<Channel> connect(std::chrono::milliseconds longestConnect) {
   }
   try {
     return Channel::start(*std::move(socket));
-  } catch (const std::system_error& error) {  // no further thread can be had
+  } catch (const std::system_error& error) {  // no more threads
     logError(kGetService,
              [&] { return text("Unable to listen to the agent service: ", error.what(), "."); });
     return nullptr;
@@ -222,7 +222,7 @@ std::shared_ptr<Channel> connect(std::chrono::milliseconds longestConnect) {
 
 }  // namespace
 
-/// Keeps one channel and makes another when that has ended, until it is closed for good.
+/// Holds one channel and replaces it when it has ended, until the proxy is closed.
 class AgentServiceConnection::Proxy final : public AgentServiceProtocol {
  public:
   explicit Proxy(std::chrono::milliseconds longestConnect) : longestConnect_(longestConnect) {}
@@ -235,9 +235,9 @@ class AgentServiceConnection::Proxy final : public AgentServiceProtocol {
     }
   }
 
-  /// The connected channel; null when there is none.
+  /// The connected channel; null on failure.
   std::shared_ptr<Channel> connected() {
-    EndOfChannel ended;  // outlives the lock, which its last replies may want
+    EndOfChannel ended;  // outlives the lock, which its last replies may need
     std::shared_ptr<Channel> channel;
     {
       const std::scoped_lock lock(mutex_);
@@ -255,7 +255,7 @@ class AgentServiceConnection::Proxy final : public AgentServiceProtocol {
     return channel;
   }
 
-  /// Ends the connection; every later request fails.
+  /// Closes the connection; later requests fail.
   void close() {
     EndOfChannel last;  // outlives the lock
     const std::scoped_lock lock(mutex_);

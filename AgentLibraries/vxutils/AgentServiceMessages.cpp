@@ -21,8 +21,8 @@ constexpr std::string_view kID = "id";
 constexpr std::string_view kKey = "fetchStatusMessageForKey";
 constexpr std::string_view kValue = "value";
 
-/// Calls `read` with the members of the JSON object in `line`. False when there is none. All that
-/// the parser allocates lies in a buffer that is wiped.
+/// Calls `read` with the members of the JSON object in `line`. Returns false if there is none. The
+/// parser allocates only from a buffer that is wiped.
 template <typename Read>
 bool readObject(std::string_view line, const Read& read) {
   constexpr std::size_t kBytesPerByteOfText = 16;
@@ -44,7 +44,7 @@ bool readObject(std::string_view line, const Read& read) {
       }
     }
   } catch (const std::bad_alloc&) {
-    return false;  // far more structure than a message has
+    return false;  // far more than a message needs
   }
   return false;
 }
@@ -61,14 +61,14 @@ std::optional<std::string> textIn(const json::object& members, std::string_view 
   if (characters == nullptr) {
     return std::nullopt;
   }
-  std::string text;  // never so short that a move would leave its bytes behind
+  std::string text;  // never in the small-string buffer, where a move would leave its bytes behind
   text.reserve(std::max(characters->size(), sizeof(std::string)));
   text.append(characters->data(), characters->size());
-  return text;  // the object itself: `append` gives a reference, which would be copied
+  return text;  // returns the object: `append` returns a reference, which would be copied
 }
 
-/// The beginning of a line, up to where the value of `name` stands; there is room for `value`, so
-/// that appending it leaves no copy of a part of it behind.
+/// The line up to the value of `name`, with capacity reserved for `value`, so that appending it
+/// doesn't reallocate and leave a copy behind.
 std::string lineUpTo(std::string_view name, std::int64_t id, std::size_t valueSize) {
   constexpr std::size_t kMostBytesPerByte = 6;
   constexpr std::size_t kFixedPart = 64;
@@ -129,7 +129,7 @@ LineBuffer::LineBuffer() : bytes_(kLongestLine, '\0') {}
 LineBuffer::~LineBuffer() { platform::wipe(bytes_); }
 
 std::span<char> LineBuffer::room() noexcept {
-  if (taken_ > 0) {  // the bytes of the next line come to the front, and what they leave is wiped
+  if (taken_ > 0) {  // moves the next line's bytes to the front and wipes where they were
     const auto end = bytes_.begin() + static_cast<std::ptrdiff_t>(used_);
     const auto rest =
         std::move(bytes_.begin() + static_cast<std::ptrdiff_t>(taken_), end, bytes_.begin());
@@ -142,7 +142,7 @@ std::span<char> LineBuffer::room() noexcept {
 }
 
 std::optional<std::string_view> LineBuffer::nextLine() noexcept {
-  // Wipes the line that was handed out last, which ends where the next begins.
+  // Wipes the line that was returned last, which ends where the next begins.
   std::fill(bytes_.begin() + static_cast<std::ptrdiff_t>(wiped_),
             bytes_.begin() + static_cast<std::ptrdiff_t>(taken_), '\0');
   const std::string_view received(bytes_.data(), used_);

@@ -39,7 +39,7 @@ platform::Descriptor listenAt(const std::string& path) {
   return *std::move(listener);
 }
 
-/// A connected client: what it sent so far, and what it has not taken yet.
+/// A connected client with its received and its unsent bytes.
 class Client {
  public:
   explicit Client(platform::Descriptor socket) : socket_(std::move(socket)) {}
@@ -47,13 +47,14 @@ class Client {
   Client(const Client&) = delete;
   Client& operator=(const Client&) = delete;
 
-  /// What to wait for: no further request of a client that does not take its answers.
+  /// What to wait for. No more requests are read from a client that doesn't read its answers.
   [[nodiscard]] Awaited awaited() const noexcept {
     return {.descriptor = socket_.get(),
             .until = unsent_.empty() ? Awaited::Until::readable : Awaited::Until::writable};
   }
 
-  /// Goes on with the conversation as far as it gets without waiting. False when it has ended.
+  /// Reads and answers as far as possible without blocking. Returns false when the connection has
+  /// ended.
   bool proceed(const AgentServiceServer::Answer& answer) {
     return unsent_.empty() ? receive(socket_, received_, false) >= 0 && answerAll(answer)
                            : sendUnsent() && answerAll(answer);
@@ -116,7 +117,7 @@ class AgentServiceServer::Loop {
     stop_ = *std::move(pipe);
     listener_ = listenAt(path);
     try {
-      const platform::SignalsHeld held;  // the agent's handlers are not for the new thread
+      const platform::SignalsHeld held;  // keeps the agent's signal handlers off the new thread
       thread_ = std::thread([this] { serve(); });
     } catch (...) {
       static_cast<void>(platform::removeFile(path_));
@@ -126,7 +127,7 @@ class AgentServiceServer::Loop {
 
   ~Loop() {
     stopping_ = true;
-    stop_.writeEnd.reset();  // the other end sees it
+    stop_.writeEnd.reset();  // wakes the thread
     thread_.join();
     if (const std::int32_t error = platform::removeFile(path_);
         error != 0 && error != static_cast<std::int32_t>(std::errc::no_such_file_or_directory)) {
@@ -144,7 +145,7 @@ class AgentServiceServer::Loop {
       try {
         serveOnce();
       } catch (const std::bad_alloc&) {
-        clients_.clear();  // they can ask again; the service goes on when there is memory
+        clients_.clear();  // clients can ask again; the service goes on when there is memory
         std::this_thread::sleep_for(kPauseWithoutDescriptors);
       }
     }
@@ -173,7 +174,7 @@ class AgentServiceServer::Loop {
 
   void acceptClient() {
     auto socket = platform::acceptLocalSocket(listener_);
-    if (!socket) {  // without a free descriptor it is tried again after a pause
+    if (!socket) {  // retried after a pause if no descriptor is free
       canAccept_ = socket.error() != std::errc::too_many_files_open &&
                    socket.error() != std::errc::too_many_files_open_in_system;
       return;

@@ -1,4 +1,4 @@
-// The serving end of the agent service, for agents, tests and simulations.
+// The server side of the agent service, for agents, tests and simulations.
 #pragma once
 #include <functional>
 #include <memory>
@@ -7,11 +7,11 @@
 
 namespace vxutils {
 
-/// Listens at a socket path and answers every request, of several clients at a time, with
-/// `answer(key)`, which must not throw, on its own thread (absent is sent as null). Clients that
-/// run neither as root nor as this process's user are turned away; one that sends something else
-/// than requests is disconnected. Construction throws `std::runtime_error` when it can't listen;
-/// destruction, which `answer` itself must not cause, ends the thread and removes the socket.
+/// Listens on a socket and answers the requests of any number of clients with `answer(key)`, on its
+/// own thread; absent is sent as null. `answer` must not throw. Clients that run neither as root
+/// nor as this process's user are rejected; those that send anything but requests are disconnected.
+/// The constructor throws `std::runtime_error` if it can't listen. The destructor, which `answer`
+/// must not call, stops the thread and removes the socket.
 class AgentServiceServer {
  public:
   using Answer = std::function<std::optional<std::string>(const std::string& key)>;

@@ -1,4 +1,4 @@
-// What a finished child process leaves: exit status and output.
+// The result of a command: exit status and output.
 #pragma once
 #include <cstddef>
 #include <cstdint>
@@ -7,14 +7,14 @@
 
 namespace vxutils {
 
-/// Outcome of a command. `output` and `rawOutput()` are one buffer, read as text or as bytes.
+/// `output` and `rawOutput()` are views of one buffer, as text and as bytes.
 struct CommandResult {
-  /// The child's exit status; 128 + n when signal n ended it, never 0 after the time-out; 127 when
-  /// it could not be started, 126 when its program is not executable; -1 when the system did not
-  /// keep the status, because the process ignores SIGCHLD or some other code of it has waited for
-  /// the child. The output is whole then all the same.
+  /// The child's exit status; 128 + n if signal n killed it, never 0 after a time-out; 127 if it
+  /// could not be started, 126 if its program is not executable; -1 if the status was lost because
+  /// the process ignores SIGCHLD or other code has waited for the child. The output is complete
+  /// even then.
   std::int32_t exitCode = 0;
-  std::string output;  ///< Standard output and error as they came, in one text.
+  std::string output;  ///< Standard output and error, interleaved.
 
   [[nodiscard]] std::span<const std::byte> rawOutput() const noexcept {
     return std::as_bytes(std::span(output));

@@ -1,14 +1,14 @@
-// Reads the report of `profiles status -type enrollment`.
+// Parses the report of `profiles status -type enrollment`.
 #pragma once
 #include "AgentLibraries/vxutils/MDMEnrollmentUtil.h"
 #include "Platform/Process.h"
 
 namespace vxutils {
 
-/// The enrollment that the tool's run tells of: `not_enrolled` when the tool is not there or
-/// failed, which is logged, or when its line "MDM enrollment:" says no; a tool so old that it lacks
-/// this line tells by "Enrolled via DEP:". Other lines are ignored. A run whose exit status is not
-/// known is judged by its output.
+/// The enrollment according to the tool. `not_enrolled` if the tool is missing or failed, which is
+/// logged, or if its line "MDM enrollment:" says no; old versions that lack this line are judged by
+/// "Enrolled via DEP:". Other lines are ignored. If the exit status is unknown, only the output
+/// counts.
 [[nodiscard]] EnrollmentType enrollmentToldBy(const platform::ProcessResult& run);
 
 }  // namespace vxutils

@@ -8,7 +8,7 @@
 
 namespace vxutils {
 
-// Members, though they need no object: the agent's interface has them so.
+// Not static, because the agent's interface has them as members.
 std::int32_t FileUtils::removeFile(const std::string& path) const {
   const std::int32_t error = platform::removeFile(path);
   if (error != EISDIR) {

@@ -7,8 +7,8 @@ namespace vxutils {
 
 class FileUtils {
  public:
-  /// Deletes the file: 0 when it is gone, else the system's error number (a missing file too). A
-  /// directory in its place is moved aside, as «<path>.damaged», and counts as gone.
+  /// Deletes the file. Returns 0 or an errno value, also for a missing file. A directory in its
+  /// place is renamed to «<path>.damaged», which counts as success.
   [[nodiscard]] std::int32_t removeFile(const std::string& path) const;
   [[nodiscard]] bool isFileExist(const std::string& path) const;
 };

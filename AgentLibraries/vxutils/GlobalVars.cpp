@@ -8,7 +8,7 @@ namespace vxutils {
 
 namespace {
 
-/// Never destroyed: other threads may read the settings until the very end of the process.
+/// Never destroyed, since other threads may read the settings until the process exits.
 union Immortal {
   constexpr Immortal() : settings() {}
   ~Immortal() {}  // NOLINT(modernize-use-equals-default): that would be deleted

@@ -1,4 +1,4 @@
-// The agent's global settings: its directories and the kind of machine.
+// The agent's global settings: its directories and the processor type.
 #pragma once
 #include <mutex>
 #include <optional>
@@ -6,21 +6,21 @@
 
 namespace vxutils {
 
-/// The agent's directories; a text may be absent.
+/// The agent's directories; any may be absent.
 struct AgentDirectories {
   std::optional<std::string> base;  ///< Where the agent is installed.
   std::optional<std::string> data;
   std::optional<std::string> logs;
 };
 
-/// Set by the agent before it uses a library, read by everyone; safe from any thread.
+/// Set by the agent before it uses the libraries. Thread-safe.
 class GlobalVars {
  public:
-  /// Without directories; asks the machine for its processor until told otherwise.
+  /// No directories; the processor type is the machine's unless overridden.
   constexpr GlobalVars() = default;
 
   void setDirectories(AgentDirectories directories);
-  /// Overrides what the machine says; absent brings the machine's own answer back.
+  /// Overrides the machine's processor type; absent removes the override.
   void setAppleSiliconMachine(std::optional<bool> answer);
 
   [[nodiscard]] std::optional<std::string> vxagentBasePath() const;
@@ -34,7 +34,7 @@ class GlobalVars {
   std::optional<bool> isAppleSilicon_;
 };
 
-/// The process's one object. It exists before any code of the process runs, and until its end.
+/// The process's settings. Exist before any code runs and until the process exits.
 extern constinit GlobalVars& gv_globvars;
 
 }  // namespace vxutils

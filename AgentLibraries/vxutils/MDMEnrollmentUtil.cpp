@@ -25,7 +25,8 @@ std::string_view trimmed(std::string_view text) {
   return text.substr(first, text.find_last_not_of(kBlanks) + 1 - first);
 }
 
-/// The answer of the first line that begins with `question`: true for "Yes…"; absent without one.
+/// The answer in the first line that starts with `question`: true for "Yes…"; absent if there is
+/// none.
 std::optional<bool> answerTo(std::string_view question, std::string_view report) {
   while (!report.empty()) {
     const std::size_t end = std::min(report.find('\n'), report.size());
@@ -39,7 +40,7 @@ std::optional<bool> answerTo(std::string_view question, std::string_view report)
   return std::nullopt;
 }
 
-/// Whether the tool has reported; else the log says why not.
+/// Whether the tool has reported; if not, logs why.
 bool hasReported(const platform::ProcessResult& run) {
   if (run.startError == std::errc::no_such_file_or_directory) {
     logInfo(kEnrollmentTag,

@@ -5,19 +5,19 @@
 
 namespace vxutils {
 
-/// `user_approved` stands for every enrollment by a user, approved or not.
+/// `user_approved` is every enrollment by a user, approved or not.
 enum class EnrollmentType : std::uint8_t {
   not_enrolled,
   user_approved,
   dep
 };  // NOLINT: agent's names
 
-/// Asks `/usr/bin/profiles status -type enrollment` (without a shell) on every call.
+/// Runs `/usr/bin/profiles status -type enrollment`, without a shell, on every call.
 class MDMEnrollmentUtil {
  public:
   static MDMEnrollmentUtil& shared();
-  /// `not_enrolled` on a machine without the tool, and when the tool fails, says no or does not
-  /// answer within `timeout`; then the log says why.
+  /// `not_enrolled` if the tool says so. Also, with the reason in the log, if the tool is missing,
+  /// fails or takes longer than `timeout`.
   [[nodiscard]] EnrollmentType getEnrollmentType(
       std::chrono::milliseconds timeout = std::chrono::minutes(1)) const;
 };

@@ -20,13 +20,13 @@ struct Notification {
 
 struct Center {
   std::mutex mutex;
-  std::shared_ptr<const NotificationHandler> handler;  // null: notifications wait
+  std::shared_ptr<const NotificationHandler> handler;  // null: notifications are queued
   std::uint64_t handlersSet = 0;
   std::deque<Notification> waiting;
 };
 
 Center& center() {
-  // Never destroyed: other threads may post until the very end of the process.
+  // Never destroyed, since other threads may post until the process exits.
   static Center& instance = *new Center;
   return instance;
 }
@@ -41,7 +41,7 @@ void setNotificationHandler(NotificationHandler handler) {
     next = std::make_shared<const NotificationHandler>(std::move(handler));
   }
   std::unique_lock lock(shared.mutex);
-  former = std::exchange(shared.handler, nullptr);  // what is posted from now on waits its turn
+  former = std::exchange(shared.handler, nullptr);  // later notifications are queued behind these
   const std::uint64_t number = ++shared.handlersSet;
   while (next && !shared.waiting.empty()) {
     const Notification oldest = shared.waiting.front();
@@ -50,7 +50,7 @@ void setNotificationHandler(NotificationHandler handler) {
     (*next)(oldest.code, oldest.argument);
     lock.lock();
     if (shared.handlersSet != number) {
-      return;  // a later call goes on with the rest
+      return;  // a later call continues with the rest
     }
   }
   shared.handler = std::move(next);

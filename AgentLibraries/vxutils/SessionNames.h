@@ -1,4 +1,4 @@
-// How the names of sessions become the agent's answers.
+// Converts session names to the agent's conventions.
 #pragma once
 #include <optional>
 #include <string>
@@ -6,7 +6,7 @@
 
 namespace vxutils {
 
-/// The name as it is; "NOUSERNAME" for an absent one and for one that is nobody's session.
+/// The name; "NOUSERNAME" if it is absent or doesn't belong to a person.
 [[nodiscard]] std::string consoleUserOrNobody(std::optional<std::string> name);
 
 /// The names separated by ","; absent when there are none.

@@ -1,4 +1,4 @@
-// Who is at the console and who is logged on.
+// The console user and the logged-on users.
 #pragma once
 #include <optional>
 #include <string>
@@ -8,10 +8,10 @@ namespace vxutils {
 /// Stateless: every call asks the system anew.
 class SystemUtilsWrapper {
  public:
-  /// The short name of the user at the console. "NOUSERNAME" when nobody is, and for names that
-  /// are nobody's session: `root`, `loginwindow`, `_mbsetupuser` and the empty one.
+  /// The short name of the console user. "NOUSERNAME" if there is none, or for names that don't
+  /// belong to a person: `root`, `loginwindow`, `_mbsetupuser` and the empty name.
   [[nodiscard]] std::string currentConsoleUserWrapper() const;
-  /// The names of the users logged on, separated by ","; absent when there are none.
+  /// The logged-on users, separated by ","; absent when there are none.
   [[nodiscard]] std::optional<std::string> getLoggedOnUsers() const;
 };
 

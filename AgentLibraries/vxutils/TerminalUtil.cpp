@@ -30,8 +30,8 @@ constexpr int kTries = 5;
 constexpr std::chrono::milliseconds kPauseBetweenTries{500};
 constexpr std::size_t kMostLoggedBytes = std::size_t{4} << 20;
 
-/// Runs the request for at most `timeoutSeconds` and logs what its caller can't see in the result.
-/// A program that can't be started because of a bad moment is tried again.
+/// Runs the request for at most `timeoutSeconds` and logs what the result doesn't show. Transient
+/// failures to start are retried.
 platform::ProcessResult run(platform::ProcessRequest& request, std::int64_t timeoutSeconds,
                             const LogTag& tag, const TerminalUtil::Sleeper& sleep) {
   request.timeout =
@@ -50,7 +50,7 @@ platform::ProcessResult run(platform::ProcessRequest& request, std::int64_t time
     });
   }
   if (result.timedOut) {
-    if (result.exitCode == 0) {  // it tidied up when it was told to end; its work isn't done
+    if (result.exitCode == 0) {  // exited cleanly on SIGTERM, but its work isn't done
       result.exitCode = kEndedBySIGTERM;
     }
     logError(tag,
@@ -65,7 +65,7 @@ platform::ProcessResult run(platform::ProcessRequest& request, std::int64_t time
   return result;
 }
 
-/// Logs the lines of one command, up to a bound: a tool gone wild must not fill the disk.
+/// Logs a command's lines up to a limit, so that a runaway tool doesn't fill the disk.
 class LineLogger {
  public:
   void log(std::string_view line) {
@@ -77,7 +77,7 @@ class LineLogger {
     left_ -= line.size() + 1;
     logInfo(kRunTag, [&] { return line; });
   }
-  /// Says how many lines are missing.
+  /// Logs how many lines are missing.
   void finish() const {
     if (dropped_ > 0) {
       logError(kRunTag, [&] {

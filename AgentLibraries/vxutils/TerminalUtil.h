@@ -12,16 +12,16 @@
 
 namespace vxutils {
 
-/// Runs child processes and waits for them. Stateless; usable from any thread. The log says why a
-/// child could not be started, that it was ended after its time-out, or that its status was lost.
-/// What can't be started for want of a process, a descriptor or memory is tried five times, half a
+/// Runs child processes and waits for them. Stateless and thread-safe. Logs why a child could not
+/// be started, that it was killed after its time-out, or that its status was lost. If a child can't
+/// be started for lack of processes, descriptors or memory, up to five attempts are made, half a
 /// second apart.
 class TerminalUtil {
  public:
-  /// How long a task may take when its caller names no time: two hours.
+  /// The default time-out: two hours.
   static constexpr std::int64_t kLongestTaskSeconds = 7200;
 
-  /// Pauses between two tries.
+  /// Pauses between two attempts.
   using Sleeper = std::function<void(std::chrono::milliseconds duration)>;
 
   explicit TerminalUtil(Sleeper sleep);
@@ -29,12 +29,12 @@ class TerminalUtil {
   /// The shared instance.
   static TerminalUtil& defaultInstance();
 
-  /// Runs `command` with the shell at `launchPath` ("/bin/sh" when absent) as its `-c` text, in
-  /// `directory` (the current one when absent), with `pipeInput` as its whole standard input
-  /// (/dev/null when absent). After `timeoutSeconds` its process group is ended. Output is logged
-  /// line by line at info level while it comes when `logOutputContinuously` (the first 4 MiB, then
-  /// the number of further lines), whole at the end when `shouldLogOutput`; the command and the
-  /// input, which may hold a password, never are.
+  /// Runs `command` with `-c` in the shell at `launchPath` ("/bin/sh" if absent), in `directory`
+  /// (the current one if absent), with `pipeInput` as its whole standard input (/dev/null if
+  /// absent). After `timeoutSeconds` its process group is killed. With `logOutputContinuously`,
+  /// output is logged at info level line by line as it arrives (the first 4 MiB, then the number of
+  /// further lines); with `shouldLogOutput`, as a whole at the end. The command and the input,
+  /// which may contain a password, are never logged.
   [[nodiscard]] CommandResult runCommand(const std::string& command,
                                          const std::optional<std::string>& directory,
                                          const std::optional<std::string>& launchPath,
@@ -42,8 +42,8 @@ class TerminalUtil {
                                          std::int64_t timeoutSeconds, bool logOutputContinuously,
                                          bool shouldLogOutput);
 
-  /// Runs the executable at `pathOfBinary` directly, without a shell, and waits for its end. After
-  /// `timeoutSeconds` its process group is ended.
+  /// Runs the executable at `pathOfBinary` directly, without a shell, and waits for it to exit.
+  /// After `timeoutSeconds` its process group is killed.
   [[nodiscard]] std::pair<std::int32_t, std::string> executeTaskForString(
       const std::string& pathOfBinary, const std::vector<std::string>& arguments,
       std::int64_t timeoutSeconds = kLongestTaskSeconds);

@@ -12,7 +12,7 @@ struct Registry {
 };
 
 Registry& registry() {
-  // Never destroyed: other threads may register until the very end of the process.
+  // Never destroyed, since other threads may register until the process exits.
   static Registry& registrations = *new Registry;
   return registrations;
 }

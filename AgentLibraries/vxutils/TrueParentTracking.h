@@ -5,20 +5,21 @@
 namespace vxutils {
 
 /// Registers this process as the true parent of a program that it launches through another one
-/// (`open`, `sudo`), which would otherwise pass for its parent.
+/// (`open`, `sudo`), which would otherwise appear to be the parent.
 class TrueParentTracking {
  public:
   virtual ~TrueParentTracking() = default;
-  /// True when the registration was taken, also when it stood already. An empty name is refused.
+  /// Returns true if the program is now registered, even if it already was. An empty name is
+  /// rejected.
   [[nodiscard]] virtual bool registerAsTrueParent(const std::string& programName) = 0;
 };
 
-/// Keeps the registrations in the process itself, where the agent can ask for them: no service of
-/// the system is told. Objects share the registrations. Safe from any thread.
+/// Keeps the registrations in the process, where the agent can query them; no system service is
+/// involved. All objects share them. Thread-safe.
 class ProcessInformation final : public TrueParentTracking {
  public:
   [[nodiscard]] bool registerAsTrueParent(const std::string& programName) override;
-  /// Whether this process has vouched for the program of that name.
+  /// Whether this process has registered the program.
   [[nodiscard]] static bool isTrueParent(const std::string& programName);
 };
 
