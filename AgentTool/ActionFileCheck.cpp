@@ -61,8 +61,8 @@ bool hasBlanksAround(std::string_view text) {
   return !text.empty() && (kBlanks.contains(text.front()) || kBlanks.contains(text.back()));
 }
 
-/// The code that was probably meant: one that is written with spaces, a sign or zeros around it,
-/// or an action's name.
+/// The code that was probably meant, if `text` is a code with extra spaces, a sign or leading
+/// zeros, or an action's name.
 std::string_view meantCode(std::string_view code) {
   const std::size_t first = code.find_first_not_of(" \t\r\n+0");
   const std::size_t last = code.find_last_not_of(" \t\r\n");

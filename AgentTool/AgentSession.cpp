@@ -37,7 +37,7 @@ class ConsoleSink final : public LogSink {
     if (level < minimum_) {
       return;
     }
-    // Built before the console is held, which it must not be for any longer than a write takes.
+    // Built before locking the console, which should be locked only for the write.
     std::string message = build().text;
     console_.beside([&] {
       lines_.write(level, tag, line, [&] { return LogCore::Logger::Message(std::move(message)); });
@@ -54,9 +54,9 @@ std::string cannotLog(const std::string& path, std::int32_t error) {
   return "--log-file " + path + ": " + std::generic_category().message(error);
 }
 
-/// Follows no link, which could lead an agent's log into another file, and waits for no reader.
+/// Doesn't follow links, which could redirect an agent's log into another file, and doesn't block.
 platform::Descriptor openLogFile(const std::string& path) {
-  // Links themselves, to whatever the standard streams are.
+  // These are links to the standard streams.
   for (const auto& [name, descriptor] :
        {std::pair("/dev/stdout", STDOUT_FILENO), {"/dev/stderr", STDERR_FILENO}}) {
     if (path == name) {

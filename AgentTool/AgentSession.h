@@ -1,4 +1,4 @@
-// Plays the agent for the library: its settings, its log, its notifications, its run loop.
+// Acts as the agent: settings, log, notifications, run loop.
 #pragma once
 #include <memory>
 #include <stdexcept>
@@ -13,25 +13,25 @@
 
 namespace agent_tool {
 
-/// A setting of the agent can't be used.
+/// A setting of the agent is unusable.
 class AgentSettingsError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
-/// Sets the process up as an agent would and takes that back at its end. One at a time, on the
+/// Sets up the process as an agent would and undoes that in the destructor. One at a time, on the
 /// main thread.
 class AgentSession {
  public:
-  /// Throws `AgentSettingsError` when the log file can't be opened. `console` must outlive the
+  /// Throws `AgentSettingsError` if the log file can't be opened. `console` must outlive the
   /// session.
   AgentSession(const AgentSettings& settings, Console& console);
-  /// Says on standard error when log lines couldn't be written to the file.
+  /// Reports on stderr if log lines couldn't be written to the file.
   ~AgentSession();
   AgentSession(const AgentSession&) = delete;
   AgentSession& operator=(const AgentSession&) = delete;
 
-  /// While it lives, log lines go to another sink.
+  /// Redirects log lines to another sink for its lifetime.
   class OtherSink {
    public:
     explicit OtherSink(std::shared_ptr<LogCore::LogSink> sink)
@@ -43,8 +43,8 @@ class AgentSession {
    private:
     std::shared_ptr<LogCore::LogSink> former_;
   };
-  /// Drops lines that would only say on standard error what the tool says there itself; a log
-  /// file gets them.
+  /// Drops log lines that would repeat the tool's own messages on stderr; a log file still gets
+  /// them.
   [[nodiscard]] OtherSink withoutLinesOnConsole() const;
   /// Drops all lines.
   [[nodiscard]] static OtherSink withoutLines();
@@ -55,7 +55,7 @@ class AgentSession {
   platform::Descriptor logFile_;
   std::shared_ptr<LogCore::DescriptorSink> fileSink_;
   std::shared_ptr<LogCore::LogSink> sink_;
-  /// Without a source the run loop of this thread would not wait for an answer to a prompt.
+  /// Without a source, this thread's run loop would not wait for the prompt.
   std::shared_ptr<platform::RunLoop::Source> runLoopSource_;
 };
 

@@ -10,7 +10,7 @@ namespace agent_tool {
 namespace {
 
 constexpr std::size_t kGap = 2;
-constexpr std::size_t kNarrowest = 16;  // wrapping to less is unreadable
+constexpr std::size_t kNarrowest = 16;  // narrower columns are unreadable
 
 }  // namespace
 

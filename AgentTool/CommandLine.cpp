@@ -152,7 +152,7 @@ void addCommands(CLI::App& app, Written& written) {
       ->expected(1)
       ->allow_extra_args(false)
       ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
-      // A script with an empty variable must not be told that all is well.
+      // A script with an empty variable must not get a success.
       ->check(
           [](const std::string& code) { return code.empty() ? "a code or name is needed" : ""; });
   run.add_flag("--keep-going", written.keepGoing, "continue after an action that is not a success");

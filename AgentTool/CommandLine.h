@@ -14,7 +14,7 @@
 
 namespace agent_tool {
 
-/// What the tool plays the agent with.
+/// The agent's settings.
 struct AgentSettings {
   vxutils::AgentDirectories directories;          ///< Absolute; absent when not given.
   std::optional<bool> isAppleSilicon;             ///< Absent: ask the machine.
@@ -25,7 +25,8 @@ struct AgentSettings {
 struct PlanRequest {
   AgentSettings agent;
   vexlo::PatchIdentifier patch;
-  bool strict = false;  ///< A patch, product or service pack that the file lacks is bad usage.
+  bool strict =
+      false;  ///< A patch, product or service pack that is not in the file is a usage error.
   bool json = false;
 };
 
@@ -35,16 +36,18 @@ struct EvaluateRequest {
   std::optional<std::string> factsFile;  ///< "-": standard input. Absent: this machine.
   bool asksApple = false;                ///< Of this machine only, as the next one.
   bool asksAgent = false;
-  bool strict = false;  ///< A patch, product or service pack that the file lacks is bad usage.
+  bool strict =
+      false;  ///< A patch, product or service pack that is not in the file is a usage error.
   bool json = false;
 };
 
 struct RunRequest {
   AgentSettings agent;
   vexlo::PatchIdentifier patch;
-  std::vector<std::string> actionCodes;  ///< Or names. Empty: all that apply.
+  std::vector<std::string> actionCodes;  ///< Or names. Empty means all that apply.
   bool keepGoing = false;
-  bool strict = false;  ///< A patch, product or service pack that the file lacks is bad usage.
+  bool strict =
+      false;  ///< A patch, product or service pack that is not in the file is a usage error.
   bool json = false;
 };
 
@@ -64,8 +67,8 @@ struct CheckRequest {
 
 using Request = std::variant<PlanRequest, EvaluateRequest, RunRequest, CheckRequest, FactsRequest>;
 
-/// A command line that asks for no work: for help (a success, `text` is the answer) or wrong
-/// (`text` says what, in lines without a prefix).
+/// A command line that runs no command: a request for help, which is a success with `text` as the
+/// answer, or an error that `text` describes, in lines without a prefix.
 struct NoRequest {
   ExitStatus status;
   std::string text;

@@ -21,7 +21,7 @@ namespace {
 
 using Milliseconds = std::chrono::milliseconds;
 
-constexpr Milliseconds kQuickEnough{300};  // an action that ends sooner shows no activity
+constexpr Milliseconds kQuickEnough{300};  // shorter actions show no activity
 constexpr Milliseconds kFrame{100};
 constexpr std::array<std::string_view, 10> kSpinner{"⠋", "⠙", "⠹", "⠸", "⠼",
                                                     "⠴", "⠦", "⠧", "⠇", "⠏"};
@@ -90,7 +90,7 @@ void Console::write(std::string_view text) {
 
 void Console::complain(std::string_view text) {
   beside([&] {
-    // Should that fail, there is nobody left to tell.
+    // If that fails, there is nowhere to report it.
     (void)platform::writeAll(STDERR_FILENO, "vexlo-patch: " + std::string(text) + "\n");
   });
 }
@@ -116,7 +116,7 @@ void Console::eraseActivity() {
 
 Console::Activity::Activity(Console& console, std::string text) : console_(console) {
   if (console_.activityDescriptor_ >= 0) {
-    const platform::SignalsHeld held;  // signals are for the main thread
+    const platform::SignalsHeld held;  // the main thread handles signals
     thread_ = std::thread([this, text = std::move(text)] { show(text); });
   }
 }

@@ -1,4 +1,4 @@
-// The tool's standard output and standard error, and the line that shows that an action lives.
+// The tool's standard output and standard error, and the activity line.
 #pragma once
 #include <condition_variable>
 #include <cstddef>
@@ -14,17 +14,17 @@ namespace agent_tool {
 
 enum class Style : std::uint8_t { plain, bold, faint, good, waiting, bad };
 
-/// Standard output could not be written: its reader has gone, the disk is full.
+/// Standard output could not be written, for example because the disk is full.
 class OutputError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
-/// Writes at once, nothing is kept back. What several threads write comes out whole, and the
-/// activity line, which is shown on a terminal only, is out of the way of it.
+/// Unbuffered. Writes of several threads don't mix, and the activity line, which is shown only on a
+/// terminal, is cleared before other output.
 class Console {
  public:
-  /// Looks at the standard descriptors and the environment (NO_COLOR, TERM).
+  /// Depends on the standard descriptors and the environment (NO_COLOR, TERM).
   Console();
   ~Console() = default;
   Console(const Console&) = delete;
@@ -34,21 +34,21 @@ class Console {
   void write(std::string_view text);
   /// Writes "vexlo-patch: <text>" and a line feed to standard error.
   void complain(std::string_view text);
-  /// Calls `writeOther`, which writes to standard error by itself.
+  /// Calls `writeOther`, which writes to standard error directly.
   void beside(const std::function<void()>& writeOther);
 
-  /// `text` in the style's colours when standard output is a terminal that people want coloured.
+  /// `text` in the style's colours if standard output is a terminal and colours are wanted.
   [[nodiscard]] std::string styled(std::string_view text, Style style) const;
-  /// Columns of the terminal that standard output is; without limit for anything else.
+  /// The width of the terminal on standard output; unlimited for anything else.
   [[nodiscard]] std::size_t width() const noexcept { return width_; }
 
   /// Whether standard output is a terminal.
   [[nodiscard]] bool isTerminal() const noexcept { return isTerminal_; }
 
-  /// The descriptor on which activity is shown; -1 when there is no terminal for it.
+  /// The terminal that shows activity; -1 if there is none.
   [[nodiscard]] int activityDescriptor() const noexcept { return activityDescriptor_; }
 
-  /// While it lives, a terminal shows `text` (a printable one) with the seconds gone by.
+  /// Shows the printable `text` with the elapsed seconds on a terminal, for its lifetime.
   class Activity {
    public:
     Activity(Console& console, std::string text);
@@ -61,8 +61,8 @@ class Console {
 
     Console& console_;
     std::condition_variable hasEnded_;
-    bool ended_ = false;  // under the console's mutex
-    std::thread thread_;  // last: it uses the others
+    bool ended_ = false;  // guarded by the console's mutex
+    std::thread thread_;  // last, because it uses the others
   };
 
  private:

@@ -1,4 +1,4 @@
-// How the tool ends.
+// Exit statuses.
 #pragma once
 #include <cstdint>
 
@@ -6,10 +6,10 @@ namespace agent_tool {
 
 enum class ExitStatus : std::uint8_t {
   success = 0,
-  failure = 1,        ///< An action failed, or the tool could not do its work.
-  badUsage = 64,      ///< The command line can't be understood or used.
-  unusableFile = 65,  ///< The action file can't be used.
-  applyLater = 75,    ///< Something is to be applied later, nothing failed.
+  failure = 1,        ///< An action failed, or the tool itself did.
+  badUsage = 64,      ///< The command line is invalid.
+  unusableFile = 65,  ///< The action file is unusable.
+  applyLater = 75,    ///< An action has to be applied later; none failed.
 };
 
 }  // namespace agent_tool

@@ -43,13 +43,13 @@ constexpr std::chrono::milliseconds kServiceTimeout{750};  // with the connectin
 
 constexpr const char* kNoDataDirectory = "the agent's data directory is not given";
 
-/// The keys of the patch data that the library reads.
+/// The keys of the patch data file that the library reads.
 constexpr std::array kPatchDataKeys{"AlwaysKillApps", "ApplicationRunningPrompt",
                                     "DisableMacOSUpdateDeferralCheck", "IsMDMPatchingEnabled",
                                     "OSPatchingViaMDMStatus"};
 
-/// Passes log lines on and keeps the last one that tells why a reading is absent: the library says
-/// so in its log only.
+/// Forwards log lines and keeps the last one, because the library explains only in its log why a
+/// fact is absent.
 class ReasonListener final : public LogCore::LogSink {
  public:
   explicit ReasonListener(std::shared_ptr<LogCore::LogSink> next) : next_(std::move(next)) {}
@@ -64,7 +64,7 @@ class ReasonListener final : public LogCore::LogSink {
     next_->write(level, tag, line, build);
   }
 
-  /// What `read` returned, and the last line that was logged meanwhile; empty without any.
+  /// The result of `read`, and the last line that it logged, if any.
   template <typename Read>
   static auto listenTo(const Read& read) {
     const Listening listening;
@@ -75,7 +75,7 @@ class ReasonListener final : public LogCore::LogSink {
 
  private:
   struct Listening {
-    // The sink can be had only by setting another one.
+    // The only way to get the sink is to replace it.
     std::shared_ptr<LogCore::LogSink> former =
         LogCore::setLogSink(make_shared<LogCore::NullSink>());
     std::shared_ptr<ReasonListener> listener = make_shared<ReasonListener>(former);
@@ -90,7 +90,7 @@ class ReasonListener final : public LogCore::LogSink {
   std::string lastMessage_;
 };
 
-/// Answers with descriptions that were read before.
+/// Returns descriptions that were read before.
 class ReadPowerSources final : public vexlo::PowerSourcesProvider {
  public:
   explicit ReadPowerSources(std::vector<PropertyList> sources) : sources_(std::move(sources)) {}
@@ -110,7 +110,7 @@ class FetchedSoftwareUpdates final : public vexlo::SoftwareUpdateLister {
   vexlo::SoftwareUpdateList list_;
 };
 
-/// A question to the agent's service, whose answer is awaited later.
+/// A request to the agent's service, whose answer is awaited later.
 class ServiceQuestion {
  public:
   ServiceQuestion() {
@@ -121,7 +121,7 @@ class ServiceQuestion {
     isConnected_ = true;
     auto answered = make_shared<std::promise<std::string>>();
     answer_ = answered->get_future();
-    // The user's name is no secret, but its value is not looked at either.
+    // The user name is not secret, but not used either.
     service->fetchStatusMessageForKey(
         "PatchOSUpdateUserName",
         [answered](const std::optional<std::string>& /*value*/) { answered->set_value({}); },
@@ -129,7 +129,7 @@ class ServiceQuestion {
   }
 
   [[nodiscard]] bool isConnected() const noexcept { return isConnected_; }
-  /// Empty when the service has answered, else why not.
+  /// Empty if the service has answered, else the reason.
   [[nodiscard]] std::string whyNoAnswer() {
     return answer_.wait_until(deadline_) == std::future_status::ready
                ? answer_.get()
@@ -141,7 +141,7 @@ class ServiceQuestion {
       std::chrono::steady_clock::now() + kServiceTimeout;
   bool isConnected_ = false;
   std::future<std::string> answer_;
-  // Last: its end calls what waits.
+  // Last, because its destructor calls the pending callbacks.
   vxutils::AgentServiceConnection connection_{kServiceConnectTimeout};
 };
 
@@ -179,7 +179,7 @@ class Reader {
     }
   }
 
-  /// Reads a value that may be absent.
+  /// Reads a value and notes why it is absent.
   template <typename Read>
   auto optional(const char* name, const Read& read) {
     auto [value, reason] = ReasonListener::listenTo(read);
@@ -212,7 +212,7 @@ class Reader {
     noteUnless(facts_.consoleUserID.has_value(), "consoleUserID", "there is no such account");
     facts_.loggedOnUsers = session.loggedOnUsers();
     noteUnless(facts_.loggedOnUsers.has_value(), "loggedOnUsers", "nobody is logged on");
-    // The library takes a tool that can't be asked for a "no", and logs a line then only.
+    // The library treats a failing tool as "not enrolled" and logs a line only then.
     auto [enrollment, reason] = ReasonListener::listenTo(
         [] { return vxutils::MDMEnrollmentUtil::shared().getEnrollmentType(kProfilesTimeout); });
     if (reason.empty()) {
@@ -267,7 +267,7 @@ class Reader {
                       .patchingViaMDM = vexlo::MDMPatchingStatusChecker(settings).isEnabled()};
   }
 
-  /// Only what decodes as a whole is in force.
+  /// Only a file that decodes completely is used.
   void readCustomization() {
     const auto customization = optional("customization", [] {
       vexlo::PlistSerializer decoder;

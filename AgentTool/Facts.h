@@ -1,4 +1,4 @@
-// What the library sees on this machine: every reading that a check bases its answer on.
+// The facts about this machine that the checks use.
 #pragma once
 #include <chrono>
 #include <cstdint>
@@ -17,10 +17,10 @@
 
 namespace agent_tool {
 
-/// A property-list file of the agent's, as it was read.
+/// A property-list file of the agent.
 struct SettingsFile {
-  std::string path;  ///< Empty when the agent's data directory is not known.
-  /// Absent when the file can't be read. Of the patch data only the keys that the library reads.
+  std::string path;  ///< Empty if the agent's data directory is unknown.
+  /// Absent if the file can't be read. For the patch data, only the keys that the library reads.
   std::optional<platform::PropertyList::Dictionary> values;
 };
 
@@ -28,10 +28,10 @@ struct SettingsFile {
 struct ApplicationInstance {
   std::optional<std::string> name;
   std::int32_t processIdentifier = 0;
-  std::optional<std::string> executable;  ///< Its path.
+  std::optional<std::string> executable;  ///< The path.
 };
 
-/// The settings as the checks understand them; a file that can't be read leaves them all off.
+/// The settings as the checks interpret them; an unreadable file leaves them all off.
 struct SettingsInForce {
   bool alwaysKillApps = false;
   bool prompt = false;
@@ -39,21 +39,21 @@ struct SettingsInForce {
   bool patchingViaMDM = false;
 };
 
-/// One moment's readings, through the providers that the checks use. A reading that can't be had
-/// is absent; `reasons` says why, under the name that it has in the JSON form.
+/// The facts at one moment, from the providers that the checks use. Unavailable facts are absent,
+/// and `reasons` says why, under their names in the JSON form.
 struct Facts {
   platform::Moment time;
   std::chrono::seconds offsetFromUTC{0};  ///< Of the time zone when this day began, east positive.
-  std::string promptDay;                  ///< The day that prompts are counted under: «16-11-2026».
+  std::string promptDay;                  ///< The day for which prompts are counted: «16-11-2026».
 
   bool isAppleSilicon = false;
   std::optional<std::string> macOSVersion;
-  std::int64_t macOSMajorVersion = 0;  ///< What the library goes by, also without a version.
+  std::int64_t macOSMajorVersion = 0;  ///< What the library assumes if it can't be read.
   std::vector<std::string> preferredLanguages;
 
-  std::vector<platform::PropertyList> powerSources;  ///< As the system describes them.
-  std::optional<vexlo::PowerSource> powerSource;     ///< What the battery checks draw from them.
-  std::optional<std::int64_t> freeDiskSpace;         ///< In bytes, of the start-up volume.
+  std::vector<platform::PropertyList> powerSources;  ///< As described by the system.
+  std::optional<vexlo::PowerSource> powerSource;     ///< As interpreted by the battery checks.
+  std::optional<std::int64_t> freeDiskSpace;         ///< In bytes, on the startup volume.
   std::string consoleUser;                           ///< "NOUSERNAME" when there is none.
   std::optional<std::uint32_t> consoleUserID;
   std::optional<std::string> loggedOnUsers;  ///< Separated by ",".

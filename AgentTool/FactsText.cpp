@@ -30,7 +30,7 @@ constexpr int kVersion = 1;  // of the JSON form
 
 std::string_view jsonFlag(bool flag) { return flag ? "true" : "false"; }
 
-/// A real with a fraction or an exponent, so that it isn't taken for an integer.
+/// Always with a fraction or an exponent, to distinguish it from an integer.
 std::string jsonReal(double number) {
   if (!std::isfinite(number)) {
     return JSONObject()
@@ -172,7 +172,7 @@ class Table {
     rows_.push_back({{std::move(name)}, {std::move(value), style}});
   }
 
-  /// `value`, or that it is absent and why.
+  /// The value, or that it is absent and why.
   void add(std::string name, const std::optional<std::string>& value, const char* reason) {
     if (value) {
       add(std::move(name), *value);
@@ -220,7 +220,7 @@ std::string forPeople(const vexlo::PowerSource& source) {
                     source);
 }
 
-/// Bytes in the decimal gigabytes that the disk check counts in.
+/// In decimal gigabytes, as used by the disk check.
 std::string gigabytes(std::int64_t bytes) {
   constexpr std::int64_t kHundredth = 10'000'000;
   const std::int64_t hundredths = bytes / kHundredth;

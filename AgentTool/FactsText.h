@@ -1,4 +1,4 @@
-// The two forms that facts are shown in.
+// Formats facts.
 #pragma once
 #include <string>
 
@@ -7,7 +7,7 @@
 
 namespace agent_tool {
 
-/// One JSON object in one line, as docs/FACTS.md describes it.
+/// One JSON object on one line, as described in docs/FACTS.md.
 [[nodiscard]] std::string factsAsJSON(const Facts& facts);
 
 /// An aligned table for people.

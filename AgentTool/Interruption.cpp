@@ -18,13 +18,13 @@ namespace {
 constexpr std::array kEndingSignals{SIGINT, SIGTERM, SIGHUP, SIGQUIT};
 constexpr std::chrono::milliseconds kGrace{2000};
 
-// What the signal handler reads; set before it can run.
+// Read by the signal handler; set before it is installed.
 pthread_t mainThread;
 int terminalOfActivity = -1;
 std::atomic<int> timesInterrupted{0};
 static_assert(std::atomic<int>::is_always_lock_free);
 
-/// Writes what can be written at once: a reader that stands still must not keep the tool.
+/// Non-blocking, so that a stalled reader doesn't keep the tool alive.
 void writeFromHandler(int descriptor, std::string_view text) {
   pollfd event{.fd = descriptor, .events = POLLOUT, .revents = 0};
   if (::poll(&event, 1, 0) != 1) {
@@ -33,8 +33,7 @@ void writeFromHandler(int descriptor, std::string_view text) {
   [[maybe_unused]] const ssize_t count = ::write(descriptor, text.data(), text.size());
 }
 
-/// Runs on the main thread, so that the work there stands still from here to the end. Uses only
-/// what is safe in a signal handler.
+/// Runs on the main thread, which stops the work there. Uses only async-signal-safe functions.
 void endByInterruption(int signal) {
   if (::pthread_equal(::pthread_self(), mainThread) == 0) {
     ::pthread_kill(mainThread, signal);

@@ -22,9 +22,6 @@ EvaluationSources MachineSources::sources() {
           .credentials = asksAgent_ ? std::function([this] { return credentials(); }) : nullptr};
 }
 
-vexlo::CredentialsFetcher* MachineSources::credentials() {
-  const auto& made = credentials_.get();
-  return made ? made->fetcher.get() : nullptr;
-}
+vexlo::CredentialsFetcher* MachineSources::credentials() { return credentials_.get().get(); }
 
 }  // namespace agent_tool

@@ -1,5 +1,6 @@
 // This machine, for an evaluation that only reads.
 #pragma once
+#include <memory>
 #include <optional>
 
 #include "AgentTool/EvaluationDependencies.h"
@@ -53,7 +54,7 @@ class MachineSources {
   vexlo::SystemSoftwareUpdateLister softwareUpdates_;
   vexlo::SystemMDMClient mdmClient_;
   vexlo::SystemAvailableOSUpdates availableOSUpdates_{mdmClient_};
-  vexlo::OnFirstUse<std::optional<vexlo::AgentServiceCredentials>> credentials_{
+  vexlo::OnFirstUse<std::unique_ptr<vexlo::CredentialsFetcher>> credentials_{
       vexlo::agentServiceCredentials};
 };
 

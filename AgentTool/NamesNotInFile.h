@@ -1,4 +1,4 @@
-// The patch, product and service pack that an action file knows nothing of: typing errors, perhaps.
+// Reports names that are not in the action file and may be typing errors.
 #pragma once
 #include <string>
 #include <string_view>
@@ -20,7 +20,7 @@ struct NameNotInFile {
 [[nodiscard]] std::vector<NameNotInFile> namesNotInFile(const vexlo::PatchIdentifier& patch,
                                                         const vexlo::PatchActionGroup& file);
 
-/// Says on standard error that the file doesn't hold them. Nothing for an empty list.
+/// Reports on stderr that they are not in the file. Does nothing for an empty list.
 void complainOf(const std::vector<NameNotInFile>& names, Console& console);
 
 /// `["patchID","productID"]`

@@ -17,7 +17,7 @@ namespace {
 using LogCore::text;
 using vexlo::ActionDetail;
 
-/// What applies to a patch.
+/// The actions that apply to a patch.
 struct Plan {
   const vexlo::PatchIdentifier& patch;
   const std::vector<NameNotInFile>& notInFile;
@@ -57,7 +57,7 @@ std::string asJSON(const Plan& plan) {
          '\n';
 }
 
-/// What a reader of the table would wonder about.
+/// Explains what may be surprising in the table.
 std::string remark(const Plan& plan) {
   if (plan.exempt) {
     return "The patch is exempt from the actions of its product; only its own apply.\n";

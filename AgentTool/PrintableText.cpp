@@ -13,12 +13,12 @@ struct CodePointRange {
   char32_t last;
 };
 
-/// Marks that stand on the character before them.
+/// Combining marks.
 constexpr std::array kCombining{CodePointRange{0x300, 0x36F},   CodePointRange{0x1AB0, 0x1AFF},
                                 CodePointRange{0x1DC0, 0x1DFF}, CodePointRange{0x20D0, 0x20FF},
                                 CodePointRange{0xFE00, 0xFE0F}, CodePointRange{0xFE20, 0xFE2F}};
 
-/// East Asian characters and pictures, two columns each.
+/// East Asian characters and emoji, two columns each.
 constexpr std::array kWide{CodePointRange{0x1100, 0x115F},  CodePointRange{0x2E80, 0xA4CF},
                            CodePointRange{0xAC00, 0xD7A3},  CodePointRange{0xF900, 0xFAFF},
                            CodePointRange{0xFE30, 0xFE6F},  CodePointRange{0xFF00, 0xFF60},
@@ -32,7 +32,7 @@ bool isIn(const std::array<CodePointRange, Count>& ranges, char32_t codePoint) {
   });
 }
 
-/// Takes the next character off `text`; a byte that begins none alone.
+/// Removes the next character, or one invalid byte, from `text`.
 std::string_view takeCharacter(std::string_view& text) {
   const std::size_t length = std::max<std::size_t>(platform::utf8SequenceLength(text), 1);
   const std::string_view character = text.substr(0, length);
@@ -72,7 +72,7 @@ std::size_t displayWidth(std::string_view printableText) {
 std::vector<std::string> wrapped(std::string_view printableText, std::size_t width) {
   std::vector<std::string> lines(1);
   std::size_t column = 0;
-  std::size_t lastBlank = std::string::npos;  // in the line in hand
+  std::size_t lastBlank = std::string::npos;  // in the current line
   while (!printableText.empty()) {
     const std::string_view character = takeCharacter(printableText);
     const std::size_t columns = widthOf(character);
@@ -86,7 +86,7 @@ std::vector<std::string> wrapped(std::string_view printableText, std::size_t wid
       lines.push_back(std::move(rest));
       lastBlank = std::string::npos;
       if (character == " ") {
-        continue;  // the line's end stands for it
+        continue;  // replaced by the line break
       }
     }
     if (character == " ") {

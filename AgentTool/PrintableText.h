@@ -1,4 +1,4 @@
-// Texts for people: nothing in them can steer a terminal.
+// Text for people, without terminal control sequences.
 #pragma once
 #include <cstddef>
 #include <string>
@@ -11,21 +11,21 @@ namespace agent_tool {
 
 using platform::printable;
 
-/// `printable`, in quotation marks; those in `text`, and backslashes, are escaped.
+/// `printable` text in quotes; quotes and backslashes in `text` are escaped.
 [[nodiscard]] std::string inQuotes(std::string_view text);
 
-/// How many columns of a terminal a printable text takes.
+/// The number of terminal columns that a printable text takes.
 [[nodiscard]] std::size_t displayWidth(std::string_view printableText);
 
-/// Cuts a printable text into lines of at most `width` columns (1 at least), after blanks where
-/// there are any. One empty line for an empty text.
+/// Wraps a printable text to lines of at most `width` columns (at least 1), at spaces if possible.
+/// An empty text is one empty line.
 [[nodiscard]] std::vector<std::string> wrapped(std::string_view printableText, std::size_t width);
 
-/// Texts joined for people: `20, com.apple.Safari, ""`; a text that could be misread is quoted.
+/// Joins strings for display: `20, com.apple.Safari, ""`; ambiguous ones are quoted.
 template <typename Texts>
 [[nodiscard]] std::string joinedForPeople(const Texts& texts);
 
-/// Whether `joinedForPeople` puts `text` in quotation marks.
+/// Whether `joinedForPeople` quotes `text`.
 [[nodiscard]] bool needsQuotes(std::string_view text);
 
 template <typename Texts>

@@ -28,7 +28,7 @@ using vexlo::ActionID;
 using vexlo::ProcessPatchActions;
 using Outcome = vexlo::PatchActionResult::Outcome;
 
-/// The action of that code, or the known action of that name.
+/// The action with this code, or the known action with this name.
 ActionID actionCalled(const std::string& codeOrName) {
   const auto* const named =
       std::ranges::find(vexlo::kKnownActions, codeOrName, &vexlo::KnownActionRow::name);
@@ -50,7 +50,7 @@ std::vector<ActionID> pickedActions(const std::vector<std::string>& codesAndName
   return actions;
 }
 
-/// The actions that apply, in order. The processor logs the plan when it runs them; an empty plan
+/// The applicable actions, in order. The processor logs the plan when it runs them; an empty plan
 /// is logged here.
 std::vector<ActionID> applicableActions(const vexlo::PatchIdentifier& patch) {
   const vexlo::PatchActionProvider provider(
@@ -147,7 +147,7 @@ ExitStatus run(const RunRequest& request, Console& console) {
     return ExitStatus::badUsage;
   }
   const std::vector<PlannedAction> planned = plannedActions(request, *processor);
-  // A code that only the action file could explain, and doesn't, is a typing error.
+  // A code that is neither known nor in the action file is a typing error.
   const auto unknown = std::ranges::find_if(planned, [](const PlannedAction& action) {
     return !action.applies &&
            std::holds_alternative<vexlo::UndefinedAction>(action.actionID.value());

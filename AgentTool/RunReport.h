@@ -16,10 +16,10 @@ namespace agent_tool {
 struct PlannedAction {
   vexlo::ActionID actionID;
   std::vector<std::string> arguments;
-  bool applies = true;  ///< Whether the action file has it for the patch.
+  bool applies = true;  ///< Whether it applies to the patch.
 };
 
-/// An action that was run.
+/// An action and its result.
 struct EndedAction {
   const PlannedAction& action;
   vexlo::PatchActionResult result;
@@ -32,7 +32,7 @@ class RunReport {
   virtual ~RunReport() = default;
   virtual void began(const std::vector<PlannedAction>& actions) = 0;
   virtual void ended(const EndedAction& action) = 0;
-  /// Call last. `notRun` is the number of actions skipped after one that was not a success.
+  /// Call last. `notRun` is the number of actions skipped after one that didn't succeed.
   virtual void closed(std::size_t notRun) = 0;
 };
 

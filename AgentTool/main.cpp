@@ -1,4 +1,4 @@
-// vexlo-patch: plays the agent for the patch deployment library, from a command line.
+// vexlo-patch: a command-line agent for the patch deployment library.
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -16,12 +16,12 @@ namespace {
 
 using namespace agent_tool;  // NOLINT(google-build-using-namespace): the program's own names
 
-/// Fills the place of each standard descriptor that the caller closed: else the next file or socket
-/// would get its number, and what is meant for the caller. Reads and writes there still fail.
+/// Reserves each standard descriptor that the caller closed. Otherwise the next file or socket
+/// would get its number and the output meant for the caller. Reading and writing it still fails.
 void keepStandardDescriptorsApart() {
   for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
     if (::fcntl(descriptor, F_GETFD) < 0) {
-      [[maybe_unused]] const int same =  // the lowest free number
+      [[maybe_unused]] const int same =  // gets gets gets the lowest free number
           ::open("/dev/null", descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY);
     }
   }

@@ -1,4 +1,4 @@
-// Everything that an agent includes of this library.
+// The library's public interface in one header.
 #pragma once
 #include "VexloPatchDeployment/Adapters/CommandExecutor.h"
 #include "VexloPatchDeployment/Common/ActionID.h"

@@ -4,7 +4,7 @@
 
 namespace vexlo {
 
-/// A member of the container for its callers; the deferral check asks the agent's library itself.
+/// For users of the container; the library's deferral check asks the agent's library directly.
 class MDMStausProvider {
  public:
   virtual ~MDMStausProvider() = default;
@@ -12,10 +12,10 @@ class MDMStausProvider {
   [[nodiscard]] virtual bool isMDMEnrolled() = 0;
 };
 
-/// Asks the agent library anew on every call.
+/// Asks the agent library on every call.
 class AgentMDMStatus final : public MDMStausProvider {
  public:
-  /// The process's one instance.
+  /// The process-wide instance.
   static AgentMDMStatus& shared() {
     static AgentMDMStatus instance;
     return instance;

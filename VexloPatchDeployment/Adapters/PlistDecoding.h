@@ -9,25 +9,26 @@
 
 namespace vexlo {
 
+/// Tests and recorded facts replace it.
 class PlistDecoding {
  public:
   virtual ~PlistDecoding() = default;
 
   /// Decodes the file into `Record`, which has `static Record decode(const
-  /// platform::PropertyList::Dictionary&)`. Throws a `std::exception` for a missing file, a file
-  /// without a dictionary at its top, and a key of the wrong type.
+  /// platform::PropertyList::Dictionary&)`. Throws a `std::exception` if the file is missing or
+  /// isn't a dictionary, or if a key has the wrong type.
   template <typename Record>
   [[nodiscard]] Record decodeFromFile(const std::string& path) {
     const platform::PropertyList::Dictionary dictionary = readDictionary(path);
     try {
       return Record::decode(dictionary);
-    } catch (const FileCodec::DecodingError& error) {  // which names the key, not yet the file
+    } catch (const FileCodec::DecodingError& error) {  // names only the key
       throw FileCodec::DecodingError(path, error.place(), error.expected(), error.found());
     }
   }
 
  protected:
-  /// The dictionary at the top of the file.
+  /// Reads the file's top-level dictionary.
   [[nodiscard]] virtual platform::PropertyList::Dictionary readDictionary(
       const std::string& path) = 0;
 };

@@ -8,22 +8,22 @@
 
 namespace vexlo {
 
-/// The top-level keys of a file whose path is fixed when the object is made. An agent's settings
-/// may come from elsewhere; so may those of a test.
+/// The top-level keys of one file. An interface, because agents and tests may store settings
+/// elsewhere.
 class PlistManager {
  public:
   virtual ~PlistManager() = default;
-  /// The value under the key; absent when the file or the key is missing.
+  /// The value of the key; absent if the file or the key is missing.
   [[nodiscard]] virtual std::optional<platform::PropertyList> fetchValue(
       const std::string& key) = 0;
-  /// Sets the key in the in-memory copy; absent removes it.
+  /// Sets the key in memory; absent removes it.
   virtual void updateValue(std::optional<platform::PropertyList> value, const std::string& key) = 0;
-  /// Writes the in-memory copy to `path`, or to the object's own path when absent. A write
-  /// failure is thrown as a `std::exception`.
+  /// Writes the values to `path`, or to the object's own path if absent. Throws a `std::exception`
+  /// on failure.
   virtual void save(const std::optional<std::string>& path) = 0;
 };
 
-/// The agent's file library, for one file.
+/// Uses the agent's property-list library.
 class PlistFile final : public PlistManager {
  public:
   explicit PlistFile(std::string filePath) : manager_(std::move(filePath)) {}

@@ -10,16 +10,17 @@
 
 namespace vexlo {
 
+/// Tests and recorded facts replace it.
 class RunningApplication {
  public:
   virtual ~RunningApplication() = default;
-  /// The display name, absent when it has none.
+  /// The display name; absent if it has none.
   [[nodiscard]] virtual std::optional<std::string> localizedName() const = 0;
   [[nodiscard]] virtual std::int32_t processIdentifier() const = 0;
-  /// The file-system path of the executable, absent when it isn't known.
+  /// The file-system path of the executable; absent if unknown.
   [[nodiscard]] virtual std::optional<std::string> executableURL() const = 0;
-  /// Asks the system to kill the application at once. True when the request was accepted, not
-  /// that the process has already gone.
+  /// Asks the system to kill the application. Returns whether the request was accepted, which
+  /// doesn't mean that the process has already exited.
   virtual bool forceTerminate() = 0;
 };
 

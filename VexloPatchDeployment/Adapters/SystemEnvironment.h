@@ -4,6 +4,7 @@
 
 namespace vexlo {
 
+/// The system for which a command is run.
 class SystemEnvironment {
  public:
   virtual ~SystemEnvironment() = default;

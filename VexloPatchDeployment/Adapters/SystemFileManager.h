@@ -7,16 +7,16 @@
 
 namespace vexlo {
 
-/// The file operations that the prompt's answer needs, for the agent or a test to replace.
+/// The file operations for the prompt's answer; agents and tests may replace them.
 class SystemFileManager {
  public:
   virtual ~SystemFileManager() = default;
-  /// Deletes the file. 0 when it is gone, else the system's error number.
+  /// Deletes the file. Returns 0 or an errno value.
   virtual std::int32_t removeFile(const std::string& path) = 0;
   [[nodiscard]] virtual bool isFileExist(const std::string& path) = 0;
 };
 
-/// The agent's own file operations.
+/// Uses the agent's file library.
 class AgentFiles final : public SystemFileManager {
  public:
   std::int32_t removeFile(const std::string& path) override { return files_.removeFile(path); }

@@ -26,11 +26,10 @@ ActionID::Value valueFor(std::string_view code) {
   return row->action;
 }
 
-/// Collects the recognised members of a serialized action. Of members with equal names the last
-/// one counts.
+/// Collects the recognised members of a serialized action. The last of duplicate members wins.
 class SerializedAction final : public FileCodec::JSONEvents {
  public:
-  /// The action that was read; throws when there was not exactly one.
+  /// The action; throws unless there was exactly one.
   [[nodiscard]] ActionID action() const {
     if (members_.size() != 1) {
       throw ActionIDDecodingError("Invalid number of keys found, expected one.");
@@ -113,7 +112,7 @@ class SerializedAction final : public FileCodec::JSONEvents {
   }
 
   std::vector<Member> members_;
-  Member* current_ = nullptr;  // the recognised member that is being read
+  Member* current_ = nullptr;  // the recognised member being read
   int depth_ = 0;
   bool inPayload_ = false;
   bool rootIsObject_ = false;

@@ -1,4 +1,4 @@
-// Names one action that the patch action file attaches to a patch.
+// Identifies an action of the patch action file.
 #pragma once
 #include <cstdint>
 #include <functional>
@@ -23,25 +23,24 @@ enum class KnownAction : std::uint8_t {
   macOSDeferCheck,                ///< "2006": the macOS update is not deferred by MDM
   installMacOSUpdates,            ///< "2007": download and install a macOS software update
   applicationRunningCheck,        ///< "2008": applications that the patch would disturb
-  applicationRunningNotifier,     ///< "2009": no behaviour of its own
+  applicationRunningNotifier,     ///< "2009": does nothing
   installMacOSUpdatesUsingInstallAssistant,  ///< "2010": upgrade with an InstallAssistant app
 };
 
-/// An action that is known by its code only.
+/// An action of which only the code is known.
 struct UndefinedAction {
   std::string code;  ///< The action code exactly as it was given.
   friend bool operator==(const UndefinedAction&, const UndefinedAction&) = default;
 };
 
-/// A serialized action that can't be read; `what()` says what was expected.
+/// A serialized action can't be parsed; `what()` says what was expected.
 class VEXLO_EXPORT ActionIDDecodingError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
-/// One action: a known one, or `undefined` with the code that the library does not know. Equal
-/// when the alternative and, for `undefined`, the code are equal; so `undefined("2001")` differs
-/// from `siliconBatteryPercentageCheck`. A plain value.
+/// A known action, or `undefined` with its code. Equal if the alternatives and, for `undefined`,
+/// the codes are equal, so `undefined("2001")` differs from `siliconBatteryPercentageCheck`.
 class VEXLO_EXPORT ActionID {
  public:
   using Value = std::variant<KnownAction, UndefinedAction>;
@@ -49,15 +48,15 @@ class VEXLO_EXPORT ActionID {
   ActionID(KnownAction action) noexcept : value_(action) {}                 // NOLINT: converts
   ActionID(UndefinedAction action) noexcept : value_(std::move(action)) {}  // NOLINT: converts
 
-  /// Converts an action code. Every text has an answer: "2001" to "2010" give the known actions,
-  /// any other text, compared whole and exactly, an `undefined` that holds it unchanged.
+  /// Converts an action code: exactly "2001" to "2010" become known actions, any other string
+  /// becomes an `undefined` that holds it unchanged.
   explicit ActionID(std::string_view code);
 
-  /// The ordering key of actions: the code as a number; 999999 for the code of an `undefined`
-  /// action that is no base-10 signed 64-bit integer.
+  /// The key that orders actions: the code as a number, or 999999 if an `undefined` action's code
+  /// is not a decimal signed 64-bit integer.
   [[nodiscard]] std::int64_t sortOrder() const;
 
-  /// The action code: "2005", or the text of an `undefined` action.
+  /// The action code: "2005", or the code of an `undefined` action.
   [[nodiscard]] std::string_view code() const;
 
   [[nodiscard]] const Value& value() const noexcept { return value_; }
@@ -65,9 +64,9 @@ class VEXLO_EXPORT ActionID {
   /// The serialized form, a JSON object with one member: `{"minimumDiskSpaceCheck":{}}`,
   /// `{"undefined":{"_0":"3001"}}`.
   [[nodiscard]] std::string encode() const;
-  /// Reads the serialized form; unknown members are ignored. Throws `ActionIDDecodingError` when
-  /// the text is not such an object ("Invalid number of keys found, expected one." for none or
-  /// several recognised members).
+  /// Parses the serialized form; unknown members are ignored. Throws `ActionIDDecodingError` if the
+  /// text is not such an object ("Invalid number of keys found, expected one." for none or several
+  /// recognised members).
   [[nodiscard]] static ActionID decode(std::string_view json);
 
   friend bool operator==(const ActionID&, const ActionID&) = default;
@@ -89,7 +88,7 @@ struct std::hash<vexlo::UndefinedAction> {
   }
 };
 
-/// Consistent with equality: the alternative and its payload.
+/// Consistent with equality.
 template <>
 struct std::hash<vexlo::ActionID> {
   std::size_t operator()(const vexlo::ActionID& action) const noexcept {

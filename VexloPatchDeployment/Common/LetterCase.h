@@ -1,4 +1,4 @@
-// Compares texts without regard to the case of ASCII letters.
+// Comparison that ignores the case of ASCII letters.
 #pragma once
 #include <algorithm>
 #include <string_view>

@@ -1,4 +1,4 @@
-// The logging library's names inside the module.
+// Brings the logging library's names into the module's namespace.
 #pragma once
 #include "AgentLibraries/LogCore/LogTag.h"
 #include "AgentLibraries/LogCore/Logger.h"

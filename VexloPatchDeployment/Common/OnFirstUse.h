@@ -1,4 +1,4 @@
-// A value that is made when it is first asked for.
+// A lazily created value.
 #pragma once
 #include <functional>
 #include <optional>
@@ -6,8 +6,8 @@
 
 namespace vexlo {
 
-/// Makes its value on the first `get()` and keeps it; an absent value (a null pointer, an empty
-/// optional) is kept too and not made again. For one thread at a time.
+/// Creates its value on the first `get()` and keeps it, even if it is a null pointer or an empty
+/// optional. Not thread-safe.
 template <typename Value>
 class OnFirstUse {
  public:
@@ -16,7 +16,7 @@ class OnFirstUse {
   [[nodiscard]] Value& get() {
     if (!value_) {
       value_.emplace(make_());
-      make_ = nullptr;  // lets go of what the maker holds
+      make_ = nullptr;  // releases its captures
     }
     return *value_;
   }

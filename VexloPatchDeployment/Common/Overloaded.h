@@ -1,4 +1,4 @@
-// Joins lambdas into one visitor of a variant.
+// Combines lambdas into a visitor for variants.
 #pragma once
 
 namespace vexlo {
@@ -8,7 +8,7 @@ struct Overloaded : Cases... {
   using Cases::operator()...;
 };
 
-// Compilers that don't deduce an aggregate's parameters by themselves need this.
+// For compilers that don't deduce the parameters of aggregates.
 template <typename... Cases>
 Overloaded(Cases...) -> Overloaded<Cases...>;
 

@@ -1,4 +1,4 @@
-// Reports what came of running one action, and why.
+// The result of running one action, with its reason.
 #pragma once
 #include <cstdint>
 #include <iosfwd>
@@ -14,18 +14,18 @@ namespace vexlo {
 
 /// The macOS update is deferred by MDM.
 struct MacOSUpdateIsDeferred {
-  std::optional<std::string> until;  ///< Date text, absent when it isn't known.
+  std::optional<std::string> until;  ///< The date; absent if unknown.
   friend bool operator==(const MacOSUpdateIsDeferred&, const MacOSUpdateIsDeferred&) = default;
 };
 
-/// The logged-in user agreed that the running applications may be closed.
+/// The user agreed to close the running applications.
 struct GotUserAcknowledgementForPatchingRunningApplications {
   std::map<std::string, std::string> applications;  ///< Bundle identifier to application name.
   friend bool operator==(const GotUserAcknowledgementForPatchingRunningApplications&,
                          const GotUserAcknowledgementForPatchingRunningApplications&) = default;
 };
 
-/// The reasons that carry nothing.
+/// Reasons without data.
 enum class PlainReason : std::uint8_t {
   softwareUpdateUnreachable,               ///< Apple's software update service can't be reached
   inSufficientBattery,                     ///< battery level below the required minimum
@@ -37,21 +37,20 @@ enum class PlainReason : std::uint8_t {
   macOSSoftwareUpdateDownloadFailed,       ///< the update download failed
   macOSSoftwareUpdateInstallationFailed,   ///< the update installation failed
   inSufficientArguments,                   ///< the action's arguments are missing or unusable
-  appIsRunning,                            ///< an application that the patch would disturb runs
+  appIsRunning,                            ///< an application that the patch affects is running
   unDefined,                               ///< no specific reason
 };
 
-/// Why an action ended as it did.
+/// The reason for a result.
 using PatchActionResultDescription =
     std::variant<MacOSUpdateIsDeferred, GotUserAcknowledgementForPatchingRunningApplications,
                  PlainReason>;
 
-/// The outcome of one action. Equal when the outcomes are the same and the descriptions are both
-/// absent or both present and equal.
+/// The outcome of one action, with an optional reason.
 struct PatchActionResult {
   enum class Outcome : std::uint8_t {
-    success,     ///< passed or done; deployment may go on
-    applyLater,  ///< can't pass now; the patch is to be applied later
+    success,     ///< passed or done; deployment may continue
+    applyLater,  ///< not now; apply the patch later
     failure,     ///< failed
   };
   using Description = std::optional<PatchActionResultDescription>;
@@ -72,14 +71,14 @@ struct PatchActionResult {
   friend bool operator==(const PatchActionResult&, const PatchActionResult&) = default;
 };
 
-/// The alternative's name alone: "inSufficientBattery", "macOSUpdateIsDeferred".
+/// The alternative's name only: "inSufficientBattery", "macOSUpdateIsDeferred".
 [[nodiscard]] VEXLO_EXPORT std::string name(const PatchActionResultDescription& description);
 /// The outcome's name: "success", "applyLater" or "failure".
 [[nodiscard]] VEXLO_EXPORT std::string name(PatchActionResult::Outcome outcome);
 
-/// For log lines, payload included: macOSUpdateIsDeferred(Optional("2024-Jun-15")).
+/// For log lines, with the data: macOSUpdateIsDeferred(Optional("2024-Jun-15")).
 [[nodiscard]] VEXLO_EXPORT std::string describe(const PatchActionResultDescription& description);
-/// For log lines: applyLater(inSufficientBattery), or success alone without a description.
+/// For log lines: applyLater(inSufficientBattery), or just success.
 [[nodiscard]] VEXLO_EXPORT std::string describe(const PatchActionResult& result);
 VEXLO_EXPORT std::ostream& operator<<(std::ostream& out, const PatchActionResult& result);
 

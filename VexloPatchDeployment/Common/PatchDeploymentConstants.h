@@ -9,15 +9,14 @@ namespace vexlo {
 struct PatchDeploymentConstants {
   PatchDeploymentConstants() = delete;
 
-  /// The running macOS major version, read once per process; 12 when it can't be read. Safe from
-  /// any thread.
+  /// The running macOS major version, read once per process; 12 if it can't be read. Thread-safe.
   [[nodiscard]] static std::int64_t macOSMajorVersion();
 
-  /// How long one answer of the agent's service is waited for.
+  /// The time-out for an answer of the agent's service.
   static constexpr std::chrono::seconds agentServiceTimeoutSeconds{10};
 };
 
-/// Reads the major version's text; 12, with an error line, when it is no integer.
+/// Parses the major version; 12, with an error line, if it isn't an integer.
 [[nodiscard]] std::int64_t macOSMajorVersionFrom(std::string_view majorOSVersion);
 
 }  // namespace vexlo

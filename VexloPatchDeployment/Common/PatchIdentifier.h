@@ -1,12 +1,12 @@
-// Names the patch that is being deployed.
+// Identifies the patch being deployed.
 #pragma once
 #include <string>
 #include <utility>
 
 namespace vexlo {
 
-/// A patch of a product and service pack, as the management server names them. The texts are
-/// kept unchanged: nothing is validated, trimmed or normalised. Immutable.
+/// A patch of a product and service pack, with the management server's ids. The strings are not
+/// validated, trimmed or normalised. Immutable.
 class PatchIdentifier {
  public:
   PatchIdentifier(std::string patchID, std::string productID, std::string servicePackID)

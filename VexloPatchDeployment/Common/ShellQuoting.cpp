@@ -14,7 +14,7 @@ bool isPlain(char c) {
 
 std::string insideDoubleQuotes(std::string_view text) {
   std::string out;
-  out.reserve(2 * text.size());  // never moved, so that a secret leaves no copy behind
+  out.reserve(2 * text.size());  // never reallocated, so that a secret leaves no copy behind
   for (const char c : text) {
     if (std::string_view("\"$`\\").contains(c)) {
       out += '\\';
@@ -31,7 +31,7 @@ std::string shellWord(std::string_view text) {
   std::string out = "'";
   for (const char c : text) {
     if (c == '\'') {
-      out += R"('\'')";  // leaves the quotation, adds the mark, begins anew
+      out += R"('\'')";  // closes the quotes, adds the character, reopens them
     } else {
       out += c;
     }

@@ -1,20 +1,19 @@
-// Puts outside texts into shell command lines so that they stay texts.
+// Quoting of untrusted strings in shell command lines.
 #pragma once
 #include <string>
 #include <string_view>
 
 namespace vexlo {
 
-/// The shell that the texts are made for.
+/// The shell that the quoting is made for.
 inline constexpr const char* kShell = "/bin/sh";
 
-/// `text` for a place between double quotation marks: what the shell would read there as more
-/// than a character (`"`, `$`, a backquote, a backslash) gets a backslash; the program receives
-/// `text` itself. Ordinary text stays as it is.
+/// Escapes `text` for use between double quotes: the characters that are special there (`"`, `$`, a
+/// backquote, a backslash) get a backslash, so that the program receives `text` unchanged.
 [[nodiscard]] std::string insideDoubleQuotes(std::string_view text);
 
-/// `text` as one word for a place without quotation marks. A word of letters, digits, bytes
-/// beyond ASCII and `_ - . , : = + @ % /` stays as it is; any other is put in single ones.
+/// Quotes `text` as one word. Words of letters, digits, non-ASCII bytes and `_ - . , : = + @ % /`
+/// are unchanged; others are put in single quotes.
 [[nodiscard]] std::string shellWord(std::string_view text);
 
 }  // namespace vexlo

@@ -1,4 +1,4 @@
-// How values are written into log lines: lists, maps and values that may be absent.
+// Formatting of lists, maps and optional values for log lines.
 #pragma once
 #include <concepts>
 #include <optional>
@@ -10,7 +10,7 @@
 
 namespace vexlo {
 
-/// `["a", "b"]`; an empty list is `[]`. Texts are written as they are.
+/// `["a", "b"]`; an empty list is `[]`. Strings are not escaped.
 template <typename Texts>
 [[nodiscard]] std::string listText(const Texts& texts) {
   std::string out = "[";
@@ -21,8 +21,8 @@ template <typename Texts>
   return out += ']';
 }
 
-/// `["a", "b \"c\""]`: `listText` with quotation marks, backslashes and control characters
-/// escaped, for lines whose form is the module's own.
+/// `["a", "b \"c\""]`: like `listText`, but with quotes, backslashes and control characters
+/// escaped. For lines whose format isn't prescribed.
 template <typename Texts>
 [[nodiscard]] std::string escapedListText(const Texts& texts) {
   std::string out = "[";

@@ -4,8 +4,8 @@
 
 namespace vexlo {
 
-// The algorithm of Knuth, Morris and Pratt: after a mismatch the search goes on with the longest
-// border of what has matched, so that no byte of the text is looked at twice from the start.
+// The Knuth-Morris-Pratt algorithm: after a mismatch the search continues with the longest border
+// of the matched part, so it never goes back in the text.
 TextSearch::TextSearch(std::string_view wanted, Letters letters)
     : wanted_(wanted), letters_(letters), borders_(wanted.size() + 1) {
   if (letters == Letters::ignoringCase) {

@@ -1,4 +1,4 @@
-// Finds a text in others, in time linear in both.
+// Substring search in linear time.
 #pragma once
 #include <cstddef>
 #include <cstdint>
@@ -11,16 +11,16 @@ namespace vexlo {
 
 enum class Letters : std::uint8_t {
   exact,
-  ignoringCase,  ///< ASCII letters are equal in either case; every other byte only to itself.
+  ignoringCase,  ///< Ignores the case of ASCII letters.
 };
 
-/// Searches for one text. No text to search in, however repetitive, makes it slow. Immutable.
+/// Searches for one string, in linear time even for repetitive input. Immutable.
 class TextSearch {
  public:
   explicit TextSearch(std::string_view wanted, Letters letters = Letters::exact);
 
-  /// Where the first or last occurrence in `text` begins; occurrences may overlap. An empty wanted
-  /// text occurs everywhere.
+  /// The start of the first or last occurrence in `text`; occurrences may overlap. An empty string
+  /// occurs everywhere.
   [[nodiscard]] std::optional<std::size_t> first(std::string_view text) const;
   [[nodiscard]] std::optional<std::size_t> last(std::string_view text) const;
 
@@ -28,9 +28,9 @@ class TextSearch {
   enum class Which : std::uint8_t { first, last };
   [[nodiscard]] std::optional<std::size_t> find(std::string_view text, Which which) const;
 
-  std::string wanted_;  // in lower case when the case is ignored
+  std::string wanted_;  // in lower case if the case is ignored
   Letters letters_;
-  std::vector<std::size_t> borders_;  // of each prefix: the longest proper prefix that ends it too
+  std::vector<std::size_t> borders_;  // per prefix: its longest proper prefix that is a suffix
 };
 
 }  // namespace vexlo

@@ -1,4 +1,4 @@
-// Version constants of the library, readable by tools from its symbol table.
+// The library's version constants, readable by tools from the symbol table.
 #pragma once
 #include "VexloPatchDeployment/Common/Export.h"
 
@@ -6,7 +6,7 @@ extern "C" {
 
 /// 1.0
 VEXLO_EXPORT extern const double VexloPatchDeploymentVersionNumber;
-/// Zero-terminated, with a line feed before the terminating zero.
+/// Ends with a line feed and a NUL.
 VEXLO_EXPORT extern const unsigned char VexloPatchDeploymentVersionString[];
 
 }  // extern "C"

@@ -1,10 +1,7 @@
 #include "VexloPatchDeployment/Installers/InstallAssistantUpgradeInstaller/IntelUpgradeInstaller.h"
 
-#include <utility>
-
 #include "VexloPatchDeployment/Common/Log.h"
 #include "VexloPatchDeployment/Common/TextForms.h"
-#include "VexloPatchDeployment/Installers/InstallAssistantUpgradeInstaller/StartOSInstall.h"
 
 namespace vexlo {
 namespace {
@@ -13,17 +10,13 @@ constexpr LogTag kIntelUpgradeInstallerTag{"installMacOS()"};
 
 }  // namespace
 
-IntelUpgradeInstaller::IntelUpgradeInstaller(std::string appPath,
-                                             UpgradeInstallerDependencies& dependencies)
-    : appPath_(std::move(appPath)), dependencies_(dependencies) {}
-
 PatchActionResult IntelUpgradeInstaller::installMacOS() {
-  const std::optional<std::string> language = dependencies_.preferredLanguage();
+  const std::optional<std::string> language = dependencies().preferredLanguage();
   logInfo(kIntelUpgradeInstallerTag, [&] {
-    return text("Starting installation of ", appPath_,
+    return text("Starting installation of ", appPath(),
                 ", intel. Machine locale language: ", optionalText(language), ".");
   });
-  return startOSInstall(appPath_, nullptr, dependencies_, kIntelUpgradeInstallerTag);
+  return run(nullptr, kIntelUpgradeInstallerTag);
 }
 
 }  // namespace vexlo

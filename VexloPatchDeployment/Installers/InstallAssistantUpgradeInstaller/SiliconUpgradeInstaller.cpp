@@ -1,11 +1,9 @@
 #include "VexloPatchDeployment/Installers/InstallAssistantUpgradeInstaller/SiliconUpgradeInstaller.h"
 
 #include <optional>
-#include <utility>
 
 #include "VexloPatchDeployment/Common/Log.h"
 #include "VexloPatchDeployment/Common/TextForms.h"
-#include "VexloPatchDeployment/Installers/InstallAssistantUpgradeInstaller/StartOSInstall.h"
 
 namespace vexlo {
 namespace {
@@ -15,27 +13,17 @@ constexpr LogTag kUsingTag{"installMacOS(using:)"};
 
 }  // namespace
 
-SiliconUpgradeInstaller::SiliconUpgradeInstaller(std::string appPath,
-                                                 UpgradeInstallerDependencies& dependencies)
-    : appPath_(std::move(appPath)), dependencies_(dependencies) {}
-
 PatchActionResult SiliconUpgradeInstaller::installMacOS() {
-  const std::optional<std::string> language = dependencies_.preferredLanguage();
+  const std::optional<std::string> language = dependencies().preferredLanguage();
   logInfo(kSiliconUpgradeInstallerTag, [&] {
-    return text("Starting installation of ", appPath_,
+    return text("Starting installation of ", appPath(),
                 ", silicon. Machine locale language: ", optionalText(language), ".");
   });
-  CredentialsFetcher* const fetcher = dependencies_.userCredentials();
-  const std::optional<Credentials> credentials =
-      fetcher != nullptr ? fetcher->credentials() : std::nullopt;
+  const std::optional<Credentials> credentials = storedCredentials(dependencies());
   if (!credentials) {
     return PatchActionResult::applyLater(PlainReason::credentialsNotEntered);
   }
-  return installMacOS(*credentials);
-}
-
-PatchActionResult SiliconUpgradeInstaller::installMacOS(const Credentials& credentials) {
-  return startOSInstall(appPath_, &credentials, dependencies_, kUsingTag);
+  return run(&*credentials, kUsingTag);
 }
 
 }  // namespace vexlo

@@ -18,8 +18,8 @@ std::string commandLine(const std::string& appPath, const Credentials* credentia
   return line;
 }
 
-CommandResult run(const std::string& line, const Credentials* credentials,
-                  CommandExecutor& executor) {
+CommandResult runLine(const std::string& line, const Credentials* credentials,
+                      CommandExecutor& executor) {
   if (credentials == nullptr) {
     return executor.run(line, kShell, std::nullopt);
   }
@@ -30,14 +30,13 @@ CommandResult run(const std::string& line, const Credentials* credentials,
 
 }  // namespace
 
-PatchActionResult startOSInstall(const std::string& appPath, const Credentials* credentials,
-                                 UpgradeInstallerDependencies& dependencies, const LogTag& tag,
-                                 std::source_location where) {
-  dependencies.notifier().notifyUpdatesInProgress();
-  const std::string line = commandLine(appPath, credentials);
+PatchActionResult StartOSInstall::run(const Credentials* credentials, const LogTag& tag,
+                                      std::source_location where) {
+  dependencies_.notifier().notifyUpdatesInProgress();
+  const std::string line = commandLine(appPath_, credentials);
   logInfo(tag, [&] { return text("Installation command: ", line); }, where);
-  const CommandResult result = run(line, credentials, dependencies.executor());
-  measured([&] { return toolRun(ToolRunMeasurement::Step::upgrade, appPath, result); });
+  const CommandResult result = runLine(line, credentials, dependencies_.executor());
+  measured([&] { return toolRun(ToolRunMeasurement::Step::upgrade, appPath_, result); });
   logInfo(
       tag,
       [&] {
@@ -48,7 +47,7 @@ PatchActionResult startOSInstall(const std::string& appPath, const Credentials* 
   if (result.exitCode == 0) {
     return PatchActionResult::success();
   }
-  logError(tag, [&] { return text("Installation failed for ", appPath, "."); }, where);
+  logError(tag, [&] { return text("Installation failed for ", appPath_, "."); }, where);
   return PatchActionResult::failure(PlainReason::macOSSoftwareUpdateInstallationFailed);
 }
 

@@ -1,8 +1,5 @@
 #include "VexloPatchDeployment/Installers/InstallAssistantUpgradeInstaller/UpgradeInstallerDependencies.h"
 
-#include <optional>
-#include <utility>
-
 #include "VexloPatchDeployment/Common/Log.h"
 
 namespace vexlo {
@@ -14,27 +11,14 @@ constexpr LogTag kUpgradeInstallerDependenciesTag{"init(silicon:)"};
 
 std::unique_ptr<UpgradeInstallerDependencies> DefaultUpgradeInstallerDependencies::intel() {
   return std::unique_ptr<UpgradeInstallerDependencies>(
-      new DefaultUpgradeInstallerDependencies(std::nullopt));
+      new DefaultUpgradeInstallerDependencies(nullptr));
 }
 
 std::unique_ptr<UpgradeInstallerDependencies> DefaultUpgradeInstallerDependencies::silicon() {
-  std::optional<AgentServiceCredentials> credentials = agentServiceCredentials();
-  if (!credentials) {
-    logError(kUpgradeInstallerDependenciesTag, [] {
-      return "Failed to establish connection with AgentService. Unable to get user credentials.";
-    });
-    return nullptr;
-  }
-  return std::unique_ptr<UpgradeInstallerDependencies>(
-      new DefaultUpgradeInstallerDependencies(std::move(credentials)));
-}
-
-DefaultUpgradeInstallerDependencies::DefaultUpgradeInstallerDependencies(
-    std::optional<AgentServiceCredentials> agentServiceCredentials)
-    : agentServiceCredentials_(std::move(agentServiceCredentials)) {}
-
-CredentialsFetcher* DefaultUpgradeInstallerDependencies::userCredentials() {
-  return agentServiceCredentials_ ? agentServiceCredentials_->fetcher.get() : nullptr;
+  auto credentials = agentServiceCredentialsOrError(kUpgradeInstallerDependenciesTag);
+  return credentials ? std::unique_ptr<UpgradeInstallerDependencies>(
+                           new DefaultUpgradeInstallerDependencies(std::move(credentials)))
+                     : nullptr;
 }
 
 }  // namespace vexlo

@@ -3,6 +3,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "VexloPatchDeployment/Adapters/CommandExecutor.h"
 #include "VexloPatchDeployment/Installers/PreferredLanguage.h"
@@ -11,7 +12,7 @@
 
 namespace vexlo {
 
-/// Members borrowed from the container live as long as it does.
+/// Members live as long as the container. Tests and other containers replace the default.
 class UpgradeInstallerDependencies {
  public:
   virtual ~UpgradeInstallerDependencies() = default;
@@ -28,11 +29,11 @@ class DefaultUpgradeInstallerDependencies final : public UpgradeInstallerDepende
  public:
   /// Without credentials; never null.
   [[nodiscard]] static std::unique_ptr<UpgradeInstallerDependencies> intel();
-  /// With the credentials of the agent's service; null, with an error line, when the service
-  /// can't be reached.
+  /// With the credentials of the agent's service; null, with an error line, if the service can't be
+  /// reached.
   [[nodiscard]] static std::unique_ptr<UpgradeInstallerDependencies> silicon();
 
-  [[nodiscard]] CredentialsFetcher* userCredentials() override;
+  [[nodiscard]] CredentialsFetcher* userCredentials() override { return userCredentials_.get(); }
   [[nodiscard]] CommandExecutor& executor() override { return TerminalUtil::defaultInstance(); }
   [[nodiscard]] SoftwareUpdateNotifier& notifier() override { return notifier_; }
   [[nodiscard]] std::optional<std::string> preferredLanguage() override {
@@ -40,10 +41,10 @@ class DefaultUpgradeInstallerDependencies final : public UpgradeInstallerDepende
   }
 
  private:
-  explicit DefaultUpgradeInstallerDependencies(
-      std::optional<AgentServiceCredentials> agentServiceCredentials);
+  explicit DefaultUpgradeInstallerDependencies(std::unique_ptr<CredentialsFetcher> userCredentials)
+      : userCredentials_(std::move(userCredentials)) {}
 
-  std::optional<AgentServiceCredentials> agentServiceCredentials_;  // absent on Intel
+  std::unique_ptr<CredentialsFetcher> userCredentials_;  // null on Intel
   DefaultSoftwareUpdateNotifier notifier_;
 };
 

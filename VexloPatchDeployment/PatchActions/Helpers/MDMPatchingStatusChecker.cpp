@@ -13,7 +13,7 @@ namespace {
 
 constexpr LogTag kMDMPatchingStatusCheckerTag{"isEnabled()"};
 
-/// A number is an integer or a real; a Boolean is none.
+/// A number is an integer or a real, not a Boolean.
 bool isNumberOne(const std::optional<platform::PropertyList>& value) {
   if (!value) {
     return false;

@@ -1,15 +1,15 @@
-// Tells whether the server patches the OS through MDM.
+// Checks whether the server patches the OS through MDM.
 #pragma once
 
 #include "VexloPatchDeployment/Adapters/PlistManager.h"
 
 namespace vexlo {
 
-/// Reads the agent's patch data file on every question. A status that can't be read counts as
-/// disabled. Used from one thread at a time.
+/// Reads the agent's patch data file on every call. An unreadable status counts as disabled. Not
+/// thread-safe.
 class MDMPatchingStatusChecker {
  public:
-  /// `plistManager`, on the patch data file, must outlive this object.
+  /// `plistManager`, for the patch data file, must outlive this object.
   explicit MDMPatchingStatusChecker(PlistManager& plistManager);
   [[nodiscard]] bool isEnabled();
 

@@ -1,15 +1,15 @@
-// Tells whether the agent's settings switch the macOS deferral check off.
+// Checks whether the agent's settings disable the macOS deferral check.
 #pragma once
 
 #include "VexloPatchDeployment/Adapters/PlistManager.h"
 
 namespace vexlo {
 
-/// Reads the agent's patch data file on every question. A switch that can't be read counts as
-/// not set. Used from one thread at a time.
+/// Reads the agent's patch data file on every call. An unreadable setting counts as false. Not
+/// thread-safe.
 class MacOSUpdateDeferralEligibilityChecker {
  public:
-  /// `plistManager`, on the patch data file, must outlive this object.
+  /// `plistManager`, for the patch data file, must outlive this object.
   explicit MacOSUpdateDeferralEligibilityChecker(PlistManager& plistManager);
   [[nodiscard]] bool isDisabled();
 

@@ -1,4 +1,4 @@
-// Finds the number of a named entry in constant time.
+// A hash index from names to entry numbers.
 #pragma once
 #include <bit>
 #include <cstddef>
@@ -10,27 +10,29 @@
 
 namespace vexlo {
 
-/// An open-addressing table of entry numbers. The entries stay where they are: the caller gives
-/// the hash of a name and tells which entry bears it. Of equal names the last one added is found.
+/// An open-addressing hash table of entry numbers. The entries are stored elsewhere: the caller
+/// passes hashes and a predicate that tells whether an entry has the name. The last entry added
+/// under a name wins.
 class NameIndex {
  public:
   NameIndex() = default;
-  /// Room for `count` entries; at most two thirds of the table come into use.
+  /// Capacity for `count` entries; the load factor is at most two thirds.
   explicit NameIndex(std::size_t count)
       : slots_(count == 0 ? 0 : std::bit_ceil(count + count / 2 + 1), kFree) {}
 
-  /// Hash of a name among those of one owner; names of different owners rarely share it.
+  /// The hash of a name within an owner, so that equal names of different owners have different
+  /// hashes.
   [[nodiscard]] static std::size_t hash(std::string_view name, std::uint32_t owner) noexcept {
     return std::hash<std::string_view>{}(name) + owner * std::size_t{0x9E37'79B9'7F4A'7C15};
   }
 
-  /// Adds entry `number`; it takes the place of the entry for which `bearsName(entry)` holds.
+  /// Adds entry `number`, replacing the entry for which `bearsName(entry)` is true.
   template <typename BearsName>
   void add(std::uint32_t number, std::size_t hash, const BearsName& bearsName) {
     slots_[position(hash, bearsName)] = number;
   }
 
-  /// The number of the entry for which `bearsName(entry)` holds.
+  /// The number of the entry for which `bearsName(entry)` is true.
   template <typename BearsName>
   [[nodiscard]] std::optional<std::uint32_t> find(std::size_t hash,
                                                   const BearsName& bearsName) const {
@@ -44,7 +46,7 @@ class NameIndex {
  private:
   static constexpr std::uint32_t kFree = 0xFFFF'FFFF;
 
-  /// Where the named entry is, or the free place where it belongs.
+  /// The slot of the named entry, or the free slot for it.
   template <typename BearsName>
   [[nodiscard]] std::size_t position(std::size_t hash, const BearsName& bearsName) const {
     const std::size_t mask = slots_.size() - 1;

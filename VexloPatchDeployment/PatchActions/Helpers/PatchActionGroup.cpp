@@ -7,7 +7,7 @@ namespace {
 
 using Entry = PatchActionStore::Entry;
 
-/// The number of the entry called `name` in the run of its owner.
+/// The number of the entry called `name` in its owner's run.
 std::optional<std::uint32_t> findEntry(const PatchActionStore& store, const NameIndex& index,
                                        const std::vector<Entry>& entries, std::string_view name,
                                        PatchActionStore::Run run) {
@@ -24,7 +24,7 @@ ActionMap actionsOf(const PatchActionStore& store, const Entry& entry) {
   return {std::span(store.actions).subspan(entry.first, entry.count), StoredActionReader{&store}};
 }
 
-/// The entries of a run that no later one of the same name replaces.
+/// The entries of a run without those replaced by a later one of the same name.
 std::vector<NamedActions> namedActions(const PatchActionStore& store, const NameIndex& index,
                                        const std::vector<Entry>& entries,
                                        PatchActionStore::Run run) {

@@ -13,17 +13,17 @@
 
 namespace vexlo {
 
-/// The file's text with compact records over it: names and arguments are places in the text, not
-/// copies, and what belongs together is a run of an array. Filled once by the decoder.
+/// The file's text and compact records that refer to it: names and arguments are offsets into the
+/// text, and the children of an entry are a contiguous run of an array. Filled once by the decoder.
 class PatchActionStore {
  public:
-  /// A text: its place in the file, or past the file's end in the decoded escapes.
+  /// The position of a string in the file or, beyond its end, in the decoded escapes.
   struct Text {
     std::uint32_t offset = 0;
     std::uint32_t length = 0;
   };
-  /// A name and the run of what belongs to it: to a product its service packs, to a service pack
-  /// or patch its actions, to an action its arguments.
+  /// A name and the run of its children: the service packs of a product, the actions of a service
+  /// pack or patch, the arguments of an action.
   struct Entry {
     Text name;
     std::uint32_t first = 0;
@@ -35,7 +35,7 @@ class PatchActionStore {
   };
 
   std::string file;
-  std::string decodedEscapes;  ///< Texts that were written with escapes, one after the other.
+  std::string decodedEscapes;  ///< Concatenated strings that had escapes.
   std::vector<Text> texts;     ///< Arguments and exempt patch IDs.
   std::vector<Entry> actions;
   std::vector<Entry> patches;
@@ -63,11 +63,11 @@ struct StoredTextReader {
     return store->at(text);
   }
 };
-/// A list of texts, as views into the decoded file.
+/// A list of strings, as views into the decoded file.
 using TextList =
     std::ranges::transform_view<std::span<const PatchActionStore::Text>, StoredTextReader>;
 
-/// One action of an action map: its code and its arguments in the file's order.
+/// One action: its code and its arguments in file order.
 struct ActionEntry {
   std::string_view code;
   TextList arguments;
@@ -76,7 +76,7 @@ struct StoredActionReader {
   const PatchActionStore* store = nullptr;
   [[nodiscard]] ActionEntry operator()(const PatchActionStore::Entry& action) const noexcept;
 };
-/// The actions of a service pack or patch; each code occurs once.
+/// The actions of a service pack or patch; codes are unique.
 using ActionMap =
     std::ranges::transform_view<std::span<const PatchActionStore::Entry>, StoredActionReader>;
 
@@ -91,51 +91,50 @@ struct NamedProduct {
   std::vector<NamedActions> servicePacks;
 };
 
-/// Actions that apply to every patch of a product and service pack, and the patches exempt from
-/// them. A view into the decoded file.
+/// The actions for all patches of a product and service pack, and the exempt patches. A view into
+/// the decoded file.
 class ProductServicePackActions {
  public:
   explicit ProductServicePackActions(const PatchActionStore& store) : store_(&store) {}
 
-  /// The exempt patch IDs in the file's order.
+  /// The exempt patch IDs in file order.
   [[nodiscard]] TextList exclusionPatchIDs() const;
-  /// Whether the product-wide actions don't apply to the patch.
+  /// Whether the patch is exempt from the product-wide actions.
   [[nodiscard]] bool isExempt(std::string_view patchID) const;
-  /// Absent when the product, or the service pack under it, isn't there.
+  /// Absent if the file lacks the product or its service pack.
   [[nodiscard]] std::optional<ActionMap> actions(std::string_view productID,
                                                  std::string_view servicePackID) const;
-  /// All products, for those who look through a file.
+  /// All products, for tools that inspect a file.
   [[nodiscard]] std::vector<NamedProduct> products() const;
 
  private:
   const PatchActionStore* store_;
 };
 
-/// Actions that apply to one patch. A view into the decoded file.
+/// The actions of single patches. A view into the decoded file.
 class PatchActions {
  public:
   explicit PatchActions(const PatchActionStore& store) : store_(&store) {}
 
-  /// Absent when the patch has no entry.
+  /// Absent if the patch has no entry.
   [[nodiscard]] std::optional<ActionMap> actions(std::string_view patchID) const;
-  /// All patches, for those who look through a file.
+  /// All patches, for tools that inspect a file.
   [[nodiscard]] std::vector<NamedActions> patches() const;
 
  private:
   const PatchActionStore* store_;
 };
 
-/// The decoded file. Immutable, so it may be shared by threads; what it hands out are views that
-/// live as long as it stays where it is.
+/// The decoded file. Immutable and thus thread-safe. The views that it returns are valid until it
+/// is moved or destroyed.
 class PatchActionGroup {
  public:
-  /// An empty file: neither member.
+  /// An empty file, without either member.
   PatchActionGroup() = default;
 
-  /// Decodes the text of `file`, strictly: every value must have the type that its place asks
-  /// for, those that a later member of the same name replaces included (of members with equal
-  /// names the last one counts). Throws `FileCodec::DecodingError` that names the file, the place
-  /// and what was expected and found.
+  /// Decodes the text of `file` strictly: every value must have the expected type, even one that a
+  /// later member of the same name replaces. Throws `FileCodec::DecodingError` with the file, the
+  /// place, and what was expected and found.
   [[nodiscard]] static PatchActionGroup decode(std::string text, const std::string& file);
 
   [[nodiscard]] std::optional<ProductServicePackActions> productServicePackActions() const;

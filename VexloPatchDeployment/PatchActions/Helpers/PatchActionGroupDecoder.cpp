@@ -1,4 +1,4 @@
-// Decodes the patch action file in one pass over its events, into the compact store.
+// Decodes the patch action file into the compact store in one pass over its events.
 #include <algorithm>
 #include <array>
 #include <string>
@@ -23,9 +23,9 @@ constexpr std::string_view kProductServicePackActions = "ProductServicePackActio
 constexpr std::string_view kPatchActions = "PatchActions";
 constexpr std::string_view kExclusionPatchIDs = "ExclusionPatchIDs";
 
-/// What a container of the document is, by its place.
+/// The kinds of containers in the document.
 enum class Container : std::uint8_t {
-  document,        // not a container itself: the root value stands in it
+  document,        // not a container: the parent of the root value
   root,            // { "ProductServicePackActions": …, "PatchActions": … }
   products,        // { "ExclusionPatchIDs": […], product ID: … }
   exclusionList,   // [ patch ID, … ]
@@ -34,10 +34,10 @@ enum class Container : std::uint8_t {
   productActions,  // { action code: … } of a service pack
   patchActions,    // { action code: … } of a patch
   arguments,       // [ argument, … ]
-  ignored,         // anything under an unknown member of the root
+  ignored,         // anything in an unknown member of the root
 };
 
-/// What may stand at a place of the document.
+/// What is expected at a place in the document.
 enum class Wanted : std::uint8_t { object, objectOrNull, arrayOfStrings, string, anything };
 
 std::string_view nameOf(Wanted wanted) {
@@ -56,8 +56,8 @@ std::string_view nameOf(Wanted wanted) {
   std::unreachable();
 }
 
-/// Fills the store from the events. Stops at the first value of a wrong type, with the path of
-/// its place in `problem`.
+/// Fills the store from the events. Stops at the first value of a wrong type and records its place
+/// in `problem`.
 class Decoder final : public FileCodec::JSONEvents {
  public:
   Decoder(PatchActionStore& store, const std::string& file) : store_(store), file_(file) {
@@ -116,7 +116,7 @@ class Decoder final : public FileCodec::JSONEvents {
   bool endObject() override { return leave(); }
   bool endArray() override { return leave(); }
 
-  /// Makes the names findable; to be called once, after the last event.
+  /// Builds the indexes; called once, after the last event.
   void makeIndexes() {
     store_.patchIndex = NameIndex(store_.patches.size());
     addAll(store_.patchIndex, store_.patches, {.first = 0, .count = size(store_.patches)});
@@ -138,7 +138,7 @@ class Decoder final : public FileCodec::JSONEvents {
     }
   }
 
-  /// The mismatch that stopped the reading.
+  /// The mismatch that stopped the reader.
   [[nodiscard]] DecodingError problem() const {
     return {file_, path(), std::string(nameOf(wanted_)), std::string(found_)};
   }
@@ -146,15 +146,15 @@ class Decoder final : public FileCodec::JSONEvents {
  private:
   struct Level {
     Container container = Container::document;
-    Text member;                // the name of the member that is being read
-    std::uint32_t first = 0;    // where the container's own entries or texts begin
+    Text member;                // the name of the member being read
+    std::uint32_t first = 0;    // the start of the container's entries or strings
     std::uint32_t ignored = 0;  // containers open inside an ignored one
   };
 
   [[nodiscard]] Container here() const { return levels_[depth_].container; }
   [[nodiscard]] std::string_view member() const { return store_.at(levels_[depth_].member); }
 
-  /// What may stand at the place reached.
+  /// What is expected at the current place.
   [[nodiscard]] Wanted wantedHere() const {
     switch (here()) {
       case Container::document:
@@ -179,7 +179,7 @@ class Decoder final : public FileCodec::JSONEvents {
     std::unreachable();
   }
 
-  /// The container that begins at the place reached, when it has the wanted type.
+  /// The container that starts at the current place, if it has the expected type.
   [[nodiscard]] Container containerHere() const {
     switch (here()) {
       case Container::document:
@@ -273,13 +273,13 @@ class Decoder final : public FileCodec::JSONEvents {
     return true;
   }
 
-  /// Removes the actions from `first` on whose code occurs again later.
+  /// Removes the actions from `first` on that a later one of the same code replaces.
   void keepLastOfEachAction(std::uint32_t first) {
     const auto code = [this](const Entry& action) { return store_.at(action.name); };
     const auto begin = store_.actions.begin() + first;
     const auto notAscending = [&](const Entry& a, const Entry& b) { return code(a) >= code(b); };
     if (std::adjacent_find(begin, store_.actions.end(), notAscending) == store_.actions.end()) {
-      return;  // strictly ascending, as files usually are: nothing occurs twice
+      return;  // strictly ascending, as usual, so there are no duplicates
     }
     std::unordered_set<std::string_view> later;
     const auto kept =
@@ -323,7 +323,7 @@ class Decoder final : public FileCodec::JSONEvents {
     return out;
   }
 
-  /// The text's place in the file, or in the decoded escapes when it was written with some.
+  /// The string's position in the file, or in the decoded escapes if it had any.
   Text keep(std::string_view value) {
     const auto length = static_cast<std::uint32_t>(value.size());
     const char* const begin = store_.file.data();
@@ -335,8 +335,8 @@ class Decoder final : public FileCodec::JSONEvents {
     return {static_cast<std::uint32_t>(offset), length};
   }
 
-  /// Address space for a densely written file, so that the arrays rarely move; pages that stay
-  /// unused cost no memory.
+  /// Reserves address space for a dense file, so that the arrays rarely reallocate; unused pages
+  /// cost no memory.
   void reserveForFile() {
     const std::size_t bytes = store_.file.size();
     store_.texts.reserve(bytes / 8);
@@ -347,7 +347,7 @@ class Decoder final : public FileCodec::JSONEvents {
 
   template <typename Element>
   [[nodiscard]] static std::uint32_t size(const std::vector<Element>& elements) {
-    return static_cast<std::uint32_t>(elements.size());  // fewer than the file has bytes
+    return static_cast<std::uint32_t>(elements.size());  // less than the size of the file
   }
 
   void addAll(NameIndex& index, const std::vector<Entry>& entries, PatchActionStore::Run run) {
@@ -361,7 +361,7 @@ class Decoder final : public FileCodec::JSONEvents {
 
   PatchActionStore& store_;
   const std::string& file_;
-  std::array<Level, 8> levels_{};  // a document that decodes is at most six levels deep
+  std::array<Level, 8> levels_{};  // a valid document has at most six levels
   std::size_t depth_ = 0;
   Wanted wanted_ = Wanted::anything;
   std::string_view found_;

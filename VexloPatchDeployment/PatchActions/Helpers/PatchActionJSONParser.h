@@ -1,4 +1,4 @@
-// Finds the patch action file, decodes it once per process and keeps the outcome.
+// Locates the patch action file, decodes it once per process and caches the outcome.
 #pragma once
 #include <expected>
 #include <memory>
@@ -11,21 +11,21 @@
 
 namespace vexlo {
 
-/// Reads its file on the first request and keeps the outcome, decoded file or error, for good: a
-/// file that changes later is not seen, and a failed reading is not tried again. Safe from any
-/// thread; concurrent first requests wait for one reading.
+/// Reads its file on the first request and caches the outcome, decoded file or error, forever:
+/// later changes are not seen, and failures are not retried. Thread-safe; concurrent first requests
+/// wait for a single read.
 class PatchActionJSONParser {
  public:
   using Outcome = std::expected<std::shared_ptr<const PatchActionGroup>, PatchActionFileError>;
 
-  /// The process's parser, of the file "/client-data/patch-resources/mac-patch-actions.json"
-  /// under the base directory that the agent has set when this is first called.
+  /// The process's parser for the file "/client-data/patch-resources/mac-patch-actions.json" in the
+  /// base directory that the agent has set when this is first called.
   [[nodiscard]] static PatchActionJSONParser& shared();
 
   explicit PatchActionJSONParser(std::string jsonPath);
 
   [[nodiscard]] const std::string& jsonPath() const noexcept { return jsonPath_; }
-  /// The decoded file, never null, or the error of its one reading.
+  /// The decoded file, never null, or the error.
   [[nodiscard]] const Outcome& cachedPatchActionGroup();
 
  private:

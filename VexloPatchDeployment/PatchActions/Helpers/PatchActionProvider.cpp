@@ -24,8 +24,8 @@ void append(std::vector<ActionDetail>& details, const std::optional<ActionMap>& 
   }
 }
 
-/// Orders the actions; where one occurs twice, the later detail, the patch's own, replaces the
-/// earlier one.
+/// Sorts the actions; if one occurs twice, the patch's own, which comes later, replaces the
+/// product's.
 void orderAndMerge(std::vector<ActionDetail>& details) {
   const auto key = [](const ActionDetail& detail) {
     return std::tuple(detail.actionID.sortOrder(), detail.actionID.code(), detail.origin);
@@ -34,7 +34,7 @@ void orderAndMerge(std::vector<ActionDetail>& details) {
   const auto sameAction = [](const ActionDetail& a, const ActionDetail& b) {
     return a.actionID == b.actionID;
   };
-  // unique keeps the first of a run of equals: walked from the back, that is the last.
+  // unique() keeps the first of equal elements, which in reverse order is the last.
   const auto replaced = std::ranges::unique(std::views::reverse(details), sameAction);
   details.erase(details.begin(), replaced.begin().base());
 }

@@ -1,4 +1,4 @@
-// Decides which actions apply to one patch, and in which order.
+// Determines which actions apply to a patch, and in which order.
 #pragma once
 #include <cstdint>
 #include <memory>
@@ -11,7 +11,7 @@
 
 namespace vexlo {
 
-/// Where an applicable action comes from.
+/// The origin of an applicable action.
 enum class ActionOrigin : std::uint8_t {
   product,  ///< the patch's product and service pack
   patch,    ///< the patch itself
@@ -24,17 +24,17 @@ struct ActionDetail {
   ActionOrigin origin;
 };
 
-/// Joins the actions of the patch's product and service pack with the patch's own, whose
-/// arguments win, and honours the file's exemptions. Everything that is missing from the file
-/// counts as an empty map. Immutable.
+/// Merges the actions of the patch's product and service pack with the patch's own, whose arguments
+/// win, and applies the file's exemptions. Whatever is missing from the file counts as empty.
+/// Immutable.
 class PatchActionProvider {
  public:
-  /// `patchActionGroup` is shared with the caller and never null.
+  /// `patchActionGroup` must not be null.
   PatchActionProvider(PatchIdentifier patchIdentifier,
                       std::shared_ptr<const PatchActionGroup> patchActionGroup);
 
-  /// The applicable actions by ascending `sortOrder` (equal ones by code), each at most once. The
-  /// details live as long as the group. Logs the path taken.
+  /// The applicable actions, without duplicates, by ascending `sortOrder` and then by code. They
+  /// are valid as long as the group. Logs which case applied.
   [[nodiscard]] std::vector<ActionDetail> actionDetails() const;
 
   /// Whether the file exempts the patch from the actions of its product.

@@ -6,7 +6,7 @@
 namespace vexlo {
 namespace {
 
-/// The installer container for this kind of machine; null when it can't be made.
+/// The installer container for this type of machine; null if it can't be created.
 template <typename Container>
 auto forThisMachine() {
   return vxutils::gv_globvars.isAppleSiliconMachine() ? Container::silicon() : Container::intel();

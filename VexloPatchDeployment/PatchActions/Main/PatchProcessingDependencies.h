@@ -1,4 +1,4 @@
-// The container of the collaborators with which actions are run, and its production wiring.
+// The container of the objects that run the actions, and the production wiring.
 #pragma once
 #include <memory>
 #include <optional>
@@ -35,8 +35,8 @@
 namespace vexlo {
 
 /// The collaborators of one processor. Members live as long as the container; the two installer
-/// containers may be null. For one thread at a time. An agent, a test or a tool that answers from
-/// recorded readings may replace the default.
+/// containers may be null. Not thread-safe. An agent, a test or a tool that works on recorded facts
+/// may replace the default.
 class PatchProcessingDependencies {
  public:
   virtual ~PatchProcessingDependencies() = default;
@@ -50,7 +50,7 @@ class PatchProcessingDependencies {
   virtual SoftwareUpdateInstallerDependencies* softwareUpdateInstallerDependencies() = 0;
   virtual MacOSUpdateDeferralEligibilityChecker& deferralEligibilityChecker() = 0;
   virtual UpgradeInstallerDependencies* upgradeInstallerDependencies() = 0;
-  /// Not used by the library, whose deferral check asks the agent's library itself.
+  /// Not used by the library, whose deferral check asks the agent's library directly.
   virtual MDMStausProvider& mdmStatus() = 0;
   virtual RunningAppPolicyChecking& runningAppPolicy() = 0;
   virtual AppKilling& appKiller() = 0;
@@ -68,8 +68,8 @@ class PatchProcessingDependencies {
   virtual platform::Sleeper sleeper() = 0;
 };
 
-/// The production wiring. Eleven members are made with the container, eight on first use; an
-/// installer container that can't be made stays absent and is not tried again.
+/// The production wiring. Eleven members are created with the container, eight on first use. An
+/// installer container that can't be created stays null and is not retried.
 class DefaultPatchProcessingDependencies final : public PatchProcessingDependencies {
  public:
   DefaultPatchProcessingDependencies();
@@ -121,7 +121,7 @@ class DefaultPatchProcessingDependencies final : public PatchProcessingDependenc
   platform::Sleeper sleeper() override { return platform::systemSleeper(); }
 
  private:
-  // What the members below are made of.
+  // Used by the members below.
   SystemMachineFacts machine_;
   SystemPowerSources powerSources_;
   SystemPowerSource powerSource_{powerSources_};
@@ -135,7 +135,7 @@ class DefaultPatchProcessingDependencies final : public PatchProcessingDependenc
   vxutils::ProcessInformation processInformation_;
   PlistSerializer plistDecoder_;
 
-  // Made with the container, in this order.
+  // Created with the container, in this order.
   BatteryLevelChecker batteryLevelChecker_{powerSource_};
   MacOSUpdateDeferralChecker macOSUpdateDeferralChecker_{availableOSUpdates_};
   DiskSpaceChecker diskSpaceChecker_{diskInfo_};
@@ -150,8 +150,8 @@ class DefaultPatchProcessingDependencies final : public PatchProcessingDependenc
       runningApplicationQuery_,        processInformation_};
   RunningAppDetailsProvider runningAppDetailsProvider_{runningApplicationQuery_};
 
-  // Made on first use: the agent may set its directories until then. A settings file is made with
-  // the member that reads it.
+  // Created on first use, because the agent may set its directories until then. Each settings file
+  // is created together with the member that reads it.
   OnFirstUse<std::unique_ptr<SoftwareUpdateInstallerDependencies>>
       softwareUpdateInstallerDependencies_;
   OnFirstUse<std::unique_ptr<UpgradeInstallerDependencies>> upgradeInstallerDependencies_;

@@ -74,7 +74,7 @@ std::optional<std::int64_t> firstAsInteger(const std::vector<std::string>& argum
 
 using Arguments = std::vector<std::string>;
 
-/// The patch's actions in their order, kept for the processor's life.
+/// The patch's actions in order.
 class ApplicableActions {
  public:
   explicit ApplicableActions(std::vector<ActionDetail> details) : details_(std::move(details)) {
@@ -105,8 +105,8 @@ class ApplicableActions {
 
 }  // namespace
 
-/// Finds an action's arguments and runs it: one handler per action, which asks the container's
-/// collaborators and maps what they say to a result.
+/// Runs actions: there is one handler per action, which asks the container's collaborators and maps
+/// their answers to a result.
 class ProcessPatchActions::Implementation {
  public:
   Implementation(PatchIdentifier patchIdentifier,
@@ -116,8 +116,7 @@ class ProcessPatchActions::Implementation {
         patchActionGroup_(std::move(patchActionGroup)),
         dependencies_(std::move(dependencies)) {}
 
-  /// Over the file of the process's cache, with production collaborators; throws when that can't be
-  /// used.
+  /// Uses the cached action file and the production collaborators; throws if the file is unusable.
   static std::unique_ptr<Implementation> overFile(PatchIdentifier patchIdentifier) {
     auto patchActionGroup = decodedFileFor(patchIdentifier);
     return std::make_unique<Implementation>(std::move(patchIdentifier), std::move(patchActionGroup),
@@ -127,7 +126,7 @@ class ProcessPatchActions::Implementation {
   void setObserver(std::shared_ptr<ActionObserver> observer) { observer_ = std::move(observer); }
   [[nodiscard]] ActionObserver* observer() const { return observer_.get(); }
 
-  /// Worked out by the first call.
+  /// Computed on the first call.
   [[nodiscard]] const ApplicableActions& applicableActions() {
     if (!applicableActions_) {
       applicableActions_.emplace(
@@ -146,10 +145,10 @@ class ProcessPatchActions::Implementation {
   PatchActionResult hasMinimumBattery(const LogTag& tag, const ActionID& action,
                                       const Arguments& arguments);
   PatchActionResult isUserLoggedIn();
-  /// Despite the name: passes unless several users, or none, are logged on.
+  /// Despite the name, passes if exactly one user is logged on.
   PatchActionResult isMultipleUsersLoggedIn();
   PatchActionResult hasMinimumDiskSpace(const ActionID& action, const Arguments& arguments);
-  /// Despite the name: passes unless the update is deferred or that can't be told.
+  /// Despite the name, passes if the update is known not to be deferred.
   PatchActionResult isMacOSUpdateDeferred(const ActionID& action, const Arguments& arguments);
   PatchActionResult installmacOSUpdates(const Arguments& arguments);
   PatchActionResult installMacOSUpdatesUsingInstallAssistant(const Arguments& arguments);

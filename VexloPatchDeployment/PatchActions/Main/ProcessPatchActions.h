@@ -17,45 +17,44 @@ namespace vexlo {
 class PatchActionGroup;
 class PatchProcessingDependencies;
 
-/// Runs single actions of one patch and tells what came of each. Everything happens on the
-/// calling thread and may take hours (an installation); one processor is for one thread at a
-/// time. The actions that apply are worked out on the first question and kept; all else is asked
-/// afresh by every `execute`.
+/// Runs the actions of one patch and returns their results. Everything happens on the calling
+/// thread and may take hours (an installation). Not thread-safe. The applicable actions are
+/// determined once; everything else is checked again by every `execute`.
 class VEXLO_EXPORT ProcessPatchActions {
  public:
-  /// Takes the patch action file from the process's cache, which reads it once. Throws
-  /// `PatchActionFileError` when it could not be read or decoded. Afterwards nothing throws but
-  /// `std::bad_alloc`, in a process that is out of memory; the processor stays usable then.
+  /// Uses the process's cached patch action file, which is read once. Throws `PatchActionFileError`
+  /// if it could not be read or decoded. Apart from that, only `std::bad_alloc` is thrown, after
+  /// which the processor remains usable.
   ///
-  /// The prompt about running applications is waited for with the run loop of the thread that calls
-  /// `execute`. That thread needs an input source in its loop's default mode (`RunLoop.h`); without
-  /// one the answer is read at once, so that a forced prompt counts as agreed before it was seen.
+  /// The prompt about running applications is waited for in the run loop of the thread that calls
+  /// `execute`. That thread needs an input source in its loop's default mode (`RunLoop.h`). Without
+  /// one, the answer is read immediately, so a forced prompt counts as agreed before the user has
+  /// seen it.
   explicit ProcessPatchActions(PatchIdentifier patchIdentifier);
   virtual ~ProcessPatchActions();
   ProcessPatchActions(const ProcessPatchActions&) = delete;
   ProcessPatchActions& operator=(const ProcessPatchActions&) = delete;
 
  protected:
-  /// For a file that is decoded already, with production collaborators.
+  /// For a decoded file, with production collaborators.
   ProcessPatchActions(PatchIdentifier patchIdentifier,
                       std::shared_ptr<const PatchActionGroup> patchActionGroup);
-  /// The same with other collaborators. Nothing is null.
+  /// For a decoded file and other collaborators. Neither pointer may be null.
   ProcessPatchActions(PatchIdentifier patchIdentifier,
                       std::shared_ptr<const PatchActionGroup> patchActionGroup,
                       std::unique_ptr<PatchProcessingDependencies> dependencies);
 
-  /// Runs all applicable actions in order, up to the first that is no success, and returns that
-  /// one's result; `success` without a description when all passed.
+  /// Runs the applicable actions in order until one doesn't succeed and returns its result;
+  /// `success` without a description if all succeed.
   virtual PatchActionResult execute();
 
  public:
-  /// Runs one action; running it twice runs it twice. An action that doesn't apply to the patch
-  /// counts as passed. A pre-condition that isn't met, and missing or unusable arguments, give
-  /// `applyLater`; `failure` comes from installers only.
+  /// Runs one action, every time it is called. An action that doesn't apply to the patch succeeds.
+  /// Unmet preconditions and missing or unusable arguments result in `applyLater`; only installers
+  /// return `failure`.
   virtual PatchActionResult execute(const ActionID& action);
 
-  /// The action's arguments for this patch; absent when it doesn't apply, empty when it applies
-  /// without arguments.
+  /// The action's arguments for this patch; absent if it doesn't apply, empty if it has none.
   virtual std::optional<std::vector<std::string>> arguments(const ActionID& action);
 
   /// From now on `observer` is told what actions measure and how far they have got; null ends that.

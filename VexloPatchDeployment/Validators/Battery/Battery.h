@@ -1,4 +1,4 @@
-// Answers whether the battery level allows a patch to be installed.
+// Checks whether the battery level allows a patch to be installed.
 #pragma once
 #include <cstdint>
 
@@ -6,14 +6,14 @@
 
 namespace vexlo {
 
-/// Compares the battery level with a required minimum. A machine on mains power, and one whose
-/// power source can't be learnt, counts as sufficient, so that deployment goes on. Stateless:
-/// every question reads the power source anew. Used from one thread at a time.
+/// Compares the battery level with a required minimum. Mains power and an unknown power source
+/// count as sufficient, so that deployment continues. Reads the power source on every call. Not
+/// thread-safe.
 class BatteryLevelChecker {
  public:
   /// `powerSourceResolver` must outlive this object.
   explicit BatteryLevelChecker(PowerSourceResolver& powerSourceResolver);
-  /// `minimumPercent` is usually 0 to 100; equal is enough.
+  /// Whether the level is at least `minimumPercent`, usually 0 to 100.
   [[nodiscard]] bool hasMinimumBattery(std::int64_t minimumPercent);
 
  private:

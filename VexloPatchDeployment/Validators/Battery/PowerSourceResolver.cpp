@@ -14,7 +14,7 @@ using platform::PropertyList;
 constexpr LogTag kPowerSourceResolverTag{"currentPowerSource()"};
 constexpr std::string_view kUnobtainable = "Unable to obtain system power source details.";
 
-/// `current` of `maximum` in percent, truncated; absent when it can't be computed.
+/// `current` as a truncated percentage of `maximum`; absent if it can't be computed.
 std::optional<std::int64_t> percentageOf(std::int64_t current, std::int64_t maximum) {
   std::int64_t hundredfold = 0;
   if (maximum == 0 || __builtin_mul_overflow(current, std::int64_t{100}, &hundredfold)) {
@@ -23,7 +23,7 @@ std::optional<std::int64_t> percentageOf(std::int64_t current, std::int64_t maxi
   return maximum == -1 ? -hundredfold : hundredfold / maximum;
 }
 
-/// The level that a description tells, when it has both capacities as integers.
+/// The level in a description that has both capacities as integers.
 std::optional<BatteryPower> batteryOf(const PropertyList& description) {
   const PropertyList* const current = description.find("Current Capacity");
   const PropertyList* const maximum = description.find("Max Capacity");

@@ -1,4 +1,4 @@
-// Turns the platform's list of power sources into the one in use.
+// Determines the power source in use.
 #pragma once
 #include <cstdint>
 #include <optional>
@@ -19,16 +19,17 @@ struct BatteryPower {
 };
 using PowerSource = std::variant<AcPower, BatteryPower>;
 
+/// Tests and recorded facts replace it.
 class PowerSourceResolver {
  public:
   virtual ~PowerSourceResolver() = default;
-  /// The power source in use now. Absent when the platform names none that is readable.
+  /// The power source in use; absent if no readable one is listed.
   [[nodiscard]] virtual std::optional<PowerSource> currentPowerSource() = 0;
 };
 
-/// Takes the first description that tells mains power or a battery's level. A description whose
-/// capacities give no percentage (a full charge of 0, or beyond 64 bits) tells nothing. Asks its
-/// provider anew on every call.
+/// Uses the first description that is on mains power or has a battery level. Skips descriptions
+/// whose percentage can't be computed (a full charge of 0, overflow). Asks its provider on every
+/// call.
 class SystemPowerSource final : public PowerSourceResolver {
  public:
   /// `powerSourcesProvider` must outlive this object.

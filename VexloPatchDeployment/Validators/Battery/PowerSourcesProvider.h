@@ -1,4 +1,4 @@
-// Fetches the raw list of power sources from the platform.
+// Lists the machine's power sources.
 #pragma once
 #include <vector>
 
@@ -6,14 +6,15 @@
 
 namespace vexlo {
 
+/// Tests and recorded facts replace it.
 class PowerSourcesProvider {
  public:
   virtual ~PowerSourcesProvider() = default;
-  /// The descriptions of the power sources, each expected to be a dictionary; may be empty.
+  /// The descriptions of the power sources, normally dictionaries; may be empty.
   [[nodiscard]] virtual std::vector<platform::PropertyList> powerSourcesInfo() = 0;
 };
 
-/// Asks the platform anew on every call.
+/// Asks the platform on every call.
 class SystemPowerSources final : public PowerSourcesProvider {
  public:
   [[nodiscard]] std::vector<platform::PropertyList> powerSourcesInfo() override;

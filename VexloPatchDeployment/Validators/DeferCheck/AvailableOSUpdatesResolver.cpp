@@ -33,7 +33,7 @@ constexpr std::array kFields{
 
 using Updates = std::vector<AvailableOSUpdate>;
 
-/// The report behind the first header, up to a second one; absent without a header.
+/// The report between the first header and the second one or the end; absent without a header.
 std::optional<std::string_view> reportIn(std::string_view output) {
   const std::size_t header = output.find(kHeader);
   if (header == std::string_view::npos) {
@@ -43,13 +43,13 @@ std::optional<std::string_view> reportIn(std::string_view output) {
   return rest.substr(0, rest.find(kHeader));
 }
 
-/// Whether the report is a text, or the binary form, which is none by its nature.
+/// Whether the report is UTF-8 or a binary property list.
 bool isReadable(std::string_view report) {
   return report.starts_with("bplist") ||
          platform::findInvalidUTF8(report) == std::string_view::npos;
 }
 
-/// The error says which item is wrong, counted from one.
+/// The error says which item is wrong, counting from one.
 std::expected<Updates, std::string> decode(std::string_view report) {
   const auto list = platform::parsePropertyList(report);
   if (!list) {
@@ -91,7 +91,7 @@ std::string listOf(const Updates& updates) {
   return out += ']';
 }
 
-/// The updates of the MDM client's output; empty when it holds no report that can be read.
+/// The updates in the MDM client's output; empty if it has no readable report.
 Updates parse(std::string_view output) {
   const std::optional<std::string_view> report = reportIn(output);
   if (!report || !isReadable(*report)) {

@@ -1,4 +1,4 @@
-// Tells which macOS updates the machine sees, as its MDM client reports them.
+// Lists the macOS updates that the MDM client reports.
 #pragma once
 #include <iosfwd>
 #include <optional>
@@ -9,7 +9,7 @@
 
 namespace vexlo {
 
-/// One update of the MDM client's report. A text that the report lacks is absent.
+/// One update in the MDM client's report. Missing members are absent.
 struct AvailableOSUpdate {
   std::optional<std::string> build;          ///< «25F71»
   std::optional<std::string> deferredUntil;  ///< Date and time: «2024-06-15 00:00:00 +0000»
@@ -22,15 +22,16 @@ struct AvailableOSUpdate {
 [[nodiscard]] std::string describe(const AvailableOSUpdate& update);
 std::ostream& operator<<(std::ostream& out, const AvailableOSUpdate& update);
 
+/// Tests and recorded facts replace it.
 class AvailableOSUpdatesResolver {
  public:
   virtual ~AvailableOSUpdatesResolver() = default;
-  /// The updates in the report's order; absent when they could not be asked for.
+  /// The updates in the report's order; absent if the request failed.
   [[nodiscard]] virtual std::optional<std::vector<AvailableOSUpdate>> availableOSUpdates() = 0;
 };
 
-/// Asks the MDM client anew on every call. A client that fails, or that can't reach Apple's
-/// server, gives absent; a report that can't be read gives an empty list. Stateless.
+/// Runs the MDM client on every call. Absent if it fails or can't reach Apple's server; an empty
+/// list if the report can't be read. Stateless.
 class SystemAvailableOSUpdates final : public AvailableOSUpdatesResolver {
  public:
   /// `mdmClientCommandExecutor` must outlive this object.

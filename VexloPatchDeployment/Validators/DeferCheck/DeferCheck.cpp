@@ -15,18 +15,18 @@ namespace {
 constexpr LogTag kDeferCheckTag{"isMacOSUpdateDeferred(for:)"};
 constexpr LogTag kValidateTag{"validate(_:)"};
 
-/// Whether a product key or a date says anything: it has two characters or more. In UTF-8 the
-/// bytes 10xxxxxx only continue a character.
+/// Whether a product key or a date has at least two characters. In UTF-8, bytes 10xxxxxx continue a
+/// character.
 bool isMeaningful(std::string_view text) {
   return std::ranges::count_if(text, [](unsigned char byte) { return (byte & 0xC0) != 0x80; }) >= 2;
 }
 
-/// «2024-06-15» of «2024-06-15 00:00:00 +0000».
+/// The The «2024-06-15» of «2024-06-15 00:00:00 +0000».
 std::string_view datePart(std::string_view dateAndTime) {
   return dateAndTime.substr(0, dateAndTime.find(' '));
 }
 
-/// The same day as «2024-Jun-15»; absent when the text is no day.
+/// Reformats the day as «2024-Jun-15»; absent if it isn't a valid day.
 std::optional<std::string> convertDateFormat(std::string_view dateText) {
   return platform::parseDay(dateText).transform(platform::yearMonthNameDay);
 }

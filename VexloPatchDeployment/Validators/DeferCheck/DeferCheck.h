@@ -1,4 +1,4 @@
-// Answers whether MDM defers a macOS version, and until when.
+// Checks whether MDM defers a macOS version, and until when.
 #pragma once
 #include <chrono>
 #include <functional>
@@ -11,16 +11,16 @@
 
 namespace vexlo {
 
-/// The answer for one macOS version.
+/// The result for one macOS version.
 struct MacOSUpdateDeferral {
-  std::optional<bool> isDeferred;   ///< Absent when the updates could not be obtained.
-  std::optional<std::string> date;  ///< The deferral's last day, «2024-Jun-15»; deferred only.
+  std::optional<bool> isDeferred;   ///< Absent if the updates are not available.
+  std::optional<std::string> date;  ///< The last day, «2024-Jun-15», if deferred.
   friend bool operator==(const MacOSUpdateDeferral&, const MacOSUpdateDeferral&) = default;
 };
 
-/// Looks a macOS version up among the updates that the machine sees. A version that isn't among
-/// them, and a deferral whose date is past or unreadable, count as not deferred. Stateless: every
-/// question asks for the updates anew. Used from one thread at a time.
+/// Looks up a macOS version in the available updates. A version that isn't listed, and a deferral
+/// whose date is past or unreadable, count as not deferred. Requests the updates on every call. Not
+/// thread-safe.
 class MacOSUpdateDeferralChecker {
  public:
   using StartOfDay = std::function<platform::Moment(std::chrono::year_month_day)>;
@@ -31,13 +31,13 @@ class MacOSUpdateDeferralChecker {
                                       platform::Clock now = platform::systemClock(),
                                       StartOfDay startOfDay = platform::startOfDay);
 
-  /// Whether `version`, compared exactly, is deferred now. Days begin at midnight in the
-  /// process's time zone.
+  /// Whether `version`, compared exactly, is deferred now. Days start at midnight in the process's
+  /// time zone.
   [[nodiscard]] MacOSUpdateDeferral isMacOSUpdateDeferred(std::string_view version);
 
  private:
   [[nodiscard]] MacOSUpdateDeferral deferralOf(std::string_view version) const;
-  /// Whether the deferral until `dateText`, «2024-06-15», still runs.
+  /// Whether a deferral until `dateText`, «2024-06-15», is still in effect.
   [[nodiscard]] bool validate(std::string_view dateText) const;
 
   AvailableOSUpdatesResolver& availableOSUpdatesResolver_;

@@ -5,20 +5,21 @@
 
 namespace vexlo {
 
-/// What a run of the MDM client left.
+/// The result of running the MDM client.
 struct MDMClientOutput {
   std::int32_t exitCode = 0;
-  std::string output;  ///< Standard output and error, as they came.
+  std::string output;  ///< Standard output and error, interleaved.
 };
 
+/// Tests and recorded facts replace it.
 class MDMClientCommandExecutor {
  public:
   virtual ~MDMClientCommandExecutor() = default;
-  /// The MDM client's report on the macOS updates that the system sees, with their deferrals.
+  /// The MDM client's report of available macOS updates and their deferrals.
   [[nodiscard]] virtual MDMClientOutput fetchAvailableOSUpdatesRaw() = 0;
 };
 
-/// Runs /usr/libexec/mdmclient without a shell and waits for its end. Stateless.
+/// Runs /usr/libexec/mdmclient without a shell and waits for it to exit. Stateless.
 class SystemMDMClient final : public MDMClientCommandExecutor {
  public:
   [[nodiscard]] MDMClientOutput fetchAvailableOSUpdatesRaw() override;

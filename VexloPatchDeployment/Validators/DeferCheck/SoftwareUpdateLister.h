@@ -1,4 +1,4 @@
-// Lists Apple's software updates, and tells from that whether their service answers.
+// Lists Apple's software updates, and checks whether Apple's service is reachable.
 #pragma once
 #include <cstdint>
 #include <string>
@@ -6,37 +6,38 @@
 
 namespace vexlo {
 
-/// What Apple's tools write where the service doesn't answer.
+/// Printed by Apple's tools if the service doesn't answer.
 inline constexpr std::string_view kCantConnectToSoftwareUpdate =
     "Can’t connect to the Apple Software Update server";
 
-/// What listing the updates left.
+/// The result of listing the updates.
 struct SoftwareUpdateList {
   std::int32_t exitCode = 0;
-  std::string output;  ///< Standard output and error, as they came.
+  std::string output;  ///< Standard output and error, interleaved.
 };
 
+/// Tests and recorded facts replace it.
 class SoftwareUpdateLister {
  public:
   virtual ~SoftwareUpdateLister() = default;
-  /// Lists the updates that Apple's service offers this machine.
+  /// Lists the updates available for this machine.
   [[nodiscard]] virtual SoftwareUpdateList fetchSoftwareUpdates() = 0;
 };
 
-/// Runs /usr/sbin/softwareupdate without a shell and waits for its end. Stateless.
+/// Runs /usr/sbin/softwareupdate without a shell and waits for it to exit. Stateless.
 class SystemSoftwareUpdateLister final : public SoftwareUpdateLister {
  public:
   [[nodiscard]] SoftwareUpdateList fetchSoftwareUpdates() override;
 };
 
-/// Takes the service as reachable when the updates can be listed and the tool doesn't complain
-/// that it can't connect. Stateless. Used from one thread at a time.
+/// The service is reachable if listing the updates succeeds and doesn't report a connection
+/// failure. Not thread-safe.
 class AppleSoftwareUpdateConnectivityChecker {
  public:
   /// `softwareUpdateLister` must outlive this object.
   explicit AppleSoftwareUpdateConnectivityChecker(SoftwareUpdateLister& softwareUpdateLister);
 
-  /// Takes as long as the listing, which contacts Apple's servers.
+  /// Takes as long as listing the updates from Apple's servers.
   [[nodiscard]] bool isAppleSoftwareUpdateReachable();
 
  private:

@@ -1,4 +1,4 @@
-// Answers whether the start-up volume has enough free space.
+// Checks whether the startup volume has enough free space.
 #pragma once
 #include <cstdint>
 
@@ -6,13 +6,13 @@
 
 namespace vexlo {
 
-/// Compares the free space with a required minimum; space that can't be learnt counts as
-/// sufficient, so that deployment goes on. Stateless. Used from one thread at a time.
+/// Compares the free space with a required minimum. Unknown free space counts as sufficient, so
+/// that deployment continues. Not thread-safe.
 class DiskSpaceChecker {
  public:
   /// `diskInfoProvider` must outlive this object.
   explicit DiskSpaceChecker(DiskInfoProvider& diskInfoProvider);
-  /// Whether at least `requiredBytes` are free; equal is enough.
+  /// Whether at least `requiredBytes` are free.
   [[nodiscard]] bool hasMinimumFreeSpace(std::int64_t requiredBytes);
 
  private:

@@ -1,18 +1,19 @@
-// Fetches the free space of the start-up volume.
+// Reads the free space of the startup volume.
 #pragma once
 #include <cstdint>
 #include <optional>
 
 namespace vexlo {
 
+/// Tests and recorded facts replace it.
 class DiskInfoProvider {
  public:
   virtual ~DiskInfoProvider() = default;
-  /// The free bytes of the start-up volume; absent when they can't be learnt.
+  /// The free bytes of the startup volume; absent if unknown.
   [[nodiscard]] virtual std::optional<std::int64_t> availableDiskSpace() = 0;
 };
 
-/// Asks the file system of "/" anew on every call.
+/// Asks the file system of "/" on every call.
 class SystemDiskInfo final : public DiskInfoProvider {
  public:
   [[nodiscard]] std::optional<std::int64_t> availableDiskSpace() override;

@@ -1,4 +1,4 @@
-// Kills every running instance of a list of applications.
+// Kills running applications.
 #pragma once
 #include <string>
 #include <vector>
@@ -8,16 +8,17 @@
 
 namespace vexlo {
 
+/// Replaced where nothing may change on the machine, as in tests.
 class AppKilling {
  public:
   virtual ~AppKilling() = default;
-  /// Asks the system to kill every running instance of every bundle identifier, in list order.
-  /// Pauses two seconds after each. A refused request is only logged.
+  /// Asks the system to kill every running instance of each bundle identifier, in list order.
+  /// Pauses for two seconds after each. A refused request is only logged.
   virtual void killApps(const std::vector<std::string>& bundleIDs) = 0;
 };
 
-/// Kills at once, without a polite request before, and doesn't look again. Keeps nothing between
-/// calls; usable from any thread that its query is.
+/// Kills without asking the application to quit first, and doesn't check again. Stateless; as
+/// thread-safe as its query.
 class AppKiller final : public AppKilling {
  public:
   /// `applicationQuery` must outlive this object.

@@ -1,4 +1,4 @@
-// Names a running application for the prompt.
+// Looks up the name of a running application for the prompt.
 #pragma once
 #include <optional>
 #include <string>
@@ -8,21 +8,21 @@
 namespace vexlo {
 
 struct RunningAppDetails {
-  std::string appName;         ///< The display name, or the bundle identifier when it has none.
+  std::string appName;         ///< The display name, or the bundle identifier if there is none.
   std::string executablePath;  ///< Absolute path in the file system.
   friend bool operator==(const RunningAppDetails&, const RunningAppDetails&) = default;
 };
 
+/// An agent may replace it in the container.
 class RunningAppDetailsProviding {
  public:
   virtual ~RunningAppDetailsProviding() = default;
-  /// The details of the first running instance whose executable is known; absent when there is
-  /// none.
+  /// The details of the first running instance whose executable is known; absent if there is none.
   [[nodiscard]] virtual std::optional<RunningAppDetails> appDetails(
       const std::string& bundleID) = 0;
 };
 
-/// Keeps nothing between calls; usable from any thread that its query is.
+/// Stateless; as thread-safe as its query.
 class RunningAppDetailsProvider final : public RunningAppDetailsProviding {
  public:
   /// `applicationQuery` must outlive this object.

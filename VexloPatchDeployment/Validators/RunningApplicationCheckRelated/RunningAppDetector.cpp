@@ -15,7 +15,7 @@ constexpr LogTag kRunningAppDetectorTag{"isAnyAppRunning(for:)"};
 
 using Applications = std::vector<std::unique_ptr<RunningApplication>>;
 
-/// `[Safari (PID 501), Safari (PID 733)]`; an application without a name shows its identifier.
+/// `[Safari (PID 501), Safari (PID 733)]`; shows the identifier if an application has no name.
 std::string describe(const Applications& applications, const std::string& bundleID) {
   std::string out = "[";
   for (std::string_view separator; const auto& application : applications) {

@@ -1,4 +1,4 @@
-// Tells whether an application that a patch would disturb is running.
+// Checks whether any of a list of applications is running.
 #pragma once
 #include <string>
 #include <vector>
@@ -7,15 +7,15 @@
 
 namespace vexlo {
 
+/// An agent may replace it in the container.
 class RunningAppDetecting {
  public:
   virtual ~RunningAppDetecting() = default;
-  /// True when an application of any of the bundle identifiers runs.
+  /// Whether an application with any of the bundle identifiers is running.
   [[nodiscard]] virtual bool isAnyAppRunning(const std::vector<std::string>& bundleIDs) = 0;
 };
 
-/// Asks for one identifier after the other and stops at the first that is running. Keeps nothing
-/// between calls; usable from any thread that its query is.
+/// Stops at the first identifier that is running. Stateless; as thread-safe as its query.
 class RunningAppDetector final : public RunningAppDetecting {
  public:
   /// `applicationQuery` must outlive this object.

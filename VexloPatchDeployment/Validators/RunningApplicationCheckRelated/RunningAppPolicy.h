@@ -1,4 +1,4 @@
-// The agent's two switches for running applications: kill them always, prompt the user.
+// The agent's two settings for running applications: always kill, and prompt the user.
 #pragma once
 #include <string>
 
@@ -8,10 +8,11 @@ namespace vexlo {
 
 struct RunningAppPolicyConstants {
   RunningAppPolicyConstants() = delete;
-  /// The patch data file, worked out once per process.
+  /// The patch data file, determined once per process.
   [[nodiscard]] static const std::string& plistPath();
 };
 
+/// An agent may replace it in the container.
 class RunningAppPolicyChecking {
  public:
   virtual ~RunningAppPolicyChecking() = default;
@@ -21,8 +22,8 @@ class RunningAppPolicyChecking {
   [[nodiscard]] virtual bool isPromptEnabled() = 0;
 };
 
-/// Reads the switches from the patch data file, anew on every call. Only a Boolean true turns one
-/// on: a missing file or key and a value of another type (the text "true", the number 1) mean off.
+/// Reads the settings from the patch data file on every call. Only a Boolean true enables one; a
+/// missing file or key, or a value of another type (the string "true", the number 1), doesn't.
 class RunningAppPolicy final : public RunningAppPolicyChecking {
  public:
   /// `plistManager` must outlive this object.

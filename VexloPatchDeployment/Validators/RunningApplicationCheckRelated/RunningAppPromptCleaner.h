@@ -1,4 +1,4 @@
-// Closes what a prompt left behind: the prompt application and its answer.
+// Cleans up after a prompt: the prompt application and its answer.
 #pragma once
 #include <string>
 #include <string_view>
@@ -12,19 +12,20 @@ struct RunningAppPromptConstants {
   RunningAppPromptConstants() = delete;
   /// The prompt application's bundle identifier.
   static constexpr std::string_view bundleIdentifier = "com.tervane.ApplicationRunningPrompt";
-  /// Where the prompt application writes the user's answer; worked out once per process.
+  /// The file with the user's answer; determined once per process.
   [[nodiscard]] static const std::string& returnCodeFilePath();
 };
 
+/// Replaced where nothing may change on the machine, as in tests.
 class RunningAppPromptCleaning {
  public:
   virtual ~RunningAppPromptCleaning() = default;
-  /// Kills the prompt applications that still run and removes the answer, so that an old answer
-  /// is never taken for a new one.
+  /// Kills running prompt applications and removes the answer, so that an old answer is never
+  /// mistaken for a new one.
   virtual void clean() = 0;
 };
 
-/// Keeps nothing between calls.
+/// Stateless.
 class RunningAppPromptCleaner final : public RunningAppPromptCleaning {
  public:
   /// The collaborators must outlive this object.

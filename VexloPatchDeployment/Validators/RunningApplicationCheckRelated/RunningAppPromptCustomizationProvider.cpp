@@ -56,7 +56,7 @@ constexpr std::string_view typeName(FieldOf<std::int64_t> /*field*/) {
 }
 constexpr std::string_view typeName(FieldOf<bool> /*field*/) { return "a Boolean"; }
 
-/// What an error says was found: the type, and the value where it is a single one.
+/// What was found, for an error: the type, and the value if it is a scalar.
 std::string describeFound(const PropertyList& value) {
   const std::string shown = platform::describe(value);
   return std::visit(

@@ -1,4 +1,4 @@
-// The prompt's texts, waits and limits, as the agent configured them.
+// The agent's customization of the prompt: texts, time limit, number of prompts.
 #pragma once
 #include <cstdint>
 #include <optional>
@@ -11,7 +11,7 @@
 
 namespace vexlo {
 
-/// The settings of the customization file; a key that the file lacks is absent here.
+/// The settings in the customization file; missing keys are absent.
 struct RunningAppPromptCustomization {
   std::optional<std::string> subTitle = {};
   std::optional<std::string> messageText = {};
@@ -30,45 +30,44 @@ struct RunningAppPromptCustomization {
   std::optional<std::string> timerTextForLastForceAttempt = {};
   std::optional<std::int64_t> dailyPromptLimit = {};  ///< Prompts per day.
 
-  /// Reads the keys that are present; unknown ones are ignored. Throws `FileCodec::DecodingError`
-  /// for the first key whose value is of another type: no Boolean is an integer or a text, nor
-  /// the other way round, and an integer is one of the signed 64-bit range.
+  /// Unknown keys are ignored. Throws `FileCodec::DecodingError` for the first value of the wrong
+  /// type. Types are not converted, and integers must fit in signed 64 bits.
   [[nodiscard]] static RunningAppPromptCustomization decode(
       const platform::PropertyList::Dictionary& settings);
-  /// The present fields under their keys; absent fields are left out.
+  /// The fields under their keys; absent fields are left out.
   [[nodiscard]] platform::PropertyList::Dictionary encode() const;
 
   friend bool operator==(const RunningAppPromptCustomization&,
                          const RunningAppPromptCustomization&) = default;
 };
 
-/// For log lines: every field with its name and value, on one line.
+/// For log lines: all fields on one line.
 [[nodiscard]] std::string describe(const RunningAppPromptCustomization& customization);
 std::ostream& operator<<(std::ostream& out, const RunningAppPromptCustomization& customization);
 
-/// How long the prompt is waited for, in seconds: the minutes of its own countdown, 15 where none
-/// are set, and 30 seconds more. Saturates.
+/// How long to wait for the prompt, in seconds: the prompt's countdown, by default 15 minutes, plus
+/// 30 seconds. Saturates.
 [[nodiscard]] std::int64_t promptTimeoutSeconds(
     const std::optional<RunningAppPromptCustomization>& customization);
 
 struct RunningAppPromptCustomizationProviderConstants {
   RunningAppPromptCustomizationProviderConstants() = delete;
-  /// The customization file, worked out once per process.
+  /// The customization file, determined once per process.
   [[nodiscard]] static const std::string& plistPath();
 };
 
+/// An agent may replace it in the container.
 class RunningAppPromptCustomizing {
  public:
   virtual ~RunningAppPromptCustomizing() = default;
   /// The same as `customizationData()`.
   [[nodiscard]] virtual std::optional<RunningAppPromptCustomization> customization() = 0;
-  /// The settings; absent when the agent has none or they can't be used. Lives as long as this
-  /// object.
+  /// The settings; absent if there are none or they are unusable. Lives as long as this object.
   [[nodiscard]] virtual const std::optional<RunningAppPromptCustomization>& customizationData() = 0;
 };
 
-/// Reads the customization file on the first question and keeps the answer, absence included. For
-/// one thread at a time.
+/// Reads the customization file on the first call and keeps the result, even if absent. Not
+/// thread-safe.
 class RunningAppPromptCustomizationProvider final : public RunningAppPromptCustomizing {
  public:
   /// `plistDecoder` must outlive this object.

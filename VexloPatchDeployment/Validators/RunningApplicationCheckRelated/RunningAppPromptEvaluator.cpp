@@ -22,7 +22,7 @@ bool isOfPatch(const Record& record, const std::string& patchID) {
   return entry != record.end() && entry->second == platform::PropertyList(patchID);
 }
 
-/// The count under `key`; 0 when there is none that is a signed 64-bit integer.
+/// The count under `key`; 0 unless it is a signed 64-bit integer.
 std::int64_t count(const Record& record, std::string_view key) {
   const auto entry = record.find(key);
   const auto* const number = entry != record.end() ? entry->second.as<std::int64_t>() : nullptr;

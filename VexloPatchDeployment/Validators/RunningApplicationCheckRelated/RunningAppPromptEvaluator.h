@@ -16,8 +16,8 @@ namespace vexlo {
 [[nodiscard]] std::string_view describe(RunningAppPromptDecision decision);
 
 struct RunningAppPromptEvaluation {
-  /// Postponements that the user still has, the one that this prompt offers included. 0 without
-  /// such a limit and on the forced attempt.
+  /// Remaining postponements, including the one that this prompt offers. 0 without a limit and for
+  /// the forced prompt.
   std::int64_t remainingSkipAttempts = 0;
   bool allowScreenGrab = false;  ///< The prompt comes to the front.
   RunningAppPromptDecision decision = RunningAppPromptDecision::promptUser;
@@ -32,26 +32,25 @@ struct RunningAppPromptDataStoreKeys {
   RunningAppPromptDataStoreKeys() = delete;
   static constexpr std::string_view patchID = "patchID";
   static constexpr std::string_view promptShownCount = "promptShownCount";
-  /// Today, «16-11-2026», in the system's calendar and time zone. Worked out once per process: a
-  /// process that runs past midnight counts on under its first day.
+  /// Today, «16-11-2026», in the system's calendar and time zone. Determined once per process, so a
+  /// process that runs past midnight keeps counting for its first day.
   [[nodiscard]] static const std::string& currentDate();
 };
 
+/// An agent may replace it in the container.
 class RunningAppPromptEvaluating {
  public:
   virtual ~RunningAppPromptEvaluating() = default;
-  /// How to prompt about the applications of the prompt key for the patch. Counts one prompt as
-  /// shown, unless the answer is to skip or no limit is configured. Never fails.
+  /// How to prompt about the key's applications for the patch. Counts the prompt as shown unless it
+  /// is skipped or no limit is configured. Never fails.
   [[nodiscard]] virtual RunningAppPromptEvaluation evaluate(const std::string& key,
                                                             const std::string& patchID) = 0;
 };
 
-/// Weighs the customization's limits against the stored counts. Has no state of its own; for one
-/// thread at a time.
+/// Compares the customization's limits with the stored counts. Not thread-safe.
 class RunningAppPromptEvaluator final : public RunningAppPromptEvaluating {
  public:
-  /// The collaborators must outlive this object; `currentDate` names the day
-  /// that prompts are counted under.
+  /// The collaborators must outlive this object. Prompts are counted for the day `currentDate`.
   RunningAppPromptEvaluator(
       RunningAppPromptCustomizing& customizationProvider, RunningAppPromptDataStoring& dataStore,
       std::function<std::string()> currentDate = RunningAppPromptDataStoreKeys::currentDate);

@@ -34,9 +34,9 @@ constexpr std::uint32_t kRoot = 0;
 
 constexpr std::uint64_t kLargestReturnCodeFile = 4096;
 
-/// The text of the answer file, or why it can't be read. It lies where users can write: a link in
-/// its place is not followed, nothing but a small regular file is read, no reading blocks, and only
-/// the user who was asked, the agent's user and root can answer.
+/// The text of the answer file, or why it can't be read. Users can write to its directory, so links
+/// are not followed, only a small regular file is read, without blocking, and it must belong to the
+/// user who was asked, the agent's user or root.
 std::expected<std::string, std::string> readAnswer(const std::string& path,
                                                    const std::string& consoleUser) {
   std::vector<std::uint32_t> owners{kRoot, platform::ownUserID()};
@@ -109,8 +109,8 @@ bool RunningAppPromptPresenter::requestUserAcknowledgement(
 
 std::string RunningAppPromptPresenter::buildLaunchCommand(
     const RunningAppPromptEvaluation& evaluation, const std::vector<std::string>& names) {
-  // The shell runs as the agent's user, and anyone can name an application: a name reaches the
-  // prompt as it is, whatever it holds, and is never read as a command.
+  // The shell runs as the agent's user, and anyone can choose an application's name. The name is
+  // therefore escaped and reaches the prompt unchanged.
   const std::string arguments =
       text(" \"", insideDoubleQuotes(platform::joined(names, ", ")), "\" \"",
            evaluation.remainingSkipAttempts, "\" \"", evaluation.allowScreenGrab, '"');
@@ -131,7 +131,7 @@ Answer RunningAppPromptPresenter::askUser(const std::string& command, bool fallb
             [] { return "Failed to register as true parent for the VexloAppRunningNotifier."; });
     return Answer::notShown;
   }
-  // Who is asked: somebody else may be at the console when the answer is read.
+  // The user who is asked; the console user may change before the answer is read.
   const std::string user = userSessionProvider_.currentConsoleUserName();
   const CommandResult launch = executor_.run(command, "/bin/sh", std::nullopt);
   logInfo(kRequestTag,

@@ -1,4 +1,4 @@
-// Asks the user at the console, in a prompt, to let running applications be closed.
+// Prompts the console user to close running applications.
 #pragma once
 #include <chrono>
 #include <cstdint>
@@ -19,36 +19,37 @@ namespace vexlo {
 
 struct RunningAppPromptPresenterConstants {
   RunningAppPromptPresenterConstants() = delete;
-  /// The prompt application's program; worked out once per process.
+  /// The prompt application's executable; determined once per process.
   [[nodiscard]] static const std::string& promptAppPath();
   /// The same as `RunningAppPromptConstants::returnCodeFilePath()`.
   [[nodiscard]] static const std::string& returnCodeFilePath();
 };
 
+/// Replaced where nothing may change on the machine, as in tests.
 class RunningAppPromptPresenting {
  public:
   virtual ~RunningAppPromptPresenting() = default;
-  /// Shows the prompt for the applications of these display names and waits for the user, at
-  /// most `timeoutSeconds`. True when the user agreed; an unanswered prompt is true exactly for
-  /// an evaluation that forces the deployment. Never fails.
+  /// Shows the prompt for the applications with these display names and waits for the user, at most
+  /// `timeoutSeconds`. Returns whether the user agreed; for an unanswered prompt, whether the
+  /// evaluation forces the deployment. Never fails.
   [[nodiscard]] virtual bool requestUserAcknowledgement(
       const std::vector<std::string>& names, const RunningAppPromptEvaluation& evaluation,
       std::int64_t timeoutSeconds) = 0;
 };
 
-/// What a presenter asks of the process and the system around it.
+/// What a presenter needs from the process and the system; replaced in tests.
 struct RunningAppPromptSurroundings {
-  /// Decides how the prompt application is started.
+  /// Determines how the prompt application is started.
   std::function<std::int64_t()> macOSMajorVersion = PatchDeploymentConstants::macOSMajorVersion;
-  /// Runs the calling thread's run loop for at most the duration; false when it has no source.
+  /// Runs the calling thread's run loop for at most the duration; false if it has no source.
   std::function<bool(std::chrono::milliseconds duration)> runLoop = runCurrentRunLoop;
 
   static bool runCurrentRunLoop(std::chrono::milliseconds duration);
 };
 
-/// Starts the prompt application in the console user's session, waits with the calling thread's
-/// run loop until it has ended, and reads the answer that it leaves in a file. Cleans up after
-/// every request. Keeps nothing between requests; for one thread at a time.
+/// Starts the prompt application in the console user's session, runs the calling thread's run loop
+/// until it exits, and reads its answer from a file. Cleans up after every request. Not
+/// thread-safe.
 class RunningAppPromptPresenter final : public RunningAppPromptPresenting {
  public:
   /// The collaborators must outlive this object.
@@ -64,11 +65,11 @@ class RunningAppPromptPresenter final : public RunningAppPromptPresenting {
  private:
   [[nodiscard]] std::string buildLaunchCommand(const RunningAppPromptEvaluation& evaluation,
                                                const std::vector<std::string>& names);
-  /// Registers, launches, waits and reads; everything but the clean-up.
+  /// Registers, launches, waits and reads; doesn't clean up.
   [[nodiscard]] PromptMeasurement::Answer askUser(const std::string& command, bool fallback,
                                                   std::int64_t timeoutSeconds);
   void waitForPromptDismissal(std::int64_t timeoutSeconds);
-  /// Takes the answer of `user`, of the agent's user or of root only.
+  /// Accepts answers only from `user`, the agent's user or root.
   [[nodiscard]] PromptMeasurement::Answer readUserAcknowledgement(bool fallback,
                                                                   const std::string& user);
 

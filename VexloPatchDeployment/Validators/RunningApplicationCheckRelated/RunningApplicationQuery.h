@@ -1,4 +1,4 @@
-// Finds the running applications of a bundle identifier.
+// Finds running applications by bundle identifier.
 #pragma once
 #include <memory>
 #include <string>
@@ -8,16 +8,17 @@
 
 namespace vexlo {
 
+/// Tests and recorded facts replace it.
 class RunningApplicationQuerying {
  public:
   virtual ~RunningApplicationQuerying() = default;
-  /// The running applications with exactly that bundle identifier, possibly none, in the order
-  /// that the platform gives. Never fails.
+  /// The running applications with exactly this bundle identifier, in the platform's order. Never
+  /// fails.
   [[nodiscard]] virtual std::vector<std::unique_ptr<RunningApplication>> runningApplications(
       const std::string& bundleIdentifier) = 0;
 };
 
-/// Asks the platform's workspace anew on every call. Stateless; usable from any thread.
+/// Asks the platform on every call. Stateless and thread-safe.
 class SystemRunningApplicationQuery final : public RunningApplicationQuerying {
  public:
   [[nodiscard]] std::vector<std::unique_ptr<RunningApplication>> runningApplications(

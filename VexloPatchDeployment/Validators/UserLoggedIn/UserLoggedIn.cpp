@@ -66,7 +66,7 @@ bool UserLoginStatusChecker::isSingleUserLoggedIn() {
     logInfo(kSingleUserTag, [] { return "No users logged in - isSingleUserLoggedIn."; });
     return false;
   }
-  const bool single = std::ranges::count(*users, ',') == 0;  // empty pieces count as users too
+  const bool single = std::ranges::count(*users, ',') == 0;  // empty names count as users, too
   logInfo(kSingleUserTag, [&] {
     return text(single ? "Only one user logged in - " : "More than one user logged in - ", *users,
                 ".");

@@ -21,9 +21,9 @@ constexpr SoftwareUpdateOperation kDownloadOperation{
 
 PatchActionResult DefaultMacOSDownloader::download(bool asUser,
                                                    UserSessionProvider& userSessionProvider) {
-  return command_.run(kDownloadOperation,
-                      PatchActionResult::applyLater(PlainReason::macOSSoftwareUpdateDownloadFailed),
-                      asUser, userSessionProvider);
+  return run(kDownloadOperation,
+             PatchActionResult::applyLater(PlainReason::macOSSoftwareUpdateDownloadFailed), asUser,
+             userSessionProvider);
 }
 
 }  // namespace vexlo

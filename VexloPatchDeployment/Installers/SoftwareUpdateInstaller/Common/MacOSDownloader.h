@@ -1,45 +1,25 @@
 // Downloads one macOS update with Apple's software update tool.
 #pragma once
-#include <cstdint>
-#include <string>
-#include <utility>
-
-#include "VexloPatchDeployment/Adapters/CommandExecutor.h"
-#include "VexloPatchDeployment/Adapters/SystemEnvironment.h"
 #include "VexloPatchDeployment/Common/PatchActionResult.h"
 #include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Common/SoftwareUpdateCommand.h"
 #include "VexloPatchDeployment/Validators/UserLoggedIn/UserLoggedIn.h"
 
 namespace vexlo {
 
+/// The operation, independent of the tool that performs it.
 class MacOSDownloader {
  public:
   virtual ~MacOSDownloader() = default;
-  /// Downloads the update and waits for the tool's end, at most two hours. With `asUser` the tool
-  /// runs in the login context of the user that `userSessionProvider` names as the console's.
+  /// Downloads the update and waits for the tool to exit, at most two hours. With `asUser` the tool
+  /// runs in the login context of `userSessionProvider`'s console user.
   virtual PatchActionResult download(bool asUser, UserSessionProvider& userSessionProvider) = 0;
 };
 
-/// One download. A failure that the tool's output doesn't explain is to be tried again later. The
-/// password is never logged and is wiped from memory with the object.
-class DefaultMacOSDownloader final : public MacOSDownloader, public SystemEnvironment {
+/// One download. Unexplained failures result in `applyLater`.
+class DefaultMacOSDownloader final : public MacOSDownloader, public SoftwareUpdateCommand {
  public:
-  /// `label` is the update's label. The executor and the validator are borrowed and outlive
-  /// this object. Up to `macOSMajorVersion` 12 the tool can take a password only as an argument;
-  /// later ones are given it as standard input.
-  DefaultMacOSDownloader(std::string label, SoftwareUpdateAuthContext softwareUpdateAuthContext,
-                         CommandExecutor& executor, SoftwareUpdateOutputAnalyser& outputValidator,
-                         std::int64_t macOSMajorVersion)
-      : command_(std::move(label), std::move(softwareUpdateAuthContext), executor, outputValidator,
-                 macOSMajorVersion) {}
-
+  using SoftwareUpdateCommand::SoftwareUpdateCommand;
   PatchActionResult download(bool asUser, UserSessionProvider& userSessionProvider) override;
-  [[nodiscard]] std::int64_t macOSMajorVersion() const override {
-    return command_.macOSMajorVersion();
-  }
-
- private:
-  SoftwareUpdateCommand command_;
 };
 
 }  // namespace vexlo

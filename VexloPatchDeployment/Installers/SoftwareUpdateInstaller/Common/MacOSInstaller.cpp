@@ -21,10 +21,9 @@ constexpr SoftwareUpdateOperation kInstallOperation{
 
 PatchActionResult DefaultMacOSInstaller::install(bool asUser,
                                                  UserSessionProvider& userSessionProvider) {
-  return command_.run(
-      kInstallOperation,
-      PatchActionResult::failure(PlainReason::macOSSoftwareUpdateInstallationFailed), asUser,
-      userSessionProvider);
+  return run(kInstallOperation,
+             PatchActionResult::failure(PlainReason::macOSSoftwareUpdateInstallationFailed), asUser,
+             userSessionProvider);
 }
 
 }  // namespace vexlo

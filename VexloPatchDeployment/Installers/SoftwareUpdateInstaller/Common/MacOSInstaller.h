@@ -1,45 +1,25 @@
 // Installs one macOS update with Apple's software update tool.
 #pragma once
-#include <cstdint>
-#include <string>
-#include <utility>
-
-#include "VexloPatchDeployment/Adapters/CommandExecutor.h"
-#include "VexloPatchDeployment/Adapters/SystemEnvironment.h"
 #include "VexloPatchDeployment/Common/PatchActionResult.h"
 #include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Common/SoftwareUpdateCommand.h"
 #include "VexloPatchDeployment/Validators/UserLoggedIn/UserLoggedIn.h"
 
 namespace vexlo {
 
+/// The operation, independent of the tool that performs it.
 class MacOSInstaller {
  public:
   virtual ~MacOSInstaller() = default;
-  /// Installs the update and waits for the tool's end, at most two hours. With `asUser` the tool
-  /// runs in the login context of the user that `userSessionProvider` names as the console's.
+  /// Installs the update and waits for the tool to exit, at most two hours. With `asUser` the tool
+  /// runs in the login context of `userSessionProvider`'s console user.
   virtual PatchActionResult install(bool asUser, UserSessionProvider& userSessionProvider) = 0;
 };
 
-/// One installation; the tool restarts the machine at its end. The password is never logged and is
-/// wiped from memory with the object.
-class DefaultMacOSInstaller final : public MacOSInstaller, public SystemEnvironment {
+/// One installation, after which the tool restarts the machine.
+class DefaultMacOSInstaller final : public MacOSInstaller, public SoftwareUpdateCommand {
  public:
-  /// `label` is the update's label. The executor and the validator are borrowed and outlive
-  /// this object. Up to `macOSMajorVersion` 12 the tool can take a password only as an argument;
-  /// later ones are given it as standard input.
-  DefaultMacOSInstaller(std::string label, SoftwareUpdateAuthContext softwareUpdateAuthContext,
-                        CommandExecutor& executor, SoftwareUpdateOutputAnalyser& outputValidator,
-                        std::int64_t macOSMajorVersion)
-      : command_(std::move(label), std::move(softwareUpdateAuthContext), executor, outputValidator,
-                 macOSMajorVersion) {}
-
+  using SoftwareUpdateCommand::SoftwareUpdateCommand;
   PatchActionResult install(bool asUser, UserSessionProvider& userSessionProvider) override;
-  [[nodiscard]] std::int64_t macOSMajorVersion() const override {
-    return command_.macOSMajorVersion();
-  }
-
- private:
-  SoftwareUpdateCommand command_;
 };
 
 }  // namespace vexlo

@@ -1,4 +1,4 @@
-// Says how Apple's software update tool is authorised on this machine.
+// How Apple's software update tool is authorised.
 #pragma once
 #include <utility>
 #include <variant>
@@ -7,7 +7,7 @@
 
 namespace vexlo {
 
-/// Either `silicon`, with the credentials of a user, or `intel`, without any.
+/// Either `silicon` with credentials or `intel` without.
 class SoftwareUpdateAuthContext {
  public:
   [[nodiscard]] static SoftwareUpdateAuthContext silicon(Credentials credentials) {

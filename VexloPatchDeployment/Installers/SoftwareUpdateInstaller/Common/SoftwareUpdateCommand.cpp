@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::int64_t kLastVersionWithPasswordArgument = 12;
 
-/// Empty for a name without an account; the tool's run then reports the failure.
+/// Empty if there is no such account; the command then fails.
 std::string consoleUserID(UserSessionProvider& users) {
   const auto userID = users.userID(users.currentConsoleUserName());
   return userID ? text(*userID) : "";
@@ -21,12 +21,12 @@ std::string consoleUserID(UserSessionProvider& users) {
 }  // namespace
 
 SoftwareUpdateCommand::SoftwareUpdateCommand(std::string label,
-                                             SoftwareUpdateAuthContext authContext,
+                                             SoftwareUpdateAuthContext softwareUpdateAuthContext,
                                              CommandExecutor& executor,
                                              SoftwareUpdateOutputAnalyser& outputValidator,
                                              std::int64_t macOSMajorVersion)
     : label_(std::move(label)),
-      authContext_(std::move(authContext)),
+      authContext_(std::move(softwareUpdateAuthContext)),
       executor_(executor),
       outputValidator_(outputValidator),
       macOSMajorVersion_(macOSMajorVersion) {}
@@ -83,7 +83,7 @@ CommandResult SoftwareUpdateCommand::runLine(const std::string& line) {
   const platform::WipeAtEnd wipePassword(password);
   std::string whole;
   const platform::WipeAtEnd wipeWhole(whole);
-  whole.reserve(line.size() + password.size() + 3);  // never moved: leaves no copy behind
+  whole.reserve(line.size() + password.size() + 3);  // never reallocated, so no copy is left behind
   whole.append(line).append(" \"").append(password).append("\"");
   return executor_.run(whole, kShell, std::nullopt);
 }

@@ -1,4 +1,4 @@
-// Runs Apple's software update tool for one update and judges what came of it.
+// Runs Apple's software update tool for one update and evaluates the result.
 #pragma once
 #include <cstdint>
 #include <source_location>
@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "VexloPatchDeployment/Adapters/CommandExecutor.h"
+#include "VexloPatchDeployment/Adapters/SystemEnvironment.h"
 #include "VexloPatchDeployment/Common/ActionObserver.h"
 #include "VexloPatchDeployment/Common/Log.h"
 #include "VexloPatchDeployment/Common/PatchActionResult.h"
@@ -15,43 +16,47 @@
 
 namespace vexlo {
 
-/// What the tool is to do with an update, and how the log speaks of it.
+/// The tool's options and the words for log lines.
 struct SoftwareUpdateOperation {
   ToolRunMeasurement::Step step;
   LogTag runTag;
   LogTag evaluationTag;
   std::string_view option;    ///< «--download»
-  std::string_view details;   ///< The options behind the label: «--force --verbose».
+  std::string_view details;   ///< The options after the label: «--force --verbose».
   std::string_view doing;     ///< «Downloading»
   std::string_view statusOf;  ///< «Download»
   std::string_view noun;      ///< «download»
-  bool logsKnownResult;       ///< Whether a result that the output explains gets a line.
+  bool logsKnownResult;       ///< Whether results found in the output are logged.
 };
 
-/// One run of the tool. The password is never logged and is wiped from memory with the object.
-class SoftwareUpdateCommand {
+/// The base of the downloader and the installer: one run of the tool. The password is never logged
+/// and is wiped with the object.
+class SoftwareUpdateCommand : public SystemEnvironment {
  public:
-  /// The executor and the validator are borrowed and outlive this object.
-  SoftwareUpdateCommand(std::string label, SoftwareUpdateAuthContext authContext,
+  /// `label` is the update's label. `executor` and `outputValidator` must outlive this object. Up
+  /// to `macOSMajorVersion` 12 the tool takes a password only as an argument, later ones read it
+  /// from standard input.
+  SoftwareUpdateCommand(std::string label, SoftwareUpdateAuthContext softwareUpdateAuthContext,
                         CommandExecutor& executor, SoftwareUpdateOutputAnalyser& outputValidator,
                         std::int64_t macOSMajorVersion);
 
-  /// Runs the tool to its end: in the login context of the console user with `asUser`, else as the
-  /// agent's own user. `failed` is the result of a run whose output doesn't explain its failure.
-  /// The log lines carry the caller's tags and place.
+  [[nodiscard]] std::int64_t macOSMajorVersion() const final { return macOSMajorVersion_; }
+
+ protected:
+  /// Runs the tool: in the login context of the console user with `asUser`, else as the agent's
+  /// user. `failed` is the result for failures that the output doesn't explain. Log lines have the
+  /// operation's tags and the caller's line.
   [[nodiscard]] PatchActionResult run(const SoftwareUpdateOperation& operation,
                                       PatchActionResult failed, bool asUser,
                                       UserSessionProvider& userSessionProvider,
                                       std::source_location where = std::source_location::current());
 
-  [[nodiscard]] std::int64_t macOSMajorVersion() const noexcept { return macOSMajorVersion_; }
-
  private:
-  /// Without the password. Texts from outside reach the tool as they are, whatever they hold.
+  /// Without the password. Untrusted strings are escaped and reach the tool unchanged.
   [[nodiscard]] std::string commandLine(const SoftwareUpdateOperation& operation, bool asUser,
                                         UserSessionProvider& userSessionProvider) const;
-  /// Gives the tool the password, if there is one: as standard input; up to macOS 12, whose tool
-  /// can't read it there, as a last argument. Copies of the password that this makes are wiped.
+  /// Passes the password, if any, as standard input, or as the last argument up to macOS 12, whose
+  /// tool doesn't read it from there. Wipes its copies of the password.
   [[nodiscard]] CommandResult runLine(const std::string& line);
   [[nodiscard]] PatchActionResult evaluate(const CommandResult& result,
                                            const SoftwareUpdateOperation& operation,

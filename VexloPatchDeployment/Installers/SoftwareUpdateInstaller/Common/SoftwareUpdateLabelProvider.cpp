@@ -16,7 +16,7 @@ constexpr LogTag kSoftwareUpdateLabelProviderTag{"label(for:)"};
 constexpr std::string_view kLabelMark = "Label:";
 constexpr std::string_view kLabelPrefix = "Label: ";
 
-/// The lines of `output` that are not empty.
+/// The non-empty lines of `output`.
 std::vector<std::string_view> linesOf(std::string_view output) {
   std::vector<std::string_view> lines;
   while (!output.empty()) {
@@ -29,7 +29,7 @@ std::vector<std::string_view> linesOf(std::string_view output) {
   return lines;
 }
 
-/// What lies from the first label mark to the end of the build's last occurrence behind it.
+/// The part from the first "Label:" to the end of the last occurrence of the build after it.
 std::optional<std::string_view> labelledBuild(std::string_view line, std::string_view build) {
   const auto mark = TextSearch(kLabelMark, Letters::ignoringCase).first(line);
   if (!mark) {

@@ -8,18 +8,18 @@
 
 namespace vexlo {
 
+/// An agent may replace it in the container.
 class SoftwareUpdateLabelProvider {
  public:
   virtual ~SoftwareUpdateLabelProvider() = default;
-  /// The label of the listed update that installs `build`, a macOS build version such as
-  /// «23E224»; absent when there is none.
+  /// The label of the listed update that installs `build`, a macOS build version such as «23E224»;
+  /// absent if there is none.
   [[nodiscard]] virtual std::optional<std::string> label(std::string_view build) = 0;
 };
 
-/// Lists the updates anew on every call. The first line that has the build in it decides: its
-/// label runs from behind "Label: " to the build's last occurrence. "Label:" and that last
-/// occurrence are found in any case of ASCII letters; other characters are compared exactly.
-/// Takes time linear in the list, whatever it holds. Stateless.
+/// Lists the updates on every call and uses the first line that contains the build: its label
+/// starts after "Label: " and ends with the last occurrence of the build. "Label:" and that last
+/// occurrence are matched in any case of ASCII letters. Takes linear time. Stateless.
 class DefaultSoftwareUpdateLabel final : public SoftwareUpdateLabelProvider {
  public:
   /// `softwareUpdateLister` must outlive this object.

@@ -1,8 +1,9 @@
-// Tells the user that an update is under way.
+// Notifies the user that an update is in progress.
 #pragma once
 
 namespace vexlo {
 
+/// Replaced where nothing may change on the machine, as in tests.
 class SoftwareUpdateNotifier {
  public:
   virtual ~SoftwareUpdateNotifier() = default;

@@ -8,27 +8,26 @@
 namespace vexlo {
 namespace {
 
-using enum PlainReason;
-
 constexpr LogTag kSoftwareUpdateOutputAnalyserTag{"validate(_:)"};
 
-/// A kind of failure: what is logged and what it results in.
+/// A kind of failure: its log line and its result.
 struct Failure {
   std::string_view message;
   PatchActionResult::Outcome outcome;
   std::optional<PlainReason> reason;
 };
 constexpr Failure kNetwork{"macOS download/install failed due to network error",
-                           PatchActionResult::Outcome::applyLater, softwareUpdateUnreachable};
+                           PatchActionResult::Outcome::applyLater,
+                           PlainReason::softwareUpdateUnreachable};
 constexpr Failure kDiskSpace{"macOS download/install failed, Due to insufficient disk space.",
                              PatchActionResult::Outcome::applyLater,
-                             inSufficientDiskSpaceForSoftwareUpdate};
+                             PlainReason::inSufficientDiskSpaceForSoftwareUpdate};
 constexpr Failure kDownload{"macOS not available for downloading, Marked as failure.",
                             PatchActionResult::Outcome::applyLater,
-                            macOSSoftwareUpdateDownloadFailed};
+                            PlainReason::macOSSoftwareUpdateDownloadFailed};
 constexpr Failure kInstallation{"macOS not available for installation, Marked as failure.",
                                 PatchActionResult::Outcome::failure,
-                                macOSSoftwareUpdateInstallationFailed};
+                                PlainReason::macOSSoftwareUpdateInstallationFailed};
 constexpr Failure kNoSuchUpdate{
     "macOS not available for installation/downloading, Marked as failure.",
     PatchActionResult::Outcome::failure, std::nullopt};
@@ -37,7 +36,7 @@ struct KnownError {
   std::string_view text;
   const Failure& failure;
 };
-/// In the order in which they are looked for. The tool writes typographic apostrophes.
+/// In search order. The tool writes typographic apostrophes.
 constexpr std::array kKnownErrors{
     KnownError{"Can’t connect to the Software Update server", kNetwork},
     KnownError{"Make sure you’re connected to the internet", kNetwork},

@@ -7,16 +7,17 @@
 
 namespace vexlo {
 
+/// An agent may replace it in the container.
 class SoftwareUpdateOutputAnalyser {
  public:
   virtual ~SoftwareUpdateOutputAnalyser() = default;
-  /// The result that the output of a download or an installation stands for; absent when it holds
-  /// no known error text, so that the exit status decides.
+  /// The result for the output of a download or installation; absent if it contains no known error
+  /// message, so that the exit status decides.
   [[nodiscard]] virtual std::optional<PatchActionResult> validate(std::string_view output) = 0;
 };
 
-/// Looks for a fixed list of texts, in any case of ASCII letters; the first of the list that
-/// occurs anywhere decides. Stateless.
+/// Searches for a fixed list of messages in any case of ASCII letters; the first one in the list
+/// that occurs decides. Stateless.
 class DefaultSoftwareUpdateOutputAnalyser final : public SoftwareUpdateOutputAnalyser {
  public:
   [[nodiscard]] std::optional<PatchActionResult> validate(std::string_view output) override;

@@ -1,38 +1,16 @@
 // Downloads and installs a macOS software update on Intel machines.
 #pragma once
-#include <cstdint>
-#include <string>
-
-#include "Platform/Calendar.h"
-#include "VexloPatchDeployment/Common/PatchActionResult.h"
-#include "VexloPatchDeployment/Common/PatchDeploymentConstants.h"
-#include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Main/SoftwareUpdateInstallerDependencies.h"
+#include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Main/SoftwareUpdateInstallation.h"
 
 namespace vexlo {
 
-/// One attempt and, when it fails, after a pause of 30 seconds a second one with the label looked
-/// up afresh; the last result counts. Made for one run.
-class IntelSoftwareUpdateInstaller {
+/// An installation without credentials.
+class IntelSoftwareUpdateInstaller : private SoftwareUpdateInstallation {
  public:
-  /// `version` is the macOS version, for the log only; the last blank-separated word of the
-  /// update's label `macOSLabel` names its build. `dependencies` must outlive this object.
-  IntelSoftwareUpdateInstaller(
-      std::string version, std::string macOSLabel,
-      SoftwareUpdateInstallerDependencies& dependencies,
-      platform::Sleeper sleeper = platform::systemSleeper(),
-      std::int64_t macOSMajorVersion = PatchDeploymentConstants::macOSMajorVersion());
+  using SoftwareUpdateInstallation::SoftwareUpdateInstallation;
 
   /// Runs the installation to its end, which can take hours.
   [[nodiscard]] PatchActionResult installMacOS();
-
- private:
-  [[nodiscard]] PatchActionResult downloadAndInstallMacOS();
-
-  std::string version_;
-  std::string macOSLabel_;
-  SoftwareUpdateInstallerDependencies& dependencies_;
-  platform::Sleeper sleeper_;
-  std::int64_t macOSMajorVersion_;
 };
 
 }  // namespace vexlo

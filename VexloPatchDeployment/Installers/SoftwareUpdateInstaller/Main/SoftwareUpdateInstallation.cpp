@@ -16,28 +16,30 @@ constexpr std::chrono::seconds kPauseBeforeRetry{30};
 constexpr std::chrono::seconds kPauseBeforeInstallation{5};
 
 /// Before macOS 13 the tool runs in the console user's login context, from 13 to 25 as root. From
-/// 26 on it needs that context again, except for a download on Intel, which takes no credentials.
+/// 26 on it needs the user's context again, except for downloads on Intel, which need no
+/// credentials.
 constexpr std::int64_t kFirstVersionAsRoot = 13;
 constexpr std::int64_t kFirstVersionAsUserAgain = 26;
 
-/// The last blank-separated word: «14.4.1-23E224» of «macOS Sonoma 14.4.1-23E224».
+/// The last space-separated word: «14.4.1-23E224» of «macOS Sonoma 14.4.1-23E224».
 std::string_view buildVersion(std::string_view label) {
-  return label.substr(label.rfind(' ') + 1);  // the whole label without a blank
+  return label.substr(label.rfind(' ') + 1);  // the whole label if there is no space
 }
 
 }  // namespace
 
 SoftwareUpdateInstallation::SoftwareUpdateInstallation(
-    SoftwareUpdateAuthContext authContext, SoftwareUpdateInstallerDependencies& dependencies,
-    const platform::Sleeper& sleeper, std::int64_t macOSMajorVersion)
-    : authContext_(std::move(authContext)),
+    std::string version, std::string macOSLabel, SoftwareUpdateInstallerDependencies& dependencies,
+    platform::Sleeper sleeper, std::int64_t macOSMajorVersion)
+    : version_(std::move(version)),
+      macOSLabel_(std::move(macOSLabel)),
       dependencies_(dependencies),
-      sleeper_(sleeper),
+      sleeper_(std::move(sleeper)),
       macOSMajorVersion_(macOSMajorVersion) {}
 
-PatchActionResult SoftwareUpdateInstallation::run(const std::string& macOSLabel, const LogTag& tag,
-                                                  std::source_location where) {
-  PatchActionResult first = attempt(macOSLabel);
+PatchActionResult SoftwareUpdateInstallation::downloadAndInstallMacOS(
+    const SoftwareUpdateAuthContext& authContext, const LogTag& tag, std::source_location where) {
+  PatchActionResult first = attempt(authContext, macOSLabel_);
   if (first == PatchActionResult::success()) {
     return first;
   }
@@ -49,22 +51,23 @@ PatchActionResult SoftwareUpdateInstallation::run(const std::string& macOSLabel,
       where);
   sleeper_(kPauseBeforeRetry);
   const std::optional<std::string> label =
-      dependencies_.labelProvider().label(buildVersion(macOSLabel));
+      dependencies_.labelProvider().label(buildVersion(macOSLabel_));
   if (!label) {
     logError(
         tag, [] { return "Unable to get macOS build version/ label. Aborting next try."; }, where);
-    measured([&] { return UpdateNotListed{std::string(buildVersion(macOSLabel))}; });
+    measured([&] { return UpdateNotListed{std::string(buildVersion(macOSLabel_))}; });
     return first;
   }
-  return attempt(*label);
+  return attempt(authContext, *label);
 }
 
-PatchActionResult SoftwareUpdateInstallation::attempt(const std::string& label) {
-  const bool isSilicon = authContext_.credentials() != nullptr;
+PatchActionResult SoftwareUpdateInstallation::attempt(const SoftwareUpdateAuthContext& authContext,
+                                                      const std::string& label) {
+  const bool isSilicon = authContext.credentials() != nullptr;
   const bool isBeforeRoot = macOSMajorVersion_ < kFirstVersionAsRoot;
   const bool isAfterRoot = macOSMajorVersion_ >= kFirstVersionAsUserAgain;
 
-  DefaultMacOSDownloader downloader(label, authContext_, dependencies_.executor(),
+  DefaultMacOSDownloader downloader(label, authContext, dependencies_.executor(),
                                     dependencies_.outputValidator(), macOSMajorVersion_);
   PatchActionResult download = downloader.download(isBeforeRoot || (isSilicon && isAfterRoot),
                                                    dependencies_.userSessionProvider());
@@ -73,7 +76,7 @@ PatchActionResult SoftwareUpdateInstallation::attempt(const std::string& label) 
   }
   dependencies_.notifier().notifyUpdatesInProgress();
   sleeper_(kPauseBeforeInstallation);
-  DefaultMacOSInstaller installer(label, authContext_, dependencies_.executor(),
+  DefaultMacOSInstaller installer(label, authContext, dependencies_.executor(),
                                   dependencies_.outputValidator(), macOSMajorVersion_);
   return installer.install(isBeforeRoot || isAfterRoot, dependencies_.userSessionProvider());
 }

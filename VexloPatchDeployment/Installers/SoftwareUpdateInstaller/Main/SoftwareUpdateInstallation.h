@@ -7,30 +7,45 @@
 #include "Platform/Calendar.h"
 #include "VexloPatchDeployment/Common/Log.h"
 #include "VexloPatchDeployment/Common/PatchActionResult.h"
+#include "VexloPatchDeployment/Common/PatchDeploymentConstants.h"
 #include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Common/SoftwareUpdateAuthContext.h"
 #include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Main/SoftwareUpdateInstallerDependencies.h"
 
 namespace vexlo {
 
-/// What the installers of both kinds of machine do alike. Borrows the dependencies and the sleeper.
+/// The base of the installers for both kinds of machine: one attempt and, if it fails, a second one
+/// after a pause of 30 seconds, with the label looked up again; the last result counts. Made for
+/// one run.
 class SoftwareUpdateInstallation {
  public:
-  SoftwareUpdateInstallation(SoftwareUpdateAuthContext authContext,
-                             SoftwareUpdateInstallerDependencies& dependencies,
-                             const platform::Sleeper& sleeper, std::int64_t macOSMajorVersion);
+  /// `version` is the macOS version, for the log only. The last space-separated word of the
+  /// update's label `macOSLabel` is its build. `dependencies` must outlive this object.
+  SoftwareUpdateInstallation(
+      std::string version, std::string macOSLabel,
+      SoftwareUpdateInstallerDependencies& dependencies,
+      platform::Sleeper sleeper = platform::systemSleeper(),
+      std::int64_t macOSMajorVersion = PatchDeploymentConstants::macOSMajorVersion());
 
-  /// Makes one attempt with `macOSLabel` and, unless it succeeds, after a pause a second and last
-  /// one with the label that is then listed for the same build. The log lines of the retry carry
-  /// the caller's tag and place.
-  [[nodiscard]] PatchActionResult run(const std::string& macOSLabel, const LogTag& tag,
-                                      std::source_location where = std::source_location::current());
+ protected:
+  /// Makes one or two attempts. The log lines of the retry have the caller's tag and line.
+  [[nodiscard]] PatchActionResult downloadAndInstallMacOS(
+      const SoftwareUpdateAuthContext& authContext, const LogTag& tag,
+      std::source_location where = std::source_location::current());
+
+  [[nodiscard]] const std::string& version() const noexcept { return version_; }
+  [[nodiscard]] const std::string& macOSLabel() const noexcept { return macOSLabel_; }
+  [[nodiscard]] SoftwareUpdateInstallerDependencies& dependencies() const noexcept {
+    return dependencies_;
+  }
 
  private:
-  [[nodiscard]] PatchActionResult attempt(const std::string& label);
+  [[nodiscard]] PatchActionResult attempt(const SoftwareUpdateAuthContext& authContext,
+                                          const std::string& label);
 
-  SoftwareUpdateAuthContext authContext_;
+  std::string version_;
+  std::string macOSLabel_;
   SoftwareUpdateInstallerDependencies& dependencies_;
-  const platform::Sleeper& sleeper_;
+  platform::Sleeper sleeper_;
   std::int64_t macOSMajorVersion_;
 };
 

@@ -3,6 +3,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "VexloPatchDeployment/Adapters/CommandExecutor.h"
 #include "VexloPatchDeployment/Installers/PreferredLanguage.h"
@@ -14,7 +15,7 @@
 
 namespace vexlo {
 
-/// Members borrowed from the container live as long as it does.
+/// Members live as long as the container. Tests and other containers replace the default.
 class SoftwareUpdateInstallerDependencies {
  public:
   virtual ~SoftwareUpdateInstallerDependencies() = default;
@@ -35,11 +36,11 @@ class DefaultSoftwareUpdateInstallerDependencies final
  public:
   /// Without credentials; never null.
   [[nodiscard]] static std::unique_ptr<SoftwareUpdateInstallerDependencies> intel();
-  /// With the credentials of the agent's service; null, with an error line, when the service
-  /// can't be reached.
+  /// With the credentials of the agent's service; null, with an error line, if the service can't be
+  /// reached.
   [[nodiscard]] static std::unique_ptr<SoftwareUpdateInstallerDependencies> silicon();
 
-  [[nodiscard]] CredentialsFetcher* userCredentials() override;
+  [[nodiscard]] CredentialsFetcher* userCredentials() override { return userCredentials_.get(); }
   [[nodiscard]] CommandExecutor& executor() override { return TerminalUtil::defaultInstance(); }
   [[nodiscard]] SoftwareUpdateOutputAnalyser& outputValidator() override {
     return outputValidator_;
@@ -53,9 +54,10 @@ class DefaultSoftwareUpdateInstallerDependencies final
 
  private:
   explicit DefaultSoftwareUpdateInstallerDependencies(
-      std::optional<AgentServiceCredentials> agentServiceCredentials);
+      std::unique_ptr<CredentialsFetcher> userCredentials)
+      : userCredentials_(std::move(userCredentials)) {}
 
-  std::optional<AgentServiceCredentials> agentServiceCredentials_;  // absent on Intel
+  std::unique_ptr<CredentialsFetcher> userCredentials_;  // null on Intel
   DefaultSoftwareUpdateOutputAnalyser outputValidator_;
   SystemSoftwareUpdateLister softwareUpdateLister_;
   DefaultSoftwareUpdateLabel labelProvider_{softwareUpdateLister_};

@@ -14,14 +14,14 @@ namespace {
 
 constexpr LogTag kAgentServiceValueFetcherTag{"value(for:)"};
 
-/// What the waiting caller and the service's answer share; lives as long as either needs it.
+/// Shared by the waiting caller and the service's callbacks.
 struct Cell {
   std::optional<std::string> value;
-  std::string_view failure;  ///< A constant: why there is no answer; empty when there is one.
+  std::string_view failure;  ///< A constant; empty if there is an answer.
   std::atomic_flag isAnswered;
-  std::counting_semaphore<> answered{0};  // orders the writes above before their reading
+  std::counting_semaphore<> answered{0};  // orders the writes above before the reads
 
-  /// Keeps the first outcome only: the caller may already be reading it.
+  /// Keeps only the first outcome, since the caller may already be reading it.
   template <typename Keep>
   void settle(const Keep& keep) {
     if (!isAnswered.test_and_set()) {
@@ -44,7 +44,7 @@ DefaultAgentServiceValueFetcher::DefaultAgentServiceValueFetcher(
 
 std::optional<std::string> DefaultAgentServiceValueFetcher::value(const std::string& key) {
   const platform::NoCoreFile noCoreFile;
-  const auto deadline = std::chrono::steady_clock::now() + timeout_;  // a reconnect counts, too
+  const auto deadline = std::chrono::steady_clock::now() + timeout_;  // includes a reconnect
   const auto cell = std::make_shared<Cell>();
   service_->fetchStatusMessageForKey(
       key,

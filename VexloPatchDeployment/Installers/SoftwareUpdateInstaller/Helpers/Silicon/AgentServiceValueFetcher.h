@@ -1,4 +1,4 @@
-// Fetches values that the agent's service keeps.
+// Fetches values from the agent's service.
 #pragma once
 #include <chrono>
 #include <memory>
@@ -10,20 +10,21 @@
 
 namespace vexlo {
 
+/// Tests and recorded facts replace it.
 class AgentServiceValueFetcher {
  public:
   virtual ~AgentServiceValueFetcher() = default;
-  /// The value under `key`; absent when the service has none or doesn't answer. It can be a
-  /// secret: the caller wipes it.
+  /// The value of `key`; absent if the service has none or doesn't answer. May be a secret, which
+  /// the caller must wipe.
   [[nodiscard]] virtual std::optional<std::string> value(const std::string& key) = 0;
 };
 
-/// Asks the service anew on every call and waits a limited time for its answer, a reconnect
-/// included. When there can be no answer, the wait ends at once and the log says why. An answer
-/// that comes later is wiped unread. Values are never logged.
+/// Asks the service on every call and waits for a limited time, including a reconnect. If the
+/// request fails, returns immediately and logs why. A late answer is wiped unread. Values are never
+/// logged.
 class DefaultAgentServiceValueFetcher final : public AgentServiceValueFetcher {
  public:
-  /// `service` is shared with the caller and never null.
+  /// `service` must not be null.
   explicit DefaultAgentServiceValueFetcher(
       std::shared_ptr<vxutils::AgentServiceProtocol> service,
       std::chrono::milliseconds timeout = PatchDeploymentConstants::agentServiceTimeoutSeconds);

@@ -12,11 +12,27 @@ constexpr LogTag kCredentialsFetcherTag{"credentials()"};
 constexpr const char* kUserNameKey = "PatchOSUpdateUserName";
 constexpr const char* kPasswordKey = "PatchOSUpdatePassword";
 
+/// The stored credentials together with the connection to the service.
+class ConnectedCredentials final : public CredentialsFetcher {
+ public:
+  ConnectedCredentials(std::unique_ptr<vxutils::AgentServiceConnection> connection,
+                       std::shared_ptr<vxutils::AgentServiceProtocol> service)
+      : connection_(std::move(connection)), values_(std::move(service)) {}
+  [[nodiscard]] std::optional<Credentials> credentials() override {
+    return userCredentials_.credentials();
+  }
+
+ private:
+  std::unique_ptr<vxutils::AgentServiceConnection> connection_;
+  DefaultAgentServiceValueFetcher values_;
+  UserCredentials userCredentials_{values_};
+};
+
 }  // namespace
 
 Credentials::Credentials(std::string name, std::string secret)
     : userName(std::move(name)), password(std::move(secret)) {
-  platform::wipe(secret);  // a short text's move leaves it behind
+  platform::wipe(secret);  // moving a short string leaves its bytes behind
   platform::keepFromSwap(password);
 }
 
@@ -63,17 +79,26 @@ std::optional<std::string> UserCredentials::textUnder(const char* key) {
   return text;
 }
 
-std::optional<AgentServiceCredentials> agentServiceCredentials() {
+std::unique_ptr<CredentialsFetcher> agentServiceCredentials() {
   auto connection = std::make_unique<vxutils::AgentServiceConnection>();
   std::shared_ptr<vxutils::AgentServiceProtocol> service = connection->getService();
-  if (!service) {
-    return std::nullopt;
+  return service ? std::make_unique<ConnectedCredentials>(std::move(connection), std::move(service))
+                 : nullptr;
+}
+
+std::unique_ptr<CredentialsFetcher> agentServiceCredentialsOrError(const LogTag& tag,
+                                                                   std::source_location where) {
+  auto credentials = agentServiceCredentials();
+  if (!credentials) {
+    logError(
+        tag,
+        [] {
+          return "Failed to establish connection with AgentService. Unable to get user "
+                 "credentials.";
+        },
+        where);
   }
-  auto values = std::make_unique<DefaultAgentServiceValueFetcher>(std::move(service));
-  auto fetcher = std::make_unique<UserCredentials>(*values);
-  return AgentServiceCredentials{.connection = std::move(connection),
-                                 .values = std::move(values),
-                                 .fetcher = std::move(fetcher)};
+  return credentials;
 }
 
 }  // namespace vexlo

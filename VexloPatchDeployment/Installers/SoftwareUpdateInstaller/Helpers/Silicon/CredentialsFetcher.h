@@ -1,17 +1,19 @@
-// Fetches the user name and password with which macOS updates are authorised.
+// Fetches the credentials that authorise macOS updates.
 #pragma once
 #include <memory>
 #include <optional>
+#include <source_location>
 #include <string>
 
 #include "Platform/Memory.h"
+#include "VexloPatchDeployment/Common/Log.h"
 #include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Helpers/Silicon/AgentServiceValueFetcher.h"
 
 namespace vexlo {
 
-/// An account's name and password. Every copy wipes its password when it goes; while there is one,
-/// the process leaves no core file, and where it may the password stays out of the swap space. It
-/// has no text form: both came from the agent's service.
+/// An account's name and password. Every copy wipes its password on destruction. While a copy
+/// exists, the process leaves no core file, and the password is locked in memory if possible. Not
+/// printable, because both come from the agent's service.
 struct Credentials {
   std::string userName;
   std::string password;
@@ -29,14 +31,15 @@ struct Credentials {
   platform::NoCoreFile noCoreFile_;
 };
 
+/// Tests and recorded facts replace it.
 class CredentialsFetcher {
  public:
   virtual ~CredentialsFetcher() = default;
-  /// The stored credentials; absent when they are not entered or can't be had.
+  /// The stored credentials; absent if none are stored or they can't be fetched.
   [[nodiscard]] virtual std::optional<Credentials> credentials() = 0;
 };
 
-/// Asks the agent's service anew on every call. An empty text counts as absent, blanks don't.
+/// Asks the agent's service on every call. An empty string counts as absent.
 class UserCredentials final : public CredentialsFetcher {
  public:
   /// `agentServiceValueProvider` must outlive this object.
@@ -49,13 +52,18 @@ class UserCredentials final : public CredentialsFetcher {
   AgentServiceValueFetcher& agentServiceValueProvider_;
 };
 
-/// The connection to the agent's service, and the fetcher of the credentials that it keeps.
-struct AgentServiceCredentials {
-  std::unique_ptr<vxutils::AgentServiceConnection> connection;
-  std::unique_ptr<AgentServiceValueFetcher> values;
-  std::unique_ptr<CredentialsFetcher> fetcher;
-};
-/// Absent when the service can't be reached.
-[[nodiscard]] std::optional<AgentServiceCredentials> agentServiceCredentials();
+/// The credentials stored by the agent's service, with the connection to it. Null if the service
+/// can't be reached.
+[[nodiscard]] std::unique_ptr<CredentialsFetcher> agentServiceCredentials();
+/// The same; if null, an error line with the caller's tag and line says so.
+[[nodiscard]] std::unique_ptr<CredentialsFetcher> agentServiceCredentialsOrError(
+    const LogTag& tag, std::source_location where = std::source_location::current());
+
+/// The credentials from an installer's container; also absent if it has no fetcher.
+template <typename InstallerDependencies>
+[[nodiscard]] std::optional<Credentials> storedCredentials(InstallerDependencies& dependencies) {
+  CredentialsFetcher* const fetcher = dependencies.userCredentials();
+  return fetcher != nullptr ? fetcher->credentials() : std::nullopt;
+}
 
 }  // namespace vexlo
