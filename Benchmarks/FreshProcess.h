@@ -15,7 +15,7 @@
 
 #include "Platform/Process.h"
 
-/// A file that is removed with its object.
+/// A file that the destructor removes.
 class TemporaryFile {
  public:
   explicit TemporaryFile(std::string_view bytes) {

@@ -1,5 +1,5 @@
-// Running programs: starting one, and reading much output line by line. Every figure stands beside
-// its baseline: the bare system calls with nothing around them.
+// Starting programs and reading their output line by line, each compared with a baseline of bare
+// system calls.
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
 #include <spawn.h>
@@ -87,7 +87,7 @@ void runProcessWhenBig(benchmark::State& state) {
   benchmark::DoNotOptimize(memory[kBigProcess / 2]);
 }
 
-/// What a fork() costs there: the way that is not taken.
+/// The cost of fork(), for comparison.
 void forkWhenBig(benchmark::State& state) {
   const auto memory = std::make_unique_for_overwrite<char[]>(kBigProcess);  // NOLINT(*-c-arrays)
   std::memset(memory.get(), 1, kBigProcess);
@@ -104,7 +104,7 @@ void forkWhenBig(benchmark::State& state) {
 
 constexpr const char* kThisProgram = "/proc/self/exe";
 constexpr const char* kPrintLines = "--print-lines";
-constexpr std::size_t kLineBytes = 80;  // about what tools print
+constexpr std::size_t kLineBytes = 80;  // similar to the output of tools
 
 /// The child of the reading benchmarks: a gigabyte of lines, as fast as the pipe takes them.
 int printLines() {
@@ -152,7 +152,7 @@ void forgetPeak() {
   }
 }
 
-/// Lines of the same output; the argument is how much of it is kept.
+/// The same with line callbacks; the argument is the limit of the stored output.
 void readLineByLine(benchmark::State& state) {
   platform::ProcessRequest request{.executable = kThisProgram,
                                    .arguments = {kPrintLines},

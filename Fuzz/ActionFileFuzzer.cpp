@@ -1,5 +1,5 @@
-// Any bytes get an answer from the action file's decoder, and it is the answer that a tree of the
-// whole document gives.
+// Compares the action file's decoder, for arbitrary bytes, with a straightforward implementation on
+// a document tree.
 #include <algorithm>
 #include <boost/json/parse.hpp>
 #include <boost/json/value.hpp>
@@ -66,7 +66,7 @@ bool equals(const std::optional<vexlo::ActionMap>& actions, const json::value& e
          });
 }
 
-/// The root's member; null when it is missing or null.
+/// The root's member; null if it is missing or null.
 const json::object* memberOf(const json::value& root, std::string_view name) {
   const json::value* const value = root.get_object().if_contains(name);
   return value == nullptr ? nullptr : value->if_object();
@@ -103,7 +103,7 @@ void compare(const PatchActionGroup& group, const json::value& root) {
     for (const auto& [servicePackID, actions] : servicePacks.get_object()) {
       require(equals(found->actions(productID, servicePackID), actions), "product-wide actions");
     }
-    // A name that only other products have.
+    // A name that only another product has.
     for (const auto& [otherID, others] : *products) {
       for (const auto& [name, actions] :
            others.is_object() ? others.get_object() : json::object()) {
@@ -115,7 +115,7 @@ void compare(const PatchActionGroup& group, const json::value& root) {
   }
 }
 
-/// Counts the members of the text's objects, those that a later one replaces included.
+/// Counts the members of all objects, including duplicates.
 struct MemberCount final : FileCodec::JSONEvents {
   std::size_t members = 0;
   bool beginObject() override { return true; }
@@ -158,14 +158,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     require(isActionFile(tree), "decoded what has a wrong type in it");
     compare(group, tree);
   } catch (const FileCodec::DecodingError& problem) {
-    // Only the document's own value has no path.
+    // Only the root value has no path.
     require(!problem.place().empty() || problem.expected() == "an object", "no place");
     require(!problem.expected().empty() && !problem.found().empty(), "an error that says little");
     MemberCount count;
     const bool isJSON =
         FileCodec::readJSON(text, count).outcome == FileCodec::JSONOutcome::complete;
     require(isJSON == !error, "JSON for one, not for the other");
-    // The tree has lost the members that were replaced, among them one of a wrong type.
+    // The tree has lost replaced members, one of which has a wrong type.
     require(!isJSON || !isActionFile(tree) || count.members > membersOf(tree),
             "refused what has the right types");
   }

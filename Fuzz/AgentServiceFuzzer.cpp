@@ -1,5 +1,5 @@
-// The two ends of the agent service take any bytes, in any pieces, from the other: each message is
-// the one that a tree of its line gives, and each request gets its one reply or failure.
+// Sends arbitrary bytes, in pieces, to both ends of the agent service. Messages must parse like a
+// document tree, and each request must get exactly one reply or failure.
 #include <algorithm>
 #include <boost/json/parse.hpp>
 #include <boost/json/value.hpp>
@@ -30,7 +30,7 @@ std::string socketPath() {
   return vxutils::gv_globvars.vxagentBasePath().value_or("") + "/run/agent-service.sock";
 }
 
-/// The lines that a buffer gives which gets `bytes` in pieces; absent when one is too long.
+/// The lines from a buffer that receives `bytes` in pieces; absent if one is too long.
 std::optional<std::vector<std::string>> linesOf(std::string_view bytes, std::size_t piece) {
   vxutils::LineBuffer buffer;
   std::vector<std::string> lines;
@@ -76,7 +76,7 @@ void compare(const std::string& line) {
                ? std::nullopt
                : std::optional(std::string(std::string_view(value->get_string())));
   };
-  // A message of much more structure than any needs is refused.
+  // Messages with far more structure than needed are rejected.
   require(!reply || (reply->id == id->get_int64() && reply->value == text("value")), "the reply");
   require(!request ||
               (request->id == id->get_int64() && request->key == text("fetchStatusMessageForKey")),
@@ -90,7 +90,7 @@ void compare(const std::string& line) {
   }
 }
 
-/// Sends `bytes` and hangs up; what came back until the peer did.
+/// Sends `bytes`, closes its end and returns what it receives.
 void talk(const platform::Descriptor& socket, std::string_view bytes, std::size_t piece) {
   while (!bytes.empty()) {
     const std::ptrdiff_t sent = platform::sendWithoutWaiting(socket, bytes.substr(0, piece));
@@ -151,7 +151,7 @@ void ask(std::string_view bytes, std::size_t piece) {
 
 }  // namespace
 
-/// The input: the size of a piece, then what is sent.
+/// The input: the size of a piece, then the bytes to send.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   static const FuzzedAgent agent;
   if (size == 0) {
@@ -163,7 +163,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   require(lines == wholeLines(bytes) || (!lines && size > vxutils::LineBuffer::kLongestLine),
           "other lines");
   std::ranges::for_each(wholeLines(bytes), compare);
-  if (data[0] % 4 == 0) {  // takes threads and system calls: not every time
+  if (data[0] % 4 == 0) {  // slow, so not every time
     ask(bytes, piece);
     serve(bytes, piece);
   }

@@ -1,4 +1,5 @@
-// Any bytes in the answer file: 94 is a yes, any other number a no, the rest is the fallback.
+// Arbitrary bytes in the answer file: 94 means yes, any other number no, anything else the
+// fallback.
 #include <algorithm>
 #include <array>
 #include <charconv>
@@ -40,7 +41,7 @@ struct Query final : RunningApplicationQuerying {
   }
 };
 
-/// By another way than the library's.
+/// An independent implementation.
 std::optional<std::int64_t> numberIn(std::string text) {
   const auto isBlank = [](char character) {
     return character == ' ' || (character >= '\t' && character <= '\r');

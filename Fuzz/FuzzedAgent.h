@@ -1,4 +1,4 @@
-// The agent of a fuzzer: directories in memory, and no log.
+// The agent for fuzzers: directories in memory, no log.
 #pragma once
 #include <filesystem>
 #include <fstream>
@@ -29,7 +29,7 @@ class FuzzedAgent {
   }
 
  private:
-  /// Builds every message: that must not fail either.
+  /// Builds every message, which must not fail either.
   struct Unseen final : LogCore::LogSink {
     void write(LogCore::LogLevel /*level*/, const LogCore::LogTag& /*tag*/, std::uint32_t /*line*/,
                const LogCore::MessageBuilder& build) override {

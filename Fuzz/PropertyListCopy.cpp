@@ -1,5 +1,6 @@
-// Reads property lists as the library does, for compare-property-lists: on standard input and
-// output a length in decimal, a line feed and as many bytes; the copy is XML, "-1" means refused.
+// Reads property lists with the library and writes them as XML, for compare-property-lists. Input
+// and output are a length in decimal, a line feed and that many bytes; a length of -1 means
+// rejected.
 #include <cstddef>
 #include <iostream>
 #include <stdexcept>

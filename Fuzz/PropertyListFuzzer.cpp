@@ -1,4 +1,4 @@
-// Any bytes get an answer from the property-list readers, and the XML form gives back what it took.
+// Parses arbitrary bytes as property lists; written as XML, the value must read back the same.
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
@@ -13,7 +13,8 @@ namespace {
 using platform::PropertyList;
 using platform::PropertyListDate;
 
-/// What the XML form keeps of a value: dates to the second; NaN, which differs from itself, as 0.
+/// The value after a round trip through XML: dates without fractions; NaN, which is unequal to
+/// itself, as 0.
 void roundOff(PropertyList& value) {
   if (auto* date = std::get_if<PropertyListDate>(&value.value())) {
     date->secondsSince2001 = std::floor(date->secondsSince2001);
@@ -43,7 +44,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   try {
     xml = platform::toXML(*value);
   } catch (const std::invalid_argument&) {
-    return 0;  // a character or a date that XML can't hold
+    return 0;  // a character or a date that XML can't represent
   }
   auto again = platform::parsePropertyList(xml);
   require(again.has_value(), "own XML is refused: " + (again ? "" : again.error().message));

@@ -1,5 +1,5 @@
-// Any bytes in the agent's property-list files: every setting has its value or its default, and
-// a count that is saved over them is there afterwards, beside all that was.
+// Arbitrary bytes in the agent's property-list files: every setting must have its value or default,
+// and saving a count must keep all other keys.
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -21,7 +21,7 @@ namespace {
 using namespace vexlo;
 using platform::PropertyList;
 
-/// The value of the key in the bytes, read without the library's files.
+/// The value of the key, read without the library's file access.
 std::optional<PropertyList> valueIn(const std::optional<PropertyList>& file, std::string_view key) {
   const PropertyList* const value = file ? file->find(key) : nullptr;
   return value == nullptr ? std::nullopt : std::optional(*value);

@@ -1,4 +1,4 @@
-// Any output of Apple's tools gets an answer, the one that a naive reading of it gives.
+// Compares the parsers of tool output, for arbitrary text, with naive implementations.
 #include <algorithm>
 #include <array>
 #include <cstddef>

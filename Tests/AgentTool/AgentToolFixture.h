@@ -1,4 +1,4 @@
-// Runs the real tool on an agent root of its own.
+// Runs the real tool with a temporary agent root.
 #pragma once
 #include <gmock/gmock.h>
 
@@ -9,7 +9,7 @@
 #include "Platform/Process.h"
 #include "Tests/Fakes/TemporaryDirectory.h"
 
-/// What the tool left.
+/// The result of running the tool.
 struct ToolRun {
   int status = 0;
   std::string output;
@@ -23,8 +23,8 @@ class AgentToolTest : public ::testing::Test {
     return root.write("client-data/patch-resources/mac-patch-actions.json", json);
   }
 
-  /// Runs a shell text in the agent root, which VEXLO_AGENT_ROOT names, where `vexlo-patch` is the
-  /// tool and $patch chooses the patch 1 of product 2, service pack 3.
+  /// Runs a shell command in the agent root, to which VEXLO_AGENT_ROOT is set. `vexlo-patch` is the
+  /// tool; $patch selects patch 1 of product 2, service pack 3.
   [[nodiscard]] ToolRun shell(const std::string& text) const {
     const std::string script =
         "cd \"$1\"; export VEXLO_AGENT_ROOT=\"$PWD\" PATH=\"$2:$PATH\"\n"

@@ -133,6 +133,7 @@ TEST_F(CheckCommandTest, SaysWhatIsWrongAndWhatLooksOdd) {
             R"("text":"expected an object, found a number"}],"oddities":[]})"
             "\n",
             65}}) {
+    SCOPED_TRACE(row.file);
     root.write("file", row.file);
     const ToolRun run = shell("vexlo-patch check file " + row.options);
     EXPECT_EQ(run.errors + run.output, row.output);

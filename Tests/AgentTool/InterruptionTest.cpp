@@ -13,20 +13,22 @@ using testing::MatchesRegex;
 
 namespace {
 
-/// The tool while it runs a program that does not end by itself.
+/// Interrupts the tool while it runs a program that doesn't exit on its own.
 class InterruptionTest : public AgentToolTest {};
 
 TEST_F(InterruptionTest, EndsTheRunningProgramAndTellsNoResult) {
-  // The program says "started" into the FIFO, which it and its children hold open: the reader's
-  // end of file is theirs.
+  // The program writes "started" to a FIFO. The reader sees end of file when the program and its
+  // children have exited.
   ::mkfifo(root.file("fifo").c_str(), 0600);
   writeActions(R"({"PatchActions":{"1":{"2010":[")" + root.file("I.app") + R"("],"3001":[]}}})");
   for (const auto& [trap, interrupt, output] : std::initializer_list<std::array<std::string, 3>>{
            {"", "kill -TERM $tool", "status 143\n"},
-           // A stubborn one is ended by the second signal or, on a slow machine, after the grace.
+           // One that ignores SIGTERM is killed by the second signal or, on a slow machine, after
+           // the grace period.
            {"trap 'echo stubborn >&3' TERM\n",
             "kill -TERM $tool; read -r word <&4; echo $word; kill -HUP $tool",
             "stubborn\nstatus 1(29|43)\n"}}) {
+    SCOPED_TRACE(interrupt);
     const std::string program =
         root.write("I.app/Contents/Resources/startosinstall",
                    std::string("#!/bin/sh\nexec 3> \"${0%/I.app/*}/fifo\"\n")

@@ -18,7 +18,7 @@ namespace {
 
 class PlanCommandTest : public AgentToolTest {
  protected:
-  /// What `plan` shows on a terminal of 60 columns, its lines ended as terminals do.
+  /// The output of `plan` on a terminal of 60 columns, with the terminal's line endings.
   std::string shownPlan(const std::string& environment) {
     writeActions(
         R"({"PatchActions":{"1":{"2003":[],"2008":["com.apple.Safari","com.apple.Mail"]}}})");
@@ -28,7 +28,7 @@ class PlanCommandTest : public AgentToolTest {
     const winsize size{.ws_row = 24, .ws_col = 60, .ws_xpixel = 0, .ws_ypixel = 0};
     ::ioctl(terminal.get(), TIOCSWINSZ, &size);
     const std::string path = ::ptsname(terminal.get());
-    // Keeps what the tool wrote from being dropped with the terminal's last user.
+    // Keeps the terminal open, so that the tool's output isn't discarded.
     const platform::Descriptor kept(::open(path.c_str(), O_RDWR | O_NOCTTY));
     EXPECT_EQ(shell(environment + " vexlo-patch plan $patch > " + path).status, 0);
     std::array<char, 4096> shown{};
@@ -79,6 +79,7 @@ TEST_F(PlanCommandTest, NamesThatTheFileDoesNotHoldAreSaidAndAreErrorsWhenStrict
   const std::string notHeld = "vexlo-patch: the action file doesn't hold ";
   const std::string noServicePack = notHeld + "service pack 3 of product 2\n";
   for (const std::string command : {"plan", "run --log-level none"}) {
+    SCOPED_TRACE(command);
     const std::string tool = "vexlo-patch " + command + " --json ";
     const ToolRun lax = shell(tool + "$patch");
     EXPECT_EQ(lax.errors, notHeld + "patch 1\n" + noServicePack);

@@ -26,6 +26,7 @@ TEST_F(RunCommandTest, RunsTheActionsInOrderToTheFirstThatIsNoSuccessOrAllOrSome
             "-5 success, 2003 success, 2005 success, status 0\n"},
            {"--action 2005 --action minimumDiskCheck", "status 64\n"},
            {"--action 3001", "status 64\n"}}) {
+    SCOPED_TRACE(options);
     const ToolRun run = shell("vexlo-patch run $patch --machine intel --json --log-level none " +
                               options + "; echo status $?");
     const std::regex line(R"re(\{.*"code":"(.*)","arg.*"result":"(.*)","desc.*\n)re");
@@ -62,6 +63,7 @@ TEST_F(RunCommandTest, LogLinesGoWhereTheyAreWantedAndFromTheLevelOn) {
            {".", "Is a directory"},
            {"fifo", "No such device or address"},
            {"link", "expected a file, found a link"}}) {
+    SCOPED_TRACE(path);
     const ToolRun run = shell("vexlo-patch run $patch --log-file " + path);
     EXPECT_EQ(run.errors, "vexlo-patch: --log-file " + path + ": " + why + "\n");
     EXPECT_EQ(run.status, 64);

@@ -15,6 +15,7 @@ TEST(ShellQuotingTest, TheProgramReceivesTheTextItself) {
   for (const std::string text : {R"(a"b)", "$(echo x)", "`echo x`", "$HOME", R"(\\"$`)", "a\nb",
                                  "'$(echo x)'", "*", "~", "#x", "a;b", "a b", "!", ""}) {
     for (const std::string& word : {'"' + insideDoubleQuotes(text) + '"', shellWord(text)}) {
+      SCOPED_TRACE(word);
       EXPECT_EQ(TerminalUtil::defaultInstance()
                     .run("printf '[%s]' " + word, "/bin/sh", std::nullopt)
                     .output,

@@ -112,14 +112,16 @@ TEST(SimulatedMacScenarioTest, AMistakeIsAnErrorThatSaysWhere) {
   for (const auto& [text, message] : mistakes) {
     const std::string file = directory.write("mistake.ini", text);
     const Ran ran = enter(file + " -- true");
-    EXPECT_EQ(ran.status, 65) << text;
+    SCOPED_TRACE(text);
+    EXPECT_EQ(ran.status, 65);
     EXPECT_THAT(ran.output, StartsWith("enter: " + file + ", " + message));
   }
   for (const std::string setting :
        {"prompt/user=nonsense", "application X/instances=abc", "application X/bundle=a/b",
         "open/takes=forever", "mac/free disk=8q", "power/source=battery full 4"}) {
     const Ran ran = enter("--set '" + setting + "' healthy -- true");
-    EXPECT_EQ(ran.status, 65) << setting;
+    SCOPED_TRACE(setting);
+    EXPECT_EQ(ran.status, 65);
     const std::string found = "found \"" + setting.substr(setting.find('=') + 1) + "\"";
     EXPECT_THAT(ran.output, AllOf(StartsWith("enter: --set: expected "), HasSubstr(found)));
   }

@@ -1,18 +1,18 @@
-// Makes calls of this program fail: it defines the C library's functions and `operator new` itself.
+// Injects faults into this program by defining C library functions and `operator new`.
 #pragma once
 #include <string>
 
 /// Which call fails, and how.
 struct Fault {
   enum class Kind { fails, isShort, kills };  // a short read or write moves one byte
-  const char* call = "";                      ///< Its name; "*" for all of them.
+  const char* call = "";                      ///< The function's name; "*" for all of them.
   int error = 0;                              ///< For `fails`; `operator new` throws instead.
   Kind kind = Kind::fails;
 };
 
-/// From the `number`-th such call on, counted from 1, that one or all (`forGood`) go wrong. Pauses
-/// take no time meanwhile.
+/// Makes the `number`-th such call, counting from 1, fail, or all from then on (`forGood`). While
+/// armed, pauses return immediately.
 void armFault(const Fault& fault, long number, bool forGood);
 [[nodiscard]] const Fault& armedFault();
-/// Ends it. Whether the call was reached.
+/// Stops injecting. Returns whether the call was reached.
 bool disarmFault();

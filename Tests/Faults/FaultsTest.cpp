@@ -1,4 +1,4 @@
-// Every operation survives the failure of each call that it makes, one at a time and for good.
+// Every operation survives failures of each of its calls, once and permanently.
 #include <dirent.h>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
@@ -34,8 +34,8 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// What a child process does with one call failing. Returns what is wrong, empty when nothing is.
-/// It may throw `std::bad_alloc` where memory is what fails, and nothing else.
+/// What a child process does while one call fails. Returns the problem, or an empty string. May
+/// throw only `std::bad_alloc`, if `operator new` fails.
 struct Operation {
   std::string name;
   std::function<void(const TemporaryDirectory&)> prepare;
@@ -83,7 +83,7 @@ std::string runTool(const TemporaryDirectory& directory) {
                             .timeout = 1s,
                             .grace = 100ms,
                             .onLine = [](std::string_view) {}});
-  // A pipe gives no such errors; what else fails does not cost output.
+  // Pipes don't fail this way; other faults must not lose output.
   const bool impossible = armedFault().error == EIO || armedFault().error == ENOSPC;
   return result.exitCode != 0 || impossible || result.output.size() >= input.size()
              ? ""
@@ -184,7 +184,7 @@ std::ptrdiff_t entriesOf(const char* directory) {
   return std::distance(begin(entries), end(entries));
 }
 
-/// Waits for threads and children that are about to end; what stays is a leak.
+/// Waits for threads and children to end; whatever remains is a leak.
 std::string leaks(std::ptrdiff_t descriptors) {
   std::string found;
   for (int attempt = 0; attempt < 300; ++attempt) {
@@ -206,10 +206,10 @@ std::string leaks(std::ptrdiff_t descriptors) {
 
 enum Ending : int { notReached = 10, survived = 11, wrong = 12 };
 
-/// In a child process of its own. Never returns.
+/// Runs in a child process. Never returns.
 [[noreturn]] void attempt(const Operation& operation, const TemporaryDirectory& directory,
                           const Fault& fault, long number, bool forGood) {
-  alarm(20);  // ends what hangs
+  alarm(20);  // kills the process if it hangs
   struct Unseen final : LogCore::LogSink {
     void write(LogCore::LogLevel, const LogCore::LogTag&, std::uint32_t,
                const LogCore::MessageBuilder& build) override {
@@ -239,7 +239,7 @@ enum Ending : int { notReached = 10, survived = 11, wrong = 12 };
   for (const std::string& name : filesIn(directory)) {
     if (problem.empty() && !std::ranges::binary_search(files, name) &&
         !name.ends_with(".damaged") &&
-        // Where locking fails, the lock's file may be another process's.
+        // If locking fails, the lock file may belong to another process.
         !(name.ends_with(".lock") && std::string(fault.call) == "flock")) {
       problem = "left the file " + name;
     }
@@ -257,8 +257,8 @@ int statusOf(pid_t child) {
   return status;
 }
 
-/// Lets the n-th such call fail for n = 1, 2 … until there is none; returns the number of calls.
-/// Unless VEXLO_ALL_FAULTS is set, only some of many.
+/// Makes the n-th such call fail for n = 1, 2 … until it isn't reached any more, skipping some
+/// unless VEXLO_ALL_FAULTS is set. Returns the number of attempts.
 long walk(const Operation& operation, const Fault& fault, bool forGood) {
   static const bool all = std::getenv("VEXLO_ALL_FAULTS") != nullptr;
   int failures = 0;

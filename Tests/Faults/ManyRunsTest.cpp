@@ -1,4 +1,4 @@
-// Many runs in a row and many threads at once leave nothing behind and need no more memory.
+// Many runs, sequential and concurrent, leak nothing.
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -30,7 +30,7 @@ std::ptrdiff_t openDescriptors() {
   return std::distance(begin(entries), end(entries));
 }
 
-/// The number of runs; VEXLO_RUNS overrides the short form's.
+/// The number of runs, which VEXLO_RUNS overrides.
 int runs() {
   const char* const wanted = std::getenv("VEXLO_RUNS");
   return wanted != nullptr ? std::stoi(wanted) : 200;

@@ -2,27 +2,23 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdio>
 #include <filesystem>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "Platform/Descriptor.h"
 #include "Platform/Polling.h"
-#include "Platform/Posix/SystemVersion.h"
 #include "Tests/Fakes/TemporaryDirectory.h"
 
 namespace platform {
 namespace {
 
-/// 0 when the file was read.
+/// 0 if the file was read.
 int errorOf(const std::string& path, std::uint64_t maximumBytes) {
   const auto result = readFile(path, {.maximumBytes = maximumBytes});
   return result ? 0 : result.error().code.value();
@@ -119,26 +115,6 @@ TEST(FilesTest, NothingIsOpenedAmongTheStandardDescriptors) {
   EXPECT_EQ(status, 0);
 }
 
-TEST(FilesTest, AVersionIsReadAgainAfterABadMomentAndFromTheNextFile) {
-#if defined(__SANITIZE_ADDRESS__)
-  GTEST_SKIP() << "the checks need descriptors of their own";
-#endif
-  const TemporaryDirectory directory;
-  const std::string damaged = directory.write("damaged", "<plist>");
-  const std::string good = directory.write("good", "{ProductVersion = '14.5';}");
-  rlimit limit{};
-  ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &limit), 0);
-  const rlimit none{.rlim_cur = 0, .rlim_max = limit.rlim_max};
-  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
-  int pauses = 0;
-  const auto version = productVersionFrom({directory.file("missing"), damaged, good}, [&](auto) {
-    ++pauses;
-    setrlimit(RLIMIT_NOFILE, &limit);
-  });
-  EXPECT_EQ(version, "14.5");
-  EXPECT_EQ(pauses, 1);
-}
-
 TEST(FilesTest, ALinkIsReplacedItself) {
   const TemporaryDirectory directory;
   const std::string link = directory.file("link");
@@ -146,16 +122,6 @@ TEST(FilesTest, ALinkIsReplacedItself) {
   EXPECT_TRUE(writeFileAtomically(link, "mine"));
   EXPECT_EQ(directory.read("link"), "mine");
   EXPECT_EQ(directory.read("target"), "precious");
-}
-
-TEST(DescriptorTest, WritesAllToAPipeThatTakesOnlySomeAtOnce) {
-  const TemporaryDirectory directory;
-  FILE* const pipe = ::popen(("wc -c > " + directory.file("size")).c_str(), "w");
-  ASSERT_NE(pipe, nullptr);
-  ::fcntl(::fileno(pipe), F_SETFL, O_NONBLOCK);
-  EXPECT_EQ(writeAll(::fileno(pipe), std::string(std::size_t{1} << 20, 'x')), 0);
-  ::pclose(pipe);
-  EXPECT_EQ(directory.read("size"), "1048576\n");
 }
 
 }  // namespace

@@ -21,7 +21,7 @@ TEST(LocalSocketTest, ConnectsToItsOwnersSocketAndKnowsThePeer) {
   const std::string path = folder.file("service.sock");
   EXPECT_TRUE(listenOnLocalSocket(path));  // and is gone again
   EXPECT_EQ(connectLocalSocket(path).error(), "Connection refused");
-  const auto listener = listenOnLocalSocket(path);  // takes the old one's place
+  const auto listener = listenOnLocalSocket(path);  // replaces the old one
   ASSERT_TRUE(listener) << listener.error();
   using std::filesystem::perms;
   EXPECT_EQ(std::filesystem::status(path).permissions(), perms::owner_read | perms::owner_write);
@@ -33,7 +33,7 @@ TEST(LocalSocketTest, ConnectsToItsOwnersSocketAndKnowsThePeer) {
   EXPECT_EQ(peerUserID(Descriptor()), std::nullopt);
   EXPECT_EQ(sendWithoutWaiting(*client, "x"), -1) << "the peer has gone, and no signal was raised";
 
-  std::vector<Descriptor> queue;  // of connections that nobody takes
+  std::vector<Descriptor> queue;  // of connections that nobody accepts
   std::expected<Descriptor, std::string> next;
   while ((next = connectLocalSocket(path, std::chrono::milliseconds(1))) && queue.size() < 1000) {
     queue.push_back(*std::move(next));

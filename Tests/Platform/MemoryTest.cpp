@@ -9,7 +9,7 @@ namespace {
 
 TEST(MemoryTest, NoByteOfASecretStaysInItsBuffer) {
   std::string secret = "correct horse battery staple, correct horse battery staple";
-  secret = "short";  // the rest of the longer one still lies behind
+  secret = "short";  // the rest of the longer string is still in the buffer
   const char* const buffer = secret.data();
   wipe(secret);
   ASSERT_EQ(secret.data(), buffer);

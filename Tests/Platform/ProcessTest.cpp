@@ -25,7 +25,8 @@ ProcessRequest shell(const std::string& command) {
   return {.executable = "/bin/sh", .arguments = {"-c", command}};
 }
 
-/// Runs into a deadline that leaves the child, on a busy machine too, the time for a first word.
+/// Runs the request with a deadline that is long enough for the child's first output, even on a
+/// busy machine.
 ProcessResult runIntoDeadline(ProcessRequest request) {
   for (request.timeout = milliseconds(100);; *request.timeout *= 2) {
     ProcessResult result = runProcess(request);
@@ -36,7 +37,7 @@ ProcessResult runIntoDeadline(ProcessRequest request) {
   }
 }
 
-/// Every test ends without a descriptor or a child more than it began with.
+/// Checks that tests leak no descriptors or children.
 class ProcessTest : public ::testing::Test {
  protected:
   static std::ptrdiff_t openDescriptors() {
@@ -57,8 +58,9 @@ TEST_F(ProcessTest, WhatCanNotBeStartedIsToldAsAShellWould) {
       {{.executable = "/bin/true", .directory = "/no/such"}, 127, kMissing, "/no/such"},
       {shell(std::string("exit 0;\0exit 1", 14)), 127, std::errc::invalid_argument, "/bin/sh"}};
   for (const auto& [request, exitCode, startError, unusable] : rows) {
+    SCOPED_TRACE(request.executable);
     const ProcessResult result = runProcess(request);
-    EXPECT_EQ(result.exitCode, exitCode) << request.executable;
+    EXPECT_EQ(result.exitCode, exitCode);
     EXPECT_EQ(result.startError, std::make_error_condition(startError));
     EXPECT_EQ(result.unusablePath, unusable);
   }
@@ -130,8 +132,9 @@ TEST_F(ProcessTest, TheStatusIsLearntThoughTheProcessIgnoresItsChildren) {
       {{.executable = "true", .directory = "/"}, 127, std::errc::no_such_file_or_directory},
       {{.executable = "/usr/bin"}, 126, std::errc::permission_denied}};
   for (const auto& [program, exitCode, startError] : programs) {
+    SCOPED_TRACE(program.executable);
     result = runProcess(program);
-    EXPECT_EQ(result.exitCode, exitCode) << program.executable;
+    EXPECT_EQ(result.exitCode, exitCode);
     EXPECT_EQ(result.startError, std::make_error_condition(startError));
   }
   EXPECT_EQ(runIntoDeadline(shell("echo started; sleep 60")).exitCode, 128 + SIGTERM);
@@ -141,7 +144,7 @@ TEST_F(ProcessTest, TheStatusIsLearntThoughTheProcessIgnoresItsChildren) {
 TEST_F(ProcessTest, OnlyTheFirstStatusThatOthersTakeIsLost) {
   ProcessRequest request = shell("echo ready; exit 3");
   request.onLine = [](std::string_view) { ::waitpid(-1, nullptr, 0); };
-  const auto runTwice = [&] {  // in a process of its own, since this one would remember the loss
+  const auto runTwice = [&] {  // in a child process, because the loss changes this process's state
     const std::int32_t first = runProcess(request).exitCode;
     std::_Exit(first == ProcessResult::kUnknownStatus ? runProcess(request).exitCode : 1);
   };
@@ -158,7 +161,7 @@ TEST_F(ProcessTest, AGrandchildThatKeepsThePipeIsNotWaitedFor) {
 TEST_F(ProcessTest, TheDeadlineEndsTheWholeGroup) {
   const ProcessResult result = runIntoDeadline(shell("sleep 60 & echo $!; wait"));
   EXPECT_EQ(result.exitCode, 128 + SIGTERM);
-  // The group's pipe is at its end, so only a process that is ending can still have the id.
+  // The group's pipe is at end of file, so only an exiting process can still have the id.
   std::ifstream file("/proc/" + result.output.substr(0, result.output.find('\n')) + "/cmdline");
   std::string commandLine;
   EXPECT_FALSE(std::getline(file, commandLine)) << commandLine;
@@ -185,12 +188,13 @@ TEST_F(ProcessTest, LinesComeInOrderWhateverIsKept) {
       {"head -c 65535 /dev/zero; printf '\\342\\200\\231x'", 100000, {65535, 4}},
       {"head -c 65537 /dev/zero | tr '\\0' '\\200'", 10, {65536, 1}}};
   for (const auto& [command, maximum, expected] : rows) {
+    SCOPED_TRACE(command);
     ProcessRequest request = shell(command);
     Lengths lengths;
     request.onLine = [&](std::string_view line) { lengths.push_back(line.size()); };
     request.maximumOutputBytes = maximum;
     EXPECT_EQ(runProcess(request).exitCode, 0);
-    EXPECT_EQ(lengths, expected) << command;
+    EXPECT_EQ(lengths, expected);
   }
   ProcessRequest request = shell("printf 'a\\377'; printf b >&2; head -c 200000 /dev/zero");
   request.maximumOutputBytes = 5;

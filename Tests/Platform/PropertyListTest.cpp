@@ -32,8 +32,8 @@ std::string repeated(std::string_view piece, std::size_t count) {
   return out;
 }
 
-/// Makes a binary property list of objects given as bytes, the first one on top; every number of
-/// the table and every reference takes one byte.
+/// Builds a binary property list from the bytes of its objects, the first of which is the root.
+/// Offsets and references have one byte.
 std::string binary(const std::vector<std::string>& objects) {
   std::string out = "bplist00";
   std::string table;
@@ -48,7 +48,7 @@ std::string binary(const std::vector<std::string>& objects) {
          number(out.size());
 }
 
-/// The value, or the error as a text.
+/// The value, or the error as a string.
 PropertyList parsed(std::string_view bytes) {
   auto result = parsePropertyList(bytes);
   return result ? std::move(*result) : PropertyList("error: " + result.error().message);
@@ -112,6 +112,7 @@ TEST(PropertyListTest, NestingAndRepetitionAreBounded) {
          {repeated("(", depth) + repeated(")", depth),
           repeated("{a=", depth) + "b" + repeated(";}", depth),
           plist(repeated("<array>", depth) + repeated("</array>", depth))}) {
+      SCOPED_TRACE(std::to_string(depth) + " levels: " + text.substr(0, 20));
       const auto result = parsePropertyList(text);
       EXPECT_EQ(result.has_value(), depth == 512);
       if (result) {
@@ -153,7 +154,7 @@ TEST(PropertyListTest, TheBinaryFormHoldsWhatXMLCanNot) {
 
 TEST(PropertyListTest, ValuesAreCountedInEveryForm) {
   const PropertyList five = Array{"a", "b", Dictionary{{"c", "d"}}};
-  // The binary form counts keys, too: they are values of their own there.
+  // The binary format counts keys, too, since they are objects.
   const std::vector<std::pair<std::string, std::size_t>> rows{
       {toXML(five), 7}, {toBinary(five), 6}, {"(a, b, {c=d;})", 5}};
   for (const auto& [bytes, count] : rows) {

@@ -21,7 +21,7 @@ TEST(RunLoopTest, EveryRunServesOneSourceInTheOrderOfTheSignals) {
   const auto second = loop.addSource([&] { performed += "2"; });
   second->signal();
   first->signal();
-  second->signal();  // it is waiting already
+  second->signal();  // already signalled
   EXPECT_TRUE(loop.runDefaultMode(std::chrono::milliseconds::max()));
   EXPECT_EQ(performed, "2");
   EXPECT_TRUE(loop.runDefaultMode(hours(1)));

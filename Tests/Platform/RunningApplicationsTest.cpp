@@ -20,12 +20,12 @@
 namespace platform {
 namespace {
 
-/// A process's own: the tests run side by side, and each sees the applications of all.
+/// Different for each test process, since tests run in parallel and see each other's applications.
 const std::string kIdentifier = "com.example.editor" + std::to_string(::getpid());
 constexpr const char* kReadyAndStop = "\necho ready\nkill -STOP $$\n";
 constexpr const char* kProgram = "Editor.app/Contents/MacOS/editor";
 
-/// A started program that has written a line; ended and reaped on destruction.
+/// A program that has written a line; killed and reaped on destruction.
 class Launched {
  public:
   explicit Launched(const std::string& command)
@@ -33,7 +33,7 @@ class Launched {
     std::array<char, 32> line{};
     EXPECT_NE(std::fgets(line.data(), line.size(), output_), nullptr);
     pid_ = std::stoi(line.data());
-    EXPECT_NE(std::fgets(line.data(), line.size(), output_), nullptr) << command;
+    EXPECT_NE(std::fgets(line.data(), line.size(), output_), nullptr);
   }
   ~Launched() { end(); }
   Launched(const Launched&) = delete;
@@ -57,7 +57,7 @@ class RunningApplicationsTest : public ::testing::Test {
     folder.write("Editor.app/Contents/Info.plist",
                  "{CFBundleIdentifier = '" + kIdentifier + "'; CFBundleName = Editor;}");
   }
-  /// Adds a script that begins with the line; without one, a copy of the shell.
+  /// Adds a script that starts with the line or, without one, a copy of the shell.
   [[nodiscard]] std::string add(const std::string& name, const std::string& firstLine = "") const {
     std::string path = folder.write(name, firstLine + kReadyAndStop);
     if (firstLine.empty()) {
@@ -78,9 +78,10 @@ TEST_F(RunningApplicationsTest, AScriptIsFoundHoweverItWasStarted) {
   const std::string relative = "env -C " + folder.file("Editor.app/Contents") + " MacOS/editor";
   for (const std::string& command :
        {script + " argument", viaEnv, relative, link, "sh -o errexit " + script}) {
+    SCOPED_TRACE(command);
     const Launched launched(command);
     const auto applications = runningApplications(kIdentifier);
-    ASSERT_EQ(applications.size(), 1U) << command;
+    ASSERT_EQ(applications.size(), 1U);
     EXPECT_EQ(applications[0]->processIdentifier(), launched.pid());
     EXPECT_EQ(applications[0]->executablePath(), command == viaEnv ? viaEnv : script);
     const auto all = allRunningApplications();
@@ -118,7 +119,7 @@ TEST_F(RunningApplicationsTest, AnInformationFileIsBoundedInBytesAndValues) {
   EXPECT_FALSE(isFound(array + ")"));
 }
 
-/// A process with the id that `pid` was, waiting for signals; -1 where that is not allowed.
+/// Starts a process with the id of the former `pid`, which waits for signals; -1 if not permitted.
 pid_t startWithId(pid_t pid) {
   clone_args arguments{};
   arguments.exit_signal = SIGCHLD;
@@ -149,7 +150,7 @@ TEST_F(RunningApplicationsTest, ForceTerminateEndsTheApplicationAndNoLaterProces
       << "it has ended, though nobody has reaped it";
   EXPECT_FALSE(applications[0]->forceTerminate());
   launched.end();
-  // The kernel tells starts apart by hundredths of a second.
+  // The kernel's start times have a resolution of 10 ms.
   for (const auto now = std::chrono::steady_clock::now();
        std::chrono::steady_clock::now() - now < std::chrono::milliseconds(20);) {
   }

@@ -16,7 +16,7 @@ namespace {
 
 TEST(UsersTest, AConsolesUserIsTheOneOfALocalSession) {
   const TemporaryDirectory folder;
-  const std::string path = folder.file("utmp");  // takes the place of the system's records
+  const std::string path = folder.file("utmp");  // replaces the system's records
   ::utmpxname(path.c_str());
   const auto add = [&](const std::string& user, const std::string& line, const std::string& host,
                        pid_t process = ::getpid()) {
@@ -41,7 +41,7 @@ TEST(UsersTest, AConsolesUserIsTheOneOfALocalSession) {
   add("nobody's", ":2", "", 0);
   EXPECT_THAT(loggedOnUserNames(), ::testing::ElementsAre("eve", longName));
   struct stat console{};
-  if (::stat("/dev/console", &console) != 0 || console.st_uid == 0) {  // nobody is at the real one
+  if (::stat("/dev/console", &console) != 0 || console.st_uid == 0) {  // nobody uses the real one
     EXPECT_EQ(consoleUserName(), std::nullopt);
     add("alice", ":0", ":0");
     EXPECT_EQ(consoleUserName(), "alice");

@@ -24,7 +24,7 @@ class AnyEvents final : public JSONEvents {
   bool null() override { return true; }
 };
 
-TEST(ReadJSONTest, ASyntaxErrorSaysWhereAndWhat) {
+TEST(JSONReaderTest, ASyntaxErrorSaysWhereAndWhat) {
   using namespace std::string_view_literals;
   const std::string deep(513, '[');
   for (const auto& [text, problem] : std::vector<std::pair<std::string_view, const char*>>{
@@ -32,8 +32,10 @@ TEST(ReadJSONTest, ASyntaxErrorSaysWhereAndWhat) {
            {"{\n  1:2}", R"(line 2, column 3: expected a member name or "}", found "1")"},
            {R"({"a" "b"})",
             R"(line 1, column 6: expected ":" after the member name, found a string)"},
-           {R"({"a":1 , })", R"(line 1, column 8: expected no comma before "}", found a trailing comma)"},
-           {"[[1,\n]]", R"(line 1, column 4: expected no comma before "]", found a trailing comma)"},
+           {R"({"a":1 , })",
+            R"(line 1, column 8: expected no comma before "}", found a trailing comma)"},
+           {"[[1,\n]]",
+            R"(line 1, column 4: expected no comma before "]", found a trailing comma)"},
            {"[,]", R"(line 1, column 2: expected a value or "]", found ",")"},
            {R"({"a":})", R"(line 1, column 6: expected a value, found "}")"},
            {"{}\n// x", "line 2, column 1: expected JSON, which has no comments, found a comment"},
@@ -62,7 +64,7 @@ TEST(ReadJSONTest, ASyntaxErrorSaysWhereAndWhat) {
   }
 }
 
-TEST(ReadJSONTest, AHugeExponentDoesNoHarm) {
+TEST(JSONReaderTest, AHugeExponentDoesNoHarm) {
   AnyEvents events;
   const std::string text =
       R"({"1e99999999999\\":[-1.5E+99999999999,1e-0000000000,"\"1e99999999999"]})";

@@ -55,7 +55,7 @@ TEST_F(RawPlistManagerTest, AnEmptyFileIsNoDamageAndChangesOfAnotherWriterAreKep
 
 TEST_F(RawPlistManagerTest, AFullDiskThrowsAndLosesNothingAndADamagedFileIsKept) {
   const uid_t self = geteuid();
-  // A user who gets no second name for root's file: it is renamed. Only root can play another.
+  // A user who can't hard-link root's file: it is renamed. Only root can switch users.
   const uid_t other = self == 0 ? 65534 : self;
   std::filesystem::permissions(directory.path(), std::filesystem::perms::all);
   const auto former = std::signal(SIGXFSZ, SIG_IGN);
@@ -66,6 +66,7 @@ TEST_F(RawPlistManagerTest, AFullDiskThrowsAndLosesNothingAndADamagedFileIsKept)
   const std::string damaged = toXML(PropertyList::Array{"x"});
   directory.write("data.plist.damaged", "former");
   for (const auto& [bytes, user] : {std::pair(whole, self), {damaged, self}, {damaged, other}}) {
+    SCOPED_TRACE(bytes + " as user " + std::to_string(user));
     directory.write("data.plist", bytes);
     manager.updateValue(kRecord, "key");
     setrlimit(RLIMIT_FSIZE, &full);

@@ -31,16 +31,6 @@ using namespace std::chrono_literals;
 using ::testing::ElementsAre;
 using Value = std::optional<std::string>;
 
-TEST(LineBufferTest, TakesLinesApartAndLeavesNoneOfTheirBytes) {
-  LineBuffer buffer;
-  for (const char c : std::string_view("two\ntwo\n")) {
-    buffer.room().front() = c;
-    buffer.add(1);
-    EXPECT_EQ(buffer.nextLine().value_or("none yet"), c != '\n' ? "none yet" : "two");
-  }
-  EXPECT_THAT(buffer.room(), ::testing::Each('\0'));
-}
-
 std::string readLine(const platform::Descriptor& socket) {
   std::string line;
   char c = 0;
@@ -50,15 +40,15 @@ std::string readLine(const platform::Descriptor& socket) {
   return line;
 }
 
-class AgentServiceTest : public ::testing::Test {
+class AgentServiceConnectionTest : public ::testing::Test {
  protected:
-  AgentServiceTest() {
+  AgentServiceConnectionTest() {
     std::filesystem::create_directory(directory.file("run"));
     gv_globvars.setDirectories({.base = directory.path(), .data = {}, .logs = {}});
   }
-  ~AgentServiceTest() override { gv_globvars.setDirectories({}); }
+  ~AgentServiceConnectionTest() override { gv_globvars.setDirectories({}); }
 
-  /// Asks for `key`. A second reply would break the promise, with an exception that ends the test.
+  /// Requests `key`. A second reply would throw and end the test.
   static std::future<Value> ask(AgentServiceProtocol& service, const std::string& key) {
     auto promise = std::make_shared<std::promise<Value>>();
     service.fetchStatusMessageForKey(
@@ -77,7 +67,7 @@ class AgentServiceTest : public ::testing::Test {
   LogCapture log;
 };
 
-TEST_F(AgentServiceTest, OddAnswersGiveOneReplyAndHarmNothing) {
+TEST_F(AgentServiceConnectionTest, OddAnswersGiveOneReplyAndHarmNothing) {
   for (const auto& [bytes, expected] : std::vector<std::pair<std::string, Value>>{
            {R"({"id":1,"value":"sec)", "failed: the service closed the connection"},
            {"secret garbage\n", "failed: the service sent a line that is no reply"},
@@ -101,7 +91,7 @@ TEST_F(AgentServiceTest, OddAnswersGiveOneReplyAndHarmNothing) {
   EXPECT_FALSE(log.mentions("secret"));
 }
 
-TEST_F(AgentServiceTest, ValuesAndAbsenceAreGivenAlsoByAServiceThatCameBack) {
+TEST_F(AgentServiceConnectionTest, ValuesAndAbsenceAreGivenAlsoByAServiceThatCameBack) {
   const std::string odd = "p\"w\\\n\u00e9" + std::string(5000, '\x02');
   const auto answerKey = [](const std::string& key) {
     return key == "none" ? std::nullopt : Value(key);
@@ -129,7 +119,7 @@ TEST_F(AgentServiceTest, ValuesAndAbsenceAreGivenAlsoByAServiceThatCameBack) {
   EXPECT_EQ(answer(ask(*service, "later")), "failed: the service can't be reached");
 }
 
-TEST_F(AgentServiceTest, TheServerAnswersNoOtherUser) {
+TEST_F(AgentServiceConnectionTest, TheServerAnswersNoOtherUser) {
   if (geteuid() != 0) {
     GTEST_SKIP() << "only root can play another user";
   }
@@ -154,7 +144,7 @@ TEST_F(AgentServiceTest, TheServerAnswersNoOtherUser) {
   EXPECT_EQ(asked, 0);
 }
 
-TEST_F(AgentServiceTest, NoKeyIsSentToAnotherUsersProcessAndTheLogSaysWhy) {
+TEST_F(AgentServiceConnectionTest, NoKeyIsSentToAnotherUsersProcessAndTheLogSaysWhy) {
   constexpr uid_t kOtherUser = 65534;
   if (geteuid() != 0) {
     GTEST_SKIP() << "only root can play another user";
@@ -180,7 +170,7 @@ TEST_F(AgentServiceTest, NoKeyIsSentToAnotherUsersProcessAndTheLogSaysWhy) {
                                     "directory is not known.")));
 }
 
-TEST_F(AgentServiceTest, AnswersToManyRequestsAtOnceAreNotLost) {
+TEST_F(AgentServiceConnectionTest, AnswersToManyRequestsAtOnceAreNotLost) {
   const AgentServiceServer server(path, [](const std::string&) { return std::string(4000, 'v'); });
   AgentServiceConnection connection;
   const auto service = connection.getService();
@@ -200,7 +190,7 @@ TEST_F(AgentServiceTest, AnswersToManyRequestsAtOnceAreNotLost) {
   EXPECT_EQ(answers, kRequests);
 }
 
-TEST_F(AgentServiceTest, TheServerWaitsForNoClientAndLeavesNoSocket) {
+TEST_F(AgentServiceConnectionTest, TheServerWaitsForNoClientAndLeavesNoSocket) {
   auto server = std::make_unique<AgentServiceServer>(
       path, [](const std::string&) { return std::string(4000, 'v'); });
   std::string requests;

@@ -28,7 +28,7 @@ std::string actionsText(const std::optional<ActionMap>& actions) {
   return out;
 }
 
-/// What went wrong with `json`, after the file's name.
+/// The error for `json`, without the file name.
 std::string problemOf(std::string json) {
   try {
     (void)PatchActionGroup::decode(std::move(json), "actions.json");
@@ -118,6 +118,7 @@ TEST(PatchActionGroupTest, AWrongTypeIsNamedWithPlaceExpectedAndFound) {
            {patch + R"({"2005":"25"}}})", "PatchActions › 310872 › 2005: " + strings + "a string"},
            {patch + R"({"2005":["a",{}]}}})",
             "PatchActions › 310872 › 2005 › [1]: expected a string, found an object"}}) {
+    SCOPED_TRACE(json);
     EXPECT_EQ(problemOf(json), problem);
   }
 }

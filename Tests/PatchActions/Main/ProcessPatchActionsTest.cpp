@@ -11,7 +11,7 @@
 namespace vexlo {
 namespace {
 
-/// A processor over a decoded file, on the machine that the test runs on.
+/// A processor for a decoded file, on the machine that runs the test.
 class Processor final : public ProcessPatchActions {
  public:
   explicit Processor(const std::string& actions)

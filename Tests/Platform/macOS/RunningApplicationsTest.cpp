@@ -1,4 +1,5 @@
-// Running applications over stand-ins of the workspace's classes, on another Objective-C runtime.
+// Tests running applications with stand-ins for the workspace's classes, on another Objective-C
+// runtime.
 #include "Platform/RunningApplications.h"
 
 #include <gtest/gtest.h>

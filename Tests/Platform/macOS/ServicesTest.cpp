@@ -1,5 +1,5 @@
-// The conversions of Platform/macOS, run over stand-ins of the system's functions. Each test also
-// holds that every reference which a call got or made has been released.
+// Tests Platform/macOS with stand-ins for the system's functions. Each test also checks that all
+// references were released.
 #include <gtest/gtest.h>
 
 #include <array>
@@ -40,7 +40,7 @@ class MacOSTest : public ::testing::Test {
     machine = {};
     EXPECT_EQ(stand_in::objectsAlive(), before_) << "a reference was lost or kept";
   }
-  /// Keeps the object for as long as the test.
+  /// Keeps the object until the end of the test.
   CFTypeRef keep(CFTypeRef object) {
     kept_.emplace_back(object);
     return object;
@@ -157,7 +157,7 @@ TEST_F(MacOSTest, ARunLoopRunsForItsSourcesAlone) {
   signaller.join();
   std::shared_ptr<RunLoop::Source> last;
   last = loop.addSource([&, text = std::string("y")] {
-    last.reset();  // may end itself
+    last.reset();  // may destroy itself
     performed += text;
   });
   last->signal();
@@ -205,6 +205,7 @@ TEST_F(MacOSTest, RealsReadAndWriteAsTheStandardLibraryDoesElsewhere) {
            {-kInfinity, "-inf"},
            {1.7976931348623157e308, "1.7976931348623157e+308"},
            {9007199254740993, "9007199254740992"}}) {
+    SCOPED_TRACE(number);
     EXPECT_EQ(shortestText(number), expected);
   }
   EXPECT_EQ(decimalText(2.0 / 3, 2), "0.67");

@@ -30,7 +30,7 @@ PropertyList battery(std::int64_t current, std::int64_t maximum) {
 const PropertyList kTen = std::int64_t{10};
 const PropertyList kMains = source("AC Power", kTen, kTen);
 
-TEST(SystemPowerSourceTest, TheFirstSourceThatAnswersIsTaken) {
+TEST(PowerSourceResolverTest, TheFirstSourceThatAnswersIsTaken) {
   const LogCapture log;
   FakePowerSources provider;
   SystemPowerSource resolver(provider);
@@ -45,6 +45,7 @@ TEST(SystemPowerSourceTest, TheFirstSourceThatAnswersIsTaken) {
               AcPower{}},
              {{source("ac power", kTen, kTen)}, BatteryPower{100}},
              {{battery(kLargest, kLargest), battery(1, 2)}, BatteryPower{50}}}) {
+    SCOPED_TRACE(testing::PrintToString(expected));
     provider.sources = sources;
     EXPECT_EQ(resolver.currentPowerSource(), expected);
   }

@@ -28,7 +28,7 @@ class FakeMDMClient final : public MDMClientCommandExecutor {
   MDMClientOutput fetchAvailableOSUpdatesRaw() override { return answer; }
 };
 
-class SystemAvailableOSUpdatesTest : public ::testing::Test {
+class AvailableOSUpdatesResolverTest : public ::testing::Test {
  protected:
   std::optional<std::vector<AvailableOSUpdate>> updatesOf(const std::string& output,
                                                           std::int32_t exitCode = 0) {
@@ -40,7 +40,7 @@ class SystemAvailableOSUpdatesTest : public ::testing::Test {
   LogCapture log;
 };
 
-TEST_F(SystemAvailableOSUpdatesTest, ReadsTheReportThatTheToolPrints) {
+TEST_F(AvailableOSUpdatesResolverTest, ReadsTheReportThatTheToolPrints) {
   const std::string output = "Ignoring IA-based installer\n" + kHeader + R"((
         {
         Build = 25F71;
@@ -65,13 +65,13 @@ TEST_F(SystemAvailableOSUpdatesTest, ReadsTheReportThatTheToolPrints) {
                         LoggedBy(kFile, "parse(_:)"))));
 }
 
-TEST_F(SystemAvailableOSUpdatesTest, ReadsWhatStandsBetweenTheFirstTwoHeaders) {
+TEST_F(AvailableOSUpdatesResolverTest, ReadsWhatStandsBetweenTheFirstTwoHeaders) {
   EXPECT_THAT(updatesOf(kHeader + "({Version = 1;})" + kHeader + "({Version = 2;}) junk"),
               Optional(ElementsAre(Field(&AvailableOSUpdate::version, "1"))));
   EXPECT_THAT(updatesOf(kHeader + "(\n)\n"), Optional(IsEmpty()));
 }
 
-TEST_F(SystemAvailableOSUpdatesTest, AReportThatCantBeReadIsAnEmptyListWithAnErrorLine) {
+TEST_F(AvailableOSUpdatesResolverTest, AReportThatCantBeReadIsAnEmptyListWithAnErrorLine) {
   const std::string missing = "No available updates found or data conversion failed.";
   const std::string failed = "Deserialization error: ";
   for (const auto& [output, error] : std::vector<std::pair<std::string, std::string>>{
@@ -81,7 +81,8 @@ TEST_F(SystemAvailableOSUpdatesTest, AReportThatCantBeReadIsAnEmptyListWithAnErr
            {kHeader + "{Version = 1;}", failed + "expected an array of updates."},
            {kHeader + "({}, {Build = <25>;})", failed + "item 2: expected a text under \"Build\"."},
            {kHeader + std::string(100'000, '('), failed}}) {
-    EXPECT_THAT(updatesOf(output), Optional(IsEmpty())) << output;
+    SCOPED_TRACE(output);
+    EXPECT_THAT(updatesOf(output), Optional(IsEmpty()));
     EXPECT_THAT(log.records().back(), LoggedBy(kFile, "parse(_:)"));
     EXPECT_EQ(log.records().back().level, LogCore::LogLevel::error);
     EXPECT_THAT(log.records().back().message, StartsWith(error));

@@ -34,7 +34,7 @@ AvailableOSUpdate update(std::optional<std::string> version, std::optional<std::
 }
 
 /// The moment is 2024-06-15 12:30:00 in New York.
-class MacOSUpdateDeferralCheckerTest : public ::testing::Test {
+class DeferCheckTest : public ::testing::Test {
  protected:
   MacOSUpdateDeferral deferralAmong(std::optional<std::vector<AvailableOSUpdate>> updates) {
     resolver.updates = std::move(updates);
@@ -49,7 +49,7 @@ class MacOSUpdateDeferralCheckerTest : public ::testing::Test {
   MacOSUpdateDeferralChecker checker{resolver, [this] { return now; }};
 };
 
-TEST_F(MacOSUpdateDeferralCheckerTest, TheFirstUpdateThatHoldsAllConditionsDecides) {
+TEST_F(DeferCheckTest, TheFirstUpdateThatHoldsAllConditionsDecides) {
   const std::string future = "2099-01-01 00:00:00 +0000";
   const std::vector<AvailableOSUpdate> notDeferring = {
       update("14.5", "2024-06-15 23:59:59 +0000"),  // today
@@ -62,13 +62,14 @@ TEST_F(MacOSUpdateDeferralCheckerTest, TheFirstUpdateThatHoldsAllConditionsDecid
       update("14.5", " 2099-01-01"),
       update("14.5", "2099-02-30 00:00:00 +0000")};
   for (const AvailableOSUpdate& passedOver : notDeferring) {
-    EXPECT_EQ(deferralAmong({{passedOver}}), kNotDeferred) << passedOver;
+    SCOPED_TRACE(passedOver);
+    EXPECT_EQ(deferralAmong({{passedOver}}), kNotDeferred);
     EXPECT_EQ(deferralAmong({{passedOver, update("14.5", future, "M1")}}),
               deferredUntil("2099-Jan-01"));
   }
 }
 
-TEST_F(MacOSUpdateDeferralCheckerTest, ADeferralEndsWithTheFirstMomentOfItsDay) {
+TEST_F(DeferCheckTest, ADeferralEndsWithTheFirstMomentOfItsDay) {
   now = std::chrono::sys_days(2024y / 6 / 16) + 4h;
   EXPECT_EQ(deferralAmong({{update("14.5", "2024-06-16")}}), kNotDeferred);
 }

@@ -71,6 +71,7 @@ TEST(RunningAppPromptCustomizationProviderTest, OneMistypedSettingDiscardsAllFor
        Cases{{"forceDeploy", "true", ": expected a Boolean, found the text \"true\""},
              {"dailyPromptLimit", true, integer + "Boolean true"},
              {"subTitle", PropertyList::Dictionary{}, ": expected a text, found a dictionary"}}) {
+    SCOPED_TRACE(key);
     PropertyList::Dictionary settings = kAllSettings;
     settings.insert_or_assign(key, value);
     writeSettings(settings);
@@ -86,7 +87,7 @@ TEST(RunningAppPromptCustomizationProviderTest, OneMistypedSettingDiscardsAllFor
   }
 }
 
-TEST(RunningAppPromptCustomizationTest, ThePromptIsWaitedForALittleLongerThanItsCountdown) {
+TEST(RunningAppPromptCustomizationProviderTest, ThePromptIsWaitedForALittleLongerThanItsCountdown) {
   constexpr std::int64_t kLargest = std::numeric_limits<std::int64_t>::max();
   RunningAppPromptCustomization customization;
   EXPECT_EQ(promptTimeoutSeconds(std::nullopt), 930);

@@ -1,4 +1,4 @@
-// The decision whether to prompt, over the store of the counts that it rests on.
+// Tests the prompt decision with the store of its counts.
 #include "VexloPatchDeployment/Validators/RunningApplicationCheckRelated/RunningAppPromptEvaluator.h"
 
 #include <gmock/gmock.h>
@@ -88,10 +88,11 @@ TEST_F(RunningAppPromptEvaluatorTest, StoredCountsDecideAndAdvance) {
            {"both reached", 3, 3, counts(3, 3), skipped, counts(3, 3)},
            {"negative limit", 3, -1, counts(1, 9), left(2), counts(2, 10)},
            {"negative skips", -1, 9, counts(7, 8), left(0), counts(8, 9)}}) {
+    SCOPED_TRACE(name);
     customization.settings = {.numberOfSkipAttempts = skips, .dailyPromptLimit = limit};
     file.values["a"] = before;
-    EXPECT_EQ(evaluator.evaluate("a", "1"), expected) << name;
-    EXPECT_EQ(file.values.at("a"), PropertyList(after)) << name;
+    EXPECT_EQ(evaluator.evaluate("a", "1"), expected);
+    EXPECT_EQ(file.values.at("a"), PropertyList(after));
   }
 }
 

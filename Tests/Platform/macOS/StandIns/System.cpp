@@ -367,7 +367,7 @@ void CFDateFormatterSetProperty(CFDateFormatterRef formatter, CFStringRef key, C
   object.isInUTC =
       object.isInUTC || (key == kCFDateFormatterTimeZone && as<Zone>(value) != nullptr);
 }
-// The two patterns that are used, with the month's name of a language that isn't English.
+// Supports the two patterns in use, with a month name that isn't English.
 CFStringRef CFDateFormatterCreateStringWithAbsoluteTime(CFAllocatorRef /*allocator*/,
                                                         CFDateFormatterRef formatter,
                                                         CFAbsoluteTime moment) {
@@ -392,7 +392,7 @@ CFStringRef CFDateFormatterCreateStringWithAbsoluteTime(CFAllocatorRef /*allocat
 
 }  // extern "C"
 
-// Run loops: one a thread, with the sources of its default mode.
+// Run loops: one per thread, with the sources of its default mode.
 namespace {
 
 struct Source;
@@ -406,7 +406,7 @@ struct Source final : Object {
   ~Source() override { context.release(context.info); }
   CFRunLoopSourceContext context;
   bool isSignalled = false;
-  Loop* loop = nullptr;  // lives longer: whoever adds a source holds its loop
+  Loop* loop = nullptr;  // valid, since whoever adds a source retains its loop
 };
 std::mutex loopsMutex;
 std::condition_variable loopsWoken;

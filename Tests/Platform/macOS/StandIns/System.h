@@ -1,5 +1,5 @@
-// Stand-ins for what Platform/macOS calls of macOS: objects that count their references, and a
-// machine whose answers tests prepare.
+// Stand-ins for the parts of macOS that Platform/macOS uses: reference-counted objects, and a
+// machine whose state tests set.
 #pragma once
 #include <CoreFoundation/CoreFoundation.h>
 
@@ -14,7 +14,7 @@
 
 namespace stand_in {
 
-/// The base of every object. Born with one reference; the last release ends it.
+/// The base of all objects. Created with one reference and destroyed by the last release.
 class Object {
  public:
   Object();
@@ -24,20 +24,21 @@ class Object {
   int references = 1;
 };
 
-/// Has CFRetain and CFRelease count an object of another kind, born with one reference; `end` ends
-/// it.
+/// Makes CFRetain and CFRelease work for an object of another kind, created with one reference;
+/// `end` destroys it.
 void countReferences(CFTypeRef object, void (*end)(CFTypeRef object));
 
-/// Objects that have not ended. The same before and after a call: nothing was kept, nothing lost.
+/// The number of live objects, to detect leaks and excess releases.
 [[nodiscard]] int objectsAlive();
 
 /// The text, which is ASCII.
 [[nodiscard]] std::string bytesOf(const void* text);
 
-// Makers; the caller owns the result. Containers take their elements over, null included.
+// Factories; the caller owns the result. Containers take ownership of their elements, which may be
+// null.
 [[nodiscard]] CFTypeRef text(std::u16string_view units);
 [[nodiscard]] CFTypeRef integer(std::int64_t number);
-[[nodiscard]] CFTypeRef wideInteger();  ///< A number that 64 bits don't hold.
+[[nodiscard]] CFTypeRef wideInteger();  ///< A number beyond 64 bits.
 [[nodiscard]] CFTypeRef real(double number);
 [[nodiscard]] CFTypeRef flag(bool value);
 [[nodiscard]] CFTypeRef date(double secondsSince2001);
@@ -47,7 +48,7 @@ void countReferences(CFTypeRef object, void (*end)(CFTypeRef object));
 [[nodiscard]] CFTypeRef other();     ///< Of a type that no property list has.
 [[nodiscard]] CFTypeRef nameless();  ///< The same, without a description.
 
-/// An application that runs.
+/// A running application.
 struct Instance {
   std::optional<std::u16string> identifier;  ///< Of its bundle.
   std::optional<std::u16string> name;
@@ -57,7 +58,7 @@ struct Instance {
   bool canBeKilled = true;
 };
 
-/// What the machine answers. A null answer is given as null. Tests own the objects.
+/// The machine's state. Objects, which may be null, are owned by the test.
 struct Machine {
   CFTypeRef powerInformation = nullptr;
   CFTypeRef powerSources = nullptr;
@@ -65,14 +66,14 @@ struct Machine {
   CFTypeRef consoleUser = nullptr;
   CFTypeRef languages = nullptr;
   CFTypeRef capacity = nullptr;
-  std::optional<std::u16string> capacityError;  ///< An error without a text when empty.
-  std::string volume;                           ///< The path that was asked for.
+  std::optional<std::u16string> capacityError;  ///< If empty, the error has no message.
+  std::string volume;                           ///< The requested path.
   bool volumeIsDirectory = false;
   std::map<std::string, std::string> kernel;  ///< Answers by name, as bytes.
-  bool formats = true;                        ///< False: no date formatter can be made.
+  bool formats = true;                        ///< If false, creating a date formatter fails.
   int yearsAhead = 0;                         ///< Of the user's calendar.
   std::vector<Instance> applications;
-  std::string identifier;  ///< Of the bundle whose applications were asked for.
+  std::string identifier;  ///< The requested bundle identifier.
 };
 extern Machine machine;
 

@@ -1,5 +1,4 @@
-// Stand-ins for the classes that Platform/macOS sends messages to, for the Objective-C runtime of
-// Linux. Their objects are counted with the others.
+// Stand-ins for the classes that Platform/macOS uses, for Linux's Objective-C runtime.
 #import <AppKit/AppKit.h>
 #import <objc/runtime.h>
 
@@ -11,7 +10,7 @@ namespace {
 
 std::vector<std::vector<CFTypeRef>> pools;  // of what an end of a pool releases
 
-/// Leaves the object to the innermost pool.
+/// Adds the object to the innermost pool.
 id left(CFTypeRef object) {
   if (object != nullptr) {
     pools.back().push_back(object);  // none is an error of the caller's, who ends here
@@ -51,7 +50,7 @@ CFTypeRef textOrNull(const std::optional<std::u16string>& text) {
 }
 @end
 
-// What @autoreleasepool becomes on this runtime. Not counted: it is the runtime's own.
+// The implementation of @autoreleasepool on this runtime. Not counted.
 @interface NSAutoreleasePool : NSObject
 - (void)drain;
 @end
@@ -74,7 +73,7 @@ CFTypeRef textOrNull(const std::optional<std::u16string>& text) {
 }
 @end
 
-// This runtime has a class's variables in its interface, so that the stand-ins are subclasses.
+// On this runtime a class's interface declares its variables, so the stand-ins are subclasses.
 @interface InstanceAddress : NSURL {
  @public
   const stand_in::Instance* instance;

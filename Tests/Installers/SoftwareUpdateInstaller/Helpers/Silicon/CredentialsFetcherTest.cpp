@@ -21,7 +21,7 @@ namespace {
 using namespace std::chrono_literals;  // NOLINT(google-build-using-namespace)
 using ::testing::ElementsAre;
 
-/// Hands every request to the test, which replies when and where it likes.
+/// Passes requests to the test, which replies at any time on any thread.
 class FakeAgentService final : public vxutils::AgentServiceProtocol {
  public:
   std::function<void(const std::string& key, Reply reply)> onRequest;
@@ -61,17 +61,17 @@ TEST_F(CredentialsFetcherTest, AnAnswerAfterTheTimeoutMeetsNobody) {
   connection.join();
 }
 
-/// The bytes of a short text lie in the object itself, so that they can be looked at afterwards.
+/// A short string's bytes are in the object itself, so that they can be checked afterwards.
 TEST_F(CredentialsFetcherTest, LeaveNoPasswordWhereTheyWere) {
   alignas(Credentials) std::array<char, sizeof(Credentials)> memory{};
   const auto holdsPassword = [&] {
-    // Read as the compiler can't foresee: the object's own life has ended.
+    // volatile, because the object's lifetime has ended.
     const volatile char* const bytes = memory.data();
     std::string seen;
     for (std::size_t i = 0; i < memory.size(); ++i) {
       seen += bytes[i];
     }
-    return seen.contains("ret-pass");  // an end of it, too
+    return seen.contains("ret-pass");  // also finds parts of the password
   };
   auto* const credentials = new (memory.data()) Credentials("alice", "secret-pass");
   ASSERT_TRUE(holdsPassword());

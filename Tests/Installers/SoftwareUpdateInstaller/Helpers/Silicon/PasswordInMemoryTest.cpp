@@ -21,14 +21,13 @@
 namespace vexlo {
 namespace {
 
-/// The byte of the password at a place, told apart from any text of this program: the test itself
-/// never holds two of them in a row.
+/// The password's byte at an index. Computed, so that the test itself never stores two of them in a
+/// row.
 char passwordByte(std::size_t place) { return static_cast<char>('!' + (place * 37 + 11) % 90); }
 
-/// How many pieces of the password, of six bytes or more, the writable memory of this process
-/// holds.
+/// How many parts of the password, of six bytes or more, are in this process's writable memory.
 int passwordsInMemory(std::size_t length) {
-  std::array<std::size_t, 256> placeOf{};  // counted from 1; 0 for a byte that isn't in it
+  std::array<std::size_t, 256> placeOf{};  // counted from 1; 0 for a byte that isn't part of it
   for (std::size_t place = 0; place < length; ++place) {
     placeOf.at(static_cast<unsigned char>(passwordByte(place))) = place + 1;
   }
@@ -57,7 +56,7 @@ int passwordsInMemory(std::size_t length) {
       last = place;
       found += run == 6 ? 1 : 0;
     }
-    page.fill(0);  // what it held is not to be found in the next region
+    page.fill(0);  // so that its content isn't found in the next region
   }
   ::close(memory);
   return found;
@@ -77,7 +76,7 @@ TEST(PasswordInMemoryTest, NothingOfItIsLeftAfterTheInstallersAreGone) {
   GTEST_SKIP() << "a sanitizer's shadow memory is far too large to search";
 #endif
   const TemporaryDirectory& root = testAgentDirectories();
-  // Building a message would overwrite what lies on a stack.
+  // Building messages would overwrite remains on the stack.
   LogCore::setLogSink(std::make_shared<LogCore::NullSink>());
   std::filesystem::create_directories(root.file("base/run"));
   const std::string tool = root.write("I.app/Contents/Resources/startosinstall",
@@ -106,7 +105,8 @@ TEST(PasswordInMemoryTest, NothingOfItIsLeftAfterTheInstallersAreGone) {
           EXPECT_GT(passwordsInMemory(length), 0) << "the search finds nothing at all";
         }
       }
-      // The connection and its thread live on; a thread that ends loses its stack anyway.
+      // Checked while the connection's thread is still running, since an ended thread's stack is
+      // unmapped.
       EXPECT_EQ(passwordsInMemory(length), 0) << length << " bytes";
     }
     EXPECT_EQ(root.read("length"), std::to_string(length) + "\n");
