@@ -8,11 +8,14 @@
 #include <string>
 #include <string_view>
 
+#include "AgentLibraries/LogCore/Text.h"
 #include "AgentTool/ActionReference.h"
+#include "AgentTool/Finding.h"
 #include "Tests/AgentTool/AgentToolFixture.h"
 #include "VexloPatchDeployment/Common/KnownActions.h"
 #include "VexloPatchDeployment/Common/PatchActionResult.h"
 
+using LogCore::text;
 using testing::AllOf;
 using testing::Contains;
 using testing::HasSubstr;
@@ -58,6 +61,15 @@ TEST_F(ActionReferenceTest, TheExampleOfThePageIsInOrderAndPlannedAsThePageSays)
   EXPECT_EQ(shell(commands).output, session.str());
 }
 
+TEST_F(ActionReferenceTest, ThePageNamesEveryKindOfFinding) {
+  const std::string page = document("ACTION-FILE.md");
+  for (std::uint8_t kind = 0;
+       kind <= std::to_underlying(agent_tool::FindingKind::restartBeforeAction); ++kind) {
+    EXPECT_THAT(page,
+                HasSubstr(text("| `", name(static_cast<agent_tool::FindingKind>(kind)), "` | ")));
+  }
+}
+
 TEST_F(ActionReferenceTest, EveryResultInTheTableIsOneThatTheLibraryCanGive) {
   std::set<std::string> results{
       "success", "success(gotUserAcknowledgementForPatchingRunningApplications)",
@@ -81,13 +93,13 @@ TEST_F(ActionReferenceTest, ThePageOfTheAgentsFilesNamesEveryKeyThatTheLibraryRe
         "Validators/RunningApplicationCheckRelated/RunningAppPromptCustomizationProvider.cpp",
         "PatchActions/Helpers/MDMPatchingStatusChecker.cpp",
         "PatchActions/Helpers/MacOSUpdateDeferralEligibilityChecker.cpp"}) {
-    const std::string text = document(std::string("../VexloPatchDeployment/") + source);
+    const std::string code = document(std::string("../VexloPatchDeployment/") + source);
     std::size_t count = 0;
     for (const std::string_view before :
          {"isOn(plistManager_, \"", "fetchValue(\"", "Setting{\""}) {
-      for (std::size_t at = 0; (at = text.find(before, at)) != std::string::npos; ++count) {
+      for (std::size_t at = 0; (at = code.find(before, at)) != std::string::npos; ++count) {
         at += before.size();
-        EXPECT_THAT(page, HasSubstr('`' + text.substr(at, text.find('"', at) - at) + '`'));
+        EXPECT_THAT(page, HasSubstr('`' + code.substr(at, code.find('"', at) - at) + '`'));
       }
     }
     EXPECT_GT(count, 0U) << source;
