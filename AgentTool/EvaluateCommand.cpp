@@ -80,15 +80,15 @@ std::string factsLine(const std::string& file) {
 }
 
 /// Throws `DecodingError`.
-std::vector<EvaluatedAction> evaluateRecord(const EvaluateRequest& request, ActionFile file,
+std::vector<EvaluatedAction> evaluateRecord(const std::string& factsFile,
+                                            const EvaluateRequest& request, ActionFile file,
                                             const std::vector<ActionDetail>& actions) {
-  const std::string line = factsLine(*request.factsFile);
+  const std::string line = factsLine(factsFile);
   FactsReader reader;
   const auto record = reader.read(line);
   if (!record) {
     const FileCodec::DecodingError& error = record.error();
-    throw FileCodec::DecodingError(*request.factsFile, error.place(), error.expected(),
-                                   error.found());
+    throw FileCodec::DecodingError(factsFile, error.place(), error.expected(), error.found());
   }
   Intentions intentions;
   RecordedSources recorded(intentions);
@@ -218,8 +218,9 @@ ExitStatus evaluate(const EvaluateRequest& request, Console& console) {
   const std::vector<ActionDetail> actions = provider.actionDetails();
   std::vector<EvaluatedAction> evaluated;
   try {
-    evaluated = request.factsFile ? evaluateRecord(request, file->group, actions)
-                                  : evaluateThisMachine(request, file->group, actions);
+    evaluated = request.factsFile
+                    ? evaluateRecord(*request.factsFile, request, file->group, actions)
+                    : evaluateThisMachine(request, file->group, actions);
   } catch (const FileCodec::DecodingError& error) {
     console.complain(printable(error.what()));
     return ExitStatus::unusableFile;

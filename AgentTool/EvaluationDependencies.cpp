@@ -32,10 +32,10 @@ vexlo::CommandResult NotedCommands::run(const std::string& command,
 
 std::optional<Credentials> MaskedCredentials::credentials() {
   if (stored_ == nullptr) {
-    return Credentials(kUserPlaceholder, kPasswordPlaceholder);
+    return Credentials::placeholder(kUserPlaceholder, kPasswordPlaceholder);
   }
   const std::optional<Credentials> stored = stored_->credentials();
-  return stored ? std::optional(Credentials(stored->userName, kPasswordPlaceholder)) : std::nullopt;
+  return stored ? std::optional(Credentials::placeholder(stored->userName, kPasswordPlaceholder)) : std::nullopt;
 }
 
 EvaluationInstallerDependencies::EvaluationInstallerDependencies(EvaluationSources& sources,

@@ -85,7 +85,7 @@ class EvaluationInstallerDependencies final : public vexlo::SoftwareUpdateInstal
   [[nodiscard]] vexlo::CredentialsFetcher* userCredentials() override;
   [[nodiscard]] vexlo::CommandExecutor& executor() override { return commands_; }
   [[nodiscard]] vexlo::SoftwareUpdateOutputAnalyser& outputValidator() override {
-    return outputValidator_;
+    return nothingToJudge_;
   }
   [[nodiscard]] vexlo::SoftwareUpdateLabelProvider& labelProvider() override {
     return labelProvider_;
@@ -99,6 +99,13 @@ class EvaluationInstallerDependencies final : public vexlo::SoftwareUpdateInstal
   }
 
  private:
+  /// Of commands that don't run.
+  struct NothingToJudge final : vexlo::SoftwareUpdateOutputAnalyser {
+    [[nodiscard]] std::optional<vexlo::PatchActionResult> validate(
+        std::string_view /*output*/) override {
+      return std::nullopt;
+    }
+  };
   struct Silence final : vexlo::SoftwareUpdateNotifier {
     void notifyUpdatesInProgress() override {}
   };
@@ -107,7 +114,7 @@ class EvaluationInstallerDependencies final : public vexlo::SoftwareUpdateInstal
   MaskedCredentials credentials_;
   NotedCommands commands_;
   UnaskedApple unaskedApple_;
-  vexlo::DefaultSoftwareUpdateOutputAnalyser outputValidator_;
+  NothingToJudge nothingToJudge_;
   vexlo::DefaultSoftwareUpdateLabel labelProvider_{unaskedApple_};  // only asked for a retry
   Silence notifier_;
 };

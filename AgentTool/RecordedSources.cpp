@@ -106,10 +106,11 @@ RecordedSources::Applications::runningApplications(const std::string& bundleIden
 }
 
 vexlo::SoftwareUpdateList RecordedSources::Apple::fetchSoftwareUpdates() {
-  if (!record().softwareUpdateReachable) {
+  const std::optional<bool> isReachable = record().softwareUpdateReachable;
+  if (!isReachable) {
     return unasked_.fetchSoftwareUpdates();
   }
-  if (*record().softwareUpdateReachable) {
+  if (*isReachable) {
     return {.exitCode = 0, .output = {}};
   }
   return {.exitCode = record().softwareUpdateStatus.value_or(kUnreachableStatus),

@@ -31,14 +31,23 @@ class ConnectedCredentials final : public CredentialsFetcher {
 }  // namespace
 
 Credentials::Credentials(std::string name, std::string secret)
-    : userName(std::move(name)), password(std::move(secret)) {
+    : userName(std::move(name)), password(std::move(secret)), noCoreFile_(std::in_place) {
   platform::wipe(secret);  // moving a short string leaves its bytes behind
   platform::keepFromSwap(password);
 }
 
+Credentials Credentials::placeholder(std::string name, std::string text) {
+  Credentials credentials;
+  credentials.userName = std::move(name);
+  credentials.password = std::move(text);
+  return credentials;
+}
+
 Credentials::Credentials(const Credentials& other)
-    : userName(other.userName), password(other.password) {
-  platform::keepFromSwap(password);
+    : userName(other.userName), password(other.password), noCoreFile_(other.noCoreFile_) {
+  if (noCoreFile_) {
+    platform::keepFromSwap(password);
+  }
 }
 
 Credentials& Credentials::operator=(const Credentials& other) { return *this = Credentials(other); }
@@ -48,6 +57,7 @@ Credentials& Credentials::operator=(Credentials&& other) noexcept {
     platform::wipe(password);
     userName = std::move(other.userName);
     password = std::move(other.password);
+    noCoreFile_ = other.noCoreFile_;
   }
   return *this;
 }

@@ -19,6 +19,9 @@ struct Credentials {
   std::string password;
 
   Credentials(std::string name, std::string secret);
+  /// Stands in for an account where nothing is run: `text` is shown in the place of its password,
+  /// and isn't protected.
+  [[nodiscard]] static Credentials placeholder(std::string name, std::string text);
   Credentials(const Credentials& other);
   Credentials(Credentials&&) noexcept = default;
   Credentials& operator=(const Credentials& other);
@@ -28,7 +31,9 @@ struct Credentials {
   friend bool operator==(const Credentials&, const Credentials&) = default;
 
  private:
-  platform::NoCoreFile noCoreFile_;
+  Credentials() = default;
+
+  std::optional<platform::NoCoreFile> noCoreFile_;  ///< Absent for a placeholder.
 };
 
 /// Tests and recorded facts replace it.

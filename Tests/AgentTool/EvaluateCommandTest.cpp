@@ -1,0 +1,64 @@
+#include <gmock/gmock.h>
+
+#include <string>
+
+#include "Tests/AgentTool/AgentToolFixture.h"
+
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+namespace {
+
+constexpr const char* kFacts =
+    R"({"version":1,"appleSilicon":false,"macOSMajorVersion":14,"consoleUser":"alice",)"
+    R"("powerSource":{"kind":"battery","percentage":12}})";
+
+class EvaluateCommandTest : public AgentToolTest {
+ protected:
+  EvaluateCommandTest() { writeActions(R"({"PatchActions":{"1":{"2002":["30"],"2003":[]}}})"); }
+};
+
+TEST_F(EvaluateCommandTest, ShowsAnswersAndMeasuredValues) {
+  root.write("facts.json", kFacts);
+  const ToolRun table = shell("vexlo-patch evaluate $patch --facts facts.json");
+  EXPECT_EQ(table.errors, "");
+  EXPECT_EQ(table.status, 75);
+  EXPECT_EQ(
+      table.output,
+      "CODE  ACTION                       ANSWER      WHY\n"
+      "2002  intelBatteryPercentageCheck  applyLater  inSufficientBattery; battery 12 %, 30 % "
+      "needed\n"
+      "2003  userLoggedInCheck            success     alice at the console\n");
+  EXPECT_EQ(shell("vexlo-patch evaluate $patch --facts - --json < facts.json").output,
+            R"({"patch":{"patchID":"1","productID":"2","servicePackID":"3"},"notInFile":[],)"
+            R"("exempt":false,"actions":[{"name":"intelBatteryPercentageCheck","code":"2002",)"
+            R"("arguments":["30"],"answer":"applyLater","description":"inSufficientBattery",)"
+            R"("why":"battery 12 %, 30 % needed","measured":[{"kind":"battery",)"
+            R"("source":"battery","percentage":12,"neededPercentage":30}],"next":"",)"
+            R"("applications":[],"postponementsLeft":null,"commands":[]},)"
+            R"({"name":"userLoggedInCheck","code":"2003","arguments":[],"answer":"success",)"
+            R"("description":null,"why":"alice at the console","measured":[)"
+            R"({"kind":"consoleUser","user":"alice"}],"next":"","applications":[],)"
+            R"("postponementsLeft":null,"commands":[]}]})"
+            "\n");
+}
+
+TEST_F(EvaluateCommandTest, FactsThatCantBeUsedSayWhy) {
+  root.write("two.json", std::string(kFacts) + "\n" + kFacts + "\n");
+  root.write("wrong.json", R"({"version":1,"appleSilicon":"yes"})");
+  for (const auto& [file, message] :
+       {std::pair("two.json", "two.json: expected one line, found more"),
+        {"wrong.json", "wrong.json: appleSilicon: expected true or false, found \"yes\""},
+        {"none.json", "none.json: "}}) {
+    const ToolRun run = shell(std::string("vexlo-patch evaluate $patch --facts ") + file);
+    EXPECT_EQ(run.status, 65) << file;
+    EXPECT_EQ(run.output, "");
+    EXPECT_THAT(run.errors, StartsWith(std::string("vexlo-patch: ") + message));
+  }
+  const ToolRun run = shell("vexlo-patch evaluate $patch --facts two.json --ask-apple");
+  EXPECT_EQ(run.status, 64);
+  EXPECT_THAT(run.errors, AllOf(HasSubstr("--facts"), HasSubstr("--ask-apple")));
+}
+
+}  // namespace
