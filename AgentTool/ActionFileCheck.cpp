@@ -29,28 +29,28 @@ using vexlo::ActionDocumentation;
 using vexlo::ActionID;
 using vexlo::ArgumentKind;
 using vexlo::KnownAction;
-using Type = JSONDocument::Type;
+using ValueType = JSONDocument::Type;
 using Value = JSONDocument::Value;
 
 constexpr std::string_view kProducts = "ProductServicePackActions";
 constexpr std::string_view kPatches = "PatchActions";
 constexpr std::string_view kExclusions = "ExclusionPatchIDs";
 constexpr std::string_view kSchema = "$schema";  // for editors
-constexpr std::array kMembers{kProducts, kPatches, kExclusions};
+constexpr std::array kRootMembers{kProducts, kPatches, kExclusions};
 
-std::string_view typeName(Type type) {
+std::string_view typeName(ValueType type) {
   switch (type) {
-    case Type::object:
+    case ValueType::object:
       return "an object";
-    case Type::array:
+    case ValueType::array:
       return "an array";
-    case Type::string:
+    case ValueType::string:
       return "a string";
-    case Type::number:
+    case ValueType::number:
       return "a number";
-    case Type::boolean:
+    case ValueType::boolean:
       return "a Boolean";
-    case Type::null:
+    case ValueType::null:
       return "null";
   }
   std::unreachable();
@@ -78,11 +78,11 @@ std::string_view meantCode(std::string_view code) {
 }
 
 /// A step from a value to one inside it: to a member, or to an element of an array.
-struct Step {
+struct PathStep {
   std::string_view name;
   std::optional<std::size_t> index;
 };
-using Path = std::vector<Step>;
+using Path = std::vector<PathStep>;
 
 /// "PatchActions › 310872 › 2005 › [0]"
 std::string placeOf(const Path& path) {
@@ -114,7 +114,7 @@ std::string pointerOf(const Path& path) {
 }
 
 /// A member of an object. It counts unless a later one, or a later one around it, has its name.
-struct Member {
+struct DocumentMember {
   const Value& value;
   bool counts;
 };
@@ -131,7 +131,7 @@ class FileCheck {
     if (!isObject(root)) {
       return;
     }
-    const std::vector<Member> members = membersOf(root, true);
+    const std::vector<DocumentMember> members = membersOf(root, true);
     collectPatches(members);
     for (const auto& [value, counts] : members) {
       path_.push_back({value.name, {}});
@@ -169,39 +169,39 @@ class FileCheck {
   }
 
   bool isObject(const Value& value) {
-    return value.type == Type::object || mismatch(value, "an object");
+    return value.type == ValueType::object || mismatch(value, "an object");
   }
 
   /// What was probably meant by the value in the place reached; empty when that isn't clear.
   [[nodiscard]] std::string hintFor(const Value& value, std::string_view expected) const {
-    if (value.type == Type::number && expected == "a string") {
+    if (value.type == ValueType::number && expected == "a string") {
       return R"(strings are in double quotes, numbers too: "30", not 30)";
     }
-    if (value.type == Type::string && expected == "an array of strings") {
+    if (value.type == ValueType::string && expected == "an array of strings") {
       return R"(an action's arguments are in an array: ["30"], not "30")";
     }
-    if (value.type == Type::array && wordNear(value.name, kMembers) == kExclusions) {
+    if (value.type == ValueType::array && wordNear(value.name, kRootMembers) == kExclusions) {
       return path_.size() == 2 && path_.front().name == kProducts
                  ? text("did you mean \"", kExclusions, "\"? Upper and lower case count")
                  : text('"', kExclusions, "\" belongs in \"", kProducts, '"');
     }
-    if (value.type == Type::array && path_.size() == 3 &&
+    if (value.type == ValueType::array && path_.size() == 3 &&
         vexlo::findKnownAction(value.name) != nullptr) {
       return "a product's actions are those of its service packs";
     }
-    if (value.type == Type::object && path_.size() == 3 && path_.front().name == kPatches) {
+    if (value.type == ValueType::object && path_.size() == 3 && path_.front().name == kPatches) {
       return text("products with service packs belong in \"", kProducts, '"');
     }
     return {};
   }
 
-  std::vector<Member> membersOf(const Value& object, bool counts) {
+  std::vector<DocumentMember> membersOf(const Value& object, bool counts) {
     const std::vector<const Value*> children = document_.children(object);
     std::unordered_map<std::string_view, std::size_t> left;  // how often a name is still to come
     for (const Value* child : children) {
       ++left[child->name];
     }
-    std::vector<Member> members;
+    std::vector<DocumentMember> members;
     members.reserve(children.size());
     std::unordered_set<std::string_view> seen;
     for (const Value* child : children) {
@@ -219,9 +219,9 @@ class FileCheck {
     return members;
   }
 
-  void collectPatches(const std::vector<Member>& members) {
+  void collectPatches(const std::vector<DocumentMember>& members) {
     for (const auto& [value, counts] : members) {
-      if (counts && value.name == kPatches && value.type == Type::object) {
+      if (counts && value.name == kPatches && value.type == ValueType::object) {
         for (const Value* patch : document_.children(value)) {
           patches_[patch->name] = patch;
         }
@@ -230,7 +230,7 @@ class FileCheck {
   }
 
   void reportIgnored(const Value& value) {
-    const std::string_view meant = wordNear(value.name, kMembers);
+    const std::string_view meant = wordNear(value.name, kRootMembers);
     report(FindingKind::ignoredMember, value.nameOffset,
            "is not read" + (meant.empty() ? std::string()
                             : meant == kExclusions
@@ -238,11 +238,11 @@ class FileCheck {
                                 : text("; did you mean ", inQuotes(meant), '?')));
   }
 
-  void reportNoActions(const Value& root, const std::vector<Member>& members) {
+  void reportNoActions(const Value& root, const std::vector<DocumentMember>& members) {
     const Value* null = nullptr;
     for (const auto& [value, counts] : members) {
       if (counts && isKnownMember(value.name)) {
-        if (value.type != Type::null) {
+        if (value.type != ValueType::null) {
           return;
         }
         null = &value;
@@ -261,10 +261,10 @@ class FileCheck {
   }
 
   void lookAtKnownMember(const Value& value, bool counts) {
-    if (value.type == Type::null) {
+    if (value.type == ValueType::null) {
       return;
     }
-    if (value.type != Type::object) {
+    if (value.type != ValueType::object) {
       mismatch(value, "an object or null");
       return;
     }
@@ -284,14 +284,14 @@ class FileCheck {
 
   /// Whether the value is an array of nothing but strings.
   bool isArrayOfStrings(const Value& value) {
-    if (value.type != Type::array) {
+    if (value.type != ValueType::array) {
       return mismatch(value, "an array of strings");
     }
     bool allAre = true;
     std::size_t index = 0;
     for (const Value* element : document_.children(value)) {
       path_.push_back({{}, index++});
-      allAre = (element->type == Type::string || mismatch(*element, "a string")) && allAre;
+      allAre = (element->type == ValueType::string || mismatch(*element, "a string")) && allAre;
       path_.pop_back();
     }
     return allAre;
@@ -313,7 +313,7 @@ class FileCheck {
         lookAtID(patchID, element->offset);
         const auto own = patches_.find(patchID);
         if (own == patches_.end() ||
-            (own->second->type == Type::object && document_.children(*own->second).empty())) {
+            (own->second->type == ValueType::object && document_.children(*own->second).empty())) {
           report(FindingKind::exemptWithoutActions, element->offset,
                  text("patch ", inQuotes(patchID),
                       " is exempt from the product's actions and has none of its own: nothing is "
@@ -342,7 +342,7 @@ class FileCheck {
       return;
     }
     lookAtID(value.name, value.nameOffset);
-    const std::string_view meant = wordNear(value.name, kMembers);
+    const std::string_view meant = wordNear(value.name, kRootMembers);
     if (meant.empty()) {
       return;
     }

@@ -303,7 +303,7 @@ class Reader {
   }
 
   void readUpdates(bool asksApple) {
-    constexpr const char* kNotAsked = "not asked";
+    constexpr const char* kNobodyAsked = "not asked";
     if (asksApple) {
       vexlo::SoftwareUpdateList list = vexlo::SystemSoftwareUpdateLister().fetchSoftwareUpdates();
       facts_.softwareUpdateStatus = list.exitCode;
@@ -318,10 +318,10 @@ class Reader {
       });
     } else {
       noteUnless(false, "availableOSUpdates",
-                 asksApple ? "Apple's software update service can't be reached" : kNotAsked);
+                 asksApple ? "Apple's software update service can't be reached" : kNobodyAsked);
     }
-    noteUnless(facts_.softwareUpdateReachable.has_value(), "softwareUpdateReachable", kNotAsked);
-    noteUnless(facts_.softwareUpdateStatus.has_value(), "softwareUpdateStatus", kNotAsked);
+    noteUnless(facts_.softwareUpdateReachable.has_value(), "softwareUpdateReachable", kNobodyAsked);
+    noteUnless(facts_.softwareUpdateStatus.has_value(), "softwareUpdateStatus", kNobodyAsked);
   }
 
   Facts facts_;

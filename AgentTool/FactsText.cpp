@@ -24,7 +24,7 @@ using LogCore::text;
 using platform::PropertyList;
 using vexlo::Overloaded;
 
-constexpr int kVersion = 1;  // of the JSON form
+constexpr int kFactsVersion = 1;  // of the JSON form
 
 // JSON
 
@@ -281,7 +281,7 @@ std::string factsAsJSON(const Facts& facts) {
           .done();
   const auto number = [](std::int64_t value) { return text(value); };
   return JSONObject()
-             .addJSON("version", text(kVersion))
+             .addJSON("version", text(kFactsVersion))
              .addString("time", moment(facts.time))
              .addJSON("utcOffset", text(facts.offsetFromUTC.count()))
              .addString("promptDay", facts.promptDay)

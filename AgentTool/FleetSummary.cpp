@@ -14,7 +14,7 @@ namespace {
 using FileCodec::DecodingError;
 using LogCore::text;
 
-constexpr std::int64_t kVersion = 1;  // of the JSON form
+constexpr std::int64_t kSummaryVersion = 1;  // of the JSON form
 constexpr std::int64_t kHighestMajorVersion = 99;
 constexpr const char* kAppleSilicon = "apple-silicon";
 constexpr const char* kIntel = "intel";
@@ -200,8 +200,8 @@ FleetSummary takeSummary(const JSONValue& line) {
   };
   const auto placeOf = [](std::string_view name) { return JSONPlace{.member = name}; };
   const JSONValue& version = member("fleetSummary");
-  if (version.integer() != kVersion) {
-    reject(version, placeOf("fleetSummary"), text("the version ", kVersion));
+  if (version.integer() != kSummaryVersion) {
+    reject(version, placeOf("fleetSummary"), text("the version ", kSummaryVersion));
   }
   const JSONValue& question = member("patch");
   FleetSummary summary =
@@ -280,7 +280,7 @@ std::string asJSON(const FleetSummary& summary) {
                         .done());
   }
   return JSONObject()
-             .addJSON("fleetSummary", text(kVersion))
+             .addJSON("fleetSummary", text(kSummaryVersion))
              .addJSON("patch", summary.question() ? questionAsJSON(*summary.question()) : "null")
              .addJSON("machines", text(summary.machines()))
              .addJSON("badLines", text(summary.badLines()))
