@@ -12,9 +12,8 @@
 #include <vector>
 
 #include "AgentTool/ActionReference.h"
+#include "AgentTool/BuildVersion.h"
 #include "AgentTool/PrintableText.h"
-#include "Platform/RealNumbers.h"
-#include "VexloPatchDeployment/Common/Version.h"
 
 namespace agent_tool {
 namespace {
@@ -23,7 +22,8 @@ constexpr const char* kProgram = "vexlo-patch";
 constexpr const char* kAgentRootVariable = "VEXLO_AGENT_ROOT";
 
 std::string versionText() {
-  return "VexloPatchDeployment " + platform::decimalText(VexloPatchDeploymentVersionNumber, 1);
+  return "VexloPatchDeployment " + std::string(kFullVersion) + " (commit " + std::string(kCommit) +
+         ")";
 }
 
 /// The options as given on the command line.
@@ -208,6 +208,20 @@ void addCommands(CLI::App& app, Written& written) {
                   "of all actions: text, Markdown, or the JSON Schema of the action file")
       ->type_name("text|markdown|schema")
       ->check(CLI::IsMember({"text", "markdown", "schema"}).description(""));
+}
+
+constexpr const char* kDescription =
+    "Plans, runs and checks the actions of a patch, as the agent would.";
+
+void define(CLI::App& app, Written& written) {
+  app.set_help_flag("-h,--help", "shows this help");
+  app.set_version_flag("--version", versionText(), "shows the library's version and commit");
+  app.require_subcommand(1);
+  app.get_formatter()->label("SUBCOMMAND", "COMMAND");
+  app.get_formatter()->label("Subcommands", "Commands");
+  app.get_formatter()->label("REQUIRED", "(required)");
+  app.get_formatter()->label("Excludes", "(not with)");
+  addCommands(app, written);
 }
 
 /// The help of the program or of one command, without the formatter's double empty lines.
@@ -426,19 +440,19 @@ std::expected<Request, NoRequest> request(const CLI::App& app, Written& written)
 
 }  // namespace
 
+void withDefinition(const std::function<void(const CLI::App&)>& read) {
+  CLI::App app(kDescription, kProgram);
+  Written written;
+  define(app, written);
+  read(app);
+}
+
 std::expected<Request, NoRequest> readCommandLine(int argc, const char* const* argv) {
   const std::vector<std::string> words =
       withEmptyValuesApart({argv, static_cast<std::size_t>(argc)});
+  CLI::App app(kDescription, kProgram);
   Written written;
-  CLI::App app("Plans, runs and checks the actions of a patch, as the agent would.", kProgram);
-  app.set_help_flag("-h,--help", "shows this help");
-  app.set_version_flag("--version", versionText(), "shows the library's version");
-  app.require_subcommand(1);
-  app.get_formatter()->label("SUBCOMMAND", "COMMAND");
-  app.get_formatter()->label("Subcommands", "Commands");
-  app.get_formatter()->label("REQUIRED", "(required)");
-  app.get_formatter()->label("Excludes", "(not with)");
-  addCommands(app, written);
+  define(app, written);
   try {
     // The parser expects the arguments in reverse order, without the program's name.
     app.parse(std::vector<std::string>(words.rbegin(), std::prev(words.rend())));

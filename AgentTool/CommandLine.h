@@ -2,6 +2,7 @@
 #pragma once
 #include <cstdint>
 #include <expected>
+#include <functional>
 #include <optional>
 #include <string>
 #include <variant>
@@ -11,6 +12,10 @@
 #include "AgentLibraries/vxutils/GlobalVars.h"
 #include "AgentTool/ExitStatus.h"
 #include "VexloPatchDeployment/Common/PatchIdentifier.h"
+
+namespace CLI {
+class App;
+}  // namespace CLI
 
 namespace agent_tool {
 
@@ -75,5 +80,8 @@ struct NoRequest {
 };
 
 [[nodiscard]] std::expected<Request, NoRequest> readCommandLine(int argc, const char* const* argv);
+
+/// Lends `read` the definition of the command line, of which its reference is made.
+void withDefinition(const std::function<void(const CLI::App&)>& read);
 
 }  // namespace agent_tool

@@ -3,7 +3,8 @@
 #include <chrono>
 #include <functional>
 #include <memory>
-#include <vector>
+
+#include "Platform/Export.h"
 
 namespace platform {
 
@@ -16,11 +17,11 @@ namespace platform {
 /// without one must add one while it runs actions:
 ///
 ///     const auto source = platform::RunLoop::current().addSource([] {});
-class RunLoop {
+class VEXLO_EXPORT RunLoop {
  public:
   /// An input source. `signal()` may be called on any thread; the loop then calls `perform` on its
   /// own.
-  class Source {
+  class VEXLO_EXPORT Source {
    public:
     virtual ~Source() = default;
     virtual void signal() = 0;

@@ -10,9 +10,10 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
 #include <optional>
+#include <ranges>
 #include <stdexcept>
+#include <string_view>
 #include <system_error>
 #include <utility>
 #include <vector>
@@ -26,12 +27,7 @@
 #include "SimulatedMac/ScenarioFiles.h"
 
 namespace simulated_mac {
-namespace fs = std::filesystem;
 namespace {
-
-std::string programDirectory() {
-  return fs::path(fs::read_symlink("/proc/self/exe")).parent_path();
-}
 
 /// Sets the environment of a daemon on the Mac, plus what the caller's terminal and the sanitizers
 /// need.
@@ -139,7 +135,8 @@ void buildMac(const Scenario& scenario, const EnterOptions& options, bool mayWri
   root.enter();
 }
 
-[[noreturn]] void executeCommand(std::vector<std::string> command) {
+/// A program is looked for as a Mac does, then where the caller's own are.
+[[noreturn]] void executeCommand(std::vector<std::string> command, std::string_view callersPath) {
   std::vector<char*> arguments;
   arguments.reserve(command.size() + 1);
   for (std::string& argument : command) {
@@ -148,6 +145,11 @@ void buildMac(const Scenario& scenario, const EnterOptions& options, bool mayWri
   arguments.push_back(nullptr);
   execvp(arguments[0], arguments.data());
   const int reason = errno;
+  if (reason == ENOENT && !command[0].contains('/')) {
+    for (const auto folder : std::views::split(callersPath, ':')) {
+      execv((std::string(std::string_view(folder)) + "/" + command[0]).c_str(), arguments.data());
+    }
+  }
   _exit(complain(command[0] + ": " + std::strerror(reason),
                  reason == ENOENT ? kNotFound : kNotExecutable));
 }
@@ -168,9 +170,9 @@ int waitFor(pid_t command) {
 
 }  // namespace
 
-std::string standInProgram() { return programDirectory() + "/simulated-mac-tool"; }
-
 int runFirstProcess(const Scenario& scenario, const EnterOptions& options, bool mayWriteHost) {
+  const char* const path = std::getenv("PATH");
+  const std::string callersPath = path == nullptr ? "" : path;
   std::optional<QuitTriggers> triggers;
   try {
     buildMac(scenario, options, mayWriteHost);
@@ -194,7 +196,7 @@ int runFirstProcess(const Scenario& scenario, const EnterOptions& options, bool 
     if (triggers) {
       triggers->redirectStandardError();
     }
-    executeCommand(options.command);
+    executeCommand(options.command, callersPath);
   }
   if (triggers) {
     triggers->passOn(command);

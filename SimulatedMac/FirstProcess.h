@@ -1,14 +1,9 @@
 // Process 1 of a simulated Mac.
 #pragma once
-#include <string>
-
 #include "SimulatedMac/EnterOptions.h"
 #include "SimulatedMac/Scenario.h"
 
 namespace simulated_mac {
-
-/// The program behind all tools and applications of the Mac; it lies next to this one.
-[[nodiscard]] std::string standInProgram();
 
 /// Builds the Mac, starts its service and applications, runs the command, and returns the exit
 /// status of `enter`. For the first process of new mount and process namespaces: when it ends, so

@@ -28,7 +28,12 @@ std::expected<Scenario, std::string> readScenarioFile(const std::string& path) {
 
 }  // namespace
 
-std::string sourceDirectory() { return SIMULATED_MAC_DIRECTORY; }
+// Relative to this program, as installed and in a build folder, so that an installed tree can move.
+std::string programDirectory() {
+  return fs::path(fs::read_symlink("/proc/self/exe")).parent_path();
+}
+std::string sourceDirectory() { return programDirectory() + "/" SIMULATED_MAC_DATA; }
+std::string standInProgram() { return programDirectory() + "/" SIMULATED_MAC_TOOL; }
 
 std::expected<Scenario, std::string> readScenario(const std::string& scenario,
                                                   const std::vector<std::string>& settings) {

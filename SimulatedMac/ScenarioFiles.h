@@ -1,4 +1,4 @@
-// The scenarios on the disk of the host.
+// The files on the disk of the host: scenarios and what a Mac is made of.
 #pragma once
 #include <expected>
 #include <string>
@@ -8,8 +8,12 @@
 
 namespace simulated_mac {
 
+/// The directory of this program.
+[[nodiscard]] std::string programDirectory();
 /// The directory with the scenarios and the files that every Mac has.
 [[nodiscard]] std::string sourceDirectory();
+/// The program behind all tools and applications of the Mac.
+[[nodiscard]] std::string standInProgram();
 
 /// The defaults, overlaid with the scenario, overlaid with `settings` ("section/key=value").
 /// `scenario` is a name in the scenarios directory, or a path with a slash. The error is one line.

@@ -7,4 +7,5 @@
 #include "VexloPatchDeployment/Common/PatchActionResult.h"
 #include "VexloPatchDeployment/Common/PatchIdentifier.h"
 #include "VexloPatchDeployment/Common/Version.h"
+#include "VexloPatchDeployment/PatchActions/Main/PatchActionProcessing.h"
 #include "VexloPatchDeployment/PatchActions/Main/ProcessPatchActions.h"

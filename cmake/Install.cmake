@@ -1,25 +1,65 @@
-# Installs the library for agents: find_package(VexloPatchDeployment), target Vexlo::PatchDeployment.
+# Installs the library for agents: find_package(VexloPatchDeployment) or pkg-config, then the target
+# Vexlo::PatchDeployment or the package vexlo-patch-deployment.
 include(CMakePackageConfigHelpers)
 set(package_directory "${CMAKE_INSTALL_LIBDIR}/cmake/VexloPatchDeployment")
 
-set(libraries vexlo_patch_deployment vexlo_agent_libraries vexlo_platform)
-set_target_properties(vexlo_patch_deployment PROPERTIES EXPORT_NAME PatchDeployment)
-set_target_properties(vexlo_agent_libraries PROPERTIES EXPORT_NAME AgentLibraries)
-set_target_properties(vexlo_platform PROPERTIES EXPORT_NAME Platform)
-# Shared libraries find each other in their own folder, the tool finds them next to its own.
-if(APPLE)
-  set(here "@loader_path")
-else()
-  set(here "$ORIGIN")
-endif()
-set_target_properties(${libraries} PROPERTIES INSTALL_RPATH "${here}")
-set_target_properties(vexlo_patch PROPERTIES INSTALL_RPATH "${here}/../${CMAKE_INSTALL_LIBDIR}")
-
-install(TARGETS ${libraries} EXPORT VexloPatchDeploymentTargets FILE_SET HEADERS)
+set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME library)
+install(TARGETS vexlo_patch_deployment EXPORT VexloPatchDeploymentTargets 
+  FILE_SET HEADERS DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/vexlo")
 install(EXPORT VexloPatchDeploymentTargets
   NAMESPACE Vexlo:: DESTINATION "${package_directory}")
+# Objects keep no debug information, which would name folders of the building machine.
+install(CODE "
+  if(CMAKE_INSTALL_DO_STRIP)
+    execute_process(COMMAND \"${CMAKE_STRIP}\" -S
+      \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_LIBDIR}/$<TARGET_FILE_NAME:vexlo_patch_deployment>\"
+      COMMAND_ERROR_IS_FATAL ANY)
+  endif()")
 
-configure_package_config_file(cmake/VexloPatchDeploymentConfig.cmake.in
+# vexlo_install_pages(<component> <program>): its manual page and what shells complete.
+function(vexlo_install_pages component program)
+  set(pages "${PROJECT_SOURCE_DIR}/Packaging")
+  set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME ${component})
+  install(FILES "${pages}/man/${program}.1" DESTINATION "${CMAKE_INSTALL_MANDIR}/man1")
+  install(FILES "${pages}/completions/${program}.bash" RENAME ${program}
+    DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions")
+  install(FILES "${pages}/completions/_${program}"
+    DESTINATION "${CMAKE_INSTALL_DATADIR}/zsh/site-functions")
+  install(FILES "${pages}/completions/${program}.fish"
+    DESTINATION "${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d")
+endfunction()
+
+# vexlo_install_documents(<component> <package> <files…>): beside what every package has.
+function(vexlo_install_documents component package)
+  install(FILES "${PROJECT_SOURCE_DIR}/CHANGELOG.md" "${PROJECT_SOURCE_DIR}/THIRD-PARTY-NOTICES.md" ${ARGN}
+    DESTINATION "${CMAKE_INSTALL_DATADIR}/doc/${package}" COMPONENT ${component})
+endfunction()
+
+vexlo_install_documents(library libvexlo-patch-deployment-dev "${PROJECT_SOURCE_DIR}/docs/EMBEDDING.md")
+if(TARGET vexlo_patch AND VEXLO_BUILD_TOOL)
+  install(TARGETS vexlo_patch COMPONENT tool)
+  vexlo_install_pages(tool vexlo-patch)
+  vexlo_install_documents(tool vexlo-patch "${PROJECT_SOURCE_DIR}/docs/ACTION-FILE.md"
+    "${PROJECT_SOURCE_DIR}/docs/FACTS.md")
+  install(FILES "${PROJECT_SOURCE_DIR}/docs/action-file.schema.json"
+    "${PROJECT_SOURCE_DIR}/docs/facts.schema.json" COMPONENT tool
+    DESTINATION "${CMAKE_INSTALL_DATADIR}/vexlo-patch")
+endif()
+if(TARGET enter AND VEXLO_BUILD_SIMULATED_MAC)
+  set(simulated_mac "${PROJECT_SOURCE_DIR}/SimulatedMac")
+  install(TARGETS enter COMPONENT simulated-mac)
+  install(TARGETS simulated-mac-tool COMPONENT simulated-mac
+    DESTINATION "${CMAKE_INSTALL_LIBEXECDIR}/vexlo")
+  install(DIRECTORY "${simulated_mac}/scenarios" "${simulated_mac}/root" COMPONENT simulated-mac
+    DESTINATION "${CMAKE_INSTALL_DATADIR}/vexlo/simulated-mac")
+  install(FILES "${simulated_mac}/defaults.ini" COMPONENT simulated-mac
+    DESTINATION "${CMAKE_INSTALL_DATADIR}/vexlo/simulated-mac")
+  vexlo_install_pages(simulated-mac enter)
+  vexlo_install_documents(simulated-mac vexlo-simulated-mac "${simulated_mac}/README.md")
+endif()
+
+get_target_property(library_type vexlo_patch_deployment TYPE)
+configure_package_config_file("${CMAKE_CURRENT_LIST_DIR}/VexloPatchDeploymentConfig.cmake.in"
   "${PROJECT_BINARY_DIR}/VexloPatchDeploymentConfig.cmake"
   INSTALL_DESTINATION "${package_directory}")
 write_basic_package_version_file("${PROJECT_BINARY_DIR}/VexloPatchDeploymentConfigVersion.cmake"
@@ -29,5 +69,22 @@ install(FILES
   "${PROJECT_BINARY_DIR}/VexloPatchDeploymentConfigVersion.cmake"
   DESTINATION "${package_directory}")
 
-install(FILES docs/action-file.schema.json docs/facts.schema.json
-  DESTINATION "${CMAKE_INSTALL_DATADIR}/vexlo-patch")
+# A static library's users link what it asks the system for; a shared one has done so itself.
+set(pkgconfig_requires "")
+set(pkgconfig_libraries "")
+if(library_type STREQUAL "STATIC_LIBRARY")
+  set(pkgconfig_requires "expat")
+  set(pkgconfig_libraries "-lstdc++ -pthread")
+  if(APPLE)
+    # macOS ships Expat without a description for pkg-config.
+    set(pkgconfig_requires "")
+    set(pkgconfig_libraries "-lexpat -lc++ -lobjc -framework AppKit -framework CoreFoundation -framework IOKit -framework SystemConfiguration")
+  endif()
+endif()
+# The prefix follows from the file's own place, so that an installed tree can be moved.
+cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX
+  BASE_DIRECTORY "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" OUTPUT_VARIABLE pkgconfig_prefix)
+configure_file("${CMAKE_CURRENT_LIST_DIR}/vexlo-patch-deployment.pc.in"
+  "${PROJECT_BINARY_DIR}/vexlo-patch-deployment.pc" @ONLY)
+install(FILES "${PROJECT_BINARY_DIR}/vexlo-patch-deployment.pc"
+  DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")

@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "AgentLibraries/LogCore/LogTag.h"
+#include "Platform/Export.h"
 
 namespace LogCore {
 
@@ -50,7 +51,7 @@ class MessageBuilder {
 /// Receives log lines. `write` may be called by several threads at once. It calls `build` if it
 /// writes the line; the builder is valid only during the call. Exceptions are dropped together with
 /// the line.
-class LogSink {
+class VEXLO_EXPORT LogSink {
  public:
   virtual ~LogSink() = default;
   virtual void write(LogLevel level, const LogTag& tag, std::uint32_t line,
@@ -61,7 +62,7 @@ class LogSink {
 /// INFO  Validators/Disk/Disk hasMinimumFreeSpace(of:):41 message`. Line feeds, control characters
 /// and the like in messages are escaped (`\n`, `\u001b`), so that logged text can't forge a line or
 /// control a terminal. Doesn't raise SIGPIPE. Blocks while the reader is slow.
-class DescriptorSink final : public LogSink {
+class VEXLO_EXPORT DescriptorSink final : public LogSink {
  public:
   /// `descriptor` remains the caller's and must outlive the sink.
   explicit DescriptorSink(int descriptor, LogLevel minimum = LogLevel::debug)
@@ -78,7 +79,7 @@ class DescriptorSink final : public LogSink {
 };
 
 /// Drops every line without building it.
-class NullSink final : public LogSink {
+class VEXLO_EXPORT NullSink final : public LogSink {
  public:
   void write(LogLevel, const LogTag&, std::uint32_t, const MessageBuilder&) override {}
 };
@@ -88,11 +89,11 @@ class NullSink final : public LogSink {
 /// had when the library was loaded; once descriptor 2 is another file, lines are dropped. It waits
 /// for a reader for at most a quarter of a second; a later line reports how many were dropped.
 /// Thread-safe.
-std::shared_ptr<LogSink> setLogSink(std::shared_ptr<LogSink> sink);
+VEXLO_EXPORT std::shared_ptr<LogSink> setLogSink(std::shared_ptr<LogSink> sink);
 
 /// Passes one line to the process's sink.
-void writeLogLine(LogLevel level, const LogTag& tag, std::uint32_t line,
-                  const MessageBuilder& build);
+VEXLO_EXPORT void writeLogLine(LogLevel level, const LogTag& tag, std::uint32_t line,
+                               const MessageBuilder& build);
 
 template <std::invocable Build>
 void logInfo(const LogTag& tag, const Build& build,

@@ -5,6 +5,8 @@
 #include <optional>
 #include <string>
 
+#include "Platform/Export.h"
+
 namespace vxutils {
 
 /// Listens on a socket and answers the requests of any number of clients with `answer(key)`, on its
@@ -12,7 +14,7 @@ namespace vxutils {
 /// nor as this process's user are rejected; those that send anything but requests are disconnected.
 /// The constructor throws `std::runtime_error` if it can't listen. The destructor, which `answer`
 /// must not call, stops the thread and removes the socket.
-class AgentServiceServer {
+class VEXLO_EXPORT AgentServiceServer {
  public:
   using Answer = std::function<std::optional<std::string>(const std::string& key)>;
   AgentServiceServer(const std::string& socketPath, Answer answer);
@@ -21,7 +23,7 @@ class AgentServiceServer {
   AgentServiceServer& operator=(const AgentServiceServer&) = delete;
 
  private:
-  class Loop;
+  class VEXLO_HIDDEN Loop;
   std::unique_ptr<Loop> loop_;
 };
 

@@ -4,6 +4,8 @@
 #include <optional>
 #include <string>
 
+#include "Platform/Export.h"
+
 namespace vxutils {
 
 /// The agent's directories; any may be absent.
@@ -14,7 +16,7 @@ struct AgentDirectories {
 };
 
 /// Set by the agent before it uses the libraries. Thread-safe.
-class GlobalVars {
+class VEXLO_EXPORT GlobalVars {
  public:
   /// No directories; the processor type is the machine's unless overridden.
   constexpr GlobalVars() = default;
@@ -35,6 +37,6 @@ class GlobalVars {
 };
 
 /// The process's settings. Exist before any code runs and until the process exits.
-extern constinit GlobalVars& gv_globvars;
+VEXLO_EXPORT extern constinit GlobalVars& gv_globvars;
 
 }  // namespace vxutils

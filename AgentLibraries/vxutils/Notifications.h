@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <functional>
 
+#include "Platform/Export.h"
+
 namespace vxutils {
 
 /// Shows the notification with `code`; `argument` depends on the code and may be null. Called
@@ -13,10 +15,10 @@ using NotificationHandler = std::function<void(std::int32_t code, void* argument
 /// Sets the handler that shows notifications; an empty one removes it. Without a handler,
 /// notifications are queued, and the next handler gets them immediately, in order, before later
 /// ones. Beyond 64 the oldest are dropped with an error line. Thread-safe.
-void setNotificationHandler(NotificationHandler handler);
+VEXLO_EXPORT void setNotificationHandler(NotificationHandler handler);
 
 /// Posts the notification with `code` (19: updates are in progress, with a null argument).
 /// `argument` must stay valid until a handler was called, which may be much later.
-void putNotification(std::int32_t code, void* argument);
+VEXLO_EXPORT void putNotification(std::int32_t code, void* argument);
 
 }  // namespace vxutils

@@ -2,6 +2,8 @@
 #pragma once
 #include <chrono>
 
+#include "Platform/Export.h"
+
 namespace vxutils {
 
 /// Kills every command and tool that this process is running through the library, with its process
@@ -14,6 +16,6 @@ namespace vxutils {
 /// it exits, or repeatedly until `execute` returns.
 ///
 /// Thread-safe and async-signal-safe. Tracks at most 128 concurrent commands.
-bool endRunningCommands(std::chrono::milliseconds grace) noexcept;
+VEXLO_EXPORT bool endRunningCommands(std::chrono::milliseconds grace) noexcept;
 
 }  // namespace vxutils

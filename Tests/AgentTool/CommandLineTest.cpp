@@ -43,7 +43,10 @@ TEST_F(CommandLineTest, BadUsageEndsWith64AndSaysWhereHelpIs) {
 }
 
 TEST_F(CommandLineTest, VersionAndHelpAreAnsweredOnStandardOutput) {
-  EXPECT_EQ(shell("vexlo-patch --version").output, "VexloPatchDeployment 1.0\n");
+  EXPECT_THAT(
+      shell("vexlo-patch --version").output,
+      ::testing::MatchesRegex(
+          "VexloPatchDeployment [0-9]+\\.[0-9]+\\.[0-9]+ \\(commit ([0-9a-f]{12}|unknown)\\)\n"));
   const ToolRun help = shell("vexlo-patch help run");
   EXPECT_THAT(help.output, AllOf(HasSubstr("--action CODE|NAME"), EndsWith("can't be used\n")));
   EXPECT_EQ(help.status, 0);

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "AgentLibraries/vxutils/CommandResult.h"
-#include "VexloPatchDeployment/Common/Export.h"
+#include "Platform/Export.h"
 
 namespace vexlo {
 

@@ -9,7 +9,7 @@
 #include <utility>
 #include <variant>
 
-#include "VexloPatchDeployment/Common/Export.h"
+#include "Platform/Export.h"
 
 namespace vexlo {
 

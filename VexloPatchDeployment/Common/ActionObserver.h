@@ -9,8 +9,8 @@
 #include <variant>
 #include <vector>
 
+#include "Platform/Export.h"
 #include "VexloPatchDeployment/Common/ActionID.h"
-#include "VexloPatchDeployment/Common/Export.h"
 
 namespace vexlo {
 

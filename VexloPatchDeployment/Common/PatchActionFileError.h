@@ -4,7 +4,7 @@
 #include <string>
 #include <utility>
 
-#include "VexloPatchDeployment/Common/Export.h"
+#include "Platform/Export.h"
 
 namespace vexlo {
 

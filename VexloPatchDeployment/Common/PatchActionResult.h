@@ -8,7 +8,7 @@
 #include <utility>
 #include <variant>
 
-#include "VexloPatchDeployment/Common/Export.h"
+#include "Platform/Export.h"
 
 namespace vexlo {
 

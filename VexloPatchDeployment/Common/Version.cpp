@@ -1,5 +1,5 @@
 #include "VexloPatchDeployment/Common/Version.h"
 
-const double VexloPatchDeploymentVersionNumber = 1.0;
+const double VexloPatchDeploymentVersionNumber = VEXLO_VERSION_NUMBER;
 const unsigned char VexloPatchDeploymentVersionString[] =
-    "@(#)PROGRAM:VexloPatchDeployment  PROJECT:VexloPatchDeployment-1\n";
+    "@(#)PROGRAM:VexloPatchDeployment  PROJECT:VexloPatchDeployment-" VEXLO_VERSION_MAJOR "\n";

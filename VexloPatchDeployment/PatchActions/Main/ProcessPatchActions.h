@@ -5,12 +5,13 @@
 #include <string>
 #include <vector>
 
+#include "Platform/Export.h"
 #include "VexloPatchDeployment/Common/ActionID.h"
 #include "VexloPatchDeployment/Common/ActionObserver.h"
-#include "VexloPatchDeployment/Common/Export.h"
 #include "VexloPatchDeployment/Common/PatchActionFileError.h"
 #include "VexloPatchDeployment/Common/PatchActionResult.h"
 #include "VexloPatchDeployment/Common/PatchIdentifier.h"
+#include "VexloPatchDeployment/PatchActions/Main/PatchActionProcessing.h"
 
 namespace vexlo {
 
@@ -20,7 +21,7 @@ class PatchProcessingDependencies;
 /// Runs the actions of one patch and returns their results. Everything happens on the calling
 /// thread and may take hours (an installation). Not thread-safe. The applicable actions are
 /// determined once; everything else is checked again by every `execute`.
-class VEXLO_EXPORT ProcessPatchActions {
+class VEXLO_EXPORT ProcessPatchActions : public PatchActionProcessing {
  public:
   /// Uses the process's cached patch action file, which is read once. Throws `PatchActionFileError`
   /// if it could not be read or decoded. Apart from that, only `std::bad_alloc` is thrown, after
@@ -31,7 +32,7 @@ class VEXLO_EXPORT ProcessPatchActions {
   /// one, the answer is read immediately, so a forced prompt counts as agreed before the user has
   /// seen it.
   explicit ProcessPatchActions(PatchIdentifier patchIdentifier);
-  virtual ~ProcessPatchActions();
+  ~ProcessPatchActions() override;
   ProcessPatchActions(const ProcessPatchActions&) = delete;
   ProcessPatchActions& operator=(const ProcessPatchActions&) = delete;
 
@@ -46,16 +47,16 @@ class VEXLO_EXPORT ProcessPatchActions {
 
   /// Runs the applicable actions in order until one doesn't succeed and returns its result;
   /// `success` without a description if all succeed.
-  virtual PatchActionResult execute();
+  PatchActionResult execute() override;
 
  public:
   /// Runs one action, every time it is called. An action that doesn't apply to the patch succeeds.
   /// Unmet preconditions and missing or unusable arguments result in `applyLater`; only installers
   /// return `failure`.
-  virtual PatchActionResult execute(const ActionID& action);
+  PatchActionResult execute(const ActionID& action) override;
 
   /// The action's arguments for this patch; absent if it doesn't apply, empty if it has none.
-  virtual std::optional<std::vector<std::string>> arguments(const ActionID& action);
+  std::optional<std::vector<std::string>> arguments(const ActionID& action) override;
 
   /// From now on `observer` is told what actions measure and how far they have got; null ends that.
   /// Results and log lines are the same with and without one. Not to be called while an action

@@ -2,7 +2,9 @@
 # from the building machine. Linked into a folder of their own, since the rest of /usr/include is
 # of the building machine's system.
 function(vexlo_headers_only target)
-  set(folder "${PROJECT_SOURCE_DIR}/build-macos/headers")  # one for all builds, whose objects are alike
+  # One for all builds, whose objects are alike, and for an agent's that uses the toolchain.
+  set(folder "../../../build-macos/headers")
+  cmake_path(ABSOLUTE_PATH folder BASE_DIRECTORY "${CMAKE_CURRENT_FUNCTION_LIST_DIR}" NORMALIZE)
   file(MAKE_DIRECTORY "${folder}")
   foreach(name IN LISTS ARGN)
     if(NOT EXISTS "/usr/include/${name}")

@@ -1,0 +1,42 @@
+// The command line as data, read from its definition: what manual page and completions are made of.
+#pragma once
+#include <string>
+#include <vector>
+
+namespace agent_tool::reference {
+
+struct OptionText {
+  std::vector<std::string> names;    ///< "-h", "--help"; the label alone for a positional one.
+  std::string type;                  ///< "DIR"; empty for a flag and a positional one.
+  std::vector<std::string> choices;  ///< The values, where there is only a choice.
+  std::string description;
+  std::string environment;  ///< The variable that gives the default; may be empty.
+  bool isPositional = false;
+  bool isRequired = false;
+  bool mayRepeat = false;
+};
+
+struct CommandText {
+  std::string name;
+  std::string description;
+  std::vector<OptionText> options;
+  std::string footer;  ///< "Exit status:" and a line for each.
+};
+
+struct ProgramText {
+  std::string name;
+  std::string version;
+  std::string description;
+  std::vector<OptionText> options;
+  std::vector<CommandText> commands;
+};
+
+[[nodiscard]] ProgramText programText();
+
+/// The manual page, in the macros of man(7).
+[[nodiscard]] std::string manualPage(const ProgramText& program);
+[[nodiscard]] std::string bashCompletion(const ProgramText& program);
+[[nodiscard]] std::string zshCompletion(const ProgramText& program);
+[[nodiscard]] std::string fishCompletion(const ProgramText& program);
+
+}  // namespace agent_tool::reference

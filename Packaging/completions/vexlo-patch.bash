@@ -1,0 +1,41 @@
+# Made from the command line's definition by ./dev generate.
+_vexlo_patch() {
+  local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
+  local command='' flags='' words='' kind='' word
+  if [[ $current == '=' ]]; then
+    current=''
+  elif [[ $previous == '=' ]]; then
+    previous=${COMP_WORDS[COMP_CWORD - 2]}
+  fi
+  for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
+    if [[ $word != -* ]]; then
+      command=$word
+      break
+    fi
+  done
+  case $command in
+    '') flags='-h --help --version' words='plan run check facts help' ;;
+    plan) flags='-h --help --patch --product --service-pack --strict --json --agent-root --base-dir --log-level --log-file' ;;
+    run) flags='-h --help --patch --product --service-pack --action --keep-going --strict --json --agent-root --base-dir --data-dir --log-dir --machine --log-level --log-file' ;;
+    check) flags='-h --help --strict --json' kind=-f ;;
+    facts) flags='-h --help --application --json --agent-root --base-dir --data-dir --log-dir --machine --log-level --log-file' ;;
+    help) flags='-h --help --as' words='plan run check facts help actions siliconBatteryPercentageCheck intelBatteryPercentageCheck userLoggedInCheck multipleUserLoggedInCheck minimumDiskSpaceCheck macOSDeferCheck installMacOSUpdates applicationRunningCheck applicationRunningNotifier installMacOSUpdatesUsingInstallAssistant' ;;
+  esac
+  case $previous in
+    --agent-root | --base-dir | --data-dir | --log-dir) flags='' words='' kind='' kind=-d ;;
+    --log-file) flags='' words='' kind='' kind=-f ;;
+    --patch | --product | --service-pack | --application) flags='' words='' kind='' words='' ;;
+    --machine) flags='' words='' kind='' words='auto apple-silicon intel' ;;
+    --log-level) flags='' words='' kind='' words='debug info error none' ;;
+    --action) flags='' words='' kind='' words='siliconBatteryPercentageCheck intelBatteryPercentageCheck userLoggedInCheck multipleUserLoggedInCheck minimumDiskSpaceCheck macOSDeferCheck installMacOSUpdates applicationRunningCheck applicationRunningNotifier installMacOSUpdatesUsingInstallAssistant' ;;
+    --as) flags='' words='' kind='' words='text markdown schema' ;;
+  esac
+  if [[ $current == -* ]]; then
+    words=$flags kind=''
+  fi
+  COMPREPLY=()
+  while IFS= read -r word; do
+    COMPREPLY+=("$word")
+  done < <(compgen ${kind:+"$kind"} -W "$words" -- "$current")
+}
+complete -o filenames -F _vexlo_patch vexlo-patch

@@ -1,0 +1,58 @@
+// For the tests of agents: a processor whose results a test sets, without files and a machine.
+#pragma once
+#include <functional>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "VexloPatchDeployment/Common/ActionID.h"
+#include "VexloPatchDeployment/Common/PatchActionResult.h"
+#include "VexloPatchDeployment/PatchActions/Main/PatchActionProcessing.h"
+
+namespace vexlo {
+
+/// The patch has the actions of `plan`, in that order; an action that it doesn't list passes, as
+/// with the production class. Code under test takes a `PatchActionProcessing&`:
+///
+///     vexlo::FakePatchActionProcessor processor;
+///     processor.plan = {{vexlo::KnownAction::minimumDiskSpaceCheck, {"20"}}};
+///     processor.answer = [](const vexlo::ActionID&) {
+///       return vexlo::PatchActionResult::applyLater(
+///           vexlo::PlainReason::inSufficientDiskSpaceForSoftwareUpdate);
+///     };
+///     deploy(processor);
+class FakePatchActionProcessor : public PatchActionProcessing {
+ public:
+  std::vector<std::pair<ActionID, std::vector<std::string>>> plan;
+  /// Called for an action of the plan; empty: the action passes.
+  std::function<PatchActionResult(const ActionID& action)> answer;
+  /// Every action that was asked for, in order, the ones that don't apply included.
+  std::vector<ActionID> executed;
+
+  PatchActionResult execute(const ActionID& action) override {
+    executed.push_back(action);
+    return answer && arguments(action) ? answer(action) : PatchActionResult::success();
+  }
+  std::optional<std::vector<std::string>> arguments(const ActionID& action) override {
+    for (const auto& [each, itsArguments] : plan) {
+      if (each == action) {
+        return itsArguments;
+      }
+    }
+    return std::nullopt;
+  }
+
+ protected:
+  PatchActionResult execute() override {
+    for (const auto& [action, itsArguments] : plan) {
+      if (PatchActionResult result = execute(action);
+          result.outcome != PatchActionResult::Outcome::success) {
+        return result;
+      }
+    }
+    return PatchActionResult::success();
+  }
+};
+
+}  // namespace vexlo
