@@ -40,7 +40,7 @@ std::string between(std::string_view text, std::string_view begin, std::string_v
 class ActionReferenceTest : public AgentToolTest {};
 
 TEST_F(ActionReferenceTest, DocumentsMadeFromTheTableAreUpToDate) {
-  constexpr const char* kHow = "./dev generate writes it anew";
+  constexpr const char* kHow = "run ./dev generate";
   EXPECT_EQ(document("action-file.schema.json"), agent_tool::actionFileSchema()) << kHow;
   EXPECT_EQ(between(document("ACTION-FILE.md"), "KnownActions.h. -->\n", "<!-- end -->"),
             agent_tool::actionsAsMarkdown())
