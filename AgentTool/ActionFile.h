@@ -1,4 +1,4 @@
-// The agent's action file, as the commands that look up a patch in it use it.
+// The agent's action file for commands that look up a patch.
 #pragma once
 #include <expected>
 #include <memory>
@@ -13,14 +13,14 @@
 
 namespace agent_tool {
 
-/// The decoded file, never null, and which of the patch's names it doesn't hold.
+/// The decoded file, never null, and the patch's names that it lacks.
 struct UsableActionFile {
   std::shared_ptr<const vexlo::PatchActionGroup> group;
   std::vector<NameNotInFile> namesNotInFile;
 };
 
-/// The decoded file of the process. Says on standard error why it can't be used, and which of the
-/// patch's names it doesn't hold; with `strict` that is bad usage. The error is how the tool ends.
+/// The process's decoded file. Reports on stderr why it is unusable, or which of the patch's names
+/// it lacks; with `strict` that is a usage error. The error is the tool's exit status.
 [[nodiscard]] std::expected<UsableActionFile, ExitStatus> actionFile(
     const vexlo::PatchIdentifier& patch, bool strict, const AgentSession& session,
     Console& console);

@@ -172,7 +172,7 @@ class FileCheck {
     return value.type == ValueType::object || mismatch(value, "an object");
   }
 
-  /// What was probably meant by the value in the place reached; empty when that isn't clear.
+  /// What the current value was probably meant to be; empty if that isn't clear.
   [[nodiscard]] std::string hintFor(const Value& value, std::string_view expected) const {
     if (value.type == ValueType::number && expected == "a string") {
       return R"(strings are in double quotes, numbers too: "30", not 30)";
@@ -197,7 +197,7 @@ class FileCheck {
 
   std::vector<DocumentMember> membersOf(const Value& object, bool counts) {
     const std::vector<const Value*> children = document_.children(object);
-    std::unordered_map<std::string_view, std::size_t> left;  // how often a name is still to come
+    std::unordered_map<std::string_view, std::size_t> left;  // remaining occurrences of a name
     for (const Value* child : children) {
       ++left[child->name];
     }
@@ -282,7 +282,7 @@ class FileCheck {
     }
   }
 
-  /// Whether the value is an array of nothing but strings.
+  /// Whether the value is an array of strings only.
   bool isArrayOfStrings(const Value& value) {
     if (value.type != ValueType::array) {
       return mismatch(value, "an array of strings");

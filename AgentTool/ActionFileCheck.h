@@ -1,4 +1,4 @@
-// Looks through an action file for errors and for what its author can't have meant.
+// Finds errors and likely mistakes in an action file.
 #pragma once
 #include <string_view>
 #include <vector>
@@ -7,8 +7,8 @@
 
 namespace agent_tool {
 
-/// All that is wrong or odd in an action file's text (without a byte order mark), in the text's
-/// order. A syntax error is the only finding; of wrong types there may be many.
+/// All errors and likely mistakes in an action file's text (without a byte order mark), in order. A
+/// syntax error is the only finding; there may be several wrong types.
 [[nodiscard]] std::vector<Finding> lookThrough(std::string_view text);
 
 }  // namespace agent_tool

@@ -21,7 +21,7 @@ using vexlo::ActionDocumentation;
 
 constexpr std::size_t kHelpWidth = 80;
 
-/// The text in lines of the help's width, each after `indentation` spaces.
+/// Wraps the text at the help's width, indented by `indentation` spaces.
 std::string paragraph(std::string_view words, std::size_t indentation) {
   std::string out;
   for (const std::string& line : wrapped(words, kHelpWidth - indentation)) {
@@ -48,7 +48,7 @@ std::string argumentNames(const ActionDocumentation& action) {
   return out.empty() ? "none" : out + (action.lastRepeats ? ", …" : "");
 }
 
-/// What the last argument's meaning is followed by.
+/// The addition to the last argument's meaning.
 std::string_view repetition(const ActionDocumentation& action) {
   return action.lastRepeats ? "; may be followed by more" : "";
 }
@@ -113,7 +113,7 @@ std::string schemaOfAction(const ActionDocumentation& action) {
   return schema.done();
 }
 
-/// The strings, words and single marks that a JSON text without blanks is made of.
+/// The tokens of a JSON text without white space.
 std::vector<std::string_view> tokensOf(std::string_view json) {
   constexpr std::string_view kMarks = "{}[],:";
   std::vector<std::string_view> tokens;
@@ -133,7 +133,7 @@ std::vector<std::string_view> tokensOf(std::string_view json) {
   return tokens;
 }
 
-/// A JSON text without blanks, in indented lines. A container that holds no other stays in one.
+/// Indents a JSON text without white space. Containers without nested ones stay on one line.
 std::string indented(std::string_view json) {
   constexpr auto opens = [](std::string_view token) { return token == "{" || token == "["; };
   constexpr auto closes = [](std::string_view token) { return token == "}" || token == "]"; };

@@ -1,4 +1,4 @@
-// Explains the actions, from the library's table of them.
+// Documents the actions, using the library's table.
 #pragma once
 #include <string>
 
@@ -8,10 +8,10 @@ namespace agent_tool {
 
 /// The list of all actions, for a terminal.
 [[nodiscard]] std::string listOfActions();
-/// All about one action, for a terminal.
+/// The documentation of one action, for a terminal.
 [[nodiscard]] std::string explanationOf(vexlo::KnownAction action);
 
-/// The list and all about each action, as the sections of a Markdown page.
+/// The list and the documentation of all actions, as sections of a Markdown page.
 [[nodiscard]] std::string actionsAsMarkdown();
 
 /// The JSON Schema (2020-12) of the action file.

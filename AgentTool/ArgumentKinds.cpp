@@ -26,7 +26,7 @@ ArgumentProblem questionable(std::string what) {
 
 constexpr bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
-/// Such as «14.5»: numbers joined by dots.
+/// Such as «14.5»: numbers separated by dots.
 bool isVersion(std::string_view text) {
   bool afterDigit = false;
   for (const char c : text) {

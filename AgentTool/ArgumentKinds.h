@@ -1,4 +1,4 @@
-// What the arguments of actions must look like.
+// The formats of arguments.
 #pragma once
 #include <optional>
 #include <string>
@@ -9,19 +9,18 @@
 
 namespace agent_tool {
 
-/// A regular expression for the JSON Schema. What it refuses `problemWith` has something to say
-/// about.
+/// A regular expression for the JSON Schema. `problemWith` reports whatever it rejects.
 [[nodiscard]] std::string_view patternOf(vexlo::ArgumentKind kind);
 
 struct ArgumentProblem {
   FindingKind kind;
   std::string text;
 };
-/// What is wrong or odd about an argument; absent when it is in order.
+/// What is wrong with an argument; absent if it is fine.
 [[nodiscard]] std::optional<ArgumentProblem> problemWith(vexlo::ArgumentKind kind,
                                                          std::string_view argument);
 
-/// What comes of a missing or unusable argument.
+/// The consequence of a missing or unusable argument.
 inline constexpr std::string_view kAppliesLater =
     "the action answers applyLater(inSufficientArguments) wherever it applies";
 

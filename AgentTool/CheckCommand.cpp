@@ -54,13 +54,13 @@ std::string readStandardInput() {
   }
 }
 
-/// What the check says about one file.
+/// The result of checking one file.
 struct Checked {
   std::string file;  ///< As given.
   std::string name;  ///< For people.
   std::string text;  ///< Without a byte order mark.
   std::vector<Finding> findings;
-  std::optional<std::string> error;  ///< Why the agent can't use the file, in one line.
+  std::optional<std::string> error;  ///< Why the agent can't use the file, on one line.
   std::string contents;              ///< «2 products, 3 patches with actions, 1 exempt patch»
 
   [[nodiscard]] std::size_t errorCount() const {
@@ -120,7 +120,7 @@ Checked checkFile(const std::string& file) {
          .text = "the text begins with a byte order mark, which some readers refuse"});
   }
   try {
-    // The agent's own reader has the last word.
+    // The agent's own reader decides.
     checked.contents = contentsOf(PatchActionGroup::decode(checked.text, checked.name));
   } catch (const DecodingError& error) {
     fail(FindingKind::wrongType, error);
@@ -163,7 +163,7 @@ std::string forPeople(const Checked& checked, const Console& console) {
   LineCounter lines(checked.text);
   for (const Finding& finding : checked.findings) {
     if (finding.kind == FindingKind::unreadable) {
-      continue;  // said on standard error
+      continue;  // reported on stderr
     }
     const LineAndColumn position = lines.at(finding.offset);
     const bool isWrong = isError(finding.kind);

@@ -9,7 +9,7 @@ namespace agent_tool {
 /// Shows the actions that apply to a patch.
 [[nodiscard]] ExitStatus plan(const PlanRequest& request, Console& console);
 
-/// Tells what each action that applies to a patch would come to. Changes nothing.
+/// Evaluates the actions that apply to a patch without running them. Changes nothing.
 [[nodiscard]] ExitStatus evaluate(const EvaluateRequest& request, Console& console);
 
 /// Runs actions of a patch until one doesn't succeed, unless asked to go on.

@@ -38,7 +38,7 @@ std::optional<PropertyList::Data> dataOf(std::string_view hexadecimal) {
   return data;
 }
 
-/// The value that an object of one member stands for where JSON has no such type.
+/// The value that an object with one member encodes, for types that JSON lacks.
 std::optional<PropertyList> specialValue(std::string_view name, const JSONValue& value) {
   if (name == "$date") {
     const PropertyList seconds = value.propertyList();
@@ -116,7 +116,7 @@ PropertyList JSONValue::propertyList() const {
   std::unreachable();
 }
 
-/// Keeps what the parser meets.
+/// Stores the parser's events.
 class CompactJSON::Handler {
  public:
   static constexpr std::size_t max_array_size = -1;   // NOLINT: names that the parser asks for
@@ -124,7 +124,7 @@ class CompactJSON::Handler {
   static constexpr std::size_t max_string_size = -1;  // NOLINT
   static constexpr std::size_t max_key_size = -1;     // NOLINT
 
-  /// The texts with escapes, decoded, take no more room than the whole text: they never move.
+  /// Decoded strings are never longer than the text, so the buffer isn't reallocated.
   void begin(std::size_t textSize) {
     values_.clear();
     open_.clear();
@@ -154,7 +154,7 @@ class CompactJSON::Handler {
     return true;
   }
   bool on_double(double number, json::string_view text, json::error_code&) {
-    // The parser's own conversion may be off by a few units of the last place.
+    // The parser's own conversion may be off in the last digits.
     add(JSONValue::Type::real).payload_.real =
         platform::parseReal(std::string_view(text.data(), text.size())).value_or(number);
     return true;
@@ -212,7 +212,7 @@ class CompactJSON::Handler {
   std::vector<JSONValue> values_;
   std::vector<std::uint32_t> open_;  // the arrays and objects around the next value
   std::string unescaped_;
-  std::size_t partBegin_ = kNoPart;  // where the string at hand began in unescaped_
+  std::size_t partBegin_ = kNoPart;  // the start of the current string in unescaped_
 };
 
 struct CompactJSON::Parser {

@@ -1,4 +1,4 @@
-// A JSON document in one array of values, made anew from text to text in the same memory.
+// A JSON document in one array of values, whose memory is reused from text to text.
 #pragma once
 #include <cstddef>
 #include <cstdint>
@@ -13,8 +13,7 @@
 
 namespace agent_tool {
 
-/// One value of a document, with what is in it right behind it. A member's name is a string that
-/// stands before its value.
+/// One value of a document, followed by its elements. A member's name is a string before its value.
 class JSONValue {
  public:
   enum class Type : std::uint8_t {
@@ -22,7 +21,7 @@ class JSONValue {
     boolean,
     integer,          ///< Of the signed 64-bit range.
     unsignedInteger,  ///< Above that range.
-    real,             ///< With a fraction or an exponent, or beyond 64 bits.
+    real,             ///< Has a fraction or an exponent, or exceeds 64 bits.
     string,
     array,
     object,
@@ -30,12 +29,12 @@ class JSONValue {
 
   [[nodiscard]] Type type() const noexcept { return type_; }
   [[nodiscard]] bool isNull() const noexcept { return type_ == Type::null; }
-  // Absent when the value is of another type.
+  // Absent if the value has another type.
   [[nodiscard]] std::optional<bool> boolean() const noexcept;
   [[nodiscard]] std::optional<std::int64_t> integer() const noexcept;
   [[nodiscard]] std::optional<std::string_view> string() const noexcept;
 
-  /// Calls `visit(name, value)` for each member, in order; for anything but an object never.
+  /// Calls `visit(name, value)` for each member in order, if this is an object.
   template <typename Visit>
   void forEachMember(const Visit& visit) const {
     if (type_ == Type::object) {
@@ -44,7 +43,7 @@ class JSONValue {
       }
     }
   }
-  /// Calls `visit(value)` for each element, in order; for anything but an array never.
+  /// Calls `visit(value)` for each element in order, if this is an array.
   template <typename Visit>
   void forEachElement(const Visit& visit) const {
     if (type_ == Type::array) {
@@ -53,11 +52,11 @@ class JSONValue {
       }
     }
   }
-  /// The member of that name, the last one if there are several; null without one.
+  /// The last member of that name; null if there is none.
   [[nodiscard]] const JSONValue* find(std::string_view name) const noexcept;
 
-  /// The property-list value that `facts --json` writes so. A JSON null, which it never writes in
-  /// there, is an empty text.
+  /// Decodes a property-list value as written by `facts --json`. A JSON null becomes an empty
+  /// string.
   [[nodiscard]] platform::PropertyList propertyList() const;
 
  private:
@@ -74,12 +73,12 @@ class JSONValue {
   };
   Payload payload_{};
   std::uint32_t length_ = 0;  // of the text
-  std::uint32_t extent_ = 1;  // values up to the next one beside this
+  std::uint32_t extent_ = 1;  // number of values up to the next sibling
   Type type_ = Type::null;
 };
 
-/// Reads one text after the other. The memory of the former one is used again, so that reading
-/// allocates nothing once the largest text has been seen. For one thread at a time.
+/// Parses one text after the other, reusing memory, so that it stops allocating after the largest
+/// text. Not thread-safe.
 class CompactJSON {
  public:
   CompactJSON();
@@ -87,8 +86,8 @@ class CompactJSON {
   CompactJSON(const CompactJSON&) = delete;
   CompactJSON& operator=(const CompactJSON&) = delete;
 
-  /// The document's value; it and its texts live until the next reading and as long as `text`. Null
-  /// for a text that is no JSON, or has a number beyond all measure: `whyNoJSON` tells.
+  /// The root value, valid until the next call and as long as `text`. Null if the text isn't JSON
+  /// or has an oversized number; see `whyNoJSON`.
   [[nodiscard]] const JSONValue* read(std::string_view text);
 
  private:

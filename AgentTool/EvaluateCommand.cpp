@@ -31,12 +31,12 @@ using LogCore::text;
 using vexlo::ActionDetail;
 using ActionFile = std::shared_ptr<const vexlo::PatchActionGroup>;
 
-/// One action of the patch and what it would come to.
+/// One action of the patch and its evaluation.
 struct EvaluatedAction {
   ActionDetail action;
   Evaluation evaluation;
   std::vector<vexlo::Measurement> measurements;
-  std::string next;  ///< Empty for an answer that is a result.
+  std::string next;  ///< Empty if the answer is a result.
   Intentions intentions;
 };
 
@@ -66,7 +66,7 @@ std::vector<EvaluatedAction> evaluateThisMachine(const EvaluateRequest& request,
   return evaluateAll(actions, evaluator, intentions);
 }
 
-/// The one line of a file of facts; the last line feed may be missing. Throws `DecodingError`.
+/// The only line of a facts file, with or without a line feed. Throws `DecodingError`.
 std::string factsLine(const std::string& file) {
   std::string text = file == "-" ? std::string(std::istreambuf_iterator(std::cin), {})
                                  : FileCodec::readTextFile(file);
@@ -97,7 +97,7 @@ std::vector<EvaluatedAction> evaluateRecord(const std::string& factsFile,
   return evaluateAll(actions, evaluator, intentions);
 }
 
-/// The action's own result; absent where something else comes first.
+/// The action's result; absent if something else would happen first.
 std::optional<vexlo::PatchActionResultDescription> ownDescription(const Evaluation& evaluation) {
   return isResult(evaluation.answer) ? evaluation.result.description : std::nullopt;
 }
@@ -193,7 +193,7 @@ std::string evaluationAsTable(const std::vector<EvaluatedAction>& evaluated,
   return out;
 }
 
-/// 0 when nothing stands in the way, as far as is known.
+/// 0 if all actions would pass, as far as known.
 ExitStatus statusFor(const std::vector<EvaluatedAction>& evaluated) {
   const auto any = [&](Answer answer) {
     return std::ranges::any_of(

@@ -1,5 +1,5 @@
-// The container with which actions are evaluated: the library's own checks, over collaborators that
-// only read or only note.
+// The container for evaluating actions: the library's checks with collaborators that only read or
+// record.
 #pragma once
 #include <chrono>
 #include <cstdint>
@@ -16,9 +16,8 @@
 
 namespace agent_tool {
 
-/// What the checks read in an evaluation: this machine, or a record of another one. All but the
-/// marked ones are always there; they must outlive the container, and may answer differently from
-/// one action to the next.
+/// The sources of an evaluation: this machine, or a record of another one. They must outlive the
+/// container and may answer differently from one action to the next.
 struct EvaluationSources {
   vexlo::MachineFacts& machine;
   vexlo::PowerSourceResolver& powerSource;
@@ -27,19 +26,20 @@ struct EvaluationSources {
   vexlo::PlistManager& patchData;     ///< Only read.
   vexlo::PlistManager& promptCounts;  ///< Only read.
   vexlo::RunningAppPromptCustomizing& customization;
-  vexlo::RunningApplicationQuerying& applications;  ///< Asked for names and paths only.
-  std::function<std::string()> promptDay;           ///< The day that prompts are counted under.
+  vexlo::RunningApplicationQuerying& applications;  ///< Only asked for names and paths.
+  std::function<std::string()> promptDay;           ///< The day for which prompts are counted.
   platform::Clock now;
-  std::function<platform::Moment(std::chrono::year_month_day)> startOfDay;  ///< Where it is.
+  std::function<platform::Moment(std::chrono::year_month_day)> startOfDay;  ///< In its time zone.
   std::function<std::optional<std::string>()> preferredLanguage;
-  /// What Apple's servers say. Null: they are not asked.
+  /// Apple's servers; null if they must not be asked.
   vexlo::SoftwareUpdateLister* softwareUpdates = nullptr;
   vexlo::AvailableOSUpdatesResolver* availableOSUpdates = nullptr;
-  /// Connects to the agent's service; null where that can't be reached. Empty: it is not asked.
+  /// Connects to the agent's service; returns null if it can't be reached. Empty if it must not be
+  /// asked.
   std::function<vexlo::CredentialsFetcher*()> credentials;
 };
 
-/// Leaves questions to Apple's servers unasked: answers as if they couldn't be reached.
+/// Doesn't ask Apple's servers, but answers as if they were unreachable.
 class UnaskedApple final : public vexlo::SoftwareUpdateLister,
                            public vexlo::AvailableOSUpdatesResolver {
  public:
@@ -51,7 +51,7 @@ class UnaskedApple final : public vexlo::SoftwareUpdateLister,
   Intentions& intentions_;
 };
 
-/// Notes the commands; each counts as having ended well.
+/// Records commands, which count as successful.
 class NotedCommands final : public vexlo::CommandExecutor {
  public:
   explicit NotedCommands(Intentions& intentions) : intentions_(intentions) {}
@@ -62,10 +62,10 @@ class NotedCommands final : public vexlo::CommandExecutor {
   Intentions& intentions_;
 };
 
-/// Stands in for the stored credentials, none of which leaves it but the user's name.
+/// Replaces the stored credentials; reveals only the user name.
 class MaskedCredentials final : public vexlo::CredentialsFetcher {
  public:
-  /// Has the stored credentials fetched by `stored`; null: they are not asked for.
+  /// Fetches the stored credentials from `stored`; null if they must not be fetched.
   void maskThoseOf(vexlo::CredentialsFetcher* stored) noexcept { stored_ = stored; }
   [[nodiscard]] std::optional<vexlo::Credentials> credentials() override;
 
@@ -73,13 +73,13 @@ class MaskedCredentials final : public vexlo::CredentialsFetcher {
   vexlo::CredentialsFetcher* stored_ = nullptr;
 };
 
-/// For both kinds of installers.
+/// The collaborators for all installers.
 class EvaluationInstallerDependencies final : public vexlo::SoftwareUpdateInstallerDependencies,
                                               public vexlo::UpgradeInstallerDependencies {
  public:
   EvaluationInstallerDependencies(EvaluationSources& sources, Intentions& intentions);
 
-  /// Null where the agent's service is needed, may be asked and can't be reached.
+  /// Null if the agent's service is needed and may be asked, but can't be reached.
   [[nodiscard]] EvaluationInstallerDependencies* forThisMachine();
 
   [[nodiscard]] vexlo::CredentialsFetcher* userCredentials() override;
@@ -115,15 +115,15 @@ class EvaluationInstallerDependencies final : public vexlo::SoftwareUpdateInstal
   NotedCommands commands_;
   UnaskedApple unaskedApple_;
   NothingToJudge nothingToJudge_;
-  vexlo::DefaultSoftwareUpdateLabel labelProvider_{unaskedApple_};  // only asked for a retry
+  vexlo::DefaultSoftwareUpdateLabel labelProvider_{unaskedApple_};  // used only for a retry
   Silence notifier_;
 };
 
-/// Lends the library's checks over `sources`. Whatever would change the machine, ask a user or wait
-/// is noted in `intentions` instead. Made once for any number of actions and machines.
+/// The library's checks on `sources`. Whatever would change the machine, ask a user or wait is
+/// recorded in `intentions` instead. Reusable for any number of actions and machines.
 class EvaluationDependencies final : public vexlo::PatchProcessingDependencies {
  public:
-  /// The intentions outlive the container.
+  /// `intentions` must outlive the container.
   EvaluationDependencies(EvaluationSources sources, Intentions& intentions);
   EvaluationDependencies(const EvaluationDependencies&) = delete;
   EvaluationDependencies& operator=(const EvaluationDependencies&) = delete;
@@ -171,7 +171,7 @@ class EvaluationDependencies final : public vexlo::PatchProcessingDependencies {
     vexlo::MachineFacts& machine;
   };
 
-  /// Notes what would be killed.
+  /// Records what would be killed.
   class Killer final : public vexlo::AppKilling {
    public:
     Killer(vexlo::RunningApplicationQuerying& query, Intentions& intentions)
@@ -183,7 +183,7 @@ class EvaluationDependencies final : public vexlo::PatchProcessingDependencies {
     Intentions& intentions_;
   };
 
-  /// Reads counts, and forgets what is saved.
+  /// Reads counts and discards changes.
   class Counts final : public vexlo::RunningAppPromptDataStoring {
    public:
     explicit Counts(vexlo::PlistManager& file) : stored_(file) {}
@@ -200,7 +200,7 @@ class EvaluationDependencies final : public vexlo::PatchProcessingDependencies {
     void clean() override {}
   };
 
-  /// Notes how the user would be asked; nobody answers.
+  /// Records how the user would be asked; nobody answers.
   class Presenter final : public vexlo::RunningAppPromptPresenting {
    public:
     explicit Presenter(Intentions& intentions) : intentions_(intentions) {}

@@ -22,7 +22,7 @@ Answer answerFor(vexlo::PatchActionResult::Outcome outcome) {
   std::unreachable();
 }
 
-/// «: 2 postponements left»; empty where no number limits them.
+/// «: 2 postponements left»; empty without a limit.
 std::string postponements(const Intentions& intentions) {
   const std::int64_t left = intentions.evaluation().remainingSkipAttempts;
   return left < 1 ? "" : text(": ", left, left == 1 ? " postponement left" : " postponements left");

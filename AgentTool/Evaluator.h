@@ -1,4 +1,4 @@
-// Answers what the actions of a patch would come to, without doing anything.
+// Predicts the results of a patch's actions without running them.
 #pragma once
 #include <cstdint>
 #include <memory>
@@ -19,48 +19,48 @@
 
 namespace agent_tool {
 
-/// What an action would come to.
+/// The predicted result of an action.
 enum class Answer : std::uint8_t {
   success,     ///< It passes.
   applyLater,  ///< It can't pass now.
   failure,     ///< It fails.
   wouldAsk,    ///< The user would be asked; no answer counts as no.
   wouldForce,  ///< The user would be asked; no answer counts as yes.
-  wouldKill,   ///< Applications would be killed, then it passes.
-  wouldRun,    ///< Commands would run; they decide.
-  notAsked,    ///< Depends on something that was not asked, or is not recorded.
+  wouldKill,   ///< Applications would be killed; then it passes.
+  wouldRun,    ///< Commands would run, which decide.
+  notAsked,    ///< Depends on something that was not asked or recorded.
 };
 
 /// «wouldAsk»
 [[nodiscard]] std::string_view name(Answer answer);
 
-/// Whether the answer is the action's own result.
+/// Whether the answer is a result of the action.
 [[nodiscard]] bool isResult(Answer answer) noexcept;
 
 struct Evaluation {
   Answer answer = Answer::success;
-  /// For `success`, `applyLater` and `failure` the action's result. For the others what would come
-  /// of it if nobody answered, commands succeeded, and Apple's servers couldn't be reached.
+  /// For `success`, `applyLater` and `failure` the action's result. Otherwise the result if nobody
+  /// answered, commands succeeded and Apple's servers were unreachable.
   vexlo::PatchActionResult result = vexlo::PatchActionResult::success();
-  /// What the checks measured, or what decided without a measurement; empty unless the evaluator
-  /// measures. Lives until the next evaluation.
+  /// What the checks measured, or what decided without a measurement; empty unless measurements are
+  /// enabled. Valid until the next evaluation.
   std::span<const vexlo::Measurement> measurements;
 };
 
-/// What would come next, in words: «would ask: 2 postponements left», «would kill Safari, Mail»,
-/// «would run …, then …», «not asked: softwareupdate --list». Empty for an answer that is a result.
+/// What would happen next: «would ask: 2 postponements left», «would kill Safari, Mail», «would run
+/// …, then …», «not asked: softwareupdate --list». Empty if the answer is a result.
 [[nodiscard]] std::string nextStep(const Evaluation& evaluation, const Intentions& intentions);
 
-/// Evaluates the actions of one patch: the library's processor over an `EvaluationDependencies`.
-/// Made once for any number of machines, since its sources may answer for another one each time.
-/// For one thread at a time.
+/// Evaluates the actions of one patch with the library's processor and `EvaluationDependencies`.
+/// Reusable for any number of machines, since its sources may answer for a different one each time.
+/// Not thread-safe.
 class Evaluator {
  public:
-  /// The intentions outlive the evaluator; `measures` says whether measurements are kept.
+  /// `intentions` must outlive the evaluator; `measures` enables measurements.
   Evaluator(vexlo::PatchIdentifier patch, std::shared_ptr<const vexlo::PatchActionGroup> actionFile,
             EvaluationSources sources, Intentions& intentions, bool measures = true);
 
-  /// What `action` would come to. Its notes are in the intentions until the next evaluation.
+  /// Evaluates `action`. Its intentions are valid until the next evaluation.
   [[nodiscard]] Evaluation evaluate(const vexlo::ActionID& action);
 
  private:
@@ -72,7 +72,7 @@ class Evaluator {
         : ProcessPatchActions(std::move(patch), std::move(actionFile), std::move(dependencies)) {}
   };
 
-  /// Keeps what an action measures before anything would have happened.
+  /// Stores what an action measures before anything would happen.
   class Measurements final : public vexlo::ActionObserver {
    public:
     explicit Measurements(const Intentions& intentions) : intentions_(intentions) {}

@@ -67,25 +67,25 @@ struct Facts {
   SettingsInForce inForce;
 
   std::map<std::string, std::vector<ApplicationInstance>> applications;  ///< By bundle identifier.
-  bool allApplications = false;  ///< Those that aren't in there don't run.
+  bool allApplications = false;  ///< Those not listed aren't running.
 
-  // What Apple's servers say; absent when they were not asked.
+  // From Apple's servers; absent if they were not asked.
   std::optional<bool> softwareUpdateReachable;
-  std::optional<std::int32_t> softwareUpdateStatus;  ///< How `softwareupdate --list` ended.
-  /// Also absent when the service can't be reached, or the MDM client failed.
+  std::optional<std::int32_t> softwareUpdateStatus;  ///< The exit status of the listing.
+  /// Also absent if the service can't be reached or the MDM client failed.
   std::optional<std::vector<vexlo::AvailableOSUpdate>> availableOSUpdates;
   std::map<std::string, std::string> reasons;
 };
 
-/// What is read beyond the usual.
+/// What to read in addition.
 struct FactsExtent {
-  bool allApplications = false;  ///< All that run, not only those that are named.
-  bool appleServers = false;     ///< What Apple's servers offer.
+  bool allApplications = false;  ///< All running ones, not only those named.
+  bool appleServers = false;     ///< The updates that Apple's servers offer.
 };
 
-/// Reads this machine, with the running instances of these bundle identifiers. Takes a second at
-/// most, also where a tool or the agent's service doesn't answer; where Apple's servers are asked,
-/// as long as they need.
+/// Reads the facts of this machine, with the running instances of these bundle identifiers. Takes
+/// at most a second, even if a tool or the agent's service doesn't answer, plus the time for asking
+/// Apple's servers.
 [[nodiscard]] Facts readFacts(const std::vector<std::string>& bundleIdentifiers,
                               const FactsExtent& extent);
 

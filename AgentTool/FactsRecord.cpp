@@ -170,7 +170,7 @@ struct Member {
   void (*take)(const JSONValue&, const Place&, FactsRecord&);
 };
 
-/// In the order in which `facts --json` writes them; the last one it doesn't write itself.
+/// In the order of `facts --json`, which doesn't write the last one.
 constexpr std::array kMembers{
     Member{"version", true,
            [](const JSONValue& value, const Place& place, FactsRecord&) {
@@ -297,8 +297,8 @@ constexpr std::uint32_t neededMembers() {
   return needed;
 }
 
-/// The member's place in the table, or the table's size. A line has its members in the table's
-/// order nearly always, so the search begins behind the one before.
+/// The member's index in the table, or the table's size. Members are nearly always in the table's
+/// order, so the search starts after the previous one.
 std::size_t indexOf(std::string_view name, std::size_t expected) {
   for (std::size_t step = 0; step < kMembers.size(); ++step) {
     std::size_t index = expected + step;
@@ -310,7 +310,7 @@ std::size_t indexOf(std::string_view name, std::size_t expected) {
   return kMembers.size();
 }
 
-/// Makes the record empty and leaves its memory.
+/// Clears the record but keeps its memory.
 void forget(FactsRecord& record) {
   FactsRecord empty;
   std::swap(empty.preferredLanguages, record.preferredLanguages);

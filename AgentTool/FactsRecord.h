@@ -1,4 +1,4 @@
-// What a machine said of itself: one line of `facts --json`, read back.
+// A machine's facts, parsed from a line of `facts --json`.
 #pragma once
 #include <chrono>
 #include <cstddef>
@@ -19,7 +19,7 @@
 
 namespace agent_tool {
 
-/// A settings file of the agent's, as the machine read it.
+/// A settings file of the agent.
 class RecordedSettings {
  public:
   RecordedSettings() = default;  ///< Of a file that could not be read.
@@ -30,9 +30,9 @@ class RecordedSettings {
   [[nodiscard]] std::optional<std::string_view> file() const noexcept { return file_; }
   /// Whether the file could be read.
   [[nodiscard]] bool arePresent() const noexcept { return values_ != nullptr; }
-  /// The value under a top-level key; absent without the file or the key.
+  /// The value of a top-level key; absent if the file or the key is missing.
   [[nodiscard]] std::optional<platform::PropertyList> value(std::string_view key) const;
-  /// All of them; absent without the file.
+  /// All values; absent if the file is missing.
   [[nodiscard]] std::optional<platform::PropertyList::Dictionary> dictionary() const;
 
  private:
@@ -47,7 +47,7 @@ struct RecordedInstance {
   std::optional<std::string_view> executable;  ///< Its path.
 };
 
-/// A macOS update that Apple's servers offer the machine, as its MDM client tells.
+/// A macOS update offered by Apple's servers, as reported by the MDM client.
 struct RecordedUpdate {
   std::optional<std::string_view> build;
   std::optional<std::string_view> deferredUntil;  ///< «2024-06-15 00:00:00 +0000»
@@ -55,11 +55,10 @@ struct RecordedUpdate {
   std::optional<std::string_view> version;
 };
 
-/// The readings that checks base their answers on; what they mean and which may be absent stands in
-/// docs/FACTS.md. What the checks work out again from these, such as `inForce`, is left out. The
-/// texts belong to the reader that made the record.
+/// The facts that the checks use; docs/FACTS.md describes them. Derived facts such as `inForce` are
+/// left out. The strings belong to the reader.
 struct FactsRecord {
-  std::optional<std::string_view> name;  ///< Of the machine, where the line has one.
+  std::optional<std::string_view> name;  ///< The machine's name, if the line has one.
   std::optional<platform::Moment> time;
   std::chrono::seconds offsetFromUTC{0};  ///< Of the machine's time zone, positive in the east.
   std::optional<std::string_view> promptDay;
@@ -84,15 +83,15 @@ struct FactsRecord {
   RecordedSettings customization;
   RecordedSettings promptCounts;
 
-  /// Whether Apple's software update service can be reached; absent when it was not asked.
+  /// Whether Apple's software update service can be reached; absent if it was not asked.
   std::optional<bool> softwareUpdateReachable;
   std::optional<std::int32_t> softwareUpdateStatus;  ///< How the tool that was asked ended.
   bool updatesAreKnown = false;  ///< Whether the MDM client was asked and answered.
   std::vector<RecordedUpdate> availableOSUpdates;
 
-  bool allApplicationsAreKnown = false;  ///< Whether those that aren't listed don't run.
+  bool allApplicationsAreKnown = false;  ///< Whether those not listed are known not to run.
 
-  /// The running instances of an application; absent when the machine was not asked for it.
+  /// The running instances of an application; absent if unknown.
   [[nodiscard]] std::optional<std::span<const RecordedInstance>> instancesOf(
       std::string_view bundleIdentifier) const;
 
@@ -105,18 +104,17 @@ struct FactsRecord {
   std::vector<RecordedInstance> instances;  ///< Of all of them.
 };
 
-/// Reads one line after the other into the same record; it allocates nothing once the largest line
-/// has been seen. For one thread at a time.
+/// Parses one line after the other into the same record, reusing memory, so that it stops
+/// allocating after the largest line. Not thread-safe.
 class FactsReader {
  public:
   FactsReader() = default;
   FactsReader(const FactsReader&) = delete;
   FactsReader& operator=(const FactsReader&) = delete;
 
-  /// The record of a line, with or without its line feed. It lives until the next reading and as
-  /// long as `line`. Members that aren't known are ignored; of those that are there twice the last
-  /// one counts. An error names no file, and as its place a column («column 7») or a member
-  /// («powerSource › percentage»).
+  /// The record of a line, with or without its line feed; valid until the next call and as long as
+  /// `line`. Unknown members are ignored, and the last of duplicate members counts. Errors name no
+  /// file; their place is a column («column 7») or a member («powerSource › percentage»).
   [[nodiscard]] std::expected<const FactsRecord*, FileCodec::DecodingError> read(
       std::string_view line);
 

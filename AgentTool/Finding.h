@@ -1,4 +1,4 @@
-// What the check of an action file finds.
+// The findings of an action file's check.
 #pragma once
 #include <cstddef>
 #include <cstdint>
@@ -9,23 +9,23 @@
 namespace agent_tool {
 
 enum class FindingKind : std::uint8_t {
-  // Errors: the file can't be used.
+  // Errors: the file is unusable.
   unreadable,  ///< the file can't be read
   syntax,      ///< the text is not JSON
-  wrongType,   ///< a value of another type than its place asks for
-  // Oddities: the file can be used, but its author can't have meant that.
-  byteOrderMark,         ///< the text begins with one
+  wrongType,   ///< a value of the wrong type
+  // Oddities: the file is usable but probably not what its author meant.
+  byteOrderMark,         ///< the file starts with one
   noActions,             ///< no action applies to any patch
-  repeatedName,          ///< a member occurs twice in its object; the last one counts
+  repeatedName,          ///< duplicate member; the last one counts
   ignoredMember,         ///< a member of the document that is not read
-  suspiciousName,        ///< an ID that looks like something else, or has spaces around it
-  unknownAction,         ///< an action code that names no action
+  suspiciousName,        ///< an ID that looks like something else or has extra spaces
+  unknownAction,         ///< an unknown action code
   actionWithoutEffect,   ///< a known action that does nothing
   missingArgument,       ///< an action has fewer arguments than it needs
-  unusableArgument,      ///< an argument that the action can't read
-  questionableArgument,  ///< an argument that can be read but can't be meant
-  unreadArgument,        ///< an argument beyond those that the action reads
-  repeatedArgument,      ///< an argument that stands in the list already
+  unusableArgument,      ///< an argument that the action can't parse
+  questionableArgument,  ///< an argument that is valid but makes no sense
+  unreadArgument,        ///< an argument that the action doesn't read
+  repeatedArgument,      ///< a duplicate argument
   exemptWithoutActions,  ///< an exempt patch for which nothing is run
   differentVersions,     ///< actions of one patch name different macOS versions
   restartBeforeAction,   ///< the Mac restarts before another action of the patch
@@ -39,7 +39,7 @@ struct Finding {
   std::size_t offset = 0;              ///< In the text, without a byte order mark.
   std::optional<std::string> pointer;  ///< JSON Pointer (RFC 6901); absent without a value.
   std::string place;  ///< "PatchActions › 310872 › 2005 › [0]"; empty: the document.
-  std::string text;   ///< What is wrong or odd and what comes of it.
+  std::string text;   ///< The problem and its consequence.
 };
 
 }  // namespace agent_tool

@@ -117,7 +117,7 @@ FleetQuestion takeQuestion(const JSONValue& value, const JSONPlace& place) {
   return question;
 }
 
-/// Whether the member is one of an answer; it is taken then.
+/// Takes the member if it belongs to an answer; returns whether it does.
 bool takeOfAnswer(std::string_view name, const JSONValue& value, const JSONPlace& place,
                   FleetAnswerView& answer) {
   if (name == "outcome") {

@@ -1,4 +1,4 @@
-// Counts what a patch would come to on the machines of a fleet.
+// Counts a patch's predicted results on a fleet.
 #pragma once
 #include <compare>
 #include <cstdint>
@@ -22,7 +22,7 @@ struct FleetAction {
   friend bool operator==(const FleetAction&, const FleetAction&) = default;
 };
 
-/// What was asked of the machines.
+/// The question that the machines were evaluated for.
 struct FleetQuestion {
   std::string patchID;
   std::string productID;
@@ -32,41 +32,41 @@ struct FleetQuestion {
   friend bool operator==(const FleetQuestion&, const FleetQuestion&) = default;
 };
 
-/// What a machine would answer, as far as machines are counted by it.
+/// A machine's answer, reduced to what is counted.
 template <typename Text>
 struct BasicFleetAnswer {
   Text outcome;  ///< The name of an `Answer`: "success", "applyLater", "wouldAsk".
-  Text action;   ///< The code of the action that decided; empty when all are a success.
-  Text reason;   ///< Its description's name; empty without one.
+  Text action;   ///< The code of the deciding action; empty if all succeed.
+  Text reason;   ///< The name of its description; empty if there is none.
   friend auto operator<=>(const BasicFleetAnswer&, const BasicFleetAnswer&) = default;
 };
 using FleetAnswer = BasicFleetAnswer<std::string>;
 using FleetAnswerView = BasicFleetAnswer<std::string_view>;
 
-/// The kinds of machine that are counted apart.
+/// The types of machine that are counted separately.
 struct MachineKind {
-  std::int64_t macOS = 0;  ///< The major version, 1 to 99; 0 when it isn't known.
+  std::int64_t macOS = 0;  ///< The major version, 1 to 99; 0 if unknown.
   bool isAppleSilicon = false;
   friend auto operator<=>(const MachineKind&, const MachineKind&) = default;
 };
 
-/// A sum over machines. Merging is associative and commutative, and a default-made summary its
-/// neutral element: however a fleet is divided, the parts merge to the whole's summary. Takes
-/// memory for the different answers only, not for the machines.
+/// Counts over machines. Merging is associative and commutative, with a default-constructed summary
+/// as the neutral element, so the summaries of any partition of a fleet merge to the same result.
+/// Memory depends on the number of distinct answers, not machines.
 class FleetSummary {
  public:
-  /// Larger counts stay at this one.
+  /// Counts saturate here.
   static constexpr std::uint64_t kMostMachines = INT64_MAX;
 
-  FleetSummary() = default;  ///< Of no machine, about no question yet.
+  FleetSummary() = default;  ///< No machines and no question yet.
   explicit FleetSummary(FleetQuestion question) : question_(std::move(question)) {}
 
   void add(const FleetAnswerView& answer, const MachineKind& kind, std::uint64_t machines = 1);
-  /// A machine, counted by `add` as well, that answered otherwise before.
+  /// A machine, also counted by `add`, whose previous answer was different.
   void addMove(const FleetAnswerView& from, const FleetAnswerView& to, std::uint64_t machines = 1);
   void addBadLines(std::uint64_t lines);
 
-  /// False, and nothing is merged, when the other one answers another question.
+  /// Returns false without merging if the other summary is for another question.
   [[nodiscard]] bool merge(const FleetSummary& other);
 
   using Counts = std::map<MachineKind, std::uint64_t>;
@@ -99,7 +99,7 @@ class FleetSummary {
 
 /// One line of JSON, with its line feed (docs/FLEET.md).
 [[nodiscard]] std::string asJSON(const FleetSummary& summary);
-/// Reads it back. The error names no file.
+/// Parses such a line. Errors name no file.
 [[nodiscard]] std::expected<FleetSummary, FileCodec::DecodingError> summaryFromJSON(
     std::string_view line);
 

@@ -26,7 +26,7 @@ double shareOf(std::uint64_t part, std::uint64_t whole) {
   return whole == 0 ? 0 : static_cast<double>(part) / static_cast<double>(whole);
 }
 
-/// In eighths of a column; whatever isn't nothing is seen.
+/// In eighths of a column; non-zero shares are always visible.
 std::string barOf(double share) {
   constexpr std::array<std::string_view, 8> kParts{"", "▏", "▎", "▍", "▌", "▋", "▊", "▉"};
   const double eighths = share * kBarWidth * 8;
@@ -69,7 +69,7 @@ Style styleOf(std::string_view outcome) {
   std::unreachable();
 }
 
-/// Rows of texts with a count, its share and a bar behind.
+/// Rows of labels with a count, its share and a bar.
 class CountTable {
  public:
   explicit CountTable(std::vector<std::string> headings) : headings_(std::move(headings)) {}
@@ -167,7 +167,7 @@ std::string reasons(const FleetSummary& summary, const Console& console) {
   return table.text(console);
 }
 
-/// How many machines of each sort there are, and the share of them that is ready.
+/// The number of machines of each type and the share that is ready.
 template <typename Sort>
 std::string bySort(const FleetSummary& summary, const char* heading, const Console& console,
                    const Sort& sortOf) {

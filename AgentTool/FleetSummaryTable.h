@@ -1,4 +1,4 @@
-// Shows a fleet's summary to people.
+// Formats a fleet's summary for display.
 #pragma once
 #include <cstdint>
 #include <string>
@@ -8,8 +8,8 @@
 
 namespace agent_tool {
 
-/// Tables with bars: outcomes, then what holds machines up, then macOS versions and processors, and
-/// for a comparison the moves.
+/// Tables with bars: outcomes, blocking reasons, macOS versions and processors, and for a
+/// comparison the changes.
 [[nodiscard]] std::string asTable(const FleetSummary& summary, const Console& console);
 
 /// «1,234,567»

@@ -1,4 +1,5 @@
-// Takes typed members from a JSON document; an error says which member, and what was expected.
+// Typed access to members of a JSON document, with errors that name the member and what was
+// expected.
 #pragma once
 #include <concepts>
 #include <cstddef>
@@ -14,7 +15,7 @@
 
 namespace agent_tool {
 
-/// Where a value stands, from the inside out; a text is made of it for an error only.
+/// The place of a value, from the inside out; formatted only for errors.
 struct JSONPlace {
   const JSONPlace* around = nullptr;
   std::string_view member;  ///< Empty for an element.
@@ -27,7 +28,7 @@ struct JSONPlace {
 /// Throws `FileCodec::DecodingError`, without a file.
 [[noreturn]] void reject(const JSONValue& value, const JSONPlace& place, std::string expected);
 
-// The value, of that type; for any other they throw as `reject` does.
+// The value if it has the type; otherwise throws like `reject`.
 [[nodiscard]] bool takeBoolean(const JSONValue& value, const JSONPlace& place);
 [[nodiscard]] std::int64_t takeInteger(const JSONValue& value, const JSONPlace& place);
 /// An integer that fits into `Number`; `range` names its range: «signed 32-bit».
@@ -44,10 +45,10 @@ template <std::integral Number>
 [[nodiscard]] std::optional<std::string_view> takeOptionalString(const JSONValue& value,
                                                                  const JSONPlace& place);
 
-/// Whether there is a value of the type; false for null.
+/// Whether the value has the type; false for null.
 [[nodiscard]] bool isPresent(const JSONValue& value, JSONValue::Type type, const JSONPlace& place);
 
-/// Calls `visit(name, value, place)` for each member of an object; never for null.
+/// Calls `visit(name, value, place)` for each member of an object; accepts null.
 template <typename Visit>
 void takeMembers(const JSONValue& value, const JSONPlace& place, const Visit& visit) {
   if (isPresent(value, JSONValue::Type::object, place)) {
@@ -57,7 +58,7 @@ void takeMembers(const JSONValue& value, const JSONPlace& place, const Visit& vi
   }
 }
 
-/// Calls `visit(value, place)` for each element of an array; never for null.
+/// Calls `visit(value, place)` for each element of an array; accepts null.
 template <typename Visit>
 void takeElements(const JSONValue& value, const JSONPlace& place, const Visit& visit) {
   if (isPresent(value, JSONValue::Type::array, place)) {
@@ -68,10 +69,10 @@ void takeElements(const JSONValue& value, const JSONPlace& place, const Visit& v
   }
 }
 
-/// What an error says was found: «null», «the integer 7», «"sun"», «an array».
+/// What was found, for errors: «null», «the integer 7», «"sun"», «an array».
 [[nodiscard]] std::string describeFound(const JSONValue& value);
 
-/// The error for a text that `CompactJSON` doesn't read: «column 7: expected …», without a file.
+/// The error for a text that `CompactJSON` rejects: «column 7: expected …», without a file.
 [[nodiscard]] FileCodec::DecodingError whyNoJSON(std::string_view text);
 
 }  // namespace agent_tool

@@ -1,4 +1,4 @@
-// This machine, for an evaluation that only reads.
+// This machine as the source of an evaluation; only reads.
 #pragma once
 #include <memory>
 #include <optional>
@@ -9,11 +9,11 @@
 
 namespace agent_tool {
 
-/// The providers that the library uses in production, as far as they only read.
+/// The library's production providers, as far as they only read.
 class MachineSources {
  public:
-  /// `asksApple` allows questions to Apple's servers, which take a while; `asksAgent` the question
-  /// to the agent's service whether credentials are stored. The agent's directories are set.
+  /// `asksApple` permits asking Apple's servers, which takes a while; `asksAgent` permits asking
+  /// the agent's service whether credentials are stored. The agent's directories must be set.
   MachineSources(bool asksApple, bool asksAgent) : asksApple_(asksApple), asksAgent_(asksAgent) {}
   MachineSources(const MachineSources&) = delete;
   MachineSources& operator=(const MachineSources&) = delete;
@@ -21,7 +21,7 @@ class MachineSources {
   [[nodiscard]] EvaluationSources sources();
 
  private:
-  /// Reads a settings file; it is never written.
+  /// A settings file that is only read.
   class Settings final : public vexlo::PlistManager {
    public:
     explicit Settings(std::string path) : file_(std::move(path)) {}

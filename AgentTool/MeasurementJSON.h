@@ -1,4 +1,4 @@
-// Writes what actions measured as JSON.
+// Measurements as JSON.
 #pragma once
 #include <span>
 #include <string>
@@ -7,8 +7,8 @@
 
 namespace agent_tool {
 
-/// An array of objects, in the order given: `[{"kind":"battery","source":"battery",…}]`. `kind`
-/// tells which other members there are; all of them are always there, null when absent.
+/// An array of objects: `[{"kind":"battery","source":"battery",…}]`. `kind` determines the other
+/// members, which are always present and may be null.
 [[nodiscard]] std::string measurementsAsJSON(std::span<const vexlo::Measurement> measurements);
 
 }  // namespace agent_tool

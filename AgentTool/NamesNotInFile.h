@@ -16,7 +16,7 @@ struct NameNotInFile {
   std::string text;  ///< «patch 1», «product 2», «service pack 3 of product 2»
 };
 
-/// The names that the file doesn't hold. A file without products is not said to lack one.
+/// The names that the file lacks. If the file has no products, a missing product is not reported.
 [[nodiscard]] std::vector<NameNotInFile> namesNotInFile(const vexlo::PatchIdentifier& patch,
                                                         const vexlo::PatchActionGroup& file);
 

@@ -79,8 +79,8 @@ std::optional<std::uint32_t> RecordedSources::Users::userID(const std::string& n
 const std::optional<RunningAppPromptCustomization>&
 RecordedSources::Customization::customizationData() {
   if (!settings_) {
-    // Written as it was decoded; in a line made by hand a wrong type makes all of it void, as in
-    // the file.
+    // A value of the wrong type, in a line written by hand, invalidates all settings, as in the
+    // file.
     settings_.emplace();
     try {
       *settings_ =

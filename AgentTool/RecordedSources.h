@@ -1,4 +1,4 @@
-// A record of a machine's facts, for an evaluation somewhere else.
+// Recorded facts of a machine as the source of an evaluation elsewhere.
 #pragma once
 #include <cstdint>
 #include <memory>
@@ -13,17 +13,18 @@
 
 namespace agent_tool {
 
-/// Providers that answer from one record after the other. Nothing is read from this machine. What a
-/// record doesn't hold is noted as not asked. For one thread at a time.
+/// Providers that answer from a record, without reading anything from this machine. Facts that are
+/// missing in the record count as not asked. Not thread-safe.
 class RecordedSources {
  public:
-  /// The intentions outlive this object.
+  /// `intentions` must outlive this object.
   explicit RecordedSources(Intentions& intentions)
       : applications_(*this, intentions), apple_(*this, intentions) {}
   RecordedSources(const RecordedSources&) = delete;
   RecordedSources& operator=(const RecordedSources&) = delete;
 
-  /// Answers from `record`, which is borrowed, until the next call. Call it before evaluating.
+  /// Answers from `record`, which must stay valid until the next call. Must be called before
+  /// evaluating.
   void use(const FactsRecord& record);
 
   [[nodiscard]] EvaluationSources sources();
@@ -96,7 +97,7 @@ class RecordedSources {
         override;
 
    private:
-    /// Of the current record; absent until they are asked for.
+    /// Of the current record; decoded on first use.
     std::optional<std::optional<vexlo::RunningAppPromptCustomization>> settings_;
   };
   class Applications final : public vexlo::RunningApplicationQuerying, Part {
@@ -110,7 +111,7 @@ class RecordedSources {
     Intentions& intentions_;
   };
 
-  /// What Apple's servers said, where the record has it.
+  /// The answers of Apple's servers, if recorded.
   class Apple final : public vexlo::SoftwareUpdateLister,
                       public vexlo::AvailableOSUpdatesResolver,
                       Part {

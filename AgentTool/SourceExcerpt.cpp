@@ -10,7 +10,7 @@ namespace {
 constexpr std::size_t kMostWidth = 200;
 constexpr std::string_view kIndentation = "  ";
 
-/// Goes back to where the character begins that `offset` lies in.
+/// Moves back to the start of the character at `offset`.
 std::size_t characterAt(std::string_view text, std::size_t offset) {
   while (offset > 0 && offset < text.size() &&
          (static_cast<unsigned char>(text[offset]) & 0xC0) == 0x80) {
@@ -45,7 +45,7 @@ std::string sourceExcerpt(std::string_view text, std::size_t offset, std::size_t
   const std::size_t lineStart = text.substr(0, offset).rfind('\n') + 1;
   std::string_view line = text.substr(lineStart, text.find_first_of("\r\n", offset) - lineStart);
   std::size_t column = offset - lineStart;
-  // Of a long line the part around the place.
+  // For a long line, the part around the place.
   if (column > room / 2) {
     const std::size_t cut = characterAt(line, column - room / 2);
     line.remove_prefix(cut);

@@ -1,4 +1,4 @@
-// Shows where something stands in a text.
+// Shows a place in a text.
 #pragma once
 #include <cstddef>
 #include <string>
@@ -11,11 +11,11 @@ struct LineAndColumn {
   std::size_t column;  ///< In bytes, from 1.
 };
 
-/// Finds lines and columns; for offsets that don't fall, in one pass over the text.
+/// Computes lines and columns in one pass for non-decreasing offsets.
 class LineCounter {
  public:
   explicit LineCounter(std::string_view text) : text_(text) {}
-  /// Of an offset that is no smaller than the one before.
+  /// `offset` must not be smaller than in the previous call.
   [[nodiscard]] LineAndColumn at(std::size_t offset);
 
  private:
@@ -25,8 +25,8 @@ class LineCounter {
   std::size_t line_ = 1;
 };
 
-/// The line in which the `length` bytes at `offset` begin, and below it marks under them: two
-/// lines of at most `width` columns, the first one printable.
+/// The line of the `length` bytes at `offset`, and a line of markers below them, both at most
+/// `width` columns wide and printable.
 [[nodiscard]] std::string sourceExcerpt(std::string_view text, std::size_t offset,
                                         std::size_t length, std::size_t width);
 

@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::size_t kMostDifferences = 2;
 
-/// How many letters have to be added, dropped, exchanged or swapped with the next one.
+/// The number of letters to add, drop, replace or swap with the next one.
 std::size_t differences(std::string_view first, std::string_view second) {
   const std::size_t width = second.size() + 1;
   std::vector<std::size_t> table((first.size() + 1) * width);

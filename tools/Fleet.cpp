@@ -31,7 +31,7 @@ constexpr std::chrono::sys_days kDay = std::chrono::year(2026) / 11 / 24;
 constexpr const char* kPromptDay = "24-11-2026";
 constexpr const char* kYesterday = "23-11-2026";
 
-/// SplitMix64: the same numbers everywhere, unlike the distributions of the standard library.
+/// SplitMix64: reproducible everywhere, unlike the standard library's distributions.
 class Chance {
  public:
   explicit Chance(std::uint64_t state) : state_(state) {}
@@ -42,11 +42,11 @@ class Chance {
     bits = (bits ^ (bits >> 27)) * 0x94D049BB133111EBU;
     return bits ^ (bits >> 31);
   }
-  /// Evenly from `first` to `last`.
+  /// Uniform from `first` to `last`.
   std::int64_t between(std::int64_t first, std::int64_t last) {
     return first + static_cast<std::int64_t>(next() % static_cast<std::uint64_t>(last - first + 1));
   }
-  /// True in so many of a thousand cases.
+  /// True with this probability in thousandths.
   bool perMille(int cases) { return between(1, 1000) <= cases; }
   bool percent(int cases) { return perMille(cases * 10); }
 
@@ -104,7 +104,7 @@ struct Application {
   const char* bundleIdentifier;
   const char* name;
   const char* folder;
-  int percentRunning;  // where someone is at the console
+  int percentRunning;  // if a user is at the console
 };
 constexpr std::array kApplications{
     Application{"com.apple.Safari", "Safari", "/Applications", 41},
@@ -117,7 +117,7 @@ constexpr const char* kBase = "/Library/Application Support/VexloAgent";
 class Machine {
  public:
   Machine(std::uint64_t seed, std::uint64_t number)
-      // The first draw sets machines of neighbouring numbers and seeds apart.
+      // The first draw decorrelates neighbouring numbers and seeds.
       : chance_(Chance(seed).next() ^ (number * 0xD1342543DE82EF95U)), number_(number) {}
 
   std::string line() {
@@ -149,7 +149,7 @@ class Machine {
     if (facts_.preferredLanguages.front() != "en-US" && chance_.percent(60)) {
       facts_.preferredLanguages.emplace_back("en-US");
     }
-    // Small, middling and large disks; one in twelve is nearly full.
+    // Small, medium and large disks; one in twelve is nearly full.
     const std::int64_t size = std::array{
         245, 494, 994}[static_cast<std::size_t>(std::min<std::int64_t>(chance_.between(0, 3), 2))];
     const std::int64_t free =
@@ -163,7 +163,7 @@ class Machine {
 
   void makePower() {
     const bool isPortable = chance_.percent(84);
-    if (!isPortable) {  // a desktop Mac lists no power source
+    if (!isPortable) {  // desktop Macs list no power source
       facts_.reasons.emplace("powerSource", "Unable to obtain power source details.");
       return;
     }

@@ -1,13 +1,12 @@
-// Machines that don't exist: seeded, realistic facts of any number of them.
+// Synthetic machines: reproducible, realistic facts of any number of Macs.
 #pragma once
 #include <cstdint>
 #include <string>
 
 namespace fleet {
 
-/// A fleet of Macs of an organisation on one day. Machine `number` of a seed is always the same,
-/// whichever others are made, on every system and standard library. Immutable; safe from any
-/// thread.
+/// An organisation's Macs on one day. Machine `number` of a seed is the same on every system and
+/// independent of other machines. Immutable and thread-safe.
 class Fleet {
  public:
   explicit Fleet(std::uint64_t seed) : seed_(seed) {}
@@ -18,8 +17,8 @@ class Fleet {
   std::uint64_t seed_;
 };
 
-/// The patch that the machines' users were asked about, and the applications that it disturbs: as
-/// in examples/fleet/actions.json.
+/// The patch that users were asked about and the applications that it affects, as in
+/// examples/fleet/actions.json.
 inline constexpr const char* kPatchID = "310990";
 inline constexpr const char* kPromptKey = "com.apple.Safari,com.apple.mail";
 

@@ -1,4 +1,4 @@
-// make-fleet: writes the facts of machines that don't exist, one line each.
+// make-fleet: writes the facts of synthetic machines, one line each.
 #include <unistd.h>
 
 #include <charconv>

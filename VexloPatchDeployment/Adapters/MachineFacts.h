@@ -1,4 +1,4 @@
-// What kind of machine this is.
+// Facts about the machine.
 #pragma once
 #include <cstdint>
 
@@ -7,16 +7,17 @@
 
 namespace vexlo {
 
-/// Decides which actions mean this machine, and which installer and command lines they need.
+/// Determines which actions apply to the machine and which installers and command lines they use.
+/// Tests and recorded facts replace it.
 class MachineFacts : public SystemEnvironment {
  public:
   [[nodiscard]] virtual bool isAppleSilicon() = 0;
-  /// How the machine is enrolled in MDM; `not_enrolled` where that can't be learnt.
+  /// How the machine is enrolled in MDM; `not_enrolled` if unknown.
   [[nodiscard]] virtual vxutils::EnrollmentType mdmEnrollment() = 0;
 };
 
-/// Asks the agent's global settings and the agent's library anew on every call; the macOS version
-/// is read once per process. Stateless.
+/// Asks the agent's global settings and library on every call; reads the macOS version once per
+/// process. Stateless.
 class SystemMachineFacts final : public MachineFacts {
  public:
   [[nodiscard]] std::int64_t macOSMajorVersion() const override;

@@ -14,7 +14,7 @@ constexpr std::int64_t kBytesPerMegabyte = 1'000'000;
 constexpr std::int64_t kBytesPerTenthOfGigabyte = 100'000'000;
 constexpr std::int64_t kTenths = 10;
 
-/// «84.1 GB», «90 GB», «50 MB»: cut and not rounded, so that too little never looks like enough.
+/// «84.1 GB», «90 GB», «50 MB»: truncated, so that too little never looks like enough.
 std::string sizeText(std::int64_t bytes) {
   const std::int64_t tenths = bytes / kBytesPerTenthOfGigabyte;
   if (tenths > -kTenths && tenths < kTenths) {

@@ -1,4 +1,4 @@
-// Lets an agent watch an action: what it measured, and how far a long one has got.
+// Lets an agent observe an action's measurements and progress.
 #pragma once
 #include <cstdint>
 #include <iosfwd>
@@ -27,7 +27,7 @@ struct BatteryMeasurement {
   friend bool operator==(const BatteryMeasurement&, const BatteryMeasurement&) = default;
 };
 
-/// The free space of the start-up volume, compared with a required minimum.
+/// The free space of the startup volume, compared with a required minimum.
 struct DiskSpaceMeasurement {
   std::optional<std::int64_t> freeBytes;  ///< Absent when it can't be read; counts as sufficient.
   std::int64_t neededBytes = 0;
@@ -45,9 +45,9 @@ struct LoggedOnUsersMeasurement {
                          const LoggedOnUsersMeasurement&) = default;
 };
 
-/// Apple's update service doesn't answer: listing the updates failed.
+/// Apple's update service is unreachable: listing the updates failed.
 struct UpdateServiceUnreachable {
-  std::int32_t exitCode = 0;  ///< Of `softwareupdate`; may be 0 when only its text says so.
+  std::int32_t exitCode = 0;  ///< Of `softwareupdate`; may be 0 if only its output says so.
   friend bool operator==(const UpdateServiceUnreachable&,
                          const UpdateServiceUnreachable&) = default;
 };
@@ -55,12 +55,12 @@ struct UpdateServiceUnreachable {
 /// Whether MDM defers a macOS version.
 struct DeferralMeasurement {
   std::string version;
-  std::optional<bool> isDeferred;    ///< Absent when the deferrals can't be had.
+  std::optional<bool> isDeferred;    ///< Absent if the deferrals are not available.
   std::optional<std::string> until;  ///< «2024-Jun-15»; absent when not deferred or unreadable.
   friend bool operator==(const DeferralMeasurement&, const DeferralMeasurement&) = default;
 };
 
-/// The applications, of those that the patch would disturb, that run.
+/// The running applications among those that the patch affects.
 struct RunningApplicationsMeasurement {
   struct Application {
     std::string bundleID;
@@ -78,18 +78,18 @@ enum class RunningAppPromptDecision : std::uint8_t {
   forceDeployment,  ///< Show the prompt; an unanswered one counts as yes.
 };
 
-/// How the user was asked to let running applications be closed, and what came of it.
+/// The prompt to close running applications, and the answer.
 struct PromptMeasurement {
   enum class Answer : std::uint8_t {
     agreed,
     declined,
-    none,      ///< No usable answer in time; the decision tells what it counts as.
+    none,      ///< No usable answer in time; the decision determines what it counts as.
     notShown,  ///< The prompt could not be shown; counts as no.
-    notAsked,  ///< No prompt was to be shown, or none has been shown yet.
+    notAsked,  ///< No prompt was needed, or none has been shown yet.
   };
   RunningAppPromptDecision decision = RunningAppPromptDecision::promptUser;
   Answer answer = Answer::notAsked;
-  /// After this answer. Absent without a limit, and when the user can't postpone any more.
+  /// After this answer. Absent without a limit and after the last one.
   std::optional<std::int64_t> postponementsLeft;
   friend bool operator==(const PromptMeasurement&, const PromptMeasurement&) = default;
 };
@@ -100,25 +100,24 @@ struct ToolRunMeasurement {
   Step step = Step::download;
   std::string subject;  ///< The update's label, or the path of the InstallAssistant application.
   std::int32_t exitCode = 0;
-  std::string lastLine;  ///< The last line of its output that isn't blank, if any; cut if long.
+  std::string lastLine;  ///< The last non-blank line of output, if any; truncated if long.
   friend bool operator==(const ToolRunMeasurement&, const ToolRunMeasurement&) = default;
 };
 
-/// The second attempt wasn't made, since `softwareupdate` lists no update of that build.
+/// There was no second attempt, because `softwareupdate` doesn't list the build.
 struct UpdateNotListed {
   std::string build;  ///< «14.4.1-23E224»
   friend bool operator==(const UpdateNotListed&, const UpdateNotListed&) = default;
 };
 
-/// The action file gives an action no argument that it can use.
+/// The action file has no usable argument for an action.
 struct UnusableArguments {
   std::string_view expected;  ///< «minimum battery percentage»; lives as long as the library.
-  std::optional<std::string>
-      found;  ///< What is no whole number; absent when an argument is missing.
+  std::optional<std::string> found;  ///< The invalid argument; absent if missing.
   friend bool operator==(const UnusableArguments&, const UnusableArguments&) = default;
 };
 
-/// What decided without anything being measured.
+/// What decided without a measurement.
 enum class DecidingRule : std::uint8_t {
   notInPlan,              ///< the action doesn't apply to the patch
   undefinedAction,        ///< the library doesn't know the action's code
@@ -126,27 +125,27 @@ enum class DecidingRule : std::uint8_t {
   otherProcessor,         ///< the action is for machines with another processor
   patchedThroughMDM,      ///< the server patches the OS through MDM
   notEnrolled,            ///< the machine isn't enrolled in MDM
-  deferralCheckDisabled,  ///< the agent's settings switch the deferral check off
+  deferralCheckDisabled,  ///< the agent's settings disable the deferral check
   killWithoutAsking,      ///< the agent's settings close applications without a prompt
   promptDisabled,         ///< the agent's settings allow no prompt
-  applicationsUnnamed,    ///< no running application can be named; counts as none running
+  applicationsUnnamed,    ///< no running application has a name; counts as none running
 };
 
-/// Something that an action measured or that decided it.
+/// A measurement or deciding rule of an action.
 using Measurement =
     std::variant<BatteryMeasurement, DiskSpaceMeasurement, ConsoleUserMeasurement,
                  LoggedOnUsersMeasurement, UpdateServiceUnreachable, DeferralMeasurement,
                  RunningApplicationsMeasurement, PromptMeasurement, ToolRunMeasurement,
                  UpdateNotListed, UnusableArguments, DecidingRule>;
 
-/// In a few words for people: "battery 12 %, 30 % needed", "84.1 GB free, 90 GB needed". Names come
-/// from outside and are not escaped. May be empty.
+/// A short description: "battery 12 %, 30 % needed", "84.1 GB free, 90 GB needed". Untrusted names
+/// are not escaped. May be empty.
 [[nodiscard]] VEXLO_EXPORT std::string describe(const Measurement& measurement);
-/// All that one action measured, in order: "Safari, Mail running; 2 postponements left".
+/// All measurements of an action: "Safari, Mail running; 2 postponements left".
 [[nodiscard]] VEXLO_EXPORT std::string describe(std::span<const Measurement> measurements);
 VEXLO_EXPORT std::ostream& operator<<(std::ostream& out, const Measurement& measurement);
 
-/// How far the tool of an installation has got, by its own output.
+/// The progress of an installation tool according to its output.
 struct ActionProgress {
   enum class Phase : std::uint8_t {
     starting,  ///< Nothing told yet.
@@ -156,8 +155,8 @@ struct ActionProgress {
     installing,
   };
   Phase phase = Phase::starting;
-  std::optional<double> percent;  ///< Of the phase, 0 to 100; absent until the tool tells one.
-  std::string_view line;          ///< The line just read; valid during the call only.
+  std::optional<double> percent;  ///< Of the phase, 0 to 100; absent until the tool reports it.
+  std::string_view line;          ///< The line just read; valid only during the call.
 };
 
 /// «downloading»
@@ -165,15 +164,15 @@ struct ActionProgress {
 /// «downloading 54 %»
 [[nodiscard]] VEXLO_EXPORT std::string describe(const ActionProgress& progress);
 
-/// Told what an action measures and how far it has got, while it runs. Called on the thread that
-/// runs the action, which waits meanwhile. What it throws is dropped: who watches has no influence
-/// on what becomes of a patch. It may use other processors but not the one that it observes.
+/// Receives an action's measurements and progress while it runs, on the thread that runs the
+/// action. Exceptions are dropped, because observers must not affect a patch. It may use other
+/// processors, but not the one that it observes.
 class VEXLO_EXPORT ActionObserver {
  public:
   virtual ~ActionObserver();
-  /// `action` measured something. May come several times for one action, or not at all.
+  /// `action` measured something. Called any number of times per action.
   virtual void measured(const ActionID& action, const Measurement& measurement);
-  /// A tool that `action` runs wrote a line that isn't blank. May come many times a second.
+  /// A tool of `action` wrote a non-blank line. May be called many times a second.
   virtual void progressed(const ActionID& action, const ActionProgress& progress);
 };
 

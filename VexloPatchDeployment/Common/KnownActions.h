@@ -1,5 +1,5 @@
-// What there is to say about each action that the library knows: its code and name, and its
-// documentation, which help, reference, JSON Schema and the check of action files are made from.
+// The table of known actions: codes, names and documentation, from which help, reference, JSON
+// Schema and the check of action files are generated.
 #pragma once
 #include <algorithm>
 #include <array>
@@ -82,7 +82,7 @@ static_assert(std::ranges::is_sorted(kKnownActions, {}, &KnownActionRow::sortOrd
   return kKnownActions[std::to_underlying(action)];
 }
 
-/// The row of the action with that code or name; null for any other text.
+/// The row of the action with this code or name; null if there is none.
 [[nodiscard]] constexpr const KnownActionRow* findKnownAction(std::string_view codeOrName) {
   const auto* const found = std::ranges::find_if(kKnownActions, [&](const KnownActionRow& row) {
     return row.code == codeOrName || row.name == codeOrName;
@@ -90,7 +90,7 @@ static_assert(std::ranges::is_sorted(kKnownActions, {}, &KnownActionRow::sortOrd
   return found == kKnownActions.end() ? nullptr : found;
 }
 
-/// What an argument must look like.
+/// The format of an argument.
 enum class ArgumentKind : std::uint8_t {
   percent,           ///< A battery level: an integer.
   gigabytes,         ///< Disk space in units of 1,000,000,000 bytes: an integer.
@@ -103,24 +103,24 @@ enum class ArgumentKind : std::uint8_t {
 struct ActionArgument {
   std::string_view name;  ///< "minimum battery level"
   ArgumentKind kind;
-  std::string_view meaning;  ///< With unit and limits; begins in lower case, without a full stop.
+  std::string_view meaning;  ///< With unit and limits; lower case, without a full stop.
   std::string_view example;
 };
 
 struct ActionAnswer {
   std::string_view result;  ///< "applyLater(inSufficientBattery)"
-  std::string_view when;    ///< Begins in lower case, without a full stop.
+  std::string_view when;    ///< Lower case, without a full stop.
 };
 
-/// What an action does, for those who write action files. The action needs all its arguments; the
-/// last one may be given any number of times when `lastRepeats`. It doesn't read more than these.
+/// An action's documentation for authors of action files. All arguments are required; with
+/// `lastRepeats` the last one may be repeated. Further arguments are ignored.
 struct ActionDocumentation {
   KnownAction action;
   std::string_view summary;  ///< One sentence.
   std::span<const ActionArgument> arguments;
   bool lastRepeats = false;
-  bool restarts = false;     ///< When it succeeds, the Mac restarts.
-  bool doesNothing = false;  ///< It is in the table for its code only.
+  bool restarts = false;     ///< The Mac restarts after success.
+  bool doesNothing = false;  ///< Listed only for its code.
   std::span<const ActionAnswer> answers;
 };
 

@@ -1,4 +1,4 @@
-// Takes measurements and progress from where they are made to the observer of the action.
+// Passes measurements and progress to the action's observer.
 #pragma once
 #include <concepts>
 
@@ -6,27 +6,27 @@
 
 namespace vexlo {
 
-/// The action that the calling thread runs, for as long as the object lives. Scopes nest, since an
-/// observer may run another processor. The code below the processor needs no handle: like log
-/// lines, measurements go to whoever listens.
+/// Marks the action that the calling thread runs, for its lifetime. May be nested, since an
+/// observer may run another processor. Code below the processor needs no handle: like log lines,
+/// measurements go to the current observer.
 class RunningAction {
  public:
-  /// `observer` may be null; then nobody is told. `action` and `observer` outlive the object.
+  /// `observer` may be null. `action` and `observer` must outlive the object.
   RunningAction(const ActionID& action, ActionObserver* observer) noexcept;
   ~RunningAction();
   RunningAction(const RunningAction&) = delete;
   RunningAction& operator=(const RunningAction&) = delete;
 
-  /// Whether somebody observes the action that this thread runs.
+  /// Whether this thread's action has an observer.
   [[nodiscard]] static bool isObserved() noexcept;
-  /// Calls `tell` with the action and its observer, if there is one. What it throws is dropped.
+  /// Calls `tell` with the action and its observer, if any. Exceptions are dropped.
   template <std::invocable<const ActionID&, ActionObserver&> Tell>
   static void tellObserver(const Tell& tell) noexcept {
     if (const RunningAction* const running = current(); running != nullptr && running->observer_) {
       try {
         tell(running->action_, *running->observer_);
       } catch (...) {  // NOLINT(bugprone-empty-catch)
-        // Who watches has no influence on what becomes of a patch.
+        // Observers must not affect a patch.
       }
     }
   }
@@ -39,8 +39,8 @@ class RunningAction {
   const RunningAction* outer_;
 };
 
-/// Tells the observer what the running action has measured. `make` returns the measurement and is
-/// called only when somebody observes.
+/// Reports a measurement of the running action. `make` returns it and is called only if there is an
+/// observer.
 template <std::invocable Make>
 void measured(const Make& make) noexcept {
   RunningAction::tellObserver([&](const ActionID& action, ActionObserver& observer) {

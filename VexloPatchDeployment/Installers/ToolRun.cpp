@@ -10,8 +10,7 @@ namespace {
 
 constexpr std::size_t kLongestLine = 200;
 
-/// The last line that isn't blank, trimmed; a long one is cut. Lines end with a line feed or a
-/// carriage return.
+/// The last non-blank line, trimmed and truncated. Lines end with a line feed or a carriage return.
 std::string_view lastLine(std::string_view output) {
   constexpr std::string_view kBlanks = " \t\r\n";
   const std::size_t end = output.find_last_not_of(kBlanks);

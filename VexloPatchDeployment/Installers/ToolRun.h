@@ -1,4 +1,4 @@
-// Measures the run of an installation's tool.
+// Measures runs of installation tools.
 #pragma once
 #include <string>
 
@@ -7,7 +7,7 @@
 
 namespace vexlo {
 
-/// What is told of a run that has ended.
+/// The measurement for a finished run.
 [[nodiscard]] ToolRunMeasurement toolRun(ToolRunMeasurement::Step step, const std::string& subject,
                                          const CommandResult& result);
 
