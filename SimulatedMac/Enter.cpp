@@ -66,10 +66,25 @@ void prepareRecords(const std::string& path, bool hasUsers) {
   }
 }
 
-pid_t firstProcess = 0;
+constexpr unsigned kSecondsToEnd = 5;
 
-/// Ends the Mac and everything that runs in it; this process then ends too.
-void endMac(int /*signal*/) { kill(firstProcess, SIGKILL); }
+pid_t firstProcess = 0;
+volatile sig_atomic_t isEnding = 0;
+
+/// Gives the command some seconds to end by itself; then, or at the second signal, the Mac ends and
+/// everything that runs in it, and so does this process. A signal of the terminal has reached the
+/// command already.
+void endMac(int signal, siginfo_t* facts, void* /*context*/) {
+  if (signal == SIGALRM || isEnding != 0) {
+    kill(firstProcess, SIGKILL);
+    return;
+  }
+  isEnding = 1;
+  alarm(kSecondsToEnd);
+  if (facts->si_code != SI_KERNEL) {
+    kill(firstProcess, signal);
+  }
+}
 
 int enterMac(const Scenario& scenario, const EnterOptions& options) {
   if (access(standInProgram().c_str(), X_OK) != 0) {
@@ -99,8 +114,9 @@ int enterMac(const Scenario& scenario, const EnterOptions& options) {
     _exit(runFirstProcess(scenario, options, mayWriteHost));
   }
   struct sigaction action{};
-  action.sa_handler = endMac;
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
+  action.sa_sigaction = endMac;
+  action.sa_flags = SA_SIGINFO;
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGALRM}) {
     sigaction(signal, &action, nullptr);
   }
   int status = 0;

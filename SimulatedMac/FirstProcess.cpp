@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <grp.h>
 #include <pwd.h>
+#include <signal.h>  // NOLINT(modernize-deprecated-headers): POSIX, not only C
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -154,6 +155,26 @@ void buildMac(const Scenario& scenario, const EnterOptions& options, bool mayWri
                  reason == ENOENT ? kNotFound : kNotExecutable));
 }
 
+pid_t commandToEnd = 0;
+
+/// Passes a signal that a process outside of the Mac has sent on to the command. What comes from
+/// the terminal has reached the command already.
+void passOnToCommand(int signal, siginfo_t* facts, void* /*context*/) {
+  if (facts->si_code != SI_KERNEL) {
+    kill(commandToEnd, signal);
+  }
+}
+
+void passOnSignals(pid_t command) {
+  commandToEnd = command;
+  struct sigaction action{};
+  action.sa_sigaction = passOnToCommand;
+  action.sa_flags = SA_SIGINFO;
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
+    sigaction(signal, &action, nullptr);
+  }
+}
+
 /// Waits for the command and reaps orphans meanwhile, as process 1 must.
 int waitFor(pid_t command) {
   while (true) {
@@ -198,6 +219,7 @@ int runFirstProcess(const Scenario& scenario, const EnterOptions& options, bool 
     }
     executeCommand(options.command, callersPath);
   }
+  passOnSignals(command);
   if (triggers) {
     triggers->passOn(command);
   }

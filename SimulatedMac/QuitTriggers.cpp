@@ -36,7 +36,13 @@ void QuitTriggers::passOn(pid_t command) {
   const int end = static_cast<int>(syscall(SYS_pidfd_open, command, 0));
   std::array<pollfd, 2> events{pollfd{pipe_[0], POLLIN, 0}, pollfd{end, POLLIN, 0}};
   std::string packet(kPacketSize, '\0');
-  while (poll(events.data(), events.size(), -1) >= 0) {
+  while (true) {
+    if (poll(events.data(), events.size(), -1) < 0) {
+      if (errno == EINTR) {
+        continue;
+      }
+      break;
+    }
     const ssize_t size =
         (events[0].revents & POLLIN) != 0 ? read(pipe_[0], packet.data(), packet.size()) : 0;
     if (size <= 0) {

@@ -40,6 +40,7 @@ constexpr std::array kKeys{
     Key{"update", "build", "TEXT"},
     Key{"update", "deferred until", "TEXT"},
     Key{"update", "product key", "TEXT"},
+    Key{"update", "takes", "DURATION"},
     Key{"agent", "data directory", "writable | read-only"},
     Key{"agent", "action file", "TEXT"},
     Key{"agent", "prompt data", "TEXT"},

@@ -1,11 +1,15 @@
 // The stand-ins for the tools that query and update the Mac.
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
+#include <cstdio>
 #include <optional>
 #include <string>
 #include <string_view>
 
 #include "SimulatedMac/ProcessSteps.h"
+#include "SimulatedMac/ScenarioValues.h"
 #include "SimulatedMac/StandIns.h"
 
 namespace simulated_mac {
@@ -32,6 +36,21 @@ bool isAuthorised(const ToolCall& call) {
   }();
   const std::optional<std::string> argument = call.argumentAfter("--stdinpass");
   return argument.value_or(call.input.value_or("")) == wanted;
+}
+
+/// Prints lines such as «Downloading: 33.33%» up to 100 % while the time of the scenario goes by.
+void printProgress(const ToolCall& call, const std::string& what, int places) {
+  constexpr int kUsualTime = 300;
+  constexpr int kMostBetweenLines = 500;
+  constexpr int kFewestLines = 3;
+  const int time = milliseconds(update(call, "takes")).value_or(kUsualTime);
+  const int lines = std::max(kFewestLines, time / kMostBetweenLines);
+  for (int line = 1; line <= lines; ++line) {
+    waitMilliseconds(time / lines);
+    std::array<char, 16> percent{};
+    (void)std::snprintf(percent.data(), percent.size(), "%.*f%%", places, 100.0 * line / lines);
+    printLine(STDOUT_FILENO, what + ": " + percent.data());
+  }
 }
 
 [[noreturn]] void listUpdates(ToolCall& call) {
@@ -63,10 +82,7 @@ bool isAuthorised(const ToolCall& call) {
     printLine(STDERR_FILENO, "Failed to authenticate");
     _exit(1);
   }
-  for (const char* const percent : {"9.90", "54.17", "100.00"}) {
-    waitMilliseconds(100);
-    printLine(STDOUT_FILENO, std::string("Downloading: ") + percent + "%");
-  }
+  printProgress(call, "Downloading", 2);
   printLine(STDOUT_FILENO, "Downloaded: " + label);
   if (installs) {
     printLine(STDOUT_FILENO, "Restarting...");
@@ -122,10 +138,7 @@ void startOSInstall(ToolCall& call) {
     _exit(1);
   }
   printLine(STDOUT_FILENO, "Preparing to run macOS Installer...");
-  for (const char* const percent : {"0.0", "52.3", "100.0"}) {
-    waitMilliseconds(100);
-    printLine(STDOUT_FILENO, std::string("Preparing: ") + percent + "%");
-  }
+  printProgress(call, "Preparing", 1);
   printLine(STDOUT_FILENO, "Restarting...");
   _exit(0);
 }

@@ -62,6 +62,15 @@ TEST_F(SimulatedMacTest, LeavesNoTraceOnTheHost) {
   EXPECT_EQ(shell("grep -lsaz 5432[1] /proc/[0-9]*/cmdline").output, "");
 }
 
+TEST_F(SimulatedMacTest, ItsCommandMayEndByItselfAtASignal) {
+  const TemporaryDirectory directory;
+  const std::string up = directory.file("up");
+  const std::string trap = "trap \"sleep 0.2; exit 3\" TERM; echo up; while :; do sleep 0.02; done";
+  std::string script = enterCommand() + "healthy -- sh -c '" + trap + "' > " + up;
+  script += " & until [ -s " + up + " ]; do sleep 0.02; done; kill $!; wait $!";
+  EXPECT_EQ(shell(script).status, 3);
+}
+
 TEST_F(SimulatedMacTest, GoesWithItsOwner) {
   for (const std::string signal : {"TERM", "KILL"}) {
     const TemporaryDirectory directory;
