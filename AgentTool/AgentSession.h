@@ -43,6 +43,8 @@ class AgentSession {
    private:
     std::shared_ptr<LogCore::LogSink> former_;
   };
+  /// Where log lines go; never null.
+  [[nodiscard]] const std::shared_ptr<LogCore::LogSink>& sink() const { return sink_; }
   /// Drops log lines that would repeat the tool's own messages on stderr; a log file still gets
   /// them.
   [[nodiscard]] OtherSink withoutLinesOnConsole() const;

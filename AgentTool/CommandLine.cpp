@@ -38,6 +38,7 @@ struct Written {
   bool asksApple = false;
   bool asksAgent = false;
   bool keepGoing = false;
+  bool explain = false;
   bool strict = false;
   bool json = false;
   std::vector<std::string> files;
@@ -156,6 +157,8 @@ void addCommands(CLI::App& app, Written& written) {
       ->check(
           [](const std::string& code) { return code.empty() ? "a code or name is needed" : ""; });
   run.add_flag("--keep-going", written.keepGoing, "continue after an action that is not a success");
+  run.add_flag("--explain", written.explain,
+               "show the log lines that led to whatever is not a success");
   addStrict(run, written);
   addJSON(run, written, "print one JSON object per line, as each action ends");
   addAgent(run, written, "the lowest level to log (default: info)");
@@ -434,6 +437,7 @@ std::expected<Request, NoRequest> request(const CLI::App& app, Written& written)
                     .patch = std::move(patch),
                     .actionCodes = std::move(written.actionCodes),
                     .keepGoing = written.keepGoing,
+                    .explain = written.explain,
                     .strict = written.strict,
                     .json = written.json};
 }

@@ -51,6 +51,7 @@ struct RunRequest {
   vexlo::PatchIdentifier patch;
   std::vector<std::string> actionCodes;  ///< Or names. Empty means all that apply.
   bool keepGoing = false;
+  bool explain = false;  ///< Show the log lines of actions that are not a success.
   bool strict =
       false;  ///< A patch, product or service pack that is not in the file is a usage error.
   bool json = false;

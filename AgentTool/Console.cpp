@@ -54,6 +54,17 @@ int activityTerminal() {
   return -1;
 }
 
+/// «59 s», «12 min», «3 h 5 min»
+std::string timeText(std::chrono::seconds time) {
+  using namespace std::chrono;
+  if (time < minutes(2)) {
+    return std::to_string(time.count()) + " s";
+  }
+  const auto wholeHours = floor<hours>(time);
+  const std::string rest = std::to_string(floor<minutes>(time - wholeHours).count()) + " min";
+  return wholeHours.count() == 0 ? rest : std::to_string(wholeHours.count()) + " h " + rest;
+}
+
 std::string_view escapeFor(Style style) {
   switch (style) {
     case Style::plain:
@@ -117,7 +128,7 @@ void Console::eraseActivity() {
 Console::Activity::Activity(Console& console, std::string text) : console_(console) {
   if (console_.activityDescriptor_ >= 0) {
     const platform::SignalsHeld held;  // the main thread handles signals
-    thread_ = std::thread([this, text = std::move(text)] { show(text); });
+    thread_ = std::thread([this, text = std::move(text)] { keepShowing(text); });
   }
 }
 
@@ -132,7 +143,12 @@ Console::Activity::~Activity() {
   }
 }
 
-void Console::Activity::show(const std::string& text) {
+void Console::Activity::show(std::string progress) {
+  const std::scoped_lock lock(console_.mutex_);
+  progress_ = std::move(progress);
+}
+
+void Console::Activity::keepShowing(const std::string& text) {
   const auto began = std::chrono::steady_clock::now();
   const std::size_t width = columnsOf(console_.activityDescriptor_);
   std::unique_lock lock(console_.mutex_);
@@ -143,7 +159,7 @@ void Console::Activity::show(const std::string& text) {
     const auto gone =
         std::chrono::duration_cast<std::chrono::seconds>(std::chrono::steady_clock::now() - began);
     std::string line = std::string(kSpinner[frame % kSpinner.size()]) + " " + text + ", " +
-                       std::to_string(gone.count()) + " s";
+                       (progress_.empty() ? "" : progress_ + ", ") + timeText(gone);
     if (width != kNoLimit) {
       line = wrapped(line, width - 1).front();  // a full line would scroll the terminal
     }

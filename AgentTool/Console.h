@@ -48,21 +48,24 @@ class Console {
   /// The terminal that shows activity; -1 if there is none.
   [[nodiscard]] int activityDescriptor() const noexcept { return activityDescriptor_; }
 
-  /// Shows the printable `text` with the elapsed seconds on a terminal, for its lifetime.
+  /// Shows the printable `text` with the elapsed time on a terminal, for its lifetime.
   class Activity {
    public:
     Activity(Console& console, std::string text);
     Activity(const Activity&) = delete;
     Activity& operator=(const Activity&) = delete;
     ~Activity();
+    /// From now on shows `progress`, a printable text, between the text and the time.
+    void show(std::string progress);
 
    private:
-    void show(const std::string& text);
+    void keepShowing(const std::string& text);
 
     Console& console_;
     std::condition_variable hasEnded_;
-    bool ended_ = false;  // guarded by the console's mutex
-    std::thread thread_;  // last, because it uses the others
+    bool ended_ = false;    // guarded by the console's mutex
+    std::string progress_;  // likewise
+    std::thread thread_;    // last, because it uses the others
   };
 
  private:

@@ -8,13 +8,13 @@
 #include <vector>
 
 #include "AgentTool/JSONPieces.h"
+#include "VexloPatchDeployment/Validators/RunningApplicationCheckRelated/RunningAppPromptEvaluator.h"
 
 namespace agent_tool {
 namespace {
 
 using vexlo::DecidingRule;
 using vexlo::PromptMeasurement;
-using vexlo::RunningAppPromptDecision;
 
 std::string_view nameOf(vexlo::BatteryMeasurement::Source source) {
   using Source = vexlo::BatteryMeasurement::Source;
@@ -25,18 +25,6 @@ std::string_view nameOf(vexlo::BatteryMeasurement::Source source) {
       return "mains";
     case Source::unknown:
       return "unknown";
-  }
-  std::unreachable();
-}
-
-std::string_view nameOf(RunningAppPromptDecision decision) {
-  switch (decision) {
-    case RunningAppPromptDecision::promptUser:
-      return "promptUser";
-    case RunningAppPromptDecision::skipDeployment:
-      return "skipDeployment";
-    case RunningAppPromptDecision::forceDeployment:
-      return "forceDeployment";
   }
   std::unreachable();
 }
@@ -156,7 +144,7 @@ JSONObject objectOf(const vexlo::RunningApplicationsMeasurement& running) {
 JSONObject objectOf(const PromptMeasurement& prompt) {
   return JSONObject()
       .addString("kind", "prompt")
-      .addString("decision", nameOf(prompt.decision))
+      .addString("decision", describe(prompt.decision))
       .addString("answer", nameOf(prompt.answer))
       .addJSON("postponementsLeft", numberOrNull(prompt.postponementsLeft));
 }

@@ -13,6 +13,7 @@
 #include "AgentTool/Commands.h"
 #include "AgentTool/Interruption.h"
 #include "AgentTool/JSONPieces.h"
+#include "AgentTool/LogLines.h"
 #include "AgentTool/NamesNotInFile.h"
 #include "AgentTool/PrintableText.h"
 #include "AgentTool/RunReport.h"
@@ -83,30 +84,65 @@ std::vector<PlannedAction> plannedActions(const RunRequest& request,
   return planned;
 }
 
-/// Keeps what one action measures.
-class Measurements final : public vexlo::ActionObserver {
+/// Runs actions, one at a time, and tells the report what they do meanwhile.
+class Runner final : public vexlo::ActionObserver {
  public:
-  void measured(const ActionID& /*action*/, const vexlo::Measurement& measurement) override {
-    kept_.push_back(measurement);
+  /// `logLines` is null unless what is no success is to be explained.
+  Runner(Console& console, RunReport& report, bool showsActivity,
+         std::shared_ptr<LogLines> logLines)
+      : console_(console),
+        report_(report),
+        showsActivity_(showsActivity),
+        logLines_(std::move(logLines)) {}
+
+  /// Runs the action with the processor that this observes.
+  EndedAction run(const PlannedAction& action, ProcessPatchActions& processor) {
+    if (logLines_) {
+      (void)logLines_->take();
+    }
+    if (showsActivity_) {
+      activity_.emplace(
+          console_, printable(action.actionID.code()) + " " + printable(describe(action.actionID)));
+    }
+    action_ = &action;
+    began_ = std::chrono::steady_clock::now();
+    vexlo::PatchActionResult result = processor.execute(action.actionID);
+    const std::chrono::duration<double> took = timeGone();
+    activity_.reset();
+    std::optional<std::vector<std::string>> lines;
+    if (logLines_ && result.outcome != Outcome::success) {
+      lines = logLines_->take();
+    }
+    return {action, std::move(result), std::exchange(measurements_, {}), std::move(lines), took};
   }
-  /// Gives away what was kept.
-  [[nodiscard]] std::vector<vexlo::Measurement> take() { return std::exchange(kept_, {}); }
+
+  void measured(const ActionID& /*action*/, const vexlo::Measurement& measurement) override {
+    measurements_.push_back(measurement);
+  }
+  void progressed(const ActionID& /*action*/, const vexlo::ActionProgress& progress) override {
+    if (progress.phase == vexlo::ActionProgress::Phase::starting) {
+      return;  // the tool has told nothing that is progress
+    }
+    if (activity_) {
+      activity_->show(describe(progress));
+    }
+    report_.progressed(*action_, progress, timeGone());
+  }
 
  private:
-  std::vector<vexlo::Measurement> kept_;
-};
-
-EndedAction runOne(const PlannedAction& action, ProcessPatchActions& processor,
-                   Measurements& measurements, Console& console, bool showsActivity) {
-  std::optional<Console::Activity> activity;
-  if (showsActivity) {
-    activity.emplace(
-        console, printable(action.actionID.code()) + " " + printable(describe(action.actionID)));
+  [[nodiscard]] std::chrono::duration<double> timeGone() const {
+    return std::chrono::steady_clock::now() - began_;
   }
-  const auto began = std::chrono::steady_clock::now();
-  vexlo::PatchActionResult result = processor.execute(action.actionID);
-  return {action, std::move(result), measurements.take(), std::chrono::steady_clock::now() - began};
-}
+
+  Console& console_;
+  RunReport& report_;
+  bool showsActivity_;
+  std::shared_ptr<LogLines> logLines_;
+  std::optional<Console::Activity> activity_;
+  const PlannedAction* action_ = nullptr;  // the one that runs
+  std::chrono::steady_clock::time_point began_;
+  std::vector<vexlo::Measurement> measurements_;
+};
 
 /// The more severe of the two: failure, then apply later.
 ExitStatus worse(ExitStatus status, Outcome outcome) {
@@ -163,12 +199,18 @@ ExitStatus run(const RunRequest& request, Console& console) {
     console.write(JSONObject().addJSON("notInFile", asJSON(unknownNames)).done() + '\n');
   }
   report->began(planned);
-  const auto measurements = std::make_shared<Measurements>();
-  processor->setObserver(measurements);
+  std::shared_ptr<LogLines> logLines;
+  std::optional<AgentSession::OtherSink> keptLines;
+  if (request.explain) {
+    logLines = std::make_shared<LogLines>(session.sink());
+    keptLines.emplace(logLines);
+  }
+  const auto runner = std::make_shared<Runner>(console, *report, !request.json, logLines);
+  processor->setObserver(runner);
   ExitStatus status = ExitStatus::success;
   std::size_t count = 0;
   for (const PlannedAction& action : planned) {
-    const EndedAction ended = runOne(action, *processor, *measurements, console, !request.json);
+    const EndedAction ended = runner->run(action, *processor);
     ++count;
     report->ended(ended);
     status = worse(status, ended.result.outcome);

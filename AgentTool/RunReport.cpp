@@ -80,28 +80,60 @@ class JSONReport final : public RunReport {
 
   void began(const std::vector<PlannedAction>& /*actions*/) override {}
 
-  void ended(const EndedAction& ended) override {
-    const auto& [action, result, measurements, took] = ended;
-    const auto description =
-        result.description.transform([](const auto& why) { return name(why); });
+  void progressed(const PlannedAction& action, const vexlo::ActionProgress& progress,
+                  std::chrono::duration<double> took) override {
+    if (lastProgress_ && lastProgress_->phase == progress.phase &&
+        took - lastProgress_->at < kBetweenProgress) {
+      return;
+    }
+    lastProgress_ = {.phase = progress.phase, .at = took};
+    const std::string percent =
+        progress.percent ? platform::decimalText(*progress.percent, 2) : "null";
     console_.write(JSONObject()
                        .addString("name", describe(action.actionID))
                        .addString("code", action.actionID.code())
-                       .addJSON("arguments", jsonList(action.arguments))
-                       .addString("result", name(result.outcome))
-                       .addJSON("description", jsonOptional(description))
-                       .addJSON("detail", detailAsJSON(result))
-                       .addString("why", describe(std::span(measurements)))
-                       .addJSON("measured", measurementsAsJSON(measurements))
+                       .addJSON("progress", JSONObject()
+                                                .addString("phase", name(progress.phase))
+                                                .addJSON("percent", percent)
+                                                .addString("line", progress.line)
+                                                .done())
                        .addJSON("seconds", platform::decimalText(took.count(), 3))
                        .done() +
                    '\n');
   }
 
+  void ended(const EndedAction& ended) override {
+    lastProgress_.reset();
+    const auto& [action, result, measurements, logLines, took] = ended;
+    const auto description =
+        result.description.transform([](const auto& why) { return name(why); });
+    JSONObject line;
+    line.addString("name", describe(action.actionID))
+        .addString("code", action.actionID.code())
+        .addJSON("arguments", jsonList(action.arguments))
+        .addString("result", name(result.outcome))
+        .addJSON("description", jsonOptional(description))
+        .addJSON("detail", detailAsJSON(result))
+        .addString("why", describe(std::span(measurements)))
+        .addJSON("measured", measurementsAsJSON(measurements))
+        .addJSON("seconds", platform::decimalText(took.count(), 3));
+    if (logLines) {
+      line.addJSON("log", jsonList(*logLines));
+    }
+    console_.write(line.done() + '\n');
+  }
+
   void closed(std::size_t /*notRun*/) override {}
 
  private:
+  static constexpr std::chrono::seconds kBetweenProgress{1};
+  struct Progress {
+    vexlo::ActionProgress::Phase phase;
+    std::chrono::duration<double> at;
+  };
+
   Console& console_;
+  std::optional<Progress> lastProgress_;  // of the running action
 };
 
 class TableReport final : public RunReport {
@@ -124,7 +156,7 @@ class TableReport final : public RunReport {
   }
 
   void ended(const EndedAction& ended) override {
-    const auto& [action, result, measurements, took] = ended;
+    const auto& [action, result, measurements, logLines, took] = ended;
     ++counts_[static_cast<std::size_t>(result.outcome)];
     std::string seconds = platform::decimalText(took.count(), 2) + " s";
     seconds.insert(0, kTimeWidth - std::min(kTimeWidth, seconds.size()), ' ');
@@ -133,7 +165,22 @@ class TableReport final : public RunReport {
                                  {name(result.outcome), styleOf(result.outcome)},
                                  {std::move(seconds), Style::faint},
                                  {whyForPeople(ended)}}));
+    if (logLines) {
+      explanations_ += text(
+          '\n',
+          console_.styled(text(printable(action.actionID.code()), ' ',
+                               printable(describe(action.actionID)), ": ", name(result.outcome)),
+                          Style::bold),
+          '\n');
+      for (const std::string& line : *logLines) {
+        explanations_ += text("  ", printable(line), '\n');
+      }
+    }
   }
+
+  // The activity line shows it.
+  void progressed(const PlannedAction& /*action*/, const vexlo::ActionProgress& /*progress*/,
+                  std::chrono::duration<double> /*took*/) override {}
 
   void closed(std::size_t notRun) override {
     std::string summary;
@@ -147,7 +194,7 @@ class TableReport final : public RunReport {
       summary += text(", ", notRun, " not run");
     }
     if (!summary.empty()) {
-      console_.write(summary + "\n");
+      console_.write(summary + "\n" + explanations_);
     }
   }
 
@@ -158,6 +205,7 @@ class TableReport final : public RunReport {
   Console& console_;
   Columns columns_;
   std::array<std::size_t, 3> counts_{};  // by outcome
+  std::string explanations_;             // shown below the table
 };
 
 }  // namespace

@@ -2,6 +2,7 @@
 #pragma once
 #include <chrono>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -24,6 +25,8 @@ struct EndedAction {
   const PlannedAction& action;
   vexlo::PatchActionResult result;
   std::vector<vexlo::Measurement> measurements;
+  /// The log lines that led to it; absent when nobody asks for an explanation or none is needed.
+  std::optional<std::vector<std::string>> logLines;
   std::chrono::duration<double> took;
 };
 
@@ -31,6 +34,9 @@ class RunReport {
  public:
   virtual ~RunReport() = default;
   virtual void began(const std::vector<PlannedAction>& actions) = 0;
+  /// A tool that `action`, which began `took` ago, runs has written a line.
+  virtual void progressed(const PlannedAction& action, const vexlo::ActionProgress& progress,
+                          std::chrono::duration<double> took) = 0;
   virtual void ended(const EndedAction& action) = 0;
   /// Call last. `notRun` is the number of actions skipped after one that didn't succeed.
   virtual void closed(std::size_t notRun) = 0;

@@ -26,6 +26,8 @@ struct ProcessRequest {
   /// that don't split UTF-8 characters. If it throws, the child's group is killed and the exception
   /// is passed on.
   std::function<void(std::string_view line)> onLine;
+  /// Called on the calling thread for each piece of output as it is read; otherwise like `onLine`.
+  std::function<void(std::string_view piece)> onOutput;
   /// Output beyond this is dropped; a note at the end says so.
   std::size_t maximumOutputBytes = std::size_t{64} * 1024 * 1024;
 };
@@ -54,7 +56,7 @@ struct ProcessResult {
 /// the process's signal settings, leaves no zombie or descriptor behind, and works on any thread
 /// and whatever the process does with SIGCHLD and SIGPIPE: if the system would not report a status
 /// because SIGCHLD is ignored, the program runs under a shell that does. Throws only what `onLine`
-/// throws and `std::bad_alloc`.
+/// and `onOutput` throw and `std::bad_alloc`.
 [[nodiscard]] ProcessResult runProcess(const ProcessRequest& request);
 
 }  // namespace platform

@@ -105,7 +105,7 @@ CommandResult TerminalUtil::runCommand(const std::string& command,
                                        const std::optional<std::string>& launchPath,
                                        const std::optional<std::string>& pipeInput,
                                        std::int64_t timeoutSeconds, bool logOutputContinuously,
-                                       bool shouldLogOutput) {
+                                       bool shouldLogOutput, const OutputReader& readOutput) {
   platform::ProcessRequest request{
       .executable = launchPath.value_or(kDefaultShell), .directory = directory, .input = pipeInput};
   request.arguments.reserve(2);
@@ -115,6 +115,7 @@ CommandResult TerminalUtil::runCommand(const std::string& command,
   if (logOutputContinuously) {
     request.onLine = [&](std::string_view line) { lines.log(line); };
   }
+  request.onOutput = readOutput;
   platform::ProcessResult result = run(request, timeoutSeconds, kRunTag, sleep_);
   lines.finish();
   if (shouldLogOutput) {

@@ -5,6 +5,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -21,6 +22,8 @@ class TerminalUtil {
   /// The default time-out: two hours.
   static constexpr std::int64_t kLongestTaskSeconds = 7200;
 
+  /// Receives a piece of a command's output, on the thread that waits for the command.
+  using OutputReader = std::function<void(std::string_view piece)>;
   /// Pauses between two attempts.
   using Sleeper = std::function<void(std::chrono::milliseconds duration)>;
 
@@ -34,13 +37,14 @@ class TerminalUtil {
   /// absent). After `timeoutSeconds` its process group is killed. With `logOutputContinuously`,
   /// output is logged at info level line by line as it arrives (the first 4 MiB, then the number of
   /// further lines); with `shouldLogOutput`, as a whole at the end. The command and the input,
-  /// which may contain a password, are never logged.
+  /// which may contain a password, are never logged. `readOutput`, if any, receives all output as
+  /// it arrives, in arbitrary pieces; it must not throw.
   [[nodiscard]] CommandResult runCommand(const std::string& command,
                                          const std::optional<std::string>& directory,
                                          const std::optional<std::string>& launchPath,
                                          const std::optional<std::string>& pipeInput,
                                          std::int64_t timeoutSeconds, bool logOutputContinuously,
-                                         bool shouldLogOutput);
+                                         bool shouldLogOutput, const OutputReader& readOutput = {});
 
   /// Runs the executable at `pathOfBinary` directly, without a shell, and waits for it to exit.
   /// After `timeoutSeconds` its process group is killed.

@@ -62,6 +62,7 @@ ChildOutput::Reading ChildOutput::readKept(const Descriptor& pipe, std::size_t& 
   });
   if (count > 0) {
     most -= static_cast<std::size_t>(count);
+    handOn(std::string_view(kept_).substr(before));
     handOnLines(kept_);
   }
   return answer(count, error);
@@ -76,6 +77,7 @@ ChildOutput::Reading ChildOutput::readDropped(const Descriptor& pipe, std::size_
   if (count > 0) {
     most -= static_cast<std::size_t>(count);
     dropped_ += static_cast<std::uint64_t>(count);
+    handOn({scratch_->data() + filled_, static_cast<std::size_t>(count)});
     if (onLine_) {
       filled_ += static_cast<std::size_t>(count);
       handOnLines({scratch_->data(), filled_});
@@ -97,6 +99,12 @@ void ChildOutput::startDropping() {
   }
   lineStart_ = 0;
   searched_ = filled_;
+}
+
+void ChildOutput::handOn(std::string_view piece) const {
+  if (onOutput_) {
+    onOutput_(piece);
+  }
 }
 
 /// Reports the lines of `buffer` from `lineStart_` on; there is no line end before `searched_`.

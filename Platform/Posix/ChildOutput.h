@@ -1,4 +1,4 @@
-// The output of a child process: stored up to a limit and reported line by line.
+// The output of a child process: stored up to a limit and reported as it arrives and line by line.
 #pragma once
 #include <array>
 #include <cstddef>
@@ -16,9 +16,11 @@ namespace platform {
 class ChildOutput {
  public:
   using OnLine = std::function<void(std::string_view line)>;
+  using OnOutput = std::function<void(std::string_view piece)>;
 
-  /// `onLine`, which may be empty, must outlive the object.
-  ChildOutput(std::size_t limit, const OnLine& onLine) : limit_(limit), onLine_(onLine) {}
+  /// `onLine` and `onOutput`, which may be empty, must outlive the object.
+  ChildOutput(std::size_t limit, const OnLine& onLine, const OnOutput& onOutput)
+      : limit_(limit), onLine_(onLine), onOutput_(onOutput) {}
 
   enum class Reading : std::uint8_t { some, nothingYet, ended };
 
@@ -37,10 +39,12 @@ class ChildOutput {
   Reading readKept(const Descriptor& pipe, std::size_t& most);
   Reading readDropped(const Descriptor& pipe, std::size_t& most);
   void startDropping();
+  void handOn(std::string_view piece) const;
   void handOnLines(std::string_view buffer);
 
   std::size_t limit_;
   const OnLine& onLine_;
+  const OnOutput& onOutput_;
   std::string kept_;
   std::unique_ptr<Scratch> scratch_;  // only once the limit is reached
   bool dropping_ = false;

@@ -278,7 +278,7 @@ class Supervision {
         outputPipe_(std::move(output)),
         statusPipe_(std::move(status)),
         input_(request.input.value_or(std::string_view{})),
-        output_(request.maximumOutputBytes, request.onLine),
+        output_(request.maximumOutputBytes, request.onLine, request.onOutput),
         deadline_(deadlineAfter(request.timeout)),
         grace_(request.grace) {}
 

@@ -46,6 +46,28 @@ TEST_F(RunCommandTest, TheTableSaysWhyAndWhatWasLeftOut) {
             "1 success, 1 applyLater, 3 not run\n");
 }
 
+TEST_F(RunCommandTest, ExplainsWhatIsNoSuccessByItsLogLines) {
+  writeActions(R"({"PatchActions":{"1":{"2005":["0"],"2010":[]}}})");
+  const std::string line =
+      "error PatchActions/Main/ProcessPatchActions "
+      "installMacOSUpdatesUsingInstallAssistant(for:using:): Unable to perform macOS "
+      "update/upgrade using InstallAssistant, not enough arguments. Arguments [].";
+  const std::string command = "vexlo-patch run $patch --explain --log-level none";
+  EXPECT_THAT(shell(command).output,
+              testing::EndsWith("\n1 success, 1 applyLater\n\n"
+                                "2010 installMacOSUpdatesUsingInstallAssistant: applyLater\n  " +
+                                line +
+                                "\n  info PatchActions/Main/ProcessPatchActions execute(for:): "
+                                "Patch action result for action detail (actionID: "
+                                "installMacOSUpdatesUsingInstallAssistant, arguments: []) : "
+                                "applyLater(inSufficientArguments).\n"));
+  const std::string json = shell(command + " --json").output;
+  EXPECT_THAT(json, HasSubstr(R"("log":[")" + line + R"(",")"));
+  EXPECT_THAT(json.substr(0, json.find('\n')),
+              AllOf(HasSubstr(R"("why":")"), HasSubstr(R"("measured":[{"kind":"diskSpace",)"),
+                    Not(HasSubstr("\"log\""))));
+}
+
 TEST_F(RunCommandTest, LogLinesGoWhereTheyAreWantedAndFromTheLevelOn) {
   writeActions(R"({"PatchActions":{"1":{"3001":[]}}})");
   const std::string notDefined = R"j(ActionID undefined("3001"):[] not defined)j";

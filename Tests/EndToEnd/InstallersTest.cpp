@@ -283,6 +283,21 @@ const std::string kInstall =
 const std::string kIntel = "mac/machine=intel";
 const std::string kLabelProvider = kFolder + "Common/SoftwareUpdateLabelProvider label(for:): ";
 
+const MacTests progress("Progress",
+                        {{.name = "PhaseAndPercentageAreToldOnceASecond",
+                          .settings = {kIntel, kUpdate, "update/takes=3 s"},
+                          .results = {kDone},
+                          .calls = {kDownload, kInstall},
+                          .check = [](const Ended& mac) {
+                            for (const std::string wanted :
+                                 {"searching null", "downloading null", "downloading [1-9].*"}) {
+                              EXPECT_THAT(
+                                  mac.progress,
+                                  testing::Contains(testing::MatchesRegex("2007 " + wanted)));
+                            }
+                            EXPECT_LE(mac.progress.size(), 12U) << "of 22 lines";
+                          }}});
+
 const MacTests secondTry(
     "SecondTry",
     {{.name = "TakesTheLabelFromTheList",
@@ -290,6 +305,9 @@ const MacTests secondTry(
       .results = {kDone},
       .lines = {"info " + kLabelProvider + "Label found - \"" + kLabel + "\"."},
       .calls = {downloads("macOS Sonoma 23F79"), kList, kDownload, kInstall},
+      .why = {"download ended with status 0, \"macOS Sonoma 23F79: No such update\"; download "
+              "ended with status 0, \"Downloaded: macOS Sonoma 14.5-23F79\"; installation ended "
+              "with status 0, \"Restarting...\""},
       .check = [](const Ended& mac) { EXPECT_GE(mac.seconds, 35); },
       .scenario = "second-try"},
      {.name = "RepeatsBothStepsAfterAFailedInstallation",

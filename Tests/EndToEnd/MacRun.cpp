@@ -204,7 +204,14 @@ class StartedRun {
         ended.leftApps.push_back(line);
       } else if (line.starts_with('{')) {
         const json::object result = json::parse(line).as_object();
+        if (const json::value* const progress = result.if_contains("progress")) {
+          ended.progress.push_back(stringOf(result.at("code")) + " " +
+                                   stringOf(progress->at("phase")) + " " +
+                                   json::serialize(progress->at("percent")));
+          continue;
+        }
         ended.results.push_back(summary(result));
+        ended.why.push_back(stringOf(result.at("why")));
         ended.seconds += json::value_to<double>(result.at("seconds"));
       } else {
         ended.unreadable.push_back(line);
@@ -291,6 +298,9 @@ class RunningTest : public testing::Test {
 
   static void compare(const MacTest& test, const Ended& mac) {
     EXPECT_EQ(mac.results, test.results);
+    if (!test.why.empty()) {
+      EXPECT_EQ(mac.why, test.why);
+    }
     if (!test.results.empty()) {
       EXPECT_EQ(mac.status, statusOf(test.times == 1 ? test.results : Texts{test.results.back()}));
     }

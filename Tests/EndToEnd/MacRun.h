@@ -17,6 +17,8 @@ struct Texts : std::vector<std::string> {
 struct Ended {
   int status = -1;       ///< Of the last run of vexlo-patch.
   Texts results;         ///< «2006 applyLater macOSUpdateIsDeferred 2099-Jan-01»
+  Texts why;             ///< What was measured, of each result.
+  Texts progress;        ///< «2007 downloading 50.00»
   Texts log;             ///< «info FILE FUNCTION: MESSAGE», where days «24-11-2026» read DAY
   Texts calls;           ///< The stand-ins' calls, as `describe` writes them.
   Texts notices;         ///< The tool's own messages on standard error.
@@ -53,6 +55,7 @@ struct MacTest {
   Texts results = {};
   Texts lines = {};  ///< Lines that the log must contain, among others.
   Texts calls = {};  ///< All calls of tools, in order.
+  Texts why = {};    ///< Of each result; not compared when empty.
   std::function<void(const Ended&)> check = nullptr;
   std::string scenario = "healthy";
   Texts options = {};  ///< Further options of `vexlo-patch run`.

@@ -71,11 +71,13 @@ const MacTests policy(
       .results = {"2008 success"},
       .lines = {kDetector + "No running Apps detected for the bundleID: com.apple.mail.",
                 kDetector + "No running Apps detected for the bundleIDs: [\"com.apple.Safari\", "
-                            "\"com.apple.mail\"]."}},
+                            "\"com.apple.mail\"]."},
+      .why = {"none running"}},
      {.name = "AlwaysKillEndsEveryInstance",
       .settings = kSafari + Texts{"application com.apple.Safari/instances=2",
                                   "patch data/AlwaysKillApps=true"},
       .results = {"2008 success"},
+      .why = {"Safari running; closed without asking"},
       .check =
           [](const Ended& mac) {
             EXPECT_EQ(std::ranges::count_if(mac.log,
@@ -99,6 +101,7 @@ const MacTests policy(
                "since AlwaysKillApps is not enabled.",
            "info " + kFolder +
                "RunningAppPolicy isPromptEnabled(): Prompt for running applications is disabled."},
+      .why = {"Safari running; prompts are off"},
       .check = leaves({kProgram})},
      {.name = "EndsBeforeItsNameIsAskedFor",
       .settings = prompting({"application com.apple.Safari/quits=Apps are running for bundleID"}),
@@ -107,7 +110,8 @@ const MacTests policy(
                     "Unable to obtain app name or executable path for bundleID: com.apple.Safari.",
                 "error " + kHandler +
                     "Unable to obtain app names for the following bundle IDs: "
-                    "[\"com.apple.Safari\"]. Considering as no app is running."}},
+                    "[\"com.apple.Safari\"]. Considering as no app is running."},
+      .why = {"Safari running; can't be named, counts as not running"}},
      {.name = "TwoNamesInOneOrderAndARepeatedIdentifier",
       .settings = prompting({"actions/2008=org.b org.a org.c org.b", "application org.b/name=Bee",
                              "application org.a/name=A, too", "customization/dailyPromptLimit=9"}),
@@ -136,6 +140,7 @@ const MacTests launch(
                 kCleaner + "Removing file: " + kReturnCodeFile + " - 2",
                 kCleaner + "Removing file: " + kReturnCodeFile + " - 0"},
       .calls = opened("Safari 0 false"),
+      .why = {"Safari running; the user agreed"},
       .check = leaves({})},
      {.name = "OpenBringsItToTheFront",
       .settings = prompting({"customization/allowScreenGrab=true", "users/console=bob",
@@ -159,6 +164,7 @@ const MacTests launch(
       .lines = {kRequest + "output: sudo: unknown user: NOUSERNAME\\n, exitCode: 1",
                 kRequest + "Failed to launch the running app prompt."},
       .calls = {"sudo -u NOUSERNAME \"" + kPrompt + "\" Safari 0 false"},
+      .why = {"Safari running; the prompt can't be shown"},
       .check = leaves({kProgram})},
      {.name = "AnApplicationsNameIsNoCommand",
       .settings =
@@ -290,6 +296,9 @@ const MacTests counting("PromptCounts", [] {
                      "Optional([\"DAY\": 2, \"patchID\": \"310990\", \"promptShownCount\": 2]).",
                  kSaved + "[\"DAY\": 3, \"patchID\": \"310990\", \"promptShownCount\": 3]."},
        .calls = opened("Safari 2 false") + opened("Safari 1 false") + opened("Safari 0 true"),
+       .why = {"Safari running; the user declined; 1 postponement left",
+               "Safari running; the user declined; 0 postponements left",
+               "Safari running; the user declined"},
        .check = counts("3", "3"),
        .times = 3},
       {.name = "ADaysPromptsRunOut",
@@ -297,6 +306,7 @@ const MacTests counting("PromptCounts", [] {
        .results = {kLater, kLater},
        .lines = {kLimitReached + "(1/1) for bundleID: com.apple.Safari. Skipping deployment."},
        .calls = opened("Safari 0 false"),
+       .why = {"Safari running; the user declined", "Safari running; no more prompts today"},
        .check = counts("1", "1"),
        .times = 2},
       {.name = "TheDaysLimitComesFirst",
@@ -313,6 +323,7 @@ const MacTests counting("PromptCounts", [] {
        .settings = prompting({skips("3"), "customization/forceDeploy=true", "prompt/user=quits"}),
        .results = {kAgreed},
        .calls = opened("Safari 3 false"),
+       .why = {"Safari running; forced, nobody answered the prompt"},
        .check = counts("1", "1")},
       {.name = "ForcedAfterTheLastPostponement",
        .results = {kAgreed},

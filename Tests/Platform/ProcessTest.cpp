@@ -5,10 +5,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <numeric>
 #include <sstream>
 #include <string>
 #include <tuple>
@@ -192,9 +194,13 @@ TEST_F(ProcessTest, LinesComeInOrderWhateverIsKept) {
     ProcessRequest request = shell(command);
     Lengths lengths;
     request.onLine = [&](std::string_view line) { lengths.push_back(line.size()); };
+    std::string all;
+    request.onOutput = [&](std::string_view piece) { all += piece; };
     request.maximumOutputBytes = maximum;
     EXPECT_EQ(runProcess(request).exitCode, 0);
     EXPECT_EQ(lengths, expected);
+    const auto ends = static_cast<std::size_t>(std::ranges::count(all, '\n'));
+    EXPECT_EQ(all.size(), std::accumulate(lengths.begin(), lengths.end(), ends));
   }
   ProcessRequest request = shell("printf 'a\\377'; printf b >&2; head -c 200000 /dev/zero");
   request.maximumOutputBytes = 5;

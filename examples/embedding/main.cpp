@@ -1,11 +1,22 @@
 // A whole agent in a few lines: runs two checks of a patch and says what came of them.
 #include <exception>
 #include <iostream>
+#include <memory>
 #include <string>
 
 #include "AgentLibraries/vxutils/GlobalVars.h"
 #include "Platform/RunLoop.h"
 #include "VexloPatchDeployment/VexloPatchDeployment.h"
+
+/// Tells what actions measure, and how far a download or an installation has got.
+class Watcher final : public vexlo::ActionObserver {
+  void measured(const vexlo::ActionID& action, const vexlo::Measurement& measurement) override {
+    std::cout << action << ": " << measurement << '\n';
+  }
+  void progressed(const vexlo::ActionID& action, const vexlo::ActionProgress& progress) override {
+    std::cout << action << ": " << describe(progress) << '\n';
+  }
+};
 
 int main(int argumentCount, char** arguments) try {
   const std::string root = argumentCount > 1 ? arguments[1] : "/Library/Application Support/Agent";
@@ -18,6 +29,7 @@ int main(int argumentCount, char** arguments) try {
 
   vexlo::ProcessPatchActions processor(
       {/*patchID=*/"310990", /*productID=*/"1201", /*servicePackID=*/"2301"});
+  processor.setObserver(std::make_shared<Watcher>());
   for (const vexlo::ActionID action :
        {vexlo::KnownAction::minimumDiskSpaceCheck, vexlo::KnownAction::multipleUserLoggedInCheck}) {
     std::cout << action << ": " << processor.execute(action) << '\n';

@@ -1,0 +1,81 @@
+#include <gmock/gmock.h>
+
+#include <cstdint>
+#include <limits>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "VexloPatchDeployment/Common/RunningAction.h"
+
+namespace vexlo {
+namespace {
+
+TEST(MeasurementTest, SaysInAFewWordsWhatDecided) {
+  using Battery = BatteryMeasurement;
+  using Prompt = PromptMeasurement;
+  using enum RunningAppPromptDecision;
+  constexpr auto kMost = std::numeric_limits<std::int64_t>::max();
+  constexpr std::int64_t kGB = 1'000'000'000;
+  for (const auto& [measurements, words] :
+       std::vector<std::pair<std::vector<Measurement>, std::string>>{
+           {{Battery{Battery::Source::battery, 12, 30}}, "battery 12 %, 30 % needed"},
+           {{Battery{Battery::Source::mains, 0, 30}}, "on mains power"},
+           // Cut: 89.99 GB are less than 90.
+           {{DiskSpaceMeasurement{89'990'000'000, 90 * kGB}}, "89.9 GB free, 90 GB needed"},
+           {{DiskSpaceMeasurement{50'900'000, kMost}}, "50 MB free, 9223372036.8 GB needed"},
+           {{DiskSpaceMeasurement{0, -2 * kGB}}, "0 GB free, -2 GB needed"},
+           {{DiskSpaceMeasurement{}}, "free space unknown, counts as sufficient"},
+           {{ConsoleUserMeasurement{}}, "nobody at the console"},
+           {{LoggedOnUsersMeasurement{{"alice", "bob"}}}, "alice, bob logged on"},
+           {{DeferralMeasurement{"14.5", true, "2026-Aug-16"}}, "deferred until 2026-Aug-16"},
+           {{DeferralMeasurement{"14.5", false, std::nullopt}}, "macOS 14.5 not deferred"},
+           {{RunningApplicationsMeasurement{{{"s", "Safari"}, {"m", "Mail"}}},
+             Prompt{promptUser, Prompt::Answer::notAsked, 2}},
+            "Safari, Mail running; prompt due; 2 postponements left"},
+           {{Prompt{promptUser, Prompt::Answer::declined, 1}},
+            "the user declined; 1 postponement left"},
+           {{Prompt{forceDeployment, Prompt::Answer::none, std::nullopt}},
+            "forced, nobody answered the prompt"},
+           {{Prompt{skipDeployment, Prompt::Answer::notAsked, std::nullopt}},
+            "no more prompts today"},
+           {{ToolRunMeasurement{ToolRunMeasurement::Step::download, "x", 1, "Failed"},
+             UpdateNotListed{"14.5-23F79"}},
+            "download ended with status 1, \"Failed\"; softwareupdate lists no 14.5-23F79"},
+           {{UnusableArguments{"macOS version", std::nullopt}}, "no macOS version given"},
+       }) {
+    EXPECT_EQ(describe(measurements), words);
+  }
+}
+
+/// Runs another action while it is told something, and throws then.
+class RudeObserver final : public ActionObserver {
+ public:
+  void measured(const ActionID& action, const Measurement& /*measurement*/) override {
+    actions.push_back(describe(action));
+    const ActionID unobserved = KnownAction::userLoggedInCheck;
+    const RunningAction other(unobserved, nullptr);
+    vexlo::measured([]() -> Measurement { throw std::logic_error("nobody listens"); });
+    throw std::runtime_error("dropped");
+  }
+  std::vector<std::string> actions;
+};
+
+TEST(MeasurementTest, ReachesTheObserverOfTheInnermostActionOfItsThread) {
+  RudeObserver observer;
+  const auto measure = [] { measured([] { return DecidingRule::notInPlan; }); };
+  measure();
+  {
+    const ActionID action = KnownAction::macOSDeferCheck;
+    const RunningAction running(action, &observer);
+    measure();
+    measure();
+  }
+  measure();
+  EXPECT_THAT(observer.actions, ::testing::ElementsAre("macOSDeferCheck", "macOSDeferCheck"));
+}
+
+}  // namespace
+}  // namespace vexlo
