@@ -305,7 +305,7 @@ const MacTests secondTry(
       .results = {kDone},
       .lines = {"info " + kLabelProvider + "Label found - \"" + kLabel + "\"."},
       .calls = {downloads("macOS Sonoma 23F79"), kList, kDownload, kInstall},
-      .why = {"download ended with status 0, \"macOS Sonoma 23F79: No such update\"; download "
+      .why = {"download ended with status 1, \"Error downloading macOS Sonoma 14.5\"; download "
               "ended with status 0, \"Downloaded: macOS Sonoma 14.5-23F79\"; installation ended "
               "with status 0, \"Restarting...\""},
       .check = [](const Ended& mac) { EXPECT_GE(mac.seconds, 35); },

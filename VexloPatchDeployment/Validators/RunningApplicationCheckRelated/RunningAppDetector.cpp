@@ -1,5 +1,6 @@
 #include "VexloPatchDeployment/Validators/RunningApplicationCheckRelated/RunningAppDetector.h"
 
+#include <algorithm>
 #include <span>
 #include <string_view>
 #include <utility>
@@ -26,14 +27,25 @@ std::string describe(const Applications& applications, const std::string& bundle
   return out += ']';
 }
 
-/// One entry for each identifier of which an application runs, named after the first instance.
-RunningApplicationsMeasurement runningOf(std::span<const std::string> bundleIDs,
-                                         RunningApplicationQuerying& query) {
-  RunningApplicationsMeasurement running;
-  for (const std::string& bundleID : bundleIDs) {
+/// The application, named after its first instance.
+RunningApplicationsMeasurement::Application applicationOf(const std::string& bundleID,
+                                                          const Applications& instances) {
+  return {.bundleID = bundleID, .name = instances.front()->localizedName().value_or(bundleID)};
+}
+
+/// `first`, which runs, and those of `others` that do.
+RunningApplicationsMeasurement allRunning(RunningApplicationsMeasurement::Application first,
+                                          std::span<const std::string> others,
+                                          RunningApplicationQuerying& query) {
+  RunningApplicationsMeasurement running{{std::move(first)}};
+  for (const std::string& bundleID : others) {
+    const bool isRepeated = std::ranges::any_of(
+        running.applications, [&](const auto& known) { return known.bundleID == bundleID; });
+    if (isRepeated) {
+      continue;
+    }
     if (const Applications instances = query.runningApplications(bundleID); !instances.empty()) {
-      running.applications.push_back(
-          {.bundleID = bundleID, .name = instances.front()->localizedName().value_or(bundleID)});
+      running.applications.push_back(applicationOf(bundleID, instances));
     }
   }
   return running;
@@ -45,14 +57,18 @@ RunningAppDetector::RunningAppDetector(RunningApplicationQuerying& applicationQu
     : applicationQuery_(applicationQuery) {}
 
 bool RunningAppDetector::isAnyAppRunning(const std::vector<std::string>& bundleIDs) {
-  for (const std::string& bundleID : bundleIDs) {
+  for (std::span<const std::string> rest = bundleIDs; !rest.empty(); rest = rest.subspan(1)) {
+    const std::string& bundleID = rest.front();
     const Applications applications = applicationQuery_.runningApplications(bundleID);
     if (!applications.empty()) {
       logInfo(kRunningAppDetectorTag, [&] {
         return text("Apps are running for bundleID: ", bundleID,
                     "::", describe(applications, bundleID), ".");
       });
-      measured([&] { return runningOf(bundleIDs, applicationQuery_); });
+      measured([&] {
+        return allRunning(applicationOf(bundleID, applications), rest.subspan(1),
+                          applicationQuery_);
+      });
       return true;
     }
     logInfo(kRunningAppDetectorTag,
