@@ -132,6 +132,7 @@ JSONObject objectOf(const vexlo::DeferralMeasurement& deferral) {
 
 JSONObject objectOf(const vexlo::RunningApplicationsMeasurement& running) {
   std::vector<std::string> applications;
+  applications.reserve(running.applications.size());
   for (const auto& [bundleID, name] : running.applications) {
     applications.push_back(
         JSONObject().addString("bundleID", bundleID).addString("name", name).done());

@@ -37,7 +37,7 @@ TEST(ToolProgressTest, PhaseAndPercentageComeFromTheLinesOfTheTools) {
       progress.read(piece);
     }
     progress.finish();
-    EXPECT_THAT(told, ElementsAreArray(each.told));
+    EXPECT_THAT(told, ElementsAreArray(each.told)) << each.pieces.front();
   }
 }
 
