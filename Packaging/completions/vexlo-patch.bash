@@ -17,7 +17,7 @@ _vexlo_patch() {
     '') flags='-h --help --version' words='plan evaluate run check facts help' ;;
     plan) flags='-h --help --patch --product --service-pack --strict --json --agent-root --base-dir --log-level --log-file' ;;
     evaluate) flags='-h --help --patch --product --service-pack --facts --ask-apple --ask-agent --strict --json --agent-root --base-dir --data-dir --log-dir --machine --log-level --log-file' ;;
-    run) flags='-h --help --patch --product --service-pack --action --keep-going --strict --json --agent-root --base-dir --data-dir --log-dir --machine --log-level --log-file' ;;
+    run) flags='-h --help --patch --product --service-pack --action --keep-going --explain --strict --json --agent-root --base-dir --data-dir --log-dir --machine --log-level --log-file' ;;
     check) flags='-h --help --strict --json' kind=-f ;;
     facts) flags='-h --help --application --all-applications --ask-apple --json --agent-root --base-dir --data-dir --log-dir --machine --log-level --log-file' ;;
     help) flags='-h --help --as' words='plan evaluate run check facts help actions siliconBatteryPercentageCheck intelBatteryPercentageCheck userLoggedInCheck multipleUserLoggedInCheck minimumDiskSpaceCheck macOSDeferCheck installMacOSUpdates applicationRunningCheck applicationRunningNotifier installMacOSUpdatesUsingInstallAssistant' ;;

@@ -40,6 +40,7 @@ complete -c vexlo-patch -n '__fish_seen_subcommand_from run' -l product -x -d 'i
 complete -c vexlo-patch -n '__fish_seen_subcommand_from run' -l service-pack -x -d 'the product'\''s service pack'
 complete -c vexlo-patch -n '__fish_seen_subcommand_from run' -l action -x -a 'siliconBatteryPercentageCheck intelBatteryPercentageCheck userLoggedInCheck multipleUserLoggedInCheck minimumDiskSpaceCheck macOSDeferCheck installMacOSUpdates applicationRunningCheck applicationRunningNotifier installMacOSUpdatesUsingInstallAssistant' -d 'run only this action; may be repeated. An action that doesn'\''t apply passes'
 complete -c vexlo-patch -n '__fish_seen_subcommand_from run' -l keep-going -d 'continue after an action that is not a success'
+complete -c vexlo-patch -n '__fish_seen_subcommand_from run' -l explain -d 'show the log lines that led to whatever is not a success'
 complete -c vexlo-patch -n '__fish_seen_subcommand_from run' -l strict -d 'a patch, product or service pack that the file doesn'\''t hold is bad usage'
 complete -c vexlo-patch -n '__fish_seen_subcommand_from run' -l json -d 'print one JSON object per line, as each action ends'
 complete -c vexlo-patch -n '__fish_seen_subcommand_from run' -l agent-root -x -a '(__fish_complete_directories)' -d 'base = DIR, data = DIR/data, logs = DIR/logs'
