@@ -49,14 +49,20 @@ struct Written {
   std::string machine = "auto";
   std::optional<std::string> logLevel;
   std::optional<std::string> logFile;
+  std::string actionFile;
+  std::vector<std::string> factsFiles;
+  std::optional<std::string> compareWith;
+  std::optional<std::string> summaryFile;
+  std::vector<std::string> summariesToMerge;
+  bool summaryOnly = false;
   std::string helpTopic;
   std::string helpAction;
   std::string helpForm = "text";
 };
 
-void addPatch(CLI::App& command, Written& written) {
+void addPatch(CLI::App& command, Written& written, bool isRequired = true) {
   const auto add = [&](const char* name, std::string& value, const char* what) {
-    command.add_option(name, value, what)->required()->type_name("ID")->group("Patch");
+    command.add_option(name, value, what)->required(isRequired)->type_name("ID")->group("Patch");
   };
   add("--patch", written.patchID, "the patch");
   add("--product", written.productID, "its product");
@@ -105,6 +111,45 @@ void addJSON(CLI::App& command, Written& written, const char* what) {
 
 void setFooter(CLI::App& command, const char* exitStatus) {
   command.footer("\nExit status:\n" + std::string(exitStatus));
+}
+
+void addWhatIf(CLI::App& app, Written& written) {
+  CLI::App& whatIf = *app.add_subcommand(
+      "what-if", "Tells what a patch would come to on each machine of a fleet, line for line.");
+  whatIf.add_option("ACTIONS", written.actionFile, "the action file")->type_name("");
+  whatIf
+      .add_option("FACTS", written.factsFiles,
+                  "lines of 'facts --json', one a machine (default: -, standard input)")
+      ->type_name("");
+  addPatch(whatIf, written, false);
+  addStrict(whatIf, written);
+  whatIf
+      .add_option("--compare", written.compareWith,
+                  "show only the machines that answered otherwise with this action file")
+      ->type_name("ACTIONS");
+  CLI::Option& summary =
+      *whatIf.add_flag("--summary", written.summaryOnly, "print only the summary, as a table");
+  CLI::Option& summaryFile = *whatIf.add_option(
+      "--summary-file", written.summaryFile,
+      "write the summary to FILE, as JSON, instead of a table to standard error");
+  summaryFile.type_name("FILE");
+  CLI::Option& merge = *whatIf.add_option(
+      "--merge", written.summariesToMerge,
+      "add summaries up, a line each, and print their sum (- for standard input)");
+  merge.type_name("SUMMARY")->expected(1, -1);
+  whatIf.add_flag("--json", written.json,
+                  "with --summary or --merge: one JSON object, in one line");
+  for (const char* other : {"ACTIONS", "FACTS", "--patch", "--product", "--service-pack",
+                            "--strict", "--compare", "--summary-file"}) {
+    merge.excludes(whatIf.get_option(other));
+  }
+  merge.excludes(&summary);
+  setFooter(whatIf,
+            "  0   every line was answered\n"
+            "  2   lines that can't be read were left out; standard error names them\n"
+            "  1   a file of facts can't be read\n"
+            "  64  bad usage\n"
+            "  65  an action file, or a summary, can't be used");
 }
 
 void addCommands(CLI::App& app, Written& written) {
@@ -202,6 +247,8 @@ void addCommands(CLI::App& app, Written& written) {
   setFooter(facts,
             "  0   shown; what can't be read is shown as absent, with the reason\n"
             "  64  bad usage");
+
+  addWhatIf(app, written);
 
   CLI::App& help = *app.add_subcommand("help", "Explains a command, or the actions.");
   help.add_option("COMMAND", written.helpTopic, "a command, or actions")->type_name("");
@@ -381,6 +428,32 @@ std::expected<AgentSettings, NoRequest> agentSettings(const Written& written,
   return settings;
 }
 
+std::expected<Request, NoRequest> whatIfRequest(const CLI::App& command, Written& written) {
+  if (!written.summariesToMerge.empty()) {
+    return MergeRequest{.summaryFiles = std::move(written.summariesToMerge), .json = written.json};
+  }
+  for (const char* needed : {"ACTIONS", "--patch", "--product", "--service-pack"}) {
+    if (command.get_option(needed)->count() == 0) {
+      return std::unexpected(badUsage(std::string(needed) + " is required", command));
+    }
+  }
+  if (written.json && !written.summaryOnly) {
+    return std::unexpected(badUsage("--json needs --summary or --merge", command));
+  }
+  if (written.factsFiles.empty()) {
+    written.factsFiles.emplace_back("-");
+  }
+  return WhatIfRequest{
+      .actionFile = std::move(written.actionFile),
+      .patch = vexlo::PatchIdentifier(written.patchID, written.productID, written.servicePackID),
+      .factsFiles = std::move(written.factsFiles),
+      .compareWith = std::move(written.compareWith),
+      .summaryFile = std::move(written.summaryFile),
+      .summaryOnly = written.summaryOnly,
+      .strict = written.strict,
+      .json = written.json};
+}
+
 std::expected<Request, NoRequest> request(const CLI::App& app, Written& written) {
   const CLI::App& command = *app.get_subcommands().front();
   const std::string name = command.get_name();
@@ -397,6 +470,9 @@ std::expected<Request, NoRequest> request(const CLI::App& app, Written& written)
       return std::unexpected(noSuchCommand({written.helpTopic}, app));
     }
     return std::unexpected(helpOn(*topics.front()));
+  }
+  if (name == "what-if") {
+    return whatIfRequest(command, written);
   }
   if (name == "check") {
     return CheckRequest{

@@ -65,13 +65,31 @@ struct FactsRequest {
   bool json = false;
 };
 
+struct WhatIfRequest {
+  std::string actionFile;
+  vexlo::PatchIdentifier patch;
+  std::vector<std::string> factsFiles;     ///< At least one; "-" is standard input.
+  std::optional<std::string> compareWith;  ///< The action file before.
+  std::optional<std::string> summaryFile;  ///< Gets the summary as JSON.
+  bool summaryOnly = false;
+  bool strict = false;  ///< A patch, product or service pack that the file lacks is bad usage.
+  bool json = false;    ///< The summary alone as JSON.
+};
+
+/// Of `what-if` too.
+struct MergeRequest {
+  std::vector<std::string> summaryFiles;  ///< "-" is standard input.
+  bool json = false;
+};
+
 struct CheckRequest {
   std::vector<std::string> files;  ///< "-" is standard input.
   bool strict = false;             ///< A file that looks odd is a failure.
   bool json = false;
 };
 
-using Request = std::variant<PlanRequest, EvaluateRequest, RunRequest, CheckRequest, FactsRequest>;
+using Request = std::variant<PlanRequest, EvaluateRequest, RunRequest, CheckRequest, FactsRequest,
+                             WhatIfRequest, MergeRequest>;
 
 /// A command line that runs no command: a request for help, which is a success with `text` as the
 /// answer, or an error that `text` describes, in lines without a prefix.

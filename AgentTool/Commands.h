@@ -18,6 +18,12 @@ namespace agent_tool {
 /// Shows what the library sees on this machine. Changes nothing.
 [[nodiscard]] ExitStatus facts(const FactsRequest& request, Console& console);
 
+/// Answers what a patch would come to on each machine of a fleet, a line for a line, and sums up.
+[[nodiscard]] ExitStatus whatIf(const WhatIfRequest& request, Console& console);
+
+/// Adds summaries of parts of a fleet up.
+[[nodiscard]] ExitStatus mergeSummaries(const MergeRequest& request, Console& console);
+
 /// Checks an action file for errors and likely mistakes.
 [[nodiscard]] ExitStatus check(const CheckRequest& request, Console& console);
 

@@ -125,7 +125,11 @@ void Console::eraseActivity() {
   }
 }
 
-Console::Activity::Activity(Console& console, std::string text) : console_(console) {
+Console::Activity::Activity(Console& console, std::string text)
+    : Activity(console, [text = std::move(text)] { return text; }) {}
+
+Console::Activity::Activity(Console& console, std::function<std::string()> text)
+    : console_(console) {
   if (console_.activityDescriptor_ >= 0) {
     const platform::SignalsHeld held;  // the main thread handles signals
     thread_ = std::thread([this, text = std::move(text)] { keepShowing(text); });
@@ -148,7 +152,7 @@ void Console::Activity::show(std::string progress) {
   progress_ = std::move(progress);
 }
 
-void Console::Activity::keepShowing(const std::string& text) {
+void Console::Activity::keepShowing(const std::function<std::string()>& text) {
   const auto began = std::chrono::steady_clock::now();
   const std::size_t width = columnsOf(console_.activityDescriptor_);
   std::unique_lock lock(console_.mutex_);
@@ -158,7 +162,7 @@ void Console::Activity::keepShowing(const std::string& text) {
        ++frame, pause = kFrame) {
     const auto gone =
         std::chrono::duration_cast<std::chrono::seconds>(std::chrono::steady_clock::now() - began);
-    std::string line = std::string(kSpinner[frame % kSpinner.size()]) + " " + text + ", " +
+    std::string line = std::string(kSpinner[frame % kSpinner.size()]) + " " + text() + ", " +
                        (progress_.empty() ? "" : progress_ + ", ") + timeText(gone);
     if (width != kNoLimit) {
       line = wrapped(line, width - 1).front();  // a full line would scroll the terminal

@@ -52,6 +52,8 @@ class Console {
   class Activity {
    public:
     Activity(Console& console, std::string text);
+    /// `text` is called for every look at it, on another thread, and must not use the console.
+    Activity(Console& console, std::function<std::string()> text);
     Activity(const Activity&) = delete;
     Activity& operator=(const Activity&) = delete;
     ~Activity();
@@ -59,7 +61,7 @@ class Console {
     void show(std::string progress);
 
    private:
-    void keepShowing(const std::string& text);
+    void keepShowing(const std::function<std::string()>& text);
 
     Console& console_;
     std::condition_variable hasEnded_;

@@ -7,6 +7,7 @@ namespace agent_tool {
 enum class ExitStatus : std::uint8_t {
   success = 0,
   failure = 1,        ///< An action failed, or the tool itself did.
+  badLines = 2,       ///< Some lines of facts are unreadable; the others were answered.
   badUsage = 64,      ///< The command line is invalid.
   unusableFile = 65,  ///< The action file is unusable.
   applyLater = 75,    ///< An action has to be applied later; none failed.

@@ -57,9 +57,9 @@ JSONObject& addAnswer(JSONObject& object, const FleetAnswer& answer) {
     return value.empty() ? "null" : FileCodec::jsonString(value);
   };
   return object.addString("outcome", answer.outcome)
-      .addJSON("action", orNull(answer.action))
-      .addJSON("name", orNull(answer.action.empty() ? std::string()
-                                                    : describe(vexlo::ActionID(answer.action))))
+      .addJSON("code", orNull(answer.action))
+      .addJSON("action", orNull(answer.action.empty() ? std::string()
+                                                      : describe(vexlo::ActionID(answer.action))))
       .addJSON("reason", orNull(answer.reason));
 }
 
@@ -124,7 +124,7 @@ bool takeOfAnswer(std::string_view name, const JSONValue& value, const JSONPlace
     answer.outcome = takeString(value, place);
     return true;
   }
-  if (name == "action") {
+  if (name == "code") {
     answer.action = takeOptionalString(value, place).value_or("");
     return true;
   }

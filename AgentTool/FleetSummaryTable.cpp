@@ -161,7 +161,7 @@ std::string reasons(const FleetSummary& summary, const Console& console) {
   for (const auto& [answer, machines] : rows) {
     table.add({{printable(answer->action)},
                {printable(nameOf(*answer))},
-               {answer->reason.empty() ? "-" : printable(answer->reason)}},
+               {printable(answer->reason.empty() ? answer->outcome : answer->reason)}},
               machines, shareOf(machines, summary.machines()), styleOf(answer->outcome));
   }
   return table.text(console);
@@ -191,12 +191,8 @@ std::string bySort(const FleetSummary& summary, const char* heading, const Conso
 }
 
 std::string forPeople(const FleetAnswer& answer) {
-  std::string out = printable(answer.outcome);
-  if (!answer.action.empty()) {
-    out += text(": ", printable(answer.action),
-                answer.reason.empty() ? std::string() : ' ' + printable(answer.reason));
-  }
-  return out;
+  std::string out = printable(answer.reason.empty() ? answer.outcome : answer.reason);
+  return answer.action.empty() ? out : text(printable(answer.action), ' ', out);
 }
 
 std::string moves(const FleetSummary& summary, const Console& console) {

@@ -38,11 +38,14 @@ ExitStatus answer(const NoRequest& noRequest, Console& console) {
 
 ExitStatus carryOut(const Request& request, Console& console) {
   return std::visit(
-      vexlo::Overloaded{[&](const PlanRequest& wanted) { return plan(wanted, console); },
-                        [&](const EvaluateRequest& wanted) { return evaluate(wanted, console); },
-                        [&](const RunRequest& wanted) { return run(wanted, console); },
-                        [&](const CheckRequest& wanted) { return check(wanted, console); },
-                        [&](const FactsRequest& wanted) { return facts(wanted, console); }},
+      vexlo::Overloaded{
+          [&](const PlanRequest& wanted) { return plan(wanted, console); },
+          [&](const EvaluateRequest& wanted) { return evaluate(wanted, console); },
+          [&](const RunRequest& wanted) { return run(wanted, console); },
+          [&](const CheckRequest& wanted) { return check(wanted, console); },
+          [&](const FactsRequest& wanted) { return facts(wanted, console); },
+          [&](const WhatIfRequest& wanted) { return whatIf(wanted, console); },
+          [&](const MergeRequest& wanted) { return mergeSummaries(wanted, console); }},
       request);
 }
 

@@ -12,16 +12,15 @@
 #include "AgentLibraries/LogCore/Text.h"
 #include "AgentTool/Facts.h"
 #include "AgentTool/FactsText.h"
-#include "AgentTool/JSONPieces.h"
 #include "Platform/PropertyList.h"
 #include "VexloPatchDeployment/Validators/Battery/PowerSourceResolver.h"
+#include "VexloPatchDeployment/Validators/DeferCheck/AvailableOSUpdatesResolver.h"
 
 namespace fleet {
 namespace {
 
 using agent_tool::ApplicationInstance;
 using agent_tool::Facts;
-using agent_tool::JSONObject;
 using LogCore::text;
 using platform::PropertyList;
 using Dictionary = PropertyList::Dictionary;
@@ -122,6 +121,8 @@ class Machine {
 
   std::string line() {
     facts_.time = platform::Moment(kDay) + std::chrono::seconds(chance_.between(28'800, 64'800));
+    facts_.offsetFromUTC = std::chrono::hours(
+        std::array{-8, -5, 0, 1, 9}[static_cast<std::size_t>(chance_.between(0, 4))]);
     facts_.promptDay = kPromptDay;
     makeMachine();
     makePower();
@@ -129,8 +130,9 @@ class Machine {
     makeAgent();
     makeApplications();
     makePromptCounts();
+    askApple();
     const std::string line = agent_tool::factsAsJSON(facts_);
-    return membersBefore() + line.substr(1);
+    return "{\"name\":\"" + name() + "\"," + line.substr(1);
   }
 
  private:
@@ -191,6 +193,7 @@ class Machine {
     const bool isAtConsole = chance_.percent(87);
     facts_.consoleUser = isAtConsole ? user : "NOUSERNAME";
     if (isAtConsole) {
+      facts_.consoleUserID = static_cast<std::uint32_t>(chance_.between(501, 503));
       facts_.loggedOnUsers = chance_.percent(6) ? user + "," + chance_.among(kUsers).text : user;
     } else {
       facts_.reasons.emplace("loggedOnUsers", "nobody is logged on");
@@ -263,39 +266,34 @@ class Machine {
                     {today > 0 ? kPromptDay : kYesterday, std::max<std::int64_t>(today, 1)}}}};
   }
 
-  /// What `facts` itself doesn't ask for.
-  std::string membersBefore() {
-    std::string serial = std::to_string(number_);
-    serial.insert(0, 8 - std::min<std::size_t>(8, serial.size()), '0');
-    JSONObject members;
-    members.addString("name", "mac-" + serial);
-    const bool isReachable = chance_.percent(98);
-    members.addJSON("softwareUpdateReachable", isReachable ? "true" : "false");
-    members.addJSON("availableOSUpdates", isReachable ? availableUpdates() : "null");
-    std::string out = members.done();
-    out.back() = ',';
-    return out;
-  }
-
-  std::string availableUpdates() {
+  void askApple() {
+    facts_.softwareUpdateReachable = chance_.percent(98);
+    if (!*facts_.softwareUpdateReachable) {
+      facts_.reasons.emplace("availableOSUpdates", "mdmclient can't reach Apple's server");
+      return;
+    }
     const bool isManaged = facts_.mdmEnrollment.value_or(vxutils::EnrollmentType::not_enrolled) !=
                            vxutils::EnrollmentType::not_enrolled;
-    const bool isDeferred = isManaged && chance_.percent(24);
-    const std::string until =
-        isDeferred ? text("\"2026-12-", chance_.between(10, 31), " 00:00:00 +0000\"") : "null";
-    const auto update = [](const char* version, const char* build, std::string_view deferred) {
-      return JSONObject()
-          .addString("version", version)
-          .addString("build", build)
-          .addJSON("productKey", "null")
-          .addJSON("deferredUntil", deferred)
-          .done();
-    };
-    std::vector<std::string> updates{update("26.2", "25C56", until)};
-    if (facts_.macOSMajorVersion < 26) {
-      updates.push_back(update("15.7.3", "24G419", "null"));
+    vexlo::AvailableOSUpdate newest{.build = "25C56",
+                                    .deferredUntil = {},
+                                    .productKey = "MSU_UPDATE_25C56_patch_26.2_minor",
+                                    .version = "26.2"};
+    if (isManaged && chance_.percent(24)) {
+      newest.deferredUntil = text("2026-12-", chance_.between(10, 31), " 00:00:00 +0000");
     }
-    return agent_tool::jsonArray(updates);
+    facts_.availableOSUpdates = {std::move(newest)};
+    if (facts_.macOSMajorVersion < 26) {
+      facts_.availableOSUpdates->push_back({.build = "24G419",
+                                            .deferredUntil = {},
+                                            .productKey = "MSU_UPDATE_24G419_patch_15.7.3_minor",
+                                            .version = "15.7.3"});
+    }
+  }
+
+  std::string name() const {
+    std::string serial = std::to_string(number_);
+    serial.insert(0, 8 - std::min<std::size_t>(8, serial.size()), '0');
+    return "mac-" + serial;
   }
 
   Chance chance_;

@@ -5,7 +5,12 @@
 #include <time.h>    // NOLINT(modernize-deprecated-headers): strftime_l is POSIX
 
 #include <array>
+#include <cstdlib>
 #include <ctime>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <utility>
 
 #include "Platform/Posix/Formatted.h"
 
@@ -31,21 +36,49 @@ class LocaleOfEnvironment {
   locale_t locale_;
 };
 
-std::string abbreviatedMonth(std::chrono::month month) {
-  constexpr std::array kEnglish{"Jan", "Feb", "Mar", "Apr", "May", "Jun",
-                                "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
-  const unsigned index = static_cast<unsigned>(month) - 1;
+using MonthNames = std::array<std::string, 12>;
+
+/// In the locale that the environment names.
+MonthNames abbreviatedMonths() {
+  MonthNames names{"Jan", "Feb", "Mar", "Apr", "May", "Jun",
+                   "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
   const LocaleOfEnvironment locale;
-  if (locale.get() != nullptr &&
-      nl_langinfo_l(CODESET, locale.get()) == std::string_view("UTF-8")) {
-    std::array<char, 64> name{};
-    std::tm parts{};
-    parts.tm_mon = static_cast<int>(index);
-    if (strftime_l(name.data(), name.size(), "%b", &parts, locale.get()) != 0) {
-      return name.data();
-    }
+  if (locale.get() == nullptr ||
+      nl_langinfo_l(CODESET, locale.get()) != std::string_view("UTF-8")) {
+    return names;
   }
-  return kEnglish.at(index);
+  std::tm parts{};
+  for (std::string& name : names) {
+    std::array<char, 64> buffer{};
+    if (strftime_l(buffer.data(), buffer.size(), "%b", &parts, locale.get()) != 0) {
+      name = buffer.data();
+    }
+    ++parts.tm_mon;
+  }
+  return names;
+}
+
+/// What the choice of a locale depends on.
+std::string localeVariables() {
+  std::string values;
+  for (const char* variable : {"LC_ALL", "LC_TIME", "LC_CTYPE", "LANG", "LOCPATH"}) {
+    const char* const value = std::getenv(variable);
+    (values += value != nullptr ? value : "") += '\n';
+  }
+  return values;
+}
+
+std::string abbreviatedMonth(std::chrono::month month) {
+  // Opening a locale takes a hundred times as long as all else in a date.
+  static std::mutex mutex;
+  static std::string variables;
+  static MonthNames names;
+  const std::scoped_lock lock(mutex);
+  if (std::string now = localeVariables(); now != variables) {
+    names = abbreviatedMonths();
+    variables = std::move(now);
+  }
+  return names.at(static_cast<unsigned>(month) - 1);
 }
 
 }  // namespace
