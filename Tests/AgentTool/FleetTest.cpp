@@ -16,7 +16,7 @@ TEST(FleetTest, TheSameSeedAlwaysMakesTheSameMachine) {
   EXPECT_EQ(fleet::Fleet(7).line(2), second);
   EXPECT_NE(fleet::Fleet(8).line(2), second);
   // On other systems too.
-  EXPECT_NE(second.find("\"consoleUser\":\"ines61\""), std::string::npos) << second;
+  EXPECT_NE(second.find("\"consoleUser\":\"amara62\""), std::string::npos) << second;
 }
 
 TEST(FleetTest, ItsLinesAreReadAndItsMachinesDiffer) {

@@ -1,0 +1,128 @@
+#include <gmock/gmock.h>
+
+#include <string>
+
+#include "Tests/AgentTool/AgentToolFixture.h"
+
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::MatchesRegex;
+using testing::StartsWith;
+
+namespace {
+
+class WhatIfCommandTest : public AgentToolTest {
+ protected:
+  WhatIfCommandTest() {
+    root.write("actions", R"({"PatchActions": {"1": {"2001": ["30"], "2005": ["20"]}}})");
+    root.write("before", R"({"PatchActions": {"1": {"2001": ["30"], "2005": ["10"]}}})");
+    root.write("a", machine(R"("name":"mac-a","powerSource":{"kind":"battery","percentage":12})"));
+    root.write("b", machine(R"("freeDiskSpace":15000000000)") + "\n" +
+                        machine(R"("macOSVersion":"14.5","freeDiskSpace":64000000000)"));
+  }
+
+  static std::string machine(const std::string& more) {
+    return R"({"version":1,"appleSilicon":true,"macOSMajorVersion":14,"consoleUser":"alice",)" +
+           more + "}\n";
+  }
+};
+
+TEST_F(WhatIfCommandTest, AnswersLineForLine) {
+  const ToolRun run = shell("vexlo-patch what-if actions $patch a - < b");
+  EXPECT_EQ(run.status, 0);
+  EXPECT_EQ(
+      run.output,
+      R"({"machine":"mac-a","macOS":null,"processor":"apple-silicon","outcome":"applyLater",)"
+      R"("code":"2001","action":"siliconBatteryPercentageCheck","reason":"inSufficientBattery",)"
+      R"("next":null,"measured":[{"kind":"battery","source":"battery","percentage":12,)"
+      R"("neededPercentage":30}]})"
+      "\n"
+      R"({"machine":"standard input:1","macOS":null,"processor":"apple-silicon",)"
+      R"("outcome":"applyLater","code":"2005","action":"minimumDiskSpaceCheck",)"
+      R"("reason":"inSufficientDiskSpaceForSoftwareUpdate","next":null,"measured":[)"
+      R"({"kind":"diskSpace","freeBytes":15000000000,"neededBytes":20000000000}]})"
+      "\n"
+      R"({"machine":"standard input:3","macOS":"14.5","processor":"apple-silicon",)"
+      R"("outcome":"success","code":null,"action":null,"reason":null,"next":null,"measured":[]})"
+      "\n");
+  EXPECT_THAT(run.errors, AllOf(HasSubstr("Patch 1 of product 2, service pack 3: 3 machines\n"),
+                                HasSubstr("applyLater         2   66.7 %  ████████████████\n")));
+}
+
+TEST_F(WhatIfCommandTest, BadLinesAreNamedCountedAndLeftOut) {
+  root.write("bad", "{\n" + machine(R"("x":[])") + std::string(1'100'000, 'x') + "\n{}");
+  const ToolRun run = shell(
+      "vexlo-patch what-if actions $patch --summary-file sum bad missing b; s=$?; cat sum; "
+      "vexlo-patch what-if actions $patch --summary --json bad | cmp - sum; exit $s");
+  EXPECT_EQ(run.status, 1);  // for the missing file
+  EXPECT_THAT(run.errors,
+              AllOf(StartsWith("vexlo-patch: bad:1: column 2: expected a member name or \"}\""),
+                    HasSubstr("vexlo-patch: bad:3: expected a line of at most 1048576 bytes\n"),
+                    HasSubstr("vexlo-patch: bad:4: expected the member \"version\", found none\n"),
+                    HasSubstr("vexlo-patch: missing: No such file or directory\n")));
+  EXPECT_THAT(run.output,
+              AllOf(StartsWith("{\"machine\":\"bad:2\","), HasSubstr("\n{\"machine\":\"b:3\","),
+                    HasSubstr(R"("machines":3,"badLines":3,)")));
+  EXPECT_EQ(shell("vexlo-patch what-if actions $patch bad").status, 2);
+}
+
+TEST_F(WhatIfCommandTest, ComparesWithAnotherActionFile) {
+  const ToolRun run = shell(
+      "vexlo-patch what-if actions $patch --compare before --summary-file sum a b;"
+      "vexlo-patch what-if --merge sum");
+  EXPECT_EQ(run.status, 0);
+  EXPECT_THAT(run.output, MatchesRegex("[{]\"machine\":\"b:1\",[^\n]*,\"outcome\":\"applyLater\","
+                                       "[^\n]*,\"before\":[{]\"outcome\":\"success\",[^\n]*\n"
+                                       "Patch 1 of [^{]*"));
+  EXPECT_THAT(
+      run.output,
+      HasSubstr("\nsuccess  2005 inSufficientDiskSpaceForSoftwareUpdate         1   33.3 %"));
+}
+
+TEST_F(WhatIfCommandTest, PartsOfAFleetMergeToTheSummaryOfAll) {
+  const ToolRun run = shell(
+      "make-fleet 500 --seed 3 > fleet; sum='vexlo-patch what-if actions $patch --summary --json';"
+      "head -n 180 fleet > p1; tail -n +181 fleet > p2;"
+      "eval \"$sum\" fleet > all; eval \"$sum\" p2 > s2; eval \"$sum\" - < p1 |"
+      " vexlo-patch what-if --merge s2 - --json | cmp - all && vexlo-patch what-if --merge all");
+  EXPECT_EQ(run.status, 0) << run.errors;
+  EXPECT_THAT(run.errors, IsEmpty());
+  EXPECT_THAT(run.output, HasSubstr(": 500 machines\n"));
+  EXPECT_THAT(shell("vexlo-patch what-if actions $patch --summary --json a > s1; "
+                    "vexlo-patch what-if before $patch --summary --json a > s2; "
+                    "vexlo-patch what-if --merge s1 s2")
+                  .errors,
+              HasSubstr("s2:1: this summary is of another patch, or of other actions"));
+}
+
+TEST_F(WhatIfCommandTest, IsAFilterForGNUParallel) {
+  if (shell("parallel --version 2>/dev/null | grep -q '^GNU parallel'").status != 0) {
+    GTEST_SKIP() << "GNU parallel is not installed";
+  }
+  const ToolRun run = shell(
+      "export HOME=\"$PWD\"; make-fleet 3000 > fleet; vexlo-patch what-if actions $patch "
+      "--summary-file all fleet > one; "
+      "parallel --will-cite --pipe --keep-order --jobs 3 --block 300k "
+      "vexlo-patch what-if actions $patch --summary-file part-{#} - < fleet | cmp - one && "
+      "test -e part-4 && vexlo-patch what-if --merge part-* --json | cmp - all");
+  EXPECT_EQ(run.status, 0) << run.output << run.errors;
+}
+
+TEST_F(WhatIfCommandTest, TellsBadUsage) {
+  for (const auto& [arguments, error] : {
+           std::pair("", "vexlo-patch: ACTIONS is required\n"),
+           std::pair("actions a --patch 1 --product 2",
+                     "vexlo-patch: --service-pack is required\n"),
+           std::pair("actions $patch a --json", "vexlo-patch: --json needs --summary or --merge\n"),
+           std::pair("actions --merge b", "vexlo-patch: ACTIONS excludes --merge\n"),
+       }) {
+    const ToolRun run = shell("vexlo-patch what-if " + std::string(arguments));
+    EXPECT_EQ(run.status, 64) << arguments;
+    EXPECT_THAT(run.errors, StartsWith(error));
+  }
+  EXPECT_EQ(shell("vexlo-patch what-if missing $patch a").status, 65);
+  EXPECT_EQ(shell("vexlo-patch what-if --merge a").status, 65);
+}
+
+}  // namespace
