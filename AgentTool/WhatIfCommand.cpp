@@ -255,6 +255,20 @@ ActionFile readActionFile(const std::string& path, Console& console) {
   return *outcome;
 }
 
+/// Writes a regular file in one step; a FIFO or a device, which must not be replaced by one, as it
+/// takes the bytes. Empty, or why that failed.
+std::string writeSummary(const std::string& path, std::string_view bytes) {
+  struct stat status{};
+  if (::stat(path.c_str(), &status) != 0 || S_ISREG(status.st_mode)) {
+    const auto written = platform::writeFileAtomically(path, bytes);
+    return written ? std::string() : written.error().message;
+  }
+  const platform::Descriptor file =
+      platform::aboveStandard(::open(path.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY));
+  const std::int32_t error = file ? platform::writeAll(file.get(), bytes) : errno;
+  return error == 0 ? std::string() : path + ": " + std::generic_category().message(error);
+}
+
 ExitStatus statusFor(const FleetSummary& summary, bool allWereRead) {
   if (!allWereRead) {
     return ExitStatus::failure;
@@ -282,9 +296,8 @@ ExitStatus whatIf(const WhatIfRequest& request, Console& console) {
   fleet.readAll();
   const FleetSummary& summary = fleet.summary();
   if (request.summaryFile) {
-    if (const auto written = platform::writeFileAtomically(*request.summaryFile, asJSON(summary));
-        !written) {
-      console.complain(printable(written.error().message));
+    if (const std::string why = writeSummary(*request.summaryFile, asJSON(summary)); !why.empty()) {
+      console.complain(printable(why));
       return ExitStatus::failure;
     }
   }

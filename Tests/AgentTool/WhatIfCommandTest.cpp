@@ -67,6 +67,13 @@ TEST_F(WhatIfCommandTest, BadLinesAreNamedCountedAndLeftOut) {
   EXPECT_EQ(shell("vexlo-patch what-if actions $patch bad").status, 2);
 }
 
+TEST_F(WhatIfCommandTest, ASummaryGoesIntoWhatIsNoFile) {
+  const ToolRun run = shell(
+      "mkfifo pipe; cat pipe > read & vexlo-patch what-if actions $patch --summary-file pipe a && "
+      "wait && test -p pipe && vexlo-patch what-if --merge read");
+  EXPECT_EQ(run.status, 0) << run.errors;
+}
+
 TEST_F(WhatIfCommandTest, ComparesWithAnotherActionFile) {
   const ToolRun run = shell(
       "vexlo-patch what-if actions $patch --compare before --summary-file sum a b;"

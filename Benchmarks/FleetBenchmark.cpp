@@ -1,0 +1,167 @@
+// What a patch would come to on a fleet: machines a second, memory whatever the number, and two
+// workers. The baseline reads the same lines with the JSON parser alone.
+#include <benchmark/benchmark.h>
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "AgentLibraries/FileCodec/JSONManager.h"
+#include "AgentLibraries/LogCore/Logger.h"
+#include "AgentTool/FactsRecord.h"
+#include "AgentTool/LineReader.h"
+#include "AgentTool/WhatIf.h"
+#include "Benchmarks/EmptyHandler.h"
+#include "Benchmarks/FreshProcess.h"
+#include "Platform/Descriptor.h"
+#include "VexloPatchDeployment/PatchActions/Helpers/PatchActionGroup.h"
+#include "tools/Fleet.h"
+
+namespace {
+
+constexpr std::int64_t kMachinesInFile = 10'000;
+constexpr std::size_t kLongestLine = std::size_t{1} << 20;
+constexpr const char* kActions = VEXLO_FLEET_ACTIONS;
+const vexlo::PatchIdentifier kPatch("310990", "1201", "2301");  // six actions
+
+const std::string& fleetFile() {
+  static const TemporaryFile file([] {
+    std::string lines;
+    const fleet::Fleet fleet(1);
+    for (std::int64_t number = 1; number <= kMachinesInFile; ++number) {
+      lines += fleet.line(static_cast<std::uint64_t>(number));
+    }
+    return lines;
+  }());
+  return file.path();
+}
+
+/// Calls `use(line)` for each line of the fleet's file.
+template <typename Use>
+void forEachLine(const Use& use) {
+  const platform::Descriptor file(::open(fleetFile().c_str(), O_RDONLY | O_CLOEXEC));
+  agent_tool::LineReader reader(file.get(), kLongestLine, [] {});
+  while (const auto line = reader.next()) {
+    use(line->text);
+  }
+}
+
+void countMachines(benchmark::State& state, std::int64_t perRound) {
+  state.SetItemsProcessed(state.iterations() * perRound);
+}
+
+void linesWithEmptyHandler(benchmark::State& state) {
+  boost::json::basic_parser<EmptyHandler> parser(boost::json::parse_options{});
+  for (auto _ : state) {
+    forEachLine([&](std::string_view line) {
+      boost::json::error_code error;
+      parser.reset();
+      benchmark::DoNotOptimize(parser.write_some(false, line.data(), line.size(), error));
+    });
+  }
+  countMachines(state, kMachinesInFile);
+}
+
+void linesAsRecords(benchmark::State& state) {
+  agent_tool::FactsReader reader;
+  for (auto _ : state) {
+    forEachLine([&](std::string_view line) { benchmark::DoNotOptimize(reader.read(line)); });
+  }
+  countMachines(state, kMachinesInFile);
+}
+
+void linesAnswered(benchmark::State& state) {
+  const auto formerSink = LogCore::setLogSink(std::make_shared<LogCore::NullSink>());
+  agent_tool::FactsReader reader;
+  agent_tool::WhatIf whatIf(
+      kPatch, std::make_shared<const vexlo::PatchActionGroup>(
+                  vexlo::PatchActionGroup::decode(FileCodec::readTextFile(kActions), kActions)));
+  for (auto _ : state) {
+    forEachLine([&](std::string_view line) {
+      benchmark::DoNotOptimize(whatIf.answer(*reader.read(line).value()).answer);
+    });
+  }
+  countMachines(state, kMachinesInFile);
+  LogCore::setLogSink(formerSink);
+}
+
+/// Starts `vexlo-patch what-if` for so many times the fleet's file.
+pid_t startTool(std::int64_t times) {
+  std::vector<const char*> command{VEXLO_PATCH_TOOL, "what-if",        kActions,
+                                   "--patch",        "310990",         "--product",
+                                   "1201",           "--service-pack", "2301"};
+  command.insert(command.end(), static_cast<std::size_t>(times), fleetFile().c_str());
+  command.push_back(nullptr);
+  posix_spawn_file_actions_t files;
+  ::posix_spawn_file_actions_init(&files);
+  ::posix_spawn_file_actions_addopen(&files, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+  ::posix_spawn_file_actions_addopen(&files, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+  pid_t child = 0;
+  const int error = ::posix_spawn(&child, command[0], &files, nullptr,
+                                  const_cast<char* const*>(command.data()), environ);
+  ::posix_spawn_file_actions_destroy(&files);
+  if (error != 0) {
+    throw std::runtime_error("posix_spawn failed");
+  }
+  return child;
+}
+
+rusage waitForTool(pid_t child) {
+  rusage usage{};
+  int status = 0;
+  if (::wait4(child, &status, 0, &usage) != child || status != 0) {
+    throw std::runtime_error("what-if failed");
+  }
+  return usage;
+}
+
+/// The whole tool on so many machines: its own processor time, and its peak memory.
+void tool(benchmark::State& state) {
+  constexpr double kMicroseconds = 1e6;
+  double peakBytes = 0;
+  for (auto _ : state) {
+    const rusage usage = waitForTool(startTool(state.range(0) / kMachinesInFile));
+    const auto seconds = [](const timeval& time) {
+      return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / kMicroseconds;
+    };
+    state.SetIterationTime(seconds(usage.ru_utime) + seconds(usage.ru_stime));
+    peakBytes = static_cast<double>(usage.ru_maxrss) * 1024;
+  }
+  countMachines(state, state.range(0));
+  state.counters["peak_bytes"] = peakBytes;
+}
+
+/// So many workers at once, each with its own share of a million machines.
+void workers(benchmark::State& state) {
+  constexpr std::int64_t kMachines = 1'000'000;
+  const std::int64_t count = state.range(0);
+  for (auto _ : state) {
+    std::vector<pid_t> running;
+    for (std::int64_t worker = 0; worker < count; ++worker) {
+      running.push_back(startTool(kMachines / kMachinesInFile / count));
+    }
+    for (const pid_t child : running) {
+      waitForTool(child);
+    }
+  }
+  countMachines(state, kMachines);
+}
+
+BENCHMARK(linesWithEmptyHandler)->Unit(benchmark::kMillisecond);
+BENCHMARK(linesAsRecords)->Unit(benchmark::kMillisecond);
+BENCHMARK(linesAnswered)->Unit(benchmark::kMillisecond);
+BENCHMARK(tool)->Arg(10'000)->Arg(1'000'000)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(workers)->Arg(1)->Arg(2)->UseRealTime()->Unit(benchmark::kMillisecond);
+
+}  // namespace
+
+BENCHMARK_MAIN();
