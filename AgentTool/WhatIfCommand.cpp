@@ -286,7 +286,7 @@ ExitStatus whatIf(const WhatIfRequest& request, Console& console) {
   if (!file || (request.compareWith && !fileBefore)) {
     return ExitStatus::unusableFile;
   }
-  const std::vector<std::string> unknownNames = namesNotInFile(request.patch, *file);
+  const auto unknownNames = namesNotInFile(request.patch, *file);
   complainOf(unknownNames, console);
   if (request.strict && !unknownNames.empty()) {
     return ExitStatus::badUsage;
