@@ -72,7 +72,8 @@ Style styleOf(std::string_view outcome) {
 /// Rows of labels with a count, its share and a bar.
 class CountTable {
  public:
-  explicit CountTable(std::vector<std::string> headings) : headings_(std::move(headings)) {}
+  explicit CountTable(std::vector<std::string> headings, std::string shareHeading = "SHARE")
+      : headings_(std::move(headings)), shareHeading_(std::move(shareHeading)) {}
 
   void add(std::vector<Cell> texts, std::uint64_t count, double share, Style bar) {
     rows_.push_back({std::move(texts), grouped(count), percent(share), barOf(share), bar});
@@ -90,7 +91,7 @@ class CountTable {
     }
     std::vector<std::string> headings = headings_;
     headings.push_back(rightAligned(std::string(kMachines), countWidth));
-    headings.push_back(rightAligned("SHARE", kShareWidth));
+    headings.push_back(rightAligned(shareHeading_, kShareWidth));
     headings.emplace_back();
     Columns columns(console, headings);
     std::vector<std::vector<Cell>> cells;
@@ -119,6 +120,7 @@ class CountTable {
     Style style;
   };
   std::vector<std::string> headings_;
+  std::string shareHeading_;
   std::vector<Row> rows_;
 };
 
@@ -183,7 +185,7 @@ std::string bySort(const FleetSummary& summary, const char* heading, const Conso
       tally.ready += verdictOn(answer.outcome) == Verdict::ready ? machines : 0;
     }
   }
-  CountTable table({heading});
+  CountTable table({heading}, "READY");
   for (const auto& [sort, tally] : tallies) {
     table.add({{sort.second}}, tally.machines, shareOf(tally.ready, tally.machines), Style::good);
   }
