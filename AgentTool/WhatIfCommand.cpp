@@ -39,14 +39,14 @@ using ActionFile = std::shared_ptr<const vexlo::PatchActionGroup>;
 constexpr std::size_t kLongestLine = std::size_t{1} << 20;
 constexpr std::size_t kLongestSummary = std::size_t{64} << 20;
 constexpr std::size_t kOutputBytes = std::size_t{64} * 1024;
-constexpr const char* kStandardInput = "-";
+constexpr const char* kStandardInputName = "-";
 
 /// A file to read, or standard input.
-class Input {
+class LineSource {
  public:
-  explicit Input(const std::string& path)
-      : name_(path == kStandardInput ? "standard input" : path) {
-    if (path != kStandardInput) {
+  explicit LineSource(const std::string& path)
+      : name_(path == kStandardInputName ? "standard input" : path) {
+    if (path != kStandardInputName) {
       file_ = platform::aboveStandard(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY));
       if (!file_) {
         throw std::system_error(errno, std::generic_category());
@@ -67,7 +67,7 @@ std::optional<std::uint64_t> bytesIn(const std::vector<std::string>& files) {
   for (const std::string& file : files) {
     struct stat status{};
     const int error =
-        file == kStandardInput ? ::fstat(STDIN_FILENO, &status) : ::stat(file.c_str(), &status);
+        file == kStandardInputName ? ::fstat(STDIN_FILENO, &status) : ::stat(file.c_str(), &status);
     if (error != 0 || !S_ISREG(status.st_mode)) {
       return std::nullopt;
     }
@@ -151,7 +151,7 @@ class Fleet {
     const Console::Activity activity(console_, [this] { return progress_.line(); });
     for (const std::string& file : request_.factsFiles) {
       try {
-        read(Input(file));
+        read(LineSource(file));
       } catch (const std::system_error& error) {
         flush();
         console_.complain(text(printable(file), ": ", error.code().message()));
@@ -165,7 +165,7 @@ class Fleet {
   [[nodiscard]] bool allWereRead() const noexcept { return allWereRead_; }
 
  private:
-  void read(const Input& input) {
+  void read(const LineSource& input) {
     const std::string place = request_.factsFiles.size() > 1 ? input.name() + ":" : std::string();
     const std::uint64_t bytesBefore = bytes_;
     LineReader reader(input.descriptor(), kLongestLine, [this] { flush(); });
@@ -185,7 +185,7 @@ class Fleet {
     }
   }
 
-  void reject(const Input& input, std::uint64_t line, std::string_view why) {
+  void reject(const LineSource& input, std::uint64_t line, std::string_view why) {
     flush();  // so that on a terminal it stands behind the line before
     console_.complain(text(printable(input.name()), ":", line, ": ", printable(why)));
     summary_.addBadLines(1);
@@ -319,7 +319,7 @@ ExitStatus mergeSummaries(const MergeRequest& request, Console& console) {
   };
   for (const std::string& file : request.summaryFiles) {
     try {
-      const Input input(file);
+      const LineSource input(file);
       LineReader reader(input.descriptor(), kLongestSummary, [] {});
       while (const auto line = reader.next()) {
         const std::string place = text(input.name(), ":", line->number);
