@@ -54,7 +54,7 @@ bool isForced(const EndedAction& ended) {
 
 /// The reason's name and what was measured: «inSufficientBattery: battery 12 %, 30 % needed».
 std::string whyForPeople(const EndedAction& ended) {
-  const std::string measured = printable(describe(std::span(ended.measurements)));
+  std::string measured = printable(describe(std::span(ended.measurements)));
   if (!ended.result.description || isForced(ended)) {
     return measured;
   }
