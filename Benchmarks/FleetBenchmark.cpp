@@ -10,6 +10,7 @@
 #include <chrono>
 #include <cstdint>
 #include <cstdlib>
+#include <fstream>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -33,15 +34,20 @@ constexpr std::size_t kLongestLine = std::size_t{1} << 20;
 constexpr const char* kActions = VEXLO_FLEET_ACTIONS;
 const vexlo::PatchIdentifier kPatch("310990", "1201", "2301");  // six actions
 
+/// Written line by line: a child's peak memory begins with that of this process.
 const std::string& fleetFile() {
-  static const TemporaryFile file([] {
-    std::string lines;
+  static const TemporaryFile file("");
+  static const bool isWritten = [] {
+    std::ofstream lines(file.path());
     const fleet::Fleet fleet(1);
     for (std::int64_t number = 1; number <= kMachinesInFile; ++number) {
-      lines += fleet.line(static_cast<std::uint64_t>(number));
+      lines << fleet.line(static_cast<std::uint64_t>(number));
     }
-    return lines;
-  }());
+    return static_cast<bool>(lines.flush());
+  }();
+  if (!isWritten) {
+    throw std::runtime_error("the fleet's file can't be written");
+  }
   return file.path();
 }
 
