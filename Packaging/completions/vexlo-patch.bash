@@ -14,18 +14,19 @@ _vexlo_patch() {
     fi
   done
   case $command in
-    '') flags='-h --help --version' words='plan evaluate run check facts help' ;;
+    '') flags='-h --help --version' words='plan evaluate run check facts what-if help' ;;
     plan) flags='-h --help --patch --product --service-pack --strict --json --agent-root --base-dir --log-level --log-file' ;;
     evaluate) flags='-h --help --patch --product --service-pack --facts --ask-apple --ask-agent --strict --json --agent-root --base-dir --data-dir --log-dir --machine --log-level --log-file' ;;
     run) flags='-h --help --patch --product --service-pack --action --keep-going --explain --strict --json --agent-root --base-dir --data-dir --log-dir --machine --log-level --log-file' ;;
     check) flags='-h --help --strict --json' kind=-f ;;
     facts) flags='-h --help --application --all-applications --ask-apple --json --agent-root --base-dir --data-dir --log-dir --machine --log-level --log-file' ;;
-    help) flags='-h --help --as' words='plan evaluate run check facts help actions siliconBatteryPercentageCheck intelBatteryPercentageCheck userLoggedInCheck multipleUserLoggedInCheck minimumDiskSpaceCheck macOSDeferCheck installMacOSUpdates applicationRunningCheck applicationRunningNotifier installMacOSUpdatesUsingInstallAssistant' ;;
+    what-if) flags='-h --help --patch --product --service-pack --strict --compare --summary --summary-file --merge --json' words='' ;;
+    help) flags='-h --help --as' words='plan evaluate run check facts what-if help actions siliconBatteryPercentageCheck intelBatteryPercentageCheck userLoggedInCheck multipleUserLoggedInCheck minimumDiskSpaceCheck macOSDeferCheck installMacOSUpdates applicationRunningCheck applicationRunningNotifier installMacOSUpdatesUsingInstallAssistant' ;;
   esac
   case $previous in
     --agent-root | --base-dir | --data-dir | --log-dir) flags='' words='' kind='' kind=-d ;;
-    --log-file | --facts) flags='' words='' kind='' kind=-f ;;
-    --patch | --product | --service-pack | --application) flags='' words='' kind='' words='' ;;
+    --log-file | --facts | --summary-file) flags='' words='' kind='' kind=-f ;;
+    --patch | --product | --service-pack | --application | --compare | --merge) flags='' words='' kind='' words='' ;;
     --machine) flags='' words='' kind='' words='auto apple-silicon intel' ;;
     --log-level) flags='' words='' kind='' words='debug info error none' ;;
     --action) flags='' words='' kind='' words='siliconBatteryPercentageCheck intelBatteryPercentageCheck userLoggedInCheck multipleUserLoggedInCheck minimumDiskSpaceCheck macOSDeferCheck installMacOSUpdates applicationRunningCheck applicationRunningNotifier installMacOSUpdatesUsingInstallAssistant' ;;

@@ -32,7 +32,8 @@ int main(int argumentCount, char** arguments) try {
   processor.setObserver(std::make_shared<Watcher>());
   for (const vexlo::ActionID action :
        {vexlo::KnownAction::minimumDiskSpaceCheck, vexlo::KnownAction::multipleUserLoggedInCheck}) {
-    std::cout << action << ": " << processor.execute(action) << '\n';
+    const vexlo::PatchActionResult result = processor.execute(action);
+    std::cout << action << ": " << result << '\n';
   }
 } catch (const std::exception& error) {  // the action file can't be used: which, where and why
   std::cerr << error.what() << '\n';
