@@ -56,17 +56,17 @@ std::optional<platform::Moment> momentOf(std::string_view text) {
 vexlo::PowerSource powerSourceOf(const JSONValue& value, const Place& place) {
   const JSONValue* const kind = value.find("kind");
   if (kind == nullptr) {
-    reject(value, place, "an object with the member \"kind\"");
+    reject(value, place, R"(an object with the member "kind")");
   }
   if (kind->string() == "mains") {
     return vexlo::AcPower{};
   }
   if (kind->string() != "battery") {
-    reject(*kind, {.around = &place, .member = "kind"}, "\"mains\" or \"battery\"");
+    reject(*kind, {.around = &place, .member = "kind"}, R"("mains" or "battery")");
   }
   const JSONValue* const percentage = value.find("percentage");
   if (percentage == nullptr) {
-    reject(value, place, "an object with the member \"percentage\"");
+    reject(value, place, R"(an object with the member "percentage")");
   }
   return vexlo::BatteryPower{takeInteger(*percentage, {.around = &place, .member = "percentage"})};
 }
@@ -182,7 +182,7 @@ constexpr std::array kMembers{
            [](const JSONValue& value, const Place& place, FactsRecord& record) {
              record.time = value.string().and_then(momentOf);
              if (!record.time && !value.isNull()) {
-               reject(value, place, "a time such as \"2026-11-24T10:11:12Z\", or null");
+               reject(value, place, R"(a time such as "2026-11-24T10:11:12Z", or null)");
              }
            }},
     Member{"utcOffset", false,

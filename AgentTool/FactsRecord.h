@@ -57,7 +57,7 @@ struct RecordedUpdate {
 
 /// The facts that the checks use; docs/FACTS.md describes them. Derived facts such as `inForce` are
 /// left out. The strings belong to the reader.
-struct FactsRecord {
+struct FactsRecord {  // NOLINT(clang-analyzer-optin.performance.Padding): ordered by meaning
   std::optional<std::string_view> name;  ///< The machine's name, if the line has one.
   std::optional<platform::Moment> time;
   std::chrono::seconds offsetFromUTC{0};  ///< Of the machine's time zone, positive in the east.

@@ -281,7 +281,7 @@ std::string asJSON(const FleetSummary& summary) {
   }
   return JSONObject()
              .addJSON("fleetSummary", text(kSummaryVersion))
-             .addJSON("patch", summary.question() ? questionAsJSON(*summary.question()) : "null")
+             .addJSON("patch", summary.question().transform(questionAsJSON).value_or("null"))
              .addJSON("machines", text(summary.machines()))
              .addJSON("badLines", text(summary.badLines()))
              .addJSON("counts", jsonArray(all))

@@ -136,13 +136,19 @@ std::string nameOf(const FleetAnswer& answer) {
   return answer.action.empty() ? std::string() : describe(vexlo::ActionID(answer.action));
 }
 
+/// By descending count; equal ones by what is counted.
+constexpr auto mostFirst = [](const auto& left, const auto& right) {
+  return left.second != right.second ? left.second > right.second : *left.first < *right.first;
+};
+
 std::string outcomes(const FleetSummary& summary, const Console& console) {
   std::map<std::string, std::uint64_t> byOutcome{{"success", 0}};
   for (const auto& [answer, counts] : summary.answers()) {
     byOutcome[answer.outcome] += sum(counts);
   }
   std::vector<std::pair<std::string, std::uint64_t>> rows(byOutcome.begin(), byOutcome.end());
-  std::ranges::stable_sort(rows, {}, [](const auto& row) { return verdictOn(row.first); });
+  std::ranges::sort(rows, {},
+                    [](const auto& row) { return std::pair(verdictOn(row.first), row.first); });
   CountTable table({"OUTCOME"});
   for (const auto& [outcome, machines] : rows) {
     table.add({{printable(outcome), styleOf(outcome)}}, machines,
@@ -159,7 +165,7 @@ std::string reasons(const FleetSummary& summary, const Console& console) {
       rows.emplace_back(&answer, sum(counts));
     }
   }
-  std::ranges::stable_sort(rows, std::greater(), &decltype(rows)::value_type::second);
+  std::ranges::sort(rows, mostFirst);
   for (const auto& [answer, machines] : rows) {
     table.add({{printable(answer->action)},
                {printable(nameOf(*answer))},
@@ -198,7 +204,8 @@ std::string forPeople(const FleetAnswer& answer) {
 }
 
 std::string moves(const FleetSummary& summary, const Console& console) {
-  if (!summary.question() || !summary.question()->actionsBefore) {
+  const auto& question = summary.question();
+  if (!question || !question->actionsBefore) {
     return {};
   }
   if (summary.moves().empty()) {
@@ -209,7 +216,7 @@ std::string moves(const FleetSummary& summary, const Console& console) {
   for (const auto& [move, machines] : summary.moves()) {
     rows.emplace_back(&move, machines);
   }
-  std::ranges::stable_sort(rows, std::greater(), &decltype(rows)::value_type::second);
+  std::ranges::sort(rows, mostFirst);
   for (const auto& [move, machines] : rows) {
     table.add({{forPeople(move->first), styleOf(move->first.outcome)},
                {forPeople(move->second), styleOf(move->second.outcome)}},

@@ -27,7 +27,7 @@ bool holdsUp(Answer answer) {
 }  // namespace
 
 WhatIf::WhatIf(const vexlo::PatchIdentifier& patch,
-               std::shared_ptr<const vexlo::PatchActionGroup> actionFile)
+               const std::shared_ptr<const vexlo::PatchActionGroup>& actionFile)
     : evaluator_(patch, actionFile, recorded_.sources(), intentions_) {
   for (const auto& [actionID, arguments, origin] :
        vexlo::PatchActionProvider(patch, actionFile).actionDetails()) {

@@ -36,7 +36,7 @@ struct MachineAnswer {
 class WhatIf {
  public:
   WhatIf(const vexlo::PatchIdentifier& patch,
-         std::shared_ptr<const vexlo::PatchActionGroup> actionFile);
+         const std::shared_ptr<const vexlo::PatchActionGroup>& actionFile);
   WhatIf(const WhatIf&) = delete;
   WhatIf& operator=(const WhatIf&) = delete;
 

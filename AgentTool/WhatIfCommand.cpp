@@ -111,7 +111,7 @@ class Progress {
 };
 
 void appendMember(std::string& out, std::string_view name, std::string_view value) {
-  (((out += ",\"") += name) += "\":");
+  (((out += ",\"") += name) += R"(":)");
   if (value.empty()) {
     out += "null";
   } else {
@@ -120,24 +120,25 @@ void appendMember(std::string& out, std::string_view name, std::string_view valu
 }
 
 void appendAnswer(std::string& out, const MachineAnswer& answer) {
-  (((out += "\"outcome\":\"") += name(answer.answer)) += '"');
+  (((out += R"("outcome":")") += name(answer.answer)) += '"');
   appendMember(out, "code", answer.code);
   appendMember(out, "action", answer.action);
   appendMember(out, "reason", answer.reason);
   appendMember(out, "next", answer.next);
-  ((out += ",\"measured\":") += answer.measured);
+  ((out += R"(,"measured":)") += answer.measured);
 }
 
 /// Answers for all lines of all files.
 class Fleet {
  public:
-  Fleet(const WhatIfRequest& request, ActionFile file, ActionFile fileBefore, Console& console)
+  Fleet(const WhatIfRequest& request, const ActionFile& file, const ActionFile& fileBefore,
+        Console& console)
       : request_(request),
         console_(console),
-        whatIf_(request.patch, std::move(file)),
+        whatIf_(request.patch, file),
         progress_(bytesIn(request.factsFiles)) {
     if (fileBefore) {
-      before_.emplace(request.patch, std::move(fileBefore));
+      before_.emplace(request.patch, fileBefore);
     }
     summary_ =
         FleetSummary({.patchID = request.patch.patchID(),
@@ -280,8 +281,8 @@ ExitStatus statusFor(const FleetSummary& summary, bool allWereRead) {
 
 ExitStatus whatIf(const WhatIfRequest& request, Console& console) {
   const auto quiet = AgentSession::withoutLines();
-  ActionFile file = readActionFile(request.actionFile, console);
-  ActionFile fileBefore =
+  const ActionFile file = readActionFile(request.actionFile, console);
+  const ActionFile fileBefore =
       request.compareWith && file ? readActionFile(*request.compareWith, console) : nullptr;
   if (!file || (request.compareWith && !fileBefore)) {
     return ExitStatus::unusableFile;
@@ -292,7 +293,7 @@ ExitStatus whatIf(const WhatIfRequest& request, Console& console) {
     return ExitStatus::badUsage;
   }
 
-  Fleet fleet(request, std::move(file), std::move(fileBefore), console);
+  Fleet fleet(request, file, fileBefore, console);
   fleet.readAll();
   const FleetSummary& summary = fleet.summary();
   if (request.summaryFile) {

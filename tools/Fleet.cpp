@@ -43,7 +43,8 @@ class Chance {
   }
   /// Uniform from `first` to `last`.
   std::int64_t between(std::int64_t first, std::int64_t last) {
-    return first + static_cast<std::int64_t>(next() % static_cast<std::uint64_t>(last - first + 1));
+    const auto steps = static_cast<std::uint64_t>(last - first);
+    return first + static_cast<std::int64_t>(next() % std::max<std::uint64_t>(steps + 1, 1));
   }
   /// True with this probability in thousandths.
   bool perMille(int cases) { return between(1, 1000) <= cases; }
@@ -132,7 +133,7 @@ class Machine {
     makePromptCounts();
     askApple();
     const std::string line = agent_tool::factsAsJSON(facts_);
-    return "{\"name\":\"" + name() + "\"," + line.substr(1);
+    return R"({"name":")" + name() + R"(",)" + line.substr(1);
   }
 
  private:
@@ -290,7 +291,7 @@ class Machine {
     }
   }
 
-  std::string name() const {
+  [[nodiscard]] std::string name() const {
     std::string serial = std::to_string(number_);
     serial.insert(0, 8 - std::min<std::size_t>(8, serial.size()), '0');
     return "mac-" + serial;

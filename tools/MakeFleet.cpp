@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -25,8 +26,9 @@ constexpr std::string_view kUsage =
 
 std::optional<std::uint64_t> numberIn(std::string_view text) {
   std::uint64_t number = 0;
-  const char* const end = text.data() + text.size();
-  const auto [stop, error] = std::from_chars(text.data(), end, number);
+  const char* const begin = std::to_address(text.begin());
+  const char* const end = begin + text.size();
+  const auto [stop, error] = std::from_chars(begin, end, number);
   return error == std::errc() && stop == end && !text.empty() ? std::optional(number)
                                                               : std::nullopt;
 }
