@@ -35,7 +35,8 @@ std::optional<Credentials> MaskedCredentials::credentials() {
     return Credentials::placeholder(kUserPlaceholder, kPasswordPlaceholder);
   }
   const std::optional<Credentials> stored = stored_->credentials();
-  return stored ? std::optional(Credentials::placeholder(stored->userName, kPasswordPlaceholder)) : std::nullopt;
+  return stored ? std::optional(Credentials::placeholder(stored->userName, kPasswordPlaceholder))
+                : std::nullopt;
 }
 
 EvaluationInstallerDependencies::EvaluationInstallerDependencies(EvaluationSources& sources,
