@@ -9,7 +9,6 @@ namespace agent_tool {
 
 using FileCodec::DecodingError;
 using LogCore::text;
-using Type = JSONValue::Type;
 
 std::string JSONPlace::path() const {
   const std::string own = member.empty() ? text('[', index, ']') : FileCodec::nameInPlace(member);
@@ -18,21 +17,21 @@ std::string JSONPlace::path() const {
 
 std::string describeFound(const JSONValue& value) {
   switch (value.type()) {
-    case Type::null:
+    case JSONValue::Type::null:
       return "null";
-    case Type::boolean:
+    case JSONValue::Type::boolean:
       return value.boolean().value_or(false) ? "true" : "false";
-    case Type::integer:
+    case JSONValue::Type::integer:
       return text("the integer ", value.integer().value_or(0));
-    case Type::unsignedInteger:
+    case JSONValue::Type::unsignedInteger:
       return "an integer beyond the signed 64-bit range";
-    case Type::real:
+    case JSONValue::Type::real:
       return "a real number";
-    case Type::string:
+    case JSONValue::Type::string:
       return text('"', FileCodec::nameInPlace(value.string().value_or("")), '"');
-    case Type::array:
+    case JSONValue::Type::array:
       return "an array";
-    case Type::object:
+    case JSONValue::Type::object:
       return "an object";
   }
   std::unreachable();
@@ -58,15 +57,15 @@ std::string_view takeString(const JSONValue& value, const JSONPlace& place) {
 }
 
 std::optional<std::string_view> takeOptionalString(const JSONValue& value, const JSONPlace& place) {
-  if (!value.isNull() && value.type() != Type::string) {
+  if (!value.isNull() && value.type() != JSONValue::Type::string) {
     reject(value, place, "a string or null");
   }
   return value.string();
 }
 
-bool isPresent(const JSONValue& value, Type type, const JSONPlace& place) {
+bool isPresent(const JSONValue& value, JSONValue::Type type, const JSONPlace& place) {
   if (!value.isNull() && value.type() != type) {
-    reject(value, place, type == Type::array ? "an array or null" : "an object or null");
+    reject(value, place, type == JSONValue::Type::array ? "an array or null" : "an object or null");
   }
   return !value.isNull();
 }

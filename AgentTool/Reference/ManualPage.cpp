@@ -80,7 +80,7 @@ std::string exitStatus(std::string_view footer) {
 
 std::string manualPage(const ProgramText& program) {
   std::string page = ".\\\" Made from the command line's definition by ./dev generate.\n.TH " +
-                     roff(capitals(program.name)) + " 1 \"\" \"VexloPatchDeployment " +
+                     roff(capitals(program.name)) + R"( 1 "" "VexloPatchDeployment )" +
                      program.version + "\"\n.nh\n.SH NAME\n" + roff(program.name) +
                      " \\- patch deployment from a command line\n.SH SYNOPSIS\n";
   for (const CommandText& command : program.commands) {
