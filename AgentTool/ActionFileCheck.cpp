@@ -308,7 +308,7 @@ class FileCheck {
       path_.push_back({{}, index++});
       if (!seen.insert(patchID).second) {
         report(FindingKind::repeatedArgument, element->offset,
-               text("patch ", inQuotes(patchID), " stands in the list already"));
+               text("patch ", inQuotes(patchID), " is already in the list"));
       } else {
         lookAtID(patchID, element->offset);
         const auto own = patches_.find(patchID);
@@ -431,7 +431,7 @@ class FileCheck {
       const bool isRepeatable = documentation.lastRepeats && index + 1 >= wanted;
       if (isRepeatable && !former.insert(argument.string).second) {
         reportElement(FindingKind::repeatedArgument, argument, index,
-                      text(inQuotes(argument.string), " stands in the list already"));
+                      text(inQuotes(argument.string), " is already in the list"));
         continue;
       }
       const ActionArgument& what = documentation.arguments[std::min(index, wanted - 1)];

@@ -1,4 +1,4 @@
-// A JSON text as a tree that knows where everything stands in the text.
+// A JSON text as a tree that knows the place of each value.
 #pragma once
 #include <cstddef>
 #include <cstdint>

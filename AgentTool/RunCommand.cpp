@@ -87,7 +87,7 @@ std::vector<PlannedAction> plannedActions(const RunRequest& request,
 /// Runs actions, one at a time, and tells the report what they do meanwhile.
 class Runner final : public vexlo::ActionObserver {
  public:
-  /// `logLines` is null unless what is no success is to be explained.
+  /// `logLines` is null unless `--explain` was given.
   Runner(Console& console, RunReport& report, bool showsActivity,
          std::shared_ptr<LogLines> logLines)
       : console_(console),

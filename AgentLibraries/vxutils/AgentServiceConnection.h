@@ -13,7 +13,7 @@ namespace vxutils {
 class AgentServiceProtocol {
  public:
   /// Receives the value, absent if the service has none. The string is wiped after the call;
-  /// whoever copies it must wipe the copy. Must not throw.
+  /// a copy must be wiped by its owner. Must not throw.
   using Reply = std::function<void(const std::optional<std::string>& value)>;
   /// Receives the reason why there is no answer, such as "the service closed the connection", as a
   /// string constant. Must not throw.

@@ -36,7 +36,7 @@ constexpr const char* kWhatIsOdd =
     R"j(file:2:3: warning: patchActions: is not read; did you mean "PatchActions"?
 file:2:53: warning: ExclusionPatchIDs: is not read; "ExclusionPatchIDs" belongs in "ProductServicePackActions"
 file:3:55: warning: ProductServicePackActions › ExclusionPatchIDs › [0]: patch "5" is exempt from the product's actions and has none of its own: nothing is run for it
-file:3:60: warning: ProductServicePackActions › ExclusionPatchIDs › [1]: patch "5" stands in the list already
+file:3:60: warning: ProductServicePackActions › ExclusionPatchIDs › [1]: patch "5" is already in the list
 file:3:66: warning: ProductServicePackActions › exclusionPatchID: is taken as a product; did you mean "ExclusionPatchIDs"?
 file:5:5: warning: PatchActions ›  1: the ID " 1" has spaces around it, which are significant
 file:5:36: warning: PatchActions ›  1 › 2003: occurs more than once in its object; the last one counts
@@ -54,7 +54,7 @@ file:7:79: warning: PatchActions › 3 › 2007: installMacOSUpdates needs the m
 file:7:80: warning: PatchActions › 3 › 2007 › [0]: "14" differs from the version of macOSDeferCheck, "14."
 file:8:20: warning: PatchActions › 4 › 2001 › [0]: "30%" is not an integer (an optional sign, then digits only): the action answers applyLater(inSufficientArguments) wherever it applies
 file:8:44: warning: PatchActions › 4 › 2008 › [1]: the bundle identifier is empty
-file:8:48: warning: PatchActions › 4 › 2008 › [2]: "a.b" stands in the list already
+file:8:48: warning: PatchActions › 4 › 2008 › [2]: "a.b" is already in the list
 file:8:55: warning: PatchActions › 4 › 2008 › [3]: "c,d" is not a bundle identifier such as "com.apple.Safari"
 file:8:62: warning: PatchActions › 4 › 2008 › [4]: "C.app" is an application's file; its bundle identifier is needed, such as "com.apple.Safari"
 file:8:81: warning: PatchActions › 4 › 2010 › [0]: "I.app" is not an absolute path: it is taken from wherever the agent was started
