@@ -51,7 +51,7 @@ bool isActionFile(const json::value& root) {
   });
 }
 
-bool equals(const vexlo::TextList& texts, const json::array& strings) {
+bool equals(const vexlo::StringList& texts, const json::array& strings) {
   return std::ranges::equal(texts, strings, {}, {}, [](const json::value& string) {
     return std::string_view(string.get_string());
   });
@@ -144,16 +144,29 @@ std::size_t membersOf(const json::value& value) {
   return count;
 }
 
+/// The tree of a text that may start with a byte order mark.
+json::value treeOf(std::string_view text, json::error_code& error) {
+  if (text.starts_with(FileCodec::kByteOrderMark)) {
+    text.remove_prefix(FileCodec::kByteOrderMark.size());
+  }
+  json::parse_options options;
+  options.max_depth = 512;
+  return json::parse(text, error, {}, options);
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const std::string text(reinterpret_cast<const char*>(data), size);
-  json::parse_options options;
-  options.max_depth = 512;
+  const std::string file(reinterpret_cast<const char*>(data), size);
   json::error_code error;
-  const json::value tree = json::parse(text, error, {}, options);
+  std::string text = file;
+  json::value tree = treeOf(text, error);
+  if (error == json::error::exponent_overflow) {  // which only the decoder accepts
+    text = FileCodec::withShortExponents(std::move(text));
+    tree = treeOf(text, error);
+  }
   try {
-    const PatchActionGroup group = PatchActionGroup::decode(text, "actions.json");
+    const PatchActionGroup group = PatchActionGroup::decode(file, "actions.json");
     require(!error, "decoded what is not JSON");
     require(isActionFile(tree), "decoded what has a wrong type in it");
     compare(group, tree);

@@ -21,7 +21,7 @@ PatchActionStore::Run whole(const std::vector<Entry>& entries) {
 }
 
 ActionMap actionsOf(const PatchActionStore& store, const Entry& entry) {
-  return {std::span(store.actions).subspan(entry.first, entry.count), StoredActionReader{&store}};
+  return {std::views::iota(entry.first, entry.first + entry.count), StoredActionReader{&store}};
 }
 
 /// The entries of a run without those replaced by a later one of the same name.
@@ -40,21 +40,24 @@ std::vector<NamedActions> namedActions(const PatchActionStore& store, const Name
 
 }  // namespace
 
-ActionEntry StoredActionReader::operator()(const Entry& action) const noexcept {
-  return {.code = store->at(action.name),
-          .arguments = {std::span(store->texts).subspan(action.first, action.count),
-                        StoredTextReader{store}}};
+ActionEntry StoredActionReader::operator()(std::uint32_t action) const noexcept {
+  const std::uint32_t begin = store->actionStarts[action];
+  const std::uint32_t end = store->actionStarts[action + 1];
+  return {.code = store->actionCode(action),
+          .arguments = {std::span(store->actionStrings).subspan(begin + 1, end - begin - 1),
+                        StoredStringReader{store}}};
 }
 
-TextList ProductServicePackActions::exclusionPatchIDs() const {
-  const auto [first, count] = store_->exclusionPatchIDs;
-  return {std::span(store_->texts).subspan(first, count), StoredTextReader{store_}};
+StringList ProductServicePackActions::exclusionPatchIDs() const {
+  return {std::span(store_->exclusionPatchIDs), StoredStringReader{store_}};
 }
 
 bool ProductServicePackActions::isExempt(std::string_view patchID) const {
   return store_->exclusionIndex
       .find(NameIndex::hash(patchID, 0),
-            [&](std::uint32_t number) { return store_->at(store_->texts[number]) == patchID; })
+            [&](std::uint32_t number) {
+              return store_->at(store_->exclusionPatchIDs[number]) == patchID;
+            })
       .has_value();
 }
 

@@ -13,19 +13,16 @@
 
 namespace vexlo {
 
-/// The file's text and compact records that refer to it: names and arguments are offsets into the
-/// text, and the children of an entry are a contiguous run of an array. Filled once by the decoder.
+/// The file's text and compact arrays that refer to it. Filled once by the decoder.
 class PatchActionStore {
  public:
-  /// The position of a string in the file or, beyond its end, in the decoded escapes.
-  struct Text {
-    std::uint32_t offset = 0;
-    std::uint32_t length = 0;
-  };
-  /// A name and the run of its children: the service packs of a product, the actions of a service
-  /// pack or patch, the arguments of an action.
+  /// A string: its offset in the file, where it ends at the next quotation mark or, counted from
+  /// the end of the file, its number among the decoded strings.
+  enum class StringID : std::uint32_t {};
+  /// A name and the run of its children: the service packs of a product, or the actions of a
+  /// service pack or patch.
   struct Entry {
-    Text name;
+    StringID name{};
     std::uint32_t first = 0;
     std::uint32_t count = 0;
   };
@@ -35,13 +32,16 @@ class PatchActionStore {
   };
 
   std::string file;
-  std::string decodedEscapes;  ///< Concatenated strings that had escapes.
-  std::vector<Text> texts;     ///< Arguments and exempt patch IDs.
-  std::vector<Entry> actions;
+  std::string decodedText;                 ///< The strings that had escapes, joined.
+  std::vector<std::uint32_t> decodedEnds;  ///< Where each of them ends.
+  std::vector<StringID> exclusionPatchIDs;
+  /// Each action's code, followed by its arguments.
+  std::vector<StringID> actionStrings;
+  /// Where each action starts in `actionStrings`. One more marks the end.
+  std::vector<std::uint32_t> actionStarts;
   std::vector<Entry> patches;
   std::vector<Entry> servicePacks;
   std::vector<Entry> products;
-  Run exclusionPatchIDs;
   bool hasProductServicePackActions = false;
   bool hasPatchActions = false;
   NameIndex patchIndex;
@@ -49,36 +49,47 @@ class PatchActionStore {
   NameIndex productIndex;
   NameIndex exclusionIndex;
 
-  [[nodiscard]] std::string_view at(Text text) const noexcept {
-    return text.offset < file.size()
-               ? std::string_view(file).substr(text.offset, text.length)
-               : std::string_view(decodedEscapes).substr(text.offset - file.size(), text.length);
+  [[nodiscard]] std::string_view at(StringID string) const noexcept {
+    const auto offset = static_cast<std::size_t>(string);
+    if (offset >= file.size()) {
+      return decodedString(offset - file.size());
+    }
+    return std::string_view(file).substr(offset, file.find('"', offset) - offset);
+  }
+  [[nodiscard]] std::string_view actionCode(std::uint32_t action) const noexcept {
+    return at(actionStrings[actionStarts[action]]);
+  }
+
+ private:
+  [[nodiscard]] std::string_view decodedString(std::size_t number) const noexcept {
+    const std::size_t begin = number == 0 ? 0 : decodedEnds[number - 1];
+    return std::string_view(decodedText).substr(begin, decodedEnds[number] - begin);
   }
 };
 
-/// Reads a `Text` of the store as a `std::string_view` that lives as long as the store.
-struct StoredTextReader {
+/// Reads a string of the store as a `std::string_view` that lives as long as the store.
+struct StoredStringReader {
   const PatchActionStore* store = nullptr;
-  [[nodiscard]] std::string_view operator()(PatchActionStore::Text text) const noexcept {
-    return store->at(text);
+  [[nodiscard]] std::string_view operator()(PatchActionStore::StringID string) const noexcept {
+    return store->at(string);
   }
 };
 /// A list of strings, as views into the decoded file.
-using TextList =
-    std::ranges::transform_view<std::span<const PatchActionStore::Text>, StoredTextReader>;
+using StringList =
+    std::ranges::transform_view<std::span<const PatchActionStore::StringID>, StoredStringReader>;
 
 /// One action: its code and its arguments in file order.
 struct ActionEntry {
   std::string_view code;
-  TextList arguments;
+  StringList arguments;
 };
 struct StoredActionReader {
   const PatchActionStore* store = nullptr;
-  [[nodiscard]] ActionEntry operator()(const PatchActionStore::Entry& action) const noexcept;
+  [[nodiscard]] ActionEntry operator()(std::uint32_t action) const noexcept;
 };
 /// The actions of a service pack or patch; codes are unique.
-using ActionMap =
-    std::ranges::transform_view<std::span<const PatchActionStore::Entry>, StoredActionReader>;
+using ActionMap = std::ranges::transform_view<std::ranges::iota_view<std::uint32_t, std::uint32_t>,
+                                              StoredActionReader>;
 
 /// A service pack or patch with its actions.
 struct NamedActions {
@@ -98,7 +109,7 @@ class ProductServicePackActions {
   explicit ProductServicePackActions(const PatchActionStore& store) : store_(&store) {}
 
   /// The exempt patch IDs in file order.
-  [[nodiscard]] TextList exclusionPatchIDs() const;
+  [[nodiscard]] StringList exclusionPatchIDs() const;
   /// Whether the patch is exempt from the product-wide actions.
   [[nodiscard]] bool isExempt(std::string_view patchID) const;
   /// Absent if the file lacks the product or its service pack.

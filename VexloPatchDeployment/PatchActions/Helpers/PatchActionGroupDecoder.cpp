@@ -1,9 +1,10 @@
 // Decodes the patch action file into the compact store in one pass over its events.
 #include <algorithm>
 #include <array>
+#include <ranges>
 #include <string>
 #include <string_view>
-#include <unordered_set>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -17,7 +18,7 @@ namespace {
 
 using FileCodec::DecodingError;
 using Entry = PatchActionStore::Entry;
-using Text = PatchActionStore::Text;
+using StringID = PatchActionStore::StringID;
 
 constexpr std::string_view kProductServicePackActions = "ProductServicePackActions";
 constexpr std::string_view kPatchActions = "PatchActions";
@@ -92,7 +93,7 @@ class Decoder final : public FileCodec::JSONEvents {
   bool string(std::string_view value) override {
     const Wanted wanted = wantedHere();
     if (wanted == Wanted::string) {
-      store_.texts.push_back(keep(value));
+      listHere().push_back(keep(value));
       return true;
     }
     return wanted == Wanted::anything || mismatch("a string");
@@ -116,8 +117,9 @@ class Decoder final : public FileCodec::JSONEvents {
   bool endObject() override { return leave(); }
   bool endArray() override { return leave(); }
 
-  /// Builds the indexes; called once, after the last event.
-  void makeIndexes() {
+  /// Completes the store; called once, after the last event.
+  void finish() {
+    store_.actionStarts.push_back(size(store_.actionStrings));
     store_.patchIndex = NameIndex(store_.patches.size());
     addAll(store_.patchIndex, store_.patches, {.first = 0, .count = size(store_.patches)});
     store_.productIndex = NameIndex(store_.products.size());
@@ -127,13 +129,11 @@ class Decoder final : public FileCodec::JSONEvents {
       addAll(store_.servicePackIndex, store_.servicePacks,
              {.first = product.first, .count = product.count});
     }
-    const PatchActionStore::Run exclusions = store_.exclusionPatchIDs;
-    store_.exclusionIndex = NameIndex(exclusions.count);
-    for (std::uint32_t i = 0; i < exclusions.count; ++i) {
-      const std::uint32_t number = exclusions.first + i;
-      const std::string_view patchID = store_.at(store_.texts[number]);
+    store_.exclusionIndex = NameIndex(store_.exclusionPatchIDs.size());
+    for (std::uint32_t number = 0; number < store_.exclusionPatchIDs.size(); ++number) {
+      const std::string_view patchID = store_.at(store_.exclusionPatchIDs[number]);
       store_.exclusionIndex.add(number, NameIndex::hash(patchID, 0), [&](std::uint32_t other) {
-        return store_.at(store_.texts[other]) == patchID;
+        return store_.at(store_.exclusionPatchIDs[other]) == patchID;
       });
     }
   }
@@ -146,13 +146,17 @@ class Decoder final : public FileCodec::JSONEvents {
  private:
   struct Level {
     Container container = Container::document;
-    Text member;                // the name of the member being read
+    StringID member{};          // the name of the member being read
     std::uint32_t first = 0;    // the start of the container's entries or strings
     std::uint32_t ignored = 0;  // containers open inside an ignored one
   };
 
   [[nodiscard]] Container here() const { return levels_[depth_].container; }
   [[nodiscard]] std::string_view member() const { return store_.at(levels_[depth_].member); }
+  /// The list that the strings of the current array belong to.
+  [[nodiscard]] std::vector<StringID>& listHere() const {
+    return here() == Container::arguments ? store_.actionStrings : store_.exclusionPatchIDs;
+  }
 
   /// What is expected at the current place.
   [[nodiscard]] Wanted wantedHere() const {
@@ -224,11 +228,15 @@ class Decoder final : public FileCodec::JSONEvents {
         break;
       case Container::productActions:
       case Container::patchActions:
-        first = size(store_.actions);
+        first = size(store_.actionStarts);
         break;
       case Container::arguments:
+        store_.actionStarts.push_back(size(store_.actionStrings));
+        store_.actionStrings.push_back(levels_[depth_ - 1].member);
+        first = size(store_.actionStrings);
+        break;
       case Container::exclusionList:
-        first = size(store_.texts);
+        store_.exclusionPatchIDs.clear();
         break;
       case Container::document:
       case Container::root:
@@ -243,30 +251,25 @@ class Decoder final : public FileCodec::JSONEvents {
       return true;
     }
     const Level ended = levels_[depth_--];
-    const Text name = levels_[depth_].member;
+    const StringID name = levels_[depth_].member;
     switch (ended.container) {
-      case Container::exclusionList:
-        store_.exclusionPatchIDs = {.first = ended.first,
-                                    .count = size(store_.texts) - ended.first};
-        break;
       case Container::servicePacks:
         store_.products.push_back({name, ended.first, size(store_.servicePacks) - ended.first});
         break;
       case Container::productActions:
         keepLastOfEachAction(ended.first);
-        store_.servicePacks.push_back({name, ended.first, size(store_.actions) - ended.first});
+        store_.servicePacks.push_back({name, ended.first, size(store_.actionStarts) - ended.first});
         break;
       case Container::patchActions:
         keepLastOfEachAction(ended.first);
-        store_.patches.push_back({name, ended.first, size(store_.actions) - ended.first});
-        break;
-      case Container::arguments:
-        store_.actions.push_back({name, ended.first, size(store_.texts) - ended.first});
+        store_.patches.push_back({name, ended.first, size(store_.actionStarts) - ended.first});
         break;
       case Container::document:
       case Container::root:
       case Container::products:
+      case Container::exclusionList:
       case Container::patches:
+      case Container::arguments:
       case Container::ignored:
         break;
     }
@@ -275,24 +278,42 @@ class Decoder final : public FileCodec::JSONEvents {
 
   /// Removes the actions from `first` on that a later one of the same code replaces.
   void keepLastOfEachAction(std::uint32_t first) {
-    const auto code = [this](const Entry& action) { return store_.at(action.name); };
-    const auto begin = store_.actions.begin() + first;
-    const auto notAscending = [&](const Entry& a, const Entry& b) { return code(a) >= code(b); };
-    if (std::adjacent_find(begin, store_.actions.end(), notAscending) == store_.actions.end()) {
+    const auto code = [this](std::uint32_t action) { return store_.actionCode(action); };
+    const auto all = std::views::iota(first, size(store_.actionStarts));
+    const auto notAscending = [&](std::uint32_t a, std::uint32_t b) { return code(a) >= code(b); };
+    if (std::ranges::adjacent_find(all, notAscending) == all.end()) {
       return;  // strictly ascending, as usual, so there are no duplicates
     }
-    std::unordered_set<std::string_view> later;
-    const auto kept =
-        std::remove_if(store_.actions.rbegin(), std::make_reverse_iterator(begin),
-                       [&](const Entry& action) { return !later.insert(code(action)).second; });
-    store_.actions.erase(begin, kept.base());
+    std::unordered_map<std::string_view, std::uint32_t> last;
+    for (const std::uint32_t action : all) {
+      last[code(action)] = action;
+    }
+    // What is kept is copied, because the strings of all actions are contiguous.
+    std::vector<std::uint32_t> starts;
+    std::vector<StringID> strings;
+    const std::uint32_t begin = store_.actionStarts[first];
+    for (const std::uint32_t action : all) {
+      if (last[code(action)] != action) {
+        continue;
+      }
+      starts.push_back(begin + size(strings));
+      const bool isLast = action + 1 == size(store_.actionStarts);
+      const std::uint32_t end =
+          isLast ? size(store_.actionStrings) : store_.actionStarts[action + 1];
+      strings.insert(strings.end(), store_.actionStrings.begin() + store_.actionStarts[action],
+                     store_.actionStrings.begin() + end);
+    }
+    store_.actionStarts.resize(first);
+    store_.actionStarts.insert(store_.actionStarts.end(), starts.begin(), starts.end());
+    store_.actionStrings.resize(begin);
+    store_.actionStrings.insert(store_.actionStrings.end(), strings.begin(), strings.end());
   }
 
   void forgetProducts() {
     store_.hasProductServicePackActions = false;
     store_.products.clear();
     store_.servicePacks.clear();
-    store_.exclusionPatchIDs = {};
+    store_.exclusionPatchIDs.clear();
   }
 
   void forgetPatches() {
@@ -317,30 +338,29 @@ class Decoder final : public FileCodec::JSONEvents {
       const std::string_view separator = out.empty() ? "" : " › ";
       const bool isList = levels_[level].container == Container::arguments ||
                           levels_[level].container == Container::exclusionList;
-      out += isList ? text(separator, '[', store_.texts.size() - levels_[level].first, ']')
+      out += isList ? text(separator, '[', listHere().size() - levels_[level].first, ']')
                     : text(separator, FileCodec::nameInPlace(store_.at(levels_[level].member)));
     }
     return out;
   }
 
-  /// The string's position in the file, or in the decoded escapes if it had any.
-  Text keep(std::string_view value) {
-    const auto length = static_cast<std::uint32_t>(value.size());
+  /// Refers to a string of the file. One that had escapes is stored.
+  StringID keep(std::string_view value) {
     const char* const begin = store_.file.data();
     if (value.data() >= begin && value.data() < begin + store_.file.size()) {
-      return {static_cast<std::uint32_t>(value.data() - begin), length};
+      return static_cast<StringID>(value.data() - begin);
     }
-    const std::size_t offset = store_.file.size() + store_.decodedEscapes.size();
-    store_.decodedEscapes += value;
-    return {static_cast<std::uint32_t>(offset), length};
+    store_.decodedText += value;
+    store_.decodedEnds.push_back(static_cast<std::uint32_t>(store_.decodedText.size()));
+    return static_cast<StringID>(store_.file.size() + store_.decodedEnds.size() - 1);
   }
 
   /// Reserves address space for a dense file, so that the arrays rarely reallocate; unused pages
   /// cost no memory.
   void reserveForFile() {
     const std::size_t bytes = store_.file.size();
-    store_.texts.reserve(bytes / 8);
-    store_.actions.reserve(bytes / 16);
+    store_.actionStrings.reserve(bytes / 8);
+    store_.actionStarts.reserve(bytes / 16);
     store_.patches.reserve(bytes / 32);
     store_.servicePacks.reserve(bytes / 32);
   }
@@ -384,7 +404,7 @@ PatchActionGroup PatchActionGroup::decode(std::string text, const std::string& f
     case FileCodec::JSONOutcome::syntaxError:
       throw FileCodec::syntaxError(file, reading);
   }
-  decoder.makeIndexes();
+  decoder.finish();
   return PatchActionGroup(std::move(store));
 }
 

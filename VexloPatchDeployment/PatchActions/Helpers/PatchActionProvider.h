@@ -20,7 +20,7 @@ enum class ActionOrigin : std::uint8_t {
 /// One applicable action. Its arguments are views into the decoded file.
 struct ActionDetail {
   ActionID actionID;
-  TextList arguments;
+  StringList arguments;
   ActionOrigin origin;
 };
 
