@@ -1,4 +1,4 @@
-# Writes OUTPUT, the source of AgentTool/BuildVersion.h. Run by the build, when the commit changes.
+# Writes OUTPUT, which defines the constants of AgentTool/BuildVersion.h, when the commit changes.
 if(NOT COMMIT)
   set(COMMIT unknown)
   execute_process(COMMAND git -C "${SOURCE}" rev-parse --show-toplevel

@@ -27,7 +27,7 @@ if(CCACHE_PROGRAM AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
     "${CCACHE_PROGRAM}")
   cmake_path(RELATIVE_PATH PROJECT_SOURCE_DIR BASE_DIRECTORY "${CMAKE_BINARY_DIR}"
     OUTPUT_VARIABLE relative_root)
-  cmake_path(APPEND relative_root "x")  # without a slash at the end
+  cmake_path(APPEND relative_root "x")  # for a trailing slash
   cmake_path(GET relative_root PARENT_PATH relative_root)
   list(APPEND source_roots "${relative_root}")
 endif()

@@ -8,7 +8,7 @@ install(TARGETS vexlo_patch_deployment EXPORT VexloPatchDeploymentTargets
   FILE_SET HEADERS DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/vexlo")
 install(EXPORT VexloPatchDeploymentTargets
   NAMESPACE Vexlo:: DESTINATION "${package_directory}")
-# Objects keep no debug information, which would name folders of the building machine.
+# A stripped installation has no debug information, which contains paths of the build machine.
 install(CODE "
   if(CMAKE_INSTALL_DO_STRIP)
     execute_process(COMMAND \"${CMAKE_STRIP}\" -S
@@ -16,7 +16,7 @@ install(CODE "
       COMMAND_ERROR_IS_FATAL ANY)
   endif()")
 
-# vexlo_install_pages(<component> <program>): its manual page and what shells complete.
+# vexlo_install_pages(<component> <program>): its manual page and shell completions.
 function(vexlo_install_pages component program)
   set(pages "${PROJECT_SOURCE_DIR}/Packaging")
   set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME ${component})
@@ -29,7 +29,7 @@ function(vexlo_install_pages component program)
     DESTINATION "${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d")
 endfunction()
 
-# vexlo_install_documents(<component> <package> <files…>): beside what every package has.
+# vexlo_install_documents(<component> <package> <files…>): in addition to those of every package.
 function(vexlo_install_documents component package)
   install(FILES "${PROJECT_SOURCE_DIR}/CHANGELOG.md" "${PROJECT_SOURCE_DIR}/THIRD-PARTY-NOTICES.md" ${ARGN}
     DESTINATION "${CMAKE_INSTALL_DATADIR}/doc/${package}" COMPONENT ${component})
@@ -69,7 +69,7 @@ install(FILES
   "${PROJECT_BINARY_DIR}/VexloPatchDeploymentConfigVersion.cmake"
   DESTINATION "${package_directory}")
 
-# A static library's users link what it asks the system for; a shared one has done so itself.
+# Users of a static library must link its system libraries; a shared one has already done so.
 set(pkgconfig_requires "")
 set(pkgconfig_libraries "")
 if(library_type STREQUAL "STATIC_LIBRARY")
@@ -81,7 +81,7 @@ if(library_type STREQUAL "STATIC_LIBRARY")
     set(pkgconfig_libraries "-lexpat -lc++ -lobjc -framework AppKit -framework CoreFoundation -framework IOKit -framework SystemConfiguration")
   endif()
 endif()
-# The prefix follows from the file's own place, so that an installed tree can be moved.
+# The prefix is relative to the file, so that an installed tree can be moved.
 cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX
   BASE_DIRECTORY "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" OUTPUT_VARIABLE pkgconfig_prefix)
 configure_file("${CMAKE_CURRENT_LIST_DIR}/vexlo-patch-deployment.pc.in"

@@ -8,7 +8,7 @@ set(CPACK_PACKAGE_FILE_NAME
 set(CPACK_STRIP_FILES ON)
 set(CPACK_VERBATIM_VARIABLES ON)
 
-# One archive holds everything; Debian gets a package for each who needs one.
+# One archive has everything; for Debian there is one package per component.
 set(CPACK_GENERATOR TXZ)
 if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
   list(APPEND CPACK_GENERATOR DEB)
@@ -26,7 +26,7 @@ set(CPACK_COMPONENT_LIBRARY_DESCRIPTION "Patch deployment library of an endpoint
  Headers, library, CMake package and pkg-config file.")
 set(CPACK_DEBIAN_TOOL_PACKAGE_NAME vexlo-patch)
 set(CPACK_COMPONENT_TOOL_DESCRIPTION "Plans, runs and checks the actions of a patch
- The patch deployment library, driven from a command line as an agent does.")
+ A command-line tool that uses the patch deployment library as an agent does.")
 set(CPACK_DEBIAN_SIMULATED-MAC_PACKAGE_NAME vexlo-simulated-mac)
 set(CPACK_DEBIAN_SIMULATED-MAC_PACKAGE_SUGGESTS vexlo-patch)
 set(CPACK_COMPONENT_SIMULATED-MAC_DESCRIPTION "A Mac of files and processes, for testing agents

@@ -1,2 +1,2 @@
-# CMake asks the building machine, which is no Mac, whether libraries may have @rpath names.
+# CMake would check the build machine, which is not a Mac, for support of @rpath names.
 set(CMAKE_SHARED_LIBRARY_RUNTIME_C_FLAG "-Wl,-rpath,")

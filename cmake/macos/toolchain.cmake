@@ -1,6 +1,6 @@
-# Cross-compiles for macOS 12 and later on Linux. VEXLO_MACOS_PROCESSOR says for which processor:
-# arm64 or x86_64. The compiler brings libc++, libSystem and the headers of the C library; Apple's
-# frameworks are declared by the small SDK beside this file.
+# Cross-compiles for macOS 12 and later on Linux. VEXLO_MACOS_PROCESSOR is arm64 or x86_64. The compiler
+# includes libc++, libSystem and the C library's headers; the small SDK next to this file declares
+# Apple's frameworks.
 set(CMAKE_SYSTEM_NAME Darwin)
 set(CMAKE_SYSTEM_VERSION 21)  # of macOS 12
 set(CMAKE_USER_MAKE_RULES_OVERRIDE "${CMAKE_CURRENT_LIST_DIR}/rpath.cmake")
@@ -23,15 +23,15 @@ foreach(tool IN ITEMS AR RANLIB STRIP NM OBJDUMP INSTALL_NAME_TOOL)
 endforeach()
 
 set(sdk "${CMAKE_CURRENT_LIST_DIR}/sdk")
-# What the C++ library of macOS 12 lacks is an error, although Zig's own is linked here.
+# C++ library features newer than macOS 12 are errors, although Zig's own library is linked.
 set(CMAKE_CXX_FLAGS_INIT "-isystem ${sdk}/include -U_LIBCPP_HAS_NO_VENDOR_AVAILABILITY_ANNOTATIONS -U_LIBCPP_DISABLE_AVAILABILITY")
-# Zig names the language to its clang once more.
+# Zig passes the language option to clang a second time.
 set(CMAKE_OBJCXX_FLAGS_INIT "${CMAKE_CXX_FLAGS_INIT} -Wno-unused-command-line-argument")
 foreach(kind IN ITEMS EXE SHARED MODULE)
   set(CMAKE_${kind}_LINKER_FLAGS_INIT "-F${sdk}/frameworks -L${sdk}/lib")
 endforeach()
 
-# Libraries of the building machine are not for the target: only headers are, and those by name.
+# No libraries of the build machine are used, and only the headers named in modules/.
 set(CMAKE_FIND_ROOT_PATH "${sdk}")
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 foreach(kind IN ITEMS LIBRARY INCLUDE PACKAGE)

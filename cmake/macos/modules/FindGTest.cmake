@@ -1,4 +1,4 @@
-# Built for the target from the sources that Debian's package brings.
+# Built for the target from the sources in Debian's package.
 if(NOT TARGET GTest::gmock_main)
   add_subdirectory(/usr/src/googletest "${CMAKE_BINARY_DIR}/googletest" EXCLUDE_FROM_ALL)
   foreach(library IN ITEMS gtest gtest_main gmock gmock_main)

@@ -1,8 +1,7 @@
-# vexlo_headers_only(<target> <names…>): a library of headers that are the same for every system,
-# from the building machine. Linked into a folder of their own, since the rest of /usr/include is
-# of the building machine's system.
+# vexlo_headers_only(<target> <names…>): a library of the build machine's headers that are the same on
+# every system. They are linked into a separate folder, since other headers in /usr/include are not.
 function(vexlo_headers_only target)
-  # One for all builds, whose objects are alike, and for an agent's that uses the toolchain.
+  # One folder for all builds, so that they share the compiler cache, and for agents that use the toolchain.
   set(folder "../../../build-macos/headers")
   cmake_path(ABSOLUTE_PATH folder BASE_DIRECTORY "${CMAKE_CURRENT_FUNCTION_LIST_DIR}" NORMALIZE)
   file(MAKE_DIRECTORY "${folder}")

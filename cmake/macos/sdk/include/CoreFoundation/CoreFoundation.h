@@ -6,7 +6,7 @@
 #define VEXLO_SDK_BRIDGED(type) __attribute__((objc_bridge(type)))
 #define CF_RETURNS_RETAINED __attribute__((cf_returns_retained))
 #pragma clang assume_nonnull begin
-#else  // the stand-ins' tests are built by other compilers too
+#else  // the stand-ins' tests are also built by other compilers
 #define VEXLO_SDK_BRIDGED(type)
 #define CF_RETURNS_RETAINED
 #define _Nullable
@@ -97,7 +97,7 @@ CFURLRef _Nullable CFURLCreateFromFileSystemRepresentation(CFAllocatorRef _Nulla
                                                            const UInt8* path, CFIndex length,
                                                            Boolean isDirectory) CF_RETURNS_RETAINED;
 extern const CFStringRef kCFURLVolumeAvailableCapacityKey;
-// `value` is where a retained object, or null, is stored; the caller releases it.
+// Stores a retained object or null in `value`; the caller releases it.
 Boolean CFURLCopyResourcePropertyForKey(CFURLRef url, CFStringRef key, void* _Nullable value,
                                         CFErrorRef _Nullable* _Nullable error);
 CFStringRef _Nullable CFErrorCopyDescription(CFErrorRef error) CF_RETURNS_RETAINED;

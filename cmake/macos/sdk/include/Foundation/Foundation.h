@@ -40,7 +40,7 @@ typedef struct {
                                     count:(NSUInteger)capacity;
 @end
 
-// Gives the reference to Core Foundation's owner, who releases it.
+// Transfers ownership of the reference to Core Foundation code, which releases it.
 static inline CFTypeRef _Nullable CFBridgingRetain(id _Nullable object) CF_RETURNS_RETAINED;
 static inline CFTypeRef _Nullable CFBridgingRetain(id _Nullable object) {
 #if __has_feature(objc_arc)

@@ -1,4 +1,4 @@
-// The console's user, of System Configuration. See ../../README.md.
+// System Configuration's console user. See ../../README.md.
 #pragma once
 #include <CoreFoundation/CoreFoundation.h>
 #include <sys/types.h>
@@ -8,7 +8,7 @@ extern "C" {
 #endif
 
 typedef const struct __SCDynamicStore* SCDynamicStoreRef;
-// Null when nobody is at the console; «loginwindow» while its window is shown.
+// Null if there is no console user; «loginwindow» while the login window is shown.
 CFStringRef _Nullable SCDynamicStoreCopyConsoleUser(SCDynamicStoreRef _Nullable store,
                                                     uid_t* _Nullable uid,
                                                     gid_t* _Nullable gid) CF_RETURNS_RETAINED;

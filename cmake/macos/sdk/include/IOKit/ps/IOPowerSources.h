@@ -8,7 +8,7 @@ extern "C" {
 
 CFTypeRef _Nullable IOPSCopyPowerSourcesInfo(void) CF_RETURNS_RETAINED;
 CFArrayRef _Nullable IOPSCopyPowerSourcesList(CFTypeRef _Nullable info) CF_RETURNS_RETAINED;
-// Belongs to `info`; null when `source` is none of its.
+// Owned by `info`; null if `source` is not in its list.
 CFDictionaryRef _Nullable IOPSGetPowerSourceDescription(CFTypeRef _Nullable info,
                                                         CFTypeRef _Nullable source);
 
