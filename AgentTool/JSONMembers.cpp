@@ -71,18 +71,7 @@ bool isPresent(const JSONValue& value, JSONValue::Type type, const JSONPlace& pl
 }
 
 DecodingError whyNoJSON(std::string_view whole) {
-  class NoEvents final : public FileCodec::JSONEvents {
-    bool beginObject() override { return true; }
-    bool memberName(std::string_view /*name*/) override { return true; }
-    bool endObject() override { return true; }
-    bool beginArray() override { return true; }
-    bool endArray() override { return true; }
-    bool string(std::string_view /*value*/) override { return true; }
-    bool number() override { return true; }
-    bool boolean() override { return true; }
-    bool null() override { return true; }
-  };
-  NoEvents events;
+  FileCodec::IgnoredJSONEvents events;
   const FileCodec::JSONReading reading = FileCodec::readJSON(whole, events);
   switch (reading.outcome) {
     case FileCodec::JSONOutcome::syntaxError:

@@ -25,6 +25,20 @@ class JSONEvents {
   virtual bool null() = 0;
 };
 
+/// Ignores all events but those that a derived class overrides.
+class IgnoredJSONEvents : public JSONEvents {
+ public:
+  bool beginObject() override { return true; }
+  bool memberName(std::string_view /*name*/) override { return true; }
+  bool endObject() override { return true; }
+  bool beginArray() override { return true; }
+  bool endArray() override { return true; }
+  bool string(std::string_view /*value*/) override { return true; }
+  bool number() override { return true; }
+  bool boolean() override { return true; }
+  bool null() override { return true; }
+};
+
 enum class JSONOutcome : unsigned char {
   complete,
   stoppedByEvents,
