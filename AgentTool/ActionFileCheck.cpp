@@ -25,10 +25,10 @@ namespace {
 
 using LogCore::text;
 using vexlo::ActionArgument;
-using vexlo::ActionDocumentation;
 using vexlo::ActionID;
 using vexlo::ArgumentKind;
 using vexlo::KnownAction;
+using vexlo::KnownActionRow;
 using ValueType = JSONDocument::Type;
 using Value = JSONDocument::Value;
 
@@ -378,14 +378,14 @@ class FileCheck {
       }
       path_.pop_back();
     }
-    std::ranges::sort(known, {}, [](const Known& each) { return each.documentation->action; });
+    std::ranges::sort(known, {}, [](const Known& each) { return each.row->action; });
     lookAtRestarts(known);
     lookAtVersions(known);
   }
 
   /// A known action and its arguments in the file.
   struct Known {
-    const ActionDocumentation* documentation;
+    const KnownActionRow* row;
     const Value* value;
   };
 
@@ -399,52 +399,51 @@ class FileCheck {
                  (meant.empty() ? std::string() : text("; did you mean ", inQuotes(meant), '?')));
       return;
     }
-    const ActionDocumentation& documentation = documentationOf(*which);
-    known.push_back({&documentation, &action});
-    if (documentation.doesNothing) {
+    const KnownActionRow& row = rowOf(*which);
+    known.push_back({&row, &action});
+    if (row.doesNothing) {
       report(FindingKind::actionWithoutEffect, action.nameOffset,
              text(describe(actionID), " does nothing and counts as passed"));
     }
-    lookAtArguments(describe(actionID), documentation, action);
+    lookAtArguments(describe(actionID), row, action);
   }
 
-  void lookAtArguments(const std::string& name, const ActionDocumentation& documentation,
-                       const Value& list) {
+  void lookAtArguments(const std::string& name, const KnownActionRow& row, const Value& list) {
     const std::vector<const Value*> given = document_.children(list);
-    const std::size_t wanted = documentation.arguments.size();
+    const std::size_t wanted = row.arguments.size();
     if (given.size() < wanted) {
       report(FindingKind::missingArgument, list.offset,
-             text(name, " needs ", argumentNames(documentation), ": ", kAppliesLater));
+             text(name, " needs ", argumentNames(row), ": ", kAppliesLater));
     }
     std::unordered_set<std::string_view> former;
     for (std::size_t index = 0; index < given.size(); ++index) {
       const Value& argument = *given[index];
-      if (index >= wanted && !documentation.lastRepeats) {
+      if (index >= wanted && !row.lastRepeats) {
         const std::size_t more = given.size() - index - 1;
-        reportElement(FindingKind::unreadArgument, argument, index,
-                      text(name, " reads ",
-                           wanted == 0 ? "no argument" : "only " + argumentNames(documentation),
-                           ": this one", more == 0 ? "" : text(" and ", more, " more"),
-                           more == 0 ? " is not read" : " are not read"));
+        reportElement(
+            FindingKind::unreadArgument, argument, index,
+            text(name, " reads ", wanted == 0 ? "no argument" : "only " + argumentNames(row),
+                 ": this one", more == 0 ? "" : text(" and ", more, " more"),
+                 more == 0 ? " is not read" : " are not read"));
         return;
       }
-      const bool isRepeatable = documentation.lastRepeats && index + 1 >= wanted;
+      const bool isRepeatable = row.lastRepeats && index + 1 >= wanted;
       if (isRepeatable && !former.insert(argument.string).second) {
         reportElement(FindingKind::repeatedArgument, argument, index,
                       text(inQuotes(argument.string), " is already in the list"));
         continue;
       }
-      const ActionArgument& what = documentation.arguments[std::min(index, wanted - 1)];
-      if (auto problem = problemWith(what.kind, argument.string)) {
+      const ActionArgument& what = row.arguments[std::min(index, wanted - 1)];
+      if (auto problem = problemWith(what, argument.string)) {
         reportElement(problem->kind, argument, index, std::move(problem->text));
       }
     }
   }
 
   /// «the macOS version and the update label»
-  static std::string argumentNames(const ActionDocumentation& documentation) {
+  static std::string argumentNames(const KnownActionRow& row) {
     std::string out;
-    for (const ActionArgument& argument : documentation.arguments) {
+    for (const ActionArgument& argument : row.arguments) {
       out += text(out.empty() ? "the " : " and the ", argument.name);
     }
     return out;
@@ -453,16 +452,15 @@ class FileCheck {
   /// Actions that run after one that restarts the Mac.
   void lookAtRestarts(const std::vector<Known>& known) {
     for (auto action = known.begin(); action != known.end(); ++action) {
-      if (!action->documentation->restarts) {
+      if (!action->row->restarts) {
         continue;
       }
       path_.push_back({action->value->name, {}});
       for (auto later = action + 1; later != known.end(); ++later) {
-        if (!later->documentation->doesNothing) {
-          report(
-              FindingKind::restartBeforeAction, action->value->nameOffset,
-              text(rowOf(action->documentation->action).name, " restarts the Mac before ",
-                   rowOf(later->documentation->action).name, " (", later->value->name, ") runs"));
+        if (!later->row->doesNothing) {
+          report(FindingKind::restartBeforeAction, action->value->nameOffset,
+                 text(action->row->name, " restarts the Mac before ", later->row->name, " (",
+                      later->value->name, ") runs"));
         }
       }
       path_.pop_back();
@@ -475,7 +473,7 @@ class FileCheck {
     const Value* version = nullptr;
     for (const Known& action : known) {
       const std::vector<const Value*> given = document_.children(*action.value);
-      const auto& arguments = action.documentation->arguments;
+      const auto& arguments = action.row->arguments;
       for (std::size_t index = 0; index < std::min(given.size(), arguments.size()); ++index) {
         if (arguments[index].kind != ArgumentKind::macOSVersion) {
           continue;
@@ -485,10 +483,9 @@ class FileCheck {
           version = given[index];
         } else if (given[index]->string != version->string) {
           path_.push_back({action.value->name, {}});
-          reportElement(
-              FindingKind::differentVersions, *given[index], index,
-              text(inQuotes(given[index]->string), " differs from the version of ",
-                   rowOf(first->documentation->action).name, ", ", inQuotes(version->string)));
+          reportElement(FindingKind::differentVersions, *given[index], index,
+                        text(inQuotes(given[index]->string), " differs from the version of ",
+                             first->row->name, ", ", inQuotes(version->string)));
           path_.pop_back();
         }
       }

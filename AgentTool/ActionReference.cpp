@@ -5,19 +5,22 @@
 #include <utility>
 #include <vector>
 
+#include "AgentLibraries/FileCodec/JSONObject.h"
 #include "AgentLibraries/LogCore/Text.h"
 #include "AgentTool/ArgumentKinds.h"
-#include "AgentTool/JSONPieces.h"
 #include "AgentTool/PrintableText.h"
 
 namespace agent_tool {
 namespace {
 
+using FileCodec::jsonArray;
+using FileCodec::jsonList;
+using FileCodec::JSONObject;
 using FileCodec::jsonString;
 using LogCore::text;
 using vexlo::ActionAnswer;
 using vexlo::ActionArgument;
-using vexlo::ActionDocumentation;
+using vexlo::KnownActionRow;
 
 constexpr std::size_t kHelpWidth = 80;
 
@@ -31,7 +34,7 @@ std::string paragraph(std::string_view words, std::size_t indentation) {
 }
 
 /// Such as `["14.5", "macOS Sonoma 14.5-23F79"]`.
-std::string exampleArguments(const ActionDocumentation& action) {
+std::string exampleArguments(const KnownActionRow& action) {
   std::string out;
   for (const ActionArgument& argument : action.arguments) {
     out += (out.empty() ? "" : ", ") + jsonString(argument.example);
@@ -40,7 +43,7 @@ std::string exampleArguments(const ActionDocumentation& action) {
 }
 
 /// «none», «minimum free space», «bundle identifier, …»
-std::string argumentNames(const ActionDocumentation& action) {
+std::string argumentNames(const KnownActionRow& action) {
   std::string out;
   for (const ActionArgument& argument : action.arguments) {
     out += (out.empty() ? "" : ", ") + std::string(argument.name);
@@ -49,14 +52,13 @@ std::string argumentNames(const ActionDocumentation& action) {
 }
 
 /// The addition to the last argument's meaning.
-std::string_view repetition(const ActionDocumentation& action) {
+std::string_view repetition(const KnownActionRow& action) {
   return action.lastRepeats ? "; may be followed by more" : "";
 }
 
-std::string asMarkdown(const ActionDocumentation& action) {
-  const vexlo::KnownActionRow& row = rowOf(action.action);
-  std::string out = text("### ", row.code, " `", row.name, "`\n\n", action.summary, "\n\n");
-  out += text("```json\n", jsonString(row.code), ": ", exampleArguments(action), "\n```\n\n");
+std::string asMarkdown(const KnownActionRow& action) {
+  std::string out = text("### ", action.code, " `", action.name, "`\n\n", action.summary, "\n\n");
+  out += text("```json\n", jsonString(action.code), ": ", exampleArguments(action), "\n```\n\n");
   if (!action.arguments.empty()) {
     out += "| argument | meaning |\n| --- | --- |\n";
     for (const ActionArgument& argument : action.arguments) {
@@ -76,18 +78,18 @@ std::string schemaOfArgument(const ActionArgument& argument) {
       .addString("title", argument.name)
       .addString("description", argument.meaning)
       .addString("type", "string")
-      .addString("pattern", patternOf(argument.kind))
+      .addString("pattern", patternOf(argument))
       .addJSON("examples", jsonList(std::vector{argument.example}))
       .done();
 }
 
-std::string schemaOfAction(const ActionDocumentation& action) {
+std::string schemaOfAction(const KnownActionRow& action) {
   std::string description(action.summary);
   for (const ActionArgument& argument : action.arguments) {
     description += text("\n• ", argument.name, ": ", argument.meaning, repetition(action));
   }
   JSONObject schema;
-  schema.addString("title", text(rowOf(action.action).code, ' ', rowOf(action.action).name))
+  schema.addString("title", text(action.code, ' ', action.name))
       .addString("description", description)
       .addJSON("examples", '[' + exampleArguments(action) + ']');
   if (action.doesNothing) {
@@ -171,9 +173,8 @@ std::string indented(std::string_view json) {
 
 std::string listOfActions() {
   std::string out = "The actions that an action file can ask for, in running order:\n";
-  for (const ActionDocumentation& action : vexlo::kActionDocumentation) {
-    const vexlo::KnownActionRow& row = rowOf(action.action);
-    out += text("\n  ", row.code, "  ", row.name, '\n') + paragraph(action.summary, 8);
+  for (const KnownActionRow& action : vexlo::kKnownActions) {
+    out += text("\n  ", action.code, "  ", action.name, '\n') + paragraph(action.summary, 8);
     if (!action.arguments.empty()) {
       out += paragraph("Arguments: " + argumentNames(action), 8);
     }
@@ -182,16 +183,15 @@ std::string listOfActions() {
 }
 
 std::string explanationOf(vexlo::KnownAction known) {
-  const vexlo::KnownActionRow& row = rowOf(known);
-  const ActionDocumentation& action = documentationOf(known);
-  std::string out = text(row.code, ' ', row.name, "\n\n") + paragraph(action.summary, 0);
+  const KnownActionRow& action = rowOf(known);
+  std::string out = text(action.code, ' ', action.name, "\n\n") + paragraph(action.summary, 0);
   if (!action.arguments.empty()) {
     out += "\nArguments, all of them needed:\n";
     for (const ActionArgument& argument : action.arguments) {
       out += paragraph(text(argument.name, ": ", argument.meaning, repetition(action)), 2);
     }
   }
-  out += text("\nIn an action file:\n  ", jsonString(row.code), ": ", exampleArguments(action),
+  out += text("\nIn an action file:\n  ", jsonString(action.code), ": ", exampleArguments(action),
               "\n\nResults:\n");
   for (const ActionAnswer& answer : action.answers) {
     out += text("  ", answer.result, '\n') + paragraph(answer.when, 6);
@@ -201,11 +201,10 @@ std::string explanationOf(vexlo::KnownAction known) {
 
 std::string actionsAsMarkdown() {
   std::string out = "| code | action | arguments |\n| --- | --- | --- |\n";
-  for (const ActionDocumentation& action : vexlo::kActionDocumentation) {
-    const vexlo::KnownActionRow& row = rowOf(action.action);
-    out += text("| ", row.code, " | `", row.name, "` | ", argumentNames(action), " |\n");
+  for (const KnownActionRow& action : vexlo::kKnownActions) {
+    out += text("| ", action.code, " | `", action.name, "` | ", argumentNames(action), " |\n");
   }
-  for (const ActionDocumentation& action : vexlo::kActionDocumentation) {
+  for (const KnownActionRow& action : vexlo::kKnownActions) {
     out += '\n' + asMarkdown(action);
   }
   return out;
@@ -214,8 +213,8 @@ std::string actionsAsMarkdown() {
 std::string actionFileSchema() {
   const std::string anyArguments = R"({"type":"array","items":{"type":"string"}})";
   JSONObject known;
-  for (const ActionDocumentation& action : vexlo::kActionDocumentation) {
-    known.addJSON(rowOf(action.action).code, schemaOfAction(action));
+  for (const KnownActionRow& action : vexlo::kKnownActions) {
+    known.addJSON(action.code, schemaOfAction(action));
   }
   const std::string actions =
       JSONObject()

@@ -14,9 +14,6 @@ namespace {
 
 using LogCore::text;
 
-constexpr std::int64_t kMostPercent = 100;
-constexpr std::int64_t kManyGigabytes = 10'000;
-
 ArgumentProblem unusable(std::string what) {
   return {.kind = FindingKind::unusableArgument, .text = std::move(what)};
 }
@@ -105,16 +102,16 @@ std::optional<ArgumentProblem> problemWithPath(std::string_view argument) {
 
 }  // namespace
 
-std::string_view patternOf(vexlo::ArgumentKind kind) {
-  switch (kind) {
-    case vexlo::ArgumentKind::percent:
-      return R"(^\+?0*(100|[0-9]{1,2})$)";
-    case vexlo::ArgumentKind::gigabytes:
-      return R"(^\+?0*(10000|[0-9]{1,4})$)";
+std::string patternOf(const vexlo::ActionArgument& argument) {
+  switch (argument.kind) {
+    case vexlo::ArgumentKind::integer: {
+      const std::string most = text(argument.most);  // 1, then zeros
+      return text(R"(^\+?0*()", most, "|[0-9]{1,", most.size() - 1, "})$");
+    }
     case vexlo::ArgumentKind::macOSVersion:
       return R"(^[0-9]+(\.[0-9]+)*$)";
     case vexlo::ArgumentKind::updateLabel:
-      return R"(.)";
+      return ".";
     case vexlo::ArgumentKind::bundleIdentifier:
       return R"(^[A-Za-z0-9_-]+(\.[A-Za-z0-9_-]+)+$)";
     case vexlo::ArgumentKind::applicationPath:
@@ -123,26 +120,25 @@ std::string_view patternOf(vexlo::ArgumentKind kind) {
   std::unreachable();
 }
 
-std::optional<ArgumentProblem> problemWith(vexlo::ArgumentKind kind, std::string_view argument) {
-  switch (kind) {
-    case vexlo::ArgumentKind::percent:
-      return problemWithInteger(argument, kMostPercent, "a battery never reaches it");
-    case vexlo::ArgumentKind::gigabytes:
-      return problemWithInteger(argument, kManyGigabytes, "the argument is in gigabytes");
+std::optional<ArgumentProblem> problemWith(const vexlo::ActionArgument& argument,
+                                           std::string_view value) {
+  switch (argument.kind) {
+    case vexlo::ArgumentKind::integer:
+      return problemWithInteger(value, argument.most, argument.whyNotMore);
     case vexlo::ArgumentKind::macOSVersion:
-      if (!isVersion(argument)) {
-        return questionable(text(inQuotes(argument), " is not a macOS version such as \"14.5\""));
+      if (!isVersion(value)) {
+        return questionable(text(inQuotes(value), " is not a macOS version such as \"14.5\""));
       }
       return std::nullopt;
     case vexlo::ArgumentKind::updateLabel:
-      if (argument.empty()) {
+      if (value.empty()) {
         return unusable("the softwareupdate label is empty");
       }
       return std::nullopt;
     case vexlo::ArgumentKind::bundleIdentifier:
-      return problemWithBundleIdentifier(argument);
+      return problemWithBundleIdentifier(value);
     case vexlo::ArgumentKind::applicationPath:
-      return problemWithPath(argument);
+      return problemWithPath(value);
   }
   std::unreachable();
 }

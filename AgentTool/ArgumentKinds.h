@@ -10,15 +10,15 @@
 namespace agent_tool {
 
 /// A regular expression for the JSON Schema. `problemWith` reports whatever it rejects.
-[[nodiscard]] std::string_view patternOf(vexlo::ArgumentKind kind);
+[[nodiscard]] std::string patternOf(const vexlo::ActionArgument& argument);
 
 struct ArgumentProblem {
   FindingKind kind;
   std::string text;
 };
-/// What is wrong with an argument; absent if it is fine.
-[[nodiscard]] std::optional<ArgumentProblem> problemWith(vexlo::ArgumentKind kind,
-                                                         std::string_view argument);
+/// What is wrong with a value given for an argument; absent if it is fine.
+[[nodiscard]] std::optional<ArgumentProblem> problemWith(const vexlo::ActionArgument& argument,
+                                                         std::string_view value);
 
 /// The consequence of a missing or unusable argument.
 inline constexpr std::string_view kAppliesLater =

@@ -14,12 +14,12 @@
 
 #include "AgentLibraries/FileCodec/DecodingError.h"
 #include "AgentLibraries/FileCodec/JSONManager.h"
+#include "AgentLibraries/FileCodec/JSONObject.h"
 #include "AgentLibraries/FileCodec/JSONReader.h"
 #include "AgentLibraries/LogCore/Text.h"
 #include "AgentTool/ActionFileCheck.h"
 #include "AgentTool/Commands.h"
 #include "AgentTool/JSONDocument.h"
-#include "AgentTool/JSONPieces.h"
 #include "AgentTool/PrintableText.h"
 #include "AgentTool/SourceExcerpt.h"
 #include "VexloPatchDeployment/PatchActions/Helpers/PatchActionGroup.h"
@@ -28,6 +28,9 @@ namespace agent_tool {
 namespace {
 
 using FileCodec::DecodingError;
+using FileCodec::jsonArray;
+using FileCodec::JSONObject;
+using FileCodec::jsonOptional;
 using LogCore::text;
 using vexlo::PatchActionGroup;
 

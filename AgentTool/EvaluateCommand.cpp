@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "AgentLibraries/FileCodec/JSONManager.h"
+#include "AgentLibraries/FileCodec/JSONObject.h"
 #include "AgentLibraries/LogCore/Text.h"
 #include "AgentTool/ActionFile.h"
 #include "AgentTool/AgentSession.h"
@@ -17,16 +18,19 @@
 #include "AgentTool/Commands.h"
 #include "AgentTool/Evaluator.h"
 #include "AgentTool/FactsRecord.h"
-#include "AgentTool/JSONPieces.h"
 #include "AgentTool/MachineSources.h"
-#include "AgentTool/MeasurementJSON.h"
 #include "AgentTool/PrintableText.h"
 #include "AgentTool/RecordedSources.h"
+#include "VexloPatchDeployment/Common/Measurement.h"
 #include "VexloPatchDeployment/PatchActions/Helpers/PatchActionProvider.h"
 
 namespace agent_tool {
 namespace {
 
+using FileCodec::jsonArray;
+using FileCodec::jsonList;
+using FileCodec::JSONObject;
+using FileCodec::jsonOptional;
 using LogCore::text;
 using vexlo::ActionDetail;
 using ActionFile = std::shared_ptr<const vexlo::PatchActionGroup>;
@@ -118,7 +122,7 @@ std::string evaluationAsJSON(const vexlo::PatchIdentifier& patch,
                           .addString("answer", name(evaluation.answer))
                           .addJSON("description", jsonOptional(description))
                           .addString("why", describe(std::span(measurements)))
-                          .addJSON("measured", measurementsAsJSON(measurements))
+                          .addJSON("measured", vexlo::measurementsAsJSON(measurements))
                           .addString("next", next)
                           .addJSON("applications", jsonList(intentions.applications()))
                           .addJSON("postponementsLeft", left < 1 ? "null" : text(left))

@@ -12,12 +12,12 @@
 #include "AgentLibraries/FileCodec/PropertyListFile.h"
 #include "AgentLibraries/LogCore/Logger.h"
 #include "AgentLibraries/vxutils/AgentServiceConnection.h"
+#include "AgentTool/FactsMembers.h"
 #include "Platform/Machine.h"
 #include "Platform/RunningApplications.h"
 #include "VexloPatchDeployment/Adapters/PlistDecoding.h"
 #include "VexloPatchDeployment/Adapters/PlistManager.h"
 #include "VexloPatchDeployment/Common/AgentPaths.h"
-#include "VexloPatchDeployment/Common/PatchDeploymentConstants.h"
 #include "VexloPatchDeployment/PatchActions/Helpers/MDMPatchingStatusChecker.h"
 #include "VexloPatchDeployment/PatchActions/Helpers/MacOSUpdateDeferralEligibilityChecker.h"
 #include "VexloPatchDeployment/Validators/Battery/PowerSourcesProvider.h"
@@ -173,7 +173,7 @@ class Reader {
   }
 
  private:
-  void noteUnless(bool present, const char* name, std::string reason) {
+  void noteUnless(bool present, std::string_view name, std::string reason) {
     if (!present) {
       facts_.reasons.emplace(name, std::move(reason));
     }
@@ -188,13 +188,17 @@ class Reader {
   }
 
   void readMachine() {
-    facts_.isAppleSilicon = vxutils::gv_globvars.isAppleSiliconMachine();
+    vexlo::SystemMachineFacts machine;
+    for (const FactsMember& member : factsMembers()) {
+      if (member.ask != nullptr) {
+        auto [isKnown, reason] =
+            ReasonListener::listenTo([&] { return member.ask(machine, facts_); });
+        noteUnless(isKnown, member.name, std::move(reason));
+      }
+    }
     facts_.macOSVersion = platform::macOSProductVersion();
     noteUnless(facts_.macOSVersion.has_value(), "macOSVersion",
                "the system names no macOS version");
-    facts_.macOSMajorVersion = ReasonListener::listenTo([] {
-                                 return vexlo::PatchDeploymentConstants::macOSMajorVersion();
-                               }).first;
     facts_.preferredLanguages = platform::preferredLanguages();
     facts_.powerSources = vexlo::SystemPowerSources().powerSourcesInfo();
     facts_.powerSource = optional("powerSource", [&] {

@@ -1,18 +1,16 @@
 // The facts about this machine that the checks use.
 #pragma once
-#include <chrono>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "AgentLibraries/vxutils/EnrollmentStatus.h"
 #include "AgentLibraries/vxutils/GlobalVars.h"
-#include "AgentLibraries/vxutils/MDMEnrollmentUtil.h"
+#include "AgentTool/PlainFacts.h"
 #include "Platform/Calendar.h"
 #include "Platform/PropertyList.h"
-#include "VexloPatchDeployment/Validators/Battery/PowerSourceResolver.h"
 #include "VexloPatchDeployment/Validators/DeferCheck/AvailableOSUpdatesResolver.h"
 
 namespace agent_tool {
@@ -41,26 +39,18 @@ struct SettingsInForce {
 
 /// The facts at one moment, from the providers that the checks use. Unavailable facts are absent,
 /// and `reasons` says why, under their names in the JSON form.
-struct Facts {
+struct Facts : PlainFacts {
   platform::Moment time;
-  std::chrono::seconds offsetFromUTC{0};  ///< Of the time zone when this day began, east positive.
-  std::string promptDay;                  ///< The day for which prompts are counted: «16-11-2026».
+  std::string promptDay;  ///< The day for which prompts are counted: «16-11-2026».
 
-  bool isAppleSilicon = false;
   std::optional<std::string> macOSVersion;
-  std::int64_t macOSMajorVersion = 0;  ///< What the library assumes if it can't be read.
   std::vector<std::string> preferredLanguages;
 
   std::vector<platform::PropertyList> powerSources;  ///< As described by the system.
-  std::optional<vexlo::PowerSource> powerSource;     ///< As interpreted by the battery checks.
-  std::optional<std::int64_t> freeDiskSpace;         ///< In bytes, on the startup volume.
   std::string consoleUser;                           ///< "NOUSERNAME" when there is none.
-  std::optional<std::uint32_t> consoleUserID;
-  std::optional<std::string> loggedOnUsers;  ///< Separated by ",".
-  std::optional<vxutils::EnrollmentType> mdmEnrollment;
+  std::optional<std::string> loggedOnUsers;          ///< Separated by ",".
 
   vxutils::AgentDirectories directories;
-  bool agentServiceAnswers = false;
   SettingsFile patchData;
   SettingsFile customization;
   SettingsFile promptCounts;
@@ -69,12 +59,9 @@ struct Facts {
   std::map<std::string, std::vector<ApplicationInstance>> applications;  ///< By bundle identifier.
   bool allApplications = false;  ///< Those not listed aren't running.
 
-  // From Apple's servers; absent if they were not asked.
-  std::optional<bool> softwareUpdateReachable;
-  std::optional<std::int32_t> softwareUpdateStatus;  ///< The exit status of the listing.
-  /// Also absent if the service can't be reached or the MDM client failed.
+  /// Absent if Apple's servers were not asked or can't be reached, or the MDM client failed.
   std::optional<std::vector<vexlo::AvailableOSUpdate>> availableOSUpdates;
-  std::map<std::string, std::string> reasons;
+  std::map<std::string, std::string, std::less<>> reasons;
 };
 
 /// What to read in addition.

@@ -1,14 +1,13 @@
 #include "AgentTool/FactsRecord.h"
 
 #include <algorithm>
-#include <array>
 #include <bit>
-#include <chrono>
 #include <cstdint>
 #include <utility>
 
 #include "AgentLibraries/FileCodec/JSONReader.h"  // kByteOrderMark
 #include "AgentLibraries/LogCore/Text.h"
+#include "AgentTool/FactsMembers.h"
 #include "AgentTool/JSONMembers.h"
 
 namespace agent_tool {
@@ -16,298 +15,28 @@ namespace {
 
 using FileCodec::DecodingError;
 using LogCore::text;
-using Type = JSONValue::Type;
-using Place = JSONPlace;
+using Members = std::span<const FactsMember>;
 
-constexpr std::int64_t kVersion = 1;
-
-/// Reads "2026-11-24T10:11:12Z".
-std::optional<platform::Moment> momentOf(std::string_view text) {
-  constexpr std::string_view kForm = "dddd-dd-ddTdd:dd:ddZ";
-  if (text.size() != kForm.size()) {
-    return std::nullopt;
-  }
-  for (std::size_t at = 0; at < kForm.size(); ++at) {
-    const bool fits = kForm[at] == 'd' ? text[at] >= '0' && text[at] <= '9' : text[at] == kForm[at];
-    if (!fits) {
-      return std::nullopt;
-    }
-  }
-  const auto number = [&](std::size_t at, std::size_t digits) {
-    int value = 0;
-    for (const char digit : text.substr(at, digits)) {
-      value = value * 10 + (digit - '0');
-    }
-    return value;
-  };
-  const std::chrono::year_month_day day(std::chrono::year(number(0, 4)),
-                                        std::chrono::month(static_cast<unsigned>(number(5, 2))),
-                                        std::chrono::day(static_cast<unsigned>(number(8, 2))));
-  const int hour = number(11, 2);
-  const int minute = number(14, 2);
-  const int second = number(17, 2);
-  if (!day.ok() || hour > 23 || minute > 59 || second > 59) {
-    return std::nullopt;
-  }
-  return platform::Moment(std::chrono::sys_days(day)) + std::chrono::hours(hour) +
-         std::chrono::minutes(minute) + std::chrono::seconds(second);
-}
-
-vexlo::PowerSource powerSourceOf(const JSONValue& value, const Place& place) {
-  const JSONValue* const kind = value.find("kind");
-  if (kind == nullptr) {
-    reject(value, place, R"(an object with the member "kind")");
-  }
-  if (kind->string() == "mains") {
-    return vexlo::AcPower{};
-  }
-  if (kind->string() != "battery") {
-    reject(*kind, {.around = &place, .member = "kind"}, R"("mains" or "battery")");
-  }
-  const JSONValue* const percentage = value.find("percentage");
-  if (percentage == nullptr) {
-    reject(value, place, R"(an object with the member "percentage")");
-  }
-  return vexlo::BatteryPower{takeInteger(*percentage, {.around = &place, .member = "percentage"})};
-}
-
-vxutils::EnrollmentType enrollmentOf(const JSONValue& value, const Place& place) {
-  if (value.string() == "not_enrolled") {
-    return vxutils::EnrollmentType::not_enrolled;
-  }
-  if (value.string() == "user_approved") {
-    return vxutils::EnrollmentType::user_approved;
-  }
-  if (value.string() == "dep") {
-    return vxutils::EnrollmentType::dep;
-  }
-  reject(value, place, R"("not_enrolled", "user_approved", "dep" or null)");
-}
-
-RecordedSettings settingsOf(const JSONValue& value, const Place& place) {
-  std::optional<std::string_view> file;
-  const JSONValue* values = nullptr;
-  takeMembers(value, place,
-              [&](std::string_view name, const JSONValue& member, const Place& memberPlace) {
-                if (name == "file") {
-                  file = takeOptionalString(member, memberPlace);
-                } else if (name == "values") {
-                  values = isPresent(member, Type::object, memberPlace) ? &member : nullptr;
-                }
-              });
-  return {file, values};
-}
-
-void takeAgent(const JSONValue& value, const Place& place, FactsRecord& record) {
-  takeMembers(value, place,
-              [&](std::string_view name, const JSONValue& member, const Place& memberPlace) {
-                if (name == "base") {
-                  record.baseDirectory = takeOptionalString(member, memberPlace);
-                } else if (name == "data") {
-                  record.dataDirectory = takeOptionalString(member, memberPlace);
-                } else if (name == "logs") {
-                  record.logDirectory = takeOptionalString(member, memberPlace);
-                } else if (name == "serviceAnswers") {
-                  record.agentServiceAnswers = takeBoolean(member, memberPlace);
-                }
-              });
-}
-
-RecordedInstance instanceOf(const JSONValue& value, const Place& place) {
-  RecordedInstance instance;
-  takeMembers(value, place,
-              [&](std::string_view name, const JSONValue& member, const Place& memberPlace) {
-                if (name == "name") {
-                  instance.name = takeOptionalString(member, memberPlace);
-                } else if (name == "executable") {
-                  instance.executable = takeOptionalString(member, memberPlace);
-                } else if (name == "pid") {
-                  instance.processIdentifier =
-                      takeInteger<std::int32_t>(member, memberPlace, "signed 32-bit");
-                }
-              });
-  return instance;
-}
-
-void takeApplications(const JSONValue& value, const Place& place, FactsRecord& record) {
-  record.applications.clear();
-  record.instances.clear();
-  takeMembers(
-      value, place, [&](std::string_view name, const JSONValue& member, const Place& memberPlace) {
-        const std::size_t first = record.instances.size();
-        takeElements(member, memberPlace, [&](const JSONValue& element, const Place& elementPlace) {
-          record.instances.push_back(instanceOf(element, elementPlace));
-        });
-        record.applications.push_back({.bundleIdentifier = name,
-                                       .firstInstance = first,
-                                       .instanceCount = record.instances.size() - first});
-      });
-}
-
-void takeUpdates(const JSONValue& value, const Place& place, FactsRecord& record) {
-  record.updatesAreKnown = !value.isNull();
-  record.availableOSUpdates.clear();
-  takeElements(value, place, [&](const JSONValue& element, const Place& elementPlace) {
-    RecordedUpdate& update = record.availableOSUpdates.emplace_back();
-    takeMembers(element, elementPlace,
-                [&](std::string_view name, const JSONValue& member, const Place& memberPlace) {
-                  if (name == "build") {
-                    update.build = takeOptionalString(member, memberPlace);
-                  } else if (name == "deferredUntil") {
-                    update.deferredUntil = takeOptionalString(member, memberPlace);
-                  } else if (name == "productKey") {
-                    update.productKey = takeOptionalString(member, memberPlace);
-                  } else if (name == "version") {
-                    update.version = takeOptionalString(member, memberPlace);
-                  }
-                });
-  });
-}
-
-struct Member {
-  std::string_view name;
-  bool isNeeded;
-  void (*take)(const JSONValue&, const Place&, FactsRecord&);
-};
-
-/// In the order of `facts --json`, which doesn't write the last one.
-constexpr std::array kMembers{
-    Member{"version", true,
-           [](const JSONValue& value, const Place& place, FactsRecord&) {
-             if (value.integer() != kVersion) {
-               reject(value, place, text("the version ", kVersion));
-             }
-           }},
-    Member{"time", false,
-           [](const JSONValue& value, const Place& place, FactsRecord& record) {
-             record.time = value.string().and_then(momentOf);
-             if (!record.time && !value.isNull()) {
-               reject(value, place, R"(a time such as "2026-11-24T10:11:12Z", or null)");
-             }
-           }},
-    Member{"utcOffset", false,
-           [](const JSONValue& value, const Place& place, FactsRecord& record) {
-             record.offsetFromUTC =
-                 std::chrono::seconds(value.isNull() ? 0 : takeInteger(value, place));
-           }},
-    Member{"promptDay", false,
-           [](const JSONValue& value, const Place& place, FactsRecord& record) {
-             record.promptDay = takeOptionalString(value, place);
-           }},
-    Member{"appleSilicon", true,
-           [](const JSONValue& value, const Place& place, FactsRecord& record) {
-             record.isAppleSilicon = takeBoolean(value, place);
-           }},
-    Member{"macOSVersion", false,
-           [](const JSONValue& value, const Place& place, FactsRecord& record) {
-             record.macOSVersion = takeOptionalString(value, place);
-           }},
-    Member{"macOSMajorVersion", true,
-           [](const JSONValue& value, const Place& place, FactsRecord& record) {
-             record.macOSMajorVersion = takeInteger(value, place);
-           }},
-    Member{"preferredLanguages", false,
-           [](const JSONValue& value, const Place& place, FactsRecord& record) {
-             record.preferredLanguages.clear();
-             takeElements(value, place, [&](const JSONValue& element, const Place& elementPlace) {
-               record.preferredLanguages.push_back(takeString(element, elementPlace));
-             });
-           }},
-    Member{"powerSource", false,
-           [](const JSONValue& value, const Place& place, FactsRecord& record) {
-             record.powerSource.reset();
-             if (isPresent(value, Type::object, place)) {
-               record.powerSource = powerSourceOf(value, place);
-             }
-           }},
-    Member{"freeDiskSpace", false,
-           [](const JSONValue& value, const Place& place, FactsRecord& record) {
-             record.freeDiskSpace.reset();
-             if (!value.isNull()) {
-               record.freeDiskSpace = takeInteger(value, place);
-             }
-           }},
-    Member{"consoleUser", true,
-           [](const JSONValue& value, const Place& place, FactsRecord& record) {
-             record.consoleUser = takeString(value, place);
-           }},
-    Member{"consoleUserID", false,
-           [](const JSONValue& value, const Place& place, FactsRecord& record) {
-             record.consoleUserID.reset();
-             if (!value.isNull()) {
-               record.consoleUserID = takeInteger<std::uint32_t>(value, place, "unsigned 32-bit");
-             }
-           }},
-    Member{"loggedOnUsers", false,
-           [](const JSONValue& value, const Place& place, FactsRecord& record) {
-             record.loggedOnUsers = takeOptionalString(value, place);
-           }},
-    Member{"mdmEnrollment", false,
-           [](const JSONValue& value, const Place& place, FactsRecord& record) {
-             record.mdmEnrollment.reset();
-             if (!value.isNull()) {
-               record.mdmEnrollment = enrollmentOf(value, place);
-             }
-           }},
-    Member{"agent", false, takeAgent},
-    Member{"patchData", false,
-           [](const JSONValue& value, const Place& place, FactsRecord& record) {
-             record.patchData = settingsOf(value, place);
-           }},
-    Member{"customization", false,
-           [](const JSONValue& value, const Place& place, FactsRecord& record) {
-             record.customization = settingsOf(value, place);
-           }},
-    Member{"promptCounts", false,
-           [](const JSONValue& value, const Place& place, FactsRecord& record) {
-             record.promptCounts = settingsOf(value, place);
-           }},
-    Member{"applications", false, takeApplications},
-    Member{"allApplications", false,
-           [](const JSONValue& value, const Place& place, FactsRecord& record) {
-             record.allApplicationsAreKnown = !value.isNull() && takeBoolean(value, place);
-           }},
-    Member{"softwareUpdateReachable", false,
-           [](const JSONValue& value, const Place& place, FactsRecord& record) {
-             record.softwareUpdateReachable.reset();
-             if (!value.isNull()) {
-               record.softwareUpdateReachable = takeBoolean(value, place);
-             }
-           }},
-    Member{"softwareUpdateStatus", false,
-           [](const JSONValue& value, const Place& place, FactsRecord& record) {
-             record.softwareUpdateStatus.reset();
-             if (!value.isNull()) {
-               record.softwareUpdateStatus =
-                   takeInteger<std::int32_t>(value, place, "signed 32-bit");
-             }
-           }},
-    Member{"availableOSUpdates", false, takeUpdates},
-    Member{"name", false,
-           [](const JSONValue& value, const Place& place, FactsRecord& record) {
-             record.name = takeOptionalString(value, place);
-           }},
-};
-
-constexpr std::uint32_t neededMembers() {
-  std::uint32_t needed = 0;
-  for (std::size_t index = 0; index < kMembers.size(); ++index) {
-    needed |= kMembers[index].isNeeded ? 1U << index : 0U;
+/// A bit for each member that a line needs.
+std::uint64_t neededMembers(Members members) {
+  std::uint64_t needed = 0;
+  for (std::size_t index = 0; index < members.size(); ++index) {
+    needed |= members[index].isNeeded ? std::uint64_t{1} << index : 0U;
   }
   return needed;
 }
 
 /// The member's index in the table, or the table's size. Members are nearly always in the table's
 /// order, so the search starts after the previous one.
-std::size_t indexOf(std::string_view name, std::size_t expected) {
-  for (std::size_t step = 0; step < kMembers.size(); ++step) {
+std::size_t indexOf(Members members, std::string_view name, std::size_t expected) {
+  for (std::size_t step = 0; step < members.size(); ++step) {
     std::size_t index = expected + step;
-    index -= index >= kMembers.size() ? kMembers.size() : 0;
-    if (kMembers[index].name == name) {
+    index -= index >= members.size() ? members.size() : 0;
+    if (members[index].name == name) {
       return index;
     }
   }
-  return kMembers.size();
+  return members.size();
 }
 
 /// Clears the record but keeps its memory.
@@ -324,22 +53,26 @@ void forget(FactsRecord& record) {
   record = std::move(empty);
 }
 
-void take(const JSONValue& line, FactsRecord& record) {
-  if (line.type() != Type::object) {
+void takeLine(const JSONValue& line, FactsRecord& record) {
+  if (line.type() != JSONValue::Type::object) {
     throw DecodingError({}, {}, "an object", describeFound(line));
   }
-  std::uint32_t seen = 0;
+  static const Members members = factsMembers();
+  static const std::uint64_t needed = neededMembers(members);
+  std::uint64_t seen = 0;
   std::size_t next = 0;
   line.forEachMember([&](std::string_view name, const JSONValue& value) {
-    const std::size_t index = indexOf(name, next);
-    if (index < kMembers.size()) {
-      kMembers[index].take(value, {.member = name}, record);
-      seen |= 1U << index;
+    const std::size_t index = indexOf(members, name, next);
+    if (index < members.size()) {
+      if (members[index].take != nullptr) {
+        members[index].take(value, {.member = name}, record);
+      }
+      seen |= std::uint64_t{1} << index;
       next = index + 1;
     }
   });
-  if (const std::uint32_t missing = neededMembers() & ~seen; missing != 0) {
-    const auto& first = kMembers[static_cast<std::size_t>(std::countr_zero(missing))];
+  if (const std::uint64_t missing = needed & ~seen; missing != 0) {
+    const auto& first = members[static_cast<std::size_t>(std::countr_zero(missing))];
     throw DecodingError({}, {}, text("the member \"", first.name, '"'), "none");
   }
 }
@@ -383,7 +116,7 @@ std::expected<const FactsRecord*, DecodingError> FactsReader::read(std::string_v
   }
   forget(record_);
   try {
-    take(*root, record_);
+    takeLine(*root, record_);
   } catch (DecodingError& error) {
     return std::unexpected(std::move(error));
   }

@@ -1,6 +1,5 @@
 // A machine's facts, parsed from a line of `facts --json`.
 #pragma once
-#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <expected>
@@ -11,11 +10,10 @@
 #include <vector>
 
 #include "AgentLibraries/FileCodec/DecodingError.h"
-#include "AgentLibraries/vxutils/MDMEnrollmentUtil.h"
 #include "AgentTool/CompactJSON.h"
+#include "AgentTool/PlainFacts.h"
 #include "Platform/Calendar.h"
 #include "Platform/PropertyList.h"
-#include "VexloPatchDeployment/Validators/Battery/PowerSourceResolver.h"
 
 namespace agent_tool {
 
@@ -57,35 +55,24 @@ struct RecordedUpdate {
 
 /// The facts that the checks use; docs/FACTS.md describes them. Derived facts such as `inForce` are
 /// left out. The strings belong to the reader.
-struct FactsRecord {  // NOLINT(clang-analyzer-optin.performance.Padding): ordered by meaning
+struct FactsRecord
+    : PlainFacts {  // NOLINT(clang-analyzer-optin.performance.Padding): ordered by meaning
   std::optional<std::string_view> name;  ///< The machine's name, if the line has one.
   std::optional<platform::Moment> time;
-  std::chrono::seconds offsetFromUTC{0};  ///< Of the machine's time zone, positive in the east.
   std::optional<std::string_view> promptDay;
 
-  bool isAppleSilicon = false;
   std::optional<std::string_view> macOSVersion;
-  std::int64_t macOSMajorVersion = 0;
   std::vector<std::string_view> preferredLanguages;
 
-  std::optional<vexlo::PowerSource> powerSource;
-  std::optional<std::int64_t> freeDiskSpace;
   std::string_view consoleUser;
-  std::optional<std::uint32_t> consoleUserID;
   std::optional<std::string_view> loggedOnUsers;
-  std::optional<vxutils::EnrollmentType> mdmEnrollment;
-
   std::optional<std::string_view> baseDirectory;
   std::optional<std::string_view> dataDirectory;
   std::optional<std::string_view> logDirectory;
-  bool agentServiceAnswers = false;
   RecordedSettings patchData;
   RecordedSettings customization;
   RecordedSettings promptCounts;
 
-  /// Whether Apple's software update service can be reached; absent if it was not asked.
-  std::optional<bool> softwareUpdateReachable;
-  std::optional<std::int32_t> softwareUpdateStatus;  ///< How the tool that was asked ended.
   bool updatesAreKnown = false;  ///< Whether the MDM client was asked and answered.
   std::vector<RecordedUpdate> availableOSUpdates;
 

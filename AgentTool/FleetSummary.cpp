@@ -1,17 +1,21 @@
 #include "AgentTool/FleetSummary.h"
 
 #include <algorithm>
+#include <utility>
 
+#include "AgentLibraries/FileCodec/JSONObject.h"
 #include "AgentLibraries/LogCore/Text.h"
 #include "AgentTool/CompactJSON.h"
 #include "AgentTool/JSONMembers.h"
-#include "AgentTool/JSONPieces.h"
 #include "VexloPatchDeployment/Common/ActionID.h"
 
 namespace agent_tool {
 namespace {
 
 using FileCodec::DecodingError;
+using FileCodec::jsonArray;
+using FileCodec::jsonList;
+using FileCodec::JSONObject;
 using LogCore::text;
 
 constexpr std::int64_t kSummaryVersion = 1;  // of the JSON form
@@ -117,76 +121,88 @@ FleetQuestion takeQuestion(const JSONValue& value, const JSONPlace& place) {
   return question;
 }
 
-/// Takes the member if it belongs to an answer; returns whether it does.
-bool takeOfAnswer(std::string_view name, const JSONValue& value, const JSONPlace& place,
+/// Takes the member if it belongs to an answer.
+void takeOfAnswer(std::string_view name, const JSONValue& value, const JSONPlace& place,
                   FleetAnswerView& answer) {
   if (name == "outcome") {
     answer.outcome = takeString(value, place);
-    return true;
-  }
-  if (name == "code") {
+  } else if (name == "code") {
     answer.action = takeOptionalString(value, place).value_or("");
-    return true;
-  }
-  if (name == "reason") {
+  } else if (name == "reason") {
     answer.reason = takeOptionalString(value, place).value_or("");
-    return true;
   }
-  return false;
 }
 
 FleetAnswerView takeAnswer(const JSONValue& value, const JSONPlace& place) {
   FleetAnswerView answer;
   takeMembers(value, place,
               [&](std::string_view name, const JSONValue& member, const JSONPlace& memberPlace) {
-                (void)takeOfAnswer(name, member, memberPlace, answer);
+                takeOfAnswer(name, member, memberPlace, answer);
               });
   return answer;
 }
 
-void takeCounts(const JSONValue& value, const JSONPlace& place, FleetSummary& summary) {
+/// Reads an array of objects whose member "machines" is a count. For each, calls
+/// `takeOther(name, value, place)` for the other members, then `add(machines)`.
+template <typename TakeOther, typename Add>
+void takeRows(const JSONValue& value, const JSONPlace& place, const TakeOther& takeOther,
+              const Add& add) {
   takeElements(value, place, [&](const JSONValue& element, const JSONPlace& elementPlace) {
-    FleetAnswerView answer;
-    MachineKind kind;
     std::uint64_t machines = 0;
     takeMembers(element, elementPlace,
                 [&](std::string_view name, const JSONValue& member, const JSONPlace& memberPlace) {
-                  if (takeOfAnswer(name, member, memberPlace, answer)) {
-                    return;
-                  }
-                  if (name == "macOS") {
-                    kind.macOS = member.isNull() ? 0 : takeInteger(member, memberPlace);
-                  } else if (name == "processor") {
-                    const std::string_view processor = takeString(member, memberPlace);
-                    kind.isAppleSilicon = processor == kAppleSilicon;
-                    if (!kind.isAppleSilicon && processor != kIntel) {
-                      reject(member, memberPlace, R"("apple-silicon" or "intel")");
-                    }
-                  } else if (name == "machines") {
+                  if (name == "machines") {
                     machines = takeCount(member, memberPlace);
+                  } else {
+                    takeOther(name, member, memberPlace);
                   }
                 });
-    summary.add(answer, kind, machines);
+    add(machines);
   });
 }
 
+bool takeProcessor(const JSONValue& value, const JSONPlace& place) {
+  const std::string_view processor = takeString(value, place);
+  if (processor != kAppleSilicon && processor != kIntel) {
+    reject(value, place, R"("apple-silicon" or "intel")");
+  }
+  return processor == kAppleSilicon;
+}
+
+void takeCounts(const JSONValue& value, const JSONPlace& place, FleetSummary& summary) {
+  FleetAnswerView answer;
+  MachineKind kind;
+  takeRows(
+      value, place,
+      [&](std::string_view name, const JSONValue& member, const JSONPlace& memberPlace) {
+        if (name == "macOS") {
+          kind.macOS = member.isNull() ? 0 : takeInteger(member, memberPlace);
+        } else if (name == "processor") {
+          kind.isAppleSilicon = takeProcessor(member, memberPlace);
+        } else {
+          takeOfAnswer(name, member, memberPlace, answer);
+        }
+      },
+      [&](std::uint64_t machines) {
+        summary.add(std::exchange(answer, {}), std::exchange(kind, {}), machines);
+      });
+}
+
 void takeMoves(const JSONValue& value, const JSONPlace& place, FleetSummary& summary) {
-  takeElements(value, place, [&](const JSONValue& element, const JSONPlace& elementPlace) {
-    FleetAnswerView from;
-    FleetAnswerView to;
-    std::uint64_t machines = 0;
-    takeMembers(element, elementPlace,
-                [&](std::string_view name, const JSONValue& member, const JSONPlace& memberPlace) {
-                  if (name == "from") {
-                    from = takeAnswer(member, memberPlace);
-                  } else if (name == "to") {
-                    to = takeAnswer(member, memberPlace);
-                  } else if (name == "machines") {
-                    machines = takeCount(member, memberPlace);
-                  }
-                });
-    summary.addMove(from, to, machines);
-  });
+  FleetAnswerView from;
+  FleetAnswerView to;
+  takeRows(
+      value, place,
+      [&](std::string_view name, const JSONValue& member, const JSONPlace& memberPlace) {
+        if (name == "from") {
+          from = takeAnswer(member, memberPlace);
+        } else if (name == "to") {
+          to = takeAnswer(member, memberPlace);
+        }
+      },
+      [&](std::uint64_t machines) {
+        summary.addMove(std::exchange(from, {}), std::exchange(to, {}), machines);
+      });
 }
 
 FleetSummary takeSummary(const JSONValue& line) {

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "AgentTool/JSONPieces.h"
+#include "AgentLibraries/FileCodec/JSONObject.h"
 #include "AgentTool/PrintableText.h"
 
 namespace agent_tool {
@@ -41,7 +41,7 @@ void complainOf(const std::vector<NameNotInFile>& names, Console& console) {
 std::string asJSON(const std::vector<NameNotInFile>& names) {
   std::vector<std::string_view> members(names.size());
   std::ranges::transform(names, members.begin(), &NameNotInFile::member);
-  return jsonList(members);
+  return FileCodec::jsonList(members);
 }
 
 }  // namespace agent_tool

@@ -2,18 +2,21 @@
 #include <string_view>
 #include <vector>
 
+#include "AgentLibraries/FileCodec/JSONObject.h"
 #include "AgentLibraries/LogCore/Text.h"
 #include "AgentTool/ActionFile.h"
 #include "AgentTool/AgentSession.h"
 #include "AgentTool/Columns.h"
 #include "AgentTool/Commands.h"
-#include "AgentTool/JSONPieces.h"
 #include "AgentTool/PrintableText.h"
 #include "VexloPatchDeployment/PatchActions/Helpers/PatchActionProvider.h"
 
 namespace agent_tool {
 namespace {
 
+using FileCodec::jsonArray;
+using FileCodec::jsonList;
+using FileCodec::JSONObject;
 using LogCore::text;
 using vexlo::ActionDetail;
 

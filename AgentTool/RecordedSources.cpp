@@ -39,6 +39,7 @@ class RecordedApplication final : public vexlo::RunningApplication {
 
 void RecordedSources::use(const FactsRecord& record) {
   record_ = &record;
+  machine_.use(record);
   customization_.forget();
 }
 

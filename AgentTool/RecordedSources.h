@@ -41,16 +41,6 @@ class RecordedSources {
     const RecordedSources& whole_;
   };
 
-  struct Machine final : vexlo::MachineFacts, Part {
-    using Part::Part;
-    [[nodiscard]] std::int64_t macOSMajorVersion() const override {
-      return record().macOSMajorVersion;
-    }
-    [[nodiscard]] bool isAppleSilicon() override { return record().isAppleSilicon; }
-    [[nodiscard]] vxutils::EnrollmentType mdmEnrollment() override {
-      return record().mdmEnrollment.value_or(vxutils::EnrollmentType::not_enrolled);
-    }
-  };
   struct Power final : vexlo::PowerSourceResolver, Part {
     using Part::Part;
     [[nodiscard]] std::optional<vexlo::PowerSource> currentPowerSource() override {
@@ -127,7 +117,7 @@ class RecordedSources {
   };
 
   const FactsRecord* record_ = nullptr;
-  Machine machine_{*this};
+  vexlo::RecordedMachineFacts machine_;
   Power powerSource_{*this};
   Disk disk_{*this};
   Users users_{*this};

@@ -9,10 +9,10 @@
 #include <variant>
 #include <vector>
 
+#include "AgentLibraries/FileCodec/JSONObject.h"
 #include "AgentTool/AgentSession.h"
 #include "AgentTool/Commands.h"
 #include "AgentTool/Interruption.h"
-#include "AgentTool/JSONPieces.h"
 #include "AgentTool/LogLines.h"
 #include "AgentTool/NamesNotInFile.h"
 #include "AgentTool/PrintableText.h"
@@ -25,6 +25,7 @@
 namespace agent_tool {
 namespace {
 
+using FileCodec::JSONObject;
 using vexlo::ActionID;
 using vexlo::ProcessPatchActions;
 using Outcome = vexlo::PatchActionResult::Outcome;

@@ -9,17 +9,21 @@
 #include <utility>
 #include <variant>
 
+#include "AgentLibraries/FileCodec/JSONObject.h"
 #include "AgentLibraries/LogCore/Text.h"
 #include "AgentTool/Columns.h"
-#include "AgentTool/JSONPieces.h"
-#include "AgentTool/MeasurementJSON.h"
 #include "AgentTool/PrintableText.h"
 #include "Platform/RealNumbers.h"
+#include "VexloPatchDeployment/Common/Measurement.h"
 #include "VexloPatchDeployment/Common/Overloaded.h"
 
 namespace agent_tool {
 namespace {
 
+using FileCodec::jsonList;
+using FileCodec::jsonMap;
+using FileCodec::JSONObject;
+using FileCodec::jsonOptional;
 using LogCore::text;
 using vexlo::GotUserAcknowledgementForPatchingRunningApplications;
 using vexlo::MacOSUpdateIsDeferred;
@@ -115,7 +119,7 @@ class JSONReport final : public RunReport {
         .addJSON("description", jsonOptional(description))
         .addJSON("detail", detailAsJSON(result))
         .addString("why", describe(std::span(measurements)))
-        .addJSON("measured", measurementsAsJSON(measurements))
+        .addJSON("measured", vexlo::measurementsAsJSON(measurements))
         .addJSON("seconds", platform::decimalText(took.count(), 3));
     if (logLines) {
       line.addJSON("log", jsonList(*logLines));

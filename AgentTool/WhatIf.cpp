@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "AgentTool/MeasurementJSON.h"
+#include "VexloPatchDeployment/Common/Measurement.h"
 #include "VexloPatchDeployment/PatchActions/Helpers/PatchActionProvider.h"
 
 namespace agent_tool {
@@ -68,7 +68,7 @@ void WhatIf::keep(const Action& action, const Evaluation& evaluation) {
     answer_.reason = name(*evaluation.result.description);
   }
   answer_.next = nextStep(evaluation, intentions_);
-  answer_.measured = measurementsAsJSON(evaluation.measurements);
+  answer_.measured = vexlo::measurementsAsJSON(evaluation.measurements);
 }
 
 std::vector<FleetAction> WhatIf::actions() const {

@@ -79,9 +79,9 @@ TEST_F(ActionReferenceTest, EveryResultInTheTableIsOneThatTheLibraryCanGive) {
     results.insert(
         describe(vexlo::PatchActionResult::applyLater(static_cast<vexlo::PlainReason>(reason))));
   }
-  for (const vexlo::ActionDocumentation& action : vexlo::kActionDocumentation) {
+  for (const vexlo::KnownActionRow& action : vexlo::kKnownActions) {
     for (const vexlo::ActionAnswer& answer : action.answers) {
-      EXPECT_THAT(results, Contains(answer.result)) << rowOf(action.action).name;
+      EXPECT_THAT(results, Contains(answer.result)) << action.name;
     }
   }
 }

@@ -342,6 +342,14 @@ MacTests::MacTests(const std::string& suite, const std::vector<MacTest>& tests) 
   }
 }
 
+Texts MacTests::expectedResults() {
+  Texts results;
+  for (const auto& [name, test] : knownTests()) {
+    results.insert(results.end(), test.results.begin(), test.results.end());
+  }
+  return results;
+}
+
 Texts operator+(Texts first, const Texts& more) {
   first.insert(first.end(), more.begin(), more.end());
   return first;

@@ -68,6 +68,9 @@ struct MacTest {
 class MacTests {
  public:
   MacTests(const std::string& suite, const std::vector<MacTest>& tests);
+
+  /// The results that the tables expect.
+  [[nodiscard]] static Texts expectedResults();
 };
 
 /// Concatenation.

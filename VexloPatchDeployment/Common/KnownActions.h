@@ -13,87 +13,9 @@
 
 namespace vexlo {
 
-struct KnownActionRow {
-  KnownAction action;
-  std::string_view code;   ///< In the patch action file.
-  std::int64_t sortOrder;  ///< The code as a number.
-  std::string_view name;   ///< In log lines and in the serialized form.
-};
-
-/// In the enumeration's order.
-inline constexpr std::array kKnownActions{
-    KnownActionRow{KnownAction::siliconBatteryPercentageCheck, "2001", 2001,
-                   "siliconBatteryPercentageCheck"},
-    KnownActionRow{KnownAction::intelBatteryPercentageCheck, "2002", 2002,
-                   "intelBatteryPercentageCheck"},
-    KnownActionRow{KnownAction::userLoggedInCheck, "2003", 2003, "userLoggedInCheck"},
-    KnownActionRow{KnownAction::multipleUserLoggedInCheck, "2004", 2004,
-                   "multipleUserLoggedInCheck"},
-    KnownActionRow{KnownAction::minimumDiskSpaceCheck, "2005", 2005, "minimumDiskSpaceCheck"},
-    KnownActionRow{KnownAction::macOSDeferCheck, "2006", 2006, "macOSDeferCheck"},
-    KnownActionRow{KnownAction::installMacOSUpdates, "2007", 2007, "installMacOSUpdates"},
-    KnownActionRow{KnownAction::applicationRunningCheck, "2008", 2008, "applicationRunningCheck"},
-    KnownActionRow{KnownAction::applicationRunningNotifier, "2009", 2009,
-                   "applicationRunningNotifier"},
-    KnownActionRow{KnownAction::installMacOSUpdatesUsingInstallAssistant, "2010", 2010,
-                   "installMacOSUpdatesUsingInstallAssistant"},
-};
-
-/// The number of actions. The switch over all of them stops the build when one is new; the
-/// assertions below then ask for its row.
-[[nodiscard]] consteval std::size_t knownActionCount() {
-  std::size_t count = 0;
-  for (std::uint8_t value = 0;; ++value) {
-    switch (static_cast<KnownAction>(value)) {
-      case KnownAction::siliconBatteryPercentageCheck:
-      case KnownAction::intelBatteryPercentageCheck:
-      case KnownAction::userLoggedInCheck:
-      case KnownAction::multipleUserLoggedInCheck:
-      case KnownAction::minimumDiskSpaceCheck:
-      case KnownAction::macOSDeferCheck:
-      case KnownAction::installMacOSUpdates:
-      case KnownAction::applicationRunningCheck:
-      case KnownAction::applicationRunningNotifier:
-      case KnownAction::installMacOSUpdatesUsingInstallAssistant:
-        ++count;
-        continue;
-    }
-    return count;
-  }
-}
-
-/// Whether a table has one row for each action, in the enumeration's order. `action` names the
-/// row's member.
-template <typename Table, typename Action>
-[[nodiscard]] consteval bool coversEveryAction(const Table& table, Action action) {
-  for (std::size_t index = 0; index < table.size(); ++index) {
-    if (std::to_underlying(table[index].*action) != index) {
-      return false;
-    }
-  }
-  return table.size() == knownActionCount();
-}
-
-static_assert(coversEveryAction(kKnownActions, &KnownActionRow::action));
-// The running order is that of the codes.
-static_assert(std::ranges::is_sorted(kKnownActions, {}, &KnownActionRow::sortOrder));
-
-[[nodiscard]] constexpr const KnownActionRow& rowOf(KnownAction action) {
-  return kKnownActions[std::to_underlying(action)];
-}
-
-/// The row of the action with this code or name; null if there is none.
-[[nodiscard]] constexpr const KnownActionRow* findKnownAction(std::string_view codeOrName) {
-  const auto* const found = std::ranges::find_if(kKnownActions, [&](const KnownActionRow& row) {
-    return row.code == codeOrName || row.name == codeOrName;
-  });
-  return found == kKnownActions.end() ? nullptr : found;
-}
-
-/// The format of an argument.
+/// The format of an argument. An integer needs no kind of its own for each unit.
 enum class ArgumentKind : std::uint8_t {
-  percent,           ///< A battery level: an integer.
-  gigabytes,         ///< Disk space in units of 1,000,000,000 bytes: an integer.
+  integer,           ///< With a largest sensible value.
   macOSVersion,      ///< Such as "14.5".
   updateLabel,       ///< A label of `softwareupdate`.
   bundleIdentifier,  ///< Such as "com.apple.Safari".
@@ -105,6 +27,9 @@ struct ActionArgument {
   ArgumentKind kind;
   std::string_view meaning;  ///< With unit and limits; lower case, without a full stop.
   std::string_view example;
+  // Of an integer:
+  std::int64_t most = 0;             ///< The largest that makes sense: a power of ten.
+  std::string_view whyNotMore = {};  ///< What is odd about a larger one.
 };
 
 struct ActionAnswer {
@@ -112,11 +37,22 @@ struct ActionAnswer {
   std::string_view when;    ///< Lower case, without a full stop.
 };
 
-/// An action's documentation for authors of action files. All arguments are required; with
-/// `lastRepeats` the last one may be repeated. Further arguments are ignored.
-struct ActionDocumentation {
+[[nodiscard]] constexpr std::int64_t numberOfCode(std::string_view digits) {
+  std::int64_t number = 0;
+  for (const char digit : digits) {
+    number = number * 10 + (digit - '0');
+  }
+  return number;
+}
+
+/// All about an action, with its documentation for authors of action files. All arguments are
+/// required; with `lastRepeats` the last one may be repeated. Further arguments are ignored.
+struct KnownActionRow {
   KnownAction action;
-  std::string_view summary;  ///< One sentence.
+  std::string_view code;                        ///< In the patch action file.
+  std::int64_t sortOrder = numberOfCode(code);  ///< The code as a number.
+  std::string_view name;                        ///< In log lines and in the serialized form.
+  std::string_view summary;                     ///< One sentence.
   std::span<const ActionArgument> arguments;
   bool lastRepeats = false;
   bool restarts = false;     ///< The Mac restarts after success.
@@ -125,8 +61,8 @@ struct ActionDocumentation {
 };
 
 inline constexpr std::array kMinimumBatteryArguments{
-    ActionArgument{"minimum battery level", ArgumentKind::percent,
-                   "in percent, 0 to 100; an integer", "30"},
+    ActionArgument{"minimum battery level", ArgumentKind::integer,
+                   "in percent, 0 to 100; an integer", "30", 100, "a battery never reaches it"},
 };
 inline constexpr std::array kSiliconBatteryAnswers{
     ActionAnswer{"success",
@@ -151,8 +87,9 @@ inline constexpr std::array kMultipleUserLoggedInAnswers{
     ActionAnswer{"applyLater(multipleUsersLoggedIn)", "several users are logged on, or none"},
 };
 inline constexpr std::array kMinimumDiskSpaceArguments{
-    ActionArgument{"minimum free space", ArgumentKind::gigabytes,
-                   "in gigabytes of 1,000,000,000 bytes; an integer", "20"},
+    ActionArgument{"minimum free space", ArgumentKind::integer,
+                   "in gigabytes of 1,000,000,000 bytes; an integer", "20", 10'000,
+                   "the argument is in gigabytes"},
 };
 inline constexpr std::array kMinimumDiskSpaceAnswers{
     ActionAnswer{"success",
@@ -229,68 +166,88 @@ inline constexpr std::array kInstallAssistantAnswers{
 };
 
 /// In the enumeration's order.
-inline constexpr std::array kActionDocumentation{
-    ActionDocumentation{
+inline constexpr std::array kKnownActions{
+    KnownActionRow{
         .action = KnownAction::siliconBatteryPercentageCheck,
+        .code = "2001",
+        .name = "siliconBatteryPercentageCheck",
         .summary = "Checks the battery level of a Mac with Apple silicon.",
         .arguments = kMinimumBatteryArguments,
         .answers = kSiliconBatteryAnswers,
     },
-    ActionDocumentation{
+    KnownActionRow{
         .action = KnownAction::intelBatteryPercentageCheck,
+        .code = "2002",
+        .name = "intelBatteryPercentageCheck",
         .summary = "Checks the battery level of a Mac with an Intel processor.",
         .arguments = kMinimumBatteryArguments,
         .answers = kIntelBatteryAnswers,
     },
-    ActionDocumentation{
+    KnownActionRow{
         .action = KnownAction::userLoggedInCheck,
+        .code = "2003",
+        .name = "userLoggedInCheck",
         .summary = "Checks that a user is logged in at the console.",
         .arguments = {},
         .answers = kUserLoggedInAnswers,
     },
-    ActionDocumentation{
+    KnownActionRow{
         .action = KnownAction::multipleUserLoggedInCheck,
+        .code = "2004",
+        .name = "multipleUserLoggedInCheck",
         .summary = "Checks that exactly one user is logged on.",
         .arguments = {},
         .answers = kMultipleUserLoggedInAnswers,
     },
-    ActionDocumentation{
+    KnownActionRow{
         .action = KnownAction::minimumDiskSpaceCheck,
+        .code = "2005",
+        .name = "minimumDiskSpaceCheck",
         .summary = "Checks the free space of the start-up volume.",
         .arguments = kMinimumDiskSpaceArguments,
         .answers = kMinimumDiskSpaceAnswers,
     },
-    ActionDocumentation{
+    KnownActionRow{
         .action = KnownAction::macOSDeferCheck,
+        .code = "2006",
+        .name = "macOSDeferCheck",
         .summary = "Checks that MDM does not defer the macOS update.",
         .arguments = kMacOSDeferArguments,
         .answers = kMacOSDeferAnswers,
     },
-    ActionDocumentation{
+    KnownActionRow{
         .action = KnownAction::installMacOSUpdates,
+        .code = "2007",
+        .name = "installMacOSUpdates",
         .summary = "Downloads and installs a macOS update with softwareupdate; a failed attempt is "
                    "repeated once.",
         .arguments = kInstallMacOSUpdatesArguments,
         .restarts = true,
         .answers = kInstallMacOSUpdatesAnswers,
     },
-    ActionDocumentation{
+    KnownActionRow{
         .action = KnownAction::applicationRunningCheck,
+        .code = "2008",
+        .name = "applicationRunningCheck",
         .summary = "Checks that no application runs that the patch would disturb; otherwise closes "
                    "them, asking the user first or not, as the agent's settings say.",
         .arguments = kApplicationRunningArguments,
         .lastRepeats = true,
         .answers = kApplicationRunningAnswers,
     },
-    ActionDocumentation{
+    KnownActionRow{
         .action = KnownAction::applicationRunningNotifier,
+        .code = "2009",
+        .name = "applicationRunningNotifier",
         .summary = "Does nothing.",
         .arguments = {},
         .doesNothing = true,
         .answers = kApplicationRunningNotifierAnswers,
     },
-    ActionDocumentation{
+    KnownActionRow{
         .action = KnownAction::installMacOSUpdatesUsingInstallAssistant,
+        .code = "2010",
+        .name = "installMacOSUpdatesUsingInstallAssistant",
         .summary =
             "Upgrades macOS with the startosinstall tool of an InstallAssistant application.",
         .arguments = kInstallAssistantArguments,
@@ -298,10 +255,62 @@ inline constexpr std::array kActionDocumentation{
         .answers = kInstallAssistantAnswers,
     },
 };
-static_assert(coversEveryAction(kActionDocumentation, &ActionDocumentation::action));
 
-[[nodiscard]] constexpr const ActionDocumentation& documentationOf(KnownAction action) {
-  return kActionDocumentation[std::to_underlying(action)];
+/// The number of actions. The switch stops the build when an action is new; the assertion on the
+/// table then asks for its row.
+[[nodiscard]] consteval std::size_t knownActionCount() {
+  std::size_t count = 0;
+  for (std::uint8_t value = 0;; ++value) {
+    switch (static_cast<KnownAction>(value)) {
+      case KnownAction::siliconBatteryPercentageCheck:
+      case KnownAction::intelBatteryPercentageCheck:
+      case KnownAction::userLoggedInCheck:
+      case KnownAction::multipleUserLoggedInCheck:
+      case KnownAction::minimumDiskSpaceCheck:
+      case KnownAction::macOSDeferCheck:
+      case KnownAction::installMacOSUpdates:
+      case KnownAction::applicationRunningCheck:
+      case KnownAction::applicationRunningNotifier:
+      case KnownAction::installMacOSUpdatesUsingInstallAssistant:
+        ++count;
+        continue;
+    }
+    return count;
+  }
+}
+
+// The table has one row for each action, in the enumeration's order.
+static_assert(kKnownActions.size() == knownActionCount());
+static_assert(std::ranges::all_of(kKnownActions, [](const KnownActionRow& row) {
+  return &row == &kKnownActions[std::to_underlying(row.action)];
+}));
+// Nothing that help and reference show is left out.
+static_assert(std::ranges::none_of(kKnownActions, [](const KnownActionRow& row) {
+  return row.code.empty() || row.name.empty() || row.summary.empty() || row.answers.empty();
+}));
+// The running order is that of the codes.
+static_assert(std::ranges::is_sorted(kKnownActions, {}, &KnownActionRow::sortOrder));
+// Every integer has a largest value that makes sense, from which its pattern is made.
+static_assert(std::ranges::all_of(kKnownActions, [](const KnownActionRow& row) {
+  return std::ranges::all_of(row.arguments, [](const ActionArgument& argument) {
+    std::int64_t most = argument.most;
+    while (most >= 10 && most % 10 == 0) {
+      most /= 10;
+    }
+    return argument.kind != ArgumentKind::integer || (most == 1 && argument.most > 1);
+  });
+}));
+
+[[nodiscard]] constexpr const KnownActionRow& rowOf(KnownAction action) {
+  return kKnownActions[std::to_underlying(action)];
+}
+
+/// The row of the action with this code or name; null if there is none.
+[[nodiscard]] constexpr const KnownActionRow* findKnownAction(std::string_view codeOrName) {
+  const auto* const found = std::ranges::find_if(kKnownActions, [&](const KnownActionRow& row) {
+    return row.code == codeOrName || row.name == codeOrName;
+  });
+  return found == kKnownActions.end() ? nullptr : found;
 }
 
 }  // namespace vexlo

@@ -1,47 +1,13 @@
 #include "VexloPatchDeployment/Common/PatchActionResult.h"
 
 #include <ostream>
-#include <string_view>
+#include <utility>
 
 #include "VexloPatchDeployment/Common/Log.h"
 #include "VexloPatchDeployment/Common/Overloaded.h"
 #include "VexloPatchDeployment/Common/TextForms.h"
 
 namespace vexlo {
-namespace {
-
-std::string_view nameOf(PlainReason reason) {
-  switch (reason) {
-    case PlainReason::softwareUpdateUnreachable:
-      return "softwareUpdateUnreachable";
-    case PlainReason::inSufficientBattery:
-      return "inSufficientBattery";
-    case PlainReason::inSufficientDiskSpaceForSoftwareUpdate:
-      return "inSufficientDiskSpaceForSoftwareUpdate";
-    case PlainReason::userNotLoggedIn:
-      return "userNotLoggedIn";
-    case PlainReason::multipleUsersLoggedIn:
-      return "multipleUsersLoggedIn";
-    case PlainReason::credentialsNotEntered:
-      return "credentialsNotEntered";
-    case PlainReason::unableToGetAgentServiceConnection:
-      return "unableToGetAgentServiceConnection";
-    case PlainReason::macOSSoftwareUpdateDownloadFailed:
-      return "macOSSoftwareUpdateDownloadFailed";
-    case PlainReason::macOSSoftwareUpdateInstallationFailed:
-      return "macOSSoftwareUpdateInstallationFailed";
-    case PlainReason::inSufficientArguments:
-      return "inSufficientArguments";
-    case PlainReason::appIsRunning:
-      return "appIsRunning";
-    case PlainReason::unDefined:
-      return "unDefined";
-  }
-  std::unreachable();
-}
-
-}  // namespace
-
 std::string name(const PatchActionResultDescription& description) {
   return std::visit(
       Overloaded{[](const MacOSUpdateIsDeferred&) { return std::string("macOSUpdateIsDeferred"); },

@@ -5,6 +5,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <variant>
 
@@ -40,6 +41,37 @@ enum class PlainReason : std::uint8_t {
   appIsRunning,                            ///< an application that the patch affects is running
   unDefined,                               ///< no specific reason
 };
+
+/// The enumerator's name: "inSufficientBattery".
+[[nodiscard]] constexpr std::string_view nameOf(PlainReason reason) {
+  switch (reason) {
+    case PlainReason::softwareUpdateUnreachable:
+      return "softwareUpdateUnreachable";
+    case PlainReason::inSufficientBattery:
+      return "inSufficientBattery";
+    case PlainReason::inSufficientDiskSpaceForSoftwareUpdate:
+      return "inSufficientDiskSpaceForSoftwareUpdate";
+    case PlainReason::userNotLoggedIn:
+      return "userNotLoggedIn";
+    case PlainReason::multipleUsersLoggedIn:
+      return "multipleUsersLoggedIn";
+    case PlainReason::credentialsNotEntered:
+      return "credentialsNotEntered";
+    case PlainReason::unableToGetAgentServiceConnection:
+      return "unableToGetAgentServiceConnection";
+    case PlainReason::macOSSoftwareUpdateDownloadFailed:
+      return "macOSSoftwareUpdateDownloadFailed";
+    case PlainReason::macOSSoftwareUpdateInstallationFailed:
+      return "macOSSoftwareUpdateInstallationFailed";
+    case PlainReason::inSufficientArguments:
+      return "inSufficientArguments";
+    case PlainReason::appIsRunning:
+      return "appIsRunning";
+    case PlainReason::unDefined:
+      break;
+  }
+  return "unDefined";
+}
 
 /// The reason for a result.
 using PatchActionResultDescription =

@@ -5,6 +5,7 @@
 
 #include "Platform/Calendar.h"
 #include "VexloPatchDeployment/Common/Log.h"
+#include "VexloPatchDeployment/Common/Measurement.h"
 #include "VexloPatchDeployment/Common/Numbers.h"
 
 namespace vexlo {
@@ -37,18 +38,6 @@ Record makeRecord(const std::string& patchID, std::int64_t total, const std::str
 }
 
 }  // namespace
-
-std::string_view describe(RunningAppPromptDecision decision) {
-  switch (decision) {
-    case Decision::promptUser:
-      return "promptUser";
-    case Decision::skipDeployment:
-      return "skipDeployment";
-    case Decision::forceDeployment:
-      return "forceDeployment";
-  }
-  std::unreachable();
-}
 
 std::ostream& operator<<(std::ostream& out, const RunningAppPromptEvaluation& evaluation) {
   return out << text('(', evaluation.remainingSkipAttempts, ", ", evaluation.allowScreenGrab, ", ",

@@ -12,9 +12,6 @@
 
 namespace vexlo {
 
-/// The enumerator's name.
-[[nodiscard]] std::string_view describe(RunningAppPromptDecision decision);
-
 struct RunningAppPromptEvaluation {
   /// Remaining postponements, including the one that this prompt offers. 0 without a limit and for
   /// the forced prompt.

@@ -1,4 +1,4 @@
-// Building blocks for the tool's JSON output.
+// Writes JSON objects and arrays.
 #pragma once
 #include <optional>
 #include <string>
@@ -7,19 +7,19 @@
 
 #include "AgentLibraries/FileCodec/JSONText.h"
 
-namespace agent_tool {
+namespace FileCodec {
 
 /// Builds a JSON object; members are in the order of the calls.
 class JSONObject {
  public:
   /// Adds a member with a string value.
   JSONObject& addString(std::string_view name, std::string_view value) {
-    return addJSON(name, FileCodec::jsonString(value));
+    return addJSON(name, jsonString(value));
   }
   /// Adds a member whose value is already JSON.
   JSONObject& addJSON(std::string_view name, std::string_view value) {
     out_ += out_.empty() ? '{' : ',';
-    FileCodec::appendJSONString(out_, name);
+    appendJSONString(out_, name);
     (out_ += ':') += value;
     return *this;
   }
@@ -45,7 +45,7 @@ template <typename Texts>
   std::string out = "[";
   for (std::string_view separator; const auto& text : texts) {
     out += separator;
-    FileCodec::appendJSONString(out, text);
+    appendJSONString(out, text);
     separator = ",";
   }
   return out += ']';
@@ -63,7 +63,7 @@ template <typename Map>
 
 /// `"text"` or `null`.
 [[nodiscard]] inline std::string jsonOptional(const std::optional<std::string>& text) {
-  return text ? FileCodec::jsonString(*text) : "null";
+  return text ? jsonString(*text) : "null";
 }
 
-}  // namespace agent_tool
+}  // namespace FileCodec

@@ -1,0 +1,36 @@
+// The facts one by one: their names in JSON, and how each is written, read, asked for and shown.
+#pragma once
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "AgentTool/Facts.h"
+#include "AgentTool/FactsRecord.h"
+#include "AgentTool/JSONMembers.h"
+#include "VexloPatchDeployment/Adapters/MachineFacts.h"
+
+namespace agent_tool {
+
+/// A member of a line of facts.
+struct FactsMember {
+  std::string_view name;
+  /// The value in JSON; null for a member that `facts` doesn't write.
+  std::string (*write)(const Facts& facts);
+  /// Sets the fact; throws `FileCodec::DecodingError` if the value has the wrong type. Null for a
+  /// member that is only for people.
+  void (*take)(const JSONValue& value, const JSONPlace& place, FactsRecord& record);
+  bool isNeeded = false;  ///< A line without it is an error.
+  /// Asks this machine and returns whether the fact is available. Null for a fact that `Facts.cpp`
+  /// reads.
+  bool (*ask)(vexlo::MachineFacts& machine, Facts& facts) = nullptr;
+  /// The row for people, and its value if there is one. Empty and null for a fact that has no row,
+  /// or several.
+  std::string_view heading = {};
+  std::optional<std::string> (*show)(const Facts& facts) = nullptr;
+};
+
+/// All members, in the order in which `facts` writes them.
+[[nodiscard]] std::span<const FactsMember> factsMembers() noexcept;
+
+}  // namespace agent_tool

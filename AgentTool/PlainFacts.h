@@ -1,0 +1,25 @@
+// The facts that look the same on this machine and in a line of facts.
+#pragma once
+#include <chrono>
+#include <cstdint>
+#include <optional>
+
+#include "VexloPatchDeployment/Adapters/MachineFacts.h"
+#include "VexloPatchDeployment/Validators/Battery/PowerSourceResolver.h"
+
+namespace agent_tool {
+
+/// Numbers, flags and the like: what needs no text and no memory of its own.
+struct PlainFacts : vexlo::MachineReadings {
+  std::chrono::seconds offsetFromUTC{0};  ///< Of the time zone when this day began, east positive.
+  std::optional<vexlo::PowerSource> powerSource;  ///< As interpreted by the battery checks.
+  std::optional<std::int64_t> freeDiskSpace;      ///< In bytes, on the startup volume.
+  std::optional<std::uint32_t> consoleUserID;
+  bool agentServiceAnswers = false;
+
+  // From Apple's servers; absent if they were not asked.
+  std::optional<bool> softwareUpdateReachable;
+  std::optional<std::int32_t> softwareUpdateStatus;  ///< The exit status of the listing.
+};
+
+}  // namespace agent_tool

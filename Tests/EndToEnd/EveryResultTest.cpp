@@ -1,0 +1,36 @@
+// The tables of this folder cover every action, with every result that the documentation names.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+
+#include "Tests/EndToEnd/MacRun.h"
+#include "VexloPatchDeployment/Common/KnownActions.h"
+
+namespace end_to_end {
+namespace {
+
+/// «2005 applyLater inSufficientArguments» for "applyLater(inSufficientArguments)".
+std::string expectedResult(std::string_view code, std::string_view result) {
+  std::string text = std::string(code) + ' ' + std::string(result);
+  std::ranges::replace(text, '(', ' ');
+  std::erase(text, ')');
+  return text;
+}
+
+TEST(EveryResultTest, IsExpectedByARowOfATable) {
+  const Texts expected = MacTests::expectedResults();
+  for (const vexlo::KnownActionRow& action : vexlo::kKnownActions) {
+    for (const vexlo::ActionAnswer& answer : action.answers) {
+      const std::string result = expectedResult(action.code, answer.result);
+      EXPECT_TRUE(std::ranges::any_of(expected,
+                                      [&](const std::string& text) {
+                                        return text == result || text.starts_with(result + ' ');
+                                      }))
+          << action.name << " has no row with the result " << result;
+    }
+  }
+}
+
+}  // namespace
+}  // namespace end_to_end
