@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <memory>
 #include <string>
 #include <vector>
@@ -10,6 +11,7 @@
 #include "AgentLibraries/LogCore/Logger.h"
 #include "AgentTool/FactsText.h"
 #include "AgentTool/RecordedSources.h"
+#include "VexloPatchDeployment/Common/KnownActions.h"
 
 namespace agent_tool {
 namespace {
@@ -83,109 +85,118 @@ TEST_P(EvaluatorTest, AnswersAsTheLibraryWould) {
 constexpr const char* kEditor = R"("2008":["com.example.mail","com.example.editor"])";
 constexpr const char* kOnlyEditor = R"("2008":["com.example.editor"])";
 
-INSTANTIATE_TEST_SUITE_P(
-    Machines, EvaluatorTest,
-    testing::Values(
-        EvaluationCase{"EnoughBattery", R"("2001":["82"])", [](Facts&) {}, "success"},
-        EvaluationCase{"LowBattery", R"("2001":["83"])", [](Facts&) {},
-                       "applyLater(inSufficientBattery)"},
-        EvaluationCase{"OtherProcessor", R"("2001":["83"])",
-                       [](Facts& facts) { facts.isAppleSilicon = false; }, "success"},
-        EvaluationCase{"UnreadableBattery", R"("2001":["83"])",
-                       [](Facts& facts) { facts.powerSource.reset(); }, "success"},
-        EvaluationCase{"FullDisk", R"("2005":["65"])", [](Facts&) {},
-                       "applyLater(inSufficientDiskSpaceForSoftwareUpdate)"},
-        EvaluationCase{"NobodyAtTheConsole", R"("2003":[])",
-                       [](Facts& facts) { facts.consoleUser = "NOUSERNAME"; },
-                       "applyLater(userNotLoggedIn)"},
-        EvaluationCase{"TwoUsers", R"("2004":[])",
-                       [](Facts& facts) { facts.loggedOnUsers = "alice,bob"; },
-                       "applyLater(multipleUsersLoggedIn)"},
-        EvaluationCase{"AppleNotAsked", R"("2006":["14.5"])", [](Facts&) {},
-                       "not asked: softwareupdate --list"},
-        EvaluationCase{"NotEnrolled", R"("2006":["14.5"])",
-                       [](Facts& facts) { facts.mdmEnrollment.reset(); }, "success"},
-        EvaluationCase{"AppleUnreachable", R"("2006":["14.5"])",
-                       [](Facts& facts) { facts.softwareUpdateReachable = false; },
-                       "applyLater(softwareUpdateUnreachable)"},
-        EvaluationCase{"MDMClientFailed", R"("2006":["14.5"])",
-                       [](Facts& facts) { facts.softwareUpdateReachable = true; },
-                       "applyLater(softwareUpdateUnreachable)"},
-        EvaluationCase{"DeferredWhereTheMachineIs", R"("2006":["14.5"])",
-                       [](Facts& facts) {  // an hour before that day begins in the west
-                         facts.time = platform::Moment(std::chrono::sys_days(
-                                          std::chrono::year(2026) / 11 / 25)) +
-                                      std::chrono::hours(7);
-                         facts.offsetFromUTC = -std::chrono::hours(8);
-                         facts.softwareUpdateReachable = true;
-                         facts.availableOSUpdates = {{.deferredUntil = "2026-11-25 00:00:00 +0000",
-                                                      .productKey = "key",
-                                                      .version = "14.5"}};
-                       },
-                       "applyLater(macOSUpdateIsDeferred(Optional(\"2026-Nov-25\")))"},
-        EvaluationCase{"NothingRuns", R"("2008":["com.example.mail"])", [](Facts&) {}, "success"},
-        EvaluationCase{"RunsPerhaps", R"("2008":["com.example.other"])", [](Facts&) {},
-                       "not asked: whether com.example.other runs"},
-        EvaluationCase{"DoesNotRun", R"("2008":["com.example.other"])",
-                       [](Facts& facts) { facts.allApplications = true; }, "success"},
-        EvaluationCase{"Killed", kEditor,
-                       [](Facts& facts) {
-                         facts.patchData.values =
-                             PropertyList::Dictionary{{"AlwaysKillApps", true}};
-                       },
-                       "would kill Editor"},
-        EvaluationCase{"NoPrompt", kEditor,
-                       [](Facts& facts) { facts.patchData.values = PropertyList::Dictionary(); },
-                       "applyLater(appIsRunning)"},
-        EvaluationCase{"Asked", kEditor, [](Facts&) {}, "would ask"},
-        EvaluationCase{"AskedWithPostponements", kOnlyEditor,
-                       [](Facts& facts) {
-                         facts.customization.values =
-                             PropertyList::Dictionary{{"numberOfSkipAttempts", std::int64_t{3}}};
-                         prompted(facts, 1, 1);
-                       },
-                       "would ask: 2 postponements left"},
-        EvaluationCase{"Forced", kOnlyEditor,
-                       [](Facts& facts) {
-                         facts.customization.values =
-                             PropertyList::Dictionary{{"numberOfSkipAttempts", std::int64_t{3}}};
-                         prompted(facts, 3, 1);
-                       },
-                       "would force"},
-        EvaluationCase{"AskedOftenToday", kOnlyEditor,
-                       [](Facts& facts) {
-                         facts.customization.values =
-                             PropertyList::Dictionary{{"dailyPromptLimit", std::int64_t{1}}};
-                         prompted(facts, 1, 1);
-                       },
-                       "applyLater(appIsRunning)"},
-        EvaluationCase{"InstallsOnIntel", R"("2007":["12.7.5","macOS $x-21H1222"])",
-                       [](Facts& facts) {
-                         facts.isAppleSilicon = false;
-                         facts.macOSMajorVersion = 12;
-                       },
-                       "would run launchctl asuser 501 sudo /usr/sbin/softwareupdate "
-                       "--include-config-data --download \"macOS \\$x-21H1222\" --force --verbose, "
-                       "then launchctl asuser 501 sudo /usr/sbin/softwareupdate "
-                       "--include-config-data --install \"macOS \\$x-21H1222\" --force --verbose "
-                       "--restart"},
-        EvaluationCase{"InstallsWithAPasswordArgument", R"("2007":["12.7.5","x"])",
-                       [](Facts& facts) {
-                         facts.consoleUserID.reset();
-                         facts.macOSMajorVersion = 12;
-                       },
-                       "would run launchctl asuser  sudo /usr/sbin/softwareupdate "
-                       "--include-config-data --download \"x\" --force --verbose --user \"<user>\" "
-                       "--stdinpass \"<password>\", then launchctl asuser  sudo "
-                       "/usr/sbin/softwareupdate --include-config-data --install \"x\" --force "
-                       "--verbose --restart --user \"<user>\" --stdinpass \"<password>\""},
-        EvaluationCase{"Upgrades", R"("2010":["/Applications/Install macOS.app"])", [](Facts&) {},
-                       "would run \"/Applications/Install macOS.app/Contents/Resources/"
-                       "startosinstall\" --agreetolicense --forcequitapps --nointeraction --user "
-                       "\"<user>\" --stdinpass"},
-        EvaluationCase{"LacksAnArgument", R"("2007":["14.5"])", [](Facts&) {},
-                       "applyLater(inSufficientArguments)"}),
-    [](const auto& row) { return row.param.name; });
+const std::vector<EvaluationCase> kCases{
+    EvaluationCase{"EnoughBattery", R"("2001":["82"])", [](Facts&) {}, "success"},
+    EvaluationCase{"LowBattery", R"("2001":["83"])", [](Facts&) {},
+                   "applyLater(inSufficientBattery)"},
+    EvaluationCase{"OtherProcessor", R"("2001":["83"])",
+                   [](Facts& facts) { facts.isAppleSilicon = false; }, "success"},
+    EvaluationCase{"OtherProcessorThanIntel", R"("2002":["83"])", [](Facts&) {}, "success"},
+    EvaluationCase{"UnreadableBattery", R"("2001":["83"])",
+                   [](Facts& facts) { facts.powerSource.reset(); }, "success"},
+    EvaluationCase{"FullDisk", R"("2005":["65"])", [](Facts&) {},
+                   "applyLater(inSufficientDiskSpaceForSoftwareUpdate)"},
+    EvaluationCase{"NobodyAtTheConsole", R"("2003":[])",
+                   [](Facts& facts) { facts.consoleUser = "NOUSERNAME"; },
+                   "applyLater(userNotLoggedIn)"},
+    EvaluationCase{"TwoUsers", R"("2004":[])",
+                   [](Facts& facts) { facts.loggedOnUsers = "alice,bob"; },
+                   "applyLater(multipleUsersLoggedIn)"},
+    EvaluationCase{"AppleNotAsked", R"("2006":["14.5"])", [](Facts&) {},
+                   "not asked: softwareupdate --list"},
+    EvaluationCase{"NotEnrolled", R"("2006":["14.5"])",
+                   [](Facts& facts) { facts.mdmEnrollment.reset(); }, "success"},
+    EvaluationCase{"AppleUnreachable", R"("2006":["14.5"])",
+                   [](Facts& facts) { facts.softwareUpdateReachable = false; },
+                   "applyLater(softwareUpdateUnreachable)"},
+    EvaluationCase{"MDMClientFailed", R"("2006":["14.5"])",
+                   [](Facts& facts) { facts.softwareUpdateReachable = true; },
+                   "applyLater(softwareUpdateUnreachable)"},
+    EvaluationCase{"DeferredWhereTheMachineIs", R"("2006":["14.5"])",
+                   [](Facts& facts) {  // an hour before that day begins in the west
+                     facts.time = platform::Moment(
+                                      std::chrono::sys_days(std::chrono::year(2026) / 11 / 25)) +
+                                  std::chrono::hours(7);
+                     facts.offsetFromUTC = -std::chrono::hours(8);
+                     facts.softwareUpdateReachable = true;
+                     facts.availableOSUpdates = {{.deferredUntil = "2026-11-25 00:00:00 +0000",
+                                                  .productKey = "key",
+                                                  .version = "14.5"}};
+                   },
+                   "applyLater(macOSUpdateIsDeferred(Optional(\"2026-Nov-25\")))"},
+    EvaluationCase{"Notifier", R"("2009":[])", [](Facts&) {}, "success"},
+    EvaluationCase{"NothingRuns", R"("2008":["com.example.mail"])", [](Facts&) {}, "success"},
+    EvaluationCase{"RunsPerhaps", R"("2008":["com.example.other"])", [](Facts&) {},
+                   "not asked: whether com.example.other runs"},
+    EvaluationCase{"DoesNotRun", R"("2008":["com.example.other"])",
+                   [](Facts& facts) { facts.allApplications = true; }, "success"},
+    EvaluationCase{"Killed", kEditor,
+                   [](Facts& facts) {
+                     facts.patchData.values = PropertyList::Dictionary{{"AlwaysKillApps", true}};
+                   },
+                   "would kill Editor"},
+    EvaluationCase{"NoPrompt", kEditor,
+                   [](Facts& facts) { facts.patchData.values = PropertyList::Dictionary(); },
+                   "applyLater(appIsRunning)"},
+    EvaluationCase{"Asked", kEditor, [](Facts&) {}, "would ask"},
+    EvaluationCase{"AskedWithPostponements", kOnlyEditor,
+                   [](Facts& facts) {
+                     facts.customization.values =
+                         PropertyList::Dictionary{{"numberOfSkipAttempts", std::int64_t{3}}};
+                     prompted(facts, 1, 1);
+                   },
+                   "would ask: 2 postponements left"},
+    EvaluationCase{"Forced", kOnlyEditor,
+                   [](Facts& facts) {
+                     facts.customization.values =
+                         PropertyList::Dictionary{{"numberOfSkipAttempts", std::int64_t{3}}};
+                     prompted(facts, 3, 1);
+                   },
+                   "would force"},
+    EvaluationCase{"AskedOftenToday", kOnlyEditor,
+                   [](Facts& facts) {
+                     facts.customization.values =
+                         PropertyList::Dictionary{{"dailyPromptLimit", std::int64_t{1}}};
+                     prompted(facts, 1, 1);
+                   },
+                   "applyLater(appIsRunning)"},
+    EvaluationCase{"InstallsOnIntel", R"("2007":["12.7.5","macOS $x-21H1222"])",
+                   [](Facts& facts) {
+                     facts.isAppleSilicon = false;
+                     facts.macOSMajorVersion = 12;
+                   },
+                   "would run launchctl asuser 501 sudo /usr/sbin/softwareupdate "
+                   "--include-config-data --download \"macOS \\$x-21H1222\" --force --verbose, "
+                   "then launchctl asuser 501 sudo /usr/sbin/softwareupdate "
+                   "--include-config-data --install \"macOS \\$x-21H1222\" --force --verbose "
+                   "--restart"},
+    EvaluationCase{"InstallsWithAPasswordArgument", R"("2007":["12.7.5","x"])",
+                   [](Facts& facts) {
+                     facts.consoleUserID.reset();
+                     facts.macOSMajorVersion = 12;
+                   },
+                   "would run launchctl asuser  sudo /usr/sbin/softwareupdate "
+                   "--include-config-data --download \"x\" --force --verbose --user \"<user>\" "
+                   "--stdinpass \"<password>\", then launchctl asuser  sudo "
+                   "/usr/sbin/softwareupdate --include-config-data --install \"x\" --force "
+                   "--verbose --restart --user \"<user>\" --stdinpass \"<password>\""},
+    EvaluationCase{"Upgrades", R"("2010":["/Applications/Install macOS.app"])", [](Facts&) {},
+                   "would run \"/Applications/Install macOS.app/Contents/Resources/"
+                   "startosinstall\" --agreetolicense --forcequitapps --nointeraction --user "
+                   "\"<user>\" --stdinpass"},
+    EvaluationCase{"LacksAnArgument", R"("2007":["14.5"])", [](Facts&) {},
+                   "applyLater(inSufficientArguments)"}};
+
+INSTANTIATE_TEST_SUITE_P(Machines, EvaluatorTest, testing::ValuesIn(kCases),
+                         [](const auto& row) { return row.param.name; });
+
+TEST(EvaluatorCasesTest, CoverEveryAction) {
+  for (const vexlo::KnownActionRow& action : vexlo::kKnownActions) {
+    EXPECT_TRUE(std::ranges::any_of(kCases, [&](const EvaluationCase& each) {
+      return each.action.starts_with('"' + std::string(action.code));
+    })) << action.name;
+  }
+}
 
 TEST(RecordedSourcesTest, AnswersFromTheRecordOfTheMoment) {
   const auto group =

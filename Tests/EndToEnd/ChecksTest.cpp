@@ -81,6 +81,7 @@ const MacTests battery(
      {.name = "SpaceIsMeasuredInDecimalGigabytes",
       .settings = {"mac/free disk=8g", "actions/2005=20"},
       .results = {"2005 applyLater inSufficientDiskSpaceForSoftwareUpdate"},
+      .why = {"8.5 GB free, 20 GB needed"},
       .check = [](const Ended& mac) {
         EXPECT_THAT(mac.log, testing::Contains(testing::MatchesRegex(
                                  "info Validators/Disk/Disk hasMinimumFreeSpace.of:.: Required "

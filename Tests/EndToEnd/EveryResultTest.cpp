@@ -1,4 +1,5 @@
-// The tables of this folder cover every action, with every result that the documentation names.
+// The tables of this folder cover every action, with every result that the documentation names, and
+// with what decided.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -19,7 +20,8 @@ std::string expectedResult(std::string_view code, std::string_view result) {
 }
 
 TEST(EveryResultTest, IsExpectedByARowOfATable) {
-  const Texts expected = MacTests::expectedResults();
+  Texts expected;
+  MacTests::forEach([&](const MacTest& test) { expected = expected + test.results; });
   for (const vexlo::KnownActionRow& action : vexlo::kKnownActions) {
     for (const vexlo::ActionAnswer& answer : action.answers) {
       const std::string result = expectedResult(action.code, answer.result);
@@ -29,6 +31,20 @@ TEST(EveryResultTest, IsExpectedByARowOfATable) {
                                       }))
           << action.name << " has no row with the result " << result;
     }
+  }
+}
+
+TEST(EveryResultTest, SaysForEachActionWhatDecided) {
+  for (const vexlo::KnownActionRow& action : vexlo::kKnownActions) {
+    bool isExpected = false;
+    MacTests::forEach([&](const MacTest& test) {
+      isExpected =
+          isExpected ||
+          (!test.why.empty() && std::ranges::any_of(test.results, [&](const std::string& result) {
+            return result.starts_with(action.code) && !result.ends_with(" inSufficientArguments");
+          }));
+    });
+    EXPECT_TRUE(isExpected) << action.name << " has no row with `why` and usable arguments";
   }
 }
 

@@ -371,6 +371,8 @@ const MacTests upgrades("Upgrade", [] {
                        .results = {failed},
                        .lines = failure(app),
                        .calls = calls,
+                       // What the shell says about a signal is its own.
+                       .why = exits == "1" ? Texts{"upgrade ended with status 1"} : Texts(),
                        .check = notifies});
     }
     tests.push_back({.name = name + "ToolIsMissing",

@@ -342,12 +342,10 @@ MacTests::MacTests(const std::string& suite, const std::vector<MacTest>& tests) 
   }
 }
 
-Texts MacTests::expectedResults() {
-  Texts results;
+void MacTests::forEach(const std::function<void(const MacTest&)>& visit) {
   for (const auto& [name, test] : knownTests()) {
-    results.insert(results.end(), test.results.begin(), test.results.end());
+    visit(test);
   }
-  return results;
 }
 
 Texts operator+(Texts first, const Texts& more) {

@@ -69,8 +69,8 @@ class MacTests {
  public:
   MacTests(const std::string& suite, const std::vector<MacTest>& tests);
 
-  /// The results that the tables expect.
-  [[nodiscard]] static Texts expectedResults();
+  /// Calls `visit` for each row of all tables.
+  static void forEach(const std::function<void(const MacTest&)>& visit);
 };
 
 /// Concatenation.

@@ -13,7 +13,7 @@
 
 namespace vexlo {
 
-/// The actions that this library knows, in the order of their codes "2001" to "2010".
+/// The actions that this library knows, in the order of their codes.
 enum class KnownAction : std::uint8_t {
   siliconBatteryPercentageCheck,  ///< "2001": minimum battery level on an Apple silicon machine
   intelBatteryPercentageCheck,    ///< "2002": minimum battery level on an Intel machine
@@ -48,7 +48,7 @@ class VEXLO_EXPORT ActionID {
   ActionID(KnownAction action) noexcept : value_(action) {}                 // NOLINT: converts
   ActionID(UndefinedAction action) noexcept : value_(std::move(action)) {}  // NOLINT: converts
 
-  /// Converts an action code: exactly "2001" to "2010" become known actions, any other string
+  /// Converts an action code: exactly the codes above become known actions, any other string
   /// becomes an `undefined` that holds it unchanged.
   explicit ActionID(std::string_view code);
 
