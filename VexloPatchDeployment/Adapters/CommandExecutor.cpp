@@ -12,12 +12,6 @@ namespace {
 
 constexpr std::int64_t kTimeoutSeconds = 7200;
 
-void tellProgress(const ActionProgress& progress) {
-  RunningAction::tellObserver([&](const ActionID& action, ActionObserver& observer) {
-    observer.progressed(action, progress);
-  });
-}
-
 }  // namespace
 
 TerminalUtil& TerminalUtil::defaultInstance() {
@@ -31,7 +25,7 @@ CommandResult TerminalUtil::run(const std::string& command,
   std::optional<ToolProgress> progress;
   vxutils::TerminalUtil::OutputReader readOutput;
   if (RunningAction::isObserved()) {
-    ToolProgress& reader = progress.emplace(tellProgress);
+    ToolProgress& reader = progress.emplace(progressed);
     readOutput = [&reader](std::string_view piece) { reader.read(piece); };
   }
   CommandResult result = vxutils::TerminalUtil::defaultInstance().runCommand(

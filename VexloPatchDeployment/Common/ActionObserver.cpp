@@ -22,6 +22,8 @@ std::string_view name(ActionProgress::Phase phase) {
       return "preparing";
     case ActionProgress::Phase::installing:
       return "installing";
+    case ActionProgress::Phase::waiting:
+      return "waiting";
   }
   std::unreachable();
 }

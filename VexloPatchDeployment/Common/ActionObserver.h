@@ -145,7 +145,7 @@ using Measurement =
 [[nodiscard]] VEXLO_EXPORT std::string describe(std::span<const Measurement> measurements);
 VEXLO_EXPORT std::ostream& operator<<(std::ostream& out, const Measurement& measurement);
 
-/// The progress of an installation tool according to its output.
+/// The progress of an installation, mostly according to the output of its tool.
 struct ActionProgress {
   enum class Phase : std::uint8_t {
     starting,  ///< Nothing told yet.
@@ -153,10 +153,11 @@ struct ActionProgress {
     downloading,
     preparing,
     installing,
+    waiting,  ///< Pauses before the next command or attempt.
   };
   Phase phase = Phase::starting;
   std::optional<double> percent;  ///< Of the phase, 0 to 100; absent until the tool reports it.
-  std::string_view line;          ///< The line just read; valid only during the call.
+  std::string_view line;          ///< The line just read, if any; valid only during the call.
 };
 
 /// «downloading»
@@ -172,7 +173,8 @@ class VEXLO_EXPORT ActionObserver {
   virtual ~ActionObserver();
   /// `action` measured something. Called any number of times per action.
   virtual void measured(const ActionID& action, const Measurement& measurement);
-  /// A tool of `action` wrote a non-blank line. May be called many times a second.
+  /// A tool of `action` wrote a non-blank line, or `action` starts to wait. May be called many times
+  /// a second.
   virtual void progressed(const ActionID& action, const ActionProgress& progress);
 };
 

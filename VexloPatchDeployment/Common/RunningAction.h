@@ -48,4 +48,11 @@ void measured(const Make& make) noexcept {
   });
 }
 
+/// Reports progress of the running action to its observer, if any.
+inline void progressed(const ActionProgress& progress) noexcept {
+  RunningAction::tellObserver([&](const ActionID& action, ActionObserver& observer) {
+    observer.progressed(action, progress);
+  });
+}
+
 }  // namespace vexlo

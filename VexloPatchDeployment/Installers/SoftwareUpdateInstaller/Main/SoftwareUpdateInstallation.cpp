@@ -49,7 +49,7 @@ PatchActionResult SoftwareUpdateInstallation::downloadAndInstallMacOS(
         return text("First try failed, trying to install again status: ", describe(first), ".");
       },
       where);
-  sleeper_(kPauseBeforeRetry);
+  pause(kPauseBeforeRetry);
   const std::optional<std::string> label =
       dependencies_.labelProvider().label(buildVersion(macOSLabel_));
   if (!label) {
@@ -75,10 +75,15 @@ PatchActionResult SoftwareUpdateInstallation::attempt(const SoftwareUpdateAuthCo
     return download;
   }
   dependencies_.notifier().notifyUpdatesInProgress();
-  sleeper_(kPauseBeforeInstallation);
+  pause(kPauseBeforeInstallation);
   DefaultMacOSInstaller installer(label, authContext, dependencies_.executor(),
                                   dependencies_.outputValidator(), macOSMajorVersion_);
   return installer.install(isBeforeRoot || isAfterRoot, dependencies_.userSessionProvider());
+}
+
+void SoftwareUpdateInstallation::pause(std::chrono::milliseconds duration) {
+  progressed({.phase = ActionProgress::Phase::waiting});
+  sleeper_(duration);
 }
 
 }  // namespace vexlo

@@ -1,5 +1,6 @@
 // Downloads and installs a macOS update, with one retry.
 #pragma once
+#include <chrono>
 #include <cstdint>
 #include <source_location>
 #include <string>
@@ -41,6 +42,8 @@ class SoftwareUpdateInstallation {
  private:
   [[nodiscard]] PatchActionResult attempt(const SoftwareUpdateAuthContext& authContext,
                                           const std::string& label);
+  /// Tells the observer and sleeps.
+  void pause(std::chrono::milliseconds duration);
 
   std::string version_;
   std::string macOSLabel_;
