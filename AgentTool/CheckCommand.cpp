@@ -131,7 +131,7 @@ Checked checkFile(const std::string& file) {
   return checked;
 }
 
-std::string asJSON(const Finding& finding, LineCounter& lines) {
+std::string findingJSON(const Finding& finding, LineCounter& lines) {
   const bool hasPlace = finding.kind != FindingKind::unreadable;
   const LineAndColumn position = lines.at(finding.offset);
   return JSONObject()
@@ -144,12 +144,12 @@ std::string asJSON(const Finding& finding, LineCounter& lines) {
       .done();
 }
 
-std::string asJSON(const Checked& checked) {
+std::string checkedJSON(const Checked& checked) {
   LineCounter lines(checked.text);
   std::vector<std::string> errors;
   std::vector<std::string> oddities;
   for (const Finding& finding : checked.findings) {
-    (isError(finding.kind) ? errors : oddities).push_back(asJSON(finding, lines));
+    (isError(finding.kind) ? errors : oddities).push_back(findingJSON(finding, lines));
   }
   return JSONObject()
              .addString("file", checked.file)
@@ -161,7 +161,7 @@ std::string asJSON(const Checked& checked) {
 }
 
 /// One line per finding, «FILE:LINE:COLUMN: error: place: text», with the source on a terminal.
-std::string forPeople(const Checked& checked, const Console& console) {
+std::string asReport(const Checked& checked, const Console& console) {
   std::string out;
   LineCounter lines(checked.text);
   for (const Finding& finding : checked.findings) {
@@ -199,7 +199,7 @@ ExitStatus check(const CheckRequest& request, Console& console) {
   ExitStatus status = ExitStatus::success;
   for (const std::string& file : request.files) {
     const Checked checked = checkFile(file);
-    console.write(request.json ? asJSON(checked) : forPeople(checked, console));
+    console.write(request.json ? checkedJSON(checked) : asReport(checked, console));
     if (checked.error) {
       const std::size_t more = checked.errorCount() - 1;
       console.complain(

@@ -33,7 +33,7 @@ std::string_view nameOf(vexlo::ActionOrigin origin) {
   return origin == vexlo::ActionOrigin::product ? "product" : "patch";
 }
 
-std::string asJSON(const Plan& plan) {
+std::string planJSON(const Plan& plan) {
   std::vector<std::string> actions;
   actions.reserve(plan.actions.size());
   for (const auto& [actionID, arguments, origin] : plan.actions) {
@@ -118,7 +118,7 @@ ExitStatus plan(const PlanRequest& request, Console& console) {
       .productIsKnown = productActions && productActions->actions(request.patch.productID(),
                                                                   request.patch.servicePackID()),
       .actions = provider.actionDetails()};
-  console.write(request.json ? asJSON(plan) : asTable(plan, console));
+  console.write(request.json ? planJSON(plan) : asTable(plan, console));
   return ExitStatus::success;
 }
 
