@@ -254,12 +254,15 @@ class AllRunsAtOnce final : public testing::Environment {
   void TearDown() override { startedRuns().clear(); }
 };
 
-bool hasLine(const Texts& log, const std::string& wanted) {
-  return std::ranges::any_of(log, [&](const std::string& line) {
-    return wanted.ends_with(kAny)
-               ? line.starts_with(wanted.substr(0, wanted.size() - std::strlen(kAny)))
-               : line == wanted;
-  });
+bool isAsExpected(const std::string& line, std::string_view expected) {
+  return expected.ends_with(kAny)
+             ? line.starts_with(expected.substr(0, expected.size() - std::strlen(kAny)))
+             : line == expected;
+}
+
+bool hasLine(const Texts& log, const std::string& expected) {
+  return std::ranges::any_of(log,
+                             [&](const std::string& line) { return isAsExpected(line, expected); });
 }
 
 /// The exit status of vexlo-patch for these results.
@@ -298,7 +301,7 @@ class RunningTest : public testing::Test {
 
   static void compare(const MacTest& test, const Ended& mac) {
     EXPECT_EQ(mac.results, test.results);
-    if (!test.why.empty()) {
+    if (!test.why.empty() && !std::ranges::equal(mac.why, test.why, isAsExpected)) {
       EXPECT_EQ(mac.why, test.why);
     }
     if (!test.results.empty()) {

@@ -31,7 +31,7 @@ struct Ended {
   double seconds = 0;  ///< Total time of the actions.
 };
 
-/// At the end of an expected line: any text. As the only expected call: any calls.
+/// At the end of an expected line or of `why`: any text. As the only expected call: any calls.
 inline constexpr const char* kAny = "…";
 inline const Texts kAnyCalls{kAny};
 
