@@ -19,7 +19,7 @@ std::expected<UsableActionFile, ExitStatus> actionFile(const vexlo::PatchIdentif
     return std::unexpected(ExitStatus::unusableFile);
   }
   std::vector<NameNotInFile> unknownNames = namesNotInFile(patch, **file);
-  complainOf(unknownNames, console);
+  reportNamesNotInFile(unknownNames, console);
   if (strict && !unknownNames.empty()) {
     return std::unexpected(ExitStatus::badUsage);
   }

@@ -73,7 +73,7 @@ std::string_view meantCode(std::string_view code) {
   }
   std::array<std::string_view, vexlo::kKnownActions.size()> names;
   std::ranges::transform(vexlo::kKnownActions, names.begin(), &vexlo::KnownActionRow::name);
-  const vexlo::KnownActionRow* const row = vexlo::findKnownAction(wordNear(code, names));
+  const vexlo::KnownActionRow* const row = vexlo::findKnownAction(closestWord(code, names));
   return row == nullptr ? std::string_view() : row->code;
 }
 
@@ -113,7 +113,8 @@ std::string pointerOf(const Path& path) {
   return out;
 }
 
-/// A member of an object. It counts unless a later one, or a later one around it, has its name.
+/// A member of an object. It counts unless it, or an object around it, is replaced by a later
+/// duplicate.
 struct DocumentMember {
   const Value& value;
   bool counts;
@@ -136,7 +137,7 @@ class FileCheck {
     for (const auto& [value, counts] : members) {
       path_.push_back({value.name, {}});
       if (isKnownMember(value.name)) {
-        lookAtKnownMember(value, counts);
+        checkKnownMember(value, counts);
       } else if (counts && value.name != kSchema) {
         reportIgnored(value);
       }
@@ -180,9 +181,9 @@ class FileCheck {
     if (value.type == ValueType::string && expected == "an array of strings") {
       return R"(an action's arguments are in an array: ["30"], not "30")";
     }
-    if (value.type == ValueType::array && wordNear(value.name, kRootMembers) == kExclusions) {
+    if (value.type == ValueType::array && closestWord(value.name, kRootMembers) == kExclusions) {
       return path_.size() == 2 && path_.front().name == kProducts
-                 ? text("did you mean \"", kExclusions, "\"? Upper and lower case count")
+                 ? text("did you mean \"", kExclusions, "\"? Names are case-sensitive")
                  : text('"', kExclusions, "\" belongs in \"", kProducts, '"');
     }
     if (value.type == ValueType::array && path_.size() == 3 &&
@@ -230,7 +231,7 @@ class FileCheck {
   }
 
   void reportIgnored(const Value& value) {
-    const std::string_view meant = wordNear(value.name, kRootMembers);
+    const std::string_view meant = closestWord(value.name, kRootMembers);
     report(FindingKind::ignoredMember, value.nameOffset,
            "is not read" + (meant.empty() ? std::string()
                             : meant == kExclusions
@@ -260,7 +261,7 @@ class FileCheck {
     path_.pop_back();
   }
 
-  void lookAtKnownMember(const Value& value, bool counts) {
+  void checkKnownMember(const Value& value, bool counts) {
     if (value.type == ValueType::null) {
       return;
     }
@@ -272,11 +273,11 @@ class FileCheck {
     for (const auto& [member, memberCounts] : membersOf(value, counts)) {
       path_.push_back({member.name, {}});
       if (isProducts && member.name == kExclusions) {
-        lookAtExclusions(member, memberCounts);
+        checkExclusions(member, memberCounts);
       } else if (isProducts) {
-        lookAtProduct(member, memberCounts);
+        checkProduct(member, memberCounts);
       } else {
-        lookAtActions(member, memberCounts, "a patch");
+        checkActions(member, memberCounts, "a patch");
       }
       path_.pop_back();
     }
@@ -297,7 +298,7 @@ class FileCheck {
     return allAre;
   }
 
-  void lookAtExclusions(const Value& value, bool counts) {
+  void checkExclusions(const Value& value, bool counts) {
     if (!isArrayOfStrings(value) || !counts) {
       return;
     }
@@ -310,7 +311,7 @@ class FileCheck {
         report(FindingKind::repeatedArgument, element->offset,
                text("patch ", inQuotes(patchID), " is already in the list"));
       } else {
-        lookAtID(patchID, element->offset);
+        checkID(patchID, element->offset);
         const auto own = patches_.find(patchID);
         if (own == patches_.end() ||
             (own->second->type == ValueType::object && document_.children(*own->second).empty())) {
@@ -324,25 +325,25 @@ class FileCheck {
     }
   }
 
-  void lookAtProduct(const Value& product, bool counts) {
+  void checkProduct(const Value& product, bool counts) {
     if (!isObject(product)) {
       return;
     }
-    lookAtName(product, counts, "a product");
+    checkName(product, counts, "a product");
     for (const auto& [servicePack, packCounts] : membersOf(product, counts)) {
       path_.push_back({servicePack.name, {}});
-      lookAtActions(servicePack, packCounts, "a service pack");
+      checkActions(servicePack, packCounts, "a service pack");
       path_.pop_back();
     }
   }
 
   /// The name of a product, service pack or patch.
-  void lookAtName(const Value& value, bool counts, std::string_view takenAs) {
+  void checkName(const Value& value, bool counts, std::string_view takenAs) {
     if (!counts) {
       return;
     }
-    lookAtID(value.name, value.nameOffset);
-    const std::string_view meant = wordNear(value.name, kRootMembers);
+    checkID(value.name, value.nameOffset);
+    const std::string_view meant = closestWord(value.name, kRootMembers);
     if (meant.empty()) {
       return;
     }
@@ -355,7 +356,7 @@ class FileCheck {
                            meant == kExclusions ? inQuotes(kProducts) : "the document itself")));
   }
 
-  void lookAtID(std::string_view id, std::size_t offset) {
+  void checkID(std::string_view id, std::size_t offset) {
     if (id.empty()) {
       report(FindingKind::suspiciousName, offset, "the ID is empty");
     } else if (hasBlanksAround(id)) {
@@ -365,22 +366,22 @@ class FileCheck {
   }
 
   /// The actions of a service pack or patch.
-  void lookAtActions(const Value& owner, bool counts, std::string_view takenAs) {
+  void checkActions(const Value& owner, bool counts, std::string_view takenAs) {
     if (!isObject(owner)) {
       return;
     }
-    lookAtName(owner, counts, takenAs);
+    checkName(owner, counts, takenAs);
     std::vector<Known> known;
     for (const auto& [action, actionCounts] : membersOf(owner, counts)) {
       path_.push_back({action.name, {}});
       if (isArrayOfStrings(action) && actionCounts) {
-        lookAtAction(action, known);
+        checkAction(action, known);
       }
       path_.pop_back();
     }
     std::ranges::sort(known, {}, [](const Known& each) { return each.row->action; });
-    lookAtRestarts(known);
-    lookAtVersions(known);
+    checkRestarts(known);
+    checkVersions(known);
   }
 
   /// A known action and its arguments in the file.
@@ -389,7 +390,7 @@ class FileCheck {
     const Value* value;
   };
 
-  void lookAtAction(const Value& action, std::vector<Known>& known) {
+  void checkAction(const Value& action, std::vector<Known>& known) {
     const ActionID actionID(action.name);
     const KnownAction* const which = std::get_if<KnownAction>(&actionID.value());
     if (which == nullptr) {
@@ -405,10 +406,10 @@ class FileCheck {
       report(FindingKind::actionWithoutEffect, action.nameOffset,
              text(describe(actionID), " does nothing and counts as passed"));
     }
-    lookAtArguments(describe(actionID), row, action);
+    checkArguments(describe(actionID), row, action);
   }
 
-  void lookAtArguments(const std::string& name, const KnownActionRow& row, const Value& list) {
+  void checkArguments(const std::string& name, const KnownActionRow& row, const Value& list) {
     const std::vector<const Value*> given = document_.children(list);
     const std::size_t wanted = row.arguments.size();
     if (given.size() < wanted) {
@@ -450,7 +451,7 @@ class FileCheck {
   }
 
   /// Actions that run after one that restarts the Mac.
-  void lookAtRestarts(const std::vector<Known>& known) {
+  void checkRestarts(const std::vector<Known>& known) {
     for (auto action = known.begin(); action != known.end(); ++action) {
       if (!action->row->restarts) {
         continue;
@@ -468,7 +469,7 @@ class FileCheck {
   }
 
   /// Actions of one patch or service pack that name different macOS versions.
-  void lookAtVersions(const std::vector<Known>& known) {
+  void checkVersions(const std::vector<Known>& known) {
     const Known* first = nullptr;
     const Value* version = nullptr;
     for (const Known& action : known) {
@@ -542,7 +543,7 @@ std::string_view name(FindingKind kind) {
   std::unreachable();
 }
 
-std::vector<Finding> lookThrough(std::string_view text) {
+std::vector<Finding> checkActionFile(std::string_view text) {
   std::vector<Finding> findings;
   const JSONDocument document(text);
   const FileCodec::JSONReading& reading = document.reading();

@@ -115,7 +115,7 @@ std::string schemaOfAction(const KnownActionRow& action) {
   return schema.done();
 }
 
-/// The tokens of a JSON text without white space.
+/// The tokens of a compact JSON text.
 std::vector<std::string_view> tokensOf(std::string_view json) {
   constexpr std::string_view kMarks = "{}[],:";
   std::vector<std::string_view> tokens;
@@ -135,7 +135,7 @@ std::vector<std::string_view> tokensOf(std::string_view json) {
   return tokens;
 }
 
-/// Indents a JSON text without white space. Containers without nested ones stay on one line.
+/// Indents a compact JSON text. Containers without nested ones stay on one line.
 std::string indented(std::string_view json) {
   constexpr auto opens = [](std::string_view token) { return token == "{" || token == "["; };
   constexpr auto closes = [](std::string_view token) { return token == "}" || token == "]"; };

@@ -39,7 +39,7 @@ class ConsoleSink final : public LogSink {
     }
     // Built before locking the console, which should be locked only for the write.
     std::string message = build().text;
-    console_.beside([&] {
+    console_.withActivityCleared([&] {
       lines_.write(level, tag, line, [&] { return LogCore::Logger::Message(std::move(message)); });
     });
   }
@@ -106,7 +106,7 @@ AgentSession::~AgentSession() {
   vxutils::setNotificationHandler({});
   LogCore::setLogSink(nullptr);
   if (const std::int32_t error = fileSink_ ? fileSink_->lastError() : 0; error != 0) {
-    console_.complain(cannotLog(logFilePath_, error) + ", so that lines are missing");
+    console_.complain(cannotLog(logFilePath_, error) + "; log lines are missing");
   }
 }
 

@@ -90,8 +90,8 @@ std::optional<ArgumentProblem> problemWithPath(std::string_view argument) {
   }
   if (!argument.starts_with('/')) {
     return questionable(text(inQuotes(argument),
-                             " is not an absolute path: it is taken from wherever the agent was "
-                             "started"));
+                             " is not an absolute path: it is relative to the agent's working "
+                             "directory"));
   }
   if (!argument.ends_with(".app") && !argument.ends_with(".app/")) {
     return questionable(

@@ -112,7 +112,7 @@ Checked checkFile(const std::string& file) {
   if (hasMark) {
     checked.text.erase(0, FileCodec::kByteOrderMark.size());
   }
-  checked.findings = lookThrough(checked.text);
+  checked.findings = checkActionFile(checked.text);
   if (hasMark) {
     checked.findings.insert(
         checked.findings.begin(),
@@ -120,7 +120,7 @@ Checked checkFile(const std::string& file) {
          .offset = 0,
          .pointer = {},
          .place = {},
-         .text = "the text begins with a byte order mark, which some readers refuse"});
+         .text = "the file begins with a byte order mark, which some parsers reject"});
   }
   try {
     // The agent's own reader decides.

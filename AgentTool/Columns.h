@@ -14,8 +14,8 @@ struct Cell {
   Style style = Style::plain;
 };
 
-/// A table whose columns are as wide as their widest text, except for the last one, which is
-/// wrapped if standard output is a terminal and too narrow.
+/// A table whose columns are as wide as their widest cell. The last one is wrapped if standard
+/// output is a terminal and too narrow.
 class Columns {
  public:
   /// `headings` are the first row, at least one.

@@ -89,20 +89,20 @@ void addLog(CLI::App& command, Written& written, const char* whichLevel) {
              "append log lines to FILE instead of standard error");
 }
 
-/// All settings, for the commands that look at the machine.
+/// Adds all settings, for commands that read the machine's state.
 void addAgent(CLI::App& command, Written& written, const char* whichLevel) {
   addBase(command, written, "base = DIR, data = DIR/data, logs = DIR/logs");
   addSetting(command, "--data-dir", written.dataDirectory, "DIR", "the agent's data directory");
   addSetting(command, "--log-dir", written.logDirectory, "DIR", "the agent's log directory");
   addSetting(command, "--machine", written.machine, "auto|apple-silicon|intel",
-             "the kind of machine (auto: detect it)")
+             "the processor type (auto: detect it)")
       ->check(CLI::IsMember({"auto", "apple-silicon", "intel"}).description(""));
   addLog(command, written, whichLevel);
 }
 
 void addStrict(CLI::App& command, Written& written) {
   command.add_flag("--strict", written.strict,
-                   "a patch, product or service pack that the file doesn't hold is bad usage");
+                   "treat a patch, product or service pack that is not in the file as bad usage");
 }
 
 void addJSON(CLI::App& command, Written& written, const char* what) {
@@ -115,46 +115,46 @@ void setFooter(CLI::App& command, const char* exitStatus) {
 
 void addWhatIf(CLI::App& app, Written& written) {
   CLI::App& whatIf = *app.add_subcommand(
-      "what-if", "Tells what a patch would come to on each machine of a fleet, line for line.");
+      "what-if", "Predicts a patch's result on each machine of a fleet, one line per machine.");
   whatIf.add_option("ACTIONS", written.actionFile, "the action file")->type_name("");
   whatIf
       .add_option("FACTS", written.factsFiles,
-                  "lines of 'facts --json', one a machine (default: -, standard input)")
+                  "files with a line of 'facts --json' per machine (default: -, standard input)")
       ->type_name("");
   addPatch(whatIf, written, false);
   addStrict(whatIf, written);
   whatIf
       .add_option("--compare", written.compareWith,
-                  "show only the machines that answered otherwise with this action file")
+                  "show only machines whose result differs with this action file")
       ->type_name("ACTIONS");
   CLI::Option& summary =
       *whatIf.add_flag("--summary", written.summaryOnly, "print only the summary, as a table");
-  CLI::Option& summaryFile = *whatIf.add_option(
-      "--summary-file", written.summaryFile,
-      "write the summary to FILE, as JSON, instead of a table to standard error");
+  CLI::Option& summaryFile =
+      *whatIf.add_option("--summary-file", written.summaryFile,
+                         "write the summary to FILE as JSON, instead of a table to standard error");
   summaryFile.type_name("FILE");
   CLI::Option& merge = *whatIf.add_option(
       "--merge", written.summariesToMerge,
-      "add summaries up, a line each, and print their sum (- for standard input)");
+      "merge summaries, one per line, and print the result (- for standard input)");
   merge.type_name("SUMMARY")->expected(1, -1);
   whatIf.add_flag("--json", written.json,
-                  "with --summary or --merge: one JSON object, in one line");
+                  "with --summary or --merge: print one JSON object on one line");
   for (const char* other : {"ACTIONS", "FACTS", "--patch", "--product", "--service-pack",
                             "--strict", "--compare", "--summary-file"}) {
     merge.excludes(whatIf.get_option(other));
   }
   merge.excludes(&summary);
   setFooter(whatIf,
-            "  0   every line was answered\n"
-            "  2   lines that can't be read were left out; standard error names them\n"
+            "  0   every line was evaluated\n"
             "  1   a file of facts can't be read\n"
+            "  2   invalid lines were skipped and reported on standard error\n"
             "  64  bad usage\n"
-            "  65  an action file, or a summary, can't be used");
+            "  65  an action file or a summary can't be used");
 }
 
 void addCommands(CLI::App& app, Written& written) {
   CLI::App& plan = *app.add_subcommand(
-      "plan", "Shows the actions that apply, in order, and where each comes from.");
+      "plan", "Shows the applicable actions in order, and where each comes from.");
   addPatch(plan, written);
   addStrict(plan, written);
   addJSON(plan, written, "print one JSON object instead of a table");
@@ -166,11 +166,11 @@ void addCommands(CLI::App& app, Written& written) {
             "  65  the action file can't be used");
 
   CLI::App& evaluate =
-      *app.add_subcommand("evaluate", "Tells what each action would come to, and changes nothing.");
+      *app.add_subcommand("evaluate", "Predicts each action's result without changing anything.");
   addPatch(evaluate, written);
   CLI::Option& factsFile = *evaluate.add_option(
       "--facts", written.factsFile,
-      "answer for the machine that wrote this line with 'facts --json' (- for standard input)");
+      "evaluate the machine that printed this line of 'facts --json' (- for standard input)");
   factsFile.type_name("FILE");
   evaluate
       .add_flag("--ask-apple", written.asksApple,
@@ -185,12 +185,12 @@ void addCommands(CLI::App& app, Written& written) {
   addAgent(evaluate, written, "the lowest level to log (default: none)");
   evaluate.get_option("--machine")->excludes(&factsFile);
   setFooter(evaluate,
-            "  0   no action would keep the patch from going on\n"
-            "  75  an action would have it applied later, or depends on something not asked\n"
+            "  0   no action would stop the patch\n"
+            "  75  an action would return applyLater or depends on something that was not asked\n"
             "  64  bad usage\n"
             "  65  the action file or the facts can't be used");
 
-  CLI::App& run = *app.add_subcommand("run", "Runs the actions, in order, as the agent would.");
+  CLI::App& run = *app.add_subcommand("run", "Runs the actions in order, as the agent would.");
   addPatch(run, written);
   run.add_option("--action", written.actionCodes,
                  "run only this action; may be repeated. An action that doesn't apply passes")
@@ -198,31 +198,30 @@ void addCommands(CLI::App& app, Written& written) {
       ->expected(1)
       ->allow_extra_args(false)
       ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
-      // A script with an empty variable must not get a success.
+      // An empty variable in a script must not count as success.
       ->check(
           [](const std::string& code) { return code.empty() ? "a code or name is needed" : ""; });
-  run.add_flag("--keep-going", written.keepGoing, "continue after an action that is not a success");
-  run.add_flag("--explain", written.explain,
-               "show the log lines that led to whatever is not a success");
+  run.add_flag("--keep-going", written.keepGoing, "continue after an action that doesn't succeed");
+  run.add_flag("--explain", written.explain, "show the log lines of actions that don't succeed");
   addStrict(run, written);
   addJSON(run, written, "print one JSON object per line, as each action ends");
   addAgent(run, written, "the lowest level to log (default: info)");
   setFooter(run,
             "  0   all actions passed\n"
-            "  75  something is to be applied later\n"
+            "  75  an action has to be applied later\n"
             "  1   an action failed\n"
             "  64  bad usage\n"
             "  65  the action file can't be used");
 
   CLI::App& check = *app.add_subcommand(
-      "check", "Checks action files for errors and oddities and says where they are.");
-  check.add_option("FILE", written.files, "the action files; - is standard input")
+      "check", "Checks action files for errors and oddities and shows where they are.");
+  check.add_option("FILE", written.files, "the action files (- for standard input)")
       ->required()
       ->type_name("");
-  check.add_flag("--strict", written.strict, "end with 1 when something looks odd");
-  addJSON(check, written, "print one JSON object per file, in one line, instead of text");
+  check.add_flag("--strict", written.strict, "exit with 1 if something looks odd");
+  addJSON(check, written, "print one JSON object per file, each on one line, instead of text");
   setFooter(check,
-            "  0   the files can be used; oddities are listed as warnings\n"
+            "  0   the files can be used; oddities are warnings\n"
             "  1   with --strict: something looks odd\n"
             "  64  bad usage\n"
             "  65  a file can't be used");
@@ -242,20 +241,20 @@ void addCommands(CLI::App& app, Written& written) {
                  "show all running applications that have a bundle identifier");
   facts.add_flag("--ask-apple", written.asksApple,
                  "ask Apple's servers about updates (softwareupdate --list, mdmclient)");
-  addJSON(facts, written, "one JSON object, in one line, instead of a table");
+  addJSON(facts, written, "print one JSON object on one line instead of a table");
   addAgent(facts, written, "the lowest level to log (default: none)");
   setFooter(facts,
-            "  0   shown; what can't be read is shown as absent, with the reason\n"
+            "  0   the facts were printed; unreadable ones are absent, with the reason\n"
             "  64  bad usage");
 
   addWhatIf(app, written);
 
-  CLI::App& help = *app.add_subcommand("help", "Explains a command, or the actions.");
-  help.add_option("COMMAND", written.helpTopic, "a command, or actions")->type_name("");
-  help.add_option("ACTION", written.helpAction, "after actions: the code or name of one")
+  CLI::App& help = *app.add_subcommand("help", "Explains a command or the actions.");
+  help.add_option("COMMAND", written.helpTopic, "a command, or 'actions'")->type_name("");
+  help.add_option("ACTION", written.helpAction, "after 'actions': the code or name of one")
       ->type_name("");
   help.add_option("--as", written.helpForm,
-                  "of all actions: text, Markdown, or the JSON Schema of the action file")
+                  "with 'actions': print text, Markdown, or the JSON Schema of the action file")
       ->type_name("text|markdown|schema")
       ->check(CLI::IsMember({"text", "markdown", "schema"}).description(""));
 }
@@ -264,17 +263,19 @@ constexpr const char* kDescription =
     "Plans, runs and checks the actions of a patch, as the agent would.";
 
 void define(CLI::App& app, Written& written) {
-  app.set_help_flag("-h,--help", "shows this help");
-  app.set_version_flag("--version", versionText(), "shows the library's version and commit");
+  app.set_help_flag("-h,--help", "show this help");
+  app.set_version_flag("--version", versionText(), "show the library's version and commit");
   app.require_subcommand(1);
   app.get_formatter()->label("SUBCOMMAND", "COMMAND");
-  app.get_formatter()->label("Subcommands", "Commands");
   app.get_formatter()->label("REQUIRED", "(required)");
   app.get_formatter()->label("Excludes", "(not with)");
   addCommands(app, written);
+  for (CLI::App* const command : app.get_subcommands({})) {
+    command->group("Commands");  // the heading in the help
+  }
 }
 
-/// The help of the program or of one command, without the formatter's double empty lines.
+/// The help for the program or one command, without the formatter's double blank lines.
 NoRequest helpOn(const CLI::App& app) {
   const std::string name =
       app.get_parent() == nullptr ? kProgram : std::string(kProgram) + " " + app.get_name();
@@ -294,8 +295,9 @@ NoRequest badUsage(std::string_view text, const CLI::App& command) {
 }
 
 NoRequest noSuchCommand(const std::vector<std::string>& words, const CLI::App& app) {
-  return badUsage(words.empty() ? "a command is needed: plan, run, check, facts or help"
-                                : "no such command: " + words.front(),
+  return badUsage(words.empty()
+                      ? "a command is needed: plan, evaluate, run, check, facts, what-if or help"
+                      : "no such command: " + words.front(),
                   app);
 }
 
@@ -315,7 +317,7 @@ NoRequest helpOnActions(const Written& written) {
                                                    "\nTry 'vexlo-patch help actions'."};
 }
 
-/// The command on the command line, or the program itself without one.
+/// The command on the command line; the program itself if there is none.
 const CLI::App& chosenCommand(const CLI::App& app) {
   const auto chosen = app.get_subcommands();
   return chosen.empty() ? app : *chosen.front();
@@ -478,7 +480,7 @@ std::expected<Request, NoRequest> request(const CLI::App& app, Written& written)
     return CheckRequest{
         .files = std::move(written.files), .strict = written.strict, .json = written.json};
   }
-  // The commands share `written`: another one's default from the environment may have replaced it.
+  // The commands share `written`, so another command's default may have overwritten it.
   if (const CLI::Option& root = *command.get_option("--agent-root"); root.count() > 0) {
     written.agentRoot = root.as<std::string>();
   }

@@ -39,7 +39,7 @@ struct EvaluateRequest {
   AgentSettings agent;
   vexlo::PatchIdentifier patch;
   std::optional<std::string> factsFile;  ///< "-": standard input. Absent: this machine.
-  bool asksApple = false;                ///< Of this machine only, as the next one.
+  bool asksApple = false;                ///< Like the next one, for this machine only.
   bool asksAgent = false;
   bool strict =
       false;  ///< A patch, product or service pack that is not in the file is a usage error.
@@ -49,9 +49,9 @@ struct EvaluateRequest {
 struct RunRequest {
   AgentSettings agent;
   vexlo::PatchIdentifier patch;
-  std::vector<std::string> actionCodes;  ///< Or names. Empty means all that apply.
+  std::vector<std::string> actionCodes;  ///< Codes or names; empty for all applicable actions.
   bool keepGoing = false;
-  bool explain = false;  ///< Show the log lines of actions that are not a success.
+  bool explain = false;  ///< Show the log lines of actions that don't succeed.
   bool strict =
       false;  ///< A patch, product or service pack that is not in the file is a usage error.
   bool json = false;
@@ -60,7 +60,7 @@ struct RunRequest {
 struct FactsRequest {
   AgentSettings agent;
   std::vector<std::string> applications;  ///< Bundle identifiers.
-  bool allApplications = false;           ///< All that run.
+  bool allApplications = false;           ///< All running ones.
   bool asksApple = false;
   bool json = false;
 };
@@ -69,14 +69,14 @@ struct WhatIfRequest {
   std::string actionFile;
   vexlo::PatchIdentifier patch;
   std::vector<std::string> factsFiles;     ///< At least one; "-" is standard input.
-  std::optional<std::string> compareWith;  ///< The action file before.
-  std::optional<std::string> summaryFile;  ///< Gets the summary as JSON.
+  std::optional<std::string> compareWith;  ///< The previous action file.
+  std::optional<std::string> summaryFile;  ///< Where to write the summary as JSON.
   bool summaryOnly = false;
-  bool strict = false;  ///< A patch, product or service pack that the file lacks is bad usage.
-  bool json = false;    ///< The summary alone as JSON.
+  bool strict = false;  ///< A patch, product or service pack that is not in the file is bad usage.
+  bool json = false;    ///< Print the summary as JSON.
 };
 
-/// Of `what-if` too.
+/// `what-if --merge`.
 struct MergeRequest {
   std::vector<std::string> summaryFiles;  ///< "-" is standard input.
   bool json = false;
@@ -84,15 +84,15 @@ struct MergeRequest {
 
 struct CheckRequest {
   std::vector<std::string> files;  ///< "-" is standard input.
-  bool strict = false;             ///< A file that looks odd is a failure.
+  bool strict = false;             ///< Oddities are failures.
   bool json = false;
 };
 
 using Request = std::variant<PlanRequest, EvaluateRequest, RunRequest, CheckRequest, FactsRequest,
                              WhatIfRequest, MergeRequest>;
 
-/// A command line that runs no command: a request for help, which is a success with `text` as the
-/// answer, or an error that `text` describes, in lines without a prefix.
+/// A command line that runs no command: a request for help, which succeeds and prints `text`, or an
+/// error, described by `text` without a prefix.
 struct NoRequest {
   ExitStatus status;
   std::string text;
@@ -100,7 +100,7 @@ struct NoRequest {
 
 [[nodiscard]] std::expected<Request, NoRequest> readCommandLine(int argc, const char* const* argv);
 
-/// Lends `read` the definition of the command line, of which its reference is made.
+/// Calls `read` with the definition of the command line, for generating its reference.
 void withDefinition(const std::function<void(const CLI::App&)>& read);
 
 }  // namespace agent_tool

@@ -12,16 +12,16 @@ namespace agent_tool {
 /// Evaluates the actions that apply to a patch without running them. Changes nothing.
 [[nodiscard]] ExitStatus evaluate(const EvaluateRequest& request, Console& console);
 
-/// Runs actions of a patch until one doesn't succeed, unless asked to go on.
+/// Runs actions of a patch until one doesn't succeed, or all with `--keep-going`.
 [[nodiscard]] ExitStatus run(const RunRequest& request, Console& console);
 
 /// Shows what the library sees on this machine. Changes nothing.
 [[nodiscard]] ExitStatus facts(const FactsRequest& request, Console& console);
 
-/// Answers what a patch would come to on each machine of a fleet, a line for a line, and sums up.
+/// Predicts a patch's result for each line of facts, prints one line each, and summarizes them.
 [[nodiscard]] ExitStatus whatIf(const WhatIfRequest& request, Console& console);
 
-/// Adds summaries of parts of a fleet up.
+/// Merges the summaries of parts of a fleet.
 [[nodiscard]] ExitStatus mergeSummaries(const MergeRequest& request, Console& console);
 
 /// Checks an action file for errors and likely mistakes.

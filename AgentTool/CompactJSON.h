@@ -1,4 +1,4 @@
-// A JSON document in one array of values, whose memory is reused from text to text.
+// A JSON document in one array of values, whose memory is reused for the next document.
 #pragma once
 #include <cstddef>
 #include <cstdint>
@@ -77,8 +77,8 @@ class JSONValue {
   Type type_ = Type::null;
 };
 
-/// Parses one text after the other, reusing memory, so that it stops allocating after the largest
-/// text. Not thread-safe.
+/// Parses texts one at a time, reusing memory, so that it stops allocating after the largest text.
+/// Not thread-safe.
 class CompactJSON {
  public:
   CompactJSON();

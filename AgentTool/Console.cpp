@@ -21,7 +21,7 @@ namespace {
 
 using Milliseconds = std::chrono::milliseconds;
 
-constexpr Milliseconds kQuickEnough{300};  // shorter actions show no activity
+constexpr Milliseconds kActivityDelay{300};  // shorter actions show no activity
 constexpr Milliseconds kFrame{100};
 constexpr std::array<std::string_view, 10> kSpinner{"⠋", "⠙", "⠹", "⠸", "⠼",
                                                     "⠴", "⠦", "⠧", "⠇", "⠏"};
@@ -100,13 +100,13 @@ void Console::write(std::string_view text) {
 }
 
 void Console::complain(std::string_view text) {
-  beside([&] {
+  withActivityCleared([&] {
     // If that fails, there is nowhere to report it.
     (void)platform::writeAll(STDERR_FILENO, "vexlo-patch: " + std::string(text) + "\n");
   });
 }
 
-void Console::beside(const std::function<void()>& writeOther) {
+void Console::withActivityCleared(const std::function<void()>& writeOther) {
   const std::scoped_lock lock(mutex_);
   eraseActivity();
   writeOther();
@@ -156,7 +156,7 @@ void Console::Activity::keepShowing(const std::function<std::string()>& text) {
   const auto began = std::chrono::steady_clock::now();
   const std::size_t width = columnsOf(console_.activityDescriptor_);
   std::unique_lock lock(console_.mutex_);
-  Milliseconds pause = kQuickEnough;
+  Milliseconds pause = kActivityDelay;
   for (std::size_t frame = 0;
        !hasEnded_.wait_for(lock, pause, [&] { return ended_; }) && !isInterrupted();
        ++frame, pause = kFrame) {

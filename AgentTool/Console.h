@@ -35,7 +35,7 @@ class Console {
   /// Writes "vexlo-patch: <text>" and a line feed to standard error.
   void complain(std::string_view text);
   /// Calls `writeOther`, which writes to standard error directly.
-  void beside(const std::function<void()>& writeOther);
+  void withActivityCleared(const std::function<void()>& writeOther);
 
   /// `text` in the style's colours if standard output is a terminal and colours are wanted.
   [[nodiscard]] std::string styled(std::string_view text, Style style) const;
@@ -48,16 +48,18 @@ class Console {
   /// The terminal that shows activity; -1 if there is none.
   [[nodiscard]] int activityDescriptor() const noexcept { return activityDescriptor_; }
 
-  /// Shows the printable `text` with the elapsed time on a terminal, for its lifetime.
+  /// Shows a status line with the elapsed time on a terminal, for its lifetime.
   class Activity {
    public:
     Activity(Console& console, std::string text);
-    /// `text` is called for every look at it, on another thread, and must not use the console.
+    /// `text` returns printable text. It is called on another thread whenever the line is drawn,
+    /// and
+    /// must not use the console.
     Activity(Console& console, std::function<std::string()> text);
     Activity(const Activity&) = delete;
     Activity& operator=(const Activity&) = delete;
     ~Activity();
-    /// From now on shows `progress`, a printable text, between the text and the time.
+    /// Shows `progress`, which must be printable, between the text and the time.
     void show(std::string progress);
 
    private:

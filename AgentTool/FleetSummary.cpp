@@ -24,7 +24,7 @@ constexpr const char* kAppleSilicon = "apple-silicon";
 constexpr const char* kIntel = "intel";
 
 void increase(std::uint64_t& sum, std::uint64_t by) {
-  // Neither is above the limit, so that the sum fits.
+  // Neither exceeds the limit, so the sum fits.
   sum = std::min(sum + std::min(by, FleetSummary::kMostMachines), FleetSummary::kMostMachines);
 }
 

@@ -136,7 +136,7 @@ std::string nameOf(const FleetAnswer& answer) {
   return answer.action.empty() ? std::string() : describe(vexlo::ActionID(answer.action));
 }
 
-/// By descending count; equal ones by what is counted.
+/// By descending count, then by what is counted.
 constexpr auto mostFirst = [](const auto& left, const auto& right) {
   return left.second != right.second ? left.second > right.second : *left.first < *right.first;
 };
@@ -209,7 +209,7 @@ std::string moves(const FleetSummary& summary, const Console& console) {
     return {};
   }
   if (summary.moves().empty()) {
-    return "\nNo machine answers otherwise than before.\n";
+    return "\nNo machine's result has changed.\n";
   }
   CountTable table({"BEFORE", "NOW"});
   std::vector<std::pair<const FleetSummary::Moves::key_type*, std::uint64_t>> rows;
@@ -258,7 +258,7 @@ std::string asTable(const FleetSummary& summary, const Console& console) {
   return out + outcomes(summary, console) + reasons(summary, console) +
          bySort(summary, "MACOS", console,
                 [](const MachineKind& kind) {
-                  return std::pair(-kind.macOS, kind.macOS == 0 ? std::string("not known")
+                  return std::pair(-kind.macOS, kind.macOS == 0 ? std::string("unknown")
                                                                 : text("macOS ", kind.macOS));
                 }) +
          bySort(summary, "PROCESSOR", console,

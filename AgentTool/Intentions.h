@@ -1,4 +1,4 @@
-// What the library would do to the machine, noted by collaborators that do nothing.
+// Records what the library would do to the machine.
 #pragma once
 #include <cstdint>
 #include <string>
@@ -9,9 +9,8 @@
 
 namespace agent_tool {
 
-/// The notes on one action. The first one that stands in the way of an answer is what comes next;
-/// notes after it are what would follow. Memory is used again from action to action. For one thread
-/// at a time.
+/// The intentions of one action. The first one determines `next()`; the others would follow it.
+/// Reuses its memory for the next action. Not thread-safe.
 class Intentions {
  public:
   enum class Next : std::uint8_t {
@@ -20,7 +19,7 @@ class Intentions {
     force,     ///< It would prompt the user; no answer counts as yes.
     kill,      ///< It would kill applications.
     run,       ///< It would run commands.
-    notAsked,  ///< It would have asked something that this evaluation may not ask or can't know.
+    notAsked,  ///< It needs an answer that this evaluation must not request or doesn't have.
   };
 
   void clear();
@@ -28,14 +27,14 @@ class Intentions {
   void prompt(const std::vector<std::string>& applications,
               const vexlo::RunningAppPromptEvaluation& evaluation);
   void kill(const std::vector<std::string>& applications);
-  /// `command` holds no password.
+  /// `command` must not contain a password.
   void run(std::string command);
   void leaveUnasked(std::string_view question);
-  /// The answer depends on `question` where it says that nothing stands in the way.
+  /// A success without any intention depends on `question`.
   void doubt(std::string_view question);
 
   [[nodiscard]] Next next() const noexcept { return next_; }
-  /// Display names of the applications that the user would be asked about, or that would be killed.
+  /// Display names of the applications that the prompt would show or that would be killed.
   [[nodiscard]] const std::vector<std::string>& applications() const noexcept {
     return applications_;
   }
@@ -43,14 +42,14 @@ class Intentions {
   [[nodiscard]] const vexlo::RunningAppPromptEvaluation& evaluation() const noexcept {
     return evaluation_;
   }
-  /// The command lines that would run one after the other, each if the one before succeeds.
+  /// The command lines that would run in sequence until one fails.
   [[nodiscard]] const std::vector<std::string>& commands() const noexcept { return commands_; }
   /// What was not asked.
   [[nodiscard]] const std::string& doubt() const noexcept { return doubt_; }
   [[nodiscard]] const std::string& question() const noexcept { return question_; }
 
  private:
-  /// Whether this is the first note.
+  /// Sets `next()` if this is the first intention; returns whether it is.
   bool isFirst(Next next);
 
   Next next_ = Next::nothing;

@@ -52,7 +52,7 @@ void endByInterruption(int signal) {
 
 }  // namespace
 
-void endCleanlyWhenInterrupted(int terminal) {
+void handleTerminationSignals(int terminal) {
   mainThread = ::pthread_self();
   terminalOfActivity = terminal;
   struct sigaction action{};

@@ -9,7 +9,7 @@ namespace agent_tool {
 /// starts, no result is printed, and the tool is killed by the signal, as its caller expects.
 /// `terminal` is the descriptor that shows activity, or -1. Ignores SIGPIPE, so that a closed pipe
 /// doesn't interrupt an installation. Called once, on the main thread, which runs the actions.
-void endCleanlyWhenInterrupted(int terminal);
+void handleTerminationSignals(int terminal);
 
 /// Whether such a signal was received.
 [[nodiscard]] bool isInterrupted() noexcept;

@@ -11,8 +11,8 @@ constexpr std::string_view kEndsOfWords = " \t\r\n,:]}";
 
 }  // namespace
 
-/// Adds a value for each event. The tokens of a valid text come in the order of the events, so that
-/// each event's place is that of the next token.
+/// Adds a value for each event. Events come in the order of the tokens, so each event's offset is
+/// that of the next token.
 class JSONDocument::Builder final : public FileCodec::JSONEvents {
  public:
   explicit Builder(JSONDocument& document) : document_(document) {}
@@ -87,7 +87,7 @@ JSONDocument::JSONDocument(std::string_view text) : text_(text) {
     values_.clear();
     decoded_.clear();
     Builder again(*this);
-    // The copy goes: its strings are kept as if they had been written with escapes.
+    // The copy is temporary, so all of its strings are stored in `decoded_`.
     reading_ = FileCodec::readJSON(FileCodec::withShortExponents(std::string(text)), again);
   }
   if (reading_.outcome != FileCodec::JSONOutcome::complete) {

@@ -1,4 +1,4 @@
-// A JSON text as a tree that knows the place of each value.
+// A JSON text as a tree of values with their offsets.
 #pragma once
 #include <cstddef>
 #include <cstdint>
@@ -11,23 +11,23 @@
 
 namespace agent_tool {
 
-/// The tree of one text, which has to outlive it. Values are in the text's order, each before what
-/// it holds; the root is the first.
+/// The tree of one text, which must outlive it. Values are in document order, containers before
+/// their contents; the root is the first.
 class JSONDocument {
  public:
   enum class Type : std::uint8_t { object, array, string, number, boolean, null };
 
   struct Value {
     Type type = Type::null;
-    std::uint32_t end = 0;         ///< The number of the first value that isn't in this one.
-    std::uint32_t offset = 0;      ///< Where the value begins in the text.
-    std::uint32_t nameOffset = 0;  ///< Where the member's name begins, or the value itself.
-    std::string_view name;         ///< Of a member; else empty.
-    std::string_view string;       ///< Of a string: what it says.
+    std::uint32_t end = 0;         ///< The index of the first value after this one's contents.
+    std::uint32_t offset = 0;      ///< Of the value in the text.
+    std::uint32_t nameOffset = 0;  ///< Of the member's name; without a name, of the value.
+    std::string_view name;         ///< The member's name; empty for other values.
+    std::string_view string;       ///< A string's decoded content.
   };
 
-  /// Reads a text of at most 4 GiB without a byte order mark. What doesn't end with `complete` in
-  /// `reading()` has no values.
+  /// Reads a text of at most 4 GiB without a byte order mark. There are no values unless the
+  /// outcome of `reading()` is `complete`.
   explicit JSONDocument(std::string_view text);
   JSONDocument(const JSONDocument&) = delete;
   JSONDocument& operator=(const JSONDocument&) = delete;
@@ -43,10 +43,10 @@ class JSONDocument {
   std::string_view text_;
   FileCodec::JSONReading reading_;
   std::vector<Value> values_;
-  std::deque<std::string> decoded_;  // strings that were written with escapes; they stay in place
+  std::deque<std::string> decoded_;  // strings that had escapes; a deque doesn't move them
 };
 
-/// The length of what begins at `offset` of a JSON text: a string, a word, or one bracket.
+/// The length of the token at `offset` of a JSON text: a string, a word, or one bracket.
 [[nodiscard]] std::size_t tokenLength(std::string_view text, std::size_t offset);
 
 }  // namespace agent_tool

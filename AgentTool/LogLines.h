@@ -12,18 +12,18 @@
 
 namespace agent_tool {
 
-/// Keeps the last lines of every level as texts for people, «info Validators/Disk/Disk
-/// hasMinimumFreeSpace(of:): …», and passes all on.
+/// Keeps the last lines of every level in a readable form, «info Validators/Disk/Disk
+/// hasMinimumFreeSpace(of:): …», and forwards all lines.
 class LogLines final : public LogCore::LogSink {
  public:
   static constexpr std::size_t kMost = 200;
 
-  /// `next` is never null.
+  /// `next` must not be null.
   explicit LogLines(std::shared_ptr<LogCore::LogSink> next) : next_(std::move(next)) {}
   void write(LogCore::LogLevel level, const LogCore::LogTag& tag, std::uint32_t line,
              const LogCore::MessageBuilder& build) override;
-  /// Gives away the lines since the last call, at most `kMost`; the first one tells how many
-  /// before them were dropped, if any were.
+  /// Returns and removes the lines since the last call, at most `kMost`. If older lines were
+  /// dropped, the first one says how many.
   [[nodiscard]] std::vector<std::string> take();
 
  private:

@@ -32,9 +32,9 @@ std::vector<NameNotInFile> namesNotInFile(const vexlo::PatchIdentifier& patch,
   return names;
 }
 
-void complainOf(const std::vector<NameNotInFile>& names, Console& console) {
+void reportNamesNotInFile(const std::vector<NameNotInFile>& names, Console& console) {
   for (const NameNotInFile& name : names) {
-    console.complain("the action file doesn't hold " + printable(name.text));
+    console.complain("the action file has no " + printable(name.text));
   }
 }
 

@@ -21,7 +21,7 @@ struct NameNotInFile {
                                                         const vexlo::PatchActionGroup& file);
 
 /// Reports on stderr that they are not in the file. Does nothing for an empty list.
-void complainOf(const std::vector<NameNotInFile>& names, Console& console);
+void reportNamesNotInFile(const std::vector<NameNotInFile>& names, Console& console);
 
 /// `["patchID","productID"]`
 [[nodiscard]] std::string asJSON(const std::vector<NameNotInFile>& names);

@@ -1,4 +1,4 @@
-// Text for people, without terminal control sequences.
+// Text for display, without terminal control sequences.
 #pragma once
 #include <cstddef>
 #include <string>

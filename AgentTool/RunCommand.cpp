@@ -85,7 +85,7 @@ std::vector<PlannedAction> plannedActions(const RunRequest& request,
   return planned;
 }
 
-/// Runs actions, one at a time, and tells the report what they do meanwhile.
+/// Runs actions, one at a time, and reports their progress.
 class Runner final : public vexlo::ActionObserver {
  public:
   /// `logLines` is null unless `--explain` was given.
@@ -96,7 +96,7 @@ class Runner final : public vexlo::ActionObserver {
         showsActivity_(showsActivity),
         logLines_(std::move(logLines)) {}
 
-  /// Runs the action with the processor that this observes.
+  /// Runs the action with `processor`, which this observes.
   EndedAction run(const PlannedAction& action, ProcessPatchActions& processor) {
     if (logLines_) {
       (void)logLines_->take();
@@ -122,7 +122,7 @@ class Runner final : public vexlo::ActionObserver {
   }
   void progressed(const ActionID& /*action*/, const vexlo::ActionProgress& progress) override {
     if (progress.phase == vexlo::ActionProgress::Phase::starting) {
-      return;  // the tool has told nothing that is progress
+      return;  // no progress reported yet
     }
     if (activity_) {
       activity_->show(describe(progress));
@@ -140,7 +140,7 @@ class Runner final : public vexlo::ActionObserver {
   bool showsActivity_;
   std::shared_ptr<LogLines> logLines_;
   std::optional<Console::Activity> activity_;
-  const PlannedAction* action_ = nullptr;  // the one that runs
+  const PlannedAction* action_ = nullptr;  // the running action
   std::chrono::steady_clock::time_point began_;
   std::vector<vexlo::Measurement> measurements_;
 };
@@ -167,7 +167,7 @@ std::unique_ptr<ProcessPatchActions> makeProcessor(const RunRequest& request,
 }  // namespace
 
 ExitStatus run(const RunRequest& request, Console& console) {
-  endCleanlyWhenInterrupted(request.json ? -1 : console.activityDescriptor());
+  handleTerminationSignals(request.json ? -1 : console.activityDescriptor());
   const AgentSession session(request.agent, console);
   std::unique_ptr<ProcessPatchActions> processor;
   try {
@@ -179,7 +179,7 @@ ExitStatus run(const RunRequest& request, Console& console) {
 
   const std::vector<NameNotInFile> unknownNames = namesNotInFile(
       request.patch, *vexlo::PatchActionJSONParser::shared().cachedPatchActionGroup().value());
-  complainOf(unknownNames, console);
+  reportNamesNotInFile(unknownNames, console);
   if (request.strict && !unknownNames.empty()) {
     return ExitStatus::badUsage;
   }

@@ -57,7 +57,7 @@ bool isForced(const EndedAction& ended) {
 }
 
 /// The reason's name and what was measured: «inSufficientBattery: battery 12 %, 30 % needed».
-std::string whyForPeople(const EndedAction& ended) {
+std::string readableReason(const EndedAction& ended) {
   std::string measured = printable(describe(std::span(ended.measurements)));
   if (!ended.result.description || isForced(ended)) {
     return measured;
@@ -168,7 +168,7 @@ class TableReport final : public RunReport {
                                  {printable(describe(action.actionID))},
                                  {name(result.outcome), styleOf(result.outcome)},
                                  {std::move(seconds), Style::faint},
-                                 {whyForPeople(ended)}}));
+                                 {readableReason(ended)}}));
     if (logLines) {
       explanations_ += text(
           '\n',

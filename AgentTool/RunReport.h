@@ -25,7 +25,7 @@ struct EndedAction {
   const PlannedAction& action;
   vexlo::PatchActionResult result;
   std::vector<vexlo::Measurement> measurements;
-  /// The log lines that led to it; absent when nobody asks for an explanation or none is needed.
+  /// The log lines of an action that didn't succeed; absent without `--explain`.
   std::optional<std::vector<std::string>> logLines;
   std::chrono::duration<double> took;
 };
@@ -34,7 +34,7 @@ class RunReport {
  public:
   virtual ~RunReport() = default;
   virtual void began(const std::vector<PlannedAction>& actions) = 0;
-  /// A tool that `action`, which began `took` ago, runs has written a line.
+  /// A tool of `action`, which started `took` ago, has written a line.
   virtual void progressed(const PlannedAction& action, const vexlo::ActionProgress& progress,
                           std::chrono::duration<double> took) = 0;
   virtual void ended(const EndedAction& action) = 0;

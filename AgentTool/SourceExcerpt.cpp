@@ -45,7 +45,7 @@ std::string sourceExcerpt(std::string_view text, std::size_t offset, std::size_t
   const std::size_t lineStart = text.substr(0, offset).rfind('\n') + 1;
   std::string_view line = text.substr(lineStart, text.find_first_of("\r\n", offset) - lineStart);
   std::size_t column = offset - lineStart;
-  // For a long line, the part around the place.
+  // For a long line, the part around the position.
   if (column > room / 2) {
     const std::size_t cut = characterAt(line, column - room / 2);
     line.remove_prefix(cut);

@@ -1,4 +1,4 @@
-// Shows a place in a text.
+// Shows a position in a text.
 #pragma once
 #include <cstddef>
 #include <string>

@@ -38,7 +38,7 @@ std::size_t differences(std::string_view first, std::string_view second) {
 
 }  // namespace
 
-std::string_view wordNear(std::string_view written, std::span<const std::string_view> words) {
+std::string_view closestWord(std::string_view written, std::span<const std::string_view> words) {
   std::string_view nearest;
   std::size_t fewest = kMostDifferences + 1;
   for (const std::string_view word : words) {

@@ -8,7 +8,7 @@
 namespace agent_tool {
 namespace {
 
-bool holdsUp(Answer answer) {
+bool stopsPatch(Answer answer) {
   switch (answer) {
     case Answer::success:
     case Answer::wouldForce:
@@ -48,7 +48,7 @@ const MachineAnswer& WhatIf::answer(const FactsRecord& record) {
   answer_.measured = "[]";
   for (const Action& action : actions_) {
     const Evaluation evaluation = evaluator_.evaluate(action.actionID);
-    if (holdsUp(evaluation.answer)) {
+    if (stopsPatch(evaluation.answer)) {
       keep(action, evaluation);
       break;
     }

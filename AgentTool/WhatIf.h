@@ -1,4 +1,4 @@
-// Answers what a patch would come to on machines that are known by their records.
+// Predicts a patch's result on machines from their recorded facts.
 #pragma once
 #include <cstddef>
 #include <memory>
@@ -17,22 +17,21 @@
 
 namespace agent_tool {
 
-/// What a patch would come to on one machine: the answer of the action that decides.
+/// A patch's predicted result on one machine: the answer of the deciding action.
 struct MachineAnswer {
   Answer answer = Answer::success;
-  std::string_view code;    ///< The action's; empty when all are a success.
+  std::string_view code;    ///< The action's code; empty if all actions succeed.
   std::string_view action;  ///< Its name.
-  std::string reason;       ///< The description's name; empty without one.
-  std::string next;         ///< What would come next; empty for an answer that is a result.
-  std::string measured;     ///< What was measured, a JSON array.
+  std::string reason;       ///< The description's name; empty if there is none.
+  std::string next;         ///< What would happen next; empty if the answer is a result.
+  std::string measured;     ///< The measurements as a JSON array.
 
   [[nodiscard]] FleetAnswerView counted() const { return {name(answer), code, reason}; }
 };
 
-/// Evaluates a patch for one record after the other. The action that decides is the first one that
-/// holds the patch up: it can't pass now, fails, depends on the user's answer or on something that
-/// the record doesn't hold. Without one it is the first that would do something. For one thread at
-/// a time.
+/// Evaluates a patch for one record at a time. The deciding action is the first that would stop the
+/// patch: it can't pass now, fails, or depends on the user or on a fact that is not in the record.
+/// If there is none, it is the first action that would do something. Not thread-safe.
 class WhatIf {
  public:
   WhatIf(const vexlo::PatchIdentifier& patch,
@@ -40,7 +39,7 @@ class WhatIf {
   WhatIf(const WhatIf&) = delete;
   WhatIf& operator=(const WhatIf&) = delete;
 
-  /// The answer for a record. It lives until the next call.
+  /// The answer for a record; valid until the next call.
   [[nodiscard]] const MachineAnswer& answer(const FactsRecord& record);
 
   /// The actions, in order.

@@ -61,7 +61,7 @@ class LineSource {
   platform::Descriptor file_;
 };
 
-/// The bytes that are to be read, as far as they are known: not those of a pipe.
+/// The total size of the files; absent if one is not a regular file.
 std::optional<std::uint64_t> bytesIn(const std::vector<std::string>& files) {
   std::uint64_t total = 0;
   for (const std::string& file : files) {
@@ -76,7 +76,7 @@ std::optional<std::uint64_t> bytesIn(const std::vector<std::string>& files) {
   return total;
 }
 
-/// How far the reading has got, told by one thread and shown by another.
+/// The reading progress, updated by one thread and shown by another.
 class Progress {
  public:
   explicit Progress(std::optional<std::uint64_t> totalBytes) : totalBytes_(totalBytes) {}
@@ -128,7 +128,7 @@ void appendAnswer(std::string& out, const MachineAnswer& answer) {
   ((out += R"(,"measured":)") += answer.measured);
 }
 
-/// Answers for all lines of all files.
+/// Evaluates all lines of all files.
 class Fleet {
  public:
   Fleet(const WhatIfRequest& request, const ActionFile& file, const ActionFile& fileBefore,
@@ -187,7 +187,7 @@ class Fleet {
   }
 
   void reject(const LineSource& input, std::uint64_t line, std::string_view why) {
-    flush();  // so that on a terminal it stands behind the line before
+    flush();  // so that on a terminal the error follows the previous answer
     console_.complain(text(printable(input.name()), ":", line, ": ", printable(why)));
     summary_.addBadLines(1);
   }
@@ -245,7 +245,7 @@ class Fleet {
   bool allWereRead_ = true;
 };
 
-/// The decoded action file; null when it can't be used, which is complained of.
+/// The decoded action file; null, with a message on stderr, if it can't be used.
 ActionFile readActionFile(const std::string& path, Console& console) {
   const vexlo::PatchActionJSONParser::Outcome outcome =
       vexlo::PatchActionJSONParser(path).cachedPatchActionGroup();
@@ -256,8 +256,8 @@ ActionFile readActionFile(const std::string& path, Console& console) {
   return *outcome;
 }
 
-/// Writes a regular file in one step; a FIFO or a device, which must not be replaced by one, as it
-/// takes the bytes. Empty, or why that failed.
+/// Writes the file atomically, unless it is a FIFO or a device, which must not be replaced. Returns
+/// the error, or an empty string.
 std::string writeSummary(const std::string& path, std::string_view bytes) {
   struct stat status{};
   if (::stat(path.c_str(), &status) != 0 || S_ISREG(status.st_mode)) {
@@ -288,7 +288,7 @@ ExitStatus whatIf(const WhatIfRequest& request, Console& console) {
     return ExitStatus::unusableFile;
   }
   const auto unknownNames = namesNotInFile(request.patch, *file);
-  complainOf(unknownNames, console);
+  reportNamesNotInFile(unknownNames, console);
   if (request.strict && !unknownNames.empty()) {
     return ExitStatus::badUsage;
   }
@@ -306,7 +306,7 @@ ExitStatus whatIf(const WhatIfRequest& request, Console& console) {
     console.write(request.json ? asJSON(summary) : asTable(summary, console));
   } else if (!request.summaryFile) {
     const std::string table = asTable(summary, console);
-    console.beside([&] { (void)platform::writeAll(STDERR_FILENO, table); });
+    console.withActivityCleared([&] { (void)platform::writeAll(STDERR_FILENO, table); });
   }
   return statusFor(summary, fleet.allWereRead());
 }
@@ -331,7 +331,8 @@ ExitStatus mergeSummaries(const MergeRequest& request, Console& console) {
         } else if (const auto summary = summaryFromJSON(line->text); !summary) {
           reject(place, summary.error().what());
         } else if (!merged.merge(*summary)) {
-          reject(place, "this summary is of another patch, or of other actions, than those before");
+          reject(place,
+                 "this summary is for another patch or other actions than the previous ones");
         }
       }
     } catch (const std::system_error& error) {
@@ -339,7 +340,7 @@ ExitStatus mergeSummaries(const MergeRequest& request, Console& console) {
     }
   }
   if (!isUsable) {
-    return ExitStatus::unusableFile;  // a sum that lacks a part would mislead
+    return ExitStatus::unusableFile;  // a partial sum would be misleading
   }
   console.write(request.json ? asJSON(merged) : asTable(merged, console));
   return ExitStatus::success;

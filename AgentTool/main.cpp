@@ -18,10 +18,10 @@ using namespace agent_tool;  // NOLINT(google-build-using-namespace): the progra
 
 /// Reserves each standard descriptor that the caller closed. Otherwise the next file or socket
 /// would get its number and the output meant for the caller. Reading and writing it still fails.
-void keepStandardDescriptorsApart() {
+void reserveStandardDescriptors() {
   for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
     if (::fcntl(descriptor, F_GETFD) < 0) {
-      [[maybe_unused]] const int same =  // gets gets gets the lowest free number
+      [[maybe_unused]] const int same =  // gets the lowest free number
           ::open("/dev/null", descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY);
     }
   }
@@ -52,7 +52,7 @@ ExitStatus carryOut(const Request& request, Console& console) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  keepStandardDescriptorsApart();
+  reserveStandardDescriptors();
   Console console;
   try {
     const auto request = readCommandLine(argc, argv);

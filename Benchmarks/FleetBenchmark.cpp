@@ -1,5 +1,5 @@
-// What a patch would come to on a fleet: machines a second, memory whatever the number, and two
-// workers. The baseline reads the same lines with the JSON parser alone.
+// Predicting a patch's results on a fleet: machines per second, peak memory, and two workers. The
+// baseline reads the same lines with the JSON parser alone.
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
 #include <spawn.h>
@@ -34,7 +34,7 @@ constexpr std::size_t kLongestLine = std::size_t{1} << 20;
 constexpr const char* kActions = VEXLO_FLEET_ACTIONS;
 const vexlo::PatchIdentifier kPatch("310990", "1201", "2301");  // six actions
 
-/// Written line by line: a child's peak memory begins with that of this process.
+/// Written line by line, because a child's peak memory starts at this process's.
 const std::string& fleetFile() {
   static const TemporaryFile file("");
   static const bool isWritten = [] {
@@ -100,7 +100,7 @@ void linesAnswered(benchmark::State& state) {
   LogCore::setLogSink(formerSink);
 }
 
-/// Starts `vexlo-patch what-if` for so many times the fleet's file.
+/// Starts `vexlo-patch what-if` with the fleet's file given `times` times.
 pid_t startTool(std::int64_t times) {
   std::vector<const char*> command{VEXLO_PATCH_TOOL, "what-if",        kActions,
                                    "--patch",        "310990",         "--product",
@@ -130,7 +130,7 @@ rusage waitForTool(pid_t child) {
   return usage;
 }
 
-/// The whole tool on so many machines: its own processor time, and its peak memory.
+/// The whole tool: its processor time and peak memory.
 void tool(benchmark::State& state) {
   constexpr double kMicroseconds = 1e6;
   double peakBytes = 0;
@@ -146,7 +146,7 @@ void tool(benchmark::State& state) {
   state.counters["peak_bytes"] = peakBytes;
 }
 
-/// So many workers at once, each with its own share of a million machines.
+/// Concurrent workers, each with its share of a million machines.
 void workers(benchmark::State& state) {
   constexpr std::int64_t kMachines = 1'000'000;
   const std::int64_t count = state.range(0);

@@ -53,7 +53,7 @@ BareChild spawn(std::vector<const char*> command) {
   return child;
 }
 
-/// Reads to the end of file and waits. The number of bytes read.
+/// Reads to the end of file, waits for the child and returns the number of bytes read.
 std::size_t finish(const BareChild& child) {
   constexpr std::size_t kBufferBytes = std::size_t{64} * 1024;
   const auto buffer = std::make_unique_for_overwrite<std::array<char, kBufferBytes>>();

@@ -159,13 +159,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   }
   try {
     const PatchActionGroup group = PatchActionGroup::decode(file, "actions.json");
-    require(!error, "decoded what is not JSON");
-    require(isActionFile(tree), "decoded what has a wrong type in it");
+    require(!error, "decoded invalid JSON");
+    require(isActionFile(tree), "decoded a value of a wrong type");
     compare(group, tree);
   } catch (const FileCodec::DecodingError& problem) {
     // Only the root value has no path.
     require(!problem.place().empty() || problem.expected() == "an object", "no place");
-    require(!problem.expected().empty() && !problem.found().empty(), "an error that says little");
+    require(!problem.expected().empty() && !problem.found().empty(),
+            "an error without expected and found");
     MemberCount count;
     const bool isJSON =
         FileCodec::readJSON(text, count).outcome == FileCodec::JSONOutcome::complete;

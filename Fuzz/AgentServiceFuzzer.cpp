@@ -112,10 +112,10 @@ void serve(std::string_view bytes, std::size_t piece) {
   static const vxutils::AgentServiceServer server(
       socketPath() + "2", [](const std::string& key) { return std::optional(key); });
   const auto hostile = platform::connectLocalSocket(socketPath() + "2");
-  require(hostile.has_value(), "the service takes no connection");
+  require(hostile.has_value(), "the service accepts no connection");
   talk(*hostile, bytes, piece);
   const auto client = platform::connectLocalSocket(socketPath() + "2");
-  require(client.has_value(), "the service takes no further connection");
+  require(client.has_value(), "the service accepts no further connection");
   talk(*client, vxutils::requestLine(1, "key"), 1);
   std::string answer(64, '\0');
   const std::ptrdiff_t count = platform::receive(*client, answer, true);
@@ -145,7 +145,7 @@ void ask(std::string_view bytes, std::size_t piece) {
         answered.set_value();
       });
   talk(*peer, bytes, piece);
-  platform::hangUp(*peer);
+  platform::shutDown(*peer);
   require(answered.get_future().wait_for(5s) == std::future_status::ready, "neither answered");
 }
 

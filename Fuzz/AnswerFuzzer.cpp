@@ -88,6 +88,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       30);
   const std::optional<std::int64_t> number =
       size - 1 <= 4096 ? numberIn(launcher.answer) : std::nullopt;
-  require(agreed == (number ? *number == 94 : fallback), "another answer");
+  require(agreed == (number ? *number == 94 : fallback), "a different answer");
   return 0;
 }

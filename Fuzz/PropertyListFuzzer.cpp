@@ -47,9 +47,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     return 0;  // a character or a date that XML can't represent
   }
   auto again = platform::parsePropertyList(xml);
-  require(again.has_value(), "own XML is refused: " + (again ? "" : again.error().message));
+  require(again.has_value(), "own XML is rejected: " + (again ? "" : again.error().message));
   roundOff(*value);
   roundOff(*again);
-  require(*value == *again, "own XML reads as another value");
+  require(*value == *again, "own XML reads as a different value");
   return 0;
 }

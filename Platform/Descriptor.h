@@ -37,10 +37,10 @@ class Descriptor {
 /// write() that doesn't raise SIGPIPE.
 [[nodiscard]] std::ptrdiff_t writeWithoutSignal(int descriptor, std::string_view bytes) noexcept;
 
-/// Whether the descriptor becomes writable within the timeout; a write of at most `kSurelyTaken`
-/// bytes then doesn't block.
+/// Whether the descriptor becomes writable within the timeout; a write of at most
+/// `kAtomicWriteBytes` bytes then doesn't block.
 [[nodiscard]] bool isWritable(int descriptor, std::chrono::milliseconds timeout) noexcept;
-inline constexpr std::size_t kSurelyTaken = 512;  // the minimum PIPE_BUF of POSIX
+inline constexpr std::size_t kAtomicWriteBytes = 512;  // the minimum PIPE_BUF of POSIX
 
 /// The identity of the file that a descriptor refers to.
 struct FileIdentity {

@@ -35,7 +35,7 @@ constexpr std::chrono::milliseconds kLongestConnect{5000};
 [[nodiscard]] std::ptrdiff_t receive(const Descriptor& socket, std::span<char> buffer,
                                      bool wait) noexcept;
 /// Shuts the socket down in both directions; a blocked `receive` returns -1.
-void hangUp(const Descriptor& socket) noexcept;
+void shutDown(const Descriptor& socket) noexcept;
 
 /// The user id of the peer's process; absent if the system can't tell.
 [[nodiscard]] std::optional<std::uint32_t> peerUserID(const Descriptor& socket);

@@ -216,7 +216,7 @@ class BinaryReader {
     const std::string_view text = bytes_.substr(found.start, found.count);
     for (const char character : text) {
       if (static_cast<unsigned char>(character) >= 0x80) {
-        fail("expected ASCII in a text");
+        fail("expected ASCII in a string");
       }
     }
     return std::string(text);
@@ -236,7 +236,7 @@ class BinaryReader {
         }
       }
       if (isHighSurrogate(unit) || isLowSurrogate(unit)) {
-        fail("expected UTF-16 in a text, found half a surrogate pair");
+        fail("expected UTF-16 in a string, found half a surrogate pair");
       }
       appendUTF8(text, unit);
     }
@@ -271,7 +271,7 @@ class BinaryReader {
       PropertyList key = readReferred(found.start, index, depth);
       auto* text = std::get_if<std::string>(&key.value());
       if (text == nullptr) {
-        fail("expected a text as a key");
+        fail("expected a string as a key");
       }
       PropertyList value = readReferred(found.start, found.count + index, depth);
       dictionary.insert_or_assign(std::move(*text), std::move(value));

@@ -77,7 +77,7 @@ class BinaryWriter {
 
   void writeContent(const std::string& text) {
     if (findInvalidUTF8(text) != std::string::npos) {
-      throw std::invalid_argument("a text of a property list is not UTF-8");
+      throw std::invalid_argument("a string of a property list is not UTF-8");
     }
     const std::u16string units = toUTF16(text);
     if (units.size() == text.size()) {  // ASCII only

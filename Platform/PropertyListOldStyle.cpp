@@ -222,7 +222,7 @@ class OldStyleReader {
       const std::string_view piece = text_.substr(start, position_ - start);
       if (const std::size_t invalid = findInvalidUTF8(piece); invalid != std::string_view::npos) {
         position_ = start + invalid;
-        fail("UTF-8 in a text");
+        fail("UTF-8 in a string");
       }
       out += piece;
       if (atEnd()) {

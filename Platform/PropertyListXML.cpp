@@ -220,7 +220,7 @@ class XMLReader {
   static void XMLCALL onDoctype(void* self, const XML_Char* /*name*/, const XML_Char* /*system*/,
                                 const XML_Char* /*identifier*/, int hasInternalSubset) {
     guarded(self, [&](XMLReader& reader) {
-      if (hasInternalSubset != 0) {  // its entities and defaults could blow up the document
+      if (hasInternalSubset != 0) {  // its entities could expand the document enormously
         reader.fail("expected a document type without declarations of its own");
       }
     });
@@ -258,7 +258,7 @@ class XMLReader {
     if (!budget_.take()) {
       fail("expected " + budget_.expected());
     }
-    if (holdsElements(tag) && open_.size() > kMaximumPropertyListDepth) {  // <plist> is no level
+    if (holdsElements(tag) && open_.size() > kMaximumPropertyListDepth) {  // <plist> doesn't count
       fail("expected at most " + std::to_string(kMaximumPropertyListDepth) + " levels of nesting");
     }
     OpenElement element{.tag = tag, .value = {}, .key = {}};
@@ -373,7 +373,7 @@ class XMLWriter {
   void operator()(bool flag) const { writeLine(flag ? "<true/>" : "<false/>"); }
 
   void operator()(PropertyListDate date) const {
-    constexpr double kBeyondTheYears = 1e12;  // excludes NaN and what no integer can hold
+    constexpr double kBeyondTheYears = 1e12;  // excludes NaN and what doesn't fit into an integer
     const double whole = std::floor(date.secondsSince2001);
     const bool convertible = std::abs(whole) < kBeyondTheYears;
     const auto moment =
@@ -462,7 +462,7 @@ class XMLWriter {
 
   void writeText(std::string_view name, std::string_view text) const {
     if (findInvalidUTF8(text) != std::string_view::npos) {
-      throw std::invalid_argument("a text of a property list is not UTF-8");
+      throw std::invalid_argument("a string of a property list is not UTF-8");
     }
     std::string escaped;
     escaped.reserve(text.size());
@@ -497,7 +497,7 @@ class XMLWriter {
   }
 
   [[noreturn]] static void refuse() {
-    throw std::invalid_argument("a text of a property list has a character that XML can't hold");
+    throw std::invalid_argument("a string of a property list has a character that XML can't hold");
   }
 
   std::string& out_;

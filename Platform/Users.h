@@ -10,7 +10,7 @@ namespace platform {
 
 /// Whether the name belongs to the system, its login window or its setup assistant rather than to a
 /// person.
-[[nodiscard]] constexpr bool isNobodysSession(std::string_view user) noexcept {
+[[nodiscard]] constexpr bool isSystemAccount(std::string_view user) noexcept {
   return user.empty() || user == "root" || user == "loginwindow" || user == "_mbsetupuser";
 }
 

@@ -45,7 +45,8 @@ class AgentFilesWriter {
   }
 
  private:
-  /// With [actions], a file with exactly these for patch 310990; otherwise the one of every Mac.
+  /// With [actions], a file with exactly those actions for patch 310990; otherwise the default
+  /// file.
   void writeActionFile(const std::string& path) {
     const std::string given = scenario_.valueOr("agent", "action file", "usual");
     if (given == "missing") {

@@ -30,8 +30,8 @@ std::optional<std::string> held(const Scenario& scenario, std::string_view key) 
   return std::nullopt;
 }
 
-/// Tells `enter` that the service can be reached.
-void tellReady(int ready) {
+/// Notifies `enter` that the service can be reached.
+void reportReady(int ready) {
   if (write(ready, kReady.data(), kReady.size()) < 0) {
     _exit(1);
   }
@@ -56,7 +56,7 @@ void tellReady(int ready) {
       listen(listening, 8) != 0) {
     _exit(1);
   }
-  tellReady(ready);
+  reportReady(ready);
   while (true) {
     const int peer = accept(listening, nullptr, nullptr);
     std::array<char, 4096> request{};
@@ -96,7 +96,7 @@ void serveAgent(const Scenario& scenario, int ready) {
         usleep(static_cast<useconds_t>(delay) * 1000);
         return held(scenario, key);
       });
-  tellReady(ready);
+  reportReady(ready);
   stay();
 }
 

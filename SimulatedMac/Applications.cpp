@@ -22,7 +22,7 @@ void writeAnswer(const std::string& answer) {
   } else if (answer == "a link") {
     std::filesystem::create_symlink("/etc/passwd", kReturnCodeFile);
   } else {
-    std::ofstream(kReturnCodeFile) << (answer == "bytes that are no text" ? "\xff\xfe" : answer);
+    std::ofstream(kReturnCodeFile) << (answer == "bytes that are not text" ? "\xff\xfe" : answer);
   }
 }
 
@@ -36,13 +36,13 @@ void prompt(ToolCall& call) {
     waitForever();
   }
   if (user == "crashes") {
-    endAs("signal 11");
+    exitAs("signal 11");
   }
   if (user == "quits") {
-    endAs(call.scenario.valueOr("prompt", "exits", "0"));
+    exitAs(call.scenario.valueOr("prompt", "exits", "0"));
   }
   writeAnswer(call.scenario.valueOr("prompt", "writes", user == "agrees" ? "94" : "1"));
-  endAs(call.scenario.valueOr("prompt", "exits", "0"));
+  exitAs(call.scenario.valueOr("prompt", "exits", "0"));
 }
 
 void application(ToolCall& /*call*/) {

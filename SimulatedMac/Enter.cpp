@@ -49,7 +49,7 @@ void makeNamespaces(bool userNamespace) {
   }
 }
 
-/// Creates the record file, writable for the Mac's users too. Leaves an existing file as it is.
+/// Creates the record file, writable by the Mac's users. Leaves an existing file unchanged.
 void prepareRecords(const std::string& path, bool hasUsers) {
   struct stat facts{};
   int file = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
@@ -71,9 +71,8 @@ constexpr unsigned kSecondsToEnd = 5;
 pid_t firstProcess = 0;
 volatile sig_atomic_t isEnding = 0;
 
-/// Gives the command some seconds to end by itself; then, or at the second signal, the Mac ends and
-/// everything that runs in it, and so does this process. A signal of the terminal has reached the
-/// command already.
+/// Gives the command some seconds to exit; then, or on a second signal, kills everything in the Mac
+/// and this process. A signal from the terminal has already reached the command.
 void endMac(int signal, siginfo_t* facts, void* /*context*/) {
   if (signal == SIGALRM || isEnding != 0) {
     kill(firstProcess, SIGKILL);
@@ -110,7 +109,7 @@ int enterMac(const Scenario& scenario, const EnterOptions& options) {
   }
   if (firstProcess == 0) {
     umask(022);
-    prctl(PR_SET_PDEATHSIG, SIGKILL);  // the Mac ends when its owner is killed
+    prctl(PR_SET_PDEATHSIG, SIGKILL);  // the Mac ends when its parent is killed
     _exit(runFirstProcess(scenario, options, mayWriteHost));
   }
   struct sigaction action{};
@@ -122,7 +121,8 @@ int enterMac(const Scenario& scenario, const EnterOptions& options) {
   int status = 0;
   while (waitpid(firstProcess, &status, 0) < 0 && errno == EINTR) {
   }
-  // Not exit(): after unshare() this process can't start threads, as the leak check at exit does.
+  // Not exit(): after unshare() this process can't start threads, which the leak check at exit
+  // needs.
   _exit(WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status));
 }
 

@@ -1,4 +1,4 @@
-// What `enter` says about itself, and its own exit statuses.
+// The messages and exit statuses of `enter` itself.
 #pragma once
 #include <iostream>
 #include <string>

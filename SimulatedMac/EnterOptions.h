@@ -24,7 +24,7 @@ struct EnterOptions {
   std::string scenario;
   std::vector<std::string> settings;
   std::optional<std::string> records;
-  bool userNamespace = false;  ///< Even for root.
+  bool userNamespace = false;  ///< Create a user namespace even for root.
   bool prints = false;         ///< Only print the effective settings.
   std::vector<std::string> command;
 };

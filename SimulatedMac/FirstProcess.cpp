@@ -56,7 +56,7 @@ void setEnvironment(const Scenario& scenario) {
 }
 
 /// Forks a child that calls `work` with the write end of a pipe, and waits until the child writes
-/// to it. Throws `std::runtime_error`, which names `what`, when the child ends before that.
+/// to it. Throws `std::runtime_error`, which names `what`, if the child exits before that.
 template <typename Work>
 pid_t startAndWaitUntilReady(const std::string& what, const Work& work) {
   std::array<int, 2> ready{};
@@ -102,7 +102,7 @@ void becomeConsoleUser(const Scenario& scenario) {
   }
 }
 
-/// Starts all instances of all applications and returns those that have a text to quit at.
+/// Starts all instances of all applications and returns those with a quit trigger.
 std::vector<Quitter> startApplications(const Scenario& scenario) {
   std::vector<Quitter> quitters;
   for (const std::string& section : applicationSections(scenario)) {
@@ -124,7 +124,7 @@ std::vector<Quitter> startApplications(const Scenario& scenario) {
   return quitters;
 }
 
-/// Lays the Mac out on the disk and makes it the root directory.
+/// Builds the Mac's files and makes them the root directory.
 void buildMac(const Scenario& scenario, const EnterOptions& options, bool mayWriteHost) {
   LayeredRoot root(scenario.valueOr("mac", "free disk", "64g"), mayWriteHost);
   if (options.records) {
@@ -136,7 +136,7 @@ void buildMac(const Scenario& scenario, const EnterOptions& options, bool mayWri
   root.enter();
 }
 
-/// A program is looked for as a Mac does, then where the caller's own are.
+/// Looks the program up in the Mac's PATH, then in the caller's.
 [[noreturn]] void executeCommand(std::vector<std::string> command, std::string_view callersPath) {
   std::vector<char*> arguments;
   arguments.reserve(command.size() + 1);
@@ -157,9 +157,9 @@ void buildMac(const Scenario& scenario, const EnterOptions& options, bool mayWri
 
 pid_t commandToEnd = 0;
 
-/// Passes a signal that a process outside of the Mac has sent on to the command. What comes from
-/// the terminal has reached the command already.
-void passOnToCommand(int signal, siginfo_t* facts, void* /*context*/) {
+/// Forwards signals from processes outside of the Mac to the command. A signal from the terminal
+/// has already reached it.
+void forwardToCommand(int signal, siginfo_t* facts, void* /*context*/) {
   if (facts->si_code != SI_KERNEL) {
     kill(commandToEnd, signal);
   }
@@ -168,7 +168,7 @@ void passOnToCommand(int signal, siginfo_t* facts, void* /*context*/) {
 void passOnSignals(pid_t command) {
   commandToEnd = command;
   struct sigaction action{};
-  action.sa_sigaction = passOnToCommand;
+  action.sa_sigaction = forwardToCommand;
   action.sa_flags = SA_SIGINFO;
   for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
     sigaction(signal, &action, nullptr);
@@ -221,7 +221,7 @@ int runFirstProcess(const Scenario& scenario, const EnterOptions& options, bool 
   }
   passOnSignals(command);
   if (triggers) {
-    triggers->passOn(command);
+    triggers->forward(command);
   }
   return waitFor(command);
 }

@@ -80,7 +80,7 @@ void writeNewFile(const std::string& path, std::string_view content, unsigned mo
 LayeredRoot::LayeredRoot(const std::string& bytes, bool mayWriteHost)
     : mayWriteHost_(mayWriteHost) {
   mountOrFail("none", "/", nullptr, MS_REC | MS_PRIVATE);
-  // /sys exists everywhere, and hiding it hides no file that anyone needs.
+  // /sys exists everywhere, and nobody needs the files that mounting over it hides.
   hostSys_ = open("/sys", O_PATH | O_DIRECTORY | O_CLOEXEC);
   if (hostSys_ < 0) {
     fail("/sys");

@@ -1,4 +1,4 @@
-// A new root directory in a private mount namespace: the host's files, with others over them.
+// A new root directory in a private mount namespace: the host's files, overlaid with others.
 #pragma once
 #include <map>
 #include <set>
@@ -8,8 +8,8 @@
 namespace simulated_mac {
 
 /// Built on a tmpfs that only the calling process and its children see. The host's directories
-/// are mounted read-only, so that nothing inside leaves a trace on the host. Needs CAP_SYS_ADMIN in
-/// the mount namespace; operations throw `std::system_error`.
+/// are mounted read-only, so that nothing inside can change the host. Needs CAP_SYS_ADMIN in the
+/// mount namespace; operations throw `std::system_error`.
 class LayeredRoot {
  public:
   /// Detaches the namespace's mounts from the host's and mounts the tmpfs, `bytes` in size.
@@ -17,7 +17,7 @@ class LayeredRoot {
   /// kernel that can't make whole mount trees read-only (before 5.12) is an error.
   LayeredRoot(const std::string& bytes, bool mayWriteHost);
 
-  /// Where the new root is until `enter` is called.
+  /// The path of the new root until `enter` is called.
   [[nodiscard]] const std::string& path() const noexcept { return root_; }
   /// The path on the host of `macPath`, which is absolute; makes its parents.
   [[nodiscard]] std::string place(std::string_view macPath) const;

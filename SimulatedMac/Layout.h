@@ -17,15 +17,15 @@ inline constexpr const char* kServiceSocket =
 inline constexpr const char* kPatchDataFile =
     "/Library/Application Support/VexloAgent/data/vxpatch_data.plist";
 
-/// For the stand-ins only: the scenario in force, the record of calls, call counts, and the program
-/// that all stand-in tools link to.
+/// For the stand-ins only: the effective scenario, the record of calls, call counts, and the
+/// program that all stand-in tools link to.
 inline constexpr const char* kScenarioFile = "/.simulated-mac/scenario.ini";
 inline constexpr const char* kRecordFile = "/.simulated-mac/calls";
 inline constexpr const char* kCountDirectory = "/.simulated-mac/counts";
 inline constexpr const char* kToolProgram = "/.simulated-mac/tool";
 
-/// Environment variables by which stand-ins tell their children which user they run for, since a
-/// user namespace may have no second user to change to.
+/// Environment variables that pass the current user to the stand-ins' children, since a user
+/// namespace may have no second user to change to.
 inline constexpr const char* kUserVariable = "SIMULATED_MAC_USER";
 inline constexpr const char* kSessionVariable = "SIMULATED_MAC_SESSION";
 

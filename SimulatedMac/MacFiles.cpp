@@ -60,7 +60,7 @@ class MacFilesWriter {
                    ":/Users/" + account.name + ":/bin/sh\n";
       const std::string home = "/Users/" + account.name;
       root_.makeDirectory(home, 0755);
-      giveTo(account, home);
+      changeOwner(account, home);
     }
     root_.coverFile("/etc/passwd", passwords);
     root_.coverFile("/etc/nsswitch.conf", "passwd: files\ngroup: files\nshadow: files\n");
@@ -69,7 +69,7 @@ class MacFilesWriter {
     root_.writeFile("/dev/console", "");
     for (const Account& account : accounts(scenario_)) {
       if (account.name == console) {
-        giveTo(account, "/dev/console");
+        changeOwner(account, "/dev/console");
       }
     }
     writeSessions(console);
@@ -111,7 +111,7 @@ class MacFilesWriter {
 
  private:
   /// Has no effect in a user namespace with a single user.
-  void giveTo(const Account& account, const std::string& macPath) {
+  void changeOwner(const Account& account, const std::string& macPath) {
     [[maybe_unused]] const int ignored = chown(root_.place(macPath).c_str(), account.number, 20);
   }
 

@@ -27,7 +27,7 @@ void print(int descriptor, std::string_view text) {
   while (!text.empty()) {
     const ssize_t written = write(descriptor, text.data(), text.size());
     if (written < 0) {
-      _exit(141);  // as SIGPIPE would end it
+      _exit(141);  // as if killed by SIGPIPE
     }
     text.remove_prefix(static_cast<std::size_t>(written));
   }
@@ -59,7 +59,7 @@ void execute(std::vector<std::string> command) {
   _exit(reason == ENOENT ? 127 : 126);
 }
 
-void endAs(std::string_view exits) {
+void exitAs(std::string_view exits) {
   if (exits == "never") {
     waitForever();
   }

@@ -1,4 +1,4 @@
-// What the stand-ins do as processes: print, wait, change the user, execute, end.
+// The process operations of the stand-ins: print, wait, change the user, execute, exit.
 #pragma once
 #include <string>
 #include <string_view>
@@ -10,17 +10,17 @@ namespace simulated_mac {
 [[noreturn]] void waitForever();
 void waitMilliseconds(int duration);
 
-/// Writes the whole text; ends the process when nobody reads it any more.
+/// Writes the whole text; exits when the reader has closed the pipe.
 void print(int descriptor, std::string_view text);
 /// The same, with a line feed unless the text ends with one.
 void printLine(int descriptor, const std::string& text);
 
-/// Changes to the user where the account exists and the process may, and tells the children by an
-/// environment variable.
+/// Changes to the user if the account exists and the process may, and sets an environment variable
+/// for its children.
 void becomeUser(const std::string& user);
-/// Replaces the process; a program that can't be executed ends it with 126 or 127.
+/// Replaces the process; exits with 126 or 127 if the program can't be executed.
 [[noreturn]] void execute(std::vector<std::string> command);
 /// Ends the process as `exits` says: a status, "signal 9" or "never".
-[[noreturn]] void endAs(std::string_view exits);
+[[noreturn]] void exitAs(std::string_view exits);
 
 }  // namespace simulated_mac

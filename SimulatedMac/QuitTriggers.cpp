@@ -22,7 +22,7 @@ constexpr int kPacketSize = 4096;  // the smallest pipe: one page
 }  // namespace
 
 QuitTriggers::QuitTriggers(std::vector<Quitter> quitters) : quitters_(std::move(quitters)) {
-  // A pipe that holds one write only, so the command can be at most one line ahead.
+  // A pipe with room for one write, so the command can be at most one line ahead.
   if (pipe2(pipe_.data(), O_CLOEXEC | O_DIRECT) != 0 ||
       fcntl(pipe_[1], F_SETPIPE_SZ, kPacketSize) < 0) {
     throw std::system_error(errno, std::generic_category(), "pipe");
@@ -31,7 +31,7 @@ QuitTriggers::QuitTriggers(std::vector<Quitter> quitters) : quitters_(std::move(
 
 void QuitTriggers::redirectStandardError() const { dup2(pipe_[1], STDERR_FILENO); }
 
-void QuitTriggers::passOn(pid_t command) {
+void QuitTriggers::forward(pid_t command) {
   close(pipe_[1]);
   const int end = static_cast<int>(syscall(SYS_pidfd_open, command, 0));
   std::array<pollfd, 2> events{pollfd{pipe_[0], POLLIN, 0}, pollfd{end, POLLIN, 0}};

@@ -14,7 +14,7 @@ struct Quitter {
   pid_t process = 0;
 };
 
-/// Reads the standard error of a command, passes it on and ends the applications in between.
+/// Reads a command's standard error, forwards it and kills the applications at their trigger lines.
 class QuitTriggers {
  public:
   /// Throws `std::system_error` when no pipe can be made.
@@ -23,9 +23,9 @@ class QuitTriggers {
   /// For the command's process, before it executes the program.
   void redirectStandardError() const;
 
-  /// Passes on what is printed until the command ends. Applications that quit at a line are gone
+  /// Forwards the output until the command exits. Applications that quit at a line have exited
   /// before the next line is read.
-  void passOn(pid_t command);
+  void forward(pid_t command);
 
  private:
   std::vector<Quitter> quitters_;

@@ -77,7 +77,7 @@ class Scenario::Parser {
   /// Adds what follows "| " on a continuation line; trailing spaces are kept.
   std::string continueValue(std::string_view rest) {
     if (setting_ == nullptr) {
-      return "expected a key before the first line of its text";
+      return "expected a key before the first line of its value";
     }
     rest.remove_prefix(rest.starts_with(' ') ? 1 : 0);
     std::string& value = setting_->value;

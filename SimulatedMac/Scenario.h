@@ -14,7 +14,7 @@ struct Setting {
   std::string value;
 };
 
-/// The settings under one heading, in the order of the file; a key may occur more than once.
+/// The settings of one section, in file order; a key may occur more than once.
 struct Section {
   std::string name;
   std::vector<Setting> settings;

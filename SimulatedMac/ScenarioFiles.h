@@ -1,4 +1,4 @@
-// The files on the disk of the host: scenarios and what a Mac is made of.
+// The host's files: scenarios and the files that every Mac has.
 #pragma once
 #include <expected>
 #include <string>

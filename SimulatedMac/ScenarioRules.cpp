@@ -121,12 +121,12 @@ constexpr std::array kForms{
     Form{"NAME", [](std::string_view value) { return words(value).size() == 1; }, "one word"},
     Form{"FILE", [](std::string_view value) { return !value.empty() && !value.contains('/'); },
          "a name without slashes"},
-    Form{"VERSION", isVersion, "numbers between full stops"},
+    Form{"VERSION", isVersion, "numbers separated by dots"},
     Form{"SIZE", isSize, "a number with k, m or g"},
     Form{"STATE", isState, "discharging, charging, full or unknown"},
     Form{"CHARGE/FULL", isCharge, "two numbers such as 45/90"},
     Form{"UID", [](std::string_view value) { return isNumberBetween(value, 0, 2'000'000'000); },
-         "a user's number"},
+         "a user ID"},
     Form{"COUNT", [](std::string_view value) { return isNumberBetween(value, 0, 10'000); },
          "a number up to 10000"},
     Form{"STATUS", [](std::string_view value) { return isNumberBetween(value, 0, 255); },
@@ -142,7 +142,7 @@ bool fits(std::string_view name, std::string_view pattern) {
                                 : name == pattern;
 }
 
-/// The keys that the section may hold; none for an unknown section.
+/// The keys that the section may have; none for an unknown section.
 std::vector<Key> keysOf(std::string_view section) {
   std::vector<Key> keys;
   if (isToolSection(section)) {

@@ -12,11 +12,11 @@ namespace simulated_mac {
 
 // Each of these returns what is wrong, as part of a message, or an empty string.
 
-/// Whether scenarios have such a section.
+/// Checks the name of a section.
 [[nodiscard]] std::string sectionProblem(std::string_view section);
-/// Whether the section, a known one, has such a key.
+/// Checks the name of a key in a known section.
 [[nodiscard]] std::string keyProblem(std::string_view section, std::string_view name);
-/// Whether the value has the form that its key, a known one, requires.
+/// Checks the value of a known key.
 [[nodiscard]] std::string valueProblem(std::string_view section, const Setting& setting);
 
 }  // namespace simulated_mac

@@ -7,7 +7,6 @@
 
 namespace simulated_mac {
 
-/// `text` without spaces, tabs and carriage returns at its ends.
 /// The words of a value, separated by spaces. Double quotes keep a word with spaces together.
 [[nodiscard]] std::vector<std::string> words(std::string_view value);
 /// Whether the value is "yes" or "true".

@@ -1,4 +1,5 @@
-// The program behind all tools and applications of the Mac; its own name says which one to be.
+// The program behind all tools and applications of the Mac; it acts as the one that it is named
+// after.
 #include "SimulatedMac/StandIns.h"
 
 #include <algorithm>

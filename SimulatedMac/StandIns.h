@@ -1,4 +1,4 @@
-// The stand-in programs of a simulated Mac. Each acts on one call and ends the process.
+// The stand-in programs of a simulated Mac. Each handles one call and exits.
 #pragma once
 #include "SimulatedMac/ToolCall.h"
 
@@ -17,7 +17,7 @@ namespace simulated_mac {
 
 /// The agent's prompt: waits while the user thinks, writes the answer and ends.
 [[noreturn]] void prompt(ToolCall& call);
-/// Any other application: reports that it is up and runs until it is killed.
+/// Any other application: reports that it has started and runs until it is killed.
 [[noreturn]] void application(ToolCall& call);
 
 }  // namespace simulated_mac

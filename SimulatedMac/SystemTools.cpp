@@ -15,12 +15,12 @@
 namespace simulated_mac {
 namespace {
 
-/// A fact about the update that the scenario offers.
+/// A property of the scenario's update.
 std::string update(const ToolCall& call, std::string_view key) {
   return call.scenario.valueOr("update", key, "");
 }
 
-/// Whether the call gives the password that the agent's service holds, if it asks for one.
+/// Whether the call has the password of the agent's service, if it asks for one.
 bool isAuthorised(const ToolCall& call) {
   if (!call.has("--stdinpass")) {
     return true;
@@ -38,7 +38,7 @@ bool isAuthorised(const ToolCall& call) {
   return argument.value_or(call.input.value_or("")) == wanted;
 }
 
-/// Prints lines such as «Downloading: 33.33%» up to 100 % while the time of the scenario goes by.
+/// Prints lines such as «Downloading: 33.33%» up to 100 %, spread over the scenario's duration.
 void printProgress(const ToolCall& call, const std::string& what, int places) {
   constexpr int kUsualTime = 300;
   constexpr int kMostBetweenLines = 500;

@@ -31,7 +31,7 @@ Scenario scenarioInForce() {
   return *std::move(scenario);
 }
 
-/// Counts this call and returns how often the section's tool has been called.
+/// Counts this call and returns the number of the tool's calls so far.
 int countCall(std::string section) {
   std::ranges::replace(section, '/', '-');
   const std::string path = std::string(kCountDirectory) + "/" + section;
@@ -70,7 +70,7 @@ std::optional<std::string> readInput(const Section* steps) {
   return text;
 }
 
-/// Performs the steps in order and ends the process.
+/// Performs the steps in order and exits.
 [[noreturn]] void perform(const Section& steps) {
   std::string exits = "0";
   for (const auto& [key, value] : steps.settings) {
@@ -85,13 +85,13 @@ std::optional<std::string> readInput(const Section* steps) {
       }
     } else if (key == "leaves child" && isYes(value)) {
       if (fork() == 0) {
-        waitForever();  // with the tool's standard output and error open
+        waitForever();  // keeps the tool's standard output and error open
       }
     } else if (key == "exits") {
       exits = value;
     }
   }
-  endAs(exits);
+  exitAs(exits);
 }
 
 }  // namespace

@@ -11,17 +11,18 @@
 namespace simulated_mac {
 
 struct ToolCall {
-  /// Reads the scenario in force; ends the process with 70 when that fails.
+  /// Reads the effective scenario; exits with 70 on failure.
   ToolCall(const std::string& tool, const std::vector<std::string>& toolArguments);
 
   [[nodiscard]] bool has(std::string_view argument) const;
   /// The argument that follows `option`.
   [[nodiscard]] std::optional<std::string> argumentAfter(std::string_view option) const;
 
-  /// Records the call. Leaves standard input alone, for the program that is executed next.
+  /// Records the call without reading standard input, which is for the program that is executed
+  /// next.
   void record() const;
-  /// Follows the steps of the scenario's section for this call, if there is one, and ends the
-  /// process. "NAME 2" is for the second call and later ones, until "NAME 3", and so on.
+  /// If the scenario has a section for this call, performs its steps and exits. "NAME 2" is for the
+  /// second call and later ones, until "NAME 3", and so on.
   void performScript(const std::string& section) const;
   /// Reads standard input, records the call and performs the script.
   void begin(const std::string& section);

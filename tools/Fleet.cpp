@@ -252,7 +252,7 @@ class Machine {
     }
   }
 
-  /// Of those who were asked before.
+  /// Prompt counts for users who were prompted before.
   void makePromptCounts() {
     facts_.promptCounts.path = std::string(kBase) + "/data/ApplicationRunningPromptData.plist";
     if (!facts_.inForce.prompt || !facts_.customization.values || !chance_.percent(45)) {

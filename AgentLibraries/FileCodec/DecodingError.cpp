@@ -50,7 +50,7 @@ std::string nameInPlace(std::string_view name) {
   }
   std::size_t end = kLongestName;
   while (end > 0 && (static_cast<unsigned char>(name[end]) & 0xC0) == 0x80) {
-    --end;  // goes back to the start of a character
+    --end;  // moves back to the start of a character
   }
   return withoutControlCharacters(name.substr(0, end)) + "…";
 }

@@ -86,7 +86,7 @@ class Handler {
 
   JSONEvents& events_;
   std::string joined_;
-  bool joinedIsStale_ = true;  // joined_ holds no part of the current string yet
+  bool joinedIsStale_ = true;  // joined_ has no part of the current string yet
   bool stopped_ = false;
 };
 

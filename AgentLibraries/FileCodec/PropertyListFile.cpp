@@ -20,8 +20,8 @@ constexpr std::uint64_t kMaximumPropertyListBytes = std::uint64_t{64} << 20;
 
 constexpr std::array<std::string_view, std::variant_size_v<PropertyList::Value>> kTypeNames{
     // in the order of the value's alternatives
-    "a text", "an integer", "an integer", "a real number", "a Boolean",
-    "a date", "data",       "an array",   "a dictionary"};
+    "a string", "an integer", "an integer", "a real number", "a Boolean",
+    "a date",   "data",       "an array",   "a dictionary"};
 
 Kind kindOf(const std::error_code& error) {
   if (error == std::errc::no_such_file_or_directory) {

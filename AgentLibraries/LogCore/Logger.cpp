@@ -79,7 +79,7 @@ void StandardErrorSink::write(LogLevel level, const LogTag& tag, std::uint32_t l
     const std::string note = std::string(isCut_ ? "…\n" : "") + timestamp() +
                              " ERROR LogCore/Logger write: " + std::to_string(dropped_) +
                              " lines were dropped, nobody read standard error.\n";
-    // Callers have already waited for this reader.
+    // Callers have already waited for the reader.
     if (!takes(note, std::chrono::milliseconds::zero())) {
       ++dropped_;
       return;
@@ -99,7 +99,7 @@ bool StandardErrorSink::takes(std::string_view text, std::chrono::milliseconds p
       return false;
     }
     const std::ptrdiff_t count =
-        platform::writeWithoutSignal(descriptor_, text.substr(done, platform::kSurelyTaken));
+        platform::writeWithoutSignal(descriptor_, text.substr(done, platform::kAtomicWriteBytes));
     if (count < 0 && errno != EINTR && errno != EAGAIN) {
       return false;
     }

@@ -55,7 +55,7 @@ class Channel final {
 
   /// Stops the reading thread. Called once, by the owner.
   void end() {
-    platform::hangUp(socket_);
+    platform::shutDown(socket_);
     if (reader_.get_id() == std::this_thread::get_id()) {
       reader_.detach();  // a reply is destroying its connection; the thread ends after it
     } else {
@@ -104,7 +104,7 @@ class Channel final {
       if (sent < 0 || (isLate && line.size() < whole)) {
         // The service has disconnected, or has received part of a line, after which the stream is
         // unusable. The reader notices and fails all pending requests.
-        platform::hangUp(socket_);
+        platform::shutDown(socket_);
         return true;
       }
       if (isLate) {
@@ -134,21 +134,21 @@ class Channel final {
     LineBuffer received;
     while (receive(socket_, received, true) >= 0) {
       while (const std::optional<std::string_view> line = received.nextLine()) {
-        if (!handOver(*line)) {
-          platform::hangUp(socket_);
+        if (!dispatch(*line)) {
+          platform::shutDown(socket_);
           return kNoReply;
         }
       }
     }
     return received.isFull() ? kTooLong : kClosedByService;
   } catch (...) {  // out of memory: nothing else is thrown here
-    platform::hangUp(socket_);
+    platform::shutDown(socket_);
     return kNoMemory;
   }
 
   /// Calls the pending request's reply for the message in `line`. Unexpected replies, for example a
   /// second one to a request, are ignored. Returns false if the line isn't a reply.
-  bool handOver(std::string_view line) {
+  bool dispatch(std::string_view line) {
     std::optional<AgentServiceReply> message = parseReply(line);
     if (!message) {
       return false;

@@ -145,7 +145,7 @@ class AgentServiceServer::Loop {
       try {
         serveOnce();
       } catch (const std::bad_alloc&) {
-        clients_.clear();  // clients can ask again; the service goes on when there is memory
+        clients_.clear();  // clients can reconnect; the service continues when there is memory
         std::this_thread::sleep_for(kPauseWithoutDescriptors);
       }
     }

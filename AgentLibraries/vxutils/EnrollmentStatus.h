@@ -9,6 +9,6 @@ namespace vxutils {
 /// logged, or if its line "MDM enrollment:" says no; old versions that lack this line are judged by
 /// "Enrolled via DEP:". Other lines are ignored. If the exit status is unknown, only the output
 /// counts.
-[[nodiscard]] EnrollmentType enrollmentToldBy(const platform::ProcessResult& run);
+[[nodiscard]] EnrollmentType enrollmentFrom(const platform::ProcessResult& run);
 
 }  // namespace vxutils

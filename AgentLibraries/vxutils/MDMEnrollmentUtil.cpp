@@ -67,7 +67,7 @@ bool hasReported(const platform::ProcessResult& run) {
 
 }  // namespace
 
-EnrollmentType enrollmentToldBy(const platform::ProcessResult& run) {
+EnrollmentType enrollmentFrom(const platform::ProcessResult& run) {
   if (!hasReported(run)) {
     return EnrollmentType::not_enrolled;
   }
@@ -89,7 +89,7 @@ EnrollmentType MDMEnrollmentUtil::getEnrollmentType(std::chrono::milliseconds ti
   request.arguments = {"status", "-type", "enrollment"};
   request.timeout = timeout;
   request.maximumOutputBytes = kMaximumOutputBytes;
-  return enrollmentToldBy(platform::runProcess(request));
+  return enrollmentFrom(platform::runProcess(request));
 }
 
 }  // namespace vxutils

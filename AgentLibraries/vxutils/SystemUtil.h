@@ -15,7 +15,7 @@ struct MacOSInfo {
 class SystemUtil {
  public:
   static SystemUtil& shared();
-  /// Reads the version anew on every call.
+  /// Reads the version on every call.
   [[nodiscard]] static MacOSInfo macOSInfo();
   /// The numeric user id of a local account; absent when there is no such account.
   [[nodiscard]] std::optional<std::uint32_t> uidForUserAccount(const std::string& name) const;

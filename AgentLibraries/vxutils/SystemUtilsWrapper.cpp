@@ -15,7 +15,7 @@ constexpr std::string_view kNobody = "NOUSERNAME";
 }  // namespace
 
 std::string consoleUserOrNobody(std::optional<std::string> name) {
-  if (!name || platform::isNobodysSession(*name)) {
+  if (!name || platform::isSystemAccount(*name)) {
     return std::string(kNobody);
   }
   return *std::move(name);

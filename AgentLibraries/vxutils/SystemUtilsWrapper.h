@@ -5,7 +5,7 @@
 
 namespace vxutils {
 
-/// Stateless: every call asks the system anew.
+/// Stateless: asks the system on every call.
 class SystemUtilsWrapper {
  public:
   /// The short name of the console user. "NOUSERNAME" if there is none, or for names that don't

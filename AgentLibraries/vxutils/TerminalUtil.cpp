@@ -70,7 +70,7 @@ class LineLogger {
  public:
   void log(std::string_view line) {
     if (line.size() >= left_) {
-      left_ = 0;  // what is logged has no gaps
+      left_ = 0;  // so that no later line is logged after a gap
       ++dropped_;
       return;
     }

@@ -14,8 +14,7 @@
 namespace agent_tool::reference {
 namespace {
 
-/// "auto|apple-silicon|intel" is a choice of these words; "CODE|NAME" and "ACTION" ask for an
-/// action.
+/// The words of "auto|apple-silicon|intel"; all action names for "CODE|NAME" and "ACTION".
 std::vector<std::string> choicesOf(const std::string& type) {
   std::vector<std::string> choices;
   if (type == "CODE|NAME" || type == "ACTION") {
@@ -59,7 +58,7 @@ OptionText optionText(const CLI::Option& option) {
 std::vector<OptionText> optionTexts(const CLI::App& app) {
   std::vector<OptionText> texts;
   for (const CLI::Option* const option : app.get_options()) {
-    if (!option->get_group().empty()) {  // a hidden one has no group
+    if (!option->get_group().empty()) {  // hidden options have no group
       texts.push_back(optionText(*option));
     }
   }

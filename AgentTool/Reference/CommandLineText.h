@@ -1,4 +1,4 @@
-// The command line as data, read from its definition: what manual page and completions are made of.
+// The command line's definition as data, for generating the manual page and completions.
 #pragma once
 #include <string>
 #include <vector>
@@ -6,9 +6,9 @@
 namespace agent_tool::reference {
 
 struct OptionText {
-  std::vector<std::string> names;    ///< "-h", "--help"; the label alone for a positional one.
-  std::string type;                  ///< "DIR"; empty for a flag and a positional one.
-  std::vector<std::string> choices;  ///< The values, where there is only a choice.
+  std::vector<std::string> names;    ///< "-h", "--help"; for a positional argument its label.
+  std::string type;                  ///< "DIR"; empty for flags and positional arguments.
+  std::vector<std::string> choices;  ///< The allowed values; empty if any value is allowed.
   std::string description;
   std::string environment;  ///< The variable that gives the default; may be empty.
   bool isPositional = false;
@@ -20,7 +20,7 @@ struct CommandText {
   std::string name;
   std::string description;
   std::vector<OptionText> options;
-  std::string footer;  ///< "Exit status:" and a line for each.
+  std::string footer;  ///< "Exit status:" and one line per status.
 };
 
 struct ProgramText {

@@ -12,7 +12,7 @@ namespace agent_tool::reference {
 namespace {
 
 constexpr std::string_view kOrigin =
-    "# Made from the command line's definition by ./dev generate.\n";
+    "# Generated from the command line's definition by ./dev generate.\n";
 
 /// `text` with a backslash before each of `special`.
 std::string escaped(std::string_view text, std::string_view special) {
@@ -24,7 +24,7 @@ std::string escaped(std::string_view text, std::string_view special) {
   return out;
 }
 
-/// Between single quotes of a shell.
+/// `text` in single quotes for a shell.
 std::string singleQuoted(std::string_view text) {
   std::string out = "'";
   for (const char letter : text) {
@@ -39,12 +39,12 @@ bool isFile(const OptionText& option) {
 }
 bool takesValue(const OptionText& option) { return !option.isPositional && !option.type.empty(); }
 
-/// The words that may be given, separated by spaces: none where anything may be.
+/// The allowed values, separated by spaces; empty if any value is allowed.
 std::string words(const ProgramText& program, const OptionText& option) {
   std::vector<std::string> names = option.choices;
   if (option.isPositional && option.names.front() == "COMMAND") {
     std::ranges::transform(program.commands, std::back_inserter(names), &CommandText::name);
-    names.emplace_back("actions");  // another topic of help
+    names.emplace_back("actions");  // also a help topic
   }
   return platform::joined(names, " ");
 }
@@ -59,7 +59,7 @@ std::string flags(const std::vector<OptionText>& options) {
   return platform::joined(names, " ");
 }
 
-/// What bash offers for the option's value or a positional argument.
+/// Bash's completions for the option's value or the positional argument.
 std::string bashOffer(const ProgramText& program, const OptionText& option) {
   return isDirectory(option) ? "kind=-d"
          : isFile(option)    ? "kind=-f"
@@ -126,7 +126,7 @@ std::string fishOption(const ProgramText& program, const OptionText& option,
 
 std::string bashCompletion(const ProgramText& program) {
   std::vector<std::string> names;
-  std::map<std::string, std::vector<std::string>> values;  // options of one name offer the same
+  std::map<std::string, std::vector<std::string>> values;  // the same for options of one name
   std::string perCommand;
   for (const CommandText& command : program.commands) {
     names.push_back(command.name);

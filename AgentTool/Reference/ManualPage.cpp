@@ -9,7 +9,7 @@
 namespace agent_tool::reference {
 namespace {
 
-/// Text as roff reads it: hyphens of options stay hyphens, and no line becomes a request.
+/// Escapes text for roff: hyphens stay hyphens, and no line becomes a request.
 std::string roff(std::string_view text) {
   std::string out;
   for (const char letter : text) {
@@ -59,7 +59,7 @@ std::string synopsis(const ProgramText& program, const CommandText& command) {
   return line + ".br\n";
 }
 
-/// "Exit status:" and lines of a number and its meaning.
+/// The footer's statuses, one per line with its meaning.
 std::string exitStatus(std::string_view footer) {
   std::string out;
   std::istringstream lines{std::string(footer)};
@@ -79,7 +79,7 @@ std::string exitStatus(std::string_view footer) {
 }  // namespace
 
 std::string manualPage(const ProgramText& program) {
-  std::string page = ".\\\" Made from the command line's definition by ./dev generate.\n.TH " +
+  std::string page = ".\\\" Generated from the command line's definition by ./dev generate.\n.TH " +
                      roff(capitals(program.name)) + R"( 1 "" "VexloPatchDeployment )" +
                      program.version + "\"\n.nh\n.SH NAME\n" + roff(program.name) +
                      " \\- patch deployment from a command line\n.SH SYNOPSIS\n";

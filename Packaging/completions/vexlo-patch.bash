@@ -1,4 +1,4 @@
-# Made from the command line's definition by ./dev generate.
+# Generated from the command line's definition by ./dev generate.
 _vexlo_patch() {
   local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
   local command='' flags='' words='' kind='' word

@@ -15,7 +15,7 @@ namespace platform {
   return aboveStandard(static_cast<int>(::syscall(SYS_pidfd_open, pid, 0)));
 }
 
-/// Returns Returns 0, or -1 with errno set.
+/// Returns 0, or -1 with errno set.
 inline int sendPidfdSignal(const Descriptor& pidfd, int signal) {
   return static_cast<int>(::syscall(SYS_pidfd_send_signal, pidfd.get(), signal, nullptr, 0));
 }

@@ -254,7 +254,8 @@ bool hasEnded(const Descriptor& pidfd) {
 std::optional<std::uint64_t> startOf(pid_t pid) {
   const std::string status = beginningOf("/proc/" + std::to_string(pid) + "/stat", kReadOfStatus);
   std::string_view fields = status;
-  fields.remove_prefix(std::min(fields.rfind(')') + 1, fields.size()));  // a name may hold anything
+  fields.remove_prefix(
+      std::min(fields.rfind(')') + 1, fields.size()));  // names may contain any byte
   constexpr int kFieldsBefore = 20;  // starting with the state, which follows the name and a space
   for (int field = 0; field < kFieldsBefore; ++field) {
     takePiece(fields, ' ');
@@ -294,8 +295,8 @@ class FoundApplication final : public ApplicationProcess {
   std::string path_;
 };
 
-/// The application that the process is an instance of, when that bears the identifier; an absent
-/// one stands for any.
+/// The process as an instance of the application with this identifier, or of any application if it
+/// is absent. Null for other processes.
 std::unique_ptr<ApplicationProcess> instanceOf(std::optional<std::string_view> identifier,
                                                pid_t pid, InformationFiles& files) {
   const std::string process = "/proc/" + std::to_string(pid);
@@ -308,8 +309,8 @@ std::unique_ptr<ApplicationProcess> instanceOf(std::optional<std::string_view> i
   if (informationOf(bundleProgram(process)) == nullptr) {
     return nullptr;
   }
-  // The id may have been reused since. Hold a descriptor of the process, then look again: what is
-  // read while it is alive belongs to it.
+  // The id may have been reused since. Read again: if the pidfd's process is still alive
+  // afterwards, what was read belongs to it.
   const Descriptor pidfd = openPidfd(pid);
   const std::optional<std::uint64_t> start = startOf(pid);
   std::optional<Program> program = bundleProgram(process);

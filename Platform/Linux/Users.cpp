@@ -27,11 +27,11 @@ std::optional<std::string> ownerOfConsole() {
 }  // namespace
 
 std::optional<std::string> consoleUserName() {
-  if (std::optional<std::string> owner = ownerOfConsole(); owner && !isNobodysSession(*owner)) {
+  if (std::optional<std::string> owner = ownerOfConsole(); owner && !isSystemAccount(*owner)) {
     return owner;
   }
   std::vector<Session> all = sessions();
-  std::erase_if(all, [](const Session& session) { return isNobodysSession(session.user); });
+  std::erase_if(all, [](const Session& session) { return isSystemAccount(session.user); });
   auto found = std::ranges::find(all, kConsoleLine, &Session::line);
   if (found == all.end()) {
     found = std::ranges::find_if(all, isLocal);

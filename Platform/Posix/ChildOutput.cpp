@@ -63,7 +63,7 @@ ChildOutput::Reading ChildOutput::readKept(const Descriptor& pipe, std::size_t& 
   if (count > 0) {
     most -= static_cast<std::size_t>(count);
     handOn(std::string_view(kept_).substr(before));
-    handOnLines(kept_);
+    reportLines(kept_);
   }
   return answer(count, error);
 }
@@ -80,7 +80,7 @@ ChildOutput::Reading ChildOutput::readDropped(const Descriptor& pipe, std::size_
     handOn({scratch_->data() + filled_, static_cast<std::size_t>(count)});
     if (onLine_) {
       filled_ += static_cast<std::size_t>(count);
-      handOnLines({scratch_->data(), filled_});
+      reportLines({scratch_->data(), filled_});
       filled_ -= lineStart_;
       std::memmove(scratch_->data(), scratch_->data() + lineStart_, filled_);
       lineStart_ = 0;
@@ -108,7 +108,7 @@ void ChildOutput::handOn(std::string_view piece) const {
 }
 
 /// Reports the lines of `buffer` from `lineStart_` on; there is no line end before `searched_`.
-void ChildOutput::handOnLines(std::string_view buffer) {
+void ChildOutput::reportLines(std::string_view buffer) {
   if (!onLine_) {
     return;
   }

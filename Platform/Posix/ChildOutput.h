@@ -30,8 +30,8 @@ class ChildOutput {
   /// Reports an unfinished last line and returns the stored output.
   [[nodiscard]] std::string finish();
 
-  static constexpr std::size_t kReadBytes = std::size_t{64} * 1024;     ///< What a pipe holds.
-  static constexpr std::size_t kLongestPiece = std::size_t{64} * 1024;  ///< Of a longer line.
+  static constexpr std::size_t kReadBytes = std::size_t{64} * 1024;     ///< A pipe's capacity.
+  static constexpr std::size_t kLongestPiece = std::size_t{64} * 1024;  ///< Longer lines are split.
 
  private:
   using Scratch = std::array<char, kLongestPiece + kReadBytes>;
@@ -40,7 +40,7 @@ class ChildOutput {
   Reading readDropped(const Descriptor& pipe, std::size_t& most);
   void startDropping();
   void handOn(std::string_view piece) const;
-  void handOnLines(std::string_view buffer);
+  void reportLines(std::string_view buffer);
 
   std::size_t limit_;
   const OnLine& onLine_;

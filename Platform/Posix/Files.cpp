@@ -32,10 +32,10 @@ std::unexpected<FileError> failure(const std::string& path, int number) {
   return failure(path, number, std::generic_category().message(number));
 }
 
-/// The system would stop reading such a path at its NUL, and take another file.
+/// The system would truncate such a path at the NUL and use another file.
 bool hasNUL(const std::string& path) { return path.find('\0') != std::string::npos; }
 
-/// Calls again for as long as a signal interrupts the call.
+/// Retries while signals interrupt the call.
 template <typename Call>
 auto uninterrupted(Call call) {
   auto result = call();
@@ -45,7 +45,7 @@ auto uninterrupted(Call call) {
   return result;
 }
 
-/// Appends what can be read, at most `count` bytes. False on an error, which errno names.
+/// Calls read() once and appends at most `count` bytes. Returns false with errno set on failure.
 bool readMore(int descriptor, std::string& bytes, std::size_t count) {
   const std::size_t start = bytes.size();
   bool good = true;
@@ -57,7 +57,7 @@ bool readMore(int descriptor, std::string& bytes, std::size_t count) {
   return good;
 }
 
-/// A path as the directory that is opened and the name in it.
+/// A path, split into the directory and the name in it.
 struct Place {
   std::string directory;
   std::string name;
@@ -69,9 +69,9 @@ struct Place {
     }
   }
   [[nodiscard]] bool namesFile() const { return !name.empty() && name != "." && name != ".."; }
-  /// What the names of the target's temporary files begin with.
+  /// The prefix of the temporary files' names.
   [[nodiscard]] std::string temporaryPrefix() const {
-    constexpr std::size_t kLongest = 200;  // a file's name has at most 255 bytes
+    constexpr std::size_t kLongest = 200;  // file names have at most 255 bytes
     return "." + name.substr(0, kLongest) + std::string(kTemporaryMark);
   }
 };
@@ -84,13 +84,14 @@ Descriptor openDirectory(const std::string& path) {
 constexpr std::string_view kHexadecimal = "0123456789abcdef";
 constexpr std::size_t kRandomBytes = 12;
 
-/// Whether a temporary file's name ends so, and not that of a neighbour's.
+/// Whether `text` is the random part of a temporary file's name, not the rest of a longer file
+/// name.
 bool isRandomPart(std::string_view text) {
   return text.size() == 2 * kRandomBytes &&
          text.find_first_not_of(kHexadecimal) == std::string_view::npos;
 }
 
-/// A new file beside the target; it vanishes again unless it takes the target's place.
+/// A new file in the target's directory. The destructor removes it unless it was renamed.
 class TemporaryFile {
  public:
   TemporaryFile(int directory, std::string prefix)
@@ -103,7 +104,7 @@ class TemporaryFile {
     }
   }
 
-  /// Makes the file under a name that nobody can foresee. False on an error, which errno names.
+  /// Creates the file under an unpredictable name. Returns false with errno set on failure.
   bool create() {
     constexpr int kTries = 16;
     for (int attempt = 0; attempt < kTries; ++attempt) {
@@ -144,9 +145,9 @@ class TemporaryFile {
   Descriptor file_;
 };
 
-/// Gives the new file the owner and the permissions of the one that it replaces, as far as the
-/// process may.
-bool takeOver(int descriptor, const struct stat* replaced) {
+/// Sets the owner and permissions of the replaced file, if any, as far as the process may. Returns
+/// false with errno set on failure.
+bool copyAttributes(int descriptor, const struct stat* replaced) {
   mode_t mode = kModeOfNewFile;
   if (replaced != nullptr) {
     mode = replaced->st_mode & kPermissionBits;
@@ -154,7 +155,7 @@ bool takeOver(int descriptor, const struct stat* replaced) {
       if (errno != EPERM && errno != EINVAL) {  // EINVAL: the owner is unknown to the namespace
         return false;
       }
-      mode &= 0777;  // set-user-ID under another owner would mean something else
+      mode &= 0777;  // set-user-ID must not apply to another owner
     }
   }
   return fchmod(descriptor, mode) == 0 || errno == EPERM;
@@ -182,14 +183,13 @@ std::expected<std::string, FileError> readFile(const std::string& path,
   if (!options.owners.empty() &&
       std::ranges::find(options.owners, status.st_uid) == options.owners.end()) {
     return failure(path, EPERM,
-                   "Belongs to the user " + std::to_string(status.st_uid) +
-                       ", whose word does not count here");
+                   "Owned by user " + std::to_string(status.st_uid) + ", who is not accepted here");
   }
   const auto announced = static_cast<std::uint64_t>(status.st_size);
   std::string bytes;
   while (announced <= options.maximumBytes && bytes.size() <= options.maximumBytes) {
-    // A file may grow, and one under /proc announces no size. One byte more than it should have
-    // is asked for, so that the end shows.
+    // The file may grow, and files under /proc report no size, so one more byte than expected is
+    // requested to detect the end.
     constexpr std::uint64_t kStep = 4096;
     const std::uint64_t expected = bytes.size() <= announced
                                        ? announced - bytes.size()
@@ -215,7 +215,7 @@ std::expected<void, FileError> writeFileAtomically(const std::string& path,
   if (!place.namesFile()) {
     return failure(path, path.empty() ? ENOENT : EISDIR);
   }
-  // All goes through the one open directory: moving it meanwhile can't split the steps.
+  // All steps use one open directory, so they hit the same one even if it is moved meanwhile.
   const Descriptor directory = openDirectory(place.directory);
   if (!directory) {
     return failure(path, errno);
@@ -236,12 +236,12 @@ std::expected<void, FileError> writeFileAtomically(const std::string& path,
   };
   const bool done =
       file.create() && write() &&
-      takeOver(file.descriptor(), exists && S_ISREG(status.st_mode) ? &status : nullptr) &&
+      copyAttributes(file.descriptor(), exists && S_ISREG(status.st_mode) ? &status : nullptr) &&
       uninterrupted([&] { return fsync(file.descriptor()); }) == 0 && file.rename(name);
   if (!done) {
     return failure(path, errno);
   }
-  // The new name is durable once the directory is. Some file systems can't flush one.
+  // The rename is durable once the directory is flushed, which some file systems don't support.
   if (uninterrupted([&] { return fsync(directory.get()); }) != 0 && errno != EINVAL) {
     return failure(path, errno);
   }
@@ -268,11 +268,11 @@ std::expected<FileLock, FileError> FileLock::acquire(const std::string& path,
       return failure(name, EINVAL, "Not a regular file");
     }
     if (uninterrupted([&] { return flock(file.get(), LOCK_EX | LOCK_NB); }) == 0) {
-      // The last holder removes the file: a lock on a file without a name keeps nobody out.
+      // The previous holder may have removed the file; locking an unlinked file excludes nobody.
       struct stat named{};
       if (lstat(name.c_str(), &named) == 0 && named.st_ino == opened.st_ino &&
           named.st_dev == opened.st_dev) {
-        return FileLock(std::move(name), std::move(file));  // no memory is needed any more
+        return FileLock(std::move(name), std::move(file));  // allocates nothing
       }
     } else if (errno != EWOULDBLOCK) {
       return failure(name, errno);
@@ -290,7 +290,7 @@ std::expected<FileLock, FileError> FileLock::acquire(const std::string& path,
 
 FileLock::~FileLock() {
   if (file_) {
-    unlink(name_.c_str());  // before the lock goes with the descriptor
+    unlink(name_.c_str());  // before closing the descriptor releases the lock
   }
 }
 
@@ -303,7 +303,7 @@ void removeLeftovers(const std::string& path) noexcept try {
   if (!entries) {
     return;
   }
-  const int number = directory.release();  // the stream's now
+  const int number = directory.release();  // owned by the stream now
   while (const dirent* entry = readdir(entries.get())) {
     const std::string_view name = entry->d_name;
     if (name.starts_with(prefix) && isRandomPart(name.substr(prefix.size()))) {
@@ -311,7 +311,7 @@ void removeLeftovers(const std::string& path) noexcept try {
     }
   }
 } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch)
-  // They stay until the next save.
+  // The files remain until the next save.
 }
 
 std::expected<std::string, FileError> setFileAside(const std::string& path,
@@ -330,7 +330,7 @@ std::expected<std::string, FileError> setFileAside(const std::string& path,
     if (number > 1) {
       name += "-" + std::to_string(number);
     }
-    // Without following a link: it is the link that will be replaced.
+    // Links the symbolic link itself, since it is what will be replaced.
     if (canBeReplaced && linkat(AT_FDCWD, path.c_str(), AT_FDCWD, name.c_str(), 0) == 0) {
       return name;
     }
@@ -339,14 +339,14 @@ std::expected<std::string, FileError> setFileAside(const std::string& path,
     if (lstat(name.c_str(), &status) == 0) {
       continue;
     }
-    // No second names on this file system, or not for this user on a file of another one.
+    // The file system has no hard links, or this user may not link another user's file.
     const bool linksFail = !canBeReplaced || error == EPERM || error == EOPNOTSUPP;
     if (linksFail && rename(path.c_str(), name.c_str()) == 0) {
       return name;
     }
     return failure(path, linksFail ? errno : error);
   }
-  return failure(path, EEXIST, "Too many files have been set aside");
+  return failure(path, EEXIST, "Too many damaged files have been renamed");
 }
 
 void undoSettingAside(const std::string& path, const std::string& name) noexcept {
@@ -375,7 +375,7 @@ std::int32_t removeFile(const std::string& path) {
     return 0;
   }
   const std::int32_t error = errno;
-  struct stat status{};  // systems differ in the error of a directory
+  struct stat status{};  // systems differ in the error for a directory
   return lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode) ? EISDIR : error;
 }
 

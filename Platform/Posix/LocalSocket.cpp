@@ -135,6 +135,6 @@ std::ptrdiff_t receive(const Descriptor& socket, std::span<char> buffer, bool wa
   return ended ? -1 : count;
 }
 
-void hangUp(const Descriptor& socket) noexcept { ::shutdown(socket.get(), SHUT_RDWR); }
+void shutDown(const Descriptor& socket) noexcept { ::shutdown(socket.get(), SHUT_RDWR); }
 
 }  // namespace platform

@@ -44,7 +44,7 @@ constexpr int kBadFormat = ENOEXEC;
 #endif
 
 /// Returns false with errno set on failure.
-bool dontBlock(const Descriptor& descriptor) {
+bool makeNonBlocking(const Descriptor& descriptor) {
   const int flags = ::fcntl(descriptor.get(), F_GETFL);
   return flags >= 0 && ::fcntl(descriptor.get(), F_SETFL, flags | O_NONBLOCK) == 0;
 }
@@ -310,8 +310,7 @@ class Supervision {
  private:
   enum class Stage : std::uint8_t { running, terminated, killed, givenUp };
 
-  /// After SIGTERM the rest of the group gets the grace period, too, as long as it holds the pipe
-  /// open.
+  /// After SIGTERM, group members that keep the pipe open get the grace period as well.
   [[nodiscard]] bool isOver() const {
     return stage_ == Stage::givenUp ||
            (child_.ended() && (stage_ != Stage::terminated || !outputPipe_));
@@ -369,7 +368,7 @@ class Supervision {
     return reading == ChildOutput::Reading::some;
   }
 
-  /// Reads what is in the pipe now. A grandchild may go on writing, which is not waited for.
+  /// Reads what is in the pipe now. Doesn't wait for a grandchild that continues to write.
   void drain() {
     int held = 0;
     if (!outputPipe_ || ::ioctl(outputPipe_.get(), FIONREAD, &held) != 0) {
@@ -474,8 +473,8 @@ ProcessResult runProcess(const ProcessRequest& request) {
     }
   }
   // This process's ends only; the child's ends are separate open files.
-  if (!dontBlock(output->readEnd) || (input && !dontBlock(input->writeEnd)) ||
-      (status && !dontBlock(status->readEnd))) {
+  if (!makeNonBlocking(output->readEnd) || (input && !makeNonBlocking(input->writeEnd)) ||
+      (status && !makeNonBlocking(status->readEnd))) {
     return notStarted(errno, request);
   }
   SpawnSettings settings;

@@ -35,7 +35,7 @@ class ChildEnd {
   /// Becomes readable when the child exits; empty if the system can't tell and the child must be
   /// polled.
   [[nodiscard]] const Descriptor& descriptor() const { return descriptor_; }
-  /// Whether the child no longer existed, for example because the process ignores SIGCHLD.
+  /// Whether the child no longer exists, for example because the process ignores SIGCHLD.
   [[nodiscard]] bool wasGone() const { return wasGone_; }
   /// waitid() for the child with WEXITED and these options, retried after signals. Returns 0, or -1
   /// with errno set.

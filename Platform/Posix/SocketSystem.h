@@ -1,4 +1,4 @@
-// The system-specific parts of local sockets, beside peerUserID. Internal to LocalSocket.
+// The system-specific parts of local sockets, except for peerUserID. Internal to LocalSocket.
 #pragma once
 #include <sys/types.h>
 

@@ -8,7 +8,7 @@ namespace platform {
 std::optional<std::string> consoleUserName() {
   const Owned<CFStringRef> user(SCDynamicStoreCopyConsoleUser(nullptr, nullptr, nullptr));
   std::optional<std::string> name = textOf(user.get());
-  return name && isNobodysSession(*name) ? std::nullopt : std::move(name);
+  return name && isSystemAccount(*name) ? std::nullopt : std::move(name);
 }
 
 }  // namespace platform

@@ -33,7 +33,7 @@ std::string document(const std::string& name) {
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
-/// What stands in `text` between two texts.
+/// The part of `text` between two strings.
 std::string between(std::string_view text, std::string_view begin, std::string_view end) {
   const std::size_t first = text.find(begin);
   if (first == std::string_view::npos) {
@@ -45,7 +45,7 @@ std::string between(std::string_view text, std::string_view begin, std::string_v
 
 class ActionReferenceTest : public AgentToolTest {};
 
-TEST_F(ActionReferenceTest, DocumentsMadeFromTheTableAreUpToDate) {
+TEST_F(ActionReferenceTest, GeneratedDocumentsAreUpToDate) {
   constexpr const char* kHow = "run ./dev generate";
   EXPECT_EQ(document("action-file.schema.json"), agent_tool::actionFileSchema()) << kHow;
   EXPECT_EQ(between(document("ACTION-FILE.md"), "KnownActions.h. -->\n", "<!-- end -->"),
@@ -53,7 +53,7 @@ TEST_F(ActionReferenceTest, DocumentsMadeFromTheTableAreUpToDate) {
       << kHow;
 }
 
-TEST_F(ActionReferenceTest, TheExampleOfThePageIsInOrderAndPlannedAsThePageSays) {
+TEST_F(ActionReferenceTest, DocumentedExampleHasTheDocumentedPlan) {
   const std::string page = document("ACTION-FILE.md");
   const std::string file = writeActions(between(page, "```json\n", "```"));
   EXPECT_THAT(shell("vexlo-patch check " + file).output, HasSubstr("nothing looks odd"));
@@ -67,7 +67,7 @@ TEST_F(ActionReferenceTest, TheExampleOfThePageIsInOrderAndPlannedAsThePageSays)
   EXPECT_EQ(shell(commands).output, session.str());
 }
 
-TEST_F(ActionReferenceTest, ThePageNamesEveryKindOfFinding) {
+TEST_F(ActionReferenceTest, PageListsEveryKindOfFinding) {
   const std::string page = document("ACTION-FILE.md");
   for (std::uint8_t kind = 0;
        kind <= std::to_underlying(agent_tool::FindingKind::restartBeforeAction); ++kind) {
@@ -76,7 +76,7 @@ TEST_F(ActionReferenceTest, ThePageNamesEveryKindOfFinding) {
   }
 }
 
-TEST_F(ActionReferenceTest, EveryResultInTheTableIsOneThatTheLibraryCanGive) {
+TEST_F(ActionReferenceTest, DocumentedResultsExist) {
   std::set<std::string> results{
       "success", "success(gotUserAcknowledgementForPatchingRunningApplications)",
       "applyLater(macOSUpdateIsDeferred)", "failure(macOSSoftwareUpdateInstallationFailed)"};
@@ -92,7 +92,7 @@ TEST_F(ActionReferenceTest, EveryResultInTheTableIsOneThatTheLibraryCanGive) {
   }
 }
 
-TEST_F(ActionReferenceTest, TheChangelogNamesEveryAction) {
+TEST_F(ActionReferenceTest, ChangelogNamesEveryAction) {
   const std::string changelog = document("../CHANGELOG.md");
   for (const vexlo::KnownActionRow& action : vexlo::kKnownActions) {
     EXPECT_THAT(changelog, HasSubstr(text('`', action.name, '`')));
@@ -116,7 +116,7 @@ std::vector<vexlo::Measurement> oneOfEach(std::index_sequence<index...> /*all*/)
   return {vexlo::Measurement(std::in_place_index<index>)...};
 }
 
-TEST_F(ActionReferenceTest, ThePageOfResultsNamesEveryMeasurementAndItsMembers) {
+TEST_F(ActionReferenceTest, RunPageListsEveryMeasurementMember) {
   const std::string page = document("RUN.md");
   for (const vexlo::Measurement& measurement :
        oneOfEach(std::make_index_sequence<std::variant_size_v<vexlo::Measurement>>())) {
@@ -129,7 +129,7 @@ TEST_F(ActionReferenceTest, ThePageOfResultsNamesEveryMeasurementAndItsMembers) 
   }
 }
 
-TEST_F(ActionReferenceTest, ThePageOfTheAgentsFilesNamesEveryKeyThatTheLibraryReads) {
+TEST_F(ActionReferenceTest, AgentFilesPageListsEveryKey) {
   const std::string page = document("AGENT-FILES.md");
   for (const auto* source :
        {"Validators/RunningApplicationCheckRelated/RunningAppPolicy.cpp",
@@ -149,7 +149,7 @@ TEST_F(ActionReferenceTest, ThePageOfTheAgentsFilesNamesEveryKeyThatTheLibraryRe
   }
 }
 
-TEST_F(ActionReferenceTest, HelpExplainsAnActionByCodeOrName) {
+TEST_F(ActionReferenceTest, HelpFindsAnActionByCodeOrName) {
   const ToolRun byCode = shell("vexlo-patch help actions 2005");
   EXPECT_THAT(byCode.output,
               AllOf(HasSubstr("2005 minimumDiskSpaceCheck\n"), HasSubstr("\"2005\": [\"20\"]"),

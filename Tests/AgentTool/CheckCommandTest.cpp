@@ -57,7 +57,7 @@ file:8:44: warning: PatchActions › 4 › 2008 › [1]: the bundle identifier i
 file:8:48: warning: PatchActions › 4 › 2008 › [2]: "a.b" is already in the list
 file:8:55: warning: PatchActions › 4 › 2008 › [3]: "c,d" is not a bundle identifier such as "com.apple.Safari"
 file:8:62: warning: PatchActions › 4 › 2008 › [4]: "C.app" is an application's file; its bundle identifier is needed, such as "com.apple.Safari"
-file:8:81: warning: PatchActions › 4 › 2010 › [0]: "I.app" is not an absolute path: it is taken from wherever the agent was started
+file:8:81: warning: PatchActions › 4 › 2010 › [0]: "I.app" is not an absolute path: it is relative to the agent's working directory
 file:9:20: warning: PatchActions › 6 › 2010 › [0]: "/I\u0007" is not an application: its name doesn't end in ".app"
 file:9:51: warning: PatchActions › 6 › 2007: installMacOSUpdates restarts the Mac before applicationRunningCheck (2008) runs
 file:9:51: warning: PatchActions › 6 › 2007: installMacOSUpdates restarts the Mac before installMacOSUpdatesUsingInstallAssistant (2010) runs
@@ -69,7 +69,7 @@ file can be used (1 product, 6 patches with actions, 2 exempt patches); 31 thing
 
 class CheckCommandTest : public AgentToolTest {};
 
-TEST_F(CheckCommandTest, SaysWhatIsWrongAndWhatLooksOdd) {
+TEST_F(CheckCommandTest, ReportsErrorsAndOddities) {
   struct Row {
     std::string file;
     std::string options;
@@ -82,8 +82,8 @@ TEST_F(CheckCommandTest, SaysWhatIsWrongAndWhatLooksOdd) {
             "odd.\n"},
         Row{kOddFile, "", kWhatIsOdd},
         Row{"\xEF\xBB\xBF{\"PatchActions\":{},\n\"x\":1e99999999999}", "--strict",
-            "file:1:1: warning: the text begins with a byte order mark, which some readers "
-            "refuse\nfile:2:1: warning: x: is not read\nfile can be used (0 products, 0 patches "
+            "file:1:1: warning: the file begins with a byte order mark, which some parsers "
+            "reject\nfile:2:1: warning: x: is not read\nfile can be used (0 products, 0 patches "
             "with actions, 0 exempt patches); 2 things look odd.\n",
             1},
         Row{"{}", "--json",
@@ -126,7 +126,7 @@ TEST_F(CheckCommandTest, SaysWhatIsWrongAndWhatLooksOdd) {
             R"("pointer":"/ProductServicePackActions/exclusionPatchIDs",)"
             R"("place":"ProductServicePackActions › exclusionPatchIDs",)"
             R"j("text":"expected an object, found an array (did you mean \"ExclusionPatchIDs\"? )j"
-            R"j(Upper and lower case count)"},)j"
+            R"j(Names are case-sensitive)"},)j"
             R"({"kind":"wrongType","line":1,"column":63,)"
             R"("pointer":"/ProductServicePackActions/a~1~0",)"
             R"("place":"ProductServicePackActions › a/~",)"
@@ -141,7 +141,7 @@ TEST_F(CheckCommandTest, SaysWhatIsWrongAndWhatLooksOdd) {
   }
 }
 
-TEST_F(CheckCommandTest, LooksAtSeveralFilesAndStandardInput) {
+TEST_F(CheckCommandTest, ChecksSeveralFilesAndStandardInput) {
   root.write("good", kFileInOrder);
   root.write("odd", "{}");
   const ToolRun run = shell("vexlo-patch check --strict good odd missing - < odd");
@@ -157,14 +157,14 @@ TEST_F(CheckCommandTest, LooksAtSeveralFilesAndStandardInput) {
             "\n");
 }
 
-TEST_F(CheckCommandTest, TheHookRunsTheStrictCheck) {
+TEST_F(CheckCommandTest, HookRunsTheStrictCheck) {
   root.write("odd", "{}");
   EXPECT_EQ(
       shell("$(sed -n 's/^ *entry: //p' " VEXLO_DOCUMENTS "/../.pre-commit-hooks.yaml) odd").status,
       1);
 }
 
-TEST(SourceExcerptTest, MarksThePlaceInTheLine) {
+TEST(SourceExcerptTest, MarksThePositionInTheLine) {
   const std::string longLine = std::string(300, 'x') + "\"é\"" + std::string(300, 'y');
   EXPECT_EQ(agent_tool::sourceExcerpt("{\n\t\"é\": [30],\r\n", 10, 2, 80),
             "   \"é\": [30],\n         ^~\n");
@@ -174,7 +174,7 @@ TEST(SourceExcerptTest, MarksThePlaceInTheLine) {
   EXPECT_EQ(agent_tool::sourceExcerpt("[", 1, 0, 80), "  [\n   ^\n");
 }
 
-TEST(WordNearTest, ForgivesTypingErrorsOnly) {
+TEST(ClosestWordTest, SuggestsWordsForTypingErrorsOnly) {
   constexpr std::array<std::string_view, 2> kWords{"PatchActions", "abc"};
   for (const auto& [written, meant] :
        std::vector<std::pair<std::string_view, std::string_view>>{{"patchactions", "PatchActions"},
@@ -185,7 +185,7 @@ TEST(WordNearTest, ForgivesTypingErrorsOnly) {
                                                                   {"ab", ""},
                                                                   {"ABC", "abc"},
                                                                   {"", ""}}) {
-    EXPECT_EQ(agent_tool::wordNear(written, kWords), meant) << written;
+    EXPECT_EQ(agent_tool::closestWord(written, kWords), meant) << written;
   }
 }
 

@@ -15,7 +15,7 @@ namespace {
 
 class CommandLineTest : public AgentToolTest {};
 
-TEST_F(CommandLineTest, BadUsageEndsWith64AndSaysWhereHelpIs) {
+TEST_F(CommandLineTest, BadUsageExitsWith64AndPointsToHelp) {
   for (const auto& [commandLine, complaint] : std::vector<std::pair<std::string, std::string>>{
            {"vexlo-patch", "a command is needed"},
            {"vexlo-patch paln", "no such command: paln"},
@@ -42,7 +42,7 @@ TEST_F(CommandLineTest, BadUsageEndsWith64AndSaysWhereHelpIs) {
   }
 }
 
-TEST_F(CommandLineTest, VersionAndHelpAreAnsweredOnStandardOutput) {
+TEST_F(CommandLineTest, VersionAndHelpGoToStandardOutput) {
   EXPECT_THAT(
       shell("vexlo-patch --version").output,
       ::testing::MatchesRegex(
@@ -51,6 +51,7 @@ TEST_F(CommandLineTest, VersionAndHelpAreAnsweredOnStandardOutput) {
   EXPECT_THAT(help.output, AllOf(HasSubstr("--action CODE|NAME"), EndsWith("can't be used\n")));
   EXPECT_EQ(help.status, 0);
   EXPECT_EQ(shell("vexlo-patch run --help").output, help.output);
+  EXPECT_THAT(shell("vexlo-patch help").output, HasSubstr("\nCommands:\n  plan "));
 }
 
 }  // namespace

@@ -44,7 +44,7 @@ TEST_F(EvaluateCommandTest, ShowsAnswersAndMeasuredValues) {
             "\n");
 }
 
-TEST_F(EvaluateCommandTest, FactsThatCantBeUsedSayWhy) {
+TEST_F(EvaluateCommandTest, ReportsWhyFactsAreUnusable) {
   root.write("two.json", std::string(kFacts) + "\n" + kFacts + "\n");
   root.write("wrong.json", R"({"version":1,"appleSilicon":"yes"})");
   for (const auto& [file, message] :

@@ -1,4 +1,4 @@
-// What recorded machines answer to actions.
+// Evaluates actions on recorded facts.
 #include "AgentTool/Evaluator.h"
 
 #include <gtest/gtest.h>
@@ -21,8 +21,8 @@ using platform::PropertyList;
 struct EvaluationCase {
   std::string name;
   std::string action;                      ///< Code and arguments, as in the action file.
-  void (*change)(Facts&) = [](Facts&) {};  ///< Of a machine with nothing in the way.
-  std::string answer;                      ///< And what comes next, or the reason.
+  void (*change)(Facts&) = [](Facts&) {};  ///< Applied to a machine on which everything passes.
+  std::string answer;                      ///< With the next step or the reason.
 };
 
 Facts healthyMachine() {
@@ -42,7 +42,7 @@ Facts healthyMachine() {
   return facts;
 }
 
-/// The counts of the patch and the editor: prompts shown in all, and today.
+/// Sets the editor's prompt counts for the patch: in total, and today.
 void prompted(Facts& facts, std::int64_t total, std::int64_t today) {
   facts.promptCounts.values = PropertyList::Dictionary{
       {"com.example.editor",
@@ -76,7 +76,7 @@ class EvaluatorTest : public testing::TestWithParam<EvaluationCase> {
   ~EvaluatorTest() override { LogCore::setLogSink(former); }
 };
 
-TEST_P(EvaluatorTest, AnswersAsTheLibraryWould) {
+TEST_P(EvaluatorTest, PredictsTheLibrarysResult) {
   Facts facts = healthyMachine();
   GetParam().change(facts);
   EXPECT_EQ(answerTo(GetParam().action, facts), GetParam().answer);
@@ -113,7 +113,7 @@ const std::vector<EvaluationCase> kCases{
                    [](Facts& facts) { facts.softwareUpdateReachable = true; },
                    "applyLater(softwareUpdateUnreachable)"},
     EvaluationCase{"DeferredWhereTheMachineIs", R"("2006":["14.5"])",
-                   [](Facts& facts) {  // an hour before that day begins in the west
+                   [](Facts& facts) {  // an hour before the day begins in a western time zone
                      facts.time = platform::Moment(
                                       std::chrono::sys_days(std::chrono::year(2026) / 11 / 25)) +
                                   std::chrono::hours(7);
@@ -198,7 +198,7 @@ TEST(EvaluatorCasesTest, CoverEveryAction) {
   }
 }
 
-TEST(RecordedSourcesTest, AnswersFromTheRecordOfTheMoment) {
+TEST(RecordedSourcesTest, AnswersFromTheCurrentRecord) {
   const auto group =
       std::make_shared<const vexlo::PatchActionGroup>(vexlo::PatchActionGroup::decode(
           R"({"PatchActions":{"1":{"2008":["com.example.editor"]}}})", "actions"));

@@ -14,7 +14,7 @@ namespace {
 
 class FactsCommandTest : public AgentToolTest {};
 
-TEST_F(FactsCommandTest, NeedsNoAgentAndSaysWhyReadingsAreAbsent) {
+TEST_F(FactsCommandTest, WorksWithoutAnAgentAndSaysWhyFactsAreAbsent) {
   const ToolRun run =
       shell("env -u VEXLO_AGENT_ROOT vexlo-patch facts --json --application no.such");
   EXPECT_EQ(run.status, 0);
@@ -29,7 +29,7 @@ TEST_F(FactsCommandTest, NeedsNoAgentAndSaysWhyReadingsAreAbsent) {
             HasSubstr(R"("agentService":"Unable to reach the agent service: )")));
 }
 
-TEST_F(FactsCommandTest, SaysWhichFileASettingComesFromAndKeepsToWhatIsReadHere) {
+TEST_F(FactsCommandTest, ShowsSettingsWithTheirFileAndOnlyKnownKeys) {
   root.write("data/vxpatch_data.plist",
              R"({"OSPatchingViaMDMStatus" = 1; "AlwaysKillApps" = "true"; "Secret" = "x";})");
   root.write("data/ApplicationRunningPromptCustomization.plist", R"({"subTitle" = ("a");})");
@@ -39,14 +39,14 @@ TEST_F(FactsCommandTest, SaysWhichFileASettingComesFromAndKeepsToWhatIsReadHere)
   EXPECT_THAT(run.output,
               AllOf(HasSubstr("  " + data + "vxpatch_data.plist\n  AlwaysKillApps "),
                     HasSubstr("applications killed       no\n"), Not(HasSubstr("Secret")),
-                    HasSubstr("subTitle: expected a text, found an array"),
+                    HasSubstr("subTitle: expected a string, found an array"),
                     HasSubstr("absent: there is no file " + data +
                               "ApplicationRunningPromptData.plist\n")));
   EXPECT_THAT(shell("vexlo-patch facts --log-level info").errors,
               HasSubstr("Running application check is enabled"));
 }
 
-TEST(FactsTextTest, KeepsTheTypesOfPropertyListValuesApart) {
+TEST(FactsTextTest, PropertyListValuesKeepTheirTypes) {
   using platform::PropertyList;
   agent_tool::Facts facts;
   facts.powerSources = {PropertyList("x"),

@@ -30,7 +30,7 @@ Names namesWhere(bool (*isMeant)(const FactsMember&)) {
   return names;
 }
 
-TEST(FactsMembersTest, TheSchemaDescribesEveryMemberAndNoOther) {
+TEST(FactsMembersTest, SchemaDescribesExactlyTheMembers) {
   const std::string text = document("facts.schema.json");
   CompactJSON parser;
   const JSONValue* const schema = parser.read(text);
@@ -47,7 +47,7 @@ TEST(FactsMembersTest, TheSchemaDescribesEveryMemberAndNoOther) {
   EXPECT_EQ(required, namesWhere([](const FactsMember& member) { return member.isNeeded; }));
 }
 
-TEST(FactsMembersTest, ThePageListsEveryMemberThatIsWrittenAndNoOther) {
+TEST(FactsMembersTest, PageListsExactlyTheWrittenMembers) {
   std::istringstream page(document("FACTS.md"));
   Names listed;
   for (std::string line; std::getline(page, line);) {

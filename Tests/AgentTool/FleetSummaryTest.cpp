@@ -22,7 +22,7 @@ const FleetQuestion kQuestion{.patchID = "1",
                               .actions = {{"2005", {"20"}}, {"2008", {}}},
                               .actionsBefore = {{}}};
 
-/// Of few machines, with counts near the limit too.
+/// A summary of a few kinds of machine; some counts are near the limit.
 FleetSummary randomSummary(std::mt19937& random) {
   constexpr std::array<agent_tool::FleetAnswerView, 4> kAnswers{
       {{"success", "", ""},
@@ -49,8 +49,8 @@ FleetSummary merged(FleetSummary left, const FleetSummary& right) {
   return left;
 }
 
-TEST(FleetSummaryTest, MergingIsAssociativeAndCommutativeWithANeutralElement) {
-  std::mt19937 random(13);  // NOLINT(*-msc51-cpp): the same cases every time
+TEST(FleetSummaryTest, MergingIsAssociativeAndCommutative) {
+  std::mt19937 random(13);  // NOLINT(*-msc51-cpp): reproducible cases
   for (int round = 0; round < 300; ++round) {
     const FleetSummary a = randomSummary(random);
     const FleetSummary b = randomSummary(random);
@@ -63,7 +63,7 @@ TEST(FleetSummaryTest, MergingIsAssociativeAndCommutativeWithANeutralElement) {
   }
 }
 
-TEST(FleetSummaryTest, AnswersToDifferentQuestionsAreNotMerged) {
+TEST(FleetSummaryTest, SummariesOfDifferentQuestionsDoNotMerge) {
   FleetQuestion other = kQuestion;
   other.actions.front().arguments = {"21"};
   FleetSummary summary(kQuestion);
@@ -73,7 +73,7 @@ TEST(FleetSummaryTest, AnswersToDifferentQuestionsAreNotMerged) {
   EXPECT_EQ(summary, FleetSummary(kQuestion));
 }
 
-TEST(FleetSummaryTest, VersionsBeyondThoseOfMacOSTakeNoMemory) {
+TEST(FleetSummaryTest, InvalidVersionsAreCountedAsUnknown) {
   FleetSummary summary;
   for (const std::int64_t version : {-1, 0, 100, 1'000'000}) {
     summary.add({"success", "", ""}, {.macOS = version});
@@ -81,7 +81,7 @@ TEST(FleetSummaryTest, VersionsBeyondThoseOfMacOSTakeNoMemory) {
   EXPECT_EQ(summary.answers().begin()->second.size(), 1U);
 }
 
-TEST(FleetSummaryTest, AnUnusableFormIsToldWithItsPlace) {
+TEST(FleetSummaryTest, InvalidJSONIsRejectedWithItsPlace) {
   for (const auto& [text, error] : std::vector<std::pair<std::string, std::string>>{
            {"[", R"(column 2: expected a value or "]", found the end of the text)"},
            {"{}", R"(expected an object with the member "fleetSummary", found an object)"},

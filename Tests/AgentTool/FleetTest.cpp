@@ -9,17 +9,17 @@
 
 namespace {
 
-TEST(FleetTest, TheSameSeedAlwaysMakesTheSameMachine) {
+TEST(FleetTest, SameSeedMakesTheSameMachine) {
   const fleet::Fleet fleet(7);
   const std::string second = fleet.line(2);
   (void)fleet.line(1);
   EXPECT_EQ(fleet::Fleet(7).line(2), second);
   EXPECT_NE(fleet::Fleet(8).line(2), second);
-  // On other systems too.
+  // The same on every system.
   EXPECT_NE(second.find("\"consoleUser\":\"amara62\""), std::string::npos) << second;
 }
 
-TEST(FleetTest, ItsLinesAreReadAndItsMachinesDiffer) {
+TEST(FleetTest, LinesAreValidAndMachinesDiffer) {
   const fleet::Fleet fleet(1);
   agent_tool::FactsReader reader;
   std::set<std::string> versions;

@@ -16,15 +16,15 @@ namespace {
 /// Interrupts the tool while it runs a program that doesn't exit on its own.
 class InterruptionTest : public AgentToolTest {};
 
-TEST_F(InterruptionTest, EndsTheRunningProgramAndTellsNoResult) {
+TEST_F(InterruptionTest, KillsTheRunningProgramAndPrintsNoResult) {
   // The program writes "started" to a FIFO. The reader sees end of file when the program and its
   // children have exited.
   ::mkfifo(root.file("fifo").c_str(), 0600);
   writeActions(R"({"PatchActions":{"1":{"2010":[")" + root.file("I.app") + R"("],"3001":[]}}})");
   for (const auto& [trap, interrupt, output] : std::initializer_list<std::array<std::string, 3>>{
            {"", "kill -TERM $tool", "status 143\n"},
-           // One that ignores SIGTERM is killed by the second signal or, on a slow machine, after
-           // the grace period.
+           // A program that ignores SIGTERM is killed by the second signal or, on a slow machine,
+           // after the grace period.
            {"trap 'echo stubborn >&3' TERM\n",
             "kill -TERM $tool; read -r word <&4; echo $word; kill -HUP $tool",
             "stubborn\nstatus 1(29|43)\n"}}) {

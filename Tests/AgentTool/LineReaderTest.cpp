@@ -11,7 +11,7 @@
 
 namespace {
 
-/// Each line with its number; "…" behind one that was too long.
+/// Each line with its number, followed by "…" if it was too long.
 std::vector<std::string> linesOf(const std::string& text, std::size_t longest) {
   const TemporaryDirectory directory;
   const platform::Descriptor file(
@@ -33,13 +33,13 @@ TEST(LineReaderTest, ReadsLinesWithAndWithoutTheLastLineFeed) {
   EXPECT_THAT(linesOf("\n", 9), ElementsAre("1 "));
 }
 
-TEST(LineReaderTest, SkipsWhatIsTooLongInBoundedMemory) {
+TEST(LineReaderTest, SkipsLongLinesInBoundedMemory) {
   using testing::ElementsAre;
   EXPECT_THAT(linesOf("123456789\n1234567890\nc\n", 9),
               ElementsAre("1 123456789", "2 123456789…", "3 c"));
   const std::string large(3'000'000, 'x');  // many times the buffer
   EXPECT_THAT(linesOf(large + "\nc\n" + large, 3), ElementsAre("1 xxx…", "2 c", "3 xxx…"));
-  // A line across the blocks that are read.
+  // A line that crosses a block boundary.
   EXPECT_THAT(linesOf(std::string(262'140, 'y') + "\nabcdefgh\n", 300'000),
               ElementsAre("1 " + std::string(262'140, 'y'), "2 abcdefgh"));
 }

@@ -37,7 +37,7 @@ class PlanCommandTest : public AgentToolTest {
   }
 };
 
-TEST_F(PlanCommandTest, IsOneJSONObject) {
+TEST_F(PlanCommandTest, PrintsOneJSONObject) {
   writeActions(R"({
     "ProductServicePackActions": {"2": {"3": {"2003": [], "2005": ["20"]}}},
     "PatchActions": {"1": {"2005": ["40", "x"], "3001": []}}})");
@@ -59,7 +59,7 @@ TEST_F(PlanCommandTest, IsOneJSONObject) {
               HasSubstr(R"("exempt":true,"actions":[]})"));
 }
 
-TEST_F(PlanCommandTest, TheTableIsAlignedAndCannotSteerATerminal) {
+TEST_F(PlanCommandTest, TableIsAlignedAndEscaped) {
   writeActions(
       R"({"ProductServicePackActions":{"ExclusionPatchIDs":["1"],"2":{"3":{"2003":[]}}},
           "PatchActions":{"1":{"2005":["40"],"x字\u001b[2J":["","a b","\u0007\u202e"]}}})");
@@ -73,10 +73,10 @@ TEST_F(PlanCommandTest, TheTableIsAlignedAndCannotSteerATerminal) {
             "\\u0007\\u202e\n");
 }
 
-TEST_F(PlanCommandTest, NamesThatTheFileDoesNotHoldAreSaidAndAreErrorsWhenStrict) {
+TEST_F(PlanCommandTest, ReportsNamesNotInFileAndFailsWhenStrict) {
   writeActions(
       R"({"ProductServicePackActions":{"ExclusionPatchIDs":["7"],"2":{"4":{}}},"PatchActions":{"6":{}}})");
-  const std::string notHeld = "vexlo-patch: the action file doesn't hold ";
+  const std::string notHeld = "vexlo-patch: the action file has no ";
   const std::string noServicePack = notHeld + "service pack 3 of product 2\n";
   for (const std::string command : {"plan", "run --log-level none"}) {
     SCOPED_TRACE(command);
@@ -95,7 +95,7 @@ TEST_F(PlanCommandTest, NamesThatTheFileDoesNotHoldAreSaidAndAreErrorsWhenStrict
   }
 }
 
-TEST_F(PlanCommandTest, AnUnusableFileEndsItWithOneLine) {
+TEST_F(PlanCommandTest, ReportsAnUnusableFileOnOneLine) {
   const std::string file = writeActions("[]");
   const ToolRun run =
       shell("VEXLO_AGENT_ROOT=/no/such vexlo-patch plan $patch --agent-root \"$PWD\" --json");
@@ -104,7 +104,7 @@ TEST_F(PlanCommandTest, AnUnusableFileEndsItWithOneLine) {
   EXPECT_EQ(run.status, 65);
 }
 
-TEST_F(PlanCommandTest, ATerminalGetsColoursWhereTheyAreWantedAndATableThatFits) {
+TEST_F(PlanCommandTest, TerminalOutputHasColoursAndFitsTheWidth) {
   const std::string shown = shownPlan("TERM=xterm NO_COLOR=");
   EXPECT_THAT(shown, HasSubstr("The file has no actions for this product and service pack;"));
   EXPECT_THAT(shown, HasSubstr("\x1b[1mCODE\x1b[0m"));

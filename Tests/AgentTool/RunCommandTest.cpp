@@ -16,7 +16,7 @@ namespace {
 
 class RunCommandTest : public AgentToolTest {};
 
-TEST_F(RunCommandTest, RunsTheActionsInOrderToTheFirstThatIsNoSuccessOrAllOrSome) {
+TEST_F(RunCommandTest, RunsSelectedActionsInOrderUntilOneDoesNotSucceed) {
   writeActions(
       R"({"PatchActions":{"1":{"2002":["30 "],"2005":["0"],"-5":[],"2010":["/none.app"]}}})");
   for (const auto& [options, ended] : std::vector<std::pair<std::string, std::string>>{
@@ -34,7 +34,7 @@ TEST_F(RunCommandTest, RunsTheActionsInOrderToTheFirstThatIsNoSuccessOrAllOrSome
   }
 }
 
-TEST_F(RunCommandTest, TheTableSaysWhyAndWhatWasLeftOut) {
+TEST_F(RunCommandTest, TableShowsReasonsAndSkippedActions) {
   writeActions(
       R"({"PatchActions":{"1":{"2001":["5"],"2010":["x"],"2005":["3 GB"],"2006":[],"2008":["x"]}}})");
   const ToolRun run = shell("vexlo-patch run $patch --machine intel --log-level none");
@@ -42,11 +42,11 @@ TEST_F(RunCommandTest, TheTableSaysWhyAndWhatWasLeftOut) {
             "CODE  ACTION                                    RESULT           TIME  WHY\n"
             "2001  siliconBatteryPercentageCheck             success T  for another processor\n"
             "2005  minimumDiskSpaceCheck                     applyLater T  inSufficientArguments: "
-            "minimum free space in GB: \"3 GB\" is no whole number\n"
+            "minimum free space in GB: \"3 GB\" is not an integer\n"
             "1 success, 1 applyLater, 3 not run\n");
 }
 
-TEST_F(RunCommandTest, ExplainsWhatIsNoSuccessByItsLogLines) {
+TEST_F(RunCommandTest, ExplainShowsLogLinesOfUnsuccessfulActions) {
   writeActions(R"({"PatchActions":{"1":{"2005":["0"],"2010":[]}}})");
   const std::string line =
       "error PatchActions/Main/ProcessPatchActions "
@@ -68,7 +68,7 @@ TEST_F(RunCommandTest, ExplainsWhatIsNoSuccessByItsLogLines) {
                     Not(HasSubstr("\"log\""))));
 }
 
-TEST_F(RunCommandTest, LogLinesGoWhereTheyAreWantedAndFromTheLevelOn) {
+TEST_F(RunCommandTest, LogsToTheChosenFileFromTheChosenLevel) {
   writeActions(R"({"PatchActions":{"1":{"3001":[]}}})");
   const std::string notDefined = R"j(ActionID undefined("3001"):[] not defined)j";
   const std::string applicable = "Applicable actions for patchID: 1: ";
@@ -92,7 +92,7 @@ TEST_F(RunCommandTest, LogLinesGoWhereTheyAreWantedAndFromTheLevelOn) {
   }
 }
 
-TEST_F(RunCommandTest, AReportThatCannotBeWrittenIsAFailure) {
+TEST_F(RunCommandTest, FailsIfTheReportCannotBeWritten) {
   writeActions(R"({"PatchActions":{"1":{"3001":[]}}})");
   const ToolRun run = shell("vexlo-patch run $patch --json --log-level none > /dev/full");
   EXPECT_EQ(run.errors, "vexlo-patch: can't write to standard output: No space left on device\n");
@@ -103,9 +103,8 @@ TEST_F(RunCommandTest, AReportThatCannotBeWrittenIsAFailure) {
   EXPECT_EQ(closed.status, 1);
   EXPECT_THAT(root.read("log"), Not(HasSubstr("1 success")));
 
-  EXPECT_EQ(
-      shell("vexlo-patch run $patch --log-file /dev/full").errors,
-      "vexlo-patch: --log-file /dev/full: No space left on device, so that lines are missing\n");
+  EXPECT_EQ(shell("vexlo-patch run $patch --log-file /dev/full").errors,
+            "vexlo-patch: --log-file /dev/full: No space left on device; log lines are missing\n");
 }
 
 }  // namespace

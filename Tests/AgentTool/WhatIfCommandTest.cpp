@@ -28,7 +28,7 @@ class WhatIfCommandTest : public AgentToolTest {
   }
 };
 
-TEST_F(WhatIfCommandTest, AnswersLineForLine) {
+TEST_F(WhatIfCommandTest, PrintsOneAnswerPerLine) {
   const ToolRun run = shell("vexlo-patch what-if actions $patch a - < b");
   EXPECT_EQ(run.status, 0);
   EXPECT_EQ(
@@ -50,7 +50,7 @@ TEST_F(WhatIfCommandTest, AnswersLineForLine) {
                                 HasSubstr("applyLater         2   66.7 %  ████████████████\n")));
 }
 
-TEST_F(WhatIfCommandTest, BadLinesAreNamedCountedAndLeftOut) {
+TEST_F(WhatIfCommandTest, BadLinesAreReportedCountedAndSkipped) {
   root.write("bad", "{\n" + machine(R"("x":[])") + std::string(1'100'000, 'x') + "\n{}");
   const ToolRun run = shell(
       "vexlo-patch what-if actions $patch --summary-file sum bad missing b; s=$?; cat sum; "
@@ -67,7 +67,7 @@ TEST_F(WhatIfCommandTest, BadLinesAreNamedCountedAndLeftOut) {
   EXPECT_EQ(shell("vexlo-patch what-if actions $patch bad").status, 2);
 }
 
-TEST_F(WhatIfCommandTest, ASummaryGoesIntoWhatIsNoFile) {
+TEST_F(WhatIfCommandTest, WritesTheSummaryToFIFOsAndDevices) {
   const ToolRun run = shell(
       "mkfifo pipe; cat pipe > read & vexlo-patch what-if actions $patch --summary-file pipe a && "
       "wait && test -p pipe && vexlo-patch what-if --merge read");
@@ -87,7 +87,7 @@ TEST_F(WhatIfCommandTest, ComparesWithAnotherActionFile) {
       HasSubstr("\nsuccess  2005 inSufficientDiskSpaceForSoftwareUpdate         1   33.3 %"));
 }
 
-TEST_F(WhatIfCommandTest, PartsOfAFleetMergeToTheSummaryOfAll) {
+TEST_F(WhatIfCommandTest, PartialSummariesMergeToTheWhole) {
   const ToolRun run = shell(
       "make-fleet 500 --seed 3 > fleet; sum='vexlo-patch what-if actions $patch --summary --json';"
       "head -n 180 fleet > p1; tail -n +181 fleet > p2;"
@@ -100,10 +100,10 @@ TEST_F(WhatIfCommandTest, PartsOfAFleetMergeToTheSummaryOfAll) {
                     "vexlo-patch what-if before $patch --summary --json a > s2; "
                     "vexlo-patch what-if --merge s1 s2")
                   .errors,
-              HasSubstr("s2:1: this summary is of another patch, or of other actions"));
+              HasSubstr("s2:1: this summary is for another patch or other actions"));
 }
 
-TEST_F(WhatIfCommandTest, IsAFilterForGNUParallel) {
+TEST_F(WhatIfCommandTest, WorksAsAFilterForGNUParallel) {
   if (shell("parallel --version 2>/dev/null | grep -q '^GNU parallel'").status != 0) {
     GTEST_SKIP() << "GNU parallel is not installed";
   }
@@ -116,7 +116,7 @@ TEST_F(WhatIfCommandTest, IsAFilterForGNUParallel) {
   EXPECT_EQ(run.status, 0) << run.output << run.errors;
 }
 
-TEST_F(WhatIfCommandTest, TellsBadUsage) {
+TEST_F(WhatIfCommandTest, ReportsBadUsage) {
   for (const auto& [arguments, error] : {
            std::pair("", "vexlo-patch: ACTIONS is required\n"),
            std::pair("actions a --patch 1 --product 2",

@@ -7,7 +7,7 @@
 namespace vexlo {
 namespace {
 
-TEST(ActionIDTest, WholeCodesAreKnownAndEveryIDSurvivesItsSerializedForm) {
+TEST(ActionIDTest, OnlyExactCodesAreKnownAndSerializationRoundTrips) {
   int number = 2001;
   for (const char* name :
        {"siliconBatteryPercentageCheck", "intelBatteryPercentageCheck", "userLoggedInCheck",

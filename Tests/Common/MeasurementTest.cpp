@@ -13,7 +13,7 @@
 namespace vexlo {
 namespace {
 
-TEST(MeasurementTest, SaysInAFewWordsWhatDecided) {
+TEST(MeasurementTest, DescriptionSaysWhatDecided) {
   using Battery = BatteryMeasurement;
   using Prompt = PromptMeasurement;
   using enum RunningAppPromptDecision;
@@ -23,7 +23,7 @@ TEST(MeasurementTest, SaysInAFewWordsWhatDecided) {
        std::vector<std::pair<std::vector<Measurement>, std::string>>{
            {{Battery{Battery::Source::battery, 12, 30}}, "battery 12 %, 30 % needed"},
            {{Battery{Battery::Source::mains, 0, 30}}, "on mains power"},
-           // Cut: 89.99 GB are less than 90.
+           // Truncated: 89.99 GB is less than 90 GB.
            {{DiskSpaceMeasurement{89'990'000'000, 90 * kGB}}, "89.9 GB free, 90 GB needed"},
            {{DiskSpaceMeasurement{50'900'000, kMost}}, "50 MB free, 9223372036.8 GB needed"},
            {{DiskSpaceMeasurement{0, -2 * kGB}}, "0 GB free, -2 GB needed"},
@@ -50,8 +50,8 @@ TEST(MeasurementTest, SaysInAFewWordsWhatDecided) {
   }
 }
 
-/// Runs another action while it is told something, and throws then.
-class RudeObserver final : public ActionObserver {
+/// Runs another action from its callback, then throws.
+class ThrowingObserver final : public ActionObserver {
  public:
   void measured(const ActionID& action, const Measurement& /*measurement*/) override {
     actions.push_back(describe(action));
@@ -63,8 +63,8 @@ class RudeObserver final : public ActionObserver {
   std::vector<std::string> actions;
 };
 
-TEST(MeasurementTest, ReachesTheObserverOfTheInnermostActionOfItsThread) {
-  RudeObserver observer;
+TEST(MeasurementTest, GoesToTheInnermostActionsObserver) {
+  ThrowingObserver observer;
   const auto measure = [] { measured([] { return DecidingRule::notInPlan; }); };
   measure();
   {

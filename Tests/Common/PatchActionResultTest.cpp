@@ -5,7 +5,7 @@
 namespace vexlo {
 namespace {
 
-TEST(PatchActionResultTest, ShowsItsDescription) {
+TEST(PatchActionResultTest, FormatsItsDescription) {
   using Result = PatchActionResult;
   EXPECT_EQ(describe(Result::failure(PlainReason::unDefined)), "failure(unDefined)");
   EXPECT_EQ(describe(Result::applyLater(MacOSUpdateIsDeferred{})),

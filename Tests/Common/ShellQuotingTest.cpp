@@ -10,7 +10,7 @@
 namespace vexlo {
 namespace {
 
-TEST(ShellQuotingTest, TheProgramReceivesTheTextItself) {
+TEST(ShellQuotingTest, ProgramReceivesTheStringUnchanged) {
   const LogCapture log;  // the terminal utility writes every line of output
   for (const std::string text : {R"(a"b)", "$(echo x)", "`echo x`", "$HOME", R"(\\"$`)", "a\nb",
                                  "'$(echo x)'", "*", "~", "#x", "a;b", "a b", "!", ""}) {

@@ -9,8 +9,8 @@
 namespace vexlo {
 namespace {
 
-TEST(TextSearchTest, FindsWhatASimpleSearchFinds) {
-  std::minstd_rand random(1);  // NOLINT(bugprone-random-generator-seed): the same texts every time
+TEST(TextSearchTest, AgreesWithANaiveSearch) {
+  std::minstd_rand random(1);  // NOLINT(bugprone-random-generator-seed): reproducible cases
   const auto letter = [&] { return "ab"[random() % 2]; };
   for (int round = 0; round < 2000; ++round) {
     std::string text(random() % 30, ' ');
@@ -23,11 +23,12 @@ TEST(TextSearchTest, FindsWhatASimpleSearchFinds) {
   }
 }
 
-TEST(TextSearchTest, OnlyAsciiLettersHaveACaseAndRepetitiveTextsCostNoMore) {
+TEST(TextSearchTest, IgnoresCaseOfASCIILettersOnlyInLinearTime) {
   EXPECT_EQ(TextSearch("LaBel[", Letters::ignoringCase).first("a lAbEl["), 2U);
   EXPECT_EQ(TextSearch("É", Letters::ignoringCase).first("é"), std::nullopt);
   const std::string wanted = std::string(100'000, 'a') + 'b';
-  EXPECT_EQ(TextSearch(wanted).first(std::string(8'000'000, 'a')), std::nullopt);  // 10^12 naively
+  EXPECT_EQ(TextSearch(wanted).first(std::string(8'000'000, 'a')),
+            std::nullopt);  // 10^12 steps naively
 }
 
 }  // namespace

@@ -10,9 +10,9 @@ namespace {
 
 using ::testing::ElementsAreArray;
 
-TEST(ToolProgressTest, PhaseAndPercentageComeFromTheLinesOfTheTools) {
+TEST(ToolProgressTest, ParsesPhaseAndPercentage) {
   struct Case {
-    std::vector<std::string> pieces;  // of the output
+    std::vector<std::string> pieces;  // consecutive pieces of the output
     std::vector<std::string> told;
   };
   for (const Case& each : std::vector<Case>{
@@ -22,10 +22,10 @@ TEST(ToolProgressTest, PhaseAndPercentageComeFromTheLinesOfTheTools) {
              "downloading 100 %"}},
            {{"Preparing to run macOS Installer...\nPreparing: 2.2%            \nPreparing: 100.0%"},
             {"preparing", "preparing 2 %", "preparing 100 %"}},
-           // One line that is rewritten: told before the next one ends it.
+           // A rewritten line is reported before the next carriage return ends it.
            {{"\rDownloading: 5%", "   \rDownloading: 1", "7%", "\rInstalling: 3%\r\nmore\n"},
             {"downloading 5 %", "downloading 17 %", "installing 3 %", "installing 3 %"}},
-           // No percentages.
+           // Not percentages.
            {{"Downloading: 101%\nDownloading: -1%\nDownloading: %\nDownloading: nan%\n"},
             {"downloading", "downloading", "downloading", "downloading"}},
            {{"Downloading: 7%\n", std::string(9000, 'x') + ": 9%\nlast"},

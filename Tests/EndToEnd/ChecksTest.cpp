@@ -1,4 +1,4 @@
-// The checks before an installation, with every outcome of each.
+// Every outcome of the pre-condition checks.
 #include <gmock/gmock.h>
 
 #include "Tests/EndToEnd/MacRun.h"
@@ -58,8 +58,8 @@ const MacTests battery(
       .settings = {"actions/2001=30%", "actions/2005=20GB"},
       .results = {"2001 applyLater inSufficientArguments", "2005 applyLater inSufficientArguments"},
       .lines = {kNoSiliconMinimum, kNoDiskMinimum},
-      .why = {"minimum battery percentage: \"30%\" is no whole number",
-              "minimum free space in GB: \"20GB\" is no whole number"}},
+      .why = {"minimum battery percentage: \"30%\" is not an integer",
+              "minimum free space in GB: \"20GB\" is not an integer"}},
      {.name = "MainsPowerAndNoSpaceNeeded",
       .settings = {"power/source=battery charging 10/100", "actions/2001=100", "actions/2005=0"},
       .results = {"2001 success", "2005 success"},
@@ -125,14 +125,14 @@ const MacTests users(
                 kUser + "User: alice logged in. UID: Optional(501).",
                 kSingle + "Only one user logged in - alice."},
       .why = {"alice at the console", "alice logged on"}},
-     {.name = "MDMStatusOfAnotherTypeAndNobodyThere",
+     {.name = "MDMStatusOfWrongTypeAndNoUser",
       .settings = {"patch data/OSPatchingViaMDMStatus=\"1\"", "users/console=none",
                    "actions/2003=", "actions/2004="},
       .results = {"2003 applyLater userNotLoggedIn", "2004 applyLater multipleUsersLoggedIn"},
       .lines = {kNoMDMStatus, kUser + "No users logged in.",
                 kSingle + "No users logged in - isSingleUserLoggedIn."},
       .why = {"nobody at the console", "nobody logged on"}},
-     {.name = "SettingsThatAreNoPropertyListAndTwoUsers",
+     {.name = "UnreadableSettingsAndTwoUsers",
       .settings = {"patch data/content=<plist><dict>", "users/logged on=alice bob",
                    "actions/2003=", "actions/2004="},
       .results = {"2003 success", "2004 applyLater multipleUsersLoggedIn"},
@@ -182,8 +182,8 @@ const MacTests deferral(
       .results = {"2006 success"},
       .lines = {kSwitch + "Yes"},
       .calls = {kProfiles},
-      .why = {"not checked, switched off in the settings"}},
-     {.name = "SwitchOfAnotherType",
+      .why = {"not checked, disabled in the settings"}},
+     {.name = "SwitchOfWrongType",
       .settings = {kAsked, "patch data/DisableMacOSUpdateDeferralCheck=\"true\""},
       .results = {"2006 success"},
       .lines = {kSwitch + "No"},
@@ -241,7 +241,7 @@ const MacTests deferral(
                            "connect to the Apple Software Update server. Returning nil.",
                 kNetworkError},
       .calls = kAllAsked,
-      .why = {"the MDM client doesn't tell the deferrals"}},
+      .why = {"the MDM client didn't report deferrals"}},
      {.name = "MDMClientCantConnect",
       .settings = {kAsked, "mdmclient/stdout=" + kCantConnect},
       .results = {kUnreachable},
@@ -254,7 +254,7 @@ const MacTests deferral(
                 "error " + kDecision +
                     "Unable to get AvailableOSUpdate. Considering it as not deferred."},
       .calls = kAllAsked},
-     {.name = "MegabytesOfOutputAndAChildThatKeepsThePipeOpen",
+     {.name = "LargeOutputAndAChildThatKeepsThePipeOpen",
       .settings = {kAsked},
       .results = {"2006 applyLater macOSUpdateIsDeferred 2099-Jun-15"},
       .calls = kAllAsked,
@@ -277,7 +277,7 @@ const std::string kUnableToEvaluate =
 
 const MacTests choice(
     "Choice",
-    {{.name = "AnActionThatThePatchLacks",
+    {{.name = "ActionNotInPlan",
       .settings = {"actions/2005=1"},
       .results = {"2003 success"},
       .lines = {"debug " + kProcessor +
@@ -291,18 +291,18 @@ const MacTests choice(
                             "considering as success.",
                 kDispatch + "undefined(\"3001\"):[] not defined, considering as success."},
       .why = {"does nothing", "unknown action, does nothing"}},
-     {.name = "ProductAndPatchActionsRunInTheirOrder",
+     {.name = "ProductAndPatchActionsRunInOrder",
       .results = {"2001 success", "2003 success", "2004 success", "2005 success", "2006 success",
                   "2009 success", "3001 success"},
       .lines = {"info " + kProcessor + "execute(for:): Patch action result for action detail …"},
       .calls = kAllAsked,
       .options = {"--action", "2001", "--action", "2003", "--action", "2004", "--action", "2005",
                   "--action", "2006", "--action", "2009", "--action", "3001"}},
-     {.name = "AFileThatIsNoActionFileRunsNothing",
+     {.name = "InvalidActionFileRunsNothing",
       .settings = {"agent/action file={\"PatchActions\": []}"},
       .check = refuses(
           "mac-patch-actions.json: PatchActions: expected an object or null, found an array")},
-     {.name = "AMissingActionFileRunsNothing",
+     {.name = "MissingActionFileRunsNothing",
       .settings = {"agent/action file=missing"},
       .lines = {kUnableToEvaluate},
       .check = refuses("mac-patch-actions.json: No such file or directory"),

@@ -1,4 +1,4 @@
-// `vexlo-patch evaluate` in every simulated Mac, and over its facts outside.
+// `vexlo-patch evaluate` in every simulated Mac, and on that Mac's facts outside.
 #include <gmock/gmock.h>
 
 #include <algorithm>
@@ -19,9 +19,9 @@ namespace {
 using testing::HasSubstr;
 using testing::Not;
 
-/// Prints how the Mac answers, what changed meanwhile, and what the same answer needs elsewhere.
-/// $1: the kind of machine, $2: further options of both commands. The tools count their calls in
-/// files, which are made before all else. Only built-in commands run where processes are looked at.
+/// Prints the evaluation, what changed during it, and the facts for evaluating elsewhere. $1: the
+/// machine type, $2: further options of both commands. The stand-ins' call counters are created
+/// first. Only shell built-ins run while processes are listed.
 constexpr const char* kEvaluation = R"sh(
   files() {
     find /Applications /Library /System /Users /private /etc/passwd -xdev \
@@ -64,7 +64,7 @@ std::vector<Scenario> scenarios() {
   return all;
 }
 
-/// The text behind «--- part», up to the next part.
+/// The text after «--- part», up to the next part.
 std::string part(const std::string& text, const std::string& name) {
   const std::size_t heading = text.find("--- " + name);
   if (heading == std::string::npos) {
@@ -74,12 +74,12 @@ std::string part(const std::string& text, const std::string& name) {
   return text.substr(begin, text.find("--- ", begin) - begin);
 }
 
-/// What an evaluation said and did.
+/// The output and the effects of an evaluation.
 struct Evaluated {
   std::string whole;
   std::string answers;
   std::string elsewhere;  ///< The answers from the facts, outside the Mac.
-  std::string calls;      ///< Of the tools of the Mac.
+  std::string calls;      ///< Calls of the Mac's tools.
 };
 
 Evaluated evaluated(const Scenario& scenario, const std::string& options) {
@@ -100,8 +100,8 @@ Evaluated evaluated(const Scenario& scenario, const std::string& options) {
   return evaluated;
 }
 
-TEST(EvaluateTest, TouchesNothingAndItsFactsAnswerAlikeElsewhere) {
-  if (const auto why = whyNoMac()) {
+TEST(EvaluateTest, ChangesNothingAndGivesTheSameAnswersFromFacts) {
+  if (const auto why = simulatedMacProblem()) {
     GTEST_SKIP() << *why;
   }
   const std::map<std::string, std::string> expected{
@@ -136,8 +136,8 @@ TEST(EvaluateTest, TouchesNothingAndItsFactsAnswerAlikeElsewhere) {
   EXPECT_EQ(asExpected, expected.size());
 }
 
-TEST(EvaluateTest, AsksAppleWhereAllowed) {
-  if (const auto why = whyNoMac()) {
+TEST(EvaluateTest, AsksAppleOnlyIfAllowed) {
+  if (const auto why = simulatedMacProblem()) {
     GTEST_SKIP() << *why;
   }
   for (const auto& [name, answer] : std::vector<std::pair<std::string, std::string>>{
@@ -152,8 +152,8 @@ TEST(EvaluateTest, AsksAppleWhereAllowed) {
   }
 }
 
-TEST(EvaluateTest, AsksTheAgentWhereAllowed) {
-  if (const auto why = whyNoMac()) {
+TEST(EvaluateTest, AsksTheAgentOnlyIfAllowed) {
+  if (const auto why = simulatedMacProblem()) {
     GTEST_SKIP() << *why;
   }
   for (const auto& [options, answer] :
@@ -176,8 +176,8 @@ TEST(EvaluateTest, AsksTheAgentWhereAllowed) {
   }
 }
 
-TEST(FactsSchemaTest, DescribesWhatFactsWrites) {
-  if (const auto why = whyNoMac()) {
+TEST(FactsSchemaTest, AcceptsTheOutputOfFacts) {
+  if (const auto why = simulatedMacProblem()) {
     GTEST_SKIP() << *why;
   }
   std::ifstream file(VEXLO_DOCUMENTS "/facts.schema.json");

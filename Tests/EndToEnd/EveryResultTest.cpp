@@ -1,5 +1,4 @@
-// The tables of this folder cover every action, with every result that the documentation names, and
-// with what decided.
+// Checks that the tables in this folder cover every documented result and every deciding rule.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -19,7 +18,7 @@ std::string expectedResult(std::string_view code, std::string_view result) {
   return text;
 }
 
-TEST(EveryResultTest, IsExpectedByARowOfATable) {
+TEST(EveryResultTest, HasARow) {
   Texts expected;
   MacTests::forEach([&](const MacTest& test) { expected = expected + test.results; });
   for (const vexlo::KnownActionRow& action : vexlo::kKnownActions) {

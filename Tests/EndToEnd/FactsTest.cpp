@@ -1,4 +1,4 @@
-// What `vexlo-patch facts` shows of simulated Macs.
+// `vexlo-patch facts` in simulated Macs.
 #include <gmock/gmock.h>
 
 #include <chrono>
@@ -18,11 +18,11 @@ using testing::Not;
 struct FactsOfAMac {
   std::string scenario;
   std::vector<std::string> settings;
-  std::vector<std::string> parts;  ///< Are in the JSON form.
+  std::vector<std::string> parts;  ///< Must occur in the JSON output.
 };
 
-TEST(FactsTest, ShowsTheMacAndWaitsForNothingThatHangs) {
-  if (const auto why = whyNoMac()) {
+TEST(FactsTest, ShowsTheMacWithoutWaitingForHungTools) {
+  if (const auto why = simulatedMacProblem()) {
     GTEST_SKIP() << *why;
   }
   const std::string data = "/Library/Application Support/VexloAgent/data/";
@@ -60,7 +60,7 @@ TEST(FactsTest, ShowsTheMacAndWaitsForNothingThatHangs) {
     const std::chrono::duration<double> took = std::chrono::steady_clock::now() - began;
     SCOPED_TRACE(mac.scenario + " after " + std::to_string(took.count()) + " s");
     EXPECT_EQ(run.exitCode, 0);
-    EXPECT_LT(took, std::chrono::seconds(5));  // less than one where the processor is free
+    EXPECT_LT(took, std::chrono::seconds(5));  // less than one on an idle machine
     for (const std::string& part : mac.parts) {
       EXPECT_THAT(run.output, HasSubstr(part));
     }

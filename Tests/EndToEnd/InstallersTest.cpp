@@ -1,11 +1,11 @@
-// macOS updates and upgrades: command lines, users, passwords, the second try, and every failure.
+// macOS updates and upgrades: command lines, users, passwords, the retry, and every failure.
 #include <gmock/gmock.h>
 
 #include <array>
 
 #include "Tests/EndToEnd/MacRun.h"
 
-// Strings are built by +, which is slower but easier to read.
+// Strings are concatenated with +, which is slower but easier to read.
 // NOLINTBEGIN(performance-inefficient-string-concatenation)
 namespace end_to_end {
 namespace {
@@ -13,7 +13,7 @@ namespace {
 const std::string kFolder = "Installers/SoftwareUpdateInstaller/";
 const std::string kLabel = "macOS Sonoma 14.5-23F79";
 const std::string kUpdate = "actions/2007=14.5 \"" + kLabel + "\"";
-const std::string kNoSecondTry = "Unable to get macOS build version/ label. Aborting next try.";
+const std::string kNoRetry = "Unable to get macOS build version/ label. Aborting next try.";
 const std::string kNotified = "info " + kFolder +
                               "Common/SoftwareUpdateNotifier notifyUpdatesInProgress(): Showing "
                               "update is in progress notification.";
@@ -28,7 +28,7 @@ std::string machine(std::string_view kind) {
   return kind == "Intel" ? "mac/machine=intel" : "mac/machine=apple-silicon";
 }
 
-/// One of the two steps of an update: its log lines and its calls of tools.
+/// One of the two steps of an update: its log lines and tool calls.
 class Step {
  public:
   Step(bool installs, const std::string& kind, int version)
@@ -130,7 +130,7 @@ const MacTests credentials("Credentials", [] {
     RowName name;
     Texts settings;
     std::string line;
-    double seconds = 0;  ///< The least time of the wait.
+    double seconds = 0;  ///< The minimum wait.
   };
   const std::string helpers = "error " + kFolder + "Helpers/Silicon/";
   const std::string none =
@@ -155,7 +155,7 @@ const MacTests credentials("Credentials", [] {
       {.name = "ServiceDies",
        .settings = {"agent service/state=dies"},
        .line = timeout + "UserName form AgentService, the service closed the connection."},
-      {.name = "ServiceTalksNonsense",
+      {.name = "ServiceSendsGarbage",
        .settings = {"agent service/state=garbage"},
        .line = timeout + "UserName form AgentService, the service sent a line that is no reply."},
       {.name = "ServiceIsSilent",
@@ -171,7 +171,7 @@ const MacTests credentials("Credentials", [] {
       "Dependencies init(silicon:): Failed to establish connection with AgentService. Unable to "
       "get user credentials.";
   std::vector<MacTest> tests{
-      {.name = "ASlowServiceIsWaitedFor",
+      {.name = "WaitsForASlowService",
        .settings = {kUpdate, "agent service/delay=3 s"},
        .results = {kDone},
        .calls = kAnyCalls},
@@ -243,18 +243,18 @@ const MacTests output("UpdateOutput", [] {
        .installResult = kInstallFailed}};
   std::vector<MacTest> tests;
   for (const Row& row : rows) {
-    // When the tool prints one of the texts it exits with 0: the output is examined first.
+    // A tool that prints an error message exits with 0, since the output is examined first.
     for (const bool installs : {false, true}) {
       const std::string tool = installs ? "softwareupdate --install" : "softwareupdate --download";
       Texts settings{"mac/machine=intel",
-                     // Not in the list of updates: no second try.
+                     // Not in the list of updates: no retry.
                      "actions/2007=14.5 \"macOS Sonoma 14.5-00X00\"",
                      tool + (row.line.empty() ? "/exits=signal 15" : "/stdout=" + row.printed)};
       if (installs) {
         settings.emplace_back("softwareupdate --download/stdout=Downloaded");
       }
       Texts lines{"error " + kFolder +
-                  "Main/IntelSoftwareUpdateInstaller downloadAndInstallMacOS(): " + kNoSecondTry};
+                  "Main/IntelSoftwareUpdateInstaller downloadAndInstallMacOS(): " + kNoRetry};
       if (!row.line.empty()) {
         lines.push_back("error " + kFolder +
                         "Common/SoftwareUpdateOutputAnalyser validate(_:): " + row.line);
@@ -285,7 +285,7 @@ const std::string kLabelProvider = kFolder + "Common/SoftwareUpdateLabelProvider
 
 const MacTests progress(
     "Progress",
-    {{.name = "PhaseAndPercentageAreToldOnceASecond",
+    {{.name = "ReportsProgressOnceASecond",
       .settings = {kIntel, kUpdate, "update/takes=3 s"},
       .results = {kDone},
       .calls = {kDownload, kInstall},
@@ -297,8 +297,8 @@ const MacTests progress(
         EXPECT_LE(mac.progress.size(), 12U) << "of 22 lines";
       }}});
 
-const MacTests secondTry(
-    "SecondTry",
+const MacTests retries(
+    "Retry",
     {{.name = "TakesTheLabelFromTheList",
       .settings = {kIntel},
       .results = {kDone},
@@ -313,20 +313,19 @@ const MacTests secondTry(
       .settings = {kIntel, kUpdate, "softwareupdate --install/exits=1"},
       .results = {kInstallFailed},
       .calls = {kDownload, kInstall, kList, kDownload, kInstall}},
-     {.name = "IsTheLast",
+     {.name = "NoThirdAttempt",
       .settings = {kIntel, kUpdate, "softwareupdate --download/exits=1"},
       .results = {kDownloadFailed},
       .calls = {kDownload, kList, kDownload}},
-     {.name = "NeedsAList",
+     {.name = "RetryNeedsTheList",
       .settings = {kUpdate, "softwareupdate --download/exits=1", "softwareupdate --list/exits=1"},
       .results = {kDownloadFailed},
-      .lines = {"error " + kLabelProvider +
-                    "Unable to get software update label exitCode: 1, output: .",
-                "error " + kFolder +
-                    "Main/SiliconSoftwareUpdateInstaller downloadAndInstallMacOS(using:): " +
-                    kNoSecondTry},
+      .lines =
+          {"error " + kLabelProvider + "Unable to get software update label exitCode: 1, output: .",
+           "error " + kFolder +
+               "Main/SiliconSoftwareUpdateInstaller downloadAndInstallMacOS(using:): " + kNoRetry},
       .calls = {kDownload + " --user alice --stdinpass < open sesame", kList}},
-     {.name = "AToolThatClosesItsInputHarmsNobody",
+     {.name = "ToolThatClosesItsInput",
       .settings = {kUpdate, "softwareupdate --download/input=closed",
                    "softwareupdate --install/megabytes=3"},
       .results = {kDone},

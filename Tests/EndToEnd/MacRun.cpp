@@ -23,8 +23,8 @@ namespace json = boost::json;
 namespace {
 
 constexpr int kCantEnter = 77;
-/// Runs the tool as often as asked, then prints what is left in the Mac, part by part. Holds a
-/// descriptor open that no program started by the tool may inherit.
+/// Runs the tool the given number of times, then prints the remaining state of the Mac in parts.
+/// Keeps a descriptor open that no program started by the tool may inherit.
 constexpr const char* kScript = R"(
   exec 9< /etc/passwd
   times=$1; shift
@@ -63,8 +63,8 @@ std::string summary(const json::object& result) {
   return text;
 }
 
-/// «softwareupdate --list», then « as alice» unless run by root, « in session 501», « < standard
-/// input» where they apply.
+/// «softwareupdate --list», with « as alice» unless root ran it, and with « in session 501» and
+/// « < standard input» if they apply.
 std::string describe(const json::object& call) {
   std::string text = stringOf(call.at("tool"));
   for (const json::value& value : call.at("arguments").as_array()) {
@@ -239,7 +239,8 @@ class AllRunsAtOnce final : public testing::Environment {
  public:
   void SetUp() override {
     const testing::UnitTest& program = *testing::UnitTest::GetInstance();
-    for (int suite = 0; suite < program.total_test_suite_count() && !whyNoMac(); ++suite) {
+    for (int suite = 0; suite < program.total_test_suite_count() && !simulatedMacProblem();
+         ++suite) {
       const testing::TestSuite& tests = *program.GetTestSuite(suite);
       for (int test = 0; test < tests.total_test_count(); ++test) {
         const testing::TestInfo& info = *tests.GetTestInfo(test);
@@ -280,7 +281,7 @@ class RunningTest : public testing::Test {
 
  private:
   void TestBody() override {
-    if (const auto why = whyNoMac()) {
+    if (const auto why = simulatedMacProblem()) {
       GTEST_SKIP() << *why;
     }
     const MacTest& test = knownTests().at(name_);
@@ -360,7 +361,7 @@ std::string programFolder() {
   return std::filesystem::read_symlink("/proc/self/exe").parent_path().string();
 }
 
-std::optional<std::string> whyNoMac() {
+std::optional<std::string> simulatedMacProblem() {
   static const std::optional<std::string> why = []() -> std::optional<std::string> {
     const platform::ProcessResult run = platform::runProcess(
         {.executable = programFolder() + "/enter", .arguments = {"healthy", "--", "true"}});

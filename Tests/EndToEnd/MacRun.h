@@ -17,15 +17,15 @@ struct Texts : std::vector<std::string> {
 struct Ended {
   int status = -1;       ///< Of the last run of vexlo-patch.
   Texts results;         ///< «2006 applyLater macOSUpdateIsDeferred 2099-Jan-01»
-  Texts why;             ///< What was measured, of each result.
+  Texts why;             ///< The measurements of each result.
   Texts progress;        ///< «2007 downloading 50.00»
-  Texts log;             ///< «info FILE FUNCTION: MESSAGE», where days «24-11-2026» read DAY
-  Texts calls;           ///< The stand-ins' calls, as `describe` writes them.
+  Texts log;             ///< «info FILE FUNCTION: MESSAGE», with days «24-11-2026» shown as DAY
+  Texts calls;           ///< The stand-ins' calls, as formatted by `describe`.
   Texts notices;         ///< The tool's own messages on standard error.
-  Texts unreadable;      ///< Lines of output that are none of the above.
-  std::string counts;    ///< The prompt counts' file, without blanks between its elements.
-  std::string setAside;  ///< The unreadable file that was in its place before.
-  Texts leftFiles;       ///< In the prompt's directory.
+  Texts unreadable;      ///< Output lines that could not be parsed.
+  std::string counts;    ///< The prompt counts' file, without white space between its elements.
+  std::string setAside;  ///< The damaged file that it replaced.
+  Texts leftFiles;       ///< Remaining files in the prompt's directory.
   Texts leftApps;        ///< Executables of applications that are still running.
   Texts leaks;  ///< Calls that inherited a descriptor or have the password in their environment.
   double seconds = 0;  ///< Total time of the actions.
@@ -35,7 +35,7 @@ struct Ended {
 inline constexpr const char* kAny = "…";
 inline const Texts kAnyCalls{kAny};
 
-/// The name of a row in a table, and where it is written.
+/// The name of a table row, and its source location.
 struct RowName {
   template <typename Name>
   RowName(const Name& name,  // NOLINT(*-explicit-*): for tables
@@ -55,7 +55,7 @@ struct MacTest {
   Texts results = {};
   Texts lines = {};  ///< Lines that the log must contain, among others.
   Texts calls = {};  ///< All calls of tools, in order.
-  Texts why = {};    ///< Of each result; not compared when empty.
+  Texts why = {};    ///< The measurements of each result; not compared when empty.
   std::function<void(const Ended&)> check = nullptr;
   std::string scenario = "healthy";
   Texts options = {};  ///< Further options of `vexlo-patch run`.
@@ -63,8 +63,8 @@ struct MacTest {
 };
 
 /// Registers a table of tests; for variables at namespace scope. All runs of the test program start
-/// before the first test waits for its own, so their waits overlap. The tests are skipped where no
-/// Mac can be made.
+/// before the first test waits for its own, so their waits overlap. The tests are skipped if no
+/// simulated Mac can be created.
 class MacTests {
  public:
   MacTests(const std::string& suite, const std::vector<MacTest>& tests);
@@ -79,13 +79,13 @@ class MacTests {
 /// The folder with `enter` and `vexlo-patch`.
 [[nodiscard]] std::string programFolder();
 
-/// Why no simulated Mac can be made here; absent when one can.
-[[nodiscard]] std::optional<std::string> whyNoMac();
+/// Why no simulated Mac can be created here; absent if one can.
+[[nodiscard]] std::optional<std::string> simulatedMacProblem();
 
 /// The file name in the log lines of the action processor.
 inline const std::string kProcessor = "PatchActions/Main/ProcessPatchActions ";
 
-/// The password that the agent service of every Mac holds.
+/// The password stored by the agent service of every Mac.
 inline constexpr std::string_view kPassword = "open sesame";
 
 }  // namespace end_to_end

@@ -1,4 +1,4 @@
-// Running applications and the prompt, from the detection to the user's answer.
+// Running applications: detection, the prompt and the user's answer.
 #include <gmock/gmock.h>
 
 #include <array>
@@ -65,7 +65,7 @@ const MacTests policy(
       .lines =
           {"error " + kHandler +
            "Unable to perform application running check, not enough arguments. Arguments []."}},
-     {.name = "NoneRuns",
+     {.name = "NoneIsRunning",
       .settings = {"actions/2008=com.apple.Safari com.apple.mail",
                    "application com.apple.Safari/instances=0"},
       .results = {"2008 success"},
@@ -73,7 +73,7 @@ const MacTests policy(
                 kDetector + "No running Apps detected for the bundleIDs: [\"com.apple.Safari\", "
                             "\"com.apple.mail\"]."},
       .why = {"none running"}},
-     {.name = "AlwaysKillEndsEveryInstance",
+     {.name = "AlwaysKillKillsEveryInstance",
       .settings = kSafari + Texts{"application com.apple.Safari/instances=2",
                                   "patch data/AlwaysKillApps=true"},
       .results = {"2008 success"},
@@ -91,7 +91,7 @@ const MacTests policy(
             EXPECT_EQ(mac.leftApps, Texts());
             EXPECT_GT(mac.seconds, 4);
           }},
-     {.name = "NoPromptIsAllowed",
+     {.name = "PromptDisabled",
       .settings = kSafari + Texts{"patch data/AlwaysKillApps=\"true\""},
       .results = {kLater},
       .lines =
@@ -103,7 +103,7 @@ const MacTests policy(
                "RunningAppPolicy isPromptEnabled(): Prompt for running applications is disabled."},
       .why = {"Safari running; prompts are off"},
       .check = leaves({kProgram})},
-     {.name = "EndsBeforeItsNameIsAskedFor",
+     {.name = "ExitsBeforeItsNameIsRead",
       .settings = prompting({"application com.apple.Safari/quits=Apps are running for bundleID"}),
       .results = {"2008 success"},
       .lines = {"error " + kDetails +
@@ -112,7 +112,7 @@ const MacTests policy(
                     "Unable to obtain app names for the following bundle IDs: "
                     "[\"com.apple.Safari\"]. Considering as no app is running."},
       .why = {"Safari running; can't be named, counts as not running"}},
-     {.name = "TwoNamesInOneOrderAndARepeatedIdentifier",
+     {.name = "TwoNamesInOrderAndARepeatedIdentifier",
       .settings = prompting({"actions/2008=org.b org.a org.c org.b", "application org.b/name=Bee",
                              "application org.a/name=A, too", "customization/dailyPromptLimit=9"}),
       .results = {"2008 success gotUserAcknowledgementForPatchingRunningApplications "
@@ -158,7 +158,7 @@ const MacTests launch(
       .calls = {"sudo -u alice \"" + kPrompt + "\" Safari 0 false",
                 "VexloAppRunningNotifier Safari 0 false as alice"},
       .check = leaves({})},
-     {.name = "SudoFindsNobodyOnOldSystems",
+     {.name = "SudoWithoutConsoleUserOnOldSystems",
       .settings = prompting({"mac/version=11.7", "users/console=none",
                              "customization/forceDeploy=true"}),
       .results = {kLater},
@@ -167,7 +167,7 @@ const MacTests launch(
       .calls = {"sudo -u NOUSERNAME \"" + kPrompt + "\" Safari 0 false"},
       .why = {"Safari running; the prompt can't be shown"},
       .check = leaves({kProgram})},
-     {.name = "AnApplicationsNameIsNoCommand",
+     {.name = "ApplicationNameIsNotACommand",
       .settings =
           prompting({"application com.apple.Safari/name=Sa\"fari $(touch /private/tmp/x) `id`"}),
       .results = {"2008 success gotUserAcknowledgementForPatchingRunningApplications "
@@ -180,55 +180,57 @@ const MacTests answers("PromptAnswer", [] {
     RowName name;
     Texts settings;
     std::string line;
-    bool forcedToo = true;  ///< The forced attempt takes the fallback.
+    bool agreesWhenForced = true;  ///< A forced prompt counts as agreed.
   };
   const std::string launchFailed = kRequest + "Failed to launch the running app prompt.";
   const std::string notFound = kRead + "Return code file not found. ";
   const std::string invalid = kRead + "Return code file content is invalid. ";
   const std::string unreadable = kRead + "Failed to read return code file. ";
   const std::vector<Answer> rows{
-      {.name = "OpenFails", .settings = {"open/exits=1"}, .line = launchFailed, .forcedToo = false},
+      {.name = "OpenFails",
+       .settings = {"open/exits=1"},
+       .line = launchFailed,
+       .agreesWhenForced = false},
       {.name = "PromptFailsOnOldSystems",
        .settings = {"mac/version=11.7", "prompt/exits=3"},
        .line = launchFailed,
-       .forcedToo = false},
+       .agreesWhenForced = false},
       {.name = "TimesOut",
        .settings = {"prompt/user=ignores", "customization/skipTimerCountInMinutes=0"},
        .line = kWait + "User acknowledgement timed out after 30 seconds."},
-      {.name = "NoTimeAtAll",
+      {.name = "NegativeTimeout",
        .settings = {"prompt/user=ignores", "customization/skipTimerCountInMinutes=-1"},
        .line = kWait + "User acknowledgement timed out after -30 seconds."},
       {.name = "QuitsWithoutAnAnswer", .settings = {"prompt/user=quits"}, .line = notFound},
       {.name = "Crashes", .settings = {"prompt/user=crashes"}, .line = notFound},
-      {.name = "IsNoNumber", .settings = {"prompt/writes=94.0"}, .line = invalid},
-      {.name = "IsEmpty", .settings = {"prompt/writes="}, .line = invalid},
-      {.name = "IsNoText",
-       .settings = {"prompt/writes=bytes that are no text"},
+      {.name = "NotAnInteger", .settings = {"prompt/writes=94.0"}, .line = invalid},
+      {.name = "Empty", .settings = {"prompt/writes="}, .line = invalid},
+      {.name = "NotUTF8",
+       .settings = {"prompt/writes=bytes that are not text"},
        .line = unreadable},
-      {.name = "IsADirectory", .settings = {"prompt/writes=a directory"}, .line = unreadable},
-      {.name = "IsAFifo", .settings = {"prompt/writes=a fifo"}, .line = unreadable},
-      {.name = "IsALink", .settings = {"prompt/writes=a link"}, .line = unreadable},
-      {.name = "IsAnotherUsersWord",
+      {.name = "Directory", .settings = {"prompt/writes=a directory"}, .line = unreadable},
+      {.name = "FIFO", .settings = {"prompt/writes=a fifo"}, .line = unreadable},
+      {.name = "SymbolicLink", .settings = {"prompt/writes=a link"}, .line = unreadable},
+      {.name = "WrittenByAnotherUser",
        .settings = {"users/logged on=alice bob", "prompt/answers as=bob"},
        .line = unreadable},
-      {.name = "IsAClearNo",
+      {.name = "Declined",
        .settings = {"prompt/user=postpones"},
        .line = kRead + "User acknowledgement received: false (return code: 1).",
-       .forcedToo = false}};
-  std::vector<MacTest> tests{{.name = "IsANumberBetweenBlanks",
+       .agreesWhenForced = false}};
+  std::vector<MacTest> tests{{.name = "IntegerWithWhiteSpace",
                               .settings = prompting({"prompt/writes= +094 \n"}),
                               .results = {kAgreed},
                               .calls = kAnyCalls}};
   for (const Answer& row : rows) {
     for (const bool forced : {false, true}) {
       const std::string fallback = forced ? "true" : "false";
-      const bool tellsFallback = row.line.ends_with(' ');
+      const bool logsFallback = row.line.ends_with(' ');
       tests.push_back(
           {.name = row.name + (forced ? "Forced" : ""),
            .settings = prompting(row.settings) + Texts{"customization/forceDeploy=" + fallback},
-           .results = {forced && row.forcedToo ? kAgreed : kLater},
-           .lines = {tellsFallback ? row.line + "Returning fallback: " + fallback + ".…"
-                                   : row.line},
+           .results = {forced && row.agreesWhenForced ? kAgreed : kLater},
+           .lines = {logsFallback ? row.line + "Returning fallback: " + fallback + ".…" : row.line},
            .calls = kAnyCalls,
            .check = [](const Ended& mac) {
              EXPECT_THAT(mac.leftApps, testing::Not(testing::Contains(kPrompt)));
@@ -240,7 +242,7 @@ const MacTests answers("PromptAnswer", [] {
 
 const std::string kLargest = "9223372036854775807";
 
-/// Settings for a user who postpones at once.
+/// Settings for a user who postpones immediately.
 Texts postponing(const Texts& settings) {
   return prompting({"prompt/user=postpones", "prompt/after=200 ms"}) + settings;
 }
@@ -253,7 +255,7 @@ Texts counted(const std::string& today, const std::string& total,
           section + "promptShownCount=" + total};
 }
 
-/// Checks that the file of prompt counts holds exactly these.
+/// Checks that the prompt counts' file has exactly these values.
 auto counts(const std::string& today, const std::string& total, const std::string& setAside = "") {
   return [=](const Ended& mac) {
     const std::string begin = mac.counts.substr(0, mac.counts.find("<dict>"));
@@ -302,7 +304,7 @@ const MacTests counting("PromptCounts", [] {
                "Safari running; the user declined"},
        .check = counts("3", "3"),
        .times = 3},
-      {.name = "ADaysPromptsRunOut",
+      {.name = "DailyPromptsRunOut",
        .settings = postponing({limit("1")}),
        .results = {kLater, kLater},
        .lines = {kLimitReached + "(1/1) for bundleID: com.apple.Safari. Skipping deployment."},
@@ -310,7 +312,7 @@ const MacTests counting("PromptCounts", [] {
        .why = {"Safari running; the user declined", "Safari running; no more prompts today"},
        .check = counts("1", "1"),
        .times = 2},
-      {.name = "TheDaysLimitComesFirst",
+      {.name = "DailyLimitComesFirst",
        .settings = postponing({limit("2"), skips("2")}) + counted("5", "7"),
        .results = {kLater},
        .lines = {kLimitReached + "(5/2) for bundleID: com.apple.Safari. Skipping deployment."},
@@ -338,43 +340,43 @@ const MacTests counting("PromptCounts", [] {
        .lines = {kNewVersion},
        .calls = opened("Safari 0 false"),
        .check = counts("1", "1")},
-      {.name = "WithoutLimitsNothingIsCounted",
+      {.name = "NothingIsCountedWithoutLimits",
        .settings = postponing({}),
        .results = {kLater},
        .lines = {kDefaultFlow},
        .calls = opened("Safari 0 false"),
        .check = countsNothing},
-      {.name = "NegativeLimitsAreNone",
+      {.name = "NegativeLimitsMeanNoLimit",
        .settings = postponing({limit("-9223372036854775808"), skips("-1")}),
        .results = {kLater},
        .lines = {kDefaultFlow},
        .calls = opened("Safari 0 false"),
        .check = countsNothing},
-      {.name = "HugeLimitsAndCountsThatAreTexts",
+      {.name = "HugeLimitsAndCountsOfWrongType",
        .settings = postponing({limit(kLargest), skips(kLargest)}) + counted("\"4\"", "\"4\""),
        .results = {kLater},
        .calls = opened("Safari " + kLargest + " false"),
        .check = counts("1", "1")},
-      {.name = "CountsAtTheirEnd",
+      {.name = "CountsAtTheirMaximum",
        .settings =
            postponing({limit(kLargest), skips("9")}) + counted("9223372036854775806", kLargest),
        .results = {kLater},
        .lines = {kExceeded + kLargest},
        .calls = opened("Safari 0 true"),
        .check = counts(kLargest, kLargest)},
-      {.name = "OneMistypedSettingDiscardsAll",
+      {.name = "OneWrongTypeDiscardsAllSettings",
        .settings = postponing({skips("2"), "customization/forceDeploy=\"true\""}),
        .results = {kLater},
        .lines = {kCantDecode, kDefaultFlow},
        .calls = opened("Safari 0 false"),
        .check = countsNothing},
-      {.name = "ACustomizationThatIsNoPropertyList",
+      {.name = "UnreadableCustomization",
        .settings = postponing({"customization/content=<plist><dict>"}),
        .results = {kLater},
        .lines = {kCantDecode, kDefaultFlow},
        .calls = opened("Safari 0 false"),
        .check = countsNothing},
-      {.name = "CountsThatCantBeSavedDontStopThePrompt",
+      {.name = "PromptsEvenIfCountsCantBeSaved",
        .settings = postponing({skips("2"), "agent/data directory=read-only"}),
        .results = {kLater},
        .lines = {"error " + kStore +
@@ -382,12 +384,12 @@ const MacTests counting("PromptCounts", [] {
                  "\"patchID\": \"310990\", \"promptShownCount\": 1]. Error: …"},
        .calls = opened("Safari 2 false"),
        .check = countsNothing}};
-  // An unusable file in its place is kept under another name.
+  // An unusable file is renamed.
   for (const auto& [name, content, setAside] : std::initializer_list<std::array<std::string, 3>>{
-           {"ADamagedFile", "<plist><dict><key>", "<plist><dict><key>"},
-           {"AnArray", "<plist><array/></plist>", "<plist><array/></plist>"},
-           {"ALink", "a link", "not the agent's"}}) {
-    tests.push_back({.name = name + "InPlaceOfTheCounts",
+           {"DamagedFile", "<plist><dict><key>", "<plist><dict><key>"},
+           {"Array", "<plist><array/></plist>", "<plist><array/></plist>"},
+           {"SymbolicLink", "a link", "not the agent's"}}) {
+    tests.push_back({.name = name + "InsteadOfCounts",
                      .settings = postponing({skips("2"), "agent/prompt data=" + content}),
                      .results = {kLater},
                      .lines = {kFetched + "nil.", kNewVersion},

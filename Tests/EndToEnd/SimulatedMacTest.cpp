@@ -35,13 +35,13 @@ Ran enter(const std::string& arguments) { return shell(enterCommand() + argument
 class SimulatedMacTest : public testing::Test {
  protected:
   void SetUp() override {
-    if (const auto why = whyNoMac()) {
+    if (const auto why = simulatedMacProblem()) {
       GTEST_SKIP() << *why;
     }
   }
 };
 
-TEST_F(SimulatedMacTest, EndsAsItsCommandEnds) {
+TEST_F(SimulatedMacTest, ExitsWithTheCommandsStatus) {
   EXPECT_EQ(enter("healthy -- sh -c 'exit 3'").status, 3);
   EXPECT_EQ(enter("healthy -- sh -c 'kill -15 $$'").status, 143);
   EXPECT_EQ(enter("healthy -- no-such-command").status, 127);
@@ -62,7 +62,7 @@ TEST_F(SimulatedMacTest, LeavesNoTraceOnTheHost) {
   EXPECT_EQ(shell("grep -lsaz 5432[1] /proc/[0-9]*/cmdline").output, "");
 }
 
-TEST_F(SimulatedMacTest, ItsCommandMayEndByItselfAtASignal) {
+TEST_F(SimulatedMacTest, SignalLetsTheCommandExit) {
   const TemporaryDirectory directory;
   const std::string up = directory.file("up");
   const std::string trap = "trap \"sleep 0.2; exit 3\" TERM; echo up; while :; do sleep 0.02; done";
@@ -71,7 +71,7 @@ TEST_F(SimulatedMacTest, ItsCommandMayEndByItselfAtASignal) {
   EXPECT_EQ(shell(script).status, 3);
 }
 
-TEST_F(SimulatedMacTest, GoesWithItsOwner) {
+TEST_F(SimulatedMacTest, EndsWhenItsParentDies) {
   for (const std::string signal : {"TERM", "KILL"}) {
     const TemporaryDirectory directory;
     std::string script = enterCommand();
@@ -85,7 +85,7 @@ TEST_F(SimulatedMacTest, GoesWithItsOwner) {
   }
 }
 
-TEST_F(SimulatedMacTest, NeedsNoSecondUser) {
+TEST_F(SimulatedMacTest, WorksWithASingleUser) {
   const TemporaryDirectory directory;
   const Ran ran = enter("--user-namespace --records " + directory.file("calls") +
                         " healthy -- sudo -u alice open -a nothing");
@@ -95,7 +95,7 @@ TEST_F(SimulatedMacTest, NeedsNoSecondUser) {
                         "\"user\":\"alice\",\"uid\":0"));
 }
 
-TEST_F(SimulatedMacTest, EveryScenarioCanBeEntered) {
+TEST_F(SimulatedMacTest, EveryScenarioStarts) {
   std::istringstream list(enter("--list").output);
   int count = 0;
   for (std::string line; std::getline(list, line); ++count) {
@@ -107,7 +107,7 @@ TEST_F(SimulatedMacTest, EveryScenarioCanBeEntered) {
   EXPECT_GE(count, 10);
 }
 
-TEST(SimulatedMacScenarioTest, AMistakeIsAnErrorThatSaysWhere) {
+TEST(SimulatedMacScenarioTest, MistakesAreErrorsWithTheirPlace) {
   const std::vector<std::pair<std::string, std::string>> mistakes{
       {"[mac]\nversoin = 14\n",
        "line 2: expected one of the keys version, machine, free disk, language, time zone in "

@@ -43,7 +43,7 @@ class TemporaryDirectory {
     }
     return target;
   }
-  /// The whole content of the file `name`; throws when it can't be read.
+  /// The whole content of the file `name`; throws if it can't be read.
   [[nodiscard]] std::string read(std::string_view name) const {
     std::ifstream in(file(name), std::ios::binary);
     if (!in) {

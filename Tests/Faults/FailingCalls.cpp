@@ -133,7 +133,7 @@ extern "C" int fcntl(int fd, int command, ...) {
   va_start(list, command);
   void* const argument = va_arg(list, void*);
   va_end(list);
-  // The kernel never fails to set flags.
+  // Other commands can't fail on a valid descriptor.
   return (command == F_DUPFD_CLOEXEC || command == F_SETFL) && strikes("fcntl")
              ? -1
              : real(fd, command, argument);

@@ -40,8 +40,7 @@ struct Operation {
   std::string name;
   std::function<void(const TemporaryDirectory&)> prepare;
   std::function<std::string(const TemporaryDirectory&)> run;
-  std::function<std::string(const TemporaryDirectory&)>
-      check;  ///< After the fault, also of a kill.
+  std::function<std::string(const TemporaryDirectory&)> check;  ///< After the fault or the kill.
   friend void PrintTo(const Operation& operation, std::ostream* out) { *out << operation.name; }
 };
 
@@ -257,7 +256,7 @@ int statusOf(pid_t child) {
   return status;
 }
 
-/// Makes the n-th such call fail for n = 1, 2 … until it isn't reached any more, skipping some
+/// Makes the n-th such call fail for n = 1, 2 … until it is no longer reached, skipping some
 /// unless VEXLO_ALL_FAULTS is set. Returns the number of attempts.
 long walk(const Operation& operation, const Fault& fault, bool forGood) {
   static const bool all = std::getenv("VEXLO_ALL_FAULTS") != nullptr;
@@ -339,7 +338,7 @@ constexpr std::array kFaults{
 
 class Faults : public testing::TestWithParam<Operation> {};
 
-TEST_P(Faults, OneAtATime) {
+TEST_P(Faults, FailOnce) {
   long calls = 0;
   for (const Fault& fault : kFaults) {
     calls += walk(GetParam(), fault, false);
@@ -348,7 +347,7 @@ TEST_P(Faults, OneAtATime) {
   EXPECT_GT(calls, 20);
 }
 
-TEST_P(Faults, ForGood) {
+TEST_P(Faults, FailPermanently) {
   for (const Fault& fault : kFaults) {
     if (fault.error != EINTR) {
       walk(GetParam(), fault, true);
@@ -362,7 +361,7 @@ INSTANTIATE_TEST_SUITE_P(, Faults, testing::ValuesIn(operations()), [](const aut
   return name;
 });
 
-TEST(FaultsTest, ASaveThatIsKilledLosesNothing) {
+TEST(FaultsTest, KilledSaveLosesNothing) {
   for (int i = 0; i < 2; ++i) {
     EXPECT_GT(walk(operations()[static_cast<std::size_t>(i)],
                    {.call = "*", .kind = Fault::Kind::kills}, false),

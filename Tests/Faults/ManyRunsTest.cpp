@@ -36,7 +36,7 @@ int runs() {
   return wanted != nullptr ? std::stoi(wanted) : 200;
 }
 
-TEST(ManyRuns, LeaveNothingAndDontGrow) {
+TEST(ManyRuns, LeakNothing) {
   constexpr int kThreads = 16;
   const std::ptrdiff_t descriptors = openDescriptors();
   std::atomic<int> failed = 0;

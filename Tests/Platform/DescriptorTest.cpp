@@ -11,7 +11,7 @@
 namespace platform {
 namespace {
 
-TEST(DescriptorTest, WritesAllToAPipeThatTakesOnlySomeAtOnce) {
+TEST(DescriptorTest, WriteAllContinuesAfterPartialWrites) {
   const TemporaryDirectory directory;
   FILE* const pipe = ::popen(("wc -c > " + directory.file("size")).c_str(), "w");
   ASSERT_NE(pipe, nullptr);

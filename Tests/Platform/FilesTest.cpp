@@ -18,13 +18,13 @@
 namespace platform {
 namespace {
 
-/// 0 if the file was read.
+/// The errno value of reading the file; 0 on success.
 int errorOf(const std::string& path, std::uint64_t maximumBytes) {
   const auto result = readFile(path, {.maximumBytes = maximumBytes});
   return result ? 0 : result.error().code.value();
 }
 
-TEST(FilesTest, ReadsUpToTheBoundAndNoByteMore) {
+TEST(FilesTest, ReadsUpToTheLimit) {
   const TemporaryDirectory directory;
   const std::string ten = directory.write("ten", "01234\n6789");
   EXPECT_EQ(readFile(ten, {.maximumBytes = 10}), "01234\n6789");
@@ -36,7 +36,7 @@ TEST(FilesTest, ReadsUpToTheBoundAndNoByteMore) {
   }
 }
 
-TEST(FilesTest, WhatIsNoRegularFileIsNeitherReadNorReplaced) {
+TEST(FilesTest, OnlyRegularFilesAreReadAndReplaced) {
   const TemporaryDirectory directory;
   const std::string fifo = directory.file("fifo");
   ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
@@ -54,7 +54,7 @@ TEST(FilesTest, WhatIsNoRegularFileIsNeitherReadNorReplaced) {
   EXPECT_EQ(directory.read("f"), "x");
 }
 
-TEST(FilesTest, ANewFileIsReadableForAllAndAReplacedOneKeepsPermissionsAndOwner) {
+TEST(FilesTest, ReplacingAFileKeepsPermissionsAndOwner) {
   const TemporaryDirectory directory;
   const std::string path = directory.file("settings");
   const mode_t former = umask(077);
@@ -74,14 +74,14 @@ TEST(FilesTest, ANewFileIsReadableForAllAndAReplacedOneKeepsPermissionsAndOwner)
   EXPECT_NE(status.st_ino, formerFile) << "the old file was overwritten, not replaced";
 }
 
-TEST(FilesTest, ReadsOnlyWhatBelongsToOneOfTheOwners) {
+TEST(FilesTest, ReadsOnlyFilesOfAcceptedOwners) {
   const TemporaryDirectory directory;
   const std::string path = directory.write("answer", "94");
   EXPECT_TRUE(readFile(path, {.maximumBytes = 10, .owners = {4321, geteuid()}}));
   EXPECT_FALSE(readFile(path, {.maximumBytes = 10, .owners = {geteuid() + 1}}));
 }
 
-TEST(FilesTest, ALockIsWaitedForAndGivenBack) {
+TEST(FilesTest, LockBlocksUntilReleased) {
   const TemporaryDirectory directory;
   const std::string path = directory.file("counts");
   int pauses = 0;
@@ -98,7 +98,7 @@ TEST(FilesTest, ALockIsWaitedForAndGivenBack) {
   EXPECT_TRUE(FileLock::acquire(path));
 }
 
-TEST(FilesTest, NothingIsOpenedAmongTheStandardDescriptors) {
+TEST(FilesTest, OpensNothingAsAStandardDescriptor) {
   const TemporaryDirectory directory;
   const pid_t child = ::fork();
   if (child == 0) {
@@ -115,7 +115,7 @@ TEST(FilesTest, NothingIsOpenedAmongTheStandardDescriptors) {
   EXPECT_EQ(status, 0);
 }
 
-TEST(FilesTest, ALinkIsReplacedItself) {
+TEST(FilesTest, ReplacesTheLinkNotItsTarget) {
   const TemporaryDirectory directory;
   const std::string link = directory.file("link");
   std::filesystem::create_symlink(directory.write("target", "precious"), link);

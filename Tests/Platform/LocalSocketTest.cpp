@@ -16,24 +16,24 @@
 namespace platform {
 namespace {
 
-TEST(LocalSocketTest, ConnectsToItsOwnersSocketAndKnowsThePeer) {
+TEST(LocalSocketTest, ConnectsAndIdentifiesThePeer) {
   const TemporaryDirectory folder;
   const std::string path = folder.file("service.sock");
-  EXPECT_TRUE(listenOnLocalSocket(path));  // and is gone again
+  EXPECT_TRUE(listenOnLocalSocket(path));  // closed immediately
   EXPECT_EQ(connectLocalSocket(path).error(), "Connection refused");
   const auto listener = listenOnLocalSocket(path);  // replaces the old one
   ASSERT_TRUE(listener) << listener.error();
   using std::filesystem::perms;
   EXPECT_EQ(std::filesystem::status(path).permissions(), perms::owner_read | perms::owner_write);
-  EXPECT_FALSE(acceptLocalSocket(*listener)) << "nobody has come yet";
+  EXPECT_FALSE(acceptLocalSocket(*listener)) << "no client yet";
   const auto client = connectLocalSocket(path);
   ASSERT_TRUE(client);
   EXPECT_EQ(peerUserID(*client), ::geteuid());
   EXPECT_EQ(peerUserID(*acceptLocalSocket(*listener)), ::geteuid());
   EXPECT_EQ(peerUserID(Descriptor()), std::nullopt);
-  EXPECT_EQ(sendWithoutWaiting(*client, "x"), -1) << "the peer has gone, and no signal was raised";
+  EXPECT_EQ(sendWithoutWaiting(*client, "x"), -1) << "the peer has disconnected; no SIGPIPE";
 
-  std::vector<Descriptor> queue;  // of connections that nobody accepts
+  std::vector<Descriptor> queue;  // connections that nobody accepts
   std::expected<Descriptor, std::string> next;
   while ((next = connectLocalSocket(path, std::chrono::milliseconds(1))) && queue.size() < 1000) {
     queue.push_back(*std::move(next));
@@ -44,7 +44,7 @@ TEST(LocalSocketTest, ConnectsToItsOwnersSocketAndKnowsThePeer) {
   EXPECT_EQ(folder.read("file"), "kept");
 }
 
-TEST(LocalSocketTest, NoSocketTakesTheNumberOfAClosedStandardDescriptor) {
+TEST(LocalSocketTest, SocketsAreAboveTheStandardDescriptors) {
   const TemporaryDirectory folder;
   const pid_t child = ::fork();
   if (child == 0) {

@@ -7,7 +7,7 @@
 namespace platform {
 namespace {
 
-TEST(MemoryTest, NoByteOfASecretStaysInItsBuffer) {
+TEST(MemoryTest, WipeClearsTheWholeBuffer) {
   std::string secret = "correct horse battery staple, correct horse battery staple";
   secret = "short";  // the rest of the longer string is still in the buffer
   const char* const buffer = secret.data();

@@ -52,7 +52,7 @@ class ProcessTest : public ::testing::Test {
   const std::ptrdiff_t before = openDescriptors();
 };
 
-TEST_F(ProcessTest, WhatCanNotBeStartedIsToldAsAShellWould) {
+TEST_F(ProcessTest, StartFailuresHaveAShellsStatus) {
   constexpr std::errc kMissing = std::errc::no_such_file_or_directory;
   const std::vector<std::tuple<ProcessRequest, std::int32_t, std::errc, std::string>> rows{
       {{.executable = "/no/such/program"}, 127, kMissing, "/no/such/program"},
@@ -68,7 +68,7 @@ TEST_F(ProcessTest, WhatCanNotBeStartedIsToldAsAShellWould) {
   }
 }
 
-TEST_F(ProcessTest, InputLargerThanThePipeMayBeReadInTurnsOrNotAtAll) {
+TEST_F(ProcessTest, LargeInputMayBeReadInPiecesOrNotAtAll) {
   const std::string input(1'000'000, 'x');
   ProcessRequest request = shell("cat");
   request.input = input;
@@ -77,9 +77,9 @@ TEST_F(ProcessTest, InputLargerThanThePipeMayBeReadInTurnsOrNotAtAll) {
   EXPECT_EQ(runProcess(request).output, "closed\n");
 }
 
-TEST_F(ProcessTest, TheChildStartsCleanInItsOwnSession) {
+TEST_F(ProcessTest, ChildStartsInACleanSession) {
   if (!std::filesystem::exists("/proc/self/stat")) {
-    GTEST_SKIP() << "this system tells no process's session as a file";
+    GTEST_SKIP() << "needs the session in /proc";
   }
   const auto former = std::signal(SIGUSR2, SIG_IGN);
   sigset_t blocked;
@@ -101,7 +101,7 @@ TEST_F(ProcessTest, TheChildStartsCleanInItsOwnSession) {
   std::signal(SIGUSR2, former);
 }
 
-TEST_F(ProcessTest, TheEnvironmentIsMadeAndNotInherited) {
+TEST_F(ProcessTest, EnvironmentIsBuiltFromScratch) {
   const ScopedEnvironment path("PATH", "/tmp/evil:/usr/bin");
   const ScopedEnvironment function("BASH_FUNC_cat%%", "() { echo evil; }");
   const ScopedEnvironment home("HOME", "/tmp/evil");
@@ -118,7 +118,7 @@ TEST_F(ProcessTest, TheEnvironmentIsMadeAndNotInherited) {
               testing::UnorderedElementsAre("PATH", "TMPDIR", "HOME", "USER", "LOGNAME", "LANG"));
 }
 
-TEST_F(ProcessTest, TheStatusIsLearntThoughTheProcessIgnoresItsChildren) {
+TEST_F(ProcessTest, ReportsTheStatusDespiteIgnoredSIGCHLD) {
   const auto former = std::signal(SIGCHLD, SIG_IGN);
   ProcessRequest request = shell("cat; ls /dev/fd; exit 3");
   request.input = "input\n";
@@ -127,7 +127,7 @@ TEST_F(ProcessTest, TheStatusIsLearntThoughTheProcessIgnoresItsChildren) {
   EXPECT_EQ(result.output, "input\n0\n1\n2\n3\n") << "3 is the folder that ls reads";
   result = runProcess(shell("kill -KILL $$"));
   EXPECT_EQ(result.exitCode, 128 + SIGKILL);
-  EXPECT_EQ(result.output, "") << "a shell's own words";
+  EXPECT_EQ(result.output, "") << "the shell's own message";
   const std::vector<std::tuple<ProcessRequest, std::int32_t, std::errc>> programs{
       {{.executable = "bin/true", .directory = "/usr"}, 0, std::errc()},
       {{.executable = "true", .directory = "/usr/bin"}, 0, std::errc()},
@@ -143,7 +143,7 @@ TEST_F(ProcessTest, TheStatusIsLearntThoughTheProcessIgnoresItsChildren) {
   std::signal(SIGCHLD, former);
 }
 
-TEST_F(ProcessTest, OnlyTheFirstStatusThatOthersTakeIsLost) {
+TEST_F(ProcessTest, LosesAtMostOneStatusToOtherWaiters) {
   ProcessRequest request = shell("echo ready; exit 3");
   request.onLine = [](std::string_view) { ::waitpid(-1, nullptr, 0); };
   const auto runTwice = [&] {  // in a child process, because the loss changes this process's state
@@ -153,14 +153,14 @@ TEST_F(ProcessTest, OnlyTheFirstStatusThatOthersTakeIsLost) {
   EXPECT_EXIT(runTwice(), testing::ExitedWithCode(3), "");
 }
 
-TEST_F(ProcessTest, AGrandchildThatKeepsThePipeIsNotWaitedFor) {
+TEST_F(ProcessTest, DoesNotWaitForAGrandchildThatKeepsThePipe) {
   const auto start = std::chrono::steady_clock::now();
   const ProcessResult result = runProcess(shell("sleep 60 & echo $!"));
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(30));
   EXPECT_EQ(::kill(std::stoi(result.output), SIGKILL), 0);
 }
 
-TEST_F(ProcessTest, TheDeadlineEndsTheWholeGroup) {
+TEST_F(ProcessTest, DeadlineKillsTheProcessGroup) {
   const ProcessResult result = runIntoDeadline(shell("sleep 60 & echo $!; wait"));
   EXPECT_EQ(result.exitCode, 128 + SIGTERM);
   // The group's pipe is at end of file, so only an exiting process can still have the id.
@@ -169,7 +169,7 @@ TEST_F(ProcessTest, TheDeadlineEndsTheWholeGroup) {
   EXPECT_FALSE(std::getline(file, commandLine)) << commandLine;
 }
 
-TEST_F(ProcessTest, AChildMayCleanUpInItsGraceAndIsKilledAfterIt) {
+TEST_F(ProcessTest, ChildIsKilledAfterTheGracePeriod) {
   ProcessRequest request =
       shell("trap 'echo cleaned; exit 9' TERM; echo ready; kill -STOP $$; while :; do :; done");
   request.grace = std::chrono::minutes(1);
@@ -181,7 +181,7 @@ TEST_F(ProcessTest, AChildMayCleanUpInItsGraceAndIsKilledAfterIt) {
   EXPECT_EQ(runIntoDeadline(request).exitCode, 128 + SIGKILL);
 }
 
-TEST_F(ProcessTest, LinesComeInOrderWhateverIsKept) {
+TEST_F(ProcessTest, LinesArriveInOrderAtAnyOutputLimit) {
   using Lengths = std::vector<std::size_t>;
   const std::vector<std::tuple<const char*, std::size_t, Lengths>> rows{
       {"head -c 131073 /dev/zero; printf '\\nend'", 10, {65536, 65536, 1, 3}},

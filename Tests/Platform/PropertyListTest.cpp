@@ -59,7 +59,7 @@ void expectParsed(const std::vector<std::pair<std::string, PropertyList>>& rows)
   }
 }
 
-TEST(PropertyListTest, EveryFormIsRead) {
+TEST(PropertyListTest, ReadsEveryFormat) {
   expectParsed({
       {"(aZ09_$/:.-, http://x, {}, <>,)",
        Array{"aZ09_$/:.-", "http://x", Dictionary(), dataOf("")}},
@@ -84,13 +84,13 @@ TEST(PropertyListTest, EveryFormIsRead) {
   });
 }
 
-TEST(PropertyListTest, AnErrorSaysWhereAndWhat) {
+TEST(PropertyListTest, ErrorsHavePositionAndExpectation) {
   const std::string onTop = "error: binary property list: object 0, at byte 8: ";
   expectParsed({
       {R"("\Ud83dx")",
        "error: line 1: expected both halves of a surrogate pair in \\U escapes, found 'x'"},
       {R"("\400")", "error: line 1: expected an octal escape up to \\375, found '4'"},
-      {"(\n\"ab\xC3(\")", "error: line 2: expected UTF-8 in a text, found the byte 0xC3"},
+      {"(\n\"ab\xC3(\")", "error: line 2: expected UTF-8 in a string, found the byte 0xC3"},
       {"<abc>", "error: line 1: expected an even number of hexadecimal digits in data, found '>'"},
       {"\n <?xml version=\"1.0\"?>" + plist("<dict><true/></dict>"),
        "error: line 3: expected <key>, found <true>"},
@@ -106,7 +106,7 @@ TEST(PropertyListTest, AnErrorSaysWhereAndWhat) {
   });
 }
 
-TEST(PropertyListTest, NestingAndRepetitionAreBounded) {
+TEST(PropertyListTest, LimitsNestingAndRepetition) {
   for (const std::size_t depth : {512U, 513U, 100'000U}) {
     for (const std::string& text :
          {repeated("(", depth) + repeated(")", depth),
@@ -129,7 +129,7 @@ TEST(PropertyListTest, NestingAndRepetitionAreBounded) {
   EXPECT_FALSE(parsePropertyList(binary(objects)));
 }
 
-TEST(PropertyListTest, TheWriterKeepsEveryValueAndItsKind) {
+TEST(PropertyListTest, RoundTripsEveryType) {
   const PropertyList value = Dictionary{
       {" key & <more> ",
        Array{"", " blanks\t\n ", "a\rb\r\nc", "<&>\"'", "]]>", "é’😀", "\x7F\xC2\x80"}},
@@ -142,7 +142,7 @@ TEST(PropertyListTest, TheWriterKeepsEveryValueAndItsKind) {
   EXPECT_EQ(parsed(toBinary(value)), value);
 }
 
-TEST(PropertyListTest, TheBinaryFormHoldsWhatXMLCanNot) {
+TEST(PropertyListTest, BinaryFormatHoldsWhatXMLCannot) {
   PropertyList::Array many(20, "x");
   const PropertyList value =
       Dictionary{{"\x1B\x01", Array{"\x01’😀", "\xEF\xBF\xBF", date(1e300), date(-1.5)}},
@@ -152,7 +152,7 @@ TEST(PropertyListTest, TheBinaryFormHoldsWhatXMLCanNot) {
   EXPECT_THROW((void)toBinary("\xC3("), std::invalid_argument);
 }
 
-TEST(PropertyListTest, ValuesAreCountedInEveryForm) {
+TEST(PropertyListTest, LimitsValuesInEveryFormat) {
   const PropertyList five = Array{"a", "b", Dictionary{{"c", "d"}}};
   // The binary format counts keys, too, since they are objects.
   const std::vector<std::pair<std::string, std::size_t>> rows{
@@ -163,7 +163,7 @@ TEST(PropertyListTest, ValuesAreCountedInEveryForm) {
   }
 }
 
-TEST(PropertyListTest, TheWriterRefusesWhatItsReaderWouldNotGiveBack) {
+TEST(PropertyListTest, WritersRejectValuesThatWouldNotRoundTrip) {
   for (const PropertyList& value :
        {PropertyList("\x1B"), PropertyList("\xC3("), PropertyList("\xEF\xBF\xBF"),
         PropertyList(Dictionary{{"\x01", true}}), date(1e300), date(252423993600.0)}) {

@@ -10,7 +10,7 @@ namespace {
 
 using std::chrono::hours;
 
-TEST(RunLoopTest, EveryRunServesOneSourceInTheOrderOfTheSignals) {
+TEST(RunLoopTest, EachRunServesOneSourceInSignalOrder) {
   RunLoop& loop = RunLoop::current();
   std::string performed;
   auto gone = loop.addSource([&] { performed += "gone"; });

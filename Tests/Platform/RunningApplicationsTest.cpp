@@ -70,7 +70,7 @@ class RunningApplicationsTest : public ::testing::Test {
   TemporaryDirectory folder;
 };
 
-TEST_F(RunningApplicationsTest, AScriptIsFoundHoweverItWasStarted) {
+TEST_F(RunningApplicationsTest, FindsScriptsHoweverStarted) {
   const std::string script = add(kProgram, "#!/bin/sh -e");
   const std::string viaEnv = add("Editor.app/Contents/MacOS/env", "#!/usr/bin/env sh");
   const std::string link = folder.file("link");
@@ -89,7 +89,7 @@ TEST_F(RunningApplicationsTest, AScriptIsFoundHoweverItWasStarted) {
   }
 }
 
-TEST_F(RunningApplicationsTest, OtherProcessesAreNoApplications) {
+TEST_F(RunningApplicationsTest, IgnoresOtherProcesses) {
   const std::string script = add(kProgram, "#!/bin/sh");
   folder.write("Damaged.app/Contents/Info.plist", "<plist><dict><key>");
   const std::array<Launched, 4> others = {
@@ -103,7 +103,7 @@ TEST_F(RunningApplicationsTest, OtherProcessesAreNoApplications) {
   }
 }
 
-TEST_F(RunningApplicationsTest, AnInformationFileIsBoundedInBytesAndValues) {
+TEST_F(RunningApplicationsTest, LimitsTheSizeOfInfoPlist) {
   const auto isFound = [&](const std::string& more) {
     folder.write("Editor.app/Contents/Info.plist",
                  "{CFBundleIdentifier = '" + kIdentifier + "'; More = " + more + ";}");
@@ -133,7 +133,7 @@ pid_t startWithId(pid_t pid) {
   return made;
 }
 
-TEST_F(RunningApplicationsTest, ForceTerminateEndsTheApplicationAndNoLaterProcessWithItsId) {
+TEST_F(RunningApplicationsTest, ForceTerminateSparesALaterProcessWithTheSameId) {
   const std::string program = add(kProgram);
   Launched launched(program + " -c '" + kReadyAndStop + "'");
   const pid_t pid = launched.pid();
@@ -146,8 +146,7 @@ TEST_F(RunningApplicationsTest, ForceTerminateEndsTheApplicationAndNoLaterProces
   EXPECT_TRUE(applications[0]->forceTerminate());
   siginfo_t information{};
   ::waitid(P_PID, static_cast<id_t>(pid), &information, WEXITED | WNOWAIT);
-  EXPECT_TRUE(runningApplications(kIdentifier).empty())
-      << "it has ended, though nobody has reaped it";
+  EXPECT_TRUE(runningApplications(kIdentifier).empty()) << "it has exited but has not been reaped";
   EXPECT_FALSE(applications[0]->forceTerminate());
   launched.end();
   // The kernel's start times have a resolution of 10 ms.
@@ -157,7 +156,7 @@ TEST_F(RunningApplicationsTest, ForceTerminateEndsTheApplicationAndNoLaterProces
   const pid_t later = startWithId(pid);
   EXPECT_FALSE(applications[0]->forceTerminate());
   if (later > 0) {  // this user may choose process ids
-    EXPECT_EQ(::waitpid(later, nullptr, WNOHANG), 0) << "it was ended";
+    EXPECT_EQ(::waitpid(later, nullptr, WNOHANG), 0) << "it was killed";
     ::kill(later, SIGKILL);
     ::waitpid(later, nullptr, 0);
   }

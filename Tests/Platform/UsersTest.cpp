@@ -14,7 +14,7 @@
 namespace platform {
 namespace {
 
-TEST(UsersTest, AConsolesUserIsTheOneOfALocalSession) {
+TEST(UsersTest, ConsoleUserHasALocalSession) {
   const TemporaryDirectory folder;
   const std::string path = folder.file("utmp");  // replaces the system's records
   ::utmpxname(path.c_str());
@@ -41,7 +41,7 @@ TEST(UsersTest, AConsolesUserIsTheOneOfALocalSession) {
   add("nobody's", ":2", "", 0);
   EXPECT_THAT(loggedOnUserNames(), ::testing::ElementsAre("eve", longName));
   struct stat console{};
-  if (::stat("/dev/console", &console) != 0 || console.st_uid == 0) {  // nobody uses the real one
+  if (::stat("/dev/console", &console) != 0 || console.st_uid == 0) {  // no real console user
     EXPECT_EQ(consoleUserName(), std::nullopt);
     add("alice", ":0", ":0");
     EXPECT_EQ(consoleUserName(), "alice");

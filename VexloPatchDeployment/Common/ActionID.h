@@ -22,7 +22,7 @@ enum class KnownAction : std::uint8_t {
   minimumDiskSpaceCheck,          ///< "2005": minimum free disk space
   macOSDeferCheck,                ///< "2006": the macOS update is not deferred by MDM
   installMacOSUpdates,            ///< "2007": download and install a macOS software update
-  applicationRunningCheck,        ///< "2008": applications that the patch would disturb
+  applicationRunningCheck,        ///< "2008": no application that the patch affects is running
   applicationRunningNotifier,     ///< "2009": does nothing
   installMacOSUpdatesUsingInstallAssistant,  ///< "2010": upgrade with an InstallAssistant app
 };
@@ -49,7 +49,7 @@ class VEXLO_EXPORT ActionID {
   ActionID(UndefinedAction action) noexcept : value_(std::move(action)) {}  // NOLINT: converts
 
   /// Converts an action code: exactly the codes above become known actions, any other string
-  /// becomes an `undefined` that holds it unchanged.
+  /// becomes an `undefined` with the string unchanged.
   explicit ActionID(std::string_view code);
 
   /// The key that orders actions: the code as a number, or 999999 if an `undefined` action's code

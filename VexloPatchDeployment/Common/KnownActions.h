@@ -13,9 +13,9 @@
 
 namespace vexlo {
 
-/// The format of an argument. An integer needs no kind of its own for each unit.
+/// The format of an argument.
 enum class ArgumentKind : std::uint8_t {
-  integer,           ///< With a largest sensible value.
+  integer,           ///< In any unit; see `ActionArgument::most`.
   macOSVersion,      ///< Such as "14.5".
   updateLabel,       ///< A label of `softwareupdate`.
   bundleIdentifier,  ///< Such as "com.apple.Safari".
@@ -27,9 +27,9 @@ struct ActionArgument {
   ArgumentKind kind;
   std::string_view meaning;  ///< With unit and limits; lower case, without a full stop.
   std::string_view example;
-  // Of an integer:
-  std::int64_t most = 0;             ///< The largest that makes sense: a power of ten.
-  std::string_view whyNotMore = {};  ///< What is odd about a larger one.
+  // For integers:
+  std::int64_t most = 0;             ///< The largest value that makes sense: a power of ten.
+  std::string_view whyNotMore = {};  ///< What is odd about larger values.
 };
 
 struct ActionAnswer {
@@ -45,8 +45,8 @@ struct ActionAnswer {
   return number;
 }
 
-/// All about an action, with its documentation for authors of action files. All arguments are
-/// required; with `lastRepeats` the last one may be repeated. Further arguments are ignored.
+/// An action and its documentation for authors of action files. All arguments are required; with
+/// `lastRepeats` the last one may be repeated. Further arguments are ignored.
 struct KnownActionRow {
   KnownAction action;
   std::string_view code;                        ///< In the patch action file.
@@ -92,14 +92,14 @@ inline constexpr std::array kMinimumDiskSpaceArguments{
                    "the argument is in gigabytes"},
 };
 inline constexpr std::array kMinimumDiskSpaceAnswers{
-    ActionAnswer{"success",
-                 "that much is free on the start-up volume, or that can't be determined"},
-    ActionAnswer{"applyLater(inSufficientDiskSpaceForSoftwareUpdate)", "less is free"},
+    ActionAnswer{"success", "at least the minimum is free, or the free space can't be determined"},
+    ActionAnswer{"applyLater(inSufficientDiskSpaceForSoftwareUpdate)",
+                 "less than the minimum is free"},
     ActionAnswer{"applyLater(inSufficientArguments)", "the minimum is missing or not an integer"},
 };
 inline constexpr std::array kMacOSDeferArguments{
     ActionArgument{"macOS version", ArgumentKind::macOSVersion,
-                   R"(of the update, exactly as mdmclient spells it: "14.5" is not "14.5.0")",
+                   R"(of the update, exactly as mdmclient reports it: "14.5" is not "14.5.0")",
                    "14.5"},
 };
 inline constexpr std::array kMacOSDeferAnswers{
@@ -107,7 +107,7 @@ inline constexpr std::array kMacOSDeferAnswers{
                  "the update is not deferred, the Mac is not enrolled in MDM, macOS is patched "
                  "through MDM, or the agent's settings disable this check"},
     ActionAnswer{"applyLater(macOSUpdateIsDeferred)",
-                 "the update is deferred; the result holds the date up to which it is"},
+                 "the update is deferred; the result has the last day of the deferral"},
     ActionAnswer{"applyLater(softwareUpdateUnreachable)",
                  "Apple's software update service can't be reached"},
     ActionAnswer{"applyLater(inSufficientArguments)", "the version is missing"},
@@ -116,8 +116,8 @@ inline constexpr std::array kInstallMacOSUpdatesArguments{
     ActionArgument{"macOS version", ArgumentKind::macOSVersion, "of the update, for the log only",
                    "14.5"},
     ActionArgument{"update label", ArgumentKind::updateLabel,
-                   "as softwareupdate --list shows it; what follows its last space is looked up in "
-                   "that list before the second attempt",
+                   "as listed by softwareupdate --list; its last word is looked up in that list "
+                   "before a retry",
                    "macOS Sonoma 14.5-23F79"},
 };
 inline constexpr std::array kInstallMacOSUpdatesAnswers{
@@ -135,18 +135,18 @@ inline constexpr std::array kInstallMacOSUpdatesAnswers{
 };
 inline constexpr std::array kApplicationRunningArguments{
     ActionArgument{"bundle identifier", ArgumentKind::bundleIdentifier,
-                   "of an application that the patch would disturb", "com.apple.Safari"},
+                   "of an application that the patch affects", "com.apple.Safari"},
 };
 inline constexpr std::array kApplicationRunningAnswers{
     ActionAnswer{"success",
-                 "none of the applications is running, or those that were have been closed because "
-                 "the agent's settings say so"},
+                 "none of the applications is running, or they have been closed without asking, as "
+                 "the agent's settings say"},
     ActionAnswer{"success(gotUserAcknowledgementForPatchingRunningApplications)",
-                 "the user agreed, or the last prompt went unanswered, and the applications have "
-                 "been closed; the result holds their names"},
+                 "the user agreed or didn't answer the last prompt, and the applications have been "
+                 "closed; the result has their names"},
     ActionAnswer{"applyLater(appIsRunning)",
-                 "an application is running, and the user may not be asked, not again today, or "
-                 "didn't agree"},
+                 "an application is running, and the user may not be asked (again today) or didn't "
+                 "agree"},
     ActionAnswer{"applyLater(inSufficientArguments)", "there is no bundle identifier"},
 };
 inline constexpr std::array kApplicationRunningNotifierAnswers{
@@ -203,7 +203,7 @@ inline constexpr std::array kKnownActions{
         .action = KnownAction::minimumDiskSpaceCheck,
         .code = "2005",
         .name = "minimumDiskSpaceCheck",
-        .summary = "Checks the free space of the start-up volume.",
+        .summary = "Checks the free space of the startup volume.",
         .arguments = kMinimumDiskSpaceArguments,
         .answers = kMinimumDiskSpaceAnswers,
     },
@@ -219,8 +219,7 @@ inline constexpr std::array kKnownActions{
         .action = KnownAction::installMacOSUpdates,
         .code = "2007",
         .name = "installMacOSUpdates",
-        .summary = "Downloads and installs a macOS update with softwareupdate; a failed attempt is "
-                   "repeated once.",
+        .summary = "Downloads and installs a macOS update with softwareupdate; retries once.",
         .arguments = kInstallMacOSUpdatesArguments,
         .restarts = true,
         .answers = kInstallMacOSUpdatesAnswers,
@@ -229,8 +228,8 @@ inline constexpr std::array kKnownActions{
         .action = KnownAction::applicationRunningCheck,
         .code = "2008",
         .name = "applicationRunningCheck",
-        .summary = "Checks that no application runs that the patch would disturb; otherwise closes "
-                   "them, asking the user first or not, as the agent's settings say.",
+        .summary = "Checks that no application that the patch affects is running; otherwise closes "
+                   "them, with or without asking the user, as the agent's settings say.",
         .arguments = kApplicationRunningArguments,
         .lastRepeats = true,
         .answers = kApplicationRunningAnswers,
@@ -256,8 +255,8 @@ inline constexpr std::array kKnownActions{
     },
 };
 
-/// The number of actions. The switch stops the build when an action is new; the assertion on the
-/// table then asks for its row.
+/// The number of actions. For a new action, the build fails at the switch until it is listed, and
+/// then at the assertion below until it has a row.
 [[nodiscard]] consteval std::size_t knownActionCount() {
   std::size_t count = 0;
   for (std::uint8_t value = 0;; ++value) {
@@ -284,13 +283,13 @@ static_assert(kKnownActions.size() == knownActionCount());
 static_assert(std::ranges::all_of(kKnownActions, [](const KnownActionRow& row) {
   return &row == &kKnownActions[std::to_underlying(row.action)];
 }));
-// Nothing that help and reference show is left out.
+// Every row has the members that help and reference show.
 static_assert(std::ranges::none_of(kKnownActions, [](const KnownActionRow& row) {
   return row.code.empty() || row.name.empty() || row.summary.empty() || row.answers.empty();
 }));
-// The running order is that of the codes.
+// The actions run in the order of their codes.
 static_assert(std::ranges::is_sorted(kKnownActions, {}, &KnownActionRow::sortOrder));
-// Every integer has a largest value that makes sense, from which its pattern is made.
+// Every integer has a largest value, from which the schema's pattern is generated.
 static_assert(std::ranges::all_of(kKnownActions, [](const KnownActionRow& row) {
   return std::ranges::all_of(row.arguments, [](const ActionArgument& argument) {
     std::int64_t most = argument.most;

@@ -125,7 +125,7 @@ JSONObject objectOf(const UpdateServiceUnreachable& service) {
 
 std::string describeOne(const DeferralMeasurement& deferral) {
   if (!deferral.isDeferred) {
-    return "the MDM client doesn't tell the deferrals";
+    return "the MDM client didn't report deferrals";
   }
   if (!*deferral.isDeferred) {
     return text("macOS ", deferral.version, " not deferred");
@@ -251,7 +251,7 @@ JSONObject objectOf(const UpdateNotListed& update) {
 
 std::string describeOne(const UnusableArguments& arguments) {
   return arguments.found
-             ? text(arguments.expected, ": \"", *arguments.found, "\" is no whole number")
+             ? text(arguments.expected, ": \"", *arguments.found, "\" is not an integer")
              : text("no ", arguments.expected, " given");
 }
 
@@ -303,7 +303,7 @@ std::string describeOne(DecidingRule rule) {
     case DecidingRule::notEnrolled:
       return "not checked, no MDM enrollment";
     case DecidingRule::deferralCheckDisabled:
-      return "not checked, switched off in the settings";
+      return "not checked, disabled in the settings";
     case DecidingRule::killWithoutAsking:
       return "closed without asking";
     case DecidingRule::promptDisabled:

@@ -1,4 +1,4 @@
-// Text forms of measurements that agents don't see; `ActionObserver.h` declares the others.
+// Internal formatting of measurements; `ActionObserver.h` declares the public functions.
 #pragma once
 #include <span>
 #include <string>

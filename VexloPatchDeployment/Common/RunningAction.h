@@ -7,8 +7,8 @@
 namespace vexlo {
 
 /// Marks the action that the calling thread runs, for its lifetime. May be nested, since an
-/// observer may run another processor. Code below the processor needs no handle: like log lines,
-/// measurements go to the current observer.
+/// observer may run another processor. Like log lines, measurements need no handle: they go to the
+/// current observer.
 class RunningAction {
  public:
   /// `observer` may be null. `action` and `observer` must outlive the object.

@@ -15,11 +15,11 @@ using Phase = ActionProgress::Phase;
 constexpr std::size_t kMostLineBytes = 4096;
 constexpr double kWhole = 100;
 
-/// How the lines of a phase begin.
+/// The beginning of a phase's lines.
 struct Beginning {
   std::string_view text;
   Phase phase;
-  bool isDone = false;  ///< Whether the line tells the end of the phase.
+  bool isDone = false;  ///< The line reports the end of the phase.
 };
 constexpr std::array kBeginnings{
     Beginning{"Finding available software", Phase::searching},
@@ -44,7 +44,9 @@ std::optional<double> percentIn(std::string_view line) {
 
 }  // namespace
 
-ToolProgress::ToolProgress(Tell tell) : tell_(std::move(tell)) { line_.reserve(kMostLineBytes); }
+ToolProgress::ToolProgress(Callback callback) : callback_(std::move(callback)) {
+  line_.reserve(kMostLineBytes);
+}
 
 void ToolProgress::read(std::string_view output) {
   while (!output.empty()) {
@@ -78,7 +80,7 @@ void ToolProgress::endLine() {
         percent_ = kWhole;
       }
     }
-    tell_({.phase = phase_, .percent = percent_, .line = line});
+    callback_({.phase = phase_, .percent = percent_, .line = line});
   }
   line_.clear();
 }

@@ -1,4 +1,4 @@
-// Reads how far a tool has got from its own output.
+// Parses a tool's progress from its output.
 #pragma once
 #include <functional>
 #include <optional>
@@ -10,27 +10,28 @@
 
 namespace vexlo {
 
-/// Follows the output of one run of `softwareupdate` or `startosinstall`. Lines end with a line
-/// feed or a carriage return; what a tool rewrites on a terminal is therefore one line after the
-/// other. A percentage is told as soon as its sign has been read, as a tool that rewrites its line
-/// ends it only with the next one. Of a line that is longer than 4 KiB the rest is dropped.
+/// Parses the output of one run of `softwareupdate` or `startosinstall`. Lines end with a line feed
+/// or a carriage return, so each rewrite of a terminal line is a line. A percentage is reported as
+/// soon as its sign has been read, because a tool ends a rewritten line only when it writes the
+/// next one. Lines are truncated to 4 KiB.
 class ToolProgress {
  public:
-  using Tell = std::function<void(const ActionProgress& progress)>;
+  using Callback = std::function<void(const ActionProgress& progress)>;
 
-  /// `tell` is called for each line that isn't blank, with what is known then: a line that tells no
-  /// phase or percentage leaves the ones before.
-  explicit ToolProgress(Tell tell);
+  /// `callback` is called for each line that isn't blank. A line without a phase or percentage
+  /// keeps the previous one.
+  explicit ToolProgress(Callback callback);
 
-  /// Takes a piece of the output; pieces begin and end anywhere. Throws only what `tell` does.
+  /// Parses the next piece of output, which may begin and end anywhere. Throws only what `callback`
+  /// throws.
   void read(std::string_view output);
-  /// Takes a last line without an end.
+  /// Parses an unfinished last line.
   void finish() { endLine(); }
 
  private:
   void endLine();
 
-  Tell tell_;
+  Callback callback_;
   std::string line_;
   ActionProgress::Phase phase_ = ActionProgress::Phase::starting;
   std::optional<double> percent_;

@@ -1,4 +1,4 @@
-// For the tests of agents: a processor whose results a test sets, without files and a machine.
+// A fake processor for agents' tests, which needs neither files nor a Mac.
 #pragma once
 #include <functional>
 #include <optional>
@@ -12,8 +12,8 @@
 
 namespace vexlo {
 
-/// The patch has the actions of `plan`, in that order; an action that it doesn't list passes, as
-/// with the production class. Code under test takes a `PatchActionProcessing&`:
+/// A processor for a patch with the actions of `plan`, in that order. As with the production class,
+/// any other action passes. Code under test takes a `PatchActionProcessing&`:
 ///
 ///     vexlo::FakePatchActionProcessor processor;
 ///     processor.plan = {{vexlo::KnownAction::minimumDiskSpaceCheck, {"20"}}};
@@ -25,9 +25,9 @@ namespace vexlo {
 class FakePatchActionProcessor : public PatchActionProcessing {
  public:
   std::vector<std::pair<ActionID, std::vector<std::string>>> plan;
-  /// Called for an action of the plan; empty: the action passes.
+  /// Called for each action of the plan; if empty, the action passes.
   std::function<PatchActionResult(const ActionID& action)> answer;
-  /// Every action that was asked for, in order, the ones that don't apply included.
+  /// Every action that was executed, in order, including those not in the plan.
   std::vector<ActionID> executed;
 
   PatchActionResult execute(const ActionID& action) override {

@@ -1,4 +1,4 @@
-// A whole agent in a few lines: runs two checks of a patch and says what came of them.
+// A complete agent in a few lines: runs two checks of a patch and prints the results.
 #include <exception>
 #include <iostream>
 #include <memory>
@@ -8,7 +8,7 @@
 #include "Platform/RunLoop.h"
 #include "VexloPatchDeployment/VexloPatchDeployment.h"
 
-/// Tells what actions measure, and how far a download or an installation has got.
+/// Prints what actions measure, and the progress of downloads and installations.
 class Watcher final : public vexlo::ActionObserver {
   void measured(const vexlo::ActionID& action, const vexlo::Measurement& measurement) override {
     std::cout << action << ": " << measurement << '\n';
@@ -23,8 +23,8 @@ int main(int argumentCount, char** arguments) try {
   vxutils::gv_globvars.setDirectories(
       {.base = root, .data = root + "/data", .logs = root + "/logs"});
 
-  // A prompt about running applications is waited for with this thread's run loop, which needs
-  // something to wait for.
+  // While the prompt about running applications is shown, this thread's run loop runs, which needs
+  // an input source.
   const auto source = platform::RunLoop::current().addSource([] {});
 
   vexlo::ProcessPatchActions processor(
@@ -35,7 +35,8 @@ int main(int argumentCount, char** arguments) try {
     const vexlo::PatchActionResult result = processor.execute(action);
     std::cout << action << ": " << result << '\n';
   }
-} catch (const std::exception& error) {  // the action file can't be used: which, where and why
+} catch (const std::exception&
+             error) {  // the action file is unusable; what() has the file, the place and the reason
   std::cerr << error.what() << '\n';
   return 1;
 }

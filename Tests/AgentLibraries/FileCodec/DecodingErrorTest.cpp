@@ -7,7 +7,7 @@
 namespace FileCodec {
 namespace {
 
-TEST(DecodingErrorTest, IsOneLineHoweverOddTheNames) {
+TEST(DecodingErrorTest, MessageIsOneLineForAnyNames) {
   const DecodingError error("a\nfile", "a\x1Bplace", "x", "y");
   EXPECT_STREQ(error.what(), "a\\nfile: a\\u001bplace: expected x, found y");
   const std::string fits(198, 'x');

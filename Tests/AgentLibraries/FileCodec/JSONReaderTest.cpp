@@ -11,7 +11,7 @@
 namespace FileCodec {
 namespace {
 
-TEST(JSONReaderTest, ASyntaxErrorSaysWhereAndWhat) {
+TEST(JSONReaderTest, SyntaxErrorHasPositionExpectedAndFound) {
   using namespace std::string_view_literals;
   const std::string deep(513, '[');
   for (const auto& [text, problem] : std::vector<std::pair<std::string_view, const char*>>{
@@ -51,7 +51,7 @@ TEST(JSONReaderTest, ASyntaxErrorSaysWhereAndWhat) {
   }
 }
 
-TEST(JSONReaderTest, AHugeExponentDoesNoHarm) {
+TEST(JSONReaderTest, HugeExponentsAreShortened) {
   IgnoredJSONEvents events;
   const std::string text =
       R"({"1e99999999999\\":[-1.5E+99999999999,1e-0000000000,"\"1e99999999999"]})";

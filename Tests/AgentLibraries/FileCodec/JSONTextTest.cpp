@@ -7,7 +7,7 @@
 namespace FileCodec {
 namespace {
 
-TEST(JSONTextTest, EscapesAndRepairs) {
+TEST(JSONTextTest, EscapesAndReplacesInvalidUTF8) {
   EXPECT_EQ(jsonString(std::string_view("\"\\\b\t\n\f\r\0\x1f\x7f", 10)),
             "\"\\\"\\\\\\b\\t\\n\\f\\r\\u0000\\u001f\x7f\"");
   EXPECT_EQ(jsonString("a\xFF\xE2\x82z\xED\xA0\x80"), "\"a\uFFFD\uFFFD\uFFFDz\uFFFD\uFFFD\uFFFD\"");

@@ -41,7 +41,7 @@ class RawPlistManagerTest : public ::testing::Test {
   RawPlistManager manager{path};
 };
 
-TEST_F(RawPlistManagerTest, AnEmptyFileIsNoDamageAndChangesOfAnotherWriterAreKept) {
+TEST_F(RawPlistManagerTest, SaveKeepsOtherWritersChangesAndAcceptsAnEmptyFile) {
   directory.write("data.plist", "");
   manager.updateValue(kRecord, "key");
   manager.save();
@@ -53,7 +53,7 @@ TEST_F(RawPlistManagerTest, AnEmptyFileIsNoDamageAndChangesOfAnotherWriterAreKep
   EXPECT_THAT(log.records(), ::testing::IsEmpty());
 }
 
-TEST_F(RawPlistManagerTest, AFullDiskThrowsAndLosesNothingAndADamagedFileIsKept) {
+TEST_F(RawPlistManagerTest, SaveOnAFullDiskThrowsAndLosesNothing) {
   const uid_t self = geteuid();
   // A user who can't hard-link root's file: it is renamed. Only root can switch users.
   const uid_t other = self == 0 ? 65534 : self;
@@ -92,7 +92,7 @@ TEST_F(RawPlistManagerTest, AFullDiskThrowsAndLosesNothingAndADamagedFileIsKept)
                                     ": expected a dictionary at the top, found an array.")));
 }
 
-TEST_F(RawPlistManagerTest, WhatIsNoFileIsMovedAsideAndWhatXMLCanNotHoldIsSaved) {
+TEST_F(RawPlistManagerTest, SaveRenamesNonFilesAndFallsBackToBinary) {
   const std::vector<std::function<void()>> places{
       [&] { std::filesystem::create_directory(path); },
       [&] { EXPECT_EQ(mkfifo(path.c_str(), 0600), 0); },
@@ -111,7 +111,7 @@ TEST_F(RawPlistManagerTest, WhatIsNoFileIsMovedAsideAndWhatXMLCanNotHoldIsSaved)
               ::testing::ThrowsMessage<std::runtime_error>(::testing::StartsWith(path + ": ")));
 }
 
-TEST_F(RawPlistManagerTest, ADirectoryInThePlaceOfAFileIsMovedAsideWhenTheFileIsRemoved) {
+TEST_F(RawPlistManagerTest, RemoveFileRenamesADirectory) {
   std::filesystem::create_directory(path);
   directory.write("data.plist/inside", "kept");
   EXPECT_EQ(vxutils::FileUtils().removeFile(path), 0);
@@ -119,7 +119,7 @@ TEST_F(RawPlistManagerTest, ADirectoryInThePlaceOfAFileIsMovedAsideWhenTheFileIs
   EXPECT_TRUE(std::filesystem::exists(path + ".damaged/inside"));
 }
 
-TEST_F(RawPlistManagerTest, SavesOfSeveralProcessesLoseNoKeyAndLeaveNothingBehind) {
+TEST_F(RawPlistManagerTest, ConcurrentSavesLoseNoKeyAndLeaveNoFiles) {
   directory.write(".data.plist.vexlo-0123456789abcdef01234567", "of a process that was killed");
   constexpr int kProcesses = 4;
   constexpr int kKeys = 25;

@@ -14,7 +14,7 @@ namespace {
 
 using ::testing::EndsWith;
 
-TEST(LoggerTest, ASinkThatThrowsLosesOnlyItsLine) {
+TEST(LoggerTest, ThrowingSinkLosesOnlyThatLine) {
   struct ThrowingSink final : LogSink {
     void write(LogLevel, const LogTag&, std::uint32_t, const MessageBuilder&) override {
       throw std::runtime_error("no room");
@@ -25,7 +25,7 @@ TEST(LoggerTest, ASinkThatThrowsLosesOnlyItsLine) {
   setLogSink(former);
 }
 
-TEST(LoggerTest, LoggedTextCannotForgeALineOrControlATerminal) {
+TEST(LoggerTest, MessagesCannotForgeLinesOrControlTheTerminal) {
   const TemporaryDirectory directory;
   const platform::Descriptor file(::open(directory.write("log", "").c_str(), O_WRONLY | O_CLOEXEC));
   DescriptorSink sink(file.get());

@@ -20,7 +20,7 @@ void write(StandardErrorSink& sink, const std::string& message) {
   sink.write(LogLevel::info, LogTag{"test"}, 1, [&] { return message; });
 }
 
-TEST(StandardErrorSinkTest, WritesToNoFileThatHasTakenTheDescriptorsPlace) {
+TEST(StandardErrorSinkTest, DoesNotWriteToAReusedDescriptor) {
   const TemporaryDirectory directory;
   const std::string settings = directory.write("settings", "");
   const int descriptor = ::open(directory.write("errors", "").c_str(), O_WRONLY | O_CLOEXEC);
@@ -35,7 +35,7 @@ TEST(StandardErrorSinkTest, WritesToNoFileThatHasTakenTheDescriptorsPlace) {
   EXPECT_EQ(directory.read("settings"), "");
 }
 
-TEST(StandardErrorSinkTest, WaitsForNoReaderAndTellsWhatWasDropped) {
+TEST(StandardErrorSinkTest, DropsLinesForASlowReaderAndReportsThem) {
   platform::Pipe pipe = *platform::makePipe();
   StandardErrorSink sink(pipe.writeEnd.get());
   const auto start = std::chrono::steady_clock::now();

@@ -67,7 +67,7 @@ class AgentServiceConnectionTest : public ::testing::Test {
   LogCapture log;
 };
 
-TEST_F(AgentServiceConnectionTest, OddAnswersGiveOneReplyAndHarmNothing) {
+TEST_F(AgentServiceConnectionTest, MalformedAnswersGiveExactlyOneReply) {
   for (const auto& [bytes, expected] : std::vector<std::pair<std::string, Value>>{
            {R"({"id":1,"value":"sec)", "failed: the service closed the connection"},
            {"secret garbage\n", "failed: the service sent a line that is no reply"},
@@ -91,7 +91,7 @@ TEST_F(AgentServiceConnectionTest, OddAnswersGiveOneReplyAndHarmNothing) {
   EXPECT_FALSE(log.mentions("secret"));
 }
 
-TEST_F(AgentServiceConnectionTest, ValuesAndAbsenceAreGivenAlsoByAServiceThatCameBack) {
+TEST_F(AgentServiceConnectionTest, FetchesValuesAndReconnectsToARestartedService) {
   const std::string odd = "p\"w\\\n\u00e9" + std::string(5000, '\x02');
   const auto answerKey = [](const std::string& key) {
     return key == "none" ? std::nullopt : Value(key);
@@ -119,9 +119,9 @@ TEST_F(AgentServiceConnectionTest, ValuesAndAbsenceAreGivenAlsoByAServiceThatCam
   EXPECT_EQ(answer(ask(*service, "later")), "failed: the service can't be reached");
 }
 
-TEST_F(AgentServiceConnectionTest, TheServerAnswersNoOtherUser) {
+TEST_F(AgentServiceConnectionTest, ServerRejectsOtherUsers) {
   if (geteuid() != 0) {
-    GTEST_SKIP() << "only root can play another user";
+    GTEST_SKIP() << "only root can act as another user";
   }
   std::atomic<int> asked = 0;
   const AgentServiceServer server(path, [&](const std::string&) {
@@ -144,10 +144,10 @@ TEST_F(AgentServiceConnectionTest, TheServerAnswersNoOtherUser) {
   EXPECT_EQ(asked, 0);
 }
 
-TEST_F(AgentServiceConnectionTest, NoKeyIsSentToAnotherUsersProcessAndTheLogSaysWhy) {
+TEST_F(AgentServiceConnectionTest, SendsNoKeyToAnotherUsersServiceAndLogsWhy) {
   constexpr uid_t kOtherUser = 65534;
   if (geteuid() != 0) {
-    GTEST_SKIP() << "only root can play another user";
+    GTEST_SKIP() << "only root can act as another user";
   }
   for (const std::string& folder : {directory.path(), directory.file("run")}) {
     std::filesystem::permissions(folder, std::filesystem::perms::all);
@@ -170,7 +170,7 @@ TEST_F(AgentServiceConnectionTest, NoKeyIsSentToAnotherUsersProcessAndTheLogSays
                                     "directory is not known.")));
 }
 
-TEST_F(AgentServiceConnectionTest, AnswersToManyRequestsAtOnceAreNotLost) {
+TEST_F(AgentServiceConnectionTest, AnswersManyConcurrentRequests) {
   const AgentServiceServer server(path, [](const std::string&) { return std::string(4000, 'v'); });
   AgentServiceConnection connection;
   const auto service = connection.getService();
@@ -190,7 +190,7 @@ TEST_F(AgentServiceConnectionTest, AnswersToManyRequestsAtOnceAreNotLost) {
   EXPECT_EQ(answers, kRequests);
 }
 
-TEST_F(AgentServiceConnectionTest, TheServerWaitsForNoClientAndLeavesNoSocket) {
+TEST_F(AgentServiceConnectionTest, ServerDoesNotBlockOnClientsAndRemovesItsSocket) {
   auto server = std::make_unique<AgentServiceServer>(
       path, [](const std::string&) { return std::string(4000, 'v'); });
   std::string requests;

@@ -7,7 +7,7 @@
 namespace vxutils {
 namespace {
 
-TEST(AgentServiceMessagesTest, LinesAreSplitAndTheirBytesWiped) {
+TEST(AgentServiceMessagesTest, SplitsLinesAndWipesTheirBytes) {
   LineBuffer buffer;
   for (const char c : std::string_view("two\ntwo\n")) {
     buffer.room().front() = c;

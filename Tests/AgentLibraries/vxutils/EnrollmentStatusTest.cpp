@@ -14,7 +14,7 @@ namespace {
 
 using enum EnrollmentType;
 
-TEST(EnrollmentStatusTest, FollowsTheReport) {
+TEST(EnrollmentStatusTest, ParsesTheReport) {
   for (const auto& [report, expected] : std::vector<std::pair<const char*, EnrollmentType>>{
            {"warning: MDM\nEnrolled via DEP: Yes\nMDM enrollment: Yes", dep},
            {"Enrolled via DEP: No\r\n  MDM enrollment:  Yes (User Approved)\r\n", user_approved},
@@ -22,16 +22,16 @@ TEST(EnrollmentStatusTest, FollowsTheReport) {
             not_enrolled},
            {"Enrolled via DEP: Yes\n", dep},  // of an old tool
            {"MDM enrollment: Yesterday\n", not_enrolled}}) {
-    EXPECT_EQ(enrollmentToldBy({.output = report}), expected) << report;
+    EXPECT_EQ(enrollmentFrom({.output = report}), expected) << report;
   }
 }
 
-TEST(EnrollmentStatusTest, WithoutAReportItIsNotEnrolledAndTheLogSaysWhy) {
+TEST(EnrollmentStatusTest, IsNotEnrolledIfTheToolFailsAndLogsWhy) {
   const LogCapture log;
   const std::error_code noTool = std::make_error_code(std::errc::no_such_file_or_directory);
   const std::string report = "MDM enrollment: Yes";
-  EXPECT_EQ(enrollmentToldBy({.exitCode = 127, .startError = noTool}), not_enrolled);
-  EXPECT_EQ(enrollmentToldBy({.output = report, .timedOut = true}), not_enrolled);
+  EXPECT_EQ(enrollmentFrom({.exitCode = 127, .startError = noTool}), not_enrolled);
+  EXPECT_EQ(enrollmentFrom({.output = report, .timedOut = true}), not_enrolled);
   EXPECT_THAT(
       log.records(),
       ::testing::ElementsAre(InfoLine("No /usr/bin/profiles here, considering it as not enrolled."),

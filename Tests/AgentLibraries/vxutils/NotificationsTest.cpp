@@ -8,7 +8,7 @@
 namespace vxutils {
 namespace {
 
-TEST(NotificationsTest, WaitForAHandlerAndReachItInOrderAlsoWhenItPostsOrReplacesItself) {
+TEST(NotificationsTest, AreQueuedAndDeliveredInOrderToReentrantHandlers) {
   std::vector<std::int32_t> shown;
   putNotification(1, nullptr);
   putNotification(2, nullptr);

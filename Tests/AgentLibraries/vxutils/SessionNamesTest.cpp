@@ -5,7 +5,7 @@
 namespace vxutils {
 namespace {
 
-TEST(SessionNamesTest, NamesThatAreNobodysSessionAreNobody) {
+TEST(SessionNamesTest, SystemAccountsCountAsNobody) {
   for (const char* name : {"", "root", "loginwindow", "_mbsetupuser"}) {
     EXPECT_EQ(consoleUserOrNobody(name), "NOUSERNAME") << name;
   }

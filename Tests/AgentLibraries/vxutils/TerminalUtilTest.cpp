@@ -20,7 +20,7 @@ class TerminalUtilTest : public ::testing::Test {
   LogCapture log;
 };
 
-TEST_F(TerminalUtilTest, TheOutputIsLoggedAsAskedAndNeitherInputNorCommand) {
+TEST_F(TerminalUtilTest, LogsRequestedOutputButNeverInputOrCommand) {
   const std::string command = "wc -c; : hidden; pwd >&2; exit 3";
   const CommandResult result{.exitCode = 3, .output = "13\n/usr\n"};
   for (const bool logs : {false, true}) {
@@ -31,7 +31,7 @@ TEST_F(TerminalUtilTest, TheOutputIsLoggedAsAskedAndNeitherInputNorCommand) {
   EXPECT_THAT(log.records(), ElementsAre(InfoLine("13"), InfoLine("/usr"), InfoLine("13\n/usr\n")));
 }
 
-TEST_F(TerminalUtilTest, WhatHasNotRunToItsEndHasNotSucceededAndTheLogSaysWhy) {
+TEST_F(TerminalUtilTest, LogsTimeoutsAndStartFailures) {
   const std::string command = "trap 'exit 0' TERM; while :; do sleep 0.05; done";
   EXPECT_EQ(terminal.runCommand(command, {}, {}, {}, 1, false, false).exitCode, 143);
   EXPECT_THAT(terminal.executeTaskForString("/no/such/tool", {}), Pair(127, ""));
@@ -40,7 +40,7 @@ TEST_F(TerminalUtilTest, WhatHasNotRunToItsEndHasNotSucceededAndTheLogSaysWhy) {
                           ErrorLine("Could not start /no/such/tool: No such file or directory.")));
 }
 
-TEST_F(TerminalUtilTest, ABadMomentIsWaitedFor) {
+TEST_F(TerminalUtilTest, RetriesTransientStartFailures) {
 #if defined(__SANITIZE_ADDRESS__)
   GTEST_SKIP() << "the checks need descriptors of their own";
 #endif
@@ -59,7 +59,7 @@ TEST_F(TerminalUtilTest, ABadMomentIsWaitedFor) {
   EXPECT_THAT(log.records(), IsEmpty());
 }
 
-TEST_F(TerminalUtilTest, TheLogOfOneCommandIsBoundedAndAMissingDirectoryNamed) {
+TEST_F(TerminalUtilTest, LimitsLoggedOutputAndNamesAMissingDirectory) {
   const std::string command = "yes $(printf %01000d 0) | head -n 5000";
   (void)terminal.runCommand(command, {}, {}, {}, kTwoHours, true, false);
   EXPECT_EQ(log.records().back().message,

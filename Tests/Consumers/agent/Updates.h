@@ -1,8 +1,8 @@
-// What the agent does with a patch.
+// The agent's handling of a patch.
 #pragma once
 #include <VexloPatchDeployment/VexloPatchDeployment.h>
 
 #include <string>
 
-/// Runs two checks and says what came of them. Leaves a line in the log.
+/// Runs two checks, logs one line and returns a description of the results.
 std::string deploy(vexlo::PatchActionProcessing& processor);

@@ -1,5 +1,5 @@
-// agent ROOT: uses each part of the public interface once. Ends with 1 and one line on the first
-// thing that isn't as promised.
+// agent ROOT: uses each part of the public interface once. Prints the first unexpected result on
+// one line and exits with 1.
 #include <AgentLibraries/LogCore/Logger.h>
 #include <AgentLibraries/LogCore/Text.h>
 #include <AgentLibraries/vxutils/AgentServiceServer.h>
@@ -25,7 +25,7 @@ namespace {
 
 void require(bool isTrue, const std::string& what) {
   if (!isTrue) {
-    throw std::runtime_error("not as promised: " + what);
+    throw std::runtime_error("unexpected result: " + what);
   }
 }
 
@@ -50,7 +50,7 @@ void answerFromAFake() {
               "multipleUserLoggedInCheck: success\n",
           "the fake's answers");
   require(std::unordered_set(processor.executed.begin(), processor.executed.end()).size() == 2,
-          "what the fake was asked");
+          "the actions executed by the fake");
 }
 
 }  // namespace

@@ -12,7 +12,7 @@
 namespace vexlo {
 namespace {
 
-TEST(AgentSettingsTest, OnlyTheRightTypeAndValueSwitchesOn) {
+TEST(AgentSettingsTest, OnlyTheExactTypeAndValueEnables) {
   const TemporaryDirectory directory;
   const LogCapture log;
   PlistFile plist(directory.file("vxpatch_data.plist"));

@@ -39,7 +39,7 @@ std::string problemOf(std::string json) {
   return "decoded";
 }
 
-TEST(PatchActionGroupTest, MissingNullAndEmptyMembers) {
+TEST(PatchActionGroupTest, AcceptsMissingNullAndEmptyMembers) {
   const auto presence = [](const char* json) {
     const PatchActionGroup group = PatchActionGroup::decode(json, "f");
     return std::pair(group.productServicePackActions().has_value(),
@@ -53,7 +53,7 @@ TEST(PatchActionGroupTest, MissingNullAndEmptyMembers) {
             std::pair(false, true));
 }
 
-TEST(PatchActionGroupTest, OfMembersWithEqualNamesTheLastOneCounts) {
+TEST(PatchActionGroupTest, LastOfDuplicateMembersWins) {
   const PatchActionGroup group = PatchActionGroup::decode(
       R"({"PatchActions":{"old":{"2001":[]}},
           "ProductServicePackActions":{
@@ -75,7 +75,7 @@ TEST(PatchActionGroupTest, OfMembersWithEqualNamesTheLastOneCounts) {
   EXPECT_EQ(patches.patches().size(), 3U);
 }
 
-TEST(PatchActionGroupTest, EscapedTextsAreDecodedEverywhere) {
+TEST(PatchActionGroupTest, DecodesEscapesEverywhere) {
   const PatchActionGroup group = PatchActionGroup::decode(
       R"({"Patch\u0041ctions":{"\u00e9":{"200\u0035":["a\"b", "\ud83d\ude00", "", "\b\f\n\r\t\/\\"]}}})",
       "f");
@@ -83,7 +83,7 @@ TEST(PatchActionGroupTest, EscapedTextsAreDecodedEverywhere) {
             "2005[\"a\"b\", \"😀\", \"\", \"\b\f\n\r\t/\\\"]");
 }
 
-TEST(PatchActionGroupTest, ManyNamesStayApart) {
+TEST(PatchActionGroupTest, LooksUpManyNames) {
   std::string json = R"({"PatchActions":{"x":{})";
   for (int patch = 0; patch < 2000; ++patch) {
     const std::string name = std::to_string(patch);
@@ -97,7 +97,7 @@ TEST(PatchActionGroupTest, ManyNamesStayApart) {
   EXPECT_EQ(actionsText(group.patchActions()->actions("2000")), "none");
 }
 
-TEST(PatchActionGroupTest, AWrongTypeIsNamedWithPlaceExpectedAndFound) {
+TEST(PatchActionGroupTest, WrongTypeErrorHasPlaceExpectedAndFound) {
   const std::string products = R"({"ProductServicePackActions":)";
   const std::string patch = R"({"PatchActions":{"310872":)";
   const std::string strings = "expected an array of strings, found ";
@@ -123,7 +123,7 @@ TEST(PatchActionGroupTest, AWrongTypeIsNamedWithPlaceExpectedAndFound) {
   }
 }
 
-TEST(PatchActionGroupTest, EveryTruncationIsASyntaxErrorWithItsPlace) {
+TEST(PatchActionGroupTest, EveryTruncationIsASyntaxErrorWithPosition) {
   const std::string whole(kExamplePatchActions);
   const std::size_t end = whole.rfind('}');
   for (std::size_t length = 0; length <= end; ++length) {

@@ -16,7 +16,7 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
 
-TEST(PatchActionJSONParserTest, TheFirstOutcomeIsKeptAndAnErrorLoggedOnce) {
+TEST(PatchActionJSONParserTest, CachesTheOutcomeAndLogsAnErrorOnce) {
   const TemporaryDirectory directory;
   const std::string path = directory.file("mac-patch-actions.json");
   PatchActionJSONParser parser(path);

@@ -29,7 +29,7 @@ std::string planOf(const PatchIdentifier& patch,
   return out;
 }
 
-TEST(PatchActionProviderTest, JoinsOrdersAndExempts) {
+TEST(PatchActionProviderTest, MergesSortsAndExempts) {
   const LogCapture log;
   const auto group = decoded(std::string(kExamplePatchActions));
   EXPECT_EQ(planOf({"310990", "1201", "2301"}, group),
@@ -48,7 +48,7 @@ TEST(PatchActionProviderTest, JoinsOrdersAndExempts) {
   EXPECT_THAT(log.records().back(), InfoLine("Applicable actions for patchID: 1: [:]."));
 }
 
-TEST(PatchActionProviderTest, OrderIsThatOfTheCodesNumbers) {
+TEST(PatchActionProviderTest, SortsCodesAsNumbers) {
   const LogCapture log;
   const auto group = decoded(R"({
     "ProductServicePackActions": {"ExclusionPatchIDs": ["ab"],

@@ -34,7 +34,7 @@ class PatchProcessingDependenciesTest : public ::testing::Test {
   DefaultPatchProcessingDependencies dependencies;
 };
 
-TEST_F(PatchProcessingDependenciesTest, AnInstallerContainerThatCantBeMadeIsTriedOnce) {
+TEST_F(PatchProcessingDependenciesTest, FailedInstallerContainerIsNotRetried) {
   for (int time = 0; time < 2; ++time) {
     EXPECT_EQ(dependencies.softwareUpdateInstallerDependencies(), nullptr);
     EXPECT_EQ(dependencies.upgradeInstallerDependencies(), nullptr);
@@ -44,7 +44,7 @@ TEST_F(PatchProcessingDependenciesTest, AnInstallerContainerThatCantBeMadeIsTrie
   EXPECT_EQ(linesOf("Installers/InstallAssistantUpgradeInstaller/UpgradeInstallerDependencies"), 1);
 }
 
-TEST_F(PatchProcessingDependenciesTest, TheEvaluatorSeesTheCustomizationOfTheProcessor) {
+TEST_F(PatchProcessingDependenciesTest, EvaluatorSharesTheCustomization) {
   const std::string file =
       "Validators/RunningApplicationCheckRelated/RunningAppPromptCustomizationProvider";
   EXPECT_EQ(dependencies.runningAppPromptCustomizationProvider().customizationData(), std::nullopt);

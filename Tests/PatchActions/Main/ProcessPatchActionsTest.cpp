@@ -21,7 +21,7 @@ class Processor final : public ProcessPatchActions {
   PatchActionResult executeAll() { return execute(); }
 };
 
-TEST(ProcessPatchActionsTest, RunningAllActionsStopsAtTheFirstThatDoesNotPass) {
+TEST(ProcessPatchActionsTest, ExecuteStopsAtTheFirstUnsuccessfulAction) {
   const LogCapture log;
   const auto tooLittle =
       PatchActionResult::applyLater(PlainReason::inSufficientDiskSpaceForSoftwareUpdate);
@@ -35,7 +35,7 @@ TEST(ProcessPatchActionsTest, RunningAllActionsStopsAtTheFirstThatDoesNotPass) {
   EXPECT_FALSE(log.mentions("undefined(\"3001\"):[] not defined"));
 }
 
-TEST(ProcessPatchActionsTest, AnUndefinedActionIsNotTheKnownOneOfItsCode) {
+TEST(ProcessPatchActionsTest, UndefinedActionDiffersFromTheKnownOneWithItsCode) {
   const LogCapture log;
   Processor processor(R"({"2009":["x"]})");
   EXPECT_EQ(processor.arguments(UndefinedAction{"2009"}), std::nullopt);

@@ -10,7 +10,7 @@
 namespace platform {
 namespace {
 
-TEST(PowerSuppliesTest, BatteriesAreDescribedByStateAndCapacity) {
+TEST(PowerSuppliesTest, DescribesBatteriesByStateAndCapacity) {
   const TemporaryDirectory root;
   const std::vector<std::pair<std::string, std::string>> attributes{
       {"A/status", "Discharging"},     {"A/energy_now", "30"},

@@ -11,7 +11,7 @@ namespace {
 
 using stand_in::machine;
 
-TEST(WorkspaceTest, ApplicationsAreTheWorkspacesInItsOrderAndNothingIsKept) {
+TEST(WorkspaceTest, ListsApplicationsInOrderAndReleasesThem) {
   const int before = stand_in::objectsAlive();
   machine = {};
   EXPECT_TRUE(runningApplications("com.example.none").empty());
@@ -32,15 +32,15 @@ TEST(WorkspaceTest, ApplicationsAreTheWorkspacesInItsOrderAndNothingIsKept) {
     EXPECT_EQ(found[0]->processIdentifier(), 7);
     EXPECT_TRUE(found[0]->forceTerminate());
     EXPECT_EQ(found[1]->localizedName(), std::nullopt);
-    EXPECT_EQ(found[1]->executablePath(), std::nullopt) << "no address";
+    EXPECT_EQ(found[1]->executablePath(), std::nullopt) << "no executable URL";
     EXPECT_FALSE(found[1]->forceTerminate());
     EXPECT_EQ(found[2]->localizedName(), "");
-    EXPECT_EQ(found[2]->executablePath(), std::nullopt) << "an address without a path";
+    EXPECT_EQ(found[2]->executablePath(), std::nullopt) << "an executable URL without a path";
     EXPECT_EQ(stand_in::objectsAlive(), before + 3);
   }
   {
     const auto all = allRunningApplications();
-    ASSERT_EQ(all.size(), 1U) << "the others bear no identifier";
+    ASSERT_EQ(all.size(), 1U) << "the others have no identifier";
     EXPECT_EQ(all[0]->bundleIdentifier(), "com.example.a");
   }
   EXPECT_EQ(stand_in::objectsAlive(), before);

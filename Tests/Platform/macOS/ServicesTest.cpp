@@ -51,7 +51,7 @@ class MacOSTest : public ::testing::Test {
   std::vector<Owned<CFTypeRef>> kept_;
 };
 
-TEST_F(MacOSTest, ValuesBecomePropertyListsAndWhatHasNoneItsDescription) {
+TEST_F(MacOSTest, ConvertsObjectsToPropertyLists) {
   constexpr std::int64_t kSmallest = std::numeric_limits<std::int64_t>::min();
   const std::vector<std::pair<CFTypeRef, PropertyList>> values{
       {stand_in::text(u"caf\u00e9 \U0001F50B"), "caf\u00e9 \U0001F50B"},
@@ -80,7 +80,7 @@ TEST_F(MacOSTest, ValuesBecomePropertyListsAndWhatHasNoneItsDescription) {
   EXPECT_FALSE(coreFoundationText("\xff"));
 }
 
-TEST_F(MacOSTest, PowerSourcesAreTheDescriptionsInTheSystemsOrder) {
+TEST_F(MacOSTest, ListsPowerSourcesInTheSystemsOrder) {
   EXPECT_TRUE(powerSources().empty()) << "no information";
   machine.powerInformation = keep(stand_in::other());
   EXPECT_TRUE(powerSources().empty()) << "no list";
@@ -94,7 +94,7 @@ TEST_F(MacOSTest, PowerSourcesAreTheDescriptionsInTheSystemsOrder) {
   EXPECT_EQ(powerSources(), expected) << "the elements themselves";
 }
 
-TEST_F(MacOSTest, AVolumesCapacityIsAbsentOrAnErrorWithTheSystemsReason) {
+TEST_F(MacOSTest, CapacityIsANumberAbsentOrTheSystemsError) {
   EXPECT_EQ(availableCapacity("/").value(), std::nullopt);
   EXPECT_EQ(machine.volume, "/");
   EXPECT_TRUE(machine.volumeIsDirectory);
@@ -110,7 +110,7 @@ TEST_F(MacOSTest, AVolumesCapacityIsAbsentOrAnErrorWithTheSystemsReason) {
   EXPECT_EQ(availableCapacity("/").error(), "The system gives no reason");
 }
 
-TEST_F(MacOSTest, TheConsolesUserIsAPerson) {
+TEST_F(MacOSTest, ConsoleUserIsAPerson) {
   EXPECT_EQ(consoleUserName(), std::nullopt);
   machine.consoleUser = keep(stand_in::text(u"loginwindow"));
   EXPECT_EQ(consoleUserName(), std::nullopt);
@@ -118,7 +118,7 @@ TEST_F(MacOSTest, TheConsolesUserIsAPerson) {
   EXPECT_EQ(consoleUserName(), "ren\u00e9e");
 }
 
-TEST_F(MacOSTest, TheMachineIsKnownByItsHardwareAndKernel) {
+TEST_F(MacOSTest, ReadsProcessorVersionAndLanguages) {
   constexpr auto number = [](int value) {
     return std::string(reinterpret_cast<const char*>(&value), sizeof value);
   };
@@ -137,7 +137,7 @@ TEST_F(MacOSTest, TheMachineIsKnownByItsHardwareAndKernel) {
   EXPECT_EQ(preferredLanguages(), (std::vector<std::string>{"de-CH", "en"}));
 }
 
-TEST_F(MacOSTest, DatesAreWrittenInTheUsersLanguageAndCountsInHisCalendar) {
+TEST_F(MacOSTest, FormatsDatesInTheUsersLanguageAndCalendar) {
   machine.yearsAhead = 543;
   EXPECT_EQ(yearMonthNameDay(2024y / 6 / 15), "2024-M6-15");
   EXPECT_EQ(dayMonthYear(2026y / 11 / 16), "16-11-2569");
@@ -146,12 +146,12 @@ TEST_F(MacOSTest, DatesAreWrittenInTheUsersLanguageAndCountsInHisCalendar) {
   EXPECT_EQ(yearMonthNameDay(2024y / 6 / 15), "");
 }
 
-TEST_F(MacOSTest, ARunLoopRunsForItsSourcesAlone) {
+TEST_F(MacOSTest, RunLoopReturnsWithoutSources) {
   RunLoop& loop = RunLoop::current();
   EXPECT_FALSE(loop.runDefaultMode(1h));
   std::string performed;
   auto itself = loop.addSource([&] { performed += "x"; });
-  EXPECT_TRUE(loop.runDefaultMode(0ms)) << "the time is over";
+  EXPECT_TRUE(loop.runDefaultMode(0ms)) << "the duration has passed";
   std::thread signaller([&] { itself->signal(); });
   EXPECT_TRUE(loop.runDefaultMode(1h));
   signaller.join();
@@ -167,7 +167,7 @@ TEST_F(MacOSTest, ARunLoopRunsForItsSourcesAlone) {
   EXPECT_FALSE(loop.runDefaultMode(1h));
 }
 
-TEST_F(MacOSTest, RealsReadAndWriteAsTheStandardLibraryDoesElsewhere) {
+TEST_F(MacOSTest, RealNumbersMatchTheStandardLibrary) {
   constexpr double kInfinity = std::numeric_limits<double>::infinity();
   for (const auto& [text, expected] :
        std::vector<std::pair<std::string, std::optional<double>>>{{"1.5", 1.5},

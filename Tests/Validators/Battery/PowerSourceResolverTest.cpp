@@ -30,7 +30,7 @@ PropertyList battery(std::int64_t current, std::int64_t maximum) {
 const PropertyList kTen = std::int64_t{10};
 const PropertyList kMains = source("AC Power", kTen, kTen);
 
-TEST(PowerSourceResolverTest, TheFirstSourceThatAnswersIsTaken) {
+TEST(PowerSourceResolverTest, UsesTheFirstReadableSource) {
   const LogCapture log;
   FakePowerSources provider;
   SystemPowerSource resolver(provider);

@@ -40,7 +40,7 @@ class AvailableOSUpdatesResolverTest : public ::testing::Test {
   LogCapture log;
 };
 
-TEST_F(AvailableOSUpdatesResolverTest, ReadsTheReportThatTheToolPrints) {
+TEST_F(AvailableOSUpdatesResolverTest, ParsesTheToolsReport) {
   const std::string output = "Ignoring IA-based installer\n" + kHeader + R"((
         {
         Build = 25F71;
@@ -65,13 +65,13 @@ TEST_F(AvailableOSUpdatesResolverTest, ReadsTheReportThatTheToolPrints) {
                         LoggedBy(kFile, "parse(_:)"))));
 }
 
-TEST_F(AvailableOSUpdatesResolverTest, ReadsWhatStandsBetweenTheFirstTwoHeaders) {
+TEST_F(AvailableOSUpdatesResolverTest, ParsesBetweenTheFirstTwoHeaders) {
   EXPECT_THAT(updatesOf(kHeader + "({Version = 1;})" + kHeader + "({Version = 2;}) junk"),
               Optional(ElementsAre(Field(&AvailableOSUpdate::version, "1"))));
   EXPECT_THAT(updatesOf(kHeader + "(\n)\n"), Optional(IsEmpty()));
 }
 
-TEST_F(AvailableOSUpdatesResolverTest, AReportThatCantBeReadIsAnEmptyListWithAnErrorLine) {
+TEST_F(AvailableOSUpdatesResolverTest, UnreadableReportIsAnEmptyListAndLogged) {
   const std::string missing = "No available updates found or data conversion failed.";
   const std::string failed = "Deserialization error: ";
   for (const auto& [output, error] : std::vector<std::pair<std::string, std::string>>{
@@ -79,7 +79,8 @@ TEST_F(AvailableOSUpdatesResolverTest, AReportThatCantBeReadIsAnEmptyListWithAnE
            {kHeader + "({Version = \"\xFF\";})", missing},
            {kHeader + "(\n{\nVersion = 1;\n)", failed + "line 4: "},
            {kHeader + "{Version = 1;}", failed + "expected an array of updates."},
-           {kHeader + "({}, {Build = <25>;})", failed + "item 2: expected a text under \"Build\"."},
+           {kHeader + "({}, {Build = <25>;})",
+            failed + "item 2: expected a string under \"Build\"."},
            {kHeader + std::string(100'000, '('), failed}}) {
     SCOPED_TRACE(output);
     EXPECT_THAT(updatesOf(output), Optional(IsEmpty()));

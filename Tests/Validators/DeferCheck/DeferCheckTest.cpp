@@ -49,7 +49,7 @@ class DeferCheckTest : public ::testing::Test {
   MacOSUpdateDeferralChecker checker{resolver, [this] { return now; }};
 };
 
-TEST_F(DeferCheckTest, TheFirstUpdateThatHoldsAllConditionsDecides) {
+TEST_F(DeferCheckTest, FirstMatchingUpdateDecides) {
   const std::string future = "2099-01-01 00:00:00 +0000";
   const std::vector<AvailableOSUpdate> notDeferring = {
       update("14.5", "2024-06-15 23:59:59 +0000"),  // today
@@ -69,7 +69,7 @@ TEST_F(DeferCheckTest, TheFirstUpdateThatHoldsAllConditionsDecides) {
   }
 }
 
-TEST_F(DeferCheckTest, ADeferralEndsWithTheFirstMomentOfItsDay) {
+TEST_F(DeferCheckTest, DeferralEndsWhenItsDayBegins) {
   now = std::chrono::sys_days(2024y / 6 / 16) + 4h;
   EXPECT_EQ(deferralAmong({{update("14.5", "2024-06-16")}}), kNotDeferred);
 }

@@ -17,7 +17,7 @@ class FakeDiskInfo final : public DiskInfoProvider {
   std::optional<std::int64_t> availableDiskSpace() override { return freeBytes; }
 };
 
-TEST(DiskTest, EnoughIsTheWholeRequirementAndUnknownSpaceIsEnough) {
+TEST(DiskTest, NeedsTheWholeRequirementUnlessSpaceIsUnknown) {
   FakeDiskInfo disk;
   const LogCapture log;
   DiskSpaceChecker checker(disk);

@@ -41,7 +41,7 @@ void writeSettings(PropertyList::Dictionary settings) {
                                platform::toXML(std::move(settings)));
 }
 
-TEST(RunningAppPromptCustomizationProviderTest, AllSettingsAreReadAndLogged) {
+TEST(RunningAppPromptCustomizationProviderTest, ReadsAndLogsAllSettings) {
   const LogCapture log;
   writeSettings(kAllSettings);
   PlistSerializer decoder;
@@ -63,14 +63,14 @@ TEST(RunningAppPromptCustomizationProviderTest, AllSettingsAreReadAndLogged) {
                    "customizationData"))));
 }
 
-TEST(RunningAppPromptCustomizationProviderTest, OneMistypedSettingDiscardsAllForGood) {
+TEST(RunningAppPromptCustomizationProviderTest, OneWrongTypeDiscardsAllSettings) {
   const LogCapture log;
   const std::string integer = ": expected an integer of the signed 64-bit range, found the ";
   using Cases = std::vector<std::tuple<std::string, PropertyList, std::string>>;
   for (const auto& [key, value, error] :
        Cases{{"forceDeploy", "true", ": expected a Boolean, found the text \"true\""},
              {"dailyPromptLimit", true, integer + "Boolean true"},
-             {"subTitle", PropertyList::Dictionary{}, ": expected a text, found a dictionary"}}) {
+             {"subTitle", PropertyList::Dictionary{}, ": expected a string, found a dictionary"}}) {
     SCOPED_TRACE(key);
     PropertyList::Dictionary settings = kAllSettings;
     settings.insert_or_assign(key, value);
@@ -87,7 +87,7 @@ TEST(RunningAppPromptCustomizationProviderTest, OneMistypedSettingDiscardsAllFor
   }
 }
 
-TEST(RunningAppPromptCustomizationProviderTest, ThePromptIsWaitedForALittleLongerThanItsCountdown) {
+TEST(RunningAppPromptCustomizationProviderTest, TimeoutIsTheCountdownPlus30Seconds) {
   constexpr std::int64_t kLargest = std::numeric_limits<std::int64_t>::max();
   RunningAppPromptCustomization customization;
   EXPECT_EQ(promptTimeoutSeconds(std::nullopt), 930);

@@ -56,7 +56,7 @@ class RunningAppPromptEvaluatorTest : public ::testing::Test {
   static Record counts(std::int64_t total, std::int64_t today) { return countsOf(total, today); }
 };
 
-TEST_F(RunningAppPromptEvaluatorTest, StoredCountsDecideAndAdvance) {
+TEST_F(RunningAppPromptEvaluatorTest, DecidesFromStoredCountsAndUpdatesThem) {
   constexpr std::int64_t kMost = std::numeric_limits<std::int64_t>::max();
   struct Case {
     std::string name;

@@ -11,7 +11,7 @@
 namespace vexlo {
 
 /// An open-addressing hash table of entry numbers. The entries are stored elsewhere: the caller
-/// passes hashes and a predicate that tells whether an entry has the name. The last entry added
+/// passes hashes and a predicate that returns whether an entry has the name. The last entry added
 /// under a name wins.
 class NameIndex {
  public:

@@ -1,4 +1,4 @@
-// What an agent's code asks of a processor, so that its tests can put a fake in its place.
+// The interface of a processor, which agents' tests replace with a fake.
 #pragma once
 #include <optional>
 #include <string>
@@ -10,21 +10,21 @@
 
 namespace vexlo {
 
-/// Runs single actions of one patch. `ProcessPatchActions` does so on this machine;
-/// `FakePatchActionProcessor` gives the results that a test has set.
+/// Runs the actions of one patch. `ProcessPatchActions` runs them on this machine;
+/// `FakePatchActionProcessor` returns a test's results.
 class VEXLO_EXPORT PatchActionProcessing {
  public:
   virtual ~PatchActionProcessing() = default;
 
  protected:
-  /// Runs all applicable actions in order, up to the first that is no success, and returns that
-  /// one's result; `success` without a description when all passed.
+  /// Runs the applicable actions in order until one doesn't succeed and returns its result;
+  /// `success` without a description if all succeed.
   virtual PatchActionResult execute() = 0;
 
  public:
-  /// Runs one action. One that doesn't apply to the patch counts as passed.
+  /// Runs one action. An action that doesn't apply to the patch succeeds.
   virtual PatchActionResult execute(const ActionID& action) = 0;
-  /// The action's arguments for this patch; absent when it doesn't apply.
+  /// The action's arguments for this patch; absent if it doesn't apply.
   virtual std::optional<std::vector<std::string>> arguments(const ActionID& action) = 0;
 };
 

@@ -57,7 +57,7 @@ void decidedBy(DecidingRule rule) {
   measured([&] { return rule; });
 }
 
-/// `applyLater`, since the action file gives no argument that is as `expected`.
+/// `applyLater`, because the action file has no argument as `expected`.
 PatchActionResult inSufficientArguments(std::string_view expected,
                                         std::optional<std::string> found = {}) {
   measured([&] { return UnusableArguments{expected, std::move(found)}; });
@@ -105,8 +105,8 @@ class ApplicableActions {
 
 }  // namespace
 
-/// Runs actions: there is one handler per action, which asks the container's collaborators and maps
-/// their answers to a result.
+/// Has one handler per action, which calls the container's collaborators and maps their answers to
+/// a result.
 class ProcessPatchActions::Implementation {
  public:
   Implementation(PatchIdentifier patchIdentifier,

@@ -27,10 +27,9 @@ class VEXLO_EXPORT ProcessPatchActions : public PatchActionProcessing {
   /// if it could not be read or decoded. Apart from that, only `std::bad_alloc` is thrown, after
   /// which the processor remains usable.
   ///
-  /// The prompt about running applications is waited for in the run loop of the thread that calls
-  /// `execute`. That thread needs an input source in its loop's default mode (`RunLoop.h`). Without
-  /// one, the answer is read immediately, so a forced prompt counts as agreed before the user has
-  /// seen it.
+  /// While the prompt about running applications is shown, `execute` runs the calling thread's run
+  /// loop, which needs an input source in its default mode (`RunLoop.h`). Without one, the answer
+  /// is read immediately, so a forced prompt counts as agreed before the user has seen it.
   explicit ProcessPatchActions(PatchIdentifier patchIdentifier);
   ~ProcessPatchActions() override;
   ProcessPatchActions(const ProcessPatchActions&) = delete;
@@ -58,9 +57,8 @@ class VEXLO_EXPORT ProcessPatchActions : public PatchActionProcessing {
   /// The action's arguments for this patch; absent if it doesn't apply, empty if it has none.
   std::optional<std::vector<std::string>> arguments(const ActionID& action) override;
 
-  /// From now on `observer` is told what actions measure and how far they have got; null ends that.
-  /// Results and log lines are the same with and without one. Not to be called while an action
-  /// runs.
+  /// Sets the observer of measurements and progress; null removes it. Results and log lines don't
+  /// depend on it. Must not be called while an action runs.
   void setObserver(std::shared_ptr<ActionObserver> observer);
 
  private:

@@ -74,7 +74,8 @@ std::expected<Updates, std::string> decode(std::string_view report) {
       }
       const auto* const valueText = value->as<std::string>();
       if (valueText == nullptr) {
-        return std::unexpected(text("item ", number, ": expected a text under \"", field.key, '"'));
+        return std::unexpected(
+            text("item ", number, ": expected a string under \"", field.key, '"'));
       }
       update.*field.member = *valueText;
     }

@@ -21,7 +21,7 @@ bool isMeaningful(std::string_view text) {
   return std::ranges::count_if(text, [](unsigned char byte) { return (byte & 0xC0) != 0x80; }) >= 2;
 }
 
-/// The The «2024-06-15» of «2024-06-15 00:00:00 +0000».
+/// The «2024-06-15» of «2024-06-15 00:00:00 +0000».
 std::string_view datePart(std::string_view dateAndTime) {
   return dateAndTime.substr(0, dateAndTime.find(' '));
 }

@@ -25,8 +25,8 @@ class MacOSUpdateDeferralChecker {
  public:
   using StartOfDay = std::function<platform::Moment(std::chrono::year_month_day)>;
 
-  /// `availableOSUpdatesResolver` must outlive this object; `now` tells the
-  /// moment that deferral dates are compared with, and `startOfDay` when their days begin.
+  /// `availableOSUpdatesResolver` must outlive this object. `now` returns the time that deferrals
+  /// are compared with, `startOfDay` the time at which a day begins.
   explicit MacOSUpdateDeferralChecker(AvailableOSUpdatesResolver& availableOSUpdatesResolver,
                                       platform::Clock now = platform::systemClock(),
                                       StartOfDay startOfDay = platform::startOfDay);

@@ -50,7 +50,7 @@ constexpr std::array kSettings{
     Setting{"dailyPromptLimit", "dailyPromptLimit", &Customization::dailyPromptLimit},
 };
 
-constexpr std::string_view typeName(FieldOf<std::string> /*field*/) { return "a text"; }
+constexpr std::string_view typeName(FieldOf<std::string> /*field*/) { return "a string"; }
 constexpr std::string_view typeName(FieldOf<std::int64_t> /*field*/) {
   return "an integer of the signed 64-bit range";
 }

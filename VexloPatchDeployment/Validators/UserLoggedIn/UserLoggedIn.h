@@ -26,8 +26,8 @@ class SystemUserSession final : public UserSessionProvider {
   [[nodiscard]] std::optional<std::string> loggedOnUsers() override;
 };
 
-/// Asks about the sessions on every call. The name "NOUSERNAME" in any letter case and an absent
-/// list count as nobody. Not thread-safe.
+/// Asks for the sessions on every call. The name "NOUSERNAME" in any letter case and an absent list
+/// count as no user. Not thread-safe.
 class UserLoginStatusChecker {
  public:
   /// `userSessionProvider` must outlive this object.

@@ -31,7 +31,7 @@ class SoftwareUpdateLabelProviderTest : public ::testing::Test {
   LogCapture log;
 };
 
-TEST_F(SoftwareUpdateLabelProviderTest, RunsFromTheFirstMarkToTheBuildsLastOccurrence) {
+TEST_F(SoftwareUpdateLabelProviderTest, EndsAtTheBuildsLastOccurrence) {
   for (const auto& [line, label] : std::vector<std::pair<std::string, std::string>>{
            {"* Label: macOS  A-1B2  (a)\r", "macOS  A-1B2"},
            {"- Label: a 1B2, again 1B2, end", "a 1B2, again 1B2"},
@@ -43,7 +43,7 @@ TEST_F(SoftwareUpdateLabelProviderTest, RunsFromTheFirstMarkToTheBuildsLastOccur
   }
 }
 
-TEST_F(SoftwareUpdateLabelProviderTest, OnlyTheFirstLineThatHoldsTheBuildIsTried) {
+TEST_F(SoftwareUpdateLabelProviderTest, UsesTheFirstLineWithTheBuild) {
   const std::string good = "\n* Label: good 1.2\n";
   for (const char* first : {"Title: 1.2", "1.2 Label:", "1.2 Label: 1x2"}) {
     SCOPED_TRACE(first);
@@ -54,7 +54,7 @@ TEST_F(SoftwareUpdateLabelProviderTest, OnlyTheFirstLineThatHoldsTheBuildIsTried
   EXPECT_EQ(labelIn("Label: 1x2" + good, "1.2"), "good 1.2");
 }
 
-TEST_F(SoftwareUpdateLabelProviderTest, NoBuildAndNoListGiveNoLabel) {
+TEST_F(SoftwareUpdateLabelProviderTest, AbsentWithoutTheBuildOrAList) {
   EXPECT_EQ(labelIn("* Label: macOS-23e224\n", "23E224"), std::nullopt);
   EXPECT_THAT(log.records().back(), InfoLine("Unable to get software update label from the given "
                                              "output for build version 23E224."));

@@ -63,7 +63,7 @@ struct Formatter final : Object {
   bool isInUTC = false;
 };
 
-std::map<CFTypeRef, std::pair<int, void (*)(CFTypeRef)>> others;  // references and end
+std::map<CFTypeRef, std::pair<int, void (*)(CFTypeRef)>> others;  // reference count and destructor
 
 Object* objectOf(CFTypeRef object) { return static_cast<Object*>(const_cast<void*>(object)); }
 template <typename Type>

@@ -52,7 +52,7 @@ void countReferences(CFTypeRef object, void (*end)(CFTypeRef object));
 struct Instance {
   std::optional<std::u16string> identifier;  ///< Of its bundle.
   std::optional<std::u16string> name;
-  std::optional<std::u16string> path;  ///< Of its executable, whose address may lack one.
+  std::optional<std::u16string> path;  ///< Of its executable; its URL may lack one.
   bool hasExecutable = true;
   int processIdentifier = 0;
   bool canBeKilled = true;

@@ -8,12 +8,12 @@
 
 namespace {
 
-std::vector<std::vector<CFTypeRef>> pools;  // of what an end of a pool releases
+std::vector<std::vector<CFTypeRef>> pools;  // objects to release with each pool
 
 /// Adds the object to the innermost pool.
 id left(CFTypeRef object) {
   if (object != nullptr) {
-    pools.back().push_back(object);  // none is an error of the caller's, who ends here
+    pools.back().push_back(object);  // requires an open pool
   }
   return reinterpret_cast<id>(const_cast<void*>(object));
 }

@@ -1,4 +1,4 @@
-// Conversions by a locale, as macOS declares them, for the locale of C.
+// macOS's locale-aware conversions, for the C locale.
 #pragma once
 #include <stdio.h>
 #include <stdlib.h>

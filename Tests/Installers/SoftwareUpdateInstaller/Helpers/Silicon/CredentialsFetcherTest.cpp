@@ -36,7 +36,7 @@ class CredentialsFetcherTest : public ::testing::Test {
   LogCapture log;
 };
 
-TEST_F(CredentialsFetcherTest, TheFirstOfSeveralAnswersCounts) {
+TEST_F(CredentialsFetcherTest, FirstAnswerCounts) {
   service->onRequest = [](const auto&, const auto& reply) {
     reply("first");
     reply("second");
@@ -45,7 +45,7 @@ TEST_F(CredentialsFetcherTest, TheFirstOfSeveralAnswersCounts) {
   EXPECT_EQ(DefaultAgentServiceValueFetcher(service).value("key"), "first");
 }
 
-TEST_F(CredentialsFetcherTest, AnAnswerAfterTheTimeoutMeetsNobody) {
+TEST_F(CredentialsFetcherTest, LateAnswerIsIgnored) {
   std::latch callerHasGone(1);
   std::thread connection;
   service->onRequest = [&](const auto&, const auto& reply) {
@@ -62,7 +62,7 @@ TEST_F(CredentialsFetcherTest, AnAnswerAfterTheTimeoutMeetsNobody) {
 }
 
 /// A short string's bytes are in the object itself, so that they can be checked afterwards.
-TEST_F(CredentialsFetcherTest, LeaveNoPasswordWhereTheyWere) {
+TEST_F(CredentialsFetcherTest, DestroyedCredentialsLeaveNoPassword) {
   alignas(Credentials) std::array<char, sizeof(Credentials)> memory{};
   const auto holdsPassword = [&] {
     // volatile, because the object's lifetime has ended.

@@ -71,9 +71,9 @@ std::string password(std::size_t length) {
   return text;
 }
 
-TEST(PasswordInMemoryTest, NothingOfItIsLeftAfterTheInstallersAreGone) {
+TEST(PasswordInMemoryTest, InstallersLeaveNoPassword) {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-  GTEST_SKIP() << "a sanitizer's shadow memory is far too large to search";
+  GTEST_SKIP() << "a sanitizer's shadow memory is too large to search";
 #endif
   const TemporaryDirectory& root = testAgentDirectories();
   // Building messages would overwrite remains on the stack.

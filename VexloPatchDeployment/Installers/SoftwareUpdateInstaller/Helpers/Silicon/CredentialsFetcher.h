@@ -19,8 +19,8 @@ struct Credentials {
   std::string password;
 
   Credentials(std::string name, std::string secret);
-  /// Stands in for an account where nothing is run: `text` is shown in the place of its password,
-  /// and isn't protected.
+  /// A placeholder for command lines that are only shown. `text` replaces the password and is not
+  /// protected.
   [[nodiscard]] static Credentials placeholder(std::string name, std::string text);
   Credentials(const Credentials& other);
   Credentials(Credentials&&) noexcept = default;
