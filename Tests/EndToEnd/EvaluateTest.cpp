@@ -19,9 +19,9 @@ namespace {
 using testing::HasSubstr;
 using testing::Not;
 
-/// Prints the evaluation, what changed during it, and the facts for evaluating elsewhere. $1: the
-/// machine type, $2: further options of both commands. The stand-ins' call counters are created
-/// first. Only shell built-ins run while processes are listed.
+/// Prints the evaluation, what changed during it, and the facts for evaluating elsewhere. $0: the
+/// tool, $1: the machine type, $2: further options of both commands. The stand-ins' call counters
+/// are created first. Only shell built-ins run while processes are listed.
 constexpr const char* kEvaluation = R"sh(
   files() {
     find /Applications /Library /System /Users /private /etc/passwd -xdev \
@@ -32,17 +32,20 @@ constexpr const char* kEvaluation = R"sh(
   filesBefore=$(files)
   set -- "$1" "$2" /proc/[0-9]*; processesBefore=$*
   echo '--- answers'
-  vexlo-patch evaluate --patch 310990 --product 1201 --service-pack 2301 --machine $1 $2 --json
+  "$0" evaluate --patch 310990 --product 1201 --service-pack 2301 --machine $1 $2 --json
   echo "--- status $?"
   set -- "$1" "$2" /proc/[0-9]*; processesAfter=$*
   [ "$processesBefore" = "$processesAfter" ] ||
     echo "CHANGED processes: $processesBefore / $processesAfter"
   [ "$filesBefore" = "$(files)" ] || echo 'CHANGED files'
   echo '--- facts'
-  vexlo-patch facts --json --machine $1 $2 --all-applications
+  "$0" facts --json --machine $1 $2 --all-applications
   echo '--- actions'
   cat "$VEXLO_AGENT_ROOT/client-data/patch-resources/mac-patch-actions.json"
 )sh";
+
+/// By path, since a Mac's PATH would find an installed one first.
+std::string tool() { return programFolder() + "/vexlo-patch"; }
 
 std::string output(const std::string& program, std::vector<std::string> arguments) {
   return platform::runProcess({.executable = program, .arguments = std::move(arguments)}).output;
@@ -88,15 +91,15 @@ Evaluated evaluated(const Scenario& scenario, const std::string& options) {
   evaluated.whole =
       output("/bin/sh", {"-c", "exec 2>&1; exec \"$0\" \"$@\"", programFolder() + "/enter",
                          "--records", directory.file("calls"), scenario.name, "--", "/bin/sh", "-c",
-                         kEvaluation, "sh", scenario.machine, options});
+                         kEvaluation, tool(), scenario.machine, options});
   evaluated.answers = part(evaluated.whole, "answers");
   evaluated.calls = directory.read("calls");
   directory.write("client-data/patch-resources/mac-patch-actions.json",
                   part(evaluated.whole, "actions"));
-  evaluated.elsewhere = output(programFolder() + "/vexlo-patch",
-                               {"evaluate", "--base-dir", directory.path(), "--patch", "310990",
-                                "--product", "1201", "--service-pack", "2301", "--json", "--facts",
-                                directory.write("facts.json", part(evaluated.whole, "facts"))});
+  evaluated.elsewhere =
+      output(tool(), {"evaluate", "--base-dir", directory.path(), "--patch", "310990", "--product",
+                      "1201", "--service-pack", "2301", "--json", "--facts",
+                      directory.write("facts.json", part(evaluated.whole, "facts"))});
   return evaluated;
 }
 
@@ -166,10 +169,9 @@ TEST(EvaluateTest, AsksTheAgentOnlyIfAllowed) {
             R"("description":"unableToGetAgentServiceConnection")"}}) {
     std::vector<std::string> arguments{"--set", "agent service/state=answers"};
     arguments.insert(arguments.end(), options.begin(), options.end());
-    arguments.insert(
-        arguments.end(),
-        {"no-agent-service", "--", "vexlo-patch", "evaluate", "--patch", "310990", "--product",
-         "1201", "--service-pack", "2301", "--machine", "apple-silicon", "--ask-agent", "--json"});
+    arguments.insert(arguments.end(), {"no-agent-service", "--", tool(), "evaluate", "--patch",
+                                       "310990", "--product", "1201", "--service-pack", "2301",
+                                       "--machine", "apple-silicon", "--ask-agent", "--json"});
     const std::string answers = output(programFolder() + "/enter", arguments);
     EXPECT_THAT(answers, HasSubstr(answer));
     EXPECT_THAT(answers, Not(HasSubstr(kPassword)));
@@ -184,7 +186,7 @@ TEST(FactsSchemaTest, AcceptsTheOutputOfFacts) {
   const std::string text(std::istreambuf_iterator<char>(file), {});
   const auto described = boost::json::parse(text).at("properties").as_object();
   const auto written = boost::json::parse(
-      output(programFolder() + "/enter", {"patch-day", "--", "vexlo-patch", "facts", "--json"}));
+      output(programFolder() + "/enter", {"patch-day", "--", tool(), "facts", "--json"}));
   for (const auto& [name, value] : written.as_object()) {
     EXPECT_TRUE(described.contains(name)) << name;
   }
