@@ -172,21 +172,21 @@ std::string indented(std::string_view json) {
 }  // namespace
 
 std::string listOfActions() {
-  std::string out = "The actions that an action file can ask for, in running order:\n";
+  std::string out = "The actions of action files, in running order:\n";
   for (const KnownActionRow& action : vexlo::kKnownActions) {
     out += text("\n  ", action.code, "  ", action.name, '\n') + paragraph(action.summary, 8);
     if (!action.arguments.empty()) {
       out += paragraph("Arguments: " + argumentNames(action), 8);
     }
   }
-  return out + "\n'vexlo-patch help actions CODE' (or NAME) tells all about one.\n";
+  return out + "\nTry 'vexlo-patch help actions CODE' (or NAME) for details.\n";
 }
 
 std::string explanationOf(vexlo::KnownAction known) {
   const KnownActionRow& action = rowOf(known);
   std::string out = text(action.code, ' ', action.name, "\n\n") + paragraph(action.summary, 0);
   if (!action.arguments.empty()) {
-    out += "\nArguments, all of them needed:\n";
+    out += "\nArguments, all required:\n";
     for (const ActionArgument& argument : action.arguments) {
       out += paragraph(text(argument.name, ": ", argument.meaning, repetition(action)), 2);
     }
@@ -220,8 +220,8 @@ std::string actionFileSchema() {
       JSONObject()
           .addString("title", "Actions")
           .addString("description",
-                     "Action codes with their arguments. The codes are the running order; an "
-                     "unknown code is skipped and counts as passed.")
+                     "Action codes with their arguments. Actions run in the order of their codes; "
+                     "an unknown code is skipped and counts as passed.")
           .addString("type", "object")
           .addJSON("properties", known.done())
           .addJSON("additionalProperties", anyArguments)
@@ -259,9 +259,9 @@ std::string actionFileSchema() {
       JSONObject()
           .addString("title", "Actions of patches")
           .addString("description",
-                     "Patch IDs, each with actions of its own. They are added to the actions of "
-                     "the patch's product and service pack; arguments given here replace those "
-                     "given there.")
+                     "Patch IDs, each with its own actions. They are added to the actions of the "
+                     "patch's product and service pack; for an action in both, the arguments given "
+                     "here apply.")
           .addJSON("type", R"(["object","null"])")
           .addJSON("additionalProperties", actionsReference)
           .done();
@@ -269,7 +269,7 @@ std::string actionFileSchema() {
                       .addString("$schema", "https://json-schema.org/draft/2020-12/schema")
                       .addString("title", "Patch action file")
                       .addString("description",
-                                 "Which actions the agent runs before and for a patch "
+                                 "The actions that the agent runs for each patch "
                                  "(mac-patch-actions.json).")
                       .addString("type", "object")
                       .addJSON("properties", JSONObject()

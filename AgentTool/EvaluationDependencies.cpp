@@ -13,19 +13,19 @@ constexpr const char* kPasswordPlaceholder = "<password>";
 
 }  // namespace
 
-vexlo::SoftwareUpdateList UnaskedApple::fetchSoftwareUpdates() {
+vexlo::SoftwareUpdateList UnreachableApple::fetchSoftwareUpdates() {
   intentions_.leaveUnasked("softwareupdate --list");
   return {.exitCode = kNotAskedStatus, .output = kNotAsked};
 }
 
-std::optional<std::vector<vexlo::AvailableOSUpdate>> UnaskedApple::availableOSUpdates() {
+std::optional<std::vector<vexlo::AvailableOSUpdate>> UnreachableApple::availableOSUpdates() {
   intentions_.leaveUnasked("mdmclient AvailableOSUpdates");
   return std::nullopt;
 }
 
-vexlo::CommandResult NotedCommands::run(const std::string& command,
-                                        const std::optional<std::string>& /*launchPath*/,
-                                        const std::optional<std::string>& /*pipeInput*/) {
+vexlo::CommandResult RecordedCommands::run(const std::string& command,
+                                           const std::optional<std::string>& /*launchPath*/,
+                                           const std::optional<std::string>& /*pipeInput*/) {
   intentions_.run(command);
   return {.exitCode = 0, .output = kNotRun};
 }
@@ -41,7 +41,7 @@ std::optional<Credentials> MaskedCredentials::credentials() {
 
 EvaluationInstallerDependencies::EvaluationInstallerDependencies(EvaluationSources& sources,
                                                                  Intentions& intentions)
-    : sources_(sources), commands_(intentions), unaskedApple_(intentions) {}
+    : sources_(sources), commands_(intentions), unreachableApple_(intentions) {}
 
 EvaluationInstallerDependencies* EvaluationInstallerDependencies::forThisMachine() {
   if (sources_.machine.isAppleSilicon() && sources_.credentials) {
@@ -49,7 +49,7 @@ EvaluationInstallerDependencies* EvaluationInstallerDependencies::forThisMachine
     if (stored == nullptr) {
       return nullptr;
     }
-    credentials_.maskThoseOf(stored);
+    credentials_.mask(stored);
   }
   return this;
 }
@@ -60,16 +60,16 @@ vexlo::CredentialsFetcher* EvaluationInstallerDependencies::userCredentials() {
 
 EvaluationDependencies::EvaluationDependencies(EvaluationSources sources, Intentions& intentions)
     : sources_(std::move(sources)),
-      unaskedApple_(intentions),
+      unreachableApple_(intentions),
       battery_(sources_.powerSource),
       deferral_(
-          sources_.availableOSUpdates != nullptr ? *sources_.availableOSUpdates : unaskedApple_,
+          sources_.availableOSUpdates != nullptr ? *sources_.availableOSUpdates : unreachableApple_,
           sources_.now, sources_.startOfDay),
       disk_(sources_.disk),
       userLogin_(sources_.users),
       mdmPatching_(sources_.patchData),
       connectivity_(sources_.softwareUpdates != nullptr ? *sources_.softwareUpdates
-                                                        : unaskedApple_),
+                                                        : unreachableApple_),
       deferralEligibility_(sources_.patchData),
       mdmStatus_(sources_.machine),
       installers_(sources_, intentions),

@@ -23,13 +23,14 @@ struct EvaluationSources {
   vexlo::PowerSourceResolver& powerSource;
   vexlo::DiskInfoProvider& disk;
   vexlo::UserSessionProvider& users;
-  vexlo::PlistManager& patchData;     ///< Only read.
-  vexlo::PlistManager& promptCounts;  ///< Only read.
+  vexlo::PlistManager& patchData;     ///< Never written.
+  vexlo::PlistManager& promptCounts;  ///< Never written.
   vexlo::RunningAppPromptCustomizing& customization;
-  vexlo::RunningApplicationQuerying& applications;  ///< Only asked for names and paths.
+  vexlo::RunningApplicationQuerying& applications;  ///< Used only for names and paths.
   std::function<std::string()> promptDay;           ///< The day for which prompts are counted.
   platform::Clock now;
-  std::function<platform::Moment(std::chrono::year_month_day)> startOfDay;  ///< In its time zone.
+  /// In the machine's time zone.
+  std::function<platform::Moment(std::chrono::year_month_day)> startOfDay;
   std::function<std::optional<std::string>()> preferredLanguage;
   /// Apple's servers; null if they must not be asked.
   vexlo::SoftwareUpdateLister* softwareUpdates = nullptr;
@@ -40,10 +41,10 @@ struct EvaluationSources {
 };
 
 /// Doesn't ask Apple's servers, but answers as if they were unreachable.
-class UnaskedApple final : public vexlo::SoftwareUpdateLister,
-                           public vexlo::AvailableOSUpdatesResolver {
+class UnreachableApple final : public vexlo::SoftwareUpdateLister,
+                               public vexlo::AvailableOSUpdatesResolver {
  public:
-  explicit UnaskedApple(Intentions& intentions) : intentions_(intentions) {}
+  explicit UnreachableApple(Intentions& intentions) : intentions_(intentions) {}
   [[nodiscard]] vexlo::SoftwareUpdateList fetchSoftwareUpdates() override;
   [[nodiscard]] std::optional<std::vector<vexlo::AvailableOSUpdate>> availableOSUpdates() override;
 
@@ -52,9 +53,9 @@ class UnaskedApple final : public vexlo::SoftwareUpdateLister,
 };
 
 /// Records commands, which count as successful.
-class NotedCommands final : public vexlo::CommandExecutor {
+class RecordedCommands final : public vexlo::CommandExecutor {
  public:
-  explicit NotedCommands(Intentions& intentions) : intentions_(intentions) {}
+  explicit RecordedCommands(Intentions& intentions) : intentions_(intentions) {}
   vexlo::CommandResult run(const std::string& command, const std::optional<std::string>& launchPath,
                            const std::optional<std::string>& pipeInput) override;
 
@@ -66,7 +67,7 @@ class NotedCommands final : public vexlo::CommandExecutor {
 class MaskedCredentials final : public vexlo::CredentialsFetcher {
  public:
   /// Fetches the stored credentials from `stored`; null if they must not be fetched.
-  void maskThoseOf(vexlo::CredentialsFetcher* stored) noexcept { stored_ = stored; }
+  void mask(vexlo::CredentialsFetcher* stored) noexcept { stored_ = stored; }
   [[nodiscard]] std::optional<vexlo::Credentials> credentials() override;
 
  private:
@@ -85,7 +86,7 @@ class EvaluationInstallerDependencies final : public vexlo::SoftwareUpdateInstal
   [[nodiscard]] vexlo::CredentialsFetcher* userCredentials() override;
   [[nodiscard]] vexlo::CommandExecutor& executor() override { return commands_; }
   [[nodiscard]] vexlo::SoftwareUpdateOutputAnalyser& outputValidator() override {
-    return nothingToJudge_;
+    return outputAnalyser_;
   }
   [[nodiscard]] vexlo::SoftwareUpdateLabelProvider& labelProvider() override {
     return labelProvider_;
@@ -99,8 +100,8 @@ class EvaluationInstallerDependencies final : public vexlo::SoftwareUpdateInstal
   }
 
  private:
-  /// Of commands that don't run.
-  struct NothingToJudge final : vexlo::SoftwareUpdateOutputAnalyser {
+  /// For commands that don't run.
+  struct NoOutputAnalyser final : vexlo::SoftwareUpdateOutputAnalyser {
     [[nodiscard]] std::optional<vexlo::PatchActionResult> validate(
         std::string_view /*output*/) override {
       return std::nullopt;
@@ -112,10 +113,10 @@ class EvaluationInstallerDependencies final : public vexlo::SoftwareUpdateInstal
 
   EvaluationSources& sources_;
   MaskedCredentials credentials_;
-  NotedCommands commands_;
-  UnaskedApple unaskedApple_;
-  NothingToJudge nothingToJudge_;
-  vexlo::DefaultSoftwareUpdateLabel labelProvider_{unaskedApple_};  // used only for a retry
+  RecordedCommands commands_;
+  UnreachableApple unreachableApple_;
+  NoOutputAnalyser outputAnalyser_;
+  vexlo::DefaultSoftwareUpdateLabel labelProvider_{unreachableApple_};  // used only for a retry
   Silence notifier_;
 };
 
@@ -213,7 +214,7 @@ class EvaluationDependencies final : public vexlo::PatchProcessingDependencies {
   };
 
   EvaluationSources sources_;
-  UnaskedApple unaskedApple_;
+  UnreachableApple unreachableApple_;
 
   vexlo::BatteryLevelChecker battery_;
   vexlo::MacOSUpdateDeferralChecker deferral_;

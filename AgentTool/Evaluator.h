@@ -27,7 +27,7 @@ enum class Answer : std::uint8_t {
   wouldAsk,    ///< The user would be asked; no answer counts as no.
   wouldForce,  ///< The user would be asked; no answer counts as yes.
   wouldKill,   ///< Applications would be killed; then it passes.
-  wouldRun,    ///< Commands would run, which decide.
+  wouldRun,    ///< Commands would run; their results decide.
   notAsked,    ///< Depends on something that was not asked or recorded.
 };
 

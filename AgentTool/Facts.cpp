@@ -36,10 +36,10 @@ namespace {
 using platform::PropertyList;
 using std::make_shared;
 
-// Together they leave time for all else within a second.
+// With these, everything together takes at most a second.
 constexpr std::chrono::milliseconds kProfilesTimeout{600};
 constexpr std::chrono::milliseconds kServiceConnectTimeout{250};
-constexpr std::chrono::milliseconds kServiceTimeout{750};  // with the connecting
+constexpr std::chrono::milliseconds kServiceTimeout{750};  // including connecting
 
 constexpr const char* kNoDataDirectory = "the agent's data directory is not given";
 
@@ -121,7 +121,7 @@ class ServiceQuestion {
     isConnected_ = true;
     auto answered = make_shared<std::promise<std::string>>();
     answer_ = answered->get_future();
-    // The user name is not secret, but not used either.
+    // The value, a user name, is not used.
     service->fetchStatusMessageForKey(
         "PatchOSUpdateUserName",
         [answered](const std::optional<std::string>& /*value*/) { answered->set_value({}); },
@@ -133,7 +133,7 @@ class ServiceQuestion {
   [[nodiscard]] std::string whyNoAnswer() {
     return answer_.wait_until(deadline_) == std::future_status::ready
                ? answer_.get()
-               : "the service took the question but did not answer";
+               : "the service accepted the request but didn't answer";
   }
 
  private:
@@ -197,8 +197,7 @@ class Reader {
       }
     }
     facts_.macOSVersion = platform::macOSProductVersion();
-    noteUnless(facts_.macOSVersion.has_value(), "macOSVersion",
-               "the system names no macOS version");
+    noteUnless(facts_.macOSVersion.has_value(), "macOSVersion", "the macOS version can't be read");
     facts_.preferredLanguages = platform::preferredLanguages();
     facts_.powerSources = vexlo::SystemPowerSources().powerSourcesInfo();
     facts_.powerSource = optional("powerSource", [&] {
@@ -299,7 +298,7 @@ class Reader {
   void readAllApplications() {
     facts_.allApplications = true;
     for (auto& [identifier, instances] : facts_.applications) {
-      instances.clear();  // asked for by name, and found again here
+      instances.clear();  // those requested by name are found again here
     }
     for (const auto& running : platform::allRunningApplications()) {
       facts_.applications[running->bundleIdentifier()].push_back(instanceOf(*running));

@@ -15,7 +15,7 @@ using FileCodec::JSONObject;
 using LogCore::text;
 using Place = JSONPlace;
 
-constexpr std::int64_t kVersion = 1;  // grows only when a member changes its meaning or goes
+constexpr std::int64_t kVersion = 1;  // incremented if a member changes its meaning or is removed
 
 std::string agentAsJSON(const Facts& facts) {
   return JSONObject()
@@ -96,8 +96,8 @@ constexpr bool kIsOptional = false;
 template <typename Value>
 constexpr bool kIsOptional<std::optional<Value>> = true;
 
-/// A fact that is a member of `Facts` and of `FactsRecord`: of both by the same name, or `taken` in
-/// the latter.
+/// A fact that is stored in `Facts` as the member `written` and in `FactsRecord` as the member
+/// `taken`.
 template <auto written, auto taken = written>
 constexpr FactsMember plain(std::string_view name) {
   return {.name = name,
@@ -106,7 +106,7 @@ constexpr FactsMember plain(std::string_view name) {
                      FactsRecord& record) { take(value, place, record.*taken); }};
 }
 
-/// The same with a row for people.
+/// The same, with a row in the table.
 template <auto written, auto taken = written>
 constexpr FactsMember shown(std::string_view name, std::string_view heading) {
   FactsMember member = plain<written, taken>(name);
@@ -121,8 +121,8 @@ constexpr FactsMember shown(std::string_view name, std::string_view heading) {
   return member;
 }
 
-/// A fact about the machine as a whole: a member of `vexlo::MachineReadings`, and the member of
-/// `vexlo::MachineFacts` that answers it.
+/// A fact about the machine as a whole: the member of `vexlo::MachineReadings` that stores it, and
+/// the function of `vexlo::MachineFacts` that reads it.
 template <auto reading, auto question>
 constexpr FactsMember machineFact(std::string_view name, std::string_view heading) {
   FactsMember member = shown<reading>(name, heading);
@@ -208,7 +208,7 @@ constexpr std::array kMembers{
                            FactsRecord& record) { take(value, place, record.name); }},
 };
 
-static_assert(kMembers.size() <= 64);  // the reader of lines keeps a bit for each
+static_assert(kMembers.size() <= 64);  // the reader has one bit for each
 
 }  // namespace
 

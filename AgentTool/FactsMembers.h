@@ -1,4 +1,4 @@
-// The facts one by one: their names in JSON, and how each is written, read, asked for and shown.
+// The table of facts: how each one is named, written, parsed, read from the machine and shown.
 #pragma once
 #include <optional>
 #include <span>

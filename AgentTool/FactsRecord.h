@@ -87,12 +87,12 @@ struct FactsRecord
     std::size_t firstInstance;
     std::size_t instanceCount;
   };
-  std::vector<Application> applications;    ///< That the machine was asked for.
-  std::vector<RecordedInstance> instances;  ///< Of all of them.
+  std::vector<Application> applications;    ///< Those whose instances are known.
+  std::vector<RecordedInstance> instances;  ///< The instances of all applications.
 };
 
-/// Parses one line after the other into the same record, reusing memory, so that it stops
-/// allocating after the largest line. Not thread-safe.
+/// Parses lines one at a time into the same record, reusing memory, so that it stops allocating
+/// after the largest line. Not thread-safe.
 class FactsReader {
  public:
   FactsReader() = default;

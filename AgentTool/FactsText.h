@@ -10,7 +10,7 @@ namespace agent_tool {
 /// One JSON object on one line, as described in docs/FACTS.md.
 [[nodiscard]] std::string factsAsJSON(const Facts& facts);
 
-/// An aligned table for people.
+/// A readable, aligned table.
 [[nodiscard]] std::string factsAsTable(const Facts& facts, const Console& console);
 
 }  // namespace agent_tool

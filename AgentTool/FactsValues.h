@@ -1,4 +1,4 @@
-// The values of facts: how JSON holds them, and how people see them.
+// Converts the values of facts to and from JSON, and to readable text.
 #pragma once
 #include <chrono>
 #include <concepts>
@@ -54,7 +54,7 @@ template <typename Value>
 }
 
 // Reading. Each sets `into`, or throws `FileCodec::DecodingError` if the value has the wrong type.
-// Text belongs to the line.
+// Strings are views of the line.
 
 inline void take(const JSONValue& value, const JSONPlace& place, bool& into) {
   into = takeBoolean(value, place);
@@ -75,7 +75,7 @@ inline void take(const JSONValue& value, const JSONPlace& place,
                  std::optional<std::string_view>& into) {
   into = takeOptionalString(value, place);
 }
-/// Null is 0.
+/// Null counts as 0.
 inline void take(const JSONValue& value, const JSONPlace& place, std::chrono::seconds& into) {
   into = std::chrono::seconds(value.isNull() ? 0 : takeInteger(value, place));
 }
@@ -95,7 +95,7 @@ void take(const JSONValue& value, const JSONPlace& place, std::optional<Value>& 
   }
 }
 
-// For people: printable text.
+// Readable text, printable.
 
 [[nodiscard]] std::string forPeople(std::same_as<bool> auto flag) { return flag ? "yes" : "no"; }
 template <std::integral Number>

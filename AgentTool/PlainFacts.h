@@ -1,4 +1,4 @@
-// The facts that look the same on this machine and in a line of facts.
+// The facts that have the same types in `Facts` and in `FactsRecord`.
 #pragma once
 #include <chrono>
 #include <cstdint>
@@ -9,7 +9,7 @@
 
 namespace agent_tool {
 
-/// Numbers, flags and the like: what needs no text and no memory of its own.
+/// Numbers, flags and the like, without strings or allocated memory.
 struct PlainFacts : vexlo::MachineReadings {
   std::chrono::seconds offsetFromUTC{0};  ///< Of the time zone when this day began, east positive.
   std::optional<vexlo::PowerSource> powerSource;  ///< As interpreted by the battery checks.

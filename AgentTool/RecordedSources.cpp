@@ -109,7 +109,7 @@ RecordedSources::Applications::runningApplications(const std::string& bundleIden
 vexlo::SoftwareUpdateList RecordedSources::Apple::fetchSoftwareUpdates() {
   const std::optional<bool> isReachable = record().softwareUpdateReachable;
   if (!isReachable) {
-    return unasked_.fetchSoftwareUpdates();
+    return unreachable_.fetchSoftwareUpdates();
   }
   if (*isReachable) {
     return {.exitCode = 0, .output = {}};

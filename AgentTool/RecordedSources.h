@@ -107,13 +107,13 @@ class RecordedSources {
                       Part {
    public:
     Apple(const RecordedSources& whole, Intentions& intentions)
-        : Part(whole), unasked_(intentions) {}
+        : Part(whole), unreachable_(intentions) {}
     [[nodiscard]] vexlo::SoftwareUpdateList fetchSoftwareUpdates() override;
     [[nodiscard]] std::optional<std::vector<vexlo::AvailableOSUpdate>> availableOSUpdates()
         override;
 
    private:
-    UnaskedApple unasked_;
+    UnreachableApple unreachable_;
   };
 
   const FactsRecord* record_ = nullptr;

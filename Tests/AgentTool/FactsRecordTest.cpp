@@ -47,11 +47,11 @@ Facts exampleFacts() {
   return facts;
 }
 
-TEST(FactsRecordTest, IsWhatFactsWrote) {
+TEST(FactsRecordTest, RoundTripsTheOutputOfFacts) {
   const Facts facts = exampleFacts();
   const std::string line = agent_tool::factsAsJSON(facts);
   FactsReader reader;
-  ASSERT_TRUE(reader.read(agent_tool::factsAsJSON({})));  // leaves nothing behind
+  ASSERT_TRUE(reader.read(agent_tool::factsAsJSON({})));  // must leave nothing behind
   const auto read = reader.read(line);
   ASSERT_TRUE(read) << read.error().what();
   const FactsRecord& record = **read;
@@ -88,7 +88,7 @@ TEST(FactsRecordTest, IsWhatFactsWrote) {
   EXPECT_EQ(record.instancesOf("com.apple.mail"), std::nullopt);
 }
 
-TEST(FactsRecordTest, HasTheOptionalMembersAndIgnoresTheUnknown) {
+TEST(FactsRecordTest, ReadsOptionalMembersAndIgnoresUnknownOnes) {
   FactsReader reader;
   const std::string line =
       R"({"name":"mac-7","else":[{"a":1}],"consoleUser":"x","macOSMajorVersion":14,)"
@@ -110,14 +110,14 @@ struct BadLine {
 
 class BadFactsTest : public testing::TestWithParam<BadLine> {};
 
-TEST_P(BadFactsTest, SaysWhereAndWhatWasExpected) {
+TEST_P(BadFactsTest, ErrorHasPlaceAndExpectation) {
   FactsReader reader;
   const auto read = reader.read(GetParam().line);
   ASSERT_FALSE(read);
   EXPECT_STREQ(read.error().what(), GetParam().error);
 }
 
-// What a line needs.
+// The required members of a line.
 #define NEEDED R"({"version":1,"appleSilicon":true,"macOSMajorVersion":14,"consoleUser":"a",)"
 
 INSTANTIATE_TEST_SUITE_P(

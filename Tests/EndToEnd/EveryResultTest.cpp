@@ -33,7 +33,7 @@ TEST(EveryResultTest, HasARow) {
   }
 }
 
-TEST(EveryResultTest, SaysForEachActionWhatDecided) {
+TEST(EveryResultTest, EveryActionHasARowWithWhy) {
   for (const vexlo::KnownActionRow& action : vexlo::kKnownActions) {
     bool isExpected = false;
     MacTests::forEach([&](const MacTest& test) {

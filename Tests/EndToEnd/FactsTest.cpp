@@ -47,13 +47,13 @@ TEST(FactsTest, ShowsTheMacWithoutWaitingForHungTools) {
            {.scenario = "healthy",
             .settings = {"agent service/state=silent", "profiles/takes=60 s"},
             .parts = {R"("mdmEnrollment":null,)", R"("mdmEnrollment":"/usr/bin/profiles failed)",
-                      "the service took the question but did not answer"}}}) {
+                      "the service accepted the request but didn't answer"}}}) {
     std::vector<std::string> command;
     for (const std::string& setting : mac.settings) {
       command.insert(command.end(), {"--set", setting});
     }
-    command.insert(command.end(), {mac.scenario, "--", "vexlo-patch", "facts", "--json",
-                                   "--application", "com.apple.Safari"});
+    command.insert(command.end(), {mac.scenario, "--", programFolder() + "/vexlo-patch", "facts",
+                                   "--json", "--application", "com.apple.Safari"});
     const auto began = std::chrono::steady_clock::now();
     const platform::ProcessResult run =
         platform::runProcess({.executable = programFolder() + "/enter", .arguments = command});

@@ -41,7 +41,7 @@ struct MachineReadings {
   std::optional<vxutils::EnrollmentType> mdmEnrollment;
 };
 
-/// Answers with readings.
+/// Returns recorded readings.
 class RecordedMachineFacts final : public MachineFacts {
  public:
   /// `readings` must be valid until the next call. Must be called before anything is asked.

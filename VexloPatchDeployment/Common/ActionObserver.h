@@ -148,7 +148,7 @@ VEXLO_EXPORT std::ostream& operator<<(std::ostream& out, const Measurement& meas
 /// The progress of an installation, mostly according to the output of its tool.
 struct ActionProgress {
   enum class Phase : std::uint8_t {
-    starting,  ///< Nothing told yet.
+    starting,  ///< Nothing reported yet.
     searching,
     downloading,
     preparing,
