@@ -322,18 +322,24 @@ ExitStatus mergeSummaries(const MergeRequest& request, Console& console) {
     try {
       const LineSource input(file);
       LineReader reader(input.descriptor(), kLongestSummary, [] {});
+      bool isEmpty = true;
       while (const auto line = reader.next()) {
         const std::string place = text(input.name(), ":", line->number);
+        if (!line->isTooLong && line->text.find_first_not_of(" \t\r") == std::string_view::npos) {
+          continue;
+        }
+        isEmpty = false;
         if (line->isTooLong) {
           reject(place, text("expected a line of at most ", kLongestSummary, " bytes"));
-        } else if (line->text.find_first_not_of(" \t\r") == std::string_view::npos) {
-          continue;
         } else if (const auto summary = summaryFromJSON(line->text); !summary) {
           reject(place, summary.error().what());
         } else if (!merged.merge(*summary)) {
           reject(place,
                  "this summary is for another patch or other actions than the previous ones");
         }
+      }
+      if (isEmpty) {  // whatever should have written it failed
+        reject(input.name(), "expected a summary, found none");
       }
     } catch (const std::system_error& error) {
       reject(file, error.code().message());

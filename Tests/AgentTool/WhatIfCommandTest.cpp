@@ -130,6 +130,9 @@ TEST_F(WhatIfCommandTest, ReportsBadUsage) {
   }
   EXPECT_EQ(shell("vexlo-patch what-if missing $patch a").status, 65);
   EXPECT_EQ(shell("vexlo-patch what-if --merge a").status, 65);
+  const ToolRun nothing = shell("echo > none; vexlo-patch what-if --merge none");
+  EXPECT_EQ(nothing.status, 65);
+  EXPECT_EQ(nothing.errors, "vexlo-patch: none: expected a summary, found none\n");
 }
 
 }  // namespace
