@@ -17,15 +17,15 @@ struct FactsMember {
   std::string_view name;
   /// The value in JSON; null for a member that `facts` doesn't write.
   std::string (*write)(const Facts& facts);
-  /// Sets the fact; throws `FileCodec::DecodingError` if the value has the wrong type. Null for a
-  /// member that is only for people.
+  /// Sets the fact; throws `FileCodec::DecodingError` if the value has the wrong type. Null for
+  /// informative members, which are not read.
   void (*take)(const JSONValue& value, const JSONPlace& place, FactsRecord& record);
   bool isNeeded = false;  ///< A line without it is an error.
-  /// Asks this machine and returns whether the fact is available. Null for a fact that `Facts.cpp`
-  /// reads.
+  /// Reads the fact from this machine and returns whether it is available. Null for facts that
+  /// `Facts.cpp` reads.
   bool (*ask)(vexlo::MachineFacts& machine, Facts& facts) = nullptr;
-  /// The row for people, and its value if there is one. Empty and null for a fact that has no row,
-  /// or several.
+  /// The heading of the fact's row in the table, and its value. Empty and null for a fact that has
+  /// no row, or several.
   std::string_view heading = {};
   std::optional<std::string> (*show)(const Facts& facts) = nullptr;
 };

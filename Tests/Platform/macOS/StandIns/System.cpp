@@ -406,7 +406,7 @@ struct Source final : Object {
   ~Source() override { context.release(context.info); }
   CFRunLoopSourceContext context;
   bool isSignalled = false;
-  Loop* loop = nullptr;  // valid, since whoever adds a source retains its loop
+  Loop* loop = nullptr;  // valid: the code that added the source retains it
 };
 std::mutex loopsMutex;
 std::condition_variable loopsWoken;
