@@ -53,8 +53,7 @@ class Console {
    public:
     Activity(Console& console, std::string text);
     /// `text` returns printable text. It is called on another thread whenever the line is drawn,
-    /// and
-    /// must not use the console.
+    /// and must not use the console.
     Activity(Console& console, std::function<std::string()> text);
     Activity(const Activity&) = delete;
     Activity& operator=(const Activity&) = delete;

@@ -55,8 +55,8 @@ struct RecordedUpdate {
 
 /// The facts that the checks use; docs/FACTS.md describes them. Derived facts such as `inForce` are
 /// left out. The strings belong to the reader.
-struct FactsRecord
-    : PlainFacts {  // NOLINT(clang-analyzer-optin.performance.Padding): ordered by meaning
+// NOLINTNEXTLINE(clang-analyzer-optin.performance.Padding): ordered by meaning
+struct FactsRecord : PlainFacts {
   std::optional<std::string_view> name;  ///< The machine's name, if the line has one.
   std::optional<platform::Moment> time;
   std::optional<std::string_view> promptDay;

@@ -1,4 +1,4 @@
-// The facts that have the same types in `Facts` and in `FactsRecord`.
+// The facts with the same types in `Facts` and `FactsRecord`.
 #pragma once
 #include <chrono>
 #include <cstdint>
@@ -9,7 +9,7 @@
 
 namespace agent_tool {
 
-/// Numbers, flags and the like, without strings or allocated memory.
+/// Numbers, flags and other values that own no memory.
 struct PlainFacts : vexlo::MachineReadings {
   std::chrono::seconds offsetFromUTC{0};  ///< Of the time zone when this day began, east positive.
   std::optional<vexlo::PowerSource> powerSource;  ///< As interpreted by the battery checks.
@@ -20,6 +20,8 @@ struct PlainFacts : vexlo::MachineReadings {
   // From Apple's servers; absent if they were not asked.
   std::optional<bool> softwareUpdateReachable;
   std::optional<std::int32_t> softwareUpdateStatus;  ///< The exit status of the listing.
+
+  bool operator==(const PlainFacts&) const = default;
 };
 
 }  // namespace agent_tool

@@ -121,11 +121,12 @@ class Runner final : public vexlo::ActionObserver {
     measurements_.push_back(measurement);
   }
   void progressed(const ActionID& /*action*/, const vexlo::ActionProgress& progress) override {
-    if (progress.phase == vexlo::ActionProgress::Phase::starting) {
-      return;  // no progress reported yet
-    }
+    const bool isStarting = progress.phase == vexlo::ActionProgress::Phase::starting;
     if (activity_) {
-      activity_->show(describe(progress));
+      activity_->show(isStarting ? std::string() : describe(progress));
+    }
+    if (isStarting) {
+      return;  // no progress reported yet
     }
     report_.progressed(*action_, progress, timeGone());
   }

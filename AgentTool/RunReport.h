@@ -34,7 +34,7 @@ class RunReport {
  public:
   virtual ~RunReport() = default;
   virtual void began(const std::vector<PlannedAction>& actions) = 0;
-  /// A tool of `action`, which started `took` ago, has written a line.
+  /// `action`, which started `took` ago, has made progress or pauses.
   virtual void progressed(const PlannedAction& action, const vexlo::ActionProgress& progress,
                           std::chrono::duration<double> took) = 0;
   virtual void ended(const EndedAction& action) = 0;

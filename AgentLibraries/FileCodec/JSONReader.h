@@ -9,8 +9,8 @@
 namespace FileCodec {
 
 /// Receives the events of one JSON text in order. Returning false stops the reader. A string or
-/// member name without escapes is a view into the text and lives as long as the text; one with
-/// escapes is decoded and valid only during the call.
+/// member name without escapes is a view into the text, followed by its closing quotation mark, and
+/// lives as long as the text; one with escapes is decoded elsewhere and valid only during the call.
 class JSONEvents {
  public:
   virtual ~JSONEvents() = default;

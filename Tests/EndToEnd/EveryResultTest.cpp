@@ -1,4 +1,4 @@
-// Checks that the tables in this folder cover every documented result and every deciding rule.
+// Checks that the tables in this folder cover every documented result, and `why` for every action.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -33,7 +33,7 @@ TEST(EveryResultTest, HasARow) {
   }
 }
 
-TEST(EveryResultTest, EveryActionHasARowWithWhy) {
+TEST(EveryResultTest, EveryActionHasWhy) {
   for (const vexlo::KnownActionRow& action : vexlo::kKnownActions) {
     bool isExpected = false;
     MacTests::forEach([&](const MacTest& test) {

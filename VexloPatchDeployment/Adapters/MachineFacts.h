@@ -39,12 +39,14 @@ struct MachineReadings {
   bool isAppleSilicon = false;
   std::int64_t macOSMajorVersion = 0;  ///< What the library assumes if it can't be read.
   std::optional<vxutils::EnrollmentType> mdmEnrollment;
+
+  bool operator==(const MachineReadings&) const = default;
 };
 
 /// Returns recorded readings.
 class RecordedMachineFacts final : public MachineFacts {
  public:
-  /// `readings` must be valid until the next call. Must be called before anything is asked.
+  /// `readings` must be valid until the next call. Call it before any other function.
   void use(const MachineReadings& readings) noexcept { readings_ = &readings; }
 
   [[nodiscard]] std::int64_t macOSMajorVersion() const override {

@@ -173,7 +173,7 @@ class VEXLO_EXPORT ActionObserver {
   virtual ~ActionObserver();
   /// `action` measured something. Called any number of times per action.
   virtual void measured(const ActionID& action, const Measurement& measurement);
-  /// A tool of `action` wrote a non-blank line, or `action` starts to wait. May be called many
+  /// A tool of `action` wrote a non-blank line, or an installation pauses. May be called many
   /// times a second.
   virtual void progressed(const ActionID& action, const ActionProgress& progress);
 };

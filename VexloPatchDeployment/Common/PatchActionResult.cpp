@@ -14,7 +14,7 @@ std::string name(const PatchActionResultDescription& description) {
                  [](const GotUserAcknowledgementForPatchingRunningApplications&) {
                    return std::string("gotUserAcknowledgementForPatchingRunningApplications");
                  },
-                 [](PlainReason reason) { return std::string(nameOf(reason)); }},
+                 [](PlainReason reason) { return std::string(name(reason)); }},
       description);
 }
 

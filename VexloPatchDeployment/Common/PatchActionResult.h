@@ -43,7 +43,7 @@ enum class PlainReason : std::uint8_t {
 };
 
 /// The enumerator's name: "inSufficientBattery".
-[[nodiscard]] constexpr std::string_view nameOf(PlainReason reason) {
+[[nodiscard]] constexpr std::string_view name(PlainReason reason) {
   switch (reason) {
     case PlainReason::softwareUpdateUnreachable:
       return "softwareUpdateUnreachable";

@@ -35,8 +35,8 @@ int main(int argumentCount, char** arguments) try {
     const vexlo::PatchActionResult result = processor.execute(action);
     std::cout << action << ": " << result << '\n';
   }
-} catch (const std::exception&
-             error) {  // the action file is unusable; what() has the file, the place and the reason
+} catch (const std::exception& error) {
+  // The action file is unusable; what() has the file, the place and the reason.
   std::cerr << error.what() << '\n';
   return 1;
 }

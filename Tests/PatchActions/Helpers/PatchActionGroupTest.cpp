@@ -60,7 +60,7 @@ TEST(PatchActionGroupTest, LastOfDuplicateMembersWins) {
             "p":{"s":{"2001":["1"]}}, "ExclusionPatchIDs":["a"],
             "q":{"s":{"2005":["7"]}},
             "p":{"s":{"2002":["2"]}, "s":{"2003":["3"]}}, "ExclusionPatchIDs":["b"]},
-          "PatchActions":{"x":{"2005":["1"],"2001":["9"],"2005":["2"],"2\u003005":["3"]},
+          "PatchActions":{"x":{"2005":["1","1b"],"2001":["9"],"2005":[],"2\u003005":["3","4"]},
                           "y":{}, "y":{}, "z":{"2005":["1"],"2005":["2"]}}})",
       "f");
   const auto products = *group.productServicePackActions();
@@ -70,7 +70,7 @@ TEST(PatchActionGroupTest, LastOfDuplicateMembersWins) {
   EXPECT_TRUE(products.isExempt("b"));
   const auto patches = *group.patchActions();
   EXPECT_EQ(actionsText(patches.actions("old")), "none");
-  EXPECT_EQ(actionsText(patches.actions("x")), R"(2001["9"] 2005["3"])");
+  EXPECT_EQ(actionsText(patches.actions("x")), R"(2001["9"] 2005["3", "4"])");
   EXPECT_EQ(actionsText(patches.actions("z")), R"(2005["2"])");
   EXPECT_EQ(patches.patches().size(), 3U);
 }
@@ -81,6 +81,11 @@ TEST(PatchActionGroupTest, DecodesEscapesEverywhere) {
       "f");
   EXPECT_EQ(actionsText(group.patchActions()->actions("é")),
             "2005[\"a\"b\", \"😀\", \"\", \"\b\f\n\r\t/\\\"]");
+  const PatchActionGroup marked = PatchActionGroup::decode(
+      "\xEF\xBB\xBF"
+      R"({"PatchActions":{"1":{"2005":["","b"]}}})",
+      "f");
+  EXPECT_EQ(actionsText(marked.patchActions()->actions("1")), R"(2005["", "b"])");
 }
 
 TEST(PatchActionGroupTest, LooksUpManyNames) {

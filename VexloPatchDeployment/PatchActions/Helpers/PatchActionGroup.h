@@ -16,8 +16,8 @@ namespace vexlo {
 /// The file's text and compact arrays that refer to it. Filled once by the decoder.
 class PatchActionStore {
  public:
-  /// A string: its offset in the file, where it ends at the next quotation mark or, counted from
-  /// the end of the file, its number among the decoded strings.
+  /// If less than the file's size, the offset of a string, which ends at the next quotation mark;
+  /// else the file's size plus the number of a decoded string.
   enum class StringID : std::uint32_t {};
   /// A name and the run of its children: the service packs of a product, or the actions of a
   /// service pack or patch.
@@ -143,9 +143,9 @@ class PatchActionGroup {
   /// An empty file, without either member.
   PatchActionGroup() = default;
 
-  /// Decodes the text of `file` strictly: every value must have the expected type, even one that a
-  /// later member of the same name replaces. Throws `FileCodec::DecodingError` with the file, the
-  /// place, and what was expected and found.
+  /// Decodes the text of `file`, of at most 2 GiB, strictly: every value must have the expected
+  /// type, even one that a later member of the same name replaces. Throws
+  /// `FileCodec::DecodingError` with the file, the place, and what was expected and found.
   [[nodiscard]] static PatchActionGroup decode(std::string text, const std::string& file);
 
   [[nodiscard]] std::optional<ProductServicePackActions> productServicePackActions() const;

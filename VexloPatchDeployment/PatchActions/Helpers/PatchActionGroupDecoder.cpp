@@ -288,6 +288,9 @@ class Decoder final : public FileCodec::JSONEvents {
     for (const std::uint32_t action : all) {
       last[code(action)] = action;
     }
+    if (last.size() == all.size()) {
+      return;  // not sorted, but without duplicates
+    }
     // What is kept is copied, because the strings of all actions are contiguous.
     std::vector<std::uint32_t> starts;
     std::vector<StringID> strings;

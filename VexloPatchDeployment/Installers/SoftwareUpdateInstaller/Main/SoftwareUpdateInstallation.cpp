@@ -84,6 +84,7 @@ PatchActionResult SoftwareUpdateInstallation::attempt(const SoftwareUpdateAuthCo
 void SoftwareUpdateInstallation::pause(std::chrono::milliseconds duration) {
   progressed({.phase = ActionProgress::Phase::waiting});
   sleeper_(duration);
+  progressed({.phase = ActionProgress::Phase::starting});
 }
 
 }  // namespace vexlo

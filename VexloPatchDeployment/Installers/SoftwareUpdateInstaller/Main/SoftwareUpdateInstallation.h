@@ -42,7 +42,7 @@ class SoftwareUpdateInstallation {
  private:
   [[nodiscard]] PatchActionResult attempt(const SoftwareUpdateAuthContext& authContext,
                                           const std::string& label);
-  /// Tells the observer and sleeps.
+  /// Notifies the observer and sleeps.
   void pause(std::chrono::milliseconds duration);
 
   std::string version_;
