@@ -187,6 +187,7 @@ void addCommands(CLI::App& app, Written& written) {
   setFooter(evaluate,
             "  0   no action would stop the patch\n"
             "  75  an action would return applyLater or depends on something that was not asked\n"
+            "  1   an action would fail\n"
             "  64  bad usage\n"
             "  65  the action file or the facts can't be used");
 
