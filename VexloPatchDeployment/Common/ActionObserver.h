@@ -173,8 +173,8 @@ class VEXLO_EXPORT ActionObserver {
   virtual ~ActionObserver();
   /// `action` measured something. Called any number of times per action.
   virtual void measured(const ActionID& action, const Measurement& measurement);
-  /// A tool of `action` wrote a non-blank line, or an installation pauses. May be called many
-  /// times a second.
+  /// A tool of `action` wrote a non-blank line, or a pause of an installation begins (`waiting`) or
+  /// ends (`starting`). May be called many times a second.
   virtual void progressed(const ActionID& action, const ActionProgress& progress);
 };
 
