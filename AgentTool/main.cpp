@@ -5,11 +5,11 @@
 #include <exception>
 #include <string>
 
-#include "AgentTool/AgentSession.h"
-#include "AgentTool/CommandLine.h"
-#include "AgentTool/Commands.h"
-#include "AgentTool/Console.h"
-#include "AgentTool/PrintableText.h"
+#include "AgentTool/Commands/AgentSession.h"
+#include "AgentTool/Commands/CommandLine.h"
+#include "AgentTool/Commands/Commands.h"
+#include "AgentTool/Console/Console.h"
+#include "AgentTool/Console/PrintableText.h"
 #include "VexloPatchDeployment/Common/Overloaded.h"
 
 namespace {

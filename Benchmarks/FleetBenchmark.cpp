@@ -18,9 +18,9 @@
 
 #include "AgentLibraries/FileCodec/JSONManager.h"
 #include "AgentLibraries/LogCore/Logger.h"
-#include "AgentTool/FactsRecord.h"
-#include "AgentTool/LineReader.h"
-#include "AgentTool/WhatIf.h"
+#include "AgentTool/Console/LineReader.h"
+#include "AgentTool/Facts/FactsRecord.h"
+#include "AgentTool/Fleet/WhatIf.h"
 #include "Benchmarks/EmptyHandler.h"
 #include "Benchmarks/FreshProcess.h"
 #include "Platform/Descriptor.h"

@@ -1,4 +1,4 @@
-# Writes OUTPUT, which defines the constants of AgentTool/BuildVersion.h, when the commit changes.
+# Writes OUTPUT, which defines the constants of AgentTool/Commands/BuildVersion.h, when the commit changes.
 if(NOT COMMIT)
   set(COMMIT unknown)
   execute_process(COMMAND git -C "${SOURCE}" rev-parse --show-toplevel
@@ -8,7 +8,7 @@ if(NOT COMMIT)
       OUTPUT_VARIABLE COMMIT OUTPUT_STRIP_TRAILING_WHITESPACE)
   endif()
 endif()
-file(WRITE "${OUTPUT}" "#include \"AgentTool/BuildVersion.h\"
+file(WRITE "${OUTPUT}" "#include \"AgentTool/Commands/BuildVersion.h\"
 
 const std::string_view agent_tool::kFullVersion = \"${VERSION}\";
 const std::string_view agent_tool::kCommit = \"${COMMIT}\";

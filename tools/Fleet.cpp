@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "AgentLibraries/LogCore/Text.h"
-#include "AgentTool/Facts.h"
-#include "AgentTool/FactsText.h"
+#include "AgentTool/Facts/Facts.h"
+#include "AgentTool/Facts/FactsText.h"
 #include "Platform/PropertyList.h"
 #include "VexloPatchDeployment/Validators/Battery/PowerSourceResolver.h"
 #include "VexloPatchDeployment/Validators/DeferCheck/AvailableOSUpdatesResolver.h"

@@ -7,8 +7,8 @@
 #include <string_view>
 #include <utility>
 
-#include "AgentTool/BuildVersion.h"
-#include "AgentTool/CommandLine.h"
+#include "AgentTool/Commands/BuildVersion.h"
+#include "AgentTool/Commands/CommandLine.h"
 #include "VexloPatchDeployment/Common/KnownActions.h"
 
 namespace agent_tool::reference {

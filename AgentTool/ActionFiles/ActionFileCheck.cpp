@@ -1,0 +1,564 @@
+#include "AgentTool/ActionFiles/ActionFileCheck.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <tuple>
+#include <unordered_map>
+#include <unordered_set>
+#include <utility>
+#include <variant>
+
+#include "AgentLibraries/FileCodec/DecodingError.h"
+#include "AgentLibraries/LogCore/Text.h"
+#include "AgentTool/ActionFiles/ArgumentKinds.h"
+#include "AgentTool/ActionFiles/JSONDocument.h"
+#include "AgentTool/ActionFiles/Spelling.h"
+#include "AgentTool/Console/PrintableText.h"
+#include "VexloPatchDeployment/Common/ActionID.h"
+#include "VexloPatchDeployment/Common/KnownActions.h"
+
+namespace agent_tool {
+namespace {
+
+using LogCore::text;
+using vexlo::ActionArgument;
+using vexlo::ActionID;
+using vexlo::ArgumentKind;
+using vexlo::KnownAction;
+using vexlo::KnownActionRow;
+using ValueType = JSONDocument::Type;
+using Value = JSONDocument::Value;
+
+constexpr std::string_view kProducts = "ProductServicePackActions";
+constexpr std::string_view kPatches = "PatchActions";
+constexpr std::string_view kExclusions = "ExclusionPatchIDs";
+constexpr std::string_view kSchema = "$schema";  // for editors
+constexpr std::array kRootMembers{kProducts, kPatches, kExclusions};
+
+std::string_view typeName(ValueType type) {
+  switch (type) {
+    case ValueType::object:
+      return "an object";
+    case ValueType::array:
+      return "an array";
+    case ValueType::string:
+      return "a string";
+    case ValueType::number:
+      return "a number";
+    case ValueType::boolean:
+      return "a Boolean";
+    case ValueType::null:
+      return "null";
+  }
+  std::unreachable();
+}
+
+bool hasBlanksAround(std::string_view text) {
+  constexpr std::string_view kBlanks = " \t\r\n";
+  return !text.empty() && (kBlanks.contains(text.front()) || kBlanks.contains(text.back()));
+}
+
+/// The code that was probably meant, if `text` is a code with extra spaces, a sign or leading
+/// zeros, or an action's name.
+std::string_view meantCode(std::string_view code) {
+  const std::size_t first = code.find_first_not_of(" \t\r\n+0");
+  const std::size_t last = code.find_last_not_of(" \t\r\n");
+  const std::string_view bare =
+      first < code.size() ? code.substr(first, last + 1 - first) : std::string_view();
+  if (ActionID(bare).value().index() == 0) {
+    return bare;
+  }
+  std::array<std::string_view, vexlo::kKnownActions.size()> names;
+  std::ranges::transform(vexlo::kKnownActions, names.begin(), &vexlo::KnownActionRow::name);
+  const vexlo::KnownActionRow* const row = vexlo::findKnownAction(closestWord(code, names));
+  return row == nullptr ? std::string_view() : row->code;
+}
+
+/// A step from a value to one inside it: to a member, or to an element of an array.
+struct PathStep {
+  std::string_view name;
+  std::optional<std::size_t> index;
+};
+using Path = std::vector<PathStep>;
+
+/// "PatchActions › 310872 › 2005 › [0]"
+std::string placeOf(const Path& path) {
+  std::string out;
+  for (const auto& [name, index] : path) {
+    out += out.empty() ? "" : " › ";
+    out += index ? text('[', *index, ']') : FileCodec::nameInPlace(name);
+  }
+  return out;
+}
+
+/// "/PatchActions/310872/2005/0"
+std::string pointerOf(const Path& path) {
+  std::string out;
+  for (const auto& [name, index] : path) {
+    out += '/';
+    if (index) {
+      out += std::to_string(*index);
+    }
+    for (const char c : name) {
+      if (c == '~' || c == '/') {
+        out += c == '~' ? "~0" : "~1";
+      } else {
+        out += c;
+      }
+    }
+  }
+  return out;
+}
+
+/// A member of an object. It counts unless it, or an object around it, is replaced by a later
+/// duplicate.
+struct DocumentMember {
+  const Value& value;
+  bool counts;
+};
+
+bool isKnownMember(std::string_view name) { return name == kProducts || name == kPatches; }
+
+class FileCheck {
+ public:
+  FileCheck(const JSONDocument& document, std::vector<Finding>& findings)
+      : document_(document), findings_(findings) {}
+
+  void look() {
+    const Value& root = document_.values().front();
+    if (!isObject(root)) {
+      return;
+    }
+    const std::vector<DocumentMember> members = membersOf(root, true);
+    collectPatches(members);
+    for (const auto& [value, counts] : members) {
+      path_.push_back({value.name, {}});
+      if (isKnownMember(value.name)) {
+        checkKnownMember(value, counts);
+      } else if (counts && value.name != kSchema) {
+        reportIgnored(value);
+      }
+      path_.pop_back();
+    }
+    reportNoActions(root, members);
+  }
+
+ private:
+  void report(FindingKind kind, std::size_t offset, std::string what) {
+    findings_.push_back({.kind = kind,
+                         .offset = offset,
+                         .pointer = pointerOf(path_),
+                         .place = placeOf(path_),
+                         .text = std::move(what)});
+  }
+  void reportElement(FindingKind kind, const Value& element, std::size_t index, std::string what) {
+    path_.push_back({{}, index});
+    report(kind, element.offset, std::move(what));
+    path_.pop_back();
+  }
+
+  /// Always false.
+  bool mismatch(const Value& value, std::string_view expected) {
+    const std::string hint = hintFor(value, expected);
+    report(FindingKind::wrongType, value.offset,
+           text("expected ", expected, ", found ", typeName(value.type),
+                hint.empty() ? "" : " (" + hint + ')'));
+    return false;
+  }
+
+  bool isObject(const Value& value) {
+    return value.type == ValueType::object || mismatch(value, "an object");
+  }
+
+  /// What the current value was probably meant to be; empty if that isn't clear.
+  [[nodiscard]] std::string hintFor(const Value& value, std::string_view expected) const {
+    if (value.type == ValueType::number && expected == "a string") {
+      return R"(strings are in double quotes, numbers too: "30", not 30)";
+    }
+    if (value.type == ValueType::string && expected == "an array of strings") {
+      return R"(an action's arguments are in an array: ["30"], not "30")";
+    }
+    if (value.type == ValueType::array && closestWord(value.name, kRootMembers) == kExclusions) {
+      return path_.size() == 2 && path_.front().name == kProducts
+                 ? text("did you mean \"", kExclusions, "\"? Names are case-sensitive")
+                 : text('"', kExclusions, "\" belongs in \"", kProducts, '"');
+    }
+    if (value.type == ValueType::array && path_.size() == 3 &&
+        vexlo::findKnownAction(value.name) != nullptr) {
+      return "a product's actions are those of its service packs";
+    }
+    if (value.type == ValueType::object && path_.size() == 3 && path_.front().name == kPatches) {
+      return text("products with service packs belong in \"", kProducts, '"');
+    }
+    return {};
+  }
+
+  std::vector<DocumentMember> membersOf(const Value& object, bool counts) {
+    const std::vector<const Value*> children = document_.children(object);
+    std::unordered_map<std::string_view, std::size_t> left;  // remaining occurrences of a name
+    for (const Value* child : children) {
+      ++left[child->name];
+    }
+    std::vector<DocumentMember> members;
+    members.reserve(children.size());
+    std::unordered_set<std::string_view> seen;
+    for (const Value* child : children) {
+      const bool isLast = --left[child->name] == 0;
+      const bool isRead = !path_.empty() || isKnownMember(child->name);
+      members.push_back({*child, counts && isLast});
+      if (left.size() < children.size() && !seen.insert(child->name).second && counts && isLast &&
+          isRead) {
+        path_.push_back({child->name, {}});
+        report(FindingKind::repeatedName, child->nameOffset,
+               "occurs more than once in its object; the last one counts");
+        path_.pop_back();
+      }
+    }
+    return members;
+  }
+
+  void collectPatches(const std::vector<DocumentMember>& members) {
+    for (const auto& [value, counts] : members) {
+      if (counts && value.name == kPatches && value.type == ValueType::object) {
+        for (const Value* patch : document_.children(value)) {
+          patches_[patch->name] = patch;
+        }
+      }
+    }
+  }
+
+  void reportIgnored(const Value& value) {
+    const std::string_view meant = closestWord(value.name, kRootMembers);
+    report(FindingKind::ignoredMember, value.nameOffset,
+           "is not read" + (meant.empty() ? std::string()
+                            : meant == kExclusions
+                                ? text("; ", inQuotes(meant), " belongs in \"", kProducts, '"')
+                                : text("; did you mean ", inQuotes(meant), '?')));
+  }
+
+  void reportNoActions(const Value& root, const std::vector<DocumentMember>& members) {
+    const Value* null = nullptr;
+    for (const auto& [value, counts] : members) {
+      if (counts && isKnownMember(value.name)) {
+        if (value.type != ValueType::null) {
+          return;
+        }
+        null = &value;
+      }
+    }
+    if (null == nullptr) {
+      report(FindingKind::noActions, root.offset,
+             "has neither ProductServicePackActions nor PatchActions: no action applies to any "
+             "patch");
+      return;
+    }
+    path_.push_back({null->name, {}});
+    report(FindingKind::noActions, null->offset,
+           "is null, which counts as missing: no action applies to any patch");
+    path_.pop_back();
+  }
+
+  void checkKnownMember(const Value& value, bool counts) {
+    if (value.type == ValueType::null) {
+      return;
+    }
+    if (value.type != ValueType::object) {
+      mismatch(value, "an object or null");
+      return;
+    }
+    const bool isProducts = value.name == kProducts;
+    for (const auto& [member, memberCounts] : membersOf(value, counts)) {
+      path_.push_back({member.name, {}});
+      if (isProducts && member.name == kExclusions) {
+        checkExclusions(member, memberCounts);
+      } else if (isProducts) {
+        checkProduct(member, memberCounts);
+      } else {
+        checkActions(member, memberCounts, "a patch");
+      }
+      path_.pop_back();
+    }
+  }
+
+  /// Whether the value is an array of strings only.
+  bool isArrayOfStrings(const Value& value) {
+    if (value.type != ValueType::array) {
+      return mismatch(value, "an array of strings");
+    }
+    bool allAre = true;
+    std::size_t index = 0;
+    for (const Value* element : document_.children(value)) {
+      path_.push_back({{}, index++});
+      allAre = (element->type == ValueType::string || mismatch(*element, "a string")) && allAre;
+      path_.pop_back();
+    }
+    return allAre;
+  }
+
+  void checkExclusions(const Value& value, bool counts) {
+    if (!isArrayOfStrings(value) || !counts) {
+      return;
+    }
+    std::unordered_set<std::string_view> seen;
+    std::size_t index = 0;
+    for (const Value* element : document_.children(value)) {
+      const std::string_view patchID = element->string;
+      path_.push_back({{}, index++});
+      if (!seen.insert(patchID).second) {
+        report(FindingKind::repeatedArgument, element->offset,
+               text("patch ", inQuotes(patchID), " is already in the list"));
+      } else {
+        checkID(patchID, element->offset);
+        const auto own = patches_.find(patchID);
+        if (own == patches_.end() ||
+            (own->second->type == ValueType::object && document_.children(*own->second).empty())) {
+          report(FindingKind::exemptWithoutActions, element->offset,
+                 text("patch ", inQuotes(patchID),
+                      " is exempt from the product's actions and has none of its own: nothing is "
+                      "run for it"));
+        }
+      }
+      path_.pop_back();
+    }
+  }
+
+  void checkProduct(const Value& product, bool counts) {
+    if (!isObject(product)) {
+      return;
+    }
+    checkName(product, counts, "a product");
+    for (const auto& [servicePack, packCounts] : membersOf(product, counts)) {
+      path_.push_back({servicePack.name, {}});
+      checkActions(servicePack, packCounts, "a service pack");
+      path_.pop_back();
+    }
+  }
+
+  /// The name of a product, service pack or patch.
+  void checkName(const Value& value, bool counts, std::string_view takenAs) {
+    if (!counts) {
+      return;
+    }
+    checkID(value.name, value.nameOffset);
+    const std::string_view meant = closestWord(value.name, kRootMembers);
+    if (meant.empty()) {
+      return;
+    }
+    const bool isItsPlace = path_.size() == 2 && path_.front().name == kProducts;
+    report(FindingKind::suspiciousName, value.nameOffset,
+           text("is taken as ", takenAs, "; ",
+                meant == kExclusions && isItsPlace
+                    ? text("did you mean ", inQuotes(meant), '?')
+                    : text(inQuotes(meant), " belongs in ",
+                           meant == kExclusions ? inQuotes(kProducts) : "the document itself")));
+  }
+
+  void checkID(std::string_view id, std::size_t offset) {
+    if (id.empty()) {
+      report(FindingKind::suspiciousName, offset, "the ID is empty");
+    } else if (hasBlanksAround(id)) {
+      report(FindingKind::suspiciousName, offset,
+             text("the ID ", inQuotes(id), " has spaces around it, which are significant"));
+    }
+  }
+
+  /// The actions of a service pack or patch.
+  void checkActions(const Value& owner, bool counts, std::string_view takenAs) {
+    if (!isObject(owner)) {
+      return;
+    }
+    checkName(owner, counts, takenAs);
+    std::vector<Known> known;
+    for (const auto& [action, actionCounts] : membersOf(owner, counts)) {
+      path_.push_back({action.name, {}});
+      if (isArrayOfStrings(action) && actionCounts) {
+        checkAction(action, known);
+      }
+      path_.pop_back();
+    }
+    std::ranges::sort(known, {}, [](const Known& each) { return each.row->action; });
+    checkRestarts(known);
+    checkVersions(known);
+  }
+
+  /// A known action and its arguments in the file.
+  struct Known {
+    const KnownActionRow* row;
+    const Value* value;
+  };
+
+  void checkAction(const Value& action, std::vector<Known>& known) {
+    const ActionID actionID(action.name);
+    const KnownAction* const which = std::get_if<KnownAction>(&actionID.value());
+    if (which == nullptr) {
+      const std::string_view meant = meantCode(action.name);
+      report(FindingKind::unknownAction, action.nameOffset,
+             "unknown action code; nothing is run for it and it counts as passed" +
+                 (meant.empty() ? std::string() : text("; did you mean ", inQuotes(meant), '?')));
+      return;
+    }
+    const KnownActionRow& row = rowOf(*which);
+    known.push_back({&row, &action});
+    if (row.doesNothing) {
+      report(FindingKind::actionWithoutEffect, action.nameOffset,
+             text(describe(actionID), " does nothing and counts as passed"));
+    }
+    checkArguments(describe(actionID), row, action);
+  }
+
+  void checkArguments(const std::string& name, const KnownActionRow& row, const Value& list) {
+    const std::vector<const Value*> given = document_.children(list);
+    const std::size_t wanted = row.arguments.size();
+    if (given.size() < wanted) {
+      report(FindingKind::missingArgument, list.offset,
+             text(name, " needs ", argumentNames(row), ": ", kAppliesLater));
+    }
+    std::unordered_set<std::string_view> former;
+    for (std::size_t index = 0; index < given.size(); ++index) {
+      const Value& argument = *given[index];
+      if (index >= wanted && !row.lastRepeats) {
+        const std::size_t more = given.size() - index - 1;
+        reportElement(
+            FindingKind::unreadArgument, argument, index,
+            text(name, " reads ", wanted == 0 ? "no argument" : "only " + argumentNames(row),
+                 ": this one", more == 0 ? "" : text(" and ", more, " more"),
+                 more == 0 ? " is not read" : " are not read"));
+        return;
+      }
+      const bool isRepeatable = row.lastRepeats && index + 1 >= wanted;
+      if (isRepeatable && !former.insert(argument.string).second) {
+        reportElement(FindingKind::repeatedArgument, argument, index,
+                      text(inQuotes(argument.string), " is already in the list"));
+        continue;
+      }
+      const ActionArgument& what = row.arguments[std::min(index, wanted - 1)];
+      if (auto problem = problemWith(what, argument.string)) {
+        reportElement(problem->kind, argument, index, std::move(problem->text));
+      }
+    }
+  }
+
+  /// «the macOS version and the update label»
+  static std::string argumentNames(const KnownActionRow& row) {
+    std::string out;
+    for (const ActionArgument& argument : row.arguments) {
+      out += text(out.empty() ? "the " : " and the ", argument.name);
+    }
+    return out;
+  }
+
+  /// Actions that run after one that restarts the Mac.
+  void checkRestarts(const std::vector<Known>& known) {
+    for (auto action = known.begin(); action != known.end(); ++action) {
+      if (!action->row->restarts) {
+        continue;
+      }
+      path_.push_back({action->value->name, {}});
+      for (auto later = action + 1; later != known.end(); ++later) {
+        if (!later->row->doesNothing) {
+          report(FindingKind::restartBeforeAction, action->value->nameOffset,
+                 text(action->row->name, " restarts the Mac before ", later->row->name, " (",
+                      later->value->name, ") runs"));
+        }
+      }
+      path_.pop_back();
+    }
+  }
+
+  /// Actions of one patch or service pack that name different macOS versions.
+  void checkVersions(const std::vector<Known>& known) {
+    const Known* first = nullptr;
+    const Value* version = nullptr;
+    for (const Known& action : known) {
+      const std::vector<const Value*> given = document_.children(*action.value);
+      const auto& arguments = action.row->arguments;
+      for (std::size_t index = 0; index < std::min(given.size(), arguments.size()); ++index) {
+        if (arguments[index].kind != ArgumentKind::macOSVersion) {
+          continue;
+        }
+        if (version == nullptr) {
+          first = &action;
+          version = given[index];
+        } else if (given[index]->string != version->string) {
+          path_.push_back({action.value->name, {}});
+          reportElement(FindingKind::differentVersions, *given[index], index,
+                        text(inQuotes(given[index]->string), " differs from the version of ",
+                             first->row->name, ", ", inQuotes(version->string)));
+          path_.pop_back();
+        }
+      }
+    }
+  }
+
+  const JSONDocument& document_;
+  std::vector<Finding>& findings_;
+  Path path_;
+  std::unordered_map<std::string_view, const Value*> patches_;  // those that count
+};
+
+}  // namespace
+
+std::string_view name(FindingKind kind) {
+  switch (kind) {
+    case FindingKind::unreadable:
+      return "unreadable";
+    case FindingKind::syntax:
+      return "syntax";
+    case FindingKind::wrongType:
+      return "wrongType";
+    case FindingKind::byteOrderMark:
+      return "byteOrderMark";
+    case FindingKind::noActions:
+      return "noActions";
+    case FindingKind::repeatedName:
+      return "repeatedName";
+    case FindingKind::ignoredMember:
+      return "ignoredMember";
+    case FindingKind::suspiciousName:
+      return "suspiciousName";
+    case FindingKind::unknownAction:
+      return "unknownAction";
+    case FindingKind::actionWithoutEffect:
+      return "actionWithoutEffect";
+    case FindingKind::missingArgument:
+      return "missingArgument";
+    case FindingKind::unusableArgument:
+      return "unusableArgument";
+    case FindingKind::questionableArgument:
+      return "questionableArgument";
+    case FindingKind::unreadArgument:
+      return "unreadArgument";
+    case FindingKind::repeatedArgument:
+      return "repeatedArgument";
+    case FindingKind::exemptWithoutActions:
+      return "exemptWithoutActions";
+    case FindingKind::differentVersions:
+      return "differentVersions";
+    case FindingKind::restartBeforeAction:
+      return "restartBeforeAction";
+  }
+  std::unreachable();
+}
+
+std::vector<Finding> checkActionFile(std::string_view text) {
+  std::vector<Finding> findings;
+  const JSONDocument document(text);
+  const FileCodec::JSONReading& reading = document.reading();
+  if (reading.outcome != FileCodec::JSONOutcome::complete) {
+    return {{.kind = FindingKind::syntax,
+             .offset = reading.offset,
+             .pointer = {},
+             .place = {},
+             .text = LogCore::text("expected ", reading.expected, ", found ", reading.found)}};
+  }
+  FileCheck(document, findings).look();
+  std::ranges::sort(findings, {}, [](const Finding& each) {
+    return std::tie(each.offset, each.kind, each.text);
+  });
+  return findings;
+}
+
+}  // namespace agent_tool

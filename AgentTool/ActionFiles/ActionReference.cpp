@@ -1,0 +1,283 @@
+#include "AgentTool/ActionFiles/ActionReference.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <utility>
+#include <vector>
+
+#include "AgentLibraries/FileCodec/JSONObject.h"
+#include "AgentLibraries/LogCore/Text.h"
+#include "AgentTool/ActionFiles/ArgumentKinds.h"
+#include "AgentTool/Console/PrintableText.h"
+
+namespace agent_tool {
+namespace {
+
+using FileCodec::jsonArray;
+using FileCodec::jsonList;
+using FileCodec::JSONObject;
+using FileCodec::jsonString;
+using LogCore::text;
+using vexlo::ActionAnswer;
+using vexlo::ActionArgument;
+using vexlo::KnownActionRow;
+
+constexpr std::size_t kHelpWidth = 80;
+
+/// Wraps the text at the help's width, indented by `indentation` spaces.
+std::string paragraph(std::string_view words, std::size_t indentation) {
+  std::string out;
+  for (const std::string& line : wrapped(words, kHelpWidth - indentation)) {
+    out.append(indentation, ' ') += line.substr(0, line.find_last_not_of(' ') + 1) + '\n';
+  }
+  return out;
+}
+
+/// Such as `["14.5", "macOS Sonoma 14.5-23F79"]`.
+std::string exampleArguments(const KnownActionRow& action) {
+  std::string out;
+  for (const ActionArgument& argument : action.arguments) {
+    out += (out.empty() ? "" : ", ") + jsonString(argument.example);
+  }
+  return '[' + out + ']';
+}
+
+/// «none», «minimum free space», «bundle identifier, …»
+std::string argumentNames(const KnownActionRow& action) {
+  std::string out;
+  for (const ActionArgument& argument : action.arguments) {
+    out += (out.empty() ? "" : ", ") + std::string(argument.name);
+  }
+  return out.empty() ? "none" : out + (action.lastRepeats ? ", …" : "");
+}
+
+/// The addition to the last argument's meaning.
+std::string_view repetition(const KnownActionRow& action) {
+  return action.lastRepeats ? "; may be followed by more" : "";
+}
+
+std::string asMarkdown(const KnownActionRow& action) {
+  std::string out = text("### ", action.code, " `", action.name, "`\n\n", action.summary, "\n\n");
+  out += text("```json\n", jsonString(action.code), ": ", exampleArguments(action), "\n```\n\n");
+  if (!action.arguments.empty()) {
+    out += "| argument | meaning |\n| --- | --- |\n";
+    for (const ActionArgument& argument : action.arguments) {
+      out += text("| ", argument.name, " | ", argument.meaning, repetition(action), " |\n");
+    }
+    out += '\n';
+  }
+  out += "| result | when |\n| --- | --- |\n";
+  for (const ActionAnswer& answer : action.answers) {
+    out += text("| `", answer.result, "` | ", answer.when, " |\n");
+  }
+  return out;
+}
+
+std::string schemaOfArgument(const ActionArgument& argument) {
+  return JSONObject()
+      .addString("title", argument.name)
+      .addString("description", argument.meaning)
+      .addString("type", "string")
+      .addString("pattern", patternOf(argument))
+      .addJSON("examples", jsonList(std::vector{argument.example}))
+      .done();
+}
+
+std::string schemaOfAction(const KnownActionRow& action) {
+  std::string description(action.summary);
+  for (const ActionArgument& argument : action.arguments) {
+    description += text("\n• ", argument.name, ": ", argument.meaning, repetition(action));
+  }
+  JSONObject schema;
+  schema.addString("title", text(action.code, ' ', action.name))
+      .addString("description", description)
+      .addJSON("examples", '[' + exampleArguments(action) + ']');
+  if (action.doesNothing) {
+    schema.addJSON("deprecated", "true");
+  }
+  schema.addString("type", "array");
+  if (action.arguments.empty()) {
+    return schema.addJSON("maxItems", "0").done();
+  }
+  std::vector<std::string> items;
+  std::ranges::transform(action.arguments, std::back_inserter(items), schemaOfArgument);
+  if (action.lastRepeats) {
+    schema.addJSON("items", items.back()).addJSON("uniqueItems", "true");
+    items.pop_back();
+  }
+  if (!items.empty()) {
+    schema.addJSON("prefixItems", jsonArray(items));
+  }
+  schema.addJSON("minItems", std::to_string(action.arguments.size()));
+  if (!action.lastRepeats) {
+    schema.addJSON("maxItems", std::to_string(action.arguments.size()));
+  }
+  return schema.done();
+}
+
+/// The tokens of a compact JSON text.
+std::vector<std::string_view> tokensOf(std::string_view json) {
+  constexpr std::string_view kMarks = "{}[],:";
+  std::vector<std::string_view> tokens;
+  while (!json.empty()) {
+    std::size_t length = 1;
+    if (json.front() == '"') {
+      while (json[length] != '"') {
+        length += json[length] == '\\' ? 2 : 1;
+      }
+      ++length;
+    } else if (!kMarks.contains(json.front())) {
+      length = json.find_first_of(kMarks);
+    }
+    tokens.push_back(json.substr(0, length));
+    json.remove_prefix(length);
+  }
+  return tokens;
+}
+
+/// Indents a compact JSON text. Containers without nested ones stay on one line.
+std::string indented(std::string_view json) {
+  constexpr auto opens = [](std::string_view token) { return token == "{" || token == "["; };
+  constexpr auto closes = [](std::string_view token) { return token == "}" || token == "]"; };
+  const std::vector<std::string_view> tokens = tokensOf(json);
+  std::string out;
+  std::size_t depth = 0;
+  bool inOneLine = false;
+  const auto breakLine = [&] { (out += '\n').append(2 * depth, ' '); };
+  for (auto token = tokens.begin(); token != tokens.end(); ++token) {
+    if (closes(*token)) {
+      if (!std::exchange(inOneLine, false)) {
+        --depth;
+        breakLine();
+      }
+    }
+    out += *token;
+    if (opens(*token)) {
+      inOneLine = closes(*std::find_if(token + 1, tokens.end(), [&](std::string_view next) {
+        return opens(next) || closes(next);
+      }));
+      if (!inOneLine) {
+        ++depth;
+        breakLine();
+      }
+    } else if (*token == ",") {
+      inOneLine ? void(out += ' ') : breakLine();
+    } else if (*token == ":") {
+      out += ' ';
+    }
+  }
+  return out + '\n';
+}
+
+}  // namespace
+
+std::string listOfActions() {
+  std::string out = "The actions of action files, in running order:\n";
+  for (const KnownActionRow& action : vexlo::kKnownActions) {
+    out += text("\n  ", action.code, "  ", action.name, '\n') + paragraph(action.summary, 8);
+    if (!action.arguments.empty()) {
+      out += paragraph("Arguments: " + argumentNames(action), 8);
+    }
+  }
+  return out + "\nTry 'vexlo-patch help actions CODE' (or NAME) for details.\n";
+}
+
+std::string explanationOf(vexlo::KnownAction known) {
+  const KnownActionRow& action = rowOf(known);
+  std::string out = text(action.code, ' ', action.name, "\n\n") + paragraph(action.summary, 0);
+  if (!action.arguments.empty()) {
+    out += "\nArguments, all required:\n";
+    for (const ActionArgument& argument : action.arguments) {
+      out += paragraph(text(argument.name, ": ", argument.meaning, repetition(action)), 2);
+    }
+  }
+  out += text("\nIn an action file:\n  ", jsonString(action.code), ": ", exampleArguments(action),
+              "\n\nResults:\n");
+  for (const ActionAnswer& answer : action.answers) {
+    out += text("  ", answer.result, '\n') + paragraph(answer.when, 6);
+  }
+  return out;
+}
+
+std::string actionsAsMarkdown() {
+  std::string out = "| code | action | arguments |\n| --- | --- | --- |\n";
+  for (const KnownActionRow& action : vexlo::kKnownActions) {
+    out += text("| ", action.code, " | `", action.name, "` | ", argumentNames(action), " |\n");
+  }
+  for (const KnownActionRow& action : vexlo::kKnownActions) {
+    out += '\n' + asMarkdown(action);
+  }
+  return out;
+}
+
+std::string actionFileSchema() {
+  const std::string anyArguments = R"({"type":"array","items":{"type":"string"}})";
+  JSONObject known;
+  for (const KnownActionRow& action : vexlo::kKnownActions) {
+    known.addJSON(action.code, schemaOfAction(action));
+  }
+  const std::string actions =
+      JSONObject()
+          .addString("title", "Actions")
+          .addString("description",
+                     "Action codes with their arguments. Actions run in the order of their codes; "
+                     "an unknown code is skipped and counts as passed.")
+          .addString("type", "object")
+          .addJSON("properties", known.done())
+          .addJSON("additionalProperties", anyArguments)
+          .done();
+  const auto mapOf = [](std::string_view title, std::string_view description,
+                        std::string_view schema) {
+    return JSONObject()
+        .addString("title", title)
+        .addString("description", description)
+        .addString("type", "object")
+        .addJSON("additionalProperties", schema)
+        .done();
+  };
+  const std::string actionsReference = R"({"$ref":"#/$defs/actions"})";
+  const std::string exempt =
+      JSONObject()
+          .addString("title", "Exempt patches")
+          .addString("description", "IDs of the patches to which only their own actions apply.")
+          .addString("type", "array")
+          .addJSON("items", R"({"type":"string"})")
+          .addJSON("uniqueItems", "true")
+          .done();
+  const std::string products =
+      JSONObject()
+          .addString("title", "Actions of products")
+          .addString("description",
+                     "Product IDs, each with service pack IDs, each with the actions that apply to "
+                     "all its patches.")
+          .addJSON("type", R"(["object","null"])")
+          .addJSON("properties", JSONObject().addJSON("ExclusionPatchIDs", exempt).done())
+          .addJSON("additionalProperties",
+                   mapOf("Product", "Service pack IDs with their actions.", actionsReference))
+          .done();
+  const std::string patches =
+      JSONObject()
+          .addString("title", "Actions of patches")
+          .addString("description",
+                     "Patch IDs, each with its own actions. They are added to the actions of the "
+                     "patch's product and service pack; for an action in both, the arguments given "
+                     "here apply.")
+          .addJSON("type", R"(["object","null"])")
+          .addJSON("additionalProperties", actionsReference)
+          .done();
+  return indented(JSONObject()
+                      .addString("$schema", "https://json-schema.org/draft/2020-12/schema")
+                      .addString("title", "Patch action file")
+                      .addString("description",
+                                 "The actions that the agent runs for each patch "
+                                 "(mac-patch-actions.json).")
+                      .addString("type", "object")
+                      .addJSON("properties", JSONObject()
+                                                 .addJSON("ProductServicePackActions", products)
+                                                 .addJSON("PatchActions", patches)
+                                                 .done())
+                      .addJSON("$defs", JSONObject().addJSON("actions", actions).done())
+                      .done());
+}
+
+}  // namespace agent_tool

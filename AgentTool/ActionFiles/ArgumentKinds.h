@@ -1,0 +1,27 @@
+// The formats of arguments.
+#pragma once
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "AgentTool/ActionFiles/Finding.h"
+#include "VexloPatchDeployment/Common/KnownActions.h"
+
+namespace agent_tool {
+
+/// A regular expression for the JSON Schema. `problemWith` reports whatever it rejects.
+[[nodiscard]] std::string patternOf(const vexlo::ActionArgument& argument);
+
+struct ArgumentProblem {
+  FindingKind kind;
+  std::string text;
+};
+/// What is wrong with a value given for an argument; absent if it is fine.
+[[nodiscard]] std::optional<ArgumentProblem> problemWith(const vexlo::ActionArgument& argument,
+                                                         std::string_view value);
+
+/// The consequence of a missing or unusable argument.
+inline constexpr std::string_view kAppliesLater =
+    "the action answers applyLater(inSufficientArguments) wherever it applies";
+
+}  // namespace agent_tool

@@ -1,0 +1,65 @@
+#include "AgentTool/ActionFiles/SourceExcerpt.h"
+
+#include <algorithm>
+
+#include "AgentTool/Console/PrintableText.h"
+
+namespace agent_tool {
+namespace {
+
+constexpr std::size_t kMostWidth = 200;
+constexpr std::string_view kIndentation = "  ";
+
+/// Moves back to the start of the character at `offset`.
+std::size_t characterAt(std::string_view text, std::size_t offset) {
+  while (offset > 0 && offset < text.size() &&
+         (static_cast<unsigned char>(text[offset]) & 0xC0) == 0x80) {
+    --offset;
+  }
+  return offset;
+}
+
+std::string shown(std::string_view text) {
+  std::string spaced(text);
+  std::ranges::replace(spaced, '\t', ' ');
+  return printable(spaced);
+}
+
+}  // namespace
+
+LineAndColumn LineCounter::at(std::size_t offset) {
+  offset = std::min(offset, text_.size());
+  for (; at_ < offset; ++at_) {
+    if (text_[at_] == '\n') {
+      ++line_;
+      lineStart_ = at_ + 1;
+    }
+  }
+  return {.line = line_, .column = offset - lineStart_ + 1};
+}
+
+std::string sourceExcerpt(std::string_view text, std::size_t offset, std::size_t length,
+                          std::size_t width) {
+  offset = std::min(offset, text.size());
+  const std::size_t room = std::clamp<std::size_t>(width, 20, kMostWidth) - kIndentation.size() - 1;
+  const std::size_t lineStart = text.substr(0, offset).rfind('\n') + 1;
+  std::string_view line = text.substr(lineStart, text.find_first_of("\r\n", offset) - lineStart);
+  std::size_t column = offset - lineStart;
+  // For a long line, the part around the position.
+  if (column > room / 2) {
+    const std::size_t cut = characterAt(line, column - room / 2);
+    line.remove_prefix(cut);
+    column -= cut;
+  }
+  line = line.substr(0, characterAt(line, std::min(line.size(), room)));
+  const std::string_view marked = line.substr(std::min(column, line.size()));
+  const std::string before = shown(line.substr(0, column));
+  const std::string token = shown(marked.substr(0, length));
+  std::string out = std::string(kIndentation) + before + shown(marked) + '\n';
+  out += kIndentation;
+  out.append(displayWidth(before), ' ') += '^';
+  out.append(std::max<std::size_t>(displayWidth(token), 1) - 1, '~');
+  return out + '\n';
+}
+
+}  // namespace agent_tool

@@ -1,0 +1,64 @@
+// Acts as the agent: settings, log, notifications, run loop.
+#pragma once
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <utility>
+
+#include "AgentLibraries/LogCore/Logger.h"
+#include "AgentTool/Commands/CommandLine.h"
+#include "AgentTool/Console/Console.h"
+#include "Platform/Descriptor.h"
+#include "Platform/RunLoop.h"
+
+namespace agent_tool {
+
+/// A setting of the agent is unusable.
+class AgentSettingsError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+/// Sets up the process as an agent would and undoes that in the destructor. One at a time, on the
+/// main thread.
+class AgentSession {
+ public:
+  /// Throws `AgentSettingsError` if the log file can't be opened. `console` must outlive the
+  /// session.
+  AgentSession(const AgentSettings& settings, Console& console);
+  /// Reports on stderr if log lines couldn't be written to the file.
+  ~AgentSession();
+  AgentSession(const AgentSession&) = delete;
+  AgentSession& operator=(const AgentSession&) = delete;
+
+  /// Redirects log lines to another sink for its lifetime.
+  class OtherSink {
+   public:
+    explicit OtherSink(std::shared_ptr<LogCore::LogSink> sink)
+        : former_(LogCore::setLogSink(std::move(sink))) {}
+    ~OtherSink() { LogCore::setLogSink(std::move(former_)); }
+    OtherSink(const OtherSink&) = delete;
+    OtherSink& operator=(const OtherSink&) = delete;
+
+   private:
+    std::shared_ptr<LogCore::LogSink> former_;
+  };
+  /// Where log lines go; never null.
+  [[nodiscard]] const std::shared_ptr<LogCore::LogSink>& sink() const { return sink_; }
+  /// Drops log lines that would repeat the tool's own messages on stderr; a log file still gets
+  /// them.
+  [[nodiscard]] OtherSink withoutLinesOnConsole() const;
+  /// Drops all lines.
+  [[nodiscard]] static OtherSink withoutLines();
+
+ private:
+  Console& console_;
+  std::string logFilePath_;
+  platform::Descriptor logFile_;
+  std::shared_ptr<LogCore::DescriptorSink> fileSink_;
+  std::shared_ptr<LogCore::LogSink> sink_;
+  /// Without a source, this thread's run loop would not wait for the prompt.
+  std::shared_ptr<platform::RunLoop::Source> runLoopSource_;
+};
+
+}  // namespace agent_tool

@@ -1,0 +1,221 @@
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+#include "AgentLibraries/FileCodec/DecodingError.h"
+#include "AgentLibraries/FileCodec/JSONManager.h"
+#include "AgentLibraries/FileCodec/JSONObject.h"
+#include "AgentLibraries/FileCodec/JSONReader.h"
+#include "AgentLibraries/LogCore/Text.h"
+#include "AgentTool/ActionFiles/ActionFileCheck.h"
+#include "AgentTool/ActionFiles/JSONDocument.h"
+#include "AgentTool/ActionFiles/SourceExcerpt.h"
+#include "AgentTool/Commands/Commands.h"
+#include "AgentTool/Console/PrintableText.h"
+#include "VexloPatchDeployment/PatchActions/Helpers/PatchActionGroup.h"
+
+namespace agent_tool {
+namespace {
+
+using FileCodec::DecodingError;
+using FileCodec::jsonArray;
+using FileCodec::JSONObject;
+using FileCodec::jsonOptional;
+using LogCore::text;
+using vexlo::PatchActionGroup;
+
+constexpr std::string_view kStandardInput = "-";
+constexpr std::size_t kMaximumBytes = std::size_t{1} << 30;
+
+/// All of standard input. Throws `DecodingError`.
+std::string readStandardInput() {
+  std::string bytes;
+  std::array<char, 65'536> piece{};
+  while (true) {
+    const ssize_t count = ::read(STDIN_FILENO, piece.data(), piece.size());
+    if (count == 0) {
+      return bytes;
+    }
+    if (count > 0) {
+      bytes.append(piece.data(), static_cast<std::size_t>(count));
+    } else if (errno != EINTR) {
+      throw DecodingError("<stdin>", {}, {}, std::generic_category().message(errno));
+    }
+    if (bytes.size() > kMaximumBytes) {
+      throw DecodingError("<stdin>", {}, {}, "larger than 1 GiB");
+    }
+  }
+}
+
+/// The result of checking one file.
+struct Checked {
+  std::string file;  ///< As given.
+  std::string name;  ///< For people.
+  std::string text;  ///< Without a byte order mark.
+  std::vector<Finding> findings;
+  std::optional<std::string> error;  ///< Why the agent can't use the file, on one line.
+  std::string contents;              ///< «2 products, 3 patches with actions, 1 exempt patch»
+
+  [[nodiscard]] std::size_t errorCount() const {
+    return static_cast<std::size_t>(
+        std::ranges::count_if(findings, [](const Finding& each) { return isError(each.kind); }));
+  }
+  [[nodiscard]] std::size_t oddityCount() const { return findings.size() - errorCount(); }
+};
+
+std::string counted(std::size_t count, std::string_view one, std::string_view many) {
+  return text(count, ' ', count == 1 ? one : many);
+}
+
+std::string contentsOf(const PatchActionGroup& group) {
+  const auto productActions = group.productServicePackActions();
+  const auto patchActions = group.patchActions();
+  const std::size_t products = productActions ? productActions->products().size() : 0;
+  const std::size_t exempt = productActions ? productActions->exclusionPatchIDs().size() : 0;
+  const std::size_t patches = patchActions ? patchActions->patches().size() : 0;
+  return text(counted(products, "product", "products"), ", ", counted(patches, "patch", "patches"),
+              " with actions, ", counted(exempt, "exempt patch", "exempt patches"));
+}
+
+Checked checkFile(const std::string& file) {
+  const bool isInput = file == kStandardInput;
+  Checked checked{.file = file,
+                  .name = isInput ? "<stdin>" : file,
+                  .text = {},
+                  .findings = {},
+                  .error = {},
+                  .contents = {}};
+  const auto fail = [&](FindingKind kind, const DecodingError& error) {
+    checked.error = error.what();
+    if (checked.errorCount() == 0) {
+      checked.findings.push_back(
+          {.kind = kind, .offset = 0, .pointer = {}, .place = {}, .text = error.found()});
+    }
+  };
+  try {
+    checked.text = isInput ? readStandardInput() : FileCodec::readTextFile(file);
+  } catch (const DecodingError& error) {
+    fail(FindingKind::unreadable, error);
+    return checked;
+  }
+  const bool hasMark = checked.text.starts_with(FileCodec::kByteOrderMark);
+  if (hasMark) {
+    checked.text.erase(0, FileCodec::kByteOrderMark.size());
+  }
+  checked.findings = checkActionFile(checked.text);
+  if (hasMark) {
+    checked.findings.insert(
+        checked.findings.begin(),
+        {.kind = FindingKind::byteOrderMark,
+         .offset = 0,
+         .pointer = {},
+         .place = {},
+         .text = "the file begins with a byte order mark, which some parsers reject"});
+  }
+  try {
+    // The agent's own reader decides.
+    checked.contents = contentsOf(PatchActionGroup::decode(checked.text, checked.name));
+  } catch (const DecodingError& error) {
+    fail(FindingKind::wrongType, error);
+  }
+  return checked;
+}
+
+std::string findingJSON(const Finding& finding, LineCounter& lines) {
+  const bool hasPlace = finding.kind != FindingKind::unreadable;
+  const LineAndColumn position = lines.at(finding.offset);
+  return JSONObject()
+      .addString("kind", name(finding.kind))
+      .addJSON("line", hasPlace ? std::to_string(position.line) : "null")
+      .addJSON("column", hasPlace ? std::to_string(position.column) : "null")
+      .addJSON("pointer", jsonOptional(finding.pointer))
+      .addString("place", finding.place)
+      .addString("text", finding.text)
+      .done();
+}
+
+std::string checkedJSON(const Checked& checked) {
+  LineCounter lines(checked.text);
+  std::vector<std::string> errors;
+  std::vector<std::string> oddities;
+  for (const Finding& finding : checked.findings) {
+    (isError(finding.kind) ? errors : oddities).push_back(findingJSON(finding, lines));
+  }
+  return JSONObject()
+             .addString("file", checked.file)
+             .addJSON("usable", checked.error ? "false" : "true")
+             .addJSON("errors", jsonArray(errors))
+             .addJSON("oddities", jsonArray(oddities))
+             .done() +
+         '\n';
+}
+
+/// One line per finding, «FILE:LINE:COLUMN: error: place: text», with the source on a terminal.
+std::string asReport(const Checked& checked, const Console& console) {
+  std::string out;
+  LineCounter lines(checked.text);
+  for (const Finding& finding : checked.findings) {
+    if (finding.kind == FindingKind::unreadable) {
+      continue;  // reported on stderr
+    }
+    const LineAndColumn position = lines.at(finding.offset);
+    const bool isWrong = isError(finding.kind);
+    out += console.styled(
+        text(printable(checked.name), ':', position.line, ':', position.column, ':'), Style::bold);
+    out += ' ' +
+           console.styled(isWrong ? "error:" : "warning:", isWrong ? Style::bad : Style::waiting);
+    out += ' ' + (finding.place.empty() ? "" : printable(finding.place) + ": ") +
+           printable(finding.text) + '\n';
+    if (console.isTerminal()) {
+      out += sourceExcerpt(checked.text, finding.offset, tokenLength(checked.text, finding.offset),
+                           console.width());
+    }
+  }
+  return out;
+}
+
+/// «file can be used (2 products, …); nothing looks odd.»
+std::string verdict(const Checked& checked, const Console& console) {
+  const std::size_t oddities = checked.oddityCount();
+  const std::string looks =
+      oddities == 0 ? "nothing looks odd" : counted(oddities, "thing looks odd", "things look odd");
+  return text(printable(checked.name), " can be used (", checked.contents, "); ",
+              console.styled(looks, oddities == 0 ? Style::good : Style::waiting), ".\n");
+}
+
+}  // namespace
+
+ExitStatus check(const CheckRequest& request, Console& console) {
+  ExitStatus status = ExitStatus::success;
+  for (const std::string& file : request.files) {
+    const Checked checked = checkFile(file);
+    console.write(request.json ? checkedJSON(checked) : asReport(checked, console));
+    if (checked.error) {
+      const std::size_t more = checked.errorCount() - 1;
+      console.complain(
+          printable(*checked.error) +
+          (more == 0 ? "" : text("; and ", counted(more, "more error", "more errors"))));
+      status = ExitStatus::unusableFile;
+      continue;
+    }
+    if (!request.json) {
+      console.write(verdict(checked, console));
+    }
+    if (request.strict && checked.oddityCount() > 0 && status == ExitStatus::success) {
+      status = ExitStatus::failure;
+    }
+  }
+  return status;
+}
+
+}  // namespace agent_tool

@@ -1,0 +1,556 @@
+#include "AgentTool/Commands/CommandLine.h"
+
+#include <CLI/CLI.hpp>
+#include <cstddef>
+#include <filesystem>
+#include <iterator>
+#include <span>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+#include "AgentTool/ActionFiles/ActionReference.h"
+#include "AgentTool/Commands/BuildVersion.h"
+#include "AgentTool/Console/PrintableText.h"
+
+namespace agent_tool {
+namespace {
+
+constexpr const char* kProgram = "vexlo-patch";
+constexpr const char* kAgentRootVariable = "VEXLO_AGENT_ROOT";
+
+std::string versionText() {
+  return "VexloPatchDeployment " + std::string(kFullVersion) + " (commit " + std::string(kCommit) +
+         ")";
+}
+
+/// The options as given on the command line.
+struct Written {
+  std::string patchID;
+  std::string productID;
+  std::string servicePackID;
+  std::vector<std::string> actionCodes;
+  std::vector<std::string> applications;
+  std::optional<std::string> factsFile;
+  bool allApplications = false;
+  bool asksApple = false;
+  bool asksAgent = false;
+  bool keepGoing = false;
+  bool explain = false;
+  bool strict = false;
+  bool json = false;
+  std::vector<std::string> files;
+  std::optional<std::string> agentRoot;
+  std::optional<std::string> baseDirectory;
+  std::optional<std::string> dataDirectory;
+  std::optional<std::string> logDirectory;
+  std::string machine = "auto";
+  std::optional<std::string> logLevel;
+  std::optional<std::string> logFile;
+  std::string actionFile;
+  std::vector<std::string> factsFiles;
+  std::optional<std::string> compareWith;
+  std::optional<std::string> summaryFile;
+  std::vector<std::string> summariesToMerge;
+  bool summaryOnly = false;
+  std::string helpTopic;
+  std::string helpAction;
+  std::string helpForm = "text";
+};
+
+void addPatch(CLI::App& command, Written& written, bool isRequired = true) {
+  const auto add = [&](const char* name, std::string& value, const char* what) {
+    command.add_option(name, value, what)->required(isRequired)->type_name("ID")->group("Patch");
+  };
+  add("--patch", written.patchID, "the patch");
+  add("--product", written.productID, "its product");
+  add("--service-pack", written.servicePackID, "the product's service pack");
+}
+
+/// Adds an option of the agent's settings.
+template <typename Value>
+CLI::Option* addSetting(CLI::App& command, const char* name, Value& value, const char* type,
+                        const char* what) {
+  return command.add_option(name, value, what)->type_name(type)->group("Agent");
+}
+
+void addBase(CLI::App& command, Written& written, const char* whatRootIs) {
+  addSetting(command, "--agent-root", written.agentRoot, "DIR", whatRootIs)
+      ->envname(kAgentRootVariable);
+  addSetting(command, "--base-dir", written.baseDirectory, "DIR", "the agent's base directory");
+}
+
+void addLog(CLI::App& command, Written& written, const char* whichLevel) {
+  addSetting(command, "--log-level", written.logLevel, "debug|info|error|none", whichLevel)
+      ->check(CLI::IsMember({"debug", "info", "error", "none"}).description(""));
+  addSetting(command, "--log-file", written.logFile, "FILE",
+             "append log lines to FILE instead of standard error");
+}
+
+/// Adds all settings, for commands that read the machine's state.
+void addAgent(CLI::App& command, Written& written, const char* whichLevel) {
+  addBase(command, written, "base = DIR, data = DIR/data, logs = DIR/logs");
+  addSetting(command, "--data-dir", written.dataDirectory, "DIR", "the agent's data directory");
+  addSetting(command, "--log-dir", written.logDirectory, "DIR", "the agent's log directory");
+  addSetting(command, "--machine", written.machine, "auto|apple-silicon|intel",
+             "the processor type (auto: detect it)")
+      ->check(CLI::IsMember({"auto", "apple-silicon", "intel"}).description(""));
+  addLog(command, written, whichLevel);
+}
+
+void addStrict(CLI::App& command, Written& written) {
+  command.add_flag("--strict", written.strict,
+                   "treat a patch, product or service pack that is not in the file as bad usage");
+}
+
+void addJSON(CLI::App& command, Written& written, const char* what) {
+  command.add_flag("--json", written.json, what);
+}
+
+void setFooter(CLI::App& command, const char* exitStatus) {
+  command.footer("\nExit status:\n" + std::string(exitStatus));
+}
+
+void addWhatIf(CLI::App& app, Written& written) {
+  CLI::App& whatIf = *app.add_subcommand(
+      "what-if", "Predicts a patch's result on each machine of a fleet, one line per machine.");
+  whatIf.add_option("ACTIONS", written.actionFile, "the action file")->type_name("");
+  whatIf
+      .add_option("FACTS", written.factsFiles,
+                  "files with a line of 'facts --json' per machine (default: -, standard input)")
+      ->type_name("");
+  addPatch(whatIf, written, false);
+  addStrict(whatIf, written);
+  whatIf
+      .add_option("--compare", written.compareWith,
+                  "show only machines whose result differs with this action file")
+      ->type_name("ACTIONS");
+  CLI::Option& summary =
+      *whatIf.add_flag("--summary", written.summaryOnly, "print only the summary, as a table");
+  CLI::Option& summaryFile =
+      *whatIf.add_option("--summary-file", written.summaryFile,
+                         "write the summary to FILE as JSON, instead of a table to standard error");
+  summaryFile.type_name("FILE");
+  CLI::Option& merge = *whatIf.add_option(
+      "--merge", written.summariesToMerge,
+      "merge summaries, one per line, and print the result (- for standard input)");
+  merge.type_name("SUMMARY")->expected(1, -1);
+  whatIf.add_flag("--json", written.json,
+                  "with --summary or --merge: print one JSON object on one line");
+  for (const char* other : {"ACTIONS", "FACTS", "--patch", "--product", "--service-pack",
+                            "--strict", "--compare", "--summary-file"}) {
+    merge.excludes(whatIf.get_option(other));
+  }
+  merge.excludes(&summary);
+  setFooter(whatIf,
+            "  0   every line was evaluated\n"
+            "  1   a file of facts can't be read\n"
+            "  2   invalid lines were skipped and reported on standard error\n"
+            "  64  bad usage\n"
+            "  65  an action file or a summary can't be used");
+}
+
+void addCommands(CLI::App& app, Written& written) {
+  CLI::App& plan = *app.add_subcommand(
+      "plan", "Shows the applicable actions in order, and where each comes from.");
+  addPatch(plan, written);
+  addStrict(plan, written);
+  addJSON(plan, written, "print one JSON object instead of a table");
+  addBase(plan, written, "base = DIR");
+  addLog(plan, written, "the lowest level to log (default: error)");
+  setFooter(plan,
+            "  0   the plan was printed\n"
+            "  64  bad usage\n"
+            "  65  the action file can't be used");
+
+  CLI::App& evaluate =
+      *app.add_subcommand("evaluate", "Predicts each action's result without changing anything.");
+  addPatch(evaluate, written);
+  CLI::Option& factsFile = *evaluate.add_option(
+      "--facts", written.factsFile,
+      "evaluate the machine that printed this line of 'facts --json' (- for standard input)");
+  factsFile.type_name("FILE");
+  evaluate
+      .add_flag("--ask-apple", written.asksApple,
+                "ask Apple's servers about deferrals (softwareupdate --list, mdmclient)")
+      ->excludes(&factsFile);
+  evaluate
+      .add_flag("--ask-agent", written.asksAgent,
+                "ask the agent's service whether credentials are stored")
+      ->excludes(&factsFile);
+  addStrict(evaluate, written);
+  addJSON(evaluate, written, "print one JSON object instead of a table");
+  addAgent(evaluate, written, "the lowest level to log (default: none)");
+  evaluate.get_option("--machine")->excludes(&factsFile);
+  setFooter(evaluate,
+            "  0   no action would stop the patch\n"
+            "  75  an action would return applyLater or depends on something that was not asked\n"
+            "  1   an action would fail\n"
+            "  64  bad usage\n"
+            "  65  the action file or the facts can't be used");
+
+  CLI::App& run = *app.add_subcommand("run", "Runs the actions in order, as the agent would.");
+  addPatch(run, written);
+  run.add_option("--action", written.actionCodes,
+                 "run only this action; may be repeated. An action that doesn't apply passes")
+      ->type_name("CODE|NAME")
+      ->expected(1)
+      ->allow_extra_args(false)
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+      // An empty variable in a script must not count as success.
+      ->check(
+          [](const std::string& code) { return code.empty() ? "a code or name is needed" : ""; });
+  run.add_flag("--keep-going", written.keepGoing, "continue after an action that doesn't succeed");
+  run.add_flag("--explain", written.explain, "show the log lines of actions that don't succeed");
+  addStrict(run, written);
+  addJSON(run, written, "print one JSON object per line, as each action ends");
+  addAgent(run, written, "the lowest level to log (default: info)");
+  setFooter(run,
+            "  0   all actions passed\n"
+            "  75  an action has to be applied later\n"
+            "  1   an action failed\n"
+            "  64  bad usage\n"
+            "  65  the action file can't be used");
+
+  CLI::App& check = *app.add_subcommand(
+      "check", "Checks action files for errors and oddities and shows where they are.");
+  check.add_option("FILE", written.files, "the action files (- for standard input)")
+      ->required()
+      ->type_name("");
+  check.add_flag("--strict", written.strict, "exit with 1 if something looks odd");
+  addJSON(check, written, "print one JSON object per file, each on one line, instead of text");
+  setFooter(check,
+            "  0   the files can be used; oddities are warnings\n"
+            "  1   with --strict: something looks odd\n"
+            "  64  bad usage\n"
+            "  65  a file can't be used");
+
+  CLI::App& facts =
+      *app.add_subcommand("facts", "Shows what the library sees on this machine; changes nothing.");
+  facts
+      .add_option("--application", written.applications,
+                  "show the running instances of this application; may be repeated")
+      ->type_name("BUNDLE-ID")
+      ->expected(1)
+      ->allow_extra_args(false)
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+      ->check(
+          [](const std::string& id) { return id.empty() ? "a bundle identifier is needed" : ""; });
+  facts.add_flag("--all-applications", written.allApplications,
+                 "show all running applications that have a bundle identifier");
+  facts.add_flag("--ask-apple", written.asksApple,
+                 "ask Apple's servers about updates (softwareupdate --list, mdmclient)");
+  addJSON(facts, written, "print one JSON object on one line instead of a table");
+  addAgent(facts, written, "the lowest level to log (default: none)");
+  setFooter(facts,
+            "  0   the facts were printed; unreadable ones are absent, with the reason\n"
+            "  64  bad usage");
+
+  addWhatIf(app, written);
+
+  CLI::App& help = *app.add_subcommand("help", "Explains a command or the actions.");
+  help.add_option("COMMAND", written.helpTopic, "a command, or 'actions'")->type_name("");
+  help.add_option("ACTION", written.helpAction, "after 'actions': the code or name of one")
+      ->type_name("");
+  help.add_option("--as", written.helpForm,
+                  "with 'actions': print text, Markdown, or the JSON Schema of the action file")
+      ->type_name("text|markdown|schema")
+      ->check(CLI::IsMember({"text", "markdown", "schema"}).description(""));
+}
+
+constexpr const char* kDescription =
+    "Plans, runs and checks the actions of a patch, as the agent would.";
+
+void define(CLI::App& app, Written& written) {
+  app.set_help_flag("-h,--help", "show this help");
+  app.set_version_flag("--version", versionText(), "show the library's version and commit");
+  app.require_subcommand(1);
+  app.get_formatter()->label("SUBCOMMAND", "COMMAND");
+  app.get_formatter()->label("REQUIRED", "(required)");
+  app.get_formatter()->label("Excludes", "(not with)");
+  addCommands(app, written);
+  for (CLI::App* const command : app.get_subcommands({})) {
+    command->group("Commands");  // the heading in the help
+  }
+}
+
+/// The help for the program or one command, without the formatter's double blank lines.
+NoRequest helpOn(const CLI::App& app) {
+  const std::string name =
+      app.get_parent() == nullptr ? kProgram : std::string(kProgram) + " " + app.get_name();
+  std::string help = app.get_formatter()->make_help(&app, name, CLI::AppFormatMode::Normal);
+  for (std::size_t at = 0; (at = help.find("\n\n\n", at)) != std::string::npos;) {
+    help.erase(at, 1);
+  }
+  help.resize(help.find_last_not_of('\n') + 1);
+  help += '\n';
+  return {ExitStatus::success, std::move(help)};
+}
+
+NoRequest badUsage(std::string_view text, const CLI::App& command) {
+  const bool isWhole = command.get_parent() == nullptr;
+  return {ExitStatus::badUsage, printable(text) + "\nTry '" + kProgram + " help" +
+                                    (isWhole ? "" : " " + command.get_name()) + "'."};
+}
+
+NoRequest noSuchCommand(const std::vector<std::string>& words, const CLI::App& app) {
+  return badUsage(words.empty()
+                      ? "a command is needed: plan, evaluate, run, check, facts, what-if or help"
+                      : "no such command: " + words.front(),
+                  app);
+}
+
+/// The answer to `help actions`.
+NoRequest helpOnActions(const Written& written) {
+  if (written.helpForm != "text") {
+    return {ExitStatus::success,
+            written.helpForm == "schema" ? actionFileSchema() : actionsAsMarkdown()};
+  }
+  if (written.helpAction.empty()) {
+    return {ExitStatus::success, listOfActions()};
+  }
+  const vexlo::KnownActionRow* const row = vexlo::findKnownAction(written.helpAction);
+  return row != nullptr
+             ? NoRequest{ExitStatus::success, explanationOf(row->action)}
+             : NoRequest{ExitStatus::badUsage, printable("no such action: " + written.helpAction) +
+                                                   "\nTry 'vexlo-patch help actions'."};
+}
+
+/// The command on the command line; the program itself if there is none.
+const CLI::App& chosenCommand(const CLI::App& app) {
+  const auto chosen = app.get_subcommands();
+  return chosen.empty() ? app : *chosen.front();
+}
+
+/// The arguments, with `--option=` split into the option and an empty value. Otherwise the parser
+/// would use the next argument as the value.
+std::vector<std::string> withEmptyValuesApart(std::span<const char* const> line) {
+  std::vector<std::string> words(line.begin(), line.end());
+  for (std::size_t at = 0; at < words.size() && words[at] != "--"; ++at) {
+    if (words[at].starts_with("--") && words[at].find('=') == words[at].size() - 1) {
+      words[at].pop_back();
+      words.emplace(std::next(words.begin(), static_cast<std::ptrdiff_t>(at) + 1));
+    }
+  }
+  return words;
+}
+
+std::optional<LogCore::LogLevel> levelNamed(std::string_view name) {
+  if (name == "debug") {
+    return LogCore::LogLevel::debug;
+  }
+  if (name == "info") {
+    return LogCore::LogLevel::info;
+  }
+  if (name == "error") {
+    return LogCore::LogLevel::error;
+  }
+  return std::nullopt;
+}
+
+/// Absolute, for programs with another working directory, and without a trailing slash. Unchanged
+/// if that fails (an empty path, a deleted working directory).
+std::string absolutePath(const std::string& path) {
+  std::error_code error;
+  std::string absolute = std::filesystem::absolute(path, error).string();
+  if (error) {
+    return path;
+  }
+  while (absolute.size() > 1 && absolute.ends_with('/')) {
+    absolute.pop_back();
+  }
+  return absolute;
+}
+
+/// The directory's own option, else its default below the agent root, else absent.
+std::optional<std::string> directory(const std::optional<std::string>& own, const Written& written,
+                                     const char* belowRoot) {
+  if (own) {
+    return absolutePath(*own);
+  }
+  return written.agentRoot ? std::optional(absolutePath(*written.agentRoot) + belowRoot)
+                           : std::nullopt;
+}
+
+/// One of the agent's directories.
+struct AgentDirectory {
+  const std::optional<std::string>& path;
+  const std::optional<std::string>& option;  ///< As given; absent when below the agent root.
+  const char* optionName;
+  bool isNeeded;
+  bool mustExist;  ///< Even below the root; the others may not exist yet after installation.
+};
+
+/// Why the command can't use the directory; empty when it can.
+std::string problemWith(const AgentDirectory& directory) {
+  if (!directory.path) {
+    return directory.isNeeded ? std::string("no agent directory: give --agent-root DIR (or set ") +
+                                    kAgentRootVariable + "), or " + directory.optionName + " DIR"
+                              : "";
+  }
+  std::error_code error;
+  if ((!directory.option && !directory.mustExist) ||
+      std::filesystem::is_directory(*directory.path, error)) {
+    return {};
+  }
+  const bool isMissing = !error || error == std::errc::no_such_file_or_directory;
+  return (isMissing ? "no such directory: "
+                    : "can't use the directory: " + error.message() + ": ") +
+         '"' + *directory.path + "\" (from " +
+         (directory.option ? directory.optionName
+                           : std::string("--agent-root or ") + kAgentRootVariable) +
+         ")";
+}
+
+std::expected<AgentSettings, NoRequest> agentSettings(const Written& written,
+                                                      const CLI::App& command) {
+  const bool isRun = command.get_name() == "run";
+  const bool isFacts = command.get_name() == "facts";
+  const bool isEvaluate = command.get_name() == "evaluate";
+  const char* const defaultLevel = isRun ? "info" : isFacts || isEvaluate ? "none" : "error";
+  AgentSettings settings{.directories = {.base = directory(written.baseDirectory, written, ""),
+                                         .data = directory(written.dataDirectory, written, "/data"),
+                                         .logs = directory(written.logDirectory, written, "/logs")},
+                         .minimumLevel = levelNamed(written.logLevel.value_or(defaultLevel)),
+                         .logFile = written.logFile};
+  if (written.machine != "auto") {
+    settings.isAppleSilicon = written.machine == "apple-silicon";
+  }
+  const auto& [base, data, logs] = settings.directories;
+  for (const AgentDirectory& each :
+       {AgentDirectory{base, written.baseDirectory, "--base-dir", !isFacts, true},
+        AgentDirectory{data, written.dataDirectory, "--data-dir",
+                       isRun || (isEvaluate && !written.factsFile), false},
+        AgentDirectory{logs, written.logDirectory, "--log-dir", isRun, false}}) {
+    if (const std::string problem = problemWith(each); !problem.empty()) {
+      return std::unexpected(badUsage(problem, command));
+    }
+  }
+  return settings;
+}
+
+std::expected<Request, NoRequest> whatIfRequest(const CLI::App& command, Written& written) {
+  if (!written.summariesToMerge.empty()) {
+    return MergeRequest{.summaryFiles = std::move(written.summariesToMerge), .json = written.json};
+  }
+  for (const char* needed : {"ACTIONS", "--patch", "--product", "--service-pack"}) {
+    if (command.get_option(needed)->count() == 0) {
+      return std::unexpected(badUsage(std::string(needed) + " is required", command));
+    }
+  }
+  if (written.json && !written.summaryOnly) {
+    return std::unexpected(badUsage("--json needs --summary or --merge", command));
+  }
+  if (written.factsFiles.empty()) {
+    written.factsFiles.emplace_back("-");
+  }
+  return WhatIfRequest{
+      .actionFile = std::move(written.actionFile),
+      .patch = vexlo::PatchIdentifier(written.patchID, written.productID, written.servicePackID),
+      .factsFiles = std::move(written.factsFiles),
+      .compareWith = std::move(written.compareWith),
+      .summaryFile = std::move(written.summaryFile),
+      .summaryOnly = written.summaryOnly,
+      .strict = written.strict,
+      .json = written.json};
+}
+
+std::expected<Request, NoRequest> request(const CLI::App& app, Written& written) {
+  const CLI::App& command = *app.get_subcommands().front();
+  const std::string name = command.get_name();
+  if (name == "help") {
+    if (written.helpTopic.empty()) {
+      return std::unexpected(helpOn(app));
+    }
+    if (written.helpTopic == "actions") {
+      return std::unexpected(helpOnActions(written));
+    }
+    const auto topics = app.get_subcommands(
+        [&](const CLI::App* each) { return each->get_name() == written.helpTopic; });
+    if (topics.empty()) {
+      return std::unexpected(noSuchCommand({written.helpTopic}, app));
+    }
+    return std::unexpected(helpOn(*topics.front()));
+  }
+  if (name == "what-if") {
+    return whatIfRequest(command, written);
+  }
+  if (name == "check") {
+    return CheckRequest{
+        .files = std::move(written.files), .strict = written.strict, .json = written.json};
+  }
+  // The commands share `written`, so another command's default may have overwritten it.
+  if (const CLI::Option& root = *command.get_option("--agent-root"); root.count() > 0) {
+    written.agentRoot = root.as<std::string>();
+  }
+  auto agent = agentSettings(written, command);
+  if (!agent) {
+    return std::unexpected(std::move(agent).error());
+  }
+  if (name == "facts") {
+    return FactsRequest{.agent = *std::move(agent),
+                        .applications = std::move(written.applications),
+                        .allApplications = written.allApplications,
+                        .asksApple = written.asksApple,
+                        .json = written.json};
+  }
+  vexlo::PatchIdentifier patch(written.patchID, written.productID, written.servicePackID);
+  if (name == "plan") {
+    return PlanRequest{.agent = *std::move(agent),
+                       .patch = std::move(patch),
+                       .strict = written.strict,
+                       .json = written.json};
+  }
+  if (name == "evaluate") {
+    return EvaluateRequest{.agent = *std::move(agent),
+                           .patch = std::move(patch),
+                           .factsFile = std::move(written.factsFile),
+                           .asksApple = written.asksApple,
+                           .asksAgent = written.asksAgent,
+                           .strict = written.strict,
+                           .json = written.json};
+  }
+  return RunRequest{.agent = *std::move(agent),
+                    .patch = std::move(patch),
+                    .actionCodes = std::move(written.actionCodes),
+                    .keepGoing = written.keepGoing,
+                    .explain = written.explain,
+                    .strict = written.strict,
+                    .json = written.json};
+}
+
+}  // namespace
+
+void withDefinition(const std::function<void(const CLI::App&)>& read) {
+  CLI::App app(kDescription, kProgram);
+  Written written;
+  define(app, written);
+  read(app);
+}
+
+std::expected<Request, NoRequest> readCommandLine(int argc, const char* const* argv) {
+  const std::vector<std::string> words =
+      withEmptyValuesApart({argv, static_cast<std::size_t>(argc)});
+  CLI::App app(kDescription, kProgram);
+  Written written;
+  define(app, written);
+  try {
+    // The parser expects the arguments in reverse order, without the program's name.
+    app.parse(std::vector<std::string>(words.rbegin(), std::prev(words.rend())));
+    return request(app, written);
+  } catch (const CLI::CallForVersion&) {
+    return std::unexpected(NoRequest{ExitStatus::success, versionText() + "\n"});
+  } catch (const CLI::Success&) {
+    return std::unexpected(helpOn(chosenCommand(app)));
+  } catch (const CLI::RequiredError& error) {
+    return std::unexpected(app.get_subcommands().empty()
+                               ? noSuchCommand(app.remaining(), app)
+                               : badUsage(error.what(), chosenCommand(app)));
+  } catch (const CLI::ParseError& error) {
+    return std::unexpected(badUsage(error.what(), chosenCommand(app)));
+  }
+}
+
+}  // namespace agent_tool

@@ -1,0 +1,238 @@
+#include <algorithm>
+#include <iostream>
+#include <iterator>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "AgentLibraries/FileCodec/JSONManager.h"
+#include "AgentLibraries/FileCodec/JSONObject.h"
+#include "AgentLibraries/LogCore/Text.h"
+#include "AgentTool/Commands/ActionFile.h"
+#include "AgentTool/Commands/AgentSession.h"
+#include "AgentTool/Commands/Commands.h"
+#include "AgentTool/Console/Columns.h"
+#include "AgentTool/Console/PrintableText.h"
+#include "AgentTool/Evaluation/Evaluator.h"
+#include "AgentTool/Evaluation/MachineSources.h"
+#include "AgentTool/Evaluation/RecordedSources.h"
+#include "AgentTool/Facts/FactsRecord.h"
+#include "VexloPatchDeployment/Common/Measurement.h"
+#include "VexloPatchDeployment/PatchActions/Helpers/PatchActionProvider.h"
+
+namespace agent_tool {
+namespace {
+
+using FileCodec::jsonArray;
+using FileCodec::jsonList;
+using FileCodec::JSONObject;
+using FileCodec::jsonOptional;
+using LogCore::text;
+using vexlo::ActionDetail;
+using ActionFile = std::shared_ptr<const vexlo::PatchActionGroup>;
+
+/// One action of the patch and its evaluation.
+struct EvaluatedAction {
+  ActionDetail action;
+  Evaluation evaluation;
+  std::vector<vexlo::Measurement> measurements;
+  std::string next;  ///< Empty if the answer is a result.
+  Intentions intentions;
+};
+
+std::vector<EvaluatedAction> evaluateAll(const std::vector<ActionDetail>& actions,
+                                         Evaluator& evaluator, const Intentions& intentions) {
+  std::vector<EvaluatedAction> evaluated;
+  evaluated.reserve(actions.size());
+  for (const ActionDetail& action : actions) {
+    Evaluation evaluation = evaluator.evaluate(action.actionID);
+    std::string next = nextStep(evaluation, intentions);
+    std::vector<vexlo::Measurement> measurements(evaluation.measurements.begin(),
+                                                 evaluation.measurements.end());
+    evaluated.push_back({.action = action,
+                         .evaluation = std::move(evaluation),
+                         .measurements = std::move(measurements),
+                         .next = std::move(next),
+                         .intentions = intentions});
+  }
+  return evaluated;
+}
+
+std::vector<EvaluatedAction> evaluateThisMachine(const EvaluateRequest& request, ActionFile file,
+                                                 const std::vector<ActionDetail>& actions) {
+  Intentions intentions;
+  MachineSources machine(request.asksApple, request.asksAgent);
+  Evaluator evaluator(request.patch, std::move(file), machine.sources(), intentions);
+  return evaluateAll(actions, evaluator, intentions);
+}
+
+/// The only line of a facts file, with or without a line feed. Throws `DecodingError`.
+std::string factsLine(const std::string& file) {
+  std::string text = file == "-" ? std::string(std::istreambuf_iterator(std::cin), {})
+                                 : FileCodec::readTextFile(file);
+  if (const std::size_t end = text.find('\n'); end != std::string::npos) {
+    if (text.find_first_not_of("\r\n", end) != std::string::npos) {
+      throw FileCodec::DecodingError(file, {}, "one line", "more (what-if reads many)");
+    }
+    text.resize(end);
+  }
+  return text;
+}
+
+/// Throws `DecodingError`.
+std::vector<EvaluatedAction> evaluateRecord(const std::string& factsFile,
+                                            const EvaluateRequest& request, ActionFile file,
+                                            const std::vector<ActionDetail>& actions) {
+  const std::string line = factsLine(factsFile);
+  FactsReader reader;
+  const auto record = reader.read(line);
+  if (!record) {
+    const FileCodec::DecodingError& error = record.error();
+    throw FileCodec::DecodingError(factsFile, error.place(), error.expected(), error.found());
+  }
+  Intentions intentions;
+  RecordedSources recorded(intentions);
+  recorded.use(**record);
+  Evaluator evaluator(request.patch, std::move(file), recorded.sources(), intentions);
+  return evaluateAll(actions, evaluator, intentions);
+}
+
+/// The action's result; absent if something else would happen first.
+std::optional<vexlo::PatchActionResultDescription> ownDescription(const Evaluation& evaluation) {
+  return isResult(evaluation.answer) ? evaluation.result.description : std::nullopt;
+}
+
+std::string evaluationAsJSON(const vexlo::PatchIdentifier& patch,
+                             const std::vector<NameNotInFile>& notInFile, bool exempt,
+                             const std::vector<EvaluatedAction>& evaluated) {
+  std::vector<std::string> actions;
+  actions.reserve(evaluated.size());
+  for (const auto& [action, evaluation, measurements, next, intentions] : evaluated) {
+    const auto description =
+        ownDescription(evaluation).transform([](const auto& reason) { return name(reason); });
+    const std::int64_t left = intentions.evaluation().remainingSkipAttempts;
+    actions.push_back(JSONObject()
+                          .addString("name", describe(action.actionID))
+                          .addString("code", action.actionID.code())
+                          .addJSON("arguments", jsonList(action.arguments))
+                          .addString("answer", name(evaluation.answer))
+                          .addJSON("description", jsonOptional(description))
+                          .addString("why", describe(std::span(measurements)))
+                          .addJSON("measured", vexlo::measurementsAsJSON(measurements))
+                          .addString("next", next)
+                          .addJSON("applications", jsonList(intentions.applications()))
+                          .addJSON("postponementsLeft", left < 1 ? "null" : text(left))
+                          .addJSON("commands", jsonList(intentions.commands()))
+                          .done());
+  }
+  const std::string names = JSONObject()
+                                .addString("patchID", patch.patchID())
+                                .addString("productID", patch.productID())
+                                .addString("servicePackID", patch.servicePackID())
+                                .done();
+  return JSONObject()
+             .addJSON("patch", names)
+             .addJSON("notInFile", asJSON(notInFile))
+             .addJSON("exempt", exempt ? "true" : "false")
+             .addJSON("actions", jsonArray(actions))
+             .done() +
+         '\n';
+}
+
+Style styleOf(Answer answer) {
+  switch (answer) {
+    case Answer::success:
+    case Answer::wouldKill:
+    case Answer::wouldRun:
+      return Style::good;
+    case Answer::applyLater:
+    case Answer::wouldAsk:
+    case Answer::wouldForce:
+    case Answer::notAsked:
+      return Style::waiting;
+    case Answer::failure:
+      return Style::bad;
+  }
+  std::unreachable();
+}
+
+std::string evaluationAsTable(const std::vector<EvaluatedAction>& evaluated,
+                              const Console& console) {
+  if (evaluated.empty()) {
+    return "No action applies.\n";
+  }
+  std::vector<std::vector<Cell>> rows;
+  Columns columns(console, {"CODE", "ACTION", "ANSWER", "WHY"});
+  for (const auto& [action, evaluation, measurements, next, intentions] : evaluated) {
+    std::vector<std::string> reasons;
+    if (const auto description = ownDescription(evaluation)) {
+      reasons.push_back(name(*description));
+    }
+    for (const std::string& part : {describe(std::span(measurements)), next}) {
+      if (!part.empty()) {
+        reasons.push_back(printable(part));
+      }
+    }
+    std::string all;
+    for (const std::string& reason : reasons) {
+      all += text(all.empty() ? "" : "; ", reason);
+    }
+    std::vector<Cell>& row = rows.emplace_back();
+    row = {{printable(action.actionID.code())},
+           {printable(describe(action.actionID))},
+           {std::string(name(evaluation.answer)), styleOf(evaluation.answer)},
+           {std::move(all)}};
+    for (std::size_t column = 0; column + 1 < row.size(); ++column) {
+      columns.fit(column, row[column].text);
+    }
+  }
+  std::string out = columns.headings();
+  for (const std::vector<Cell>& row : rows) {
+    out += columns.row(row);
+  }
+  return out;
+}
+
+/// 0 if all actions would pass, as far as known.
+ExitStatus statusFor(const std::vector<EvaluatedAction>& evaluated) {
+  const auto any = [&](Answer answer) {
+    return std::ranges::any_of(
+        evaluated, [&](const EvaluatedAction& each) { return each.evaluation.answer == answer; });
+  };
+  if (any(Answer::failure)) {
+    return ExitStatus::failure;
+  }
+  return any(Answer::applyLater) || any(Answer::notAsked) ? ExitStatus::applyLater
+                                                          : ExitStatus::success;
+}
+
+}  // namespace
+
+ExitStatus evaluate(const EvaluateRequest& request, Console& console) {
+  const AgentSession session(request.agent, console);
+  const auto file = actionFile(request.patch, request.strict, session, console);
+  if (!file) {
+    return file.error();
+  }
+  const vexlo::PatchActionProvider provider(request.patch, file->group);
+  const std::vector<ActionDetail> actions = provider.actionDetails();
+  std::vector<EvaluatedAction> evaluated;
+  try {
+    evaluated = request.factsFile
+                    ? evaluateRecord(*request.factsFile, request, file->group, actions)
+                    : evaluateThisMachine(request, file->group, actions);
+  } catch (const FileCodec::DecodingError& error) {
+    console.complain(printable(error.what()));
+    return ExitStatus::unusableFile;
+  }
+  console.write(request.json ? evaluationAsJSON(request.patch, file->namesNotInFile,
+                                                provider.isExempt(), evaluated)
+                             : evaluationAsTable(evaluated, console));
+  return statusFor(evaluated);
+}
+
+}  // namespace agent_tool

@@ -1,0 +1,47 @@
+#include "AgentTool/Commands/NamesNotInFile.h"
+
+#include <algorithm>
+
+#include "AgentLibraries/FileCodec/JSONObject.h"
+#include "AgentTool/Console/PrintableText.h"
+
+namespace agent_tool {
+
+std::vector<NameNotInFile> namesNotInFile(const vexlo::PatchIdentifier& patch,
+                                          const vexlo::PatchActionGroup& file) {
+  std::vector<NameNotInFile> names;
+  const auto byProduct = file.productServicePackActions();
+  const auto byPatch = file.patchActions();
+  if (!(byPatch && byPatch->actions(patch.patchID())) &&
+      !(byProduct && byProduct->isExempt(patch.patchID()))) {
+    names.push_back({"patchID", "patch " + patch.patchID()});
+  }
+  if (!byProduct) {
+    return names;
+  }
+  const auto products = byProduct->products();
+  if (products.empty() || byProduct->actions(patch.productID(), patch.servicePackID())) {
+    return names;
+  }
+  const bool hasProduct =
+      std::ranges::find(products, patch.productID(), &vexlo::NamedProduct::name) != products.end();
+  names.push_back(hasProduct
+                      ? NameNotInFile{"servicePackID", "service pack " + patch.servicePackID() +
+                                                           " of product " + patch.productID()}
+                      : NameNotInFile{"productID", "product " + patch.productID()});
+  return names;
+}
+
+void reportNamesNotInFile(const std::vector<NameNotInFile>& names, Console& console) {
+  for (const NameNotInFile& name : names) {
+    console.complain("the action file has no " + printable(name.text));
+  }
+}
+
+std::string asJSON(const std::vector<NameNotInFile>& names) {
+  std::vector<std::string_view> members(names.size());
+  std::ranges::transform(names, members.begin(), &NameNotInFile::member);
+  return FileCodec::jsonList(members);
+}
+
+}  // namespace agent_tool

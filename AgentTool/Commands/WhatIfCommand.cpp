@@ -1,0 +1,355 @@
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+#include "AgentLibraries/FileCodec/JSONText.h"
+#include "AgentLibraries/LogCore/Text.h"
+#include "AgentTool/Commands/AgentSession.h"
+#include "AgentTool/Commands/Commands.h"
+#include "AgentTool/Commands/NamesNotInFile.h"
+#include "AgentTool/Console/LineReader.h"
+#include "AgentTool/Console/PrintableText.h"
+#include "AgentTool/Facts/FactsRecord.h"
+#include "AgentTool/Fleet/FleetSummary.h"
+#include "AgentTool/Fleet/FleetSummaryTable.h"
+#include "AgentTool/Fleet/WhatIf.h"
+#include "Platform/Descriptor.h"
+#include "Platform/Files.h"
+#include "VexloPatchDeployment/PatchActions/Helpers/PatchActionJSONParser.h"
+
+namespace agent_tool {
+namespace {
+
+using LogCore::text;
+using ActionFile = std::shared_ptr<const vexlo::PatchActionGroup>;
+
+constexpr std::size_t kLongestLine = std::size_t{1} << 20;
+constexpr std::size_t kLongestSummary = std::size_t{64} << 20;
+constexpr std::size_t kOutputBytes = std::size_t{64} * 1024;
+constexpr const char* kStandardInputName = "-";
+
+/// A file to read, or standard input.
+class LineSource {
+ public:
+  explicit LineSource(const std::string& path)
+      : name_(path == kStandardInputName ? "standard input" : path) {
+    if (path != kStandardInputName) {
+      file_ = platform::aboveStandard(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY));
+      if (!file_) {
+        throw std::system_error(errno, std::generic_category());
+      }
+    }
+  }
+  [[nodiscard]] int descriptor() const noexcept { return file_ ? file_.get() : STDIN_FILENO; }
+  [[nodiscard]] const std::string& name() const noexcept { return name_; }
+
+ private:
+  std::string name_;
+  platform::Descriptor file_;
+};
+
+/// The total size of the files; absent if one is not a regular file.
+std::optional<std::uint64_t> bytesIn(const std::vector<std::string>& files) {
+  std::uint64_t total = 0;
+  for (const std::string& file : files) {
+    struct stat status{};
+    const int error =
+        file == kStandardInputName ? ::fstat(STDIN_FILENO, &status) : ::stat(file.c_str(), &status);
+    if (error != 0 || !S_ISREG(status.st_mode)) {
+      return std::nullopt;
+    }
+    total += static_cast<std::uint64_t>(status.st_size);
+  }
+  return total;
+}
+
+/// The reading progress, updated by one thread and shown by another.
+class Progress {
+ public:
+  explicit Progress(std::optional<std::uint64_t> totalBytes) : totalBytes_(totalBytes) {}
+
+  void count(std::uint64_t machines, std::uint64_t bytes) noexcept {
+    machines_.store(machines, std::memory_order_relaxed);
+    bytes_.store(bytes, std::memory_order_relaxed);
+  }
+
+  /// «1,234,000 machines, 220,000 a second, 12 s left»
+  [[nodiscard]] std::string line() const {
+    const std::chrono::duration<double> gone = std::chrono::steady_clock::now() - began_;
+    const auto machines = machines_.load(std::memory_order_relaxed);
+    const auto bytes = static_cast<double>(bytes_.load(std::memory_order_relaxed));
+    std::string out =
+        text(grouped(machines), " machines, ",
+             grouped(static_cast<std::uint64_t>(static_cast<double>(machines) / gone.count())),
+             " a second");
+    if (totalBytes_ && bytes > 0) {
+      const double left =
+          std::max(0.0, static_cast<double>(*totalBytes_) - bytes) * gone.count() / bytes;
+      out += text(", ", grouped(static_cast<std::uint64_t>(left)), " s left");
+    }
+    return out;
+  }
+
+ private:
+  std::chrono::steady_clock::time_point began_ = std::chrono::steady_clock::now();
+  std::optional<std::uint64_t> totalBytes_;
+  std::atomic<std::uint64_t> machines_ = 0;
+  std::atomic<std::uint64_t> bytes_ = 0;
+};
+
+void appendMember(std::string& out, std::string_view name, std::string_view value) {
+  (((out += ",\"") += name) += R"(":)");
+  if (value.empty()) {
+    out += "null";
+  } else {
+    FileCodec::appendJSONString(out, value);
+  }
+}
+
+void appendAnswer(std::string& out, const MachineAnswer& answer) {
+  (((out += R"("outcome":")") += name(answer.answer)) += '"');
+  appendMember(out, "code", answer.code);
+  appendMember(out, "action", answer.action);
+  appendMember(out, "reason", answer.reason);
+  appendMember(out, "next", answer.next);
+  ((out += R"(,"measured":)") += answer.measured);
+}
+
+/// Evaluates all lines of all files.
+class Fleet {
+ public:
+  Fleet(const WhatIfRequest& request, const ActionFile& file, const ActionFile& fileBefore,
+        Console& console)
+      : request_(request),
+        console_(console),
+        whatIf_(request.patch, file),
+        progress_(bytesIn(request.factsFiles)) {
+    if (fileBefore) {
+      before_.emplace(request.patch, fileBefore);
+    }
+    summary_ =
+        FleetSummary({.patchID = request.patch.patchID(),
+                      .productID = request.patch.productID(),
+                      .servicePackID = request.patch.servicePackID(),
+                      .actions = whatIf_.actions(),
+                      .actionsBefore = before_ ? std::optional(before_->actions()) : std::nullopt});
+  }
+
+  void readAll() {
+    const Console::Activity activity(console_, [this] { return progress_.line(); });
+    for (const std::string& file : request_.factsFiles) {
+      try {
+        read(LineSource(file));
+      } catch (const std::system_error& error) {
+        flush();
+        console_.complain(text(printable(file), ": ", error.code().message()));
+        allWereRead_ = false;
+      }
+    }
+    flush();
+  }
+
+  [[nodiscard]] const FleetSummary& summary() const noexcept { return summary_; }
+  [[nodiscard]] bool allWereRead() const noexcept { return allWereRead_; }
+
+ private:
+  void read(const LineSource& input) {
+    const std::string place = request_.factsFiles.size() > 1 ? input.name() + ":" : std::string();
+    const std::uint64_t bytesBefore = bytes_;
+    LineReader reader(input.descriptor(), kLongestLine, [this] { flush(); });
+    while (const auto line = reader.next()) {
+      if (line->isTooLong) {
+        reject(input, line->number, text("expected a line of at most ", kLongestLine, " bytes"));
+      } else if (line->text.find_first_not_of(" \t\r") != std::string_view::npos) {
+        const auto record = facts_.read(line->text);
+        if (record) {
+          answer(**record, place, line->number);
+        } else {
+          reject(input, line->number, record.error().what());
+        }
+      }
+      bytes_ = bytesBefore + reader.bytesRead();
+      progress_.count(summary_.machines(), bytes_);
+    }
+  }
+
+  void reject(const LineSource& input, std::uint64_t line, std::string_view why) {
+    flush();  // so that on a terminal the error follows the previous answer
+    console_.complain(text(printable(input.name()), ":", line, ": ", printable(why)));
+    summary_.addBadLines(1);
+  }
+
+  void answer(const FactsRecord& record, const std::string& place, std::uint64_t line) {
+    const MachineAnswer& now = whatIf_.answer(record);
+    const MachineKind kind{.macOS = record.macOSVersion ? record.macOSMajorVersion : 0,
+                           .isAppleSilicon = record.isAppleSilicon};
+    summary_.add(now.counted(), kind);
+    const MachineAnswer* const before = before_ ? &before_->answer(record) : nullptr;
+    const bool moved = before != nullptr && before->counted() != now.counted();
+    if (moved) {
+      summary_.addMove(before->counted(), now.counted());
+    }
+    if (request_.summaryOnly || (before != nullptr && !moved)) {
+      return;
+    }
+    out_ += "{\"machine\":";
+    if (record.name) {
+      FileCodec::appendJSONString(out_, *record.name);
+    } else {
+      FileCodec::appendJSONString(out_, text(place, line));
+    }
+    appendMember(out_, "macOS", record.macOSVersion.value_or(""));
+    appendMember(out_, "processor", record.isAppleSilicon ? "apple-silicon" : "intel");
+    out_ += ',';
+    appendAnswer(out_, now);
+    if (before != nullptr) {
+      out_ += ",\"before\":{";
+      appendAnswer(out_, *before);
+      out_ += '}';
+    }
+    out_ += "}\n";
+    if (out_.size() >= kOutputBytes) {
+      flush();
+    }
+  }
+
+  void flush() {
+    if (!out_.empty()) {
+      console_.write(out_);
+      out_.clear();
+    }
+  }
+
+  const WhatIfRequest& request_;
+  Console& console_;
+  FactsReader facts_;
+  WhatIf whatIf_;
+  std::optional<WhatIf> before_;
+  FleetSummary summary_;
+  Progress progress_;
+  std::string out_;
+  std::uint64_t bytes_ = 0;
+  bool allWereRead_ = true;
+};
+
+/// The decoded action file; null, with a message on stderr, if it can't be used.
+ActionFile readActionFile(const std::string& path, Console& console) {
+  const vexlo::PatchActionJSONParser::Outcome outcome =
+      vexlo::PatchActionJSONParser(path).cachedPatchActionGroup();
+  if (!outcome) {
+    console.complain(printable(outcome.error().what()));
+    return nullptr;
+  }
+  return *outcome;
+}
+
+/// Writes the file atomically, unless it is a FIFO or a device, which must not be replaced. Returns
+/// the error, or an empty string.
+std::string writeSummary(const std::string& path, std::string_view bytes) {
+  struct stat status{};
+  if (::stat(path.c_str(), &status) != 0 || S_ISREG(status.st_mode)) {
+    const auto written = platform::writeFileAtomically(path, bytes);
+    return written ? std::string() : written.error().message;
+  }
+  const platform::Descriptor file =
+      platform::aboveStandard(::open(path.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY));
+  const std::int32_t error = file ? platform::writeAll(file.get(), bytes) : errno;
+  return error == 0 ? std::string() : path + ": " + std::generic_category().message(error);
+}
+
+ExitStatus statusFor(const FleetSummary& summary, bool allWereRead) {
+  if (!allWereRead) {
+    return ExitStatus::failure;
+  }
+  return summary.badLines() > 0 ? ExitStatus::badLines : ExitStatus::success;
+}
+
+}  // namespace
+
+ExitStatus whatIf(const WhatIfRequest& request, Console& console) {
+  const auto quiet = AgentSession::withoutLines();
+  const ActionFile file = readActionFile(request.actionFile, console);
+  const ActionFile fileBefore =
+      request.compareWith && file ? readActionFile(*request.compareWith, console) : nullptr;
+  if (!file || (request.compareWith && !fileBefore)) {
+    return ExitStatus::unusableFile;
+  }
+  const auto unknownNames = namesNotInFile(request.patch, *file);
+  reportNamesNotInFile(unknownNames, console);
+  if (request.strict && !unknownNames.empty()) {
+    return ExitStatus::badUsage;
+  }
+
+  Fleet fleet(request, file, fileBefore, console);
+  fleet.readAll();
+  const FleetSummary& summary = fleet.summary();
+  if (request.summaryFile) {
+    if (const std::string why = writeSummary(*request.summaryFile, asJSON(summary)); !why.empty()) {
+      console.complain(printable(why));
+      return ExitStatus::failure;
+    }
+  }
+  if (request.summaryOnly) {
+    console.write(request.json ? asJSON(summary) : asTable(summary, console));
+  } else if (!request.summaryFile) {
+    const std::string table = asTable(summary, console);
+    console.withActivityCleared([&] { (void)platform::writeAll(STDERR_FILENO, table); });
+  }
+  return statusFor(summary, fleet.allWereRead());
+}
+
+ExitStatus mergeSummaries(const MergeRequest& request, Console& console) {
+  FleetSummary merged;
+  bool isUsable = true;
+  const auto reject = [&](const std::string& place, std::string_view why) {
+    console.complain(text(printable(place), ": ", printable(why)));
+    isUsable = false;
+  };
+  for (const std::string& file : request.summaryFiles) {
+    try {
+      const LineSource input(file);
+      LineReader reader(input.descriptor(), kLongestSummary, [] {});
+      bool isEmpty = true;
+      while (const auto line = reader.next()) {
+        const std::string place = text(input.name(), ":", line->number);
+        if (!line->isTooLong && line->text.find_first_not_of(" \t\r") == std::string_view::npos) {
+          continue;
+        }
+        isEmpty = false;
+        if (line->isTooLong) {
+          reject(place, text("expected a line of at most ", kLongestSummary, " bytes"));
+        } else if (const auto summary = summaryFromJSON(line->text); !summary) {
+          reject(place, summary.error().what());
+        } else if (!merged.merge(*summary)) {
+          reject(place,
+                 "this summary is for another patch or other actions than the previous ones");
+        }
+      }
+      if (isEmpty) {  // whatever should have written it failed
+        reject(input.name(), "expected a summary, found none");
+      }
+    } catch (const std::system_error& error) {
+      reject(file, error.code().message());
+    }
+  }
+  if (!isUsable) {
+    return ExitStatus::unusableFile;  // a partial sum would be misleading
+  }
+  console.write(request.json ? asJSON(merged) : asTable(merged, console));
+  return ExitStatus::success;
+}
+
+}  // namespace agent_tool

@@ -1,0 +1,37 @@
+// A table of text columns; the last column gets the remaining width.
+#pragma once
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "AgentTool/Console/Console.h"
+
+namespace agent_tool {
+
+struct Cell {
+  std::string text;  ///< Only printable characters.
+  Style style = Style::plain;
+};
+
+/// A table whose columns are as wide as their widest cell. The last one is wrapped if standard
+/// output is a terminal and too narrow.
+class Columns {
+ public:
+  /// `headings` are the first row, at least one.
+  Columns(const Console& console, std::vector<std::string> headings);
+  /// Makes `column` wide enough for `text`. Call this before making rows.
+  void fit(std::size_t column, std::string_view text);
+
+  /// The headings, as one or more lines.
+  [[nodiscard]] std::string headings() const;
+  /// One row, as one or more lines; `cells` has one cell per heading.
+  [[nodiscard]] std::string row(const std::vector<Cell>& cells) const;
+
+ private:
+  const Console& console_;
+  std::vector<std::string> headings_;
+  std::vector<std::size_t> widths_;
+};
+
+}  // namespace agent_tool

@@ -1,0 +1,105 @@
+#include "AgentTool/Console/PrintableText.h"
+
+#include <algorithm>
+#include <array>
+
+#include "Platform/Unicode.h"
+
+namespace agent_tool {
+namespace {
+
+struct CodePointRange {
+  char32_t first;
+  char32_t last;
+};
+
+/// Combining marks.
+constexpr std::array kCombining{CodePointRange{0x300, 0x36F},   CodePointRange{0x1AB0, 0x1AFF},
+                                CodePointRange{0x1DC0, 0x1DFF}, CodePointRange{0x20D0, 0x20FF},
+                                CodePointRange{0xFE00, 0xFE0F}, CodePointRange{0xFE20, 0xFE2F}};
+
+/// East Asian characters and emoji, two columns each.
+constexpr std::array kWide{CodePointRange{0x1100, 0x115F},  CodePointRange{0x2E80, 0xA4CF},
+                           CodePointRange{0xAC00, 0xD7A3},  CodePointRange{0xF900, 0xFAFF},
+                           CodePointRange{0xFE30, 0xFE6F},  CodePointRange{0xFF00, 0xFF60},
+                           CodePointRange{0xFFE0, 0xFFE6},  CodePointRange{0x1F300, 0x1FAFF},
+                           CodePointRange{0x20000, 0x3FFFD}};
+
+template <std::size_t Count>
+bool isIn(const std::array<CodePointRange, Count>& ranges, char32_t codePoint) {
+  return std::ranges::any_of(ranges, [&](const CodePointRange& range) {
+    return codePoint >= range.first && codePoint <= range.last;
+  });
+}
+
+/// Removes the next character, or one invalid byte, from `text`.
+std::string_view takeCharacter(std::string_view& text) {
+  const std::size_t length = std::max<std::size_t>(platform::utf8SequenceLength(text), 1);
+  const std::string_view character = text.substr(0, length);
+  text.remove_prefix(length);
+  return character;
+}
+
+std::size_t widthOf(std::string_view character) {
+  const char32_t codePoint = platform::decodeUTF8(character);
+  if (isIn(kCombining, codePoint)) {
+    return 0;
+  }
+  return isIn(kWide, codePoint) ? 2 : 1;
+}
+
+}  // namespace
+
+std::string inQuotes(std::string_view text) {
+  std::string marked = "\"";
+  for (const char c : text) {
+    if (c == '"' || c == '\\') {
+      marked += '\\';
+    }
+    marked += c;
+  }
+  return platform::printable(marked += '"');
+}
+
+std::size_t displayWidth(std::string_view printableText) {
+  std::size_t width = 0;
+  while (!printableText.empty()) {
+    width += widthOf(takeCharacter(printableText));
+  }
+  return width;
+}
+
+std::vector<std::string> wrapped(std::string_view printableText, std::size_t width) {
+  std::vector<std::string> lines(1);
+  std::size_t column = 0;
+  std::size_t lastBlank = std::string::npos;  // in the current line
+  while (!printableText.empty()) {
+    const std::string_view character = takeCharacter(printableText);
+    const std::size_t columns = widthOf(character);
+    if (column + columns > std::max<std::size_t>(width, 1) && column > 0) {
+      std::string rest;
+      if (character != " " && lastBlank != std::string::npos) {
+        rest = lines.back().substr(lastBlank + 1);
+        lines.back().resize(lastBlank);
+      }
+      column = displayWidth(rest);
+      lines.push_back(std::move(rest));
+      lastBlank = std::string::npos;
+      if (character == " ") {
+        continue;  // replaced by the line break
+      }
+    }
+    if (character == " ") {
+      lastBlank = lines.back().size();
+    }
+    lines.back() += character;
+    column += columns;
+  }
+  return lines;
+}
+
+bool needsQuotes(std::string_view text) {
+  return text.empty() || text == "-" || text.find_first_of(" ,\"\\") != std::string_view::npos;
+}
+
+}  // namespace agent_tool

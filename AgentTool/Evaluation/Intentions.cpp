@@ -1,0 +1,57 @@
+#include "AgentTool/Evaluation/Intentions.h"
+
+#include <utility>
+
+namespace agent_tool {
+
+void Intentions::clear() {
+  next_ = Next::nothing;
+  applications_.clear();
+  evaluation_ = {};
+  commands_.clear();
+  question_.clear();
+  doubt_.clear();
+}
+
+void Intentions::prompt(const std::vector<std::string>& applications,
+                        const vexlo::RunningAppPromptEvaluation& evaluation) {
+  const bool forces = evaluation.decision == vexlo::RunningAppPromptDecision::forceDeployment;
+  if (isFirst(forces ? Next::force : Next::ask)) {
+    applications_ = applications;
+    evaluation_ = evaluation;
+  }
+}
+
+void Intentions::kill(const std::vector<std::string>& applications) {
+  if (isFirst(Next::kill)) {
+    applications_ = applications;
+  }
+}
+
+void Intentions::run(std::string command) {
+  if (isFirst(Next::run) || next_ == Next::run) {
+    commands_.push_back(std::move(command));
+  }
+}
+
+void Intentions::leaveUnasked(std::string_view question) {
+  if (isFirst(Next::notAsked)) {
+    question_ = question;
+  }
+}
+
+void Intentions::doubt(std::string_view question) {
+  if (doubt_.empty()) {
+    doubt_ = question;
+  }
+}
+
+bool Intentions::isFirst(Next next) {
+  if (next_ != Next::nothing) {
+    return false;
+  }
+  next_ = next;
+  return true;
+}
+
+}  // namespace agent_tool

@@ -1,0 +1,339 @@
+#include "AgentTool/Facts/Facts.h"
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <future>
+#include <memory>
+#include <mutex>
+#include <string_view>
+#include <utility>
+
+#include "AgentLibraries/FileCodec/PropertyListFile.h"
+#include "AgentLibraries/LogCore/Logger.h"
+#include "AgentLibraries/vxutils/AgentServiceConnection.h"
+#include "AgentTool/Facts/FactsMembers.h"
+#include "Platform/Machine.h"
+#include "Platform/RunningApplications.h"
+#include "VexloPatchDeployment/Adapters/PlistDecoding.h"
+#include "VexloPatchDeployment/Adapters/PlistManager.h"
+#include "VexloPatchDeployment/Common/AgentPaths.h"
+#include "VexloPatchDeployment/PatchActions/Helpers/MDMPatchingStatusChecker.h"
+#include "VexloPatchDeployment/PatchActions/Helpers/MacOSUpdateDeferralEligibilityChecker.h"
+#include "VexloPatchDeployment/Validators/Battery/PowerSourcesProvider.h"
+#include "VexloPatchDeployment/Validators/DeferCheck/MDMClient.h"
+#include "VexloPatchDeployment/Validators/DeferCheck/SoftwareUpdateLister.h"
+#include "VexloPatchDeployment/Validators/Disk/DiskInfoProvider.h"
+#include "VexloPatchDeployment/Validators/RunningApplicationCheckRelated/RunningAppPolicy.h"
+#include "VexloPatchDeployment/Validators/RunningApplicationCheckRelated/RunningAppPromptCustomizationProvider.h"
+#include "VexloPatchDeployment/Validators/RunningApplicationCheckRelated/RunningAppPromptDataStore.h"
+#include "VexloPatchDeployment/Validators/RunningApplicationCheckRelated/RunningAppPromptEvaluator.h"
+#include "VexloPatchDeployment/Validators/UserLoggedIn/UserLoggedIn.h"
+
+namespace agent_tool {
+namespace {
+
+using platform::PropertyList;
+using std::make_shared;
+
+// With these, everything together takes at most a second.
+constexpr std::chrono::milliseconds kProfilesTimeout{600};
+constexpr std::chrono::milliseconds kServiceConnectTimeout{250};
+constexpr std::chrono::milliseconds kServiceTimeout{750};  // including connecting
+
+constexpr const char* kNoDataDirectory = "the agent's data directory is not given";
+
+/// The keys of the patch data file that the library reads.
+constexpr std::array kPatchDataKeys{"AlwaysKillApps", "ApplicationRunningPrompt",
+                                    "DisableMacOSUpdateDeferralCheck", "IsMDMPatchingEnabled",
+                                    "OSPatchingViaMDMStatus"};
+
+/// Forwards log lines and keeps the last one, because the library explains only in its log why a
+/// fact is absent.
+class ReasonListener final : public LogCore::LogSink {
+ public:
+  explicit ReasonListener(std::shared_ptr<LogCore::LogSink> next) : next_(std::move(next)) {}
+
+  void write(LogCore::LogLevel level, const LogCore::LogTag& tag, std::uint32_t line,
+             const LogCore::MessageBuilder& build) override {
+    if (level >= LogCore::LogLevel::info) {
+      std::string message = build().text;
+      const std::scoped_lock lock(mutex_);
+      lastMessage_ = std::move(message);
+    }
+    next_->write(level, tag, line, build);
+  }
+
+  /// The result of `read`, and the last line that it logged, if any.
+  template <typename Read>
+  static auto listenTo(const Read& read) {
+    const Listening listening;
+    auto value = read();
+    const std::scoped_lock lock(listening.listener->mutex_);
+    return std::pair(std::move(value), listening.listener->lastMessage_);
+  }
+
+ private:
+  struct Listening {
+    // The only way to get the sink is to replace it.
+    std::shared_ptr<LogCore::LogSink> former =
+        LogCore::setLogSink(make_shared<LogCore::NullSink>());
+    std::shared_ptr<ReasonListener> listener = make_shared<ReasonListener>(former);
+    Listening() { LogCore::setLogSink(listener); }
+    ~Listening() { LogCore::setLogSink(former); }
+    Listening(const Listening&) = delete;
+    Listening& operator=(const Listening&) = delete;
+  };
+
+  std::shared_ptr<LogCore::LogSink> next_;
+  std::mutex mutex_;
+  std::string lastMessage_;
+};
+
+/// Returns descriptions that were read before.
+class ReadPowerSources final : public vexlo::PowerSourcesProvider {
+ public:
+  explicit ReadPowerSources(std::vector<PropertyList> sources) : sources_(std::move(sources)) {}
+  [[nodiscard]] std::vector<PropertyList> powerSourcesInfo() override { return sources_; }
+
+ private:
+  std::vector<PropertyList> sources_;
+};
+
+/// Answers with a list that was fetched before.
+class FetchedSoftwareUpdates final : public vexlo::SoftwareUpdateLister {
+ public:
+  explicit FetchedSoftwareUpdates(vexlo::SoftwareUpdateList list) : list_(std::move(list)) {}
+  [[nodiscard]] vexlo::SoftwareUpdateList fetchSoftwareUpdates() override { return list_; }
+
+ private:
+  vexlo::SoftwareUpdateList list_;
+};
+
+/// A request to the agent's service, whose answer is awaited later.
+class ServiceQuestion {
+ public:
+  ServiceQuestion() {
+    const auto service = connection_.getService();
+    if (!service) {
+      return;
+    }
+    isConnected_ = true;
+    auto answered = make_shared<std::promise<std::string>>();
+    answer_ = answered->get_future();
+    // The value, a user name, is not used.
+    service->fetchStatusMessageForKey(
+        "PatchOSUpdateUserName",
+        [answered](const std::optional<std::string>& /*value*/) { answered->set_value({}); },
+        [answered](std::string_view reason) { answered->set_value(std::string(reason)); });
+  }
+
+  [[nodiscard]] bool isConnected() const noexcept { return isConnected_; }
+  /// Empty if the service has answered, else the reason.
+  [[nodiscard]] std::string whyNoAnswer() {
+    return answer_.wait_until(deadline_) == std::future_status::ready
+               ? answer_.get()
+               : "the service accepted the request but didn't answer";
+  }
+
+ private:
+  std::chrono::steady_clock::time_point deadline_ =
+      std::chrono::steady_clock::now() + kServiceTimeout;
+  bool isConnected_ = false;
+  std::future<std::string> answer_;
+  // Last, because its destructor calls the pending callbacks.
+  vxutils::AgentServiceConnection connection_{kServiceConnectTimeout};
+};
+
+class Reader {
+ public:
+  Facts read(const std::vector<std::string>& bundleIdentifiers, const FactsExtent& extent) {
+    facts_.time = platform::systemClock()();
+    const std::chrono::year_month_day today = platform::dayOf(facts_.time);
+    facts_.offsetFromUTC = std::chrono::sys_days(today) - platform::startOfDay(today);
+    facts_.promptDay = vexlo::RunningAppPromptDataStoreKeys::currentDate();
+    auto [service, whyNoService] =
+        ReasonListener::listenTo([] { return std::make_unique<ServiceQuestion>(); });
+    readMachine();
+    readUsers();
+    readSettings();
+    for (const std::string& identifier : bundleIdentifiers) {
+      readApplication(identifier);
+    }
+    if (extent.allApplications) {
+      readAllApplications();
+    }
+    if (service->isConnected()) {
+      whyNoService = service->whyNoAnswer();
+    }
+    facts_.agentServiceAnswers = service->isConnected() && whyNoService.empty();
+    noteUnless(facts_.agentServiceAnswers, "agentService", std::move(whyNoService));
+    readUpdates(extent.appleServers);
+    return std::move(facts_);
+  }
+
+ private:
+  void noteUnless(bool present, std::string_view name, std::string reason) {
+    if (!present) {
+      facts_.reasons.emplace(name, std::move(reason));
+    }
+  }
+
+  /// Reads a value and notes why it is absent.
+  template <typename Read>
+  auto optional(const char* name, const Read& read) {
+    auto [value, reason] = ReasonListener::listenTo(read);
+    noteUnless(value.has_value(), name, std::move(reason));
+    return std::move(value);
+  }
+
+  void readMachine() {
+    vexlo::SystemMachineFacts machine;
+    for (const FactsMember& member : factsMembers()) {
+      if (member.ask != nullptr) {
+        auto [isKnown, reason] =
+            ReasonListener::listenTo([&] { return member.ask(machine, facts_); });
+        noteUnless(isKnown, member.name, std::move(reason));
+      }
+    }
+    facts_.macOSVersion = platform::macOSProductVersion();
+    noteUnless(facts_.macOSVersion.has_value(), "macOSVersion", "the macOS version can't be read");
+    facts_.preferredLanguages = platform::preferredLanguages();
+    facts_.powerSources = vexlo::SystemPowerSources().powerSourcesInfo();
+    facts_.powerSource = optional("powerSource", [&] {
+      ReadPowerSources sources(facts_.powerSources);
+      return vexlo::SystemPowerSource(sources).currentPowerSource();
+    });
+    facts_.freeDiskSpace =
+        optional("freeDiskSpace", [] { return vexlo::SystemDiskInfo().availableDiskSpace(); });
+  }
+
+  void readUsers() {
+    vexlo::SystemUserSession session;
+    facts_.consoleUser = session.currentConsoleUserName();
+    facts_.consoleUserID = session.userID(facts_.consoleUser);
+    noteUnless(facts_.consoleUserID.has_value(), "consoleUserID", "there is no such account");
+    facts_.loggedOnUsers = session.loggedOnUsers();
+    noteUnless(facts_.loggedOnUsers.has_value(), "loggedOnUsers", "nobody is logged on");
+    // The library treats a failing tool as "not enrolled" and logs a line only then.
+    auto [enrollment, reason] = ReasonListener::listenTo(
+        [] { return vxutils::MDMEnrollmentUtil::shared().getEnrollmentType(kProfilesTimeout); });
+    if (reason.empty()) {
+      facts_.mdmEnrollment = enrollment;
+    }
+    noteUnless(facts_.mdmEnrollment.has_value(), "mdmEnrollment", std::move(reason));
+  }
+
+  SettingsFile settingsFile(const char* name, std::string path) {
+    if (!facts_.directories.data) {
+      noteUnless(false, name, kNoDataDirectory);
+      return {};
+    }
+    SettingsFile file{.path = std::move(path), .values = {}};
+    auto dictionary = FileCodec::readPropertyListFile(file.path);
+    if (dictionary) {
+      file.values = *std::move(dictionary);
+    } else {
+      const auto& [kind, error] = dictionary.error();
+      noteUnless(false, name,
+                 kind == FileCodec::PropertyListFileError::Kind::missing
+                     ? "there is no file " + file.path
+                     : error.what());
+    }
+    return file;
+  }
+
+  void readSettings() {
+    const auto& agent = vxutils::gv_globvars;
+    facts_.directories = {.base = agent.vxagentBasePath(),
+                          .data = agent.vxagentDataDictPath(),
+                          .logs = agent.vxagentLogPath()};
+    facts_.patchData = settingsFile("patchData", vexlo::patchDataFile());
+    facts_.promptCounts =
+        settingsFile("promptCounts", vexlo::RunningAppPromptDataStore::plistPath());
+    if (auto& values = facts_.patchData.values) {
+      std::erase_if(*values, [](const auto& entry) {
+        return std::ranges::find(kPatchDataKeys, entry.first) == kPatchDataKeys.end();
+      });
+    }
+    if (!facts_.directories.data) {
+      noteUnless(false, "customization", kNoDataDirectory);
+      return;
+    }
+    readCustomization();
+    vexlo::PlistFile settings(facts_.patchData.path);
+    vexlo::RunningAppPolicy policy(settings);
+    facts_.inForce = {.alwaysKillApps = policy.isAlwaysKillAppsEnabled(),
+                      .prompt = policy.isPromptEnabled(),
+                      .deferralCheckDisabled =
+                          vexlo::MacOSUpdateDeferralEligibilityChecker(settings).isDisabled(),
+                      .patchingViaMDM = vexlo::MDMPatchingStatusChecker(settings).isEnabled()};
+  }
+
+  /// Only a file that decodes completely is used.
+  void readCustomization() {
+    const auto customization = optional("customization", [] {
+      vexlo::PlistSerializer decoder;
+      return vexlo::RunningAppPromptCustomizationProvider(decoder).customization();
+    });
+    facts_.customization.path = vexlo::RunningAppPromptCustomizationProviderConstants::plistPath();
+    facts_.customization.values =
+        customization.transform([](const auto& settings) { return settings.encode(); });
+  }
+
+  static ApplicationInstance instanceOf(const platform::ApplicationProcess& running) {
+    return {.name = running.localizedName(),
+            .processIdentifier = running.processIdentifier(),
+            .executable = running.executablePath()};
+  }
+
+  void readApplication(const std::string& identifier) {
+    std::vector<ApplicationInstance>& instances = facts_.applications[identifier];
+    instances.clear();
+    for (const auto& running : platform::runningApplications(identifier)) {
+      instances.push_back(instanceOf(*running));
+    }
+  }
+
+  void readAllApplications() {
+    facts_.allApplications = true;
+    for (auto& [identifier, instances] : facts_.applications) {
+      instances.clear();  // those requested by name are found again here
+    }
+    for (const auto& running : platform::allRunningApplications()) {
+      facts_.applications[running->bundleIdentifier()].push_back(instanceOf(*running));
+    }
+  }
+
+  void readUpdates(bool asksApple) {
+    constexpr const char* kNobodyAsked = "not asked";
+    if (asksApple) {
+      vexlo::SoftwareUpdateList list = vexlo::SystemSoftwareUpdateLister().fetchSoftwareUpdates();
+      facts_.softwareUpdateStatus = list.exitCode;
+      FetchedSoftwareUpdates fetched(std::move(list));
+      facts_.softwareUpdateReachable =
+          vexlo::AppleSoftwareUpdateConnectivityChecker(fetched).isAppleSoftwareUpdateReachable();
+    }
+    if (facts_.softwareUpdateReachable.value_or(false)) {
+      facts_.availableOSUpdates = optional("availableOSUpdates", [] {
+        vexlo::SystemMDMClient client;
+        return vexlo::SystemAvailableOSUpdates(client).availableOSUpdates();
+      });
+    } else {
+      noteUnless(false, "availableOSUpdates",
+                 asksApple ? "Apple's software update service can't be reached" : kNobodyAsked);
+    }
+    noteUnless(facts_.softwareUpdateReachable.has_value(), "softwareUpdateReachable", kNobodyAsked);
+    noteUnless(facts_.softwareUpdateStatus.has_value(), "softwareUpdateStatus", kNobodyAsked);
+  }
+
+  Facts facts_;
+};
+
+}  // namespace
+
+Facts readFacts(const std::vector<std::string>& bundleIdentifiers, const FactsExtent& extent) {
+  return Reader().read(bundleIdentifiers, extent);
+}
+
+}  // namespace agent_tool

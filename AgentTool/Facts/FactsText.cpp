@@ -1,0 +1,130 @@
+#include "AgentTool/Facts/FactsText.h"
+
+#include <optional>
+#include <ranges>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "AgentLibraries/FileCodec/JSONObject.h"
+#include "AgentTool/Console/Columns.h"
+#include "AgentTool/Console/PrintableText.h"
+#include "AgentTool/Facts/FactsMembers.h"
+#include "AgentTool/Facts/FactsValues.h"
+
+namespace agent_tool {
+namespace {
+
+class Table {
+ public:
+  explicit Table(const Facts& facts) : facts_(facts) {}
+
+  void add(std::string name, std::string value, Style style = Style::plain) {
+    rows_.push_back({{std::move(name)}, {std::move(value), style}});
+  }
+
+  /// The value, or that it is absent and why.
+  void add(std::string name, const std::optional<std::string>& value, std::string_view reason) {
+    if (value) {
+      add(std::move(name), *value);
+    } else {
+      const auto why = facts_.reasons.find(reason);
+      add(std::move(name),
+          "absent" + (why == facts_.reasons.end() ? "" : ": " + printable(why->second)),
+          Style::waiting);
+    }
+  }
+
+  void add(const char* name, const SettingsFile& file, std::string_view reason) {
+    add(name, file.values.transform([&](const auto&) { return printable(file.path); }), reason);
+    if (file.values) {
+      for (const auto& [key, value] : *file.values) {
+        add("  " + printable(key), printable(platform::describe(value)));
+      }
+    }
+  }
+
+  [[nodiscard]] std::string text(const Console& console) const {
+    Columns columns(console, {"FACT", "VALUE"});
+    for (const std::vector<Cell>& row : rows_) {
+      columns.fit(0, row.front().text);
+    }
+    std::string out = columns.headings();
+    for (const std::vector<Cell>& row : rows_) {
+      out += columns.row(row);
+    }
+    return out;
+  }
+
+ private:
+  const Facts& facts_;
+  std::vector<std::vector<Cell>> rows_;
+};
+
+void addApplications(const Facts& facts, Table& table) {
+  for (const auto& [identifier, instances] : facts.applications) {
+    table.add(printable(identifier), instances.empty() ? "not running" : forPeople(instances[0]));
+    for (const ApplicationInstance& instance : instances | std::views::drop(1)) {
+      table.add("", forPeople(instance));
+    }
+  }
+}
+
+void addSettings(const Facts& facts, Table& table) {
+  const auto directory = [&](const char* name, const std::optional<std::string>& path) {
+    table.add(name, path ? printable(*path) : "not given", path ? Style::plain : Style::faint);
+  };
+  directory("base directory", facts.directories.base);
+  directory("data directory", facts.directories.data);
+  directory("log directory", facts.directories.logs);
+  table.add("agent service",
+            facts.agentServiceAnswers ? std::optional<std::string>("answers") : std::nullopt,
+            "agentService");
+  table.add("patch data", facts.patchData, "patchData");
+  const auto inForce = [&](const char* name, bool on) { table.add(name, on ? "yes" : "no"); };
+  inForce("MDM patching", facts.inForce.patchingViaMDM);
+  inForce("deferrals ignored", facts.inForce.deferralCheckDisabled);
+  inForce("applications killed", facts.inForce.alwaysKillApps);
+  inForce("user is asked", facts.inForce.prompt);
+  table.add("prompt customization", facts.customization, "customization");
+  table.add("prompt counts", facts.promptCounts, "promptCounts");
+}
+
+}  // namespace
+
+std::string factsAsJSON(const Facts& facts) {
+  FileCodec::JSONObject object;
+  for (const FactsMember& member : factsMembers()) {
+    if (member.write != nullptr) {
+      object.addJSON(member.name, member.write(facts));
+    }
+  }
+  return object.done() + '\n';
+}
+
+std::string factsAsTable(const Facts& facts, const Console& console) {
+  Table table(facts);
+  for (const FactsMember& member : factsMembers()) {
+    if (member.show != nullptr) {
+      table.add(std::string(member.heading), member.show(facts), member.name);
+    }
+    if (member.name == "powerSource") {
+      for (const platform::PropertyList& source : facts.powerSources) {
+        table.add("  described as", printable(platform::describe(source)));
+      }
+    }
+  }
+  table.add("software updates", facts.softwareUpdateReachable.transform([](bool reachable) {
+    return std::string(reachable ? "reachable" : "unreachable");
+  }),
+            "softwareUpdateReachable");
+  for (const auto& update :
+       facts.availableOSUpdates.value_or(std::vector<vexlo::AvailableOSUpdate>())) {
+    table.add("  update", printable(describe(update)));
+  }
+  addSettings(facts, table);
+  addApplications(facts, table);
+  return table.text(console);
+}
+
+}  // namespace agent_tool

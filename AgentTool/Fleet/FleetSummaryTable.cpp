@@ -1,0 +1,272 @@
+#include "AgentTool/Fleet/FleetSummaryTable.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstddef>
+#include <map>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "AgentLibraries/LogCore/Text.h"
+#include "AgentTool/Console/Columns.h"
+#include "AgentTool/Console/PrintableText.h"
+#include "Platform/RealNumbers.h"
+#include "VexloPatchDeployment/Common/ActionID.h"
+
+namespace agent_tool {
+namespace {
+
+using LogCore::text;
+
+constexpr std::size_t kBarWidth = 24;
+
+double shareOf(std::uint64_t part, std::uint64_t whole) {
+  return whole == 0 ? 0 : static_cast<double>(part) / static_cast<double>(whole);
+}
+
+/// In eighths of a column; non-zero shares are always visible.
+std::string barOf(double share) {
+  constexpr std::array<std::string_view, 8> kParts{"", "▏", "▎", "▍", "▌", "▋", "▊", "▉"};
+  const double eighths = share * kBarWidth * 8;
+  const auto whole = static_cast<std::size_t>(share > 0 ? std::max(1.0, std::round(eighths)) : 0.0);
+  std::string bar;
+  for (std::size_t column = 0; column < whole / 8; ++column) {
+    bar += "█";
+  }
+  return bar.append(kParts[whole % 8]);
+}
+
+std::string percent(double share) { return platform::decimalText(share * 100, 1) + " %"; }
+
+std::string rightAligned(std::string text, std::size_t width) {
+  text.insert(0, width - std::min(width, text.size()), ' ');
+  return text;
+}
+
+/// The outcomes by what they mean for the patch, the good ones first.
+enum class Verdict : std::uint8_t { ready, waits, fails };
+
+Verdict verdictOn(std::string_view outcome) {
+  constexpr std::array<std::string_view, 4> kReady{"success", "wouldForce", "wouldKill",
+                                                   "wouldRun"};
+  if (std::ranges::find(kReady, outcome) != kReady.end()) {
+    return Verdict::ready;
+  }
+  return outcome == "failure" ? Verdict::fails : Verdict::waits;
+}
+
+Style styleOf(std::string_view outcome) {
+  switch (verdictOn(outcome)) {
+    case Verdict::ready:
+      return Style::good;
+    case Verdict::waits:
+      return Style::waiting;
+    case Verdict::fails:
+      return Style::bad;
+  }
+  std::unreachable();
+}
+
+/// Rows of labels with a count, its share and a bar.
+class CountTable {
+ public:
+  explicit CountTable(std::vector<std::string> headings, std::string shareHeading = "SHARE")
+      : headings_(std::move(headings)), shareHeading_(std::move(shareHeading)) {}
+
+  void add(std::vector<Cell> texts, std::uint64_t count, double share, Style bar) {
+    rows_.push_back({std::move(texts), grouped(count), percent(share), barOf(share), bar});
+  }
+
+  [[nodiscard]] std::string text(const Console& console) const {
+    if (rows_.empty()) {
+      return {};
+    }
+    constexpr std::string_view kMachines = "MACHINES";
+    constexpr std::size_t kShareWidth = std::string_view("100.0 %").size();
+    std::size_t countWidth = kMachines.size();
+    for (const Row& row : rows_) {
+      countWidth = std::max(countWidth, row.count.size());
+    }
+    std::vector<std::string> headings = headings_;
+    headings.push_back(rightAligned(std::string(kMachines), countWidth));
+    headings.push_back(rightAligned(shareHeading_, kShareWidth));
+    headings.emplace_back();
+    Columns columns(console, headings);
+    std::vector<std::vector<Cell>> cells;
+    for (const Row& row : rows_) {
+      std::vector<Cell>& line = cells.emplace_back(row.texts);
+      line.push_back({rightAligned(row.count, countWidth)});
+      line.push_back({rightAligned(row.share, kShareWidth)});
+      line.push_back({row.bar, row.style});
+      for (std::size_t column = 0; column < line.size(); ++column) {
+        columns.fit(column, line[column].text);
+      }
+    }
+    std::string out = '\n' + columns.headings();
+    for (const std::vector<Cell>& line : cells) {
+      out += columns.row(line);
+    }
+    return out;
+  }
+
+ private:
+  struct Row {
+    std::vector<Cell> texts;
+    std::string count;
+    std::string share;
+    std::string bar;
+    Style style;
+  };
+  std::vector<std::string> headings_;
+  std::string shareHeading_;
+  std::vector<Row> rows_;
+};
+
+std::uint64_t sum(const FleetSummary::Counts& counts) {
+  std::uint64_t total = 0;
+  for (const auto& [kind, machines] : counts) {
+    total += std::min(machines, FleetSummary::kMostMachines - total);
+  }
+  return total;
+}
+
+std::string nameOf(const FleetAnswer& answer) {
+  return answer.action.empty() ? std::string() : describe(vexlo::ActionID(answer.action));
+}
+
+/// By descending count, then by what is counted.
+constexpr auto mostFirst = [](const auto& left, const auto& right) {
+  return left.second != right.second ? left.second > right.second : *left.first < *right.first;
+};
+
+std::string outcomes(const FleetSummary& summary, const Console& console) {
+  std::map<std::string, std::uint64_t> byOutcome{{"success", 0}};
+  for (const auto& [answer, counts] : summary.answers()) {
+    byOutcome[answer.outcome] += sum(counts);
+  }
+  std::vector<std::pair<std::string, std::uint64_t>> rows(byOutcome.begin(), byOutcome.end());
+  std::ranges::sort(rows, {},
+                    [](const auto& row) { return std::pair(verdictOn(row.first), row.first); });
+  CountTable table({"OUTCOME"});
+  for (const auto& [outcome, machines] : rows) {
+    table.add({{printable(outcome), styleOf(outcome)}}, machines,
+              shareOf(machines, summary.machines()), styleOf(outcome));
+  }
+  return table.text(console);
+}
+
+std::string reasons(const FleetSummary& summary, const Console& console) {
+  CountTable table({"CODE", "ACTION", "WHY"});
+  std::vector<std::pair<const FleetAnswer*, std::uint64_t>> rows;
+  for (const auto& [answer, counts] : summary.answers()) {
+    if (!answer.action.empty()) {
+      rows.emplace_back(&answer, sum(counts));
+    }
+  }
+  std::ranges::sort(rows, mostFirst);
+  for (const auto& [answer, machines] : rows) {
+    table.add({{printable(answer->action)},
+               {printable(nameOf(*answer))},
+               {printable(answer->reason.empty() ? answer->outcome : answer->reason)}},
+              machines, shareOf(machines, summary.machines()), styleOf(answer->outcome));
+  }
+  return table.text(console);
+}
+
+/// The number of machines of each type and the share that is ready.
+template <typename Sort>
+std::string bySort(const FleetSummary& summary, const char* heading, const Console& console,
+                   const Sort& sortOf) {
+  struct Tally {
+    std::uint64_t machines = 0;
+    std::uint64_t ready = 0;
+  };
+  std::map<std::pair<std::int64_t, std::string>, Tally> tallies;
+  for (const auto& [answer, counts] : summary.answers()) {
+    for (const auto& [kind, machines] : counts) {
+      Tally& tally = tallies[sortOf(kind)];
+      tally.machines += machines;
+      tally.ready += verdictOn(answer.outcome) == Verdict::ready ? machines : 0;
+    }
+  }
+  CountTable table({heading}, "READY");
+  for (const auto& [sort, tally] : tallies) {
+    table.add({{sort.second}}, tally.machines, shareOf(tally.ready, tally.machines), Style::good);
+  }
+  return table.text(console);
+}
+
+std::string forPeople(const FleetAnswer& answer) {
+  std::string out = printable(answer.reason.empty() ? answer.outcome : answer.reason);
+  return answer.action.empty() ? out : text(printable(answer.action), ' ', out);
+}
+
+std::string moves(const FleetSummary& summary, const Console& console) {
+  const auto& question = summary.question();
+  if (!question || !question->actionsBefore) {
+    return {};
+  }
+  if (summary.moves().empty()) {
+    return "\nNo machine's result has changed.\n";
+  }
+  CountTable table({"BEFORE", "NOW"});
+  std::vector<std::pair<const FleetSummary::Moves::key_type*, std::uint64_t>> rows;
+  for (const auto& [move, machines] : summary.moves()) {
+    rows.emplace_back(&move, machines);
+  }
+  std::ranges::sort(rows, mostFirst);
+  for (const auto& [move, machines] : rows) {
+    table.add({{forPeople(move->first), styleOf(move->first.outcome)},
+               {forPeople(move->second), styleOf(move->second.outcome)}},
+              machines, shareOf(machines, summary.machines()), styleOf(move->second.outcome));
+  }
+  return table.text(console);
+}
+
+}  // namespace
+
+std::string grouped(std::uint64_t number) {
+  std::string digits = std::to_string(number);
+  for (std::size_t at = digits.size(); at > 3;) {
+    at -= 3;
+    digits.insert(at, 1, ',');
+  }
+  return digits;
+}
+
+std::string asTable(const FleetSummary& summary, const Console& console) {
+  std::string out;
+  if (const auto& question = summary.question()) {
+    out =
+        text("Patch ", printable(question->patchID), " of product ", printable(question->productID),
+             ", service pack ", printable(question->servicePackID), ": ");
+  }
+  out += text(grouped(summary.machines()), summary.machines() == 1 ? " machine" : " machines");
+  if (summary.badLines() > 0) {
+    out += text(", ",
+                console.styled(text(grouped(summary.badLines()),
+                                    summary.badLines() == 1 ? " bad line" : " bad lines"),
+                               Style::bad),
+                " left out");
+  }
+  out += '\n';
+  if (summary.machines() == 0) {
+    return out;
+  }
+  return out + outcomes(summary, console) + reasons(summary, console) +
+         bySort(summary, "MACOS", console,
+                [](const MachineKind& kind) {
+                  return std::pair(-kind.macOS, kind.macOS == 0 ? std::string("unknown")
+                                                                : text("macOS ", kind.macOS));
+                }) +
+         bySort(summary, "PROCESSOR", console,
+                [](const MachineKind& kind) {
+                  return std::pair(std::int64_t{kind.isAppleSilicon ? 0 : 1},
+                                   std::string(kind.isAppleSilicon ? "Apple silicon" : "Intel"));
+                }) +
+         moves(summary, console);
+}
+
+}  // namespace agent_tool

@@ -1,0 +1,83 @@
+#include "AgentTool/Fleet/WhatIf.h"
+
+#include <utility>
+
+#include "VexloPatchDeployment/Common/Measurement.h"
+#include "VexloPatchDeployment/PatchActions/Helpers/PatchActionProvider.h"
+
+namespace agent_tool {
+namespace {
+
+bool stopsPatch(Answer answer) {
+  switch (answer) {
+    case Answer::success:
+    case Answer::wouldForce:
+    case Answer::wouldKill:
+    case Answer::wouldRun:
+      return false;
+    case Answer::applyLater:
+    case Answer::failure:
+    case Answer::wouldAsk:
+    case Answer::notAsked:
+      return true;
+  }
+  std::unreachable();
+}
+
+}  // namespace
+
+WhatIf::WhatIf(const vexlo::PatchIdentifier& patch,
+               const std::shared_ptr<const vexlo::PatchActionGroup>& actionFile)
+    : evaluator_(patch, actionFile, recorded_.sources(), intentions_) {
+  for (const auto& [actionID, arguments, origin] :
+       vexlo::PatchActionProvider(patch, actionFile).actionDetails()) {
+    actions_.push_back({.actionID = actionID,
+                        .code = std::string(actionID.code()),
+                        .name = describe(actionID),
+                        .arguments = {arguments.begin(), arguments.end()}});
+  }
+}
+
+const MachineAnswer& WhatIf::answer(const FactsRecord& record) {
+  recorded_.use(record);
+  answer_.answer = Answer::success;
+  answer_.code = {};
+  answer_.action = {};
+  answer_.reason.clear();
+  answer_.next.clear();
+  answer_.measured = "[]";
+  for (const Action& action : actions_) {
+    const Evaluation evaluation = evaluator_.evaluate(action.actionID);
+    if (stopsPatch(evaluation.answer)) {
+      keep(action, evaluation);
+      break;
+    }
+    if (evaluation.answer != Answer::success && answer_.answer == Answer::success) {
+      keep(action, evaluation);
+    }
+  }
+  return answer_;
+}
+
+void WhatIf::keep(const Action& action, const Evaluation& evaluation) {
+  answer_.answer = evaluation.answer;
+  answer_.code = action.code;
+  answer_.action = action.name;
+  answer_.reason.clear();
+  if (isResult(evaluation.answer) && evaluation.result.description) {
+    answer_.reason = name(*evaluation.result.description);
+  }
+  answer_.next = nextStep(evaluation, intentions_);
+  answer_.measured = vexlo::measurementsAsJSON(evaluation.measurements);
+}
+
+std::vector<FleetAction> WhatIf::actions() const {
+  std::vector<FleetAction> actions;
+  actions.reserve(actions_.size());
+  for (const Action& action : actions_) {
+    actions.push_back({.code = action.code, .arguments = action.arguments});
+  }
+  return actions;
+}
+
+}  // namespace agent_tool

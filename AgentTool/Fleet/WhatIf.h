@@ -1,0 +1,65 @@
+// Predicts a patch's result on machines from their recorded facts.
+#pragma once
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "AgentTool/Evaluation/Evaluator.h"
+#include "AgentTool/Evaluation/Intentions.h"
+#include "AgentTool/Evaluation/RecordedSources.h"
+#include "AgentTool/Facts/FactsRecord.h"
+#include "AgentTool/Fleet/FleetSummary.h"
+#include "VexloPatchDeployment/Common/PatchIdentifier.h"
+#include "VexloPatchDeployment/PatchActions/Helpers/PatchActionGroup.h"
+
+namespace agent_tool {
+
+/// A patch's predicted result on one machine: the answer of the deciding action.
+struct MachineAnswer {
+  Answer answer = Answer::success;
+  std::string_view code;    ///< The action's code; empty if all actions succeed.
+  std::string_view action;  ///< Its name.
+  std::string reason;       ///< The description's name; empty if there is none.
+  std::string next;         ///< What would happen next; empty if the answer is a result.
+  std::string measured;     ///< The measurements as a JSON array.
+
+  [[nodiscard]] FleetAnswerView counted() const { return {name(answer), code, reason}; }
+};
+
+/// Evaluates a patch for one record at a time. The deciding action is the first that would stop the
+/// patch: it can't pass now, fails, or depends on the user or on a fact that is not in the record.
+/// If there is none, it is the first action that would do something. Not thread-safe.
+class WhatIf {
+ public:
+  WhatIf(const vexlo::PatchIdentifier& patch,
+         const std::shared_ptr<const vexlo::PatchActionGroup>& actionFile);
+  WhatIf(const WhatIf&) = delete;
+  WhatIf& operator=(const WhatIf&) = delete;
+
+  /// The answer for a record; valid until the next call.
+  [[nodiscard]] const MachineAnswer& answer(const FactsRecord& record);
+
+  /// The actions, in order.
+  [[nodiscard]] std::vector<FleetAction> actions() const;
+
+ private:
+  struct Action {
+    vexlo::ActionID actionID;
+    std::string code;
+    std::string name;
+    std::vector<std::string> arguments;
+  };
+
+  void keep(const Action& action, const Evaluation& evaluation);
+
+  std::vector<Action> actions_;
+  Intentions intentions_;
+  RecordedSources recorded_{intentions_};
+  Evaluator evaluator_;
+  MachineAnswer answer_;
+};
+
+}  // namespace agent_tool

@@ -1,0 +1,165 @@
+#include <gmock/gmock.h>
+
+#include <cstdint>
+#include <fstream>
+#include <iterator>
+#include <set>
+#include <span>
+#include <sstream>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <variant>
+#include <vector>
+
+#include "AgentLibraries/LogCore/Text.h"
+#include "AgentTool/ActionFiles/ActionReference.h"
+#include "AgentTool/ActionFiles/Finding.h"
+#include "AgentTool/Facts/CompactJSON.h"
+#include "Tests/AgentTool/AgentToolFixture.h"
+#include "VexloPatchDeployment/Common/KnownActions.h"
+#include "VexloPatchDeployment/Common/Measurement.h"
+#include "VexloPatchDeployment/Common/PatchActionResult.h"
+
+using LogCore::text;
+using testing::AllOf;
+using testing::Contains;
+using testing::HasSubstr;
+
+namespace {
+
+std::string document(const std::string& name) {
+  std::ifstream file(VEXLO_DOCUMENTS "/" + name);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+/// The part of `text` between two strings.
+std::string between(std::string_view text, std::string_view begin, std::string_view end) {
+  const std::size_t first = text.find(begin);
+  if (first == std::string_view::npos) {
+    return "no " + std::string(begin);
+  }
+  const std::string_view rest = text.substr(first + begin.size());
+  return std::string(rest.substr(0, rest.find(end)));
+}
+
+class ActionReferenceTest : public AgentToolTest {};
+
+TEST_F(ActionReferenceTest, GeneratedDocumentsAreUpToDate) {
+  constexpr const char* kHow = "run ./dev generate";
+  EXPECT_EQ(document("action-file.schema.json"), agent_tool::actionFileSchema()) << kHow;
+  EXPECT_EQ(between(document("ACTION-FILE.md"), "KnownActions.h. -->\n", "<!-- end -->"),
+            agent_tool::actionsAsMarkdown())
+      << kHow;
+}
+
+TEST_F(ActionReferenceTest, DocumentedExampleHasTheDocumentedPlan) {
+  const std::string page = document("ACTION-FILE.md");
+  const std::string file = writeActions(between(page, "```json\n", "```"));
+  EXPECT_THAT(shell("vexlo-patch check " + file).output, HasSubstr("nothing looks odd"));
+  std::istringstream session(between(page, "```console\n", "```"));
+  std::string commands;
+  for (std::string line; std::getline(session, line);) {
+    if (line.starts_with("$ ")) {
+      commands += "echo '" + line + "'; " + line.substr(2) + "\n";
+    }
+  }
+  EXPECT_EQ(shell(commands).output, session.str());
+}
+
+TEST_F(ActionReferenceTest, PageListsEveryKindOfFinding) {
+  const std::string page = document("ACTION-FILE.md");
+  for (std::uint8_t kind = 0;
+       kind <= std::to_underlying(agent_tool::FindingKind::restartBeforeAction); ++kind) {
+    EXPECT_THAT(page,
+                HasSubstr(text("| `", name(static_cast<agent_tool::FindingKind>(kind)), "` | ")));
+  }
+}
+
+TEST_F(ActionReferenceTest, DocumentedResultsExist) {
+  std::set<std::string> results{
+      "success", "success(gotUserAcknowledgementForPatchingRunningApplications)",
+      "applyLater(macOSUpdateIsDeferred)", "failure(macOSSoftwareUpdateInstallationFailed)"};
+  for (std::uint8_t reason = 0; reason <= std::to_underlying(vexlo::PlainReason::unDefined);
+       ++reason) {
+    results.insert(
+        describe(vexlo::PatchActionResult::applyLater(static_cast<vexlo::PlainReason>(reason))));
+  }
+  for (const vexlo::KnownActionRow& action : vexlo::kKnownActions) {
+    for (const vexlo::ActionAnswer& answer : action.answers) {
+      EXPECT_THAT(results, Contains(answer.result)) << action.name;
+    }
+  }
+}
+
+TEST_F(ActionReferenceTest, ChangelogNamesEveryAction) {
+  const std::string changelog = document("../CHANGELOG.md");
+  for (const vexlo::KnownActionRow& action : vexlo::kKnownActions) {
+    EXPECT_THAT(changelog, HasSubstr(text('`', action.name, '`')));
+  }
+}
+
+/// The names of a JSON object's members.
+std::vector<std::string> memberNames(std::string_view json) {
+  std::vector<std::string> names;
+  agent_tool::CompactJSON parser;
+  parser.read(json)->forEachElement([&](const agent_tool::JSONValue& object) {
+    object.forEachMember(
+        [&](std::string_view name, const agent_tool::JSONValue&) { names.emplace_back(name); });
+  });
+  return names;
+}
+
+/// Each alternative of the variant once.
+template <std::size_t... index>
+std::vector<vexlo::Measurement> oneOfEach(std::index_sequence<index...> /*all*/) {
+  return {vexlo::Measurement(std::in_place_index<index>)...};
+}
+
+TEST_F(ActionReferenceTest, RunPageListsEveryMeasurementMember) {
+  const std::string page = document("RUN.md");
+  for (const vexlo::Measurement& measurement :
+       oneOfEach(std::make_index_sequence<std::variant_size_v<vexlo::Measurement>>())) {
+    const std::string json = vexlo::measurementsAsJSON(std::span(&measurement, 1));
+    const std::string row =
+        between(page, "| `" + between(json, R"("kind":")", "\"") + "` | ", "\n");
+    for (const std::string& name : memberNames(json)) {
+      EXPECT_TRUE(name == "kind" || row.contains('`' + name + '`')) << json << " in: " << row;
+    }
+  }
+}
+
+TEST_F(ActionReferenceTest, AgentFilesPageListsEveryKey) {
+  const std::string page = document("AGENT-FILES.md");
+  for (const auto* source :
+       {"Validators/RunningApplicationCheckRelated/RunningAppPolicy.cpp",
+        "Validators/RunningApplicationCheckRelated/RunningAppPromptCustomizationProvider.cpp",
+        "PatchActions/Helpers/MDMPatchingStatusChecker.cpp",
+        "PatchActions/Helpers/MacOSUpdateDeferralEligibilityChecker.cpp"}) {
+    const std::string code = document(std::string("../VexloPatchDeployment/") + source);
+    std::size_t count = 0;
+    for (const std::string_view before :
+         {"isOn(plistManager_, \"", "fetchValue(\"", "Setting{\""}) {
+      for (std::size_t at = 0; (at = code.find(before, at)) != std::string::npos; ++count) {
+        at += before.size();
+        EXPECT_THAT(page, HasSubstr('`' + code.substr(at, code.find('"', at) - at) + '`'));
+      }
+    }
+    EXPECT_GT(count, 0U) << source;
+  }
+}
+
+TEST_F(ActionReferenceTest, HelpFindsAnActionByCodeOrName) {
+  const ToolRun byCode = shell("vexlo-patch help actions 2005");
+  EXPECT_THAT(byCode.output,
+              AllOf(HasSubstr("2005 minimumDiskSpaceCheck\n"), HasSubstr("\"2005\": [\"20\"]"),
+                    HasSubstr("  applyLater(inSufficientDiskSpaceForSoftwareUpdate)\n")));
+  EXPECT_EQ(shell("vexlo-patch help actions minimumDiskSpaceCheck").output, byCode.output);
+  EXPECT_THAT(shell("vexlo-patch help actions").output,
+              HasSubstr("  2005  minimumDiskSpaceCheck\n"));
+  const ToolRun unknown = shell("vexlo-patch help actions 205");
+  EXPECT_EQ(unknown.errors, "vexlo-patch: no such action: 205\nTry 'vexlo-patch help actions'.\n");
+  EXPECT_EQ(unknown.status, 64);
+}
+
+}  // namespace

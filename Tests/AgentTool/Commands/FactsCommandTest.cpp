@@ -1,0 +1,62 @@
+#include <gmock/gmock.h>
+
+#include <string>
+
+#include "AgentTool/Facts/FactsText.h"
+#include "Tests/AgentTool/AgentToolFixture.h"
+
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::MatchesRegex;
+using testing::Not;
+
+namespace {
+
+class FactsCommandTest : public AgentToolTest {};
+
+TEST_F(FactsCommandTest, WorksWithoutAnAgentAndSaysWhyFactsAreAbsent) {
+  const ToolRun run =
+      shell("env -u VEXLO_AGENT_ROOT vexlo-patch facts --json --application no.such");
+  EXPECT_EQ(run.status, 0);
+  EXPECT_EQ(run.errors, "");
+  EXPECT_THAT(run.output, MatchesRegex("[{]\"version\":1,\"time\":\"[^\n]*[}]\n"));
+  EXPECT_THAT(
+      run.output,
+      AllOf(HasSubstr(R"("agent":{"base":null,"data":null,"logs":null,"serviceAnswers":false})"),
+            HasSubstr(R"("patchData":{"file":null,"values":null})"),
+            HasSubstr(R"("applications":{"no.such":[]})"),
+            HasSubstr(R"("patchData":"the agent's data directory is not given")"),
+            HasSubstr(R"("agentService":"Unable to reach the agent service: )")));
+}
+
+TEST_F(FactsCommandTest, ShowsSettingsWithTheirFileAndOnlyKnownKeys) {
+  root.write("data/vxpatch_data.plist",
+             R"({"OSPatchingViaMDMStatus" = 1; "AlwaysKillApps" = "true"; "Secret" = "x";})");
+  root.write("data/ApplicationRunningPromptCustomization.plist", R"({"subTitle" = ("a");})");
+  const std::string data = root.path() + "/data/";
+  const ToolRun run = shell("vexlo-patch facts");
+  EXPECT_EQ(run.errors, "");
+  EXPECT_THAT(run.output,
+              AllOf(HasSubstr("  " + data + "vxpatch_data.plist\n  AlwaysKillApps "),
+                    HasSubstr("applications killed       no\n"), Not(HasSubstr("Secret")),
+                    HasSubstr("subTitle: expected a string, found an array"),
+                    HasSubstr("absent: there is no file " + data +
+                              "ApplicationRunningPromptData.plist\n")));
+  EXPECT_THAT(shell("vexlo-patch facts --log-level info").errors,
+              HasSubstr("Running application check is enabled"));
+}
+
+TEST(FactsTextTest, PropertyListValuesKeepTheirTypes) {
+  using platform::PropertyList;
+  agent_tool::Facts facts;
+  facts.powerSources = {PropertyList("x"),
+                        PropertyList(PropertyList::Value(1.0)),
+                        PropertyList(std::int64_t{1}),
+                        PropertyList(true),
+                        PropertyList(PropertyList::Value(platform::PropertyListDate{1})),
+                        PropertyList(PropertyList::Value(PropertyList::Data{std::byte{0xa0}}))};
+  EXPECT_THAT(agent_tool::factsAsJSON(facts),
+              HasSubstr(R"("powerSources":["x",1.0,1,true,{"$date":1.0},{"$data":"a0"}],)"));
+}
+
+}  // namespace
