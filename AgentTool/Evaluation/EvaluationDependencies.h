@@ -19,7 +19,7 @@ namespace agent_tool {
 /// The sources of an evaluation: this machine, or a record of another one. They must outlive the
 /// container and may answer differently from one action to the next.
 struct EvaluationSources {
-  vexlo::MachineFacts& machine;
+  const vexlo::MachineFacts& machine;
   vexlo::PowerSourceResolver& powerSource;
   vexlo::DiskInfoProvider& disk;
   vexlo::UserSessionProvider& users;
@@ -158,18 +158,18 @@ class EvaluationDependencies final : public vexlo::PatchProcessingDependencies {
   vexlo::RunningAppPromptEvaluating& runningAppPromptEvaluator() override { return evaluator_; }
   vexlo::RunningAppPromptCleaning& runningAppPromptCleaner() override { return cleaner_; }
   vexlo::RunningAppPromptPresenting& runningAppPromptPresenter() override { return presenter_; }
-  vexlo::MachineFacts& machine() override { return sources_.machine; }
+  const vexlo::MachineFacts& machine() override { return sources_.machine; }
   platform::Sleeper sleeper() override {
     return [](std::chrono::milliseconds) {};
   }
 
  private:
   struct MDMStatus final : vexlo::MDMStausProvider {
-    explicit MDMStatus(vexlo::MachineFacts& machineFacts) : machine(machineFacts) {}
+    explicit MDMStatus(const vexlo::MachineFacts& machineFacts) : machine(machineFacts) {}
     [[nodiscard]] bool isMDMEnrolled() override {
       return machine.mdmEnrollment() != vxutils::EnrollmentType::not_enrolled;
     }
-    vexlo::MachineFacts& machine;
+    const vexlo::MachineFacts& machine;
   };
 
   /// Records what would be killed.

@@ -41,7 +41,7 @@ class MachineSources {
 
   bool asksApple_;
   bool asksAgent_;
-  vexlo::SystemMachineFacts machine_;
+  vexlo::MachineFacts machine_;
   vexlo::SystemPowerSources powerSources_;
   vexlo::SystemPowerSource powerSource_{powerSources_};
   vexlo::SystemDiskInfo disk_;

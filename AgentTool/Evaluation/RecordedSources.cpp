@@ -39,7 +39,6 @@ class RecordedApplication final : public vexlo::RunningApplication {
 
 void RecordedSources::use(const FactsRecord& record) {
   record_ = &record;
-  machine_.use(record);
   customization_.forget();
 }
 

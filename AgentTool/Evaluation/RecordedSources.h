@@ -117,7 +117,13 @@ class RecordedSources {
   };
 
   const FactsRecord* record_ = nullptr;
-  vexlo::RecordedMachineFacts machine_;
+  vexlo::MachineFacts machine_{
+      .macOSMajorVersion = [this] { return record_->macOSMajorVersion; },
+      .isAppleSilicon = [this] { return record_->isAppleSilicon; },
+      .mdmEnrollment =
+          [this] {
+            return record_->mdmEnrollment.value_or(vxutils::EnrollmentType::not_enrolled);
+          }};
   Power powerSource_{*this};
   Disk disk_{*this};
   Users users_{*this};

@@ -188,7 +188,7 @@ class Reader {
   }
 
   void readMachine() {
-    vexlo::SystemMachineFacts machine;
+    const vexlo::MachineFacts machine;
     for (const FactsMember& member : factsMembers()) {
       if (member.ask != nullptr) {
         auto [isKnown, reason] =

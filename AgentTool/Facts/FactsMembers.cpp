@@ -121,12 +121,12 @@ constexpr FactsMember shown(std::string_view name, std::string_view heading) {
   return member;
 }
 
-/// A fact about the machine as a whole: the member of `vexlo::MachineReadings` that stores it, and
-/// the function of `vexlo::MachineFacts` that reads it.
+/// A fact about the machine as a whole: the member of `PlainFacts` that stores it, and the function
+/// of `vexlo::MachineFacts` that reads it.
 template <auto reading, auto question>
 constexpr FactsMember machineFact(std::string_view name, std::string_view heading) {
   FactsMember member = shown<reading>(name, heading);
-  member.ask = [](vexlo::MachineFacts& machine, Facts& facts) {
+  member.ask = [](const vexlo::MachineFacts& machine, Facts& facts) {
     facts.*reading = (machine.*question)();
     if constexpr (kIsOptional<std::remove_cvref_t<decltype(facts.*reading)>>) {
       return (facts.*reading).has_value();

@@ -23,7 +23,7 @@ struct FactsMember {
   bool isNeeded = false;  ///< A line without it is an error.
   /// Reads the fact from this machine and returns whether it is available. Null for facts that
   /// `Facts.cpp` reads.
-  bool (*ask)(vexlo::MachineFacts& machine, Facts& facts) = nullptr;
+  bool (*ask)(const vexlo::MachineFacts& machine, Facts& facts) = nullptr;
   /// The heading of the fact's row in the table, and its value. Empty and null for a fact that has
   /// no row, or several.
   std::string_view heading = {};

@@ -4,13 +4,16 @@
 #include <cstdint>
 #include <optional>
 
-#include "VexloPatchDeployment/Adapters/MachineFacts.h"
+#include "AgentLibraries/vxutils/MDMEnrollmentUtil.h"
 #include "VexloPatchDeployment/Validators/Battery/PowerSourceResolver.h"
 
 namespace agent_tool {
 
 /// Numbers, flags and other values that own no memory.
-struct PlainFacts : vexlo::MachineReadings {
+struct PlainFacts {
+  bool isAppleSilicon = false;
+  std::int64_t macOSMajorVersion = 0;  ///< What the library assumes if it can't be read.
+  std::optional<vxutils::EnrollmentType> mdmEnrollment;
   std::chrono::seconds offsetFromUTC{0};  ///< Of the time zone when this day began, east positive.
   std::optional<vexlo::PowerSource> powerSource;  ///< As interpreted by the battery checks.
   std::optional<std::int64_t> freeDiskSpace;      ///< In bytes, on the startup volume.

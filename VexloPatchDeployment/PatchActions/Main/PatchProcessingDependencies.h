@@ -63,7 +63,7 @@ class PatchProcessingDependencies {
   virtual RunningAppPromptPresenting& runningAppPromptPresenter() = 0;
 
   /// The machine that the processor and the installers act on.
-  virtual MachineFacts& machine() = 0;
+  virtual const MachineFacts& machine() = 0;
   /// How installers pause.
   virtual platform::Sleeper sleeper() = 0;
 };
@@ -117,12 +117,12 @@ class DefaultPatchProcessingDependencies final : public PatchProcessingDependenc
   RunningAppPromptPresenting& runningAppPromptPresenter() override {
     return runningAppPromptPresenter_;
   }
-  MachineFacts& machine() override { return machine_; }
+  const MachineFacts& machine() override { return machine_; }
   platform::Sleeper sleeper() override { return platform::systemSleeper(); }
 
  private:
   // Used by the members below.
-  SystemMachineFacts machine_;
+  MachineFacts machine_;
   SystemPowerSources powerSources_;
   SystemPowerSource powerSource_{powerSources_};
   SystemMDMClient mdmClient_;
