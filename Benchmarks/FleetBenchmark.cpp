@@ -1,7 +1,6 @@
 // Predicting a patch's results on a fleet: machines per second, peak memory, and two workers. The
 // baseline reads the same lines with the JSON parser alone.
 #include <benchmark/benchmark.h>
-#include <fcntl.h>
 #include <spawn.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -23,14 +22,12 @@
 #include "AgentTool/Fleet/WhatIf.h"
 #include "Benchmarks/EmptyHandler.h"
 #include "Benchmarks/FreshProcess.h"
-#include "Platform/Descriptor.h"
 #include "VexloPatchDeployment/PatchActions/Helpers/PatchActionGroup.h"
 #include "tools/Fleet.h"
 
 namespace {
 
 constexpr std::int64_t kMachinesInFile = 10'000;
-constexpr std::size_t kLongestLine = std::size_t{1} << 20;
 constexpr const char* kActions = VEXLO_FLEET_ACTIONS;
 const vexlo::PatchIdentifier kPatch("310990", "1201", "2301");  // six actions
 
@@ -54,8 +51,8 @@ const std::string& fleetFile() {
 /// Calls `use(line)` for each line of the fleet's file.
 template <typename Use>
 void forEachLine(const Use& use) {
-  const platform::Descriptor file(::open(fleetFile().c_str(), O_RDONLY | O_CLOEXEC));
-  agent_tool::LineReader reader(file.get(), kLongestLine, [] {});
+  const agent_tool::LineSource file(fleetFile());
+  agent_tool::LineReader reader(file.descriptor(), agent_tool::kLongestFactsLine, [] {});
   while (const auto line = reader.next()) {
     use(line->text);
   }

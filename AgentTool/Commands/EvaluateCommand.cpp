@@ -1,21 +1,21 @@
 #include <algorithm>
-#include <iostream>
-#include <iterator>
 #include <memory>
 #include <optional>
 #include <span>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <utility>
 #include <vector>
 
-#include "AgentLibraries/FileCodec/JSONManager.h"
+#include "AgentLibraries/FileCodec/DecodingError.h"
 #include "AgentLibraries/FileCodec/JSONObject.h"
 #include "AgentLibraries/LogCore/Text.h"
 #include "AgentTool/Commands/ActionFile.h"
 #include "AgentTool/Commands/AgentSession.h"
 #include "AgentTool/Commands/Commands.h"
 #include "AgentTool/Console/Columns.h"
+#include "AgentTool/Console/LineReader.h"
 #include "AgentTool/Console/PrintableText.h"
 #include "AgentTool/Evaluation/Evaluator.h"
 #include "AgentTool/Evaluation/MachineSources.h"
@@ -70,35 +70,45 @@ std::vector<EvaluatedAction> evaluateThisMachine(const EvaluateRequest& request,
   return evaluateAll(actions, evaluator, intentions);
 }
 
-/// The only line of a facts file, with or without a line feed. Throws `DecodingError`.
-std::string factsLine(const std::string& file) {
-  std::string text = file == "-" ? std::string(std::istreambuf_iterator(std::cin), {})
-                                 : FileCodec::readTextFile(file);
-  if (const std::size_t end = text.find('\n'); end != std::string::npos) {
-    if (text.find_first_not_of("\r\n", end) != std::string::npos) {
-      throw FileCodec::DecodingError(file, {}, "one line", "more (what-if reads many)");
+/// The only line of the input that isn't blank. Throws `DecodingError` and `std::system_error`.
+std::string onlyLine(const LineSource& input) {
+  std::string only;
+  LineReader reader(input.descriptor(), kLongestFactsLine, [] {});
+  while (const auto line = reader.next()) {
+    if (line->isTooLong) {
+      throw FileCodec::DecodingError(
+          input.name(), {}, text("a line of at most ", kLongestFactsLine, " bytes"), "more");
     }
-    text.resize(end);
+    if (line->text.find_first_not_of(" \t\r") == std::string_view::npos) {
+      continue;
+    }
+    if (!only.empty()) {
+      throw FileCodec::DecodingError(input.name(), {}, "one line", "more (what-if reads many)");
+    }
+    only = line->text;
   }
-  return text;
+  return only;
 }
 
 /// Throws `DecodingError`.
 std::vector<EvaluatedAction> evaluateRecord(const std::string& factsFile,
                                             const EvaluateRequest& request, ActionFile file,
-                                            const std::vector<ActionDetail>& actions) {
-  const std::string line = factsLine(factsFile);
+                                            const std::vector<ActionDetail>& actions) try {
+  const LineSource input(factsFile);
+  const std::string line = onlyLine(input);
   FactsReader reader;
   const auto record = reader.read(line);
   if (!record) {
     const FileCodec::DecodingError& error = record.error();
-    throw FileCodec::DecodingError(factsFile, error.place(), error.expected(), error.found());
+    throw FileCodec::DecodingError(input.name(), error.place(), error.expected(), error.found());
   }
   Intentions intentions;
   RecordedSources recorded(intentions);
   recorded.use(**record);
   Evaluator evaluator(request.patch, std::move(file), recorded.sources(), intentions);
   return evaluateAll(actions, evaluator, intentions);
+} catch (const std::system_error& error) {
+  throw FileCodec::DecodingError(factsFile, {}, {}, error.code().message());
 }
 
 /// The action's result; absent if something else would happen first.

@@ -36,30 +36,8 @@ namespace {
 using LogCore::text;
 using ActionFile = std::shared_ptr<const vexlo::PatchActionGroup>;
 
-constexpr std::size_t kLongestLine = std::size_t{1} << 20;
 constexpr std::size_t kLongestSummary = std::size_t{64} << 20;
 constexpr std::size_t kOutputBytes = std::size_t{64} * 1024;
-constexpr const char* kStandardInputName = "-";
-
-/// A file to read, or standard input.
-class LineSource {
- public:
-  explicit LineSource(const std::string& path)
-      : name_(path == kStandardInputName ? "standard input" : path) {
-    if (path != kStandardInputName) {
-      file_ = platform::aboveStandard(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY));
-      if (!file_) {
-        throw std::system_error(errno, std::generic_category());
-      }
-    }
-  }
-  [[nodiscard]] int descriptor() const noexcept { return file_ ? file_.get() : STDIN_FILENO; }
-  [[nodiscard]] const std::string& name() const noexcept { return name_; }
-
- private:
-  std::string name_;
-  platform::Descriptor file_;
-};
 
 /// The total size of the files; absent if one is not a regular file.
 std::optional<std::uint64_t> bytesIn(const std::vector<std::string>& files) {
@@ -169,10 +147,11 @@ class Fleet {
   void read(const LineSource& input) {
     const std::string place = request_.factsFiles.size() > 1 ? input.name() + ":" : std::string();
     const std::uint64_t bytesBefore = bytes_;
-    LineReader reader(input.descriptor(), kLongestLine, [this] { flush(); });
+    LineReader reader(input.descriptor(), kLongestFactsLine, [this] { flush(); });
     while (const auto line = reader.next()) {
       if (line->isTooLong) {
-        reject(input, line->number, text("expected a line of at most ", kLongestLine, " bytes"));
+        reject(input, line->number,
+               text("expected a line of at most ", kLongestFactsLine, " bytes"));
       } else if (line->text.find_first_not_of(" \t\r") != std::string_view::npos) {
         const auto record = facts_.read(line->text);
         if (record) {

@@ -1,5 +1,6 @@
 #include "AgentTool/Console/LineReader.h"
 
+#include <fcntl.h>
 #include <poll.h>
 #include <unistd.h>
 
@@ -19,6 +20,19 @@ bool wouldWait(int descriptor) {
 }
 
 }  // namespace
+
+LineSource::LineSource(const std::string& path) : name_(path) {
+  if (path == kStandardInputName) {
+    name_ = "standard input";
+    return;
+  }
+  file_ = platform::aboveStandard(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY));
+  if (!file_) {
+    throw std::system_error(errno, std::generic_category());
+  }
+}
+
+int LineSource::descriptor() const noexcept { return file_ ? file_.get() : STDIN_FILENO; }
 
 LineReader::LineReader(int descriptor, std::size_t longestLine, std::function<void()> beforeWait)
     : descriptor_(descriptor),

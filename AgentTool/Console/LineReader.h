@@ -1,14 +1,34 @@
-// Reads lines from a descriptor in bounded memory.
+// Reads lines of a file or of standard input in bounded memory.
 #pragma once
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <vector>
 
+#include "Platform/Descriptor.h"
+
 namespace agent_tool {
+
+/// The name by which commands are told to read standard input.
+constexpr std::string_view kStandardInputName = "-";
+
+/// A file of any kind that is open for reading, or standard input.
+class LineSource {
+ public:
+  /// Throws `std::system_error` if the file can't be opened.
+  explicit LineSource(const std::string& path);
+  [[nodiscard]] int descriptor() const noexcept;
+  /// For messages: the path, or «standard input».
+  [[nodiscard]] const std::string& name() const noexcept { return name_; }
+
+ private:
+  std::string name_;
+  platform::Descriptor file_;  // empty for standard input
+};
 
 /// Reads a file, pipe or terminal. Lines that are too long are reported and skipped.
 class LineReader {

@@ -91,6 +91,9 @@ struct FactsRecord : PlainFacts {
   std::vector<RecordedInstance> instances;  ///< The instances of all applications.
 };
 
+/// A longer line of facts is an error where lines are read.
+constexpr std::size_t kLongestFactsLine = std::size_t{1} << 20;
+
 /// Parses lines one at a time into the same record, reusing memory, so that it stops allocating
 /// after the largest line. Not thread-safe.
 class FactsReader {

@@ -47,10 +47,12 @@ TEST_F(EvaluateCommandTest, ShowsAnswersAndMeasuredValues) {
 TEST_F(EvaluateCommandTest, ReportsWhyFactsAreUnusable) {
   root.write("two.json", std::string(kFacts) + "\n" + kFacts + "\n");
   root.write("wrong.json", R"({"version":1,"appleSilicon":"yes"})");
+  root.write("long.json", std::string(1'100'000, ' ') + kFacts);
   for (const auto& [file, message] :
        {std::pair("two.json", "two.json: expected one line, found more"),
         {"wrong.json", "wrong.json: appleSilicon: expected true or false, found \"yes\""},
-        {"none.json", "none.json: "}}) {
+        {"- < long.json", "standard input: expected a line of at most 1048576 bytes, found more"},
+        {"none.json", "none.json: No such file or directory"}}) {
     const ToolRun run = shell(std::string("vexlo-patch evaluate $patch --facts ") + file);
     EXPECT_EQ(run.status, 65) << file;
     EXPECT_EQ(run.output, "");
