@@ -2,6 +2,7 @@
 #pragma once
 #include "VexloPatchDeployment/Adapters/CommandExecutor.h"
 #include "VexloPatchDeployment/Common/ActionID.h"
+#include "VexloPatchDeployment/Common/ActionNames.h"
 #include "VexloPatchDeployment/Common/ActionObserver.h"
 #include "VexloPatchDeployment/Common/PatchActionFileError.h"
 #include "VexloPatchDeployment/Common/PatchActionResult.h"

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <iterator>
 #include <optional>
 #include <string>
 #include <tuple>
@@ -18,7 +19,7 @@
 #include "AgentTool/ActionFiles/Spelling.h"
 #include "AgentTool/Console/PrintableText.h"
 #include "VexloPatchDeployment/Common/ActionID.h"
-#include "VexloPatchDeployment/Common/KnownActions.h"
+#include "VexloPatchDeployment/PatchActions/Main/KnownActions.h"
 
 namespace agent_tool {
 namespace {
@@ -71,9 +72,9 @@ std::string_view meantCode(std::string_view code) {
   if (ActionID(bare).value().index() == 0) {
     return bare;
   }
-  std::array<std::string_view, vexlo::kKnownActions.size()> names;
-  std::ranges::transform(vexlo::kKnownActions, names.begin(), &vexlo::KnownActionRow::name);
-  const vexlo::KnownActionRow* const row = vexlo::findKnownAction(closestWord(code, names));
+  std::vector<std::string_view> names;
+  std::ranges::transform(vexlo::knownActions(), std::back_inserter(names), &KnownActionRow::name);
+  const KnownActionRow* const row = vexlo::findKnownAction(closestWord(code, names));
   return row == nullptr ? std::string_view() : row->code;
 }
 

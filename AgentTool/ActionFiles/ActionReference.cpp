@@ -173,7 +173,7 @@ std::string indented(std::string_view json) {
 
 std::string listOfActions() {
   std::string out = "The actions of action files, in running order:\n";
-  for (const KnownActionRow& action : vexlo::kKnownActions) {
+  for (const KnownActionRow& action : vexlo::knownActions()) {
     out += text("\n  ", action.code, "  ", action.name, '\n') + paragraph(action.summary, 8);
     if (!action.arguments.empty()) {
       out += paragraph("Arguments: " + argumentNames(action), 8);
@@ -201,10 +201,10 @@ std::string explanationOf(vexlo::KnownAction known) {
 
 std::string actionsAsMarkdown() {
   std::string out = "| code | action | arguments |\n| --- | --- | --- |\n";
-  for (const KnownActionRow& action : vexlo::kKnownActions) {
+  for (const KnownActionRow& action : vexlo::knownActions()) {
     out += text("| ", action.code, " | `", action.name, "` | ", argumentNames(action), " |\n");
   }
-  for (const KnownActionRow& action : vexlo::kKnownActions) {
+  for (const KnownActionRow& action : vexlo::knownActions()) {
     out += '\n' + asMarkdown(action);
   }
   return out;
@@ -213,7 +213,7 @@ std::string actionsAsMarkdown() {
 std::string actionFileSchema() {
   const std::string anyArguments = R"({"type":"array","items":{"type":"string"}})";
   JSONObject known;
-  for (const KnownActionRow& action : vexlo::kKnownActions) {
+  for (const KnownActionRow& action : vexlo::knownActions()) {
     known.addJSON(action.code, schemaOfAction(action));
   }
   const std::string actions =

@@ -2,7 +2,7 @@
 #pragma once
 #include <string>
 
-#include "VexloPatchDeployment/Common/KnownActions.h"
+#include "VexloPatchDeployment/PatchActions/Main/KnownActions.h"
 
 namespace agent_tool {
 

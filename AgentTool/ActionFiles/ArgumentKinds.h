@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "AgentTool/ActionFiles/Finding.h"
-#include "VexloPatchDeployment/Common/KnownActions.h"
+#include "VexloPatchDeployment/PatchActions/Main/KnownActions.h"
 
 namespace agent_tool {
 

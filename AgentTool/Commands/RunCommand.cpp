@@ -17,9 +17,9 @@
 #include "AgentTool/Console/Interruption.h"
 #include "AgentTool/Console/LogLines.h"
 #include "AgentTool/Console/PrintableText.h"
-#include "VexloPatchDeployment/Common/KnownActions.h"
 #include "VexloPatchDeployment/PatchActions/Helpers/PatchActionJSONParser.h"
 #include "VexloPatchDeployment/PatchActions/Helpers/PatchActionProvider.h"
+#include "VexloPatchDeployment/PatchActions/Main/KnownActions.h"
 #include "VexloPatchDeployment/PatchActions/Main/ProcessPatchActions.h"
 
 namespace agent_tool {
@@ -32,9 +32,8 @@ using Outcome = vexlo::PatchActionResult::Outcome;
 
 /// The action with this code, or the known action with this name.
 ActionID actionCalled(const std::string& codeOrName) {
-  const auto* const named =
-      std::ranges::find(vexlo::kKnownActions, codeOrName, &vexlo::KnownActionRow::name);
-  return named != vexlo::kKnownActions.end() ? named->action : ActionID(codeOrName);
+  const vexlo::KnownActionRow* const known = vexlo::findKnownAction(codeOrName);
+  return known != nullptr ? known->action : ActionID(codeOrName);
 }
 
 /// The selected actions in running order, without duplicates.

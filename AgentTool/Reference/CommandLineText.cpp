@@ -9,7 +9,7 @@
 
 #include "AgentTool/Commands/BuildVersion.h"
 #include "AgentTool/Commands/CommandLine.h"
-#include "VexloPatchDeployment/Common/KnownActions.h"
+#include "VexloPatchDeployment/PatchActions/Main/KnownActions.h"
 
 namespace agent_tool::reference {
 namespace {
@@ -18,7 +18,7 @@ namespace {
 std::vector<std::string> choicesOf(const std::string& type) {
   std::vector<std::string> choices;
   if (type == "CODE|NAME" || type == "ACTION") {
-    for (const auto& row : vexlo::kKnownActions) {
+    for (const auto& row : vexlo::knownActions()) {
       choices.emplace_back(row.name);
     }
   } else if (type.contains('|') && std::ranges::none_of(type, [](unsigned char letter) {

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "Tests/EndToEnd/MacRun.h"
-#include "VexloPatchDeployment/Common/KnownActions.h"
+#include "VexloPatchDeployment/PatchActions/Main/KnownActions.h"
 
 namespace end_to_end {
 namespace {
@@ -21,7 +21,7 @@ std::string expectedResult(std::string_view code, std::string_view result) {
 TEST(EveryResultTest, HasARow) {
   Texts expected;
   MacTests::forEach([&](const MacTest& test) { expected = expected + test.results; });
-  for (const vexlo::KnownActionRow& action : vexlo::kKnownActions) {
+  for (const vexlo::KnownActionRow& action : vexlo::knownActions()) {
     for (const vexlo::ActionAnswer& answer : action.answers) {
       const std::string result = expectedResult(action.code, answer.result);
       EXPECT_TRUE(std::ranges::any_of(expected,
@@ -34,7 +34,7 @@ TEST(EveryResultTest, HasARow) {
 }
 
 TEST(EveryResultTest, EveryActionHasWhy) {
-  for (const vexlo::KnownActionRow& action : vexlo::kKnownActions) {
+  for (const vexlo::KnownActionRow& action : vexlo::knownActions()) {
     bool isExpected = false;
     MacTests::forEach([&](const MacTest& test) {
       isExpected =

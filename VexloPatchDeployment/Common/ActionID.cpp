@@ -1,12 +1,11 @@
 #include "VexloPatchDeployment/Common/ActionID.h"
 
-#include <algorithm>
+#include <optional>
 #include <ostream>
 #include <vector>
 
 #include "AgentLibraries/FileCodec/JSONReader.h"
 #include "AgentLibraries/FileCodec/JSONText.h"
-#include "VexloPatchDeployment/Common/KnownActions.h"
 #include "VexloPatchDeployment/Common/Log.h"
 #include "VexloPatchDeployment/Common/Numbers.h"
 #include "VexloPatchDeployment/Common/Overloaded.h"
@@ -18,12 +17,21 @@ constexpr std::int64_t kSortOrderWithoutNumber = 999999;
 constexpr std::string_view kUndefined = "undefined";
 constexpr std::string_view kUndefinedPayload = "_0";
 
-ActionID::Value valueFor(std::string_view code) {
-  const auto* const row = std::ranges::find(kKnownActions, code, &KnownActionRow::code);
-  if (row == kKnownActions.end()) {
-    return UndefinedAction{std::string(code)};
+/// The action whose `part` is `text`.
+std::optional<KnownAction> find(std::string_view ActionName::* part, std::string_view text) {
+  for (std::uint8_t action = 0; action < kKnownActionCount; ++action) {
+    if (nameOf(KnownAction{action}).*part == text) {
+      return KnownAction{action};
+    }
   }
-  return row->action;
+  return std::nullopt;
+}
+
+ActionID::Value valueFor(std::string_view code) {
+  if (const std::optional<KnownAction> known = find(&ActionName::code, code)) {
+    return *known;
+  }
+  return UndefinedAction{std::string(code)};
 }
 
 /// Collects the recognised members of a serialized action. The last of duplicate members wins.
@@ -40,7 +48,7 @@ class SerializedAction final : public FileCodec::JSONEvents {
           text("Expected an object as the value of \"", member.name, "\"."));
     }
     if (member.name != kUndefined) {
-      return std::ranges::find(kKnownActions, member.name, &KnownActionRow::name)->action;
+      return *find(&ActionName::name, member.name);
     }
     if (!member.payload) {
       throw ActionIDDecodingError(R"(Expected an object with a string "_0" under "undefined".)");
@@ -94,8 +102,7 @@ class SerializedAction final : public FileCodec::JSONEvents {
 
   void startMember(std::string_view name) {
     current_ = nullptr;
-    if (name != kUndefined &&
-        std::ranges::find(kKnownActions, name, &KnownActionRow::name) == kKnownActions.end()) {
+    if (name != kUndefined && !find(&ActionName::name, name)) {
       return;
     }
     std::erase_if(members_, [&](const Member& member) { return member.name == name; });
@@ -123,23 +130,24 @@ class SerializedAction final : public FileCodec::JSONEvents {
 ActionID::ActionID(std::string_view code) : value_(valueFor(code)) {}
 
 std::int64_t ActionID::sortOrder() const {
-  return std::visit(Overloaded{[](KnownAction action) { return rowOf(action).sortOrder; },
-                               [](const UndefinedAction& action) {
-                                 return parseInteger(action.code).value_or(kSortOrderWithoutNumber);
-                               }},
-                    value_);
+  return std::visit(
+      Overloaded{[](KnownAction action) { return *parseInteger(nameOf(action).code); },
+                 [](const UndefinedAction& action) {
+                   return parseInteger(action.code).value_or(kSortOrderWithoutNumber);
+                 }},
+      value_);
 }
 
 std::string_view ActionID::code() const {
   return std::visit(
-      Overloaded{[](KnownAction action) { return rowOf(action).code; },
+      Overloaded{[](KnownAction action) { return nameOf(action).code; },
                  [](const UndefinedAction& action) { return std::string_view(action.code); }},
       value_);
 }
 
 std::string ActionID::encode() const {
   return std::visit(
-      Overloaded{[](KnownAction action) { return text("{\"", rowOf(action).name, "\":{}}"); },
+      Overloaded{[](KnownAction action) { return text("{\"", nameOf(action).name, "\":{}}"); },
                  [](const UndefinedAction& action) {
                    return text("{\"", kUndefined, "\":{\"", kUndefinedPayload,
                                "\":", FileCodec::jsonString(action.code), "}}");
@@ -164,7 +172,7 @@ ActionID ActionID::decode(std::string_view json) {
 }
 
 std::string describe(const ActionID& action) {
-  return std::visit(Overloaded{[](KnownAction known) { return std::string(rowOf(known).name); },
+  return std::visit(Overloaded{[](KnownAction known) { return std::string(nameOf(known).name); },
                                [](const UndefinedAction& undefined) {
                                  return text(kUndefined, "(\"", undefined.code, "\")");
                                }},

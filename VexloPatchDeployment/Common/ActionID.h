@@ -10,22 +10,9 @@
 #include <variant>
 
 #include "Platform/Export.h"
+#include "VexloPatchDeployment/Common/ActionNames.h"
 
 namespace vexlo {
-
-/// The actions that this library knows, in the order of their codes.
-enum class KnownAction : std::uint8_t {
-  siliconBatteryPercentageCheck,  ///< "2001": minimum battery level on an Apple silicon machine
-  intelBatteryPercentageCheck,    ///< "2002": minimum battery level on an Intel machine
-  userLoggedInCheck,              ///< "2003": a user is logged in
-  multipleUserLoggedInCheck,      ///< "2004": exactly one user is logged on
-  minimumDiskSpaceCheck,          ///< "2005": minimum free disk space
-  macOSDeferCheck,                ///< "2006": the macOS update is not deferred by MDM
-  installMacOSUpdates,            ///< "2007": download and install a macOS software update
-  applicationRunningCheck,        ///< "2008": no application that the patch affects is running
-  applicationRunningNotifier,     ///< "2009": does nothing
-  installMacOSUpdatesUsingInstallAssistant,  ///< "2010": upgrade with an InstallAssistant app
-};
 
 /// An action of which only the code is known.
 struct UndefinedAction {
@@ -48,7 +35,7 @@ class VEXLO_EXPORT ActionID {
   ActionID(KnownAction action) noexcept : value_(action) {}                 // NOLINT: converts
   ActionID(UndefinedAction action) noexcept : value_(std::move(action)) {}  // NOLINT: converts
 
-  /// Converts an action code: exactly the codes above become known actions, any other string
+  /// Converts an action code: exactly the codes of the known actions become these, any other string
   /// becomes an `undefined` with the string unchanged.
   explicit ActionID(std::string_view code);
 

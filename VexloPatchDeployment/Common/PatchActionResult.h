@@ -10,6 +10,7 @@
 #include <variant>
 
 #include "Platform/Export.h"
+#include "VexloPatchDeployment/Common/ActionNames.h"
 
 namespace vexlo {
 
@@ -25,53 +26,6 @@ struct GotUserAcknowledgementForPatchingRunningApplications {
   friend bool operator==(const GotUserAcknowledgementForPatchingRunningApplications&,
                          const GotUserAcknowledgementForPatchingRunningApplications&) = default;
 };
-
-/// Reasons without data.
-enum class PlainReason : std::uint8_t {
-  softwareUpdateUnreachable,               ///< Apple's software update service can't be reached
-  inSufficientBattery,                     ///< battery level below the required minimum
-  inSufficientDiskSpaceForSoftwareUpdate,  ///< free disk space below the required minimum
-  userNotLoggedIn,                         ///< no user is logged in
-  multipleUsersLoggedIn,                   ///< not exactly one user is logged on
-  credentialsNotEntered,                   ///< no user credentials are stored for the update
-  unableToGetAgentServiceConnection,       ///< the agent's service can't be reached
-  macOSSoftwareUpdateDownloadFailed,       ///< the update download failed
-  macOSSoftwareUpdateInstallationFailed,   ///< the update installation failed
-  inSufficientArguments,                   ///< the action's arguments are missing or unusable
-  appIsRunning,                            ///< an application that the patch affects is running
-  unDefined,                               ///< no specific reason
-};
-
-/// The enumerator's name: "inSufficientBattery".
-[[nodiscard]] constexpr std::string_view name(PlainReason reason) {
-  switch (reason) {
-    case PlainReason::softwareUpdateUnreachable:
-      return "softwareUpdateUnreachable";
-    case PlainReason::inSufficientBattery:
-      return "inSufficientBattery";
-    case PlainReason::inSufficientDiskSpaceForSoftwareUpdate:
-      return "inSufficientDiskSpaceForSoftwareUpdate";
-    case PlainReason::userNotLoggedIn:
-      return "userNotLoggedIn";
-    case PlainReason::multipleUsersLoggedIn:
-      return "multipleUsersLoggedIn";
-    case PlainReason::credentialsNotEntered:
-      return "credentialsNotEntered";
-    case PlainReason::unableToGetAgentServiceConnection:
-      return "unableToGetAgentServiceConnection";
-    case PlainReason::macOSSoftwareUpdateDownloadFailed:
-      return "macOSSoftwareUpdateDownloadFailed";
-    case PlainReason::macOSSoftwareUpdateInstallationFailed:
-      return "macOSSoftwareUpdateInstallationFailed";
-    case PlainReason::inSufficientArguments:
-      return "inSufficientArguments";
-    case PlainReason::appIsRunning:
-      return "appIsRunning";
-    case PlainReason::unDefined:
-      break;
-  }
-  return "unDefined";
-}
 
 /// The reason for a result.
 using PatchActionResultDescription =

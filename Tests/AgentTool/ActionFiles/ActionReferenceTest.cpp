@@ -17,9 +17,9 @@
 #include "AgentTool/ActionFiles/Finding.h"
 #include "AgentTool/Facts/CompactJSON.h"
 #include "Tests/AgentTool/AgentToolFixture.h"
-#include "VexloPatchDeployment/Common/KnownActions.h"
 #include "VexloPatchDeployment/Common/Measurement.h"
 #include "VexloPatchDeployment/Common/PatchActionResult.h"
+#include "VexloPatchDeployment/PatchActions/Main/KnownActions.h"
 
 using LogCore::text;
 using testing::AllOf;
@@ -48,7 +48,7 @@ class ActionReferenceTest : public AgentToolTest {};
 TEST_F(ActionReferenceTest, GeneratedDocumentsAreUpToDate) {
   constexpr const char* kHow = "run ./dev generate";
   EXPECT_EQ(document("action-file.schema.json"), agent_tool::actionFileSchema()) << kHow;
-  EXPECT_EQ(between(document("ACTION-FILE.md"), "KnownActions.h. -->\n", "<!-- end -->"),
+  EXPECT_EQ(between(document("ACTION-FILE.md"), "KnownActions.cpp. -->\n", "<!-- end -->"),
             agent_tool::actionsAsMarkdown())
       << kHow;
 }
@@ -85,7 +85,7 @@ TEST_F(ActionReferenceTest, DocumentedResultsExist) {
     results.insert(
         describe(vexlo::PatchActionResult::applyLater(static_cast<vexlo::PlainReason>(reason))));
   }
-  for (const vexlo::KnownActionRow& action : vexlo::kKnownActions) {
+  for (const vexlo::KnownActionRow& action : vexlo::knownActions()) {
     for (const vexlo::ActionAnswer& answer : action.answers) {
       EXPECT_THAT(results, Contains(answer.result)) << action.name;
     }
@@ -94,7 +94,7 @@ TEST_F(ActionReferenceTest, DocumentedResultsExist) {
 
 TEST_F(ActionReferenceTest, ChangelogNamesEveryAction) {
   const std::string changelog = document("../CHANGELOG.md");
-  for (const vexlo::KnownActionRow& action : vexlo::kKnownActions) {
+  for (const vexlo::KnownActionRow& action : vexlo::knownActions()) {
     EXPECT_THAT(changelog, HasSubstr(text('`', action.name, '`')));
   }
 }

@@ -11,7 +11,7 @@
 #include "AgentLibraries/LogCore/Logger.h"
 #include "AgentTool/Evaluation/RecordedSources.h"
 #include "AgentTool/Facts/FactsText.h"
-#include "VexloPatchDeployment/Common/KnownActions.h"
+#include "VexloPatchDeployment/PatchActions/Main/KnownActions.h"
 
 namespace agent_tool {
 namespace {
@@ -191,7 +191,7 @@ INSTANTIATE_TEST_SUITE_P(Machines, EvaluatorTest, testing::ValuesIn(kCases),
                          [](const auto& row) { return row.param.name; });
 
 TEST(EvaluatorCasesTest, CoverEveryAction) {
-  for (const vexlo::KnownActionRow& action : vexlo::kKnownActions) {
+  for (const vexlo::KnownActionRow& action : vexlo::knownActions()) {
     EXPECT_TRUE(std::ranges::any_of(kCases, [&](const EvaluationCase& each) {
       return each.action.starts_with('"' + std::string(action.code));
     })) << action.name;

@@ -11,7 +11,6 @@
 #include "Platform/Text.h"
 #include "VexloPatchDeployment/Common/Log.h"
 #include "VexloPatchDeployment/Common/Numbers.h"
-#include "VexloPatchDeployment/Common/Overloaded.h"
 #include "VexloPatchDeployment/Common/RunningAction.h"
 #include "VexloPatchDeployment/Common/TextForms.h"
 #include "VexloPatchDeployment/Installers/InstallAssistantUpgradeInstaller/IntelUpgradeInstaller.h"
@@ -20,6 +19,8 @@
 #include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Main/SiliconSoftwareUpdateInstaller.h"
 #include "VexloPatchDeployment/PatchActions/Helpers/PatchActionJSONParser.h"
 #include "VexloPatchDeployment/PatchActions/Helpers/PatchActionProvider.h"
+#include "VexloPatchDeployment/PatchActions/Main/ActionHandlers.h"
+#include "VexloPatchDeployment/PatchActions/Main/KnownActions.h"
 #include "VexloPatchDeployment/PatchActions/Main/PatchProcessingDependencies.h"
 
 namespace vexlo {
@@ -51,25 +52,6 @@ std::shared_ptr<const PatchActionGroup> decodedFileFor(const PatchIdentifier& pa
     throw outcome.error();
   }
   return *outcome;
-}
-
-void decidedBy(DecidingRule rule) {
-  measured([&] { return rule; });
-}
-
-/// `applyLater`, because the action file has no argument as `expected`.
-PatchActionResult inSufficientArguments(std::string_view expected,
-                                        std::optional<std::string> found = {}) {
-  measured([&] { return UnusableArguments{expected, std::move(found)}; });
-  return PatchActionResult::applyLater(PlainReason::inSufficientArguments);
-}
-
-std::optional<std::string> firstOf(const std::vector<std::string>& arguments) {
-  return arguments.empty() ? std::nullopt : std::optional(arguments.front());
-}
-
-std::optional<std::int64_t> firstAsInteger(const std::vector<std::string>& arguments) {
-  return arguments.empty() ? std::nullopt : parseInteger(arguments.front());
 }
 
 using Arguments = std::vector<std::string>;
@@ -105,8 +87,6 @@ class ApplicableActions {
 
 }  // namespace
 
-/// Has one handler per action, which calls the container's collaborators and maps their answers to
-/// a result.
 class ProcessPatchActions::Implementation {
  public:
   Implementation(PatchIdentifier patchIdentifier,
@@ -135,25 +115,10 @@ class ProcessPatchActions::Implementation {
     return *applicableActions_;
   }
 
+  /// Runs an action that applies to the patch.
   PatchActionResult execute(const ActionID& action, const Arguments& arguments);
 
  private:
-  PatchActionResult hasMinimumBatteryForSiliconMachine(const ActionID& action,
-                                                       const Arguments& arguments);
-  PatchActionResult hasMinimumBatteryForIntelMachine(const ActionID& action,
-                                                     const Arguments& arguments);
-  PatchActionResult hasMinimumBattery(const LogTag& tag, const ActionID& action,
-                                      const Arguments& arguments);
-  PatchActionResult isUserLoggedIn();
-  /// Despite the name, passes if exactly one user is logged on.
-  PatchActionResult isMultipleUsersLoggedIn();
-  PatchActionResult hasMinimumDiskSpace(const ActionID& action, const Arguments& arguments);
-  /// Despite the name, passes if the update is known not to be deferred.
-  PatchActionResult isMacOSUpdateDeferred(const ActionID& action, const Arguments& arguments);
-  PatchActionResult installmacOSUpdates(const Arguments& arguments);
-  PatchActionResult installMacOSUpdatesUsingInstallAssistant(const Arguments& arguments);
-  PatchActionResult applicationRunningCheck(const Arguments& bundleIDs);
-
   PatchIdentifier patchIdentifier_;
   std::shared_ptr<const PatchActionGroup> patchActionGroup_;
   std::unique_ptr<PatchProcessingDependencies> dependencies_;
@@ -215,152 +180,134 @@ PatchActionResult ProcessPatchActions::execute(const ActionID& action) {
   return result;
 }
 
-PatchActionResult ProcessPatchActions::Implementation::execute(const ActionID& action,
-                                                               const Arguments& arguments) {
-  const auto nothingToRun = [&](std::string_view why, DecidingRule rule) {
-    decidedBy(rule);
-    logError(kDispatchTag, [&] {
-      return text("ActionID ", describe(action), ":", listText(arguments), " not ", why,
-                  ", considering as success.");
-    });
-    return PatchActionResult::success();
-  };
-  const auto runKnown = [&](KnownAction known) {
-    switch (known) {
-      case KnownAction::siliconBatteryPercentageCheck:
-        return hasMinimumBatteryForSiliconMachine(action, arguments);
-      case KnownAction::intelBatteryPercentageCheck:
-        return hasMinimumBatteryForIntelMachine(action, arguments);
-      case KnownAction::userLoggedInCheck:
-        return isUserLoggedIn();
-      case KnownAction::multipleUserLoggedInCheck:
-        return isMultipleUsersLoggedIn();
-      case KnownAction::minimumDiskSpaceCheck:
-        return hasMinimumDiskSpace(action, arguments);
-      case KnownAction::macOSDeferCheck:
-        return isMacOSUpdateDeferred(action, arguments);
-      case KnownAction::installMacOSUpdates:
-        return installmacOSUpdates(arguments);
-      case KnownAction::applicationRunningCheck:
-        return applicationRunningCheck(arguments);
-      case KnownAction::applicationRunningNotifier:
-        return nothingToRun("implemented", DecidingRule::notImplemented);
-      case KnownAction::installMacOSUpdatesUsingInstallAssistant:
-        return installMacOSUpdatesUsingInstallAssistant(arguments);
-    }
-    std::unreachable();
-  };
-  return std::visit(Overloaded{runKnown,
-                               [&](const UndefinedAction&) {
-                                 return nothingToRun("defined", DecidingRule::undefinedAction);
-                               }},
-                    action.value());
-}
+namespace {
 
-PatchActionResult ProcessPatchActions::Implementation::hasMinimumBatteryForSiliconMachine(
-    const ActionID& action, const Arguments& arguments) {
-  if (!dependencies_->machine().isAppleSilicon()) {
-    logInfo(kSiliconBatteryTag, [&] {
-      return text("Its not an Apple Silicon machine, skipping actionID: ", describe(action), ".");
-    });
-    decidedBy(DecidingRule::otherProcessor);
-    return PatchActionResult::success();
-  }
-  return hasMinimumBattery(kSiliconBatteryTag, action, arguments);
-}
-
-PatchActionResult ProcessPatchActions::Implementation::hasMinimumBatteryForIntelMachine(
-    const ActionID& action, const Arguments& arguments) {
-  if (dependencies_->machine().isAppleSilicon()) {
-    logInfo(kIntelBatteryTag, [&] {
-      return text("Its an Apple Silicon machine, skipping actionID: ", describe(action), ".");
-    });
-    decidedBy(DecidingRule::otherProcessor);
-    return PatchActionResult::success();
-  }
-  return hasMinimumBattery(kIntelBatteryTag, action, arguments);
-}
-
-PatchActionResult ProcessPatchActions::Implementation::hasMinimumBattery(
-    const LogTag& tag, const ActionID& action, const Arguments& arguments) {
-  const std::optional<std::int64_t> minimumPercent = firstAsInteger(arguments);
+PatchActionResult hasMinimumBattery(const LogTag& tag, const ActionRun& run) {
+  const std::optional<std::int64_t> minimumPercent = run.integer(0);
   if (!minimumPercent) {
     logInfo(tag, [&] {
-      return text("Unable to get minimum battery percentage for actionID: ", describe(action),
+      return text("Unable to get minimum battery percentage for actionID: ", describe(run.action),
                   ", considering as failure.");
     });
-    return inSufficientArguments("minimum battery percentage", firstOf(arguments));
+    return inSufficientArguments("minimum battery percentage", run.argument(0));
   }
-  return dependencies_->batteryLevelChecker().hasMinimumBattery(*minimumPercent)
+  return run.dependencies.batteryLevelChecker().hasMinimumBattery(*minimumPercent)
              ? PatchActionResult::success()
              : PatchActionResult::applyLater(PlainReason::inSufficientBattery);
 }
 
-PatchActionResult ProcessPatchActions::Implementation::isUserLoggedIn() {
-  if (dependencies_->mdmPatchingStatusChecker().isEnabled()) {
+PatchActionResult nothingToRun(const ActionRun& run, std::string_view why, DecidingRule rule) {
+  decidedBy(rule);
+  logError(kDispatchTag, [&] {
+    return text("ActionID ", describe(run.action), ":", listText(run.arguments), " not ", why,
+                ", considering as success.");
+  });
+  return PatchActionResult::success();
+}
+
+}  // namespace
+
+PatchActionResult ProcessPatchActions::Implementation::execute(const ActionID& action,
+                                                               const Arguments& arguments) {
+  const ActionRun run{.action = action,
+                      .arguments = arguments,
+                      .patch = patchIdentifier_,
+                      .dependencies = *dependencies_};
+  const auto* const known = std::get_if<KnownAction>(&action.value());
+  return known != nullptr ? rowOf(*known).run(run)
+                          : nothingToRun(run, "defined", DecidingRule::undefinedAction);
+}
+
+PatchActionResult applicationRunningNotifier(const ActionRun& run) {
+  return nothingToRun(run, "implemented", DecidingRule::notImplemented);
+}
+
+PatchActionResult hasMinimumBatteryForSiliconMachine(const ActionRun& run) {
+  if (!run.dependencies.machine().isAppleSilicon()) {
+    logInfo(kSiliconBatteryTag, [&] {
+      return text("Its not an Apple Silicon machine, skipping actionID: ", describe(run.action),
+                  ".");
+    });
+    decidedBy(DecidingRule::otherProcessor);
+    return PatchActionResult::success();
+  }
+  return hasMinimumBattery(kSiliconBatteryTag, run);
+}
+
+PatchActionResult hasMinimumBatteryForIntelMachine(const ActionRun& run) {
+  if (run.dependencies.machine().isAppleSilicon()) {
+    logInfo(kIntelBatteryTag, [&] {
+      return text("Its an Apple Silicon machine, skipping actionID: ", describe(run.action), ".");
+    });
+    decidedBy(DecidingRule::otherProcessor);
+    return PatchActionResult::success();
+  }
+  return hasMinimumBattery(kIntelBatteryTag, run);
+}
+
+PatchActionResult isUserLoggedIn(const ActionRun& run) {
+  if (run.dependencies.mdmPatchingStatusChecker().isEnabled()) {
     logInfo(kUserLoggedInTag,
             [] { return "MDM patching is enabled, Skipping user logged in check."; });
     decidedBy(DecidingRule::patchedThroughMDM);
     return PatchActionResult::success();
   }
-  return dependencies_->userLoginStatusChecker().isUserLoggedIn()
+  return run.dependencies.userLoginStatusChecker().isUserLoggedIn()
              ? PatchActionResult::success()
              : PatchActionResult::applyLater(PlainReason::userNotLoggedIn);
 }
 
-PatchActionResult ProcessPatchActions::Implementation::isMultipleUsersLoggedIn() {
-  if (dependencies_->mdmPatchingStatusChecker().isEnabled()) {
+PatchActionResult isMultipleUsersLoggedIn(const ActionRun& run) {
+  if (run.dependencies.mdmPatchingStatusChecker().isEnabled()) {
     logInfo(kMultipleUsersTag,
             [] { return "MDM patching is enabled, Skipping multiple logged in check."; });
     decidedBy(DecidingRule::patchedThroughMDM);
     return PatchActionResult::success();
   }
-  return dependencies_->userLoginStatusChecker().isSingleUserLoggedIn()
+  return run.dependencies.userLoginStatusChecker().isSingleUserLoggedIn()
              ? PatchActionResult::success()
              : PatchActionResult::applyLater(PlainReason::multipleUsersLoggedIn);
 }
 
-PatchActionResult ProcessPatchActions::Implementation::hasMinimumDiskSpace(
-    const ActionID& action, const Arguments& arguments) {
-  const std::optional<std::int64_t> gigabytes = firstAsInteger(arguments);
+PatchActionResult hasMinimumDiskSpace(const ActionRun& run) {
+  const std::optional<std::int64_t> gigabytes = run.integer(0);
   if (!gigabytes) {
     logInfo(kDiskSpaceTag, [&] {
-      return text("Unable to get minimum disk space for actionID: ", describe(action),
+      return text("Unable to get minimum disk space for actionID: ", describe(run.action),
                   ", considering as failure.");
     });
-    return inSufficientArguments("minimum free space in GB", firstOf(arguments));
+    return inSufficientArguments("minimum free space in GB", run.argument(0));
   }
   const std::int64_t requiredBytes = saturatingProduct(*gigabytes, kBytesPerGigabyte);
-  return dependencies_->diskSpaceChecker().hasMinimumFreeSpace(requiredBytes)
+  return run.dependencies.diskSpaceChecker().hasMinimumFreeSpace(requiredBytes)
              ? PatchActionResult::success()
              : PatchActionResult::applyLater(PlainReason::inSufficientDiskSpaceForSoftwareUpdate);
 }
 
-PatchActionResult ProcessPatchActions::Implementation::isMacOSUpdateDeferred(
-    const ActionID& action, const Arguments& arguments) {
-  if (dependencies_->machine().mdmEnrollment() == vxutils::EnrollmentType::not_enrolled) {
+PatchActionResult isMacOSUpdateDeferred(const ActionRun& run) {
+  if (run.dependencies.machine().mdmEnrollment() == vxutils::EnrollmentType::not_enrolled) {
     logInfo(kDeferralTag,
             [] { return "Machine not enrolled in MDM yet, skipping macOS defer check."; });
     decidedBy(DecidingRule::notEnrolled);
     return PatchActionResult::success();
   }
-  if (dependencies_->deferralEligibilityChecker().isDisabled()) {
+  if (run.dependencies.deferralEligibilityChecker().isDisabled()) {
     decidedBy(DecidingRule::deferralCheckDisabled);
     return PatchActionResult::success();
   }
-  if (dependencies_->mdmPatchingStatusChecker().isEnabled()) {
+  if (run.dependencies.mdmPatchingStatusChecker().isEnabled()) {
     logInfo(kDeferralTag, [] { return "MDM patching is enabled, Skipping macOS defer check."; });
     decidedBy(DecidingRule::patchedThroughMDM);
     return PatchActionResult::success();
   }
-  if (arguments.empty()) {
+  if (run.arguments.empty()) {
     logInfo(kDeferralTag, [&] {
-      return text("Unable to get macOS version for actionID: ", describe(action),
+      return text("Unable to get macOS version for actionID: ", describe(run.action),
                   ", considering as failure.");
     });
     return inSufficientArguments("macOS version");
   }
-  if (!dependencies_->appleSoftwareUpdateConnectivityChecker().isAppleSoftwareUpdateReachable()) {
+  if (!run.dependencies.appleSoftwareUpdateConnectivityChecker().isAppleSoftwareUpdateReachable()) {
     logError(kDeferralTag, [] {
       return "Apple softwareupdate is not reachable, skipping macOSDeferCheck, considering as "
              "failure.";
@@ -368,7 +315,7 @@ PatchActionResult ProcessPatchActions::Implementation::isMacOSUpdateDeferred(
     return PatchActionResult::applyLater(PlainReason::softwareUpdateUnreachable);
   }
   MacOSUpdateDeferral deferral =
-      dependencies_->macOSUpdateDeferralChecker().isMacOSUpdateDeferred(arguments.front());
+      run.dependencies.macOSUpdateDeferralChecker().isMacOSUpdateDeferred(run.arguments.front());
   if (!deferral.isDeferred) {
     return PatchActionResult::applyLater(PlainReason::softwareUpdateUnreachable);
   }
@@ -377,57 +324,55 @@ PatchActionResult ProcessPatchActions::Implementation::isMacOSUpdateDeferred(
              : PatchActionResult::success();
 }
 
-PatchActionResult ProcessPatchActions::Implementation::installmacOSUpdates(
-    const Arguments& arguments) {
-  if (arguments.size() < 2) {
+PatchActionResult installmacOSUpdates(const ActionRun& run) {
+  if (run.arguments.size() < 2) {
     logError(kInstallTag, [&] {
       return text("Unable to perform macOS update/upgrade, not enough arguments. Arguments ",
-                  listText(arguments), ".");
+                  listText(run.arguments), ".");
     });
     return inSufficientArguments("macOS version and update label");
   }
   SoftwareUpdateInstallerDependencies* const installerDependencies =
-      dependencies_->softwareUpdateInstallerDependencies();
+      run.dependencies.softwareUpdateInstallerDependencies();
   if (installerDependencies == nullptr) {
     return PatchActionResult::applyLater(PlainReason::unableToGetAgentServiceConnection);
   }
-  const std::string& version = arguments[0];
-  const std::string& macOSLabel = arguments[1];
-  return dependencies_->machine().isAppleSilicon()
+  const std::string& version = run.arguments[0];
+  const std::string& macOSLabel = run.arguments[1];
+  return run.dependencies.machine().isAppleSilicon()
              ? SiliconSoftwareUpdateInstaller(version, macOSLabel, *installerDependencies,
-                                              dependencies_->sleeper(),
-                                              dependencies_->machine().macOSMajorVersion())
+                                              run.dependencies.sleeper(),
+                                              run.dependencies.machine().macOSMajorVersion())
                    .installMacOS()
              : IntelSoftwareUpdateInstaller(version, macOSLabel, *installerDependencies,
-                                            dependencies_->sleeper(),
-                                            dependencies_->machine().macOSMajorVersion())
+                                            run.dependencies.sleeper(),
+                                            run.dependencies.machine().macOSMajorVersion())
                    .installMacOS();
 }
 
-PatchActionResult ProcessPatchActions::Implementation::installMacOSUpdatesUsingInstallAssistant(
-    const Arguments& arguments) {
-  if (arguments.empty()) {
+PatchActionResult installMacOSUpdatesUsingInstallAssistant(const ActionRun& run) {
+  if (run.arguments.empty()) {
     logError(kUpgradeTag, [&] {
       return text(
           "Unable to perform macOS update/upgrade using InstallAssistant, not enough "
           "arguments. Arguments ",
-          listText(arguments), ".");
+          listText(run.arguments), ".");
     });
     return inSufficientArguments("InstallAssistant application");
   }
   UpgradeInstallerDependencies* const installerDependencies =
-      dependencies_->upgradeInstallerDependencies();
+      run.dependencies.upgradeInstallerDependencies();
   if (installerDependencies == nullptr) {
     return PatchActionResult::applyLater(PlainReason::unableToGetAgentServiceConnection);
   }
-  const std::string& appPath = arguments.front();
-  return dependencies_->machine().isAppleSilicon()
+  const std::string& appPath = run.arguments.front();
+  return run.dependencies.machine().isAppleSilicon()
              ? SiliconUpgradeInstaller(appPath, *installerDependencies).installMacOS()
              : IntelUpgradeInstaller(appPath, *installerDependencies).installMacOS();
 }
 
-PatchActionResult ProcessPatchActions::Implementation::applicationRunningCheck(
-    const Arguments& bundleIDs) {
+PatchActionResult applicationRunningCheck(const ActionRun& run) {
+  const std::vector<std::string>& bundleIDs = run.arguments;
   if (bundleIDs.empty()) {
     logError(kRunningTag, [&] {
       return text("Unable to perform application running check, not enough arguments. Arguments ",
@@ -435,22 +380,22 @@ PatchActionResult ProcessPatchActions::Implementation::applicationRunningCheck(
     });
     return inSufficientArguments("bundle identifiers");
   }
-  if (!dependencies_->runningAppDetector().isAnyAppRunning(bundleIDs)) {
+  if (!run.dependencies.runningAppDetector().isAnyAppRunning(bundleIDs)) {
     return PatchActionResult::success();
   }
-  if (dependencies_->runningAppPolicy().isAlwaysKillAppsEnabled()) {
+  if (run.dependencies.runningAppPolicy().isAlwaysKillAppsEnabled()) {
     decidedBy(DecidingRule::killWithoutAsking);
-    dependencies_->appKiller().killApps(bundleIDs);
+    run.dependencies.appKiller().killApps(bundleIDs);
     return PatchActionResult::success();
   }
-  if (!dependencies_->runningAppPolicy().isPromptEnabled()) {
+  if (!run.dependencies.runningAppPolicy().isPromptEnabled()) {
     decidedBy(DecidingRule::promptDisabled);
     return PatchActionResult::applyLater(PlainReason::appIsRunning);
   }
 
   std::map<std::string, std::string> applications;
   for (const std::string& bundleID : bundleIDs) {
-    if (auto details = dependencies_->runningAppDetailsProvider().appDetails(bundleID)) {
+    if (auto details = run.dependencies.runningAppDetailsProvider().appDetails(bundleID)) {
       applications.insert_or_assign(bundleID, std::move(details->appName));
     }
   }
@@ -463,22 +408,23 @@ PatchActionResult ProcessPatchActions::Implementation::applicationRunningCheck(
     return PatchActionResult::success();
   }
 
-  const RunningAppPromptEvaluation evaluation = dependencies_->runningAppPromptEvaluator().evaluate(
-      platform::joined(bundleIDs, ","), patchIdentifier_.patchID());
+  const RunningAppPromptEvaluation evaluation =
+      run.dependencies.runningAppPromptEvaluator().evaluate(platform::joined(bundleIDs, ","),
+                                                            run.patch.patchID());
   if (evaluation.decision == RunningAppPromptDecision::skipDeployment) {
     measured([&] { return PromptMeasurement{.decision = evaluation.decision}; });
     return PatchActionResult::applyLater(PlainReason::appIsRunning);
   }
-  dependencies_->runningAppPromptCleaner().clean();
+  run.dependencies.runningAppPromptCleaner().clean();
   const std::int64_t timeout = promptTimeoutSeconds(
-      dependencies_->runningAppPromptCustomizationProvider().customizationData());
+      run.dependencies.runningAppPromptCustomizationProvider().customizationData());
   const auto appNames = std::views::values(applications);
   const std::vector<std::string> names(appNames.begin(), appNames.end());
-  if (!dependencies_->runningAppPromptPresenter().requestUserAcknowledgement(names, evaluation,
-                                                                             timeout)) {
+  if (!run.dependencies.runningAppPromptPresenter().requestUserAcknowledgement(names, evaluation,
+                                                                               timeout)) {
     return PatchActionResult::applyLater(PlainReason::appIsRunning);
   }
-  dependencies_->appKiller().killApps(bundleIDs);
+  run.dependencies.appKiller().killApps(bundleIDs);
   return PatchActionResult::success(
       GotUserAcknowledgementForPatchingRunningApplications{std::move(applications)});
 }

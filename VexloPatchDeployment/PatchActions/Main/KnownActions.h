@@ -1,0 +1,60 @@
+// The table of actions: what each one runs, and its documentation, from which help, reference, JSON
+// Schema and the check of action files are generated.
+#pragma once
+#include <cstdint>
+#include <span>
+#include <string_view>
+
+#include "VexloPatchDeployment/Common/ActionNames.h"
+#include "VexloPatchDeployment/PatchActions/Main/ActionRun.h"
+
+namespace vexlo {
+
+/// The format of an argument.
+enum class ArgumentKind : std::uint8_t {
+  integer,           ///< In any unit; see `ActionArgument::most`.
+  macOSVersion,      ///< Such as "14.5".
+  updateLabel,       ///< A label of `softwareupdate`.
+  bundleIdentifier,  ///< Such as "com.apple.Safari".
+  applicationPath,   ///< The absolute path of an application.
+};
+
+struct ActionArgument {
+  std::string_view name;  ///< "minimum battery level"
+  ArgumentKind kind;
+  std::string_view meaning;  ///< With unit and limits; lower case, without a full stop.
+  std::string_view example;
+  // For integers:
+  std::int64_t most = 0;             ///< The largest value that makes sense: a power of ten.
+  std::string_view whyNotMore = {};  ///< What is odd about larger values.
+};
+
+struct ActionAnswer {
+  std::string_view result;  ///< "applyLater(inSufficientBattery)"
+  std::string_view when;    ///< Lower case, without a full stop.
+};
+
+/// An action and its documentation for authors of action files. All arguments are required; with
+/// `lastRepeats` the last one may be repeated. Further arguments are ignored.
+struct KnownActionRow {
+  KnownAction action;
+  std::string_view code = nameOf(action).code;
+  std::string_view name = nameOf(action).name;
+  std::string_view summary;  ///< One sentence.
+  std::span<const ActionArgument> arguments;
+  bool lastRepeats = false;
+  bool restarts = false;     ///< The Mac restarts after success.
+  bool doesNothing = false;  ///< Listed only for its code.
+  std::span<const ActionAnswer> answers;
+  PatchActionResult (*run)(const ActionRun& run);
+};
+
+/// In the order of the enumeration and of the codes.
+[[nodiscard]] std::span<const KnownActionRow> knownActions() noexcept;
+
+[[nodiscard]] const KnownActionRow& rowOf(KnownAction action) noexcept;
+
+/// The row of the action with this code or name; null if there is none.
+[[nodiscard]] const KnownActionRow* findKnownAction(std::string_view codeOrName) noexcept;
+
+}  // namespace vexlo
