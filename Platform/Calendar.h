@@ -14,7 +14,8 @@ using Moment = std::chrono::sys_seconds;
 
 /// Blocks the calling thread for a duration. Tests pass one that only records the call.
 using Sleeper = std::function<void(std::chrono::milliseconds duration)>;
-/// The real sleeper. A signal handler that runs during the pause doesn't shorten it.
+/// The real sleeper. `endRunningProcesses` ends the pause, but a signal handler that runs during it
+/// doesn't shorten it.
 [[nodiscard]] Sleeper systemSleeper();
 
 /// Returns the current time, rounded down. Tests pass a fixed one.

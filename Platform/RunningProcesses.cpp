@@ -6,8 +6,10 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdint>
 #include <cstdlib>
 #include <ctime>
+#include <thread>
 #include <utility>
 
 namespace platform {
@@ -17,6 +19,7 @@ using Milliseconds = std::chrono::milliseconds;
 
 constexpr pid_t kFree = 0;
 constexpr Milliseconds kPollInterval{10};
+constexpr Milliseconds kPauseSlice{50};
 constexpr Milliseconds kUntilKilled{500};  // a process that hangs in the kernel is left
 
 // A fixed array of atomics, since a signal handler may neither lock nor allocate. A group that was
@@ -24,6 +27,11 @@ constexpr Milliseconds kUntilKilled{500};  // a process that hangs in the kernel
 using Groups = std::array<std::atomic<pid_t>, 128>;
 static_assert(std::atomic<pid_t>::is_always_lock_free);
 constinit Groups runningGroups{};
+
+// How often `endRunningProcesses` was called. A pause compares it now and then: a signal handler
+// may not notify a condition variable.
+constinit std::atomic<std::uint32_t> timesEnded{0};
+static_assert(std::atomic<std::uint32_t>::is_always_lock_free);
 
 void pause(Milliseconds duration) {
   const timespec time{.tv_sec = 0, .tv_nsec = duration.count() * 1'000'000};
@@ -66,6 +74,7 @@ bool waitWhileAny(bool (*holds)(pid_t group), Milliseconds limit) {
 }  // namespace
 
 bool endRunningProcesses(Milliseconds grace) noexcept {
+  timesEnded.fetch_add(1);
   if (waitWhileAny(isThere, Milliseconds::zero())) {
     return false;
   }
@@ -76,6 +85,16 @@ bool endRunningProcesses(Milliseconds grace) noexcept {
     (void)waitWhileAny(leaderRuns, kUntilKilled);
   }
   return true;
+}
+
+void pauseUnlessEnded(Milliseconds duration) {
+  constexpr Milliseconds kLongest = std::chrono::years(1);  // so that the sum below can't overflow
+  const std::uint32_t before = timesEnded.load();
+  const auto end = std::chrono::steady_clock::now() + std::min(duration, kLongest);
+  for (auto now = std::chrono::steady_clock::now(); now < end && timesEnded.load() == before;
+       now = std::chrono::steady_clock::now()) {
+    std::this_thread::sleep_until(std::min(end, now + kPauseSlice));
+  }
 }
 
 RunningProcess::RunningProcess(pid_t pid) noexcept {

@@ -1,5 +1,5 @@
-// Tracks the children that `runProcess` waits for, so that a process that has to exit can kill
-// them.
+// Tracks what this process waits for, so that a process that has to exit can end it: the children
+// of `runProcess`, and pauses.
 #pragma once
 #include <sys/types.h>
 
@@ -8,10 +8,15 @@
 
 namespace platform {
 
-/// Kills the children that `runProcess` is waiting for, with their groups: SIGTERM, then SIGKILL
-/// after `grace`. Returns whether there was one. Safe in signal handlers and on any thread. The
-/// children may be reaped here; `runProcess` then reports status 143 for them.
+/// Ends all pauses and kills the children that `runProcess` is waiting for, with their groups:
+/// SIGTERM, then SIGKILL after `grace`. Returns whether there was a child. Safe in signal handlers
+/// and on any thread. The children may be reaped here; `runProcess` then reports status 143 for
+/// them.
 bool endRunningProcesses(std::chrono::milliseconds grace) noexcept;
+
+/// Blocks the calling thread for `duration`, or until `endRunningProcesses` is called, which it
+/// notices within a twentieth of a second. A signal handler doesn't shorten the pause.
+void pauseUnlessEnded(std::chrono::milliseconds duration);
 
 /// For `runProcess`: registers a child for as long as it may be signalled. At most 128 children are
 /// tracked at a time.

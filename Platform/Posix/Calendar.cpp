@@ -5,16 +5,15 @@
 #include <algorithm>
 #include <array>
 #include <ctime>
-#include <thread>
 
 #include "Platform/Posix/Formatted.h"
+#include "Platform/RunningProcesses.h"
 
 namespace platform {
 namespace {
 
 using std::chrono::days;
 using std::chrono::floor;
-using std::chrono::milliseconds;
 using std::chrono::seconds;
 using std::chrono::sys_days;
 using std::chrono::year_month_day;
@@ -65,13 +64,7 @@ std::optional<Moment> midnight(year_month_day day) {
 
 }  // namespace
 
-Sleeper systemSleeper() {
-  return [](milliseconds duration) {
-    constexpr milliseconds kLongest =
-        std::chrono::years(1);  // so that adding it to now can't overflow
-    std::this_thread::sleep_until(std::chrono::steady_clock::now() + std::min(duration, kLongest));
-  };
-}
+Sleeper systemSleeper() { return pauseUnlessEnded; }
 
 Clock systemClock() {
   return [] { return floor<seconds>(std::chrono::system_clock::now()); };

@@ -2,6 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <thread>
+
+#include "Platform/RunningProcesses.h"
 #include "Tests/Fakes/ScopedEnvironment.h"
 
 namespace platform {
@@ -16,6 +20,21 @@ TEST(CalendarTest, DayStartsAtItsFirstSecond) {
   EXPECT_EQ(startOfDay(2018y / 11 / 4), sys_days(2018y / 11 / 4) + 3h);
   const ScopedEnvironment repeated("TZ", "AAA5BBB,M3.2.0/0,M11.1.0/1");  // 01:00 becomes 00:00
   EXPECT_EQ(startOfDay(2024y / 11 / 3), sys_days(2024y / 11 / 3) + 4h);
+}
+
+TEST(CalendarTest, EndedPauseReturnsEarly) {
+  std::atomic<bool> isOver = false;
+  std::jthread pausing([&] {
+    systemSleeper()(1h);
+    isOver = true;
+  });
+  while (!isOver) {  // the pause may not have begun when it is ended
+    EXPECT_FALSE(endRunningProcesses(0ms));
+    std::this_thread::yield();
+  }
+  const auto start = std::chrono::steady_clock::now();
+  systemSleeper()(60ms);  // a later pause is a full one
+  EXPECT_GE(std::chrono::steady_clock::now() - start, 60ms);
 }
 
 }  // namespace
