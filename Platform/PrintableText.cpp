@@ -21,12 +21,6 @@ constexpr std::array kUnprintable{
     CodePointRange{0x61C, 0x61C},   CodePointRange{0x200B, 0x200F}, CodePointRange{0x2028, 0x202E},
     CodePointRange{0x2060, 0x206F}, CodePointRange{0xFEFF, 0xFEFF}, CodePointRange{0xFFF9, 0xFFFB}};
 
-bool isUnprintable(char32_t codePoint) {
-  return std::ranges::any_of(kUnprintable, [&](const CodePointRange& range) {
-    return codePoint >= range.first && codePoint <= range.last;
-  });
-}
-
 void appendEscaped(std::string& out, char32_t codePoint) {
   switch (codePoint) {
     case U'\n':
@@ -47,6 +41,12 @@ void appendEscaped(std::string& out, char32_t codePoint) {
 }
 
 }  // namespace
+
+bool isUnprintable(char32_t codePoint) noexcept {
+  return std::ranges::any_of(kUnprintable, [&](const CodePointRange& range) {
+    return codePoint >= range.first && codePoint <= range.last;
+  });
+}
 
 std::string printable(std::string_view text, Tabs tabs) {
   std::string out;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "Platform/PrintableText.h"
 #include "Platform/Unicode.h"
 
 namespace FileCodec {
@@ -9,10 +10,18 @@ namespace {
 
 constexpr std::string_view kReplacementCharacter = "\xEF\xBF\xBD";
 
+/// Appends the escape of a code point below U+10000: `\u009b`.
+void appendHex(std::string& out, char32_t codePoint) {
+  constexpr std::string_view kHexDigits = "0123456789abcdef";
+  out += "\\u";
+  for (unsigned shift = 16; shift > 0; shift -= 4) {
+    out += kHexDigits[codePoint >> (shift - 4) & 0xFU];
+  }
+}
+
 }  // namespace
 
 void appendJSONEscape(std::string& out, char control) {
-  constexpr std::string_view kHexDigits = "0123456789abcdef";
   switch (control) {
     case '\b':
       out += "\\b";
@@ -30,9 +39,7 @@ void appendJSONEscape(std::string& out, char control) {
       out += "\\r";
       return;
     default:
-      out += "\\u00";
-      out += kHexDigits[static_cast<unsigned char>(control) >> 4];
-      out += kHexDigits[static_cast<unsigned char>(control) & 0xF];
+      appendHex(out, static_cast<unsigned char>(control));
   }
 }
 
@@ -55,8 +62,16 @@ void appendJSONString(std::string& out, std::string_view text) {
       out += first;
     } else if (static_cast<unsigned char>(first) < 0x20) {
       appendJSONEscape(out, first);
+    } else if (length == 1 && first != '\x7F') {
+      out += first;  // ASCII, most of all text
     } else {
-      out += text.substr(0, length);
+      const std::string_view character = text.substr(0, length);
+      const char32_t codePoint = platform::decodeUTF8(character);
+      if (platform::isUnprintable(codePoint)) {
+        appendHex(out, codePoint);
+      } else {
+        out += character;
+      }
     }
     text.remove_prefix(std::max<std::size_t>(length, 1));
   }

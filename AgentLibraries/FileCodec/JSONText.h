@@ -5,8 +5,9 @@
 
 namespace FileCodec {
 
-/// `text` as a quoted JSON string. Quotes, backslashes and control characters are escaped; invalid
-/// UTF-8 sequences become U+FFFD.
+/// `text` as a quoted JSON string. Quotes, backslashes and unprintable characters (see
+/// `platform::isUnprintable`) are escaped, so that the string is safe to show on a terminal;
+/// invalid UTF-8 sequences become U+FFFD.
 [[nodiscard]] std::string jsonString(std::string_view text);
 /// Appends `jsonString(text)`: at most 6 bytes per byte of `text`, plus 2.
 void appendJSONString(std::string& out, std::string_view text);
