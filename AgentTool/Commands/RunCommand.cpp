@@ -197,7 +197,11 @@ ExitStatus run(const RunRequest& request, Console& console) {
   const std::unique_ptr<RunReport> report =
       request.json ? makeJSONReport(console) : makeTableReport(console);
   if (request.json && !unknownNames.empty()) {
-    console.write(JSONObject().addJSON("notInFile", asJSON(unknownNames)).done() + '\n');
+    console.write(JSONObject()
+                      .addString("event", "notInFile")
+                      .addJSON("notInFile", asJSON(unknownNames))
+                      .done() +
+                  '\n');
   }
   report->began(planned);
   std::shared_ptr<LogLines> logLines;

@@ -94,6 +94,7 @@ class JSONReport final : public RunReport {
     const std::string percent =
         progress.percent ? platform::decimalText(*progress.percent, 2) : "null";
     console_.write(JSONObject()
+                       .addString("event", "progress")
                        .addString("name", describe(action.actionID))
                        .addString("code", action.actionID.code())
                        .addJSON("progress", JSONObject()
@@ -112,7 +113,8 @@ class JSONReport final : public RunReport {
     const auto description =
         result.description.transform([](const auto& why) { return name(why); });
     JSONObject line;
-    line.addString("name", describe(action.actionID))
+    line.addString("event", "result")
+        .addString("name", describe(action.actionID))
         .addString("code", action.actionID.code())
         .addJSON("arguments", jsonList(action.arguments))
         .addString("result", name(result.outcome))

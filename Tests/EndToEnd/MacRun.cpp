@@ -204,10 +204,11 @@ class StartedRun {
         ended.leftApps.push_back(line);
       } else if (line.starts_with('{')) {
         const json::object result = json::parse(line).as_object();
-        if (const json::value* const progress = result.if_contains("progress")) {
+        if (stringOf(result.at("event")) == "progress") {
+          const json::value& progress = result.at("progress");
           ended.progress.push_back(stringOf(result.at("code")) + " " +
-                                   stringOf(progress->at("phase")) + " " +
-                                   json::serialize(progress->at("percent")));
+                                   stringOf(progress.at("phase")) + " " +
+                                   json::serialize(progress.at("percent")));
           continue;
         }
         ended.results.push_back(summary(result));

@@ -29,7 +29,8 @@ TEST_F(RunCommandTest, RunsSelectedActionsInOrderUntilOneDoesNotSucceed) {
     SCOPED_TRACE(options);
     const ToolRun run = shell("vexlo-patch run $patch --machine intel --json --log-level none " +
                               options + "; echo status $?");
-    const std::regex line(R"re(\{.*"code":"(.*)","arg.*"result":"(.*)","desc.*\n)re");
+    const std::regex line(
+        R"re(\{"event":"result",.*"code":"(.*)","arg.*"result":"(.*)","desc.*\n)re");
     EXPECT_EQ(std::regex_replace(run.output, line, "$1 $2, "), ended);
   }
 }
