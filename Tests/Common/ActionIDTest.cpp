@@ -3,12 +3,14 @@
 #include <gmock/gmock.h>
 
 #include <string>
+#include <vector>
 
 namespace vexlo {
 namespace {
 
 TEST(ActionIDTest, OnlyExactCodesAreKnownAndSerializationRoundTrips) {
   int number = 2001;
+  std::vector<KnownAction> known;
   for (const char* name :
        {"siliconBatteryPercentageCheck", "intelBatteryPercentageCheck", "userLoggedInCheck",
         "multipleUserLoggedInCheck", "minimumDiskSpaceCheck", "macOSDeferCheck",
@@ -20,7 +22,9 @@ TEST(ActionIDTest, OnlyExactCodesAreKnownAndSerializationRoundTrips) {
     EXPECT_EQ(action.sortOrder(), number++);
     EXPECT_EQ(action.encode(), std::string("{\"") + name + "\":{}}");
     EXPECT_EQ(ActionID::decode(action.encode()), action);
+    known.push_back(std::get<KnownAction>(action.value()));
   }
+  EXPECT_THAT(kAllActions, ::testing::ElementsAreArray(known));
   EXPECT_NE(ActionID(UndefinedAction{"2001"}), ActionID("2001"));
   EXPECT_EQ(ActionID("-7").sortOrder(), -7);
   for (const char* code : {"+2003", "02003"}) {

@@ -1,5 +1,6 @@
 // The names of the actions and of the reasons for their results.
 #pragma once
+#include <array>
 #include <cstdint>
 #include <string_view>
 
@@ -57,6 +58,15 @@ inline constexpr std::uint8_t kKnownActionCount = [] {
     ++count;
   }
   return count;
+}();
+
+/// All actions, in the order of their codes, which is the running order.
+inline constexpr auto kAllActions = [] {
+  std::array<KnownAction, kKnownActionCount> actions{};
+  for (std::uint8_t value = 0; KnownAction & action : actions) {
+    action = KnownAction{value++};
+  }
+  return actions;
 }();
 
 /// Reasons for a result, without data.

@@ -1,12 +1,14 @@
 // A fake processor for agents' tests, which needs neither files nor a Mac.
 #pragma once
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "VexloPatchDeployment/Common/ActionID.h"
+#include "VexloPatchDeployment/Common/ActionObserver.h"
 #include "VexloPatchDeployment/Common/PatchActionResult.h"
 #include "VexloPatchDeployment/PatchActions/Main/PatchActionProcessing.h"
 
@@ -21,18 +23,30 @@ namespace vexlo {
 ///       return vexlo::PatchActionResult::applyLater(
 ///           vexlo::PlainReason::inSufficientDiskSpaceForSoftwareUpdate);
 ///     };
+///     processor.report = [](const vexlo::ActionID& action, vexlo::ActionObserver& observer) {
+///       observer.measured(action, vexlo::DiskSpaceMeasurement{8'000'000'000, 20'000'000'000});
+///     };
 ///     deploy(processor);
 class FakePatchActionProcessor : public PatchActionProcessing {
  public:
   std::vector<std::pair<ActionID, std::vector<std::string>>> plan;
   /// Called for each action of the plan; if empty, the action passes.
   std::function<PatchActionResult(const ActionID& action)> answer;
+  /// Called before `answer`, if there is an observer, to report what a test wants it to see:
+  /// measurements and progress.
+  std::function<void(const ActionID& action, ActionObserver& observer)> report;
   /// Every action that was executed, in order, including those not in the plan.
   std::vector<ActionID> executed;
 
   PatchActionResult execute(const ActionID& action) override {
     executed.push_back(action);
-    return answer && arguments(action) ? answer(action) : PatchActionResult::success();
+    if (!arguments(action)) {
+      return PatchActionResult::success();
+    }
+    if (report && observer_) {
+      report(action, *observer_);
+    }
+    return answer ? answer(action) : PatchActionResult::success();
   }
   std::optional<std::vector<std::string>> arguments(const ActionID& action) override {
     for (const auto& [each, itsArguments] : plan) {
@@ -41,6 +55,9 @@ class FakePatchActionProcessor : public PatchActionProcessing {
       }
     }
     return std::nullopt;
+  }
+  void setObserver(std::shared_ptr<ActionObserver> observer) override {
+    observer_ = std::move(observer);
   }
 
  protected:
@@ -53,6 +70,9 @@ class FakePatchActionProcessor : public PatchActionProcessing {
     }
     return PatchActionResult::success();
   }
+
+ private:
+  std::shared_ptr<ActionObserver> observer_;
 };
 
 }  // namespace vexlo

@@ -38,6 +38,17 @@ class Sink final : public LogCore::LogSink {
   std::string lines;
 };
 
+/// Collects the measurements.
+class Watcher final : public vexlo::ActionObserver {
+ public:
+  std::string measurements;
+
+ private:
+  void measured(const vexlo::ActionID& action, const vexlo::Measurement& measurement) override {
+    measurements += describe(action) + ": " + describe(measurement) + "\n";
+  }
+};
+
 void answerFromAFake() {
   vexlo::FakePatchActionProcessor processor;
   processor.plan = {{vexlo::KnownAction::minimumDiskSpaceCheck, {"20"}}};
@@ -45,10 +56,18 @@ void answerFromAFake() {
     return vexlo::PatchActionResult::applyLater(
         vexlo::PlainReason::inSufficientDiskSpaceForSoftwareUpdate);
   };
+  processor.report = [](const vexlo::ActionID& action, vexlo::ActionObserver& observer) {
+    observer.measured(action, vexlo::DiskSpaceMeasurement{.freeBytes = 8'000'000'000,
+                                                          .neededBytes = 20'000'000'000});
+  };
+  const auto watcher = std::make_shared<Watcher>();
+  processor.setObserver(watcher);
   require(deploy(processor) ==
               "minimumDiskSpaceCheck: applyLater(inSufficientDiskSpaceForSoftwareUpdate)\n"
               "multipleUserLoggedInCheck: success\n",
           "the fake's answers");
+  require(watcher->measurements == "minimumDiskSpaceCheck: 8.0 GB free, 20 GB needed\n",
+          "the fake's measurements: " + watcher->measurements);
   require(std::unordered_set(processor.executed.begin(), processor.executed.end()).size() == 2,
           "the actions executed by the fake");
 }
@@ -72,6 +91,8 @@ int main(int, char** arguments) try {
   require(vexlo::ActionID::decode(vexlo::ActionID("2005").encode()) ==
               vexlo::KnownAction::minimumDiskSpaceCheck,
           "the serialized form");
+  require(vexlo::kAllActions.front() == vexlo::KnownAction::siliconBatteryPercentageCheck,
+          "the known actions");
   try {
     vxutils::AgentServiceServer("/nowhere/service", [](const std::string&) { return "x"; });
     require(false, "a service without a folder");

@@ -1,11 +1,13 @@
 // The interface of a processor, which agents' tests replace with a fake.
 #pragma once
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "Platform/Export.h"
 #include "VexloPatchDeployment/Common/ActionID.h"
+#include "VexloPatchDeployment/Common/ActionObserver.h"
 #include "VexloPatchDeployment/Common/PatchActionResult.h"
 
 namespace vexlo {
@@ -26,6 +28,9 @@ class VEXLO_EXPORT PatchActionProcessing {
   virtual PatchActionResult execute(const ActionID& action) = 0;
   /// The action's arguments for this patch; absent if it doesn't apply.
   virtual std::optional<std::vector<std::string>> arguments(const ActionID& action) = 0;
+  /// Sets the observer of measurements and progress; null removes it. Results and log lines don't
+  /// depend on it. Must not be called while an action runs.
+  virtual void setObserver(std::shared_ptr<ActionObserver> observer) = 0;
 };
 
 }  // namespace vexlo

@@ -57,9 +57,7 @@ class VEXLO_EXPORT ProcessPatchActions : public PatchActionProcessing {
   /// The action's arguments for this patch; absent if it doesn't apply, empty if it has none.
   std::optional<std::vector<std::string>> arguments(const ActionID& action) override;
 
-  /// Sets the observer of measurements and progress; null removes it. Results and log lines don't
-  /// depend on it. Must not be called while an action runs.
-  void setObserver(std::shared_ptr<ActionObserver> observer);
+  void setObserver(std::shared_ptr<ActionObserver> observer) override;
 
  private:
   class VEXLO_HIDDEN Implementation;
