@@ -3,7 +3,6 @@
 #include <array>
 #include <cstdlib>
 #include <ctime>
-#include <filesystem>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -13,7 +12,6 @@
 #include "SimulatedMac/ScenarioValues.h"
 
 namespace simulated_mac {
-namespace fs = std::filesystem;
 namespace {
 
 constexpr std::string_view kPromptDataPrefix = "prompt data ";
@@ -50,7 +48,7 @@ class AgentFilesWriter {
   void writeActionFile(const std::string& path) {
     const std::string given = scenario_.valueOr("agent", "action file", "usual");
     if (given == "missing") {
-      fs::remove(root_.place(path));
+      root_.remove(path);
     } else if (given != "usual") {
       root_.writeFile(path, given);
     } else if (const Section* const actions = scenario_.section("actions")) {
@@ -72,7 +70,7 @@ class AgentFilesWriter {
       const bool isLink = *given == "a link";
       root_.writeFile(isLink ? kLinkedFile : path, isLink ? "not the agent's\n" : *given);
       if (isLink) {
-        fs::create_symlink(kLinkedFile, root_.place(path));
+        root_.makeLink(path, kLinkedFile);
       }
       return;
     }

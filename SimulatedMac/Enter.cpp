@@ -97,7 +97,6 @@ int enterMac(const Scenario& scenario, const EnterOptions& options) {
   } catch (const std::exception& error) {
     return complain(error.what(), kBadUsage);
   }
-  const bool mayWriteHost = geteuid() == 0;
   try {
     makeNamespaces(needsUserNamespace);
   } catch (const std::system_error& error) {
@@ -110,7 +109,7 @@ int enterMac(const Scenario& scenario, const EnterOptions& options) {
   if (firstProcess == 0) {
     umask(022);
     prctl(PR_SET_PDEATHSIG, SIGKILL);  // the Mac ends when its parent is killed
-    _exit(runFirstProcess(scenario, options, mayWriteHost));
+    _exit(runFirstProcess(scenario, options));
   }
   struct sigaction action{};
   action.sa_sigaction = endMac;

@@ -125,12 +125,12 @@ std::vector<Quitter> startApplications(const Scenario& scenario) {
 }
 
 /// Builds the Mac's files and makes them the root directory.
-void buildMac(const Scenario& scenario, const EnterOptions& options, bool mayWriteHost) {
-  LayeredRoot root(scenario.valueOr("mac", "free disk", "64g"), mayWriteHost);
+void buildMac(const Scenario& scenario, const EnterOptions& options) {
+  LayeredRoot root(scenario.valueOr("mac", "free disk", "64g"));
   if (options.records) {
-    root.bind(*options.records, kRecordFile, false);
+    root.bindFile(*options.records, kRecordFile, LayeredRoot::Access::readWrite);
   } else {
-    writeNewFile(root.place(kRecordFile), "", 0666);
+    root.writeFile(kRecordFile, "", 0666);
   }
   writeMacFiles(root, scenario, sourceDirectory() + "/root", standInProgram());
   root.enter();
@@ -191,12 +191,12 @@ int waitFor(pid_t command) {
 
 }  // namespace
 
-int runFirstProcess(const Scenario& scenario, const EnterOptions& options, bool mayWriteHost) {
+int runFirstProcess(const Scenario& scenario, const EnterOptions& options) {
   const char* const path = std::getenv("PATH");
   const std::string callersPath = path == nullptr ? "" : path;
   std::optional<QuitTriggers> triggers;
   try {
-    buildMac(scenario, options, mayWriteHost);
+    buildMac(scenario, options);
     setEnvironment(scenario);
     if (hasAgentService(scenario)) {
       startAndWaitUntilReady("[agent service]", [&](int ready) { serveAgent(scenario, ready); });

@@ -1,62 +1,73 @@
 // A new root directory in a private mount namespace: the host's files, overlaid with others.
 #pragma once
+#include <sys/types.h>
+
 #include <map>
 #include <set>
 #include <string>
 #include <string_view>
+#include <vector>
+
+#include "Platform/Descriptor.h"
 
 namespace simulated_mac {
 
-/// Built on a tmpfs that only the calling process and its children see. The host's directories
-/// are mounted read-only, so that nothing inside can change the host. Needs CAP_SYS_ADMIN in the
-/// mount namespace; operations throw `std::system_error`.
+/// Built on a tmpfs that only the calling process and its children see. All that comes from the
+/// host is mounted read-only, so that nothing inside can change the host. Paths in the Mac are
+/// absolute; the kernel resolves them below the new root, so that none leads to a file of the host:
+/// one with ".." or through a symbolic link is an error. Needs CAP_SYS_ADMIN in the mount namespace
+/// and Linux 5.12; operations throw `std::system_error`.
 class LayeredRoot {
  public:
   /// Detaches the namespace's mounts from the host's and mounts the tmpfs, `bytes` in size.
-  /// `mayWriteHost`: file permissions don't keep the caller from writing to the host's files, so a
-  /// kernel that can't make whole mount trees read-only (before 5.12) is an error.
-  LayeredRoot(const std::string& bytes, bool mayWriteHost);
+  explicit LayeredRoot(const std::string& bytes);
 
-  /// The path of the new root until `enter` is called.
-  [[nodiscard]] const std::string& path() const noexcept { return root_; }
-  /// The path on the host of `macPath`, which is absolute; makes its parents.
-  [[nodiscard]] std::string place(std::string_view macPath) const;
-
+  /// Copies the host's directory into the new root.
+  void copy(const std::string& directory) const;
   /// Writes a file of the new root and makes its parents.
-  void writeFile(const std::string& macPath, std::string_view content) const;
+  void writeFile(const std::string& macPath, std::string_view content, mode_t mode = 0644) const;
   /// Makes a directory of the new root with these permission bits, and its parents.
-  void makeDirectory(const std::string& macPath, unsigned mode) const;
+  void makeDirectory(const std::string& macPath, mode_t mode) const;
+  /// Makes a symbolic link and its parents.
+  void makeLink(const std::string& macPath, const std::string& target) const;
+  /// Removes a file of the new root, if there is one.
+  void remove(const std::string& macPath) const;
+  /// Has no effect in a user namespace with a single user.
+  void changeOwner(const std::string& macPath, uid_t user, gid_t group) const;
 
-  /// Where to put a file that appears at `macPath` among the host's files in that directory; makes
-  /// its parents.
-  [[nodiscard]] std::string placeBesideHostFiles(const std::string& macPath);
+  /// Writes a file that appears at `macPath` among the host's files in that directory.
+  void writeFileBesideHostFiles(const std::string& macPath, std::string_view content);
+  /// Makes a symbolic link that appears at `macPath` among the host's files in that directory.
+  void makeLinkBesideHostFiles(const std::string& macPath, const std::string& target);
   /// Shows other content at `macPath`, a file of the host; does nothing when the host has no such
   /// file.
   void coverFile(const std::string& macPath, std::string_view content);
-  /// Shows the file or directory `source` of the host at `macPath`.
-  void bind(const std::string& source, const std::string& macPath, bool directory) const;
+
+  enum class Access : bool { readOnly, readWrite };
+  /// Shows a file of the host at `macPath`.
+  void bindFile(const std::string& source, const std::string& macPath,
+                Access access = Access::readOnly) const;
   /// Makes a directory of the new root read-only.
   void makeReadOnly(const std::string& macPath) const;
 
-  /// Mounts everything and makes it the root directory of the calling process.
+  /// Mounts everything, makes it the root directory of the calling process and its children, and
+  /// takes the capabilities from them with which root could change the host all the same.
   void enter();
 
  private:
-  void makeTreeReadOnly(const std::string& path) const;
+  void bindDirectory(const std::string& source, const std::string& macPath) const;
   void bindHostDirectories() const;
   void mountOverlays() const;
-  void makeDevices() const;
-  void makeSys() const;
+  void mountDevices() const;
+  void mountSys() const;
+  void mountProc() const;
+  [[nodiscard]] std::string layerPath(const std::string& macPath);
 
-  bool mayWriteHost_;
-  int hostSys_ = -1;
-  std::string root_;
-  std::string above_;               ///< Upper layers of the overlays.
+  platform::Descriptor hostSys_;
+  platform::Descriptor root_;
+  platform::Descriptor layers_;     ///< Upper layers of the overlays.
   std::set<std::string> overlays_;  ///< The host's directories that get one.
   std::map<std::string, std::string> covers_;
 };
-
-/// Writes a new file with these permission bits; throws `std::system_error`.
-void writeNewFile(const std::string& path, std::string_view content, unsigned mode = 0644);
 
 }  // namespace simulated_mac

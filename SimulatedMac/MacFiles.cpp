@@ -1,6 +1,6 @@
 #include "SimulatedMac/MacFiles.h"
 
-#include <unistd.h>
+#include <sys/types.h>
 #include <utmpx.h>
 
 #include <cctype>
@@ -15,13 +15,14 @@
 #include "SimulatedMac/AgentFiles.h"
 #include "SimulatedMac/DocumentText.h"
 #include "SimulatedMac/Layout.h"
+#include "SimulatedMac/ScenarioRules.h"
 #include "SimulatedMac/ScenarioValues.h"
 
 namespace simulated_mac {
 namespace fs = std::filesystem;
 namespace {
 
-constexpr std::string_view kApplicationPrefix = "application ";
+constexpr gid_t kStaff = 20;
 
 struct Account {
   std::string name;
@@ -56,11 +57,12 @@ class MacFilesWriter {
   void writeUsers() {
     std::string passwords = "root:x:0:0:System Administrator:/var/root:/bin/sh\n";
     for (const Account& account : accounts(scenario_)) {
-      passwords += account.name + ":x:" + std::to_string(account.number) + ":20:" + account.name +
-                   ":/Users/" + account.name + ":/bin/sh\n";
+      passwords += account.name + ":x:" + std::to_string(account.number) + ":" +
+                   std::to_string(kStaff) + ":" + account.name + ":/Users/" + account.name +
+                   ":/bin/sh\n";
       const std::string home = "/Users/" + account.name;
       root_.makeDirectory(home, 0755);
-      changeOwner(account, home);
+      root_.changeOwner(home, account.number, kStaff);
     }
     root_.coverFile("/etc/passwd", passwords);
     root_.coverFile("/etc/nsswitch.conf", "passwd: files\ngroup: files\nshadow: files\n");
@@ -69,7 +71,7 @@ class MacFilesWriter {
     root_.writeFile("/dev/console", "");
     for (const Account& account : accounts(scenario_)) {
       if (account.name == console) {
-        changeOwner(account, "/dev/console");
+        root_.changeOwner("/dev/console", account.number, kStaff);
       }
     }
     writeSessions(console);
@@ -89,32 +91,26 @@ class MacFilesWriter {
       const std::string executable = applicationExecutable(scenario_, section);
       writeBundle(executable, section.substr(kApplicationPrefix.size()),
                   scenario_.value(section, "name"));
-      root_.bind(tool, executable, false);
+      root_.bindFile(tool, executable);
     }
     writeBundle(kPromptExecutable, kPromptBundleIdentifier, std::nullopt);
-    root_.bind(tool, kPromptExecutable, false);
+    root_.bindFile(tool, kPromptExecutable);
   }
 
   void writeTools(const std::string& tool) {
-    root_.bind(tool, kToolProgram, false);
+    root_.bindFile(tool, kToolProgram);
     for (const char* const path :
          {"/usr/sbin/softwareupdate", "/usr/libexec/mdmclient", "/usr/bin/profiles",
           "/usr/bin/open", "/usr/bin/sudo", "/usr/bin/launchctl"}) {
-      fs::create_symlink(kToolProgram, root_.placeBesideHostFiles(path));
+      root_.makeLinkBesideHostFiles(path, kToolProgram);
     }
-    fs::create_symlink(
-        kToolProgram,
-        root_.place("/Applications/Install macOS Sonoma.app/Contents/Resources/startosinstall"));
+    root_.makeLink("/Applications/Install macOS Sonoma.app/Contents/Resources/startosinstall",
+                   kToolProgram);
     root_.writeFile(kScenarioFile, scenario_.serialized());
     root_.makeDirectory(kCountDirectory, 01777);
   }
 
  private:
-  /// Has no effect in a user namespace with a single user.
-  void changeOwner(const Account& account, const std::string& macPath) {
-    [[maybe_unused]] const int ignored = chown(root_.place(macPath).c_str(), account.number, 20);
-  }
-
   void writeSessions(const std::string& console) {
     std::string records;
     const auto add = [&](const std::string& user, const std::string& line) {
@@ -132,7 +128,7 @@ class MacFilesWriter {
         add(user, user == console ? "console" : "ttys00" + std::to_string(terminal++));
       }
     }
-    writeNewFile(root_.placeBesideHostFiles("/var/run/utmp"), records);
+    root_.writeFileBesideHostFiles("/var/run/utmp", records);
   }
 
   /// "mains online", "mains offline", "battery discharging 45/90".
@@ -179,7 +175,7 @@ class MacFilesWriter {
 
 void writeMacFiles(LayeredRoot& root, const Scenario& scenario, const std::string& mac,
                    const std::string& tool) {
-  fs::copy(mac, root.path(), fs::copy_options::recursive);
+  root.copy(mac);
   MacFilesWriter writer(root, scenario);
   writer.writeSystem();
   writer.writeUsers();

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <cstddef>
 #include <iterator>
 #include <ranges>
@@ -31,7 +32,7 @@ constexpr std::array kKeys{
     Key{"mac", "language", "TEXT"},
     Key{"mac", "time zone", "TEXT"},
     Key{"power", "source", "none | mains online | mains offline | battery STATE [CHARGE/FULL]"},
-    Key{"users", "account", "NAME UID"},
+    Key{"users", "account", "FILE UID"},
     Key{"users", "console", "NAME"},
     Key{"users", "logged on", "TEXT"},
     Key{"mdm", "enrollment", "none | user-approved | dep"},
@@ -103,6 +104,13 @@ bool isState(std::string_view text) {
   return std::ranges::find(kStates, text) != kStates.end();
 }
 
+/// Whether the name can stand in a path and in a line of the accounts' file.
+bool isFileName(std::string_view text) {
+  return !text.empty() && text != "." && text != ".." && std::ranges::none_of(text, [](char c) {
+    return c == '/' || c == ':' || std::iscntrl(static_cast<unsigned char>(c)) != 0;
+  });
+}
+
 bool isSize(std::string_view text) {
   const bool hasUnit = !text.empty() && std::string_view("kmg").contains(text.back());
   return isNumberBetween(text.substr(0, text.size() - (hasUnit ? 1 : 0)), 1, 1'000'000'000);
@@ -119,8 +127,7 @@ struct Form {
 constexpr std::array kForms{
     Form{"TEXT", [](std::string_view) { return true; }, "any text"},
     Form{"NAME", [](std::string_view value) { return words(value).size() == 1; }, "one word"},
-    Form{"FILE", [](std::string_view value) { return !value.empty() && !value.contains('/'); },
-         "a name without slashes"},
+    Form{"FILE", isFileName, "a name for a file: without slashes, colons and control characters"},
     Form{"VERSION", isVersion, "numbers separated by dots"},
     Form{"SIZE", isSize, "a number with k, m or g"},
     Form{"STATE", isState, "discharging, charging, full or unknown"},
@@ -198,6 +205,14 @@ bool isToolSection(std::string_view section) {
 }
 
 std::string sectionProblem(std::string_view section) {
+  if (section.starts_with(kApplicationPrefix)) {
+    const std::string_view identifier = section.substr(kApplicationPrefix.size());
+    return isFileName(identifier) && !identifier.ends_with('.')
+               ? ""
+               : "expected an application's identifier without slashes, colons and control "
+                 "characters, and with a last part, found [" +
+                     std::string(section) + "]";
+  }
   if (!keysOf(section).empty()) {
     return {};
   }

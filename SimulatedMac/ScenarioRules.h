@@ -7,6 +7,9 @@
 
 namespace simulated_mac {
 
+/// What the name of an application's section begins with; its identifier follows.
+inline constexpr std::string_view kApplicationPrefix = "application ";
+
 /// Whether the section scripts a tool, as a list of steps.
 [[nodiscard]] bool isToolSection(std::string_view section);
 

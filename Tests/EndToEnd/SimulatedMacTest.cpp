@@ -1,5 +1,6 @@
 // The simulated Mac itself: it leaves nothing behind and reports errors.
 #include <gmock/gmock.h>
+#include <unistd.h>
 
 #include <sstream>
 #include <string>
@@ -62,6 +63,96 @@ TEST_F(SimulatedMacTest, LeavesNoTraceOnTheHost) {
   EXPECT_EQ(shell("grep -lsaz 5432[1] /proc/[0-9]*/cmdline").output, "");
 }
 
+/// What a Mac could change: the programs and folders that it shows, terminals and devices.
+std::string hostTree(const std::string& folder) {
+  const std::string own = programFolder() + "/..";
+  return shell("find -H " + folder + " " + own + "/libexec " + own +
+               "/share/vexlo/simulated-mac/ /etc /usr/bin /usr/sbin /usr/libexec /var/run "
+               "-printf '%p %M %U:%G %s %C@ %l\\n'; find /dev -printf '%p %M %U:%G\\n'")
+      .output;
+}
+
+/// The mount points of the Mac that aren't read-only.
+constexpr const char* kWritableMounts = "awk '$6 !~ /^ro/ { print $5 }' /proc/self/mountinfo";
+
+TEST_F(SimulatedMacTest, EveryScenarioLeavesTheHostsTreeAsItIs) {
+  std::istringstream list(enter("--list").output);
+  int count = 0;
+  for (std::string line; std::getline(list, line); ++count) {
+    const std::string name = line.substr(0, line.find(' '));
+    EXPECT_NE(line.find_first_not_of(' ', name.size()), std::string::npos) << name;
+    const TemporaryDirectory directory;
+    const std::string before = hostTree(directory.path());
+    for (const std::string user : {"", "--user-namespace "}) {
+      const Ran ran = enter(user + name + " -- " + kWritableMounts);
+      EXPECT_EQ(ran.status, 0) << name;
+      EXPECT_EQ(ran.output, "/\n/dev/pts\n/proc\n") << name;
+    }
+    EXPECT_EQ(hostTree(directory.path()), before) << name;
+  }
+  EXPECT_GE(count, 10);
+}
+
+/// Prints what a hostile program achieves, without harm if it does; $1 is a folder of the host.
+constexpr const char* kAttacks = R"(
+  tries() { sh -c "$1" sh "$folder" > /dev/null 2>&1 && echo "$1"; }
+  folder=$1
+  for file in /.simulated-mac/tool /Applications/*/Contents/MacOS/* /usr/bin/env /etc/passwd; do
+    tries ": >> '$file'"; tries "touch '$file'"; tries "chmod 755 '$file'"; tries "chown 0 '$file'"
+  done
+  for file in /dev/null /dev/tty /usr "$folder"; do
+    tries "chmod $(stat -c %a $file) $file"; tries "touch $file/x"; tries "chown 0 $file"
+  done
+  tries 'mount -o remount,rw,bind /usr || mount -o remount,rw,bind /dev/null'
+  tries 'mknod /private/tmp/zero c 1 5'
+  tries 'cat /proc/sys/vm/swappiness > /proc/sys/vm/swappiness'
+  LC_ALL=C perl -e 'mkdir "/private/tmp/x"; chroot "/private/tmp/x"; chdir ".." for 1 .. 20; chroot ".";' \
+    -e 'print "left the Mac\n" if -d "/.." . $ARGV[0] && open my $file, ">", "$ARGV[0]/x"' "$folder"
+)";
+
+TEST_F(SimulatedMacTest, HostileProgramChangesNothingOutside) {
+  const TemporaryDirectory directory;
+  const std::string script = directory.write("attacks", kAttacks);
+  const std::string folder = directory.path() + "/folder";
+  ASSERT_EQ(shell("chmod 755 " + directory.path() + "; mkdir -m 777 " + folder).status, 0);
+  const std::string before = hostTree(directory.path());
+  const std::string arguments =
+      "--set 'application com.example.X/instances=1' healthy -- sh " + script + " " + folder;
+  const std::string asNobody = "setpriv --reuid 65534 --regid 65534 --clear-groups ";
+  for (const std::string& command :
+       {enterCommand() + arguments, enterCommand() + "--user-namespace " + arguments,
+        (geteuid() == 0 ? asNobody : "") + enterCommand() + arguments}) {
+    const Ran ran = shell(command);
+    EXPECT_TRUE(ran.output.empty() || ran.status == 77) << command << "\n" << ran.output;
+    EXPECT_EQ(hostTree(directory.path()), before) << command;
+  }
+}
+
+TEST_F(SimulatedMacTest, HostileSettingsAreErrorsAndChangeNothing) {
+  const TemporaryDirectory directory;
+  const std::string up = "../../../../.." + directory.path();
+  const std::string before = hostTree(directory.path());
+  for (const std::string& setting :
+       {"users/account=" + up + " 4242", "users/account=" + up + "/new 4242",
+        std::string("users/account=.. 4242"), std::string("users/account=a:0:0:: 4242"),
+        "application " + up + "/x/instances=1", std::string("application com.x./instances=1"),
+        std::string("application com.x/bundle=.."), std::string("application ../instances=1")}) {
+    for (const std::string user : {"", "--user-namespace "}) {
+      const Ran ran = enter(user + "--set '" + setting + "' healthy -- true");
+      EXPECT_EQ(ran.status, 65) << setting << "\n" << ran.output;
+      EXPECT_THAT(ran.output, StartsWith("enter: --set: expected ")) << setting;
+    }
+  }
+  EXPECT_EQ(hostTree(directory.path()), before);
+}
+
+TEST_F(SimulatedMacTest, DevicesAndTerminalsWork) {
+  EXPECT_EQ(enter("healthy -- sh -c 'echo x > /dev/null; head -c 3 /dev/zero | wc -c; "
+                  "script -qec \"tty; echo x > /dev/tty\" /dev/null < /dev/null'")
+                .output,
+            "3\n/dev/pts/0\r\nx\r\n");
+}
+
 TEST_F(SimulatedMacTest, SignalLetsTheCommandExit) {
   const TemporaryDirectory directory;
   const std::string up = directory.file("up");
@@ -93,18 +184,6 @@ TEST_F(SimulatedMacTest, WorksWithASingleUser) {
   EXPECT_THAT(directory.read("calls"),
               HasSubstr("\"tool\":\"open\",\"arguments\":[\"-a\",\"nothing\"],\"input\":null,"
                         "\"user\":\"alice\",\"uid\":0"));
-}
-
-TEST_F(SimulatedMacTest, EveryScenarioStarts) {
-  std::istringstream list(enter("--list").output);
-  int count = 0;
-  for (std::string line; std::getline(list, line); ++count) {
-    const std::string name = line.substr(0, line.find(' '));
-    const Ran ran = enter(name + " -- true");
-    EXPECT_EQ(ran.status, 0) << ran.output;
-    EXPECT_NE(line.find_first_not_of(' ', name.size()), std::string::npos) << name;
-  }
-  EXPECT_GE(count, 10);
 }
 
 TEST(SimulatedMacScenarioTest, MistakesAreErrorsWithTheirPlace) {
