@@ -1,5 +1,6 @@
 // Writes JSON objects and arrays.
 #pragma once
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -15,6 +16,13 @@ class JSONObject {
   /// Adds a member with a string value.
   JSONObject& addString(std::string_view name, std::string_view value) {
     return addJSON(name, jsonString(value));
+  }
+  /// Adds a number or a Boolean; null if it is absent.
+  JSONObject& addNumber(std::string_view name, std::optional<std::int64_t> value) {
+    return addJSON(name, value ? std::to_string(*value) : "null");
+  }
+  JSONObject& addBoolean(std::string_view name, std::optional<bool> value) {
+    return addJSON(name, !value ? "null" : *value ? "true" : "false");
   }
   /// Adds a member whose value is already JSON.
   JSONObject& addJSON(std::string_view name, std::string_view value) {

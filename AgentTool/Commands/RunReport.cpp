@@ -16,6 +16,7 @@
 #include "Platform/RealNumbers.h"
 #include "VexloPatchDeployment/Common/Measurement.h"
 #include "VexloPatchDeployment/Common/Overloaded.h"
+#include "VexloPatchDeployment/Validators/RunningApplicationCheckRelated/RunningAppMeasurements.h"
 
 namespace agent_tool {
 namespace {
@@ -49,7 +50,7 @@ std::string detailAsJSON(const PatchActionResult& result) {
 /// reads as if the user had.
 bool isForced(const EndedAction& ended) {
   return std::ranges::any_of(ended.measurements, [](const vexlo::Measurement& measurement) {
-    const auto* const prompt = std::get_if<vexlo::PromptMeasurement>(&measurement);
+    const auto* const prompt = measurement.as<vexlo::PromptMeasurement>();
     return prompt != nullptr &&
            prompt->decision == vexlo::RunningAppPromptDecision::forceDeployment &&
            prompt->answer == vexlo::PromptMeasurement::Answer::none;

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "VexloPatchDeployment/Common/RunningAction.h"
+#include "VexloPatchDeployment/VexloPatchDeployment.h"
 
 namespace vexlo {
 namespace {
@@ -65,7 +66,7 @@ class ThrowingObserver final : public ActionObserver {
 
 TEST(MeasurementTest, GoesToTheInnermostActionsObserver) {
   ThrowingObserver observer;
-  const auto measure = [] { measured([] { return DecidingRule::notInPlan; }); };
+  const auto measure = [] { measured([] { return RuleMeasurement{}; }); };
   measure();
   {
     const ActionID action = KnownAction::macOSDeferCheck;

@@ -1,9 +1,13 @@
 #include "VexloPatchDeployment/Installers/ToolRun.h"
 
 #include <cstddef>
+#include <string>
 #include <string_view>
+#include <utility>
 
+#include "AgentLibraries/FileCodec/JSONObject.h"
 #include "Platform/Text.h"
+#include "VexloPatchDeployment/Common/Log.h"
 
 namespace vexlo {
 namespace {
@@ -23,6 +27,19 @@ std::string_view lastLine(std::string_view output) {
   return platform::trimmed(output).substr(0, kLongestLine);
 }
 
+std::string_view nameOf(ToolRunMeasurement::Step step) {
+  using Step = ToolRunMeasurement::Step;
+  switch (step) {
+    case Step::download:
+      return "download";
+    case Step::installation:
+      return "installation";
+    case Step::upgrade:
+      return "upgrade";
+  }
+  std::unreachable();
+}
+
 }  // namespace
 
 ToolRunMeasurement toolRun(ToolRunMeasurement::Step step, const std::string& subject,
@@ -31,6 +48,27 @@ ToolRunMeasurement toolRun(ToolRunMeasurement::Step step, const std::string& sub
           .subject = subject,
           .exitCode = result.exitCode,
           .lastLine = std::string(lastLine(result.output))};
+}
+
+std::string ToolRunMeasurement::words() const {
+  std::string out = text(nameOf(step), " ended with status ", exitCode);
+  return lastLine.empty() ? out : text(out, ", \"", lastLine, '"');
+}
+
+std::string ToolRunMeasurement::json() const {
+  return FileCodec::JSONObject()
+      .addString("kind", kind)
+      .addString("step", nameOf(step))
+      .addString("subject", subject)
+      .addNumber("exitCode", exitCode)
+      .addString("lastLine", lastLine)
+      .done();
+}
+
+std::string UpdateNotListed::words() const { return text("softwareupdate lists no ", build); }
+
+std::string UpdateNotListed::json() const {
+  return FileCodec::JSONObject().addString("kind", kind).addString("build", build).done();
 }
 
 }  // namespace vexlo

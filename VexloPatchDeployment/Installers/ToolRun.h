@@ -4,6 +4,7 @@
 
 #include "VexloPatchDeployment/Adapters/CommandExecutor.h"
 #include "VexloPatchDeployment/Common/RunningAction.h"
+#include "VexloPatchDeployment/Installers/InstallerMeasurements.h"
 
 namespace vexlo {
 

@@ -4,20 +4,15 @@
 #include <fstream>
 #include <iterator>
 #include <set>
-#include <span>
 #include <sstream>
 #include <string>
 #include <string_view>
 #include <utility>
-#include <variant>
-#include <vector>
 
 #include "AgentLibraries/LogCore/Text.h"
 #include "AgentTool/ActionFiles/ActionReference.h"
 #include "AgentTool/ActionFiles/Finding.h"
-#include "AgentTool/Facts/CompactJSON.h"
 #include "Tests/AgentTool/AgentToolFixture.h"
-#include "VexloPatchDeployment/Common/Measurement.h"
 #include "VexloPatchDeployment/Common/PatchActionResult.h"
 #include "VexloPatchDeployment/PatchActions/Main/KnownActions.h"
 
@@ -96,36 +91,6 @@ TEST_F(ActionReferenceTest, ChangelogNamesEveryAction) {
   const std::string changelog = document("../CHANGELOG.md");
   for (const vexlo::KnownActionRow& action : vexlo::knownActions()) {
     EXPECT_THAT(changelog, HasSubstr(text('`', action.name, '`')));
-  }
-}
-
-/// The names of a JSON object's members.
-std::vector<std::string> memberNames(std::string_view json) {
-  std::vector<std::string> names;
-  agent_tool::CompactJSON parser;
-  parser.read(json)->forEachElement([&](const agent_tool::JSONValue& object) {
-    object.forEachMember(
-        [&](std::string_view name, const agent_tool::JSONValue&) { names.emplace_back(name); });
-  });
-  return names;
-}
-
-/// Each alternative of the variant once.
-template <std::size_t... index>
-std::vector<vexlo::Measurement> oneOfEach(std::index_sequence<index...> /*all*/) {
-  return {vexlo::Measurement(std::in_place_index<index>)...};
-}
-
-TEST_F(ActionReferenceTest, RunPageListsEveryMeasurementMember) {
-  const std::string page = document("RUN.md");
-  for (const vexlo::Measurement& measurement :
-       oneOfEach(std::make_index_sequence<std::variant_size_v<vexlo::Measurement>>())) {
-    const std::string json = vexlo::measurementsAsJSON(std::span(&measurement, 1));
-    const std::string row =
-        between(page, "| `" + between(json, R"("kind":")", "\"") + "` | ", "\n");
-    for (const std::string& name : memberNames(json)) {
-      EXPECT_TRUE(name == "kind" || row.contains('`' + name + '`')) << json << " in: " << row;
-    }
   }
 }
 

@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstddef>
+#include <fstream>
 #include <memory>
 #include <string>
 #include <vector>
@@ -11,6 +13,7 @@
 #include "AgentLibraries/LogCore/Logger.h"
 #include "AgentTool/Evaluation/RecordedSources.h"
 #include "AgentTool/Facts/FactsText.h"
+#include "VexloPatchDeployment/Installers/InstallerMeasurements.h"
 #include "VexloPatchDeployment/PatchActions/Main/KnownActions.h"
 
 namespace agent_tool {
@@ -50,6 +53,26 @@ void prompted(Facts& facts, std::int64_t total, std::int64_t today) {
            {"patchID", "1"}, {"promptShownCount", total}, {"24-11-2026", today}}}};
 }
 
+/// Expects every member of the measurement's JSON in its row of the page.
+void expectDocumented(const vexlo::Measurement& measurement) {
+  std::ifstream page(VEXLO_DOCUMENTS "/RUN.md");
+  const std::string beginning = "| `" + std::string(measurement.kind()) + "` | ";
+  std::string row;
+  while (std::getline(page, row) && !row.starts_with(beginning)) {
+  }
+  const std::string json = measurement.json();
+  for (std::size_t end = 0; (end = json.find("\":", end + 1)) != std::string::npos;) {
+    const std::size_t begin = json.rfind('"', end - 1) + 1;
+    const std::string name = json.substr(begin, end - begin);
+    EXPECT_TRUE(name == "kind" || row.contains('`' + name + '`')) << json << " in: " << row;
+  }
+}
+
+TEST(RunPageTest, ListsTheMembersOfInstallations) {  // the others are measured below
+  expectDocumented(vexlo::ToolRunMeasurement());
+  expectDocumented(vexlo::UpdateNotListed());
+}
+
 std::string answerTo(const std::string& action, const Facts& facts) {
   const std::string file = R"({"PatchActions":{"1":{)" + action + "}}}";
   const auto group = std::make_shared<const vexlo::PatchActionGroup>(
@@ -65,6 +88,7 @@ std::string answerTo(const std::string& action, const Facts& facts) {
   }
   sources.use(**record);
   const Evaluation evaluation = evaluator.evaluate(vexlo::ActionID(action.substr(1, 4)));
+  std::ranges::for_each(evaluation.measurements, expectDocumented);
   const std::string next = nextStep(evaluation, intentions);
   return next.empty() ? describe(evaluation.result) : next;
 }

@@ -5,14 +5,13 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 #include "VexloPatchDeployment/Common/ActionID.h"
 #include "VexloPatchDeployment/Common/Numbers.h"
 #include "VexloPatchDeployment/Common/PatchActionResult.h"
 #include "VexloPatchDeployment/Common/PatchIdentifier.h"
-#include "VexloPatchDeployment/Common/RunningAction.h"
+#include "VexloPatchDeployment/PatchActions/Main/ActionMeasurements.h"
 #include "VexloPatchDeployment/PatchActions/Main/PatchProcessingDependencies.h"
 
 namespace vexlo {
@@ -35,15 +34,10 @@ struct ActionRun {
 };
 
 /// Reports what decided without a measurement.
-inline void decidedBy(DecidingRule rule) {
-  measured([&] { return rule; });
-}
+void decidedBy(DecidingRule rule);
 
 /// `applyLater`, because the action file lacks the `expected` argument or has `found` instead.
-[[nodiscard]] inline PatchActionResult inSufficientArguments(
-    std::string_view expected, std::optional<std::string> found = {}) {
-  measured([&] { return UnusableArguments{expected, std::move(found)}; });
-  return PatchActionResult::applyLater(PlainReason::inSufficientArguments);
-}
+[[nodiscard]] PatchActionResult inSufficientArguments(std::string_view expected,
+                                                      std::optional<std::string> found = {});
 
 }  // namespace vexlo

@@ -1,12 +1,16 @@
 #include "VexloPatchDeployment/Validators/Battery/Battery.h"
 
 #include <optional>
+#include <string>
+#include <string_view>
 #include <utility>
 #include <variant>
 
+#include "AgentLibraries/FileCodec/JSONObject.h"
 #include "VexloPatchDeployment/Common/Log.h"
 #include "VexloPatchDeployment/Common/Overloaded.h"
 #include "VexloPatchDeployment/Common/RunningAction.h"
+#include "VexloPatchDeployment/Validators/Battery/BatteryMeasurement.h"
 
 namespace vexlo {
 namespace {
@@ -23,6 +27,19 @@ BatteryMeasurement batteryMeasurement(const std::optional<PowerSource>& source,
   return {.source = battery != nullptr ? Source::battery : Source::mains,
           .percentage = battery != nullptr ? battery->percentage : 0,
           .neededPercentage = neededPercentage};
+}
+
+std::string_view nameOf(BatteryMeasurement::Source source) {
+  using Source = BatteryMeasurement::Source;
+  switch (source) {
+    case Source::battery:
+      return "battery";
+    case Source::mains:
+      return "mains";
+    case Source::unknown:
+      return "unknown";
+  }
+  std::unreachable();
 }
 
 }  // namespace
@@ -56,6 +73,28 @@ bool BatteryLevelChecker::hasMinimumBattery(std::int64_t minimumPercent) {
                    return sufficient;
                  }},
       *source);
+}
+
+std::string BatteryMeasurement::words() const {
+  switch (source) {
+    case Source::battery:
+      return text("battery ", percentage, " %, ", neededPercentage, " % needed");
+    case Source::mains:
+      return "on mains power";
+    case Source::unknown:
+      return "power source unknown, counts as sufficient";
+  }
+  std::unreachable();
+}
+
+std::string BatteryMeasurement::json() const {
+  const bool hasLevel = source == Source::battery;
+  return FileCodec::JSONObject()
+      .addString("kind", kind)
+      .addString("source", nameOf(source))
+      .addNumber("percentage", hasLevel ? std::optional(percentage) : std::nullopt)
+      .addNumber("neededPercentage", neededPercentage)
+      .done();
 }
 
 }  // namespace vexlo

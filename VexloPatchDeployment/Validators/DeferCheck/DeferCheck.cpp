@@ -2,12 +2,15 @@
 
 #include <algorithm>
 #include <chrono>
+#include <string>
 #include <utility>
 #include <vector>
 
+#include "AgentLibraries/FileCodec/JSONObject.h"
 #include "VexloPatchDeployment/Common/Log.h"
 #include "VexloPatchDeployment/Common/RunningAction.h"
 #include "VexloPatchDeployment/Common/TextForms.h"
+#include "VexloPatchDeployment/Validators/DeferCheck/DeferralMeasurements.h"
 
 namespace vexlo {
 namespace {
@@ -101,6 +104,25 @@ bool MacOSUpdateDeferralChecker::validate(std::string_view dateText) const {
                 platform::describeMoment(currentDate), ", isMacOSUpdateDeferred ", deferred);
   });
   return deferred;
+}
+
+std::string DeferralMeasurement::words() const {
+  if (!isDeferred) {
+    return "the MDM client didn't report deferrals";
+  }
+  if (!*isDeferred) {
+    return text("macOS ", version, " not deferred");
+  }
+  return until ? "deferred until " + *until : "deferred, date unreadable";
+}
+
+std::string DeferralMeasurement::json() const {
+  return FileCodec::JSONObject()
+      .addString("kind", kind)
+      .addString("version", version)
+      .addBoolean("isDeferred", isDeferred)
+      .addJSON("until", FileCodec::jsonOptional(until))
+      .done();
 }
 
 }  // namespace vexlo

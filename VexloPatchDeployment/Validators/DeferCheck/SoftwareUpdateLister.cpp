@@ -1,10 +1,13 @@
 #include "VexloPatchDeployment/Validators/DeferCheck/SoftwareUpdateLister.h"
 
+#include <string>
 #include <utility>
 
+#include "AgentLibraries/FileCodec/JSONObject.h"
 #include "AgentLibraries/vxutils/TerminalUtil.h"
 #include "VexloPatchDeployment/Common/Log.h"
 #include "VexloPatchDeployment/Common/RunningAction.h"
+#include "VexloPatchDeployment/Validators/DeferCheck/DeferralMeasurements.h"
 
 namespace vexlo {
 namespace {
@@ -36,6 +39,15 @@ bool AppleSoftwareUpdateConnectivityChecker::isAppleSoftwareUpdateReachable() {
   }
   logInfo(kSoftwareUpdateListerTag, [] { return "Apple software update is reachable."; });
   return true;
+}
+
+std::string UpdateServiceUnreachable::words() const {
+  return text("Apple's update service can't be reached, softwareupdate ended with status ",
+              exitCode);
+}
+
+std::string UpdateServiceUnreachable::json() const {
+  return FileCodec::JSONObject().addString("kind", kind).addNumber("exitCode", exitCode).done();
 }
 
 }  // namespace vexlo

@@ -2,12 +2,15 @@
 
 #include <algorithm>
 #include <span>
+#include <string>
 #include <string_view>
 #include <utility>
 
+#include "AgentLibraries/FileCodec/JSONObject.h"
 #include "VexloPatchDeployment/Common/Log.h"
 #include "VexloPatchDeployment/Common/RunningAction.h"
 #include "VexloPatchDeployment/Common/TextForms.h"
+#include "VexloPatchDeployment/Validators/RunningApplicationCheckRelated/RunningAppMeasurements.h"
 
 namespace vexlo {
 namespace {
@@ -79,6 +82,27 @@ bool RunningAppDetector::isAnyAppRunning(const std::vector<std::string>& bundleI
   });
   measured([] { return RunningApplicationsMeasurement{}; });
   return false;
+}
+
+std::string RunningApplicationsMeasurement::words() const {
+  std::string out;
+  for (const auto& application : applications) {
+    out += text(out.empty() ? "" : ", ", application.name);
+  }
+  return (out.empty() ? "none" : out) + " running";
+}
+
+std::string RunningApplicationsMeasurement::json() const {
+  std::vector<std::string> objects;
+  objects.reserve(applications.size());
+  for (const auto& [bundleID, name] : applications) {
+    objects.push_back(
+        FileCodec::JSONObject().addString("bundleID", bundleID).addString("name", name).done());
+  }
+  return FileCodec::JSONObject()
+      .addString("kind", kind)
+      .addJSON("applications", FileCodec::jsonArray(objects))
+      .done();
 }
 
 }  // namespace vexlo

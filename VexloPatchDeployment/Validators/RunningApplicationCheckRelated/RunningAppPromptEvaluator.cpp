@@ -1,11 +1,11 @@
 #include "VexloPatchDeployment/Validators/RunningApplicationCheckRelated/RunningAppPromptEvaluator.h"
 
 #include <optional>
+#include <string_view>
 #include <utility>
 
 #include "Platform/Calendar.h"
 #include "VexloPatchDeployment/Common/Log.h"
-#include "VexloPatchDeployment/Common/Measurement.h"
 #include "VexloPatchDeployment/Common/Numbers.h"
 
 namespace vexlo {
@@ -119,6 +119,18 @@ RunningAppPromptEvaluation RunningAppPromptEvaluator::evaluate(const std::string
   dataStore_.saveData(makeRecord(patchID, saturatingSum(total, 1), date, saturatingSum(today, 1)),
                       key);
   return evaluation;
+}
+
+std::string_view describe(RunningAppPromptDecision decision) {
+  switch (decision) {
+    case RunningAppPromptDecision::promptUser:
+      return "promptUser";
+    case RunningAppPromptDecision::skipDeployment:
+      return "skipDeployment";
+    case RunningAppPromptDecision::forceDeployment:
+      return "forceDeployment";
+  }
+  std::unreachable();
 }
 
 }  // namespace vexlo

@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "VexloPatchDeployment/Common/ActionObserver.h"
+#include "VexloPatchDeployment/Validators/RunningApplicationCheckRelated/RunningAppMeasurements.h"
 #include "VexloPatchDeployment/Validators/RunningApplicationCheckRelated/RunningAppPromptCustomizationProvider.h"
 #include "VexloPatchDeployment/Validators/RunningApplicationCheckRelated/RunningAppPromptDataStore.h"
 

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <utility>
 
+#include "AgentLibraries/FileCodec/JSONObject.h"
 #include "Platform/Files.h"
 #include "Platform/RunLoop.h"
 #include "Platform/Text.h"
@@ -64,6 +65,30 @@ PromptMeasurement promptMeasurement(const RunningAppPromptEvaluation& evaluation
     prompt.postponementsLeft = evaluation.remainingSkipAttempts - 1;  // this one is used up
   }
   return prompt;
+}
+
+std::string_view nameOf(PromptMeasurement::Answer answer) {
+  switch (answer) {
+    case PromptMeasurement::Answer::agreed:
+      return "agreed";
+    case PromptMeasurement::Answer::declined:
+      return "declined";
+    case PromptMeasurement::Answer::none:
+      return "none";
+    case PromptMeasurement::Answer::notShown:
+      return "notShown";
+    case PromptMeasurement::Answer::notAsked:
+      return "notAsked";
+  }
+  std::unreachable();
+}
+
+std::string leftText(const std::optional<std::int64_t>& postponements) {
+  if (!postponements) {
+    return "";
+  }
+  return text("; ", *postponements, *postponements == 1 ? " postponement" : " postponements",
+              " left");
 }
 
 }  // namespace
@@ -188,6 +213,36 @@ Answer RunningAppPromptPresenter::readUserAcknowledgement(bool fallback, const s
     return text("User acknowledgement received: ", agreed, " (return code: ", *code, ").");
   });
   return agreed ? Answer::agreed : Answer::declined;
+}
+
+std::string PromptMeasurement::words() const {
+  const bool isForced = decision == RunningAppPromptDecision::forceDeployment;
+  if (decision == RunningAppPromptDecision::skipDeployment) {
+    return "no more prompts today";
+  }
+  switch (answer) {
+    case PromptMeasurement::Answer::agreed:
+      return "the user agreed";
+    case PromptMeasurement::Answer::declined:
+      return "the user declined" + leftText(postponementsLeft);
+    case PromptMeasurement::Answer::none:
+      return isForced ? "forced, nobody answered the prompt"
+                      : "nobody answered the prompt" + leftText(postponementsLeft);
+    case PromptMeasurement::Answer::notShown:
+      return "the prompt can't be shown" + leftText(postponementsLeft);
+    case PromptMeasurement::Answer::notAsked:
+      return (isForced ? "forced prompt due" : "prompt due") + leftText(postponementsLeft);
+  }
+  std::unreachable();
+}
+
+std::string PromptMeasurement::json() const {
+  return FileCodec::JSONObject()
+      .addString("kind", kind)
+      .addString("decision", describe(decision))
+      .addString("answer", nameOf(answer))
+      .addNumber("postponementsLeft", postponementsLeft)
+      .done();
 }
 
 }  // namespace vexlo

@@ -5,12 +5,14 @@
 #include <ranges>
 #include <utility>
 
+#include "AgentLibraries/FileCodec/JSONObject.h"
 #include "AgentLibraries/vxutils/SystemUtil.h"
 #include "AgentLibraries/vxutils/SystemUtilsWrapper.h"
 #include "VexloPatchDeployment/Common/LetterCase.h"
 #include "VexloPatchDeployment/Common/Log.h"
 #include "VexloPatchDeployment/Common/RunningAction.h"
 #include "VexloPatchDeployment/Common/TextForms.h"
+#include "VexloPatchDeployment/Validators/UserLoggedIn/UserMeasurements.h"
 
 namespace vexlo {
 namespace {
@@ -72,6 +74,32 @@ bool UserLoginStatusChecker::isSingleUserLoggedIn() {
                 ".");
   });
   return single;
+}
+
+std::string ConsoleUserMeasurement::words() const {
+  return user.value_or("nobody") + " at the console";
+}
+
+std::string ConsoleUserMeasurement::json() const {
+  return FileCodec::JSONObject()
+      .addString("kind", kind)
+      .addJSON("user", FileCodec::jsonOptional(user))
+      .done();
+}
+
+std::string LoggedOnUsersMeasurement::words() const {
+  std::string out;
+  for (const std::string& user : users) {
+    out += text(out.empty() ? "" : ", ", user);
+  }
+  return (users.empty() ? "nobody" : out) + " logged on";
+}
+
+std::string LoggedOnUsersMeasurement::json() const {
+  return FileCodec::JSONObject()
+      .addString("kind", kind)
+      .addJSON("users", FileCodec::jsonList(users))
+      .done();
 }
 
 }  // namespace vexlo

@@ -10,6 +10,7 @@
 #include "VexloPatchDeployment/Common/ActionObserver.h"
 #include "VexloPatchDeployment/Common/Log.h"
 #include "VexloPatchDeployment/Common/PatchActionResult.h"
+#include "VexloPatchDeployment/Installers/InstallerMeasurements.h"
 #include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Common/SoftwareUpdateAuthContext.h"
 #include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Common/SoftwareUpdateOutputAnalyser.h"
 #include "VexloPatchDeployment/Validators/UserLoggedIn/UserLoggedIn.h"

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "VexloPatchDeployment/Common/RunningAction.h"
+#include "VexloPatchDeployment/Installers/InstallerMeasurements.h"
 #include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Common/MacOSDownloader.h"
 #include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Common/MacOSInstaller.h"
 
