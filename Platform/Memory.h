@@ -1,5 +1,6 @@
 // Wipes secrets from memory.
 #pragma once
+#include <concepts>
 #include <string>
 
 namespace platform {
@@ -7,6 +8,18 @@ namespace platform {
 /// Overwrites the string's whole buffer with zeros, which the compiler can't optimize away, then
 /// clears it.
 void wipe(std::string& secret) noexcept;
+
+namespace detail {
+void callThenWipeStack(void (*call)(const void* function), const void* function);
+}
+
+/// Calls `use`, which handles a secret, and then overwrites the 64 KiB of stack below the caller,
+/// where libraries and the compiler may have left copies; also after an exception.
+template <std::invocable Use>
+void thenWipeStack(const Use& use) {
+  detail::callThenWipeStack([](const void* function) { (*static_cast<const Use*>(function))(); },
+                            &use);
+}
 
 /// Locks the pages that hold the string in memory, within the limit of locked memory. They stay
 /// locked until the process exits, because other secrets may be on the same pages.

@@ -37,3 +37,8 @@ foreach(root IN LISTS source_roots)
     "-fmacro-prefix-map=${root}/AgentLibraries/="
     "-fmacro-prefix-map=${root}/Tests/=Tests/")
 endforeach()
+
+# All symbols are resolved at start and the tables are then read-only. Resolving one at its first call
+# would save the vector registers, which may contain part of a password, on the stack.
+set(vexlo_link_options $<$<PLATFORM_ID:Linux>:LINKER:-z,relro,-z,now>)
+target_link_options(vexlo_compile_options INTERFACE ${vexlo_link_options})

@@ -21,10 +21,8 @@ constexpr std::string_view kID = "id";
 constexpr std::string_view kKey = "fetchStatusMessageForKey";
 constexpr std::string_view kValue = "value";
 
-/// Calls `read` with the members of the JSON object in `line`. Returns false if there is none. The
-/// parser allocates only from a buffer that is wiped.
 template <typename Read>
-bool readObject(std::string_view line, const Read& read) {
+bool parseObject(std::string_view line, const Read& read) {
   constexpr std::size_t kBytesPerByteOfText = 16;
   constexpr std::size_t kBytesForAnyText = 4096;
   std::string memory;
@@ -47,6 +45,15 @@ bool readObject(std::string_view line, const Read& read) {
     return false;  // far more than a message needs
   }
   return false;
+}
+
+/// Calls `read` with the members of the JSON object in `line`. Returns false if there is none. The
+/// parser allocates only from a buffer that is wiped; it decodes escapes in one on the stack.
+template <typename Read>
+bool readObject(std::string_view line, const Read& read) {
+  bool isObject = false;
+  platform::thenWipeStack([&] { isObject = parseObject(line, read); });
+  return isObject;
 }
 
 std::optional<std::int64_t> integerIn(const json::object& members, std::string_view name) {

@@ -4,6 +4,7 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <array>
 #include <cstdint>
 #include <mutex>
 
@@ -34,7 +35,26 @@ rlim_t setLimitOfCoreFiles(rlim_t wanted) noexcept {
   return former;
 }
 
+/// Its frame takes the place of the frames of what the caller called before. The writes are
+/// volatile, so that the compiler keeps them.
+[[gnu::noinline]] void overwriteStack() noexcept {
+  constexpr std::size_t kBytes = std::size_t{64} << 10;
+  std::array<volatile std::uint64_t, kBytes / sizeof(std::uint64_t)>
+      words;  // NOLINT(*-member-init)
+  for (volatile std::uint64_t& word : words) {
+    word = 0;
+  }
+}
+
 }  // namespace
+
+[[gnu::noinline]] void detail::callThenWipeStack(void (*call)(const void* function),
+                                                 const void* function) {
+  struct WipeStackAtEnd {
+    ~WipeStackAtEnd() { overwriteStack(); }
+  } const atEnd;
+  call(function);
+}
 
 void wipe(std::string& secret) noexcept {
   secret.resize(
