@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <expected>
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -25,6 +26,11 @@ struct ReadOptions {
   bool followLinks = true;     ///< When false, a symbolic link as last component is an error.
   /// Accepted owners of the opened file (EPERM otherwise); empty accepts any owner.
   std::vector<std::uint32_t> owners;
+  /// When true, the opened file may have no other name (EMLINK otherwise).
+  bool onlyName = false;
+  /// In seconds since 1970: the opened file must not have been written last before (ESTALE
+  /// otherwise).
+  std::optional<std::int64_t> writtenSince = std::nullopt;
 };
 
 /// Reads a whole regular file. Anything else (directory, FIFO, device, socket) is an error and
@@ -69,8 +75,9 @@ class FileLock {
 void removeLeftovers(const std::string& path) noexcept;
 
 /// Gives the file at `path` a second name in the same directory, so that replacing it doesn't lose
-/// its contents: `path` + `suffix`, or the first free one with "-2", "-3" and so on appended. What
-/// can't be replaced (a directory, a FIFO) or hard-linked is renamed. Returns the name.
+/// its contents: `path` + `suffix`, or the first free one with "-2" to "-9" appended, or else with
+/// random digits, so that nobody can occupy all names. What can't be replaced (a directory, a FIFO)
+/// or hard-linked is renamed. Returns the name.
 [[nodiscard]] std::expected<std::string, FileError> setFileAside(const std::string& path,
                                                                  std::string_view suffix);
 /// Undoes the `setFileAside` that returned `name`; does nothing if another file is now at `path`.

@@ -84,6 +84,19 @@ Descriptor openDirectory(const std::string& path) {
 constexpr std::string_view kHexadecimal = "0123456789abcdef";
 constexpr std::size_t kRandomBytes = 12;
 
+/// A part of a name that nobody can predict; empty with errno set on failure.
+std::string randomPart() {
+  std::array<unsigned char, kRandomBytes> random{};
+  std::string digits;
+  if (getentropy(random.data(), random.size()) == 0) {
+    for (const unsigned char byte : random) {
+      digits += kHexadecimal[byte >> 4];
+      digits += kHexadecimal[byte & 15];
+    }
+  }
+  return digits;
+}
+
 /// Whether `text` is the random part of a temporary file's name, not the rest of a longer file
 /// name.
 bool isRandomPart(std::string_view text) {
@@ -108,15 +121,11 @@ class TemporaryFile {
   bool create() {
     constexpr int kTries = 16;
     for (int attempt = 0; attempt < kTries; ++attempt) {
-      std::array<unsigned char, kRandomBytes> random{};
-      if (getentropy(random.data(), random.size()) != 0) {
+      const std::string random = randomPart();
+      if (random.empty()) {
         return false;
       }
-      name_ = prefix_;
-      for (const unsigned char byte : random) {
-        name_ += kHexadecimal[byte >> 4];
-        name_ += kHexadecimal[byte & 15];
-      }
+      name_ = prefix_ + random;
       file_ = aboveStandard(uninterrupted([&] {
         return openat(directory_, name_.c_str(),
                       O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600);
@@ -184,6 +193,12 @@ std::expected<std::string, FileError> readFile(const std::string& path,
       std::ranges::find(options.owners, status.st_uid) == options.owners.end()) {
     return failure(path, EPERM,
                    "Owned by user " + std::to_string(status.st_uid) + ", who is not accepted here");
+  }
+  if (options.onlyName && status.st_nlink != 1) {
+    return failure(path, EMLINK, "Has other names, which is not accepted here");
+  }
+  if (options.writtenSince && status.st_mtime < *options.writtenSince) {
+    return failure(path, ESTALE, "Older than accepted here");
   }
   const auto announced = static_cast<std::uint64_t>(status.st_size);
   std::string bytes;
@@ -316,7 +331,8 @@ void removeLeftovers(const std::string& path) noexcept try {
 
 std::expected<std::string, FileError> setFileAside(const std::string& path,
                                                    std::string_view suffix) {
-  constexpr int kMostNames = 1000;
+  constexpr int kNumberedNames = 9;
+  constexpr int kMostNames = kNumberedNames + 16;  // as often as for a temporary file
   if (hasNUL(path)) {
     return failure(path, EINVAL);
   }
@@ -328,7 +344,12 @@ std::expected<std::string, FileError> setFileAside(const std::string& path,
   for (int number = 1; number <= kMostNames; ++number) {
     std::string name = path + std::string(suffix);
     if (number > 1) {
-      name += "-" + std::to_string(number);
+      const std::string distinction =
+          number <= kNumberedNames ? std::to_string(number) : randomPart();
+      if (distinction.empty()) {
+        return failure(path, errno);
+      }
+      name += "-" + distinction;
     }
     // Links the symbolic link itself, since it is what will be replaced.
     if (canBeReplaced && linkat(AT_FDCWD, path.c_str(), AT_FDCWD, name.c_str(), 0) == 0) {

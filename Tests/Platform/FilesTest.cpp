@@ -81,6 +81,35 @@ TEST(FilesTest, ReadsOnlyFilesOfAcceptedOwners) {
   EXPECT_FALSE(readFile(path, {.maximumBytes = 10, .owners = {geteuid() + 1}}));
 }
 
+TEST(FilesTest, ReadsOnlyNewFilesWithoutOtherNames) {
+  const TemporaryDirectory directory;
+  const std::string path = directory.write("answer", "94");
+  struct stat status{};
+  ASSERT_EQ(stat(path.c_str(), &status), 0);
+  EXPECT_TRUE(
+      readFile(path, {.maximumBytes = 10, .onlyName = true, .writtenSince = status.st_mtime}));
+  EXPECT_FALSE(readFile(path, {.maximumBytes = 10, .writtenSince = status.st_mtime + 1}));
+  std::filesystem::create_hard_link(path, directory.file("second"));
+  EXPECT_FALSE(readFile(path, {.maximumBytes = 10, .onlyName = true}));
+}
+
+TEST(FilesTest, SetsAsideWhateverNamesAreTaken) {
+  const TemporaryDirectory directory;
+  const std::string path = directory.file("answer");
+  std::filesystem::create_directories(path + ".damaged");
+  for (int number = 2; number <= 1000; ++number) {
+    std::filesystem::create_directory(path + ".damaged-" + std::to_string(number));
+  }
+  for (int round = 0; round < 2; ++round) {
+    std::filesystem::create_directory(path);
+    const auto name = setFileAside(path, ".damaged");
+    ASSERT_TRUE(name) << name.error().message;
+    EXPECT_TRUE(name->starts_with(path + ".damaged-")) << *name;
+    EXPECT_TRUE(fileExists(*name));
+    EXPECT_FALSE(fileExists(path));
+  }
+}
+
 TEST(FilesTest, LockBlocksUntilReleased) {
   const TemporaryDirectory directory;
   const std::string path = directory.file("counts");
