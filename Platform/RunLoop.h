@@ -17,6 +17,10 @@ namespace platform {
 /// without one must add one while it runs actions:
 ///
 ///     const auto source = platform::RunLoop::current().addSource([] {});
+///
+/// Let such a source stay idle. The wait is counted in runs of at most a second, and a run ends
+/// when a source fires, so one that fires often ends the wait early, and the prompt counts as
+/// unanswered.
 class VEXLO_EXPORT RunLoop {
  public:
   /// An input source. `signal()` may be called on any thread; the loop then calls `perform` on its
@@ -29,7 +33,10 @@ class VEXLO_EXPORT RunLoop {
 
   static RunLoop& current();
   virtual ~RunLoop() = default;
-  /// Adds a source, which stays until the returned object is destroyed.
+  /// Adds a source, which stays until the returned object is destroyed. What `perform` throws
+  /// leaves `runDefaultMode`; the library's wait for the prompt logs it and goes on. A process
+  /// whose own code runs the loop on macOS ends (`std::terminate`), because the system's frames are
+  /// in between.
   [[nodiscard]] virtual std::shared_ptr<Source> addSource(std::function<void()> perform) = 0;
   /// Runs until `duration` has passed or a source has fired. Returns false immediately if there is
   /// no source.

@@ -2,12 +2,29 @@
 
 #include <CoreFoundation/CoreFoundation.h>
 
+#include <exception>
 #include <utility>
 
 #include "Platform/macOS/Owned.h"
 
 namespace platform {
 namespace {
+
+/// Where the innermost `runDefaultMode` on this thread takes its source's exception, which must not
+/// pass through the system's frames; null if other code runs the loop.
+thread_local std::exception_ptr* thrownBySource = nullptr;
+
+class ThrownBySource {
+ public:
+  explicit ThrownBySource(std::exception_ptr& place)
+      : outer_(std::exchange(thrownBySource, &place)) {}
+  ThrownBySource(const ThrownBySource&) = delete;
+  ThrownBySource& operator=(const ThrownBySource&) = delete;
+  ~ThrownBySource() { thrownBySource = outer_; }
+
+ private:
+  std::exception_ptr* outer_;
+};
 
 /// A source of the thread's CFRunLoop, which the agent may run, too. The system's source shares
 /// ownership of `perform`, so that a source may remove itself.
@@ -23,10 +40,17 @@ class SystemSource final : public RunLoop::Source {
     context.release = [](const void* info) {
       delete static_cast<const std::shared_ptr<Perform>*>(info);
     };
-    // Exceptions must not pass through the system's frames.
     context.perform = [](void* info) noexcept {
       const std::shared_ptr<Perform> held = *static_cast<std::shared_ptr<Perform>*>(info);
-      (*held)();
+      if (thrownBySource == nullptr) {
+        (*held)();
+        return;
+      }
+      try {
+        (*held)();
+      } catch (...) {
+        *thrownBySource = std::current_exception();
+      }
     };
     source_ = Owned(CFRunLoopSourceCreate(kCFAllocatorDefault, 0, &context));
     CFRunLoopAddSource(loop_.get(), source_.get(), kCFRunLoopDefaultMode);
@@ -54,8 +78,14 @@ class SystemRunLoop final : public RunLoop {
 
   bool runDefaultMode(std::chrono::milliseconds duration) override {
     const std::chrono::duration<double> seconds = duration;
-    return CFRunLoopRunInMode(kCFRunLoopDefaultMode, seconds.count(),
-                              /*returnAfterSourceHandled=*/1) != kCFRunLoopRunFinished;
+    std::exception_ptr thrown;
+    const ThrownBySource collector(thrown);
+    const auto result = CFRunLoopRunInMode(kCFRunLoopDefaultMode, seconds.count(),
+                                           /*returnAfterSourceHandled=*/1);
+    if (thrown) {
+      std::rethrow_exception(thrown);
+    }
+    return result != kCFRunLoopRunFinished;
   }
 };
 

@@ -126,7 +126,7 @@ const MacTests policy(
                     "data(for:): Fetched prompt data for org.b,org.a,org.c,org.b: nil.",
                 kKiller + "No running applications found with bundleID: org.c."},
       .calls = opened("\"A, too, Bee\" 0 false"),
-      .why = {"Bee, A, too running; the user agreed"},
+      .why = {"Bee running; the user agreed"},
       .check = leaves({kProgram})}});
 
 const MacTests launch(

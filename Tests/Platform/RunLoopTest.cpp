@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <stdexcept>
 #include <string>
 #include <thread>
 
@@ -30,6 +31,9 @@ TEST(RunLoopTest, EachRunServesOneSourceInSignalOrder) {
   EXPECT_TRUE(loop.runDefaultMode(hours(1)));
   EXPECT_EQ(performed, "211");
   signaller.join();
+  const auto third = loop.addSource([] { throw std::runtime_error("third"); });
+  third->signal();
+  EXPECT_THROW((void)loop.runDefaultMode(hours(1)), std::runtime_error);
 }
 
 }  // namespace

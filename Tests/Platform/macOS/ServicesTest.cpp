@@ -163,6 +163,10 @@ TEST_F(MacOSTest, RunLoopReturnsWithoutSources) {
   last->signal();
   EXPECT_TRUE(loop.runDefaultMode(1h));
   EXPECT_EQ(performed, "xy");
+  auto throwing = loop.addSource([] { throw std::runtime_error("not through the system"); });
+  throwing->signal();
+  EXPECT_THROW((void)loop.runDefaultMode(1h), std::runtime_error);
+  throwing.reset();
   itself.reset();
   EXPECT_FALSE(loop.runDefaultMode(1h));
 }

@@ -1,10 +1,9 @@
 #include "VexloPatchDeployment/Validators/RunningApplicationCheckRelated/RunningAppDetector.h"
 
-#include <algorithm>
-#include <span>
+#include <memory>
 #include <string>
 #include <string_view>
-#include <utility>
+#include <vector>
 
 #include "AgentLibraries/FileCodec/JSONObject.h"
 #include "VexloPatchDeployment/Common/Log.h"
@@ -30,38 +29,13 @@ std::string describe(const Applications& applications, const std::string& bundle
   return out += ']';
 }
 
-/// The application, named after its first instance.
-RunningApplicationsMeasurement::Application applicationOf(const std::string& bundleID,
-                                                          const Applications& instances) {
-  return {.bundleID = bundleID, .name = instances.front()->localizedName().value_or(bundleID)};
-}
-
-/// `first`, which runs, and those of `others` that do.
-RunningApplicationsMeasurement allRunning(RunningApplicationsMeasurement::Application first,
-                                          std::span<const std::string> others,
-                                          RunningApplicationQuerying& query) {
-  RunningApplicationsMeasurement running{{std::move(first)}};
-  for (const std::string& bundleID : others) {
-    const bool isRepeated = std::ranges::any_of(
-        running.applications, [&](const auto& known) { return known.bundleID == bundleID; });
-    if (isRepeated) {
-      continue;
-    }
-    if (const Applications instances = query.runningApplications(bundleID); !instances.empty()) {
-      running.applications.push_back(applicationOf(bundleID, instances));
-    }
-  }
-  return running;
-}
-
 }  // namespace
 
 RunningAppDetector::RunningAppDetector(RunningApplicationQuerying& applicationQuery)
     : applicationQuery_(applicationQuery) {}
 
 bool RunningAppDetector::isAnyAppRunning(const std::vector<std::string>& bundleIDs) {
-  for (std::span<const std::string> rest = bundleIDs; !rest.empty(); rest = rest.subspan(1)) {
-    const std::string& bundleID = rest.front();
+  for (const std::string& bundleID : bundleIDs) {
     const Applications applications = applicationQuery_.runningApplications(bundleID);
     if (!applications.empty()) {
       logInfo(kRunningAppDetectorTag, [&] {
@@ -69,8 +43,9 @@ bool RunningAppDetector::isAnyAppRunning(const std::vector<std::string>& bundleI
                     "::", describe(applications, bundleID), ".");
       });
       measured([&] {
-        return allRunning(applicationOf(bundleID, applications), rest.subspan(1),
-                          applicationQuery_);
+        return RunningApplicationsMeasurement{
+            {{.bundleID = bundleID,
+              .name = applications.front()->localizedName().value_or(bundleID)}}};
       });
       return true;
     }

@@ -10,7 +10,7 @@
 
 namespace vexlo {
 
-/// The running applications among those that the patch affects.
+/// The first of the patch's applications that was found running; the search ends with it.
 struct VEXLO_EXPORT RunningApplicationsMeasurement {
   static constexpr std::string_view kind = "runningApplications";
   struct Application {
@@ -18,7 +18,7 @@ struct VEXLO_EXPORT RunningApplicationsMeasurement {
     std::string name;  ///< The bundle identifier when it has none.
     friend bool operator==(const Application&, const Application&) = default;
   };
-  std::vector<Application> applications;  ///< In the order of the arguments; may be empty.
+  std::vector<Application> applications;  ///< Empty if none is running.
   [[nodiscard]] std::string words() const;
   [[nodiscard]] std::string json() const;
   friend bool operator==(const RunningApplicationsMeasurement&,

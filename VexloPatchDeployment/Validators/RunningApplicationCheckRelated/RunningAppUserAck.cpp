@@ -1,6 +1,8 @@
 #include "VexloPatchDeployment/Validators/RunningApplicationCheckRelated/RunningAppUserAck.h"
 
+#include <algorithm>
 #include <cstddef>
+#include <exception>
 #include <expected>
 #include <optional>
 #include <string_view>
@@ -34,19 +36,23 @@ constexpr std::int64_t kUserAgreed = 94;
 constexpr std::uint32_t kRoot = 0;
 
 constexpr std::uint64_t kLargestReturnCodeFile = 4096;
+constexpr std::chrono::seconds kCoarsestFileTime{2};  // of file systems
 
 /// The text of the answer file, or why it can't be read. Users can write to its directory, so links
 /// are not followed, only a small regular file is read, without blocking, and it must belong to the
-/// user who was asked, the agent's user or root.
+/// user who was asked, the agent's user or root. A second name of an older answer doesn't count.
 std::expected<std::string, std::string> readAnswer(const std::string& path,
-                                                   const std::string& consoleUser) {
+                                                   const std::string& askedUser,
+                                                   std::int64_t writtenSince) {
   std::vector<std::uint32_t> owners{kRoot, platform::ownUserID()};
-  if (const std::optional<std::uint32_t> asked = platform::userID(consoleUser)) {
+  if (const std::optional<std::uint32_t> asked = platform::userID(askedUser)) {
     owners.push_back(*asked);
   }
-  auto bytes = platform::readFile(
-      path,
-      {.maximumBytes = kLargestReturnCodeFile, .followLinks = false, .owners = std::move(owners)});
+  auto bytes = platform::readFile(path, {.maximumBytes = kLargestReturnCodeFile,
+                                         .followLinks = false,
+                                         .owners = std::move(owners),
+                                         .onlyName = true,
+                                         .writtenSince = writtenSince});
   if (!bytes) {
     return std::unexpected(std::move(bytes.error().message));
   }
@@ -93,6 +99,23 @@ std::string leftText(const std::optional<std::int64_t>& postponements) {
 
 }  // namespace
 
+/// The user who is asked, and when; the console user may change before the answer is read.
+struct RunningAppPromptPresenter::Question {
+  std::string user;
+  std::chrono::system_clock::time_point time = std::chrono::system_clock::now();
+  std::chrono::steady_clock::time_point steadyTime = std::chrono::steady_clock::now();
+
+  /// The earliest time of an answer's file, in seconds since 1970.
+  [[nodiscard]] std::int64_t earliestAnswer() const {
+    using std::chrono::system_clock;
+    const auto elapsed = std::chrono::steady_clock::now() - steadyTime;
+    // Differs from `time` if the system's clock was set meanwhile.
+    const auto timeByClockNow =
+        system_clock::now() - std::chrono::duration_cast<system_clock::duration>(elapsed);
+    return system_clock::to_time_t(std::min(time, timeByClockNow) - kCoarsestFileTime);
+  }
+};
+
 const std::string& RunningAppPromptPresenterConstants::promptAppPath() {
   static const std::string path =
       agentBaseFile("/bin/VexloAppRunningNotifier.app/Contents/MacOS/VexloAppRunningNotifier");
@@ -123,11 +146,17 @@ RunningAppPromptPresenter::RunningAppPromptPresenter(
 bool RunningAppPromptPresenter::requestUserAcknowledgement(
     const std::vector<std::string>& names, const RunningAppPromptEvaluation& evaluation,
     std::int64_t timeoutSeconds) {
-  const std::string command = buildLaunchCommand(evaluation, names);
-  logInfo(kRequestTag, [&] { return text("Launching prompt with command: ", command); });
   const bool isForced = evaluation.decision == RunningAppPromptDecision::forceDeployment;
-  const Answer answer = askUser(command, isForced, timeoutSeconds);
-  measured([&] { return promptMeasurement(evaluation, answer); });
+  Answer answer = Answer::notShown;
+  try {
+    const std::string command = buildLaunchCommand(evaluation, names);
+    logInfo(kRequestTag, [&] { return text("Launching prompt with command: ", command); });
+    answer = askUser(command, isForced, timeoutSeconds);
+    measured([&] { return promptMeasurement(evaluation, answer); });
+  } catch (...) {
+    cleaner_.clean();
+    throw;
+  }
   cleaner_.clean();
   return answer == Answer::agreed || (isForced && answer == Answer::none);
 }
@@ -156,8 +185,7 @@ Answer RunningAppPromptPresenter::askUser(const std::string& command, bool fallb
             [] { return "Failed to register as true parent for the VexloAppRunningNotifier."; });
     return Answer::notShown;
   }
-  // The user who is asked; the console user may change before the answer is read.
-  const std::string user = userSessionProvider_.currentConsoleUserName();
+  const Question question{.user = userSessionProvider_.currentConsoleUserName()};
   const CommandResult launch = executor_.run(command, "/bin/sh", std::nullopt);
   logInfo(kRequestTag,
           [&] { return text("output: ", launch.output, ", exitCode: ", launch.exitCode); });
@@ -166,12 +194,12 @@ Answer RunningAppPromptPresenter::askUser(const std::string& command, bool fallb
     return Answer::notShown;
   }
   waitForPromptDismissal(timeoutSeconds);
-  return readUserAcknowledgement(fallback, user);
+  return readUserAcknowledgement(fallback, question);
 }
 
 void RunningAppPromptPresenter::waitForPromptDismissal(std::int64_t timeoutSeconds) {
   const std::string bundleID(RunningAppPromptConstants::bundleIdentifier);
-  for (std::int64_t passes = 0; surroundings_.runLoop(kPass); ++passes) {
+  for (std::int64_t passes = 0; runLoopForOnePass(); ++passes) {
     if (runningApplicationQuery_.runningApplications(bundleID).empty()) {
       logInfo(kWaitTag, [] { return "Prompt app exited."; });
       return;
@@ -185,7 +213,22 @@ void RunningAppPromptPresenter::waitForPromptDismissal(std::int64_t timeoutSecon
   }
 }
 
-Answer RunningAppPromptPresenter::readUserAcknowledgement(bool fallback, const std::string& user) {
+bool RunningAppPromptPresenter::runLoopForOnePass() {
+  const auto logThrown = [](std::string_view what) {
+    logError(kWaitTag,
+             [&] { return text("A source of the thread's run loop threw an exception: ", what); });
+    return true;
+  };
+  try {
+    return surroundings_.runLoop(kPass);
+  } catch (const std::exception& error) {
+    return logThrown(error.what());
+  } catch (...) {
+    return logThrown("of an unknown type");
+  }
+}
+
+Answer RunningAppPromptPresenter::readUserAcknowledgement(bool fallback, const Question& question) {
   const std::string& path = RunningAppPromptPresenterConstants::returnCodeFilePath();
   if (!fileManager_.isFileExist(path)) {
     logInfo(kReadTag, [&] {
@@ -193,7 +236,8 @@ Answer RunningAppPromptPresenter::readUserAcknowledgement(bool fallback, const s
     });
     return Answer::none;
   }
-  const std::expected<std::string, std::string> content = readAnswer(path, user);
+  const std::expected<std::string, std::string> content =
+      readAnswer(path, question.user, question.earliestAnswer());
   if (!content) {
     logInfo(kReadTag, [&] {
       return text("Failed to read return code file. Returning fallback: ", fallback,

@@ -48,8 +48,8 @@ struct RunningAppPromptSurroundings {
 };
 
 /// Starts the prompt application in the console user's session, runs the calling thread's run loop
-/// until it exits, and reads its answer from a file. Cleans up after every request. Not
-/// thread-safe.
+/// until it exits, and reads its answer from a file. Cleans up after every request, even if a
+/// collaborator throws. Not thread-safe.
 class RunningAppPromptPresenter final : public RunningAppPromptPresenting {
  public:
   /// The collaborators must outlive this object.
@@ -63,15 +63,20 @@ class RunningAppPromptPresenter final : public RunningAppPromptPresenting {
                                                 std::int64_t timeoutSeconds) override;
 
  private:
+  struct Question;
+
   [[nodiscard]] std::string buildLaunchCommand(const RunningAppPromptEvaluation& evaluation,
                                                const std::vector<std::string>& names);
   /// Registers, launches, waits and reads; doesn't clean up.
   [[nodiscard]] PromptMeasurement::Answer askUser(const std::string& command, bool fallback,
                                                   std::int64_t timeoutSeconds);
   void waitForPromptDismissal(std::int64_t timeoutSeconds);
-  /// Accepts answers only from `user`, the agent's user or root.
+  /// False if the run loop has no source. Exceptions from its sources are only logged.
+  [[nodiscard]] bool runLoopForOnePass();
+  /// Accepts answers only from the user who was asked, the agent's user or root, and only if
+  /// they were written since.
   [[nodiscard]] PromptMeasurement::Answer readUserAcknowledgement(bool fallback,
-                                                                  const std::string& user);
+                                                                  const Question& question);
 
   CommandExecutor& executor_;
   UserSessionProvider& userSessionProvider_;
