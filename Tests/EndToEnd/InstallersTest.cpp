@@ -1,6 +1,7 @@
 // macOS updates and upgrades: command lines, users, passwords, the retry, and every failure.
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <array>
 
 #include "Tests/EndToEnd/MacRun.h"
@@ -72,6 +73,10 @@ class Step {
   std::string input_;
 };
 
+const std::string kNoVersion =
+    "error Common/PatchDeploymentConstants macOSMajorVersion: Unable to get macOS major version, "
+    "using 12 as default";
+
 const MacTests users("UpdateAsUser", [] {
   std::vector<MacTest> tests;
   const auto add = [&](const std::string& name, const std::string& kind, int version,
@@ -103,8 +108,13 @@ const MacTests users("UpdateAsUser", [] {
   }
   add("OnAnUnreadableVersion", "Intel", 12,
       {"actions/2007=14.5 \"" + kLabel + "\" \"one more\"", "mac/version=unreadable"},
-      {"error Common/PatchDeploymentConstants macOSMajorVersion: Unable to get macOS major "
-       "version, using 12 as default"});
+      {kNoVersion});
+  tests.back().check = [](const Ended& mac) {  // the first attempt reads the version
+    const auto line = [&](const std::string& text) {
+      return std::ranges::find_if(mac.log, [&](const auto& each) { return each.contains(text); });
+    };
+    EXPECT_LT(line("Starting installation"), line(kNoVersion));
+  };
   return tests;
 }());
 
@@ -141,8 +151,8 @@ const MacTests credentials("Credentials", [] {
                               "AgentServiceValueFetcher value(for:): Unable to get value "
                               "for PatchOSUpdate";
   const std::vector<Row> rows{
-      {.name = "NoUserName",
-       .settings = {"agent service/value=PatchOSUpdatePassword x"},
+      {.name = "NoUserName",  // and no attempt, which would read the version
+       .settings = {"agent service/value=PatchOSUpdatePassword x", "mac/version=unreadable"},
        .line = none},
       {.name = "EmptyUserName",
        .settings = {"agent service/value=PatchOSUpdateUserName",
@@ -192,6 +202,7 @@ const MacTests credentials("Credentials", [] {
                      .lines = {row.line},
                      .check = [=](const Ended& mac) {
                        EXPECT_EQ(mac.notices, Texts());
+                       EXPECT_THAT(mac.log, testing::Not(testing::Contains(kNoVersion)));
                        EXPECT_GE(mac.seconds, 2 * row.seconds);
                      }});
   }

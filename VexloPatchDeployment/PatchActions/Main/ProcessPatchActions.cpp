@@ -342,11 +342,11 @@ PatchActionResult installmacOSUpdates(const ActionRun& run) {
   return run.dependencies.machine().isAppleSilicon()
              ? SiliconSoftwareUpdateInstaller(version, macOSLabel, *installerDependencies,
                                               run.dependencies.sleeper(),
-                                              run.dependencies.machine().macOSMajorVersion())
+                                              run.dependencies.machine().macOSMajorVersion)
                    .installMacOS()
              : IntelSoftwareUpdateInstaller(version, macOSLabel, *installerDependencies,
                                             run.dependencies.sleeper(),
-                                            run.dependencies.machine().macOSMajorVersion())
+                                            run.dependencies.machine().macOSMajorVersion)
                    .installMacOS();
 }
 

@@ -31,12 +31,12 @@ std::string_view buildVersion(std::string_view label) {
 
 SoftwareUpdateInstallation::SoftwareUpdateInstallation(
     std::string version, std::string macOSLabel, SoftwareUpdateInstallerDependencies& dependencies,
-    platform::Sleeper sleeper, std::int64_t macOSMajorVersion)
+    platform::Sleeper sleeper, std::function<std::int64_t()> macOSMajorVersion)
     : version_(std::move(version)),
       macOSLabel_(std::move(macOSLabel)),
       dependencies_(dependencies),
       sleeper_(std::move(sleeper)),
-      macOSMajorVersion_(macOSMajorVersion) {}
+      macOSMajorVersion_(std::move(macOSMajorVersion)) {}
 
 PatchActionResult SoftwareUpdateInstallation::downloadAndInstallMacOS(
     const SoftwareUpdateAuthContext& authContext, const LogTag& tag, std::source_location where) {
@@ -64,12 +64,13 @@ PatchActionResult SoftwareUpdateInstallation::downloadAndInstallMacOS(
 
 PatchActionResult SoftwareUpdateInstallation::attempt(const SoftwareUpdateAuthContext& authContext,
                                                       const std::string& label) {
+  const std::int64_t macOSMajorVersion = macOSMajorVersion_();
   const bool isSilicon = authContext.credentials() != nullptr;
-  const bool isBeforeRoot = macOSMajorVersion_ < kFirstVersionAsRoot;
-  const bool isAfterRoot = macOSMajorVersion_ >= kFirstVersionAsUserAgain;
+  const bool isBeforeRoot = macOSMajorVersion < kFirstVersionAsRoot;
+  const bool isAfterRoot = macOSMajorVersion >= kFirstVersionAsUserAgain;
 
   DefaultMacOSDownloader downloader(label, authContext, dependencies_.executor(),
-                                    dependencies_.outputValidator(), macOSMajorVersion_);
+                                    dependencies_.outputValidator(), macOSMajorVersion);
   PatchActionResult download = downloader.download(isBeforeRoot || (isSilicon && isAfterRoot),
                                                    dependencies_.userSessionProvider());
   if (download != PatchActionResult::success()) {
@@ -78,7 +79,7 @@ PatchActionResult SoftwareUpdateInstallation::attempt(const SoftwareUpdateAuthCo
   dependencies_.notifier().notifyUpdatesInProgress();
   pause(kPauseBeforeInstallation);
   DefaultMacOSInstaller installer(label, authContext, dependencies_.executor(),
-                                  dependencies_.outputValidator(), macOSMajorVersion_);
+                                  dependencies_.outputValidator(), macOSMajorVersion);
   return installer.install(isBeforeRoot || isAfterRoot, dependencies_.userSessionProvider());
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <source_location>
 #include <string>
 
@@ -20,12 +21,13 @@ namespace vexlo {
 class SoftwareUpdateInstallation {
  public:
   /// `version` is the macOS version, for the log only. The last space-separated word of the
-  /// update's label `macOSLabel` is its build. `dependencies` must outlive this object.
-  SoftwareUpdateInstallation(
-      std::string version, std::string macOSLabel,
-      SoftwareUpdateInstallerDependencies& dependencies,
-      platform::Sleeper sleeper = platform::systemSleeper(),
-      std::int64_t macOSMajorVersion = PatchDeploymentConstants::macOSMajorVersion());
+  /// update's label `macOSLabel` is its build. `dependencies` must outlive this object. Each
+  /// attempt asks for `macOSMajorVersion`.
+  SoftwareUpdateInstallation(std::string version, std::string macOSLabel,
+                             SoftwareUpdateInstallerDependencies& dependencies,
+                             platform::Sleeper sleeper = platform::systemSleeper(),
+                             std::function<std::int64_t()> macOSMajorVersion =
+                                 PatchDeploymentConstants::macOSMajorVersion);
 
  protected:
   /// Makes one or two attempts. The log lines of the retry have the caller's tag and line.
@@ -49,7 +51,7 @@ class SoftwareUpdateInstallation {
   std::string macOSLabel_;
   SoftwareUpdateInstallerDependencies& dependencies_;
   platform::Sleeper sleeper_;
-  std::int64_t macOSMajorVersion_;
+  std::function<std::int64_t()> macOSMajorVersion_;
 };
 
 }  // namespace vexlo
