@@ -11,6 +11,8 @@
 
 #include "AgentLibraries/FileCodec/DecodingError.h"
 #include "AgentLibraries/FileCodec/JSONReader.h"
+#include "AgentTool/ActionFiles/ActionFileCheck.h"
+#include "AgentTool/ActionFiles/Finding.h"
 #include "Fuzz/Require.h"
 #include "VexloPatchDeployment/PatchActions/Helpers/PatchActionGroup.h"
 
@@ -146,6 +148,13 @@ json::value treeOf(std::string_view text, json::error_code& error) {
   return json::parse(text, error, {}, options);
 }
 
+/// Whether the tool's check finds an error.
+bool hasErrors(const std::string& file) {
+  return std::ranges::any_of(
+      agent_tool::checkActionFile(file),
+      [](const agent_tool::Finding& finding) { return agent_tool::isError(finding.kind); });
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -162,7 +171,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     require(!error, "decoded invalid JSON");
     require(isActionFile(tree), "decoded a value of a wrong type");
     compare(group, tree);
+    require(!hasErrors(file), "an error for the check, not for the decoder");
   } catch (const FileCodec::DecodingError& problem) {
+    require(hasErrors(file), "no error for the check");
     // Only the root value has no path.
     require(!problem.place().empty() || problem.expected() == "an object", "no place");
     require(!problem.expected().empty() && !problem.found().empty(),

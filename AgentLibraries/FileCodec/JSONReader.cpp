@@ -102,8 +102,13 @@ JSONProblem problemAt(std::string_view text, std::size_t offset, const json::err
 }  // namespace
 
 JSONReading readJSON(std::string_view text, JSONEvents& events) {
+  return readJSON(text, events, text);
+}
+
+JSONReading readJSON(std::string_view text, JSONEvents& events, std::string_view original) {
   if (text.starts_with(kByteOrderMark)) {
     text.remove_prefix(kByteOrderMark.size());
+    original.remove_prefix(kByteOrderMark.size());
   }
   json::parse_options options;
   options.max_depth = kMaximumDepth;
@@ -122,8 +127,8 @@ JSONReading readJSON(std::string_view text, JSONEvents& events) {
     reading.outcome = JSONOutcome::hugeExponent;
     return reading;
   }
-  JSONProblem problem = problemAt(text, consumed, error);
-  const std::string_view before = text.substr(0, problem.offset);
+  JSONProblem problem = problemAt(original, consumed, error);
+  const std::string_view before = original.substr(0, problem.offset);
   return {.outcome = JSONOutcome::syntaxError,
           .expected = std::move(problem.expected),
           .found = std::move(problem.found),

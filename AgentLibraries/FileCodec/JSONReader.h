@@ -64,6 +64,9 @@ inline constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 /// Reads one JSON text (RFC 8259: UTF-8, no comments, only white space after the value), at most
 /// 512 levels deep. Skips a byte order mark.
 [[nodiscard]] JSONReading readJSON(std::string_view text, JSONEvents& events);
+/// The same for a text from `withShortExponents`; errors quote `original`.
+[[nodiscard]] JSONReading readJSON(std::string_view text, JSONEvents& events,
+                                   std::string_view original);
 
 /// Replaces oversized exponents by zeros, for reading again after `hugeExponent`; events don't
 /// carry numeric values. Offsets don't change.

@@ -363,6 +363,9 @@ class FileCheck {
     } else if (hasBlanksAround(id)) {
       report(FindingKind::suspiciousName, offset,
              text("the ID ", inQuotes(id), " has spaces around it, which are significant"));
+    } else if (printable(id) != id) {
+      report(FindingKind::suspiciousName, offset,
+             text("the ID ", inQuotes(id), " has invisible characters, which are significant"));
     }
   }
 
@@ -546,16 +549,26 @@ std::string_view name(FindingKind kind) {
 
 std::vector<Finding> checkActionFile(std::string_view text) {
   std::vector<Finding> findings;
+  if (text.starts_with(FileCodec::kByteOrderMark)) {
+    findings.push_back(
+        {.kind = FindingKind::byteOrderMark,
+         .offset = 0,
+         .pointer = {},
+         .place = {},
+         .text = "the file begins with a byte order mark, which some parsers reject"});
+  }
   const JSONDocument document(text);
   const FileCodec::JSONReading& reading = document.reading();
-  if (reading.outcome != FileCodec::JSONOutcome::complete) {
-    return {{.kind = FindingKind::syntax,
-             .offset = reading.offset,
-             .pointer = {},
-             .place = {},
-             .text = LogCore::text("expected ", reading.expected, ", found ", reading.found)}};
+  if (reading.outcome == FileCodec::JSONOutcome::complete) {
+    FileCheck(document, findings).look();
+  } else {
+    findings.push_back(
+        {.kind = FindingKind::syntax,
+         .offset = reading.offset,
+         .pointer = {},
+         .place = {},
+         .text = LogCore::text("expected ", reading.expected, ", found ", reading.found)});
   }
-  FileCheck(document, findings).look();
   std::ranges::sort(findings, {}, [](const Finding& each) {
     return std::tie(each.offset, each.kind, each.text);
   });

@@ -7,8 +7,8 @@
 
 namespace agent_tool {
 
-/// All errors and likely mistakes in an action file's text (without a byte order mark), in order. A
-/// syntax error is the only finding; there may be several wrong types.
+/// All errors and likely mistakes in an action file's text, in order. A syntax error is the only
+/// one of its kind; there may be several wrong types.
 [[nodiscard]] std::vector<Finding> checkActionFile(std::string_view text);
 
 }  // namespace agent_tool

@@ -80,7 +80,9 @@ class JSONDocument::Builder final : public FileCodec::JSONEvents {
   bool isMember_ = false;
 };
 
-JSONDocument::JSONDocument(std::string_view text) : text_(text) {
+JSONDocument::JSONDocument(std::string_view text)
+    : text_(text.substr(
+          text.starts_with(FileCodec::kByteOrderMark) ? FileCodec::kByteOrderMark.size() : 0)) {
   Builder builder(*this);
   reading_ = FileCodec::readJSON(text, builder);
   if (reading_.outcome == FileCodec::JSONOutcome::hugeExponent) {
@@ -88,7 +90,7 @@ JSONDocument::JSONDocument(std::string_view text) : text_(text) {
     decoded_.clear();
     Builder again(*this);
     // The copy is temporary, so all of its strings are stored in `decoded_`.
-    reading_ = FileCodec::readJSON(FileCodec::withShortExponents(std::string(text)), again);
+    reading_ = FileCodec::readJSON(FileCodec::withShortExponents(std::string(text)), again, text);
   }
   if (reading_.outcome != FileCodec::JSONOutcome::complete) {
     values_.clear();

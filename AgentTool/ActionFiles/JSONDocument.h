@@ -26,8 +26,8 @@ class JSONDocument {
     std::string_view string;       ///< A string's decoded content.
   };
 
-  /// Reads a text of at most 4 GiB without a byte order mark. There are no values unless the
-  /// outcome of `reading()` is `complete`.
+  /// Reads a text of at most 4 GiB. There are no values unless the outcome of `reading()` is
+  /// `complete`. No offset counts a byte order mark.
   explicit JSONDocument(std::string_view text);
   JSONDocument(const JSONDocument&) = delete;
   JSONDocument& operator=(const JSONDocument&) = delete;

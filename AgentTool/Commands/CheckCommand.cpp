@@ -108,25 +108,15 @@ Checked checkFile(const std::string& file) {
     fail(FindingKind::unreadable, error);
     return checked;
   }
-  const bool hasMark = checked.text.starts_with(FileCodec::kByteOrderMark);
-  if (hasMark) {
-    checked.text.erase(0, FileCodec::kByteOrderMark.size());
-  }
   checked.findings = checkActionFile(checked.text);
-  if (hasMark) {
-    checked.findings.insert(
-        checked.findings.begin(),
-        {.kind = FindingKind::byteOrderMark,
-         .offset = 0,
-         .pointer = {},
-         .place = {},
-         .text = "the file begins with a byte order mark, which some parsers reject"});
-  }
   try {
     // The agent's own reader decides.
     checked.contents = contentsOf(PatchActionGroup::decode(checked.text, checked.name));
   } catch (const DecodingError& error) {
     fail(FindingKind::wrongType, error);
+  }
+  if (checked.text.starts_with(FileCodec::kByteOrderMark)) {
+    checked.text.erase(0, FileCodec::kByteOrderMark.size());
   }
   return checked;
 }

@@ -157,9 +157,11 @@ std::string ActionID::encode() const {
 
 ActionID ActionID::decode(std::string_view json) {
   SerializedAction serialized;
-  const FileCodec::JSONReading reading = FileCodec::readJSON(json, serialized);
+  FileCodec::JSONReading reading = FileCodec::readJSON(json, serialized);
   if (reading.outcome == FileCodec::JSONOutcome::hugeExponent) {
-    return decode(FileCodec::withShortExponents(std::string(json)));
+    serialized = {};
+    reading =
+        FileCodec::readJSON(FileCodec::withShortExponents(std::string(json)), serialized, json);
   }
   if (reading.outcome == FileCodec::JSONOutcome::syntaxError) {
     throw ActionIDDecodingError(text("line ", reading.line, ", column ", reading.column,

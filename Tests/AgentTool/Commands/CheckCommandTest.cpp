@@ -86,6 +86,22 @@ TEST_F(CheckCommandTest, ReportsErrorsAndOddities) {
             "reject\nfile:2:1: warning: x: is not read\nfile can be used (0 products, 0 patches "
             "with actions, 0 exempt patches); 2 things look odd.\n",
             1},
+        Row{"\xEF\xBB\xBF\xEF\xBB\xBF{\"PatchActions\":{}}", "",
+            "vexlo-patch: file: line 1, column 1: expected text without a byte order mark, found "
+            "one\nfile:1:1: error: expected text without a byte order mark, found one\n"
+            "file:1:1: warning: the file begins with a byte order mark, which some parsers "
+            "reject\n",
+            65},
+        Row{R"({"PatchActions":{"\uFEFF1":{}},"x":1e99999999999})", "",
+            "file:1:18: warning: PatchActions › \\ufeff1: the ID \"\\ufeff1\" has invisible "
+            "characters, which are significant\nfile:1:32: warning: x: is not read\n"
+            "file can be used (0 products, 1 patch with actions, 0 exempt patches); 2 things look "
+            "odd.\n"},
+        Row{R"({"x":1e99999999999 1e88888888888})", "",
+            "vexlo-patch: file: line 1, column 20: expected \",\" or \"}\", found "
+            "\"1e88888888888\"\nfile:1:20: error: expected \",\" or \"}\", found "
+            "\"1e88888888888\"\n",
+            65},
         Row{"{}", "--json",
             R"({"file":"file","usable":true,"errors":[],"oddities":[)"
             R"({"kind":"noActions","line":1,"column":1,"pointer":"","place":"","text":)"

@@ -390,25 +390,34 @@ class Decoder final : public FileCodec::JSONEvents {
   std::string_view found_;
 };
 
-}  // namespace
-
-PatchActionGroup PatchActionGroup::decode(std::string text, const std::string& file) {
+/// `original` is the file's text if `text` has short exponents.
+PatchActionStore decodedStore(std::string text, const std::string& file,
+                              const std::string* original = nullptr) {
   PatchActionStore store;
   store.file = std::move(text);
   Decoder decoder(store, file);
-  const FileCodec::JSONReading reading = FileCodec::readJSON(store.file, decoder);
+  const FileCodec::JSONReading reading =
+      FileCodec::readJSON(store.file, decoder, original == nullptr ? store.file : *original);
   switch (reading.outcome) {
     case FileCodec::JSONOutcome::complete:
       break;
     case FileCodec::JSONOutcome::stoppedByEvents:
       throw decoder.problem();
-    case FileCodec::JSONOutcome::hugeExponent:
-      return decode(FileCodec::withShortExponents(std::move(store.file)), file);
+    case FileCodec::JSONOutcome::hugeExponent: {
+      const std::string whole = std::move(store.file);
+      return decodedStore(FileCodec::withShortExponents(whole), file, &whole);
+    }
     case FileCodec::JSONOutcome::syntaxError:
       throw FileCodec::syntaxError(file, reading);
   }
   decoder.finish();
-  return PatchActionGroup(std::move(store));
+  return store;
+}
+
+}  // namespace
+
+PatchActionGroup PatchActionGroup::decode(std::string text, const std::string& file) {
+  return PatchActionGroup(decodedStore(std::move(text), file));
 }
 
 }  // namespace vexlo
