@@ -43,10 +43,24 @@ bool strikes(const char* call) {
   return true;
 }
 
+/// The C library's function of this name, looked up at the first call. Not a guarded static:
+/// threads that contend for the guard call `syscall`, which is one of these functions.
 template <typename Function>
-Function* next(const char* name) {
-  return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
-}
+class Next {
+ public:
+  constexpr explicit Next(const char* name) : name_(name) {}
+  operator Function*() {  // NOLINT(*-explicit-*): to be called like the function
+    Function* function = function_;
+    if (function == nullptr) {
+      function_ = function = reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name_));
+    }
+    return function;
+  }
+
+ private:
+  const char* name_;
+  std::atomic<Function*> function_ = nullptr;
+};
 
 }  // namespace
 
@@ -67,12 +81,12 @@ bool disarmFault() {
 // NOLINTBEGIN: the C library's own declarations
 #define FAILING(RESULT, NAME, PARAMETERS, ARGUMENTS, FAILED)   \
   extern "C" RESULT NAME PARAMETERS {                          \
-    static auto* const real = next<RESULT PARAMETERS>(#NAME);  \
+    static constinit Next<RESULT PARAMETERS> real(#NAME);      \
     return strikes(#NAME) ? (RESULT)(FAILED) : real ARGUMENTS; \
   }
 #define MOVING(NAME, PARAMETERS, ARGUMENTS, SHORT)               \
   extern "C" ssize_t NAME PARAMETERS {                           \
-    static auto* const real = next<ssize_t PARAMETERS>(#NAME);   \
+    static constinit Next<ssize_t PARAMETERS> real(#NAME);       \
     if (!strikes(#NAME)) return real ARGUMENTS;                  \
     return armed.kind == Fault::Kind::isShort ? real SHORT : -1; \
   }
@@ -112,7 +126,7 @@ FAILING(int, pthread_create,
         (thread, attributes, start, argument), armed.error)
 
 extern "C" int open(const char* path, int flags, ...) {
-  static auto* const real = next<int(const char*, int, ...)>("open");
+  static constinit Next<int(const char*, int, ...)> real("open");
   va_list list;
   va_start(list, flags);
   const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(list, mode_t) : 0;
@@ -120,7 +134,7 @@ extern "C" int open(const char* path, int flags, ...) {
   return strikes("open") ? -1 : real(path, flags, mode);
 }
 extern "C" int openat(int directory, const char* path, int flags, ...) {
-  static auto* const real = next<int(int, const char*, int, ...)>("openat");
+  static constinit Next<int(int, const char*, int, ...)> real("openat");
   va_list list;
   va_start(list, flags);
   const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(list, mode_t) : 0;
@@ -128,7 +142,7 @@ extern "C" int openat(int directory, const char* path, int flags, ...) {
   return strikes("openat") ? -1 : real(directory, path, flags, mode);
 }
 extern "C" int fcntl(int fd, int command, ...) {
-  static auto* const real = next<int(int, int, ...)>("fcntl");
+  static constinit Next<int(int, int, ...)> real("fcntl");
   va_list list;
   va_start(list, command);
   void* const argument = va_arg(list, void*);
@@ -139,7 +153,7 @@ extern "C" int fcntl(int fd, int command, ...) {
              : real(fd, command, argument);
 }
 extern "C" long syscall(long number, ...) noexcept {
-  static auto* const real = next<long(long, ...)>("syscall");
+  static constinit Next<long(long, ...)> real("syscall");
   va_list list;
   va_start(list, number);
   long a[6];
@@ -148,7 +162,7 @@ extern "C" long syscall(long number, ...) noexcept {
   return strikes("syscall") ? -1 : real(number, a[0], a[1], a[2], a[3], a[4], a[5]);
 }
 extern "C" int nanosleep(const timespec* time, timespec* left) {
-  static auto* const real = next<int(const timespec*, timespec*)>("nanosleep");
+  static constinit Next<int(const timespec*, timespec*)> real("nanosleep");
   return isArmed ? 0 : real(time, left);
 }
 
