@@ -12,6 +12,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <atomic>
 #include <cerrno>
 #include <cstdarg>
@@ -27,10 +28,16 @@ Fault armed;
 bool lasts = false;
 std::atomic<bool> isArmed = false;
 std::atomic<long> callsLeft = 0;
+std::array<const char*, 100> calls;  // not a vector, since `operator new` is one of the functions
+std::size_t callCount = 0;
 
 bool strikes(const char* call) {
-  if (!isArmed || (std::strcmp(armed.call, call) != 0 && *armed.call != '*')) {
+  if (!isArmed ||
+      (*armed.call == '*' ? std::strcmp(call, "new") == 0 : std::strcmp(armed.call, call) != 0)) {
     return false;
+  }
+  if (*armed.call == '*' && callCount < calls.size()) {
+    calls[callCount++] = call;
   }
   const long left = --callsLeft;
   if (left > 0 || (left < 0 && !lasts)) {
@@ -68,10 +75,19 @@ void armFault(const Fault& fault, long number, bool forGood) {
   armed = fault;
   lasts = forGood;
   callsLeft = number;
+  callCount = 0;
   isArmed = true;
 }
 
 const Fault& armedFault() { return armed; }
+
+std::string callsMade() {
+  std::string names;
+  for (std::size_t index = 0; index < callCount; ++index) {
+    names.append(calls[index]).append(" ");
+  }
+  return names;
+}
 
 bool disarmFault() {
   isArmed = false;
@@ -107,8 +123,6 @@ FAILING(int, fchmod, (int fd, mode_t mode) noexcept, (fd, mode), -1)
 FAILING(int, flock, (int fd, int operation) noexcept, (fd, operation), -1)
 FAILING(int, pipe2, (int* ends, int flags) noexcept, (ends, flags), -1)
 FAILING(int, poll, (pollfd * fds, nfds_t count, int timeout), (fds, count, timeout), -1)
-FAILING(int, waitid, (idtype_t type, id_t id, siginfo_t* info, int options),
-        (type, id, info, options), -1)
 FAILING(int, socket, (int domain, int type, int protocol) noexcept, (domain, type, protocol), -1)
 FAILING(int, connect, (int fd, const sockaddr* address, socklen_t size), (fd, address, size), -1)
 FAILING(int, bind, (int fd, const sockaddr* address, socklen_t size) noexcept, (fd, address, size),
@@ -125,6 +139,16 @@ FAILING(int, pthread_create,
          void* argument) noexcept,
         (thread, attributes, start, argument), armed.error)
 
+// ECHILD means that other code has reaped the child.
+extern "C" int waitid(idtype_t type, id_t id, siginfo_t* info, int options) {
+  static constinit Next<int(idtype_t, id_t, siginfo_t*, int)> real("waitid");
+  if (!strikes("waitid")) return real(type, id, info, options);
+  if (armed.error != ECHILD) return -1;
+  const int answer = real(type, id, info, options & ~WNOWAIT);
+  if (answer != 0 || ((options & WNOHANG) != 0 && info->si_pid == 0)) return answer;
+  errno = ECHILD;
+  return -1;
+}
 extern "C" int open(const char* path, int flags, ...) {
   static constinit Next<int(const char*, int, ...)> real("open");
   va_list list;

@@ -5,7 +5,7 @@
 /// Which call fails, and how.
 struct Fault {
   enum class Kind { fails, isShort, kills };  // a short read or write moves one byte
-  const char* call = "";                      ///< The function's name; "*" for all of them.
+  const char* call = "";                      ///< The function's name; "*" for all but `new`.
   int error = 0;                              ///< For `fails`; `operator new` throws instead.
   Kind kind = Kind::fails;
 };
@@ -14,5 +14,7 @@ struct Fault {
 /// armed, pauses return immediately.
 void armFault(const Fault& fault, long number, bool forGood);
 [[nodiscard]] const Fault& armedFault();
+/// The names of the calls since "*" was armed, each followed by a blank; at most 100. For one thread.
+[[nodiscard]] std::string callsMade();
 /// Stops injecting. Returns whether the call was reached.
 bool disarmFault();
