@@ -12,6 +12,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cerrno>
@@ -30,6 +31,7 @@ std::atomic<bool> isArmed = false;
 std::atomic<long> callsLeft = 0;
 std::array<const char*, 100> calls;  // not a vector, since `operator new` is one of the functions
 std::size_t callCount = 0;
+std::atomic<int> longestWait = 0;
 
 bool strikes(const char* call) {
   if (!isArmed ||
@@ -45,6 +47,10 @@ bool strikes(const char* call) {
   }
   if (armed.kind == Fault::Kind::kills) {
     kill(getpid(), SIGKILL);
+  }
+  if (armed.kind == Fault::Kind::isPreceded) {
+    armed.before();
+    return false;
   }
   errno = armed.error;
   return true;
@@ -80,6 +86,8 @@ void armFault(const Fault& fault, long number, bool forGood) {
 }
 
 const Fault& armedFault() { return armed; }
+
+int longestPoll() { return longestWait; }
 
 std::string callsMade() {
   std::string names;
@@ -122,7 +130,6 @@ FAILING(int, unlink, (const char* path) noexcept, (path), -1)
 FAILING(int, fchmod, (int fd, mode_t mode) noexcept, (fd, mode), -1)
 FAILING(int, flock, (int fd, int operation) noexcept, (fd, operation), -1)
 FAILING(int, pipe2, (int* ends, int flags) noexcept, (ends, flags), -1)
-FAILING(int, poll, (pollfd * fds, nfds_t count, int timeout), (fds, count, timeout), -1)
 FAILING(int, socket, (int domain, int type, int protocol) noexcept, (domain, type, protocol), -1)
 FAILING(int, connect, (int fd, const sockaddr* address, socklen_t size), (fd, address, size), -1)
 FAILING(int, bind, (int fd, const sockaddr* address, socklen_t size) noexcept, (fd, address, size),
@@ -148,6 +155,11 @@ extern "C" int waitid(idtype_t type, id_t id, siginfo_t* info, int options) {
   if (answer != 0 || ((options & WNOHANG) != 0 && info->si_pid == 0)) return answer;
   errno = ECHILD;
   return -1;
+}
+extern "C" int poll(pollfd* fds, nfds_t count, int timeout) {
+  static constinit Next<int(pollfd*, nfds_t, int)> real("poll");
+  longestWait = std::max<int>(longestWait, timeout);
+  return strikes("poll") ? -1 : real(fds, count, timeout);
 }
 extern "C" int open(const char* path, int flags, ...) {
   static constinit Next<int(const char*, int, ...)> real("open");

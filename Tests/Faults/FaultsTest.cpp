@@ -25,9 +25,11 @@
 #include "AgentLibraries/vxutils/AgentServiceConnection.h"
 #include "AgentLibraries/vxutils/AgentServiceServer.h"
 #include "AgentLibraries/vxutils/GlobalVars.h"
+#include "Platform/Files.h"
 #include "Platform/Process.h"
 #include "Tests/Fakes/TemporaryDirectory.h"
 #include "Tests/Faults/FailingCalls.h"
+#include "VexloPatchDeployment/Adapters/CommandExecutor.h"
 #include "VexloPatchDeployment/PatchActions/Main/ProcessPatchActions.h"
 
 namespace {
@@ -400,6 +402,26 @@ TEST(FaultsTest, SaveFlushesTheFileBeforeItsRenameAndTheFolderAfterIt) {
   armFault({"*"}, kNever, false);
   EXPECT_EQ(save(directory), "");
   EXPECT_TRUE(callsMade().contains("write fchmod fsync renameat fsync ")) << callsMade();
+}
+
+/// A lock file that was replaced after it was opened excludes nobody.
+TEST(FaultsTest, LocksTheFileThatHasTheName) {
+  static const TemporaryDirectory directory;
+  armFault({.call = "flock",
+            .kind = Fault::Kind::isPreceded,
+            .before = [] { std::filesystem::remove(directory.file("file.lock")); }},
+           1, false);
+  const auto lock = platform::FileLock::acquire(directory.file("file"));
+  EXPECT_TRUE(disarmFault());
+  EXPECT_TRUE(lock);
+  EXPECT_FALSE(platform::FileLock::acquire(directory.file("file"), 0ms));
+}
+
+TEST(FaultsTest, ToolsHaveTwoHours) {
+  const int hours = 2 * 3600 * 1000;
+  EXPECT_EQ(vexlo::TerminalUtil().run("true", std::nullopt, std::nullopt).exitCode, 0);
+  EXPECT_LE(longestPoll(), hours);
+  EXPECT_GT(longestPoll(), hours - 60'000);
 }
 
 TEST(FaultsTest, KilledSaveLosesNothing) {
