@@ -18,7 +18,7 @@
 #include "AgentLibraries/FileCodec/JSONManager.h"
 #include "AgentLibraries/LogCore/Logger.h"
 #include "AgentTool/Console/LineReader.h"
-#include "AgentTool/Facts/FactsRecord.h"
+#include "AgentTool/Facts/Facts.h"
 #include "AgentTool/Fleet/WhatIf.h"
 #include "Benchmarks/EmptyHandler.h"
 #include "Benchmarks/FreshProcess.h"

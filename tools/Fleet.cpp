@@ -11,7 +11,7 @@
 
 #include "AgentLibraries/LogCore/Text.h"
 #include "AgentTool/Facts/Facts.h"
-#include "AgentTool/Facts/FactsText.h"
+#include "AgentTool/Facts/FactsTable.h"
 #include "Platform/PropertyList.h"
 #include "VexloPatchDeployment/Validators/Battery/PowerSourceResolver.h"
 #include "VexloPatchDeployment/Validators/DeferCheck/AvailableOSUpdatesResolver.h"
@@ -208,9 +208,9 @@ class Machine {
 
   void makeAgent() {
     const std::string data = std::string(kBase) + "/data";
-    facts_.directories = {.base = kBase, .data = data, .logs = std::string(kBase) + "/logs"};
-    facts_.agentServiceAnswers = chance_.percent(97);
-    if (!facts_.agentServiceAnswers) {
+    facts_.agent = {.base = kBase, .data = data, .logs = std::string(kBase) + "/logs"};
+    facts_.agent.serviceAnswers = chance_.percent(97);
+    if (!facts_.agent.serviceAnswers) {
       facts_.reasons.emplace("agentService", "the service took the question but did not answer");
     }
     facts_.inForce = {.alwaysKillApps = chance_.percent(5),
@@ -218,13 +218,13 @@ class Machine {
                       .deferralCheckDisabled = chance_.percent(3),
                       .patchingViaMDM = chance_.percent(9)};
     facts_.patchData = {
-        .path = data + "/vxpatch_data.plist",
+        .file = data + "/vxpatch_data.plist",
         .values = Dictionary{
             {"AlwaysKillApps", facts_.inForce.alwaysKillApps},
             {"ApplicationRunningPrompt", facts_.inForce.prompt},
             {"DisableMacOSUpdateDeferralCheck", facts_.inForce.deferralCheckDisabled},
             {"OSPatchingViaMDMStatus", std::int64_t{facts_.inForce.patchingViaMDM ? 1 : 0}}}};
-    facts_.customization.path = data + "/ApplicationRunningPromptCustomization.plist";
+    facts_.customization.file = data + "/ApplicationRunningPromptCustomization.plist";
     if (chance_.percent(61)) {
       facts_.customization.values =
           Dictionary{{"allowScreenGrab", chance_.percent(30)},
@@ -234,7 +234,7 @@ class Machine {
                      {"skipTimerCountInMinutes", chance_.between(5, 30)},
                      {"subTitle", "Your IT department keeps this Mac up to date."}};
     } else {
-      facts_.reasons.emplace("customization", "there is no file " + facts_.customization.path);
+      facts_.reasons.emplace("customization", "there is no file " + *facts_.customization.file);
     }
   }
 
@@ -254,9 +254,9 @@ class Machine {
 
   /// Prompt counts for users who were prompted before.
   void makePromptCounts() {
-    facts_.promptCounts.path = std::string(kBase) + "/data/ApplicationRunningPromptData.plist";
+    facts_.promptCounts.file = std::string(kBase) + "/data/ApplicationRunningPromptData.plist";
     if (!facts_.inForce.prompt || !facts_.customization.values || !chance_.percent(45)) {
-      facts_.reasons.emplace("promptCounts", "there is no file " + facts_.promptCounts.path);
+      facts_.reasons.emplace("promptCounts", "there is no file " + *facts_.promptCounts.file);
       return;
     }
     const std::int64_t today = chance_.between(0, 2);

@@ -15,9 +15,9 @@
 #include "AgentLibraries/FileCodec/DecodingError.h"
 #include "AgentLibraries/LogCore/Text.h"
 #include "AgentTool/ActionFiles/ArgumentKinds.h"
-#include "AgentTool/ActionFiles/JSONDocument.h"
 #include "AgentTool/ActionFiles/Spelling.h"
 #include "AgentTool/Console/PrintableText.h"
+#include "AgentTool/JSON/JSONDocument.h"
 #include "VexloPatchDeployment/Common/ActionID.h"
 #include "VexloPatchDeployment/PatchActions/Main/KnownActions.h"
 
@@ -30,8 +30,7 @@ using vexlo::ActionID;
 using vexlo::ArgumentKind;
 using vexlo::KnownAction;
 using vexlo::KnownActionRow;
-using ValueType = JSONDocument::Type;
-using Value = JSONDocument::Value;
+using ValueType = JSONValue::Type;
 
 constexpr std::string_view kProducts = "ProductServicePackActions";
 constexpr std::string_view kPatches = "PatchActions";
@@ -47,7 +46,9 @@ std::string_view typeName(ValueType type) {
       return "an array";
     case ValueType::string:
       return "a string";
-    case ValueType::number:
+    case ValueType::integer:
+    case ValueType::unsignedInteger:
+    case ValueType::real:
       return "a number";
     case ValueType::boolean:
       return "a Boolean";
@@ -114,10 +115,20 @@ std::string pointerOf(const Path& path) {
   return out;
 }
 
+/// A value of the document and its places in the text.
+struct Value {
+  const JSONValue* json;
+  std::string_view name;       ///< Of a member; empty for other values.
+  std::size_t offset = 0;      ///< Of the value.
+  std::size_t nameOffset = 0;  ///< Of the name; without one, of the value.
+  ValueType type = json->type();
+  std::string_view string = json->string().value_or("");
+};
+
 /// A member of an object. It counts unless it, or an object around it, is replaced by a later
 /// duplicate.
 struct DocumentMember {
-  const Value& value;
+  Value value;
   bool counts;
 };
 
@@ -125,11 +136,13 @@ bool isKnownMember(std::string_view name) { return name == kProducts || name == 
 
 class FileCheck {
  public:
-  FileCheck(const JSONDocument& document, std::vector<Finding>& findings)
-      : document_(document), findings_(findings) {}
+  /// `offsets` has the place of each value of the document.
+  FileCheck(const JSONValue& root, std::vector<std::uint32_t> offsets,
+            std::vector<Finding>& findings)
+      : root_(root), offsets_(std::move(offsets)), findings_(findings) {}
 
-  void look() {
-    const Value& root = document_.values().front();
+  void check() {
+    const Value root{.json = &root_, .name = {}, .offset = offsets_.front()};
     if (!isObject(root)) {
       return;
     }
@@ -161,22 +174,46 @@ class FileCheck {
     path_.pop_back();
   }
 
-  /// Always false.
-  bool mismatch(const Value& value, std::string_view expected) {
+  [[nodiscard]] std::size_t offsetOf(const JSONValue& value) const {
+    return offsets_[static_cast<std::size_t>(&value - &root_)];
+  }
+
+  /// The members or elements of `value`, in order.
+  [[nodiscard]] std::vector<Value> children(const Value& value) const {
+    std::vector<Value> children;
+    value.json->forEachMember([&](std::string_view name, const JSONValue& member) {
+      children.push_back({.json = &member,
+                          .name = name,
+                          .offset = offsetOf(member),
+                          .nameOffset = offsetOf(*(&member - 1))});
+    });
+    value.json->forEachElement([&](const JSONValue& element) {
+      const std::size_t offset = offsetOf(element);
+      children.push_back({.json = &element, .name = {}, .offset = offset, .nameOffset = offset});
+    });
+    return children;
+  }
+
+  void reportType(const Value& value, std::string_view expected) {
     const std::string hint = hintFor(value, expected);
     report(FindingKind::wrongType, value.offset,
            text("expected ", expected, ", found ", typeName(value.type),
                 hint.empty() ? "" : " (" + hint + ')'));
-    return false;
   }
 
-  bool isObject(const Value& value) {
-    return value.type == ValueType::object || mismatch(value, "an object");
+  /// Whether the value has the type, which is reported otherwise.
+  bool has(ValueType type, const Value& value, std::string_view expected) {
+    if (value.type != type) {
+      reportType(value, expected);
+    }
+    return value.type == type;
   }
+
+  bool isObject(const Value& value) { return has(ValueType::object, value, "an object"); }
 
   /// What the current value was probably meant to be; empty if that isn't clear.
   [[nodiscard]] std::string hintFor(const Value& value, std::string_view expected) const {
-    if (value.type == ValueType::number && expected == "a string") {
+    if (typeName(value.type) == "a number" && expected == "a string") {
       return R"(strings are in double quotes, numbers too: "30", not 30)";
     }
     if (value.type == ValueType::string && expected == "an array of strings") {
@@ -198,22 +235,22 @@ class FileCheck {
   }
 
   std::vector<DocumentMember> membersOf(const Value& object, bool counts) {
-    const std::vector<const Value*> children = document_.children(object);
+    const std::vector<Value> all = children(object);
     std::unordered_map<std::string_view, std::size_t> left;  // remaining occurrences of a name
-    for (const Value* child : children) {
-      ++left[child->name];
+    for (const Value& child : all) {
+      ++left[child.name];
     }
     std::vector<DocumentMember> members;
-    members.reserve(children.size());
+    members.reserve(all.size());
     std::unordered_set<std::string_view> seen;
-    for (const Value* child : children) {
-      const bool isLast = --left[child->name] == 0;
-      const bool isRead = !path_.empty() || isKnownMember(child->name);
-      members.push_back({*child, counts && isLast});
-      if (left.size() < children.size() && !seen.insert(child->name).second && counts && isLast &&
+    for (const Value& child : all) {
+      const bool isLast = --left[child.name] == 0;
+      const bool isRead = !path_.empty() || isKnownMember(child.name);
+      members.push_back({child, counts && isLast});
+      if (left.size() < all.size() && !seen.insert(child.name).second && counts && isLast &&
           isRead) {
-        path_.push_back({child->name, {}});
-        report(FindingKind::repeatedName, child->nameOffset,
+        path_.push_back({child.name, {}});
+        report(FindingKind::repeatedName, child.nameOffset,
                "occurs more than once in its object; the last one counts");
         path_.pop_back();
       }
@@ -224,8 +261,8 @@ class FileCheck {
   void collectPatches(const std::vector<DocumentMember>& members) {
     for (const auto& [value, counts] : members) {
       if (counts && value.name == kPatches && value.type == ValueType::object) {
-        for (const Value* patch : document_.children(value)) {
-          patches_[patch->name] = patch;
+        for (const Value& patch : children(value)) {
+          patches_.insert_or_assign(patch.name, patch);
         }
       }
     }
@@ -241,16 +278,16 @@ class FileCheck {
   }
 
   void reportNoActions(const Value& root, const std::vector<DocumentMember>& members) {
-    const Value* null = nullptr;
+    std::optional<Value> null;
     for (const auto& [value, counts] : members) {
       if (counts && isKnownMember(value.name)) {
         if (value.type != ValueType::null) {
           return;
         }
-        null = &value;
+        null.emplace(value);
       }
     }
-    if (null == nullptr) {
+    if (!null) {
       report(FindingKind::noActions, root.offset,
              "has neither ProductServicePackActions nor PatchActions: no action applies to any "
              "patch");
@@ -267,7 +304,7 @@ class FileCheck {
       return;
     }
     if (value.type != ValueType::object) {
-      mismatch(value, "an object or null");
+      reportType(value, "an object or null");
       return;
     }
     const bool isProducts = value.name == kProducts;
@@ -286,14 +323,14 @@ class FileCheck {
 
   /// Whether the value is an array of strings only.
   bool isArrayOfStrings(const Value& value) {
-    if (value.type != ValueType::array) {
-      return mismatch(value, "an array of strings");
+    if (!has(ValueType::array, value, "an array of strings")) {
+      return false;
     }
     bool allAre = true;
     std::size_t index = 0;
-    for (const Value* element : document_.children(value)) {
+    for (const Value& element : children(value)) {
       path_.push_back({{}, index++});
-      allAre = (element->type == ValueType::string || mismatch(*element, "a string")) && allAre;
+      allAre = has(ValueType::string, element, "a string") && allAre;
       path_.pop_back();
     }
     return allAre;
@@ -305,18 +342,18 @@ class FileCheck {
     }
     std::unordered_set<std::string_view> seen;
     std::size_t index = 0;
-    for (const Value* element : document_.children(value)) {
-      const std::string_view patchID = element->string;
+    for (const Value& element : children(value)) {
+      const std::string_view patchID = element.string;
       path_.push_back({{}, index++});
       if (!seen.insert(patchID).second) {
-        report(FindingKind::repeatedArgument, element->offset,
+        report(FindingKind::repeatedArgument, element.offset,
                text("patch ", inQuotes(patchID), " is already in the list"));
       } else {
-        checkID(patchID, element->offset);
+        checkID(patchID, element.offset);
         const auto own = patches_.find(patchID);
         if (own == patches_.end() ||
-            (own->second->type == ValueType::object && document_.children(*own->second).empty())) {
-          report(FindingKind::exemptWithoutActions, element->offset,
+            (own->second.type == ValueType::object && children(own->second).empty())) {
+          report(FindingKind::exemptWithoutActions, element.offset,
                  text("patch ", inQuotes(patchID),
                       " is exempt from the product's actions and has none of its own: nothing is "
                       "run for it"));
@@ -391,7 +428,7 @@ class FileCheck {
   /// A known action and its arguments in the file.
   struct Known {
     const KnownActionRow* row;
-    const Value* value;
+    Value value;
   };
 
   void checkAction(const Value& action, std::vector<Known>& known) {
@@ -405,7 +442,7 @@ class FileCheck {
       return;
     }
     const KnownActionRow& row = rowOf(*which);
-    known.push_back({&row, &action});
+    known.push_back({&row, action});
     if (row.doesNothing) {
       report(FindingKind::actionWithoutEffect, action.nameOffset,
              text(describe(actionID), " does nothing and counts as passed"));
@@ -414,7 +451,7 @@ class FileCheck {
   }
 
   void checkArguments(const std::string& name, const KnownActionRow& row, const Value& list) {
-    const std::vector<const Value*> given = document_.children(list);
+    const std::vector<Value> given = children(list);
     const std::size_t wanted = row.arguments.size();
     if (given.size() < wanted) {
       report(FindingKind::missingArgument, list.offset,
@@ -422,7 +459,7 @@ class FileCheck {
     }
     std::unordered_set<std::string_view> former;
     for (std::size_t index = 0; index < given.size(); ++index) {
-      const Value& argument = *given[index];
+      const Value& argument = given[index];
       if (index >= wanted && !row.lastRepeats) {
         const std::size_t more = given.size() - index - 1;
         reportElement(
@@ -460,12 +497,12 @@ class FileCheck {
       if (!action->row->restarts) {
         continue;
       }
-      path_.push_back({action->value->name, {}});
+      path_.push_back({action->value.name, {}});
       for (auto later = action + 1; later != known.end(); ++later) {
         if (!later->row->doesNothing) {
-          report(FindingKind::restartBeforeAction, action->value->nameOffset,
+          report(FindingKind::restartBeforeAction, action->value.nameOffset,
                  text(action->row->name, " restarts the Mac before ", later->row->name, " (",
-                      later->value->name, ") runs"));
+                      later->value.name, ") runs"));
         }
       }
       path_.pop_back();
@@ -475,32 +512,33 @@ class FileCheck {
   /// Actions of one patch or service pack that name different macOS versions.
   void checkVersions(const std::vector<Known>& known) {
     const Known* first = nullptr;
-    const Value* version = nullptr;
+    std::string_view version;
     for (const Known& action : known) {
-      const std::vector<const Value*> given = document_.children(*action.value);
+      const std::vector<Value> given = children(action.value);
       const auto& arguments = action.row->arguments;
       for (std::size_t index = 0; index < std::min(given.size(), arguments.size()); ++index) {
         if (arguments[index].kind != ArgumentKind::macOSVersion) {
           continue;
         }
-        if (version == nullptr) {
+        if (first == nullptr) {
           first = &action;
-          version = given[index];
-        } else if (given[index]->string != version->string) {
-          path_.push_back({action.value->name, {}});
-          reportElement(FindingKind::differentVersions, *given[index], index,
-                        text(inQuotes(given[index]->string), " differs from the version of ",
-                             first->row->name, ", ", inQuotes(version->string)));
+          version = given[index].string;
+        } else if (given[index].string != version) {
+          path_.push_back({action.value.name, {}});
+          reportElement(FindingKind::differentVersions, given[index], index,
+                        text(inQuotes(given[index].string), " differs from the version of ",
+                             first->row->name, ", ", inQuotes(version)));
           path_.pop_back();
         }
       }
     }
   }
 
-  const JSONDocument& document_;
+  const JSONValue& root_;
+  std::vector<std::uint32_t> offsets_;
   std::vector<Finding>& findings_;
   Path path_;
-  std::unordered_map<std::string_view, const Value*> patches_;  // those that count
+  std::unordered_map<std::string_view, Value> patches_;  // those that count
 };
 
 }  // namespace
@@ -557,11 +595,18 @@ std::vector<Finding> checkActionFile(std::string_view text) {
          .place = {},
          .text = "the file begins with a byte order mark, which some parsers reject"});
   }
-  const JSONDocument document(text);
-  const FileCodec::JSONReading& reading = document.reading();
-  if (reading.outcome == FileCodec::JSONOutcome::complete) {
-    FileCheck(document, findings).look();
+  JSONDocument document;
+  auto root = document.read(text);
+  std::string shortened;
+  if (!root && root.error().outcome == FileCodec::JSONOutcome::hugeExponent) {
+    // The agent doesn't mind, since it reads no numbers.
+    shortened = FileCodec::withShortExponents(std::string(text));
+    root = document.read(shortened, text);
+  }
+  if (root) {
+    FileCheck(**root, document.offsets(text), findings).check();
   } else {
+    const FileCodec::JSONReading& reading = root.error();
     findings.push_back(
         {.kind = FindingKind::syntax,
          .offset = reading.offset,

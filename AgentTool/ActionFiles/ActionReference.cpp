@@ -9,6 +9,7 @@
 #include "AgentLibraries/LogCore/Text.h"
 #include "AgentTool/ActionFiles/ArgumentKinds.h"
 #include "AgentTool/Console/PrintableText.h"
+#include "AgentTool/JSON/JSONDocument.h"
 
 namespace agent_tool {
 namespace {
@@ -113,60 +114,6 @@ std::string schemaOfAction(const KnownActionRow& action) {
     schema.addJSON("maxItems", std::to_string(action.arguments.size()));
   }
   return schema.done();
-}
-
-/// The tokens of a compact JSON text.
-std::vector<std::string_view> tokensOf(std::string_view json) {
-  constexpr std::string_view kMarks = "{}[],:";
-  std::vector<std::string_view> tokens;
-  while (!json.empty()) {
-    std::size_t length = 1;
-    if (json.front() == '"') {
-      while (json[length] != '"') {
-        length += json[length] == '\\' ? 2 : 1;
-      }
-      ++length;
-    } else if (!kMarks.contains(json.front())) {
-      length = json.find_first_of(kMarks);
-    }
-    tokens.push_back(json.substr(0, length));
-    json.remove_prefix(length);
-  }
-  return tokens;
-}
-
-/// Indents a compact JSON text. Containers without nested ones stay on one line.
-std::string indented(std::string_view json) {
-  constexpr auto opens = [](std::string_view token) { return token == "{" || token == "["; };
-  constexpr auto closes = [](std::string_view token) { return token == "}" || token == "]"; };
-  const std::vector<std::string_view> tokens = tokensOf(json);
-  std::string out;
-  std::size_t depth = 0;
-  bool inOneLine = false;
-  const auto breakLine = [&] { (out += '\n').append(2 * depth, ' '); };
-  for (auto token = tokens.begin(); token != tokens.end(); ++token) {
-    if (closes(*token)) {
-      if (!std::exchange(inOneLine, false)) {
-        --depth;
-        breakLine();
-      }
-    }
-    out += *token;
-    if (opens(*token)) {
-      inOneLine = closes(*std::find_if(token + 1, tokens.end(), [&](std::string_view next) {
-        return opens(next) || closes(next);
-      }));
-      if (!inOneLine) {
-        ++depth;
-        breakLine();
-      }
-    } else if (*token == ",") {
-      inOneLine ? void(out += ' ') : breakLine();
-    } else if (*token == ":") {
-      out += ' ';
-    }
-  }
-  return out + '\n';
 }
 
 }  // namespace

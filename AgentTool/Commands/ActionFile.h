@@ -5,9 +5,9 @@
 #include <vector>
 
 #include "AgentTool/Commands/AgentSession.h"
-#include "AgentTool/Commands/ExitStatus.h"
 #include "AgentTool/Commands/NamesNotInFile.h"
 #include "AgentTool/Console/Console.h"
+#include "AgentTool/Console/ExitStatus.h"
 #include "VexloPatchDeployment/Common/PatchIdentifier.h"
 #include "VexloPatchDeployment/PatchActions/Helpers/PatchActionGroup.h"
 

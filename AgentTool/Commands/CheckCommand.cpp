@@ -18,10 +18,10 @@
 #include "AgentLibraries/FileCodec/JSONReader.h"
 #include "AgentLibraries/LogCore/Text.h"
 #include "AgentTool/ActionFiles/ActionFileCheck.h"
-#include "AgentTool/ActionFiles/JSONDocument.h"
 #include "AgentTool/ActionFiles/SourceExcerpt.h"
 #include "AgentTool/Commands/Commands.h"
 #include "AgentTool/Console/PrintableText.h"
+#include "AgentTool/JSON/JSONDocument.h"
 #include "VexloPatchDeployment/PatchActions/Helpers/PatchActionGroup.h"
 
 namespace agent_tool {

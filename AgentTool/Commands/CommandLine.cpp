@@ -184,12 +184,13 @@ void addCommands(CLI::App& app, Written& written) {
   addJSON(evaluate, written, "print one JSON object instead of a table");
   addAgent(evaluate, written, "the lowest level to log (default: none)");
   evaluate.get_option("--machine")->excludes(&factsFile);
-  setFooter(evaluate,
-            "  0   no action would stop the patch\n"
-            "  75  an action would return applyLater or depends on something that was not asked\n"
-            "  1   an action would fail\n"
-            "  64  bad usage\n"
-            "  65  the action file or the facts can't be used");
+  setFooter(
+      evaluate,
+      "  0   no action would stop the patch\n"
+      "  75  an action would stop it until later, or depends on something that was not asked\n"
+      "  1   an action would fail\n"
+      "  64  bad usage\n"
+      "  65  the action file or the facts can't be used");
 
   CLI::App& run = *app.add_subcommand("run", "Runs the actions in order, as the agent would.");
   addPatch(run, written);

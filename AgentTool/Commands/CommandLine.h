@@ -10,7 +10,7 @@
 
 #include "AgentLibraries/LogCore/Logger.h"
 #include "AgentLibraries/vxutils/GlobalVars.h"
-#include "AgentTool/Commands/ExitStatus.h"
+#include "AgentTool/Console/ExitStatus.h"
 #include "VexloPatchDeployment/Common/PatchIdentifier.h"
 
 namespace CLI {

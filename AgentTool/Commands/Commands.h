@@ -1,8 +1,8 @@
 // The tool's commands. Each returns the tool's exit status.
 #pragma once
 #include "AgentTool/Commands/CommandLine.h"
-#include "AgentTool/Commands/ExitStatus.h"
 #include "AgentTool/Console/Console.h"
+#include "AgentTool/Console/ExitStatus.h"
 
 namespace agent_tool {
 

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <chrono>
 #include <memory>
 #include <optional>
 #include <span>
@@ -18,9 +19,7 @@
 #include "AgentTool/Console/LineReader.h"
 #include "AgentTool/Console/PrintableText.h"
 #include "AgentTool/Evaluation/Evaluator.h"
-#include "AgentTool/Evaluation/MachineSources.h"
-#include "AgentTool/Evaluation/RecordedSources.h"
-#include "AgentTool/Facts/FactsRecord.h"
+#include "AgentTool/Facts/Facts.h"
 #include "VexloPatchDeployment/Common/Measurement.h"
 #include "VexloPatchDeployment/PatchActions/Helpers/PatchActionProvider.h"
 
@@ -45,30 +44,33 @@ struct EvaluatedAction {
 };
 
 std::vector<EvaluatedAction> evaluateAll(const std::vector<ActionDetail>& actions,
-                                         Evaluator& evaluator, const Intentions& intentions) {
+                                         Evaluator& evaluator) {
   std::vector<EvaluatedAction> evaluated;
   evaluated.reserve(actions.size());
   for (const ActionDetail& action : actions) {
     Evaluation evaluation = evaluator.evaluate(action.actionID);
-    std::string next = nextStep(evaluation, intentions);
+    std::string next = nextStep(evaluation, evaluator.intentions());
     std::vector<vexlo::Measurement> measurements(evaluation.measurements.begin(),
                                                  evaluation.measurements.end());
     evaluated.push_back({.action = action,
                          .evaluation = std::move(evaluation),
                          .measurements = std::move(measurements),
                          .next = std::move(next),
-                         .intentions = intentions});
+                         .intentions = evaluator.intentions()});
   }
   return evaluated;
 }
 
-std::vector<EvaluatedAction> evaluateThisMachine(const EvaluateRequest& request, ActionFile file,
-                                                 const std::vector<ActionDetail>& actions) {
-  Intentions intentions;
-  MachineSources machine(request.asksApple, request.asksAgent);
-  Evaluator evaluator(request.patch, std::move(file), machine.sources(), intentions);
-  return evaluateAll(actions, evaluator, intentions);
+/// Connects to the agent's service on first use, if it may be asked; `credentials` keeps the
+/// connection.
+CredentialsSource credentialsSource(
+    const EvaluateRequest& request,
+    vexlo::OnFirstUse<std::unique_ptr<vexlo::CredentialsFetcher>>& credentials) {
+  return request.asksAgent ? CredentialsSource([&] { return credentials.get().get(); }) : nullptr;
 }
+
+/// As long as the library itself waits for `profiles`.
+constexpr std::chrono::minutes kProfilesTimeout{1};
 
 /// The only line of the input that isn't blank. Throws `DecodingError` and `std::system_error`.
 std::string onlyLine(const LineSource& input) {
@@ -90,30 +92,22 @@ std::string onlyLine(const LineSource& input) {
   return only;
 }
 
-/// Throws `DecodingError`.
-std::vector<EvaluatedAction> evaluateRecord(const std::string& factsFile,
-                                            const EvaluateRequest& request, ActionFile file,
-                                            const std::vector<ActionDetail>& actions) try {
-  const LineSource input(factsFile);
-  const std::string line = onlyLine(input);
-  FactsReader reader;
-  const auto record = reader.read(line);
-  if (!record) {
-    const FileCodec::DecodingError& error = record.error();
+/// The facts in a file, which `reader` keeps. Throws `DecodingError`.
+const Facts& factsIn(const std::string& file, FactsReader& reader) try {
+  const LineSource input(file);
+  const auto facts = reader.read(onlyLine(input));
+  if (!facts) {
+    const FileCodec::DecodingError& error = facts.error();
     throw FileCodec::DecodingError(input.name(), error.place(), error.expected(), error.found());
   }
-  Intentions intentions;
-  RecordedSources recorded(intentions);
-  recorded.use(**record);
-  Evaluator evaluator(request.patch, std::move(file), recorded.sources(), intentions);
-  return evaluateAll(actions, evaluator, intentions);
+  return **facts;
 } catch (const std::system_error& error) {
-  throw FileCodec::DecodingError(factsFile, {}, {}, error.code().message());
+  throw FileCodec::DecodingError(file, {}, {}, error.code().message());
 }
 
 /// The action's result; absent if something else would happen first.
 std::optional<vexlo::PatchActionResultDescription> ownDescription(const Evaluation& evaluation) {
-  return isResult(evaluation.answer) ? evaluation.result.description : std::nullopt;
+  return isResult(evaluation.prediction) ? evaluation.result.description : std::nullopt;
 }
 
 std::string evaluationAsJSON(const vexlo::PatchIdentifier& patch,
@@ -129,7 +123,7 @@ std::string evaluationAsJSON(const vexlo::PatchIdentifier& patch,
                           .addString("name", describe(action.actionID))
                           .addString("code", action.actionID.code())
                           .addJSON("arguments", jsonList(action.arguments))
-                          .addString("answer", name(evaluation.answer))
+                          .addString("answer", name(evaluation.prediction))
                           .addJSON("description", jsonOptional(description))
                           .addString("why", describe(std::span(measurements)))
                           .addJSON("measured", vexlo::measurementsAsJSON(measurements))
@@ -151,23 +145,6 @@ std::string evaluationAsJSON(const vexlo::PatchIdentifier& patch,
              .addJSON("actions", jsonArray(actions))
              .done() +
          '\n';
-}
-
-Style styleOf(Answer answer) {
-  switch (answer) {
-    case Answer::success:
-    case Answer::wouldKill:
-    case Answer::wouldRun:
-      return Style::good;
-    case Answer::applyLater:
-    case Answer::wouldAsk:
-    case Answer::wouldForce:
-    case Answer::notAsked:
-      return Style::waiting;
-    case Answer::failure:
-      return Style::bad;
-  }
-  std::unreachable();
 }
 
 std::string evaluationAsTable(const std::vector<EvaluatedAction>& evaluated,
@@ -194,7 +171,7 @@ std::string evaluationAsTable(const std::vector<EvaluatedAction>& evaluated,
     std::vector<Cell>& row = rows.emplace_back();
     row = {{printable(action.actionID.code())},
            {printable(describe(action.actionID))},
-           {std::string(name(evaluation.answer)), styleOf(evaluation.answer)},
+           {std::string(name(evaluation.prediction)), verdictOn(evaluation.prediction).style},
            {std::move(all)}};
     for (std::size_t column = 0; column + 1 < row.size(); ++column) {
       columns.fit(column, row[column].text);
@@ -207,17 +184,13 @@ std::string evaluationAsTable(const std::vector<EvaluatedAction>& evaluated,
   return out;
 }
 
-/// 0 if all actions would pass, as far as known.
+/// That of the worst verdict.
 ExitStatus statusFor(const std::vector<EvaluatedAction>& evaluated) {
-  const auto any = [&](Answer answer) {
-    return std::ranges::any_of(
-        evaluated, [&](const EvaluatedAction& each) { return each.evaluation.answer == answer; });
-  };
-  if (any(Answer::failure)) {
-    return ExitStatus::failure;
+  Verdict worst = Verdict::ready;
+  for (const EvaluatedAction& action : evaluated) {
+    worst = std::max(worst, verdictOn(action.evaluation.prediction).verdict);
   }
-  return any(Answer::applyLater) || any(Answer::notAsked) ? ExitStatus::applyLater
-                                                          : ExitStatus::success;
+  return rowOf(worst).status;
 }
 
 }  // namespace
@@ -230,15 +203,24 @@ ExitStatus evaluate(const EvaluateRequest& request, Console& console) {
   }
   const vexlo::PatchActionProvider provider(request.patch, file->group);
   const std::vector<ActionDetail> actions = provider.actionDetails();
-  std::vector<EvaluatedAction> evaluated;
+  vexlo::OnFirstUse<std::unique_ptr<vexlo::CredentialsFetcher>> credentials{
+      vexlo::agentServiceCredentials};
+  Evaluator evaluator(request.patch, file->group, credentialsSource(request, credentials));
+  FactsReader reader;
+  Facts factsHere;
   try {
-    evaluated = request.factsFile
-                    ? evaluateRecord(*request.factsFile, request, file->group, actions)
-                    : evaluateThisMachine(request, file->group, actions);
+    if (!request.factsFile) {
+      factsHere = readFacts({.applications = {},
+                             .allApplications = true,
+                             .appleServers = request.asksApple,
+                             .profilesTimeout = kProfilesTimeout});
+    }
+    evaluator.use(request.factsFile ? factsIn(*request.factsFile, reader) : factsHere);
   } catch (const FileCodec::DecodingError& error) {
     console.complain(printable(error.what()));
     return ExitStatus::unusableFile;
   }
+  const std::vector<EvaluatedAction> evaluated = evaluateAll(actions, evaluator);
   console.write(request.json ? evaluationAsJSON(request.patch, file->namesNotInFile,
                                                 provider.isExempt(), evaluated)
                              : evaluationAsTable(evaluated, console));

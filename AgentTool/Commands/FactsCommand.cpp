@@ -1,13 +1,16 @@
 #include "AgentTool/Commands/AgentSession.h"
 #include "AgentTool/Commands/Commands.h"
+#include "AgentTool/Facts/FactsTable.h"
 #include "AgentTool/Facts/FactsText.h"
 
 namespace agent_tool {
 
 ExitStatus facts(const FactsRequest& request, Console& console) {
   const AgentSession session(request.agent, console);
-  const Facts facts = readFacts(request.applications, {.allApplications = request.allApplications,
-                                                       .appleServers = request.asksApple});
+  const Facts facts = readFacts({.applications = request.applications,
+                                 .allApplications = request.allApplications,
+                                 .agentService = true,
+                                 .appleServers = request.asksApple});
   console.write(request.json ? factsAsJSON(facts) : factsAsTable(facts, console));
   return ExitStatus::success;
 }

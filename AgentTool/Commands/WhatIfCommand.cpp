@@ -22,7 +22,7 @@
 #include "AgentTool/Commands/NamesNotInFile.h"
 #include "AgentTool/Console/LineReader.h"
 #include "AgentTool/Console/PrintableText.h"
-#include "AgentTool/Facts/FactsRecord.h"
+#include "AgentTool/Facts/Facts.h"
 #include "AgentTool/Fleet/FleetSummary.h"
 #include "AgentTool/Fleet/FleetSummaryTable.h"
 #include "AgentTool/Fleet/WhatIf.h"
@@ -98,7 +98,7 @@ void appendMember(std::string& out, std::string_view name, std::string_view valu
 }
 
 void appendAnswer(std::string& out, const MachineAnswer& answer) {
-  (((out += R"("outcome":")") += name(answer.answer)) += '"');
+  (((out += R"("outcome":")") += name(answer.prediction)) += '"');
   appendMember(out, "code", answer.code);
   appendMember(out, "action", answer.action);
   appendMember(out, "reason", answer.reason);
@@ -153,11 +153,11 @@ class Fleet {
         reject(input, line->number,
                text("expected a line of at most ", kLongestFactsLine, " bytes"));
       } else if (line->text.find_first_not_of(" \t\r") != std::string_view::npos) {
-        const auto record = facts_.read(line->text);
-        if (record) {
-          answer(**record, place, line->number);
+        const auto facts = reader_.read(line->text);
+        if (facts) {
+          answer(**facts, place, line->number);
         } else {
-          reject(input, line->number, record.error().what());
+          reject(input, line->number, facts.error().what());
         }
       }
       bytes_ = bytesBefore + reader.bytesRead();
@@ -171,12 +171,12 @@ class Fleet {
     summary_.addBadLines(1);
   }
 
-  void answer(const FactsRecord& record, const std::string& place, std::uint64_t line) {
-    const MachineAnswer& now = whatIf_.answer(record);
-    const MachineKind kind{.macOS = record.macOSVersion ? record.macOSMajorVersion : 0,
-                           .isAppleSilicon = record.isAppleSilicon};
+  void answer(const Facts& facts, const std::string& place, std::uint64_t line) {
+    const MachineAnswer& now = whatIf_.answer(facts);
+    const MachineKind kind{.macOS = facts.macOSVersion ? facts.macOSMajorVersion : 0,
+                           .isAppleSilicon = facts.isAppleSilicon};
     summary_.add(now.counted(), kind);
-    const MachineAnswer* const before = before_ ? &before_->answer(record) : nullptr;
+    const MachineAnswer* const before = before_ ? &before_->answer(facts) : nullptr;
     const bool moved = before != nullptr && before->counted() != now.counted();
     if (moved) {
       summary_.addMove(before->counted(), now.counted());
@@ -185,13 +185,13 @@ class Fleet {
       return;
     }
     out_ += "{\"machine\":";
-    if (record.name) {
-      FileCodec::appendJSONString(out_, *record.name);
+    if (facts.name) {
+      FileCodec::appendJSONString(out_, *facts.name);
     } else {
       FileCodec::appendJSONString(out_, text(place, line));
     }
-    appendMember(out_, "macOS", record.macOSVersion.value_or(""));
-    appendMember(out_, "processor", record.isAppleSilicon ? "apple-silicon" : "intel");
+    appendMember(out_, "macOS", facts.macOSVersion.value_or(""));
+    appendMember(out_, "processor", facts.isAppleSilicon ? "apple-silicon" : "intel");
     out_ += ',';
     appendAnswer(out_, now);
     if (before != nullptr) {
@@ -214,7 +214,7 @@ class Fleet {
 
   const WhatIfRequest& request_;
   Console& console_;
-  FactsReader facts_;
+  FactsReader reader_;
   WhatIf whatIf_;
   std::optional<WhatIf> before_;
   FleetSummary summary_;

@@ -1,36 +1,26 @@
 #include "AgentTool/Evaluation/EvaluationDependencies.h"
 
+#include <utility>
+
 namespace agent_tool {
 namespace {
 
 using vexlo::Credentials;
 
-constexpr const char* kNotAsked = "(not asked)";
-constexpr std::int32_t kNotAskedStatus = 1;  // stops the check that asked
 constexpr const char* kNotRun = "(not run)";
 constexpr const char* kUserPlaceholder = "<user>";
 constexpr const char* kPasswordPlaceholder = "<password>";
 
 }  // namespace
 
-vexlo::SoftwareUpdateList UnreachableApple::fetchSoftwareUpdates() {
-  intentions_.leaveUnasked("softwareupdate --list");
-  return {.exitCode = kNotAskedStatus, .output = kNotAsked};
-}
-
-std::optional<std::vector<vexlo::AvailableOSUpdate>> UnreachableApple::availableOSUpdates() {
-  intentions_.leaveUnasked("mdmclient AvailableOSUpdates");
-  return std::nullopt;
-}
-
-vexlo::CommandResult RecordedCommands::run(const std::string& command,
-                                           const std::optional<std::string>& /*launchPath*/,
-                                           const std::optional<std::string>& /*pipeInput*/) {
-  intentions_.run(command);
+vexlo::CommandResult DryCommands::run(const std::string& command,
+                                      const std::optional<std::string>& /*launchPath*/,
+                                      const std::optional<std::string>& /*pipeInput*/) {
+  intentions_.recordRun(command);
   return {.exitCode = 0, .output = kNotRun};
 }
 
-std::optional<Credentials> MaskedCredentials::credentials() {
+std::optional<Credentials> DryCredentials::credentials() {
   if (stored_ == nullptr) {
     return Credentials::placeholder(kUserPlaceholder, kPasswordPlaceholder);
   }
@@ -39,13 +29,14 @@ std::optional<Credentials> MaskedCredentials::credentials() {
                 : std::nullopt;
 }
 
-EvaluationInstallerDependencies::EvaluationInstallerDependencies(EvaluationSources& sources,
-                                                                 Intentions& intentions)
-    : sources_(sources), commands_(intentions), unreachableApple_(intentions) {}
+EvaluationInstallerDependencies::EvaluationInstallerDependencies(FactsSources& sources,
+                                                                 Intentions& intentions,
+                                                                 CredentialsSource credentials)
+    : sources_(sources), stored_(std::move(credentials)), commands_(intentions) {}
 
-EvaluationInstallerDependencies* EvaluationInstallerDependencies::forThisMachine() {
-  if (sources_.machine.isAppleSilicon() && sources_.credentials) {
-    vexlo::CredentialsFetcher* const stored = sources_.credentials();
+EvaluationInstallerDependencies* EvaluationInstallerDependencies::ifReachable() {
+  if (sources_.machine.isAppleSilicon() && stored_) {
+    vexlo::CredentialsFetcher* const stored = stored_();
     if (stored == nullptr) {
       return nullptr;
     }
@@ -58,43 +49,42 @@ vexlo::CredentialsFetcher* EvaluationInstallerDependencies::userCredentials() {
   return sources_.machine.isAppleSilicon() ? &credentials_ : nullptr;
 }
 
-EvaluationDependencies::EvaluationDependencies(EvaluationSources sources, Intentions& intentions)
-    : sources_(std::move(sources)),
-      unreachableApple_(intentions),
+EvaluationDependencies::EvaluationDependencies(Intentions& intentions,
+                                               CredentialsSource credentials)
+    : sources_(intentions),
       battery_(sources_.powerSource),
       deferral_(
-          sources_.availableOSUpdates != nullptr ? *sources_.availableOSUpdates : unreachableApple_,
-          sources_.now, sources_.startOfDay),
+          sources_.apple, [this] { return sources_.now(); },
+          [this](std::chrono::year_month_day day) { return sources_.startOfDay(day); }),
       disk_(sources_.disk),
       userLogin_(sources_.users),
       mdmPatching_(sources_.patchData),
-      connectivity_(sources_.softwareUpdates != nullptr ? *sources_.softwareUpdates
-                                                        : unreachableApple_),
+      connectivity_(sources_.apple),
       deferralEligibility_(sources_.patchData),
       mdmStatus_(sources_.machine),
-      installers_(sources_, intentions),
+      installers_(sources_, intentions, std::move(credentials)),
       policy_(sources_.patchData),
       killer_(sources_.applications, intentions),
       detector_(sources_.applications),
       details_(sources_.applications),
       counts_(sources_.promptCounts),
-      evaluator_(sources_.customization, counts_, sources_.promptDay),
+      evaluator_(sources_.customization, counts_, [this] { return sources_.promptDay(); }),
       presenter_(intentions) {}
 
-void EvaluationDependencies::Killer::killApps(const std::vector<std::string>& bundleIDs) {
+void EvaluationDependencies::DryKiller::killApps(const std::vector<std::string>& bundleIDs) {
   std::vector<std::string> names;
   for (const std::string& bundleID : bundleIDs) {
     for (const auto& application : query_.runningApplications(bundleID)) {
       names.push_back(application->localizedName().value_or(bundleID));
     }
   }
-  intentions_.kill(names);
+  intentions_.recordKill(names);
 }
 
-bool EvaluationDependencies::Presenter::requestUserAcknowledgement(
+bool EvaluationDependencies::DryPresenter::requestUserAcknowledgement(
     const std::vector<std::string>& names, const vexlo::RunningAppPromptEvaluation& evaluation,
     std::int64_t /*timeoutSeconds*/) {
-  intentions_.prompt(names, evaluation);
+  intentions_.recordPrompt(names, evaluation);
   return evaluation.decision == vexlo::RunningAppPromptDecision::forceDeployment;
 }
 

@@ -10,52 +10,20 @@
 #include <utility>
 #include <vector>
 
+#include "AgentTool/Evaluation/FactsSources.h"
 #include "AgentTool/Evaluation/Intentions.h"
-#include "VexloPatchDeployment/Adapters/MachineFacts.h"
 #include "VexloPatchDeployment/PatchActions/Main/PatchProcessingDependencies.h"
 
 namespace agent_tool {
 
-/// The sources of an evaluation: this machine, or a record of another one. They must outlive the
-/// container and may answer differently from one action to the next.
-struct EvaluationSources {
-  const vexlo::MachineFacts& machine;
-  vexlo::PowerSourceResolver& powerSource;
-  vexlo::DiskInfoProvider& disk;
-  vexlo::UserSessionProvider& users;
-  vexlo::PlistManager& patchData;     ///< Never written.
-  vexlo::PlistManager& promptCounts;  ///< Never written.
-  vexlo::RunningAppPromptCustomizing& customization;
-  vexlo::RunningApplicationQuerying& applications;  ///< Used only for names and paths.
-  std::function<std::string()> promptDay;           ///< The day for which prompts are counted.
-  platform::Clock now;
-  /// In the machine's time zone.
-  std::function<platform::Moment(std::chrono::year_month_day)> startOfDay;
-  std::function<std::optional<std::string>()> preferredLanguage;
-  /// Apple's servers; null if they must not be asked.
-  vexlo::SoftwareUpdateLister* softwareUpdates = nullptr;
-  vexlo::AvailableOSUpdatesResolver* availableOSUpdates = nullptr;
-  /// Connects to the agent's service; returns null if it can't be reached. Empty if it must not be
-  /// asked.
-  std::function<vexlo::CredentialsFetcher*()> credentials;
-};
-
-/// Doesn't ask Apple's servers, but answers as if they were unreachable.
-class UnreachableApple final : public vexlo::SoftwareUpdateLister,
-                               public vexlo::AvailableOSUpdatesResolver {
- public:
-  explicit UnreachableApple(Intentions& intentions) : intentions_(intentions) {}
-  [[nodiscard]] vexlo::SoftwareUpdateList fetchSoftwareUpdates() override;
-  [[nodiscard]] std::optional<std::vector<vexlo::AvailableOSUpdate>> availableOSUpdates() override;
-
- private:
-  Intentions& intentions_;
-};
+/// Connects to the agent's service and returns the stored credentials; null if it can't be reached.
+/// Empty if it must not be asked.
+using CredentialsSource = std::function<vexlo::CredentialsFetcher*()>;
 
 /// Records commands, which count as successful.
-class RecordedCommands final : public vexlo::CommandExecutor {
+class DryCommands final : public vexlo::CommandExecutor {
  public:
-  explicit RecordedCommands(Intentions& intentions) : intentions_(intentions) {}
+  explicit DryCommands(Intentions& intentions) : intentions_(intentions) {}
   vexlo::CommandResult run(const std::string& command, const std::optional<std::string>& launchPath,
                            const std::optional<std::string>& pipeInput) override;
 
@@ -64,7 +32,7 @@ class RecordedCommands final : public vexlo::CommandExecutor {
 };
 
 /// Replaces the stored credentials; reveals only the user name.
-class MaskedCredentials final : public vexlo::CredentialsFetcher {
+class DryCredentials final : public vexlo::CredentialsFetcher {
  public:
   /// Fetches the stored credentials from `stored`; null if they must not be fetched.
   void mask(vexlo::CredentialsFetcher* stored) noexcept { stored_ = stored; }
@@ -78,10 +46,11 @@ class MaskedCredentials final : public vexlo::CredentialsFetcher {
 class EvaluationInstallerDependencies final : public vexlo::SoftwareUpdateInstallerDependencies,
                                               public vexlo::UpgradeInstallerDependencies {
  public:
-  EvaluationInstallerDependencies(EvaluationSources& sources, Intentions& intentions);
+  EvaluationInstallerDependencies(FactsSources& sources, Intentions& intentions,
+                                  CredentialsSource credentials);
 
   /// Null if the agent's service is needed and may be asked, but can't be reached.
-  [[nodiscard]] EvaluationInstallerDependencies* forThisMachine();
+  [[nodiscard]] EvaluationInstallerDependencies* ifReachable();
 
   [[nodiscard]] vexlo::CredentialsFetcher* userCredentials() override;
   [[nodiscard]] vexlo::CommandExecutor& executor() override { return commands_; }
@@ -101,33 +70,36 @@ class EvaluationInstallerDependencies final : public vexlo::SoftwareUpdateInstal
 
  private:
   /// For commands that don't run.
-  struct NoOutputAnalyser final : vexlo::SoftwareUpdateOutputAnalyser {
+  struct DryOutputAnalyser final : vexlo::SoftwareUpdateOutputAnalyser {
     [[nodiscard]] std::optional<vexlo::PatchActionResult> validate(
         std::string_view /*output*/) override {
       return std::nullopt;
     }
   };
-  struct Silence final : vexlo::SoftwareUpdateNotifier {
+  struct DryNotifier final : vexlo::SoftwareUpdateNotifier {
     void notifyUpdatesInProgress() override {}
   };
 
-  EvaluationSources& sources_;
-  MaskedCredentials credentials_;
-  RecordedCommands commands_;
-  UnreachableApple unreachableApple_;
-  NoOutputAnalyser outputAnalyser_;
-  vexlo::DefaultSoftwareUpdateLabel labelProvider_{unreachableApple_};  // used only for a retry
-  Silence notifier_;
+  FactsSources& sources_;
+  CredentialsSource stored_;
+  DryCredentials credentials_;
+  DryCommands commands_;
+  DryOutputAnalyser outputAnalyser_;
+  vexlo::DefaultSoftwareUpdateLabel labelProvider_{sources_.apple};  // used only for a retry
+  DryNotifier notifier_;
 };
 
-/// The library's checks on `sources`. Whatever would change the machine, ask a user or wait is
-/// recorded in `intentions` instead. Reusable for any number of actions and machines.
+/// The library's checks on a machine's facts. Whatever would change the machine, ask a user or wait
+/// is recorded in `intentions` instead. Reusable for any number of actions and machines.
 class EvaluationDependencies final : public vexlo::PatchProcessingDependencies {
  public:
   /// `intentions` must outlive the container.
-  EvaluationDependencies(EvaluationSources sources, Intentions& intentions);
+  EvaluationDependencies(Intentions& intentions, CredentialsSource credentials);
   EvaluationDependencies(const EvaluationDependencies&) = delete;
   EvaluationDependencies& operator=(const EvaluationDependencies&) = delete;
+
+  /// Evaluates for `facts`, which must stay valid until the next call. Call it first.
+  void use(const Facts& facts) { sources_.use(facts); }
 
   vexlo::BatteryLevelChecker& batteryLevelChecker() override { return battery_; }
   vexlo::MacOSUpdateDeferralChecker& macOSUpdateDeferralChecker() override { return deferral_; }
@@ -138,13 +110,13 @@ class EvaluationDependencies final : public vexlo::PatchProcessingDependencies {
     return connectivity_;
   }
   vexlo::SoftwareUpdateInstallerDependencies* softwareUpdateInstallerDependencies() override {
-    return installers_.forThisMachine();
+    return installers_.ifReachable();
   }
   vexlo::MacOSUpdateDeferralEligibilityChecker& deferralEligibilityChecker() override {
     return deferralEligibility_;
   }
   vexlo::UpgradeInstallerDependencies* upgradeInstallerDependencies() override {
-    return installers_.forThisMachine();
+    return installers_.ifReachable();
   }
   vexlo::MDMStausProvider& mdmStatus() override { return mdmStatus_; }
   vexlo::RunningAppPolicyChecking& runningAppPolicy() override { return policy_; }
@@ -173,9 +145,9 @@ class EvaluationDependencies final : public vexlo::PatchProcessingDependencies {
   };
 
   /// Records what would be killed.
-  class Killer final : public vexlo::AppKilling {
+  class DryKiller final : public vexlo::AppKilling {
    public:
-    Killer(vexlo::RunningApplicationQuerying& query, Intentions& intentions)
+    DryKiller(vexlo::RunningApplicationQuerying& query, Intentions& intentions)
         : query_(query), intentions_(intentions) {}
     void killApps(const std::vector<std::string>& bundleIDs) override;
 
@@ -185,9 +157,9 @@ class EvaluationDependencies final : public vexlo::PatchProcessingDependencies {
   };
 
   /// Reads counts and discards changes.
-  class Counts final : public vexlo::RunningAppPromptDataStoring {
+  class DryCounts final : public vexlo::RunningAppPromptDataStoring {
    public:
-    explicit Counts(vexlo::PlistManager& file) : stored_(file) {}
+    explicit DryCounts(vexlo::PlistManager& file) : stored_(file) {}
     [[nodiscard]] std::optional<Record> data(const std::string& key) override {
       return stored_.data(key);
     }
@@ -197,14 +169,14 @@ class EvaluationDependencies final : public vexlo::PatchProcessingDependencies {
     vexlo::RunningAppPromptDataStore stored_;
   };
 
-  struct Cleaner final : vexlo::RunningAppPromptCleaning {
+  struct DryCleaner final : vexlo::RunningAppPromptCleaning {
     void clean() override {}
   };
 
   /// Records how the user would be asked; nobody answers.
-  class Presenter final : public vexlo::RunningAppPromptPresenting {
+  class DryPresenter final : public vexlo::RunningAppPromptPresenting {
    public:
-    explicit Presenter(Intentions& intentions) : intentions_(intentions) {}
+    explicit DryPresenter(Intentions& intentions) : intentions_(intentions) {}
     [[nodiscard]] bool requestUserAcknowledgement(
         const std::vector<std::string>& names, const vexlo::RunningAppPromptEvaluation& evaluation,
         std::int64_t timeoutSeconds) override;
@@ -213,8 +185,7 @@ class EvaluationDependencies final : public vexlo::PatchProcessingDependencies {
     Intentions& intentions_;
   };
 
-  EvaluationSources sources_;
-  UnreachableApple unreachableApple_;
+  FactsSources sources_;
 
   vexlo::BatteryLevelChecker battery_;
   vexlo::MacOSUpdateDeferralChecker deferral_;
@@ -226,13 +197,13 @@ class EvaluationDependencies final : public vexlo::PatchProcessingDependencies {
   MDMStatus mdmStatus_;
   EvaluationInstallerDependencies installers_;
   vexlo::RunningAppPolicy policy_;
-  Killer killer_;
+  DryKiller killer_;
   vexlo::RunningAppDetector detector_;
   vexlo::RunningAppDetailsProvider details_;
-  Counts counts_;
+  DryCounts counts_;
   vexlo::RunningAppPromptEvaluator evaluator_;
-  Cleaner cleaner_;
-  Presenter presenter_;
+  DryCleaner cleaner_;
+  DryPresenter presenter_;
 };
 
 }  // namespace agent_tool

@@ -10,14 +10,14 @@ namespace {
 
 using LogCore::text;
 
-Answer answerFor(vexlo::PatchActionResult::Outcome outcome) {
+Prediction predictionOf(vexlo::PatchActionResult::Outcome outcome) {
   switch (outcome) {
     case vexlo::PatchActionResult::Outcome::success:
-      return Answer::success;
+      return Prediction::success;
     case vexlo::PatchActionResult::Outcome::applyLater:
-      return Answer::applyLater;
+      return Prediction::applyLater;
     case vexlo::PatchActionResult::Outcome::failure:
-      return Answer::failure;
+      return Prediction::failure;
   }
   std::unreachable();
 }
@@ -30,47 +30,21 @@ std::string postponements(const Intentions& intentions) {
 
 }  // namespace
 
-std::string_view name(Answer answer) {
-  switch (answer) {
-    case Answer::success:
-      return "success";
-    case Answer::applyLater:
-      return "applyLater";
-    case Answer::failure:
-      return "failure";
-    case Answer::wouldAsk:
-      return "wouldAsk";
-    case Answer::wouldForce:
-      return "wouldForce";
-    case Answer::wouldKill:
-      return "wouldKill";
-    case Answer::wouldRun:
-      return "wouldRun";
-    case Answer::notAsked:
-      return "notAsked";
-  }
-  std::unreachable();
-}
-
-bool isResult(Answer answer) noexcept {
-  return answer == Answer::success || answer == Answer::applyLater || answer == Answer::failure;
-}
-
 std::string nextStep(const Evaluation& evaluation, const Intentions& intentions) {
-  switch (evaluation.answer) {
-    case Answer::success:
-    case Answer::applyLater:
-    case Answer::failure:
+  switch (evaluation.prediction) {
+    case Prediction::success:
+    case Prediction::applyLater:
+    case Prediction::failure:
       return {};
-    case Answer::wouldAsk:
+    case Prediction::wouldAsk:
       return "would ask" + postponements(intentions);
-    case Answer::wouldForce:
+    case Prediction::wouldForce:
       return "would force" + postponements(intentions);
-    case Answer::wouldKill:
+    case Prediction::wouldKill:
       return "would kill " + platform::joined(intentions.applications(), ", ");
-    case Answer::wouldRun:
+    case Prediction::wouldRun:
       return "would run " + platform::joined(intentions.commands(), ", then ");
-    case Answer::notAsked:
+    case Prediction::notAsked:
       return text("not asked: ", intentions.question());
   }
   std::unreachable();
@@ -78,14 +52,13 @@ std::string nextStep(const Evaluation& evaluation, const Intentions& intentions)
 
 Evaluator::Evaluator(vexlo::PatchIdentifier patch,
                      std::shared_ptr<const vexlo::PatchActionGroup> actionFile,
-                     EvaluationSources sources, Intentions& intentions, bool measures)
-    : intentions_(intentions),
-      processor_(std::move(patch), std::move(actionFile),
-                 std::make_unique<EvaluationDependencies>(std::move(sources), intentions)),
-      measurements_(std::make_shared<Measurements>(intentions)) {
-  if (measures) {
-    processor_.setObserver(measurements_);
-  }
+                     CredentialsSource credentials)
+    : ownedDependencies_(
+          std::make_unique<EvaluationDependencies>(intentions_, std::move(credentials))),
+      dependencies_(ownedDependencies_.get()),
+      processor_(std::move(patch), std::move(actionFile), std::move(ownedDependencies_)),
+      measurements_(std::make_shared<Measurements>(intentions_)) {
+  processor_.setObserver(measurements_);
 }
 
 Evaluation Evaluator::evaluate(const vexlo::ActionID& action) {
@@ -94,27 +67,28 @@ Evaluation Evaluator::evaluate(const vexlo::ActionID& action) {
   vexlo::PatchActionResult result = processor_.execute(action);
   if (!intentions_.doubt().empty() && intentions_.next() == Intentions::Next::nothing &&
       result.outcome == vexlo::PatchActionResult::Outcome::success) {
-    intentions_.leaveUnasked(intentions_.doubt());
+    intentions_.recordUnasked(intentions_.doubt());
     measurements_->kept.clear();
   }
-  const auto answer = [&] {
+  const auto prediction = [&] {
     switch (intentions_.next()) {
       case Intentions::Next::nothing:
-        return answerFor(result.outcome);
+        return predictionOf(result.outcome);
       case Intentions::Next::ask:
-        return Answer::wouldAsk;
+        return Prediction::wouldAsk;
       case Intentions::Next::force:
-        return Answer::wouldForce;
+        return Prediction::wouldForce;
       case Intentions::Next::kill:
-        return Answer::wouldKill;
+        return Prediction::wouldKill;
       case Intentions::Next::run:
-        return Answer::wouldRun;
+        return Prediction::wouldRun;
       case Intentions::Next::notAsked:
-        return Answer::notAsked;
+        return Prediction::notAsked;
     }
     std::unreachable();
   }();
-  return {.answer = answer, .result = std::move(result), .measurements = measurements_->kept};
+  return {
+      .prediction = prediction, .result = std::move(result), .measurements = measurements_->kept};
 }
 
 void Evaluator::Measurements::measured(const vexlo::ActionID& /*action*/,

@@ -10,6 +10,7 @@
 
 #include "AgentTool/Evaluation/EvaluationDependencies.h"
 #include "AgentTool/Evaluation/Intentions.h"
+#include "AgentTool/Evaluation/Prediction.h"
 #include "VexloPatchDeployment/Common/ActionID.h"
 #include "VexloPatchDeployment/Common/ActionObserver.h"
 #include "VexloPatchDeployment/Common/PatchActionResult.h"
@@ -19,31 +20,13 @@
 
 namespace agent_tool {
 
-/// The predicted result of an action.
-enum class Answer : std::uint8_t {
-  success,     ///< It passes.
-  applyLater,  ///< It can't pass now.
-  failure,     ///< It fails.
-  wouldAsk,    ///< The user would be asked; no answer counts as no.
-  wouldForce,  ///< The user would be asked; no answer counts as yes.
-  wouldKill,   ///< Applications would be killed; then it passes.
-  wouldRun,    ///< Commands would run; their results decide.
-  notAsked,    ///< Depends on something that was not asked or recorded.
-};
-
-/// «wouldAsk»
-[[nodiscard]] std::string_view name(Answer answer);
-
-/// Whether the answer is a result of the action.
-[[nodiscard]] bool isResult(Answer answer) noexcept;
-
 struct Evaluation {
-  Answer answer = Answer::success;
-  /// For `success`, `applyLater` and `failure` the action's result. Otherwise the result if nobody
+  Prediction prediction = Prediction::success;
+  /// For a result the action's result. Otherwise the result if nobody
   /// answered, commands succeeded and Apple's servers were unreachable.
   vexlo::PatchActionResult result = vexlo::PatchActionResult::success();
-  /// What the checks measured, or what decided without a measurement; empty unless measurements are
-  /// enabled. Valid until the next evaluation.
+  /// What the checks measured, or what decided without a measurement. Valid until the next
+  /// evaluation.
   std::span<const vexlo::Measurement> measurements;
 };
 
@@ -52,16 +35,19 @@ struct Evaluation {
 [[nodiscard]] std::string nextStep(const Evaluation& evaluation, const Intentions& intentions);
 
 /// Evaluates the actions of one patch with the library's processor and `EvaluationDependencies`.
-/// Reusable for any number of machines, since its sources may answer for a different one each time.
-/// Not thread-safe.
+/// Reusable for any number of machines. Not thread-safe.
 class Evaluator {
  public:
-  /// `intentions` must outlive the evaluator; `measures` enables measurements.
   Evaluator(vexlo::PatchIdentifier patch, std::shared_ptr<const vexlo::PatchActionGroup> actionFile,
-            EvaluationSources sources, Intentions& intentions, bool measures = true);
+            CredentialsSource credentials = {});
 
-  /// Evaluates `action`. Its intentions are valid until the next evaluation.
+  /// Evaluates for the machine with these facts, which must stay valid until the next call. Call it
+  /// first.
+  void use(const Facts& facts) { dependencies_->use(facts); }
+
   [[nodiscard]] Evaluation evaluate(const vexlo::ActionID& action);
+  /// Those of the last evaluated action; valid until the next evaluation.
+  [[nodiscard]] const Intentions& intentions() const noexcept { return intentions_; }
 
  private:
   class Processor final : public vexlo::ProcessPatchActions {
@@ -83,7 +69,9 @@ class Evaluator {
     const Intentions& intentions_;
   };
 
-  Intentions& intentions_;
+  Intentions intentions_;
+  std::unique_ptr<EvaluationDependencies> ownedDependencies_;  // until the processor has them
+  EvaluationDependencies* dependencies_;
   Processor processor_;
   std::shared_ptr<Measurements> measurements_;
 };

@@ -13,8 +13,8 @@ void Intentions::clear() {
   doubt_.clear();
 }
 
-void Intentions::prompt(const std::vector<std::string>& applications,
-                        const vexlo::RunningAppPromptEvaluation& evaluation) {
+void Intentions::recordPrompt(const std::vector<std::string>& applications,
+                              const vexlo::RunningAppPromptEvaluation& evaluation) {
   const bool forces = evaluation.decision == vexlo::RunningAppPromptDecision::forceDeployment;
   if (isFirst(forces ? Next::force : Next::ask)) {
     applications_ = applications;
@@ -22,25 +22,25 @@ void Intentions::prompt(const std::vector<std::string>& applications,
   }
 }
 
-void Intentions::kill(const std::vector<std::string>& applications) {
+void Intentions::recordKill(const std::vector<std::string>& applications) {
   if (isFirst(Next::kill)) {
     applications_ = applications;
   }
 }
 
-void Intentions::run(std::string command) {
+void Intentions::recordRun(std::string command) {
   if (isFirst(Next::run) || next_ == Next::run) {
     commands_.push_back(std::move(command));
   }
 }
 
-void Intentions::leaveUnasked(std::string_view question) {
+void Intentions::recordUnasked(std::string_view question) {
   if (isFirst(Next::notAsked)) {
     question_ = question;
   }
 }
 
-void Intentions::doubt(std::string_view question) {
+void Intentions::recordDoubt(std::string_view question) {
   if (doubt_.empty()) {
     doubt_ = question;
   }

@@ -24,14 +24,14 @@ class Intentions {
 
   void clear();
 
-  void prompt(const std::vector<std::string>& applications,
-              const vexlo::RunningAppPromptEvaluation& evaluation);
-  void kill(const std::vector<std::string>& applications);
+  void recordPrompt(const std::vector<std::string>& applications,
+                    const vexlo::RunningAppPromptEvaluation& evaluation);
+  void recordKill(const std::vector<std::string>& applications);
   /// `command` must not contain a password.
-  void run(std::string command);
-  void leaveUnasked(std::string_view question);
+  void recordRun(std::string command);
+  void recordUnasked(std::string_view question);
   /// A success without any intention depends on `question`.
-  void doubt(std::string_view question);
+  void recordDoubt(std::string_view question);
 
   [[nodiscard]] Next next() const noexcept { return next_; }
   /// Display names of the applications that the prompt would show or that would be killed.
@@ -45,8 +45,9 @@ class Intentions {
   /// The command lines that would run in sequence until one fails.
   [[nodiscard]] const std::vector<std::string>& commands() const noexcept { return commands_; }
   /// What was not asked.
-  [[nodiscard]] const std::string& doubt() const noexcept { return doubt_; }
   [[nodiscard]] const std::string& question() const noexcept { return question_; }
+  /// What a success without any intention depends on; empty if nothing.
+  [[nodiscard]] const std::string& doubt() const noexcept { return doubt_; }
 
  private:
   /// Sets `next()` if this is the first intention; returns whether it is.

@@ -1,25 +1,52 @@
-// The facts about this machine that the checks use.
+// The facts about a machine that the checks use.
 #pragma once
+#include <chrono>
 #include <cstdint>
+#include <expected>
 #include <functional>
 #include <map>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
-#include "AgentLibraries/vxutils/GlobalVars.h"
-#include "AgentTool/Facts/PlainFacts.h"
+#include "AgentLibraries/FileCodec/DecodingError.h"
+#include "AgentLibraries/vxutils/MDMEnrollmentUtil.h"
+#include "AgentTool/JSON/JSONFields.h"
 #include "Platform/Calendar.h"
 #include "Platform/PropertyList.h"
+#include "VexloPatchDeployment/Validators/Battery/PowerSourceResolver.h"
 #include "VexloPatchDeployment/Validators/DeferCheck/AvailableOSUpdatesResolver.h"
 
 namespace agent_tool {
 
+/// The agent's directories, and whether its service answers.
+struct AgentState {
+  std::optional<std::string> base;
+  std::optional<std::string> data;
+  std::optional<std::string> logs;
+  bool serviceAnswers = false;
+
+  bool operator==(const AgentState&) const = default;
+};
+
 /// A property-list file of the agent.
 struct SettingsFile {
-  std::string path;  ///< Empty if the agent's data directory is unknown.
+  std::optional<std::string> file;  ///< Its path; absent if the agent's data directory is unknown.
   /// Absent if the file can't be read. For the patch data, only the keys that the library reads.
   std::optional<platform::PropertyList::Dictionary> values;
+
+  bool operator==(const SettingsFile&) const = default;
+};
+
+/// The patch data as the checks interpret it; an unreadable file leaves them all off.
+struct SettingsInForce {
+  bool alwaysKillApps = false;
+  bool prompt = false;
+  bool deferralCheckDisabled = false;
+  bool patchingViaMDM = false;
+
+  bool operator==(const SettingsInForce&) const = default;
 };
 
 /// A running instance of an application.
@@ -27,53 +54,87 @@ struct ApplicationInstance {
   std::optional<std::string> name;
   std::int32_t processIdentifier = 0;
   std::optional<std::string> executable;  ///< The path.
+
+  bool operator==(const ApplicationInstance&) const = default;
 };
 
-/// The settings as the checks interpret them; an unreadable file leaves them all off.
-struct SettingsInForce {
-  bool alwaysKillApps = false;
-  bool prompt = false;
-  bool deferralCheckDisabled = false;
-  bool patchingViaMDM = false;
-};
+/// The facts of one machine at one moment. The table in `FactsTable.cpp` says how each is named and
+/// what it means; unavailable ones are absent.
+struct Facts {
+  FormatVersion<1> version;         ///< Incremented if a member changes its meaning or is removed.
+  std::optional<std::string> name;  ///< Of the machine, if a line has one.
 
-/// The facts at one moment, from the providers that the checks use. Unavailable facts are absent,
-/// and `reasons` says why, under their names in the JSON form.
-struct Facts : PlainFacts {
   platform::Moment time;
-  std::string promptDay;  ///< The day for which prompts are counted: «16-11-2026».
+  std::chrono::seconds offsetFromUTC{0};
+  std::string promptDay;
 
+  bool isAppleSilicon = false;
   std::optional<std::string> macOSVersion;
+  std::int64_t macOSMajorVersion = 0;
   std::vector<std::string> preferredLanguages;
 
-  std::vector<platform::PropertyList> powerSources;  ///< As described by the system.
-  std::string consoleUser;                           ///< "NOUSERNAME" when there is none.
-  std::optional<std::string> loggedOnUsers;          ///< Separated by ",".
+  std::vector<platform::PropertyList> powerSources;
+  std::optional<vexlo::PowerSource> powerSource;
+  std::optional<std::int64_t> freeDiskSpace;
 
-  vxutils::AgentDirectories directories;
+  std::string consoleUser;
+  std::optional<std::uint32_t> consoleUserID;
+  std::optional<std::string> loggedOnUsers;
+  std::optional<vxutils::EnrollmentType> mdmEnrollment;
+
+  AgentState agent;
   SettingsFile patchData;
   SettingsFile customization;
   SettingsFile promptCounts;
   SettingsInForce inForce;
 
-  std::map<std::string, std::vector<ApplicationInstance>> applications;  ///< By bundle identifier.
-  bool allApplications = false;  ///< Those not listed aren't running.
+  /// By bundle identifier.
+  std::map<std::string, std::vector<ApplicationInstance>, std::less<>> applications;
+  bool allApplications = false;
 
-  /// Absent if Apple's servers were not asked or can't be reached, or the MDM client failed.
+  std::optional<bool> softwareUpdateReachable;
+  std::optional<std::int32_t> softwareUpdateStatus;
   std::optional<std::vector<vexlo::AvailableOSUpdate>> availableOSUpdates;
+
+  /// Why facts are absent, under their names in JSON.
   std::map<std::string, std::string, std::less<>> reasons;
+
+  bool operator==(const Facts&) const = default;
 };
 
-/// What to read in addition.
+/// What to read, besides what is available at once.
 struct FactsExtent {
-  bool allApplications = false;  ///< All running ones, not only those named.
+  /// The running instances of these bundle identifiers.
+  std::vector<std::string> applications;
+  bool allApplications = false;  ///< All running ones.
+  bool agentService = false;     ///< Whether the agent's service answers.
   bool appleServers = false;     ///< The updates that Apple's servers offer.
+  /// For `profiles`, which says how the machine is enrolled.
+  std::chrono::milliseconds profilesTimeout{600};
 };
 
-/// Reads the facts of this machine, with the running instances of these bundle identifiers. Takes
-/// at most a second, even if a tool or the agent's service doesn't answer, plus the time for asking
-/// Apple's servers.
-[[nodiscard]] Facts readFacts(const std::vector<std::string>& bundleIdentifiers,
-                              const FactsExtent& extent);
+/// Reads the facts of this machine with the providers that the checks use. Takes at most a second,
+/// even if a tool or the agent's service doesn't answer, plus the time for asking Apple's servers.
+[[nodiscard]] Facts readFacts(const FactsExtent& extent);
+
+/// A longer line of facts is an error where lines are read.
+constexpr std::size_t kLongestFactsLine = std::size_t{1} << 20;
+
+/// Parses lines one at a time into the same facts, reusing memory. Not thread-safe.
+class FactsReader {
+ public:
+  FactsReader() = default;
+  FactsReader(const FactsReader&) = delete;
+  FactsReader& operator=(const FactsReader&) = delete;
+
+  /// The facts of a line, with or without its line feed; valid until the next call. Informative
+  /// and unknown members are ignored, and the last of duplicate members counts. Errors name no
+  /// file; their place is a column («column 7») or a member («powerSource › percentage»).
+  [[nodiscard]] std::expected<const Facts*, FileCodec::DecodingError> read(std::string_view line);
+
+ private:
+  JSONDocument document_;
+  Facts facts_;
+};
 
 }  // namespace agent_tool

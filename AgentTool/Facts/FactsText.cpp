@@ -6,14 +6,18 @@
 #include <utility>
 #include <vector>
 
-#include "AgentLibraries/FileCodec/JSONObject.h"
 #include "AgentTool/Console/Columns.h"
 #include "AgentTool/Console/PrintableText.h"
-#include "AgentTool/Facts/FactsMembers.h"
-#include "AgentTool/Facts/FactsValues.h"
+#include "AgentTool/Facts/FactsTable.h"
 
 namespace agent_tool {
 namespace {
+
+std::string describe(const ApplicationInstance& instance) {
+  return LogCore::text("pid ", instance.processIdentifier, ", ",
+                       printable(instance.name.value_or("no name")), ", ",
+                       printable(instance.executable.value_or("executable not known")));
+}
 
 class Table {
  public:
@@ -36,7 +40,8 @@ class Table {
   }
 
   void add(const char* name, const SettingsFile& file, std::string_view reason) {
-    add(name, file.values.transform([&](const auto&) { return printable(file.path); }), reason);
+    add(name, file.values.transform([&](const auto&) { return printable(file.file.value_or("")); }),
+        reason);
     if (file.values) {
       for (const auto& [key, value] : *file.values) {
         add("  " + printable(key), printable(platform::describe(value)));
@@ -63,9 +68,9 @@ class Table {
 
 void addApplications(const Facts& facts, Table& table) {
   for (const auto& [identifier, instances] : facts.applications) {
-    table.add(printable(identifier), instances.empty() ? "not running" : forPeople(instances[0]));
+    table.add(printable(identifier), instances.empty() ? "not running" : describe(instances[0]));
     for (const ApplicationInstance& instance : instances | std::views::drop(1)) {
-      table.add("", forPeople(instance));
+      table.add("", describe(instance));
     }
   }
 }
@@ -74,11 +79,11 @@ void addSettings(const Facts& facts, Table& table) {
   const auto directory = [&](const char* name, const std::optional<std::string>& path) {
     table.add(name, path ? printable(*path) : "not given", path ? Style::plain : Style::faint);
   };
-  directory("base directory", facts.directories.base);
-  directory("data directory", facts.directories.data);
-  directory("log directory", facts.directories.logs);
+  directory("base directory", facts.agent.base);
+  directory("data directory", facts.agent.data);
+  directory("log directory", facts.agent.logs);
   table.add("agent service",
-            facts.agentServiceAnswers ? std::optional<std::string>("answers") : std::nullopt,
+            facts.agent.serviceAnswers ? std::optional<std::string>("answers") : std::nullopt,
             "agentService");
   table.add("patch data", facts.patchData, "patchData");
   const auto inForce = [&](const char* name, bool on) { table.add(name, on ? "yes" : "no"); };
@@ -92,19 +97,9 @@ void addSettings(const Facts& facts, Table& table) {
 
 }  // namespace
 
-std::string factsAsJSON(const Facts& facts) {
-  FileCodec::JSONObject object;
-  for (const FactsMember& member : factsMembers()) {
-    if (member.write != nullptr) {
-      object.addJSON(member.name, member.write(facts));
-    }
-  }
-  return object.done() + '\n';
-}
-
 std::string factsAsTable(const Facts& facts, const Console& console) {
   Table table(facts);
-  for (const FactsMember& member : factsMembers()) {
+  for (const FactsMember& member : JSONFields<Facts>::list) {
     if (member.show != nullptr) {
       table.add(std::string(member.heading), member.show(facts), member.name);
     }
@@ -120,7 +115,7 @@ std::string factsAsTable(const Facts& facts, const Console& console) {
             "softwareUpdateReachable");
   for (const auto& update :
        facts.availableOSUpdates.value_or(std::vector<vexlo::AvailableOSUpdate>())) {
-    table.add("  update", printable(describe(update)));
+    table.add("  update", printable(vexlo::describe(update)));
   }
   addSettings(facts, table);
   addApplications(facts, table);

@@ -1,4 +1,4 @@
-// Formats facts.
+// Shows facts to people.
 #pragma once
 #include <string>
 
@@ -6,9 +6,6 @@
 #include "AgentTool/Facts/Facts.h"
 
 namespace agent_tool {
-
-/// One JSON object on one line, as described in docs/FACTS.md.
-[[nodiscard]] std::string factsAsJSON(const Facts& facts);
 
 /// A readable, aligned table.
 [[nodiscard]] std::string factsAsTable(const Facts& facts, const Console& console);

@@ -35,7 +35,7 @@ struct FleetQuestion {
 /// A machine's answer, reduced to what is counted.
 template <typename Text>
 struct BasicFleetAnswer {
-  Text outcome;  ///< The name of an `Answer`: "success", "applyLater", "wouldAsk".
+  Text outcome;  ///< The name of a `Prediction`: "success", "applyLater", "wouldAsk".
   Text action;   ///< The code of the deciding action; empty if all succeed.
   Text reason;   ///< The name of its description; empty if there is none.
   friend auto operator<=>(const BasicFleetAnswer&, const BasicFleetAnswer&) = default;

@@ -12,6 +12,7 @@
 #include "AgentLibraries/LogCore/Text.h"
 #include "AgentTool/Console/Columns.h"
 #include "AgentTool/Console/PrintableText.h"
+#include "AgentTool/Evaluation/Prediction.h"
 #include "Platform/RealNumbers.h"
 #include "VexloPatchDeployment/Common/ActionID.h"
 
@@ -43,30 +44,6 @@ std::string percent(double share) { return platform::decimalText(share * 100, 1)
 std::string rightAligned(std::string text, std::size_t width) {
   text.insert(0, width - std::min(width, text.size()), ' ');
   return text;
-}
-
-/// The outcomes by what they mean for the patch, the good ones first.
-enum class Verdict : std::uint8_t { ready, waits, fails };
-
-Verdict verdictOn(std::string_view outcome) {
-  constexpr std::array<std::string_view, 4> kReady{"success", "wouldForce", "wouldKill",
-                                                   "wouldRun"};
-  if (std::ranges::find(kReady, outcome) != kReady.end()) {
-    return Verdict::ready;
-  }
-  return outcome == "failure" ? Verdict::fails : Verdict::waits;
-}
-
-Style styleOf(std::string_view outcome) {
-  switch (verdictOn(outcome)) {
-    case Verdict::ready:
-      return Style::good;
-    case Verdict::waits:
-      return Style::waiting;
-    case Verdict::fails:
-      return Style::bad;
-  }
-  std::unreachable();
 }
 
 /// Rows of labels with a count, its share and a bar.
@@ -147,12 +124,12 @@ std::string outcomes(const FleetSummary& summary, const Console& console) {
     byOutcome[answer.outcome] += sum(counts);
   }
   std::vector<std::pair<std::string, std::uint64_t>> rows(byOutcome.begin(), byOutcome.end());
-  std::ranges::sort(rows, {},
-                    [](const auto& row) { return std::pair(verdictOn(row.first), row.first); });
+  std::ranges::sort(
+      rows, {}, [](const auto& row) { return std::pair(verdictOn(row.first).verdict, row.first); });
   CountTable table({"OUTCOME"});
   for (const auto& [outcome, machines] : rows) {
-    table.add({{printable(outcome), styleOf(outcome)}}, machines,
-              shareOf(machines, summary.machines()), styleOf(outcome));
+    table.add({{printable(outcome), verdictOn(outcome).style}}, machines,
+              shareOf(machines, summary.machines()), verdictOn(outcome).style);
   }
   return table.text(console);
 }
@@ -170,15 +147,15 @@ std::string reasons(const FleetSummary& summary, const Console& console) {
     table.add({{printable(answer->action)},
                {printable(nameOf(*answer))},
                {printable(answer->reason.empty() ? answer->outcome : answer->reason)}},
-              machines, shareOf(machines, summary.machines()), styleOf(answer->outcome));
+              machines, shareOf(machines, summary.machines()), verdictOn(answer->outcome).style);
   }
   return table.text(console);
 }
 
 /// The number of machines of each type and the share that is ready.
-template <typename Sort>
-std::string bySort(const FleetSummary& summary, const char* heading, const Console& console,
-                   const Sort& sortOf) {
+template <typename Label>
+std::string byKind(const FleetSummary& summary, const char* heading, const Console& console,
+                   const Label& labelOf) {
   struct Tally {
     std::uint64_t machines = 0;
     std::uint64_t ready = 0;
@@ -186,19 +163,19 @@ std::string bySort(const FleetSummary& summary, const char* heading, const Conso
   std::map<std::pair<std::int64_t, std::string>, Tally> tallies;
   for (const auto& [answer, counts] : summary.answers()) {
     for (const auto& [kind, machines] : counts) {
-      Tally& tally = tallies[sortOf(kind)];
+      Tally& tally = tallies[labelOf(kind)];
       tally.machines += machines;
-      tally.ready += verdictOn(answer.outcome) == Verdict::ready ? machines : 0;
+      tally.ready += verdictOn(answer.outcome).verdict == Verdict::ready ? machines : 0;
     }
   }
   CountTable table({heading}, "READY");
-  for (const auto& [sort, tally] : tallies) {
-    table.add({{sort.second}}, tally.machines, shareOf(tally.ready, tally.machines), Style::good);
+  for (const auto& [label, tally] : tallies) {
+    table.add({{label.second}}, tally.machines, shareOf(tally.ready, tally.machines), Style::good);
   }
   return table.text(console);
 }
 
-std::string forPeople(const FleetAnswer& answer) {
+std::string shown(const FleetAnswer& answer) {
   std::string out = printable(answer.reason.empty() ? answer.outcome : answer.reason);
   return answer.action.empty() ? out : text(printable(answer.action), ' ', out);
 }
@@ -218,9 +195,10 @@ std::string moves(const FleetSummary& summary, const Console& console) {
   }
   std::ranges::sort(rows, mostFirst);
   for (const auto& [move, machines] : rows) {
-    table.add({{forPeople(move->first), styleOf(move->first.outcome)},
-               {forPeople(move->second), styleOf(move->second.outcome)}},
-              machines, shareOf(machines, summary.machines()), styleOf(move->second.outcome));
+    table.add({{shown(move->first), verdictOn(move->first.outcome).style},
+               {shown(move->second), verdictOn(move->second.outcome).style}},
+              machines, shareOf(machines, summary.machines()),
+              verdictOn(move->second.outcome).style);
   }
   return table.text(console);
 }
@@ -256,12 +234,12 @@ std::string asTable(const FleetSummary& summary, const Console& console) {
     return out;
   }
   return out + outcomes(summary, console) + reasons(summary, console) +
-         bySort(summary, "MACOS", console,
+         byKind(summary, "MACOS", console,
                 [](const MachineKind& kind) {
                   return std::pair(-kind.macOS, kind.macOS == 0 ? std::string("unknown")
                                                                 : text("macOS ", kind.macOS));
                 }) +
-         bySort(summary, "PROCESSOR", console,
+         byKind(summary, "PROCESSOR", console,
                 [](const MachineKind& kind) {
                   return std::pair(std::int64_t{kind.isAppleSilicon ? 0 : 1},
                                    std::string(kind.isAppleSilicon ? "Apple silicon" : "Intel"));

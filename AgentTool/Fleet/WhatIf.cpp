@@ -1,34 +1,12 @@
 #include "AgentTool/Fleet/WhatIf.h"
 
-#include <utility>
-
 #include "VexloPatchDeployment/Common/Measurement.h"
 #include "VexloPatchDeployment/PatchActions/Helpers/PatchActionProvider.h"
 
 namespace agent_tool {
-namespace {
-
-bool stopsPatch(Answer answer) {
-  switch (answer) {
-    case Answer::success:
-    case Answer::wouldForce:
-    case Answer::wouldKill:
-    case Answer::wouldRun:
-      return false;
-    case Answer::applyLater:
-    case Answer::failure:
-    case Answer::wouldAsk:
-    case Answer::notAsked:
-      return true;
-  }
-  std::unreachable();
-}
-
-}  // namespace
-
 WhatIf::WhatIf(const vexlo::PatchIdentifier& patch,
                const std::shared_ptr<const vexlo::PatchActionGroup>& actionFile)
-    : evaluator_(patch, actionFile, recorded_.sources(), intentions_) {
+    : evaluator_(patch, actionFile) {
   for (const auto& [actionID, arguments, origin] :
        vexlo::PatchActionProvider(patch, actionFile).actionDetails()) {
     actions_.push_back({.actionID = actionID,
@@ -38,9 +16,9 @@ WhatIf::WhatIf(const vexlo::PatchIdentifier& patch,
   }
 }
 
-const MachineAnswer& WhatIf::answer(const FactsRecord& record) {
-  recorded_.use(record);
-  answer_.answer = Answer::success;
+const MachineAnswer& WhatIf::answer(const Facts& facts) {
+  evaluator_.use(facts);
+  answer_.prediction = Prediction::success;
   answer_.code = {};
   answer_.action = {};
   answer_.reason.clear();
@@ -48,11 +26,11 @@ const MachineAnswer& WhatIf::answer(const FactsRecord& record) {
   answer_.measured = "[]";
   for (const Action& action : actions_) {
     const Evaluation evaluation = evaluator_.evaluate(action.actionID);
-    if (stopsPatch(evaluation.answer)) {
+    if (verdictOn(evaluation.prediction).stopsPatch) {
       keep(action, evaluation);
       break;
     }
-    if (evaluation.answer != Answer::success && answer_.answer == Answer::success) {
+    if (evaluation.prediction != Prediction::success && answer_.prediction == Prediction::success) {
       keep(action, evaluation);
     }
   }
@@ -60,14 +38,14 @@ const MachineAnswer& WhatIf::answer(const FactsRecord& record) {
 }
 
 void WhatIf::keep(const Action& action, const Evaluation& evaluation) {
-  answer_.answer = evaluation.answer;
+  answer_.prediction = evaluation.prediction;
   answer_.code = action.code;
   answer_.action = action.name;
   answer_.reason.clear();
-  if (isResult(evaluation.answer) && evaluation.result.description) {
+  if (isResult(evaluation.prediction) && evaluation.result.description) {
     answer_.reason = name(*evaluation.result.description);
   }
-  answer_.next = nextStep(evaluation, intentions_);
+  answer_.next = nextStep(evaluation, evaluator_.intentions());
   answer_.measured = vexlo::measurementsAsJSON(evaluation.measurements);
 }
 

@@ -8,30 +8,28 @@
 #include <vector>
 
 #include "AgentTool/Evaluation/Evaluator.h"
-#include "AgentTool/Evaluation/Intentions.h"
-#include "AgentTool/Evaluation/RecordedSources.h"
-#include "AgentTool/Facts/FactsRecord.h"
+#include "AgentTool/Facts/Facts.h"
 #include "AgentTool/Fleet/FleetSummary.h"
 #include "VexloPatchDeployment/Common/PatchIdentifier.h"
 #include "VexloPatchDeployment/PatchActions/Helpers/PatchActionGroup.h"
 
 namespace agent_tool {
 
-/// A patch's predicted result on one machine: the answer of the deciding action.
+/// A patch's predicted result on one machine: the prediction for the deciding action.
 struct MachineAnswer {
-  Answer answer = Answer::success;
+  Prediction prediction = Prediction::success;
   std::string_view code;    ///< The action's code; empty if all actions succeed.
   std::string_view action;  ///< Its name.
   std::string reason;       ///< The description's name; empty if there is none.
   std::string next;         ///< What would happen next; empty if the answer is a result.
   std::string measured;     ///< The measurements as a JSON array.
 
-  [[nodiscard]] FleetAnswerView counted() const { return {name(answer), code, reason}; }
+  [[nodiscard]] FleetAnswerView counted() const { return {name(prediction), code, reason}; }
 };
 
-/// Evaluates a patch for one record at a time. The deciding action is the first that would stop the
-/// patch: it can't pass now, fails, or depends on the user or on a fact that is not in the record.
-/// If there is none, it is the first action that would do something. Not thread-safe.
+/// Evaluates a patch for one machine at a time. The deciding action is the first that would stop
+/// the patch: it can't pass now, fails, or depends on the user or on a fact that is not known. If
+/// there is none, it is the first action that would do something. Not thread-safe.
 class WhatIf {
  public:
   WhatIf(const vexlo::PatchIdentifier& patch,
@@ -39,8 +37,8 @@ class WhatIf {
   WhatIf(const WhatIf&) = delete;
   WhatIf& operator=(const WhatIf&) = delete;
 
-  /// The answer for a record; valid until the next call.
-  [[nodiscard]] const MachineAnswer& answer(const FactsRecord& record);
+  /// The answer for a machine; valid until the next call.
+  [[nodiscard]] const MachineAnswer& answer(const Facts& facts);
 
   /// The actions, in order.
   [[nodiscard]] std::vector<FleetAction> actions() const;
@@ -56,8 +54,6 @@ class WhatIf {
   void keep(const Action& action, const Evaluation& evaluation);
 
   std::vector<Action> actions_;
-  Intentions intentions_;
-  RecordedSources recorded_{intentions_};
   Evaluator evaluator_;
   MachineAnswer answer_;
 };

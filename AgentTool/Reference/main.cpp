@@ -1,4 +1,5 @@
-// command-line-reference FOLDER: writes the manual page and the completions of vexlo-patch there.
+// command-line-reference FOLDER [DOCUMENTS]: writes the manual page and the completions of
+// vexlo-patch to FOLDER, and what documents a line of facts to DOCUMENTS.
 #include <exception>
 #include <filesystem>
 #include <fstream>
@@ -6,6 +7,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "AgentTool/Facts/FactsTable.h"
 #include "AgentTool/Reference/CommandLineText.h"
 
 namespace {
@@ -22,8 +24,8 @@ void write(const std::filesystem::path& file, const std::string& text) {
 
 int main(int count, char** arguments) try {
   using namespace agent_tool::reference;  // NOLINT(google-build-using-namespace)
-  if (count != 2) {
-    std::cerr << "usage: command-line-reference FOLDER\n";
+  if (count != 2 && count != 3) {
+    std::cerr << "usage: command-line-reference FOLDER [DOCUMENTS]\n";
     return 64;
   }
   const std::filesystem::path folder = arguments[1];
@@ -32,6 +34,11 @@ int main(int count, char** arguments) try {
   write(folder / "completions" / (program.name + ".bash"), bashCompletion(program));
   write(folder / "completions" / ("_" + program.name), zshCompletion(program));
   write(folder / "completions" / (program.name + ".fish"), fishCompletion(program));
+  if (count == 3) {
+    const std::filesystem::path documents = arguments[2];
+    write(documents / "facts.schema.json", agent_tool::factsSchema());
+    write(documents / "FACTS.md", agent_tool::factsAsMarkdown());
+  }
 } catch (const std::exception& error) {
   std::cerr << "command-line-reference: " << error.what() << '\n';
   return 1;

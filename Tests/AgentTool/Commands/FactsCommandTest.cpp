@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "AgentTool/Facts/FactsText.h"
+#include "AgentTool/Facts/FactsTable.h"
 #include "Tests/AgentTool/AgentToolFixture.h"
 
 using testing::AllOf;

@@ -11,8 +11,7 @@
 #include <vector>
 
 #include "AgentLibraries/LogCore/Logger.h"
-#include "AgentTool/Evaluation/RecordedSources.h"
-#include "AgentTool/Facts/FactsText.h"
+#include "AgentTool/Facts/FactsTable.h"
 #include "VexloPatchDeployment/Installers/InstallerMeasurements.h"
 #include "VexloPatchDeployment/PatchActions/Main/KnownActions.h"
 
@@ -77,19 +76,16 @@ std::string answerTo(const std::string& action, const Facts& facts) {
   const std::string file = R"({"PatchActions":{"1":{)" + action + "}}}";
   const auto group = std::make_shared<const vexlo::PatchActionGroup>(
       vexlo::PatchActionGroup::decode(file, "actions"));
-  Intentions intentions;
-  RecordedSources sources(intentions);
-  Evaluator evaluator({"1", "2", "3"}, group, sources.sources(), intentions);
-  const std::string line = factsAsJSON(facts);
+  Evaluator evaluator({"1", "2", "3"}, group);
   FactsReader reader;
-  const auto record = reader.read(line);
-  if (!record) {
-    return record.error().what();
+  const auto read = reader.read(factsAsJSON(facts));
+  if (!read) {
+    return read.error().what();
   }
-  sources.use(**record);
+  evaluator.use(**read);
   const Evaluation evaluation = evaluator.evaluate(vexlo::ActionID(action.substr(1, 4)));
   std::ranges::for_each(evaluation.measurements, expectDocumented);
-  const std::string next = nextStep(evaluation, intentions);
+  const std::string next = nextStep(evaluation, evaluator.intentions());
   return next.empty() ? describe(evaluation.result) : next;
 }
 
@@ -222,21 +218,18 @@ TEST(EvaluatorCasesTest, CoverEveryAction) {
   }
 }
 
-TEST(RecordedSourcesTest, AnswersFromTheCurrentRecord) {
+TEST(EvaluatorMachinesTest, AnswersForTheCurrentMachine) {
   const auto group =
       std::make_shared<const vexlo::PatchActionGroup>(vexlo::PatchActionGroup::decode(
           R"({"PatchActions":{"1":{"2008":["com.example.editor"]}}})", "actions"));
-  Intentions intentions;
-  RecordedSources sources(intentions);
-  Evaluator evaluator({"1", "2", "3"}, group, sources.sources(), intentions);
+  Evaluator evaluator({"1", "2", "3"}, group);
   FactsReader reader;
   const auto left = [&](std::int64_t skipAttempts) {
     Facts facts = healthyMachine();
     facts.customization.values = PropertyList::Dictionary{{"numberOfSkipAttempts", skipAttempts}};
-    const std::string line = factsAsJSON(facts);
-    sources.use(*reader.read(line).value());
+    evaluator.use(*reader.read(factsAsJSON(facts)).value());
     (void)evaluator.evaluate(vexlo::KnownAction::applicationRunningCheck);
-    return intentions.evaluation().remainingSkipAttempts;
+    return evaluator.intentions().evaluation().remainingSkipAttempts;
   };
   EXPECT_EQ(left(3), 3);
   EXPECT_EQ(left(5), 5);

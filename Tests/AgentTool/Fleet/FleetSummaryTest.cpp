@@ -84,7 +84,7 @@ TEST(FleetSummaryTest, InvalidVersionsAreCountedAsUnknown) {
 TEST(FleetSummaryTest, InvalidJSONIsRejectedWithItsPlace) {
   for (const auto& [text, error] : std::vector<std::pair<std::string, std::string>>{
            {"[", R"(column 2: expected a value or "]", found the end of the text)"},
-           {"{}", R"(expected an object with the member "fleetSummary", found an object)"},
+           {"{}", R"(expected the member "fleetSummary", found none)"},
            {R"({"fleetSummary":2})", "fleetSummary: expected the version 1, found the integer 2"},
            {R"({"fleetSummary":1,"patch":null,"badLines":-1})",
             "badLines: expected a count, found the integer -1"},

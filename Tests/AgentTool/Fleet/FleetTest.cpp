@@ -5,7 +5,7 @@
 #include <set>
 #include <string>
 
-#include "AgentTool/Facts/FactsRecord.h"
+#include "AgentTool/Facts/Facts.h"
 
 namespace {
 

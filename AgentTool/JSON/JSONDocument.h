@@ -1,15 +1,15 @@
-// A JSON document in one array of values, whose memory is reused for the next document.
+// A JSON document as a tree in one array, whose memory is reused for the next document.
 #pragma once
 #include <cstddef>
 #include <cstdint>
+#include <expected>
 #include <memory>
 #include <optional>
-#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "Platform/PropertyList.h"
+#include "AgentLibraries/FileCodec/JSONReader.h"
 
 namespace agent_tool {
 
@@ -27,11 +27,15 @@ class JSONValue {
     object,
   };
 
+  JSONValue() = default;  ///< A null.
+
   [[nodiscard]] Type type() const noexcept { return type_; }
   [[nodiscard]] bool isNull() const noexcept { return type_ == Type::null; }
   // Absent if the value has another type.
   [[nodiscard]] std::optional<bool> boolean() const noexcept;
   [[nodiscard]] std::optional<std::int64_t> integer() const noexcept;
+  [[nodiscard]] std::optional<std::uint64_t> unsignedInteger() const noexcept;
+  [[nodiscard]] std::optional<double> real() const noexcept;
   [[nodiscard]] std::optional<std::string_view> string() const noexcept;
 
   /// Calls `visit(name, value)` for each member in order, if this is an object.
@@ -55,12 +59,8 @@ class JSONValue {
   /// The last member of that name; null if there is none.
   [[nodiscard]] const JSONValue* find(std::string_view name) const noexcept;
 
-  /// Decodes a property-list value as written by `facts --json`. A JSON null becomes an empty
-  /// string.
-  [[nodiscard]] platform::PropertyList propertyList() const;
-
  private:
-  friend class CompactJSON;
+  friend class JSONDocument;
 
   [[nodiscard]] std::string_view text() const noexcept { return {payload_.text, length_}; }
 
@@ -79,21 +79,39 @@ class JSONValue {
 
 /// Parses texts one at a time, reusing memory, so that it stops allocating after the largest text.
 /// Not thread-safe.
-class CompactJSON {
+class JSONDocument {
  public:
-  CompactJSON();
-  ~CompactJSON();
-  CompactJSON(const CompactJSON&) = delete;
-  CompactJSON& operator=(const CompactJSON&) = delete;
+  JSONDocument();
+  ~JSONDocument();
+  JSONDocument(const JSONDocument&) = delete;
+  JSONDocument& operator=(const JSONDocument&) = delete;
 
-  /// The root value, valid until the next call and as long as `text`. Null if the text isn't JSON
-  /// or has an oversized number; see `whyNoJSON`.
-  [[nodiscard]] const JSONValue* read(std::string_view text);
+  /// The root of a text of at most 4 GiB without a byte order mark; valid until the next call and
+  /// as long as `text`. The error says why the text can't be used: it isn't JSON, or has a number
+  /// whose exponent is huge (`JSONOutcome::hugeExponent`).
+  [[nodiscard]] std::expected<const JSONValue*, FileCodec::JSONReading> read(std::string_view text);
+  /// The same for a text from `FileCodec::withShortExponents`; errors quote `original`.
+  [[nodiscard]] std::expected<const JSONValue*, FileCodec::JSONReading> read(
+      std::string_view text, std::string_view original);
+
+  /// The offset in `text`, which was read last, of each value, in the order of the values: a value
+  /// is followed by its elements, a member's name precedes the member's value. None counts a byte
+  /// order mark.
+  [[nodiscard]] std::vector<std::uint32_t> offsets(std::string_view text) const;
 
  private:
   class Handler;
   struct Parser;
   std::unique_ptr<Parser> parser_;
 };
+
+/// The text without its byte order mark, if it has one.
+[[nodiscard]] std::string_view withoutByteOrderMark(std::string_view text);
+
+/// The length of the token at `offset` of a JSON text: a string, a word, or one other character.
+[[nodiscard]] std::size_t tokenLength(std::string_view text, std::size_t offset);
+
+/// Indents a compact JSON text. Containers without nested ones stay on one line.
+[[nodiscard]] std::string indented(std::string_view json);
 
 }  // namespace agent_tool

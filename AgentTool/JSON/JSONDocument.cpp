@@ -1,5 +1,6 @@
-#include "AgentTool/Facts/CompactJSON.h"
+#include "AgentTool/JSON/JSONDocument.h"
 
+#include <algorithm>
 #include <boost/json/basic_parser_impl.hpp>
 #include <limits>
 #include <utility>
@@ -10,52 +11,11 @@ namespace agent_tool {
 namespace {
 
 namespace json = boost::json;
-using platform::PropertyList;
 
-constexpr std::size_t kMaximumDepth = 64;
+constexpr std::size_t kMaximumDepth = 512;
 
-int digitOf(char c) {
-  if (c >= '0' && c <= '9') {
-    return c - '0';
-  }
-  return c >= 'a' && c <= 'f' ? c - 'a' + 10 : -1;
-}
-
-std::optional<PropertyList::Data> dataOf(std::string_view hexadecimal) {
-  if (hexadecimal.size() % 2 != 0) {
-    return std::nullopt;
-  }
-  PropertyList::Data data;
-  data.reserve(hexadecimal.size() / 2);
-  for (std::size_t at = 0; at < hexadecimal.size(); at += 2) {
-    const int high = digitOf(hexadecimal[at]);
-    const int low = digitOf(hexadecimal[at + 1]);
-    if (high < 0 || low < 0) {
-      return std::nullopt;
-    }
-    data.push_back(static_cast<std::byte>(high * 16 + low));
-  }
-  return data;
-}
-
-/// The value that an object with one member encodes, for types that JSON lacks.
-std::optional<PropertyList> specialValue(std::string_view name, const JSONValue& value) {
-  if (name == "$date") {
-    const PropertyList seconds = value.propertyList();
-    if (const auto* real = seconds.as<double>()) {
-      return PropertyList(PropertyList::Value(platform::PropertyListDate{*real}));
-    }
-  } else if (const auto string = value.string(); name == "$data" && string) {
-    if (auto data = dataOf(*string)) {
-      return PropertyList(PropertyList::Value(*std::move(data)));
-    }
-  } else if (name == "$real" && string) {
-    if (const auto real = platform::parseReal(string->substr(string->starts_with('+') ? 1 : 0))) {
-      return PropertyList(PropertyList::Value(*real));
-    }
-  }
-  return std::nullopt;
-}
+constexpr std::string_view kBetweenTokens = " \t\r\n,:";
+constexpr std::string_view kEndsOfWords = " \t\r\n,:]}";
 
 }  // namespace
 
@@ -65,6 +25,14 @@ std::optional<bool> JSONValue::boolean() const noexcept {
 
 std::optional<std::int64_t> JSONValue::integer() const noexcept {
   return type_ == Type::integer ? std::optional(payload_.integer) : std::nullopt;
+}
+
+std::optional<std::uint64_t> JSONValue::unsignedInteger() const noexcept {
+  return type_ == Type::unsignedInteger ? std::optional(payload_.unsignedInteger) : std::nullopt;
+}
+
+std::optional<double> JSONValue::real() const noexcept {
+  return type_ == Type::real ? std::optional(payload_.real) : std::nullopt;
 }
 
 std::optional<std::string_view> JSONValue::string() const noexcept {
@@ -81,43 +49,8 @@ const JSONValue* JSONValue::find(std::string_view wanted) const noexcept {
   return found;
 }
 
-PropertyList JSONValue::propertyList() const {
-  switch (type_) {
-    case Type::null:
-      return {};
-    case Type::boolean:
-      return payload_.flag;
-    case Type::integer:
-      return payload_.integer;
-    case Type::unsignedInteger:
-      return PropertyList::Value(payload_.unsignedInteger);
-    case Type::real:
-      return PropertyList::Value(payload_.real);
-    case Type::string:
-      return std::string(text());
-    case Type::array: {
-      PropertyList::Array array;
-      forEachElement([&](const JSONValue& value) { array.push_back(value.propertyList()); });
-      return array;
-    }
-    case Type::object: {
-      if (extent_ > 2 && extent_ == 2 + this[2].extent_) {
-        if (auto special = specialValue(this[1].text(), this[2])) {
-          return *std::move(special);
-        }
-      }
-      PropertyList::Dictionary dictionary;
-      forEachMember([&](std::string_view name, const JSONValue& value) {
-        dictionary.insert_or_assign(std::string(name), value.propertyList());
-      });
-      return dictionary;
-    }
-  }
-  std::unreachable();
-}
-
 /// Stores the parser's events.
-class CompactJSON::Handler {
+class JSONDocument::Handler {
  public:
   static constexpr std::size_t max_array_size = -1;   // NOLINT: names that the parser asks for
   static constexpr std::size_t max_object_size = -1;  // NOLINT
@@ -132,7 +65,7 @@ class CompactJSON::Handler {
     unescaped_.reserve(textSize);
     partBegin_ = kNoPart;
   }
-  [[nodiscard]] const JSONValue& root() const { return values_.front(); }
+  [[nodiscard]] const std::vector<JSONValue>& values() const { return values_; }
 
   bool on_document_begin(json::error_code&) { return true; }
   bool on_document_end(json::error_code&) { return true; }
@@ -215,7 +148,7 @@ class CompactJSON::Handler {
   std::size_t partBegin_ = kNoPart;  // the start of the current string in unescaped_
 };
 
-struct CompactJSON::Parser {
+struct JSONDocument::Parser {
   json::basic_parser<Handler> parser{[] {
     json::parse_options options;
     options.max_depth = kMaximumDepth;
@@ -223,19 +156,102 @@ struct CompactJSON::Parser {
   }()};
 };
 
-CompactJSON::CompactJSON() : parser_(std::make_unique<Parser>()) {}
-CompactJSON::~CompactJSON() = default;
+JSONDocument::JSONDocument() : parser_(std::make_unique<Parser>()) {}
+JSONDocument::~JSONDocument() = default;
 
-const JSONValue* CompactJSON::read(std::string_view text) {
-  if (text.size() > std::numeric_limits<std::uint32_t>::max()) {
-    return nullptr;
-  }
+std::expected<const JSONValue*, FileCodec::JSONReading> JSONDocument::read(std::string_view text) {
+  return read(text, text);
+}
+
+std::expected<const JSONValue*, FileCodec::JSONReading> JSONDocument::read(
+    std::string_view text, std::string_view original) {
+  const std::string_view json = withoutByteOrderMark(text);
   auto& parser = parser_->parser;
   parser.reset();
-  parser.handler().begin(text.size());
-  json::error_code error;
-  const std::size_t consumed = parser.write_some(false, text.data(), text.size(), error);
-  return !error && consumed == text.size() ? &parser.handler().root() : nullptr;
+  parser.handler().begin(json.size());
+  boost::json::error_code error;
+  const std::size_t consumed = parser.write_some(false, json.data(), json.size(), error);
+  if (!error && consumed == json.size()) {
+    return parser.handler().values().data();
+  }
+  FileCodec::IgnoredJSONEvents events;
+  FileCodec::JSONReading reading = FileCodec::readJSON(text, events, original);
+  if (reading.outcome == FileCodec::JSONOutcome::hugeExponent) {
+    reading.expected = "a number that fits a double";
+    reading.found = "one with a huge exponent";
+  }
+  return std::unexpected(std::move(reading));
+}
+
+std::vector<std::uint32_t> JSONDocument::offsets(std::string_view text) const {
+  text = withoutByteOrderMark(text);
+  const std::size_t count = parser_->parser.handler().values().size();
+  std::vector<std::uint32_t> offsets;
+  offsets.reserve(count);
+  for (std::size_t at = 0; offsets.size() < count; at += tokenLength(text, at)) {
+    at = text.find_first_not_of(kBetweenTokens, at);
+    if (text[at] != '}' && text[at] != ']') {
+      offsets.push_back(static_cast<std::uint32_t>(at));
+    }
+  }
+  return offsets;
+}
+
+std::string_view withoutByteOrderMark(std::string_view text) {
+  return text.substr(text.starts_with(FileCodec::kByteOrderMark) ? FileCodec::kByteOrderMark.size()
+                                                                 : 0);
+}
+
+std::size_t tokenLength(std::string_view text, std::size_t offset) {
+  if (offset >= text.size()) {
+    return 0;
+  }
+  if (text[offset] == '"') {
+    std::size_t end = offset + 1;
+    while (end < text.size() && text[end] != '"') {
+      end += text[end] == '\\' ? 2 : 1;
+    }
+    return std::min(end + 1, text.size()) - offset;
+  }
+  if (std::string_view("{}[],:").contains(text[offset])) {
+    return 1;
+  }
+  const std::size_t end = std::min(text.find_first_of(kEndsOfWords, offset), text.size());
+  return std::max<std::size_t>(end - offset, 1);
+}
+
+std::string indented(std::string_view json) {
+  constexpr auto opens = [](char c) { return c == '{' || c == '['; };
+  constexpr auto closes = [](char c) { return c == '}' || c == ']'; };
+  std::string out;
+  std::size_t depth = 0;
+  bool inOneLine = false;
+  const auto breakLine = [&] { (out += '\n').append(2 * depth, ' '); };
+  for (std::size_t at = 0, length = 0; at < json.size(); at += length) {
+    length = tokenLength(json, at);
+    const char first = json[at];
+    if (closes(first) && !std::exchange(inOneLine, false)) {
+      --depth;
+      breakLine();
+    }
+    out += json.substr(at, length);
+    if (opens(first)) {
+      std::size_t next = at + 1;
+      while (!opens(json[next]) && !closes(json[next])) {
+        next += tokenLength(json, next);
+      }
+      inOneLine = closes(json[next]);
+      if (!inOneLine) {
+        ++depth;
+        breakLine();
+      }
+    } else if (first == ',') {
+      inOneLine ? void(out += ' ') : breakLine();
+    } else if (first == ':') {
+      out += ' ';
+    }
+  }
+  return out + '\n';
 }
 
 }  // namespace agent_tool

@@ -1,5 +1,3 @@
-#include "AgentTool/Facts/Facts.h"
-
 #include <algorithm>
 #include <array>
 #include <chrono>
@@ -12,7 +10,8 @@
 #include "AgentLibraries/FileCodec/PropertyListFile.h"
 #include "AgentLibraries/LogCore/Logger.h"
 #include "AgentLibraries/vxutils/AgentServiceConnection.h"
-#include "AgentTool/Facts/FactsMembers.h"
+#include "AgentLibraries/vxutils/GlobalVars.h"
+#include "AgentTool/Facts/FactsTable.h"
 #include "Platform/Machine.h"
 #include "Platform/RunningApplications.h"
 #include "VexloPatchDeployment/Adapters/PlistDecoding.h"
@@ -36,11 +35,11 @@ namespace {
 using platform::PropertyList;
 using std::make_shared;
 
-// With these, everything together takes at most a second.
-constexpr std::chrono::milliseconds kProfilesTimeout{600};
+// With these, and the default for `profiles`, everything together takes at most a second.
 constexpr std::chrono::milliseconds kServiceConnectTimeout{250};
 constexpr std::chrono::milliseconds kServiceTimeout{750};  // including connecting
 
+constexpr const char* kNotAsked = "not asked";
 constexpr const char* kNoDataDirectory = "the agent's data directory is not given";
 
 /// The keys of the patch data file that the library reads.
@@ -91,9 +90,9 @@ class ReasonListener final : public LogCore::LogSink {
 };
 
 /// Returns descriptions that were read before.
-class ReadPowerSources final : public vexlo::PowerSourcesProvider {
+class KnownPowerSources final : public vexlo::PowerSourcesProvider {
  public:
-  explicit ReadPowerSources(std::vector<PropertyList> sources) : sources_(std::move(sources)) {}
+  explicit KnownPowerSources(std::vector<PropertyList> sources) : sources_(std::move(sources)) {}
   [[nodiscard]] std::vector<PropertyList> powerSourcesInfo() override { return sources_; }
 
  private:
@@ -147,27 +146,28 @@ class ServiceQuestion {
 
 class Reader {
  public:
-  Facts read(const std::vector<std::string>& bundleIdentifiers, const FactsExtent& extent) {
+  Facts read(const FactsExtent& extent) {
     facts_.time = platform::systemClock()();
     const std::chrono::year_month_day today = platform::dayOf(facts_.time);
     facts_.offsetFromUTC = std::chrono::sys_days(today) - platform::startOfDay(today);
     facts_.promptDay = vexlo::RunningAppPromptDataStoreKeys::currentDate();
-    auto [service, whyNoService] =
-        ReasonListener::listenTo([] { return std::make_unique<ServiceQuestion>(); });
+    auto [service, whyNoService] = ReasonListener::listenTo(
+        [&] { return extent.agentService ? std::make_unique<ServiceQuestion>() : nullptr; });
     readMachine();
-    readUsers();
+    readUsers(extent.profilesTimeout);
     readSettings();
-    for (const std::string& identifier : bundleIdentifiers) {
+    for (const std::string& identifier : extent.applications) {
       readApplication(identifier);
     }
     if (extent.allApplications) {
       readAllApplications();
     }
-    if (service->isConnected()) {
+    if (service && service->isConnected()) {
       whyNoService = service->whyNoAnswer();
+      facts_.agent.serviceAnswers = whyNoService.empty();
     }
-    facts_.agentServiceAnswers = service->isConnected() && whyNoService.empty();
-    noteUnless(facts_.agentServiceAnswers, "agentService", std::move(whyNoService));
+    noteUnless(facts_.agent.serviceAnswers, "agentService",
+               service ? std::move(whyNoService) : kNotAsked);
     readUpdates(extent.appleServers);
     return std::move(facts_);
   }
@@ -189,7 +189,7 @@ class Reader {
 
   void readMachine() {
     const vexlo::MachineFacts machine;
-    for (const FactsMember& member : factsMembers()) {
+    for (const FactsMember& member : JSONFields<Facts>::list) {
       if (member.ask != nullptr) {
         auto [isKnown, reason] =
             ReasonListener::listenTo([&] { return member.ask(machine, facts_); });
@@ -201,14 +201,14 @@ class Reader {
     facts_.preferredLanguages = platform::preferredLanguages();
     facts_.powerSources = vexlo::SystemPowerSources().powerSourcesInfo();
     facts_.powerSource = optional("powerSource", [&] {
-      ReadPowerSources sources(facts_.powerSources);
+      KnownPowerSources sources(facts_.powerSources);
       return vexlo::SystemPowerSource(sources).currentPowerSource();
     });
     facts_.freeDiskSpace =
         optional("freeDiskSpace", [] { return vexlo::SystemDiskInfo().availableDiskSpace(); });
   }
 
-  void readUsers() {
+  void readUsers(std::chrono::milliseconds profilesTimeout) {
     vexlo::SystemUserSession session;
     facts_.consoleUser = session.currentConsoleUserName();
     facts_.consoleUserID = session.userID(facts_.consoleUser);
@@ -217,27 +217,27 @@ class Reader {
     noteUnless(facts_.loggedOnUsers.has_value(), "loggedOnUsers", "nobody is logged on");
     // The library treats a failing tool as "not enrolled" and logs a line only then.
     auto [enrollment, reason] = ReasonListener::listenTo(
-        [] { return vxutils::MDMEnrollmentUtil::shared().getEnrollmentType(kProfilesTimeout); });
+        [&] { return vxutils::MDMEnrollmentUtil::shared().getEnrollmentType(profilesTimeout); });
     if (reason.empty()) {
       facts_.mdmEnrollment = enrollment;
     }
     noteUnless(facts_.mdmEnrollment.has_value(), "mdmEnrollment", std::move(reason));
   }
 
-  SettingsFile settingsFile(const char* name, std::string path) {
-    if (!facts_.directories.data) {
+  SettingsFile settingsFile(const char* name, const std::string& path) {
+    if (!facts_.agent.data) {
       noteUnless(false, name, kNoDataDirectory);
       return {};
     }
-    SettingsFile file{.path = std::move(path), .values = {}};
-    auto dictionary = FileCodec::readPropertyListFile(file.path);
+    auto dictionary = FileCodec::readPropertyListFile(path);
+    SettingsFile file{.file = path, .values = {}};
     if (dictionary) {
       file.values = *std::move(dictionary);
     } else {
       const auto& [kind, error] = dictionary.error();
       noteUnless(false, name,
                  kind == FileCodec::PropertyListFileError::Kind::missing
-                     ? "there is no file " + file.path
+                     ? "there is no file " + path
                      : error.what());
     }
     return file;
@@ -245,9 +245,9 @@ class Reader {
 
   void readSettings() {
     const auto& agent = vxutils::gv_globvars;
-    facts_.directories = {.base = agent.vxagentBasePath(),
-                          .data = agent.vxagentDataDictPath(),
-                          .logs = agent.vxagentLogPath()};
+    facts_.agent = {.base = agent.vxagentBasePath(),
+                    .data = agent.vxagentDataDictPath(),
+                    .logs = agent.vxagentLogPath()};
     facts_.patchData = settingsFile("patchData", vexlo::patchDataFile());
     facts_.promptCounts =
         settingsFile("promptCounts", vexlo::RunningAppPromptDataStore::plistPath());
@@ -256,12 +256,12 @@ class Reader {
         return std::ranges::find(kPatchDataKeys, entry.first) == kPatchDataKeys.end();
       });
     }
-    if (!facts_.directories.data) {
+    if (!facts_.agent.data) {
       noteUnless(false, "customization", kNoDataDirectory);
       return;
     }
     readCustomization();
-    vexlo::PlistFile settings(facts_.patchData.path);
+    vexlo::PlistFile settings(vexlo::patchDataFile());
     vexlo::RunningAppPolicy policy(settings);
     facts_.inForce = {.alwaysKillApps = policy.isAlwaysKillAppsEnabled(),
                       .prompt = policy.isPromptEnabled(),
@@ -276,7 +276,7 @@ class Reader {
       vexlo::PlistSerializer decoder;
       return vexlo::RunningAppPromptCustomizationProvider(decoder).customization();
     });
-    facts_.customization.path = vexlo::RunningAppPromptCustomizationProviderConstants::plistPath();
+    facts_.customization.file = vexlo::RunningAppPromptCustomizationProviderConstants::plistPath();
     facts_.customization.values =
         customization.transform([](const auto& settings) { return settings.encode(); });
   }
@@ -306,7 +306,6 @@ class Reader {
   }
 
   void readUpdates(bool asksApple) {
-    constexpr const char* kNobodyAsked = "not asked";
     if (asksApple) {
       vexlo::SoftwareUpdateList list = vexlo::SystemSoftwareUpdateLister().fetchSoftwareUpdates();
       facts_.softwareUpdateStatus = list.exitCode;
@@ -321,10 +320,10 @@ class Reader {
       });
     } else {
       noteUnless(false, "availableOSUpdates",
-                 asksApple ? "Apple's software update service can't be reached" : kNobodyAsked);
+                 asksApple ? "Apple's software update service can't be reached" : kNotAsked);
     }
-    noteUnless(facts_.softwareUpdateReachable.has_value(), "softwareUpdateReachable", kNobodyAsked);
-    noteUnless(facts_.softwareUpdateStatus.has_value(), "softwareUpdateStatus", kNobodyAsked);
+    noteUnless(facts_.softwareUpdateReachable.has_value(), "softwareUpdateReachable", kNotAsked);
+    noteUnless(facts_.softwareUpdateStatus.has_value(), "softwareUpdateStatus", kNotAsked);
   }
 
   Facts facts_;
@@ -332,8 +331,6 @@ class Reader {
 
 }  // namespace
 
-Facts readFacts(const std::vector<std::string>& bundleIdentifiers, const FactsExtent& extent) {
-  return Reader().read(bundleIdentifiers, extent);
-}
+Facts readFacts(const FactsExtent& extent) { return Reader().read(extent); }
 
 }  // namespace agent_tool

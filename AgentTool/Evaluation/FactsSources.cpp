@@ -1,0 +1,87 @@
+#include "AgentTool/Evaluation/FactsSources.h"
+
+#include "AgentLibraries/FileCodec/DecodingError.h"
+#include "AgentLibraries/LogCore/Text.h"
+
+namespace agent_tool {
+namespace {
+
+using vexlo::RunningAppPromptCustomization;
+
+constexpr std::int32_t kUnreachableStatus = 1;  // stops the check that asked
+
+class KnownInstance final : public vexlo::RunningApplication {
+ public:
+  explicit KnownInstance(const ApplicationInstance& instance) : instance_(instance) {}
+  [[nodiscard]] std::optional<std::string> localizedName() const override { return instance_.name; }
+  [[nodiscard]] std::int32_t processIdentifier() const override {
+    return instance_.processIdentifier;
+  }
+  [[nodiscard]] std::optional<std::string> executableURL() const override {
+    return instance_.executable;
+  }
+  bool forceTerminate() override { return false; }
+
+ private:
+  const ApplicationInstance& instance_;
+};
+
+}  // namespace
+
+std::optional<std::string> FactsSources::preferredLanguage() const {
+  const auto& languages = facts_->preferredLanguages;
+  return languages.empty() ? std::nullopt : std::optional(languages.front());
+}
+
+std::optional<platform::PropertyList> FactsSources::Settings::fetchValue(const std::string& key) {
+  const auto& values = (facts().*file_).values;
+  if (!values) {
+    return std::nullopt;
+  }
+  const auto found = values->find(key);
+  return found == values->end() ? std::nullopt : std::optional(found->second);
+}
+
+const std::optional<RunningAppPromptCustomization>&
+FactsSources::Customization::customizationData() {
+  if (!settings_) {
+    // A value of the wrong type, in a line written by hand, invalidates all settings, as in the
+    // file.
+    settings_.emplace();
+    try {
+      *settings_ = facts().customization.values.transform(RunningAppPromptCustomization::decode);
+    } catch (const FileCodec::DecodingError&) {
+      settings_->reset();
+    }
+  }
+  return *settings_;
+}
+
+std::vector<std::unique_ptr<vexlo::RunningApplication>>
+FactsSources::Applications::runningApplications(const std::string& bundleIdentifier) {
+  std::vector<std::unique_ptr<vexlo::RunningApplication>> running;
+  const auto found = facts().applications.find(bundleIdentifier);
+  if (found != facts().applications.end()) {
+    for (const ApplicationInstance& instance : found->second) {
+      running.push_back(std::make_unique<KnownInstance>(instance));
+    }
+  } else if (!facts().allApplications) {
+    intentions_.recordDoubt(LogCore::text("whether ", bundleIdentifier, " runs"));
+  }
+  return running;
+}
+
+vexlo::SoftwareUpdateList FactsSources::Apple::fetchSoftwareUpdates() {
+  const std::optional<bool> isReachable = facts().softwareUpdateReachable;
+  if (!isReachable) {
+    intentions_.recordUnasked("softwareupdate --list");
+    return {.exitCode = kUnreachableStatus, .output = "(not asked)"};
+  }
+  if (*isReachable) {
+    return {.exitCode = 0, .output = {}};
+  }
+  return {.exitCode = facts().softwareUpdateStatus.value_or(kUnreachableStatus),
+          .output = std::string(vexlo::kCantConnectToSoftwareUpdate)};
+}
+
+}  // namespace agent_tool
