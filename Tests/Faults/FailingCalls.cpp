@@ -12,6 +12,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <atomic>
 #include <cerrno>
 #include <cstdarg>
@@ -27,10 +29,17 @@ Fault armed;
 bool lasts = false;
 std::atomic<bool> isArmed = false;
 std::atomic<long> callsLeft = 0;
+std::array<const char*, 100> calls;  // not a vector, since `operator new` is one of the functions
+std::size_t callCount = 0;
+std::atomic<int> longestWait = 0;
 
 bool strikes(const char* call) {
-  if (!isArmed || (std::strcmp(armed.call, call) != 0 && *armed.call != '*')) {
+  if (!isArmed ||
+      (*armed.call == '*' ? std::strcmp(call, "new") == 0 : std::strcmp(armed.call, call) != 0)) {
     return false;
+  }
+  if (*armed.call == '*' && callCount < calls.size()) {
+    calls[callCount++] = call;
   }
   const long left = --callsLeft;
   if (left > 0 || (left < 0 && !lasts)) {
@@ -39,14 +48,32 @@ bool strikes(const char* call) {
   if (armed.kind == Fault::Kind::kills) {
     kill(getpid(), SIGKILL);
   }
+  if (armed.kind == Fault::Kind::isPreceded) {
+    armed.before();
+    return false;
+  }
   errno = armed.error;
   return true;
 }
 
+/// The C library's function of this name, looked up at the first call. Not a guarded static:
+/// threads that contend for the guard call `syscall`, which is one of these functions.
 template <typename Function>
-Function* next(const char* name) {
-  return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
-}
+class Next {
+ public:
+  constexpr explicit Next(const char* name) : name_(name) {}
+  operator Function*() {  // NOLINT(*-explicit-*): to be called like the function
+    Function* function = function_;
+    if (function == nullptr) {
+      function_ = function = reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name_));
+    }
+    return function;
+  }
+
+ private:
+  const char* name_;
+  std::atomic<Function*> function_ = nullptr;
+};
 
 }  // namespace
 
@@ -54,10 +81,21 @@ void armFault(const Fault& fault, long number, bool forGood) {
   armed = fault;
   lasts = forGood;
   callsLeft = number;
+  callCount = 0;
   isArmed = true;
 }
 
 const Fault& armedFault() { return armed; }
+
+int longestPoll() { return longestWait; }
+
+std::string callsMade() {
+  std::string names;
+  for (std::size_t index = 0; index < callCount; ++index) {
+    names.append(calls[index]).append(" ");
+  }
+  return names;
+}
 
 bool disarmFault() {
   isArmed = false;
@@ -67,12 +105,12 @@ bool disarmFault() {
 // NOLINTBEGIN: the C library's own declarations
 #define FAILING(RESULT, NAME, PARAMETERS, ARGUMENTS, FAILED)   \
   extern "C" RESULT NAME PARAMETERS {                          \
-    static auto* const real = next<RESULT PARAMETERS>(#NAME);  \
+    static constinit Next<RESULT PARAMETERS> real(#NAME);      \
     return strikes(#NAME) ? (RESULT)(FAILED) : real ARGUMENTS; \
   }
 #define MOVING(NAME, PARAMETERS, ARGUMENTS, SHORT)               \
   extern "C" ssize_t NAME PARAMETERS {                           \
-    static auto* const real = next<ssize_t PARAMETERS>(#NAME);   \
+    static constinit Next<ssize_t PARAMETERS> real(#NAME);       \
     if (!strikes(#NAME)) return real ARGUMENTS;                  \
     return armed.kind == Fault::Kind::isShort ? real SHORT : -1; \
   }
@@ -92,9 +130,6 @@ FAILING(int, unlink, (const char* path) noexcept, (path), -1)
 FAILING(int, fchmod, (int fd, mode_t mode) noexcept, (fd, mode), -1)
 FAILING(int, flock, (int fd, int operation) noexcept, (fd, operation), -1)
 FAILING(int, pipe2, (int* ends, int flags) noexcept, (ends, flags), -1)
-FAILING(int, poll, (pollfd * fds, nfds_t count, int timeout), (fds, count, timeout), -1)
-FAILING(int, waitid, (idtype_t type, id_t id, siginfo_t* info, int options),
-        (type, id, info, options), -1)
 FAILING(int, socket, (int domain, int type, int protocol) noexcept, (domain, type, protocol), -1)
 FAILING(int, connect, (int fd, const sockaddr* address, socklen_t size), (fd, address, size), -1)
 FAILING(int, bind, (int fd, const sockaddr* address, socklen_t size) noexcept, (fd, address, size),
@@ -111,8 +146,23 @@ FAILING(int, pthread_create,
          void* argument) noexcept,
         (thread, attributes, start, argument), armed.error)
 
+// ECHILD means that other code has reaped the child.
+extern "C" int waitid(idtype_t type, id_t id, siginfo_t* info, int options) {
+  static constinit Next<int(idtype_t, id_t, siginfo_t*, int)> real("waitid");
+  if (!strikes("waitid")) return real(type, id, info, options);
+  if (armed.error != ECHILD) return -1;
+  const int answer = real(type, id, info, options & ~WNOWAIT);
+  if (answer != 0 || ((options & WNOHANG) != 0 && info->si_pid == 0)) return answer;
+  errno = ECHILD;
+  return -1;
+}
+extern "C" int poll(pollfd* fds, nfds_t count, int timeout) {
+  static constinit Next<int(pollfd*, nfds_t, int)> real("poll");
+  longestWait = std::max<int>(longestWait, timeout);
+  return strikes("poll") ? -1 : real(fds, count, timeout);
+}
 extern "C" int open(const char* path, int flags, ...) {
-  static auto* const real = next<int(const char*, int, ...)>("open");
+  static constinit Next<int(const char*, int, ...)> real("open");
   va_list list;
   va_start(list, flags);
   const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(list, mode_t) : 0;
@@ -120,7 +170,7 @@ extern "C" int open(const char* path, int flags, ...) {
   return strikes("open") ? -1 : real(path, flags, mode);
 }
 extern "C" int openat(int directory, const char* path, int flags, ...) {
-  static auto* const real = next<int(int, const char*, int, ...)>("openat");
+  static constinit Next<int(int, const char*, int, ...)> real("openat");
   va_list list;
   va_start(list, flags);
   const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(list, mode_t) : 0;
@@ -128,7 +178,7 @@ extern "C" int openat(int directory, const char* path, int flags, ...) {
   return strikes("openat") ? -1 : real(directory, path, flags, mode);
 }
 extern "C" int fcntl(int fd, int command, ...) {
-  static auto* const real = next<int(int, int, ...)>("fcntl");
+  static constinit Next<int(int, int, ...)> real("fcntl");
   va_list list;
   va_start(list, command);
   void* const argument = va_arg(list, void*);
@@ -139,7 +189,7 @@ extern "C" int fcntl(int fd, int command, ...) {
              : real(fd, command, argument);
 }
 extern "C" long syscall(long number, ...) noexcept {
-  static auto* const real = next<long(long, ...)>("syscall");
+  static constinit Next<long(long, ...)> real("syscall");
   va_list list;
   va_start(list, number);
   long a[6];
@@ -148,7 +198,7 @@ extern "C" long syscall(long number, ...) noexcept {
   return strikes("syscall") ? -1 : real(number, a[0], a[1], a[2], a[3], a[4], a[5]);
 }
 extern "C" int nanosleep(const timespec* time, timespec* left) {
-  static auto* const real = next<int(const timespec*, timespec*)>("nanosleep");
+  static constinit Next<int(const timespec*, timespec*)> real("nanosleep");
   return isArmed ? 0 : real(time, left);
 }
 

@@ -4,15 +4,21 @@
 
 /// Which call fails, and how.
 struct Fault {
-  enum class Kind { fails, isShort, kills };  // a short read or write moves one byte
-  const char* call = "";                      ///< The function's name; "*" for all of them.
-  int error = 0;                              ///< For `fails`; `operator new` throws instead.
+  enum class Kind { fails, isShort, kills, isPreceded };  // a short read or write moves one byte
+  const char* call = "";  ///< The function's name; "*" for all but `new`.
+  int error = 0;          ///< For `fails`; `operator new` throws instead.
   Kind kind = Kind::fails;
+  void (*before)() = nullptr;  ///< For `isPreceded`: called before the call, which then succeeds.
 };
 
 /// Makes the `number`-th such call, counting from 1, fail, or all from then on (`forGood`). While
 /// armed, pauses return immediately.
 void armFault(const Fault& fault, long number, bool forGood);
 [[nodiscard]] const Fault& armedFault();
+/// The names of the calls since "*" was armed, each followed by a blank; at most 100. For one
+/// thread.
+[[nodiscard]] std::string callsMade();
+/// The longest wait that `poll` was asked for, in milliseconds.
+[[nodiscard]] int longestPoll();
 /// Stops injecting. Returns whether the call was reached.
 bool disarmFault();

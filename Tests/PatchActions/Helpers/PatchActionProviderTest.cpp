@@ -51,12 +51,15 @@ TEST(PatchActionProviderTest, MergesSortsAndExempts) {
 TEST(PatchActionProviderTest, SortsCodesAsNumbers) {
   const LogCapture log;
   const auto group = decoded(R"({
-    "ProductServicePackActions": {"ExclusionPatchIDs": ["ab"],
+    "ProductServicePackActions": {"ExclusionPatchIDs": ["ab"], "q": {"t": {"2003": []}},
                                   "p": {"s": {"abc": [], "2005": ["1", "2"], "2004": ["9"]}}},
     "PatchActions": {"AB": {"-5": [], "+2005": [], "2005": [], "10": []}, "ab": {}}})");
   EXPECT_EQ(planOf({"AB", "p", "s"}, group),
             "undefined(\"-5\")[]* undefined(\"10\")[]* multipleUserLoggedInCheck[\"9\"] "
             "undefined(\"+2005\")[]* minimumDiskSpaceCheck[]* undefined(\"abc\")[]");
+  // A service pack is one of its product's.
+  EXPECT_EQ(planOf({"x", "p", "t"}, group), "");
+  EXPECT_EQ(planOf({"x", "q", "s"}, group), "");
 }
 
 }  // namespace
