@@ -27,6 +27,8 @@ TEST(MeasurementTest, DescriptionSaysWhatDecided) {
            // Truncated: 89.99 GB is less than 90 GB.
            {{DiskSpaceMeasurement{89'990'000'000, 90 * kGB}}, "89.9 GB free, 90 GB needed"},
            {{DiskSpaceMeasurement{50'900'000, kMost}}, "50 MB free, 9223372036.8 GB needed"},
+           {{DiskSpaceMeasurement{kGB - 1, kGB}}, "999 MB free, 1 GB needed"},
+           {{DiskSpaceMeasurement{-kGB, 1 - kGB}}, "-1 GB free, -999 MB needed"},
            {{DiskSpaceMeasurement{0, -2 * kGB}}, "0 GB free, -2 GB needed"},
            {{DiskSpaceMeasurement{}}, "free space unknown, counts as sufficient"},
            {{ConsoleUserMeasurement{}}, "nobody at the console"},

@@ -66,6 +66,7 @@ TEST(PropertyListTest, ReadsEveryFormat) {
       {R"({"a b"='c"d';a=1;a=2;})", Dictionary{{"a b", "c\"d"}, {"a", "2"}}},
       {"// one\n/* two\n*/ ( a /* , */ , // ;\r b ) // end", Array{"a", "b"}},
       {R"("\"\\\'\a\b\f\n\r\t\v\q\é\7\101\0101\341")", "\"\\'\a\b\f\n\r\t\vqé\aA\b1Æ"},
+      {"\"\xED\x9F\xBF\xEE\x80\x80\"", "\uD7FF\uE000"},
       {R"("’\U2019\Ue9x\U00e90\Ud83d\Ude00😀")", "’’éxé0😀😀"},
       {"<0FbD 7\n7>", dataOf("\x0F\xBD\x77")},
       {plist("<string> a&amp;&#x2019;<![CDATA[<b>]]><!-- c -->\r\n</string>"), " a&’<b>\n"},

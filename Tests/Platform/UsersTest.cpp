@@ -43,6 +43,8 @@ TEST(UsersTest, ConsoleUserHasALocalSession) {
   struct stat console{};
   if (::stat("/dev/console", &console) != 0 || console.st_uid == 0) {  // no real console user
     EXPECT_EQ(consoleUserName(), std::nullopt);
+    add("root", ":0", "");
+    EXPECT_EQ(consoleUserName(), std::nullopt);
     add("alice", ":0", ":0");
     EXPECT_EQ(consoleUserName(), "alice");
   }

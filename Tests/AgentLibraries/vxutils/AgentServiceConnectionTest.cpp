@@ -203,6 +203,8 @@ TEST_F(AgentServiceConnectionTest, ServerDoesNotBlockOnClientsAndRemovesItsSocke
   const auto rude = *platform::connectLocalSocket(path);
   ASSERT_GT(platform::sendWithoutWaiting(rude, "garbage\n"), 0);
   EXPECT_EQ(readLine(rude), "") << "it is not disconnected";
+  EXPECT_THAT(log.records(), ::testing::ElementsAre(ErrorLine(
+                                 "Disconnected a client that sent a line that is no request.")));
   AgentServiceConnection connection;
   EXPECT_TRUE(answer(ask(*connection.getService(), "key")));
   server.reset();

@@ -49,6 +49,8 @@ TEST(PatchActionGroupTest, AcceptsMissingNullAndEmptyMembers) {
             std::pair(false, false));
   EXPECT_EQ(presence(R"({"PatchActions":{"1":{"2005":[]}},"PatchActions":null})"),
             std::pair(false, false));
+  EXPECT_EQ(presence(R"({"ProductServicePackActions":{"1":{}},"ProductServicePackActions":null})"),
+            std::pair(false, false));
   EXPECT_EQ(presence(R"({"patchActions":[[]],"other":{"a":[null,1,true,"x"]},"PatchActions":{}})"),
             std::pair(false, true));
 }

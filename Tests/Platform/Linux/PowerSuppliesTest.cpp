@@ -28,6 +28,13 @@ TEST(PowerSuppliesTest, DescribesBatteriesByStateAndCapacity) {
                describe(*source.find("Max Capacity")) + '\n';
   }
   EXPECT_EQ(summary, "Battery Power 30/40\nAC Power 45/100\n");
+  // The external supply decides about a battery that says neither.
+  root.write("AC/type", "Mains\n");
+  for (const auto& [online, state] : {std::pair("0", "Battery Power"), {"1", "AC Power"}}) {
+    root.write("AC/online", online);
+    EXPECT_EQ(*readPowerSupplies(root.path()).at(1).find("Power Source State"),
+              PropertyList(state));
+  }
 }
 
 }  // namespace
