@@ -24,7 +24,8 @@ namespace vexlo {
 ///           vexlo::PlainReason::inSufficientDiskSpaceForSoftwareUpdate);
 ///     };
 ///     processor.report = [](const vexlo::ActionID& action, vexlo::ActionObserver& observer) {
-///       observer.measured(action, vexlo::DiskSpaceMeasurement{8'000'000'000, 20'000'000'000});
+///       observer.measured(action, vexlo::DiskSpaceMeasurement{.freeBytes = 8'000, .neededBytes =
+///       9'000});
 ///     };
 ///     deploy(processor);
 class FakePatchActionProcessor : public PatchActionProcessing {

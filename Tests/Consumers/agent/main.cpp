@@ -8,6 +8,7 @@
 #include <AgentLibraries/vxutils/RunningCommands.h>
 #include <Platform/RunLoop.h>
 #include <VexloPatchDeployment/Fakes/FakePatchActionProcessor.h>
+#include <VexloPatchDeployment/Validators/Disk/DiskSpaceMeasurement.h>
 
 #include <chrono>
 #include <exception>
