@@ -29,18 +29,23 @@ function(vexlo_install_pages component program)
     DESTINATION "${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d")
 endfunction()
 
-# vexlo_install_documents(<component> <package> <files…>): in addition to those of every package.
+# vexlo_install_documents(<component> <package>): all pages, and the examples that they link to, laid
+# out as in the sources, so that their links lead somewhere.
 function(vexlo_install_documents component package)
-  install(FILES "${PROJECT_SOURCE_DIR}/CHANGELOG.md" "${PROJECT_SOURCE_DIR}/THIRD-PARTY-NOTICES.md" ${ARGN}
-    DESTINATION "${CMAKE_INSTALL_DATADIR}/doc/${package}" COMPONENT ${component})
+  set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME ${component})
+  set(folder "${CMAKE_INSTALL_DATADIR}/doc/${package}")
+  file(GLOB pages CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/*.md")
+  install(FILES ${pages} DESTINATION "${folder}")
+  install(DIRECTORY "${PROJECT_SOURCE_DIR}/docs" "${PROJECT_SOURCE_DIR}/examples" DESTINATION "${folder}"
+    PATTERN Doxyfile EXCLUDE)
+  install(FILES "${PROJECT_SOURCE_DIR}/SimulatedMac/README.md" DESTINATION "${folder}/SimulatedMac")
 endfunction()
 
-vexlo_install_documents(library libvexlo-patch-deployment-dev "${PROJECT_SOURCE_DIR}/docs/EMBEDDING.md")
+vexlo_install_documents(library libvexlo-patch-deployment-dev)
 if(TARGET vexlo_patch AND VEXLO_BUILD_TOOL)
-  install(TARGETS vexlo_patch COMPONENT tool)
+  install(TARGETS vexlo_patch make_fleet COMPONENT tool)
   vexlo_install_pages(tool vexlo-patch)
-  vexlo_install_documents(tool vexlo-patch "${PROJECT_SOURCE_DIR}/docs/ACTION-FILE.md"
-    "${PROJECT_SOURCE_DIR}/docs/FACTS.md")
+  vexlo_install_documents(tool vexlo-patch)
   install(FILES "${PROJECT_SOURCE_DIR}/docs/action-file.schema.json"
     "${PROJECT_SOURCE_DIR}/docs/facts.schema.json" COMPONENT tool
     DESTINATION "${CMAKE_INSTALL_DATADIR}/vexlo-patch")
@@ -55,7 +60,7 @@ if(TARGET enter AND VEXLO_BUILD_SIMULATED_MAC)
   install(FILES "${simulated_mac}/defaults.ini" COMPONENT simulated-mac
     DESTINATION "${CMAKE_INSTALL_DATADIR}/vexlo/simulated-mac")
   vexlo_install_pages(simulated-mac enter)
-  vexlo_install_documents(simulated-mac vexlo-simulated-mac "${simulated_mac}/README.md")
+  vexlo_install_documents(simulated-mac vexlo-simulated-mac)
 endif()
 
 get_target_property(library_type vexlo_patch_deployment TYPE)
