@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "AgentLibraries/FileCodec/JSONReader.h"
+#include "Platform/PrintableText.h"
 #include "Platform/Unicode.h"
 
 namespace FileCodec {
@@ -26,8 +27,8 @@ std::string hexadecimal(std::string_view prefix, std::uint32_t number, std::size
   return std::string(prefix) + std::string(width - std::min(width, text.size()), '0') + text;
 }
 
-/// The start of `text` in quotes, as far as it fits on one line.
-std::string quoted(std::string_view text) {
+/// The start of `text`, as far as it fits on one line.
+std::string startOf(std::string_view text) {
   std::string out;
   while (out.size() < kLongestQuote) {
     const std::size_t length = platform::utf8SequenceLength(text);
@@ -37,8 +38,10 @@ std::string quoted(std::string_view text) {
     out += text.substr(0, length);
     text.remove_prefix(length);
   }
-  return '"' + out + '"';
+  return out;
 }
+
+std::string quoted(std::string_view text) { return '"' + startOf(text) + '"'; }
 
 /// The word at `offset`: everything up to a space, a control character, punctuation or a string.
 std::string_view wordAt(std::string_view text, std::size_t offset) {
@@ -47,6 +50,25 @@ std::string_view wordAt(std::string_view text, std::size_t offset) {
     return static_cast<unsigned char>(c) <= ' ' || c == '"' || kPunctuation.contains(c);
   });
   return {rest.begin(), end};
+}
+
+/// The character at `offset`, which must be in the text; U+FFFD for an invalid one.
+char32_t characterAt(std::string_view text, std::size_t offset) {
+  text.remove_prefix(offset);
+  const std::size_t length = platform::utf8SequenceLength(text);
+  return length == 0 ? U'\uFFFD' : platform::decodeUTF8(text.substr(0, length));
+}
+
+/// Single and curly quotes, which word processors write.
+bool isOtherQuote(char32_t character) {
+  return character == U'\'' || (character >= 0x2018 && character <= 0x201F);
+}
+
+/// Characters that a message can't show: controls, marks, and spaces that JSON doesn't allow.
+bool isInvisible(char32_t character) {
+  return platform::isUnprintable(character) || character == 0xA0 || character == 0x1680 ||
+         (character >= 0x2000 && character <= 0x200A) || character == 0x202F ||
+         character == 0x205F || character == 0x3000;
 }
 
 bool skipDigits(std::string_view& text) {
@@ -150,7 +172,7 @@ class Walk {
     std::unreachable();
   }
 
-  /// What some other readers accept is called by its name.
+  /// Names what other readers accept: comments, trailing commas, other quotes or none.
   [[nodiscard]] JSONProblem problemHere(std::string expected) const {
     const std::string_view rest = text_.substr(at_);
     if (rest.starts_with("//") || rest.starts_with("/*") || rest.starts_with('#')) {
@@ -160,6 +182,20 @@ class Walk {
       return {.offset = *comma_,
               .expected = std::string("no comma before \"") + rest.front() + '"',
               .found = "a trailing comma"};
+    }
+    const char32_t character = rest.empty() ? U'\0' : characterAt(text_, at_);
+    if (isOtherQuote(character)) {
+      return {.offset = at_,
+              .expected = R"(the quotation mark ")",
+              .found = std::string(rest.substr(0, platform::utf8SequenceLength(rest)))};
+    }
+    if (const std::string_view word = wordAt(text_, at_);
+        !word.empty() && !isInvisible(character) &&
+        (next_ == Next::name || next_ == Next::firstName)) {
+      expected.insert(std::string_view("a member name").size(), " in double quotes");
+      return {.offset = at_,
+              .expected = std::move(expected),
+              .found = startOf(word) + " without quotes"};
     }
     return {.offset = at_, .expected = std::move(expected), .found = describeJSONAt(text_, at_)};
   }
@@ -182,6 +218,7 @@ class Walk {
 
   /// Skips the current string, or returns what is wrong with it.
   std::optional<JSONProblem> skipString() {
+    const std::size_t start = at_;
     for (++at_; at_ < text_.size(); ++at_) {
       const char c = text_[at_];
       if (c == '"') {
@@ -189,6 +226,11 @@ class Walk {
         comma_.reset();
         next_ = next_ == Next::firstName || next_ == Next::name ? Next::colon : Next::separator;
         return std::nullopt;
+      }
+      if (c == '\n' || c == '\r') {
+        return JSONProblem{.offset = start,
+                           .expected = "a quotation mark that ends the string",
+                           .found = "the end of its line"};
       }
       if (static_cast<unsigned char>(c) < 0x20) {
         return JSONProblem{.offset = at_,
@@ -252,12 +294,11 @@ std::string describeJSONAt(std::string_view text, std::size_t offset) {
   if (offset >= text.size()) {
     return "the end of the text";
   }
-  const auto first = static_cast<unsigned char>(text[offset]);
-  if (first == '"') {
+  if (text[offset] == '"') {
     return "a string";
   }
-  if (first < 0x20) {
-    return hexadecimal("U+", first, 4);
+  if (const char32_t character = characterAt(text, offset); isInvisible(character)) {
+    return hexadecimal("U+", character, 4);
   }
   const std::string_view word = wordAt(text, offset);
   return quoted(word.empty() ? text.substr(offset, 1) : word);

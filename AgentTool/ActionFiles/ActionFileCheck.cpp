@@ -15,6 +15,7 @@
 #include "AgentLibraries/FileCodec/DecodingError.h"
 #include "AgentLibraries/LogCore/Text.h"
 #include "AgentTool/ActionFiles/ArgumentKinds.h"
+#include "AgentTool/ActionFiles/SourceExcerpt.h"
 #include "AgentTool/ActionFiles/Spelling.h"
 #include "AgentTool/Console/PrintableText.h"
 #include "AgentTool/JSON/JSONDocument.h"
@@ -58,13 +59,8 @@ std::string_view typeName(ValueType type) {
   std::unreachable();
 }
 
-bool hasBlanksAround(std::string_view text) {
-  constexpr std::string_view kBlanks = " \t\r\n";
-  return !text.empty() && (kBlanks.contains(text.front()) || kBlanks.contains(text.back()));
-}
-
-/// The code that was probably meant, if `text` is a code with extra spaces, a sign or leading
-/// zeros, or an action's name.
+/// The code that was probably meant, if `code` is one with extra spaces, a sign, leading zeros or a
+/// wrong digit, or an action's name.
 std::string_view meantCode(std::string_view code) {
   const std::size_t first = code.find_first_not_of(" \t\r\n+0");
   const std::size_t last = code.find_last_not_of(" \t\r\n");
@@ -73,9 +69,10 @@ std::string_view meantCode(std::string_view code) {
   if (ActionID(bare).value().index() == 0) {
     return bare;
   }
-  std::vector<std::string_view> names;
-  std::ranges::transform(vexlo::knownActions(), std::back_inserter(names), &KnownActionRow::name);
-  const KnownActionRow* const row = vexlo::findKnownAction(closestWord(code, names));
+  std::vector<std::string_view> words;
+  std::ranges::transform(vexlo::knownActions(), std::back_inserter(words), &KnownActionRow::code);
+  std::ranges::transform(vexlo::knownActions(), std::back_inserter(words), &KnownActionRow::name);
+  const KnownActionRow* const row = vexlo::findKnownAction(closestWord(code, words));
   return row == nullptr ? std::string_view() : row->code;
 }
 
@@ -217,7 +214,9 @@ class FileCheck {
       return R"(strings are in double quotes, numbers too: "30", not 30)";
     }
     if (value.type == ValueType::string && expected == "an array of strings") {
-      return R"(an action's arguments are in an array: ["30"], not "30")";
+      return value.name == kExclusions
+                 ? R"(patch IDs are in an array: ["310872"], not "310872")"
+                 : R"(an action's arguments are in an array: ["30"], not "30")";
     }
     if (value.type == ValueType::array && closestWord(value.name, kRootMembers) == kExclusions) {
       return path_.size() == 2 && path_.front().name == kProducts
@@ -242,17 +241,21 @@ class FileCheck {
     }
     std::vector<DocumentMember> members;
     members.reserve(all.size());
-    std::unordered_set<std::string_view> seen;
+    std::unordered_map<std::string_view, std::size_t> firstOffsets;
     for (const Value& child : all) {
       const bool isLast = --left[child.name] == 0;
       const bool isRead = !path_.empty() || isKnownMember(child.name);
       members.push_back({child, counts && isLast});
-      if (left.size() < all.size() && !seen.insert(child.name).second && counts && isLast &&
-          isRead) {
+      if (left.size() == all.size()) {
+        continue;
+      }
+      const auto [first, isFirst] = firstOffsets.try_emplace(child.name, child.nameOffset);
+      if (!isFirst && counts && isLast && isRead) {
         path_.push_back({child.name, {}});
         report(FindingKind::repeatedName, child.nameOffset,
                "occurs more than once in its object; the last one counts");
         path_.pop_back();
+        findings_.back().firstOffset = first->second;
       }
     }
     return members;
@@ -509,7 +512,7 @@ class FileCheck {
     }
   }
 
-  /// Actions of one patch or service pack that name different macOS versions.
+  /// Actions of one patch or service pack that name different macOS versions, labels included.
   void checkVersions(const std::vector<Known>& known) {
     const Known* first = nullptr;
     std::string_view version;
@@ -517,17 +520,21 @@ class FileCheck {
       const std::vector<Value> given = children(action.value);
       const auto& arguments = action.row->arguments;
       for (std::size_t index = 0; index < std::min(given.size(), arguments.size()); ++index) {
-        if (arguments[index].kind != ArgumentKind::macOSVersion) {
+        const bool isLabel = arguments[index].kind == ArgumentKind::updateLabel;
+        if (!isLabel && arguments[index].kind != ArgumentKind::macOSVersion) {
           continue;
         }
+        const std::string_view mine =
+            isLabel ? versionInLabel(given[index].string) : given[index].string;
         if (first == nullptr) {
           first = &action;
-          version = given[index].string;
-        } else if (given[index].string != version) {
+          version = mine;
+        } else if (isLabel ? !mine.empty() && mine != version.substr(0, version.find(" ("))
+                           : mine != version) {
           path_.push_back({action.value.name, {}});
           reportElement(FindingKind::differentVersions, given[index], index,
-                        text(inQuotes(given[index].string), " differs from the version of ",
-                             first->row->name, ", ", inQuotes(version)));
+                        text(inQuotes(mine), " differs from the version of ", first->row->name,
+                             ", ", inQuotes(version)));
           path_.pop_back();
         }
       }
@@ -540,6 +547,24 @@ class FileCheck {
   Path path_;
   std::unordered_map<std::string_view, Value> patches_;  // those that count
 };
+
+/// Completes the findings about repeated names with the lines where these stood first.
+void addFirstLines(std::string_view source, std::vector<Finding>& findings) {
+  std::vector<Finding*> repeated;
+  for (Finding& finding : findings) {
+    if (finding.firstOffset) {
+      repeated.push_back(&finding);
+    }
+  }
+  std::ranges::sort(repeated, {}, [](const Finding* each) { return *each->firstOffset; });
+  if (source.starts_with(FileCodec::kByteOrderMark)) {
+    source.remove_prefix(FileCodec::kByteOrderMark.size());
+  }
+  LineCounter lines(source);
+  for (Finding* finding : repeated) {
+    finding->text += text(" (first in line ", lines.at(*finding->firstOffset).line, ')');
+  }
+}
 
 }  // namespace
 
@@ -605,6 +630,7 @@ std::vector<Finding> checkActionFile(std::string_view text) {
   }
   if (root) {
     FileCheck(**root, document.offsets(text), findings).check();
+    addFirstLines(text, findings);
   } else {
     const FileCodec::JSONReading& reading = root.error();
     findings.push_back(

@@ -1,6 +1,7 @@
 #include "AgentTool/ActionFiles/ArgumentKinds.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <utility>
 
@@ -22,9 +23,15 @@ ArgumentProblem questionable(std::string what) {
 }
 
 constexpr bool isDigit(char c) { return c >= '0' && c <= '9'; }
+constexpr bool isLowerCaseLetter(char c) { return c >= 'a' && c <= 'z'; }
 
-/// Such as «14.5»: numbers separated by dots.
+/// Such as «14.5»: numbers separated by dots; with the letter of a background security improvement,
+/// such as «26.3.1 (a)».
 bool isVersion(std::string_view text) {
+  if (text.size() > 4 && text.ends_with(')') && text.substr(text.size() - 4, 2) == " (" &&
+      isLowerCaseLetter(text[text.size() - 2])) {
+    text.remove_suffix(4);
+  }
   bool afterDigit = false;
   for (const char c : text) {
     if (!isDigit(c) && !(c == '.' && afterDigit)) {
@@ -33,6 +40,21 @@ bool isVersion(std::string_view text) {
     afterDigit = isDigit(c);
   }
   return afterDigit;
+}
+
+/// Such as «23F79» or, of a beta, «24C5057p»: digits, a capital letter, digits, perhaps a small
+/// letter.
+bool isBuild(std::string_view text) {
+  const auto skipDigits = [&] {
+    const std::size_t count = std::ranges::find_if_not(text, isDigit) - text.begin();
+    text.remove_prefix(count);
+    return count > 0;
+  };
+  if (!skipDigits() || text.empty() || text.front() < 'A' || text.front() > 'Z') {
+    return false;
+  }
+  text.remove_prefix(1);
+  return skipDigits() && (text.empty() || (text.size() == 1 && isLowerCaseLetter(text.front())));
 }
 
 /// Such as «com.apple.Safari»: at least two words of letters, digits, hyphens and underscores.
@@ -84,6 +106,32 @@ std::optional<ArgumentProblem> problemWithBundleIdentifier(std::string_view argu
   return std::nullopt;
 }
 
+/// softwareupdate downloads nothing for a label that differs from its list in any character.
+std::optional<ArgumentProblem> problemWithLabel(std::string_view argument) {
+  if (argument.empty()) {
+    return unusable("the softwareupdate label is empty");
+  }
+  if (hasBlanksAround(argument)) {
+    return questionable(text(inQuotes(argument), " has spaces around it, which no label has"));
+  }
+  if (argument.starts_with('*') || argument.starts_with('-') || argument.starts_with("Label:")) {
+    return questionable(text(inQuotes(argument),
+                             " is a line of softwareupdate's list: the label is what follows "
+                             "\"Label: \""));
+  }
+  if (isBuild(argument)) {
+    return questionable(text(inQuotes(argument),
+                             " is only a build: the label is needed, such as \"macOS Sonoma "
+                             "14.5-23F79\""));
+  }
+  if (!isBuild(argument.substr(argument.rfind('-') + 1))) {
+    return questionable(text(inQuotes(argument),
+                             " doesn't end in a hyphen and a build, such as \"macOS Sonoma "
+                             "14.5-23F79\""));
+  }
+  return std::nullopt;
+}
+
 std::optional<ArgumentProblem> problemWithPath(std::string_view argument) {
   if (argument.empty()) {
     return unusable("the application's path is empty");
@@ -102,6 +150,23 @@ std::optional<ArgumentProblem> problemWithPath(std::string_view argument) {
 
 }  // namespace
 
+bool hasBlanksAround(std::string_view text) {
+  constexpr std::string_view kBlanks = " \t\r\n";
+  return !text.empty() && (kBlanks.contains(text.front()) || kBlanks.contains(text.back()));
+}
+
+std::string_view versionInLabel(std::string_view label) {
+  label = label.substr(0, label.rfind('-'));
+  for (std::size_t start = 0; start < label.size();) {
+    const std::string_view word = label.substr(start, label.find(' ', start) - start);
+    if (isVersion(word)) {
+      return word;
+    }
+    start += word.size() + 1;
+  }
+  return {};
+}
+
 std::string patternOf(const vexlo::ActionArgument& argument) {
   switch (argument.kind) {
     case vexlo::ArgumentKind::integer: {
@@ -109,9 +174,9 @@ std::string patternOf(const vexlo::ActionArgument& argument) {
       return text(R"(^\+?0*()", most, "|[0-9]{1,", most.size() - 1, "})$");
     }
     case vexlo::ArgumentKind::macOSVersion:
-      return R"(^[0-9]+(\.[0-9]+)*$)";
+      return R"(^[0-9]+(\.[0-9]+)*( \([a-z]\))?$)";
     case vexlo::ArgumentKind::updateLabel:
-      return ".";
+      return R"(^(?![\s*-]|Label:).+-[0-9]+[A-Z][0-9]+[a-z]?$)";
     case vexlo::ArgumentKind::bundleIdentifier:
       return R"(^[A-Za-z0-9_-]+(\.[A-Za-z0-9_-]+)+$)";
     case vexlo::ArgumentKind::applicationPath:
@@ -131,10 +196,7 @@ std::optional<ArgumentProblem> problemWith(const vexlo::ActionArgument& argument
       }
       return std::nullopt;
     case vexlo::ArgumentKind::updateLabel:
-      if (value.empty()) {
-        return unusable("the softwareupdate label is empty");
-      }
-      return std::nullopt;
+      return problemWithLabel(value);
     case vexlo::ArgumentKind::bundleIdentifier:
       return problemWithBundleIdentifier(value);
     case vexlo::ArgumentKind::applicationPath:

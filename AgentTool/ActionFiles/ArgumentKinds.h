@@ -20,6 +20,12 @@ struct ArgumentProblem {
 [[nodiscard]] std::optional<ArgumentProblem> problemWith(const vexlo::ActionArgument& argument,
                                                          std::string_view value);
 
+[[nodiscard]] bool hasBlanksAround(std::string_view text);
+
+/// The macOS version in a label, such as "14.5" in "macOS Sonoma 14.5-23F79"; empty if there is
+/// none.
+[[nodiscard]] std::string_view versionInLabel(std::string_view label);
+
 /// The consequence of a missing or unusable argument.
 inline constexpr std::string_view kAppliesLater =
     "the action answers applyLater(inSufficientArguments) wherever it applies";

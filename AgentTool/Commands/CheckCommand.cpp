@@ -191,11 +191,18 @@ ExitStatus check(const CheckRequest& request, Console& console) {
     const Checked checked = checkFile(file);
     console.write(request.json ? checkedJSON(checked) : asReport(checked, console));
     if (checked.error) {
-      const std::size_t more = checked.errorCount() - 1;
-      console.complain(
-          printable(*checked.error) +
-          (more == 0 ? "" : text("; and ", counted(more, "more error", "more errors"))));
       status = ExitStatus::unusableFile;
+      const std::size_t errors = checked.errorCount();
+      if (!request.json && console.isTerminal() &&
+          checked.findings.back().kind != FindingKind::unreadable) {
+        // The report above has the errors.
+        console.write(text(printable(checked.name), " can't be used: ",
+                           console.styled(counted(errors, "error", "errors"), Style::bad), ".\n"));
+      } else {
+        console.complain(
+            printable(*checked.error) +
+            (errors == 1 ? "" : text("; and ", counted(errors - 1, "more error", "more errors"))));
+      }
       continue;
     }
     if (!request.json) {

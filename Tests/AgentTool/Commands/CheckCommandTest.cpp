@@ -39,10 +39,10 @@ file:3:55: warning: ProductServicePackActions › ExclusionPatchIDs › [0]: pat
 file:3:60: warning: ProductServicePackActions › ExclusionPatchIDs › [1]: patch "5" is already in the list
 file:3:66: warning: ProductServicePackActions › exclusionPatchID: is taken as a product; did you mean "ExclusionPatchIDs"?
 file:5:5: warning: PatchActions ›  1: the ID " 1" has spaces around it, which are significant
-file:5:36: warning: PatchActions ›  1 › 2003: occurs more than once in its object; the last one counts
+file:5:36: warning: PatchActions ›  1 › 2003: occurs more than once in its object; the last one counts (first in line 5)
 file:5:45: warning: PatchActions ›  1 › 2003 › [0]: userLoggedInCheck reads no argument: this one is not read
 file:5:52: warning: PatchActions › PatchActions: is taken as a patch; "PatchActions" belongs in the document itself
-file:6:11: warning: PatchActions › 2 › 3001: unknown action code; nothing is run for it and it counts as passed
+file:6:11: warning: PatchActions › 2 › 3001: unknown action code; nothing is run for it and it counts as passed; did you mean "2001"?
 file:6:23: warning: PatchActions › 2 ›  02005: unknown action code; nothing is run for it and it counts as passed; did you mean "2005"?
 file:6:37: warning: PatchActions › 2 › UserLogedInCheck: unknown action code; nothing is run for it and it counts as passed; did you mean "2003"?
 file:6:61: warning: PatchActions › 2 › 2009: applicationRunningNotifier does nothing and counts as passed
@@ -65,6 +65,27 @@ file:9:60: warning: PatchActions › 6 › 2007 › [0]: "14.6" differs from the
 file:9:68: warning: PatchActions › 6 › 2007 › [1]: the softwareupdate label is empty
 file:9:82: warning: PatchActions › 6 › 2008 › [0]: "Safari" is not a bundle identifier such as "com.apple.Safari"
 file can be used (1 product, 6 patches with actions, 2 exempt patches); 31 things look odd.
+)j";
+
+constexpr const char* kLabels = R"j({"PatchActions": {
+  "1": {"2006": ["26.3.1 (a)"], "2007": ["26.3.1 (a)", "macOS Tahoe 26.3.1 (a)-25D771280a"]},
+  "2": {"2007": ["14.5", "macOS 14.5 Beta 2-23F5049f"]},
+  "3": {"2007": ["14.5", "macOS Sonoma 14.5-23F79 "]},
+  "4": {"2007": ["14.5", "* Label: macOS Sonoma 14.5-23F79"]},
+  "5": {"2007": ["14.5", "macOS Sonoma 14.5"]},
+  "6": {"2007": ["14.5", "23F79"]},
+  "7": {"2007": ["14.5", "macOS Sonoma 14.6-23G80"]},
+  "8": {"2007": ["14.5 (A)", "macOS Sonoma-23F"]}}})j";
+
+constexpr const char* kWhatIsWrongWithLabels =
+    R"j(file:4:26: warning: PatchActions › 3 › 2007 › [1]: "macOS Sonoma 14.5-23F79 " has spaces around it, which no label has
+file:5:26: warning: PatchActions › 4 › 2007 › [1]: "* Label: macOS Sonoma 14.5-23F79" is a line of softwareupdate's list: the label is what follows "Label: "
+file:6:26: warning: PatchActions › 5 › 2007 › [1]: "macOS Sonoma 14.5" doesn't end in a hyphen and a build, such as "macOS Sonoma 14.5-23F79"
+file:7:26: warning: PatchActions › 6 › 2007 › [1]: "23F79" is only a build: the label is needed, such as "macOS Sonoma 14.5-23F79"
+file:8:26: warning: PatchActions › 7 › 2007 › [1]: "14.6" differs from the version of installMacOSUpdates, "14.5"
+file:9:18: warning: PatchActions › 8 › 2007 › [0]: "14.5 (A)" is not a macOS version such as "14.5"
+file:9:30: warning: PatchActions › 8 › 2007 › [1]: "macOS Sonoma-23F" doesn't end in a hyphen and a build, such as "macOS Sonoma 14.5-23F79"
+file can be used (0 products, 8 patches with actions, 0 exempt patches); 7 things look odd.
 )j";
 
 class CheckCommandTest : public AgentToolTest {};
@@ -125,12 +146,13 @@ TEST_F(CheckCommandTest, ReportsErrorsAndOddities) {
             "(products with service packs belong in \"ProductServicePackActions\")\n"
             "file:1:66: error: PatchActions › 3: expected an object, found a number\n"
             "file:1:69: warning: PatchActions › 3: occurs more than once in its object; the last "
-            "one counts\n"
+            "one counts (first in line 1)\n"
             "file:1:75: warning: PatchActions › 3 › 3: unknown action code; nothing is run for it "
             "and it counts as passed\n"
             "file:2:42: error: ProductServicePackActions › 1 › 2005: expected an object, found an "
             "array (a product's actions are those of its service packs)\n",
             65},
+        Row{kLabels, "", kWhatIsWrongWithLabels},
         Row{"{\"PatchActions\":{\n\t\"1\":{},}}", "",
             "vexlo-patch: file: line 2, column 8: expected no comma before \"}\", found a trailing "
             "comma\nfile:2:8: error: expected no comma before \"}\", found a trailing comma\n",
