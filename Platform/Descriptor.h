@@ -34,11 +34,12 @@ class Descriptor {
 /// the file. Empty, with errno set, when no descriptor is free.
 [[nodiscard]] Descriptor aboveStandard(int opened) noexcept;
 
-/// write() that doesn't raise SIGPIPE.
+/// write() that raises neither SIGPIPE nor, if the file would become larger than the process may
+/// make it (EFBIG), SIGXFSZ.
 [[nodiscard]] std::ptrdiff_t writeWithoutSignal(int descriptor, std::string_view bytes) noexcept;
 
 /// Whether the descriptor becomes writable within the timeout; a write of at most
-/// `kAtomicWriteBytes` bytes then doesn't block.
+/// `kAtomicWriteBytes` bytes to a pipe then doesn't block.
 [[nodiscard]] bool isWritable(int descriptor, std::chrono::milliseconds timeout) noexcept;
 inline constexpr std::size_t kAtomicWriteBytes = 512;  // the minimum PIPE_BUF of POSIX
 

@@ -43,7 +43,7 @@ struct ProcessResult {
   std::string output;  ///< Standard output and error, interleaved, undecoded.
   bool timedOut = false;
   std::error_code startError;  ///< Why the program could not be started; 0 if it was.
-  std::string unusablePath;    ///< The path of `startError`: the program or its directory.
+  std::string unusablePath;    ///< Of `startError`: the program, its directory, /dev/null.
 };
 
 /// Runs the request in a new session without a controlling terminal and waits for the child to

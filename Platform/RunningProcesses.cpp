@@ -1,10 +1,12 @@
 #include "Platform/RunningProcesses.h"
 
+#include <poll.h>
 #include <signal.h>  // NOLINT(modernize-deprecated-headers): POSIX, not only C
 #include <sys/wait.h>
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
@@ -22,9 +24,12 @@ constexpr Milliseconds kPollInterval{10};
 constexpr Milliseconds kPauseSlice{50};
 constexpr Milliseconds kUntilKilled{500};  // a process that hangs in the kernel is left
 
-// A fixed array of atomics, since a signal handler may neither lock nor allocate. A group that was
-// signalled is stored as a negative number.
-using Groups = std::array<std::atomic<pid_t>, 128>;
+/// A tracked group. Atomics in a fixed array, since a signal handler may neither lock nor allocate.
+struct Group {
+  std::atomic<pid_t> leader = kFree;  ///< Negative once it was signalled.
+  std::atomic<int> output = -1;
+};
+using Groups = std::array<Group, 128>;
 static_assert(std::atomic<pid_t>::is_always_lock_free);
 constinit Groups runningGroups{};
 
@@ -38,31 +43,38 @@ void pause(Milliseconds duration) {
   ::nanosleep(&time, nullptr);
 }
 
-/// Whether the leader is still running; reaps it otherwise.
-bool leaderRuns(pid_t group) { return ::waitpid(group, nullptr, WNOHANG) == 0; }
+/// Whether the child is still running. Only looks, since its status belongs to `runProcess`.
+bool leaderRuns(const Group& group) {
+  siginfo_t information{};
+  const auto leader = static_cast<id_t>(std::abs(group.leader.load()));
+  return leader != kFree &&
+         ::waitid(P_PID, leader, &information, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+         information.si_pid == 0;
+}
 
-/// Whether the group still has members.
-bool isThere(pid_t group) { return leaderRuns(group) || ::kill(-group, 0) == 0 || errno == EPERM; }
+/// Whether the child, or a member of its group that has its output open, is still running. A child
+/// that wasn't reaped keeps its group, so signal 0 would say nothing about the members.
+bool isThere(const Group& group) {
+  pollfd output{.fd = group.output.load(), .events = POLLIN, .revents = 0};
+  const bool isOpen = output.fd >= 0 && ::poll(&output, 1, 0) >= 0 &&
+                      (output.revents & (POLLHUP | POLLERR | POLLNVAL)) == 0;
+  return isOpen || leaderRuns(group);
+}
 
 void signalAll(int signal) {
-  for (std::atomic<pid_t>& slot : runningGroups) {
-    pid_t group = slot.load();
-    if (group == kFree || (group > 0 && !slot.compare_exchange_strong(group, -group))) {
+  for (Group& group : runningGroups) {
+    pid_t leader = group.leader.load();
+    const bool isNew = leader > kFree && leaderRuns(group);
+    if (leader == kFree || (isNew && !group.leader.compare_exchange_strong(leader, -leader))) {
       continue;  // it has just ended
     }
-    ::kill(-std::abs(group), signal);
+    ::kill(-std::abs(leader), signal);
   }
 }
 
 /// Waits until `holds` is false for every group, at most for `limit`. Returns false on timeout.
-bool waitWhileAny(bool (*holds)(pid_t group), Milliseconds limit) {
-  const auto any = [&] {
-    return std::ranges::any_of(runningGroups, [&](const std::atomic<pid_t>& slot) {
-      const pid_t group = slot.load();
-      return group != kFree && holds(std::abs(group));
-    });
-  };
-  for (Milliseconds waited{0}; any(); waited += kPollInterval) {
+bool waitWhileAny(bool (*holds)(const Group& group), Milliseconds limit) {
+  for (Milliseconds waited{0}; std::ranges::any_of(runningGroups, holds); waited += kPollInterval) {
     if (waited >= limit) {
       return false;
     }
@@ -75,16 +87,17 @@ bool waitWhileAny(bool (*holds)(pid_t group), Milliseconds limit) {
 
 bool endRunningProcesses(Milliseconds grace) noexcept {
   timesEnded.fetch_add(1);
-  if (waitWhileAny(isThere, Milliseconds::zero())) {
-    return false;
-  }
-  signalAll(SIGTERM);
-  signalAll(SIGCONT);  // a stopped process couldn't handle SIGTERM
-  if (!waitWhileAny(isThere, grace)) {
-    signalAll(SIGKILL);
+  const int interruptedCode = errno;
+  const bool wasAny = !waitWhileAny(isThere, Milliseconds::zero());
+  if (wasAny) {
+    signalAll(SIGTERM);
+    signalAll(SIGCONT);  // a stopped process couldn't handle SIGTERM
+    (void)waitWhileAny(isThere, grace);
+    signalAll(SIGKILL);  // also members that have closed their output
     (void)waitWhileAny(leaderRuns, kUntilKilled);
   }
-  return true;
+  errno = interruptedCode;
+  return wasAny;
 }
 
 void pauseUnlessEnded(Milliseconds duration) {
@@ -97,19 +110,27 @@ void pauseUnlessEnded(Milliseconds duration) {
   }
 }
 
-RunningProcess::RunningProcess(pid_t pid) noexcept {
-  for (std::atomic<pid_t>& slot : runningGroups) {
+RunningProcess::RunningProcess(pid_t pid, int output) noexcept {
+  for (std::size_t slot = 0; slot < runningGroups.size(); ++slot) {
     pid_t expected = kFree;
-    if (slot.compare_exchange_strong(expected, pid)) {
-      slot_ = &slot;
+    if (runningGroups[slot].leader.compare_exchange_strong(expected, pid)) {
+      runningGroups[slot].output = output;
+      slot_ = slot;
       return;
     }
   }
 }
 
+void RunningProcess::forgetOutput() noexcept {
+  if (slot_) {
+    runningGroups[*slot_].output = -1;
+  }
+}
+
 bool RunningProcess::forget() noexcept {
-  std::atomic<pid_t>* const slot = std::exchange(slot_, nullptr);
-  return slot != nullptr && slot->exchange(kFree) < 0;
+  forgetOutput();
+  const std::optional<std::size_t> slot = std::exchange(slot_, std::nullopt);
+  return slot && runningGroups[*slot].leader.exchange(kFree) < 0;
 }
 
 }  // namespace platform

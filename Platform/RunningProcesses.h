@@ -3,15 +3,15 @@
 #pragma once
 #include <sys/types.h>
 
-#include <atomic>
 #include <chrono>
+#include <cstddef>
+#include <optional>
 
 namespace platform {
 
 /// Ends all pauses and kills the children that `runProcess` is waiting for, with their groups:
-/// SIGTERM, then SIGKILL after `grace`. Returns whether there was a child. Safe in signal handlers
-/// and on any thread. The children may be reaped here; `runProcess` then reports status 143 for
-/// them.
+/// SIGTERM, then SIGKILL after `grace`. Returns whether there was a child. Safe in signal handlers,
+/// whose errno it keeps, and on any thread. Reaps no child, so that `runProcess` learns its status.
 bool endRunningProcesses(std::chrono::milliseconds grace) noexcept;
 
 /// Blocks the calling thread for `duration`, or until `endRunningProcesses` is called, which it
@@ -22,17 +22,20 @@ void pauseUnlessEnded(std::chrono::milliseconds duration);
 /// tracked at a time.
 class RunningProcess {
  public:
-  /// `pid` leads its own group and is not reaped before `forget`. Construct with signals blocked
-  /// since before the spawn, so that no handler misses the child.
-  explicit RunningProcess(pid_t pid) noexcept;
+  /// `pid` leads its own group and is not reaped before `forget`. `output` is the read end of the
+  /// pipe that the group writes to. Construct with signals blocked since before the spawn, so that
+  /// no handler misses the child.
+  RunningProcess(pid_t pid, int output) noexcept;
   ~RunningProcess() { forget(); }
   RunningProcess(const RunningProcess&) = delete;
   RunningProcess& operator=(const RunningProcess&) = delete;
-  /// Whether `endRunningProcesses` has signalled it.
+  /// To be called before `output` is closed.
+  void forgetOutput() noexcept;
+  /// Whether `endRunningProcesses` has signalled it while it was running.
   bool forget() noexcept;
 
  private:
-  std::atomic<pid_t>* slot_ = nullptr;
+  std::optional<std::size_t> slot_;
 };
 
 }  // namespace platform

@@ -22,20 +22,23 @@ int startIn(posix_spawn_file_actions_t& actions, const char* directory) {
 short ownSessionFlags() { return POSIX_SPAWN_SETSID; }
 
 std::ptrdiff_t writeWithoutSignal(int descriptor, std::string_view bytes) noexcept {
-  // SIGPIPE is directed at the writing thread, so it is blocked in this thread only and consumed
-  // before the mask is restored.
-  sigset_t pipeSignal;
+  // Both are directed at the writing thread, so they are blocked in this thread only, and the
+  // write's own is consumed before the mask is restored.
+  sigset_t signals;
   sigset_t former;
   sigset_t pending;
-  ::sigemptyset(&pipeSignal);
-  ::sigaddset(&pipeSignal, SIGPIPE);
-  ::pthread_sigmask(SIG_BLOCK, &pipeSignal, &former);
+  ::sigemptyset(&signals);
+  ::sigaddset(&signals, SIGPIPE);
+  ::sigaddset(&signals, SIGXFSZ);
+  ::pthread_sigmask(SIG_BLOCK, &signals, &former);
   ::sigpending(&pending);
   const ssize_t written = ::write(descriptor, bytes.data(), bytes.size());
   const int error = errno;
-  if (written < 0 && error == EPIPE && ::sigismember(&pending, SIGPIPE) == 0) {
+  const int own = error == EPIPE ? SIGPIPE : SIGXFSZ;
+  if (written < 0 && (error == EPIPE || error == EFBIG) && ::sigismember(&pending, own) == 0) {
     constexpr timespec kNoWait{};
-    while (::sigtimedwait(&pipeSignal, nullptr, &kNoWait) < 0 && errno == EINTR) {
+    ::sigdelset(&signals, own == SIGPIPE ? SIGXFSZ : SIGPIPE);
+    while (::sigtimedwait(&signals, nullptr, &kNoWait) < 0 && errno == EINTR) {
     }
   }
   ::pthread_sigmask(SIG_SETMASK, &former, nullptr);
@@ -53,14 +56,17 @@ ChildEnd::ChildEnd(pid_t pid) : pid_(pid) {
   descriptor_ = std::move(opened);
 }
 
-int ChildEnd::wait(siginfo_t& information, int options) const {
-  const bool hasPidfd = static_cast<bool>(descriptor_);
+int ChildEnd::wait(siginfo_t& information, int options) {
   int answer = 0;
   do {
+    const bool hasPidfd = static_cast<bool>(descriptor_);
     answer =
         ::waitid(hasPidfd ? P_PIDFD : P_PID, static_cast<id_t>(hasPidfd ? descriptor_.get() : pid_),
                  &information, WEXITED | options);
-  } while (answer != 0 && errno == EINTR);
+    if (answer != 0 && errno == EBADF) {  // it was closed, and another file may have its number
+      loseDescriptor();
+    }
+  } while (answer != 0 && (errno == EINTR || errno == EBADF));
   return answer;
 }
 

@@ -102,11 +102,8 @@ class SpawnSettings {
   SpawnSettings& operator=(const SpawnSettings&) = delete;
 
   /// `status`, if valid, becomes the child's descriptor 3.
-  void connect(const std::optional<Pipe>& input, const Pipe& output,
-               const std::optional<Pipe>& status) {
-    note(input ? ::posix_spawn_file_actions_adddup2(&actions_, input->readEnd.get(), STDIN_FILENO)
-               : ::posix_spawn_file_actions_addopen(&actions_, STDIN_FILENO, "/dev/null", O_RDONLY,
-                                                    0));
+  void connect(const Descriptor& input, const Pipe& output, const std::optional<Pipe>& status) {
+    note(::posix_spawn_file_actions_adddup2(&actions_, input.get(), STDIN_FILENO));
     note(::posix_spawn_file_actions_adddup2(&actions_, output.writeEnd.get(), STDOUT_FILENO));
     note(::posix_spawn_file_actions_adddup2(&actions_, output.writeEnd.get(), STDERR_FILENO));
     if (status) {
@@ -166,7 +163,7 @@ class Leftovers {
   }
   void reapEnded() {
     const std::scoped_lock lock(mutex_);
-    std::erase_if(children_, [](const ChildEnd& child) {
+    std::erase_if(children_, [](ChildEnd& child) {
       siginfo_t information{};
       return child.wait(information, WNOHANG) != 0 || information.si_pid != 0;
     });
@@ -180,7 +177,9 @@ class Leftovers {
 /// A started child. The destructor kills its group and reaps it, unless it was already reaped.
 class Child {
  public:
-  explicit Child(pid_t pid) : pid_(pid), end_(pid), running_(pid), ended_(end_.wasGone()) {}
+  /// `output` is the read end of its pipe.
+  Child(pid_t pid, const Descriptor& output)
+      : pid_(pid), end_(pid), running_(pid, output.get()), ended_(end_.wasGone()) {}
   ~Child() {
     if (!reaped_) {
       signalAll(SIGKILL);
@@ -193,15 +192,13 @@ class Child {
   /// Becomes readable when the child exits; empty if the child must be polled.
   [[nodiscard]] const Descriptor& endDescriptor() const { return end_.descriptor(); }
   [[nodiscard]] bool ended() const { return ended_; }
-  /// Updates whether the child has exited. `ready` is the result of waiting for its descriptor;
-  /// absent if there is no descriptor, so that the system must be asked.
-  void look(std::optional<bool> ready) {
-    if (ended_) {
-      return;
-    }
-    if (ready) {
-      ended_ = *ready;
-    } else {
+  /// To be called before its output is closed.
+  void forgetOutput() { running_.forgetOutput(); }
+  /// For a descriptor that other code has closed. From now on the child is polled.
+  void loseEndDescriptor() { end_.loseDescriptor(); }
+  /// Asks the system whether the child has exited.
+  void look() {
+    if (!ended_) {
       siginfo_t information{};
       ended_ = end_.wait(information, WNOHANG | WNOWAIT) != 0 || information.si_pid != 0;
     }
@@ -218,15 +215,17 @@ class Child {
   /// Waits for the child to exit and reaps it.
   [[nodiscard]] std::int32_t reap() {
     reaped_ = true;
+    wasEnded_ = running_.forget();  // as long as the id is its own
     siginfo_t information{};
-    const bool known = end_.wait(information, 0) == 0;
-    const bool wasEnded = running_.forget();
-    if (!known) {  // `endRunningProcesses` reaps the children that it kills
-      return wasEnded ? kSignalBase + SIGTERM : ProcessResult::kUnknownStatus;
+    if (end_.wait(information, 0) != 0) {
+      return ProcessResult::kUnknownStatus;
     }
     return information.si_code == CLD_EXITED ? information.si_status
                                              : kSignalBase + information.si_status;
   }
+
+  /// Whether the reaped child was running when `endRunningProcesses` signalled it.
+  [[nodiscard]] bool wasEnded() const { return wasEnded_; }
 
   /// Gives up on a child that can't be killed.
   [[nodiscard]] std::int32_t abandon() {
@@ -241,6 +240,7 @@ class Child {
   RunningProcess running_;
   bool ended_;
   bool reaped_ = false;
+  bool wasEnded_ = false;
 };
 
 /// Milliseconds for poll(), rounded up so that it does not wake before the deadline.
@@ -273,7 +273,7 @@ class Supervision {
   /// The child's status is read from `status`; empty if the system reports it.
   Supervision(const ProcessRequest& request, pid_t pid, Descriptor input, Descriptor output,
               Descriptor status)
-      : child_(pid),
+      : child_(pid, output),
         inputPipe_(std::move(input)),
         outputPipe_(std::move(output)),
         statusPipe_(std::move(status)),
@@ -303,6 +303,9 @@ class Supervision {
     } else if (result.exitCode == ProcessResult::kUnknownStatus) {
       othersReap = true;
     }
+    if (child_.wasEnded() && result.exitCode <= 0) {
+      result.exitCode = kSignalBase + SIGTERM;  // unknown, or success although its work isn't done
+    }
     result.output = output_.finish();
     return result;
   }
@@ -329,6 +332,9 @@ class Supervision {
     if (!waited) {  // interrupted or out of memory: check everything
       std::this_thread::sleep_for(kBetweenLooks);
     }
+    if (waited) {
+      releaseClosed(events[kEnd], events[kOutput], events[kInput]);
+    }
     if (!waited || events[kInput].revents != 0) {
       feed();
     }
@@ -336,8 +342,24 @@ class Supervision {
       std::size_t most = ChildOutput::kReadBytes;
       readOnce(most);
     }
-    child_.look(waited && hasEndDescriptor ? std::optional(events[kEnd].revents != 0)
-                                           : std::nullopt);
+    if (!waited || !hasEndDescriptor || events[kEnd].revents != 0) {
+      child_.look();
+    }
+  }
+
+  /// Gives up descriptors that other code in this process has closed. They aren't closed again, as
+  /// the next files that it opens get their numbers.
+  void releaseClosed(const pollfd& end, const pollfd& output, const pollfd& input) {
+    if ((end.revents & POLLNVAL) != 0) {
+      child_.loseEndDescriptor();
+    }
+    if ((output.revents & POLLNVAL) != 0) {
+      child_.forgetOutput();
+      (void)outputPipe_.release();
+    }
+    if ((input.revents & POLLNVAL) != 0) {
+      (void)inputPipe_.release();
+    }
   }
 
   void feed() {
@@ -363,6 +385,7 @@ class Supervision {
   bool readOnce(std::size_t& most) {
     const ChildOutput::Reading reading = output_.readFrom(outputPipe_, most);
     if (reading == ChildOutput::Reading::ended) {
+      child_.forgetOutput();
       outputPipe_.reset();
     }
     return reading == ChildOutput::Reading::some;
@@ -417,6 +440,8 @@ class Supervision {
   Stage stage_ = Stage::running;
 };
 
+constexpr const char* kNoInput = "/dev/null";
+
 ProcessResult notStarted(int error, const ProcessRequest& request) {
   const bool directoryFailed = request.directory && ::access(request.directory->c_str(), X_OK) != 0;
   const bool isThere = error == EACCES || error == EPERM || error == ENOEXEC || error == ETXTBSY ||
@@ -460,6 +485,15 @@ ProcessResult runProcess(const ProcessRequest& request) {
   if (!output) {
     return notStarted(output.error().value(), request);
   }
+  Descriptor noInput;
+  if (!request.input) {
+    noInput = aboveStandard(::open(kNoInput, O_RDONLY | O_CLOEXEC));
+    if (!noInput) {
+      return {.exitCode = kCouldNotStart,
+              .startError = std::error_code(errno, std::generic_category()),
+              .unusablePath = kNoInput};
+    }
+  }
   std::optional<Pipe> input;
   std::optional<Pipe> status;
   for (auto& [pipe, wanted] :
@@ -481,7 +515,7 @@ ProcessResult runProcess(const ProcessRequest& request) {
   if (request.directory) {
     settings.startIn(*request.directory);
   }
-  settings.connect(input, *output, status);
+  settings.connect(input ? input->readEnd : noInput, *output, status);
   std::optional<Supervision> supervision;
   {
     const SignalsHeld

@@ -3,6 +3,8 @@
 #include <crt_externs.h>
 #include <fcntl.h>
 #include <sys/event.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -22,7 +24,29 @@ int startIn(posix_spawn_file_actions_t& actions, const char* directory) {
 
 short ownSessionFlags() { return POSIX_SPAWN_SETSID | POSIX_SPAWN_CLOEXEC_DEFAULT; }
 
+namespace {
+
+/// Whether the file has the size that the process may give it. Writing would raise SIGXFSZ, which
+/// the system may deliver to any thread.
+bool isAtSizeLimit(int descriptor) {
+  rlimit limit{};
+  struct stat status{};
+  if (::getrlimit(RLIMIT_FSIZE, &limit) != 0 || limit.rlim_cur == RLIM_INFINITY ||
+      ::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) {
+    return false;
+  }
+  const bool appends = (::fcntl(descriptor, F_GETFL) & O_APPEND) != 0;
+  const off_t place = appends ? status.st_size : ::lseek(descriptor, 0, SEEK_CUR);
+  return static_cast<rlim_t>(place) >= limit.rlim_cur;
+}
+
+}  // namespace
+
 std::ptrdiff_t writeWithoutSignal(int descriptor, std::string_view bytes) noexcept {
+  if (isAtSizeLimit(descriptor)) {
+    errno = EFBIG;
+    return -1;
+  }
   const int former = ::fcntl(descriptor, F_GETNOSIGPIPE);
   ::fcntl(descriptor, F_SETNOSIGPIPE, 1);
   const ssize_t written = ::write(descriptor, bytes.data(), bytes.size());
@@ -63,7 +87,7 @@ ChildEnd::ChildEnd(pid_t pid) : pid_(pid) {
   wasGone_ = errno == ESRCH && wait(information, WNOHANG | WNOWAIT) != 0;
 }
 
-int ChildEnd::wait(siginfo_t& information, int options) const {
+int ChildEnd::wait(siginfo_t& information, int options) {
   int answer = 0;
   do {
     answer = ::waitid(P_PID, static_cast<id_t>(pid_), &information, WEXITED | options);

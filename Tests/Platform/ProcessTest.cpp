@@ -16,7 +16,9 @@
 #include <tuple>
 #include <vector>
 
+#include "Platform/RunningProcesses.h"
 #include "Tests/Fakes/ScopedEnvironment.h"
+#include "Tests/Fakes/TemporaryDirectory.h"
 
 namespace platform {
 namespace {
@@ -151,6 +153,83 @@ TEST_F(ProcessTest, LosesAtMostOneStatusToOtherWaiters) {
     std::_Exit(first == ProcessResult::kUnknownStatus ? runProcess(request).exitCode : 1);
   };
   EXPECT_EXIT(runTwice(), testing::ExitedWithCode(3), "");
+}
+
+TEST_F(ProcessTest, EndingChildrenLeavesTheirStatus) {
+  const struct {
+    const char* command;
+    bool endsByItself;
+    std::int32_t status;
+  } rows[] = {
+      {"echo ready; exit 3", true, 3},
+      {"trap 'exit 0' TERM; echo ready; while :; do sleep 0.01; done", false, 128 + SIGTERM},
+      {"trap 'exit 4' TERM; echo ready; while :; do sleep 0.01; done", false, 4}};
+  for (const bool throughShell : {false, true}) {
+    const auto former = std::signal(SIGCHLD, throughShell ? SIG_IGN : SIG_DFL);
+    for (const auto& [command, endsByItself, status] : rows) {
+      SCOPED_TRACE(command);
+      ProcessRequest request = shell(command);
+      request.onLine = [endsByItself](std::string_view line) {
+        if (line != "ready") {
+          return;  // the shell's message about a signalled program
+        }
+        siginfo_t ended{};
+        if (endsByItself) {
+          ::waitid(P_ALL, 0, &ended, WEXITED | WNOWAIT);
+        }
+        errno = ENOTTY;
+        EXPECT_EQ(endRunningProcesses(std::chrono::minutes(1)), !endsByItself);
+        EXPECT_EQ(errno, ENOTTY);
+      };
+      const auto start = std::chrono::steady_clock::now();
+      EXPECT_EQ(runProcess(request).exitCode, status);
+      EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(30));
+    }
+    std::signal(SIGCHLD, former);
+  }
+}
+
+TEST_F(ProcessTest, GoesOnWithoutADescriptorThatOthersClosed) {
+  const TemporaryDirectory directory;
+  ProcessRequest request = shell("echo ready; while ! test -e go; do sleep 0.01; done; exit 3");
+  request.directory = directory.path();
+  for (const bool isReused : {false, true}) {
+    std::filesystem::remove(directory.file("go"));
+    int descriptor = -1;
+    request.onLine = [&](std::string_view) {
+      std::error_code error;
+      for (int number = 3; number < 64; ++number) {
+        const std::string link = "/proc/self/fd/" + std::to_string(number);
+        if (std::filesystem::read_symlink(link, error).string().contains("pidfd")) {
+          descriptor = number;
+          ::close(number);
+          EXPECT_TRUE(!isReused || ::open("/dev/zero", O_RDONLY | O_CLOEXEC) == number);
+        }
+      }
+      directory.write("go", "");
+    };
+    EXPECT_EQ(runProcess(request).exitCode, 3);
+    EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1) << "the child was not reaped";
+    if (isReused) {
+      EXPECT_EQ(::close(descriptor), 0) << "another file was closed";
+    }
+  }
+}
+
+TEST_F(ProcessTest, NamesMissingInput) {
+  if (::geteuid() != 0) {
+    GTEST_SKIP() << "only root may change its root";
+  }
+  const TemporaryDirectory directory;
+  const pid_t child = ::fork();
+  if (child == 0) {
+    const bool changed = ::chroot(directory.path().c_str()) == 0;
+    const ProcessResult result = runProcess({.executable = "/bin/sh"});
+    ::_exit(changed && result.exitCode == 127 && result.unusablePath == "/dev/null" ? 0 : 1);
+  }
+  int status = -1;
+  ::waitpid(child, &status, 0);
+  EXPECT_EQ(status, 0);
 }
 
 TEST_F(ProcessTest, DoesNotWaitForAGrandchildThatKeepsThePipe) {
