@@ -50,7 +50,8 @@ struct ReadOptions {
 
 /// Locks out other threads and processes that use this class for the same path, for a
 /// read-modify-write cycle. The lock is a file next to `path` with the suffix ".lock" that only the
-/// process's user can open; it is removed on release.
+/// process's user can open; it is removed on release. Anything else with that name, such as a
+/// directory or a FIFO, is set aside with the suffix ".damaged".
 class FileLock {
  public:
   /// How long `acquire` pauses between two attempts.
@@ -60,13 +61,17 @@ class FileLock {
   [[nodiscard]] static std::expected<FileLock, FileError> acquire(
       const std::string& path, std::chrono::milliseconds timeout = std::chrono::seconds(10),
       const Sleeper& sleep = {});
+  /// The new name of what was set aside; empty if nothing was.
+  [[nodiscard]] const std::string& setAside() const noexcept { return setAside_; }
   FileLock(FileLock&&) noexcept = default;
   FileLock& operator=(FileLock&&) = delete;
   ~FileLock();
 
  private:
-  FileLock(std::string name, Descriptor file) : name_(std::move(name)), file_(std::move(file)) {}
+  FileLock(std::string name, std::string setAside, Descriptor file)
+      : name_(std::move(name)), setAside_(std::move(setAside)), file_(std::move(file)) {}
   std::string name_;
+  std::string setAside_;
   Descriptor file_;
 };
 

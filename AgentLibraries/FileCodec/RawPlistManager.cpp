@@ -16,6 +16,8 @@ using platform::PropertyList;
 using Kind = PropertyListFileError::Kind;
 using Updates = std::map<std::string, std::optional<PropertyList>>;
 
+constexpr LogCore::LogTag kSaveTag{"save(toFile:)"};
+
 PropertyList::Dictionary updated(PropertyList::Dictionary dictionary, const Updates& updates) {
   for (const auto& [key, value] : updates) {
     if (value) {
@@ -77,6 +79,12 @@ void RawPlistManager::save(const std::optional<std::string>& path) {
   if (!lock) {
     throw std::runtime_error(lock.error().message);
   }
+  if (!lock->setAside().empty()) {
+    logError(kSaveTag, [&] {
+      return text("Something other than a file was in the place of a lock file, it is kept as ",
+                  lock->setAside(), ".");
+    });
+  }
   platform::removeLeftovers(path.value_or(filePath_));
   if (!path || *path == filePath_) {
     saveToOwnPath();
@@ -104,7 +112,7 @@ void RawPlistManager::saveToOwnPath() {
       platform::undoSettingAside(filePath_, *name);
       throw;
     }
-    logError(LogCore::LogTag{"save(toFile:)"}, [&] {
+    logError(kSaveTag, [&] {
       return text("Replaced a file that could not be used, it is kept as ", *name, ": ",
                   dictionary.error().error.what(), ".");
     });

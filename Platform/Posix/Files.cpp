@@ -263,6 +263,24 @@ std::expected<void, FileError> writeFileAtomically(const std::string& path,
   return {};
 }
 
+namespace {
+
+/// Sets aside what is at `name` if it isn't a regular file. Returns its new name; empty if it is
+/// one.
+std::expected<std::string, FileError> setAsideUnlessRegular(const std::string& name) {
+  struct stat status{};
+  if (lstat(name.c_str(), &status) != 0 || S_ISREG(status.st_mode)) {
+    return std::string();
+  }
+  auto aside = setFileAside(name, ".damaged");
+  if (aside && S_ISLNK(status.st_mode)) {
+    unlink(name.c_str());  // it has a second name now
+  }
+  return aside;
+}
+
+}  // namespace
+
 std::expected<FileLock, FileError> FileLock::acquire(const std::string& path,
                                                      std::chrono::milliseconds timeout,
                                                      const Sleeper& sleep) {
@@ -270,6 +288,10 @@ std::expected<FileLock, FileError> FileLock::acquire(const std::string& path,
   std::string name = path + ".lock";
   if (hasNUL(path)) {
     return failure(name, EINVAL);
+  }
+  auto aside = setAsideUnlessRegular(name);
+  if (!aside) {
+    return std::unexpected(std::move(aside.error()));
   }
   for (std::chrono::milliseconds waited{0};; waited += kPause) {
     Descriptor file = aboveStandard(uninterrupted([&] {
@@ -287,7 +309,7 @@ std::expected<FileLock, FileError> FileLock::acquire(const std::string& path,
       struct stat named{};
       if (lstat(name.c_str(), &named) == 0 && named.st_ino == opened.st_ino &&
           named.st_dev == opened.st_dev) {
-        return FileLock(std::move(name), std::move(file));  // allocates nothing
+        return FileLock(std::move(name), *std::move(aside), std::move(file));  // allocates nothing
       }
     } else if (errno != EWOULDBLOCK) {
       return failure(name, errno);

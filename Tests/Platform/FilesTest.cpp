@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <sys/wait.h>
@@ -137,6 +138,41 @@ TEST(FilesTest, LockBlocksUntilReleased) {
   }
   EXPECT_FALSE(fileExists(path + ".lock"));
   EXPECT_TRUE(FileLock::acquire(path));
+}
+
+TEST(FilesTest, LockSetsAsideWhatIsNoFile) {
+  const std::vector<std::pair<const char*, int (*)(const char*)>> rows{
+      {"directory", [](const char* name) { return mkdir(name, 0700); }},
+      {"FIFO", [](const char* name) { return mkfifo(name, 0600); }},
+      {"link", [](const char* name) { return symlink("/etc", name); }}};
+  for (const auto& [kind, make] : rows) {
+    SCOPED_TRACE(kind);
+    const TemporaryDirectory directory;
+    const std::string path = directory.file("counts");
+    ASSERT_EQ(make((path + ".lock").c_str()), 0);
+    const auto held = FileLock::acquire(path);
+    ASSERT_TRUE(held) << held.error().message;
+    EXPECT_EQ(held->setAside(), path + ".lock.damaged");
+    struct stat status{};
+    EXPECT_EQ(lstat(held->setAside().c_str(), &status), 0);
+    EXPECT_FALSE(FileLock::acquire(path, std::chrono::milliseconds(0)));
+  }
+}
+
+TEST(FilesTest, WriteBeyondTheSizeLimitFails) {
+  const TemporaryDirectory directory;
+  const std::string path = directory.write("counts", "old");
+  const pid_t child = ::fork();
+  if (child == 0) {
+    const rlimit limit{.rlim_cur = 100, .rlim_max = 100};
+    ::setrlimit(RLIMIT_FSIZE, &limit);
+    const auto written = writeFileAtomically(path, std::string(1000, 'x'));
+    ::_exit(!written && written.error().code == std::errc::file_too_large ? 0 : 1);
+  }
+  int status = -1;
+  ::waitpid(child, &status, 0);
+  EXPECT_EQ(status, 0);
+  EXPECT_EQ(directory.read("counts"), "old");
 }
 
 TEST(FilesTest, OpensNothingAsAStandardDescriptor) {
