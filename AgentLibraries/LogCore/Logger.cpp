@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <chrono>
 #include <cstddef>
 #include <cstdio>
@@ -19,19 +18,11 @@ namespace {
 
 constexpr int kStandardError = 2;
 
-/// `2026-11-24T10:11:12.123Z`
-std::string timestamp() {
+constexpr std::size_t kMostMessageBytes = std::size_t{1} << 20;
+
+std::string now() {
   using namespace std::chrono;
-  const auto now = floor<milliseconds>(system_clock::now());
-  const std::time_t wholeSeconds = system_clock::to_time_t(now);
-  std::tm utc{};
-  gmtime_r(&wholeSeconds, &utc);
-  std::array<char, 40> buffer{};
-  const int length = std::snprintf(
-      buffer.data(), buffer.size(), "%04d-%02d-%02dT%02d:%02d:%02d.%03dZ", utc.tm_year + 1900,
-      utc.tm_mon + 1, utc.tm_mday, utc.tm_hour, utc.tm_min, utc.tm_sec,
-      static_cast<int>((now.time_since_epoch() % std::chrono::seconds{1}).count()));
-  return {buffer.data(), static_cast<std::size_t>(length)};
+  return timestamp(floor<milliseconds>(system_clock::now()));
 }
 
 std::string_view paddedName(LogLevel level) {
@@ -48,9 +39,22 @@ std::string_view paddedName(LogLevel level) {
 
 }  // namespace
 
+std::string timestamp(std::chrono::sys_time<std::chrono::milliseconds> time) {
+  const auto wholeSeconds = std::chrono::floor<std::chrono::seconds>(time);
+  const std::time_t seconds = std::chrono::system_clock::to_time_t(wholeSeconds);
+  std::tm utc{};
+  gmtime_r(&seconds, &utc);
+  std::array<char, 40> buffer{};
+  const int length =
+      std::snprintf(buffer.data(), buffer.size(), "%04d-%02d-%02dT%02d:%02d:%02d.%03dZ",
+                    utc.tm_year + 1900, utc.tm_mon + 1, utc.tm_mday, utc.tm_hour, utc.tm_min,
+                    utc.tm_sec, static_cast<int>((time - wholeSeconds).count()));
+  return {buffer.data(), static_cast<std::size_t>(length)};
+}
+
 std::string logLine(LogLevel level, const LogTag& tag, std::uint32_t line,
                     const MessageBuilder& build) {
-  std::string out = timestamp();
+  std::string out = now();
   out += ' ';
   out += paddedName(level);
   out += ' ';
@@ -60,52 +64,70 @@ std::string logLine(LogLevel level, const LogTag& tag, std::uint32_t line,
   out += ':';
   out += std::to_string(line);
   out += ' ';
-  out += platform::printable(build().text, platform::Tabs::kept);
+  const std::string message = build().text;
+  const std::string_view shown = std::string_view(message).substr(0, kMostMessageBytes);
+  out += platform::printable(shown, platform::Tabs::kept);
+  if (shown.size() < message.size()) {
+    out += "… [" + std::to_string(message.size() - shown.size()) + " more bytes]";
+  }
   out += '\n';
   return out;
 }
 
 StandardErrorSink::StandardErrorSink(int descriptor)
-    : descriptor_(descriptor), identity_(platform::identityOf(descriptor)) {}
+    : descriptor_(descriptor), output_(descriptor) {}
 
 void StandardErrorSink::write(LogLevel level, const LogTag& tag, std::uint32_t line,
                               const MessageBuilder& build) {
   const std::string text = logLine(level, tag, line, build);
   const std::scoped_lock lock(mutex_);
-  if (!identity_ || platform::identityOf(descriptor_) != identity_) {
+  if (!output_.isFileOf(descriptor_)) {
+    output_ = {};  // its reader waits for the end of the file, perhaps
     return;
   }
+  recoverPatience();
   if (dropped_ > 0) {
-    const std::string note = std::string(isCut_ ? "…\n" : "") + timestamp() +
+    const std::string note = std::string(isCut_ ? "…\n" : "") + now() +
                              " ERROR LogCore/Logger write: " + std::to_string(dropped_) +
                              " lines were dropped, nobody read standard error.\n";
-    // Callers have already waited for the reader.
-    if (!takes(note, std::chrono::milliseconds::zero())) {
+    if (!takes(note, false)) {  // callers have already waited for the reader
       ++dropped_;
       return;
     }
     dropped_ = 0;
     isCut_ = false;
   }
-  if (!takes(text, kPatience)) {
+  if (!takes(text, true)) {
     ++dropped_;
   }
 }
 
-bool StandardErrorSink::takes(std::string_view text, std::chrono::milliseconds patience) {
-  for (std::size_t done = 0; done < text.size();) {
-    if (!platform::isWritable(descriptor_, patience)) {
-      isCut_ = isCut_ || done > 0;
+bool StandardErrorSink::takes(std::string_view text, bool mayWait) {
+  const std::size_t whole = text.size();
+  for (;;) {
+    const std::ptrdiff_t count = output_.write(text);
+    text.remove_prefix(static_cast<std::size_t>(std::max<std::ptrdiff_t>(count, 0)));
+    if (text.empty()) {
+      return true;
+    }
+    if (count < 0 || (count == 0 && (!mayWait || patience_ <= Clock::duration::zero()))) {
+      isCut_ = isCut_ || text.size() < whole;
       return false;
     }
-    const std::ptrdiff_t count =
-        platform::writeWithoutSignal(descriptor_, text.substr(done, platform::kAtomicWriteBytes));
-    if (count < 0 && errno != EINTR && errno != EAGAIN) {
-      return false;
+    if (count == 0) {
+      const Clock::time_point start = Clock::now();
+      output_.waitForRoom(patience_);
+      asOf_ = Clock::now();
+      patience_ -= asOf_ - start;
     }
-    done += static_cast<std::size_t>(std::max<std::ptrdiff_t>(count, 0));
   }
-  return true;
+}
+
+void StandardErrorSink::recoverPatience() {
+  constexpr int kShareOfTime = 100;
+  const Clock::time_point now = Clock::now();
+  patience_ = std::min<Clock::duration>(kPatience, patience_ + (now - asOf_) / kShareOfTime);
+  asOf_ = now;
 }
 
 namespace {

@@ -86,8 +86,9 @@ class VEXLO_EXPORT NullSink final : public LogSink {
 
 /// Replaces the process's sink and returns the previous one; null restores the default. The default
 /// sink writes all levels, formatted like `DescriptorSink`, to the standard error that the process
-/// had when the library was loaded; once descriptor 2 is another file, lines are dropped. It waits
-/// for a reader for at most a quarter of a second; a later line reports how many were dropped.
+/// had when the library was loaded; once descriptor 2 is another file, lines are dropped. It never
+/// blocks; lines wait for a slow reader for a quarter of a second altogether, plus a hundredth of
+/// the time that passes, and a later line reports how many were dropped.
 /// Thread-safe.
 VEXLO_EXPORT std::shared_ptr<LogSink> setLogSink(std::shared_ptr<LogSink> sink);
 

@@ -8,6 +8,7 @@
 #include "AgentLibraries/LogCore/Text.h"
 #include "Platform/Memory.h"
 #include "Platform/PassingError.h"
+#include "Platform/PrintableText.h"
 #include "Platform/Process.h"
 
 namespace vxutils {
@@ -43,10 +44,12 @@ platform::ProcessResult run(platform::ProcessRequest& request, std::int64_t time
   }
   if (result.startError) {
     logError(tag, [&] {
-      const std::string directory =
-          result.unusablePath == request.executable ? "" : text(" in ", result.unusablePath);
-      return text("Could not start ", request.executable, directory, ": ",
-                  result.startError.message(), ".");
+      const std::string& path = result.unusablePath;
+      const std::string of = path == request.executable  ? ""
+                             : path == request.directory ? text(" in ", path)
+                                                         : text(": ", path);
+      return text("Could not start ", request.executable, of, ": ", result.startError.message(),
+                  ".");
     });
   }
   if (result.timedOut) {
@@ -65,16 +68,19 @@ platform::ProcessResult run(platform::ProcessRequest& request, std::int64_t time
   return result;
 }
 
-/// Logs a command's lines up to a limit, so that a runaway tool doesn't fill the disk.
+/// Logs a command's lines up to a limit of written bytes, so that a runaway tool doesn't fill the
+/// disk.
 class LineLogger {
  public:
   void log(std::string_view line) {
-    if (line.size() >= left_) {
+    const std::size_t bytes =
+        left_ == 0 ? 0 : kBytesBefore + platform::printable(line, platform::Tabs::kept).size();
+    if (bytes >= left_) {
       left_ = 0;  // so that no later line is logged after a gap
       ++dropped_;
       return;
     }
-    left_ -= line.size() + 1;
+    left_ -= bytes;
     logInfo(kRunTag, [&] { return line; });
   }
   /// Logs how many lines are missing.
@@ -87,6 +93,11 @@ class LineLogger {
   }
 
  private:
+  /// What a log line has before its message, and its line feed.
+  static constexpr std::size_t kBytesBefore =
+      std::string_view("2026-11-24T10:11:12.123Z INFO    :123 \n").size() + kRunTag.file.size() +
+      kRunTag.function.size();
+
   std::size_t left_ = kMostLoggedBytes;
   std::uint64_t dropped_ = 0;
 };

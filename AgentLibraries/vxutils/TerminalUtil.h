@@ -35,8 +35,8 @@ class TerminalUtil {
   /// Runs `command` with `-c` in the shell at `launchPath` ("/bin/sh" if absent), in `directory`
   /// (the current one if absent), with `pipeInput` as its whole standard input (/dev/null if
   /// absent). After `timeoutSeconds` its process group is killed. With `logOutputContinuously`,
-  /// output is logged at info level line by line as it arrives (the first 4 MiB, then the number of
-  /// further lines); with `shouldLogOutput`, as a whole at the end. The command and the input,
+  /// output is logged at info level line by line as it arrives (4 MiB of log lines, then the number
+  /// of further lines); with `shouldLogOutput`, as a whole at the end. The command and the input,
   /// which may contain a password, are never logged. `readOutput`, if any, receives all output as
   /// it arrives, in arbitrary pieces; it must not throw.
   [[nodiscard]] CommandResult runCommand(const std::string& command,

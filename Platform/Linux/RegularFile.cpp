@@ -40,8 +40,11 @@ Descriptor openRegularFile(const std::string& path, bool followLinks) {
     errno = error;
     return {};
   }
-  return openUninterrupted("/proc/self/fd/" + std::to_string(place.get()),
-                           O_RDONLY | O_NONBLOCK | O_NOCTTY);
+  return openAgain(place.get(), O_RDONLY | O_NONBLOCK | O_NOCTTY);
+}
+
+Descriptor openAgain(int descriptor, int flags) {
+  return openUninterrupted("/proc/self/fd/" + std::to_string(descriptor), flags);
 }
 
 }  // namespace platform

@@ -1,4 +1,4 @@
-// Opens regular files only. Anything else is never opened, because opening can have side effects.
+// Opens files: regular ones by path, and any by a descriptor of it.
 #pragma once
 #include <string>
 
@@ -11,5 +11,10 @@ namespace platform {
 /// (EINVAL). Opening a device can start a watchdog or rewind a tape; opening a FIFO wakes its
 /// writer.
 [[nodiscard]] Descriptor openRegularFile(const std::string& path, bool followLinks = true);
+
+/// Opens the file that `descriptor` refers to a second time, with its own flags; close-on-exec,
+/// above the standard descriptors. Empty, with errno set, on failure, and for what has no path to
+/// open.
+[[nodiscard]] Descriptor openAgain(int descriptor, int flags);
 
 }  // namespace platform

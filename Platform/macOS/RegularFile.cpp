@@ -1,7 +1,10 @@
 #include "Platform/Posix/RegularFile.h"
 
 #include <fcntl.h>
+#include <sys/param.h>
 #include <sys/stat.h>
+
+#include <array>
 
 #include <cerrno>
 
@@ -39,6 +42,14 @@ Descriptor openRegularFile(const std::string& path, bool followLinks) {
     return failed(EINVAL);
   }
   return file;
+}
+
+Descriptor openAgain(int descriptor, int flags) {
+  std::array<char, MAXPATHLEN> path{};
+  if (::fcntl(descriptor, F_GETPATH, path.data()) != 0) {
+    return {};
+  }
+  return aboveStandard(::open(path.data(), flags | O_CLOEXEC));
 }
 
 }  // namespace platform

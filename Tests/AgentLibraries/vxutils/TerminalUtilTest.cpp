@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <sys/resource.h>
 
+#include "AgentLibraries/LogCore/Text.h"
+#include "Platform/PrintableText.h"
 #include "Tests/Fakes/LogCapture.h"
 
 namespace vxutils {
@@ -63,8 +65,20 @@ TEST_F(TerminalUtilTest, LimitsLoggedOutputAndNamesAMissingDirectory) {
   const std::string command = "yes $(printf %01000d 0) | head -n 5000";
   (void)terminal.runCommand(command, {}, {}, {}, kTwoHours, true, false);
   EXPECT_EQ(log.records().back().message,
-            "810 more lines of the command's output were not logged.");
+            "1360 more lines of the command's output were not logged.");
   log.clear();
+  for (const char* const piece : {"", "\\033"}) {  // what a line has besides its text counts, too
+    (void)terminal.runCommand(LogCore::text("yes $(printf '", piece, "') | head -n 100000"), {}, {},
+                              {}, kTwoHours, true, false);
+    std::size_t written = 0;
+    for (const LogRecord& record : log.records()) {
+      written += LogCore::text(record.file, record.function).size() + 35 +
+                 platform::printable(record.message).size();
+    }
+    EXPECT_LT(written, std::size_t{4} << 20);
+    EXPECT_GT(written, std::size_t{3} << 20);
+    log.clear();
+  }
   (void)terminal.runCommand("true", "/no/such", {}, {}, kTwoHours, true, false);
   EXPECT_THAT(
       log.records(),
