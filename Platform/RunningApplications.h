@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <vector>
 
 namespace platform {
@@ -28,8 +29,10 @@ class ApplicationProcess {
 /// process belongs to a bundle if its executable, or the script that it interprets, is in
 /// `X.app/Contents/MacOS/` and `X.app/Contents/Info.plist` has the identifier. Processes that can't
 /// be inspected or exit during the search are left out. An empty `bundleIdentifier` finds nothing.
+/// `failure`, if not null, gets why some may be missing although they could be inspected, such as
+/// too few free descriptors; a later search may find them.
 [[nodiscard]] std::vector<std::unique_ptr<ApplicationProcess>> runningApplications(
-    std::string_view bundleIdentifier);
+    std::string_view bundleIdentifier, std::error_code* failure = nullptr);
 
 /// All running applications with a bundle identifier, found in the same way and the same order.
 [[nodiscard]] std::vector<std::unique_ptr<ApplicationProcess>> allRunningApplications();

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <climits>
 #include <filesystem>
 #include <map>
@@ -55,9 +56,23 @@ std::optional<std::string> readLink(const std::string& path) {
                   : std::optional(std::string(target.data(), static_cast<std::size_t>(size)));
 }
 
-/// At most `most` bytes from the start of a regular file. Empty on failure.
+/// Throws `std::system_error` if this process or the system lacks descriptors or memory: then
+/// nothing is known of the file.
+void throwIfShort(const std::error_code& error) {
+  if (error == std::errc::too_many_files_open ||
+      error == std::errc::too_many_files_open_in_system || error == std::errc::not_enough_memory) {
+    throw std::system_error(error);
+  }
+}
+
+/// At most `most` bytes from the start of a regular file; empty if it can't be read. Throws like
+/// `throwIfShort`.
 std::string beginningOf(const std::string& path, std::size_t most) {
   const Descriptor file = openRegularFile(path);
+  if (!file) {
+    throwIfShort({errno, std::generic_category()});
+    return {};
+  }
   std::string bytes;
   bytes.resize_and_overwrite(most, [&](char* data, std::size_t size) {
     return static_cast<std::size_t>(std::max<ssize_t>(::read(file.get(), data, size), 0));
@@ -214,15 +229,15 @@ std::string nameUnder(const PropertyList& list, std::string_view key) {
 /// The Info.plist files of one search, each read once.
 class InformationFiles {
  public:
-  /// Null when there is no such file.
+  /// Null when there is no such file. Throws like `throwIfShort`.
   const Information* read(const std::string& path) {
     const std::optional<FileIdentity> identity = identityOf(path);
     if (!identity) {
       return nullptr;
     }
-    const auto [entry, isNew] = known_.try_emplace(*identity);
-    if (isNew) {
-      entry->second = decode(path);
+    auto entry = known_.find(*identity);
+    if (entry == known_.end()) {
+      entry = known_.emplace(*identity, decode(path)).first;
     }
     return &entry->second;
   }
@@ -230,6 +245,9 @@ class InformationFiles {
  private:
   static Information decode(const std::string& path) {
     const auto bytes = readFile(path, {.maximumBytes = kLargestInformationFile});
+    if (!bytes) {
+      throwIfShort(bytes.error().code);
+    }
     const auto list = bytes ? parsePropertyList(*bytes, kMostInformationValues) : PropertyList();
     if (!list) {
       return {};
@@ -280,11 +298,13 @@ class FoundApplication final : public ApplicationProcess {
   [[nodiscard]] std::optional<std::string> localizedName() const override { return name_; }
   [[nodiscard]] std::int32_t processIdentifier() const override { return pid_; }
   [[nodiscard]] std::optional<std::string> executablePath() const override { return path_; }
-  bool forceTerminate() override {
+  bool forceTerminate() override try {
     const Descriptor pidfd =
         openPidfd(pid_);  // before the check, so that the signal can't hit another process
     return pidfd && startOf(pid_) == start_ && !hasEnded(pidfd) &&
            sendPidfdSignal(pidfd, SIGKILL) == 0;
+  } catch (const std::system_error&) {  // whose process it is now can't be learned
+    return false;
   }
 
  private:
@@ -327,10 +347,14 @@ std::unique_ptr<ApplicationProcess> instanceOf(std::optional<std::string_view> i
                                             std::move(program->path));
 }
 
+/// Throws `std::system_error` if they can't be listed.
 std::vector<pid_t> allProcesses() {
   std::vector<pid_t> pids;
   const std::unique_ptr<DIR, int (*)(DIR*)> folder(::opendir("/proc"), ::closedir);
-  while (const dirent* entry = folder ? ::readdir(folder.get()) : nullptr) {
+  if (!folder) {
+    throw std::system_error(errno, std::generic_category());
+  }
+  while (const dirent* entry = ::readdir(folder.get())) {
     const std::string_view name = entry->d_name;
     if (const auto pid = wholeNumber<pid_t>(name)) {
       pids.push_back(*pid);
@@ -341,13 +365,28 @@ std::vector<pid_t> allProcesses() {
 }
 
 std::vector<std::unique_ptr<ApplicationProcess>> instancesOf(
-    std::optional<std::string_view> identifier) {
+    std::optional<std::string_view> identifier, std::error_code* failure) {
   std::vector<std::unique_ptr<ApplicationProcess>> found;
   InformationFiles files;
-  for (const pid_t pid : allProcesses()) {
-    if (auto application = instanceOf(identifier, pid, files)) {
-      found.push_back(std::move(application));
+  std::error_code latest;
+  const auto guarded = [&](const auto& work) {
+    try {
+      work();
+    } catch (const std::system_error& error) {
+      latest = error.code();
     }
+  };
+  guarded([&] {
+    for (const pid_t pid : allProcesses()) {
+      guarded([&] {
+        if (auto application = instanceOf(identifier, pid, files)) {
+          found.push_back(std::move(application));
+        }
+      });
+    }
+  });
+  if (failure != nullptr) {
+    *failure = latest;
   }
   return found;
 }
@@ -355,13 +394,13 @@ std::vector<std::unique_ptr<ApplicationProcess>> instancesOf(
 }  // namespace
 
 std::vector<std::unique_ptr<ApplicationProcess>> runningApplications(
-    std::string_view bundleIdentifier) {
+    std::string_view bundleIdentifier, std::error_code* failure) {
   return bundleIdentifier.empty() ? std::vector<std::unique_ptr<ApplicationProcess>>()
-                                  : instancesOf(bundleIdentifier);
+                                  : instancesOf(bundleIdentifier, failure);
 }
 
 std::vector<std::unique_ptr<ApplicationProcess>> allRunningApplications() {
-  return instancesOf(std::nullopt);
+  return instancesOf(std::nullopt, nullptr);
 }
 
 }  // namespace platform

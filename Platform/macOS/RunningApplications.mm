@@ -50,15 +50,22 @@ class WorkspaceApplication final : public ApplicationProcess {
 }  // namespace
 
 std::vector<std::unique_ptr<ApplicationProcess>> runningApplications(
-    std::string_view bundleIdentifier) {
+    std::string_view bundleIdentifier, std::error_code* failure) {
   std::vector<std::unique_ptr<ApplicationProcess>> found;
+  if (failure != nullptr) {
+    failure->clear();
+  }
   const Owned<CFStringRef> identifier = coreFoundationText(bundleIdentifier);
   if (!identifier) {
     return found;
   }
   @autoreleasepool {
-    for (NSRunningApplication* application in [NSRunningApplication
-             runningApplicationsWithBundleIdentifier:(__bridge NSString*)identifier.get()]) {
+    NSArray<NSRunningApplication*>* const running = [NSRunningApplication
+        runningApplicationsWithBundleIdentifier:(__bridge NSString*)identifier.get()];
+    if (running == nil && failure != nullptr) {  // never for want of applications
+      *failure = std::make_error_code(std::errc::resource_unavailable_try_again);
+    }
+    for (NSRunningApplication* application in running) {
       found.push_back(std::make_unique<WorkspaceApplication>(application));
     }
   }

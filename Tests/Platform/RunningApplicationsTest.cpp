@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <linux/sched.h>
 #include <signal.h>  // NOLINT(modernize-deprecated-headers): POSIX, not only C
+#include <sys/resource.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -159,6 +160,27 @@ TEST_F(RunningApplicationsTest, ForceTerminateSparesALaterProcessWithTheSameId) 
     EXPECT_EQ(::waitpid(later, nullptr, WNOHANG), 0) << "it was killed";
     ::kill(later, SIGKILL);
     ::waitpid(later, nullptr, 0);
+  }
+}
+
+TEST_F(RunningApplicationsTest, TellsNoneFromNotKnown) {
+#if defined(__SANITIZE_ADDRESS__)
+  GTEST_SKIP() << "the checks need descriptors of their own";
+#endif
+  const Launched running(add(kProgram, "#!/bin/sh"));
+  const int firstFree = ::dup(STDIN_FILENO);
+  ::close(firstFree);
+  rlimit limit{};
+  ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &limit), 0);
+  for (rlim_t free = 0; free < 5; ++free) {
+    rlimit few = limit;
+    few.rlim_cur = static_cast<rlim_t>(firstFree) + free;
+    ::setrlimit(RLIMIT_NOFILE, &few);
+    std::error_code failure;
+    const std::size_t found = runningApplications(kIdentifier, &failure).size();
+    ::setrlimit(RLIMIT_NOFILE, &limit);
+    EXPECT_EQ(found, failure ? 0U : 1U) << free << " free descriptors";
+    EXPECT_EQ(failure == std::errc::too_many_files_open, free < 3) << free;
   }
 }
 

@@ -1,15 +1,36 @@
 #include "VexloPatchDeployment/Validators/RunningApplicationCheckRelated/RunningApplicationQuery.h"
 
-#include <utility>
+#include <chrono>
+#include <system_error>
 
 #include "Platform/RunningApplications.h"
+#include "VexloPatchDeployment/Common/Log.h"
 
 namespace vexlo {
+namespace {
+
+constexpr LogTag kRunningApplicationQueryTag{"runningApplications(withBundleIdentifier:)"};
+constexpr int kTries = 5;
+constexpr std::chrono::milliseconds kPauseBetweenTries{500};
+
+}  // namespace
 
 std::vector<std::unique_ptr<RunningApplication>> SystemRunningApplicationQuery::runningApplications(
     const std::string& bundleIdentifier) {
+  std::error_code failure;
+  auto processes = platform::runningApplications(bundleIdentifier, &failure);
+  for (int tries = 1; failure && tries < kTries; ++tries) {
+    sleeper_(kPauseBetweenTries);
+    processes = platform::runningApplications(bundleIdentifier, &failure);
+  }
+  if (failure) {
+    logError(kRunningApplicationQueryTag, [&] {
+      return text("Unable to learn whether applications are running for bundleID: ",
+                  bundleIdentifier, ": ", failure.message(), ".");
+    });
+  }
   std::vector<std::unique_ptr<RunningApplication>> applications;
-  for (auto& process : platform::runningApplications(bundleIdentifier)) {
+  for (auto& process : processes) {
     applications.push_back(std::make_unique<SystemRunningApplication>(std::move(process)));
   }
   return applications;

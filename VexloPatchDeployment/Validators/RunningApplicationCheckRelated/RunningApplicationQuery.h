@@ -2,8 +2,10 @@
 #pragma once
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "Platform/Calendar.h"
 #include "VexloPatchDeployment/Adapters/RunningApplication.h"
 
 namespace vexlo {
@@ -18,11 +20,18 @@ class RunningApplicationQuerying {
       const std::string& bundleIdentifier) = 0;
 };
 
-/// Asks the platform on every call. Stateless and thread-safe.
+/// Asks the platform on every call. If it can't tell, for example because no descriptor is free, it
+/// is asked up to five times, half a second apart; then an error line says so, and only what was
+/// found counts as running, so that deployment continues. Thread-safe.
 class SystemRunningApplicationQuery final : public RunningApplicationQuerying {
  public:
+  explicit SystemRunningApplicationQuery(platform::Sleeper sleeper = platform::systemSleeper())
+      : sleeper_(std::move(sleeper)) {}
   [[nodiscard]] std::vector<std::unique_ptr<RunningApplication>> runningApplications(
       const std::string& bundleIdentifier) override;
+
+ private:
+  platform::Sleeper sleeper_;
 };
 
 }  // namespace vexlo
