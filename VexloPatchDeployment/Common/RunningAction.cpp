@@ -1,5 +1,7 @@
 #include "VexloPatchDeployment/Common/RunningAction.h"
 
+#include <utility>
+
 namespace vexlo {
 namespace {
 
@@ -7,8 +9,9 @@ thread_local const RunningAction* runningAction = nullptr;
 
 }  // namespace
 
-RunningAction::RunningAction(const ActionID& action, ActionObserver* observer) noexcept
-    : action_(action), observer_(observer), outer_(runningAction) {
+RunningAction::RunningAction(const ActionID& action,
+                             std::shared_ptr<ActionObserver> observer) noexcept
+    : action_(action), observer_(std::move(observer)), outer_(runningAction) {
   runningAction = this;
 }
 

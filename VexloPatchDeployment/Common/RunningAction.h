@@ -1,6 +1,7 @@
 // Passes measurements and progress to the action's observer.
 #pragma once
 #include <concepts>
+#include <memory>
 
 #include "VexloPatchDeployment/Common/ActionObserver.h"
 
@@ -11,8 +12,9 @@ namespace vexlo {
 /// current observer.
 class RunningAction {
  public:
-  /// `observer` may be null. `action` and `observer` must outlive the object.
-  RunningAction(const ActionID& action, ActionObserver* observer) noexcept;
+  /// `observer` may be null; it is kept alive, since it may be replaced in one of its own calls.
+  /// `action` must outlive the object.
+  RunningAction(const ActionID& action, std::shared_ptr<ActionObserver> observer) noexcept;
   ~RunningAction();
   RunningAction(const RunningAction&) = delete;
   RunningAction& operator=(const RunningAction&) = delete;
@@ -35,7 +37,7 @@ class RunningAction {
   [[nodiscard]] static const RunningAction* current() noexcept;
 
   const ActionID& action_;
-  ActionObserver* observer_;
+  std::shared_ptr<ActionObserver> observer_;
   const RunningAction* outer_;
 };
 

@@ -35,6 +35,36 @@ TEST(ProcessPatchActionsTest, ExecuteStopsAtTheFirstUnsuccessfulAction) {
   EXPECT_FALSE(log.mentions("undefined(\"3001\"):[] not defined"));
 }
 
+TEST(ProcessPatchActionsTest, AnObserverMayRemoveItself) {
+  struct Events {
+    ProcessPatchActions* processor = nullptr;
+    int measurements = 0;
+    bool isGone = false;
+    bool wasGoneInside = false;
+  };
+  struct Observer final : ActionObserver {
+    explicit Observer(Events& events) : events_(events) {}
+    ~Observer() override { events_.isGone = true; }
+    void measured(const ActionID& /*action*/, const Measurement& /*measurement*/) override {
+      Events& events = events_;
+      ++events.measurements;
+      events.processor->setObserver(nullptr);
+      events.wasGoneInside = events.isGone;
+    }
+    Events& events_;
+  };
+  const LogCapture log;
+  Events events;
+  Processor processor(R"({"2005":["0"]})");
+  events.processor = &processor;
+  processor.setObserver(std::make_shared<Observer>(events));
+  (void)processor.execute(KnownAction::minimumDiskSpaceCheck);
+  (void)processor.execute(KnownAction::minimumDiskSpaceCheck);
+  EXPECT_EQ(events.measurements, 1);
+  EXPECT_TRUE(events.isGone);
+  EXPECT_FALSE(events.wasGoneInside);
+}
+
 TEST(ProcessPatchActionsTest, UndefinedActionDiffersFromTheKnownOneWithItsCode) {
   const LogCapture log;
   Processor processor(R"({"2009":["x"]})");

@@ -104,7 +104,7 @@ class ProcessPatchActions::Implementation {
   }
 
   void setObserver(std::shared_ptr<ActionObserver> observer) { observer_ = std::move(observer); }
-  [[nodiscard]] ActionObserver* observer() const { return observer_.get(); }
+  [[nodiscard]] std::shared_ptr<ActionObserver> observer() const { return observer_; }
 
   /// Computed on the first call.
   [[nodiscard]] const ApplicableActions& applicableActions() {
