@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <exception>
+#include <new>
 #include <string>
 
 #include "AgentTool/Commands/AgentSession.h"
@@ -61,6 +62,9 @@ int main(int argc, char** argv) {
   } catch (const AgentSettingsError& error) {
     console.complain(printable(error.what()));
     return static_cast<int>(ExitStatus::badUsage);
+  } catch (const std::bad_alloc&) {
+    console.complain("not enough memory");
+    return static_cast<int>(ExitStatus::noMemory);
   } catch (const std::exception& error) {
     console.complain(printable(error.what()));
     return static_cast<int>(ExitStatus::failure);

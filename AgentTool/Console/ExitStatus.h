@@ -10,6 +10,7 @@ enum class ExitStatus : std::uint8_t {
   badLines = 2,       ///< Some lines of facts are unreadable; the others were answered.
   badUsage = 64,      ///< The command line is invalid.
   unusableFile = 65,  ///< The action file is unusable.
+  noMemory = 71,      ///< The tool didn't get the memory that it needed.
   applyLater = 75,    ///< An action has to be applied later; none failed.
 };
 

@@ -227,4 +227,14 @@ TEST(ClosestWordTest, SuggestsWordsForTypingErrorsOnly) {
   }
 }
 
+TEST_F(CheckCommandTest, LackOfMemoryHasItsOwnStatus) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+  GTEST_SKIP() << "a sanitizer needs more memory than the limit";
+#endif
+  const ToolRun run =
+      shell("truncate -s 400M big.json; ulimit -v 200000; vexlo-patch check big.json");
+  EXPECT_EQ(run.status, 71);
+  EXPECT_EQ(run.errors, "vexlo-patch: not enough memory\n");
+}
+
 }  // namespace
