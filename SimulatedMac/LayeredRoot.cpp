@@ -199,8 +199,14 @@ std::string LayeredRoot::layerPath(const std::string& macPath) {
   return directory / wanted.lexically_relative(existing);
 }
 
-void LayeredRoot::writeFileBesideHostFiles(const std::string& macPath, std::string_view content) {
-  writeAt(placeBelow(layers_, layerPath(macPath)), content, 0644);
+void LayeredRoot::writeFileBesideHostFiles(const std::string& macPath, std::string_view content,
+                                           mode_t mode) {
+  const std::string_view topLevel = std::string_view(macPath).substr(1, macPath.find('/', 1) - 1);
+  if (std::ranges::find(kOwnTopLevel, topLevel) != kOwnTopLevel.end()) {
+    writeFile(macPath, content, mode);
+  } else {
+    writeAt(placeBelow(layers_, layerPath(macPath)), content, mode);
+  }
 }
 
 void LayeredRoot::makeLinkBesideHostFiles(const std::string& macPath, const std::string& target) {

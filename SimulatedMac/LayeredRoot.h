@@ -35,8 +35,10 @@ class LayeredRoot {
   /// Has no effect in a user namespace with a single user.
   void changeOwner(const std::string& macPath, uid_t user, gid_t group) const;
 
-  /// Writes a file that appears at `macPath` among the host's files in that directory.
-  void writeFileBesideHostFiles(const std::string& macPath, std::string_view content);
+  /// Writes a file that appears at `macPath` among the host's files in that directory, if the host
+  /// has it.
+  void writeFileBesideHostFiles(const std::string& macPath, std::string_view content,
+                                mode_t mode = 0644);
   /// Makes a symbolic link that appears at `macPath` among the host's files in that directory.
   void makeLinkBesideHostFiles(const std::string& macPath, const std::string& target);
   /// Shows other content at `macPath`, a file of the host; does nothing when the host has no such

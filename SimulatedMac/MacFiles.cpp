@@ -110,6 +110,16 @@ class MacFilesWriter {
     root_.makeDirectory(kCountDirectory, 01777);
   }
 
+  /// Last, so that the scenario's files replace others.
+  void writeFiles() {
+    const Section* const files = scenario_.section("files");
+    for (const Setting& file : files != nullptr ? files->settings : std::vector<Setting>()) {
+      const mode_t mode = file.value.starts_with("#!") ? 0755 : 0644;
+      root_.writeFileBesideHostFiles(
+          file.key, file.value.ends_with('\n') ? file.value : file.value + '\n', mode);
+    }
+  }
+
  private:
   void writeSessions(const std::string& console) {
     std::string records;
@@ -183,6 +193,7 @@ void writeMacFiles(LayeredRoot& root, const Scenario& scenario, const std::strin
   writer.writeTools(tool);
   writer.writeApplications(tool);
   writeAgentFiles(root, scenario);
+  writer.writeFiles();
 }
 
 std::string applicationExecutable(const Scenario& scenario, const std::string& section) {

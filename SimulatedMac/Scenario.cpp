@@ -114,7 +114,7 @@ std::expected<Scenario, std::string> Scenario::parse(std::string_view text,
 
 std::expected<void, std::string> Scenario::add(std::string_view text) {
   const std::size_t equals = text.find('=');
-  const std::size_t slash = text.substr(0, equals).rfind('/');
+  const std::size_t slash = text.substr(0, equals).find('/');
   if (equals == std::string_view::npos || slash == std::string_view::npos) {
     return std::unexpected("expected SECTION/KEY=VALUE, found \"" + std::string(text) + "\"");
   }

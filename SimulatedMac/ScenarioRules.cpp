@@ -4,6 +4,7 @@
 #include <array>
 #include <cctype>
 #include <cstddef>
+#include <filesystem>
 #include <iterator>
 #include <ranges>
 #include <system_error>
@@ -61,6 +62,7 @@ constexpr std::array kKeys{
     Key{"application *", "bundle", "FILE"},
     Key{"application *", "instances", "COUNT"},
     Key{"application *", "quits", "TEXT"},
+    Key{"files", "*", "TEXT"},
 };
 
 /// Sections that script a tool: an ordered list of steps with the keys below.
@@ -224,6 +226,13 @@ std::string sectionProblem(std::string_view section) {
 }
 
 std::string keyProblem(std::string_view section, std::string_view name) {
+  if (section == "files") {
+    const std::filesystem::path path(name);
+    return path.is_absolute() && path.has_filename() && path == path.lexically_normal()
+               ? ""
+               : "expected the absolute path of a file in [files], found \"" + std::string(name) +
+                     "\"";
+  }
   std::vector<std::string_view> names;
   for (const Key& key : keysOf(section)) {
     if (fits(name, key.name)) {

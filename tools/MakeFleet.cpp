@@ -22,7 +22,7 @@ constexpr std::string_view kUsage =
     "usage: make-fleet COUNT [--seed NUMBER] [--first NUMBER]\n"
     "Writes the facts of COUNT machines that don't exist, one line each, as\n"
     "'vexlo-patch facts --json' does. The same seed (1 unless given) makes the same\n"
-    "machines; --first starts at another than machine 1.\n";
+    "machines; --first starts at a machine other than 1.\n";
 
 std::optional<std::uint64_t> numberIn(std::string_view text) {
   std::uint64_t number = 0;

@@ -26,8 +26,8 @@ class RawPlistManager {
   /// that path, in any process, from coming between reading and writing. Throws
   /// `std::runtime_error` that names the file on failure. The updates are then kept and the file is
   /// unchanged, or, if only the final flush failed, replaced but not certain to survive a crash. A
-  /// file at the own path that isn't a dictionary is not overwritten: it is renamed to the first
-  /// free name of «<path>.damaged», «<path>.damaged-2» and so on.
+  /// file at the manager's own path that isn't a dictionary is not overwritten: it is renamed to
+  /// the first free name of «<path>.damaged», «<path>.damaged-2» and so on.
   void save(const std::optional<std::string>& path = std::nullopt);
 
  private:

@@ -7,9 +7,9 @@
 #include "AgentLibraries/LogCore/Logger.h"
 #include "AgentLibraries/LogCore/Text.h"
 #include "Platform/Memory.h"
-#include "Platform/PassingError.h"
 #include "Platform/PrintableText.h"
 #include "Platform/Process.h"
+#include "Platform/TransientError.h"
 
 namespace vxutils {
 namespace {
@@ -38,7 +38,7 @@ platform::ProcessResult run(platform::ProcessRequest& request, std::int64_t time
   request.timeout =
       std::chrono::seconds(std::clamp<std::int64_t>(timeoutSeconds, 0, kLongestTimeoutSeconds));
   platform::ProcessResult result = platform::runProcess(request);
-  for (int tries = 1; tries < kTries && platform::isPassing(result.startError); ++tries) {
+  for (int tries = 1; tries < kTries && platform::isTransient(result.startError); ++tries) {
     sleep(kPauseBetweenTries);
     result = platform::runProcess(request);
   }

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <iterator>
 #include <optional>
+#include <span>
 #include <string>
 #include <tuple>
 #include <unordered_map>
@@ -456,20 +457,21 @@ class FileCheck {
   void checkArguments(const std::string& name, const KnownActionRow& row, const Value& list) {
     const std::vector<Value> given = children(list);
     const std::size_t wanted = row.arguments.size();
-    if (given.size() < wanted) {
+    if (given.size() < row.requiredArguments()) {
       report(FindingKind::missingArgument, list.offset,
-             text(name, " needs ", argumentNames(row), ": ", kAppliesLater));
+             text(name, " needs ", argumentNames(row.arguments.first(row.requiredArguments())),
+                  ": ", kAppliesLater));
     }
     std::unordered_set<std::string_view> former;
     for (std::size_t index = 0; index < given.size(); ++index) {
       const Value& argument = given[index];
       if (index >= wanted && !row.lastRepeats) {
         const std::size_t more = given.size() - index - 1;
-        reportElement(
-            FindingKind::unreadArgument, argument, index,
-            text(name, " reads ", wanted == 0 ? "no argument" : "only " + argumentNames(row),
-                 ": this one", more == 0 ? "" : text(" and ", more, " more"),
-                 more == 0 ? " is not read" : " are not read"));
+        reportElement(FindingKind::unreadArgument, argument, index,
+                      text(name, " reads ",
+                           wanted == 0 ? "no argument" : "only " + argumentNames(row.arguments),
+                           ": this one", more == 0 ? "" : text(" and ", more, " more"),
+                           more == 0 ? " is not read" : " are not read"));
         return;
       }
       const bool isRepeatable = row.lastRepeats && index + 1 >= wanted;
@@ -486,9 +488,9 @@ class FileCheck {
   }
 
   /// «the macOS version and the update label»
-  static std::string argumentNames(const KnownActionRow& row) {
+  static std::string argumentNames(std::span<const ActionArgument> arguments) {
     std::string out;
-    for (const ActionArgument& argument : row.arguments) {
+    for (const ActionArgument& argument : arguments) {
       out += text(out.empty() ? "the " : " and the ", argument.name);
     }
     return out;

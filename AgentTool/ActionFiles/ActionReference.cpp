@@ -43,18 +43,20 @@ std::string exampleArguments(const KnownActionRow& action) {
   return '[' + out + ']';
 }
 
-/// «none», «minimum free space», «bundle identifier, …»
+/// «none», «minimum free space», «bundle identifier, …»; optional ones in brackets
 std::string argumentNames(const KnownActionRow& action) {
   std::string out;
   for (const ActionArgument& argument : action.arguments) {
-    out += (out.empty() ? "" : ", ") + std::string(argument.name);
+    out += out.empty() ? "" : ", ";
+    out += argument.isOptional ? text('[', argument.name, ']') : std::string(argument.name);
   }
   return out.empty() ? "none" : out + (action.lastRepeats ? ", …" : "");
 }
 
-/// The addition to the last argument's meaning.
-std::string_view repetition(const KnownActionRow& action) {
-  return action.lastRepeats ? "; may be followed by more" : "";
+/// What the argument means, and whether it may be left out or repeated.
+std::string meaningOf(const KnownActionRow& action, const ActionArgument& argument) {
+  return text(argument.meaning, argument.isOptional ? "; optional" : "",
+              action.lastRepeats ? "; may be followed by more" : "");
 }
 
 std::string asMarkdown(const KnownActionRow& action) {
@@ -63,7 +65,7 @@ std::string asMarkdown(const KnownActionRow& action) {
   if (!action.arguments.empty()) {
     out += "| argument | meaning |\n| --- | --- |\n";
     for (const ActionArgument& argument : action.arguments) {
-      out += text("| ", argument.name, " | ", argument.meaning, repetition(action), " |\n");
+      out += text("| ", argument.name, " | ", meaningOf(action, argument), " |\n");
     }
     out += '\n';
   }
@@ -87,7 +89,7 @@ std::string schemaOfArgument(const ActionArgument& argument) {
 std::string schemaOfAction(const KnownActionRow& action) {
   std::string description(action.summary);
   for (const ActionArgument& argument : action.arguments) {
-    description += text("\n• ", argument.name, ": ", argument.meaning, repetition(action));
+    description += text("\n• ", argument.name, ": ", meaningOf(action, argument));
   }
   JSONObject schema;
   schema.addString("title", text(action.code, ' ', action.name))
@@ -109,7 +111,7 @@ std::string schemaOfAction(const KnownActionRow& action) {
   if (!items.empty()) {
     schema.addJSON("prefixItems", jsonArray(items));
   }
-  schema.addJSON("minItems", std::to_string(action.arguments.size()));
+  schema.addJSON("minItems", std::to_string(action.requiredArguments()));
   if (!action.lastRepeats) {
     schema.addJSON("maxItems", std::to_string(action.arguments.size()));
   }
@@ -129,13 +131,13 @@ std::string listOfActions() {
   return out + "\nTry 'vexlo-patch help actions CODE' (or NAME) for details.\n";
 }
 
-std::string explanationOf(vexlo::KnownAction known) {
-  const KnownActionRow& action = rowOf(known);
+std::string explanationOf(const KnownActionRow& action) {
   std::string out = text(action.code, ' ', action.name, "\n\n") + paragraph(action.summary, 0);
   if (!action.arguments.empty()) {
-    out += "\nArguments, all required:\n";
+    out += action.requiredArguments() == action.arguments.size() ? "\nArguments, all required:\n"
+                                                                 : "\nArguments:\n";
     for (const ActionArgument& argument : action.arguments) {
-      out += paragraph(text(argument.name, ": ", argument.meaning, repetition(action)), 2);
+      out += paragraph(text(argument.name, ": ", meaningOf(action, argument)), 2);
     }
   }
   out += text("\nIn an action file:\n  ", jsonString(action.code), ": ", exampleArguments(action),

@@ -9,7 +9,7 @@ namespace agent_tool {
 /// The list of all actions, for a terminal.
 [[nodiscard]] std::string listOfActions();
 /// The documentation of one action, for a terminal.
-[[nodiscard]] std::string explanationOf(vexlo::KnownAction action);
+[[nodiscard]] std::string explanationOf(const vexlo::KnownActionRow& action);
 
 /// The list and the documentation of all actions, as sections of a Markdown page.
 [[nodiscard]] std::string actionsAsMarkdown();

@@ -73,19 +73,22 @@ bool isBundleIdentifier(std::string_view text) {
   return hasDot && !afterDot;
 }
 
-std::optional<ArgumentProblem> problemWithInteger(std::string_view argument, std::int64_t most,
-                                                  std::string_view whyNotMore) {
+std::optional<ArgumentProblem> problemWithInteger(const vexlo::ActionArgument& what,
+                                                  std::string_view argument) {
   const std::optional<std::int64_t> number = vexlo::parseInteger(argument);
   if (!number) {
     return unusable(
         text(inQuotes(argument),
              " is not an integer (an optional sign, then digits only): ", kAppliesLater));
   }
-  if (*number < 0 || argument.starts_with('-')) {
-    return questionable(text(inQuotes(argument), " is negative: the check always passes"));
+  if (argument.starts_with('-')) {
+    return what.ifNegative.empty() ? std::nullopt
+                                   : std::optional(questionable(text(
+                                         inQuotes(argument), " is negative: ", what.ifNegative)));
   }
-  if (*number > most) {
-    return questionable(text(inQuotes(argument), " is more than ", most, ": ", whyNotMore));
+  if (*number > what.largest) {
+    return questionable(
+        text(inQuotes(argument), " is more than ", what.largest, ": ", what.ifLarger));
   }
   return std::nullopt;
 }
@@ -170,8 +173,9 @@ std::string_view versionInLabel(std::string_view label) {
 std::string patternOf(const vexlo::ActionArgument& argument) {
   switch (argument.kind) {
     case vexlo::ArgumentKind::integer: {
-      const std::string most = text(argument.most);  // 1, then zeros
-      return text(R"(^\+?0*()", most, "|[0-9]{1,", most.size() - 1, "})$");
+      const std::string largest = text(argument.largest);  // 1, then zeros
+      return text(argument.ifNegative.empty() ? R"(^-[0-9]+$|)" : "", R"(^\+?0*()", largest,
+                  "|[0-9]{1,", largest.size() - 1, "})$");
     }
     case vexlo::ArgumentKind::macOSVersion:
       return R"(^[0-9]+(\.[0-9]+)*( \([a-z]\))?$)";
@@ -189,7 +193,7 @@ std::optional<ArgumentProblem> problemWith(const vexlo::ActionArgument& argument
                                            std::string_view value) {
   switch (argument.kind) {
     case vexlo::ArgumentKind::integer:
-      return problemWithInteger(value, argument.most, argument.whyNotMore);
+      return problemWithInteger(argument, value);
     case vexlo::ArgumentKind::macOSVersion:
       if (!isVersion(value)) {
         return questionable(text(inQuotes(value), " is not a macOS version such as \"14.5\""));

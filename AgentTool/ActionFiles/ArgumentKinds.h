@@ -28,6 +28,6 @@ struct ArgumentProblem {
 
 /// The consequence of a missing or unusable argument.
 inline constexpr std::string_view kAppliesLater =
-    "the action answers applyLater(inSufficientArguments) wherever it applies";
+    "the action returns applyLater(inSufficientArguments) for every patch that it applies to";
 
 }  // namespace agent_tool

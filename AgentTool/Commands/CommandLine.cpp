@@ -314,7 +314,7 @@ NoRequest helpOnActions(const Written& written) {
   }
   const vexlo::KnownActionRow* const row = vexlo::findKnownAction(written.helpAction);
   return row != nullptr
-             ? NoRequest{ExitStatus::success, explanationOf(row->action)}
+             ? NoRequest{ExitStatus::success, explanationOf(*row)}
              : NoRequest{ExitStatus::badUsage, printable("no such action: " + written.helpAction) +
                                                    "\nTry 'vexlo-patch help actions'."};
 }

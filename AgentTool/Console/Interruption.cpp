@@ -44,7 +44,7 @@ void endByInterruption(int signal) {
     writeFromHandler(terminalOfActivity, "\r\x1b[K");
   }
   if (vxutils::endRunningCommands(isFirst ? kGrace : std::chrono::milliseconds::zero())) {
-    writeFromHandler(STDERR_FILENO, "vexlo-patch: interrupted; the running program was ended\n");
+    writeFromHandler(STDERR_FILENO, "vexlo-patch: interrupted; the running program was stopped\n");
   }
   ::signal(signal, SIG_DFL);
   ::raise(signal);

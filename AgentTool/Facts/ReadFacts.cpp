@@ -17,6 +17,7 @@
 #include "VexloPatchDeployment/Adapters/PlistDecoding.h"
 #include "VexloPatchDeployment/Adapters/PlistManager.h"
 #include "VexloPatchDeployment/Common/AgentPaths.h"
+#include "VexloPatchDeployment/Common/PatchDataKeys.h"
 #include "VexloPatchDeployment/PatchActions/Helpers/MDMPatchingStatusChecker.h"
 #include "VexloPatchDeployment/PatchActions/Helpers/MacOSUpdateDeferralEligibilityChecker.h"
 #include "VexloPatchDeployment/Validators/Battery/PowerSourcesProvider.h"
@@ -41,11 +42,6 @@ constexpr std::chrono::milliseconds kServiceTimeout{750};  // including connecti
 
 constexpr const char* kNotAsked = "not asked";
 constexpr const char* kNoDataDirectory = "the agent's data directory is not given";
-
-/// The keys of the patch data file that the library reads.
-constexpr std::array kPatchDataKeys{"AlwaysKillApps", "ApplicationRunningPrompt",
-                                    "DisableMacOSUpdateDeferralCheck", "IsMDMPatchingEnabled",
-                                    "OSPatchingViaMDMStatus"};
 
 /// Forwards log lines and keeps the last one, because the library explains only in its log why a
 /// fact is absent.
@@ -253,7 +249,8 @@ class Reader {
         settingsFile("promptCounts", vexlo::RunningAppPromptDataStore::plistPath());
     if (auto& values = facts_.patchData.values) {
       std::erase_if(*values, [](const auto& entry) {
-        return std::ranges::find(kPatchDataKeys, entry.first) == kPatchDataKeys.end();
+        return std::ranges::find(vexlo::PatchDataKeys::all, entry.first) ==
+               vexlo::PatchDataKeys::all.end();
       });
     }
     if (!facts_.agent.data) {

@@ -4,8 +4,8 @@
 
 #include "Platform/Files.h"
 #include "Platform/Machine.h"
-#include "Platform/PassingError.h"
 #include "Platform/PropertyList.h"
+#include "Platform/TransientError.h"
 
 namespace platform {
 namespace {
@@ -21,7 +21,7 @@ std::optional<std::string> productVersionFrom(
     const std::function<void(std::chrono::milliseconds)>& sleep) {
   for (const std::string& file : files) {
     auto bytes = readFile(file, {.maximumBytes = kLargestVersionFile});
-    for (int tries = 1; tries < kTries && !bytes && isPassing(bytes.error().code); ++tries) {
+    for (int tries = 1; tries < kTries && !bytes && isTransient(bytes.error().code); ++tries) {
       sleep(kPause);
       bytes = readFile(file, {.maximumBytes = kLargestVersionFile});
     }

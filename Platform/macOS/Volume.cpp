@@ -9,7 +9,7 @@ std::expected<std::optional<std::int64_t>, std::string> availableCapacity(const 
       kCFAllocatorDefault, reinterpret_cast<const UInt8*>(path.data()),
       static_cast<CFIndex>(path.size()), static_cast<Boolean>(path.ends_with('/'))));
   if (!volume) {
-    return std::unexpected("The path names no volume");
+    return std::unexpected("there is no volume at this path");
   }
   CFTypeRef value = nullptr;
   CFErrorRef error = nullptr;

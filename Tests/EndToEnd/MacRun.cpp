@@ -85,7 +85,7 @@ std::string describe(const json::object& call) {
 }
 
 /// Whether the call inherited descriptors, or has the password in its environment.
-bool leaks(const json::object& call) {
+bool inheritsTooMuch(const json::object& call) {
   return std::ranges::any_of(call.at("descriptors").as_array(),
                              [](const json::value& descriptor) {
                                return descriptor.at("number").to_number<int>() > 2;
@@ -180,7 +180,7 @@ class StartedRun {
     for (const std::string& line : lines(directory_.read("calls"))) {
       const json::object call = json::parse(line).as_object();
       ended.calls.push_back(describe(call));
-      if (leaks(call)) {
+      if (inheritsTooMuch(call)) {
         ended.leaks.push_back(line);
       }
     }

@@ -48,6 +48,17 @@ TEST_F(SimulatedMacTest, ExitsWithTheCommandsStatus) {
   EXPECT_EQ(enter("healthy -- no-such-command").status, 127);
 }
 
+TEST_F(SimulatedMacTest, HasTheFilesAndProgramsOfTheScenario) {
+  const Ran ran = enter(
+      "--set 'files//usr/bin/new-tool=#!/bin/sh\necho \"$1\"' --set files//Library/new/file=x "
+      "--set 'files//usr/bin/sudo=#!/bin/sh\necho replaced' "
+      "healthy -- sh -c 'new-tool y; cat /Library/new/file; sudo; test -x /Library/new/file'");
+  EXPECT_EQ(ran.output, "y\nx\nreplaced\n");
+  EXPECT_EQ(ran.status, 1);
+  EXPECT_THAT(enter("--set files//usr/../x=y healthy -- true").output,
+              HasSubstr("expected the absolute path of a file in [files], found \"/usr/../x\""));
+}
+
 TEST_F(SimulatedMacTest, LeavesNoTraceOnTheHost) {
   const TemporaryDirectory directory;
   const std::string mounts = shell("cat /proc/self/mounts").output;

@@ -17,9 +17,11 @@
 #include <ostream>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
+#include "AgentLibraries/FileCodec/JSONObject.h"
 #include "AgentLibraries/FileCodec/RawPlistManager.h"
 #include "AgentLibraries/LogCore/Logger.h"
 #include "AgentLibraries/vxutils/AgentServiceConnection.h"
@@ -28,8 +30,10 @@
 #include "Platform/Files.h"
 #include "Platform/Process.h"
 #include "Tests/Fakes/TemporaryDirectory.h"
+#include "Tests/Faults/DirectoryEntries.h"
 #include "Tests/Faults/FailingCalls.h"
 #include "VexloPatchDeployment/Adapters/CommandExecutor.h"
+#include "VexloPatchDeployment/PatchActions/Main/KnownActions.h"
 #include "VexloPatchDeployment/PatchActions/Main/ProcessPatchActions.h"
 
 namespace {
@@ -153,8 +157,8 @@ std::string runActions(const TemporaryDirectory& /*directory*/) {
   } catch (const vexlo::PatchActionFileError&) {
     return "";
   }
-  for (int code = 2001; code <= 2010; ++code) {
-    (void)actions->execute(vexlo::ActionID(std::to_string(code)));
+  for (const vexlo::KnownAction action : vexlo::kAllActions) {
+    (void)actions->execute(action);
   }
   return "";
 }
@@ -201,10 +205,16 @@ const std::vector<Operation>& operations() {
            [](const TemporaryDirectory& directory) {
              useAgentOf(directory);
              vxutils::gv_globvars.setAppleSiliconMachine(true);
+             FileCodec::JSONObject file;
+             for (const vexlo::KnownActionRow& action : vexlo::knownActions()) {
+               std::vector<std::string_view> examples;
+               for (const vexlo::ActionArgument& argument : action.arguments) {
+                 examples.push_back(argument.example);
+               }
+               file.addJSON(action.code, FileCodec::jsonList(examples));
+             }
              directory.write("client-data/patch-resources/mac-patch-actions.json",
-                             R"({"PatchActions":{"1":{"2001":["30"],"2002":["30"],"2003":[],
-                             "2004":[],"2005":["1"],"2006":["14.5"],"2007":["23E224","14.5"],
-                             "2008":["com.example.absent"],"2009":["x"],"2010":["x","y"]}}})");
+                             R"({"PatchActions":{"1":)" + file.done() + "}}");
            },
        .run = runActions,
        .check = {}},
@@ -212,13 +222,8 @@ const std::vector<Operation>& operations() {
   return all;
 }
 
-std::ptrdiff_t entriesOf(const char* directory) {
-  const auto entries = std::filesystem::directory_iterator(directory);
-  return std::distance(begin(entries), end(entries));
-}
-
 /// Waits for threads and children to end; whatever remains is a leak.
-std::string leaks(std::ptrdiff_t descriptors) {
+std::string leftovers(std::ptrdiff_t descriptors) {
   std::string found;
   for (int attempt = 0; attempt < 300; ++attempt) {
     found.clear();
@@ -265,7 +270,7 @@ enum Ending : int { notReached = 10, survived = 11, wrong = 12 };
   }
   const bool reached = disarmFault();
   if (problem.empty()) {
-    problem = leaks(descriptors);
+    problem = leftovers(descriptors);
   }
   if (problem.empty() && operation.check) {
     problem = operation.check(directory);

@@ -5,7 +5,6 @@
 
 #include <atomic>
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <iterator>
@@ -14,6 +13,7 @@
 #include <vector>
 
 #include "Platform/Process.h"
+#include "Tests/Faults/DirectoryEntries.h"
 
 namespace {
 
@@ -25,11 +25,6 @@ long residentKiB() {
   return resident * (sysconf(_SC_PAGESIZE) / 1024);
 }
 
-std::ptrdiff_t openDescriptors() {
-  const auto entries = std::filesystem::directory_iterator("/proc/self/fd");
-  return std::distance(begin(entries), end(entries));
-}
-
 /// The number of runs, which VEXLO_RUNS overrides.
 int runs() {
   const char* const wanted = std::getenv("VEXLO_RUNS");
@@ -38,7 +33,7 @@ int runs() {
 
 TEST(ManyRuns, LeakNothing) {
   constexpr int kThreads = 16;
-  const std::ptrdiff_t descriptors = openDescriptors();
+  const std::ptrdiff_t descriptors = entriesOf("/proc/self/fd");
   std::atomic<int> failed = 0;
   const auto run = [&](int count) {
     for (int i = 0; i < count; ++i) {
@@ -59,7 +54,7 @@ TEST(ManyRuns, LeakNothing) {
     thread.join();
   }
   EXPECT_EQ(failed, 0);
-  EXPECT_EQ(openDescriptors(), descriptors);
+  EXPECT_EQ(entriesOf("/proc/self/fd"), descriptors);
   EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "a child process is left";
   EXPECT_LT(late - early, 256) << "KiB more than after a tenth of the runs";
   std::cout << "resident: " << early << " KiB after " << runs() / 10 << " runs, " << late

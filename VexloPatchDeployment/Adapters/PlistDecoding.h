@@ -9,7 +9,6 @@
 
 namespace vexlo {
 
-/// Tests and recorded facts replace it.
 class PlistDecoding {
  public:
   virtual ~PlistDecoding() = default;

@@ -10,7 +10,7 @@
 
 namespace vexlo {
 
-/// Tests and recorded facts replace it.
+/// An evaluation of recorded facts replaces it.
 class RunningApplication {
  public:
   virtual ~RunningApplication() = default;

@@ -7,7 +7,7 @@
 
 namespace vexlo {
 
-/// The file operations for the prompt's answer; agents and tests may replace them.
+/// The file operations for the prompt's answer.
 class SystemFileManager {
  public:
   virtual ~SystemFileManager() = default;

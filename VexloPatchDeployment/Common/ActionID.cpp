@@ -19,9 +19,9 @@ constexpr std::string_view kUndefinedPayload = "_0";
 
 /// The action whose `part` is `text`.
 std::optional<KnownAction> find(std::string_view ActionName::* part, std::string_view text) {
-  for (std::uint8_t action = 0; action < kKnownActionCount; ++action) {
-    if (nameOf(KnownAction{action}).*part == text) {
-      return KnownAction{action};
+  for (const KnownAction action : kAllActions) {
+    if (nameOf(action).*part == text) {
+      return action;
     }
   }
   return std::nullopt;

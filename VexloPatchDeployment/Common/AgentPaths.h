@@ -6,7 +6,7 @@
 namespace vexlo {
 
 /// The agent's base, data or log directory with `tail`, which starts with "/", appended unchanged.
-/// A directory that the agent has not set is empty.
+/// A directory that the agent has not set counts as an empty string.
 [[nodiscard]] std::string agentBaseFile(std::string_view tail);
 [[nodiscard]] std::string agentDataFile(std::string_view tail);
 [[nodiscard]] std::string agentLogFile(std::string_view tail);

@@ -8,13 +8,17 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "AgentLibraries/LogCore/Text.h"
 #include "AgentTool/ActionFiles/ActionReference.h"
+#include "AgentTool/ActionFiles/ArgumentKinds.h"
 #include "AgentTool/ActionFiles/Finding.h"
 #include "Tests/AgentTool/AgentToolFixture.h"
 #include "VexloPatchDeployment/Common/PatchActionResult.h"
+#include "VexloPatchDeployment/Common/PatchDataKeys.h"
 #include "VexloPatchDeployment/PatchActions/Main/KnownActions.h"
+#include "VexloPatchDeployment/Validators/RunningApplicationCheckRelated/RunningAppPromptCustomizationProvider.h"
 
 using LogCore::text;
 using testing::AllOf;
@@ -96,22 +100,36 @@ TEST_F(ActionReferenceTest, ChangelogNamesEveryAction) {
 
 TEST_F(ActionReferenceTest, AgentFilesPageListsEveryKey) {
   const std::string page = document("AGENT-FILES.md");
-  for (const auto* source :
-       {"Validators/RunningApplicationCheckRelated/RunningAppPolicy.cpp",
-        "Validators/RunningApplicationCheckRelated/RunningAppPromptCustomizationProvider.cpp",
-        "PatchActions/Helpers/MDMPatchingStatusChecker.cpp",
-        "PatchActions/Helpers/MacOSUpdateDeferralEligibilityChecker.cpp"}) {
-    const std::string code = document(std::string("../VexloPatchDeployment/") + source);
-    std::size_t count = 0;
-    for (const std::string_view before :
-         {"isOn(plistManager_, \"", "fetchValue(\"", "Setting{\""}) {
-      for (std::size_t at = 0; (at = code.find(before, at)) != std::string::npos; ++count) {
-        at += before.size();
-        EXPECT_THAT(page, HasSubstr('`' + code.substr(at, code.find('"', at) - at) + '`'));
-      }
-    }
-    EXPECT_GT(count, 0U) << source;
+  std::vector<std::string_view> keys = vexlo::RunningAppPromptCustomization::keys();
+  keys.insert(keys.end(), vexlo::PatchDataKeys::all.begin(), vexlo::PatchDataKeys::all.end());
+  for (const std::string_view key : keys) {
+    EXPECT_THAT(page, HasSubstr(text('`', key, '`')));
   }
+}
+
+/// An action without a minimum, whose second argument may be left out.
+TEST_F(ActionReferenceTest, ArgumentsMayBeOptionalAndNegative) {
+  using vexlo::ActionArgument;
+  using vexlo::ArgumentKind;
+  const std::vector<ActionArgument> arguments{{.name = "path",
+                                               .kind = ArgumentKind::applicationPath,
+                                               .meaning = "of it",
+                                               .example = "/x.app"},
+                                              {.name = "offset",
+                                               .kind = ArgumentKind::integer,
+                                               .meaning = "in hours",
+                                               .example = "-3",
+                                               .isOptional = true,
+                                               .largest = 100,
+                                               .ifLarger = "the argument is in hours"}};
+  vexlo::KnownActionRow action = vexlo::knownActions().front();
+  action.arguments = arguments;
+  EXPECT_THAT(agent_tool::explanationOf(action),
+              HasSubstr("\nArguments:\n  path: of it\n  offset: in hours; optional\n"));
+  EXPECT_EQ(action.requiredArguments(), 1U);
+  EXPECT_EQ(agent_tool::patternOf(arguments[1]), R"(^-[0-9]+$|^\+?0*(100|[0-9]{1,2})$)");
+  EXPECT_FALSE(agent_tool::problemWith(arguments[1], "-3"));
+  EXPECT_TRUE(agent_tool::problemWith(arguments[1], "101"));
 }
 
 TEST_F(ActionReferenceTest, HelpFindsAnActionByCodeOrName) {

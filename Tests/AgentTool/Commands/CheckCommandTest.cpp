@@ -50,9 +50,9 @@ file:7:20: warning: PatchActions › 3 › 2002 › [0]: "101" is more than 100:
 file:7:37: warning: PatchActions › 3 › 2005 › [0]: "-1" is negative: the check always passes
 file:7:43: warning: PatchActions › 3 › 2005 › [1]: minimumDiskSpaceCheck reads only the minimum free space: this one and 1 more are not read
 file:7:63: warning: PatchActions › 3 › 2006 › [0]: "14." is not a macOS version such as "14.5"
-file:7:79: warning: PatchActions › 3 › 2007: installMacOSUpdates needs the macOS version and the update label: the action answers applyLater(inSufficientArguments) wherever it applies
+file:7:79: warning: PatchActions › 3 › 2007: installMacOSUpdates needs the macOS version and the update label: the action returns applyLater(inSufficientArguments) for every patch that it applies to
 file:7:80: warning: PatchActions › 3 › 2007 › [0]: "14" differs from the version of macOSDeferCheck, "14."
-file:8:20: warning: PatchActions › 4 › 2001 › [0]: "30%" is not an integer (an optional sign, then digits only): the action answers applyLater(inSufficientArguments) wherever it applies
+file:8:20: warning: PatchActions › 4 › 2001 › [0]: "30%" is not an integer (an optional sign, then digits only): the action returns applyLater(inSufficientArguments) for every patch that it applies to
 file:8:44: warning: PatchActions › 4 › 2008 › [1]: the bundle identifier is empty
 file:8:48: warning: PatchActions › 4 › 2008 › [2]: "a.b" is already in the list
 file:8:55: warning: PatchActions › 4 › 2008 › [3]: "c,d" is not a bundle identifier such as "com.apple.Safari"

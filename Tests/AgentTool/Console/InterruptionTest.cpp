@@ -40,7 +40,8 @@ TEST_F(InterruptionTest, KillsTheRunningProgramAndPrintsNoResult) {
           exec 4< fifo; read -r word <&4; )" +
               interrupt + R"(; wait $tool 2>/dev/null; echo "status $?"
           timeout 20 cat <&4 || echo "left behind")");
-    EXPECT_THAT(run.errors, EndsWith("vexlo-patch: interrupted; the running program was ended\n"));
+    EXPECT_THAT(run.errors,
+                EndsWith("vexlo-patch: interrupted; the running program was stopped\n"));
     EXPECT_THAT(run.output, MatchesRegex(output));
   }
 }

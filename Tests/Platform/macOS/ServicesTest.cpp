@@ -103,7 +103,7 @@ TEST_F(MacOSTest, CapacityIsANumberAbsentOrTheSystemsError) {
   EXPECT_FALSE(machine.volumeIsDirectory);
   machine.capacity = keep(stand_in::text(u"20"));
   EXPECT_EQ(availableCapacity("/").value(), std::nullopt);
-  EXPECT_EQ(availableCapacity("").error(), "The path names no volume");
+  EXPECT_EQ(availableCapacity("").error(), "there is no volume at this path");
   machine.capacityError = u"It isn\u2019t there.";
   EXPECT_EQ(availableCapacity("/").error(), "It isn\u2019t there.");
   machine.capacityError = u"";

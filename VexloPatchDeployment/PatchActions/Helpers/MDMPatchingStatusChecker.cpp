@@ -6,6 +6,7 @@
 
 #include "VexloPatchDeployment/Common/LetterCase.h"
 #include "VexloPatchDeployment/Common/Log.h"
+#include "VexloPatchDeployment/Common/PatchDataKeys.h"
 #include "VexloPatchDeployment/Common/TextForms.h"
 
 namespace vexlo {
@@ -36,13 +37,14 @@ MDMPatchingStatusChecker::MDMPatchingStatusChecker(PlistManager& plistManager)
     : plistManager_(plistManager) {}
 
 bool MDMPatchingStatusChecker::isEnabled() {
-  if (!isNumberOne(plistManager_.fetchValue("OSPatchingViaMDMStatus"))) {
+  if (!isNumberOne(plistManager_.fetchValue(PatchDataKeys::osPatchingViaMDMStatus))) {
     logInfo(kMDMPatchingStatusCheckerTag, [] {
       return "Unable to get OSPatchingViaMDMStatus, considering MDM patching as disabled";
     });
     return false;
   }
-  const std::optional<std::string> value = asText(plistManager_.fetchValue("IsMDMPatchingEnabled"));
+  const std::optional<std::string> value =
+      asText(plistManager_.fetchValue(PatchDataKeys::isMDMPatchingEnabled));
   const bool enabled = equalIgnoringCase(value.value_or("true"), "true");
   logInfo(kMDMPatchingStatusCheckerTag, [&] {
     return text("MDM patching is ", enabled ? "enabled" : "disabled", " - ", optionalText(value),

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "VexloPatchDeployment/Common/Log.h"
+#include "VexloPatchDeployment/Common/PatchDataKeys.h"
 
 namespace vexlo {
 namespace {
@@ -18,7 +19,7 @@ MacOSUpdateDeferralEligibilityChecker::MacOSUpdateDeferralEligibilityChecker(
 
 bool MacOSUpdateDeferralEligibilityChecker::isDisabled() {
   const std::optional<platform::PropertyList> value =
-      plistManager_.fetchValue("DisableMacOSUpdateDeferralCheck");
+      plistManager_.fetchValue(PatchDataKeys::disableDeferralCheck);
   const bool* const flag = value ? value->as<bool>() : nullptr;
   const bool disabled = flag != nullptr && *flag;
   logInfo(kMacOSUpdateDeferralEligibilityCheckerTag,

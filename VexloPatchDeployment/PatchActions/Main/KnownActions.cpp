@@ -10,9 +10,16 @@
 namespace vexlo {
 namespace {
 
+constexpr std::string_view kAlwaysPasses = "the check always passes";
+
 constexpr std::array kMinimumBatteryArguments{
-    ActionArgument{"minimum battery level", ArgumentKind::integer,
-                   "in percent, 0 to 100; an integer", "30", 100, "a battery never reaches it"},
+    ActionArgument{.name = "minimum battery level",
+                   .kind = ArgumentKind::integer,
+                   .meaning = "in percent, 0 to 100; an integer",
+                   .example = "30",
+                   .largest = 100,
+                   .ifLarger = "a battery never reaches it",
+                   .ifNegative = kAlwaysPasses},
 };
 constexpr std::array kSiliconBatteryAnswers{
     ActionAnswer{"success",
@@ -37,9 +44,13 @@ constexpr std::array kMultipleUserLoggedInAnswers{
     ActionAnswer{"applyLater(multipleUsersLoggedIn)", "several users are logged on, or none"},
 };
 constexpr std::array kMinimumDiskSpaceArguments{
-    ActionArgument{"minimum free space", ArgumentKind::integer,
-                   "in gigabytes of 1,000,000,000 bytes; an integer", "20", 10'000,
-                   "the argument is in gigabytes"},
+    ActionArgument{.name = "minimum free space",
+                   .kind = ArgumentKind::integer,
+                   .meaning = "in gigabytes of 1,000,000,000 bytes; an integer",
+                   .example = "20",
+                   .largest = 10'000,
+                   .ifLarger = "the argument is in gigabytes",
+                   .ifNegative = kAlwaysPasses},
 };
 constexpr std::array kMinimumDiskSpaceAnswers{
     ActionAnswer{"success", "at least the minimum is free, or the free space can't be determined"},
@@ -209,12 +220,16 @@ static_assert(std::ranges::is_sorted(kKnownActions, {}, &KnownActionRow::code));
 // Every integer has a largest value, from which the schema's pattern is generated.
 static_assert(std::ranges::all_of(kKnownActions, [](const KnownActionRow& row) {
   return std::ranges::all_of(row.arguments, [](const ActionArgument& argument) {
-    std::int64_t most = argument.most;
-    while (most >= 10 && most % 10 == 0) {
-      most /= 10;
+    std::int64_t largest = argument.largest;
+    while (largest >= 10 && largest % 10 == 0) {
+      largest /= 10;
     }
-    return argument.kind != ArgumentKind::integer || (most == 1 && argument.most > 1);
+    return argument.kind != ArgumentKind::integer || (largest == 1 && argument.largest > 1);
   });
+}));
+// Optional arguments are the last.
+static_assert(std::ranges::all_of(kKnownActions, [](const KnownActionRow& row) {
+  return std::ranges::is_sorted(row.arguments, {}, &ActionArgument::isOptional);
 }));
 
 }  // namespace

@@ -1,6 +1,8 @@
 // The table of actions: what each one runs, and its documentation, from which help, reference, JSON
 // Schema and the check of action files are generated.
 #pragma once
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <string_view>
@@ -12,7 +14,7 @@ namespace vexlo {
 
 /// The format of an argument.
 enum class ArgumentKind : std::uint8_t {
-  integer,           ///< In any unit; see `ActionArgument::most`.
+  integer,           ///< In any unit; see `ActionArgument::largest`.
   macOSVersion,      ///< Such as "14.5".
   updateLabel,       ///< A label of `softwareupdate`.
   bundleIdentifier,  ///< Such as "com.apple.Safari".
@@ -24,9 +26,12 @@ struct ActionArgument {
   ArgumentKind kind;
   std::string_view meaning;  ///< With unit and limits; lower case, without a full stop.
   std::string_view example;
+  /// May be left out together with those after it, which must be optional, too.
+  bool isOptional = false;
   // For integers:
-  std::int64_t most = 0;             ///< The largest value that makes sense: a power of ten.
-  std::string_view whyNotMore = {};  ///< What is odd about larger values.
+  std::int64_t largest = 0;          ///< The largest value that makes sense: a power of ten.
+  std::string_view ifLarger = {};    ///< What is odd about larger values.
+  std::string_view ifNegative = {};  ///< What is odd about negative ones; empty if nothing is.
 };
 
 struct ActionAnswer {
@@ -34,8 +39,8 @@ struct ActionAnswer {
   std::string_view when;    ///< Lower case, without a full stop.
 };
 
-/// An action and its documentation for authors of action files. All arguments are required; with
-/// `lastRepeats` the last one may be repeated. Further arguments are ignored.
+/// An action and its documentation for authors of action files. With `lastRepeats` the last
+/// argument may be repeated. Further arguments are ignored.
 struct KnownActionRow {
   KnownAction action;
   std::string_view code = nameOf(action).code;
@@ -47,6 +52,12 @@ struct KnownActionRow {
   bool doesNothing = false;  ///< Listed only for its code.
   std::span<const ActionAnswer> answers;
   PatchActionResult (*run)(const ActionRun& run);
+
+  /// The number of arguments that may not be left out.
+  [[nodiscard]] constexpr std::size_t requiredArguments() const {
+    return static_cast<std::size_t>(
+        std::ranges::count(arguments, false, &ActionArgument::isOptional));
+  }
 };
 
 /// In the order of the enumeration and of the codes.

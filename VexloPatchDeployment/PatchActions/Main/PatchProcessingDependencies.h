@@ -35,8 +35,8 @@
 namespace vexlo {
 
 /// The collaborators of one processor. Members live as long as the container; the two installer
-/// containers may be null. Not thread-safe. An agent, a test or a tool that works on recorded facts
-/// may replace the default.
+/// containers may be null. Not thread-safe. Tests and evaluations of
+/// recorded facts have others than the default.
 class PatchProcessingDependencies {
  public:
   virtual ~PatchProcessingDependencies() = default;

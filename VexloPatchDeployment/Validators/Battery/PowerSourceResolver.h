@@ -19,7 +19,7 @@ struct BatteryPower {
 };
 using PowerSource = std::variant<AcPower, BatteryPower>;
 
-/// Tests and recorded facts replace it.
+/// An evaluation of recorded facts replaces it.
 class PowerSourceResolver {
  public:
   virtual ~PowerSourceResolver() = default;

@@ -6,7 +6,7 @@
 
 namespace vexlo {
 
-/// Tests and recorded facts replace it.
+/// Tests replace it.
 class PowerSourcesProvider {
  public:
   virtual ~PowerSourcesProvider() = default;

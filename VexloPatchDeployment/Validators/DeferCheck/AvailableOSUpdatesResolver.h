@@ -22,7 +22,7 @@ struct AvailableOSUpdate {
 [[nodiscard]] std::string describe(const AvailableOSUpdate& update);
 std::ostream& operator<<(std::ostream& out, const AvailableOSUpdate& update);
 
-/// Tests and recorded facts replace it.
+/// An evaluation of recorded facts replaces it.
 class AvailableOSUpdatesResolver {
  public:
   virtual ~AvailableOSUpdatesResolver() = default;

@@ -11,7 +11,6 @@ struct MDMClientOutput {
   std::string output;  ///< Standard output and error, interleaved.
 };
 
-/// Tests and recorded facts replace it.
 class MDMClientCommandExecutor {
  public:
   virtual ~MDMClientCommandExecutor() = default;

@@ -16,7 +16,7 @@ struct SoftwareUpdateList {
   std::string output;  ///< Standard output and error, interleaved.
 };
 
-/// Tests and recorded facts replace it.
+/// An evaluation of recorded facts replaces it.
 class SoftwareUpdateLister {
  public:
   virtual ~SoftwareUpdateLister() = default;

@@ -5,7 +5,7 @@
 
 namespace vexlo {
 
-/// Tests and recorded facts replace it.
+/// An evaluation of recorded facts replaces it.
 class DiskInfoProvider {
  public:
   virtual ~DiskInfoProvider() = default;

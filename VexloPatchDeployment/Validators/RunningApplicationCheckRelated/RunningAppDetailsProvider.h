@@ -13,7 +13,6 @@ struct RunningAppDetails {
   friend bool operator==(const RunningAppDetails&, const RunningAppDetails&) = default;
 };
 
-/// An agent may replace it in the container.
 class RunningAppDetailsProviding {
  public:
   virtual ~RunningAppDetailsProviding() = default;

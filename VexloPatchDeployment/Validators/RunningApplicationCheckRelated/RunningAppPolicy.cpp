@@ -5,6 +5,7 @@
 
 #include "VexloPatchDeployment/Common/AgentPaths.h"
 #include "VexloPatchDeployment/Common/Log.h"
+#include "VexloPatchDeployment/Common/PatchDataKeys.h"
 
 namespace vexlo {
 namespace {
@@ -27,7 +28,7 @@ const std::string& RunningAppPolicyConstants::plistPath() {
 RunningAppPolicy::RunningAppPolicy(PlistManager& plistManager) : plistManager_(plistManager) {}
 
 bool RunningAppPolicy::isAlwaysKillAppsEnabled() {
-  const bool enabled = isOn(plistManager_, "AlwaysKillApps");
+  const bool enabled = isOn(plistManager_, PatchDataKeys::alwaysKillApps);
   logInfo(kAlwaysKillTag, [&] {
     return enabled ? "Running application check is disabled since AlwaysKillApps is enabled."
                    : "Running application check is enabled since AlwaysKillApps is not enabled.";
@@ -36,7 +37,7 @@ bool RunningAppPolicy::isAlwaysKillAppsEnabled() {
 }
 
 bool RunningAppPolicy::isPromptEnabled() {
-  const bool enabled = isOn(plistManager_, "ApplicationRunningPrompt");
+  const bool enabled = isOn(plistManager_, PatchDataKeys::applicationRunningPrompt);
   logInfo(kPromptTag, [&] {
     return enabled ? "Prompt for running applications is enabled."
                    : "Prompt for running applications is disabled.";

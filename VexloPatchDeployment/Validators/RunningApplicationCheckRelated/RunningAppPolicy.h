@@ -12,7 +12,6 @@ struct RunningAppPolicyConstants {
   [[nodiscard]] static const std::string& plistPath();
 };
 
-/// An agent may replace it in the container.
 class RunningAppPolicyChecking {
  public:
   virtual ~RunningAppPolicyChecking() = default;

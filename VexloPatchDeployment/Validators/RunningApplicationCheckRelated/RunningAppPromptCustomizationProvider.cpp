@@ -97,6 +97,14 @@ RunningAppPromptCustomization RunningAppPromptCustomization::decode(
   return customization;
 }
 
+std::vector<std::string_view> RunningAppPromptCustomization::keys() {
+  std::vector<std::string_view> keys;
+  for (const Setting& setting : kSettings) {
+    keys.push_back(setting.key);
+  }
+  return keys;
+}
+
 PropertyList::Dictionary RunningAppPromptCustomization::encode() const {
   PropertyList::Dictionary settings;
   for (const Setting& setting : kSettings) {

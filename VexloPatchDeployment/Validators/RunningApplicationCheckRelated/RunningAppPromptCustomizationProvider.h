@@ -4,6 +4,8 @@
 #include <optional>
 #include <ostream>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "Platform/PropertyList.h"
 #include "VexloPatchDeployment/Adapters/PlistDecoding.h"
@@ -34,6 +36,8 @@ struct RunningAppPromptCustomization {
   /// type. Types are not converted, and integers must fit in signed 64 bits.
   [[nodiscard]] static RunningAppPromptCustomization decode(
       const platform::PropertyList::Dictionary& settings);
+  /// All keys.
+  [[nodiscard]] static std::vector<std::string_view> keys();
   /// The fields under their keys; absent fields are left out.
   [[nodiscard]] platform::PropertyList::Dictionary encode() const;
 
@@ -56,7 +60,6 @@ struct RunningAppPromptCustomizationProviderConstants {
   [[nodiscard]] static const std::string& plistPath();
 };
 
-/// An agent may replace it in the container.
 class RunningAppPromptCustomizing {
  public:
   virtual ~RunningAppPromptCustomizing() = default;

@@ -34,7 +34,6 @@ struct RunningAppPromptDataStoreKeys {
   [[nodiscard]] static const std::string& currentDate();
 };
 
-/// An agent may replace it in the container.
 class RunningAppPromptEvaluating {
  public:
   virtual ~RunningAppPromptEvaluating() = default;

@@ -6,7 +6,7 @@
 
 namespace vexlo {
 
-/// Tests and recorded facts replace it.
+/// An evaluation of recorded facts replaces it.
 class UserSessionProvider {
  public:
   virtual ~UserSessionProvider() = default;

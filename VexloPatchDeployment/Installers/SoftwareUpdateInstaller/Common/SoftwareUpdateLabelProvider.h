@@ -8,7 +8,6 @@
 
 namespace vexlo {
 
-/// An agent may replace it in the container.
 class SoftwareUpdateLabelProvider {
  public:
   virtual ~SoftwareUpdateLabelProvider() = default;

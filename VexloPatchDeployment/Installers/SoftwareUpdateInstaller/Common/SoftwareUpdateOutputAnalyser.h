@@ -7,7 +7,6 @@
 
 namespace vexlo {
 
-/// An agent may replace it in the container.
 class SoftwareUpdateOutputAnalyser {
  public:
   virtual ~SoftwareUpdateOutputAnalyser() = default;

@@ -10,7 +10,6 @@
 
 namespace vexlo {
 
-/// Tests and recorded facts replace it.
 class AgentServiceValueFetcher {
  public:
   virtual ~AgentServiceValueFetcher() = default;

@@ -36,7 +36,7 @@ struct Credentials {
   std::optional<platform::NoCoreFile> noCoreFile_;  ///< Absent for a placeholder.
 };
 
-/// Tests and recorded facts replace it.
+/// An evaluation of recorded facts replaces it.
 class CredentialsFetcher {
  public:
   virtual ~CredentialsFetcher() = default;

@@ -7,13 +7,13 @@
 namespace platform {
 
 /// Whether a retry may succeed: out of descriptors, processes or memory, a signal, an I/O error.
-[[nodiscard]] inline bool isPassing(const std::error_code& error) noexcept {
-  constexpr std::array kPassing{
+[[nodiscard]] inline bool isTransient(const std::error_code& error) noexcept {
+  constexpr std::array kTransient{
       std::errc::too_many_files_open, std::errc::too_many_files_open_in_system,
       std::errc::not_enough_memory,   std::errc::resource_unavailable_try_again,
       std::errc::interrupted,         std::errc::io_error,
   };
-  return std::ranges::any_of(kPassing, [&](std::errc passing) { return error == passing; });
+  return std::ranges::any_of(kTransient, [&](std::errc each) { return error == each; });
 }
 
 }  // namespace platform
