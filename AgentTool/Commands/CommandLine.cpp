@@ -102,7 +102,7 @@ void addAgent(CLI::App& command, Written& written, const char* whichLevel) {
 
 void addStrict(CLI::App& command, Written& written) {
   command.add_flag("--strict", written.strict,
-                   "treat a patch, product or service pack that is not in the file as bad usage");
+                   "fail with status 64 if the file has no such patch, product or service pack");
 }
 
 void addJSON(CLI::App& command, Written& written, const char* what) {
@@ -216,15 +216,15 @@ void addCommands(CLI::App& app, Written& written) {
             "  65  the action file can't be used");
 
   CLI::App& check = *app.add_subcommand(
-      "check", "Checks action files for errors and oddities and shows where they are.");
+      "check", "Checks action files for errors, warns of what looks odd, and shows where it is.");
   check.add_option("FILE", written.files, "the action files (- for standard input)")
       ->required()
       ->type_name("");
-  check.add_flag("--strict", written.strict, "exit with 1 if something looks odd");
+  check.add_flag("--strict", written.strict, "exit with 1 if there is a warning");
   addJSON(check, written, "print one JSON object per file, each on one line, instead of text");
   setFooter(check,
-            "  0   the files can be used; oddities are warnings\n"
-            "  1   with --strict: something looks odd\n"
+            "  0   the files can be used\n"
+            "  1   with --strict: there is a warning\n"
             "  64  bad usage\n"
             "  65  a file can't be used");
 

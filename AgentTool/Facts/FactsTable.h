@@ -100,8 +100,8 @@ struct JSONFields<Facts> {
                                   "the time zone's offset when the day began, in seconds east of "
                                   "UTC; deferrals end at midnight there"),
       fact<&Facts::promptDay>("promptDay",
-                              "the day for which prompts are counted, in the user's calendar: "
-                              "`24-11-2026`"),
+                              "the day for which prompts are counted: `24-11-2026`; on macOS in "
+                              "the calendar of the user who runs the command"),
       needed(shownAs(machineFact<&Facts::isAppleSilicon, &vexlo::MachineFacts::isAppleSilicon>(
                          "appleSilicon",
                          "whether the processor is Apple silicon; `--machine` overrides it", ""),
@@ -142,9 +142,11 @@ struct JSONFields<Facts> {
                               "`AlwaysKillApps`, `ApplicationRunningPrompt`, "
                               "`DisableMacOSUpdateDeferralCheck`, `IsMDMPatchingEnabled` and "
                               "`OSPatchingViaMDMStatus`, if present; no other keys"),
-      fact<&Facts::customization>("customization",
-                                  "the prompt's settings; null if one of them has a wrong type, "
-                                  "since none counts then"),
+      fact<&Facts::customization>(
+          "customization",
+          "those settings of the prompt that the file has; `values` is null "
+          "without the file, or if one of them has a wrong type, since "
+          "none counts then"),
       fact<&Facts::promptCounts>("promptCounts",
                                  "for each prompt key: `patchID`, `promptShownCount` and the count "
                                  "of each day"),

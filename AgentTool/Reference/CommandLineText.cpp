@@ -14,11 +14,13 @@
 namespace agent_tool::reference {
 namespace {
 
-/// The words of "auto|apple-silicon|intel"; all action names for "CODE|NAME" and "ACTION".
+/// The words of "auto|apple-silicon|intel"; all action codes and names for "CODE|NAME" and
+/// "ACTION".
 std::vector<std::string> choicesOf(const std::string& type) {
   std::vector<std::string> choices;
   if (type == "CODE|NAME" || type == "ACTION") {
     for (const auto& row : vexlo::knownActions()) {
+      choices.emplace_back(row.code);
       choices.emplace_back(row.name);
     }
   } else if (type.contains('|') && std::ranges::none_of(type, [](unsigned char letter) {

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <array>
 #include <iterator>
 #include <map>
 #include <string>
@@ -13,6 +14,9 @@ namespace {
 
 constexpr std::string_view kOrigin =
     "# Generated from the command line's definition by ./dev generate.\n";
+
+/// The labels of values that are files.
+constexpr std::array<std::string_view, 4> kFileLabels{"FILE", "ACTIONS", "FACTS", "SUMMARY"};
 
 /// `text` with a backslash before each of `special`.
 std::string escaped(std::string_view text, std::string_view special) {
@@ -35,7 +39,12 @@ std::string singleQuoted(std::string_view text) {
 
 bool isDirectory(const OptionText& option) { return option.type == "DIR"; }
 bool isFile(const OptionText& option) {
-  return option.type == "FILE" || (option.isPositional && option.names.front().starts_with("FILE"));
+  const std::string& label = option.isPositional ? option.names.front() : option.type;
+  return std::ranges::find(kFileLabels, label) != kFileLabels.end();
+}
+/// The second argument of `help actions`.
+bool isActionToExplain(const OptionText& option) {
+  return option.isPositional && option.names.front() == "ACTION";
 }
 bool takesValue(const OptionText& option) { return !option.isPositional && !option.type.empty(); }
 
@@ -130,13 +139,12 @@ std::string bashCompletion(const ProgramText& program) {
   std::string perCommand;
   for (const CommandText& command : program.commands) {
     names.push_back(command.name);
-    std::string positional;  // words of all positional arguments, or files
-    std::string positionalWords;
+    std::string positional;
     for (const OptionText& option : command.options) {
-      if (option.isPositional) {
-        positionalWords += (positionalWords.empty() ? "" : " ") + words(program, option);
-        positional =
-            isFile(option) ? bashOffer(program, option) : "words=" + singleQuoted(positionalWords);
+      if (isActionToExplain(option)) {
+        positional += "; [[ $previous != actions ]] || " + bashOffer(program, option);
+      } else if (option.isPositional) {
+        positional = " " + bashOffer(program, option);
       } else if (takesValue(option)) {
         auto& some = values[bashOffer(program, option)];
         for (const std::string& name : option.names) {
@@ -147,7 +155,7 @@ std::string bashCompletion(const ProgramText& program) {
       }
     }
     perCommand += "    " + command.name + ") flags=" + singleQuoted(flags(command.options)) +
-                  (positional.empty() ? "" : " ") + positional + " ;;\n";
+                  positional + " ;;\n";
   }
   std::string perValue;
   for (const auto& [offer, some] : values) {
@@ -233,7 +241,11 @@ std::string fishCompletion(const ProgramText& program) {
   }
   for (const CommandText& command : program.commands) {
     for (const OptionText& option : command.options) {
-      out += fishOption(program, option, "__fish_seen_subcommand_from " + command.name);
+      std::string condition = "__fish_seen_subcommand_from " + command.name;
+      if (isActionToExplain(option)) {
+        condition += "; and __fish_seen_subcommand_from actions";
+      }
+      out += fishOption(program, option, condition);
     }
   }
   return out;

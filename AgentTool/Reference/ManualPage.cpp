@@ -76,6 +76,39 @@ std::string exitStatus(std::string_view footer) {
   return out;
 }
 
+/// What the command line's definition doesn't say.
+constexpr std::string_view kClosing = R"(.SH ENVIRONMENT
+.TP
+\fBVEXLO_AGENT_ROOT\fR
+the default of \fB\-\-agent\-root\fR
+.TP
+\fBNO_COLOR\fR
+if set, the output has no colours; it has them only on a terminal
+.SH FILES
+.TP
+\fIDIR\fR/client\-data/patch\-resources/mac\-patch\-actions.json
+the action file, below the agent's base directory
+.TP
+\fIDIR\fR/data, \fIDIR\fR/logs
+the agent's settings and prompt counts, and the answers to prompts
+.TP
+/usr/share/vexlo\-patch/action\-file.schema.json
+a JSON Schema of the action file, for editors
+.TP
+/usr/share/doc/vexlo\-patch/docs
+the documentation
+.SH EXAMPLES
+.nf
+vexlo\-patch check \-\-strict mac\-patch\-actions.json
+vexlo\-patch help actions 2005
+vexlo\-patch evaluate \-\-patch 310990 \-\-product 1201 \-\-service\-pack 2301 \-\-agent\-root DIR
+vexlo\-patch run \-\-patch 310990 \-\-product 1201 \-\-service\-pack 2301 \-\-agent\-root DIR \-\-json
+vexlo\-patch facts \-\-json \-\-all\-applications \-\-agent\-root DIR >> fleet.ndjson
+.fi
+.SH SEE ALSO
+.BR enter (1)
+)";
+
 }  // namespace
 
 std::string manualPage(const ProgramText& program) {
@@ -98,7 +131,7 @@ std::string manualPage(const ProgramText& program) {
     }
     page += exitStatus(command.footer);
   }
-  return page + ".SH SEE ALSO\n.BR enter (1)\n";
+  return page + std::string(kClosing);
 }
 
 }  // namespace agent_tool::reference

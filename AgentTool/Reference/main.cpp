@@ -24,7 +24,7 @@ void write(const std::filesystem::path& file, const std::string& text) {
 
 int main(int count, char** arguments) try {
   using namespace agent_tool::reference;  // NOLINT(google-build-using-namespace)
-  if (count != 2 && count != 3) {
+  if ((count != 2 && count != 3) || *arguments[1] == '-') {
     std::cerr << "usage: command-line-reference FOLDER [DOCUMENTS]\n";
     return 64;
   }

@@ -20,16 +20,16 @@ _vexlo_patch() {
     run) flags='-h --help --patch --product --service-pack --action --keep-going --explain --strict --json --agent-root --base-dir --data-dir --log-dir --machine --log-level --log-file' ;;
     check) flags='-h --help --strict --json' kind=-f ;;
     facts) flags='-h --help --application --all-applications --ask-apple --json --agent-root --base-dir --data-dir --log-dir --machine --log-level --log-file' ;;
-    what-if) flags='-h --help --patch --product --service-pack --strict --compare --summary --summary-file --merge --json' words='' ;;
-    help) flags='-h --help --as' words='plan evaluate run check facts what-if help actions siliconBatteryPercentageCheck intelBatteryPercentageCheck userLoggedInCheck multipleUserLoggedInCheck minimumDiskSpaceCheck macOSDeferCheck installMacOSUpdates applicationRunningCheck applicationRunningNotifier installMacOSUpdatesUsingInstallAssistant' ;;
+    what-if) flags='-h --help --patch --product --service-pack --strict --compare --summary --summary-file --merge --json' kind=-f ;;
+    help) flags='-h --help --as' words='plan evaluate run check facts what-if help actions'; [[ $previous != actions ]] || words='2001 siliconBatteryPercentageCheck 2002 intelBatteryPercentageCheck 2003 userLoggedInCheck 2004 multipleUserLoggedInCheck 2005 minimumDiskSpaceCheck 2006 macOSDeferCheck 2007 installMacOSUpdates 2008 applicationRunningCheck 2009 applicationRunningNotifier 2010 installMacOSUpdatesUsingInstallAssistant' ;;
   esac
   case $previous in
     --agent-root | --base-dir | --data-dir | --log-dir) flags='' words='' kind='' kind=-d ;;
-    --log-file | --facts | --summary-file) flags='' words='' kind='' kind=-f ;;
-    --patch | --product | --service-pack | --application | --compare | --merge) flags='' words='' kind='' words='' ;;
+    --log-file | --facts | --compare | --summary-file | --merge) flags='' words='' kind='' kind=-f ;;
+    --patch | --product | --service-pack | --application) flags='' words='' kind='' words='' ;;
+    --action) flags='' words='' kind='' words='2001 siliconBatteryPercentageCheck 2002 intelBatteryPercentageCheck 2003 userLoggedInCheck 2004 multipleUserLoggedInCheck 2005 minimumDiskSpaceCheck 2006 macOSDeferCheck 2007 installMacOSUpdates 2008 applicationRunningCheck 2009 applicationRunningNotifier 2010 installMacOSUpdatesUsingInstallAssistant' ;;
     --machine) flags='' words='' kind='' words='auto apple-silicon intel' ;;
     --log-level) flags='' words='' kind='' words='debug info error none' ;;
-    --action) flags='' words='' kind='' words='siliconBatteryPercentageCheck intelBatteryPercentageCheck userLoggedInCheck multipleUserLoggedInCheck minimumDiskSpaceCheck macOSDeferCheck installMacOSUpdates applicationRunningCheck applicationRunningNotifier installMacOSUpdatesUsingInstallAssistant' ;;
     --as) flags='' words='' kind='' words='text markdown schema' ;;
   esac
   if [[ $current == -* ]]; then

@@ -84,7 +84,8 @@ constexpr std::array kInstallMacOSUpdatesArguments{
 constexpr std::array kInstallMacOSUpdatesAnswers{
     ActionAnswer{"success", "the update is installed; the Mac restarts"},
     ActionAnswer{"applyLater(credentialsNotEntered)",
-                 "the agent's service has no user name or password (Apple silicon only)"},
+                 "the agent's service has no user name or password, or didn't answer within 10 "
+                 "seconds a key (Apple silicon only)"},
     ActionAnswer{"applyLater(unableToGetAgentServiceConnection)",
                  "the agent's service can't be reached (Apple silicon only)"},
     ActionAnswer{"applyLater(softwareUpdateUnreachable)", "softwareupdate reports a network error"},
