@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <limits>
+#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -67,17 +68,17 @@ class ThrowingObserver final : public ActionObserver {
 };
 
 TEST(MeasurementTest, GoesToTheInnermostActionsObserver) {
-  ThrowingObserver observer;
+  const auto observer = std::make_shared<ThrowingObserver>();
   const auto measure = [] { measured([] { return RuleMeasurement{}; }); };
   measure();
   {
     const ActionID action = KnownAction::macOSDeferCheck;
-    const RunningAction running(action, &observer);
+    const RunningAction running(action, observer);
     measure();
     measure();
   }
   measure();
-  EXPECT_THAT(observer.actions, ::testing::ElementsAre("macOSDeferCheck", "macOSDeferCheck"));
+  EXPECT_THAT(observer->actions, ::testing::ElementsAre("macOSDeferCheck", "macOSDeferCheck"));
 }
 
 }  // namespace

@@ -45,13 +45,13 @@ struct RecordingObserver final : ActionObserver {
 
 TEST(RunningAppDetectorTest, AsksNothingForTheObserver) {
   RecordingQuery query;
-  RecordingObserver observer;
+  const auto observer = std::make_shared<RecordingObserver>();
   const ActionID action(KnownAction::applicationRunningCheck);
-  const RunningAction running(action, &observer);
+  const RunningAction running(action, observer);
   EXPECT_TRUE(RunningAppDetector(query).isAnyAppRunning({"mail", "safari", "notes"}));
   EXPECT_THAT(query.asked, ElementsAre("mail", "safari"));
-  ASSERT_EQ(observer.measurements.size(), 1U);
-  EXPECT_EQ(observer.measurements.front().words(), "Safari running");
+  ASSERT_EQ(observer->measurements.size(), 1U);
+  EXPECT_EQ(observer->measurements.front().words(), "Safari running");
 }
 
 }  // namespace
