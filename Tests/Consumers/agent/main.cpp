@@ -67,7 +67,7 @@ void answerFromAFake() {
               "minimumDiskSpaceCheck: applyLater(inSufficientDiskSpaceForSoftwareUpdate)\n"
               "multipleUserLoggedInCheck: success\n",
           "the fake's answers");
-  require(watcher->measurements == "minimumDiskSpaceCheck: 8.0 GB free, 20 GB needed\n",
+  require(watcher->measurements == "minimumDiskSpaceCheck: 8 GB free, 20 GB needed\n",
           "the fake's measurements: " + watcher->measurements);
   require(std::unordered_set(processor.executed.begin(), processor.executed.end()).size() == 2,
           "the actions executed by the fake");
