@@ -32,7 +32,7 @@ ExitStatus answer(const NoRequest& noRequest, Console& console) {
   if (noRequest.status == ExitStatus::success) {
     console.write(noRequest.text);
   } else {
-    console.complain(noRequest.text);
+    console.reportError(noRequest.text);
   }
   return noRequest.status;
 }
@@ -60,13 +60,13 @@ int main(int argc, char** argv) {
     return static_cast<int>(request ? carryOut(*request, console)
                                     : answer(request.error(), console));
   } catch (const AgentSettingsError& error) {
-    console.complain(printable(error.what()));
+    console.reportError(printable(error.what()));
     return static_cast<int>(ExitStatus::badUsage);
   } catch (const std::bad_alloc&) {
-    console.complain("not enough memory");
+    console.reportError("not enough memory");
     return static_cast<int>(ExitStatus::noMemory);
   } catch (const std::exception& error) {
-    console.complain(printable(error.what()));
+    console.reportError(printable(error.what()));
     return static_cast<int>(ExitStatus::failure);
   }
 }

@@ -31,9 +31,9 @@ constexpr const char* kPromptDay = "24-11-2026";
 constexpr const char* kYesterday = "23-11-2026";
 
 /// SplitMix64: reproducible everywhere, unlike the standard library's distributions.
-class Chance {
+class Random {
  public:
-  explicit Chance(std::uint64_t state) : state_(state) {}
+  explicit Random(std::uint64_t state) : state_(state) {}
 
   std::uint64_t next() {
     std::uint64_t bits = state_ += 0x9E3779B97F4A7C15U;
@@ -118,12 +118,12 @@ class Machine {
  public:
   Machine(std::uint64_t seed, std::uint64_t number)
       // The first draw decorrelates neighbouring numbers and seeds.
-      : chance_(Chance(seed).next() ^ (number * 0xD1342543DE82EF95U)), number_(number) {}
+      : random_(Random(seed).next() ^ (number * 0xD1342543DE82EF95U)), number_(number) {}
 
   std::string line() {
-    facts_.time = platform::Moment(kDay) + std::chrono::seconds(chance_.between(28'800, 64'800));
+    facts_.time = platform::Moment(kDay) + std::chrono::seconds(random_.between(28'800, 64'800));
     facts_.offsetFromUTC = std::chrono::hours(
-        std::array{-8, -5, 0, 1, 9}[static_cast<std::size_t>(chance_.between(0, 4))]);
+        std::array{-8, -5, 0, 1, 9}[static_cast<std::size_t>(random_.between(0, 4))]);
     facts_.promptDay = kPromptDay;
     makeMachine();
     makePower();
@@ -138,42 +138,42 @@ class Machine {
 
  private:
   void makeMachine() {
-    facts_.isAppleSilicon = chance_.percent(78);
-    const Release release = facts_.isAppleSilicon ? chance_.among(kReleasesOfAppleSilicon)
-                                                  : chance_.among(kReleasesOfIntel);
+    facts_.isAppleSilicon = random_.percent(78);
+    const Release release = facts_.isAppleSilicon ? random_.among(kReleasesOfAppleSilicon)
+                                                  : random_.among(kReleasesOfIntel);
     facts_.macOSVersion = release.version;
     facts_.macOSMajorVersion = release.major;
-    if (chance_.perMille(1)) {
+    if (random_.perMille(1)) {
       facts_.macOSVersion.reset();
       facts_.macOSMajorVersion = 12;
-      facts_.reasons.emplace("macOSVersion", "the system names no macOS version");
+      facts_.reasons.emplace("macOSVersion", "the macOS version can't be read");
     }
-    facts_.preferredLanguages.emplace_back(chance_.among(kLanguages).text);
-    if (facts_.preferredLanguages.front() != "en-US" && chance_.percent(60)) {
+    facts_.preferredLanguages.emplace_back(random_.among(kLanguages).text);
+    if (facts_.preferredLanguages.front() != "en-US" && random_.percent(60)) {
       facts_.preferredLanguages.emplace_back("en-US");
     }
     // Small, medium and large disks; one in twelve is nearly full.
     const std::int64_t size = std::array{
-        245, 494, 994}[static_cast<std::size_t>(std::min<std::int64_t>(chance_.between(0, 3), 2))];
+        245, 494, 994}[static_cast<std::size_t>(std::min<std::int64_t>(random_.between(0, 3), 2))];
     const std::int64_t free =
-        chance_.percent(8) ? chance_.between(1'000, 22'000) : chance_.between(15'000, size * 800);
-    facts_.freeDiskSpace = free * (kGigabyte / 1000) + chance_.between(0, 4095) * 4096 % 1'000'000;
-    if (chance_.perMille(2)) {
+        random_.percent(8) ? random_.between(1'000, 22'000) : random_.between(15'000, size * 800);
+    facts_.freeDiskSpace = free * (kGigabyte / 1000) + random_.between(0, 4095) * 4096 % 1'000'000;
+    if (random_.perMille(2)) {
       facts_.freeDiskSpace.reset();
       facts_.reasons.emplace("freeDiskSpace", "Unable to obtain free disk space.");
     }
   }
 
   void makePower() {
-    const bool isPortable = chance_.percent(84);
+    const bool isPortable = random_.percent(84);
     if (!isPortable) {  // desktop Macs list no power source
       facts_.reasons.emplace("powerSource", "Unable to obtain power source details.");
       return;
     }
-    const bool onMains = chance_.percent(57);
+    const bool onMains = random_.percent(57);
     // On battery the higher of two draws: few machines are nearly empty.
-    const std::int64_t level = onMains ? std::min<std::int64_t>(100, chance_.between(55, 130))
-                                       : std::max(chance_.between(3, 100), chance_.between(3, 100));
+    const std::int64_t level = onMains ? std::min<std::int64_t>(100, random_.between(55, 130))
+                                       : std::max(random_.between(3, 100), random_.between(3, 100));
     facts_.powerSources.emplace_back(
         Dictionary{{"Current Capacity", level},
                    {"Is Charging", onMains && level < 100},
@@ -189,18 +189,18 @@ class Machine {
   }
 
   void makeUsers() {
-    std::string user = chance_.among(kUsers).text;
-    user += std::to_string(chance_.between(1, 99));
-    const bool isAtConsole = chance_.percent(87);
+    std::string user = random_.among(kUsers).text;
+    user += std::to_string(random_.between(1, 99));
+    const bool isAtConsole = random_.percent(87);
     facts_.consoleUser = isAtConsole ? user : "NOUSERNAME";
     if (isAtConsole) {
-      facts_.consoleUserID = static_cast<std::uint32_t>(chance_.between(501, 503));
-      facts_.loggedOnUsers = chance_.percent(6) ? user + "," + chance_.among(kUsers).text : user;
+      facts_.consoleUserID = static_cast<std::uint32_t>(random_.between(501, 503));
+      facts_.loggedOnUsers = random_.percent(6) ? user + "," + random_.among(kUsers).text : user;
     } else {
       facts_.reasons.emplace("loggedOnUsers", "nobody is logged on");
     }
-    facts_.mdmEnrollment = chance_.among(kEnrollments).type;
-    if (chance_.perMille(4)) {
+    facts_.mdmEnrollment = random_.among(kEnrollments).type;
+    if (random_.perMille(4)) {
       facts_.mdmEnrollment.reset();
       facts_.reasons.emplace("mdmEnrollment", "profiles did not answer in time");
     }
@@ -209,14 +209,14 @@ class Machine {
   void makeAgent() {
     const std::string data = std::string(kBase) + "/data";
     facts_.agent = {.base = kBase, .data = data, .logs = std::string(kBase) + "/logs"};
-    facts_.agent.serviceAnswers = chance_.percent(97);
+    facts_.agent.serviceAnswers = random_.percent(97);
     if (!facts_.agent.serviceAnswers) {
-      facts_.reasons.emplace("agentService", "the service took the question but did not answer");
+      facts_.reasons.emplace("agentService", "the service accepted the request but didn't answer");
     }
-    facts_.inForce = {.alwaysKillApps = chance_.percent(5),
-                      .prompt = chance_.percent(72),
-                      .deferralCheckDisabled = chance_.percent(3),
-                      .patchingViaMDM = chance_.percent(9)};
+    facts_.inForce = {.alwaysKillApps = random_.percent(5),
+                      .prompt = random_.percent(72),
+                      .deferralCheckDisabled = random_.percent(3),
+                      .patchingViaMDM = random_.percent(9)};
     facts_.patchData = {
         .file = data + "/vxpatch_data.plist",
         .values = Dictionary{
@@ -225,13 +225,13 @@ class Machine {
             {"DisableMacOSUpdateDeferralCheck", facts_.inForce.deferralCheckDisabled},
             {"OSPatchingViaMDMStatus", std::int64_t{facts_.inForce.patchingViaMDM ? 1 : 0}}}};
     facts_.customization.file = data + "/ApplicationRunningPromptCustomization.plist";
-    if (chance_.percent(61)) {
+    if (random_.percent(61)) {
       facts_.customization.values =
-          Dictionary{{"allowScreenGrab", chance_.percent(30)},
-                     {"dailyPromptLimit", chance_.between(1, 3)},
-                     {"forceDeploy", chance_.percent(10)},
-                     {"numberOfSkipAttempts", chance_.between(2, 5)},
-                     {"skipTimerCountInMinutes", chance_.between(5, 30)},
+          Dictionary{{"allowScreenGrab", random_.percent(30)},
+                     {"dailyPromptLimit", random_.between(1, 3)},
+                     {"forceDeploy", random_.percent(10)},
+                     {"numberOfSkipAttempts", random_.between(2, 5)},
+                     {"skipTimerCountInMinutes", random_.between(5, 30)},
                      {"subTitle", "Your IT department keeps this Mac up to date."}};
     } else {
       facts_.reasons.emplace("customization", "there is no file " + *facts_.customization.file);
@@ -242,10 +242,10 @@ class Machine {
     for (const Application& application : kApplications) {
       std::vector<ApplicationInstance>& instances =
           facts_.applications[application.bundleIdentifier];
-      if (facts_.loggedOnUsers && chance_.percent(application.percentRunning)) {
+      if (facts_.loggedOnUsers && random_.percent(application.percentRunning)) {
         instances.push_back(
             {.name = application.name,
-             .processIdentifier = static_cast<std::int32_t>(chance_.between(300, 99'998)),
+             .processIdentifier = static_cast<std::int32_t>(random_.between(300, 99'998)),
              .executable = text(application.folder, '/', application.name, ".app/Contents/MacOS/",
                                 application.name)});
       }
@@ -255,20 +255,20 @@ class Machine {
   /// Prompt counts for users who were prompted before.
   void makePromptCounts() {
     facts_.promptCounts.file = std::string(kBase) + "/data/ApplicationRunningPromptData.plist";
-    if (!facts_.inForce.prompt || !facts_.customization.values || !chance_.percent(45)) {
+    if (!facts_.inForce.prompt || !facts_.customization.values || !random_.percent(45)) {
       facts_.reasons.emplace("promptCounts", "there is no file " + *facts_.promptCounts.file);
       return;
     }
-    const std::int64_t today = chance_.between(0, 2);
+    const std::int64_t today = random_.between(0, 2);
     facts_.promptCounts.values = Dictionary{
         {kPromptKey,
-         Dictionary{{"patchID", chance_.percent(80) ? kPatchID : "309871"},
-                    {"promptShownCount", today + chance_.between(0, 3)},
+         Dictionary{{"patchID", random_.percent(80) ? kPatchID : "309871"},
+                    {"promptShownCount", today + random_.between(0, 3)},
                     {today > 0 ? kPromptDay : kYesterday, std::max<std::int64_t>(today, 1)}}}};
   }
 
   void askApple() {
-    facts_.softwareUpdateReachable = chance_.percent(98);
+    facts_.softwareUpdateReachable = random_.percent(98);
     if (!*facts_.softwareUpdateReachable) {
       facts_.reasons.emplace("availableOSUpdates", "mdmclient can't reach Apple's server");
       return;
@@ -279,8 +279,8 @@ class Machine {
                                     .deferredUntil = {},
                                     .productKey = "MSU_UPDATE_25C56_patch_26.2_minor",
                                     .version = "26.2"};
-    if (isManaged && chance_.percent(24)) {
-      newest.deferredUntil = text("2026-12-", chance_.between(10, 31), " 00:00:00 +0000");
+    if (isManaged && random_.percent(24)) {
+      newest.deferredUntil = text("2026-12-", random_.between(10, 31), " 00:00:00 +0000");
     }
     facts_.availableOSUpdates = {std::move(newest)};
     if (facts_.macOSMajorVersion < 26) {
@@ -297,7 +297,7 @@ class Machine {
     return "mac-" + serial;
   }
 
-  Chance chance_;
+  Random random_;
   std::uint64_t number_;
   Facts facts_;
 };

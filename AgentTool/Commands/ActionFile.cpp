@@ -15,15 +15,14 @@ std::expected<UsableActionFile, ExitStatus> actionFile(const vexlo::PatchIdentif
     return vexlo::PatchActionJSONParser::shared().cachedPatchActionGroup();
   }();
   if (!file) {
-    console.complain(printable(file.error().what()));
+    console.reportError(printable(file.error().what()));
     return std::unexpected(ExitStatus::unusableFile);
   }
-  std::vector<NameNotInFile> unknownNames = namesNotInFile(patch, **file);
-  reportNamesNotInFile(unknownNames, console);
-  if (strict && !unknownNames.empty()) {
-    return std::unexpected(ExitStatus::badUsage);
+  auto names = checkNames(patch, **file, strict, console);
+  if (!names) {
+    return std::unexpected(names.error());
   }
-  return UsableActionFile{.group = *file, .namesNotInFile = std::move(unknownNames)};
+  return UsableActionFile{.group = *file, .namesNotInFile = *std::move(names)};
 }
 
 }  // namespace agent_tool

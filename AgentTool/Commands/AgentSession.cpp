@@ -97,8 +97,8 @@ AgentSession::AgentSession(const AgentSettings& settings, Console& console)
   }
   LogCore::setLogSink(sink_);
   vxutils::setNotificationHandler([&console](std::int32_t code, void*) {
-    console.complain("notification " + std::to_string(code) +
-                     (code == kUpdatesInProgress ? ": macOS updates are in progress" : ""));
+    console.reportError("notification " + std::to_string(code) +
+                        (code == kUpdatesInProgress ? ": macOS updates are in progress" : ""));
   });
 }
 
@@ -106,7 +106,7 @@ AgentSession::~AgentSession() {
   vxutils::setNotificationHandler({});
   LogCore::setLogSink(nullptr);
   if (const std::int32_t error = fileSink_ ? fileSink_->lastError() : 0; error != 0) {
-    console_.complain(cannotLog(logFilePath_, error) + "; log lines are missing");
+    console_.reportError(cannotLog(logFilePath_, error) + "; log lines are missing");
   }
 }
 

@@ -199,7 +199,7 @@ ExitStatus check(const CheckRequest& request, Console& console) {
         console.write(text(printable(checked.name), " can't be used: ",
                            console.styled(counted(errors, "error", "errors"), Style::bad), ".\n"));
       } else {
-        console.complain(
+        console.reportError(
             printable(*checked.error) +
             (errors == 1 ? "" : text("; and ", counted(errors - 1, "more error", "more errors"))));
       }

@@ -27,7 +27,7 @@ std::string versionText() {
 }
 
 /// The options as given on the command line.
-struct Written {
+struct ParsedOptions {
   std::string patchID;
   std::string productID;
   std::string servicePackID;
@@ -60,13 +60,13 @@ struct Written {
   std::string helpForm = "text";
 };
 
-void addPatch(CLI::App& command, Written& written, bool isRequired = true) {
+void addPatch(CLI::App& command, ParsedOptions& options, bool isRequired = true) {
   const auto add = [&](const char* name, std::string& value, const char* what) {
     command.add_option(name, value, what)->required(isRequired)->type_name("ID")->group("Patch");
   };
-  add("--patch", written.patchID, "the patch");
-  add("--product", written.productID, "its product");
-  add("--service-pack", written.servicePackID, "the product's service pack");
+  add("--patch", options.patchID, "the patch");
+  add("--product", options.productID, "its product");
+  add("--service-pack", options.servicePackID, "the product's service pack");
 }
 
 /// Adds an option of the agent's settings.
@@ -76,68 +76,68 @@ CLI::Option* addSetting(CLI::App& command, const char* name, Value& value, const
   return command.add_option(name, value, what)->type_name(type)->group("Agent");
 }
 
-void addBase(CLI::App& command, Written& written, const char* whatRootIs) {
-  addSetting(command, "--agent-root", written.agentRoot, "DIR", whatRootIs)
+void addBase(CLI::App& command, ParsedOptions& options, const char* whatRootIs) {
+  addSetting(command, "--agent-root", options.agentRoot, "DIR", whatRootIs)
       ->envname(kAgentRootVariable);
-  addSetting(command, "--base-dir", written.baseDirectory, "DIR", "the agent's base directory");
+  addSetting(command, "--base-dir", options.baseDirectory, "DIR", "the agent's base directory");
 }
 
-void addLog(CLI::App& command, Written& written, const char* whichLevel) {
-  addSetting(command, "--log-level", written.logLevel, "debug|info|error|none", whichLevel)
+void addLog(CLI::App& command, ParsedOptions& options, const char* whichLevel) {
+  addSetting(command, "--log-level", options.logLevel, "debug|info|error|none", whichLevel)
       ->check(CLI::IsMember({"debug", "info", "error", "none"}).description(""));
-  addSetting(command, "--log-file", written.logFile, "FILE",
+  addSetting(command, "--log-file", options.logFile, "FILE",
              "append log lines to FILE instead of standard error");
 }
 
 /// Adds all settings, for commands that read the machine's state.
-void addAgent(CLI::App& command, Written& written, const char* whichLevel) {
-  addBase(command, written, "base = DIR, data = DIR/data, logs = DIR/logs");
-  addSetting(command, "--data-dir", written.dataDirectory, "DIR", "the agent's data directory");
-  addSetting(command, "--log-dir", written.logDirectory, "DIR", "the agent's log directory");
-  addSetting(command, "--machine", written.machine, "auto|apple-silicon|intel",
+void addAgent(CLI::App& command, ParsedOptions& options, const char* whichLevel) {
+  addBase(command, options, "base = DIR, data = DIR/data, logs = DIR/logs");
+  addSetting(command, "--data-dir", options.dataDirectory, "DIR", "the agent's data directory");
+  addSetting(command, "--log-dir", options.logDirectory, "DIR", "the agent's log directory");
+  addSetting(command, "--machine", options.machine, "auto|apple-silicon|intel",
              "the processor type (auto: detect it)")
       ->check(CLI::IsMember({"auto", "apple-silicon", "intel"}).description(""));
-  addLog(command, written, whichLevel);
+  addLog(command, options, whichLevel);
 }
 
-void addStrict(CLI::App& command, Written& written) {
-  command.add_flag("--strict", written.strict,
+void addStrict(CLI::App& command, ParsedOptions& options) {
+  command.add_flag("--strict", options.strict,
                    "fail with status 64 if the file has no such patch, product or service pack");
 }
 
-void addJSON(CLI::App& command, Written& written, const char* what) {
-  command.add_flag("--json", written.json, what);
+void addJSON(CLI::App& command, ParsedOptions& options, const char* what) {
+  command.add_flag("--json", options.json, what);
 }
 
 void setFooter(CLI::App& command, const char* exitStatus) {
   command.footer("\nExit status:\n" + std::string(exitStatus));
 }
 
-void addWhatIf(CLI::App& app, Written& written) {
+void addWhatIf(CLI::App& app, ParsedOptions& options) {
   CLI::App& whatIf = *app.add_subcommand(
       "what-if", "Predicts a patch's result on each machine of a fleet, one line per machine.");
-  whatIf.add_option("ACTIONS", written.actionFile, "the action file")->type_name("");
+  whatIf.add_option("ACTIONS", options.actionFile, "the action file")->type_name("");
   whatIf
-      .add_option("FACTS", written.factsFiles,
+      .add_option("FACTS", options.factsFiles,
                   "files with a line of 'facts --json' per machine (default: -, standard input)")
       ->type_name("");
-  addPatch(whatIf, written, false);
-  addStrict(whatIf, written);
+  addPatch(whatIf, options, false);
+  addStrict(whatIf, options);
   whatIf
-      .add_option("--compare", written.compareWith,
+      .add_option("--compare", options.compareWith,
                   "show only machines whose result differs with this action file")
       ->type_name("ACTIONS");
   CLI::Option& summary =
-      *whatIf.add_flag("--summary", written.summaryOnly, "print only the summary, as a table");
+      *whatIf.add_flag("--summary", options.summaryOnly, "print only the summary, as a table");
   CLI::Option& summaryFile =
-      *whatIf.add_option("--summary-file", written.summaryFile,
+      *whatIf.add_option("--summary-file", options.summaryFile,
                          "write the summary to FILE as JSON, instead of a table to standard error");
   summaryFile.type_name("FILE");
   CLI::Option& merge = *whatIf.add_option(
-      "--merge", written.summariesToMerge,
+      "--merge", options.summariesToMerge,
       "merge summaries, one per line, and print the result (- for standard input)");
   merge.type_name("SUMMARY")->expected(1, -1);
-  whatIf.add_flag("--json", written.json,
+  whatIf.add_flag("--json", options.json,
                   "with --summary or --merge: print one JSON object on one line");
   for (const char* other : {"ACTIONS", "FACTS", "--patch", "--product", "--service-pack",
                             "--strict", "--compare", "--summary-file"}) {
@@ -152,14 +152,14 @@ void addWhatIf(CLI::App& app, Written& written) {
             "  65  an action file or a summary can't be used");
 }
 
-void addCommands(CLI::App& app, Written& written) {
+void addCommands(CLI::App& app, ParsedOptions& options) {
   CLI::App& plan = *app.add_subcommand(
       "plan", "Shows the applicable actions in order, and where each comes from.");
-  addPatch(plan, written);
-  addStrict(plan, written);
-  addJSON(plan, written, "print one JSON object instead of a table");
-  addBase(plan, written, "base = DIR");
-  addLog(plan, written, "the lowest level to log (default: error)");
+  addPatch(plan, options);
+  addStrict(plan, options);
+  addJSON(plan, options, "print one JSON object instead of a table");
+  addBase(plan, options, "base = DIR");
+  addLog(plan, options, "the lowest level to log (default: error)");
   setFooter(plan,
             "  0   the plan was printed\n"
             "  64  bad usage\n"
@@ -167,22 +167,22 @@ void addCommands(CLI::App& app, Written& written) {
 
   CLI::App& evaluate =
       *app.add_subcommand("evaluate", "Predicts each action's result without changing anything.");
-  addPatch(evaluate, written);
+  addPatch(evaluate, options);
   CLI::Option& factsFile = *evaluate.add_option(
-      "--facts", written.factsFile,
+      "--facts", options.factsFile,
       "evaluate the machine that printed this line of 'facts --json' (- for standard input)");
   factsFile.type_name("FILE");
   evaluate
-      .add_flag("--ask-apple", written.asksApple,
+      .add_flag("--ask-apple", options.asksApple,
                 "ask Apple's servers about deferrals (softwareupdate --list, mdmclient)")
       ->excludes(&factsFile);
   evaluate
-      .add_flag("--ask-agent", written.asksAgent,
+      .add_flag("--ask-agent", options.asksAgent,
                 "ask the agent's service whether credentials are stored")
       ->excludes(&factsFile);
-  addStrict(evaluate, written);
-  addJSON(evaluate, written, "print one JSON object instead of a table");
-  addAgent(evaluate, written, "the lowest level to log (default: none)");
+  addStrict(evaluate, options);
+  addJSON(evaluate, options, "print one JSON object instead of a table");
+  addAgent(evaluate, options, "the lowest level to log (default: none)");
   evaluate.get_option("--machine")->excludes(&factsFile);
   setFooter(
       evaluate,
@@ -193,8 +193,8 @@ void addCommands(CLI::App& app, Written& written) {
       "  65  the action file or the facts can't be used");
 
   CLI::App& run = *app.add_subcommand("run", "Runs the actions in order, as the agent would.");
-  addPatch(run, written);
-  run.add_option("--action", written.actionCodes,
+  addPatch(run, options);
+  run.add_option("--action", options.actionCodes,
                  "run only this action; may be repeated. An action that doesn't apply passes")
       ->type_name("CODE|NAME")
       ->expected(1)
@@ -203,11 +203,11 @@ void addCommands(CLI::App& app, Written& written) {
       // An empty variable in a script must not count as success.
       ->check(
           [](const std::string& code) { return code.empty() ? "a code or name is needed" : ""; });
-  run.add_flag("--keep-going", written.keepGoing, "continue after an action that doesn't succeed");
-  run.add_flag("--explain", written.explain, "show the log lines of actions that don't succeed");
-  addStrict(run, written);
-  addJSON(run, written, "print one JSON object per line, as each action ends");
-  addAgent(run, written, "the lowest level to log (default: info)");
+  run.add_flag("--keep-going", options.keepGoing, "continue after an action that doesn't succeed");
+  run.add_flag("--explain", options.explain, "show the log lines of actions that don't succeed");
+  addStrict(run, options);
+  addJSON(run, options, "print one JSON object per line, as each action ends");
+  addAgent(run, options, "the lowest level to log (default: info)");
   setFooter(run,
             "  0   all actions passed\n"
             "  75  an action has to be applied later\n"
@@ -217,11 +217,11 @@ void addCommands(CLI::App& app, Written& written) {
 
   CLI::App& check = *app.add_subcommand(
       "check", "Checks action files for errors, warns of what looks odd, and shows where it is.");
-  check.add_option("FILE", written.files, "the action files (- for standard input)")
+  check.add_option("FILE", options.files, "the action files (- for standard input)")
       ->required()
       ->type_name("");
-  check.add_flag("--strict", written.strict, "exit with 1 if there is a warning");
-  addJSON(check, written, "print one JSON object per file, each on one line, instead of text");
+  check.add_flag("--strict", options.strict, "exit with 1 if there is a warning");
+  addJSON(check, options, "print one JSON object per file, each on one line, instead of text");
   setFooter(check,
             "  0   the files can be used\n"
             "  1   with --strict: there is a warning\n"
@@ -231,7 +231,7 @@ void addCommands(CLI::App& app, Written& written) {
   CLI::App& facts =
       *app.add_subcommand("facts", "Shows what the library sees on this machine; changes nothing.");
   facts
-      .add_option("--application", written.applications,
+      .add_option("--application", options.applications,
                   "show the running instances of this application; may be repeated")
       ->type_name("BUNDLE-ID")
       ->expected(1)
@@ -239,23 +239,23 @@ void addCommands(CLI::App& app, Written& written) {
       ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
       ->check(
           [](const std::string& id) { return id.empty() ? "a bundle identifier is needed" : ""; });
-  facts.add_flag("--all-applications", written.allApplications,
+  facts.add_flag("--all-applications", options.allApplications,
                  "show all running applications that have a bundle identifier");
-  facts.add_flag("--ask-apple", written.asksApple,
+  facts.add_flag("--ask-apple", options.asksApple,
                  "ask Apple's servers about updates (softwareupdate --list, mdmclient)");
-  addJSON(facts, written, "print one JSON object on one line instead of a table");
-  addAgent(facts, written, "the lowest level to log (default: none)");
+  addJSON(facts, options, "print one JSON object on one line instead of a table");
+  addAgent(facts, options, "the lowest level to log (default: none)");
   setFooter(facts,
             "  0   the facts were printed; unreadable ones are absent, with the reason\n"
             "  64  bad usage");
 
-  addWhatIf(app, written);
+  addWhatIf(app, options);
 
   CLI::App& help = *app.add_subcommand("help", "Explains a command or the actions.");
-  help.add_option("COMMAND", written.helpTopic, "a command, or 'actions'")->type_name("");
-  help.add_option("ACTION", written.helpAction, "after 'actions': the code or name of one")
+  help.add_option("COMMAND", options.helpTopic, "a command, or 'actions'")->type_name("");
+  help.add_option("ACTION", options.helpAction, "after 'actions': the code or name of one")
       ->type_name("");
-  help.add_option("--as", written.helpForm,
+  help.add_option("--as", options.helpForm,
                   "with 'actions': print text, Markdown, or the JSON Schema of the action file")
       ->type_name("text|markdown|schema")
       ->check(CLI::IsMember({"text", "markdown", "schema"}).description(""));
@@ -264,14 +264,14 @@ void addCommands(CLI::App& app, Written& written) {
 constexpr const char* kDescription =
     "Plans, runs and checks the actions of a patch, as the agent would.";
 
-void define(CLI::App& app, Written& written) {
+void define(CLI::App& app, ParsedOptions& options) {
   app.set_help_flag("-h,--help", "show this help");
   app.set_version_flag("--version", versionText(), "show the library's version and commit");
   app.require_subcommand(1);
   app.get_formatter()->label("SUBCOMMAND", "COMMAND");
   app.get_formatter()->label("REQUIRED", "(required)");
   app.get_formatter()->label("Excludes", "(not with)");
-  addCommands(app, written);
+  addCommands(app, options);
   for (CLI::App* const command : app.get_subcommands({})) {
     command->group("Commands");  // the heading in the help
   }
@@ -304,18 +304,18 @@ NoRequest noSuchCommand(const std::vector<std::string>& words, const CLI::App& a
 }
 
 /// The answer to `help actions`.
-NoRequest helpOnActions(const Written& written) {
-  if (written.helpForm != "text") {
+NoRequest helpOnActions(const ParsedOptions& options) {
+  if (options.helpForm != "text") {
     return {ExitStatus::success,
-            written.helpForm == "schema" ? actionFileSchema() : actionsAsMarkdown()};
+            options.helpForm == "schema" ? actionFileSchema() : actionsAsMarkdown()};
   }
-  if (written.helpAction.empty()) {
+  if (options.helpAction.empty()) {
     return {ExitStatus::success, listOfActions()};
   }
-  const vexlo::KnownActionRow* const row = vexlo::findKnownAction(written.helpAction);
+  const vexlo::KnownActionRow* const row = vexlo::findKnownAction(options.helpAction);
   return row != nullptr
              ? NoRequest{ExitStatus::success, explanationOf(*row)}
-             : NoRequest{ExitStatus::badUsage, printable("no such action: " + written.helpAction) +
+             : NoRequest{ExitStatus::badUsage, printable("no such action: " + options.helpAction) +
                                                    "\nTry 'vexlo-patch help actions'."};
 }
 
@@ -366,12 +366,12 @@ std::string absolutePath(const std::string& path) {
 }
 
 /// The directory's own option, else its default below the agent root, else absent.
-std::optional<std::string> directory(const std::optional<std::string>& own, const Written& written,
-                                     const char* belowRoot) {
+std::optional<std::string> directory(const std::optional<std::string>& own,
+                                     const ParsedOptions& options, const char* belowRoot) {
   if (own) {
     return absolutePath(*own);
   }
-  return written.agentRoot ? std::optional(absolutePath(*written.agentRoot) + belowRoot)
+  return options.agentRoot ? std::optional(absolutePath(*options.agentRoot) + belowRoot)
                            : std::nullopt;
 }
 
@@ -405,26 +405,26 @@ std::string problemWith(const AgentDirectory& directory) {
          ")";
 }
 
-std::expected<AgentSettings, NoRequest> agentSettings(const Written& written,
+std::expected<AgentSettings, NoRequest> agentSettings(const ParsedOptions& options,
                                                       const CLI::App& command) {
   const bool isRun = command.get_name() == "run";
   const bool isFacts = command.get_name() == "facts";
   const bool isEvaluate = command.get_name() == "evaluate";
   const char* const defaultLevel = isRun ? "info" : isFacts || isEvaluate ? "none" : "error";
-  AgentSettings settings{.directories = {.base = directory(written.baseDirectory, written, ""),
-                                         .data = directory(written.dataDirectory, written, "/data"),
-                                         .logs = directory(written.logDirectory, written, "/logs")},
-                         .minimumLevel = levelNamed(written.logLevel.value_or(defaultLevel)),
-                         .logFile = written.logFile};
-  if (written.machine != "auto") {
-    settings.isAppleSilicon = written.machine == "apple-silicon";
+  AgentSettings settings{.directories = {.base = directory(options.baseDirectory, options, ""),
+                                         .data = directory(options.dataDirectory, options, "/data"),
+                                         .logs = directory(options.logDirectory, options, "/logs")},
+                         .minimumLevel = levelNamed(options.logLevel.value_or(defaultLevel)),
+                         .logFile = options.logFile};
+  if (options.machine != "auto") {
+    settings.isAppleSilicon = options.machine == "apple-silicon";
   }
   const auto& [base, data, logs] = settings.directories;
   for (const AgentDirectory& each :
-       {AgentDirectory{base, written.baseDirectory, "--base-dir", !isFacts, true},
-        AgentDirectory{data, written.dataDirectory, "--data-dir",
-                       isRun || (isEvaluate && !written.factsFile), false},
-        AgentDirectory{logs, written.logDirectory, "--log-dir", isRun, false}}) {
+       {AgentDirectory{base, options.baseDirectory, "--base-dir", !isFacts, true},
+        AgentDirectory{data, options.dataDirectory, "--data-dir",
+                       isRun || (isEvaluate && !options.factsFile), false},
+        AgentDirectory{logs, options.logDirectory, "--log-dir", isRun, false}}) {
     if (const std::string problem = problemWith(each); !problem.empty()) {
       return std::unexpected(badUsage(problem, command));
     }
@@ -432,102 +432,102 @@ std::expected<AgentSettings, NoRequest> agentSettings(const Written& written,
   return settings;
 }
 
-std::expected<Request, NoRequest> whatIfRequest(const CLI::App& command, Written& written) {
-  if (!written.summariesToMerge.empty()) {
-    return MergeRequest{.summaryFiles = std::move(written.summariesToMerge), .json = written.json};
+std::expected<Request, NoRequest> whatIfRequest(const CLI::App& command, ParsedOptions& options) {
+  if (!options.summariesToMerge.empty()) {
+    return MergeRequest{.summaryFiles = std::move(options.summariesToMerge), .json = options.json};
   }
   for (const char* needed : {"ACTIONS", "--patch", "--product", "--service-pack"}) {
     if (command.get_option(needed)->count() == 0) {
       return std::unexpected(badUsage(std::string(needed) + " is required", command));
     }
   }
-  if (written.json && !written.summaryOnly) {
+  if (options.json && !options.summaryOnly) {
     return std::unexpected(badUsage("--json needs --summary or --merge", command));
   }
-  if (written.factsFiles.empty()) {
-    written.factsFiles.emplace_back("-");
+  if (options.factsFiles.empty()) {
+    options.factsFiles.emplace_back("-");
   }
   return WhatIfRequest{
-      .actionFile = std::move(written.actionFile),
-      .patch = vexlo::PatchIdentifier(written.patchID, written.productID, written.servicePackID),
-      .factsFiles = std::move(written.factsFiles),
-      .compareWith = std::move(written.compareWith),
-      .summaryFile = std::move(written.summaryFile),
-      .summaryOnly = written.summaryOnly,
-      .strict = written.strict,
-      .json = written.json};
+      .actionFile = std::move(options.actionFile),
+      .patch = vexlo::PatchIdentifier(options.patchID, options.productID, options.servicePackID),
+      .factsFiles = std::move(options.factsFiles),
+      .compareWith = std::move(options.compareWith),
+      .summaryFile = std::move(options.summaryFile),
+      .summaryOnly = options.summaryOnly,
+      .strict = options.strict,
+      .json = options.json};
 }
 
-std::expected<Request, NoRequest> request(const CLI::App& app, Written& written) {
+std::expected<Request, NoRequest> request(const CLI::App& app, ParsedOptions& options) {
   const CLI::App& command = *app.get_subcommands().front();
   const std::string name = command.get_name();
   if (name == "help") {
-    if (written.helpTopic.empty()) {
+    if (options.helpTopic.empty()) {
       return std::unexpected(helpOn(app));
     }
-    if (written.helpTopic == "actions") {
-      return std::unexpected(helpOnActions(written));
+    if (options.helpTopic == "actions") {
+      return std::unexpected(helpOnActions(options));
     }
     const auto topics = app.get_subcommands(
-        [&](const CLI::App* each) { return each->get_name() == written.helpTopic; });
+        [&](const CLI::App* each) { return each->get_name() == options.helpTopic; });
     if (topics.empty()) {
-      return std::unexpected(noSuchCommand({written.helpTopic}, app));
+      return std::unexpected(noSuchCommand({options.helpTopic}, app));
     }
     return std::unexpected(helpOn(*topics.front()));
   }
   if (name == "what-if") {
-    return whatIfRequest(command, written);
+    return whatIfRequest(command, options);
   }
   if (name == "check") {
     return CheckRequest{
-        .files = std::move(written.files), .strict = written.strict, .json = written.json};
+        .files = std::move(options.files), .strict = options.strict, .json = options.json};
   }
-  // The commands share `written`, so another command's default may have overwritten it.
+  // The commands share `options`, so another command's default may have overwritten it.
   if (const CLI::Option& root = *command.get_option("--agent-root"); root.count() > 0) {
-    written.agentRoot = root.as<std::string>();
+    options.agentRoot = root.as<std::string>();
   }
-  auto agent = agentSettings(written, command);
+  auto agent = agentSettings(options, command);
   if (!agent) {
     return std::unexpected(std::move(agent).error());
   }
   if (name == "facts") {
     return FactsRequest{.agent = *std::move(agent),
-                        .applications = std::move(written.applications),
-                        .allApplications = written.allApplications,
-                        .asksApple = written.asksApple,
-                        .json = written.json};
+                        .applications = std::move(options.applications),
+                        .allApplications = options.allApplications,
+                        .asksApple = options.asksApple,
+                        .json = options.json};
   }
-  vexlo::PatchIdentifier patch(written.patchID, written.productID, written.servicePackID);
+  vexlo::PatchIdentifier patch(options.patchID, options.productID, options.servicePackID);
   if (name == "plan") {
     return PlanRequest{.agent = *std::move(agent),
                        .patch = std::move(patch),
-                       .strict = written.strict,
-                       .json = written.json};
+                       .strict = options.strict,
+                       .json = options.json};
   }
   if (name == "evaluate") {
     return EvaluateRequest{.agent = *std::move(agent),
                            .patch = std::move(patch),
-                           .factsFile = std::move(written.factsFile),
-                           .asksApple = written.asksApple,
-                           .asksAgent = written.asksAgent,
-                           .strict = written.strict,
-                           .json = written.json};
+                           .factsFile = std::move(options.factsFile),
+                           .asksApple = options.asksApple,
+                           .asksAgent = options.asksAgent,
+                           .strict = options.strict,
+                           .json = options.json};
   }
   return RunRequest{.agent = *std::move(agent),
                     .patch = std::move(patch),
-                    .actionCodes = std::move(written.actionCodes),
-                    .keepGoing = written.keepGoing,
-                    .explain = written.explain,
-                    .strict = written.strict,
-                    .json = written.json};
+                    .actionCodes = std::move(options.actionCodes),
+                    .keepGoing = options.keepGoing,
+                    .explain = options.explain,
+                    .strict = options.strict,
+                    .json = options.json};
 }
 
 }  // namespace
 
 void withDefinition(const std::function<void(const CLI::App&)>& read) {
   CLI::App app(kDescription, kProgram);
-  Written written;
-  define(app, written);
+  ParsedOptions options;
+  define(app, options);
   read(app);
 }
 
@@ -535,12 +535,12 @@ std::expected<Request, NoRequest> readCommandLine(int argc, const char* const* a
   const std::vector<std::string> words =
       withEmptyValuesApart({argv, static_cast<std::size_t>(argc)});
   CLI::App app(kDescription, kProgram);
-  Written written;
-  define(app, written);
+  ParsedOptions options;
+  define(app, options);
   try {
     // The parser expects the arguments in reverse order, without the program's name.
     app.parse(std::vector<std::string>(words.rbegin(), std::prev(words.rend())));
-    return request(app, written);
+    return request(app, options);
   } catch (const CLI::CallForVersion&) {
     return std::unexpected(NoRequest{ExitStatus::success, versionText() + "\n"});
   } catch (const CLI::Success&) {

@@ -85,7 +85,8 @@ std::string onlyLine(const LineSource& input) {
       continue;
     }
     if (!only.empty()) {
-      throw FileCodec::DecodingError(input.name(), {}, "one line", "more (what-if reads many)");
+      throw FileCodec::DecodingError(input.name(), {}, "one line",
+                                     "several lines (use what-if for those)");
     }
     only = line->text;
   }
@@ -153,7 +154,6 @@ std::string evaluationAsTable(const std::vector<EvaluatedAction>& evaluated,
     return "No action applies.\n";
   }
   std::vector<std::vector<Cell>> rows;
-  Columns columns(console, {"CODE", "ACTION", "ANSWER", "WHY"});
   for (const auto& [action, evaluation, measurements, next, intentions] : evaluated) {
     std::vector<std::string> reasons;
     if (const auto description = ownDescription(evaluation)) {
@@ -173,15 +173,8 @@ std::string evaluationAsTable(const std::vector<EvaluatedAction>& evaluated,
            {printable(describe(action.actionID))},
            {std::string(name(evaluation.prediction)), verdictOn(evaluation.prediction).style},
            {std::move(all)}};
-    for (std::size_t column = 0; column + 1 < row.size(); ++column) {
-      columns.fit(column, row[column].text);
-    }
   }
-  std::string out = columns.headings();
-  for (const std::vector<Cell>& row : rows) {
-    out += columns.row(row);
-  }
-  return out;
+  return tableText(console, {"CODE", "ACTION", "ANSWER", "WHY"}, rows);
 }
 
 /// That of the worst verdict.
@@ -217,7 +210,7 @@ ExitStatus evaluate(const EvaluateRequest& request, Console& console) {
     }
     evaluator.use(request.factsFile ? factsIn(*request.factsFile, reader) : factsHere);
   } catch (const FileCodec::DecodingError& error) {
-    console.complain(printable(error.what()));
+    console.reportError(printable(error.what()));
     return ExitStatus::unusableFile;
   }
   const std::vector<EvaluatedAction> evaluated = evaluateAll(actions, evaluator);

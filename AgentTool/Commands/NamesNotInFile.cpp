@@ -6,6 +6,7 @@
 #include "AgentTool/Console/PrintableText.h"
 
 namespace agent_tool {
+namespace {
 
 std::vector<NameNotInFile> namesNotInFile(const vexlo::PatchIdentifier& patch,
                                           const vexlo::PatchActionGroup& file) {
@@ -32,10 +33,19 @@ std::vector<NameNotInFile> namesNotInFile(const vexlo::PatchIdentifier& patch,
   return names;
 }
 
-void reportNamesNotInFile(const std::vector<NameNotInFile>& names, Console& console) {
+}  // namespace
+
+std::expected<std::vector<NameNotInFile>, ExitStatus> checkNames(
+    const vexlo::PatchIdentifier& patch, const vexlo::PatchActionGroup& file, bool strict,
+    Console& console) {
+  std::vector<NameNotInFile> names = namesNotInFile(patch, file);
   for (const NameNotInFile& name : names) {
-    console.complain("the action file has no " + printable(name.text));
+    console.reportError("the action file has no " + printable(name.text));
   }
+  if (strict && !names.empty()) {
+    return std::unexpected(ExitStatus::badUsage);
+  }
+  return names;
 }
 
 std::string asJSON(const std::vector<NameNotInFile>& names) {

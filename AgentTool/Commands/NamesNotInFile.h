@@ -1,10 +1,12 @@
 // Reports names that are not in the action file and may be typing errors.
 #pragma once
+#include <expected>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "AgentTool/Console/Console.h"
+#include "AgentTool/Console/ExitStatus.h"
 #include "VexloPatchDeployment/Common/PatchIdentifier.h"
 #include "VexloPatchDeployment/PatchActions/Helpers/PatchActionGroup.h"
 
@@ -16,12 +18,11 @@ struct NameNotInFile {
   std::string text;  ///< «patch 1», «product 2», «service pack 3 of product 2»
 };
 
-/// The names that the file lacks. If the file has no products, a missing product is not reported.
-[[nodiscard]] std::vector<NameNotInFile> namesNotInFile(const vexlo::PatchIdentifier& patch,
-                                                        const vexlo::PatchActionGroup& file);
-
-/// Reports on stderr that they are not in the file. Does nothing for an empty list.
-void reportNamesNotInFile(const std::vector<NameNotInFile>& names, Console& console);
+/// The names that the file lacks, which are reported on stderr; with `strict` a missing one is a
+/// usage error. If the file has no products, a missing product counts as present.
+[[nodiscard]] std::expected<std::vector<NameNotInFile>, ExitStatus> checkNames(
+    const vexlo::PatchIdentifier& patch, const vexlo::PatchActionGroup& file, bool strict,
+    Console& console);
 
 /// `["patchID","productID"]`
 [[nodiscard]] std::string asJSON(const std::vector<NameNotInFile>& names);

@@ -80,7 +80,6 @@ std::string asTable(const Plan& plan, const Console& console) {
     return out + "No action applies.\n";
   }
   std::vector<std::vector<Cell>> rows;
-  Columns columns(console, {"#", "CODE", "ACTION", "FROM", "ARGUMENTS"});
   for (const ActionDetail& action : plan.actions) {
     const bool hasArguments = !action.arguments.empty();
     std::vector<Cell>& row = rows.emplace_back();
@@ -88,17 +87,10 @@ std::string asTable(const Plan& plan, const Console& console) {
            {printable(action.actionID.code())},
            {printable(describe(action.actionID))},
            {std::string(nameOf(action.origin))},
-           {hasArguments ? joinedForPeople(action.arguments) : "-",
+           {hasArguments ? joinedReadably(action.arguments) : "-",
             hasArguments ? Style::plain : Style::faint}};
-    for (std::size_t column = 0; column < row.size(); ++column) {
-      columns.fit(column, row[column].text);
-    }
   }
-  out += '\n' + columns.headings();
-  for (const std::vector<Cell>& row : rows) {
-    out += columns.row(row);
-  }
-  return out;
+  return out + '\n' + tableText(console, {"#", "CODE", "ACTION", "FROM", "ARGUMENTS"}, rows);
 }
 
 }  // namespace

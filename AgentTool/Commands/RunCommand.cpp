@@ -173,15 +173,15 @@ ExitStatus run(const RunRequest& request, Console& console) {
   try {
     processor = makeProcessor(request, session);
   } catch (const vexlo::PatchActionFileError& error) {
-    console.complain(printable(error.what()));
+    console.reportError(printable(error.what()));
     return ExitStatus::unusableFile;
   }
 
-  const std::vector<NameNotInFile> unknownNames = namesNotInFile(
-      request.patch, *vexlo::PatchActionJSONParser::shared().cachedPatchActionGroup().value());
-  reportNamesNotInFile(unknownNames, console);
-  if (request.strict && !unknownNames.empty()) {
-    return ExitStatus::badUsage;
+  const auto names = checkNames(
+      request.patch, *vexlo::PatchActionJSONParser::shared().cachedPatchActionGroup().value(),
+      request.strict, console);
+  if (!names) {
+    return names.error();
   }
   const std::vector<PlannedAction> planned = plannedActions(request, *processor);
   // A code that is neither known nor in the action file is a typing error.
@@ -190,18 +190,16 @@ ExitStatus run(const RunRequest& request, Console& console) {
            std::holds_alternative<vexlo::UndefinedAction>(action.actionID.value());
   });
   if (unknown != planned.end()) {
-    console.complain("--action: neither a known action nor one of the patch: " +
-                     inQuotes(unknown->actionID.code()) + "\nTry 'vexlo-patch help run'.");
+    console.reportError("--action: neither a known action nor one of the patch: " +
+                        inQuotes(unknown->actionID.code()) + "\nTry 'vexlo-patch help run'.");
     return ExitStatus::badUsage;
   }
   const std::unique_ptr<RunReport> report =
       request.json ? makeJSONReport(console) : makeTableReport(console);
-  if (request.json && !unknownNames.empty()) {
-    console.write(JSONObject()
-                      .addString("event", "notInFile")
-                      .addJSON("notInFile", asJSON(unknownNames))
-                      .done() +
-                  '\n');
+  if (request.json && !names->empty()) {
+    console.write(
+        JSONObject().addString("event", "notInFile").addJSON("notInFile", asJSON(*names)).done() +
+        '\n');
   }
   report->began(planned);
   std::shared_ptr<LogLines> logLines;

@@ -133,7 +133,7 @@ class Fleet {
         read(LineSource(file));
       } catch (const std::system_error& error) {
         flush();
-        console_.complain(text(printable(file), ": ", error.code().message()));
+        console_.reportError(text(printable(file), ": ", error.code().message()));
         allWereRead_ = false;
       }
     }
@@ -167,7 +167,7 @@ class Fleet {
 
   void reject(const LineSource& input, std::uint64_t line, std::string_view why) {
     flush();  // so that on a terminal the error follows the previous answer
-    console_.complain(text(printable(input.name()), ":", line, ": ", printable(why)));
+    console_.reportError(text(printable(input.name()), ":", line, ": ", printable(why)));
     summary_.addBadLines(1);
   }
 
@@ -229,7 +229,7 @@ ActionFile readActionFile(const std::string& path, Console& console) {
   const vexlo::PatchActionJSONParser::Outcome outcome =
       vexlo::PatchActionJSONParser(path).cachedPatchActionGroup();
   if (!outcome) {
-    console.complain(printable(outcome.error().what()));
+    console.reportError(printable(outcome.error().what()));
     return nullptr;
   }
   return *outcome;
@@ -266,10 +266,8 @@ ExitStatus whatIf(const WhatIfRequest& request, Console& console) {
   if (!file || (request.compareWith && !fileBefore)) {
     return ExitStatus::unusableFile;
   }
-  const auto unknownNames = namesNotInFile(request.patch, *file);
-  reportNamesNotInFile(unknownNames, console);
-  if (request.strict && !unknownNames.empty()) {
-    return ExitStatus::badUsage;
+  if (const auto names = checkNames(request.patch, *file, request.strict, console); !names) {
+    return names.error();
   }
 
   Fleet fleet(request, file, fileBefore, console);
@@ -277,7 +275,7 @@ ExitStatus whatIf(const WhatIfRequest& request, Console& console) {
   const FleetSummary& summary = fleet.summary();
   if (request.summaryFile) {
     if (const std::string why = writeSummary(*request.summaryFile, asJSON(summary)); !why.empty()) {
-      console.complain(printable(why));
+      console.reportError(printable(why));
       return ExitStatus::failure;
     }
   }
@@ -294,7 +292,7 @@ ExitStatus mergeSummaries(const MergeRequest& request, Console& console) {
   FleetSummary merged;
   bool isUsable = true;
   const auto reject = [&](const std::string& place, std::string_view why) {
-    console.complain(text(printable(place), ": ", printable(why)));
+    console.reportError(text(printable(place), ": ", printable(why)));
     isUsable = false;
   };
   for (const std::string& file : request.summaryFiles) {

@@ -57,4 +57,19 @@ std::string Columns::row(const std::vector<Cell>& cells) const {
   return out;
 }
 
+std::string tableText(const Console& console, std::vector<std::string> headings,
+                      const std::vector<std::vector<Cell>>& rows) {
+  Columns columns(console, std::move(headings));
+  for (const std::vector<Cell>& row : rows) {
+    for (std::size_t column = 0; column + 1 < row.size(); ++column) {  // the last one is wrapped
+      columns.fit(column, row[column].text);
+    }
+  }
+  std::string out = columns.headings();
+  for (const std::vector<Cell>& row : rows) {
+    out += columns.row(row);
+  }
+  return out;
+}
+
 }  // namespace agent_tool

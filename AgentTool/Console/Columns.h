@@ -34,4 +34,8 @@ class Columns {
   std::vector<std::size_t> widths_;
 };
 
+/// A whole table: the headings and the rows, as wide as needed.
+[[nodiscard]] std::string tableText(const Console& console, std::vector<std::string> headings,
+                                    const std::vector<std::vector<Cell>>& rows);
+
 }  // namespace agent_tool

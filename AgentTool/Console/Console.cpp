@@ -99,7 +99,7 @@ void Console::write(std::string_view text) {
   }
 }
 
-void Console::complain(std::string_view text) {
+void Console::reportError(std::string_view text) {
   withActivityCleared([&] {
     // If that fails, there is nowhere to report it.
     (void)platform::writeAll(STDERR_FILENO, "vexlo-patch: " + std::string(text) + "\n");

@@ -33,7 +33,7 @@ class Console {
   /// Writes to standard output. Throws `OutputError`.
   void write(std::string_view text);
   /// Writes "vexlo-patch: <text>" and a line feed to standard error.
-  void complain(std::string_view text);
+  void reportError(std::string_view text);
   /// Calls `writeOther`, which writes to standard error directly.
   void withActivityCleared(const std::function<void()>& writeOther);
 

@@ -23,13 +23,13 @@ using platform::printable;
 
 /// Joins strings for display: `20, com.apple.Safari, ""`; ambiguous ones are quoted.
 template <typename Texts>
-[[nodiscard]] std::string joinedForPeople(const Texts& texts);
+[[nodiscard]] std::string joinedReadably(const Texts& texts);
 
-/// Whether `joinedForPeople` quotes `text`.
+/// Whether `joinedReadably` quotes `text`.
 [[nodiscard]] bool needsQuotes(std::string_view text);
 
 template <typename Texts>
-std::string joinedForPeople(const Texts& texts) {
+std::string joinedReadably(const Texts& texts) {
   std::string out;
   for (std::string_view separator; const auto& text : texts) {
     out += separator;

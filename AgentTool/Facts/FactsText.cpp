@@ -50,15 +50,7 @@ class Table {
   }
 
   [[nodiscard]] std::string text(const Console& console) const {
-    Columns columns(console, {"FACT", "VALUE"});
-    for (const std::vector<Cell>& row : rows_) {
-      columns.fit(0, row.front().text);
-    }
-    std::string out = columns.headings();
-    for (const std::vector<Cell>& row : rows_) {
-      out += columns.row(row);
-    }
-    return out;
+    return tableText(console, {"FACT", "VALUE"}, rows_);
   }
 
  private:

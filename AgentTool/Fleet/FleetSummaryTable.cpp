@@ -70,22 +70,14 @@ class CountTable {
     headings.push_back(rightAligned(std::string(kMachines), countWidth));
     headings.push_back(rightAligned(shareHeading_, kShareWidth));
     headings.emplace_back();
-    Columns columns(console, headings);
     std::vector<std::vector<Cell>> cells;
     for (const Row& row : rows_) {
       std::vector<Cell>& line = cells.emplace_back(row.texts);
       line.push_back({rightAligned(row.count, countWidth)});
       line.push_back({rightAligned(row.share, kShareWidth)});
       line.push_back({row.bar, row.style});
-      for (std::size_t column = 0; column < line.size(); ++column) {
-        columns.fit(column, line[column].text);
-      }
     }
-    std::string out = '\n' + columns.headings();
-    for (const std::vector<Cell>& line : cells) {
-      out += columns.row(line);
-    }
-    return out;
+    return '\n' + tableText(console, std::move(headings), cells);
   }
 
  private:

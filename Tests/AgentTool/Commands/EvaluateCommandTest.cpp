@@ -49,7 +49,8 @@ TEST_F(EvaluateCommandTest, ReportsWhyFactsAreUnusable) {
   root.write("wrong.json", R"({"version":1,"appleSilicon":"yes"})");
   root.write("long.json", std::string(1'100'000, ' ') + kFacts);
   for (const auto& [file, message] :
-       {std::pair("two.json", "two.json: expected one line, found more"),
+       {std::pair("two.json",
+                  "two.json: expected one line, found several lines (use what-if for those)"),
         {"wrong.json", "wrong.json: appleSilicon: expected true or false, found \"yes\""},
         {"- < long.json", "standard input: expected a line of at most 1048576 bytes, found more"},
         {"none.json", "none.json: No such file or directory"}}) {
