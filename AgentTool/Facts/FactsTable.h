@@ -99,9 +99,10 @@ struct JSONFields<Facts> {
       fact<&Facts::offsetFromUTC>("utcOffset",
                                   "the time zone's offset when the day began, in seconds east of "
                                   "UTC; deferrals end at midnight there"),
-      fact<&Facts::promptDay>("promptDay",
-                              "the day for which prompts are counted: `24-11-2026`; on macOS in "
-                              "the calendar of the user who runs the command"),
+      fact<&Facts::promptDay>(
+          "promptDay",
+          "the day for which prompts are counted: `24-11-2026`; on macOS in the "
+          "calendar of the user who runs the command"),
       needed(shownAs(machineFact<&Facts::isAppleSilicon, &vexlo::MachineFacts::isAppleSilicon>(
                          "appleSilicon",
                          "whether the processor is Apple silicon; `--machine` overrides it", ""),
@@ -145,8 +146,8 @@ struct JSONFields<Facts> {
       fact<&Facts::customization>(
           "customization",
           "those settings of the prompt that the file has; `values` is null "
-          "without the file, or if one of them has a wrong type, since "
-          "none counts then"),
+          "without the file, or if one of them has a wrong type, since none "
+          "counts then"),
       fact<&Facts::promptCounts>("promptCounts",
                                  "for each prompt key: `patchID`, `promptShownCount` and the count "
                                  "of each day"),
