@@ -205,7 +205,9 @@ void LayeredRoot::writeFileBesideHostFiles(const std::string& macPath, std::stri
   if (std::ranges::find(kOwnTopLevel, topLevel) != kOwnTopLevel.end()) {
     writeFile(macPath, content, mode);
   } else {
-    writeAt(placeBelow(layers_, layerPath(macPath)), content, mode);
+    const Place place = placeBelow(layers_, layerPath(macPath));
+    (void)unlinkat(place.directory.get(), place.name.c_str(), 0);  // a stand-in's link
+    writeAt(place, content, mode);
   }
 }
 

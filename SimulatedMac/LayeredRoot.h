@@ -36,7 +36,7 @@ class LayeredRoot {
   void changeOwner(const std::string& macPath, uid_t user, gid_t group) const;
 
   /// Writes a file that appears at `macPath` among the host's files in that directory, if the host
-  /// has it.
+  /// has it. Replaces a link made before.
   void writeFileBesideHostFiles(const std::string& macPath, std::string_view content,
                                 mode_t mode = 0644);
   /// Makes a symbolic link that appears at `macPath` among the host's files in that directory.
