@@ -3,6 +3,36 @@
 include(CMakePackageConfigHelpers)
 set(package_directory "${CMAKE_INSTALL_LIBDIR}/cmake/VexloPatchDeployment")
 
+# vexlo_install_folders(<component> <folders…>): makes those that are missing. Their mode doesn't
+# depend on the umask, which CMake subtracts when it makes folders for files. (Files have fixed modes.)
+function(vexlo_install_folders component)
+  list(REMOVE_DUPLICATES ARGN)
+  install(CODE "
+    foreach(folder IN ITEMS ${ARGN})
+      set(missing)
+      cmake_path(ABSOLUTE_PATH folder BASE_DIRECTORY \"\${CMAKE_INSTALL_PREFIX}\" NORMALIZE)
+      string(PREPEND folder \"\$ENV{DESTDIR}\")
+      while(NOT EXISTS \"\${folder}\")
+        list(PREPEND missing \"\${folder}\")
+        cmake_path(GET folder PARENT_PATH folder)
+      endwhile()
+      if(missing)
+        file(MAKE_DIRECTORY \${missing})
+        file(CHMOD \${missing} PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE
+          GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+      endif()
+    endforeach()" COMPONENT ${component})
+endfunction()
+
+get_target_property(public_headers vexlo_patch_deployment HEADER_SET)
+set(folders "${package_directory}" "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+foreach(header IN LISTS public_headers)
+  cmake_path(RELATIVE_PATH header BASE_DIRECTORY "${PROJECT_SOURCE_DIR}")
+  cmake_path(GET header PARENT_PATH folder)
+  list(APPEND folders "${CMAKE_INSTALL_INCLUDEDIR}/vexlo/${folder}")
+endforeach()
+vexlo_install_folders(library ${folders})
+
 set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME library)
 install(TARGETS vexlo_patch_deployment EXPORT VexloPatchDeploymentTargets 
   FILE_SET HEADERS DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/vexlo")
@@ -20,6 +50,9 @@ install(CODE "
 function(vexlo_install_pages component program)
   set(pages "${PROJECT_SOURCE_DIR}/Packaging")
   set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME ${component})
+  vexlo_install_folders(${component} "${CMAKE_INSTALL_MANDIR}/man1"
+    "${CMAKE_INSTALL_DATADIR}/bash-completion/completions" "${CMAKE_INSTALL_DATADIR}/zsh/site-functions"
+    "${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d")
   install(FILES "${pages}/man/${program}.1" DESTINATION "${CMAKE_INSTALL_MANDIR}/man1")
   install(FILES "${pages}/completions/${program}.bash" RENAME ${program}
     DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions")
@@ -34,6 +67,15 @@ endfunction()
 function(vexlo_install_documents component package)
   set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME ${component})
   set(folder "${CMAKE_INSTALL_DATADIR}/doc/${package}")
+  file(GLOB_RECURSE entries LIST_DIRECTORIES ON RELATIVE "${PROJECT_SOURCE_DIR}"
+    "${PROJECT_SOURCE_DIR}/docs/*" "${PROJECT_SOURCE_DIR}/examples/*")
+  set(folders "${folder}/docs" "${folder}/examples" "${folder}/SimulatedMac")
+  foreach(entry IN LISTS entries)
+    if(IS_DIRECTORY "${PROJECT_SOURCE_DIR}/${entry}")
+      list(APPEND folders "${folder}/${entry}")
+    endif()
+  endforeach()
+  vexlo_install_folders(${component} ${folders})
   file(GLOB pages CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/*.md")
   install(FILES ${pages} DESTINATION "${folder}")
   install(DIRECTORY "${PROJECT_SOURCE_DIR}/docs" "${PROJECT_SOURCE_DIR}/examples" DESTINATION "${folder}"
@@ -43,6 +85,7 @@ endfunction()
 
 vexlo_install_documents(library libvexlo-patch-deployment-dev)
 if(TARGET vexlo_patch AND VEXLO_BUILD_TOOL)
+  vexlo_install_folders(tool "${CMAKE_INSTALL_BINDIR}" "${CMAKE_INSTALL_DATADIR}/vexlo-patch")
   install(TARGETS vexlo_patch make_fleet COMPONENT tool)
   vexlo_install_pages(tool vexlo-patch)
   vexlo_install_documents(tool vexlo-patch)
@@ -52,6 +95,8 @@ if(TARGET vexlo_patch AND VEXLO_BUILD_TOOL)
 endif()
 if(TARGET enter AND VEXLO_BUILD_SIMULATED_MAC)
   set(simulated_mac "${PROJECT_SOURCE_DIR}/SimulatedMac")
+  vexlo_install_folders(simulated-mac "${CMAKE_INSTALL_BINDIR}" "${CMAKE_INSTALL_LIBEXECDIR}/vexlo"
+    "${CMAKE_INSTALL_DATADIR}/vexlo/simulated-mac")
   install(TARGETS enter COMPONENT simulated-mac)
   install(TARGETS simulated-mac-tool COMPONENT simulated-mac
     DESTINATION "${CMAKE_INSTALL_LIBEXECDIR}/vexlo")

@@ -1,18 +1,26 @@
 _enter() {
-  local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]} word
-  for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
-    if [[ $word == -- ]]; then
-      COMPREPLY=()  # the command's own arguments: files, by the default of bash
-      return
-    fi
-  done
-  local words
-  words="$(enter --list 2>/dev/null | cut -d ' ' -f 1) --"
-  [[ $current != -* ]] || words='--records --set --user-namespace --print --list --help --'
-  [[ $previous != --records && $previous != --set ]] || words=''
+  local current=${COMP_WORDS[COMP_CWORD]} word scenario='' isValue=''
   COMPREPLY=()
+  for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
+    case $isValue$word in
+      --) return ;;  # the command's own arguments: files, by the default of bash
+      --records | --set | =) isValue=yes ;;  # bash splits words at "="
+      yes*) isValue='' ;;
+      -*) ;;
+      *) scenario=$word ;;
+    esac
+  done
+  [[ -z $isValue ]] || return 0
   while IFS= read -r word; do
-    COMPREPLY+=("$word")
-  done < <(compgen -W "$words" -- "$current")
+    [[ $word != "$current"* ]] || COMPREPLY+=("$(printf %q "$word")")
+  done < <(
+    if [[ $current == -* ]]; then
+      printf '%s\n' --records --set --user-namespace --print --list --help --
+    elif [[ -n $scenario ]]; then
+      echo --
+    else
+      enter --list 2>/dev/null | sed 's/  .*//'
+    fi
+  )
 }
 complete -o default -F _enter enter
