@@ -552,19 +552,19 @@ class FileCheck {
 
 /// Completes the findings about repeated names with the lines where these stood first.
 void addFirstLines(std::string_view source, std::vector<Finding>& findings) {
-  std::vector<Finding*> repeated;
+  std::vector<std::pair<std::size_t, Finding*>> repeated;
   for (Finding& finding : findings) {
     if (finding.firstOffset) {
-      repeated.push_back(&finding);
+      repeated.emplace_back(*finding.firstOffset, &finding);
     }
   }
-  std::ranges::sort(repeated, {}, [](const Finding* each) { return *each->firstOffset; });
+  std::ranges::sort(repeated, {}, [](const auto& each) { return each.first; });
   if (source.starts_with(FileCodec::kByteOrderMark)) {
     source.remove_prefix(FileCodec::kByteOrderMark.size());
   }
   LineCounter lines(source);
-  for (Finding* finding : repeated) {
-    finding->text += text(" (first in line ", lines.at(*finding->firstOffset).line, ')');
+  for (const auto& [firstOffset, finding] : repeated) {
+    finding->text += text(" (first in line ", lines.at(firstOffset).line, ')');
   }
 }
 

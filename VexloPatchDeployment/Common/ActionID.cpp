@@ -47,8 +47,8 @@ class SerializedAction final : public FileCodec::JSONEvents {
       throw ActionIDDecodingError(
           text("Expected an object as the value of \"", member.name, "\"."));
     }
-    if (member.name != kUndefined) {
-      return *find(&ActionName::name, member.name);
+    if (const std::optional<KnownAction> known = find(&ActionName::name, member.name)) {
+      return *known;
     }
     if (!member.payload) {
       throw ActionIDDecodingError(R"(Expected an object with a string "_0" under "undefined".)");

@@ -99,6 +99,7 @@ RunningAppPromptCustomization RunningAppPromptCustomization::decode(
 
 std::vector<std::string_view> RunningAppPromptCustomization::keys() {
   std::vector<std::string_view> keys;
+  keys.reserve(std::size(kSettings));
   for (const Setting& setting : kSettings) {
     keys.push_back(setting.key);
   }

@@ -30,6 +30,7 @@ std::vector<std::unique_ptr<RunningApplication>> SystemRunningApplicationQuery::
     });
   }
   std::vector<std::unique_ptr<RunningApplication>> applications;
+  applications.reserve(processes.size());
   for (auto& process : processes) {
     applications.push_back(std::make_unique<SystemRunningApplication>(std::move(process)));
   }
