@@ -51,7 +51,7 @@ struct KnownActionRow {
   bool restarts = false;     ///< The Mac restarts after success.
   bool doesNothing = false;  ///< Listed only for its code.
   std::span<const ActionAnswer> answers;
-  PatchActionResult (*run)(const ActionRun& run);
+  PatchActionResult (&run)(const ActionRun& run);  ///< A reference, so that no row can lack it.
 
   /// The number of arguments that may not be left out.
   [[nodiscard]] constexpr std::size_t requiredArguments() const {
