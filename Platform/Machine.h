@@ -9,8 +9,8 @@ namespace platform {
 /// True on Apple silicon, even if this process is being translated.
 [[nodiscard]] bool isAppleSilicon();
 
-/// The macOS product version, such as "14.5", from
-/// /System/Library/CoreServices/SystemVersion.plist; absent when that can't be read.
+/// The macOS product version, such as "14.5", whatever SDK the program was built with; absent when
+/// none of its sources can be read.
 [[nodiscard]] std::optional<std::string> macOSProductVersion();
 
 /// The user's preferred languages, best first, as language tags («en-US»); may be empty. On

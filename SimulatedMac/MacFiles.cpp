@@ -45,10 +45,9 @@ class MacFilesWriter {
   void writeSystem() {
     const std::string version = scenario_.valueOr("mac", "version", "");
     if (version != "unreadable") {
-      root_.writeFile("/System/Library/CoreServices/SystemVersion.plist",
-                      plistDocument("<dict>\n<key>ProductName</key><string>macOS</string>\n"
-                                    "<key>ProductVersion</key><string>" +
-                                    escapedForXML(version) + "</string>\n</dict>\n"));
+      writeVersion(".SystemVersionPlatform.plist", version);
+      writeVersion("SystemVersion.plist",
+                   scenario_.valueOr("mac", "compatibility version", version));
     }
     // The host's directories for temporary files are read-only in the Mac.
     root_.makeDirectory("/private/tmp", 01777);
@@ -121,6 +120,13 @@ class MacFilesWriter {
   }
 
  private:
+  void writeVersion(const std::string& file, const std::string& version) {
+    root_.writeFile("/System/Library/CoreServices/" + file,
+                    plistDocument("<dict>\n<key>ProductName</key><string>macOS</string>\n"
+                                  "<key>ProductVersion</key><string>" +
+                                  escapedForXML(version) + "</string>\n</dict>\n"));
+  }
+
   void writeSessions(const std::string& console) {
     std::string records;
     const auto add = [&](const std::string& user, const std::string& line) {

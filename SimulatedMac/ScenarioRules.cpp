@@ -28,6 +28,7 @@ struct Key {
 
 constexpr std::array kKeys{
     Key{"mac", "version", "VERSION | unreadable"},
+    Key{"mac", "compatibility version", "VERSION"},
     Key{"mac", "machine", "apple-silicon | intel"},
     Key{"mac", "free disk", "SIZE"},
     Key{"mac", "language", "TEXT"},

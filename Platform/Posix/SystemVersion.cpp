@@ -36,9 +36,11 @@ std::optional<std::string> productVersionFrom(
 }
 
 std::optional<std::string> macOSProductVersion() {
+  // For programs built with an SDK older than 26, macOS 26 answers 16.0 when they read
+  // SystemVersion.plist or ask the kernel. It doesn't change the first file.
   const std::string folder = "/System/Library/CoreServices/";
   auto version =
-      productVersionFrom({folder + "SystemVersion.plist", folder + ".SystemVersionPlatform.plist"},
+      productVersionFrom({folder + ".SystemVersionPlatform.plist", folder + "SystemVersion.plist"},
                          [](auto pause) { std::this_thread::sleep_for(pause); });
   return version ? std::move(version) : productVersionFromKernel();
 }

@@ -38,6 +38,7 @@ TEST(FactsTest, ShowsTheMacWithoutWaitingForHungTools) {
                       R"("inForce":{"alwaysKillApps":false,"prompt":true,)",
                       R"("com.apple.Safari":[{"name":"Safari","pid":)",
                       R"("executable":"/Applications/Safari.app/Contents/MacOS/Safari"}])"}},
+           {.scenario = "older-sdk", .parts = {R"("macOSVersion":"26.4","macOSMajorVersion":26,)"}},
            {.scenario = "several-batteries",
             .parts = {R"("powerSource":{"kind":"battery","percentage":20},)",
                       R"("com.apple.Safari":[])"}},
