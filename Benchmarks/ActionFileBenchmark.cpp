@@ -46,7 +46,7 @@ void parserWithEmptyHandler(benchmark::State& state) {
   const std::string file = generateActionFile(kMegabyte);
   for (auto _ : state) {
     boost::json::basic_parser<EmptyHandler> parser(boost::json::parse_options{});
-    boost::json::error_code error;
+    boost::system::error_code error;
     benchmark::DoNotOptimize(parser.write_some(false, file.data(), file.size(), error));
   }
   state.SetBytesProcessed(static_cast<std::int64_t>(file.size()) * state.iterations());

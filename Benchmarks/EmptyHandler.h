@@ -10,8 +10,8 @@ struct EmptyHandler {
   static constexpr std::size_t max_object_size = -1;
   static constexpr std::size_t max_string_size = -1;
   static constexpr std::size_t max_key_size = -1;
-  using Error = boost::json::error_code;
-  using View = boost::json::string_view;
+  using Error = boost::system::error_code;
+  using View = boost::core::string_view;
   bool on_document_begin(Error&) { return true; }
   bool on_document_end(Error&) { return true; }
   bool on_object_begin(Error&) { return true; }

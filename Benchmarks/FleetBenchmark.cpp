@@ -66,7 +66,7 @@ void linesWithEmptyHandler(benchmark::State& state) {
   boost::json::basic_parser<EmptyHandler> parser(boost::json::parse_options{});
   for (auto _ : state) {
     forEachLine([&](std::string_view line) {
-      boost::json::error_code error;
+      boost::system::error_code error;
       parser.reset();
       benchmark::DoNotOptimize(parser.write_some(false, line.data(), line.size(), error));
     });

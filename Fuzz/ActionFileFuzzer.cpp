@@ -139,7 +139,7 @@ std::size_t membersOf(const json::value& value) {
 }
 
 /// The tree of a text that may start with a byte order mark.
-json::value treeOf(std::string_view text, json::error_code& error) {
+json::value treeOf(std::string_view text, boost::system::error_code& error) {
   if (text.starts_with(FileCodec::kByteOrderMark)) {
     text.remove_prefix(FileCodec::kByteOrderMark.size());
   }
@@ -159,7 +159,7 @@ bool hasErrors(const std::string& file) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string file(reinterpret_cast<const char*>(data), size);
-  json::error_code error;
+  boost::system::error_code error;
   std::string text = file;
   json::value tree = treeOf(text, error);
   if (error == json::error::exponent_overflow) {  // which only the decoder accepts

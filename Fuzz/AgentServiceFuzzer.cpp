@@ -62,7 +62,7 @@ std::vector<std::string> wholeLines(std::string_view bytes) {
 void compare(const std::string& line) {
   const auto request = vxutils::parseRequest(line);
   const auto reply = vxutils::parseReply(line);
-  json::error_code error;
+  boost::system::error_code error;
   const json::value tree = json::parse(line, error);
   const json::object* const members = error ? nullptr : tree.if_object();
   const json::value* const id = members == nullptr ? nullptr : members->if_contains("id");

@@ -24,49 +24,57 @@ class Handler {
   explicit Handler(JSONEvents& events) : events_(events) {}
   [[nodiscard]] bool stopped() const noexcept { return stopped_; }
 
-  bool on_document_begin(json::error_code&) { return true; }
-  bool on_document_end(json::error_code&) { return true; }
-  bool on_object_begin(json::error_code& error) { return goOn(events_.beginObject(), error); }
-  bool on_object_end(std::size_t, json::error_code& error) {
+  bool on_document_begin(boost::system::error_code&) { return true; }
+  bool on_document_end(boost::system::error_code&) { return true; }
+  bool on_object_begin(boost::system::error_code& error) {
+    return goOn(events_.beginObject(), error);
+  }
+  bool on_object_end(std::size_t, boost::system::error_code& error) {
     return goOn(events_.endObject(), error);
   }
-  bool on_array_begin(json::error_code& error) { return goOn(events_.beginArray(), error); }
-  bool on_array_end(std::size_t, json::error_code& error) {
+  bool on_array_begin(boost::system::error_code& error) {
+    return goOn(events_.beginArray(), error);
+  }
+  bool on_array_end(std::size_t, boost::system::error_code& error) {
     return goOn(events_.endArray(), error);
   }
-  bool on_key_part(json::string_view part, std::size_t, json::error_code&) { return keep(part); }
-  bool on_key(json::string_view last, std::size_t, json::error_code& error) {
+  bool on_key_part(boost::core::string_view part, std::size_t, boost::system::error_code&) {
+    return keep(part);
+  }
+  bool on_key(boost::core::string_view last, std::size_t, boost::system::error_code& error) {
     return goOn(events_.memberName(whole(last)), error);
   }
-  bool on_string_part(json::string_view part, std::size_t, json::error_code&) { return keep(part); }
-  bool on_string(json::string_view last, std::size_t, json::error_code& error) {
+  bool on_string_part(boost::core::string_view part, std::size_t, boost::system::error_code&) {
+    return keep(part);
+  }
+  bool on_string(boost::core::string_view last, std::size_t, boost::system::error_code& error) {
     return goOn(events_.string(whole(last)), error);
   }
-  bool on_number_part(json::string_view, json::error_code&) { return true; }
-  bool on_int64(std::int64_t, json::string_view, json::error_code& error) {
+  bool on_number_part(boost::core::string_view, boost::system::error_code&) { return true; }
+  bool on_int64(std::int64_t, boost::core::string_view, boost::system::error_code& error) {
     return goOn(events_.number(), error);
   }
-  bool on_uint64(std::uint64_t, json::string_view, json::error_code& error) {
+  bool on_uint64(std::uint64_t, boost::core::string_view, boost::system::error_code& error) {
     return goOn(events_.number(), error);
   }
-  bool on_double(double, json::string_view, json::error_code& error) {
+  bool on_double(double, boost::core::string_view, boost::system::error_code& error) {
     return goOn(events_.number(), error);
   }
-  bool on_bool(bool, json::error_code& error) { return goOn(events_.boolean(), error); }
-  bool on_null(json::error_code& error) { return goOn(events_.null(), error); }
-  bool on_comment_part(json::string_view, json::error_code&) { return true; }
-  bool on_comment(json::string_view, json::error_code&) { return true; }
+  bool on_bool(bool, boost::system::error_code& error) { return goOn(events_.boolean(), error); }
+  bool on_null(boost::system::error_code& error) { return goOn(events_.null(), error); }
+  bool on_comment_part(boost::core::string_view, boost::system::error_code&) { return true; }
+  bool on_comment(boost::core::string_view, boost::system::error_code&) { return true; }
 
  private:
-  bool goOn(bool wanted, json::error_code& error) {
+  bool goOn(bool wanted, boost::system::error_code& error) {
     if (!wanted) [[unlikely]] {
       stopped_ = true;
-      error = make_error_code(boost::system::errc::operation_canceled);
+      error = boost::system::errc::make_error_code(boost::system::errc::operation_canceled);
     }
     return wanted;
   }
 
-  bool keep(json::string_view part) {
+  bool keep(boost::core::string_view part) {
     if (joinedIsStale_) {
       joined_.clear();
       joinedIsStale_ = false;
@@ -76,7 +84,7 @@ class Handler {
   }
 
   /// The whole string, of which `last` is the last or only part.
-  std::string_view whole(json::string_view last) {
+  std::string_view whole(boost::core::string_view last) {
     if (joinedIsStale_) [[likely]] {
       return {last.data(), last.size()};
     }
@@ -90,7 +98,8 @@ class Handler {
   bool stopped_ = false;
 };
 
-JSONProblem problemAt(std::string_view text, std::size_t offset, const json::error_code& error) {
+JSONProblem problemAt(std::string_view text, std::size_t offset,
+                      const boost::system::error_code& error) {
   if (error == json::error::too_deep) {
     return {.offset = offset,
             .expected = "at most " + std::to_string(kMaximumDepth) + " levels of nesting",
@@ -113,7 +122,7 @@ JSONReading readJSON(std::string_view text, JSONEvents& events, std::string_view
   json::parse_options options;
   options.max_depth = kMaximumDepth;
   json::basic_parser<Handler> parser(options, events);
-  json::error_code error;
+  boost::system::error_code error;
   const std::size_t consumed = parser.write_some(false, text.data(), text.size(), error);
   JSONReading reading;
   if (parser.handler().stopped()) {

@@ -31,7 +31,7 @@ bool parseObject(std::string_view line, const Read& read) {
     memory.resize(kBytesPerByteOfText * line.size() + kBytesForAnyText);
     json::static_resource resource(reinterpret_cast<unsigned char*>(memory.data()), memory.size());
     json::parser parser(&resource);
-    json::error_code error;
+    boost::system::error_code error;
     parser.reset(&resource);
     parser.write({line.data(), line.size()}, error);
     if (!error) {

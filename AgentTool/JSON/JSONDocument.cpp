@@ -67,41 +67,49 @@ class JSONDocument::Handler {
   }
   [[nodiscard]] const std::vector<JSONValue>& values() const { return values_; }
 
-  bool on_document_begin(json::error_code&) { return true; }
-  bool on_document_end(json::error_code&) { return true; }
-  bool on_object_begin(json::error_code&) { return enter(JSONValue::Type::object); }
-  bool on_object_end(std::size_t, json::error_code&) { return leave(); }
-  bool on_array_begin(json::error_code&) { return enter(JSONValue::Type::array); }
-  bool on_array_end(std::size_t, json::error_code&) { return leave(); }
-  bool on_key_part(json::string_view part, std::size_t, json::error_code&) { return keep(part); }
-  bool on_key(json::string_view last, std::size_t, json::error_code&) { return string(last); }
-  bool on_string_part(json::string_view part, std::size_t, json::error_code&) { return keep(part); }
-  bool on_string(json::string_view last, std::size_t, json::error_code&) { return string(last); }
-  bool on_number_part(json::string_view, json::error_code&) { return true; }
-  bool on_int64(std::int64_t number, json::string_view, json::error_code&) {
+  bool on_document_begin(boost::system::error_code&) { return true; }
+  bool on_document_end(boost::system::error_code&) { return true; }
+  bool on_object_begin(boost::system::error_code&) { return enter(JSONValue::Type::object); }
+  bool on_object_end(std::size_t, boost::system::error_code&) { return leave(); }
+  bool on_array_begin(boost::system::error_code&) { return enter(JSONValue::Type::array); }
+  bool on_array_end(std::size_t, boost::system::error_code&) { return leave(); }
+  bool on_key_part(boost::core::string_view part, std::size_t, boost::system::error_code&) {
+    return keep(part);
+  }
+  bool on_key(boost::core::string_view last, std::size_t, boost::system::error_code&) {
+    return string(last);
+  }
+  bool on_string_part(boost::core::string_view part, std::size_t, boost::system::error_code&) {
+    return keep(part);
+  }
+  bool on_string(boost::core::string_view last, std::size_t, boost::system::error_code&) {
+    return string(last);
+  }
+  bool on_number_part(boost::core::string_view, boost::system::error_code&) { return true; }
+  bool on_int64(std::int64_t number, boost::core::string_view, boost::system::error_code&) {
     add(JSONValue::Type::integer).payload_.integer = number;
     return true;
   }
-  bool on_uint64(std::uint64_t number, json::string_view, json::error_code&) {
+  bool on_uint64(std::uint64_t number, boost::core::string_view, boost::system::error_code&) {
     add(JSONValue::Type::unsignedInteger).payload_.unsignedInteger = number;
     return true;
   }
-  bool on_double(double number, json::string_view text, json::error_code&) {
+  bool on_double(double number, boost::core::string_view text, boost::system::error_code&) {
     // The parser's own conversion may be off in the last digits.
     add(JSONValue::Type::real).payload_.real =
         platform::parseReal(std::string_view(text.data(), text.size())).value_or(number);
     return true;
   }
-  bool on_bool(bool flag, json::error_code&) {
+  bool on_bool(bool flag, boost::system::error_code&) {
     add(JSONValue::Type::boolean).payload_.flag = flag;
     return true;
   }
-  bool on_null(json::error_code&) {
+  bool on_null(boost::system::error_code&) {
     add(JSONValue::Type::null);
     return true;
   }
-  bool on_comment_part(json::string_view, json::error_code&) { return true; }
-  bool on_comment(json::string_view, json::error_code&) { return true; }
+  bool on_comment_part(boost::core::string_view, boost::system::error_code&) { return true; }
+  bool on_comment(boost::core::string_view, boost::system::error_code&) { return true; }
 
  private:
   static constexpr std::size_t kNoPart = std::numeric_limits<std::size_t>::max();
@@ -123,14 +131,14 @@ class JSONDocument::Handler {
     return true;
   }
 
-  bool keep(json::string_view part) {
+  bool keep(boost::core::string_view part) {
     if (partBegin_ == kNoPart) {
       partBegin_ = unescaped_.size();
     }
     unescaped_.append(part.data(), part.size());
     return true;
   }
-  bool string(json::string_view last) {
+  bool string(boost::core::string_view last) {
     std::string_view whole(last.data(), last.size());
     if (partBegin_ != kNoPart) [[unlikely]] {
       keep(last);
@@ -169,7 +177,7 @@ std::expected<const JSONValue*, FileCodec::JSONReading> JSONDocument::read(
   auto& parser = parser_->parser;
   parser.reset();
   parser.handler().begin(json.size());
-  boost::json::error_code error;
+  boost::system::error_code error;
   const std::size_t consumed = parser.write_some(false, json.data(), json.size(), error);
   if (!error && consumed == json.size()) {
     return parser.handler().values().data();
