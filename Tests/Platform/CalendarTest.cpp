@@ -17,9 +17,9 @@ using std::chrono::sys_days;
 // The zones are POSIX rules, so no time zone database is needed.
 TEST(CalendarTest, DayStartsAtItsFirstSecond) {
   const ScopedEnvironment skipped("TZ", "AAA3BBB,M11.1.0/0,M2.3.0/0");  // 00:00 becomes 01:00
-  EXPECT_EQ(startOfDay(2018y / 11 / 4), sys_days(2018y / 11 / 4) + 3h);
+  EXPECT_TRUE(startOfDay(2018y / 11 / 4) == sys_days(2018y / 11 / 4) + 3h);
   const ScopedEnvironment repeated("TZ", "AAA5BBB,M3.2.0/0,M11.1.0/1");  // 01:00 becomes 00:00
-  EXPECT_EQ(startOfDay(2024y / 11 / 3), sys_days(2024y / 11 / 3) + 4h);
+  EXPECT_TRUE(startOfDay(2024y / 11 / 3) == sys_days(2024y / 11 / 3) + 4h);
 }
 
 TEST(CalendarTest, EndedPauseReturnsEarly) {

@@ -21,7 +21,8 @@ PatchActionStore::Run whole(const std::vector<Entry>& entries) {
 }
 
 ActionMap actionsOf(const PatchActionStore& store, const Entry& entry) {
-  return {std::views::iota(entry.first, entry.first + entry.count), StoredActionReader{&store}};
+  return ActionMap(std::views::iota(entry.first, entry.first + entry.count),
+                   StoredActionReader{&store});
 }
 
 /// The entries of a run without those replaced by a later one of the same name.
@@ -43,13 +44,14 @@ std::vector<NamedActions> namedActions(const PatchActionStore& store, const Name
 ActionEntry StoredActionReader::operator()(std::uint32_t action) const noexcept {
   const std::uint32_t begin = store->actionStarts[action];
   const std::uint32_t end = store->actionStarts[action + 1];
-  return {.code = store->actionCode(action),
-          .arguments = {std::span(store->actionStrings).subspan(begin + 1, end - begin - 1),
-                        StoredStringReader{store}}};
+  return {
+      .code = store->actionCode(action),
+      .arguments = StringList(std::span(store->actionStrings).subspan(begin + 1, end - begin - 1),
+                              StoredStringReader{store})};
 }
 
 StringList ProductServicePackActions::exclusionPatchIDs() const {
-  return {std::span(store_->exclusionPatchIDs), StoredStringReader{store_}};
+  return StringList(std::span(store_->exclusionPatchIDs), StoredStringReader{store_});
 }
 
 bool ProductServicePackActions::isExempt(std::string_view patchID) const {

@@ -9,6 +9,7 @@
 + (NSArray<NSRunningApplication*>*)runningApplicationsWithBundleIdentifier:(NSString*)identifier;
 @property(readonly, copy, nullable) NSString* bundleIdentifier;
 @property(readonly, copy, nullable) NSString* localizedName;
+@property(readonly, getter=isTerminated) BOOL terminated;
 @property(readonly) pid_t processIdentifier;
 @property(readonly, copy, nullable) NSURL* executableURL;
 - (BOOL)forceTerminate;

@@ -19,6 +19,7 @@ extern "C" {
 
 typedef unsigned char Boolean;
 typedef uint8_t UInt8;
+typedef uint16_t UniChar;
 typedef uint32_t UInt32;
 typedef int32_t SInt32;
 typedef long CFIndex;
@@ -64,9 +65,7 @@ CFStringRef _Nullable CFStringCreateWithBytes(CFAllocatorRef _Nullable allocator
                                               CFStringEncoding encoding,
                                               Boolean isExternal) CF_RETURNS_RETAINED;
 CFIndex CFStringGetLength(CFStringRef text);  // UTF-16 units
-CFIndex CFStringGetBytes(CFStringRef text, CFRange range, CFStringEncoding encoding, UInt8 lossByte,
-                         Boolean isExternal, UInt8* _Nullable buffer, CFIndex capacity,
-                         CFIndex* _Nullable used);  // units converted
+void CFStringGetCharacters(CFStringRef text, CFRange range, UniChar* buffer);
 
 CFTypeID CFBooleanGetTypeID(void);
 Boolean CFBooleanGetValue(CFBooleanRef flag);
@@ -76,6 +75,11 @@ enum : CFNumberType { kCFNumberSInt64Type = 4, kCFNumberFloat64Type = 6 };
 CFTypeID CFNumberGetTypeID(void);
 Boolean CFNumberIsFloatType(CFNumberRef number);
 Boolean CFNumberGetValue(CFNumberRef number, CFNumberType type, void* value);  // false: inexact
+CFNumberRef _Nullable CFNumberCreate(CFAllocatorRef _Nullable allocator, CFNumberType type,
+                                     const void* value) CF_RETURNS_RETAINED;
+typedef CFIndex CFComparisonResult;
+enum : CFComparisonResult { kCFCompareEqualTo = 0 };
+CFComparisonResult CFNumberCompare(CFNumberRef number, CFNumberRef other, void* _Nullable context);
 
 CFTypeID CFDateGetTypeID(void);
 CFAbsoluteTime CFDateGetAbsoluteTime(CFDateRef date);

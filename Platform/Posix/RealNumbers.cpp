@@ -1,29 +1,46 @@
 #include "Platform/RealNumbers.h"
 
-#include <stdio.h>   // NOLINT(modernize-deprecated-headers): snprintf_l is the system's
-#include <stdlib.h>  // NOLINT(modernize-deprecated-headers): strtod_l is the system's
-#include <xlocale.h>
+#include <locale.h>  // NOLINT(modernize-deprecated-headers): locale_t is the system's
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstddef>
+#include <cstdio>
+#include <cstdlib>
+#if __has_include(<xlocale.h>)
+#include <xlocale.h>  // macOS declares locale_t here
+#endif
 
-// The standard library's to_chars needs macOS 13.3, from_chars a later one. A null locale means the
-// C locale.
+// The standard library's to_chars needs macOS 13.3, its from_chars a later one.
 namespace platform {
 namespace {
 
 constexpr std::string_view kDigits = "0123456789";
 
+/// The calling thread uses the C locale as long as this exists.
+class InCLocale {
+ public:
+  InCLocale() : former_(::uselocale(cLocale())) {}
+  InCLocale(const InCLocale&) = delete;
+  InCLocale& operator=(const InCLocale&) = delete;
+  ~InCLocale() { ::uselocale(former_); }
+
+ private:
+  static locale_t cLocale() {
+    static const locale_t made = ::newlocale(LC_ALL_MASK, "C", nullptr);
+    return made;
+  }
+  locale_t former_;
+};
+
 std::string byFormat(const char* format, int precision, double number) {
   std::array<char, 512> text{};  // the largest number has 309 digits before the point
-  ::snprintf_l(text.data(), text.size(), nullptr, format, precision, number);
+  std::snprintf(text.data(), text.size(), format, precision, number);
   return text.data();
 }
 
-/// strtod also accepts leading white space, a plus sign and hexadecimal; from_chars on other
-/// systems doesn't.
+/// strtod also accepts leading white space, a plus sign and hexadecimal.
 bool mayBeReal(std::string_view text) {
   text.remove_prefix(text.starts_with('-') ? 1 : 0);
   return !text.empty() && !text.starts_with('+') && !text.starts_with('-') &&
@@ -36,9 +53,10 @@ std::optional<double> parseReal(std::string_view text) {
   if (!mayBeReal(text)) {
     return std::nullopt;
   }
+  const InCLocale scope;
   const std::string whole(text);
   char* end = nullptr;
-  const double number = ::strtod_l(whole.c_str(), &end, nullptr);
+  const double number = std::strtod(whole.c_str(), &end);
   if (end != whole.c_str() + whole.size()) {
     return std::nullopt;
   }
@@ -52,12 +70,13 @@ std::optional<double> parseReal(std::string_view text) {
 
 std::string shortestText(double number) {
   constexpr int kAlwaysEnough = 17;
+  const InCLocale scope;
   if (!std::isfinite(number)) {
     return byFormat("%.*f", 0, number);
   }
   int digits = 1;
   std::string scientific = byFormat("%.*e", 0, number);
-  while (digits < kAlwaysEnough && ::strtod_l(scientific.c_str(), nullptr, nullptr) != number) {
+  while (digits < kAlwaysEnough && std::strtod(scientific.c_str(), nullptr) != number) {
     scientific = byFormat("%.*e", digits++, number);
   }
   const int exponent = std::atoi(scientific.c_str() + scientific.find('e') + 1);
@@ -65,6 +84,9 @@ std::string shortestText(double number) {
   return decimal.size() <= scientific.size() ? decimal : scientific;
 }
 
-std::string decimalText(double number, int places) { return byFormat("%.*f", places, number); }
+std::string decimalText(double number, int places) {
+  const InCLocale scope;
+  return byFormat("%.*f", places, number);
+}
 
 }  // namespace platform

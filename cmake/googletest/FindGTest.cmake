@@ -1,4 +1,4 @@
-# Built for the target from the sources in Debian's package.
+# GoogleTest built from the sources in Debian's package, for another system or standard library.
 if(NOT TARGET GTest::gmock_main)
   add_subdirectory(/usr/src/googletest "${CMAKE_BINARY_DIR}/googletest" EXCLUDE_FROM_ALL)
   foreach(library IN ITEMS gtest gtest_main gmock gmock_main)

@@ -1,0 +1,59 @@
+#include "Platform/RealNumbers.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace platform {
+namespace {
+
+TEST(RealNumbersTest, AreReadAndWrittenAsInTheCLocale) {
+  constexpr double kInfinity = std::numeric_limits<double>::infinity();
+  for (const auto& [text, expected] :
+       std::vector<std::pair<std::string, std::optional<double>>>{{"1.5", 1.5},
+                                                                  {"-.5e-3", -.0005},
+                                                                  {"5.", 5.0},
+                                                                  {"1e400", {}},
+                                                                  {"1e-400", {}},
+                                                                  {"4e-320", 4e-320},
+                                                                  {"-0", -0.0},
+                                                                  {"inf", kInfinity},
+                                                                  {"-INFINITY", -kInfinity},
+                                                                  {"0x10", {}},
+                                                                  {"+1", {}},
+                                                                  {"-+1", {}},
+                                                                  {" 1", {}},
+                                                                  {"1 ", {}},
+                                                                  {"", {}},
+                                                                  {"-", {}},
+                                                                  {"1,5", {}},
+                                                                  {std::string("1\0", 2), {}},
+                                                                  {"0e999", 0.0}}) {
+    EXPECT_EQ(parseReal(text), expected) << text;
+  }
+  for (const auto& [number, expected] : std::vector<std::pair<double, std::string>>{
+           {0.1, "0.1"},
+           {-0.0, "-0"},
+           {45, "45"},
+           {1e22, "1e+22"},
+           {100000, "1e+05"},
+           {123456, "123456"},
+           {1e-5, "1e-05"},
+           {0.001, "0.001"},
+           {5e-324, "5e-324"},
+           {1.0 / 3, "0.3333333333333333"},
+           {-kInfinity, "-inf"},
+           {1.7976931348623157e308, "1.7976931348623157e+308"},
+           {9007199254740993, "9007199254740992"}}) {
+    SCOPED_TRACE(number);
+    EXPECT_EQ(shortestText(number), expected);
+  }
+  EXPECT_EQ(decimalText(2.0 / 3, 2), "0.67");
+}
+
+}  // namespace
+}  // namespace platform
