@@ -13,8 +13,9 @@ namespace platform {
 /// be called on the loop's thread.
 ///
 /// The library waits for the prompt about running applications in the run loop of the thread that
-/// calls `ProcessPatchActions::execute`, and a loop without an input source does not wait. A thread
-/// without one must add one while it runs actions:
+/// calls `ProcessPatchActions::execute`, and a loop without an input source does not wait. On macOS
+/// the main thread's loop always has one (the main dispatch queue). Another thread without one must
+/// add one while it runs actions:
 ///
 ///     const auto source = platform::RunLoop::current().addSource([] {});
 ///
@@ -39,7 +40,7 @@ class VEXLO_EXPORT RunLoop {
   /// in between.
   [[nodiscard]] virtual std::shared_ptr<Source> addSource(std::function<void()> perform) = 0;
   /// Runs until `duration` has passed or a source has fired. Returns false immediately if there is
-  /// no source.
+  /// no source; macOS's main thread, whose loop is never empty, always waits.
   virtual bool runDefaultMode(std::chrono::milliseconds duration) = 0;
 };
 

@@ -2,8 +2,12 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
+
+#include "Platform/Unicode.h"
 
 namespace platform {
 namespace {
@@ -17,17 +21,42 @@ std::string description(CFTypeRef object) {
   return textOf(described.get()).value_or("");
 }
 
+/// Absent for a fraction and for an integer beyond 64 bits, of which CFNumberGetValue gives the low
+/// half and reports no loss.
+std::optional<std::int64_t> exactInteger(CFNumberRef number) {
+  std::int64_t integer = 0;
+  if (CFNumberGetValue(number, kCFNumberSInt64Type, &integer) == 0) {
+    return std::nullopt;
+  }
+  const Owned<CFNumberRef> read(CFNumberCreate(kCFAllocatorDefault, kCFNumberSInt64Type, &integer));
+  const bool isExact = read && CFNumberCompare(number, read.get(), nullptr) == kCFCompareEqualTo;
+  return isExact ? std::optional(integer) : std::nullopt;
+}
+
+/// With a question mark for each unpaired surrogate: CFStringGetBytes would stop there.
+std::string utf8Of(std::u16string_view units) {
+  std::string text;
+  for (std::size_t index = 0; index < units.size(); ++index) {
+    const char16_t unit = units[index];
+    const char16_t next = index + 1 < units.size() ? units[index + 1] : u'\0';
+    if (isHighSurrogate(unit) && isLowSurrogate(next)) {
+      appendUTF8(text, joinSurrogates(unit, next));
+      ++index;
+    } else {
+      appendUTF8(text, isHighSurrogate(unit) || isLowSurrogate(unit) ? U'?' : unit);
+    }
+  }
+  return text;
+}
+
 PropertyList numberOf(CFNumberRef number) {
   if (CFNumberIsFloatType(number) != 0) {
     double real = 0;
     CFNumberGetValue(number, kCFNumberFloat64Type, &real);
     return PropertyList(PropertyList::Value(real));
   }
-  std::int64_t integer = 0;
-  if (CFNumberGetValue(number, kCFNumberSInt64Type, &integer) == 0) {  // wider than 64 bits
-    return description(number);
-  }
-  return integer;
+  const std::optional<std::int64_t> integer = exactInteger(number);
+  return integer ? PropertyList(*integer) : PropertyList(description(number));
 }
 
 PropertyList::Data bytesOf(CFDataRef data) {
@@ -74,26 +103,18 @@ std::optional<std::string> textOf(CFTypeRef object) {
   if (!isOf(CFStringGetTypeID(), object)) {
     return std::nullopt;
   }
-  constexpr UInt8 kInPlaceOfLost = '?';
   const auto text = static_cast<CFStringRef>(object);
-  const CFRange whole{.location = 0, .length = CFStringGetLength(text)};
-  CFIndex size = 0;
-  CFStringGetBytes(text, whole, kCFStringEncodingUTF8, kInPlaceOfLost, /*isExternal=*/0, nullptr, 0,
-                   &size);
-  std::string bytes(static_cast<std::size_t>(size), '\0');
-  CFStringGetBytes(text, whole, kCFStringEncodingUTF8, kInPlaceOfLost, /*isExternal=*/0,
-                   reinterpret_cast<UInt8*>(bytes.data()), size, nullptr);
-  return bytes;
+  std::u16string units(static_cast<std::size_t>(CFStringGetLength(text)), u'\0');
+  CFStringGetCharacters(text, {.location = 0, .length = CFStringGetLength(text)},
+                        reinterpret_cast<UniChar*>(units.data()));
+  return utf8Of(units);
 }
 
 std::optional<std::int64_t> integerOf(CFTypeRef object) {
   if (!isOf(CFNumberGetTypeID(), object)) {
     return std::nullopt;
   }
-  std::int64_t integer = 0;
-  const bool isExact =
-      CFNumberGetValue(static_cast<CFNumberRef>(object), kCFNumberSInt64Type, &integer) != 0;
-  return isExact ? std::optional(integer) : std::nullopt;
+  return exactInteger(static_cast<CFNumberRef>(object));
 }
 
 PropertyList propertyListOf(CFTypeRef object) {

@@ -1,7 +1,9 @@
 #include "Platform/RunningApplications.h"
 
 #import <AppKit/AppKit.h>
+#include <signal.h>
 
+#include <cerrno>
 #include <utility>
 
 #include "Platform/macOS/Conversions.h"
@@ -47,6 +49,13 @@ class WorkspaceApplication final : public ApplicationProcess {
   Owned<CFTypeRef> application_;
 };
 
+/// Whether the application has ended. The workspace notices that only when the main thread's run
+/// loop runs, which a daemon's may not, so the process is looked for, too.
+bool hasEnded(NSRunningApplication* application) {
+  const pid_t process = application.processIdentifier;  // -1 if it has none
+  return application.terminated || (process > 0 && ::kill(process, 0) != 0 && errno == ESRCH);
+}
+
 }  // namespace
 
 std::vector<std::unique_ptr<ApplicationProcess>> runningApplications(
@@ -66,7 +75,9 @@ std::vector<std::unique_ptr<ApplicationProcess>> runningApplications(
       *failure = std::make_error_code(std::errc::resource_unavailable_try_again);
     }
     for (NSRunningApplication* application in running) {
-      found.push_back(std::make_unique<WorkspaceApplication>(application));
+      if (!hasEnded(application)) {
+        found.push_back(std::make_unique<WorkspaceApplication>(application));
+      }
     }
   }
   return found;
@@ -77,7 +88,7 @@ std::vector<std::unique_ptr<ApplicationProcess>> allRunningApplications() {
   @autoreleasepool {
     for (NSRunningApplication* application in NSWorkspace.sharedWorkspace.runningApplications) {
       auto running = std::make_unique<WorkspaceApplication>(application);
-      if (!running->bundleIdentifier().empty()) {
+      if (!running->bundleIdentifier().empty() && !hasEnded(application)) {
         found.push_back(std::move(running));
       }
     }

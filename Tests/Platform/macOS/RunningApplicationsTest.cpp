@@ -3,6 +3,8 @@
 #include "Platform/RunningApplications.h"
 
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include "Tests/Platform/macOS/StandIns/System.h"
 
@@ -10,6 +12,15 @@ namespace platform {
 namespace {
 
 using stand_in::machine;
+
+pid_t endedProcess() {
+  const pid_t child = fork();
+  if (child == 0) {
+    _exit(0);
+  }
+  waitpid(child, nullptr, 0);
+  return child;
+}
 
 TEST(WorkspaceTest, ListsApplicationsInOrderAndReleasesThem) {
   const int before = stand_in::objectsAlive();
@@ -21,15 +32,17 @@ TEST(WorkspaceTest, ListsApplicationsInOrderAndReleasesThem) {
   machine.applications = {{.identifier = u"com.example.a",
                            .name = u"Caf\u00e9",
                            .path = u"/A.app/Contents/MacOS/A",
-                           .processIdentifier = 7},
-                          {.hasExecutable = false, .processIdentifier = 6, .canBeKilled = false},
-                          {.identifier = u"", .name = u"", .processIdentifier = 8}};
+                           .processIdentifier = getpid()},
+                          {.hasExecutable = false, .processIdentifier = -1, .canBeKilled = false},
+                          {.identifier = u"", .name = u"", .processIdentifier = 1},
+                          {.identifier = u"com.example.a", .processIdentifier = endedProcess()},
+                          {.identifier = u"com.example.a", .terminated = true}};
   {
     const auto found = runningApplications("com.example.a");
-    ASSERT_EQ(found.size(), 3U);
+    ASSERT_EQ(found.size(), 3U) << "the last two have ended";
     EXPECT_EQ(found[0]->localizedName(), "Caf\u00e9");
     EXPECT_EQ(found[0]->executablePath(), "/A.app/Contents/MacOS/A");
-    EXPECT_EQ(found[0]->processIdentifier(), 7);
+    EXPECT_EQ(found[0]->processIdentifier(), getpid());
     EXPECT_TRUE(found[0]->forceTerminate());
     EXPECT_EQ(found[1]->localizedName(), std::nullopt);
     EXPECT_EQ(found[1]->executablePath(), std::nullopt) << "no executable URL";
@@ -40,7 +53,7 @@ TEST(WorkspaceTest, ListsApplicationsInOrderAndReleasesThem) {
   }
   {
     const auto all = allRunningApplications();
-    ASSERT_EQ(all.size(), 1U) << "the others have no identifier";
+    ASSERT_EQ(all.size(), 1U) << "the others have no identifier or have ended";
     EXPECT_EQ(all[0]->bundleIdentifier(), "com.example.a");
   }
   EXPECT_EQ(stand_in::objectsAlive(), before);

@@ -10,8 +10,10 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstdio>
+#include <limits>
 #include <memory>
 #include <mutex>
+#include <thread>
 
 #include "Platform/Unicode.h"
 
@@ -25,10 +27,10 @@ struct Text final : Object {
   std::u16string units;
 };
 struct Number final : Object {
-  std::int64_t whole = 0;
+  std::int64_t high = 0;  // of an integer's 128 bits
+  std::uint64_t low = 0;
   double broken = 0;
   bool isReal = false;
-  bool isWide = false;
 };
 struct Flag final : Object {
   bool value = false;
@@ -111,12 +113,14 @@ std::string bytesOf(const void* text) {
 CFTypeRef text(std::u16string_view units) { return made(new Text(units)); }
 CFTypeRef integer(std::int64_t number) {
   auto* const object = new Number;
-  object->whole = number;
+  object->high = number < 0 ? -1 : 0;
+  object->low = static_cast<std::uint64_t>(number);
   return made(object);
 }
-CFTypeRef wideInteger() {
+CFTypeRef wideInteger(std::int64_t high) {
   auto* const object = new Number;
-  object->isWide = true;
+  object->high = high;
+  object->low = std::numeric_limits<std::uint64_t>::max();
   return made(object);
 }
 CFTypeRef real(double number) {
@@ -227,47 +231,43 @@ CFStringRef CFStringCreateWithBytes(CFAllocatorRef /*allocator*/, const UInt8* b
 CFIndex CFStringGetLength(CFStringRef text) {
   return static_cast<CFIndex>(as<Text>(text)->units.size());
 }
-CFIndex CFStringGetBytes(CFStringRef text, CFRange range, CFStringEncoding /*encoding*/,
-                         UInt8 lossByte, Boolean /*isExternal*/, UInt8* buffer, CFIndex capacity,
-                         CFIndex* used) {
-  const std::u16string_view units =
-      std::u16string_view(as<Text>(text)->units)
-          .substr(static_cast<std::size_t>(range.location), static_cast<std::size_t>(range.length));
-  std::string bytes;
-  for (std::size_t index = 0; index < units.size(); ++index) {
-    const char32_t unit = units[index];
-    const char32_t next = index + 1 < units.size() ? units[index + 1] : 0;
-    if (platform::isHighSurrogate(unit) && platform::isLowSurrogate(next)) {
-      platform::appendUTF8(bytes, platform::joinSurrogates(unit, next));
-      ++index;
-    } else if (platform::isHighSurrogate(unit) || platform::isLowSurrogate(unit)) {
-      bytes += static_cast<char>(lossByte);
-    } else {
-      platform::appendUTF8(bytes, unit);
-    }
-  }
-  if (used != nullptr) {
-    *used = static_cast<CFIndex>(bytes.size());
-  }
-  if (buffer != nullptr) {
-    bytes.copy(reinterpret_cast<char*>(buffer), static_cast<std::size_t>(capacity));
-  }
-  return range.length;
+// CFString.c: the units as they are stored, unpaired surrogates included.
+void CFStringGetCharacters(CFStringRef text, CFRange range, UniChar* buffer) {
+  as<Text>(text)->units.copy(reinterpret_cast<char16_t*>(buffer),
+                             static_cast<std::size_t>(range.length),
+                             static_cast<std::size_t>(range.location));
 }
 
 Boolean CFBooleanGetValue(CFBooleanRef flag) { return static_cast<Boolean>(as<Flag>(flag)->value); }
 Boolean CFNumberIsFloatType(CFNumberRef number) {
   return static_cast<Boolean>(as<Number>(number)->isReal);
 }
+// CFNumber.c, CVT128ToInt_COMPAT: of an integer beyond 64 bits the low half, and no loss reported.
+// CVT_COMPAT: of a real its whole part, and whether that is the same number.
 Boolean CFNumberGetValue(CFNumberRef number, CFNumberType type, void* value) {
   const auto& object = *as<Number>(number);
   if (type == kCFNumberFloat64Type) {
     *static_cast<double*>(value) = object.broken;
     return 1;
   }
-  *static_cast<std::int64_t*>(value) =
-      object.isReal ? static_cast<std::int64_t>(object.broken) : object.whole;
-  return static_cast<Boolean>(!object.isWide && !object.isReal);
+  auto& integer = *static_cast<std::int64_t*>(value);
+  integer = object.isReal ? static_cast<std::int64_t>(object.broken)
+                          : static_cast<std::int64_t>(object.low);
+  return static_cast<Boolean>(!object.isReal || static_cast<double>(integer) == object.broken);
+}
+CFNumberRef CFNumberCreate(CFAllocatorRef /*allocator*/, CFNumberType type, const void* value) {
+  return type != kCFNumberSInt64Type
+             ? nullptr
+             : referenceTo<CFNumberRef>(integer(*static_cast<const std::int64_t*>(value)));
+}
+// CFNumber.c, CFNumberCompare: all 128 bits of integers; a real and an integer by value.
+CFComparisonResult CFNumberCompare(CFNumberRef number, CFNumberRef other, void* /*context*/) {
+  const auto& one = *as<Number>(number);
+  const auto& two = *as<Number>(other);
+  const bool isEqual = one.isReal
+                           ? one.broken == static_cast<double>(static_cast<std::int64_t>(two.low))
+                           : one.high == two.high && one.low == two.low;
+  return isEqual ? kCFCompareEqualTo : kCFCompareEqualTo - 1;
 }
 CFAbsoluteTime CFDateGetAbsoluteTime(CFDateRef date) { return as<Date>(date)->seconds; }
 CFIndex CFDataGetLength(CFDataRef data) {
@@ -408,6 +408,9 @@ struct Source final : Object {
   bool isSignalled = false;
   Loop* loop = nullptr;  // valid: the code that added the source retains it
 };
+// CFRunLoop.c, __CFRunLoopModeIsEmpty: the main thread's common modes, of which the default mode is
+// one, are never empty, because they carry the main dispatch queue.
+const std::thread::id mainThread = std::this_thread::get_id();
 std::mutex loopsMutex;
 std::condition_variable loopsWoken;
 
@@ -455,7 +458,8 @@ CFRunLoopRunResult CFRunLoopRunInMode(CFRunLoopMode mode, CFTimeInterval seconds
                                       Boolean returnAfterSourceHandled) {
   Loop& loop = *currentLoop();
   std::unique_lock lock(loopsMutex);
-  if (mode != kCFRunLoopDefaultMode || loop.sources.empty() || returnAfterSourceHandled == 0) {
+  const bool isEmpty = loop.sources.empty() && std::this_thread::get_id() != mainThread;
+  if (mode != kCFRunLoopDefaultMode || isEmpty || returnAfterSourceHandled == 0) {
     return kCFRunLoopRunFinished;
   }
   const auto signalled = [&] {

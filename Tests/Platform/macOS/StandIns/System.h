@@ -38,7 +38,7 @@ void countReferences(CFTypeRef object, void (*end)(CFTypeRef object));
 // null.
 [[nodiscard]] CFTypeRef text(std::u16string_view units);
 [[nodiscard]] CFTypeRef integer(std::int64_t number);
-[[nodiscard]] CFTypeRef wideInteger();  ///< A number beyond 64 bits.
+[[nodiscard]] CFTypeRef wideInteger(std::int64_t high);  ///< 128 bits: this, then 64 of 1.
 [[nodiscard]] CFTypeRef real(double number);
 [[nodiscard]] CFTypeRef flag(bool value);
 [[nodiscard]] CFTypeRef date(double secondsSince2001);
@@ -56,6 +56,7 @@ struct Instance {
   bool hasExecutable = true;
   int processIdentifier = 0;
   bool canBeKilled = true;
+  bool terminated = false;
 };
 
 /// The machine's state. Objects, which may be null, are owned by the test.

@@ -148,7 +148,7 @@ NSArray* everyInstance() {
 }  // namespace
 
 @implementation NSRunningApplication
-@dynamic bundleIdentifier, localizedName, processIdentifier, executableURL;
+@dynamic bundleIdentifier, localizedName, terminated, processIdentifier, executableURL;
 + (NSArray*)runningApplicationsWithBundleIdentifier:(NSString*)identifier {
   stand_in::machine.identifier = stand_in::bytesOf(identifier);
   return everyInstance();
@@ -173,6 +173,9 @@ NSArray* everyInstance() {
 }
 - (NSString*)localizedName {
   return left(textOrNull(instance->name));
+}
+- (BOOL)isTerminated {
+  return instance->terminated;
 }
 - (pid_t)processIdentifier {
   return instance->processIdentifier;
