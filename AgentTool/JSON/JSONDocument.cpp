@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <boost/json/basic_parser_impl.hpp>
+#include <functional>
 #include <limits>
 #include <utility>
 
@@ -58,11 +59,12 @@ class JSONDocument::Handler {
   static constexpr std::size_t max_key_size = -1;     // NOLINT
 
   /// Decoded strings are never longer than the text, so the buffer isn't reallocated.
-  void begin(std::size_t textSize) {
+  void begin(std::string_view text) {
+    text_ = text;
     values_.clear();
     open_.clear();
     unescaped_.clear();
-    unescaped_.reserve(textSize);
+    unescaped_.reserve(text.size());
     partBegin_ = kNoPart;
   }
   [[nodiscard]] const std::vector<JSONValue>& values() const { return values_; }
@@ -140,7 +142,10 @@ class JSONDocument::Handler {
   }
   bool string(boost::core::string_view last) {
     std::string_view whole(last.data(), last.size());
-    if (partBegin_ != kNoPart) [[unlikely]] {
+    // The parser decodes a string that begins with an escape into a buffer of its own.
+    const bool isInText = std::less_equal()(text_.data(), last.data()) &&
+                          std::less()(last.data(), text_.data() + text_.size());
+    if (partBegin_ != kNoPart || !isInText) [[unlikely]] {
       keep(last);
       whole = std::string_view(unescaped_).substr(std::exchange(partBegin_, kNoPart));
     }
@@ -150,6 +155,7 @@ class JSONDocument::Handler {
     return true;
   }
 
+  std::string_view text_;
   std::vector<JSONValue> values_;
   std::vector<std::uint32_t> open_;  // the arrays and objects around the next value
   std::string unescaped_;
@@ -176,7 +182,7 @@ std::expected<const JSONValue*, FileCodec::JSONReading> JSONDocument::read(
   const std::string_view json = withoutByteOrderMark(text);
   auto& parser = parser_->parser;
   parser.reset();
-  parser.handler().begin(json.size());
+  parser.handler().begin(json);
   boost::system::error_code error;
   const std::size_t consumed = parser.write_some(false, json.data(), json.size(), error);
   if (!error && consumed == json.size()) {

@@ -72,12 +72,13 @@ TEST(FactsReaderTest, RoundTripsTheOutputOfFacts) {
 TEST(FactsReaderTest, ReadsMembersInAnyOrderAndIgnoresUnknownOnes) {
   FactsReader reader;
   const auto read = reader.read(
-      R"({"name":"mac-7","else":[{"a":1}],"consoleUser":"x","macOSMajorVersion":14,)"
+      R"({"name":"\u006dac-7","else":[{"\u0061":1}],"\u0063onsoleUser":"\u0078","macOSMajorVersion":14,)"
       R"("appleSilicon":false,"version":1,"softwareUpdateReachable":false,"utcOffset":null,)"
       R"("applications":{"com.x":[{"pid":1}],"com.a":[],"com.x":[{"pid":2}]},)"
       R"("softwareUpdateReachable":true})");
   ASSERT_TRUE(read) << read.error().what();
   EXPECT_EQ((*read)->name, "mac-7");
+  EXPECT_EQ((*read)->consoleUser, "x");
   EXPECT_EQ((*read)->softwareUpdateReachable, true);
   EXPECT_EQ((*read)->applications.at("com.x").at(0).processIdentifier, 2);
   EXPECT_EQ((*read)->applications.size(), 2U);
