@@ -24,7 +24,7 @@ TEST(CalendarTest, DayStartsAtItsFirstSecond) {
 
 TEST(CalendarTest, EndedPauseReturnsEarly) {
   std::atomic<bool> isOver = false;
-  std::jthread pausing([&] {
+  std::thread pausing([&] {
     systemSleeper()(1h);
     isOver = true;
   });
@@ -32,6 +32,7 @@ TEST(CalendarTest, EndedPauseReturnsEarly) {
     EXPECT_FALSE(endRunningProcesses(0ms));
     std::this_thread::yield();
   }
+  pausing.join();
   const auto start = std::chrono::steady_clock::now();
   systemSleeper()(60ms);  // a later pause is a full one
   EXPECT_GE(std::chrono::steady_clock::now() - start, 60ms);
