@@ -123,6 +123,10 @@ TEST_P(SlowReaderTest, DelaysARunByLittleAndLearnsHowManyLinesAreMissing) {
   reader.join();
   EXPECT_LT(passed(), std::chrono::seconds(6)) << "a slow reader";
   EXPECT_THAT(readAll(), testing::HasSubstr("xxx"));
+  for (int line = 0; line < 500; ++line) {  // more than fits
+    write(*sink, std::string(1000, 'x'));
+  }
+  (void)readAll();
   write(*sink, "again");
   EXPECT_THAT(readAll(), testing::ContainsRegex(
                              " ERROR LogCore/Logger write: [0-9]+ lines were dropped, nobody "
