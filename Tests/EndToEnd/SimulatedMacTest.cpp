@@ -205,7 +205,8 @@ TEST_F(SimulatedMacTest, WorksWithASingleUser) {
 TEST(SimulatedMacScenarioTest, MistakesAreErrorsWithTheirPlace) {
   const std::vector<std::pair<std::string, std::string>> mistakes{
       {"[mac]\nversoin = 14\n",
-       "line 2: expected one of the keys version, compatibility version, machine, free disk, language, time zone in "
+       "line 2: expected one of the keys version, compatibility version, machine, free disk, "
+       "language, time zone in "
        "[mac], found \"versoin\""},
       {"[battery]\n", "line 1: expected one of the sections mac, "},
       {"[prompt]\nafter = soon\n",
