@@ -109,8 +109,10 @@ void addJSON(CLI::App& command, ParsedOptions& options, const char* what) {
   command.add_flag("--json", options.json, what);
 }
 
-void setFooter(CLI::App& command, const char* exitStatus) {
-  command.footer("\nExit status:\n" + std::string(exitStatus));
+/// Adds what every command can also exit with; `unusable` says what 65 means, if it can occur.
+void setFooter(CLI::App& command, const std::string& exitStatus, const std::string& unusable = "") {
+  command.footer("\nExit status:\n" + exitStatus + "\n  64  bad usage\n" +
+                 (unusable.empty() ? "" : "  65  " + unusable + "\n") + "  71  not enough memory");
 }
 
 void addWhatIf(CLI::App& app, ParsedOptions& options) {
@@ -147,9 +149,8 @@ void addWhatIf(CLI::App& app, ParsedOptions& options) {
   setFooter(whatIf,
             "  0   every line was evaluated\n"
             "  1   a file of facts can't be read\n"
-            "  2   invalid lines were skipped and reported on standard error\n"
-            "  64  bad usage\n"
-            "  65  an action file or a summary can't be used");
+            "  2   invalid lines were skipped and reported on standard error",
+            "an action file or a summary can't be used");
 }
 
 void addCommands(CLI::App& app, ParsedOptions& options) {
@@ -160,10 +161,7 @@ void addCommands(CLI::App& app, ParsedOptions& options) {
   addJSON(plan, options, "print one JSON object instead of a table");
   addBase(plan, options, "base = DIR");
   addLog(plan, options, "the lowest level to log (default: error)");
-  setFooter(plan,
-            "  0   the plan was printed\n"
-            "  64  bad usage\n"
-            "  65  the action file can't be used");
+  setFooter(plan, "  0   the plan was printed", "the action file can't be used");
 
   CLI::App& evaluate =
       *app.add_subcommand("evaluate", "Predicts each action's result without changing anything.");
@@ -188,9 +186,8 @@ void addCommands(CLI::App& app, ParsedOptions& options) {
       evaluate,
       "  0   no action would stop the patch\n"
       "  75  an action would stop it until later, or depends on something that was not asked\n"
-      "  1   an action would fail\n"
-      "  64  bad usage\n"
-      "  65  the action file or the facts can't be used");
+      "  1   an action would fail",
+      "the action file or the facts can't be used");
 
   CLI::App& run = *app.add_subcommand("run", "Runs the actions in order, as the agent would.");
   addPatch(run, options);
@@ -211,9 +208,8 @@ void addCommands(CLI::App& app, ParsedOptions& options) {
   setFooter(run,
             "  0   all actions passed\n"
             "  75  an action has to be applied later\n"
-            "  1   an action failed\n"
-            "  64  bad usage\n"
-            "  65  the action file can't be used");
+            "  1   an action failed",
+            "the action file can't be used");
 
   CLI::App& check = *app.add_subcommand(
       "check", "Checks action files for errors, warns of what looks odd, and shows where it is.");
@@ -224,9 +220,8 @@ void addCommands(CLI::App& app, ParsedOptions& options) {
   addJSON(check, options, "print one JSON object per file, each on one line, instead of text");
   setFooter(check,
             "  0   the files can be used\n"
-            "  1   with --strict: there is a warning\n"
-            "  64  bad usage\n"
-            "  65  a file can't be used");
+            "  1   with --strict: there is a warning",
+            "a file can't be used");
 
   CLI::App& facts =
       *app.add_subcommand("facts", "Shows what the library sees on this machine; changes nothing.");
@@ -245,9 +240,7 @@ void addCommands(CLI::App& app, ParsedOptions& options) {
                  "ask Apple's servers about updates (softwareupdate --list, mdmclient)");
   addJSON(facts, options, "print one JSON object on one line instead of a table");
   addAgent(facts, options, "the lowest level to log (default: none)");
-  setFooter(facts,
-            "  0   the facts were printed; unreadable ones are absent, with the reason\n"
-            "  64  bad usage");
+  setFooter(facts, "  0   the facts were printed; unreadable ones are absent, with the reason");
 
   addWhatIf(app, options);
 

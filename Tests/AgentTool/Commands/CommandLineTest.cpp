@@ -48,7 +48,7 @@ TEST_F(CommandLineTest, VersionAndHelpGoToStandardOutput) {
       ::testing::MatchesRegex(
           "VexloPatchDeployment [0-9]+\\.[0-9]+\\.[0-9]+ \\(commit ([0-9a-f]{12}|unknown)\\)\n"));
   const ToolRun help = shell("vexlo-patch help run");
-  EXPECT_THAT(help.output, AllOf(HasSubstr("--action CODE|NAME"), EndsWith("can't be used\n")));
+  EXPECT_THAT(help.output, AllOf(HasSubstr("--action CODE|NAME"), EndsWith("not enough memory\n")));
   EXPECT_EQ(help.status, 0);
   EXPECT_EQ(shell("vexlo-patch run --help").output, help.output);
   EXPECT_THAT(shell("vexlo-patch help").output, HasSubstr("\nCommands:\n  plan "));
