@@ -9,7 +9,6 @@
 #include <chrono>
 #include <cstdint>
 #include <cstdlib>
-#include <fstream>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -23,7 +22,6 @@
 #include "Benchmarks/EmptyHandler.h"
 #include "Benchmarks/FreshProcess.h"
 #include "VexloPatchDeployment/PatchActions/Helpers/PatchActionGroup.h"
-#include "tools/Fleet.h"
 
 namespace {
 
@@ -31,16 +29,12 @@ constexpr std::int64_t kMachinesInFile = 10'000;
 constexpr const char* kActions = VEXLO_FLEET_ACTIONS;
 const vexlo::PatchIdentifier kPatch("310990", "1201", "2301");  // six actions
 
-/// Written line by line, because a child's peak memory starts at this process's.
 const std::string& fleetFile() {
   static const TemporaryFile file("");
   static const bool isWritten = [] {
-    std::ofstream lines(file.path());
-    const fleet::Fleet fleet(1);
-    for (std::int64_t number = 1; number <= kMachinesInFile; ++number) {
-      lines << fleet.line(static_cast<std::uint64_t>(number));
-    }
-    return static_cast<bool>(lines.flush());
+    const std::string command = std::string(VEXLO_MAKE_FLEET) + " " +
+                                std::to_string(kMachinesInFile) + " >'" + file.path() + "'";
+    return std::system(command.c_str()) == 0;  // NOLINT(concurrency-mt-unsafe): one thread
   }();
   if (!isWritten) {
     throw std::runtime_error("the fleet's file can't be written");

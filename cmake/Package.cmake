@@ -30,6 +30,7 @@ set(CPACK_DEBIAN_TOOL_PACKAGE_NAME vexlo-patch)
 set(CPACK_COMPONENT_TOOL_DESCRIPTION "Plans, runs and checks the actions of a patch
  A command-line tool that uses the patch deployment library as an agent does.")
 set(CPACK_DEBIAN_SIMULATED-MAC_PACKAGE_NAME vexlo-simulated-mac)
+set(CPACK_DEBIAN_TOOL_PACKAGE_RECOMMENDS python3)  # make-fleet
 set(CPACK_DEBIAN_SIMULATED-MAC_PACKAGE_SUGGESTS vexlo-patch)
 set(CPACK_COMPONENT_SIMULATED-MAC_DESCRIPTION "A simulated Mac, for testing agents
  Runs any program with the tools, users, applications and settings of a Mac.")

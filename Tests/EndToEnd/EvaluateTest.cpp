@@ -178,7 +178,7 @@ TEST(EvaluateTest, AsksTheAgentOnlyIfAllowed) {
   }
 }
 
-TEST(FactsSchemaTest, AcceptsTheOutputOfFacts) {
+TEST(FactsSchemaTest, DescribesTheFactsOfRealAndSyntheticMachines) {
   if (const auto why = simulatedMacProblem()) {
     GTEST_SKIP() << *why;
   }
@@ -191,6 +191,9 @@ TEST(FactsSchemaTest, AcceptsTheOutputOfFacts) {
     EXPECT_TRUE(described.contains(name)) << name;
   }
   EXPECT_EQ(written.as_object().size() + 1, described.size()) << "all but the name";
+  const auto synthetic = boost::json::parse(output(programFolder() + "/make-fleet", {"1"}));
+  EXPECT_EQ(synthetic.as_object().size(), described.size())
+      << "make-fleet's machines have other facts";
 }
 
 }  // namespace

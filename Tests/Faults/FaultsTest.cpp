@@ -379,12 +379,12 @@ constexpr std::array kFaults{
 class Faults : public testing::TestWithParam<Operation> {};
 
 TEST_P(Faults, FailOnce) {
-  long calls = 0;
+  long faults = 0;
   for (const Fault& fault : kFaults) {
-    calls += walk(GetParam(), fault, false);
+    faults += walk(GetParam(), fault, false);
   }
-  RecordProperty("faults", std::to_string(calls));
-  EXPECT_GT(calls, 20);
+  RecordProperty("faults", std::to_string(faults));
+  EXPECT_GT(faults, 20);
 }
 
 TEST_P(Faults, FailPermanently) {
