@@ -26,22 +26,11 @@ std::string versionText() {
          ")";
 }
 
-/// The options as given on the command line.
-struct ParsedOptions {
+/// What the parser fills in. Only one command is on a command line, so commands share options.
+struct Options {
   std::string patchID;
   std::string productID;
   std::string servicePackID;
-  std::vector<std::string> actionCodes;
-  std::vector<std::string> applications;
-  std::optional<std::string> factsFile;
-  bool allApplications = false;
-  bool asksApple = false;
-  bool asksAgent = false;
-  bool keepGoing = false;
-  bool explain = false;
-  bool strict = false;
-  bool json = false;
-  std::vector<std::string> files;
   std::optional<std::string> agentRoot;
   std::optional<std::string> baseDirectory;
   std::optional<std::string> dataDirectory;
@@ -49,18 +38,19 @@ struct ParsedOptions {
   std::string machine = "auto";
   std::optional<std::string> logLevel;
   std::optional<std::string> logFile;
-  std::string actionFile;
-  std::vector<std::string> factsFiles;
-  std::optional<std::string> compareWith;
-  std::optional<std::string> summaryFile;
-  std::vector<std::string> summariesToMerge;
-  bool summaryOnly = false;
+  PlanRequest plan;
+  EvaluateRequest evaluate;
+  RunRequest run;
+  CheckRequest check;
+  FactsRequest facts;
+  WhatIfRequest whatIf;
+  MergeRequest merge;
   std::string helpTopic;
   std::string helpAction;
   std::string helpForm = "text";
 };
 
-void addPatch(CLI::App& command, ParsedOptions& options, bool isRequired = true) {
+void addPatch(CLI::App& command, Options& options, bool isRequired = true) {
   const auto add = [&](const char* name, std::string& value, const char* what) {
     command.add_option(name, value, what)->required(isRequired)->type_name("ID")->group("Patch");
   };
@@ -76,13 +66,13 @@ CLI::Option* addSetting(CLI::App& command, const char* name, Value& value, const
   return command.add_option(name, value, what)->type_name(type)->group("Agent");
 }
 
-void addBase(CLI::App& command, ParsedOptions& options, const char* whatRootIs) {
+void addBase(CLI::App& command, Options& options, const char* whatRootIs) {
   addSetting(command, "--agent-root", options.agentRoot, "DIR", whatRootIs)
       ->envname(kAgentRootVariable);
   addSetting(command, "--base-dir", options.baseDirectory, "DIR", "the agent's base directory");
 }
 
-void addLog(CLI::App& command, ParsedOptions& options, const char* whichLevel) {
+void addLog(CLI::App& command, Options& options, const char* whichLevel) {
   addSetting(command, "--log-level", options.logLevel, "debug|info|error|none", whichLevel)
       ->check(CLI::IsMember({"debug", "info", "error", "none"}).description(""));
   addSetting(command, "--log-file", options.logFile, "FILE",
@@ -90,7 +80,7 @@ void addLog(CLI::App& command, ParsedOptions& options, const char* whichLevel) {
 }
 
 /// Adds all settings, for commands that read the machine's state.
-void addAgent(CLI::App& command, ParsedOptions& options, const char* whichLevel) {
+void addAgent(CLI::App& command, Options& options, const char* whichLevel) {
   addBase(command, options, "base = DIR, data = DIR/data, logs = DIR/logs");
   addSetting(command, "--data-dir", options.dataDirectory, "DIR", "the agent's data directory");
   addSetting(command, "--log-dir", options.logDirectory, "DIR", "the agent's log directory");
@@ -100,13 +90,9 @@ void addAgent(CLI::App& command, ParsedOptions& options, const char* whichLevel)
   addLog(command, options, whichLevel);
 }
 
-void addStrict(CLI::App& command, ParsedOptions& options) {
-  command.add_flag("--strict", options.strict,
+void addStrict(CLI::App& command, PatchRequest& request) {
+  command.add_flag("--strict", request.strict,
                    "fail with status 64 if the file has no such patch, product or service pack");
-}
-
-void addJSON(CLI::App& command, ParsedOptions& options, const char* what) {
-  command.add_flag("--json", options.json, what);
 }
 
 /// Adds what every command can also exit with; `unusable` says what 65 means, if it can occur.
@@ -115,31 +101,31 @@ void setFooter(CLI::App& command, const std::string& exitStatus, const std::stri
                  (unusable.empty() ? "" : "  65  " + unusable + "\n") + "  71  not enough memory");
 }
 
-void addWhatIf(CLI::App& app, ParsedOptions& options) {
+void addWhatIf(CLI::App& app, Options& options) {
   CLI::App& whatIf = *app.add_subcommand(
       "what-if", "Predicts a patch's result on each machine of a fleet, one line per machine.");
-  whatIf.add_option("ACTIONS", options.actionFile, "the action file")->type_name("");
+  whatIf.add_option("ACTIONS", options.whatIf.actionFile, "the action file")->type_name("");
   whatIf
-      .add_option("FACTS", options.factsFiles,
+      .add_option("FACTS", options.whatIf.factsFiles,
                   "files with a line of 'facts --json' per machine (default: -, standard input)")
       ->type_name("");
   addPatch(whatIf, options, false);
-  addStrict(whatIf, options);
+  addStrict(whatIf, options.whatIf);
   whatIf
-      .add_option("--compare", options.compareWith,
+      .add_option("--compare", options.whatIf.compareWith,
                   "show only machines whose result differs with this action file")
       ->type_name("ACTIONS");
-  CLI::Option& summary =
-      *whatIf.add_flag("--summary", options.summaryOnly, "print only the summary, as a table");
+  CLI::Option& summary = *whatIf.add_flag("--summary", options.whatIf.summaryOnly,
+                                          "print only the summary, as a table");
   CLI::Option& summaryFile =
-      *whatIf.add_option("--summary-file", options.summaryFile,
+      *whatIf.add_option("--summary-file", options.whatIf.summaryFile,
                          "write the summary to FILE as JSON, instead of a table to standard error");
   summaryFile.type_name("FILE");
   CLI::Option& merge = *whatIf.add_option(
-      "--merge", options.summariesToMerge,
+      "--merge", options.merge.summaryFiles,
       "merge summaries, one per line, and print the result (- for standard input)");
   merge.type_name("SUMMARY")->expected(1, -1);
-  whatIf.add_flag("--json", options.json,
+  whatIf.add_flag("--json", options.whatIf.json,
                   "with --summary or --merge: print one JSON object on one line");
   for (const char* other : {"ACTIONS", "FACTS", "--patch", "--product", "--service-pack",
                             "--strict", "--compare", "--summary-file"}) {
@@ -153,12 +139,12 @@ void addWhatIf(CLI::App& app, ParsedOptions& options) {
             "an action file or a summary can't be used");
 }
 
-void addCommands(CLI::App& app, ParsedOptions& options) {
+void addCommands(CLI::App& app, Options& options) {
   CLI::App& plan = *app.add_subcommand(
       "plan", "Shows the applicable actions in order, and where each comes from.");
   addPatch(plan, options);
-  addStrict(plan, options);
-  addJSON(plan, options, "print one JSON object instead of a table");
+  addStrict(plan, options.plan);
+  plan.add_flag("--json", options.plan.json, "print one JSON object instead of a table");
   addBase(plan, options, "base = DIR");
   addLog(plan, options, "the lowest level to log (default: error)");
   setFooter(plan, "  0   the plan was printed", "the action file can't be used");
@@ -167,19 +153,19 @@ void addCommands(CLI::App& app, ParsedOptions& options) {
       *app.add_subcommand("evaluate", "Predicts each action's result without changing anything.");
   addPatch(evaluate, options);
   CLI::Option& factsFile = *evaluate.add_option(
-      "--facts", options.factsFile,
+      "--facts", options.evaluate.factsFile,
       "evaluate the machine that printed this line of 'facts --json' (- for standard input)");
   factsFile.type_name("FILE");
   evaluate
-      .add_flag("--ask-apple", options.asksApple,
+      .add_flag("--ask-apple", options.evaluate.asksApple,
                 "ask Apple's servers about deferrals (softwareupdate --list, mdmclient)")
       ->excludes(&factsFile);
   evaluate
-      .add_flag("--ask-agent", options.asksAgent,
+      .add_flag("--ask-agent", options.evaluate.asksAgent,
                 "ask the agent's service whether credentials are stored")
       ->excludes(&factsFile);
-  addStrict(evaluate, options);
-  addJSON(evaluate, options, "print one JSON object instead of a table");
+  addStrict(evaluate, options.evaluate);
+  evaluate.add_flag("--json", options.evaluate.json, "print one JSON object instead of a table");
   addAgent(evaluate, options, "the lowest level to log (default: none)");
   evaluate.get_option("--machine")->excludes(&factsFile);
   setFooter(
@@ -191,7 +177,7 @@ void addCommands(CLI::App& app, ParsedOptions& options) {
 
   CLI::App& run = *app.add_subcommand("run", "Runs the actions in order, as the agent would.");
   addPatch(run, options);
-  run.add_option("--action", options.actionCodes,
+  run.add_option("--action", options.run.actionCodes,
                  "run only this action; may be repeated. An action that doesn't apply passes")
       ->type_name("CODE|NAME")
       ->expected(1)
@@ -200,10 +186,12 @@ void addCommands(CLI::App& app, ParsedOptions& options) {
       // An empty variable in a script must not count as success.
       ->check(
           [](const std::string& code) { return code.empty() ? "a code or name is needed" : ""; });
-  run.add_flag("--keep-going", options.keepGoing, "continue after an action that doesn't succeed");
-  run.add_flag("--explain", options.explain, "show the log lines of actions that don't succeed");
-  addStrict(run, options);
-  addJSON(run, options, "print one JSON object per line, as each action ends");
+  run.add_flag("--keep-going", options.run.keepGoing,
+               "continue after an action that doesn't succeed");
+  run.add_flag("--explain", options.run.explain,
+               "show the log lines of actions that don't succeed");
+  addStrict(run, options.run);
+  run.add_flag("--json", options.run.json, "print one JSON object per line, as each action ends");
   addAgent(run, options, "the lowest level to log (default: info)");
   setFooter(run,
             "  0   all actions passed\n"
@@ -213,11 +201,12 @@ void addCommands(CLI::App& app, ParsedOptions& options) {
 
   CLI::App& check = *app.add_subcommand(
       "check", "Checks action files for errors, warns of what looks odd, and shows where it is.");
-  check.add_option("FILE", options.files, "the action files (- for standard input)")
+  check.add_option("FILE", options.check.files, "the action files (- for standard input)")
       ->required()
       ->type_name("");
-  check.add_flag("--strict", options.strict, "exit with 1 if there is a warning");
-  addJSON(check, options, "print one JSON object per file, each on one line, instead of text");
+  check.add_flag("--strict", options.check.strict, "exit with 1 if there is a warning");
+  check.add_flag("--json", options.check.json,
+                 "print one JSON object per file, each on one line, instead of text");
   setFooter(check,
             "  0   the files can be used\n"
             "  1   with --strict: there is a warning",
@@ -226,7 +215,7 @@ void addCommands(CLI::App& app, ParsedOptions& options) {
   CLI::App& facts =
       *app.add_subcommand("facts", "Shows what the library sees on this machine; changes nothing.");
   facts
-      .add_option("--application", options.applications,
+      .add_option("--application", options.facts.applications,
                   "show the running instances of this application; may be repeated")
       ->type_name("BUNDLE-ID")
       ->expected(1)
@@ -234,11 +223,12 @@ void addCommands(CLI::App& app, ParsedOptions& options) {
       ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
       ->check(
           [](const std::string& id) { return id.empty() ? "a bundle identifier is needed" : ""; });
-  facts.add_flag("--all-applications", options.allApplications,
+  facts.add_flag("--all-applications", options.facts.allApplications,
                  "show all running applications that have a bundle identifier");
-  facts.add_flag("--ask-apple", options.asksApple,
+  facts.add_flag("--ask-apple", options.facts.asksApple,
                  "ask Apple's servers about updates (softwareupdate --list, mdmclient)");
-  addJSON(facts, options, "print one JSON object on one line instead of a table");
+  facts.add_flag("--json", options.facts.json,
+                 "print one JSON object on one line instead of a table");
   addAgent(facts, options, "the lowest level to log (default: none)");
   setFooter(facts, "  0   the facts were printed; unreadable ones are absent, with the reason");
 
@@ -257,7 +247,7 @@ void addCommands(CLI::App& app, ParsedOptions& options) {
 constexpr const char* kDescription =
     "Plans, runs and checks the actions of a patch, as the agent would.";
 
-void define(CLI::App& app, ParsedOptions& options) {
+void define(CLI::App& app, Options& options) {
   app.set_help_flag("-h,--help", "show this help");
   app.set_version_flag("--version", versionText(), "show the library's version and commit");
   app.require_subcommand(1);
@@ -297,7 +287,7 @@ NoRequest noSuchCommand(const std::vector<std::string>& words, const CLI::App& a
 }
 
 /// The answer to `help actions`.
-NoRequest helpOnActions(const ParsedOptions& options) {
+NoRequest helpOnActions(const Options& options) {
   if (options.helpForm != "text") {
     return {ExitStatus::success,
             options.helpForm == "schema" ? actionFileSchema() : actionsAsMarkdown()};
@@ -359,8 +349,8 @@ std::string absolutePath(const std::string& path) {
 }
 
 /// The directory's own option, else its default below the agent root, else absent.
-std::optional<std::string> directory(const std::optional<std::string>& own,
-                                     const ParsedOptions& options, const char* belowRoot) {
+std::optional<std::string> directory(const std::optional<std::string>& own, const Options& options,
+                                     const char* belowRoot) {
   if (own) {
     return absolutePath(*own);
   }
@@ -398,7 +388,7 @@ std::string problemWith(const AgentDirectory& directory) {
          ")";
 }
 
-std::expected<AgentSettings, NoRequest> agentSettings(const ParsedOptions& options,
+std::expected<AgentSettings, NoRequest> agentSettings(const Options& options,
                                                       const CLI::App& command) {
   const bool isRun = command.get_name() == "run";
   const bool isFacts = command.get_name() == "facts";
@@ -416,7 +406,7 @@ std::expected<AgentSettings, NoRequest> agentSettings(const ParsedOptions& optio
   for (const AgentDirectory& each :
        {AgentDirectory{base, options.baseDirectory, "--base-dir", !isFacts, true},
         AgentDirectory{data, options.dataDirectory, "--data-dir",
-                       isRun || (isEvaluate && !options.factsFile), false},
+                       isRun || (isEvaluate && !options.evaluate.factsFile), false},
         AgentDirectory{logs, options.logDirectory, "--log-dir", isRun, false}}) {
     if (const std::string problem = problemWith(each); !problem.empty()) {
       return std::unexpected(badUsage(problem, command));
@@ -425,57 +415,54 @@ std::expected<AgentSettings, NoRequest> agentSettings(const ParsedOptions& optio
   return settings;
 }
 
-std::expected<Request, NoRequest> whatIfRequest(const CLI::App& command, ParsedOptions& options) {
-  if (!options.summariesToMerge.empty()) {
-    return MergeRequest{.summaryFiles = std::move(options.summariesToMerge), .json = options.json};
-  }
+/// Why the command line of `what-if` can't be used; empty if it can.
+std::string problemWithWhatIf(const CLI::App& command, const WhatIfRequest& request) {
   for (const char* needed : {"ACTIONS", "--patch", "--product", "--service-pack"}) {
     if (command.get_option(needed)->count() == 0) {
-      return std::unexpected(badUsage(std::string(needed) + " is required", command));
+      return std::string(needed) + " is required";
     }
   }
-  if (options.json && !options.summaryOnly) {
-    return std::unexpected(badUsage("--json needs --summary or --merge", command));
-  }
-  if (options.factsFiles.empty()) {
-    options.factsFiles.emplace_back("-");
-  }
-  return WhatIfRequest{
-      .actionFile = std::move(options.actionFile),
-      .patch = vexlo::PatchIdentifier(options.patchID, options.productID, options.servicePackID),
-      .factsFiles = std::move(options.factsFiles),
-      .compareWith = std::move(options.compareWith),
-      .summaryFile = std::move(options.summaryFile),
-      .summaryOnly = options.summaryOnly,
-      .strict = options.strict,
-      .json = options.json};
+  return request.json && !request.summaryOnly ? "--json needs --summary or --merge" : "";
 }
 
-std::expected<Request, NoRequest> request(const CLI::App& app, ParsedOptions& options) {
+NoRequest help(const CLI::App& app, const Options& options) {
+  if (options.helpTopic.empty()) {
+    return helpOn(app);
+  }
+  if (options.helpTopic == "actions") {
+    return helpOnActions(options);
+  }
+  const auto topics = app.get_subcommands(
+      [&](const CLI::App* each) { return each->get_name() == options.helpTopic; });
+  return topics.empty() ? noSuchCommand({options.helpTopic}, app) : helpOn(*topics.front());
+}
+
+std::expected<Request, NoRequest> request(const CLI::App& app, Options& options) {
   const CLI::App& command = *app.get_subcommands().front();
   const std::string name = command.get_name();
+  const vexlo::PatchIdentifier patch(options.patchID, options.productID, options.servicePackID);
   if (name == "help") {
-    if (options.helpTopic.empty()) {
-      return std::unexpected(helpOn(app));
-    }
-    if (options.helpTopic == "actions") {
-      return std::unexpected(helpOnActions(options));
-    }
-    const auto topics = app.get_subcommands(
-        [&](const CLI::App* each) { return each->get_name() == options.helpTopic; });
-    if (topics.empty()) {
-      return std::unexpected(noSuchCommand({options.helpTopic}, app));
-    }
-    return std::unexpected(helpOn(*topics.front()));
-  }
-  if (name == "what-if") {
-    return whatIfRequest(command, options);
+    return std::unexpected(help(app, options));
   }
   if (name == "check") {
-    return CheckRequest{
-        .files = std::move(options.files), .strict = options.strict, .json = options.json};
+    return std::move(options.check);
   }
-  // The commands share `options`, so another command's default may have overwritten it.
+  if (name == "what-if") {
+    WhatIfRequest& whatIf = options.whatIf;
+    if (!options.merge.summaryFiles.empty()) {
+      options.merge.json = whatIf.json;
+      return std::move(options.merge);
+    }
+    if (std::string problem = problemWithWhatIf(command, whatIf); !problem.empty()) {
+      return std::unexpected(badUsage(problem, command));
+    }
+    if (whatIf.factsFiles.empty()) {
+      whatIf.factsFiles.emplace_back("-");
+    }
+    whatIf.patch = patch;
+    return std::move(whatIf);
+  }
+  // Another command's default may have overwritten it.
   if (const CLI::Option& root = *command.get_option("--agent-root"); root.count() > 0) {
     options.agentRoot = root.as<std::string>();
   }
@@ -483,43 +470,24 @@ std::expected<Request, NoRequest> request(const CLI::App& app, ParsedOptions& op
   if (!agent) {
     return std::unexpected(std::move(agent).error());
   }
-  if (name == "facts") {
-    return FactsRequest{.agent = *std::move(agent),
-                        .applications = std::move(options.applications),
-                        .allApplications = options.allApplications,
-                        .asksApple = options.asksApple,
-                        .json = options.json};
-  }
-  vexlo::PatchIdentifier patch(options.patchID, options.productID, options.servicePackID);
-  if (name == "plan") {
-    return PlanRequest{.agent = *std::move(agent),
-                       .patch = std::move(patch),
-                       .strict = options.strict,
-                       .json = options.json};
-  }
-  if (name == "evaluate") {
-    return EvaluateRequest{.agent = *std::move(agent),
-                           .patch = std::move(patch),
-                           .factsFile = std::move(options.factsFile),
-                           .asksApple = options.asksApple,
-                           .asksAgent = options.asksAgent,
-                           .strict = options.strict,
-                           .json = options.json};
-  }
-  return RunRequest{.agent = *std::move(agent),
-                    .patch = std::move(patch),
-                    .actionCodes = std::move(options.actionCodes),
-                    .keepGoing = options.keepGoing,
-                    .explain = options.explain,
-                    .strict = options.strict,
-                    .json = options.json};
+  const auto finished = [&](auto& request) -> Request {
+    request.agent = *std::move(agent);
+    if constexpr (requires { request.patch; }) {
+      request.patch = patch;
+    }
+    return std::move(request);
+  };
+  return name == "plan"       ? finished(options.plan)
+         : name == "evaluate" ? finished(options.evaluate)
+         : name == "run"      ? finished(options.run)
+                              : finished(options.facts);
 }
 
 }  // namespace
 
 void withDefinition(const std::function<void(const CLI::App&)>& read) {
   CLI::App app(kDescription, kProgram);
-  ParsedOptions options;
+  Options options;
   define(app, options);
   read(app);
 }
@@ -528,7 +496,7 @@ std::expected<Request, NoRequest> readCommandLine(int argc, const char* const* a
   const std::vector<std::string> words =
       withEmptyValuesApart({argv, static_cast<std::size_t>(argc)});
   CLI::App app(kDescription, kProgram);
-  ParsedOptions options;
+  Options options;
   define(app, options);
   try {
     // The parser expects the arguments in reverse order, without the program's name.

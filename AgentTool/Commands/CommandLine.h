@@ -27,34 +27,29 @@ struct AgentSettings {
   std::optional<std::string> logFile;             ///< Absent: standard error.
 };
 
-struct PlanRequest {
-  AgentSettings agent;
-  vexlo::PatchIdentifier patch;
-  bool strict =
-      false;  ///< A patch, product or service pack that is not in the file is a usage error.
+/// Of the commands about a patch's actions.
+struct PatchRequest {
+  vexlo::PatchIdentifier patch{"", "", ""};
+  bool strict = false;  ///< A patch, product or service pack that is not in the file is bad usage.
   bool json = false;
 };
 
-struct EvaluateRequest {
+struct PlanRequest : PatchRequest {
   AgentSettings agent;
-  vexlo::PatchIdentifier patch;
+};
+
+struct EvaluateRequest : PatchRequest {
+  AgentSettings agent;
   std::optional<std::string> factsFile;  ///< "-": standard input. Absent: this machine.
   bool asksApple = false;                ///< Like the next one, for this machine only.
   bool asksAgent = false;
-  bool strict =
-      false;  ///< A patch, product or service pack that is not in the file is a usage error.
-  bool json = false;
 };
 
-struct RunRequest {
+struct RunRequest : PatchRequest {
   AgentSettings agent;
-  vexlo::PatchIdentifier patch;
   std::vector<std::string> actionCodes;  ///< Codes or names; empty for all applicable actions.
   bool keepGoing = false;
   bool explain = false;  ///< Show the log lines of actions that don't succeed.
-  bool strict =
-      false;  ///< A patch, product or service pack that is not in the file is a usage error.
-  bool json = false;
 };
 
 struct FactsRequest {
@@ -65,15 +60,12 @@ struct FactsRequest {
   bool json = false;
 };
 
-struct WhatIfRequest {
+struct WhatIfRequest : PatchRequest {  // `json`: print the summary as JSON
   std::string actionFile;
-  vexlo::PatchIdentifier patch;
   std::vector<std::string> factsFiles;     ///< At least one; "-" is standard input.
   std::optional<std::string> compareWith;  ///< The previous action file.
   std::optional<std::string> summaryFile;  ///< Where to write the summary as JSON.
   bool summaryOnly = false;
-  bool strict = false;  ///< A patch, product or service pack that is not in the file is bad usage.
-  bool json = false;    ///< Print the summary as JSON.
 };
 
 /// `what-if --merge`.

@@ -134,18 +134,7 @@ std::string evaluationAsJSON(const vexlo::PatchIdentifier& patch,
                           .addJSON("commands", jsonList(intentions.commands()))
                           .done());
   }
-  const std::string names = JSONObject()
-                                .addString("patchID", patch.patchID())
-                                .addString("productID", patch.productID())
-                                .addString("servicePackID", patch.servicePackID())
-                                .done();
-  return JSONObject()
-             .addJSON("patch", names)
-             .addJSON("notInFile", asJSON(notInFile))
-             .addJSON("exempt", exempt ? "true" : "false")
-             .addJSON("actions", jsonArray(actions))
-             .done() +
-         '\n';
+  return patchAsJSON(patch, notInFile, exempt).addJSON("actions", jsonArray(actions)).done() + '\n';
 }
 
 std::string evaluationAsTable(const std::vector<EvaluatedAction>& evaluated,

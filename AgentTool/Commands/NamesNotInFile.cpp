@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "AgentLibraries/FileCodec/JSONObject.h"
 #include "AgentTool/Console/PrintableText.h"
 
 namespace agent_tool {
@@ -52,6 +51,19 @@ std::string asJSON(const std::vector<NameNotInFile>& names) {
   std::vector<std::string_view> members(names.size());
   std::ranges::transform(names, members.begin(), &NameNotInFile::member);
   return FileCodec::jsonList(members);
+}
+
+FileCodec::JSONObject patchAsJSON(const vexlo::PatchIdentifier& patch,
+                                  const std::vector<NameNotInFile>& notInFile, bool exempt) {
+  const std::string names = FileCodec::JSONObject()
+                                .addString("patchID", patch.patchID())
+                                .addString("productID", patch.productID())
+                                .addString("servicePackID", patch.servicePackID())
+                                .done();
+  return FileCodec::JSONObject()
+      .addJSON("patch", names)
+      .addJSON("notInFile", asJSON(notInFile))
+      .addBoolean("exempt", exempt);
 }
 
 }  // namespace agent_tool

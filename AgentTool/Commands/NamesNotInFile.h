@@ -5,6 +5,7 @@
 #include <string_view>
 #include <vector>
 
+#include "AgentLibraries/FileCodec/JSONObject.h"
 #include "AgentTool/Console/Console.h"
 #include "AgentTool/Console/ExitStatus.h"
 #include "VexloPatchDeployment/Common/PatchIdentifier.h"
@@ -26,5 +27,11 @@ struct NameNotInFile {
 
 /// `["patchID","productID"]`
 [[nodiscard]] std::string asJSON(const std::vector<NameNotInFile>& names);
+
+/// The beginning of a command's answer about a patch: which it is, the names that the file lacks,
+/// and whether it is exempt from its product's actions.
+[[nodiscard]] FileCodec::JSONObject patchAsJSON(const vexlo::PatchIdentifier& patch,
+                                                const std::vector<NameNotInFile>& notInFile,
+                                                bool exempt);
 
 }  // namespace agent_tool

@@ -46,15 +46,7 @@ std::string planJSON(const Plan& plan) {
                           .addString("origin", nameOf(origin))
                           .done());
   }
-  const std::string patch = JSONObject()
-                                .addString("patchID", plan.patch.patchID())
-                                .addString("productID", plan.patch.productID())
-                                .addString("servicePackID", plan.patch.servicePackID())
-                                .done();
-  return JSONObject()
-             .addJSON("patch", patch)
-             .addJSON("notInFile", asJSON(plan.notInFile))
-             .addJSON("exempt", plan.exempt ? "true" : "false")
+  return patchAsJSON(plan.patch, plan.notInFile, plan.exempt)
              .addJSON("actions", jsonArray(actions))
              .done() +
          '\n';
