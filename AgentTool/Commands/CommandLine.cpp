@@ -139,7 +139,7 @@ void addWhatIf(CLI::App& app, Options& options) {
             "an action file or a summary can't be used");
 }
 
-void addCommands(CLI::App& app, Options& options) {
+void addPlan(CLI::App& app, Options& options) {
   CLI::App& plan = *app.add_subcommand(
       "plan", "Shows the applicable actions in order, and where each comes from.");
   addPatch(plan, options);
@@ -148,7 +148,9 @@ void addCommands(CLI::App& app, Options& options) {
   addBase(plan, options, "base = DIR");
   addLog(plan, options, "the lowest level to log (default: error)");
   setFooter(plan, "  0   the plan was printed", "the action file can't be used");
+}
 
+void addEvaluate(CLI::App& app, Options& options) {
   CLI::App& evaluate =
       *app.add_subcommand("evaluate", "Predicts each action's result without changing anything.");
   addPatch(evaluate, options);
@@ -174,7 +176,9 @@ void addCommands(CLI::App& app, Options& options) {
       "  75  an action would stop it until later, or depends on something that was not asked\n"
       "  1   an action would fail",
       "the action file or the facts can't be used");
+}
 
+void addRun(CLI::App& app, Options& options) {
   CLI::App& run = *app.add_subcommand("run", "Runs the actions in order, as the agent would.");
   addPatch(run, options);
   run.add_option("--action", options.run.actionCodes,
@@ -198,7 +202,9 @@ void addCommands(CLI::App& app, Options& options) {
             "  75  an action has to be applied later\n"
             "  1   an action failed",
             "the action file can't be used");
+}
 
+void addCheck(CLI::App& app, Options& options) {
   CLI::App& check = *app.add_subcommand(
       "check", "Checks action files for errors, warns of what looks odd, and shows where it is.");
   check.add_option("FILE", options.check.files, "the action files (- for standard input)")
@@ -211,7 +217,9 @@ void addCommands(CLI::App& app, Options& options) {
             "  0   the files can be used\n"
             "  1   with --strict: there is a warning",
             "a file can't be used");
+}
 
+void addFacts(CLI::App& app, Options& options) {
   CLI::App& facts =
       *app.add_subcommand("facts", "Shows what the library sees on this machine; changes nothing.");
   facts
@@ -231,9 +239,9 @@ void addCommands(CLI::App& app, Options& options) {
                  "print one JSON object on one line instead of a table");
   addAgent(facts, options, "the lowest level to log (default: none)");
   setFooter(facts, "  0   the facts were printed; unreadable ones are absent, with the reason");
+}
 
-  addWhatIf(app, options);
-
+void addHelp(CLI::App& app, Options& options) {
   CLI::App& help = *app.add_subcommand("help", "Explains a command or the actions.");
   help.add_option("COMMAND", options.helpTopic, "a command, or 'actions'")->type_name("");
   help.add_option("ACTION", options.helpAction, "after 'actions': the code or name of one")
@@ -254,7 +262,9 @@ void define(CLI::App& app, Options& options) {
   app.get_formatter()->label("SUBCOMMAND", "COMMAND");
   app.get_formatter()->label("REQUIRED", "(required)");
   app.get_formatter()->label("Excludes", "(not with)");
-  addCommands(app, options);
+  for (const auto add : {addPlan, addEvaluate, addRun, addCheck, addFacts, addWhatIf, addHelp}) {
+    add(app, options);
+  }
   for (CLI::App* const command : app.get_subcommands({})) {
     command->group("Commands");  // the heading in the help
   }
