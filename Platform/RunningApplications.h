@@ -35,6 +35,7 @@ class ApplicationProcess {
     std::string_view bundleIdentifier, std::error_code* failure = nullptr);
 
 /// All running applications with a bundle identifier, found in the same way and the same order.
-[[nodiscard]] std::vector<std::unique_ptr<ApplicationProcess>> allRunningApplications();
+[[nodiscard]] std::vector<std::unique_ptr<ApplicationProcess>> allRunningApplications(
+    std::error_code* failure = nullptr);
 
 }  // namespace platform

@@ -235,6 +235,11 @@ void addFacts(CLI::App& app, Options& options) {
                  "show all running applications that have a bundle identifier");
   facts.add_flag("--ask-apple", options.facts.asksApple,
                  "ask Apple's servers about updates (softwareupdate --list, mdmclient)");
+  facts.add_flag("--ask-agent", options.facts.asksAgent,
+                 "ask the agent's service whether credentials are stored (up to 20 seconds)");
+  facts.add_option("--name", options.facts.name, "the machine's name, for what-if")
+      ->type_name("NAME")
+      ->check([](const std::string& name) { return name.empty() ? "a name is needed" : ""; });
   facts.add_flag("--json", options.facts.json,
                  "print one JSON object on one line instead of a table");
   addAgent(facts, options, "the lowest level to log (default: none)");

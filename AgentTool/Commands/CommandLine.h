@@ -54,9 +54,11 @@ struct RunRequest : PatchRequest {
 
 struct FactsRequest {
   AgentSettings agent;
+  std::optional<std::string> name;        ///< Of the machine, for the line.
   std::vector<std::string> applications;  ///< Bundle identifiers.
   bool allApplications = false;           ///< All running ones.
   bool asksApple = false;
+  bool asksAgent = false;
   bool json = false;
 };
 

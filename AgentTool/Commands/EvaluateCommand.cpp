@@ -61,14 +61,6 @@ std::vector<EvaluatedAction> evaluateAll(const std::vector<ActionDetail>& action
   return evaluated;
 }
 
-/// Connects to the agent's service on first use, if it may be asked; `credentials` keeps the
-/// connection.
-CredentialsSource credentialsSource(
-    const EvaluateRequest& request,
-    vexlo::OnFirstUse<std::unique_ptr<vexlo::CredentialsFetcher>>& credentials) {
-  return request.asksAgent ? CredentialsSource([&] { return credentials.get().get(); }) : nullptr;
-}
-
 /// As long as the library itself waits for `profiles`.
 constexpr std::chrono::minutes kProfilesTimeout{1};
 
@@ -185,15 +177,15 @@ ExitStatus evaluate(const EvaluateRequest& request, Console& console) {
   }
   const vexlo::PatchActionProvider provider(request.patch, file->group);
   const std::vector<ActionDetail> actions = provider.actionDetails();
-  vexlo::OnFirstUse<std::unique_ptr<vexlo::CredentialsFetcher>> credentials{
-      vexlo::agentServiceCredentials};
-  Evaluator evaluator(request.patch, file->group, credentialsSource(request, credentials));
+  Evaluator evaluator(request.patch, file->group);
   FactsReader reader;
   Facts factsHere;
   try {
     if (!request.factsFile) {
       factsHere = readFacts({.applications = {},
                              .allApplications = true,
+                             .agentService = true,
+                             .credentials = request.asksAgent,
                              .appleServers = request.asksApple,
                              .profilesTimeout = kProfilesTimeout});
     }

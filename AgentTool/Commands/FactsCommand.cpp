@@ -7,10 +7,12 @@ namespace agent_tool {
 
 ExitStatus facts(const FactsRequest& request, Console& console) {
   const AgentSession session(request.agent, console);
-  const Facts facts = readFacts({.applications = request.applications,
-                                 .allApplications = request.allApplications,
-                                 .agentService = true,
-                                 .appleServers = request.asksApple});
+  Facts facts = readFacts({.applications = request.applications,
+                           .allApplications = request.allApplications,
+                           .agentService = true,
+                           .credentials = request.asksAgent,
+                           .appleServers = request.asksApple});
+  facts.name = request.name;
   console.write(request.json ? factsAsJSON(facts) : factsAsTable(facts, console));
   return ExitStatus::success;
 }

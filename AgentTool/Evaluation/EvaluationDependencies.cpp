@@ -16,41 +16,23 @@ constexpr const char* kPasswordPlaceholder = "<password>";
 vexlo::CommandResult DryCommands::run(const std::string& command,
                                       const std::optional<std::string>& /*launchPath*/,
                                       const std::optional<std::string>& /*pipeInput*/) {
+  if (std::optional<vexlo::CommandResult> failure = sources_.failureOf(command)) {
+    intentions_.recordFailingRun(command);
+    return *std::move(failure);
+  }
   intentions_.recordRun(command);
   return {.exitCode = 0, .output = kNotRun};
 }
 
 std::optional<Credentials> DryCredentials::credentials() {
-  if (stored_ == nullptr) {
-    return Credentials::placeholder(kUserPlaceholder, kPasswordPlaceholder);
-  }
-  const std::optional<Credentials> stored = stored_->credentials();
-  return stored ? std::optional(Credentials::placeholder(stored->userName, kPasswordPlaceholder))
-                : std::nullopt;
+  const AgentState& agent = sources_.agent();
+  return agent.credentialsStored == false
+             ? std::nullopt
+             : std::optional(Credentials::placeholder(agent.userName.value_or(kUserPlaceholder),
+                                                      kPasswordPlaceholder));
 }
 
-EvaluationInstallerDependencies::EvaluationInstallerDependencies(FactsSources& sources,
-                                                                 Intentions& intentions,
-                                                                 CredentialsSource credentials)
-    : sources_(sources), stored_(std::move(credentials)), commands_(intentions) {}
-
-EvaluationInstallerDependencies* EvaluationInstallerDependencies::ifReachable() {
-  if (sources_.machine.isAppleSilicon() && stored_) {
-    vexlo::CredentialsFetcher* const stored = stored_();
-    if (stored == nullptr) {
-      return nullptr;
-    }
-    credentials_.mask(stored);
-  }
-  return this;
-}
-
-vexlo::CredentialsFetcher* EvaluationInstallerDependencies::userCredentials() {
-  return sources_.machine.isAppleSilicon() ? &credentials_ : nullptr;
-}
-
-EvaluationDependencies::EvaluationDependencies(Intentions& intentions,
-                                               CredentialsSource credentials)
+EvaluationDependencies::EvaluationDependencies(Intentions& intentions)
     : sources_(intentions),
       battery_(sources_.powerSource),
       deferral_(
@@ -62,7 +44,7 @@ EvaluationDependencies::EvaluationDependencies(Intentions& intentions,
       connectivity_(sources_.apple),
       deferralEligibility_(sources_.patchData),
       mdmStatus_(sources_.machine),
-      installers_(sources_, intentions, std::move(credentials)),
+      installers_(sources_, intentions),
       policy_(sources_.patchData),
       killer_(sources_.applications, intentions),
       detector_(sources_.applications),

@@ -3,11 +3,9 @@
 #pragma once
 #include <chrono>
 #include <cstdint>
-#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 #include "AgentTool/Evaluation/FactsSources.h"
@@ -16,43 +14,44 @@
 
 namespace agent_tool {
 
-/// Connects to the agent's service and returns the stored credentials; null if it can't be reached.
-/// Empty if it must not be asked.
-using CredentialsSource = std::function<vexlo::CredentialsFetcher*()>;
-
-/// Records commands, which count as successful.
+/// Records commands, which count as successful unless the facts say that they would fail.
 class DryCommands final : public vexlo::CommandExecutor {
  public:
-  explicit DryCommands(Intentions& intentions) : intentions_(intentions) {}
+  DryCommands(const FactsSources& sources, Intentions& intentions)
+      : sources_(sources), intentions_(intentions) {}
   vexlo::CommandResult run(const std::string& command, const std::optional<std::string>& launchPath,
                            const std::optional<std::string>& pipeInput) override;
 
  private:
+  const FactsSources& sources_;
   Intentions& intentions_;
 };
 
-/// Replaces the stored credentials; reveals only the user name.
+/// Placeholders for the stored credentials, unless none are stored.
 class DryCredentials final : public vexlo::CredentialsFetcher {
  public:
-  /// Fetches the stored credentials from `stored`; null if they must not be fetched.
-  void mask(vexlo::CredentialsFetcher* stored) noexcept { stored_ = stored; }
+  explicit DryCredentials(const FactsSources& sources) : sources_(sources) {}
   [[nodiscard]] std::optional<vexlo::Credentials> credentials() override;
 
  private:
-  vexlo::CredentialsFetcher* stored_ = nullptr;
+  const FactsSources& sources_;
 };
 
 /// The collaborators for all installers.
 class EvaluationInstallerDependencies final : public vexlo::SoftwareUpdateInstallerDependencies,
                                               public vexlo::UpgradeInstallerDependencies {
  public:
-  EvaluationInstallerDependencies(FactsSources& sources, Intentions& intentions,
-                                  CredentialsSource credentials);
+  EvaluationInstallerDependencies(FactsSources& sources, Intentions& intentions)
+      : sources_(sources), credentials_(sources), commands_(sources, intentions) {}
 
-  /// Null if the agent's service is needed and may be asked, but can't be reached.
-  [[nodiscard]] EvaluationInstallerDependencies* ifReachable();
+  /// Null if the agent's service is needed, but doesn't answer.
+  [[nodiscard]] EvaluationInstallerDependencies* ifReachable() {
+    return sources_.machine.isAppleSilicon() && !sources_.agentServiceAnswers() ? nullptr : this;
+  }
 
-  [[nodiscard]] vexlo::CredentialsFetcher* userCredentials() override;
+  [[nodiscard]] vexlo::CredentialsFetcher* userCredentials() override {
+    return sources_.machine.isAppleSilicon() ? &credentials_ : nullptr;
+  }
   [[nodiscard]] vexlo::CommandExecutor& executor() override { return commands_; }
   [[nodiscard]] vexlo::SoftwareUpdateOutputAnalyser& outputValidator() override {
     return outputAnalyser_;
@@ -81,11 +80,10 @@ class EvaluationInstallerDependencies final : public vexlo::SoftwareUpdateInstal
   };
 
   FactsSources& sources_;
-  CredentialsSource stored_;
   DryCredentials credentials_;
   DryCommands commands_;
   DryOutputAnalyser outputAnalyser_;
-  vexlo::DefaultSoftwareUpdateLabel labelProvider_{sources_.apple};  // used only for a retry
+  vexlo::DefaultSoftwareUpdateLabel labelProvider_{sources_.labels};
   DryNotifier notifier_;
 };
 
@@ -94,7 +92,7 @@ class EvaluationInstallerDependencies final : public vexlo::SoftwareUpdateInstal
 class EvaluationDependencies final : public vexlo::PatchProcessingDependencies {
  public:
   /// `intentions` must outlive the container.
-  EvaluationDependencies(Intentions& intentions, CredentialsSource credentials);
+  explicit EvaluationDependencies(Intentions& intentions);
   EvaluationDependencies(const EvaluationDependencies&) = delete;
   EvaluationDependencies& operator=(const EvaluationDependencies&) = delete;
 

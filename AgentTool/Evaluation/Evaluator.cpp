@@ -51,10 +51,8 @@ std::string nextStep(const Evaluation& evaluation, const Intentions& intentions)
 }
 
 Evaluator::Evaluator(vexlo::PatchIdentifier patch,
-                     std::shared_ptr<const vexlo::PatchActionGroup> actionFile,
-                     CredentialsSource credentials)
-    : ownedDependencies_(
-          std::make_unique<EvaluationDependencies>(intentions_, std::move(credentials))),
+                     std::shared_ptr<const vexlo::PatchActionGroup> actionFile)
+    : ownedDependencies_(std::make_unique<EvaluationDependencies>(intentions_)),
       dependencies_(ownedDependencies_.get()),
       processor_(std::move(patch), std::move(actionFile), std::move(ownedDependencies_)),
       measurements_(std::make_shared<Measurements>(intentions_)) {

@@ -38,8 +38,8 @@ struct Evaluation {
 /// Reusable for any number of machines. Not thread-safe.
 class Evaluator {
  public:
-  Evaluator(vexlo::PatchIdentifier patch, std::shared_ptr<const vexlo::PatchActionGroup> actionFile,
-            CredentialsSource credentials = {});
+  Evaluator(vexlo::PatchIdentifier patch,
+            std::shared_ptr<const vexlo::PatchActionGroup> actionFile);
 
   /// Evaluates for the machine with these facts, which must stay valid until the next call. Call it
   /// first.

@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "AgentTool/Evaluation/Intentions.h"
@@ -39,6 +40,14 @@ class FactsSources {
     return platform::Moment(std::chrono::sys_days(day)) - facts_->offsetFromUTC;
   }
   [[nodiscard]] std::optional<std::string> preferredLanguage() const;
+  [[nodiscard]] const AgentState& agent() const { return facts_->agent; }
+  /// Whether the agent's service can be reached, as far as is known.
+  [[nodiscard]] bool agentServiceAnswers() const {
+    return agent().credentialsStored || agent().serviceAnswers.value_or(true);
+  }
+  /// How an installer's command is known to fail: `softwareupdate` doesn't list its label, or
+  /// the InstallAssistant application is not there. Absent if it may succeed.
+  [[nodiscard]] std::optional<vexlo::CommandResult> failureOf(std::string_view command) const;
 
  private:
   class Part {
@@ -128,6 +137,12 @@ class FactsSources {
     Intentions& intentions_;
   };
 
+  /// The list of updates, as far as labels are read in it.
+  struct Labels final : vexlo::SoftwareUpdateLister, Part {
+    using Part::Part;
+    [[nodiscard]] vexlo::SoftwareUpdateList fetchSoftwareUpdates() override;
+  };
+
   const Facts* facts_ = nullptr;
 
  public:
@@ -144,6 +159,7 @@ class FactsSources {
   Customization customization{*this};
   Applications applications;
   Apple apple;
+  Labels labels{*this};
 };
 
 }  // namespace agent_tool

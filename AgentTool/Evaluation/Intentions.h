@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "VexloPatchDeployment/Validators/RunningApplicationCheckRelated/RunningAppPromptEvaluator.h"
@@ -29,6 +30,8 @@ class Intentions {
   void recordKill(const std::vector<std::string>& applications);
   /// `command` must not contain a password.
   void recordRun(std::string command);
+  /// A command that is known to fail: it is not an intention by itself.
+  void recordFailingRun(std::string command) { commands_.push_back(std::move(command)); }
   void recordUnasked(std::string_view question);
   /// A success without any intention depends on `question`.
   void recordDoubt(std::string_view question);

@@ -20,12 +20,14 @@
 
 namespace agent_tool {
 
-/// The agent's directories, and whether its service answers.
+/// The agent's directories, and what its service answers; absent if it was not asked.
 struct AgentState {
   std::optional<std::string> base;
   std::optional<std::string> data;
   std::optional<std::string> logs;
-  bool serviceAnswers = false;
+  std::optional<bool> serviceAnswers;
+  std::optional<bool> credentialsStored;  ///< Both the user name and the password.
+  std::optional<std::string> userName;    ///< For this machine's command lines; never written.
 
   bool operator==(const AgentState&) const = default;
 };
@@ -94,7 +96,10 @@ struct Facts {
 
   std::optional<bool> softwareUpdateReachable;
   std::optional<std::int32_t> softwareUpdateStatus;
+  std::optional<std::vector<std::string>> softwareUpdateLabels;
   std::optional<std::vector<vexlo::AvailableOSUpdate>> availableOSUpdates;
+  /// The paths of those in /Applications.
+  std::optional<std::vector<std::string>> installAssistants;
 
   /// Why facts are absent, under their names in JSON.
   std::map<std::string, std::string, std::less<>> reasons;
@@ -108,14 +113,19 @@ struct FactsExtent {
   std::vector<std::string> applications;
   bool allApplications = false;  ///< All running ones.
   bool agentService = false;     ///< Whether the agent's service answers.
+  bool credentials = false;      ///< Whether it has credentials, if this Mac needs them.
   bool appleServers = false;     ///< The updates that Apple's servers offer.
   /// For `profiles`, which says how the machine is enrolled.
   std::chrono::milliseconds profilesTimeout{600};
 };
 
 /// Reads the facts of this machine with the providers that the checks use. Takes at most a second,
-/// even if a tool or the agent's service doesn't answer, plus the time for asking Apple's servers.
+/// even if a tool or the agent's service doesn't answer, plus the time for asking Apple's servers
+/// and, for credentials, up to 10 seconds a key.
 [[nodiscard]] Facts readFacts(const FactsExtent& extent);
+
+/// Where `installAssistants` are searched.
+constexpr std::string_view kApplicationsFolder = "/Applications";
 
 /// A longer line of facts is an error where lines are read.
 constexpr std::size_t kLongestFactsLine = std::size_t{1} << 20;

@@ -65,7 +65,8 @@ template <>
 struct JSONFields<AgentState> {
   static constexpr std::array list{
       field<&AgentState::base>("base"), field<&AgentState::data>("data"),
-      field<&AgentState::logs>("logs"), field<&AgentState::serviceAnswers>("serviceAnswers")};
+      field<&AgentState::logs>("logs"), field<&AgentState::serviceAnswers>("serviceAnswers"),
+      field<&AgentState::credentialsStored>("credentialsStored")};
 };
 
 template <>

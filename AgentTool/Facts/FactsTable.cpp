@@ -65,9 +65,7 @@ std::string factsSchema() {
 std::string factsAsMarkdown() {
   std::string out = "| Member | Type | Meaning |\n| --- | --- | --- |\n";
   for (const FactsMember& fact : JSONFields<Facts>::list) {
-    if (fact.write != nullptr) {
-      out += text("| `", fact.name, "` | ", fact.typeName(), " | ", fact.meaning, " |\n");
-    }
+    out += text("| `", fact.name, "` | ", fact.typeName(), " | ", fact.meaning, " |\n");
   }
   return out;
 }

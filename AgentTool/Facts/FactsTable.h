@@ -83,9 +83,10 @@ template <auto member, auto question>
   return fact;
 }
 
-/// A member that `facts` doesn't write.
-[[nodiscard]] constexpr FactsMember added(FactsMember fact) {
-  fact.write = nullptr;
+/// A member that `facts` writes only if it is present.
+template <auto member>
+[[nodiscard]] constexpr FactsMember omittable(FactsMember fact) {
+  fact.write = [](const Facts& facts) { return facts.*member ? asJSON(facts.*member) : ""; };
   return fact;
 }
 
@@ -95,6 +96,11 @@ struct JSONFields<Facts> {
   static constexpr std::array list{
       needed(fact<&Facts::version>("version",
                                    "incremented if a member changes its meaning or is removed")),
+      omittable<&Facts::name>(
+          fact<&Facts::name>("name",
+                             "the machine's name in the output of `what-if`, from `--name`; "
+                             "omitted without one",
+                             "name")),
       fact<&Facts::time>("time", "when it was read, UTC: `2026-11-24T10:11:12Z`", "time"),
       fact<&Facts::offsetFromUTC>("utcOffset",
                                   "the time zone's offset when the day began, in seconds east of "
@@ -136,9 +142,12 @@ struct JSONFields<Facts> {
                                   "`not_enrolled`, `user_approved` (by a user, approved or not) or "
                                   "`dep`; null counts as `not_enrolled`",
                                   "MDM enrollment"),
-      fact<&Facts::agent>("agent",
-                          "`base`, `data`, `logs`: directories, each a string or null; "
-                          "`serviceAnswers`: Boolean"),
+      fact<&Facts::agent>(
+          "agent",
+          "`base`, `data`, `logs`: directories, each a string or null; "
+          "`serviceAnswers`: Boolean or null; `credentialsStored`: Boolean, whether "
+          "its service has a user name and a password; null: not asked "
+          "(`--ask-agent`), or an Intel Mac, which needs none"),
       fact<&Facts::patchData>("patchData",
                               "`AlwaysKillApps`, `ApplicationRunningPrompt`, "
                               "`DisableMacOSUpdateDeferralCheck`, `IsMDMPatchingEnabled` and "
@@ -161,23 +170,29 @@ struct JSONFields<Facts> {
                                  "none is running"),
       fact<&Facts::allApplications>("allApplications",
                                     "true: applications that aren't listed aren't running; false: "
-                                    "unknown"),
+                                    "it isn't known whether they are"),
       fact<&Facts::softwareUpdateReachable>("softwareUpdateReachable",
                                             "whether `softwareupdate --list` reaches Apple's "
                                             "servers; null: not asked"),
       fact<&Facts::softwareUpdateStatus>("softwareUpdateStatus",
                                          "exit status of `softwareupdate --list`; null: not asked"),
+      fact<&Facts::softwareUpdateLabels>(
+          "softwareUpdateLabels",
+          "what `softwareupdate --list` lists: `macOS Sonoma 14.5-23F79`; null: not asked, or "
+          "it failed"),
       fact<&Facts::availableOSUpdates>(
           "availableOSUpdates",
           "what `mdmclient` reports: `version`, `build`, `productKey`, "
           "`deferredUntil` (`2024-06-15 00:00:00 +0000`), each a "
           "string or null; null: not asked, or it failed"),
-      informative(fact<&Facts::reasons>("absent",
-                                        "for each absent member the reason; `agentService` for "
-                                        "`serviceAnswers`")),
-      added(fact<&Facts::name>("name",
-                               "the machine's name in the output of `what-if`, for the one who "
-                               "collects lines"))};
+      fact<&Facts::installAssistants>("installAssistants",
+                                      "the paths of the InstallAssistant applications in "
+                                      "/Applications; null: can't be read",
+                                      "InstallAssistants"),
+      informative(fact<&Facts::reasons>(
+          "absent",
+          "for each absent member the reason; `agentService` for `serviceAnswers`, `applications` "
+          "if not all running ones are known"))};
 };
 
 /// One JSON object on one line, as docs/FACTS.md describes it.

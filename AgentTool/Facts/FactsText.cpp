@@ -59,6 +59,9 @@ class Table {
 };
 
 void addApplications(const Facts& facts, Table& table) {
+  if (const auto why = facts.reasons.find("applications"); why != facts.reasons.end()) {
+    table.add("running applications", "unknown: " + printable(why->second), Style::waiting);
+  }
   for (const auto& [identifier, instances] : facts.applications) {
     table.add(printable(identifier), instances.empty() ? "not running" : describe(instances[0]));
     for (const ApplicationInstance& instance : instances | std::views::drop(1)) {
@@ -74,9 +77,13 @@ void addSettings(const Facts& facts, Table& table) {
   directory("base directory", facts.agent.base);
   directory("data directory", facts.agent.data);
   directory("log directory", facts.agent.logs);
-  table.add("agent service",
-            facts.agent.serviceAnswers ? std::optional<std::string>("answers") : std::nullopt,
-            "agentService");
+  table.add(
+      "agent service",
+      facts.agent.serviceAnswers == true ? std::optional<std::string>("answers") : std::nullopt,
+      "agentService");
+  if (facts.agent.credentialsStored) {
+    table.add("credentials", *facts.agent.credentialsStored ? "stored" : "not stored");
+  }
   table.add("patch data", facts.patchData, "patchData");
   const auto inForce = [&](const char* name, bool on) { table.add(name, on ? "yes" : "no"); };
   inForce("MDM patching", facts.inForce.patchingViaMDM);
@@ -92,7 +99,7 @@ void addSettings(const Facts& facts, Table& table) {
 std::string factsAsTable(const Facts& facts, const Console& console) {
   Table table(facts);
   for (const FactsMember& member : JSONFields<Facts>::list) {
-    if (member.show != nullptr) {
+    if (member.show != nullptr && (member.name != "name" || facts.name)) {
       table.add(std::string(member.heading), member.show(facts), member.name);
     }
     if (member.name == "powerSource") {
@@ -105,6 +112,9 @@ std::string factsAsTable(const Facts& facts, const Console& console) {
     return std::string(reachable ? "reachable" : "unreachable");
   }),
             "softwareUpdateReachable");
+  for (const std::string& label : facts.softwareUpdateLabels.value_or(std::vector<std::string>())) {
+    table.add("  label", printable(label));
+  }
   for (const auto& update :
        facts.availableOSUpdates.value_or(std::vector<vexlo::AvailableOSUpdate>())) {
     table.add("  update", printable(vexlo::describe(update)));

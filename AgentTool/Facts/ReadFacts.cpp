@@ -1,9 +1,11 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <filesystem>
 #include <future>
 #include <memory>
 #include <mutex>
+#include <sstream>
 #include <string_view>
 #include <utility>
 
@@ -14,10 +16,12 @@
 #include "AgentTool/Facts/FactsTable.h"
 #include "Platform/Machine.h"
 #include "Platform/RunningApplications.h"
+#include "Platform/Text.h"
 #include "VexloPatchDeployment/Adapters/PlistDecoding.h"
 #include "VexloPatchDeployment/Adapters/PlistManager.h"
 #include "VexloPatchDeployment/Common/AgentPaths.h"
 #include "VexloPatchDeployment/Common/PatchDataKeys.h"
+#include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Helpers/Silicon/CredentialsFetcher.h"
 #include "VexloPatchDeployment/PatchActions/Helpers/MDMPatchingStatusChecker.h"
 #include "VexloPatchDeployment/PatchActions/Helpers/MacOSUpdateDeferralEligibilityChecker.h"
 #include "VexloPatchDeployment/Validators/Battery/PowerSourcesProvider.h"
@@ -153,18 +157,22 @@ class Reader {
     readUsers(extent.profilesTimeout);
     readSettings();
     for (const std::string& identifier : extent.applications) {
-      readApplication(identifier);
+      readApplications(identifier);
     }
     if (extent.allApplications) {
-      readAllApplications();
+      readApplications(std::nullopt);
     }
-    if (service && service->isConnected()) {
-      whyNoService = service->whyNoAnswer();
-      facts_.agent.serviceAnswers = whyNoService.empty();
+    if (service) {
+      whyNoService = service->isConnected() ? service->whyNoAnswer() : whyNoService;
+      facts_.agent.serviceAnswers = service->isConnected() && whyNoService.empty();
     }
-    noteUnless(facts_.agent.serviceAnswers, "agentService",
+    noteUnless(facts_.agent.serviceAnswers == true, "agentService",
                service ? std::move(whyNoService) : kNotAsked);
+    if (extent.credentials && facts_.isAppleSilicon) {
+      readCredentials();
+    }
     readUpdates(extent.appleServers);
+    readInstallAssistants();
     return std::move(facts_);
   }
 
@@ -284,43 +292,92 @@ class Reader {
             .executable = running.executablePath()};
   }
 
-  void readApplication(const std::string& identifier) {
-    std::vector<ApplicationInstance>& instances = facts_.applications[identifier];
-    instances.clear();
-    for (const auto& running : platform::runningApplications(identifier)) {
-      instances.push_back(instanceOf(*running));
+  /// The running ones with this identifier, or all. A search that failed doesn't show that the
+  /// others aren't running.
+  void readApplications(const std::optional<std::string>& identifier) {
+    std::error_code failure;
+    const auto found = identifier ? platform::runningApplications(*identifier, &failure)
+                                  : platform::allRunningApplications(&failure);
+    noteUnless(!failure, "applications", failure.message());
+    if (identifier && !failure) {
+      facts_.applications[*identifier].clear();
+    } else if (!identifier) {
+      facts_.allApplications = !failure;
+      for (auto& [known, instances] : facts_.applications) {
+        instances.clear();  // those requested by name are found again here
+      }
+    }
+    for (const auto& running : found) {
+      facts_.applications[identifier.value_or(running->bundleIdentifier())].push_back(
+          instanceOf(*running));
     }
   }
 
-  void readAllApplications() {
-    facts_.allApplications = true;
-    for (auto& [identifier, instances] : facts_.applications) {
-      instances.clear();  // those requested by name are found again here
+  void readCredentials() {
+    const auto service = vexlo::agentServiceCredentials();
+    if (service == nullptr) {
+      facts_.agent.serviceAnswers = false;
+      return;
     }
-    for (const auto& running : platform::allRunningApplications()) {
-      facts_.applications[running->bundleIdentifier()].push_back(instanceOf(*running));
+    const std::optional<vexlo::Credentials> stored = service->credentials();
+    facts_.agent.credentialsStored = stored.has_value();
+    if (stored) {
+      facts_.agent.userName = stored->userName;
     }
+  }
+
+  void readInstallAssistants() {
+    std::error_code error;
+    std::vector<std::string> found;
+    for (auto folder = std::filesystem::directory_iterator(kApplicationsFolder, error);
+         !error && folder != std::filesystem::directory_iterator(); folder.increment(error)) {
+      std::error_code missing;
+      if (std::filesystem::exists(folder->path() / "Contents/Resources/startosinstall", missing)) {
+        found.push_back(folder->path());
+      }
+    }
+    std::ranges::sort(found);
+    noteUnless(!error, "installAssistants", error.message());
+    facts_.installAssistants = error ? std::nullopt : std::optional(std::move(found));
+  }
+
+  /// «macOS Sonoma 14.5-23F79» of «* Label: macOS Sonoma 14.5-23F79».
+  static std::vector<std::string> labelsIn(const std::string& list) {
+    constexpr std::string_view kMark = "Label: ";
+    std::vector<std::string> labels;
+    std::istringstream lines(list);
+    for (std::string line; std::getline(lines, line);) {
+      if (const std::size_t mark = line.find(kMark); mark != std::string::npos) {
+        labels.emplace_back(platform::trimmed(std::string_view(line).substr(mark + kMark.size())));
+      }
+    }
+    return labels;
   }
 
   void readUpdates(bool asksApple) {
+    std::vector<std::string> labels;
     if (asksApple) {
       vexlo::SoftwareUpdateList list = vexlo::SystemSoftwareUpdateLister().fetchSoftwareUpdates();
       facts_.softwareUpdateStatus = list.exitCode;
+      labels = labelsIn(list.output);
       FetchedSoftwareUpdates fetched(std::move(list));
       facts_.softwareUpdateReachable =
           vexlo::AppleSoftwareUpdateConnectivityChecker(fetched).isAppleSoftwareUpdateReachable();
     }
-    if (facts_.softwareUpdateReachable.value_or(false)) {
+    if (facts_.softwareUpdateReachable == true) {
+      facts_.softwareUpdateLabels = std::move(labels);
       facts_.availableOSUpdates = optional("availableOSUpdates", [] {
         vexlo::SystemMDMClient client;
         return vexlo::SystemAvailableOSUpdates(client).availableOSUpdates();
       });
     } else {
-      noteUnless(false, "availableOSUpdates",
-                 asksApple ? "Apple's software update service can't be reached" : kNotAsked);
+      for (const char* const absent : {"softwareUpdateLabels", "availableOSUpdates"}) {
+        noteUnless(false, absent,
+                   asksApple ? "Apple's software update service can't be reached" : kNotAsked);
+      }
     }
-    noteUnless(facts_.softwareUpdateReachable.has_value(), "softwareUpdateReachable", kNotAsked);
-    noteUnless(facts_.softwareUpdateStatus.has_value(), "softwareUpdateStatus", kNotAsked);
+    noteUnless(asksApple, "softwareUpdateReachable", kNotAsked);
+    noteUnless(asksApple, "softwareUpdateStatus", kNotAsked);
   }
 
   Facts facts_;

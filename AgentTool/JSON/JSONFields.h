@@ -66,7 +66,7 @@ struct JSONField {
   void (*read)(const JSONValue& value, const JSONPlace& place, Record& record) = nullptr;
   /// Sets the default; for a member that is missing or null.
   void (*clear)(Record& record) = nullptr;
-  /// Null for a member that is not written.
+  /// Empty for a member to omit.
   std::string (*write)(const Record& record) = nullptr;
   FileCodec::JSONObject (*schema)(bool orNull) = nullptr;
   std::string (*typeName)() = nullptr;
@@ -445,8 +445,8 @@ struct JSONForm<Record> {
   static std::string write(const Record& record) {
     FileCodec::JSONObject object;
     for (const auto& field : JSONFields<Record>::list) {
-      if (field.write != nullptr) {
-        object.addJSON(field.name, field.write(record));
+      if (const std::string value = field.write(record); !value.empty()) {
+        object.addJSON(field.name, value);
       }
     }
     return object.done();

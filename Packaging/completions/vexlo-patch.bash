@@ -19,14 +19,14 @@ _vexlo_patch() {
     evaluate) flags='-h --help --patch --product --service-pack --facts --ask-apple --ask-agent --strict --json --agent-root --base-dir --data-dir --log-dir --machine --log-level --log-file' ;;
     run) flags='-h --help --patch --product --service-pack --action --keep-going --explain --strict --json --agent-root --base-dir --data-dir --log-dir --machine --log-level --log-file' ;;
     check) flags='-h --help --strict --json' kind=-f ;;
-    facts) flags='-h --help --application --all-applications --ask-apple --json --agent-root --base-dir --data-dir --log-dir --machine --log-level --log-file' ;;
+    facts) flags='-h --help --application --all-applications --ask-apple --ask-agent --name --json --agent-root --base-dir --data-dir --log-dir --machine --log-level --log-file' ;;
     what-if) flags='-h --help --patch --product --service-pack --strict --compare --summary --summary-file --merge --json' kind=-f ;;
     help) flags='-h --help --as' words='plan evaluate run check facts what-if help actions'; [[ $previous != actions ]] || words='2001 siliconBatteryPercentageCheck 2002 intelBatteryPercentageCheck 2003 userLoggedInCheck 2004 multipleUserLoggedInCheck 2005 minimumDiskSpaceCheck 2006 macOSDeferCheck 2007 installMacOSUpdates 2008 applicationRunningCheck 2009 applicationRunningNotifier 2010 installMacOSUpdatesUsingInstallAssistant' ;;
   esac
   case $previous in
     --agent-root | --base-dir | --data-dir | --log-dir) flags='' words='' kind='' kind=-d ;;
     --log-file | --facts | --compare | --summary-file | --merge) flags='' words='' kind='' kind=-f ;;
-    --patch | --product | --service-pack | --application) flags='' words='' kind='' words='' ;;
+    --patch | --product | --service-pack | --application | --name) flags='' words='' kind='' words='' ;;
     --action) flags='' words='' kind='' words='2001 siliconBatteryPercentageCheck 2002 intelBatteryPercentageCheck 2003 userLoggedInCheck 2004 multipleUserLoggedInCheck 2005 minimumDiskSpaceCheck 2006 macOSDeferCheck 2007 installMacOSUpdates 2008 applicationRunningCheck 2009 applicationRunningNotifier 2010 installMacOSUpdatesUsingInstallAssistant' ;;
     --machine) flags='' words='' kind='' words='auto apple-silicon intel' ;;
     --log-level) flags='' words='' kind='' words='debug info error none' ;;

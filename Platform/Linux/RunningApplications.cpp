@@ -399,8 +399,8 @@ std::vector<std::unique_ptr<ApplicationProcess>> runningApplications(
                                   : instancesOf(bundleIdentifier, failure);
 }
 
-std::vector<std::unique_ptr<ApplicationProcess>> allRunningApplications() {
-  return instancesOf(std::nullopt, nullptr);
+std::vector<std::unique_ptr<ApplicationProcess>> allRunningApplications(std::error_code* failure) {
+  return instancesOf(std::nullopt, failure);
 }
 
 }  // namespace platform

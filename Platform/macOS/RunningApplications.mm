@@ -83,10 +83,15 @@ std::vector<std::unique_ptr<ApplicationProcess>> runningApplications(
   return found;
 }
 
-std::vector<std::unique_ptr<ApplicationProcess>> allRunningApplications() {
+std::vector<std::unique_ptr<ApplicationProcess>> allRunningApplications(std::error_code* failure) {
   std::vector<std::unique_ptr<ApplicationProcess>> found;
   @autoreleasepool {
-    for (NSRunningApplication* application in NSWorkspace.sharedWorkspace.runningApplications) {
+    NSArray<NSRunningApplication*>* const all = NSWorkspace.sharedWorkspace.runningApplications;
+    if (failure != nullptr) {
+      *failure = all != nil ? std::error_code()
+                            : std::make_error_code(std::errc::resource_unavailable_try_again);
+    }
+    for (NSRunningApplication* application in all) {
       auto running = std::make_unique<WorkspaceApplication>(application);
       if (!running->bundleIdentifier().empty() && !hasEnded(application)) {
         found.push_back(std::move(running));

@@ -113,7 +113,7 @@ TEST(EvaluateTest, ChangesNothingAndGivesTheSameAnswersFromFacts) {
       {"intel-monterey", R"("commands":["launchctl asuser 501 sudo /usr/sbin/softwareupdate )"},
       {"last-attempt", R"("next":"would force")"},
       {"low-battery", R"("description":"inSufficientBattery")"},
-      {"no-agent-service", R"(--user \"<user>\" --stdinpass)"},
+      {"no-agent-service", R"("description":"unableToGetAgentServiceConnection")"},
       {"nobody-at-the-console", R"("description":"userNotLoggedIn")"},
       {"patch-day", R"("next":"would ask: 3 postponements left")"},
       {"two-users", R"("description":"multipleUsersLoggedIn")"},
@@ -146,6 +146,7 @@ TEST(EvaluateTest, AsksAppleOnlyIfAllowed) {
   for (const auto& [name, answer] : std::vector<std::pair<std::string, std::string>>{
            {"deferred", R"("description":"macOSUpdateIsDeferred")"},
            {"healthy", R"("code":"2006","arguments":["14.5"],"answer":"success")"},
+           {"second-try", R"(--install \"macOS Sonoma 14.5-23F79\")"},
            {"offline", R"("description":"softwareUpdateUnreachable")"}}) {
     SCOPED_TRACE(name);
     const Evaluated mac = evaluated({name, "apple-silicon"}, "--ask-apple");

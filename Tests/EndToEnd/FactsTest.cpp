@@ -18,6 +18,7 @@ using testing::Not;
 struct FactsOfAMac {
   std::string scenario;
   std::vector<std::string> settings;
+  std::vector<std::string> options;
   std::vector<std::string> parts;  ///< Must occur in the JSON output.
 };
 
@@ -28,10 +29,12 @@ TEST(FactsTest, ShowsTheMacWithoutWaitingForHungTools) {
   const std::string data = "/Library/Application Support/VexloAgent/data/";
   for (const FactsOfAMac& mac : std::vector<FactsOfAMac>{
            {.scenario = "patch-day",
+            .options = {"--ask-agent", "--machine", "apple-silicon"},
             .parts = {R"("macOSVersion":"14.4.1","macOSMajorVersion":14,)",
                       R"("powerSource":{"kind":"battery","percentage":82},)",
                       R"("consoleUser":"alice","consoleUserID":501,"loggedOnUsers":"alice",)",
-                      R"("mdmEnrollment":"user_approved",)", R"("serviceAnswers":true})",
+                      R"("mdmEnrollment":"user_approved",)",
+                      R"("serviceAnswers":true,"credentialsStored":true})",
                       R"("customization":{"file":")" + data +
                           R"(ApplicationRunningPromptCustomization.plist","values":)"
                           R"({"allowScreenGrab":true,"numberOfSkipAttempts":3}})",
@@ -43,7 +46,7 @@ TEST(FactsTest, ShowsTheMacWithoutWaitingForHungTools) {
             .parts = {R"("powerSource":{"kind":"battery","percentage":20},)",
                       R"("com.apple.Safari":[])"}},
            {.scenario = "no-agent-service",
-            .parts = {R"("serviceAnswers":false})",
+            .parts = {R"("serviceAnswers":false,"credentialsStored":null})",
                       R"("agentService":"Unable to reach the agent)"}},
            {.scenario = "healthy",
             .settings = {"agent service/state=silent", "profiles/takes=60 s"},
@@ -55,6 +58,7 @@ TEST(FactsTest, ShowsTheMacWithoutWaitingForHungTools) {
     }
     command.insert(command.end(), {mac.scenario, "--", programFolder() + "/vexlo-patch", "facts",
                                    "--json", "--application", "com.apple.Safari"});
+    command.insert(command.end(), mac.options.begin(), mac.options.end());
     const auto began = std::chrono::steady_clock::now();
     const platform::ProcessResult run =
         platform::runProcess({.executable = programFolder() + "/enter", .arguments = command});

@@ -2,7 +2,9 @@
 
 #include <string>
 
+#include "AgentTool/Console/Console.h"
 #include "AgentTool/Facts/FactsTable.h"
+#include "AgentTool/Facts/FactsText.h"
 #include "Tests/AgentTool/AgentToolFixture.h"
 
 using testing::AllOf;
@@ -22,7 +24,8 @@ TEST_F(FactsCommandTest, WorksWithoutAnAgentAndSaysWhyFactsAreAbsent) {
   EXPECT_THAT(run.output, MatchesRegex("[{]\"version\":1,\"time\":\"[^\n]*[}]\n"));
   EXPECT_THAT(
       run.output,
-      AllOf(HasSubstr(R"("agent":{"base":null,"data":null,"logs":null,"serviceAnswers":false})"),
+      AllOf(HasSubstr(R"("agent":{"base":null,"data":null,"logs":null,"serviceAnswers":false,)"
+                      R"("credentialsStored":null})"),
             HasSubstr(R"("patchData":{"file":null,"values":null})"),
             HasSubstr(R"("applications":{"no.such":[]})"),
             HasSubstr(R"("patchData":"the agent's data directory is not given")"),
@@ -44,6 +47,24 @@ TEST_F(FactsCommandTest, ShowsSettingsWithTheirFileAndOnlyKnownKeys) {
                               "ApplicationRunningPromptData.plist\n")));
   EXPECT_THAT(shell("vexlo-patch facts --log-level info").errors,
               HasSubstr("Running application check is enabled"));
+}
+
+TEST_F(FactsCommandTest, ASearchThatFailedShowsNoApplicationAsNotRunning) {
+  EXPECT_THAT(
+      shell("ulimit -n 4; vexlo-patch facts --json --application a.b --all-applications").output,
+      AllOf(HasSubstr(R"("applications":{},"allApplications":false)"),
+            HasSubstr(R"("applications":"Too many open files")")));
+  agent_tool::Facts facts;
+  facts.reasons.emplace("applications", "why");
+  EXPECT_THAT(agent_tool::factsAsTable(facts, agent_tool::Console()),
+              HasSubstr("running applications  unknown: why\n"));
+}
+
+TEST_F(FactsCommandTest, TheNameIsOnlyInTheLineIfItIsGiven) {
+  EXPECT_THAT(shell("vexlo-patch facts --json --name 'mac \"7\"'").output,
+              HasSubstr(R"("name":"mac \"7\"",)"));
+  EXPECT_THAT(shell("vexlo-patch facts --json").output, Not(HasSubstr(R"("name":)")));
+  EXPECT_EQ(shell("vexlo-patch facts --name ''").status, 64);
 }
 
 TEST(FactsTextTest, PropertyListValuesKeepTheirTypes) {

@@ -204,6 +204,35 @@ const std::vector<EvaluationCase> kCases{
                    "would run \"/Applications/Install macOS.app/Contents/Resources/"
                    "startosinstall\" --agreetolicense --forcequitapps --nointeraction --user "
                    "\"<user>\" --stdinpass"},
+    EvaluationCase{"AgentDoesNotAnswer", R"("2007":["14.5","x"])",
+                   [](Facts& facts) { facts.agent.serviceAnswers = false; },
+                   "applyLater(unableToGetAgentServiceConnection)"},
+    EvaluationCase{"IntelNeedsNoAgent", R"("2010":["/x.app"])",
+                   [](Facts& facts) {
+                     facts.isAppleSilicon = false;
+                     facts.agent.serviceAnswers = false;
+                   },
+                   "would run \"/x.app/Contents/Resources/startosinstall\" --agreetolicense "
+                   "--forcequitapps --nointeraction"},
+    EvaluationCase{"NoCredentials", R"("2007":["14.5","x"])",
+                   [](Facts& facts) { facts.agent.credentialsStored = false; },
+                   "applyLater(credentialsNotEntered)"},
+    EvaluationCase{"LabelIsNotListed", R"("2007":["14.5","macOS 14.5-23F79"])",
+                   [](Facts& facts) { facts.softwareUpdateLabels = {"macOS 14.5-23F7"}; },
+                   "applyLater(macOSSoftwareUpdateDownloadFailed)"},
+    EvaluationCase{"BuildIsListedOtherwise", R"("2007":["14.5","macOS $ 14.5-23F79"])",
+                   [](Facts& facts) {
+                     facts.isAppleSilicon = false;
+                     facts.softwareUpdateLabels = {"x", "macOS \"Sonoma\" 14.5-23F79"};
+                   },
+                   "would run /usr/sbin/softwareupdate --include-config-data --download \"macOS "
+                   "\\$ 14.5-23F79\" --force --verbose, then /usr/sbin/softwareupdate "
+                   "--include-config-data --download \"macOS \\\"Sonoma\\\" 14.5-23F79\" --force "
+                   "--verbose, then /usr/sbin/softwareupdate --include-config-data --install "
+                   "\"macOS \\\"Sonoma\\\" 14.5-23F79\" --force --verbose --restart"},
+    EvaluationCase{"NoInstallAssistant", R"("2010":["/Applications/Install macOS Sonoma.app"])",
+                   [](Facts& facts) { facts.installAssistants = {"/Applications/Other.app"}; },
+                   "failure(macOSSoftwareUpdateInstallationFailed)"},
     EvaluationCase{"LacksAnArgument", R"("2007":["14.5"])", [](Facts&) {},
                    "applyLater(inSufficientArguments)"}};
 
