@@ -571,45 +571,13 @@ void addFirstLines(std::string_view source, std::vector<Finding>& findings) {
 }  // namespace
 
 std::string_view name(FindingKind kind) {
-  switch (kind) {
-    case FindingKind::unreadable:
-      return "unreadable";
-    case FindingKind::syntax:
-      return "syntax";
-    case FindingKind::wrongType:
-      return "wrongType";
-    case FindingKind::byteOrderMark:
-      return "byteOrderMark";
-    case FindingKind::noActions:
-      return "noActions";
-    case FindingKind::repeatedName:
-      return "repeatedName";
-    case FindingKind::ignoredMember:
-      return "ignoredMember";
-    case FindingKind::suspiciousName:
-      return "suspiciousName";
-    case FindingKind::unknownAction:
-      return "unknownAction";
-    case FindingKind::actionWithoutEffect:
-      return "actionWithoutEffect";
-    case FindingKind::missingArgument:
-      return "missingArgument";
-    case FindingKind::unusableArgument:
-      return "unusableArgument";
-    case FindingKind::questionableArgument:
-      return "questionableArgument";
-    case FindingKind::unreadArgument:
-      return "unreadArgument";
-    case FindingKind::repeatedArgument:
-      return "repeatedArgument";
-    case FindingKind::exemptWithoutActions:
-      return "exemptWithoutActions";
-    case FindingKind::differentVersions:
-      return "differentVersions";
-    case FindingKind::restartBeforeAction:
-      return "restartBeforeAction";
-  }
-  std::unreachable();
+  static constexpr auto kNames = std::to_array<std::string_view>(
+      {"unreadable", "syntax", "wrongType", "byteOrderMark", "noActions", "repeatedName",
+       "ignoredMember", "suspiciousName", "unknownAction", "actionWithoutEffect", "missingArgument",
+       "unusableArgument", "questionableArgument", "unreadArgument", "repeatedArgument",
+       "exemptWithoutActions", "differentVersions", "restartBeforeAction"});
+  static_assert(kNames.size() == static_cast<std::size_t>(FindingKind::restartBeforeAction) + 1);
+  return kNames[static_cast<std::size_t>(kind)];
 }
 
 std::vector<Finding> checkActionFile(std::string_view text) {
