@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <filesystem>
 #include <iterator>
+#include <memory>
 #include <span>
 #include <string>
 #include <string_view>
@@ -44,7 +45,7 @@ struct Options {
   CheckRequest check;
   FactsRequest facts;
   WhatIfRequest whatIf;
-  MergeRequest merge;
+  bool mergesSummaries = false;
   std::string helpTopic;
   std::string helpAction;
   std::string helpForm = "text";
@@ -115,23 +116,16 @@ void addWhatIf(CLI::App& app, Options& options) {
       .add_option("--compare", options.whatIf.compareWith,
                   "show only machines whose result differs with this action file")
       ->type_name("ACTIONS");
-  CLI::Option& summary = *whatIf.add_flag("--summary", options.whatIf.summaryOnly,
-                                          "print only the summary, as a table");
-  CLI::Option& summaryFile =
-      *whatIf.add_option("--summary-file", options.whatIf.summaryFile,
-                         "write the summary to FILE as JSON, instead of a table to standard error");
-  summaryFile.type_name("FILE");
-  CLI::Option& merge = *whatIf.add_option(
-      "--merge", options.merge.summaryFiles,
-      "merge summaries, one per line, and print the result (- for standard input)");
-  merge.type_name("SUMMARY")->expected(1, -1);
+  whatIf.add_flag("--summary", options.whatIf.summaryOnly, "print only the summary, as a table");
+  whatIf
+      .add_option("--summary-file", options.whatIf.summaryFile,
+                  "write the summary to FILE as JSON, instead of a table to standard error")
+      ->type_name("FILE");
+  whatIf.add_flag("--merge", options.mergesSummaries,
+                  "the files are summaries, one per line: merge them and print the result. Only "
+                  "with --json");
   whatIf.add_flag("--json", options.whatIf.json,
                   "with --summary or --merge: print one JSON object on one line");
-  for (const char* other : {"ACTIONS", "FACTS", "--patch", "--product", "--service-pack",
-                            "--strict", "--compare", "--summary-file"}) {
-    merge.excludes(whatIf.get_option(other));
-  }
-  merge.excludes(&summary);
   setFooter(whatIf,
             "  0   every line was evaluated\n"
             "  1   a file of facts can't be read\n"
@@ -160,7 +154,7 @@ void addEvaluate(CLI::App& app, Options& options) {
   factsFile.type_name("FILE");
   evaluate
       .add_flag("--ask-apple", options.evaluate.asksApple,
-                "ask Apple's servers about deferrals (softwareupdate --list, mdmclient)")
+                "ask Apple's servers about updates (softwareupdate --list, mdmclient)")
       ->excludes(&factsFile);
   evaluate
       .add_flag("--ask-agent", options.evaluate.asksAgent,
@@ -257,6 +251,14 @@ void addHelp(CLI::App& app, Options& options) {
       ->check(CLI::IsMember({"text", "markdown", "schema"}).description(""));
 }
 
+/// Encloses the options that exclude another one in parentheses.
+class HelpFormatter final : public CLI::Formatter {
+ public:
+  std::string make_option_opts(const CLI::Option* option) const override {
+    return Formatter::make_option_opts(option) + (option->get_excludes().empty() ? "" : ")");
+  }
+};
+
 constexpr const char* kDescription =
     "Plans, runs and checks the actions of a patch, as the agent would.";
 
@@ -264,9 +266,10 @@ void define(CLI::App& app, Options& options) {
   app.set_help_flag("-h,--help", "show this help");
   app.set_version_flag("--version", versionText(), "show the library's version and commit");
   app.require_subcommand(1);
+  app.formatter(std::make_shared<HelpFormatter>());
   app.get_formatter()->label("SUBCOMMAND", "COMMAND");
   app.get_formatter()->label("REQUIRED", "(required)");
-  app.get_formatter()->label("Excludes", "(not with)");
+  app.get_formatter()->label("Excludes", "(not with");
   for (const auto add : {addPlan, addEvaluate, addRun, addCheck, addFacts, addWhatIf, addHelp}) {
     add(app, options);
   }
@@ -430,14 +433,36 @@ std::expected<AgentSettings, NoRequest> agentSettings(const Options& options,
   return settings;
 }
 
-/// Why the command line of `what-if` can't be used; empty if it can.
-std::string problemWithWhatIf(const CLI::App& command, const WhatIfRequest& request) {
+std::expected<Request, NoRequest> whatIfRequest(const CLI::App& command, Options& options) {
+  WhatIfRequest& request = options.whatIf;
+  const auto isGiven = [&](const char* option) { return command.get_option(option)->count() > 0; };
+  if (options.mergesSummaries) {
+    for (const char* other : {"--patch", "--product", "--service-pack", "--strict", "--compare",
+                              "--summary", "--summary-file"}) {
+      if (isGiven(other)) {
+        return std::unexpected(badUsage(std::string("--merge excludes ") + other, command));
+      }
+    }
+    if (!isGiven("ACTIONS")) {
+      return std::unexpected(badUsage("a summary is required (- for standard input)", command));
+    }
+    MergeRequest merge{.summaryFiles = std::move(request.factsFiles), .json = request.json};
+    merge.summaryFiles.insert(merge.summaryFiles.begin(), std::move(request.actionFile));
+    return merge;
+  }
   for (const char* needed : {"ACTIONS", "--patch", "--product", "--service-pack"}) {
-    if (command.get_option(needed)->count() == 0) {
-      return std::string(needed) + " is required";
+    if (!isGiven(needed)) {
+      return std::unexpected(badUsage(std::string(needed) + " is required", command));
     }
   }
-  return request.json && !request.summaryOnly ? "--json needs --summary or --merge" : "";
+  if (request.json && !request.summaryOnly) {
+    return std::unexpected(badUsage("--json needs --summary or --merge", command));
+  }
+  if (request.factsFiles.empty()) {
+    request.factsFiles.emplace_back("-");
+  }
+  request.patch = vexlo::PatchIdentifier(options.patchID, options.productID, options.servicePackID);
+  return std::move(request);
 }
 
 NoRequest help(const CLI::App& app, const Options& options) {
@@ -463,19 +488,7 @@ std::expected<Request, NoRequest> request(const CLI::App& app, Options& options)
     return std::move(options.check);
   }
   if (name == "what-if") {
-    WhatIfRequest& whatIf = options.whatIf;
-    if (!options.merge.summaryFiles.empty()) {
-      options.merge.json = whatIf.json;
-      return std::move(options.merge);
-    }
-    if (std::string problem = problemWithWhatIf(command, whatIf); !problem.empty()) {
-      return std::unexpected(badUsage(problem, command));
-    }
-    if (whatIf.factsFiles.empty()) {
-      whatIf.factsFiles.emplace_back("-");
-    }
-    whatIf.patch = patch;
-    return std::move(whatIf);
+    return whatIfRequest(command, options);
   }
   // Another command's default may have overwritten it.
   if (const CLI::Option& root = *command.get_option("--agent-root"); root.count() > 0) {

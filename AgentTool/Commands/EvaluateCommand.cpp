@@ -41,22 +41,29 @@ struct EvaluatedAction {
   std::vector<vexlo::Measurement> measurements;
   std::string next;  ///< Empty if the answer is a result.
   Intentions intentions;
+  std::vector<Acted> acted;  ///< Before this action.
 };
 
 std::vector<EvaluatedAction> evaluateAll(const std::vector<ActionDetail>& actions,
                                          Evaluator& evaluator) {
   std::vector<EvaluatedAction> evaluated;
   evaluated.reserve(actions.size());
+  std::vector<Acted> acted;
   for (const ActionDetail& action : actions) {
     Evaluation evaluation = evaluator.evaluate(action.actionID);
     std::string next = nextStep(evaluation, evaluator.intentions());
     std::vector<vexlo::Measurement> measurements(evaluation.measurements.begin(),
                                                  evaluation.measurements.end());
+    const Prediction prediction = evaluation.prediction;
     evaluated.push_back({.action = action,
                          .evaluation = std::move(evaluation),
                          .measurements = std::move(measurements),
                          .next = std::move(next),
-                         .intentions = evaluator.intentions()});
+                         .intentions = evaluator.intentions(),
+                         .acted = acted});
+    if (!rowOf(prediction).act.empty()) {
+      acted.push_back({std::string(action.actionID.code()), describe(action.actionID), prediction});
+    }
   }
   return evaluated;
 }
@@ -69,6 +76,9 @@ std::string onlyLine(const LineSource& input) {
   std::string only;
   LineReader reader(input.descriptor(), kLongestFactsLine, [] {});
   while (const auto line = reader.next()) {
+    if (const std::string_view format = otherFormat(line->text); only.empty() && !format.empty()) {
+      throw FileCodec::DecodingError(input.name(), {}, "a line of facts", std::string(format));
+    }
     if (line->isTooLong) {
       throw FileCodec::DecodingError(
           input.name(), {}, text("a line of at most ", kLongestFactsLine, " bytes"), "more");
@@ -108,7 +118,7 @@ std::string evaluationAsJSON(const vexlo::PatchIdentifier& patch,
                              const std::vector<EvaluatedAction>& evaluated) {
   std::vector<std::string> actions;
   actions.reserve(evaluated.size());
-  for (const auto& [action, evaluation, measurements, next, intentions] : evaluated) {
+  for (const auto& [action, evaluation, measurements, next, intentions, acted] : evaluated) {
     const auto description =
         ownDescription(evaluation).transform([](const auto& reason) { return name(reason); });
     const std::int64_t left = intentions.evaluation().remainingSkipAttempts;
@@ -124,6 +134,7 @@ std::string evaluationAsJSON(const vexlo::PatchIdentifier& patch,
                           .addJSON("applications", jsonList(intentions.applications()))
                           .addJSON("postponementsLeft", left < 1 ? "null" : text(left))
                           .addJSON("commands", jsonList(intentions.commands()))
+                          .addJSON("acted", asJSON(acted))
                           .done());
   }
   return patchAsJSON(patch, notInFile, exempt).addJSON("actions", jsonArray(actions)).done() + '\n';
@@ -135,7 +146,7 @@ std::string evaluationAsTable(const std::vector<EvaluatedAction>& evaluated,
     return "No action applies.\n";
   }
   std::vector<std::vector<Cell>> rows;
-  for (const auto& [action, evaluation, measurements, next, intentions] : evaluated) {
+  for (const auto& [action, evaluation, measurements, next, intentions, acted] : evaluated) {
     std::vector<std::string> reasons;
     if (const auto description = ownDescription(evaluation)) {
       reasons.push_back(name(*description));
@@ -143,6 +154,11 @@ std::string evaluationAsTable(const std::vector<EvaluatedAction>& evaluated,
     for (const std::string& part : {describe(std::span(measurements)), next}) {
       if (!part.empty()) {
         reasons.push_back(printable(part));
+      }
+    }
+    if (verdictOn(evaluation.prediction).stopsPatch) {
+      for (const Acted& each : acted) {
+        reasons.push_back(text(each.code, ' ', rowOf(each.outcome).act, " first"));
       }
     }
     std::string all;

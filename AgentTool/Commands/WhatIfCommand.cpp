@@ -7,11 +7,14 @@
 #include <cerrno>
 #include <chrono>
 #include <cstdint>
+#include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <system_error>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -37,6 +40,8 @@ using LogCore::text;
 using ActionFile = std::shared_ptr<const vexlo::PatchActionGroup>;
 
 constexpr std::size_t kLongestSummary = std::size_t{64} << 20;
+constexpr std::uint64_t kReportedLines = 10;  // of the bad ones of a file
+constexpr std::chrono::seconds kWaitForReader{1};
 constexpr std::size_t kOutputBytes = std::size_t{64} * 1024;
 
 /// The total size of the files; absent if one is not a regular file.
@@ -104,6 +109,7 @@ void appendAnswer(std::string& out, const MachineAnswer& answer) {
   appendMember(out, "reason", answer.reason);
   appendMember(out, "next", answer.next);
   ((out += R"(,"measured":)") += answer.measured);
+  ((out += R"(,"acted":)") += answer.acted.empty() ? "[]" : asJSON(answer.acted));
 }
 
 /// Evaluates all lines of all files.
@@ -132,8 +138,7 @@ class Fleet {
       try {
         read(LineSource(file));
       } catch (const std::system_error& error) {
-        flush();
-        console_.reportError(text(printable(file), ": ", error.code().message()));
+        report(text(file, ": ", error.code().message()));
         allWereRead_ = false;
       }
     }
@@ -147,33 +152,51 @@ class Fleet {
   void read(const LineSource& input) {
     const std::string place = request_.factsFiles.size() > 1 ? input.name() + ":" : std::string();
     const std::uint64_t bytesBefore = bytes_;
+    bool isFirst = true;
+    std::uint64_t badLines = 0;
+    const auto reject = [&](std::uint64_t line, std::string_view why) {
+      summary_.addBadLines(1);
+      if (++badLines <= kReportedLines) {
+        report(text(input.name(), ":", line, ": ", why));
+      } else if (badLines == kReportedLines + 1) {
+        report(text(input.name(), ": further bad lines are only counted"));
+      }
+    };
     LineReader reader(input.descriptor(), kLongestFactsLine, [this] { flush(); });
     while (const auto line = reader.next()) {
+      if (!line->isTooLong && line->text.find_first_not_of(" \t\r") == std::string_view::npos) {
+        continue;
+      }
+      if (const auto format = otherFormat(line->text);
+          std::exchange(isFirst, false) && !format.empty()) {
+        report(text(input.name(), ": expected lines of facts, found ", format));
+        allWereRead_ = false;
+        return;
+      }
       if (line->isTooLong) {
-        reject(input, line->number,
-               text("expected a line of at most ", kLongestFactsLine, " bytes"));
-      } else if (line->text.find_first_not_of(" \t\r") != std::string_view::npos) {
-        const auto facts = reader_.read(line->text);
-        if (facts) {
-          answer(**facts, place, line->number);
-        } else {
-          reject(input, line->number, facts.error().what());
-        }
+        reject(line->number, text("expected a line of at most ", kLongestFactsLine, " bytes"));
+      } else if (const auto facts = reader_.read(line->text)) {
+        answer(**facts, place, line->number);
+      } else {
+        reject(line->number, facts.error().what());
       }
       bytes_ = bytesBefore + reader.bytesRead();
       progress_.count(summary_.machines(), bytes_);
     }
+    if (badLines > kReportedLines) {
+      report(text(input.name(), ": ", grouped(badLines), " bad lines"));
+    }
   }
 
-  void reject(const LineSource& input, std::uint64_t line, std::string_view why) {
+  void report(std::string_view problem) {
     flush();  // so that on a terminal the error follows the previous answer
-    console_.reportError(text(printable(input.name()), ":", line, ": ", printable(why)));
-    summary_.addBadLines(1);
+    console_.reportError(printable(problem));
   }
 
   void answer(const Facts& facts, const std::string& place, std::uint64_t line) {
     const MachineAnswer& now = whatIf_.answer(facts);
-    const MachineKind kind{.macOS = facts.macOSVersion ? facts.macOSMajorVersion : 0,
+    const MachineKind kind{.update = whatIf_.update(facts),
+                           .macOS = facts.macOSVersion ? facts.macOSMajorVersion : 0,
                            .isAppleSilicon = facts.isAppleSilicon};
     summary_.add(now.counted(), kind);
     const MachineAnswer* const before = before_ ? &before_->answer(facts) : nullptr;
@@ -192,6 +215,7 @@ class Fleet {
     }
     appendMember(out_, "macOS", facts.macOSVersion.value_or(""));
     appendMember(out_, "processor", facts.isAppleSilicon ? "apple-silicon" : "intel");
+    appendMember(out_, "update", rowOf(kind.update).name);
     out_ += ',';
     appendAnswer(out_, now);
     if (before != nullptr) {
@@ -235,6 +259,23 @@ ActionFile readActionFile(const std::string& path, Console& console) {
   return *outcome;
 }
 
+/// Opens a FIFO or a device for writing; absent, with `errno`, if it can't be opened. A FIFO that
+/// nobody reads is waited for, but not for ever.
+platform::Descriptor openForWriting(const std::string& path) {
+  const auto deadline = std::chrono::steady_clock::now() + kWaitForReader;
+  for (;;) {
+    platform::Descriptor file =
+        platform::aboveStandard(::open(path.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
+    if (file) {
+      ::fcntl(file.get(), F_SETFL, 0);  // writes may wait for the reader
+    } else if (errno == ENXIO && std::chrono::steady_clock::now() < deadline) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+      continue;
+    }
+    return file;
+  }
+}
+
 /// Writes the file atomically, unless it is a FIFO or a device, which must not be replaced. Returns
 /// the error, or an empty string.
 std::string writeSummary(const std::string& path, std::string_view bytes) {
@@ -243,8 +284,10 @@ std::string writeSummary(const std::string& path, std::string_view bytes) {
     const auto written = platform::writeFileAtomically(path, bytes);
     return written ? std::string() : written.error().message;
   }
-  const platform::Descriptor file =
-      platform::aboveStandard(::open(path.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY));
+  const platform::Descriptor file = openForWriting(path);
+  if (!file && errno == ENXIO) {
+    return path + ": nobody reads it";
+  }
   const std::int32_t error = file ? platform::writeAll(file.get(), bytes) : errno;
   return error == 0 ? std::string() : path + ": " + std::generic_category().message(error);
 }
@@ -291,6 +334,7 @@ ExitStatus whatIf(const WhatIfRequest& request, Console& console) {
 ExitStatus mergeSummaries(const MergeRequest& request, Console& console) {
   FleetSummary merged;
   bool isUsable = true;
+  std::map<std::size_t, std::string> places;  // by the summary's hash
   const auto reject = [&](const std::string& place, std::string_view why) {
     console.reportError(text(printable(place), ": ", printable(why)));
     isUsable = false;
@@ -313,6 +357,11 @@ ExitStatus mergeSummaries(const MergeRequest& request, Console& console) {
         } else if (!merged.merge(*summary)) {
           reject(place,
                  "this summary is for another patch or other actions than the previous ones");
+        } else if (const auto [first, isNew] =
+                       places.emplace(std::hash<std::string>{}(asJSON(*summary)), place);
+                   !isNew && summary->machines() > 0) {
+          console.reportError(printable(
+              text(place, ": warning: the same summary as ", first->second, ", counted twice")));
         }
       }
       if (isEmpty) {  // whatever should have written it failed

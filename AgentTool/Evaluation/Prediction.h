@@ -2,11 +2,15 @@
 #pragma once
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <cstdint>
+#include <string>
 #include <string_view>
+#include <utility>
 
 #include "AgentTool/Console/Console.h"
 #include "AgentTool/Console/ExitStatus.h"
+#include "AgentTool/JSON/JSONFields.h"
 
 namespace agent_tool {
 
@@ -40,7 +44,7 @@ enum class Prediction : std::uint8_t {
   applyLater,  ///< It can't pass now.
   failure,     ///< It fails.
   wouldAsk,    ///< The user would be asked; no answer counts as no.
-  wouldForce,  ///< The user would be asked; no answer counts as yes.
+  wouldForce,  ///< The user would be asked; no answer counts as yes, declining as applyLater.
   wouldKill,   ///< Applications would be killed; then it passes.
   wouldRun,    ///< Commands would run; their results decide.
   notAsked,    ///< Depends on something that was not asked or recorded.
@@ -51,17 +55,28 @@ struct PredictionRow {
   std::string_view name;
   Verdict verdict;
   bool isResult;  ///< Whether it is the action's result.
+  /// What the action does to the machine before later ones are evaluated; empty if nothing.
+  std::string_view act;
+  std::string_view meaning;  ///< For people.
 };
 constexpr std::array kPredictions{
     // in the enumeration's order
-    PredictionRow{Prediction::success, "success", Verdict::ready, true},
-    PredictionRow{Prediction::applyLater, "applyLater", Verdict::waits, true},
-    PredictionRow{Prediction::failure, "failure", Verdict::fails, true},
-    PredictionRow{Prediction::wouldAsk, "wouldAsk", Verdict::waits, false},
-    PredictionRow{Prediction::wouldForce, "wouldForce", Verdict::ready, false},
-    PredictionRow{Prediction::wouldKill, "wouldKill", Verdict::ready, false},
-    PredictionRow{Prediction::wouldRun, "wouldRun", Verdict::ready, false},
-    PredictionRow{Prediction::notAsked, "notAsked", Verdict::waits, false},
+    PredictionRow{Prediction::success, "success", Verdict::ready, true, "", "the action passes"},
+    PredictionRow{Prediction::applyLater, "applyLater", Verdict::waits, true, "",
+                  "the action can't pass now"},
+    PredictionRow{Prediction::failure, "failure", Verdict::fails, true, "", "the action fails"},
+    PredictionRow{Prediction::wouldAsk, "wouldAsk", Verdict::waits, false, "",
+                  "the user would be asked to close applications; no answer counts as no"},
+    PredictionRow{Prediction::wouldForce, "wouldForce", Verdict::ready, false,
+                  "would force the prompt",
+                  "the user would be asked, and no answer counts as yes; declining is applyLater, "
+                  "and postponements may be left"},
+    PredictionRow{Prediction::wouldKill, "wouldKill", Verdict::ready, false,
+                  "would kill applications", "applications would be killed without asking"},
+    PredictionRow{Prediction::wouldRun, "wouldRun", Verdict::ready, false, "would install",
+                  "the installer would run; its result decides"},
+    PredictionRow{Prediction::notAsked, "notAsked", Verdict::waits, false, "",
+                  "depends on something that was not asked or is not in the facts"},
 };
 
 [[nodiscard]] constexpr const PredictionRow& rowOf(Prediction prediction) {
@@ -74,10 +89,29 @@ constexpr std::array kPredictions{
 [[nodiscard]] constexpr const VerdictRow& verdictOn(Prediction prediction) {
   return rowOf(rowOf(prediction).verdict);
 }
-/// The same for a prediction's name; an unknown one, of another version, waits.
-[[nodiscard]] constexpr const VerdictRow& verdictOn(std::string_view name) {
-  const auto* const row = std::ranges::find(kPredictions, name, &PredictionRow::name);
-  return rowOf(row == kPredictions.end() ? Verdict::waits : row->verdict);
-}
+
+template <>
+struct JSONNames<Prediction> {
+  static constexpr auto list = [] {
+    std::array<std::pair<Prediction, std::string_view>, kPredictions.size()> names;
+    std::ranges::transform(kPredictions, names.begin(), [](const PredictionRow& row) {
+      return std::pair(row.prediction, row.name);
+    });
+    return names;
+  }();
+};
+
+/// An action that would have changed the machine before a later one runs.
+struct Acted {
+  std::string code;
+  std::string action;  ///< Its name.
+  Prediction outcome = Prediction::success;
+};
+template <>
+struct JSONFields<Acted> {
+  static constexpr std::array list{needed(field<&Acted::code>("code")),
+                                   informative(field<&Acted::action>("action")),
+                                   needed(field<&Acted::outcome>("outcome"))};
+};
 
 }  // namespace agent_tool

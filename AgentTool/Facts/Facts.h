@@ -130,6 +130,10 @@ constexpr std::string_view kApplicationsFolder = "/Applications";
 /// A longer line of facts is an error where lines are read.
 constexpr std::size_t kLongestFactsLine = std::size_t{1} << 20;
 
+/// What a file holds that begins like this and can't be lines of facts, for errors: «gzip data (try
+/// gzip -dc)». Empty if it may be lines.
+[[nodiscard]] std::string_view otherFormat(std::string_view beginning);
+
 /// Parses lines one at a time into the same facts, reusing memory. Not thread-safe.
 class FactsReader {
  public:

@@ -1,9 +1,12 @@
 #include "AgentTool/Facts/FactsTable.h"
 
+#include <algorithm>
+#include <array>
 #include <utility>
 #include <variant>
 
 #include "AgentTool/Console/PrintableText.h"
+#include "Platform/Text.h"
 #include "VexloPatchDeployment/Common/Overloaded.h"
 
 namespace agent_tool {
@@ -31,6 +34,33 @@ std::string gigabytes(std::int64_t bytes) {
 }
 
 std::string factsAsJSON(const Facts& facts) { return asJSON(facts) + '\n'; }
+
+std::string_view otherFormat(std::string_view beginning) {
+  using namespace std::string_view_literals;
+  struct Format {
+    std::string_view beginning;
+    std::string_view description;
+  };
+  static constexpr std::array kFormats{
+      Format{"\x1f\x8b", "gzip data (try gzip -dc)"},
+      Format{"BZh", "bzip2 data (try bzip2 -dc)"},
+      Format{"\xfd\x37zXZ", "xz data (try xz -dc)"},
+      Format{"\x28\xb5\x2f\xfd", "zstd data (try zstd -dc)"},
+      Format{"PK\x03\x04", "a zip archive"},
+      Format{"\xff\xfe", "UTF-16 text"},
+      Format{"\xfe\xff", "UTF-16 text"},
+      Format{"[", "a JSON array (try jq -c '.[]')"},
+  };
+  const auto* const format = std::ranges::find_if(
+      kFormats, [&](const Format& each) { return beginning.starts_with(each.beginning); });
+  if (format != kFormats.end()) {
+    return format->description;
+  }
+  if (platform::trimmed(beginning) == "{") {
+    return "a JSON object on several lines (try jq -c .)";
+  }
+  return beginning.contains('\0') ? "binary data" : "";
+}
 
 std::expected<const Facts*, DecodingError> FactsReader::read(std::string_view line) {
   if (auto error = readDocument(document_, line, facts_)) {

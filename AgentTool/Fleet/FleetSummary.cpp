@@ -5,6 +5,7 @@
 #include <concepts>
 #include <utility>
 
+#include "AgentLibraries/LogCore/Text.h"
 #include "AgentTool/JSON/JSONFields.h"
 #include "VexloPatchDeployment/Common/ActionID.h"
 
@@ -12,6 +13,7 @@ namespace agent_tool {
 namespace {
 
 using FileCodec::DecodingError;
+using LogCore::text;
 
 constexpr std::int64_t kHighestMajorVersion = 99;
 
@@ -22,7 +24,7 @@ void increase(std::uint64_t& sum, std::uint64_t by) {
 
 std::string owned(std::string_view text) { return std::string(text); }
 FleetAnswer owned(const FleetAnswerView& answer) {
-  return {owned(answer.outcome), owned(answer.action), owned(answer.reason)};
+  return {answer.outcome, owned(answer.action), owned(answer.reason), owned(answer.acted)};
 }
 
 // The JSON form
@@ -30,27 +32,35 @@ FleetAnswer owned(const FleetAnswerView& answer) {
 std::optional<std::string> orNull(const std::string& text) {
   return text.empty() ? std::nullopt : std::optional(text);
 }
+std::string nameOfAction(const std::string& code) { return describe(vexlo::ActionID(code)); }
 
 struct AnswerDocument {
-  std::string outcome;
+  Prediction outcome = Prediction::success;
   std::optional<std::string> code;
   std::optional<std::string> action;
   std::optional<std::string> reason;
+  std::vector<Acted> acted;
 
   AnswerDocument() = default;
   explicit AnswerDocument(const FleetAnswer& answer)
-      : outcome(answer.outcome), code(orNull(answer.action)), reason(orNull(answer.reason)) {
-    action =
-        code.transform([](const std::string& text) { return describe(vexlo::ActionID(text)); });
+      : outcome(answer.outcome),
+        code(orNull(answer.action)),
+        action(code.transform(nameOfAction)),
+        reason(orNull(answer.reason)),
+        acted(separated(answer.acted)) {
+    for (Acted& each : acted) {
+      each.action = nameOfAction(each.code);
+    }
   }
-  [[nodiscard]] FleetAnswerView answer() const {
-    return {outcome, code ? std::string_view(*code) : "", reason ? std::string_view(*reason) : ""};
+  [[nodiscard]] FleetAnswer answer() const {
+    return {outcome, code.value_or(""), reason.value_or(""), joined(acted)};
   }
 };
 
 enum class Processor : std::uint8_t { appleSilicon, intel };
 
 struct CountDocument : AnswerDocument {
+  Update update = Update::unknown;
   std::optional<std::int64_t> macOS;
   Processor processor = Processor::intel;
   std::uint64_t machines = 0;
@@ -91,15 +101,26 @@ struct JSONFields<FleetQuestion> {
 template <typename Document>
   requires std::derived_from<Document, AnswerDocument>
 struct AnswerFields {
-  static constexpr auto outcome = field<&AnswerDocument::outcome, Document>("outcome");
+  static constexpr auto outcome = needed(field<&AnswerDocument::outcome, Document>("outcome"));
   static constexpr auto code = field<&AnswerDocument::code, Document>("code");
   static constexpr auto action = informative(field<&AnswerDocument::action, Document>("action"));
   static constexpr auto reason = field<&AnswerDocument::reason, Document>("reason");
+  static constexpr auto acted = field<&AnswerDocument::acted, Document>("acted");
 };
 
 template <>
 struct JSONFields<AnswerDocument> : AnswerFields<AnswerDocument> {
-  static constexpr std::array list{outcome, code, action, reason};
+  static constexpr std::array list{outcome, code, action, reason, acted};
+};
+
+template <>
+struct JSONNames<Update> {
+  static constexpr auto list = [] {
+    std::array<std::pair<Update, std::string_view>, kUpdates.size()> names;
+    std::ranges::transform(kUpdates, names.begin(),
+                           [](const UpdateRow& row) { return std::pair(row.update, row.name); });
+    return names;
+  }();
 };
 
 template <>
@@ -115,6 +136,8 @@ struct JSONFields<CountDocument> : AnswerFields<CountDocument> {
                                    code,
                                    action,
                                    reason,
+                                   acted,
+                                   field<&CountDocument::update>("update"),
                                    field<&CountDocument::macOS>("macOS"),
                                    field<&CountDocument::processor>("processor"),
                                    field<&CountDocument::machines>("machines")};
@@ -131,11 +154,32 @@ template <>
 struct JSONFields<SummaryDocument> {
   static constexpr std::array list{needed(field<&SummaryDocument::version>("fleetSummary")),
                                    field<&SummaryDocument::patch>("patch"),
-                                   informative(field<&SummaryDocument::machines>("machines")),
+                                   needed(field<&SummaryDocument::machines>("machines")),
                                    needed(field<&SummaryDocument::badLines>("badLines")),
                                    needed(field<&SummaryDocument::counts>("counts")),
                                    needed(field<&SummaryDocument::moves>("moves"))};
 };
+
+std::string joined(const std::vector<Acted>& acted) {
+  std::string out;
+  for (const Acted& each : acted) {
+    out += text(out.empty() ? "" : ", ", each.code, ' ', name(each.outcome));
+  }
+  return out;
+}
+
+std::vector<Acted> separated(std::string_view acted) {
+  std::vector<Acted> out;
+  for (const PredictionRow* row = nullptr; !acted.empty();) {
+    const std::size_t blank = acted.find(' ');
+    const std::string_view outcome = acted.substr(blank + 1, acted.find(',') - blank - 1);
+    row = std::ranges::find(kPredictions, outcome, &PredictionRow::name);
+    out.push_back(
+        {.code = owned(acted.substr(0, blank)), .action = {}, .outcome = row->prediction});
+    acted.remove_prefix(std::min(blank + outcome.size() + 3, acted.size()));
+  }
+  return out;
+}
 
 void FleetSummary::add(const FleetAnswerView& answer, const MachineKind& kind,
                        std::uint64_t machines) {
@@ -192,6 +236,7 @@ std::string asJSON(const FleetSummary& summary) {
   for (const auto& [answer, counts] : summary.answers()) {
     for (const auto& [kind, machines] : counts) {
       CountDocument& row = document.counts.emplace_back(AnswerDocument(answer));
+      row.update = kind.update;
       row.macOS = kind.macOS == 0 ? std::nullopt : std::optional(kind.macOS);
       row.processor = kind.isAppleSilicon ? Processor::appleSilicon : Processor::intel;
       row.machines = machines;
@@ -214,13 +259,20 @@ std::expected<FleetSummary, DecodingError> summaryFromJSON(std::string_view line
   FleetSummary summary = document.patch ? FleetSummary(*std::move(document.patch)) : FleetSummary();
   summary.addBadLines(document.badLines);
   for (const CountDocument& row : document.counts) {
-    summary.add(row.answer(),
-                {.macOS = row.macOS.value_or(0),
+    summary.add(FleetSummary::Less::view(row.answer()),
+                {.update = row.update,
+                 .macOS = row.macOS.value_or(0),
                  .isAppleSilicon = row.processor == Processor::appleSilicon},
                 row.machines);
   }
   for (const MoveDocument& row : document.moves) {
-    summary.addMove(row.from.answer(), row.to.answer(), row.machines);
+    summary.addMove(FleetSummary::Less::view(row.from.answer()),
+                    FleetSummary::Less::view(row.to.answer()), row.machines);
+  }
+  if (document.machines != summary.machines()) {
+    return std::unexpected(DecodingError({}, "machines",
+                                         text("the sum of the counts, ", summary.machines()),
+                                         text(document.machines)));
   }
   return summary;
 }

@@ -1,6 +1,8 @@
 // Counts a patch's predicted results on a fleet.
 #pragma once
+#include <array>
 #include <compare>
+#include <cstddef>
 #include <cstdint>
 #include <expected>
 #include <map>
@@ -11,6 +13,7 @@
 #include <vector>
 
 #include "AgentLibraries/FileCodec/DecodingError.h"
+#include "AgentTool/Evaluation/Prediction.h"
 #include "VexloPatchDeployment/Common/PatchIdentifier.h"
 
 namespace agent_tool {
@@ -35,16 +38,44 @@ struct FleetQuestion {
 /// A machine's answer, reduced to what is counted.
 template <typename Text>
 struct BasicFleetAnswer {
-  Text outcome;  ///< The name of a `Prediction`: "success", "applyLater", "wouldAsk".
-  Text action;   ///< The code of the deciding action; empty if all succeed.
-  Text reason;   ///< The name of its description; empty if there is none.
+  Prediction outcome = Prediction::success;
+  Text action;  ///< The code of the deciding action; empty if all succeed.
+  Text reason;  ///< The name of its description; empty if there is none.
+  Text acted;   ///< What would act before it: «2007 wouldRun, 2008 wouldKill».
   friend auto operator<=>(const BasicFleetAnswer&, const BasicFleetAnswer&) = default;
 };
 using FleetAnswer = BasicFleetAnswer<std::string>;
 using FleetAnswerView = BasicFleetAnswer<std::string_view>;
 
+/// What a patch's macOS version is to a machine.
+enum class Update : std::uint8_t { unknown, alreadyCurrent, notOffered, majorUpgrade, minorUpdate };
+
+struct UpdateRow {
+  Update update;
+  std::string_view name;
+  std::string_view words;
+  std::string_view meaning;
+};
+constexpr std::array kUpdates{
+    // in the enumeration's order
+    UpdateRow{Update::unknown, "unknown", "unknown",
+              "the patch names no macOS version, or the machine's is not known"},
+    UpdateRow{Update::alreadyCurrent, "alreadyCurrent", "already current",
+              "the machine has the patch's macOS version or a later one"},
+    UpdateRow{Update::notOffered, "notOffered", "not offered",
+              "Apple's tools don't list the patch's macOS version for the machine"},
+    UpdateRow{Update::majorUpgrade, "majorUpgrade", "major upgrade",
+              "to a later major version of macOS"},
+    UpdateRow{Update::minorUpdate, "minorUpdate", "minor update",
+              "within the machine's major version of macOS"},
+};
+[[nodiscard]] constexpr const UpdateRow& rowOf(Update update) {
+  return kUpdates.at(static_cast<std::size_t>(update));
+}
+
 /// The types of machine that are counted separately.
 struct MachineKind {
+  Update update = Update::unknown;
   std::int64_t macOS = 0;  ///< The major version, 1 to 99; 0 if unknown.
   bool isAppleSilicon = false;
   friend auto operator<=>(const MachineKind&, const MachineKind&) = default;
@@ -74,7 +105,7 @@ class FleetSummary {
     using is_transparent = void;
     bool operator()(const auto& left, const auto& right) const { return view(left) < view(right); }
     static FleetAnswerView view(const FleetAnswer& answer) {
-      return {answer.outcome, answer.action, answer.reason};
+      return {answer.outcome, answer.action, answer.reason, answer.acted};
     }
     static FleetAnswerView view(const FleetAnswerView& answer) { return answer; }
   };
@@ -96,6 +127,10 @@ class FleetSummary {
   std::uint64_t machines_ = 0;
   std::uint64_t badLines_ = 0;
 };
+
+/// The form of `BasicFleetAnswer::acted`, and back, without the names of the actions.
+[[nodiscard]] std::string joined(const std::vector<Acted>& acted);
+[[nodiscard]] std::vector<Acted> separated(std::string_view acted);
 
 /// One line of JSON, with its line feed (docs/FLEET.md).
 [[nodiscard]] std::string asJSON(const FleetSummary& summary);

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstddef>
 #include <map>
+#include <ranges>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -105,25 +106,46 @@ std::string nameOf(const FleetAnswer& answer) {
   return answer.action.empty() ? std::string() : describe(vexlo::ActionID(answer.action));
 }
 
+std::string inMachines(std::uint64_t count) {
+  return text(grouped(count), count == 1 ? " machine" : " machines");
+}
+
 /// By descending count, then by what is counted.
 constexpr auto mostFirst = [](const auto& left, const auto& right) {
   return left.second != right.second ? left.second > right.second : *left.first < *right.first;
 };
 
 std::string outcomes(const FleetSummary& summary, const Console& console) {
-  std::map<std::string, std::uint64_t> byOutcome{{"success", 0}};
+  std::map<Prediction, std::uint64_t> byOutcome{{Prediction::success, 0}};
+  std::map<std::pair<std::string, Prediction>, std::uint64_t> acted;
   for (const auto& [answer, counts] : summary.answers()) {
     byOutcome[answer.outcome] += sum(counts);
+    for (const Acted& each : separated(answer.acted)) {
+      acted[{each.code, each.outcome}] += sum(counts);
+    }
   }
-  std::vector<std::pair<std::string, std::uint64_t>> rows(byOutcome.begin(), byOutcome.end());
-  std::ranges::sort(
-      rows, {}, [](const auto& row) { return std::pair(verdictOn(row.first).verdict, row.first); });
+  std::vector<std::pair<Prediction, std::uint64_t>> rows(byOutcome.begin(), byOutcome.end());
+  std::ranges::stable_sort(rows, {}, [](const auto& row) { return verdictOn(row.first).verdict; });
   CountTable table({"OUTCOME"});
   for (const auto& [outcome, machines] : rows) {
-    table.add({{printable(outcome), verdictOn(outcome).style}}, machines,
+    table.add({{std::string(name(outcome)), verdictOn(outcome).style}}, machines,
               shareOf(machines, summary.machines()), verdictOn(outcome).style);
   }
-  return table.text(console);
+  std::string out = table.text(console);
+  for (const auto& [act, machines] : acted) {
+    const auto& [code, outcome] = act;
+    out += console.styled(
+        text(inMachines(machines), ' ', rowOf(outcome).act, " (", printable(code), ") first\n"),
+        Style::waiting);
+  }
+  return out;
+}
+
+/// What is seen of an answer: «applyLater, after 2007 wouldRun».
+std::string shown(const FleetAnswer& answer) {
+  const std::string_view outcome = name(answer.outcome);
+  return text(answer.reason.empty() ? std::string(outcome) : printable(answer.reason),
+              answer.acted.empty() ? "" : ", after ", printable(answer.acted));
 }
 
 std::string reasons(const FleetSummary& summary, const Console& console) {
@@ -136,40 +158,59 @@ std::string reasons(const FleetSummary& summary, const Console& console) {
   }
   std::ranges::sort(rows, mostFirst);
   for (const auto& [answer, machines] : rows) {
-    table.add({{printable(answer->action)},
-               {printable(nameOf(*answer))},
-               {printable(answer->reason.empty() ? answer->outcome : answer->reason)}},
+    table.add({{printable(answer->action)}, {printable(nameOf(*answer))}, {shown(*answer)}},
               machines, shareOf(machines, summary.machines()), verdictOn(answer->outcome).style);
   }
   return table.text(console);
 }
 
-/// The number of machines of each type and the share that is ready.
-template <typename Label>
-std::string byKind(const FleetSummary& summary, const char* heading, const Console& console,
-                   const Label& labelOf) {
+/// The number of machines of each kind and the share that is ready.
+std::string kinds(const FleetSummary& summary, const Console& console) {
   struct Tally {
     std::uint64_t machines = 0;
     std::uint64_t ready = 0;
   };
-  std::map<std::pair<std::int64_t, std::string>, Tally> tallies;
+  std::map<MachineKind, Tally> tallies;
   for (const auto& [answer, counts] : summary.answers()) {
     for (const auto& [kind, machines] : counts) {
-      Tally& tally = tallies[labelOf(kind)];
-      tally.machines += machines;
-      tally.ready += verdictOn(answer.outcome).verdict == Verdict::ready ? machines : 0;
+      tallies[kind].machines += machines;
+      tallies[kind].ready += verdictOn(answer.outcome).verdict == Verdict::ready ? machines : 0;
     }
   }
-  CountTable table({heading}, "READY");
-  for (const auto& [label, tally] : tallies) {
-    table.add({{label.second}}, tally.machines, shareOf(tally.ready, tally.machines), Style::good);
+  CountTable table({"UPDATE", "MACOS", "PROCESSOR"}, "READY");
+  for (const auto& [kind, tally] : tallies | std::views::reverse) {  // the newest first
+    table.add({{std::string(rowOf(kind.update).words)},
+               {kind.macOS == 0 ? std::string("unknown") : text("macOS ", kind.macOS)},
+               {kind.isAppleSilicon ? "Apple silicon" : "Intel"}},
+              tally.machines, shareOf(tally.ready, tally.machines), Style::good);
   }
   return table.text(console);
 }
 
-std::string shown(const FleetAnswer& answer) {
-  std::string out = printable(answer.reason.empty() ? answer.outcome : answer.reason);
-  return answer.action.empty() ? out : text(printable(answer.action), ' ', out);
+/// What the words of the other tables mean.
+std::string legend(const FleetSummary& summary, const Console& console) {
+  std::vector<std::vector<Cell>> rows{
+      {{"READY"}, {"no action stops the patch, as far as can be known beforehand"}}};
+  for (const PredictionRow& row : kPredictions) {
+    if (std::ranges::any_of(summary.answers(), [&](const auto& entry) {
+          return entry.first.outcome == row.prediction || entry.first.acted.contains(row.name);
+        })) {
+      rows.push_back({{std::string(row.name)}, {std::string(row.meaning)}});
+    }
+  }
+  for (const UpdateRow& row : kUpdates | std::views::reverse) {
+    if (std::ranges::any_of(summary.answers(), [&](const auto& entry) {
+          return std::ranges::any_of(
+              entry.second, [&](const auto& count) { return count.first.update == row.update; });
+        })) {
+      rows.push_back({{std::string(row.words)}, {std::string(row.meaning)}});
+    }
+  }
+  return '\n' + tableText(console, {"WORD", "MEANING"}, rows);
+}
+
+std::string movedTo(const FleetAnswer& answer) {
+  return answer.action.empty() ? shown(answer) : text(printable(answer.action), ' ', shown(answer));
 }
 
 std::string moves(const FleetSummary& summary, const Console& console) {
@@ -187,8 +228,8 @@ std::string moves(const FleetSummary& summary, const Console& console) {
   }
   std::ranges::sort(rows, mostFirst);
   for (const auto& [move, machines] : rows) {
-    table.add({{shown(move->first), verdictOn(move->first.outcome).style},
-               {shown(move->second), verdictOn(move->second.outcome).style}},
+    table.add({{movedTo(move->first), verdictOn(move->first.outcome).style},
+               {movedTo(move->second), verdictOn(move->second.outcome).style}},
               machines, shareOf(machines, summary.machines()),
               verdictOn(move->second.outcome).style);
   }
@@ -213,7 +254,7 @@ std::string asTable(const FleetSummary& summary, const Console& console) {
         text("Patch ", printable(question->patchID), " of product ", printable(question->productID),
              ", service pack ", printable(question->servicePackID), ": ");
   }
-  out += text(grouped(summary.machines()), summary.machines() == 1 ? " machine" : " machines");
+  out += inMachines(summary.machines());
   if (summary.badLines() > 0) {
     out += text(", ",
                 console.styled(text(grouped(summary.badLines()),
@@ -225,18 +266,8 @@ std::string asTable(const FleetSummary& summary, const Console& console) {
   if (summary.machines() == 0) {
     return out;
   }
-  return out + outcomes(summary, console) + reasons(summary, console) +
-         byKind(summary, "MACOS", console,
-                [](const MachineKind& kind) {
-                  return std::pair(-kind.macOS, kind.macOS == 0 ? std::string("unknown")
-                                                                : text("macOS ", kind.macOS));
-                }) +
-         byKind(summary, "PROCESSOR", console,
-                [](const MachineKind& kind) {
-                  return std::pair(std::int64_t{kind.isAppleSilicon ? 0 : 1},
-                                   std::string(kind.isAppleSilicon ? "Apple silicon" : "Intel"));
-                }) +
-         moves(summary, console);
+  return out + outcomes(summary, console) + reasons(summary, console) + kinds(summary, console) +
+         moves(summary, console) + legend(summary, console);
 }
 
 }  // namespace agent_tool

@@ -8,8 +8,8 @@
 
 namespace agent_tool {
 
-/// Tables with bars: outcomes, blocking reasons, macOS versions and processors, and for a
-/// comparison the changes.
+/// Tables with bars: outcomes, blocking reasons, kinds of machine and for a comparison the changes;
+/// then what their words mean.
 [[nodiscard]] std::string asTable(const FleetSummary& summary, const Console& console);
 
 /// «1,234,567»

@@ -18,18 +18,21 @@ namespace agent_tool {
 /// A patch's predicted result on one machine: the prediction for the deciding action.
 struct MachineAnswer {
   Prediction prediction = Prediction::success;
-  std::string_view code;    ///< The action's code; empty if all actions succeed.
-  std::string_view action;  ///< Its name.
-  std::string reason;       ///< The description's name; empty if there is none.
-  std::string next;         ///< What would happen next; empty if the answer is a result.
-  std::string measured;     ///< The measurements as a JSON array.
+  std::string_view code;     ///< The action's code; empty if all actions succeed.
+  std::string_view action;   ///< Its name.
+  std::string reason;        ///< The description's name; empty if there is none.
+  std::string next;          ///< What would happen next; empty if the answer is a result.
+  std::string measured;      ///< The measurements as a JSON array.
+  std::vector<Acted> acted;  ///< The actions before it that would have changed the machine.
+  std::string actedText;     ///< The same as it is counted.
 
-  [[nodiscard]] FleetAnswerView counted() const { return {name(prediction), code, reason}; }
+  [[nodiscard]] FleetAnswerView counted() const { return {prediction, code, reason, actedText}; }
 };
 
 /// Evaluates a patch for one machine at a time. The deciding action is the first that would stop
 /// the patch: it can't pass now, fails, or depends on the user or on a fact that is not known. If
-/// there is none, it is the first action that would do something. Not thread-safe.
+/// there is none, it is the first action that would do something, and nothing has acted before.
+/// Not thread-safe.
 class WhatIf {
  public:
   WhatIf(const vexlo::PatchIdentifier& patch,
@@ -39,6 +42,9 @@ class WhatIf {
 
   /// The answer for a machine; valid until the next call.
   [[nodiscard]] const MachineAnswer& answer(const Facts& facts);
+
+  /// What the version that the patch installs, or whose deferral it checks, is to a machine.
+  [[nodiscard]] Update update(const Facts& facts) const;
 
   /// The actions, in order.
   [[nodiscard]] std::vector<FleetAction> actions() const;
@@ -54,6 +60,7 @@ class WhatIf {
   void keep(const Action& action, const Evaluation& evaluation);
 
   std::vector<Action> actions_;
+  const Action* versionedAction_ = nullptr;  // the one that names a macOS version first
   Evaluator evaluator_;
   MachineAnswer answer_;
 };

@@ -25,7 +25,7 @@ _vexlo_patch() {
   esac
   case $previous in
     --agent-root | --base-dir | --data-dir | --log-dir) flags='' words='' kind='' kind=-d ;;
-    --log-file | --facts | --compare | --summary-file | --merge) flags='' words='' kind='' kind=-f ;;
+    --log-file | --facts | --compare | --summary-file) flags='' words='' kind='' kind=-f ;;
     --patch | --product | --service-pack | --application | --name) flags='' words='' kind='' words='' ;;
     --action) flags='' words='' kind='' words='2001 siliconBatteryPercentageCheck 2002 intelBatteryPercentageCheck 2003 userLoggedInCheck 2004 multipleUserLoggedInCheck 2005 minimumDiskSpaceCheck 2006 macOSDeferCheck 2007 installMacOSUpdates 2008 applicationRunningCheck 2009 applicationRunningNotifier 2010 installMacOSUpdatesUsingInstallAssistant' ;;
     --machine) flags='' words='' kind='' words='auto apple-silicon intel' ;;

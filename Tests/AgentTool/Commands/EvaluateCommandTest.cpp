@@ -36,16 +36,17 @@ TEST_F(EvaluateCommandTest, ShowsAnswersAndMeasuredValues) {
             R"("arguments":["30"],"answer":"applyLater","description":"inSufficientBattery",)"
             R"("why":"battery 12 %, 30 % needed","measured":[{"kind":"battery",)"
             R"("source":"battery","percentage":12,"neededPercentage":30}],"next":"",)"
-            R"("applications":[],"postponementsLeft":null,"commands":[]},)"
+            R"("applications":[],"postponementsLeft":null,"commands":[],"acted":[]},)"
             R"({"name":"userLoggedInCheck","code":"2003","arguments":[],"answer":"success",)"
             R"("description":null,"why":"alice at the console","measured":[)"
             R"({"kind":"consoleUser","user":"alice"}],"next":"","applications":[],)"
-            R"("postponementsLeft":null,"commands":[]}]})"
+            R"("postponementsLeft":null,"commands":[],"acted":[]}]})"
             "\n");
 }
 
 TEST_F(EvaluateCommandTest, ReportsWhyFactsAreUnusable) {
   root.write("two.json", std::string(kFacts) + "\n" + kFacts + "\n");
+  root.write("indented.json", "{\n}\n");
   root.write("wrong.json", R"({"version":1,"appleSilicon":"yes"})");
   root.write("long.json", std::string(1'100'000, ' ') + kFacts);
   for (const auto& [file, message] :
@@ -53,6 +54,8 @@ TEST_F(EvaluateCommandTest, ReportsWhyFactsAreUnusable) {
                   "two.json: expected one line, found several lines (use what-if for those)"),
         {"wrong.json", "wrong.json: appleSilicon: expected true or false, found \"yes\""},
         {"- < long.json", "standard input: expected a line of at most 1048576 bytes, found more"},
+        {"indented.json",
+         "indented.json: expected a line of facts, found a JSON object on several"},
         {"none.json", "none.json: No such file or directory"}}) {
     const ToolRun run = shell(std::string("vexlo-patch evaluate $patch --facts ") + file);
     EXPECT_EQ(run.status, 65) << file;

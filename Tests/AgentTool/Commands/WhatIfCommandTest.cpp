@@ -5,9 +5,11 @@
 #include "Tests/AgentTool/AgentToolFixture.h"
 
 using testing::AllOf;
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::MatchesRegex;
+using testing::Not;
 using testing::StartsWith;
 
 namespace {
@@ -33,25 +35,63 @@ TEST_F(WhatIfCommandTest, PrintsOneAnswerPerLine) {
   EXPECT_EQ(run.status, 0);
   EXPECT_EQ(
       run.output,
-      R"({"machine":"mac-a","macOS":null,"processor":"apple-silicon","outcome":"applyLater",)"
+      R"({"machine":"mac-a","macOS":null,"processor":"apple-silicon",)"
+      R"("update":"unknown","outcome":"applyLater",)"
       R"("code":"2001","action":"siliconBatteryPercentageCheck","reason":"inSufficientBattery",)"
       R"("next":null,"measured":[{"kind":"battery","source":"battery","percentage":12,)"
-      R"("neededPercentage":30}]})"
+      R"("neededPercentage":30}],"acted":[]})"
       "\n"
       R"({"machine":"standard input:1","macOS":null,"processor":"apple-silicon",)"
-      R"("outcome":"applyLater","code":"2005","action":"minimumDiskSpaceCheck",)"
+      R"("update":"unknown","outcome":"applyLater","code":"2005","action":"minimumDiskSpaceCheck",)"
       R"("reason":"inSufficientDiskSpaceForSoftwareUpdate","next":null,"measured":[)"
-      R"({"kind":"diskSpace","freeBytes":15000000000,"neededBytes":20000000000}]})"
+      R"({"kind":"diskSpace","freeBytes":15000000000,"neededBytes":20000000000}],"acted":[]})"
       "\n"
       R"({"machine":"standard input:3","macOS":"14.5","processor":"apple-silicon",)"
-      R"("outcome":"success","code":null,"action":null,"reason":null,"next":null,"measured":[]})"
+      R"("update":"unknown","outcome":"success","code":null,"action":null,"reason":null,)"
+      R"("next":null,"measured":[],"acted":[]})"
       "\n");
   EXPECT_THAT(run.errors, AllOf(HasSubstr("Patch 1 of product 2, service pack 3: 3 machines\n"),
                                 HasSubstr("applyLater         2   66.7 %  ████████████████\n")));
 }
 
+TEST_F(WhatIfCommandTest, ShowsWhatActsBeforeTheDecidingActionAndGroupsByUpdate) {
+  root.write("actions", R"({"PatchActions": {"1": {"2007": ["14.5", "macOS 14.5-23F79"],)"
+                        R"("2008": ["com.x"]}}})");
+  const std::string runs = R"(,"applications":{"com.x":[{"pid":1}]}})";
+  std::string facts;
+  for (const char* const more :
+       {R"("macOSVersion":"14.4.1")", R"("macOSVersion":"14.10")", R"("macOSVersion":"13.6")",
+        R"("macOSVersion":"14.4","availableOSUpdates":[])"}) {
+    std::string line = machine(more);
+    facts += line.replace(line.rfind('}'), 1, runs);
+  }
+  root.write("fleet", facts);
+  const ToolRun run = shell("vexlo-patch what-if actions $patch fleet");
+  const auto acted =
+      R"("acted":[{"code":"2007","action":"installMacOSUpdates","outcome":"wouldRun"}])";
+  for (const char* const update : {"minorUpdate", "alreadyCurrent", "majorUpgrade", "notOffered"}) {
+    EXPECT_THAT(run.output, MatchesRegex(std::string("(.*\n)?[^\n]*\"update\":\"") + update +
+                                         R"([^\n]*"code":"2008"[^\n]*)" + "[^\n]*\n.*"));
+  }
+  EXPECT_THAT(run.output, HasSubstr(acted));
+  EXPECT_THAT(run.errors,
+              AllOf(HasSubstr("\n4 machines would install (2007) first\n"),
+                    HasSubstr("appIsRunning, after 2007 wouldRun"),
+                    HasSubstr("\nminor update     macOS 14  Apple silicon         1    0.0 %\n"
+                              "major upgrade    macOS 14  Apple silicon"),
+                    HasSubstr("\nnot offered      Apple's tools don't list ")));
+  root.write("client-data/patch-resources/mac-patch-actions.json", root.read("actions"));
+  const std::string evaluate = "head -n 1 fleet | vexlo-patch evaluate --facts - $patch";
+  EXPECT_THAT(shell(evaluate).output, HasSubstr("prompts are off; 2007 would install first\n"));
+  EXPECT_THAT(shell(evaluate + " --json").output, HasSubstr(std::string(acted) + "}]}"));
+  EXPECT_EQ(shell("vexlo-patch what-if actions $patch fleet --summary --json > s; "
+                  "vexlo-patch what-if --merge --json s | cmp - s")
+                .status,
+            0);
+}
+
 TEST_F(WhatIfCommandTest, BadLinesAreReportedCountedAndSkipped) {
-  root.write("bad", "{\n" + machine(R"("x":[])") + std::string(1'100'000, 'x') + "\n{}");
+  root.write("bad", "{,\n" + machine(R"("x":[])") + std::string(1'100'000, 'x') + "\n{}");
   const ToolRun run = shell(
       "vexlo-patch what-if actions $patch --summary-file sum bad missing b; s=$?; cat sum; "
       "vexlo-patch what-if actions $patch --summary --json bad | cmp - sum; exit $s");
@@ -67,11 +107,43 @@ TEST_F(WhatIfCommandTest, BadLinesAreReportedCountedAndSkipped) {
   EXPECT_EQ(shell("vexlo-patch what-if actions $patch bad").status, 2);
 }
 
+TEST_F(WhatIfCommandTest, ManyBadLinesMakeFewMessagesAndOtherFormatsOne) {
+  root.write("bad", [] {
+    std::string lines;
+    for (int line = 0; line < 20; ++line) {
+      lines += "x\n";
+    }
+    return lines;
+  }());
+  EXPECT_THAT(shell("vexlo-patch what-if actions $patch --summary bad").errors,
+              AllOf(HasSubstr("bad:10: "), Not(HasSubstr("bad:11: ")),
+                    EndsWith("\nvexlo-patch: bad: further bad lines are only counted\n"
+                             "vexlo-patch: bad: 20 bad lines\n")));
+  root.write("indented", "\n {\n\"version\":1}\n");
+  root.write("list", "[{}]\n");
+  root.write("nul", std::string("a\0b\n", 4));
+  for (const auto& [file, found] : {std::pair("zipped", "gzip data"),
+                                    {"list", "a JSON array"},
+                                    {"indented", "a JSON object on several"},
+                                    {"nul", "binary"}}) {
+    const ToolRun run = shell(std::string("gzip -c a > zipped; vexlo-patch what-if actions $patch "
+                                          "--summary ") +
+                              file);
+    EXPECT_EQ(run.status, 1) << file;
+    EXPECT_THAT(run.errors, StartsWith(std::string("vexlo-patch: ") + file +
+                                       ": expected lines of facts, found " + found));
+  }
+}
+
 TEST_F(WhatIfCommandTest, WritesTheSummaryToFIFOsAndDevices) {
   const ToolRun run = shell(
       "mkfifo pipe; cat pipe > read & vexlo-patch what-if actions $patch --summary-file pipe a && "
       "wait && test -p pipe && vexlo-patch what-if --merge read");
   EXPECT_EQ(run.status, 0) << run.errors;
+  const ToolRun unread =
+      shell("timeout 20 vexlo-patch what-if actions $patch --summary-file pipe a");
+  EXPECT_EQ(unread.status, 1);
+  EXPECT_THAT(unread.errors, HasSubstr("vexlo-patch: pipe: nobody reads it\n"));
 }
 
 TEST_F(WhatIfCommandTest, ComparesWithAnotherActionFile) {
@@ -101,6 +173,9 @@ TEST_F(WhatIfCommandTest, PartialSummariesMergeToTheWhole) {
                     "vexlo-patch what-if --merge s1 s2")
                   .errors,
               HasSubstr("s2:1: this summary is for another patch or other actions"));
+  const ToolRun twice = shell("vexlo-patch what-if --merge s1 s1");
+  EXPECT_THAT(twice.errors, EndsWith("s1:1: warning: the same summary as s1:1, counted twice\n"));
+  EXPECT_THAT(twice.output, HasSubstr(": 2 machines\n"));
 }
 
 TEST_F(WhatIfCommandTest, WorksAsAFilterForGNUParallel) {
@@ -122,7 +197,8 @@ TEST_F(WhatIfCommandTest, ReportsBadUsage) {
            std::pair("actions a --patch 1 --product 2",
                      "vexlo-patch: --service-pack is required\n"),
            std::pair("actions $patch a --json", "vexlo-patch: --json needs --summary or --merge\n"),
-           std::pair("actions --merge b", "vexlo-patch: ACTIONS excludes --merge\n"),
+           std::pair("--merge b --strict", "vexlo-patch: --merge excludes --strict\n"),
+           std::pair("--merge", "vexlo-patch: a summary is required (- for standard input)\n"),
        }) {
     const ToolRun run = shell("vexlo-patch what-if " + std::string(arguments));
     EXPECT_EQ(run.status, 64) << arguments;

@@ -1,13 +1,16 @@
 // Evaluates actions on recorded facts.
 #include "AgentTool/Evaluation/Evaluator.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <fstream>
+#include <iterator>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "AgentLibraries/LogCore/Logger.h"
@@ -64,6 +67,17 @@ void expectDocumented(const vexlo::Measurement& measurement) {
     const std::size_t begin = json.rfind('"', end - 1) + 1;
     const std::string name = json.substr(begin, end - begin);
     EXPECT_TRUE(name == "kind" || row.contains('`' + name + '`')) << json << " in: " << row;
+  }
+}
+
+TEST(EvaluatePageTest, ExplainsEveryPrediction) {
+  std::ifstream file(VEXLO_DOCUMENTS "/EVALUATE.md");
+  const std::string page(std::istreambuf_iterator<char>(file), {});
+  constexpr std::array kNames{"ready", "waits", "fails"};  // of the verdicts
+  for (const PredictionRow& row : kPredictions) {
+    EXPECT_THAT(page, testing::HasSubstr(LogCore::text("| `", row.name, "` | ",
+                                                       kNames.at(std::to_underlying(row.verdict)),
+                                                       " | ", row.meaning, " |\n")));
   }
 }
 

@@ -4,14 +4,19 @@
 
 #include <array>
 #include <cstdint>
+#include <fstream>
+#include <iterator>
 #include <random>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "AgentLibraries/LogCore/Text.h"
+
 using agent_tool::asJSON;
 using agent_tool::FleetQuestion;
 using agent_tool::FleetSummary;
+using agent_tool::Prediction;
 using agent_tool::summaryFromJSON;
 
 namespace {
@@ -25,17 +30,18 @@ const FleetQuestion kQuestion{.patchID = "1",
 /// A summary of a few kinds of machine; some counts are near the limit.
 FleetSummary randomSummary(std::mt19937& random) {
   constexpr std::array<agent_tool::FleetAnswerView, 4> kAnswers{
-      {{"success", "", ""},
-       {"applyLater", "2005", "inSufficientDiskSpaceForSoftwareUpdate"},
-       {"wouldAsk", "2008", ""},
-       {"failure", "20\"07", "unDefined"}}};
+      {{Prediction::success, "", "", ""},
+       {Prediction::applyLater, "2005", "inSufficientDiskSpaceForSoftwareUpdate", ""},
+       {Prediction::wouldAsk, "2010", "", "2007 wouldRun, 2008 wouldForce"},
+       {Prediction::failure, "20\"07", "unDefined", ""}}};
   FleetSummary summary = random() % 4 == 0 ? FleetSummary() : FleetSummary(kQuestion);
   for (std::size_t rows = random() % 6; rows > 0; --rows) {
     const auto& answer = kAnswers[random() % kAnswers.size()];
     const std::uint64_t machines =
         random() % 8 == 0 ? FleetSummary::kMostMachines - random() % 3 : random() % 1000;
     summary.add(answer,
-                {.macOS = static_cast<std::int64_t>(random() % 3) * 13,
+                {.update = agent_tool::kUpdates.at(random() % agent_tool::kUpdates.size()).update,
+                 .macOS = static_cast<std::int64_t>(random() % 3) * 13,
                  .isAppleSilicon = random() % 2 == 0},
                 machines);
     summary.addMove(kAnswers[random() % kAnswers.size()], answer, machines);
@@ -76,9 +82,19 @@ TEST(FleetSummaryTest, SummariesOfDifferentQuestionsDoNotMerge) {
 TEST(FleetSummaryTest, InvalidVersionsAreCountedAsUnknown) {
   FleetSummary summary;
   for (const std::int64_t version : {-1, 0, 100, 1'000'000}) {
-    summary.add({"success", "", ""}, {.macOS = version});
+    summary.add({}, {.macOS = version});
   }
   EXPECT_EQ(summary.answers().begin()->second.size(), 1U);
+}
+
+TEST(FleetPageTest, ExplainsTheGroups) {
+  std::ifstream file(VEXLO_DOCUMENTS "/FLEET.md");
+  const std::string page(std::istreambuf_iterator<char>(file), {});
+  for (const agent_tool::UpdateRow& row : agent_tool::kUpdates) {
+    EXPECT_NE(page.find(LogCore::text("| `", row.name, "` | ", row.meaning, " |\n")),
+              std::string::npos)
+        << row.name;
+  }
 }
 
 TEST(FleetSummaryTest, InvalidJSONIsRejectedWithItsPlace) {
@@ -86,10 +102,16 @@ TEST(FleetSummaryTest, InvalidJSONIsRejectedWithItsPlace) {
            {"[", R"(column 2: expected a value or "]", found the end of the text)"},
            {"{}", R"(expected the member "fleetSummary", found none)"},
            {R"({"fleetSummary":2})", "fleetSummary: expected the version 1, found the integer 2"},
-           {R"({"fleetSummary":1,"patch":null,"badLines":-1})",
+           {R"({"fleetSummary":1,"machines":1,"patch":null,"badLines":-1})",
             "badLines: expected a count, found the integer -1"},
-           {R"({"fleetSummary":1,"patch":null,"badLines":0,"counts":[{"processor":"M1"}]})",
-            R"(counts › [0] › processor: expected "apple-silicon" or "intel", found "M1")"}}) {
+           {R"({"fleetSummary":1,"machines":1,"badLines":0,"counts":[{"processor":"M1"}]})",
+            R"(counts › [0] › processor: expected "apple-silicon" or "intel", found "M1")"},
+           {R"({"fleetSummary":1,"machines":1,"badLines":0,"counts":[{"outcome":"maybe"}]})",
+            R"(counts › [0] › outcome: expected "success", "applyLater", "failure", "wouldAsk", )"
+            R"("wouldForce", "wouldKill", "wouldRun" or "notAsked", found "maybe")"},
+           {R"({"fleetSummary":1,"machines":3,"badLines":0,"moves":[],"counts":[)"
+            R"({"outcome":"success","machines":2}]})",
+            "machines: expected the sum of the counts, 2, found 3"}}) {
     const auto summary = summaryFromJSON(text);
     ASSERT_FALSE(summary) << text;
     EXPECT_EQ(summary.error().what(), error);
