@@ -163,17 +163,22 @@ std::string actionsAsMarkdown() {
 std::string actionFileSchema() {
   const std::string anyArguments = R"({"type":"array","items":{"type":"string"}})";
   JSONObject known;
+  std::vector<std::string_view> names;
   for (const KnownActionRow& action : vexlo::knownActions()) {
     known.addJSON(action.code, schemaOfAction(action));
+    names.push_back(action.name);
   }
+  const std::string noName = JSONObject().addJSON("enum", jsonList(names)).done();
   const std::string actions =
       JSONObject()
           .addString("title", "Actions")
           .addString("description",
                      "Action codes with their arguments. Actions run in the order of their codes; "
-                     "an unknown code is skipped and counts as passed.")
+                     "an unknown code is skipped and counts as passed. Names can't be used in the "
+                     "place of codes.")
           .addString("type", "object")
           .addJSON("properties", known.done())
+          .addJSON("propertyNames", JSONObject().addJSON("not", noName).done())
           .addJSON("additionalProperties", anyArguments)
           .done();
   const auto mapOf = [](std::string_view title, std::string_view description,

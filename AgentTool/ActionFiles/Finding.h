@@ -13,7 +13,7 @@ enum class FindingKind : std::uint8_t {
   unreadable,  ///< the file can't be read
   syntax,      ///< the text is not JSON
   wrongType,   ///< a value of the wrong type
-  // Oddities: the file is usable but probably not what its author meant.
+  // Warnings: the file is usable but probably not what its author meant.
   byteOrderMark,         ///< the file starts with one
   noActions,             ///< no action applies to any patch
   repeatedName,          ///< duplicate member; the last one counts
@@ -33,7 +33,7 @@ enum class FindingKind : std::uint8_t {
 [[nodiscard]] std::string_view name(FindingKind kind);
 [[nodiscard]] constexpr bool isError(FindingKind kind) { return kind <= FindingKind::wrongType; }
 
-/// Something wrong or odd, and where.
+/// An error or a warning, and where.
 struct Finding {
   FindingKind kind;
   std::size_t offset = 0;              ///< In the text, without a byte order mark.

@@ -70,7 +70,7 @@ struct Checked {
     return static_cast<std::size_t>(
         std::ranges::count_if(findings, [](const Finding& each) { return isError(each.kind); }));
   }
-  [[nodiscard]] std::size_t oddityCount() const { return findings.size() - errorCount(); }
+  [[nodiscard]] std::size_t warningCount() const { return findings.size() - errorCount(); }
 };
 
 std::string counted(std::size_t count, std::string_view one, std::string_view many) {
@@ -137,15 +137,15 @@ std::string findingJSON(const Finding& finding, LineCounter& lines) {
 std::string checkedJSON(const Checked& checked) {
   LineCounter lines(checked.text);
   std::vector<std::string> errors;
-  std::vector<std::string> oddities;
+  std::vector<std::string> warnings;
   for (const Finding& finding : checked.findings) {
-    (isError(finding.kind) ? errors : oddities).push_back(findingJSON(finding, lines));
+    (isError(finding.kind) ? errors : warnings).push_back(findingJSON(finding, lines));
   }
   return JSONObject()
              .addString("file", checked.file)
              .addJSON("usable", checked.error ? "false" : "true")
              .addJSON("errors", jsonArray(errors))
-             .addJSON("oddities", jsonArray(oddities))
+             .addJSON("warnings", jsonArray(warnings))
              .done() +
          '\n';
 }
@@ -174,13 +174,14 @@ std::string asReport(const Checked& checked, const Console& console) {
   return out;
 }
 
-/// «file can be used (2 products, …); nothing looks odd.»
+/// «file can be used (2 products, …); no warnings.»
 std::string verdict(const Checked& checked, const Console& console) {
-  const std::size_t oddities = checked.oddityCount();
-  const std::string looks =
-      oddities == 0 ? "nothing looks odd" : counted(oddities, "thing looks odd", "things look odd");
-  return text(printable(checked.name), " can be used (", checked.contents, "); ",
-              console.styled(looks, oddities == 0 ? Style::good : Style::waiting), ".\n");
+  const std::size_t warnings = checked.warningCount();
+  return text(
+      printable(checked.name), " can be used (", checked.contents, "); ",
+      console.styled(warnings == 0 ? "no warnings" : counted(warnings, "warning", "warnings"),
+                     warnings == 0 ? Style::good : Style::waiting),
+      ".\n");
 }
 
 }  // namespace
@@ -208,7 +209,7 @@ ExitStatus check(const CheckRequest& request, Console& console) {
     if (!request.json) {
       console.write(verdict(checked, console));
     }
-    if (request.strict && checked.oddityCount() > 0 && status == ExitStatus::success) {
+    if (request.strict && checked.warningCount() > 0 && status == ExitStatus::success) {
       status = ExitStatus::failure;
     }
   }

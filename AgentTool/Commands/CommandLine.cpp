@@ -200,7 +200,7 @@ void addRun(CLI::App& app, Options& options) {
 
 void addCheck(CLI::App& app, Options& options) {
   CLI::App& check = *app.add_subcommand(
-      "check", "Checks action files for errors, warns of what looks odd, and shows where it is.");
+      "check", "Finds errors in action files, gives warnings, and shows where they are.");
   check.add_option("FILE", options.check.files, "the action files (- for standard input)")
       ->required()
       ->type_name("");

@@ -78,7 +78,7 @@ struct MergeRequest {
 
 struct CheckRequest {
   std::vector<std::string> files;  ///< "-" is standard input.
-  bool strict = false;             ///< Oddities are failures.
+  bool strict = false;             ///< Warnings are failures.
   bool json = false;
 };
 

@@ -5,7 +5,7 @@ complete -c vexlo-patch -n '__fish_use_subcommand' -l version -d 'show the libra
 complete -c vexlo-patch -n __fish_use_subcommand -a plan -d 'Shows the applicable actions in order, and where each comes from.'
 complete -c vexlo-patch -n __fish_use_subcommand -a evaluate -d 'Predicts each action'\''s result without changing anything.'
 complete -c vexlo-patch -n __fish_use_subcommand -a run -d 'Runs the actions in order, as the agent would.'
-complete -c vexlo-patch -n __fish_use_subcommand -a check -d 'Checks action files for errors, warns of what looks odd, and shows where it is.'
+complete -c vexlo-patch -n __fish_use_subcommand -a check -d 'Finds errors in action files, gives warnings, and shows where they are.'
 complete -c vexlo-patch -n __fish_use_subcommand -a facts -d 'Shows what the library sees on this machine; changes nothing.'
 complete -c vexlo-patch -n __fish_use_subcommand -a what-if -d 'Predicts a patch'\''s result on each machine of a fleet, one line per machine.'
 complete -c vexlo-patch -n __fish_use_subcommand -a help -d 'Explains a command or the actions.'

@@ -22,7 +22,7 @@ constexpr const char* kFileInOrder = R"({
   "PatchActions": {"1": {"2006": ["14.5"], "2007": ["14.5", "macOS 14.5-23F79"]},
     "7": {"2008": ["com.apple.Safari"], "2010": ["/A b.app"]}}})";
 
-constexpr const char* kOddFile = R"({
+constexpr const char* kFileWithWarnings = R"({
   "patchActions": {"a": 1, "a": 2}, "$schema": "x", "ExclusionPatchIDs": [],
   "ProductServicePackActions": {"ExclusionPatchIDs": ["5", "5"], "exclusionPatchID": {}},
   "PatchActions": {
@@ -32,7 +32,7 @@ constexpr const char* kOddFile = R"({
     "4": {"2001": ["30%"], "2008": ["a.b", "", "a.b", "c,d", "C.app"], "2010": ["I.app"]},
     "6": {"2010": ["/I\u0007"], "2006": ["14.5"], "2007": ["14.6", ""], "2008": ["Safari"]}}})";
 
-constexpr const char* kWhatIsOdd =
+constexpr const char* kWarnings =
     R"j(file:2:3: warning: patchActions: is not read; did you mean "PatchActions"?
 file:2:53: warning: ExclusionPatchIDs: is not read; "ExclusionPatchIDs" belongs in "ProductServicePackActions"
 file:3:55: warning: ProductServicePackActions › ExclusionPatchIDs › [0]: patch "5" is exempt from the product's actions and has none of its own: nothing is run for it
@@ -64,7 +64,7 @@ file:9:51: warning: PatchActions › 6 › 2007: installMacOSUpdates restarts th
 file:9:60: warning: PatchActions › 6 › 2007 › [0]: "14.6" differs from the version of macOSDeferCheck, "14.5"
 file:9:68: warning: PatchActions › 6 › 2007 › [1]: the softwareupdate label is empty
 file:9:82: warning: PatchActions › 6 › 2008 › [0]: "Safari" is not a bundle identifier such as "com.apple.Safari"
-file can be used (1 product, 6 patches with actions, 2 exempt patches); 31 things look odd.
+file can be used (1 product, 6 patches with actions, 2 exempt patches); 31 warnings.
 )j";
 
 constexpr const char* kLabels = R"j({"PatchActions": {
@@ -85,12 +85,12 @@ file:7:26: warning: PatchActions › 6 › 2007 › [1]: "23F79" is only a build
 file:8:26: warning: PatchActions › 7 › 2007 › [1]: "14.6" differs from the version of installMacOSUpdates, "14.5"
 file:9:18: warning: PatchActions › 8 › 2007 › [0]: "14.5 (A)" is not a macOS version such as "14.5"
 file:9:30: warning: PatchActions › 8 › 2007 › [1]: "macOS Sonoma-23F" doesn't end in a hyphen and a build, such as "macOS Sonoma 14.5-23F79"
-file can be used (0 products, 8 patches with actions, 0 exempt patches); 7 things look odd.
+file can be used (0 products, 8 patches with actions, 0 exempt patches); 7 warnings.
 )j";
 
 class CheckCommandTest : public AgentToolTest {};
 
-TEST_F(CheckCommandTest, ReportsErrorsAndOddities) {
+TEST_F(CheckCommandTest, ReportsErrorsAndWarnings) {
   struct Row {
     std::string file;
     std::string options;
@@ -99,13 +99,13 @@ TEST_F(CheckCommandTest, ReportsErrorsAndOddities) {
   };
   for (const Row& row :
        {Row{kFileInOrder, "--strict",
-            "file can be used (2 products, 2 patches with actions, 1 exempt patch); nothing looks "
-            "odd.\n"},
-        Row{kOddFile, "", kWhatIsOdd},
+            "file can be used (2 products, 2 patches with actions, 1 exempt patch); no "
+            "warnings.\n"},
+        Row{kFileWithWarnings, "", kWarnings},
         Row{"\xEF\xBB\xBF{\"PatchActions\":{},\n\"x\":1e99999999999}", "--strict",
             "file:1:1: warning: the file begins with a byte order mark, which some parsers "
             "reject\nfile:2:1: warning: x: is not read\nfile can be used (0 products, 0 patches "
-            "with actions, 0 exempt patches); 2 things look odd.\n",
+            "with actions, 0 exempt patches); 2 warnings.\n",
             1},
         Row{"\xEF\xBB\xBF\xEF\xBB\xBF{\"PatchActions\":{}}", "",
             "vexlo-patch: file: line 1, column 1: expected text without a byte order mark, found "
@@ -116,15 +116,15 @@ TEST_F(CheckCommandTest, ReportsErrorsAndOddities) {
         Row{R"({"PatchActions":{"\uFEFF1":{}},"x":1e99999999999})", "",
             "file:1:18: warning: PatchActions › \\ufeff1: the ID \"\\ufeff1\" has invisible "
             "characters, which are significant\nfile:1:32: warning: x: is not read\n"
-            "file can be used (0 products, 1 patch with actions, 0 exempt patches); 2 things look "
-            "odd.\n"},
+            "file can be used (0 products, 1 patch with actions, 0 exempt patches); 2 "
+            "warnings.\n"},
         Row{R"({"x":1e99999999999 1e88888888888})", "",
             "vexlo-patch: file: line 1, column 20: expected \",\" or \"}\", found "
             "\"1e88888888888\"\nfile:1:20: error: expected \",\" or \"}\", found "
             "\"1e88888888888\"\n",
             65},
         Row{"{}", "--json",
-            R"({"file":"file","usable":true,"errors":[],"oddities":[)"
+            R"({"file":"file","usable":true,"errors":[],"warnings":[)"
             R"({"kind":"noActions","line":1,"column":1,"pointer":"","place":"","text":)"
             R"("has neither ProductServicePackActions nor PatchActions: no action applies to any )"
             R"(patch"}]})"
@@ -132,7 +132,7 @@ TEST_F(CheckCommandTest, ReportsErrorsAndOddities) {
         Row{R"({"PatchActions":null})", "",
             "file:1:17: warning: PatchActions: is null, which counts as missing: no action applies "
             "to any patch\nfile can be used (0 products, 0 patches with actions, 0 exempt "
-            "patches); 1 thing looks odd.\n"},
+            "patches); 1 warning.\n"},
         Row{R"({"PatchActions":{"1":{"2005":[30],"2003":"x"},"2":{"2":{}}, "3": 1, "3": {"3":[]}},)"
             "\n\"ProductServicePackActions\":{\"1\":{\"2005\":[]}}}",
             "--strict",
@@ -168,7 +168,7 @@ TEST_F(CheckCommandTest, ReportsErrorsAndOddities) {
             R"({"kind":"wrongType","line":1,"column":63,)"
             R"("pointer":"/ProductServicePackActions/a~1~0",)"
             R"("place":"ProductServicePackActions › a/~",)"
-            R"("text":"expected an object, found a number"}],"oddities":[]})"
+            R"("text":"expected an object, found a number"}],"warnings":[]})"
             "\n",
             65}}) {
     SCOPED_TRACE(row.file);
@@ -181,25 +181,25 @@ TEST_F(CheckCommandTest, ReportsErrorsAndOddities) {
 
 TEST_F(CheckCommandTest, ChecksSeveralFilesAndStandardInput) {
   root.write("good", kFileInOrder);
-  root.write("odd", "{}");
-  const ToolRun run = shell("vexlo-patch check --strict good odd missing - < odd");
+  root.write("empty", "{}");
+  const ToolRun run = shell("vexlo-patch check --strict good empty missing - < empty");
   EXPECT_EQ(run.errors, "vexlo-patch: missing: No such file or directory\n");
-  EXPECT_THAT(run.output, AllOf(StartsWith("good can be used"), HasSubstr("\nodd:1:1: warning: "),
+  EXPECT_THAT(run.output, AllOf(StartsWith("good can be used"), HasSubstr("\nempty:1:1: warning: "),
                                 HasSubstr("\n<stdin>:1:1: warning: has neither")));
   EXPECT_EQ(run.status, 65);
-  EXPECT_EQ(shell("vexlo-patch check --strict odd good").status, 1);
+  EXPECT_EQ(shell("vexlo-patch check --strict empty good").status, 1);
   EXPECT_EQ(shell("vexlo-patch check --json missing").output,
             R"({"file":"missing","usable":false,"errors":[{"kind":"unreadable","line":null,)"
             R"("column":null,"pointer":null,"place":"","text":"No such file or directory"}],)"
-            R"("oddities":[]})"
+            R"("warnings":[]})"
             "\n");
 }
 
 TEST_F(CheckCommandTest, HookRunsTheStrictCheck) {
-  root.write("odd", "{}");
-  EXPECT_EQ(
-      shell("$(sed -n 's/^ *entry: //p' " VEXLO_DOCUMENTS "/../.pre-commit-hooks.yaml) odd").status,
-      1);
+  root.write("empty", "{}");
+  EXPECT_EQ(shell("$(sed -n 's/^ *entry: //p' " VEXLO_DOCUMENTS "/../.pre-commit-hooks.yaml) empty")
+                .status,
+            1);
 }
 
 TEST(SourceExcerptTest, MarksThePositionInTheLine) {

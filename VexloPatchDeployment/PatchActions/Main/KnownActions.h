@@ -30,8 +30,8 @@ struct ActionArgument {
   bool isOptional = false;
   // For integers:
   std::int64_t largest = 0;          ///< The largest value that makes sense: a power of ten.
-  std::string_view ifLarger = {};    ///< What is odd about larger values.
-  std::string_view ifNegative = {};  ///< What is odd about negative ones; empty if nothing is.
+  std::string_view ifLarger = {};    ///< The warning about larger values.
+  std::string_view ifNegative = {};  ///< The warning about negative ones; empty if there is none.
 };
 
 struct ActionAnswer {
