@@ -1,44 +1,98 @@
-// command-line-reference FOLDER [DOCUMENTS]: writes the manual page and the completions of
-// vexlo-patch to FOLDER, and what documents a line of facts to DOCUMENTS.
+// command-line-reference commands|facts-schema|facts-table: prints what the documents are generated
+// from: the definition of the command line as JSON, for tools/make-reference, and the JSON Schema
+// and the table of a line of facts.
+#include <CLI/CLI.hpp>
+#include <algorithm>
 #include <exception>
-#include <filesystem>
-#include <fstream>
 #include <iostream>
-#include <stdexcept>
+#include <iterator>
 #include <string>
+#include <string_view>
+#include <vector>
 
+#include "AgentLibraries/FileCodec/JSONObject.h"
+#include "AgentTool/Commands/BuildVersion.h"
+#include "AgentTool/Commands/CommandLine.h"
 #include "AgentTool/Facts/FactsTable.h"
-#include "AgentTool/Reference/CommandLineText.h"
+#include "VexloPatchDeployment/PatchActions/Main/KnownActions.h"
 
 namespace {
 
-void write(const std::filesystem::path& file, const std::string& text) {
-  std::filesystem::create_directories(file.parent_path());
-  std::ofstream out(file, std::ios::binary);
-  if (!(out << text).flush()) {
-    throw std::runtime_error("can't write " + file.string());
+using FileCodec::jsonArray;
+using FileCodec::jsonList;
+using FileCodec::JSONObject;
+
+std::string asJSON(const CLI::Option& option) {
+  const bool isPositional = !option.nonpositional();
+  std::vector<std::string> names;
+  for (const std::string& name : option.get_snames()) {
+    names.push_back("-" + name);
   }
+  for (const std::string& name : option.get_lnames()) {
+    names.push_back("--" + name);
+  }
+  if (isPositional) {
+    names = {option.get_name(true)};
+  }
+  const bool hasType = !isPositional && option.get_items_expected_max() > 0;
+  return JSONObject()
+      .addJSON("names", jsonList(names))
+      .addString("type", hasType ? option.get_type_name() : "")
+      .addString("description", option.get_description())
+      .addString("environment", option.get_envname())
+      .addBoolean("isPositional", isPositional)
+      .addBoolean("isRequired", option.get_required())
+      .addBoolean("mayRepeat",
+                  option.get_items_expected_max() > 1 ||
+                      option.get_multi_option_policy() == CLI::MultiOptionPolicy::TakeAll)
+      .done();
+}
+
+/// The program or one of its commands.
+JSONObject asJSON(const CLI::App& app) {
+  std::vector<std::string> options;
+  std::ranges::transform(app.get_options(), std::back_inserter(options),
+                         [](const CLI::Option* option) { return asJSON(*option); });
+  return JSONObject()
+      .addString("name", app.get_name())
+      .addString("description", app.get_description())
+      .addString("footer", app.get_footer())
+      .addJSON("options", jsonArray(options));
+}
+
+std::string commandLine() {
+  JSONObject program;
+  std::vector<std::string_view> actions;  // their codes and names
+  for (const auto& action : vexlo::knownActions()) {
+    actions.insert(actions.end(), {action.code, action.name});
+  }
+  agent_tool::withDefinition([&](const CLI::App& app) {
+    std::vector<std::string> commands;
+    std::ranges::transform(app.get_subcommands({}), std::back_inserter(commands),
+                           [](const CLI::App* command) { return asJSON(*command).done(); });
+    program = asJSON(app);
+    program.addString("version", agent_tool::kFullVersion)
+        .addJSON("actions", jsonList(actions))
+        .addJSON("commands", jsonArray(commands));
+  });
+  return program.done() + '\n';
 }
 
 }  // namespace
 
 int main(int count, char** arguments) try {
-  using namespace agent_tool::reference;  // NOLINT(google-build-using-namespace)
-  if ((count != 2 && count != 3) || *arguments[1] == '-') {
-    std::cerr << "usage: command-line-reference FOLDER [DOCUMENTS]\n";
+  const std::string_view what = count == 2 ? arguments[1] : "";
+  if (what == "commands") {
+    std::cout << commandLine();
+  } else if (what == "facts-schema") {
+    std::cout << agent_tool::factsSchema();
+  } else if (what == "facts-table") {
+    std::cout << agent_tool::factsAsMarkdown();
+  } else {
+    std::cerr << "usage: command-line-reference commands|facts-schema|facts-table\n";
     return 64;
   }
-  const std::filesystem::path folder = arguments[1];
-  const ProgramText program = programText();
-  write(folder / "man" / (program.name + ".1"), manualPage(program));
-  write(folder / "completions" / (program.name + ".bash"), bashCompletion(program));
-  write(folder / "completions" / ("_" + program.name), zshCompletion(program));
-  write(folder / "completions" / (program.name + ".fish"), fishCompletion(program));
-  if (count == 3) {
-    const std::filesystem::path documents = arguments[2];
-    write(documents / "facts.schema.json", agent_tool::factsSchema());
-    write(documents / "FACTS.md", agent_tool::factsAsMarkdown());
-  }
+  return std::cout.flush() ? 0 : 1;
 } catch (const std::exception& error) {
   std::cerr << "command-line-reference: " << error.what() << '\n';
   return 1;
