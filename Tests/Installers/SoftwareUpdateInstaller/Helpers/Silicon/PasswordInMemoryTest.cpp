@@ -1,7 +1,6 @@
+// The installers leave no password in the memory of their process.
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <poll.h>
-#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -10,29 +9,42 @@
 #include <cinttypes>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <functional>
+#include <memory>
 #include <optional>
 #include <string>
-#include <string_view>
-#include <thread>
 #include <unordered_set>
-#include <utility>
+#include <vector>
 
-#include "Platform/LocalSocket.h"
+#include "AgentLibraries/LogCore/Logger.h"
+#include "AgentLibraries/vxutils/AgentServiceServer.h"
+#include "AgentLibraries/vxutils/GlobalVars.h"
+#include "Platform/Descriptor.h"
 #include "Platform/Polling.h"
 #include "Tests/Fakes/TemporaryDirectory.h"
-#include "Tests/Installers/SoftwareUpdateInstaller/Helpers/Silicon/Password.h"
+#include "VexloPatchDeployment/Installers/InstallAssistantUpgradeInstaller/SiliconUpgradeInstaller.h"
+#include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Common/MacOSDownloader.h"
+#include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Common/SoftwareUpdateOutputAnalyser.h"
 
 namespace vexlo {
 namespace {
 
-struct PasswordCase {
-  std::string name;
-  std::string beginning;
-  std::string sentAs;  ///< What this process's service sends for it; empty if the holder serves.
-};
+/// How a password begins; the rest is printable ASCII. Computed byte by byte, so that the process
+/// that is searched never stores two of them in a row itself.
+std::string password(char beginning, std::size_t length) {
+  std::string text;
+  text.reserve(128);
+  text += beginning;
+  for (std::size_t place = 1; place < length; ++place) {
+    text +=
+        static_cast<char>('A' + (place * 37 + place / 26 + 11) % 26 + (place % 2 == 0 ? 32 : 0));
+  }
+  return text;
+}
 
 /// The pieces of six bytes of a password.
 class Pieces {
@@ -100,138 +112,105 @@ class Pieces {
   std::array<bool, 256> begins_{};
 };
 
-/// Answers the requests of one client with strings that are JSON already.
-class RawService {
- public:
-  RawService(const std::string& path, std::string passwordAsJSON)
-      : listener_(platform::listenOnLocalSocket(path).value()),
-        password_(std::move(passwordAsJSON)),
-        thread_([this] { serve(); }) {}
-  ~RawService() {
-    stop_.writeEnd.reset();
-    thread_.join();
-  }
-  RawService(const RawService&) = delete;
-  RawService& operator=(const RawService&) = delete;
+void download(const Credentials& credentials, std::int64_t macOSVersion) {
+  DefaultSoftwareUpdateOutputAnalyser analyser;
+  SystemUserSession session;
+  DefaultMacOSDownloader downloader("label", SoftwareUpdateAuthContext::silicon(credentials),
+                                    TerminalUtil::defaultInstance(), analyser, macOSVersion);
+  (void)downloader.download(false, session);
+}
 
- private:
-  void serve() {
-    std::array<platform::Awaited, 2> awaited{
-        {{.descriptor = listener_.get()}, {.descriptor = stop_.readEnd.get()}}};
-    platform::Descriptor client;
-    std::string received;
-    for (platform::waitForAny(awaited); !awaited[1].ready; platform::waitForAny(awaited)) {
-      if (!client) {
-        client = platform::acceptLocalSocket(listener_).value();
-        awaited[0].descriptor = client.get();
-        continue;
+/// Runs the installers with a password, as an agent does. Stops when the password is in memory,
+/// when nothing holds it any more, and when the connection has ended, too. Returns whether they
+/// worked.
+bool runInstallers(const std::string& root, char beginning, std::size_t length,
+                   const std::function<void()>& stop) {
+  vxutils::gv_globvars.setDirectories({.base = root, .data = root, .logs = root});
+  // Building messages would overwrite remains on the stack.
+  LogCore::setLogSink(std::make_shared<LogCore::NullSink>());
+  {
+    const vxutils::AgentServiceServer service(
+        root + "/run/agent-service.sock", [&](const std::string& key) {
+          return std::optional(key == "PatchOSUpdatePassword" ? password(beginning, length)
+                                                              : "alice");
+        });
+    const auto dependencies = DefaultUpgradeInstallerDependencies::silicon();
+    if (dependencies == nullptr ||
+        SiliconUpgradeInstaller(root + "/I.app", *dependencies).installMacOS() !=
+            PatchActionResult::success()) {
+      return false;
+    }
+    for (const std::int64_t version : {12, 14}) {
+      const auto credentials = dependencies->userCredentials()->credentials();
+      if (!credentials) {
+        return false;
       }
-      std::array<char, 256> bytes{};
-      const std::ptrdiff_t count = platform::receive(client, bytes, false);
-      if (count < 0) {
-        return;
-      }
-      received.append(bytes.data(), static_cast<std::size_t>(count));
-      for (std::size_t end = received.find('\n'); end != std::string::npos;
-           end = received.find('\n')) {
-        const std::string_view request = std::string_view(received).substr(0, end);
-        const std::string id(request.substr(0, request.find(',')));
-        const std::string& value = request.contains("Password") ? password_ : std::string("alice");
-        (void)platform::sendWithoutWaiting(client, id + ",\"value\":\"" + value + "\"}\n");
-        received.erase(0, end + 1);
+      download(*credentials, version);
+      if (version == 14) {
+        stop();
       }
     }
+    stop();  // the connection's thread is still there, and so is its stack
   }
+  stop();
+  return true;
+}
 
-  platform::Descriptor listener_;
-  platform::Pipe stop_ = platform::makePipe().value();
-  std::string password_;
-  std::thread thread_;
-};
-
-/// The program, which stops where it is to be searched.
-class Holder {
- public:
-  explicit Holder(std::vector<std::string> arguments) {
-    arguments.insert(arguments.begin(), VEXLO_PASSWORD_HOLDER);
-    std::vector<char*> pointers;
-    for (std::string& argument : arguments) {
-      pointers.push_back(argument.data());
-    }
-    pointers.push_back(nullptr);
-    posix_spawn_file_actions_t actions;
-    ::posix_spawn_file_actions_init(&actions);
-    ::posix_spawn_file_actions_adddup2(&actions, toHolder_.readEnd.get(), STDIN_FILENO);
-    ::posix_spawn_file_actions_adddup2(&actions, fromHolder_.writeEnd.get(), STDOUT_FILENO);
-    EXPECT_EQ(::posix_spawn(&pid_, pointers[0], &actions, nullptr, pointers.data(), environ), 0);
-    ::posix_spawn_file_actions_destroy(&actions);
-    fromHolder_.writeEnd.reset();
+/// Searches a child process that runs the installers. Exits with 0 if the password was there only
+/// at the first stop. In a process of its own, so that the test's process never holds a password.
+[[noreturn]] void searchInstallers(const std::string& root, char beginning, std::size_t length) {
+  platform::Pipe stops = platform::makePipe().value();
+  platform::Pipe goesOn = platform::makePipe().value();
+  char byte = '.';
+  const pid_t agent = ::fork();
+  if (agent == 0) {
+    goesOn.writeEnd.reset();
+    const bool worked = runInstallers(root, beginning, length, [&] {
+      if (::write(stops.writeEnd.get(), &byte, 1) != 1 ||
+          ::read(goesOn.readEnd.get(), &byte, 1) != 1) {
+        ::_exit(2);
+      }
+    });
+    ::_exit(worked ? 0 : 1);
   }
-  ~Holder() {
-    toHolder_.writeEnd.reset();
-    int status = 0;
-    ::waitpid(pid_, &status, 0);
-    EXPECT_EQ(status, 0);
+  stops.writeEnd.reset();
+  const Pieces pieces(password(beginning, length));
+  std::vector<int> found;
+  while (::read(stops.readEnd.get(), &byte, 1) == 1) {
+    found.push_back(pieces.countIn(agent));
+    (void)!::write(goesOn.writeEnd.get(), &byte, 1);
   }
-  Holder(const Holder&) = delete;
-  Holder& operator=(const Holder&) = delete;
-
-  [[nodiscard]] pid_t pid() const { return pid_; }
-  /// Whether it has reached the next stop.
-  [[nodiscard]] bool stops() const {
-    char byte = 0;
-    return ::read(fromHolder_.readEnd.get(), &byte, 1) == 1;
+  int status = -1;
+  ::waitpid(agent, &status, 0);
+  const bool isAsExpected =
+      status == 0 && found.size() == 3 && found.front() > 0 && std::ranges::count(found, 0) == 2;
+  if (!isAsExpected) {
+    std::fprintf(stderr, "status %d, pieces at each stop: %s\n", status,
+                 testing::PrintToString(found).c_str());
   }
-  void goOn() const { EXPECT_EQ(::write(toHolder_.writeEnd.get(), "", 1), 1); }
+  std::_Exit(isAsExpected ? 0 : 1);
+}
 
- private:
-  platform::Pipe toHolder_ = platform::makePipe().value();
-  platform::Pipe fromHolder_ = platform::makePipe().value();
-  pid_t pid_ = -1;
-};
-
-class PasswordInMemoryTest : public ::testing::TestWithParam<PasswordCase> {};
+class PasswordInMemoryTest : public ::testing::TestWithParam<char> {};
 
 TEST_P(PasswordInMemoryTest, InstallersLeaveNoPassword) {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
   GTEST_SKIP() << "a sanitizer's shadow memory is too large to search";
 #endif
   for (const std::size_t length : {9U, 13U, 16U, 40U, 100U}) {
+    SCOPED_TRACE(length);
     const TemporaryDirectory root;
     std::filesystem::create_directory(root.file("run"));
     const std::string tool = root.write("I.app/Contents/Resources/startosinstall",
                                         "#!/bin/sh\ncat | wc -c > \"${0%/I.app*}/length\"\n");
     std::filesystem::permissions(tool, std::filesystem::perms::owner_all);
-    const std::string secret = password(GetParam().beginning, length);
-    std::vector<std::string> arguments{root.path(), std::to_string(length), GetParam().beginning};
-    std::optional<RawService> service;
-    if (GetParam().sentAs.empty()) {
-      arguments.emplace_back("serve");
-    } else {
-      service.emplace(root.file("run/agent-service.sock"),
-                      GetParam().sentAs + secret.substr(GetParam().beginning.size()));
-    }
-    const Pieces pieces(secret);
-    const Holder holder(arguments);
-    ASSERT_TRUE(holder.stops());
-    EXPECT_GT(pieces.countIn(holder.pid()), 0) << "the search finds nothing at all";
-    for (const char* const state : {"connected", "no longer connected"}) {
-      holder.goOn();
-      ASSERT_TRUE(holder.stops());
-      EXPECT_EQ(pieces.countIn(holder.pid()), 0) << length << " bytes, " << state;
-    }
-    holder.goOn();
+    EXPECT_EXIT(searchInstallers(root.path(), GetParam(), length), testing::ExitedWithCode(0), "");
     EXPECT_EQ(root.read("length"), std::to_string(length) + "\n");
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(, PasswordInMemoryTest,
-                         ::testing::Values(PasswordCase{"Plain", "p", ""},
-                                           PasswordCase{"QuotationMark", "\"", ""},
-                                           PasswordCase{"Backslash", "\\", ""},
-                                           PasswordCase{"EscapedLetter", "\u00e9", "\\u00e9"},
-                                           PasswordCase{"EscapedSlash", "/", "\\/"}),
-                         [](const auto& row) { return row.param.name; });
+// JSON has the second one as an escape sequence.
+INSTANTIATE_TEST_SUITE_P(, PasswordInMemoryTest, ::testing::Values('p', '"'));
 
 }  // namespace
 }  // namespace vexlo
