@@ -158,27 +158,27 @@ TEST_F(ProcessTest, LosesAtMostOneStatusToOtherWaiters) {
 TEST_F(ProcessTest, EndingChildrenLeavesTheirStatus) {
   const struct {
     const char* command;
-    bool endsByItself;
+    int state;  ///< Of the child when it is ended, as for `waitid`; 0 if it runs.
     std::int32_t status;
   } rows[] = {
-      {"echo ready; exit 3", true, 3},
-      {"trap 'exit 0' TERM; echo ready; while :; do sleep 0.01; done", false, 128 + SIGTERM},
-      {"trap 'exit 4' TERM; echo ready; while :; do sleep 0.01; done", false, 4}};
+      {"echo ready; exit 3", WEXITED, 3},
+      {"trap 'exit 0' TERM; echo ready; while :; do sleep 0.01; done", 0, 128 + SIGTERM},
+      {"trap 'exit 4' TERM; echo ready; kill -STOP 0; while :; do sleep 0.01; done", WSTOPPED, 4}};
   for (const bool throughShell : {false, true}) {
     const auto former = std::signal(SIGCHLD, throughShell ? SIG_IGN : SIG_DFL);
-    for (const auto& [command, endsByItself, status] : rows) {
+    for (const auto& [command, state, status] : rows) {
       SCOPED_TRACE(command);
       ProcessRequest request = shell(command);
-      request.onLine = [endsByItself](std::string_view line) {
+      request.onLine = [state](std::string_view line) {
         if (line != "ready") {
           return;  // the shell's message about a signalled program
         }
         siginfo_t ended{};
-        if (endsByItself) {
-          ::waitid(P_ALL, 0, &ended, WEXITED | WNOWAIT);
+        if (state != 0) {
+          ::waitid(P_ALL, 0, &ended, state | WNOWAIT);
         }
         errno = ENOTTY;
-        EXPECT_EQ(endRunningProcesses(std::chrono::minutes(1)), !endsByItself);
+        EXPECT_EQ(endRunningProcesses(std::chrono::minutes(1)), state != WEXITED);
         EXPECT_EQ(errno, ENOTTY);
       };
       const auto start = std::chrono::steady_clock::now();

@@ -34,6 +34,7 @@ TEST(JSONReaderTest, SyntaxErrorHasPositionExpectedAndFound) {
            R"(line 1, column 8: expected no comma before "}", found a trailing comma)"},
           {"[[1,\n]]", R"(line 1, column 4: expected no comma before "]", found a trailing comma)"},
           {"[,]", R"(line 1, column 2: expected a value or "]", found ",")"},
+          {R"([1e+5,"b"})", R"(line 1, column 10: expected "," or "]", found "}")"},
           {R"({"a":})", R"(line 1, column 6: expected a value, found "}")"},
           {"{}\n// x", "line 2, column 1: expected JSON, which has no comments, found a comment"},
           {"[1 /* x */]",
