@@ -71,13 +71,6 @@ const MacTests battery(
       .lines = {"error " + kSource + "Unable to obtain system power source details.",
                 kNoBattery +
                     "Unable to obtain system power source, Considering it as sufficient battery."}},
-     {.name = "TheFirstUsableSourceDecides",
-      .settings = {"actions/2001=30"},
-      .results = {"2001 applyLater inSufficientBattery"},
-      .lines =
-          {kBattery +
-           "System battery percentage: 20, minimum battery percentage: 30, is sufficient: false."},
-      .scenario = "several-batteries"},
      {.name = "SpaceIsMeasuredInDecimalGigabytes",
       .settings = {"mac/free disk=8g", "actions/2005=20"},
       .results = {"2005 applyLater inSufficientDiskSpaceForSoftwareUpdate"},
@@ -183,11 +176,6 @@ const MacTests deferral(
       .lines = {kSwitch + "Yes"},
       .calls = {kProfiles},
       .why = {"not checked, disabled in the settings"}},
-     {.name = "SwitchOfWrongType",
-      .settings = {kAsked, "patch data/DisableMacOSUpdateDeferralCheck=\"true\""},
-      .results = {"2006 success"},
-      .lines = {kSwitch + "No"},
-      .calls = kAllAsked},
      {.name = "NoVersion",
       .settings = {"actions/2006="},
       .results = {"2006 applyLater inSufficientArguments"},

@@ -126,14 +126,11 @@ const MacTests arguments(
     {{.name = "OneForAnUpdateAndNoneForAnUpgrade",
       .settings = {"actions/2007=14.5", "actions/2010=", "agent service/state=absent"},
       .results = {"2007 applyLater inSufficientArguments", "2010 applyLater inSufficientArguments"},
-      .lines = {kNotEnough + "[\"14.5\"].",
-                "error " + kProcessor +
-                    "installMacOSUpdatesUsingInstallAssistant(for:using:): Unable to perform macOS "
-                    "update/upgrade using InstallAssistant, not enough arguments. Arguments []."}},
-     {.name = "NoneForAnUpdate",
-      .settings = {"actions/2007=", "agent service/state=absent"},
-      .results = {"2007 applyLater inSufficientArguments"},
-      .lines = {kNotEnough + "[]."}}});
+      .lines = {
+          kNotEnough + "[\"14.5\"].",
+          "error " + kProcessor +
+              "installMacOSUpdatesUsingInstallAssistant(for:using:): Unable to perform macOS "
+              "update/upgrade using InstallAssistant, not enough arguments. Arguments []."}}});
 
 const MacTests credentials("Credentials", [] {
   struct Row {

@@ -1,11 +1,9 @@
 #include "Platform/Files.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -14,7 +12,6 @@
 #include <utility>
 #include <vector>
 
-#include "Platform/Polling.h"
 #include "Platform/Volume.h"
 #include "Tests/Fakes/TemporaryDirectory.h"
 
@@ -162,34 +159,14 @@ TEST(FilesTest, LockSetsAsideWhatIsNoFile) {
 TEST(FilesTest, WriteBeyondTheSizeLimitFails) {
   const TemporaryDirectory directory;
   const std::string path = directory.write("counts", "old");
-  const pid_t child = ::fork();
-  if (child == 0) {
+  const auto writeTooMuch = [&] {  // in a child process, because of its limit
     const rlimit limit{.rlim_cur = 100, .rlim_max = 100};
     ::setrlimit(RLIMIT_FSIZE, &limit);
     const auto written = writeFileAtomically(path, std::string(1000, 'x'));
     ::_exit(!written && written.error().code == std::errc::file_too_large ? 0 : 1);
-  }
-  int status = -1;
-  ::waitpid(child, &status, 0);
-  EXPECT_EQ(status, 0);
+  };
+  EXPECT_EXIT(writeTooMuch(), testing::ExitedWithCode(0), "");
   EXPECT_EQ(directory.read("counts"), "old");
-}
-
-TEST(FilesTest, OpensNothingAsAStandardDescriptor) {
-  const TemporaryDirectory directory;
-  const pid_t child = ::fork();
-  if (child == 0) {
-    ::close(STDIN_FILENO);
-    ::close(STDERR_FILENO);
-    const auto lock = FileLock::acquire(directory.file("file"));
-    const auto pipe = makePipe();
-    const bool above = lock && pipe && pipe->readEnd.get() > 2 && pipe->writeEnd.get() > 2 &&
-                       ::fcntl(STDIN_FILENO, F_GETFD) < 0 && ::fcntl(STDERR_FILENO, F_GETFD) < 0;
-    ::_exit(above ? 0 : 1);
-  }
-  int status = -1;
-  ::waitpid(child, &status, 0);
-  EXPECT_EQ(status, 0);
 }
 
 TEST(FilesTest, ReplacesTheLinkNotItsTarget) {

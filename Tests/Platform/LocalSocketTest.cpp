@@ -1,6 +1,4 @@
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -42,25 +40,6 @@ TEST(LocalSocketTest, ConnectsAndIdentifiesThePeer) {
 
   EXPECT_EQ(listenOnLocalSocket(folder.write("file", "kept")).error(), "Address already in use");
   EXPECT_EQ(folder.read("file"), "kept");
-}
-
-TEST(LocalSocketTest, SocketsAreAboveTheStandardDescriptors) {
-  const TemporaryDirectory folder;
-  const pid_t child = ::fork();
-  if (child == 0) {
-    ::close(STDIN_FILENO);
-    ::close(STDERR_FILENO);
-    const auto listener = listenOnLocalSocket(folder.file("service.sock"));
-    const auto client = connectLocalSocket(folder.file("service.sock"));
-    const auto accepted = acceptLocalSocket(*listener);
-    const bool above = listener->get() > 2 && client && client->get() > 2 && accepted &&
-                       accepted->get() > 2 && ::fcntl(STDIN_FILENO, F_GETFD) < 0 &&
-                       ::fcntl(STDERR_FILENO, F_GETFD) < 0;
-    ::_exit(above ? 0 : 1);
-  }
-  int status = -1;
-  ::waitpid(child, &status, 0);
-  EXPECT_EQ(status, 0);
 }
 
 }  // namespace

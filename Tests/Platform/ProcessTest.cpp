@@ -221,15 +221,12 @@ TEST_F(ProcessTest, NamesMissingInput) {
     GTEST_SKIP() << "only root may change its root";
   }
   const TemporaryDirectory directory;
-  const pid_t child = ::fork();
-  if (child == 0) {
+  const auto runElsewhere = [&] {
     const bool changed = ::chroot(directory.path().c_str()) == 0;
     const ProcessResult result = runProcess({.executable = "/bin/sh"});
     ::_exit(changed && result.exitCode == 127 && result.unusablePath == "/dev/null" ? 0 : 1);
-  }
-  int status = -1;
-  ::waitpid(child, &status, 0);
-  EXPECT_EQ(status, 0);
+  };
+  EXPECT_EXIT(runElsewhere(), testing::ExitedWithCode(0), "");
 }
 
 TEST_F(ProcessTest, DoesNotWaitForAGrandchildThatKeepsThePipe) {

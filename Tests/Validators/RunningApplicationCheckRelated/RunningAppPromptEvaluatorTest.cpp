@@ -87,7 +87,8 @@ TEST_F(RunningAppPromptEvaluatorTest, DecidesFromStoredCountsAndUpdatesThem) {
            {"last skip", 9, {}, counts(8, 1), left(1), counts(9, 2)},
            {"both reached", 3, 3, counts(3, 3), skipped, counts(3, 3)},
            {"negative limit", 3, -1, counts(1, 9), left(2), counts(2, 10)},
-           {"negative skips", -1, 9, counts(7, 8), left(0), counts(8, 9)}}) {
+           {"negative skips", -1, 9, counts(7, 8), left(0), counts(8, 9)},
+           {"no limits", -1, -1, counts(7, 8), left(0), counts(7, 8)}}) {
     SCOPED_TRACE(name);
     customization.settings = {.numberOfSkipAttempts = skips, .dailyPromptLimit = limit};
     file.values["a"] = before;
