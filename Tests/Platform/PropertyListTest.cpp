@@ -118,6 +118,7 @@ TEST(PropertyListTest, LimitsNestingAndRepetition) {
       EXPECT_EQ(result.has_value(), depth == 512);
       if (result) {
         EXPECT_EQ(parsed(toXML(*result)), *result);
+        EXPECT_EQ(parsed(toBinary(*result)), *result);
         EXPECT_THROW((void)toXML(Array{*result}), std::invalid_argument);
       }
     }

@@ -14,7 +14,7 @@ namespace {
 
 Facts exampleFacts() {
   Facts facts;
-  facts.time = platform::Moment(std::chrono::seconds(1'795'515'072));
+  facts.time = platform::Moment(std::chrono::seconds(1'795'564'799));
   facts.promptDay = "24-11-2026";
   facts.isAppleSilicon = true;
   facts.macOSVersion = "14.4.1";
