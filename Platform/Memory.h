@@ -6,7 +6,7 @@
 namespace platform {
 
 /// Overwrites the string's whole buffer with zeros, which the compiler can't optimize away, then
-/// clears it.
+/// clears it. Also overwrites the registers that it was copied through.
 void wipe(std::string& secret) noexcept;
 
 namespace detail {

@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cstdint>
+#include <cstring>
 #include <mutex>
 
 #include "Platform/Posix/CoreFileLimit.h"
@@ -35,6 +36,18 @@ rlim_t setLimitOfCoreFiles(rlim_t wanted) noexcept {
   return former;
 }
 
+/// The system's library copies through vector registers, which keep the last bytes. A signal, or
+/// the dynamic linker when it resolves a function, would save them on the stack. Copies zeros
+/// through the same ones: enough for all of those that a copy uses.
+void overwriteVectorRegisters() noexcept {
+  constexpr std::size_t kBytes = 1024;
+  const std::array<char, kBytes> zeros{};
+  std::array<char, kBytes> copy;  // NOLINT(*-member-init)
+  // Volatile, so that the compiler calls the function.
+  void* (*volatile const copyBytes)(void*, const void*, std::size_t) = std::memcpy;
+  copyBytes(copy.data(), zeros.data(), kBytes);
+}
+
 /// Its frame takes the place of the frames of what the caller called before. The writes are
 /// volatile, so that the compiler keeps them.
 [[gnu::noinline]] void overwriteStack() noexcept {
@@ -44,6 +57,7 @@ rlim_t setLimitOfCoreFiles(rlim_t wanted) noexcept {
   for (volatile std::uint64_t& word : words) {
     word = 0;
   }
+  overwriteVectorRegisters();
 }
 
 }  // namespace
@@ -64,6 +78,7 @@ void wipe(std::string& secret) noexcept {
     bytes[index] = 0;
   }
   secret.clear();
+  overwriteVectorRegisters();
 }
 
 void keepFromSwap(const std::string& secret) noexcept {

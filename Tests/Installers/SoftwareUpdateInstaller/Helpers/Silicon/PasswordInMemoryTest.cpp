@@ -37,7 +37,7 @@ namespace {
 /// that is searched never stores two of them in a row itself.
 std::string password(char beginning, std::size_t length) {
   std::string text;
-  text.reserve(128);
+  text.reserve(512);
   text += beginning;
   for (std::size_t place = 1; place < length; ++place) {
     text +=
@@ -197,7 +197,7 @@ TEST_P(PasswordInMemoryTest, InstallersLeaveNoPassword) {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
   GTEST_SKIP() << "a sanitizer's shadow memory is too large to search";
 #endif
-  for (const std::size_t length : {9U, 13U, 16U, 40U, 100U}) {
+  for (const std::size_t length : {9U, 13U, 16U, 40U, 100U, 300U}) {
     SCOPED_TRACE(length);
     const TemporaryDirectory root;
     std::filesystem::create_directory(root.file("run"));
