@@ -10,6 +10,9 @@ namespace {
 
 constexpr std::string_view kReplacementCharacter = "\xEF\xBF\xBD";
 
+/// Whether it stands for itself in a string, like most of all text.
+constexpr bool isPlain(char c) { return c >= 0x20 && c < 0x7F && c != '"' && c != '\\'; }
+
 /// Appends the escape of a code point below U+10000: `\u009b`.
 void appendHex(std::string& out, char32_t codePoint) {
   constexpr std::string_view kHexDigits = "0123456789abcdef";
@@ -52,7 +55,14 @@ std::string jsonString(std::string_view text) {
 
 void appendJSONString(std::string& out, std::string_view text) {
   out += '"';
-  while (!text.empty()) {
+  for (;;) {
+    const auto* const special = std::ranges::find_if_not(text, isPlain);
+    const auto plain = static_cast<std::size_t>(special - text.begin());
+    out += text.substr(0, plain);
+    text.remove_prefix(plain);
+    if (text.empty()) {
+      break;
+    }
     const std::size_t length = platform::utf8SequenceLength(text);
     const char first = text.front();
     if (length == 0) {
@@ -62,8 +72,6 @@ void appendJSONString(std::string& out, std::string_view text) {
       out += first;
     } else if (static_cast<unsigned char>(first) < 0x20) {
       appendJSONEscape(out, first);
-    } else if (length == 1 && first != '\x7F') {
-      out += first;  // ASCII, most of all text
     } else {
       const std::string_view character = text.substr(0, length);
       const char32_t codePoint = platform::decodeUTF8(character);

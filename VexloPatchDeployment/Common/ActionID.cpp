@@ -1,7 +1,9 @@
 #include "VexloPatchDeployment/Common/ActionID.h"
 
+#include <array>
 #include <optional>
 #include <ostream>
+#include <utility>
 #include <vector>
 
 #include "AgentLibraries/FileCodec/JSONReader.h"
@@ -14,6 +16,17 @@ namespace vexlo {
 namespace {
 
 constexpr std::int64_t kSortOrderWithoutNumber = 999999;
+/// The codes of the known actions as numbers, in the enumeration's order.
+constexpr auto kKnownSortOrders = [] {
+  std::array<std::int64_t, kKnownActionCount> orders{};
+  for (const KnownAction action : kAllActions) {
+    for (const char digit : nameOf(action).code) {
+      orders.at(std::to_underlying(action)) =
+          orders.at(std::to_underlying(action)) * 10 + (digit - '0');
+    }
+  }
+  return orders;
+}();
 constexpr std::string_view kUndefined = "undefined";
 constexpr std::string_view kUndefinedPayload = "_0";
 
@@ -131,7 +144,7 @@ ActionID::ActionID(std::string_view code) : value_(valueFor(code)) {}
 
 std::int64_t ActionID::sortOrder() const {
   return std::visit(
-      Overloaded{[](KnownAction action) { return *parseInteger(nameOf(action).code); },
+      Overloaded{[](KnownAction action) { return kKnownSortOrders.at(std::to_underlying(action)); },
                  [](const UndefinedAction& action) {
                    return parseInteger(action.code).value_or(kSortOrderWithoutNumber);
                  }},
