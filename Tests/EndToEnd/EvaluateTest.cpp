@@ -4,9 +4,14 @@
 #include <algorithm>
 #include <boost/json.hpp>
 #include <fstream>
+#include <future>
 #include <map>
+#include <memory>
+#include <span>
 #include <sstream>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "Platform/Process.h"
@@ -137,6 +142,98 @@ TEST(EvaluateTest, ChangesNothingAndGivesTheSameAnswersFromFacts) {
     }
   }
   EXPECT_EQ(asExpected, expected.size());
+}
+
+/// Evaluates and then runs all actions in the same Mac.
+struct PredictedRun {
+  std::vector<std::string> settings;
+  Scenario scenario;
+
+  [[nodiscard]] std::string operator()() const {
+    std::vector<std::string> arguments = settings;
+    arguments.insert(arguments.end(), {scenario.name, "--", "/bin/sh", "-c", R"sh(
+      exec 2>/dev/null
+      patch="--patch 310990 --product 1201 --service-pack 2301 --machine $1"
+      "$0" evaluate $patch --ask-apple --ask-agent --json
+      "$0" run $patch --json --keep-going --log-level none
+    )sh",
+                                       tool(), scenario.machine});
+    return output(programFolder() + "/enter", std::move(arguments));
+  }
+};
+
+/// Every scenario, and what no scenario has.
+std::vector<PredictedRun> predictedRuns() {
+  std::vector<PredictedRun> runs{
+      {{"--set", "agent service/state=absent"}, {"upgrade", "apple-silicon"}},
+      {{"--set", "agent service/value=PatchOSUpdateUserName alice"}, {"upgrade", "apple-silicon"}},
+      {{"--set", "actions/2010=/Applications/Missing.app"}, {"upgrade", "apple-silicon"}},
+      {{"--set", "actions/2007=14.6 \"macOS Sonoma 14.6-23G80\""}, {"upgrade", "intel"}}};
+  for (const Scenario& scenario : scenarios()) {
+    runs.push_back({{}, scenario});
+  }
+  return runs;
+}
+
+/// Starts the runs before the first test, because some wait for half a minute.
+class EarlyRuns final : public testing::Environment {
+ public:
+  void SetUp() override {
+    if (testing::UnitTest::GetInstance()->test_to_run_count() > 1 && !simulatedMacProblem()) {
+      start();
+    }
+  }
+  static std::vector<std::future<std::string>>& start() {
+    static std::vector<std::future<std::string>> outputs = [] {
+      std::vector<std::future<std::string>> started;
+      for (const PredictedRun& run : predictedRuns()) {
+        started.push_back(std::async(std::launch::async, run));
+      }
+      return started;
+    }();
+    return outputs;
+  }
+};
+[[maybe_unused]] const auto* const kEarlyRuns =
+    testing::AddGlobalTestEnvironment(std::make_unique<EarlyRuns>().release());
+
+/// Whether the result may follow a prediction that isn't a result itself.
+bool mayFollow(std::string_view prediction, const boost::json::object& result) {
+  const std::string measured = boost::json::serialize(result.at("measured"));
+  return prediction == "wouldRun"    ? measured.contains("toolRun")
+         : prediction == "wouldKill" ? result.at("result") == "success"
+                                     : prediction != "notAsked" && measured.contains("\"prompt\"");
+}
+
+TEST(EvaluateTest, PredictsWhatRunDoes) {
+  if (const auto why = simulatedMacProblem()) {
+    GTEST_SKIP() << *why;
+  }
+  for (std::future<std::string>& each : EarlyRuns::start()) {
+    const std::string text = each.get();
+    SCOPED_TRACE(text);
+    std::istringstream lines(text);
+    std::string line;
+    std::getline(lines, line);
+    const boost::json::value evaluation = boost::json::parse(line);
+    std::span<const boost::json::value> answers = evaluation.at("actions").as_array();
+    while (std::getline(lines, line)) {
+      const boost::json::object row = boost::json::parse(line).as_object();
+      if (row.at("event") != "result") {
+        continue;
+      }
+      ASSERT_FALSE(answers.empty());
+      const boost::json::value& answer = answers.front();
+      const std::string prediction(answer.at("answer").as_string());
+      EXPECT_EQ(answer.at("code"), row.at("code"));
+      EXPECT_TRUE(prediction == row.at("result").as_string()
+                      ? answer.at("description") == row.at("description")
+                      : mayFollow(prediction, row))
+          << answer << row;
+      answers = answers.subspan(1);
+    }
+    EXPECT_TRUE(answers.empty());
+  }
 }
 
 TEST(EvaluateTest, AsksAppleOnlyIfAllowed) {
