@@ -71,6 +71,10 @@ const MacTests battery(
       .lines = {"error " + kSource + "Unable to obtain system power source details.",
                 kNoBattery +
                     "Unable to obtain system power source, Considering it as sufficient battery."}},
+     {.name = "TheFirstUsableSourceDecides",
+      .settings = {"actions/2001=30"},
+      .results = {"2001 applyLater inSufficientBattery"},
+      .scenario = "several-batteries"},
      {.name = "SpaceIsMeasuredInDecimalGigabytes",
       .settings = {"mac/free disk=8g", "actions/2005=20"},
       .results = {"2005 applyLater inSufficientDiskSpaceForSoftwareUpdate"},

@@ -4,13 +4,13 @@
 
 #include <algorithm>
 #include <boost/json.hpp>
-#include <cctype>
 #include <cstring>
 #include <filesystem>
 #include <future>
 #include <map>
 #include <memory>
 #include <ranges>
+#include <regex>
 #include <sstream>
 #include <stdexcept>
 #include <utility>
@@ -96,39 +96,23 @@ bool inheritsTooMuch(const json::object& call) {
 }
 
 /// The text with every date like «24-11-2026» replaced by DAY.
-std::string withoutDays(std::string text) {
-  constexpr std::string_view kForm = "dd-dd-dddd";
-  const auto fits = [](char wanted, char found) {
-    return wanted == 'd' ? found >= '0' && found <= '9' : found == wanted;
-  };
-  while (true) {
-    const auto day = std::ranges::search(
-        text, kForm, [&](char found, char wanted) { return fits(wanted, found); });
-    if (day.empty()) {
-      return text;
-    }
-    text.replace(day.begin(), day.end(), "DAY");
-  }
+std::string withoutDays(const std::string& text) {
+  static const std::regex day(R"(\d\d-\d\d-\d{4})");
+  return std::regex_replace(text, day, "DAY");
 }
 
 /// From «2026-11-24T10:11:12.123Z INFO  Validators/Disk/Disk hasMinimumFreeSpace(of:):41 message».
 std::optional<std::string> readLogLine(const std::string& line) {
-  std::istringstream fields(line);
-  std::string moment;
-  std::string level;
-  std::string file;
-  std::string function;
-  fields >> moment >> level >> file >> function;
-  const std::size_t colon = function.rfind(':');
-  const bool isLevel = level == "DEBUG" || level == "INFO" || level == "ERROR";
-  if (!fields || !moment.ends_with('Z') || !isLevel || colon == std::string::npos) {
+  static const std::regex form(
+      R"(\d{4}-.{18}Z (DEBUG|INFO |ERROR) ([^ ]{1,200} [^ ]{1,200}:)\d{1,5} )");
+  std::smatch parts;  // without the message, which is too long for the library's recursion
+  if (!std::regex_search(line, parts, form, std::regex_constants::match_continuous)) {
     return std::nullopt;
   }
-  std::ranges::transform(level, level.begin(), [](char c) { return std::tolower(c); });
-  std::string message;
-  std::getline(fields.ignore(), message);
-  return withoutDays(level.append(" ").append(file).append(" ").append(function, 0, colon) + ": " +
-                     message);
+  const std::string level = parts[1] == "DEBUG"   ? "debug "
+                            : parts[1] == "INFO " ? "info "
+                                                  : "error ";
+  return withoutDays(level + parts[2].str() + " " + parts.suffix().str());
 }
 
 Texts lines(const std::string& text) {

@@ -13,10 +13,10 @@ namespace {
 TEST(PowerSuppliesTest, DescribesBatteriesByStateAndCapacity) {
   const TemporaryDirectory root;
   const std::vector<std::pair<std::string, std::string>> attributes{
-      {"A/status", "Discharging"},     {"A/energy_now", "30"},
-      {"A/energy_full", "40"},         {"A/capacity", "1"},
-      {"B/status", "Not charging"},    {"B/capacity", "45"},
-      {"Mouse/status", "Discharging"}, {"Mouse/scope", "Device"}};
+      {"A/status", "Discharging"}, {"A/energy_now", "30"},       {"A/energy_full", "40"},
+      {"A/capacity", "1"},         {"B/status", "Not charging"}, {"B/capacity", "45"},
+      {"C/status", "Full"},        {"C/capacity", "99"},         {"Mouse/status", "Discharging"},
+      {"Mouse/scope", "Device"}};
   for (const auto& [name, value] : attributes) {
     root.write(name, value + "\n");
     root.write(name.substr(0, name.find('/')) + "/type", "Battery\n");
@@ -27,7 +27,7 @@ TEST(PowerSuppliesTest, DescribesBatteriesByStateAndCapacity) {
                describe(*source.find("Current Capacity")) + '/' +
                describe(*source.find("Max Capacity")) + '\n';
   }
-  EXPECT_EQ(summary, "Battery Power 30/40\nAC Power 45/100\n");
+  EXPECT_EQ(summary, "Battery Power 30/40\nAC Power 45/100\nAC Power 99/100\n");
   // The external supply decides about a battery that says neither.
   root.write("AC/type", "Mains\n");
   for (const auto& [online, state] : {std::pair("0", "Battery Power"), {"1", "AC Power"}}) {
