@@ -64,7 +64,8 @@ std::optional<std::int64_t> numberIn(std::string text) {
 
 }  // namespace
 
-/// The input: the fallback, then the file's bytes.
+/// The input: in the first byte the fallback and how far to fill the file with blanks, then the
+/// file's bytes.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   static const FuzzedAgent agent;
   if (size == 0) {
@@ -73,6 +74,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   Launcher launcher;
   launcher.answer.assign(reinterpret_cast<const char*>(data + 1), size - 1);
   const bool fallback = data[0] % 2 == 1;
+  if (data[0] >= 0xF0) {
+    launcher.answer.resize(4096 - 4 + data[0] / 2 % 8, ' ');
+  }
   Session session;
   Cleaner cleaner;
   AgentFiles files;
@@ -87,7 +91,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                             : RunningAppPromptDecision::promptUser},
       30);
   const std::optional<std::int64_t> number =
-      size - 1 <= 4096 ? numberIn(launcher.answer) : std::nullopt;
+      launcher.answer.size() <= 4096 ? numberIn(launcher.answer) : std::nullopt;
   require(agreed == (number ? *number == 94 : fallback), "a different answer");
   return 0;
 }

@@ -1,18 +1,26 @@
 // Compares the parsers of tool output, for arbitrary text, with naive implementations.
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
+#include <ctime>
 #include <optional>
+#include <set>
+#include <sstream>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "Fuzz/FuzzedAgent.h"
 #include "Platform/PropertyList.h"
+#include "Platform/Unicode.h"
 #include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Common/SoftwareUpdateLabelProvider.h"
 #include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Common/SoftwareUpdateOutputAnalyser.h"
 #include "VexloPatchDeployment/Validators/DeferCheck/AvailableOSUpdatesResolver.h"
+#include "VexloPatchDeployment/Validators/DeferCheck/DeferCheck.h"
 
 namespace {
 
@@ -58,54 +66,109 @@ std::optional<std::string> expectedLabel(const std::string& output, const std::s
   return std::nullopt;
 }
 
-void analyse(const std::string& output) {
-  constexpr std::array kTexts{
-      "Can’t connect to the Software Update server",
-      "Make sure you’re connected to the internet",
-      "Can’t connect to the Apple Software Update server",
-      "Server not reachable",
-      "kAMAuthInstallErrorServerNotReachable",
-      "Not Enough Free Disk Space",
-      "Error downloading",
-      "Error installing updates",
-      "No such update",
+std::optional<PatchActionResult> expectedResult(const std::string& output) {
+  using enum PlainReason;
+  const auto network = PatchActionResult::applyLater(softwareUpdateUnreachable);
+  const std::vector<std::pair<const char*, PatchActionResult>> known{
+      {"Can’t connect to the Software Update server", network},
+      {"Make sure you’re connected to the internet", network},
+      {"Can’t connect to the Apple Software Update server", network},
+      {"Server not reachable", network},
+      {"kAMAuthInstallErrorServerNotReachable", network},
+      {"Not Enough Free Disk Space",
+       PatchActionResult::applyLater(inSufficientDiskSpaceForSoftwareUpdate)},
+      {"Error downloading", PatchActionResult::applyLater(macOSSoftwareUpdateDownloadFailed)},
+      {"Error installing updates",
+       PatchActionResult::failure(macOSSoftwareUpdateInstallationFailed)},
+      {"No such update", PatchActionResult::failure()},
   };
-  const auto result = DefaultSoftwareUpdateOutputAnalyser().validate(output);
-  const auto* const first = std::ranges::find_if(
-      kTexts, [&](const char* known) { return lowered(output).contains(lowered(known)); });
-  require(result.has_value() == (first != kTexts.end()), "an error text seen or not");
-  require(!result || (result->outcome == PatchActionResult::Outcome::failure) ==
-                         (first - kTexts.begin() >= 7),
-          "another error text than the first");
+  const auto first = std::ranges::find_if(
+      known, [&](const auto& error) { return lowered(output).contains(lowered(error.first)); });
+  return first == known.end() ? std::nullopt : std::optional(first->second);
 }
 
-void readUpdates(const std::string& output, std::int32_t exitCode) {
-  MDMClient client;
-  client.run = {.exitCode = exitCode, .output = output};
-  const auto updates = SystemAvailableOSUpdates(client).availableOSUpdates();
-  require(
-      updates.has_value() ==
-          (exitCode == 0 && !output.contains("Can’t connect to the Apple Software Update server")),
-      "updates absent or not");
+using Updates = std::vector<AvailableOSUpdate>;
+
+std::optional<Updates> expectedUpdates(const std::string& output, std::int32_t exitCode) {
+  if (exitCode != 0 || output.contains("Can’t connect to the Apple Software Update server")) {
+    return std::nullopt;
+  }
   const std::string header = "Available updates (install debug profile for more details): ";
   const std::size_t begin = output.find(header);
-  if (!updates || updates->empty()) {
-    return;
+  std::string report = begin == std::string::npos ? "" : output.substr(begin + header.size());
+  report.resize(std::min(report.find(header), report.size()));
+  if (!report.starts_with("bplist") && platform::findInvalidUTF8(report) != std::string::npos) {
+    return Updates();
   }
-  require(begin != std::string::npos, "updates without a header");
-  const std::string rest = output.substr(begin + header.size());
-  const auto report = platform::parsePropertyList(rest.substr(0, rest.find(header)));
-  const auto* const items = report ? report->as<platform::PropertyList::Array>() : nullptr;
-  require(items != nullptr && items->size() == updates->size(), "not the updates of the report");
-  for (std::size_t i = 0; i < items->size(); ++i) {
-    const auto matches = [&](const char* key, const std::optional<std::string>& text) {
-      const platform::PropertyList* const value = (*items)[i].find(key);
-      return value == nullptr ? !text : text && *value == platform::PropertyList(*text);
+  const auto list = platform::parsePropertyList(report);
+  const auto* const items = list ? list->as<platform::PropertyList::Array>() : nullptr;
+  Updates updates(items == nullptr ? 0 : items->size());
+  bool readable = true;
+  for (std::size_t index = 0; index < updates.size(); ++index) {
+    const auto* const item = (*items)[index].as<platform::PropertyList::Dictionary>();
+    readable = readable && item != nullptr;
+    const auto take = [&](const char* key, std::optional<std::string>& field) {
+      if (readable && item->contains(key)) {
+        const auto* const text = item->find(key)->second.as<std::string>();
+        readable = text != nullptr;
+        field = readable ? *text : "";
+      }
     };
-    const AvailableOSUpdate& update = (*updates)[i];
-    require(matches("Build", update.build) && matches("DeferredUntil", update.deferredUntil) &&
-                matches("ProductKey", update.productKey) && matches("Version", update.version),
-            "another update than the report's");
+    take("Build", updates[index].build);
+    take("DeferredUntil", updates[index].deferredUntil);
+    take("ProductKey", updates[index].productKey);
+    take("Version", updates[index].version);
+  }
+  return readable ? updates : Updates();
+}
+
+constexpr std::time_t kNow = 1718409600;  // 2024-06-15 00:00:00 UTC
+
+MacOSUpdateDeferral expectedDeferral(const std::optional<Updates>& updates,
+                                     const std::string& version) {
+  if (!updates) {
+    return {};
+  }
+  for (const AvailableOSUpdate& update : *updates) {
+    const std::string until = update.deferredUntil.value_or("");
+    const std::string day = until.substr(0, until.find(' '));
+    std::string pattern = day;
+    std::ranges::replace_if(pattern, [](char c) { return c >= '0' && c <= '9'; }, '0');
+    const std::string key = update.productKey.value_or("");
+    const bool isLong = std::ranges::count_if(key, [](char c) { return (c & 0xC0) != 0x80; }) > 1;
+    if (update.version != version || !isLong || pattern != "0000-00-00") {
+      continue;
+    }
+    std::tm date{};
+    date.tm_year = std::stoi(day) - 1900;
+    date.tm_mon = std::stoi(day.substr(5)) - 1;
+    date.tm_mday = std::stoi(day.substr(8));
+    std::tm normal = date;
+    if (timegm(&normal) > kNow && normal.tm_mon == date.tm_mon && normal.tm_mday == date.tm_mday) {
+      std::array<char, 32> text{};
+      std::strftime(text.data(), text.size(), "%Y-%b-%d", &normal);
+      return {.isDeferred = true, .date = text.data()};
+    }
+  }
+  return {.isDeferred = false, .date = std::nullopt};
+}
+
+void readUpdates(const std::string& output, std::int32_t exitCode, const std::string& text) {
+  MDMClient client;
+  client.run = {.exitCode = exitCode, .output = output};
+  SystemAvailableOSUpdates resolver(client);
+  const std::optional<Updates> updates = expectedUpdates(output, exitCode);
+  require(resolver.availableOSUpdates() == updates, "other updates than the report's");
+  MacOSUpdateDeferralChecker checker(
+      resolver, [] { return std::chrono::sys_seconds(std::chrono::seconds(kNow)); },
+      [](std::chrono::year_month_day day) { return std::chrono::sys_days(day); });
+  std::set<std::string> versions{text};
+  for (const AvailableOSUpdate& update : updates.value_or(Updates())) {
+    versions.insert(update.version.value_or("14.5"));
+  }
+  for (const std::string& version : versions) {
+    require(checker.isMacOSUpdateDeferred(version) == expectedDeferral(updates, version),
+            "another deferral");
   }
 }
 
@@ -114,6 +177,8 @@ void readUpdates(const std::string& output, std::int32_t exitCode) {
 /// The input: an exit status, the length of a build, the build, the output.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   static const FuzzedAgent agent;
+  static const bool english = ::setenv("LC_ALL", "C", 1) == 0;  // the names of months
+  require(english, "can't set the locale");
   if (size < 2) {
     return 0;
   }
@@ -122,8 +187,16 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::size_t length = std::min<std::size_t>(data[1] % 16, text.size());
   const std::string build(text.substr(0, length));
   const std::string output(text.substr(length));
-  analyse(output);
-  readUpdates(output, exitCode);
+  std::vector<std::string> parts{output};  // and each of its lines
+  std::istringstream lines(output);
+  for (std::string line; std::getline(lines, line);) {
+    parts.push_back(line);
+  }
+  for (const std::string& part : parts) {
+    require(DefaultSoftwareUpdateOutputAnalyser().validate(part) == expectedResult(part),
+            "another result");
+  }
+  readUpdates(output, exitCode, build);
   Lister lister;
   lister.list = {.exitCode = exitCode, .output = output};
   const auto label = DefaultSoftwareUpdateLabel(lister).label(build);
