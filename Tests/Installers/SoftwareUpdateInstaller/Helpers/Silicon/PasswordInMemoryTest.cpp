@@ -14,6 +14,7 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <iostream>
 #include <memory>
 #include <optional>
 #include <string>
@@ -185,8 +186,8 @@ bool runInstallers(const std::string& root, char beginning, std::size_t length,
   const bool isAsExpected =
       status == 0 && found.size() == 3 && found.front() > 0 && std::ranges::count(found, 0) == 2;
   if (!isAsExpected) {
-    std::fprintf(stderr, "status %d, pieces at each stop: %s\n", status,
-                 testing::PrintToString(found).c_str());
+    std::cerr << "status " << status << ", pieces at each stop: " << testing::PrintToString(found)
+              << '\n';
   }
   std::_Exit(isAsExpected ? 0 : 1);
 }
