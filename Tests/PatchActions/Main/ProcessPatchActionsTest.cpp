@@ -65,13 +65,5 @@ TEST(ProcessPatchActionsTest, AnObserverMayRemoveItself) {
   EXPECT_FALSE(events.wasGoneInside);
 }
 
-TEST(ProcessPatchActionsTest, UndefinedActionDiffersFromTheKnownOneWithItsCode) {
-  const LogCapture log;
-  Processor processor(R"({"2009":["x"]})");
-  EXPECT_EQ(processor.arguments(UndefinedAction{"2009"}), std::nullopt);
-  EXPECT_THAT(processor.arguments(KnownAction::applicationRunningNotifier),
-              ::testing::Optional(::testing::ElementsAre("x")));
-}
-
 }  // namespace
 }  // namespace vexlo

@@ -72,6 +72,11 @@ TEST_F(DeferCheckTest, FirstMatchingUpdateDecides) {
 TEST_F(DeferCheckTest, DeferralEndsWhenItsDayBegins) {
   now = std::chrono::sys_days(2024y / 6 / 16) + 4h;
   EXPECT_EQ(deferralAmong({{update("14.5", "2024-06-16")}}), kNotDeferred);
+  EXPECT_THAT(log.records(),
+              testing::Contains(
+                  InfoLine("deferredUntil 2024-06-16, deferredDate 2024-06-16 04:00:00 +0000, "
+                           "currentDate 2024-06-16 04:00:00 +0000, isMacOSUpdateDeferred "
+                           "false")));
 }
 
 }  // namespace

@@ -16,6 +16,7 @@
 #include "Tests/Fakes/Story.h"
 #include "Tests/Fakes/TestAgentDirectories.h"
 #include "VexloPatchDeployment/Validators/RunningApplicationCheckRelated/AppKiller.h"
+#include "VexloPatchDeployment/Validators/RunningApplicationCheckRelated/RunningAppDetector.h"
 
 namespace vexlo {
 namespace {
@@ -178,6 +179,13 @@ TEST_F(RunningAppUserAckTest, PausesAfterEachKillAcceptedOrNot) {
       story.events,
       ElementsAre(attempt + "true.", "pause of 2000 ms", attempt + "false.", "pause of 2000 ms",
                   "info killApps(for:): No running applications found with bundleID: b."));
+}
+
+TEST_F(RunningAppUserAckTest, DetectionEndsWithTheFirstApplicationThatRuns) {
+  int questions = 0;
+  onQuery = [&] { return ++questions == 2 ? std::vector{true} : std::vector<bool>(); };
+  EXPECT_TRUE(RunningAppDetector(*this).isAnyAppRunning({"a", "b", "c"}));
+  EXPECT_EQ(questions, 2);
 }
 
 }  // namespace
