@@ -158,7 +158,11 @@ void readUpdates(const std::string& output, std::int32_t exitCode, const std::st
   client.run = {.exitCode = exitCode, .output = output};
   SystemAvailableOSUpdates resolver(client);
   const std::optional<Updates> updates = expectedUpdates(output, exitCode);
-  require(resolver.availableOSUpdates() == updates, "other updates than the report's");
+  const auto available = resolver.availableOSUpdates();
+  require((available ? std::optional(available->updates) : std::nullopt) == updates,
+          "other updates than the report's");
+  require(!available || available->isListed || available->updates.empty(),
+          "updates that were not listed");
   MacOSUpdateDeferralChecker checker(
       resolver, [] { return std::chrono::sys_seconds(std::chrono::seconds(kNow)); },
       [](std::chrono::year_month_day day) { return std::chrono::sys_days(day); });

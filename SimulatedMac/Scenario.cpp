@@ -125,6 +125,9 @@ std::expected<void, std::string> Scenario::add(std::string_view text) {
     problem = keyProblem(name, key);
   }
   Setting setting{.key = std::string(key), .value = std::string(text.substr(equals + 1))};
+  if (setting.value.contains('\n') && !setting.value.ends_with('\n')) {
+    setting.value.push_back('\n');  // as in a file
+  }
   if (problem.empty()) {
     problem = valueProblem(name, setting);
   }

@@ -198,6 +198,10 @@ std::optional<ArgumentProblem> problemWith(const vexlo::ActionArgument& argument
       if (!isVersion(value)) {
         return questionable(text(inQuotes(value), " is not a macOS version such as \"14.5\""));
       }
+      if (!argument.ifLarger.empty() &&
+          vexlo::parseInteger(value.substr(0, value.find('.'))).value_or(0) > argument.largest) {
+        return questionable(text(inQuotes(value), ": ", argument.ifLarger));
+      }
       return std::nullopt;
     case vexlo::ArgumentKind::updateLabel:
       return problemWithLabel(value);

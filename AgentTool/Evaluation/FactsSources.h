@@ -128,9 +128,11 @@ class FactsSources {
     Apple(const FactsSources& whole, Intentions& intentions)
         : Part(whole), intentions_(intentions) {}
     [[nodiscard]] vexlo::SoftwareUpdateList fetchSoftwareUpdates() override;
-    [[nodiscard]] std::optional<std::vector<vexlo::AvailableOSUpdate>> availableOSUpdates()
-        override {
-      return facts().availableOSUpdates;
+    [[nodiscard]] std::optional<vexlo::AvailableOSUpdates> availableOSUpdates() override {
+      return facts().availableOSUpdates.transform([this](const auto& updates) {
+        return vexlo::AvailableOSUpdates{.updates = updates,
+                                         .isListed = facts().updatesListed.value_or(true)};
+      });
     }
 
    private:

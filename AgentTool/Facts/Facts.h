@@ -98,6 +98,8 @@ struct Facts {
   std::optional<std::int32_t> softwareUpdateStatus;
   std::optional<std::vector<std::string>> softwareUpdateLabels;
   std::optional<std::vector<vexlo::AvailableOSUpdate>> availableOSUpdates;
+  /// False if `availableOSUpdates` is empty for lack of a list.
+  std::optional<bool> updatesListed;
   /// The paths of those in /Applications.
   std::optional<std::vector<std::string>> installAssistants;
 

@@ -185,6 +185,10 @@ struct JSONFields<Facts> {
           "what `mdmclient` reports: `version`, `build`, `productKey`, "
           "`deferredUntil` (`2024-06-15 00:00:00 +0000`), each a "
           "string or null; null: not asked, or it failed"),
+      fact<&Facts::updatesListed>("updatesListed",
+                                  "false: `mdmclient` printed no list of updates, as on macOS 27; "
+                                  "`availableOSUpdates` is then empty, which counts as not "
+                                  "deferred; null: not asked, or it failed"),
       fact<&Facts::installAssistants>("installAssistants",
                                       "the paths of the InstallAssistant applications in "
                                       "/Applications; null: can't be read",

@@ -115,6 +115,14 @@ std::string factsAsTable(const Facts& facts, const Console& console) {
   for (const std::string& label : facts.softwareUpdateLabels.value_or(std::vector<std::string>())) {
     table.add("  label", printable(label));
   }
+  if (facts.softwareUpdateReachable.value_or(false)) {
+    const std::size_t count = facts.availableOSUpdates ? facts.availableOSUpdates->size() : 0;
+    table.add("updates known to MDM",
+              facts.updatesListed.value_or(facts.availableOSUpdates.has_value())
+                  ? std::optional(LogCore::text(count))
+                  : std::nullopt,
+              "availableOSUpdates");
+  }
   for (const auto& update :
        facts.availableOSUpdates.value_or(std::vector<vexlo::AvailableOSUpdate>())) {
     table.add("  update", printable(vexlo::describe(update)));

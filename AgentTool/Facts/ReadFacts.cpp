@@ -366,10 +366,16 @@ class Reader {
     }
     if (facts_.softwareUpdateReachable == true) {
       facts_.softwareUpdateLabels = std::move(labels);
-      facts_.availableOSUpdates = optional("availableOSUpdates", [] {
+      auto available = optional("availableOSUpdates", [] {
         vexlo::SystemMDMClient client;
         return vexlo::SystemAvailableOSUpdates(client).availableOSUpdates();
       });
+      if (available) {
+        facts_.availableOSUpdates = std::move(available->updates);
+        facts_.updatesListed = available->isListed;
+        noteUnless(available->isListed, "availableOSUpdates",
+                   "mdmclient printed no list of updates");
+      }
     } else {
       for (const char* const absent : {"softwareUpdateLabels", "availableOSUpdates"}) {
         noteUnless(false, absent,

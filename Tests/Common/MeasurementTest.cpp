@@ -29,6 +29,8 @@ TEST(MeasurementTest, DescriptionSaysWhatDecided) {
            {{DiskSpaceMeasurement{0, -2 * kGB}}, "0 GB free, -2 GB needed"},
            {{DiskSpaceMeasurement{}}, "free space unknown, counts as sufficient"},
            {{DeferralMeasurement{"14.5", false, std::nullopt}}, "macOS 14.5 not deferred"},
+           {{DeferralMeasurement{"27.1", false, std::nullopt, false}},
+            "mdmclient printed no list of updates, counts as not deferred"},
            {{RunningApplicationsMeasurement{{{"s", "Safari"}, {"m", "Mail"}}},
              PromptMeasurement{RunningAppPromptDecision::promptUser,
                                PromptMeasurement::Answer::notAsked, 2}},

@@ -242,6 +242,7 @@ TEST(EvaluateTest, AsksAppleOnlyIfAllowed) {
   }
   for (const auto& [name, answer] : std::vector<std::pair<std::string, std::string>>{
            {"deferred", R"("description":"macOSUpdateIsDeferred")"},
+           {"macos-27", R"("why":"mdmclient printed no list of updates, counts as not deferred")"},
            {"healthy", R"("code":"2006","arguments":["14.5"],"answer":"success")"},
            {"second-try", R"(--install \"macOS Sonoma 14.5-23F79\")"},
            {"offline", R"("description":"softwareUpdateUnreachable")"}}) {
@@ -250,6 +251,8 @@ TEST(EvaluateTest, AsksAppleOnlyIfAllowed) {
     EXPECT_THAT(mac.answers, HasSubstr(answer));
     EXPECT_EQ(mac.answers, mac.elsewhere);
     EXPECT_THAT(mac.whole, Not(HasSubstr("CHANGED")));
+    EXPECT_EQ(mac.whole.contains(R"("availableOSUpdates":"mdmclient printed no list of updates")"),
+              name == "macos-27");
   }
 }
 

@@ -52,7 +52,8 @@ TEST_F(SimulatedMacTest, HasTheFilesAndProgramsOfTheScenario) {
   const Ran ran = enter(
       "--set 'files//usr/bin/new-tool=#!/bin/sh\necho \"$1\"' --set files//Library/new/file=x "
       "--set 'files//usr/bin/sudo=#!/bin/sh\necho replaced' "
-      "healthy -- sh -c 'new-tool y; cat /Library/new/file; sudo; test -x /Library/new/file'");
+      "healthy -- sh -c 'new-tool y; cat /Library/new/file; sudo; softwareupdate --list > "
+      "/dev/null 2>&1 || echo $?; test -x /Library/new/file'");
   EXPECT_EQ(ran.output, "y\nx\nreplaced\n");
   EXPECT_EQ(ran.status, 1);
   EXPECT_THAT(enter("--set files//usr/../x=y healthy -- true").output,

@@ -75,7 +75,8 @@ constexpr const char* kLabels = R"j({"PatchActions": {
   "5": {"2007": ["14.5", "macOS Sonoma 14.5"]},
   "6": {"2007": ["14.5", "23F79"]},
   "7": {"2007": ["14.5", "macOS Sonoma 14.6-23G80"]},
-  "8": {"2007": ["14.5 (A)", "macOS Sonoma-23F"]}}})j";
+  "8": {"2007": ["14.5 (A)", "macOS Sonoma-23F"]},
+  "9": {"2006": ["26.9"]}, "10": {"2006": ["27.1"]}}})j";
 
 constexpr const char* kWhatIsWrongWithLabels =
     R"j(file:4:26: warning: PatchActions › 3 › 2007 › [1]: "macOS Sonoma 14.5-23F79 " has spaces around it, which no label has
@@ -85,7 +86,8 @@ file:7:26: warning: PatchActions › 6 › 2007 › [1]: "23F79" is only a build
 file:8:26: warning: PatchActions › 7 › 2007 › [1]: "14.6" differs from the version of installMacOSUpdates, "14.5"
 file:9:18: warning: PatchActions › 8 › 2007 › [0]: "14.5 (A)" is not a macOS version such as "14.5"
 file:9:30: warning: PatchActions › 8 › 2007 › [1]: "macOS Sonoma-23F" doesn't end in a hyphen and a build, such as "macOS Sonoma 14.5-23F79"
-file can be used (0 products, 8 patches with actions, 0 exempt patches); 7 warnings.
+file:10:44: warning: PatchActions › 10 › 2006 › [0]: "27.1": on macOS 27 and later mdmclient prints no list of updates, so that the check passes, or always applies later if mdmclient fails
+file can be used (0 products, 10 patches with actions, 0 exempt patches); 8 warnings.
 )j";
 
 class CheckCommandTest : public AgentToolTest {};

@@ -46,6 +46,7 @@ Facts exampleFacts() {
                         {"com.apple.mail", {}}};
   facts.availableOSUpdates = {{.deferredUntil = "2024-06-15 00:00:00 +0000", .version = "14.5"},
                               {}};
+  facts.updatesListed = true;
   return facts;
 }
 

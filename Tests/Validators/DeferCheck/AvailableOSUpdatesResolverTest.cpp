@@ -16,7 +16,6 @@ using ::testing::AllOf;
 using ::testing::ElementsAre;
 using ::testing::Field;
 using ::testing::IsEmpty;
-using ::testing::Optional;
 using ::testing::StartsWith;
 
 const std::string kHeader = "Available updates (install debug profile for more details): ";
@@ -30,11 +29,10 @@ class FakeMDMClient final : public MDMClientCommandExecutor {
 
 class AvailableOSUpdatesResolverTest : public ::testing::Test {
  protected:
-  std::optional<std::vector<AvailableOSUpdate>> updatesOf(const std::string& output,
-                                                          std::int32_t exitCode = 0) {
-    client.answer = {.exitCode = exitCode, .output = output};
+  AvailableOSUpdates reportIn(const std::string& output) {
+    client.answer = {.exitCode = 0, .output = output};
     log.clear();
-    return SystemAvailableOSUpdates(client).availableOSUpdates();
+    return SystemAvailableOSUpdates(client).availableOSUpdates().value();
   }
   FakeMDMClient client;
   LogCapture log;
@@ -50,7 +48,7 @@ TEST_F(AvailableOSUpdatesResolverTest, ParsesTheToolsReport) {
     },
         {Version = 15;})
 )";
-  EXPECT_EQ(updatesOf(output)->at(0).productKey, "MSU_UPDATE_25F71_patch_26.5_major");
+  EXPECT_EQ(reportIn(output).updates.at(0).productKey, "MSU_UPDATE_25F71_patch_26.5_major");
   EXPECT_THAT(
       log.records(),
       ElementsAre(AllOf(InfoLine("Available OS Updates raw data : " + output + ", exitCode: 0."),
@@ -66,9 +64,9 @@ TEST_F(AvailableOSUpdatesResolverTest, ParsesTheToolsReport) {
 }
 
 TEST_F(AvailableOSUpdatesResolverTest, ParsesBetweenTheFirstTwoHeaders) {
-  EXPECT_THAT(updatesOf(kHeader + "({Version = 1;})" + kHeader + "({Version = 2;}) junk"),
-              Optional(ElementsAre(Field(&AvailableOSUpdate::version, "1"))));
-  EXPECT_THAT(updatesOf(kHeader + "(\n)\n"), Optional(IsEmpty()));
+  EXPECT_THAT(reportIn(kHeader + "({Version = 1;})" + kHeader + "({Version = 2;}) junk").updates,
+              ElementsAre(Field(&AvailableOSUpdate::version, "1")));
+  EXPECT_TRUE(reportIn(kHeader + "(\n)\n").isListed);
 }
 
 TEST_F(AvailableOSUpdatesResolverTest, UnreadableReportIsAnEmptyListAndLogged) {
@@ -83,7 +81,9 @@ TEST_F(AvailableOSUpdatesResolverTest, UnreadableReportIsAnEmptyListAndLogged) {
             failed + "item 2: expected a string under \"Build\"."},
            {kHeader + std::string(100'000, '('), failed}}) {
     SCOPED_TRACE(output);
-    EXPECT_THAT(updatesOf(output), Optional(IsEmpty()));
+    const AvailableOSUpdates report = reportIn(output);
+    EXPECT_THAT(report.updates, IsEmpty());
+    EXPECT_FALSE(report.isListed);
     EXPECT_THAT(log.records().back(), LoggedBy(kFile, "parse(_:)"));
     EXPECT_EQ(log.records().back().level, LogCore::LogLevel::error);
     EXPECT_THAT(log.records().back().message, StartsWith(error));

@@ -21,8 +21,8 @@ MacOSUpdateDeferral deferredUntil(const char* date) { return {.isDeferred = true
 
 class FakeAvailableOSUpdates final : public AvailableOSUpdatesResolver {
  public:
-  std::optional<std::vector<AvailableOSUpdate>> updates;
-  std::optional<std::vector<AvailableOSUpdate>> availableOSUpdates() override { return updates; }
+  std::vector<AvailableOSUpdate> updates;
+  std::optional<AvailableOSUpdates> availableOSUpdates() override { return {{updates}}; }
 };
 
 AvailableOSUpdate update(std::optional<std::string> version, std::optional<std::string> until,
@@ -36,7 +36,7 @@ AvailableOSUpdate update(std::optional<std::string> version, std::optional<std::
 /// The moment is 2024-06-15 12:30:00 in New York.
 class DeferCheckTest : public ::testing::Test {
  protected:
-  MacOSUpdateDeferral deferralAmong(std::optional<std::vector<AvailableOSUpdate>> updates) {
+  MacOSUpdateDeferral deferralAmong(std::vector<AvailableOSUpdate> updates) {
     resolver.updates = std::move(updates);
     return checker.isMacOSUpdateDeferred("14.5");
   }
@@ -63,15 +63,15 @@ TEST_F(DeferCheckTest, FirstMatchingUpdateDecides) {
       update("14.5", "2099-02-30 00:00:00 +0000")};
   for (const AvailableOSUpdate& passedOver : notDeferring) {
     SCOPED_TRACE(passedOver);
-    EXPECT_EQ(deferralAmong({{passedOver}}), kNotDeferred);
-    EXPECT_EQ(deferralAmong({{passedOver, update("14.5", future, "M1")}}),
+    EXPECT_EQ(deferralAmong({passedOver}), kNotDeferred);
+    EXPECT_EQ(deferralAmong({passedOver, update("14.5", future, "M1")}),
               deferredUntil("2099-Jan-01"));
   }
 }
 
 TEST_F(DeferCheckTest, DeferralEndsWhenItsDayBegins) {
   now = std::chrono::sys_days(2024y / 6 / 16) + 4h;
-  EXPECT_EQ(deferralAmong({{update("14.5", "2024-06-16")}}), kNotDeferred);
+  EXPECT_EQ(deferralAmong({update("14.5", "2024-06-16")}), kNotDeferred);
   EXPECT_THAT(log.records(),
               testing::Contains(
                   InfoLine("deferredUntil 2024-06-16, deferredDate 2024-06-16 04:00:00 +0000, "

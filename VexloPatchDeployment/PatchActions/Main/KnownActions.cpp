@@ -59,18 +59,25 @@ constexpr std::array kMinimumDiskSpaceAnswers{
     ActionAnswer{"applyLater(inSufficientArguments)", "the minimum is missing or not an integer"},
 };
 constexpr std::array kMacOSDeferArguments{
-    ActionArgument{"macOS version", ArgumentKind::macOSVersion,
-                   R"(of the update, exactly as mdmclient reports it: "14.5" is not "14.5.0")",
-                   "14.5"},
+    ActionArgument{
+        .name = "macOS version",
+        .kind = ArgumentKind::macOSVersion,
+        .meaning = R"(of the update, exactly as mdmclient reports it: "14.5" is not "14.5.0")",
+        .example = "14.5",
+        .largest = 26,
+        .ifLarger = "on macOS 27 and later mdmclient prints no list of updates, so that the check "
+                    "passes, or always applies later if mdmclient fails"},
 };
 constexpr std::array kMacOSDeferAnswers{
-    ActionAnswer{"success",
-                 "the update is not deferred, the Mac is not enrolled in MDM, macOS is patched "
-                 "through MDM, or the agent's settings disable this check"},
+    ActionAnswer{
+        "success",
+        "the update is not deferred, mdmclient prints no list of updates (as on macOS 27), "
+        "the Mac is not enrolled in MDM, macOS is patched through MDM, or the agent's "
+        "settings disable this check"},
     ActionAnswer{"applyLater(macOSUpdateIsDeferred)",
                  "the update is deferred; the result has the last day of the deferral"},
     ActionAnswer{"applyLater(softwareUpdateUnreachable)",
-                 "Apple's software update service can't be reached"},
+                 "Apple's software update service can't be reached, or mdmclient fails"},
     ActionAnswer{"applyLater(inSufficientArguments)", "the version is missing"},
 };
 constexpr std::array kInstallMacOSUpdatesArguments{

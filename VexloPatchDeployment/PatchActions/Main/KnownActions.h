@@ -28,8 +28,9 @@ struct ActionArgument {
   std::string_view example;
   /// May be left out together with those after it, which must be optional, too.
   bool isOptional = false;
-  // For integers:
-  std::int64_t largest = 0;          ///< The largest value that makes sense: a power of ten.
+  // For integers, and the first two for versions, too:
+  /// The largest value that makes sense: a power of ten; of versions the major one.
+  std::int64_t largest = 0;
   std::string_view ifLarger = {};    ///< The warning about larger values.
   std::string_view ifNegative = {};  ///< The warning about negative ones; empty if there is none.
 };

@@ -92,20 +92,19 @@ std::string listOf(const Updates& updates) {
   return out += ']';
 }
 
-/// The updates in the MDM client's output; empty if it has no readable report.
-Updates parse(std::string_view output) {
+AvailableOSUpdates parse(std::string_view output) {
   const std::optional<std::string_view> report = reportIn(output);
   if (!report || !isReadable(*report)) {
     logError(kParseTag, [] { return "No available updates found or data conversion failed."; });
-    return {};
+    return {.isListed = false};
   }
   std::expected<Updates, std::string> updates = decode(*report);
   if (!updates) {
     logError(kParseTag, [&] { return text("Deserialization error: ", updates.error(), "."); });
-    return {};
+    return {.isListed = false};
   }
   logInfo(kParseTag, [&] { return text("Parsed available OS Updates: ", listOf(*updates), "."); });
-  return *std::move(updates);
+  return {.updates = *std::move(updates)};
 }
 
 }  // namespace
@@ -125,7 +124,7 @@ SystemAvailableOSUpdates::SystemAvailableOSUpdates(
     MDMClientCommandExecutor& mdmClientCommandExecutor)
     : mdmClientCommandExecutor_(mdmClientCommandExecutor) {}
 
-std::optional<std::vector<AvailableOSUpdate>> SystemAvailableOSUpdates::availableOSUpdates() {
+std::optional<AvailableOSUpdates> SystemAvailableOSUpdates::availableOSUpdates() {
   const MDMClientOutput run = mdmClientCommandExecutor_.fetchAvailableOSUpdatesRaw();
   logInfo(kAvailableOSUpdatesTag, [&] {
     return text("Available OS Updates raw data : ", run.output, ", exitCode: ", run.exitCode, ".");

@@ -22,21 +22,28 @@ struct AvailableOSUpdate {
 [[nodiscard]] std::string describe(const AvailableOSUpdate& update);
 std::ostream& operator<<(std::ostream& out, const AvailableOSUpdate& update);
 
+/// The MDM client's report.
+struct AvailableOSUpdates {
+  std::vector<AvailableOSUpdate> updates;  ///< In the report's order.
+  /// False if the MDM client printed no readable list, as on macOS 27; `updates` is then empty.
+  bool isListed = true;
+};
+
 /// An evaluation of recorded facts replaces it.
 class AvailableOSUpdatesResolver {
  public:
   virtual ~AvailableOSUpdatesResolver() = default;
-  /// The updates in the report's order; absent if the request failed.
-  [[nodiscard]] virtual std::optional<std::vector<AvailableOSUpdate>> availableOSUpdates() = 0;
+  /// Absent if the request failed.
+  [[nodiscard]] virtual std::optional<AvailableOSUpdates> availableOSUpdates() = 0;
 };
 
-/// Runs the MDM client on every call. Absent if it fails or can't reach Apple's server; an empty
-/// list if the report can't be read. Stateless.
+/// Runs the MDM client on every call, which fails if it exits with another status than 0 or can't
+/// reach Apple's server. Stateless.
 class SystemAvailableOSUpdates final : public AvailableOSUpdatesResolver {
  public:
   /// `mdmClientCommandExecutor` must outlive this object.
   explicit SystemAvailableOSUpdates(MDMClientCommandExecutor& mdmClientCommandExecutor);
-  [[nodiscard]] std::optional<std::vector<AvailableOSUpdate>> availableOSUpdates() override;
+  [[nodiscard]] std::optional<AvailableOSUpdates> availableOSUpdates() override;
 
  private:
   MDMClientCommandExecutor& mdmClientCommandExecutor_;

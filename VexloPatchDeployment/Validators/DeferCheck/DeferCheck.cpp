@@ -44,28 +44,31 @@ MacOSUpdateDeferralChecker::MacOSUpdateDeferralChecker(
       startOfDay_(std::move(startOfDay)) {}
 
 MacOSUpdateDeferral MacOSUpdateDeferralChecker::isMacOSUpdateDeferred(std::string_view version) {
-  MacOSUpdateDeferral deferral = deferralOf(version);
+  const auto available = availableOSUpdatesResolver_.availableOSUpdates();
+  MacOSUpdateDeferral deferral = deferralOf(version, available);
   measured([&] {
-    return DeferralMeasurement{
-        .version = std::string(version), .isDeferred = deferral.isDeferred, .until = deferral.date};
+    return DeferralMeasurement{.version = std::string(version),
+                               .isDeferred = deferral.isDeferred,
+                               .until = deferral.date,
+                               .updatesListed = available && available->isListed};
   });
   return deferral;
 }
 
-MacOSUpdateDeferral MacOSUpdateDeferralChecker::deferralOf(std::string_view version) const {
-  const auto updates = availableOSUpdatesResolver_.availableOSUpdates();
-  if (!updates) {
+MacOSUpdateDeferral MacOSUpdateDeferralChecker::deferralOf(
+    std::string_view version, const std::optional<AvailableOSUpdates>& available) const {
+  if (!available) {
     logError(kDeferCheckTag, [] {
       return "Unable to get AvailableOSUpdate - Network error. Need to check later.";
     });
     return {.isDeferred = std::nullopt, .date = std::nullopt};
   }
-  if (updates->empty()) {
+  if (available->updates.empty()) {
     logError(kDeferCheckTag,
              [] { return "Unable to get AvailableOSUpdate. Considering it as not deferred."; });
     return {.isDeferred = false, .date = std::nullopt};
   }
-  for (const AvailableOSUpdate& update : *updates) {
+  for (const AvailableOSUpdate& update : available->updates) {
     if (update.version != version || !update.productKey || !update.deferredUntil) {
       continue;
     }
@@ -110,6 +113,9 @@ std::string DeferralMeasurement::words() const {
   if (!isDeferred) {
     return "the MDM client didn't report deferrals";
   }
+  if (!updatesListed) {
+    return "mdmclient printed no list of updates, counts as not deferred";
+  }
   if (!*isDeferred) {
     return text("macOS ", version, " not deferred");
   }
@@ -122,6 +128,7 @@ std::string DeferralMeasurement::json() const {
       .addString("version", version)
       .addBoolean("isDeferred", isDeferred)
       .addJSON("until", FileCodec::jsonOptional(until))
+      .addBoolean("updatesListed", updatesListed)
       .done();
 }
 

@@ -36,7 +36,8 @@ class MacOSUpdateDeferralChecker {
   [[nodiscard]] MacOSUpdateDeferral isMacOSUpdateDeferred(std::string_view version);
 
  private:
-  [[nodiscard]] MacOSUpdateDeferral deferralOf(std::string_view version) const;
+  [[nodiscard]] MacOSUpdateDeferral deferralOf(
+      std::string_view version, const std::optional<AvailableOSUpdates>& available) const;
   /// Whether a deferral until `dateText`, «2024-06-15», is still in effect.
   [[nodiscard]] bool validate(std::string_view dateText) const;
 

@@ -25,6 +25,7 @@ struct VEXLO_EXPORT DeferralMeasurement {
   std::string version;
   std::optional<bool> isDeferred;    ///< Absent if the deferrals are not available.
   std::optional<std::string> until;  ///< «2024-Jun-15»; absent when not deferred or unreadable.
+  bool updatesListed = true;         ///< Whether `mdmclient` printed a list of updates.
   [[nodiscard]] std::string words() const;
   [[nodiscard]] std::string json() const;
   friend bool operator==(const DeferralMeasurement&, const DeferralMeasurement&) = default;
