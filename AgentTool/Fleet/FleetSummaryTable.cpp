@@ -125,7 +125,8 @@ std::string outcomes(const FleetSummary& summary, const Console& console) {
     }
   }
   std::vector<std::pair<Prediction, std::uint64_t>> rows(byOutcome.begin(), byOutcome.end());
-  std::ranges::stable_sort(rows, {}, [](const auto& row) { return verdictOn(row.first).verdict; });
+  std::ranges::sort(
+      rows, {}, [](const auto& row) { return std::pair(verdictOn(row.first).verdict, row.first); });
   CountTable table({"OUTCOME"});
   for (const auto& [outcome, machines] : rows) {
     table.add({{std::string(name(outcome)), verdictOn(outcome).style}}, machines,

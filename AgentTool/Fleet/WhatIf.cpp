@@ -26,12 +26,13 @@ std::optional<Version> versionIn(std::string_view text) {
       return std::nullopt;
     }
     at = rest;
-    if (at == end || *at++ != '.') {
+    if (at == end || *at != '.') {
       break;
     }
+    ++at;
   }
-  if (end - at > 1 && *at == '(') {
-    version.back() = at[1];
+  if (const std::string_view rest(at, end); rest.starts_with(" (") && rest.size() > 2) {
+    version.back() = static_cast<unsigned char>(rest[2]);
   }
   return version;
 }
