@@ -6,7 +6,9 @@
 
 namespace platform {
 
-/// True on Apple silicon, even if this process is being translated.
+/// True on Apple silicon, even if this process is being translated. Linux is asked about its own
+/// processor, unless /System/Library/CoreServices/Processor says "arm64" or "x86_64", as in a
+/// simulated Mac; macOS reads no such file.
 [[nodiscard]] bool isAppleSilicon();
 
 /// The macOS product version, such as "14.5", whatever SDK the program was built with; absent when

@@ -49,6 +49,8 @@ class MacFilesWriter {
       writeVersion("SystemVersion.plist",
                    scenario_.valueOr("mac", "compatibility version", version));
     }
+    const bool isIntel = scenario_.valueOr("mac", "machine", "") == "intel";
+    root_.writeFile("/System/Library/CoreServices/Processor", isIntel ? "x86_64\n" : "arm64\n");
     // The host's directories for temporary files are read-only in the Mac.
     root_.makeDirectory("/private/tmp", 01777);
   }

@@ -6,10 +6,14 @@
 #include <cstdlib>
 #include <string_view>
 
+#include "Platform/Files.h"
 #include "Platform/Posix/SystemVersion.h"
 
 namespace platform {
 namespace {
+
+/// What a Mac made of files says about its processor: «arm64» or «x86_64».
+constexpr const char* kProcessorFile = "/System/Library/CoreServices/Processor";
 
 std::string_view environment(const char* name) {
   const char* value = std::getenv(name);
@@ -36,6 +40,9 @@ void add(std::vector<std::string>& tags, std::string_view locale) {
 }  // namespace
 
 bool isAppleSilicon() {
+  if (const auto named = readFile(kProcessorFile, {.maximumBytes = 16})) {
+    return named->starts_with("arm64");
+  }
   utsname machine{};
   if (::uname(&machine) != 0) {
     return false;

@@ -25,26 +25,26 @@ using testing::HasSubstr;
 using testing::Not;
 
 /// Prints the evaluation, what changed during it, and the facts for evaluating elsewhere. $0: the
-/// tool, $1: the machine type, $2: further options of both commands. The stand-ins' call counters
-/// are created first. Only shell built-ins run while processes are listed.
+/// tool, $1: further options of both commands. The stand-ins' call counters are created first. Only
+/// shell built-ins run while processes are listed.
 constexpr const char* kEvaluation = R"sh(
   files() {
     find /Applications /Library /System /Users /private /etc/passwd -xdev \
       -printf '%p %i %m %s %T@ %C@\n' | sort
   }
   profiles status -type enrollment > /dev/null
-  [ -z "$2" ] || { softwareupdate --list; /usr/libexec/mdmclient AvailableOSUpdates; } > /dev/null 2>&1
+  [ -z "$1" ] || { softwareupdate --list; /usr/libexec/mdmclient AvailableOSUpdates; } > /dev/null 2>&1
   filesBefore=$(files)
-  set -- "$1" "$2" /proc/[0-9]*; processesBefore=$*
+  set -- "$1" /proc/[0-9]*; processesBefore=$*
   echo '--- answers'
-  "$0" evaluate --patch 310990 --product 1201 --service-pack 2301 --machine $1 $2 --json
+  "$0" evaluate --patch 310990 --product 1201 --service-pack 2301 $1 --json
   echo "--- status $?"
-  set -- "$1" "$2" /proc/[0-9]*; processesAfter=$*
+  set -- "$1" /proc/[0-9]*; processesAfter=$*
   [ "$processesBefore" = "$processesAfter" ] ||
     echo "CHANGED processes: $processesBefore / $processesAfter"
   [ "$filesBefore" = "$(files)" ] || echo 'CHANGED files'
   echo '--- facts'
-  "$0" facts --json --machine $1 $2 --all-applications
+  "$0" facts --json $1 --all-applications
   echo '--- actions'
   cat "$VEXLO_AGENT_ROOT/client-data/patch-resources/mac-patch-actions.json"
 )sh";
@@ -56,18 +56,11 @@ std::string output(const std::string& program, std::vector<std::string> argument
   return platform::runProcess({.executable = program, .arguments = std::move(arguments)}).output;
 }
 
-struct Scenario {
-  std::string name;
-  std::string machine;
-};
-
-std::vector<Scenario> scenarios() {
-  std::vector<Scenario> all;
+std::vector<std::string> scenarios() {
+  std::vector<std::string> all;
   std::istringstream list(output(programFolder() + "/enter", {"--list"}));
   for (std::string line; std::getline(list, line);) {
-    const std::string name = line.substr(0, line.find(' '));
-    const std::string settings = output(programFolder() + "/enter", {"--print", name});
-    all.push_back({name, settings.contains("machine = intel") ? "intel" : "apple-silicon"});
+    all.push_back(line.substr(0, line.find(' ')));
   }
   return all;
 }
@@ -90,13 +83,13 @@ struct Evaluated {
   std::string calls;      ///< Calls of the Mac's tools.
 };
 
-Evaluated evaluated(const Scenario& scenario, const std::string& options) {
+Evaluated evaluated(const std::string& scenario, const std::string& options) {
   const TemporaryDirectory directory;
   Evaluated evaluated;
   evaluated.whole =
       output("/bin/sh", {"-c", "exec 2>&1; exec \"$0\" \"$@\"", programFolder() + "/enter",
-                         "--records", directory.file("calls"), scenario.name, "--", "/bin/sh", "-c",
-                         kEvaluation, tool(), scenario.machine, options});
+                         "--records", directory.file("calls"), scenario, "--", "/bin/sh", "-c",
+                         kEvaluation, tool(), options});
   evaluated.answers = part(evaluated.whole, "answers");
   evaluated.calls = directory.read("calls");
   directory.write("client-data/patch-resources/mac-patch-actions.json",
@@ -124,8 +117,8 @@ TEST(EvaluateTest, ChangesNothingAndGivesTheSameAnswersFromFacts) {
       {"two-users", R"("description":"multipleUsersLoggedIn")"},
       {"upgrade", R"(Install macOS Sonoma.app/Contents/Resources/startosinstall\")"}};
   std::size_t asExpected = 0;
-  for (const Scenario& scenario : scenarios()) {
-    SCOPED_TRACE(scenario.name);
+  for (const std::string& scenario : scenarios()) {
+    SCOPED_TRACE(scenario);
     const Evaluated mac = evaluated(scenario, "");
     EXPECT_THAT(mac.answers, HasSubstr(R"("answer":)"));
     EXPECT_THAT(mac.whole, Not(HasSubstr("CHANGED")));
@@ -136,7 +129,7 @@ TEST(EvaluateTest, ChangesNothingAndGivesTheSameAnswersFromFacts) {
       EXPECT_THAT(call, HasSubstr(R"("tool":"profiles")"));
     }
     EXPECT_EQ(mac.answers, mac.elsewhere);
-    if (const auto wanted = expected.find(scenario.name); wanted != expected.end()) {
+    if (const auto wanted = expected.find(scenario); wanted != expected.end()) {
       EXPECT_THAT(mac.answers, HasSubstr(wanted->second));
       ++asExpected;
     }
@@ -247,7 +240,7 @@ TEST(EvaluateTest, AsksAppleOnlyIfAllowed) {
            {"second-try", R"(--install \"macOS Sonoma 14.5-23F79\")"},
            {"offline", R"("description":"softwareUpdateUnreachable")"}}) {
     SCOPED_TRACE(name);
-    const Evaluated mac = evaluated({name, "apple-silicon"}, "--ask-apple");
+    const Evaluated mac = evaluated(name, "--ask-apple");
     EXPECT_THAT(mac.answers, HasSubstr(answer));
     EXPECT_EQ(mac.answers, mac.elsewhere);
     EXPECT_THAT(mac.whole, Not(HasSubstr("CHANGED")));
@@ -270,9 +263,9 @@ TEST(EvaluateTest, AsksTheAgentOnlyIfAllowed) {
             R"("description":"unableToGetAgentServiceConnection")"}}) {
     std::vector<std::string> arguments{"--set", "agent service/state=answers"};
     arguments.insert(arguments.end(), options.begin(), options.end());
-    arguments.insert(arguments.end(), {"no-agent-service", "--", tool(), "evaluate", "--patch",
-                                       "310990", "--product", "1201", "--service-pack", "2301",
-                                       "--machine", "apple-silicon", "--ask-agent", "--json"});
+    arguments.insert(arguments.end(),
+                     {"no-agent-service", "--", tool(), "evaluate", "--patch", "310990",
+                      "--product", "1201", "--service-pack", "2301", "--ask-agent", "--json"});
     const std::string answers = output(programFolder() + "/enter", arguments);
     EXPECT_THAT(answers, HasSubstr(answer));
     EXPECT_THAT(answers, Not(HasSubstr(kPassword)));

@@ -29,7 +29,7 @@ TEST(FactsTest, ShowsTheMacWithoutWaitingForHungTools) {
   const std::string data = "/Library/Application Support/VexloAgent/data/";
   for (const FactsOfAMac& mac : std::vector<FactsOfAMac>{
            {.scenario = "patch-day",
-            .options = {"--ask-agent", "--machine", "apple-silicon"},
+            .options = {"--ask-agent"},
             .parts = {R"("macOSVersion":"14.4.1","macOSMajorVersion":14,)",
                       R"("powerSource":{"kind":"battery","percentage":82},)",
                       R"("consoleUser":"alice","consoleUserID":501,"loggedOnUsers":"alice",)",

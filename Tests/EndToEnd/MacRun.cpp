@@ -130,17 +130,13 @@ class StartedRun {
   explicit StartedRun(const MacTest& test) {
     const std::string script = "exec \"$0\" \"$@\" 2>> '" + directory_.file("errors") + "'";
     Texts command{"-c", script, programFolder() + "/enter", "--records", directory_.file("calls")};
-    std::string machine = "apple-silicon";
     for (const std::string& setting : test.settings) {
       command.insert(command.end(), {"--set", setting});
-      if (setting == "mac/machine=intel") {
-        machine = "intel";
-      }
     }
     command.insert(command.end(), {test.scenario, "--", "/bin/sh", "-c", kScript, "sh"});
     command.insert(command.end(), {std::to_string(test.times), programFolder() + "/vexlo-patch"});
     command.insert(command.end(), {"run", "--patch", "310990", "--product", "1201"});
-    command.insert(command.end(), {"--service-pack", "2301", "--machine", machine, "--json"});
+    command.insert(command.end(), {"--service-pack", "2301", "--json"});
     command.insert(command.end(), {"--keep-going", "--log-level", "debug"});
     command.insert(command.end(), test.options.begin(), test.options.end());
     run_ = std::async(
