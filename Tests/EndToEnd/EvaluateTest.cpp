@@ -140,17 +140,17 @@ TEST(EvaluateTest, ChangesNothingAndGivesTheSameAnswersFromFacts) {
 /// Evaluates and then runs all actions in the same Mac.
 struct PredictedRun {
   std::vector<std::string> settings;
-  Scenario scenario;
+  std::string scenario;
 
   [[nodiscard]] std::string operator()() const {
     std::vector<std::string> arguments = settings;
-    arguments.insert(arguments.end(), {scenario.name, "--", "/bin/sh", "-c", R"sh(
+    arguments.insert(arguments.end(), {scenario, "--", "/bin/sh", "-c", R"sh(
       exec 2>/dev/null
-      patch="--patch 310990 --product 1201 --service-pack 2301 --machine $1"
+      patch="--patch 310990 --product 1201 --service-pack 2301"
       "$0" evaluate $patch --ask-apple --ask-agent --json
       "$0" run $patch --json --keep-going --log-level none
     )sh",
-                                       tool(), scenario.machine});
+                                       tool()});
     return output(programFolder() + "/enter", std::move(arguments));
   }
 };
@@ -158,11 +158,12 @@ struct PredictedRun {
 /// Every scenario, and what no scenario has.
 std::vector<PredictedRun> predictedRuns() {
   std::vector<PredictedRun> runs{
-      {{"--set", "agent service/state=absent"}, {"upgrade", "apple-silicon"}},
-      {{"--set", "agent service/value=PatchOSUpdateUserName alice"}, {"upgrade", "apple-silicon"}},
-      {{"--set", "actions/2010=/Applications/Missing.app"}, {"upgrade", "apple-silicon"}},
-      {{"--set", "actions/2007=14.6 \"macOS Sonoma 14.6-23G80\""}, {"upgrade", "intel"}}};
-  for (const Scenario& scenario : scenarios()) {
+      {{"--set", "agent service/state=absent"}, "upgrade"},
+      {{"--set", "agent service/value=PatchOSUpdateUserName alice"}, "upgrade"},
+      {{"--set", "actions/2010=/Applications/Missing.app"}, "upgrade"},
+      {{"--set", "actions/2007=14.6 \"macOS Sonoma 14.6-23G80\"", "--set", "mac/machine=intel"},
+       "upgrade"}};
+  for (const std::string& scenario : scenarios()) {
     runs.push_back({{}, scenario});
   }
   return runs;
