@@ -26,6 +26,10 @@ using Clock = std::function<Moment()>;
 /// years 0001 to 9999.
 [[nodiscard]] std::optional<std::chrono::year_month_day> parseDay(std::string_view text);
 
+/// Parses exactly "yyyy-MM-ddTHH:mm:ssZ", in UTC; absent unless it is a valid time in the years
+/// 0000 to 9999.
+[[nodiscard]] std::optional<Moment> parseMoment(std::string_view text);
+
 /// The first second of `day` in the process's time zone, also when daylight saving skips midnight.
 [[nodiscard]] Moment startOfDay(std::chrono::year_month_day day);
 
@@ -38,6 +42,8 @@ using Clock = std::function<Moment()>;
 [[nodiscard]] std::string yearMonthNameDay(std::chrono::year_month_day day);
 /// "dd-MM-yyyy": «16-11-2026»; on macOS with the user's calendar and digits.
 [[nodiscard]] std::string dayMonthYear(std::chrono::year_month_day day);
+/// The form that `parseMoment` reads: «2024-06-15T00:00:00Z».
+[[nodiscard]] std::string timestamp(Moment moment);
 /// For log lines, in UTC: «2024-06-15 00:00:00 +0000».
 [[nodiscard]] std::string describeMoment(Moment moment);
 

@@ -3,12 +3,11 @@
 #include <algorithm>
 #include <array>
 
+#include "Platform/Text.h"
 #include "Platform/Unicode.h"
 
 namespace platform {
 namespace {
-
-constexpr std::string_view kHexDigits = "0123456789abcdef";
 
 struct CodePointRange {
   char32_t first;
@@ -33,10 +32,7 @@ void appendEscaped(std::string& out, char32_t codePoint) {
       out += "\\t";
       return;
     default:
-      out += "\\u";
-      for (int shift = 12; shift >= 0; shift -= 4) {
-        out += kHexDigits[codePoint >> shift & 0xFU];
-      }
+      out += "\\u" + hexadecimal(codePoint, 4);
   }
 }
 
@@ -54,8 +50,7 @@ std::string printable(std::string_view text, Tabs tabs) {
   while (!text.empty()) {
     const std::size_t length = utf8SequenceLength(text);
     if (length == 0) {
-      const auto byte = static_cast<unsigned char>(text.front());
-      out += {'\\', 'x', kHexDigits[byte >> 4U], kHexDigits[byte & 0xFU]};
+      out += "\\x" + hexadecimal(static_cast<unsigned char>(text.front()), 2);
       text.remove_prefix(1);
       continue;
     }

@@ -7,6 +7,7 @@
 #include "Platform/Calendar.h"
 #include "Platform/PropertyListReaders.h"
 #include "Platform/RealNumbers.h"
+#include "Platform/Text.h"
 
 namespace platform {
 namespace {
@@ -35,10 +36,7 @@ void appendQuoted(std::string& out, std::string_view text) {
         break;
       default:
         if (static_cast<unsigned char>(character) < 0x20 || character == 0x7F) {
-          out += "\\u{";
-          out += kHexadecimalDigits[static_cast<unsigned char>(character) >> 4];
-          out += kHexadecimalDigits[character & 15];
-          out += '}';
+          out += "\\u{" + hexadecimal(static_cast<unsigned char>(character), 2) + '}';
         } else {
           out += character;
         }

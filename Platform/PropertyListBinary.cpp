@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "Platform/PropertyListReaders.h"
+#include "Platform/Text.h"
 #include "Platform/Unicode.h"
 
 namespace platform {
@@ -161,10 +162,9 @@ class BinaryReader {
       default:
         break;
     }
-    constexpr std::string_view kDigits = "0123456789ABCDEF";
-    const std::uint64_t marker = number(offset_, 1);
-    fail(std::string("expected a property-list value, found the marker 0x") + kDigits[marker >> 4] +
-         kDigits[marker & 15]);
+    const auto marker = static_cast<std::uint32_t>(number(offset_, 1));
+    fail("expected a property-list value, found the marker 0x" +
+         hexadecimal(marker, 2, kCapitalDigits));
   }
 
   [[nodiscard]] PropertyList readInteger(unsigned sizeExponent) const {

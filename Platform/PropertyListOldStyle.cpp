@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "Platform/PropertyListReaders.h"
+#include "Platform/Text.h"
 #include "Platform/Unicode.h"
 
 namespace platform {
@@ -89,9 +90,8 @@ class OldStyleReader {
       if (next > ' ' && next < 0x7F) {
         found = std::string{'\'', next, '\''};
       } else {
-        constexpr std::string_view kDigits = "0123456789ABCDEF";
         const auto byte = static_cast<unsigned char>(next);
-        found = std::string("the byte 0x") + kDigits[byte >> 4] + kDigits[byte & 15];
+        found = "the byte 0x" + hexadecimal(byte, 2, kCapitalDigits);
       }
     }
     throw PropertyListError{"line " + std::to_string(lineOf(position_)) + ": expected " + expected +

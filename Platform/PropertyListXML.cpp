@@ -5,7 +5,6 @@
 #include <array>
 #include <cmath>
 #include <cstdint>
-#include <cstdio>
 #include <exception>
 #include <memory>
 #include <new>
@@ -13,6 +12,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "Platform/Calendar.h"
 #include "Platform/PropertyListReaders.h"
 #include "Platform/RealNumbers.h"
 #include "Platform/Text.h"
@@ -21,7 +21,6 @@
 namespace platform {
 namespace {
 
-using std::chrono::days;
 using std::chrono::seconds;
 
 constexpr std::string_view kXMLBlanks = " \t\n\r";
@@ -86,27 +85,10 @@ std::optional<PropertyList> parseIntegerText(std::string_view text) {
 
 /// Reads "2024-06-15T00:00:00Z".
 std::optional<PropertyList> parseDateText(std::string_view text) {
-  text = trimmed(text, kXMLBlanks);
-  constexpr std::string_view kPattern = "0000-00-00T00:00:00Z";
-  const auto matches = [](char found, char pattern) {
-    return pattern == '0' ? found >= '0' && found <= '9' : found == pattern;
-  };
-  if (!std::ranges::equal(text, kPattern, matches)) {
-    return std::nullopt;
-  }
-  const auto field = [&](std::size_t start, std::size_t size) {
-    return *wholeNumber<int>(text.substr(start, size));
-  };
-  const std::chrono::year_month_day day{std::chrono::year(field(0, 4)),
-                                        std::chrono::month(static_cast<unsigned>(field(5, 2))),
-                                        std::chrono::day(static_cast<unsigned>(field(8, 2)))};
-  if (!day.ok() || field(11, 2) > 23 || field(14, 2) > 59 || field(17, 2) > 59) {
-    return std::nullopt;
-  }
-  const seconds sinceEpoch = std::chrono::sys_days(day) - kPropertyListEpoch +
-                             std::chrono::hours(field(11, 2)) + std::chrono::minutes(field(14, 2)) +
-                             seconds(field(17, 2));
-  return PropertyList::Value(PropertyListDate{static_cast<double>(sinceEpoch.count())});
+  return parseMoment(trimmed(text, kXMLBlanks)).transform([](Moment moment) {
+    const seconds since2001 = moment - kPropertyListEpoch;
+    return PropertyList(PropertyListDate{static_cast<double>(since2001.count())});
+  });
 }
 
 /// Decodes base 64 with white space anywhere.
@@ -378,20 +360,11 @@ class XMLWriter {
     const bool convertible = std::abs(whole) < kBeyondTheYears;
     const auto moment =
         kPropertyListEpoch + seconds(convertible ? static_cast<std::int64_t>(whole) : 0);
-    const auto midnight = std::chrono::floor<days>(moment);
-    if (!convertible || midnight < std::chrono::sys_days(std::chrono::year(0) / 1 / 1) ||
-        midnight > std::chrono::sys_days(std::chrono::year(9999) / 12 / 31)) {
+    if (!convertible || moment < std::chrono::sys_days(std::chrono::year(0) / 1 / 1) ||
+        moment >= std::chrono::sys_days(std::chrono::year(10'000) / 1 / 1)) {
       throw std::invalid_argument("a date of a property list lies outside the years 0000 to 9999");
     }
-    const std::chrono::year_month_day day(midnight);
-    const std::chrono::hh_mm_ss time(moment - midnight);
-    std::array<char, 64> text{};
-    std::snprintf(text.data(), text.size(), "%04d-%02u-%02uT%02d:%02d:%02dZ",
-                  static_cast<int>(day.year()), static_cast<unsigned>(day.month()),
-                  static_cast<unsigned>(day.day()), static_cast<int>(time.hours().count()),
-                  static_cast<int>(time.minutes().count()),
-                  static_cast<int>(time.seconds().count()));
-    writeElement("date", text.data());
+    writeElement("date", timestamp(moment));
   }
 
   void operator()(const PropertyList::Data& data) const {

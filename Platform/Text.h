@@ -2,6 +2,8 @@
 #pragma once
 #include <charconv>
 #include <concepts>
+#include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -18,6 +20,19 @@ template <std::integral Number>
   const char* const end = begin + text.size();
   const auto [stop, error] = std::from_chars(begin, end, number, base);
   return error == std::errc{} && stop == end ? std::optional(number) : std::nullopt;
+}
+
+inline constexpr std::string_view kSmallDigits = "0123456789abcdef";
+inline constexpr std::string_view kCapitalDigits = "0123456789ABCDEF";
+
+/// The last `count` digits of `number` in base 16.
+[[nodiscard]] inline std::string hexadecimal(std::uint32_t number, std::size_t count,
+                                             std::string_view digits = kSmallDigits) {
+  std::string out(count, '0');
+  for (std::size_t at = count; at > 0; number >>= 4U) {
+    out[--at] = digits[number & 15U];
+  }
+  return out;
 }
 
 /// The string without leading and trailing white space.

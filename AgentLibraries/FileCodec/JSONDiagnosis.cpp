@@ -1,7 +1,6 @@
 #include "AgentLibraries/FileCodec/JSONDiagnosis.h"
 
 #include <algorithm>
-#include <array>
 #include <charconv>
 #include <cstdint>
 #include <optional>
@@ -9,6 +8,7 @@
 
 #include "AgentLibraries/FileCodec/JSONReader.h"
 #include "Platform/PrintableText.h"
+#include "Platform/Text.h"
 #include "Platform/Unicode.h"
 
 namespace FileCodec {
@@ -18,14 +18,6 @@ constexpr std::string_view kBlanks = " \t\r\n";
 constexpr std::string_view kPunctuation = ",:[]{}";
 constexpr std::string_view kDigits = "0123456789";
 constexpr std::size_t kLongestQuote = 24;
-
-std::string hexadecimal(std::string_view prefix, std::uint32_t number, std::size_t width) {
-  std::array<char, 8> digits{};
-  char* const end = std::to_chars(digits.data(), digits.data() + digits.size(), number, 16).ptr;
-  std::string text(digits.data(), end);
-  std::ranges::transform(text, text.begin(), [](char c) { return c >= 'a' ? c - 'a' + 'A' : c; });
-  return std::string(prefix) + std::string(width - std::min(width, text.size()), '0') + text;
-}
 
 /// The start of `text`, as far as it fits on one line.
 std::string startOf(std::string_view text) {
@@ -298,7 +290,7 @@ std::string describeJSONAt(std::string_view text, std::size_t offset) {
     return "a string";
   }
   if (const char32_t character = characterAt(text, offset); isInvisible(character)) {
-    return hexadecimal("U+", character, 4);
+    return "U+" + platform::hexadecimal(character, 4, platform::kCapitalDigits);
   }
   const std::string_view word = wordAt(text, offset);
   return quoted(word.empty() ? text.substr(offset, 1) : word);
@@ -312,7 +304,9 @@ JSONProblem diagnoseJSON(std::string_view text, std::size_t failure) {
     const std::size_t length = platform::utf8SequenceLength(text.substr(offset));
     if (length == 0) {
       const auto byte = static_cast<unsigned char>(text[offset]);
-      return {.offset = offset, .expected = "UTF-8", .found = hexadecimal("the byte 0x", byte, 2)};
+      return {.offset = offset,
+              .expected = "UTF-8",
+              .found = "the byte 0x" + platform::hexadecimal(byte, 2, platform::kCapitalDigits)};
     }
     offset += length;
   }

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "Platform/PrintableText.h"
+#include "Platform/Text.h"
 #include "Platform/Unicode.h"
 
 namespace FileCodec {
@@ -13,13 +14,9 @@ constexpr std::string_view kReplacementCharacter = "\xEF\xBF\xBD";
 /// Whether it stands for itself in a string, like most of all text.
 constexpr bool isPlain(char c) { return c >= 0x20 && c < 0x7F && c != '"' && c != '\\'; }
 
-/// Appends the escape of a code point below U+10000: `\u009b`.
-void appendHex(std::string& out, char32_t codePoint) {
-  constexpr std::string_view kHexDigits = "0123456789abcdef";
-  out += "\\u";
-  for (unsigned shift = 16; shift > 0; shift -= 4) {
-    out += kHexDigits[codePoint >> (shift - 4) & 0xFU];
-  }
+/// The escape of a code point below U+10000: `\u009b`.
+std::string unicodeEscape(char32_t codePoint) {
+  return "\\u" + platform::hexadecimal(codePoint, 4);
 }
 
 }  // namespace
@@ -42,7 +39,7 @@ void appendJSONEscape(std::string& out, char control) {
       out += "\\r";
       return;
     default:
-      appendHex(out, static_cast<unsigned char>(control));
+      out += unicodeEscape(static_cast<unsigned char>(control));
   }
 }
 
@@ -76,7 +73,7 @@ void appendJSONString(std::string& out, std::string_view text) {
       const std::string_view character = text.substr(0, length);
       const char32_t codePoint = platform::decodeUTF8(character);
       if (platform::isUnprintable(codePoint)) {
-        appendHex(out, codePoint);
+        out += unicodeEscape(codePoint);
       } else {
         out += character;
       }

@@ -1,15 +1,14 @@
 #include "AgentLibraries/LogCore/Logger.h"
 
 #include <algorithm>
-#include <array>
 #include <chrono>
 #include <cstddef>
-#include <cstdio>
-#include <ctime>
 #include <mutex>
+#include <string>
 #include <utility>
 
 #include "AgentLibraries/LogCore/StandardErrorSink.h"
+#include "Platform/Calendar.h"
 #include "Platform/Descriptor.h"
 #include "Platform/PrintableText.h"
 
@@ -41,15 +40,9 @@ std::string_view paddedName(LogLevel level) {
 
 std::string timestamp(std::chrono::sys_time<std::chrono::milliseconds> time) {
   const auto wholeSeconds = std::chrono::floor<std::chrono::seconds>(time);
-  const std::time_t seconds = std::chrono::system_clock::to_time_t(wholeSeconds);
-  std::tm utc{};
-  gmtime_r(&seconds, &utc);
-  std::array<char, 40> buffer{};
-  const int length =
-      std::snprintf(buffer.data(), buffer.size(), "%04d-%02d-%02dT%02d:%02d:%02d.%03dZ",
-                    utc.tm_year + 1900, utc.tm_mon + 1, utc.tm_mday, utc.tm_hour, utc.tm_min,
-                    utc.tm_sec, static_cast<int>((time - wholeSeconds).count()));
-  return {buffer.data(), static_cast<std::size_t>(length)};
+  const auto milliseconds = (time - wholeSeconds).count();
+  std::string out = platform::timestamp(wholeSeconds);
+  return out.insert(out.size() - 1, '.' + std::to_string(1000 + milliseconds).substr(1));
 }
 
 std::string logLine(LogLevel level, const LogTag& tag, std::uint32_t line,

@@ -7,6 +7,7 @@
 #include <variant>
 
 #include "Platform/RealNumbers.h"
+#include "Platform/Text.h"
 #include "VexloPatchDeployment/Common/Overloaded.h"
 
 namespace agent_tool {
@@ -16,38 +17,6 @@ using FileCodec::JSONObject;
 using platform::PropertyList;
 using vexlo::Overloaded;
 using Type = JSONValue::Type;
-
-/// Reads "2026-11-24T10:11:12Z".
-std::optional<platform::Moment> momentOf(std::string_view text) {
-  constexpr std::string_view kForm = "dddd-dd-ddTdd:dd:ddZ";
-  if (text.size() != kForm.size()) {
-    return std::nullopt;
-  }
-  for (std::size_t at = 0; at < kForm.size(); ++at) {
-    const bool fits = kForm[at] == 'd' ? text[at] >= '0' && text[at] <= '9' : text[at] == kForm[at];
-    if (!fits) {
-      return std::nullopt;
-    }
-  }
-  const auto number = [&](std::size_t at, std::size_t digits) {
-    int value = 0;
-    for (const char digit : text.substr(at, digits)) {
-      value = value * 10 + (digit - '0');
-    }
-    return value;
-  };
-  const std::chrono::year_month_day day(std::chrono::year(number(0, 4)),
-                                        std::chrono::month(static_cast<unsigned>(number(5, 2))),
-                                        std::chrono::day(static_cast<unsigned>(number(8, 2))));
-  const int hour = number(11, 2);
-  const int minute = number(14, 2);
-  const int second = number(17, 2);
-  if (!day.ok() || hour > 23 || minute > 59 || second > 59) {
-    return std::nullopt;
-  }
-  return platform::Moment(std::chrono::sys_days(day)) + std::chrono::hours(hour) +
-         std::chrono::minutes(minute) + std::chrono::seconds(second);
-}
 
 /// Always with a fraction or an exponent, to distinguish it from an integer.
 std::string jsonReal(double number) {
@@ -63,35 +32,22 @@ std::string jsonReal(double number) {
 }
 
 std::string hexadecimal(const PropertyList::Data& data) {
-  constexpr std::string_view kDigits = "0123456789abcdef";
   std::string out;
   for (const std::byte byte : data) {
-    out += kDigits[std::to_integer<std::size_t>(byte >> 4)];
-    out += kDigits[std::to_integer<std::size_t>(byte & std::byte{15})];
+    out += platform::hexadecimal(std::to_integer<std::uint32_t>(byte), 2);
   }
   return out;
 }
 
-int digitOf(char c) {
-  if (c >= '0' && c <= '9') {
-    return c - '0';
-  }
-  return c >= 'a' && c <= 'f' ? c - 'a' + 10 : -1;
-}
-
 std::optional<PropertyList::Data> dataOf(std::string_view hexadecimal) {
-  if (hexadecimal.size() % 2 != 0) {
+  if (hexadecimal.size() % 2 != 0 ||
+      hexadecimal.find_first_not_of(platform::kSmallDigits) != std::string_view::npos) {
     return std::nullopt;
   }
   PropertyList::Data data;
   data.reserve(hexadecimal.size() / 2);
   for (std::size_t at = 0; at < hexadecimal.size(); at += 2) {
-    const int high = digitOf(hexadecimal[at]);
-    const int low = digitOf(hexadecimal[at + 1]);
-    if (high < 0 || low < 0) {
-      return std::nullopt;
-    }
-    data.push_back(static_cast<std::byte>(high * 16 + low));
+    data.push_back(std::byte{*platform::wholeNumber<std::uint8_t>(hexadecimal.substr(at, 2), 16)});
   }
   return data;
 }
@@ -147,15 +103,8 @@ struct JSONFields<PowerSourceMembers> {
                                    field<&PowerSourceMembers::percentage>("percentage")};
 };
 
-std::string describeTime(platform::Moment time) {
-  std::string out = platform::describeMoment(time);  // «2024-06-15 00:00:00 +0000»
-  out.resize(out.rfind(' '));
-  out[out.find(' ')] = 'T';
-  return out + 'Z';
-}
-
 bool JSONForm<platform::Moment>::parse(const JSONValue& value, platform::Moment& into) {
-  const std::optional<platform::Moment> time = value.string().and_then(momentOf);
+  const std::optional<platform::Moment> time = value.string().and_then(platform::parseMoment);
   into = time.value_or(into);
   return time.has_value();
 }

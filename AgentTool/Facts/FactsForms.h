@@ -11,15 +11,12 @@
 
 namespace agent_tool {
 
-/// «2026-11-24T10:11:12Z»
-[[nodiscard]] std::string describeTime(platform::Moment time);
-
 template <>
 struct JSONForm<platform::Moment> {
   static bool parse(const JSONValue& value, platform::Moment& into);
   static std::string expected() { return R"(a time such as "2026-11-24T10:11:12Z", or null)"; }
   static std::string write(platform::Moment time) {
-    return FileCodec::jsonString(describeTime(time));
+    return FileCodec::jsonString(platform::timestamp(time));
   }
   static FileCodec::JSONObject schema(bool orNull);
   static std::string typeName() { return "string"; }

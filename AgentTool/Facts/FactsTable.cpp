@@ -17,7 +17,7 @@ using LogCore::text;
 
 std::string shown(const std::string& text) { return printable(text); }
 std::string shown(const std::vector<std::string>& texts) { return joinedReadably(texts); }
-std::string shown(platform::Moment time) { return describeTime(time); }
+std::string shown(platform::Moment time) { return platform::timestamp(time); }
 std::string shown(const vexlo::PowerSource& source) {
   return std::visit(vexlo::Overloaded{[](const vexlo::AcPower&) { return std::string("mains"); },
                                       [](const vexlo::BatteryPower& battery) {

@@ -62,6 +62,32 @@ std::optional<Moment> midnight(year_month_day day) {
   return first;
 }
 
+/// Reads "yyyy-MM-dd".
+std::optional<year_month_day> parseDate(std::string_view text) {
+  if (text.size() != 10 || text[4] != '-' || text[7] != '-') {
+    return std::nullopt;
+  }
+  const auto year = parseDigits(text.substr(0, 4));
+  const auto month = parseDigits(text.substr(5, 2));
+  const auto day = parseDigits(text.substr(8, 2));
+  if (!year || !month || !day) {
+    return std::nullopt;
+  }
+  const year_month_day date{std::chrono::year(static_cast<int>(*year)), std::chrono::month(*month),
+                            std::chrono::day(*day)};
+  return date.ok() ? std::optional(date) : std::nullopt;
+}
+
+std::string formattedMoment(const char* format, Moment moment) {
+  const auto midnightUTC = floor<days>(moment);
+  const year_month_day day(midnightUTC);
+  const std::chrono::hh_mm_ss time(moment - midnightUTC);
+  return formatted(format, static_cast<int>(day.year()), static_cast<unsigned>(day.month()),
+                   static_cast<unsigned>(day.day()), static_cast<int>(time.hours().count()),
+                   static_cast<int>(time.minutes().count()),
+                   static_cast<int>(time.seconds().count()));
+}
+
 }  // namespace
 
 Sleeper systemSleeper() { return pauseUnlessEnded; }
@@ -71,18 +97,25 @@ Clock systemClock() {
 }
 
 std::optional<year_month_day> parseDay(std::string_view text) {
-  if (text.size() != 10 || text[4] != '-' || text[7] != '-') {
+  const auto date = parseDate(text);
+  return date && date->year() != std::chrono::year(0) ? date : std::nullopt;
+}
+
+std::optional<Moment> parseMoment(std::string_view text) {
+  constexpr std::size_t kSize = std::string_view("yyyy-MM-ddTHH:mm:ssZ").size();
+  if (text.size() != kSize || text[10] != 'T' || text[13] != ':' || text[16] != ':' ||
+      text[19] != 'Z') {
     return std::nullopt;
   }
-  const auto year = parseDigits(text.substr(0, 4));
-  const auto month = parseDigits(text.substr(5, 2));
-  const auto day = parseDigits(text.substr(8, 2));
-  if (!year || !month || !day || *year == 0) {
+  const auto day = parseDate(text.substr(0, 10));
+  const auto hour = parseDigits(text.substr(11, 2));
+  const auto minute = parseDigits(text.substr(14, 2));
+  const auto second = parseDigits(text.substr(17, 2));
+  if (!day || !hour || !minute || !second || *hour > 23 || *minute > 59 || *second > 59) {
     return std::nullopt;
   }
-  const year_month_day date{std::chrono::year(static_cast<int>(*year)), std::chrono::month(*month),
-                            std::chrono::day(*day)};
-  return date.ok() ? std::optional(date) : std::nullopt;
+  return sys_days(*day) + std::chrono::hours(*hour) + std::chrono::minutes(*minute) +
+         seconds(*second);
 }
 
 Moment startOfDay(year_month_day day) {
@@ -103,14 +136,12 @@ Moment startOfDay(year_month_day day) {
 
 year_month_day dayOf(Moment moment) { return dayOf(localTime(moment)); }
 
+std::string timestamp(Moment moment) {
+  return formattedMoment("%04d-%02u-%02uT%02d:%02d:%02dZ", moment);
+}
+
 std::string describeMoment(Moment moment) {
-  const auto midnightUTC = floor<days>(moment);
-  const year_month_day day(midnightUTC);
-  const std::chrono::hh_mm_ss time(moment - midnightUTC);
-  return formatted("%04d-%02u-%02u %02d:%02d:%02d +0000", static_cast<int>(day.year()),
-                   static_cast<unsigned>(day.month()), static_cast<unsigned>(day.day()),
-                   static_cast<int>(time.hours().count()), static_cast<int>(time.minutes().count()),
-                   static_cast<int>(time.seconds().count()));
+  return formattedMoment("%04d-%02u-%02u %02d:%02d:%02d +0000", moment);
 }
 
 }  // namespace platform

@@ -16,6 +16,7 @@
 
 #include "Platform/Descriptor.h"
 #include "Platform/Posix/RegularFile.h"
+#include "Platform/Text.h"
 
 namespace platform {
 namespace {
@@ -81,7 +82,6 @@ Descriptor openDirectory(const std::string& path) {
       uninterrupted([&] { return open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
 }
 
-constexpr std::string_view kHexadecimal = "0123456789abcdef";
 constexpr std::size_t kRandomBytes = 12;
 
 /// A part of a name that nobody can predict; empty with errno set on failure.
@@ -90,8 +90,7 @@ std::string randomPart() {
   std::string digits;
   if (getentropy(random.data(), random.size()) == 0) {
     for (const unsigned char byte : random) {
-      digits += kHexadecimal[byte >> 4];
-      digits += kHexadecimal[byte & 15];
+      digits += hexadecimal(byte, 2);
     }
   }
   return digits;
@@ -101,7 +100,7 @@ std::string randomPart() {
 /// name.
 bool isRandomPart(std::string_view text) {
   return text.size() == 2 * kRandomBytes &&
-         text.find_first_not_of(kHexadecimal) == std::string_view::npos;
+         text.find_first_not_of(kSmallDigits) == std::string_view::npos;
 }
 
 /// A new file in the target's directory. The destructor removes it unless it was renamed.
