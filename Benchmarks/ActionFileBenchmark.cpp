@@ -17,9 +17,9 @@
 #include <unordered_map>
 #include <vector>
 
+#include "AgentLibraries/FileCodec/IgnoredParserEvents.h"
 #include "AgentLibraries/FileCodec/JSONManager.h"
 #include "AgentLibraries/LogCore/Logger.h"
-#include "Benchmarks/EmptyHandler.h"
 #include "Benchmarks/FreshProcess.h"
 #include "VexloPatchDeployment/PatchActions/Helpers/PatchActionGroup.h"
 #include "VexloPatchDeployment/PatchActions/Helpers/PatchActionProvider.h"
@@ -45,7 +45,7 @@ constexpr std::size_t kMegabyte = 1'000'000;
 void parserWithEmptyHandler(benchmark::State& state) {
   const std::string file = generateActionFile(kMegabyte);
   for (auto _ : state) {
-    boost::json::basic_parser<EmptyHandler> parser(boost::json::parse_options{});
+    boost::json::basic_parser<FileCodec::IgnoredParserEvents> parser(boost::json::parse_options{});
     boost::system::error_code error;
     benchmark::DoNotOptimize(parser.write_some(false, file.data(), file.size(), error));
   }

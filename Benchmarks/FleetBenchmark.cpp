@@ -14,12 +14,12 @@
 #include <string>
 #include <vector>
 
+#include "AgentLibraries/FileCodec/IgnoredParserEvents.h"
 #include "AgentLibraries/FileCodec/JSONManager.h"
 #include "AgentLibraries/LogCore/Logger.h"
 #include "AgentTool/Console/LineReader.h"
 #include "AgentTool/Facts/Facts.h"
 #include "AgentTool/Fleet/WhatIf.h"
-#include "Benchmarks/EmptyHandler.h"
 #include "Benchmarks/FreshProcess.h"
 #include "VexloPatchDeployment/PatchActions/Helpers/PatchActionGroup.h"
 
@@ -57,7 +57,7 @@ void countMachines(benchmark::State& state, std::int64_t perRound) {
 }
 
 void linesWithEmptyHandler(benchmark::State& state) {
-  boost::json::basic_parser<EmptyHandler> parser(boost::json::parse_options{});
+  boost::json::basic_parser<FileCodec::IgnoredParserEvents> parser(boost::json::parse_options{});
   for (auto _ : state) {
     forEachLine([&](std::string_view line) {
       boost::system::error_code error;
@@ -84,7 +84,7 @@ void linesAnswered(benchmark::State& state) {
                   vexlo::PatchActionGroup::decode(FileCodec::readTextFile(kActions), kActions)));
   for (auto _ : state) {
     forEachLine([&](std::string_view line) {
-      benchmark::DoNotOptimize(whatIf.answer(*reader.read(line).value()).answer);
+      benchmark::DoNotOptimize(whatIf.answer(*reader.read(line).value()).prediction);
     });
   }
   countMachines(state, kMachinesInFile);

@@ -1,9 +1,9 @@
 #include "AgentLibraries/FileCodec/JSONReader.h"
 
 #include <algorithm>
-#include <boost/json/basic_parser_impl.hpp>
 #include <cstdint>
 
+#include "AgentLibraries/FileCodec/IgnoredParserEvents.h"
 #include "AgentLibraries/FileCodec/JSONDiagnosis.h"
 
 namespace FileCodec {
@@ -14,59 +14,31 @@ namespace json = boost::json;
 constexpr std::size_t kMaximumDepth = 512;
 
 /// Forwards the parser's events, joining the parts of strings with escapes.
-class Handler {
+class Handler : public IgnoredParserEvents {
  public:
-  static constexpr std::size_t max_array_size = -1;   // NOLINT: names that the parser asks for
-  static constexpr std::size_t max_object_size = -1;  // NOLINT
-  static constexpr std::size_t max_string_size = -1;  // NOLINT
-  static constexpr std::size_t max_key_size = -1;     // NOLINT
-
   explicit Handler(JSONEvents& events) : events_(events) {}
   [[nodiscard]] bool stopped() const noexcept { return stopped_; }
 
-  bool on_document_begin(boost::system::error_code&) { return true; }
-  bool on_document_end(boost::system::error_code&) { return true; }
-  bool on_object_begin(boost::system::error_code& error) {
-    return goOn(events_.beginObject(), error);
-  }
-  bool on_object_end(std::size_t, boost::system::error_code& error) {
-    return goOn(events_.endObject(), error);
-  }
-  bool on_array_begin(boost::system::error_code& error) {
-    return goOn(events_.beginArray(), error);
-  }
-  bool on_array_end(std::size_t, boost::system::error_code& error) {
-    return goOn(events_.endArray(), error);
-  }
-  bool on_key_part(boost::core::string_view part, std::size_t, boost::system::error_code&) {
-    return keep(part);
-  }
-  bool on_key(boost::core::string_view last, std::size_t, boost::system::error_code& error) {
+  bool on_object_begin(Error& error) { return goOn(events_.beginObject(), error); }
+  bool on_object_end(std::size_t, Error& error) { return goOn(events_.endObject(), error); }
+  bool on_array_begin(Error& error) { return goOn(events_.beginArray(), error); }
+  bool on_array_end(std::size_t, Error& error) { return goOn(events_.endArray(), error); }
+  bool on_key_part(View part, std::size_t, Error&) { return keep(part); }
+  bool on_key(View last, std::size_t, Error& error) {
     return goOn(events_.memberName(whole(last)), error);
   }
-  bool on_string_part(boost::core::string_view part, std::size_t, boost::system::error_code&) {
-    return keep(part);
-  }
-  bool on_string(boost::core::string_view last, std::size_t, boost::system::error_code& error) {
+  bool on_string_part(View part, std::size_t, Error&) { return keep(part); }
+  bool on_string(View last, std::size_t, Error& error) {
     return goOn(events_.string(whole(last)), error);
   }
-  bool on_number_part(boost::core::string_view, boost::system::error_code&) { return true; }
-  bool on_int64(std::int64_t, boost::core::string_view, boost::system::error_code& error) {
-    return goOn(events_.number(), error);
-  }
-  bool on_uint64(std::uint64_t, boost::core::string_view, boost::system::error_code& error) {
-    return goOn(events_.number(), error);
-  }
-  bool on_double(double, boost::core::string_view, boost::system::error_code& error) {
-    return goOn(events_.number(), error);
-  }
-  bool on_bool(bool, boost::system::error_code& error) { return goOn(events_.boolean(), error); }
-  bool on_null(boost::system::error_code& error) { return goOn(events_.null(), error); }
-  bool on_comment_part(boost::core::string_view, boost::system::error_code&) { return true; }
-  bool on_comment(boost::core::string_view, boost::system::error_code&) { return true; }
+  bool on_int64(std::int64_t, View, Error& error) { return goOn(events_.number(), error); }
+  bool on_uint64(std::uint64_t, View, Error& error) { return goOn(events_.number(), error); }
+  bool on_double(double, View, Error& error) { return goOn(events_.number(), error); }
+  bool on_bool(bool, Error& error) { return goOn(events_.boolean(), error); }
+  bool on_null(Error& error) { return goOn(events_.null(), error); }
 
  private:
-  bool goOn(bool wanted, boost::system::error_code& error) {
+  bool goOn(bool wanted, Error& error) {
     if (!wanted) [[unlikely]] {
       stopped_ = true;
       error = boost::system::errc::make_error_code(boost::system::errc::operation_canceled);
@@ -74,7 +46,7 @@ class Handler {
     return wanted;
   }
 
-  bool keep(boost::core::string_view part) {
+  bool keep(View part) {
     if (joinedIsStale_) {
       joined_.clear();
       joinedIsStale_ = false;
@@ -84,7 +56,7 @@ class Handler {
   }
 
   /// The whole string, of which `last` is the last or only part.
-  std::string_view whole(boost::core::string_view last) {
+  std::string_view whole(View last) {
     if (joinedIsStale_) [[likely]] {
       return {last.data(), last.size()};
     }

@@ -1,11 +1,11 @@
 #include "AgentTool/JSON/JSONDocument.h"
 
 #include <algorithm>
-#include <boost/json/basic_parser_impl.hpp>
 #include <functional>
 #include <limits>
 #include <utility>
 
+#include "AgentLibraries/FileCodec/IgnoredParserEvents.h"
 #include "Platform/RealNumbers.h"
 
 namespace agent_tool {
@@ -51,13 +51,8 @@ const JSONValue* JSONValue::find(std::string_view wanted) const noexcept {
 }
 
 /// Stores the parser's events.
-class JSONDocument::Handler {
+class JSONDocument::Handler : public FileCodec::IgnoredParserEvents {
  public:
-  static constexpr std::size_t max_array_size = -1;   // NOLINT: names that the parser asks for
-  static constexpr std::size_t max_object_size = -1;  // NOLINT
-  static constexpr std::size_t max_string_size = -1;  // NOLINT
-  static constexpr std::size_t max_key_size = -1;     // NOLINT
-
   /// Decoded strings are never longer than the text, so the buffer isn't reallocated.
   void begin(std::string_view text) {
     text_ = text;
@@ -69,49 +64,36 @@ class JSONDocument::Handler {
   }
   [[nodiscard]] const std::vector<JSONValue>& values() const { return values_; }
 
-  bool on_document_begin(boost::system::error_code&) { return true; }
-  bool on_document_end(boost::system::error_code&) { return true; }
-  bool on_object_begin(boost::system::error_code&) { return enter(JSONValue::Type::object); }
-  bool on_object_end(std::size_t, boost::system::error_code&) { return leave(); }
-  bool on_array_begin(boost::system::error_code&) { return enter(JSONValue::Type::array); }
-  bool on_array_end(std::size_t, boost::system::error_code&) { return leave(); }
-  bool on_key_part(boost::core::string_view part, std::size_t, boost::system::error_code&) {
-    return keep(part);
-  }
-  bool on_key(boost::core::string_view last, std::size_t, boost::system::error_code&) {
-    return string(last);
-  }
-  bool on_string_part(boost::core::string_view part, std::size_t, boost::system::error_code&) {
-    return keep(part);
-  }
-  bool on_string(boost::core::string_view last, std::size_t, boost::system::error_code&) {
-    return string(last);
-  }
-  bool on_number_part(boost::core::string_view, boost::system::error_code&) { return true; }
-  bool on_int64(std::int64_t number, boost::core::string_view, boost::system::error_code&) {
+  bool on_object_begin(Error&) { return enter(JSONValue::Type::object); }
+  bool on_object_end(std::size_t, Error&) { return leave(); }
+  bool on_array_begin(Error&) { return enter(JSONValue::Type::array); }
+  bool on_array_end(std::size_t, Error&) { return leave(); }
+  bool on_key_part(View part, std::size_t, Error&) { return keep(part); }
+  bool on_key(View last, std::size_t, Error&) { return string(last); }
+  bool on_string_part(View part, std::size_t, Error&) { return keep(part); }
+  bool on_string(View last, std::size_t, Error&) { return string(last); }
+  bool on_int64(std::int64_t number, View, Error&) {
     add(JSONValue::Type::integer).payload_.integer = number;
     return true;
   }
-  bool on_uint64(std::uint64_t number, boost::core::string_view, boost::system::error_code&) {
+  bool on_uint64(std::uint64_t number, View, Error&) {
     add(JSONValue::Type::unsignedInteger).payload_.unsignedInteger = number;
     return true;
   }
-  bool on_double(double number, boost::core::string_view text, boost::system::error_code&) {
+  bool on_double(double number, View text, Error&) {
     // The parser's own conversion may be off in the last digits.
     add(JSONValue::Type::real).payload_.real =
         platform::parseReal(std::string_view(text.data(), text.size())).value_or(number);
     return true;
   }
-  bool on_bool(bool flag, boost::system::error_code&) {
+  bool on_bool(bool flag, Error&) {
     add(JSONValue::Type::boolean).payload_.flag = flag;
     return true;
   }
-  bool on_null(boost::system::error_code&) {
+  bool on_null(Error&) {
     add(JSONValue::Type::null);
     return true;
   }
-  bool on_comment_part(boost::core::string_view, boost::system::error_code&) { return true; }
-  bool on_comment(boost::core::string_view, boost::system::error_code&) { return true; }
 
  private:
   static constexpr std::size_t kNoPart = std::numeric_limits<std::size_t>::max();
@@ -133,14 +115,14 @@ class JSONDocument::Handler {
     return true;
   }
 
-  bool keep(boost::core::string_view part) {
+  bool keep(View part) {
     if (partBegin_ == kNoPart) {
       partBegin_ = unescaped_.size();
     }
     unescaped_.append(part.data(), part.size());
     return true;
   }
-  bool string(boost::core::string_view last) {
+  bool string(View last) {
     std::string_view whole(last.data(), last.size());
     // The parser decodes a string that begins with an escape into a buffer of its own.
     const bool isInText = std::less_equal()(text_.data(), last.data()) &&
