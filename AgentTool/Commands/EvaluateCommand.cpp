@@ -187,7 +187,7 @@ ExitStatus statusFor(const std::vector<EvaluatedAction>& evaluated) {
 
 ExitStatus evaluate(const EvaluateRequest& request, Console& console) {
   const AgentSession session(request.agent, console);
-  const auto file = actionFile(request.patch, request.strict, session, console);
+  const auto file = actionFile(request, session, console);
   if (!file) {
     return file.error();
   }

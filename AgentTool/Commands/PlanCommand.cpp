@@ -89,7 +89,7 @@ std::string asTable(const Plan& plan, const Console& console) {
 
 ExitStatus plan(const PlanRequest& request, Console& console) {
   const AgentSession session(request.agent, console);
-  const auto file = actionFile(request.patch, request.strict, session, console);
+  const auto file = actionFile(request, session, console);
   if (!file) {
     return file.error();
   }

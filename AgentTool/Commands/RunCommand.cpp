@@ -10,14 +10,15 @@
 #include <vector>
 
 #include "AgentLibraries/FileCodec/JSONObject.h"
+#include "AgentTool/Commands/ActionFile.h"
 #include "AgentTool/Commands/AgentSession.h"
 #include "AgentTool/Commands/Commands.h"
-#include "AgentTool/Commands/NamesNotInFile.h"
 #include "AgentTool/Commands/RunReport.h"
 #include "AgentTool/Console/Interruption.h"
 #include "AgentTool/Console/LogLines.h"
 #include "AgentTool/Console/PrintableText.h"
-#include "VexloPatchDeployment/PatchActions/Helpers/PatchActionJSONParser.h"
+#include "AgentTool/Evaluation/Prediction.h"
+#include "VexloPatchDeployment/Common/PatchActionFileError.h"
 #include "VexloPatchDeployment/PatchActions/Helpers/PatchActionProvider.h"
 #include "VexloPatchDeployment/PatchActions/Main/KnownActions.h"
 #include "VexloPatchDeployment/PatchActions/Main/ProcessPatchActions.h"
@@ -53,9 +54,10 @@ std::vector<ActionID> pickedActions(const std::vector<std::string>& codesAndName
 
 /// The applicable actions, in order. The processor logs the plan when it runs them; an empty plan
 /// is logged here.
-std::vector<ActionID> applicableActions(const vexlo::PatchIdentifier& patch) {
-  const vexlo::PatchActionProvider provider(
-      patch, vexlo::PatchActionJSONParser::shared().cachedPatchActionGroup().value());
+std::vector<ActionID> applicableActions(
+    const vexlo::PatchIdentifier& patch,
+    const std::shared_ptr<const vexlo::PatchActionGroup>& file) {
+  const vexlo::PatchActionProvider provider(patch, file);
   const std::vector<vexlo::ActionDetail> details = [&] {
     const auto quiet = AgentSession::withoutLines();
     return provider.actionDetails();
@@ -71,10 +73,11 @@ std::vector<ActionID> applicableActions(const vexlo::PatchIdentifier& patch) {
   return actions;
 }
 
-std::vector<PlannedAction> plannedActions(const RunRequest& request,
-                                          ProcessPatchActions& processor) {
+std::vector<PlannedAction> plannedActions(
+    const RunRequest& request, const std::shared_ptr<const vexlo::PatchActionGroup>& file,
+    ProcessPatchActions& processor) {
   std::vector<PlannedAction> planned;
-  for (ActionID& action : request.actionCodes.empty() ? applicableActions(request.patch)
+  for (ActionID& action : request.actionCodes.empty() ? applicableActions(request.patch, file)
                                                       : pickedActions(request.actionCodes)) {
     auto arguments = processor.arguments(action);
     const bool applies = arguments.has_value();
@@ -145,19 +148,6 @@ class Runner final : public vexlo::ActionObserver {
   std::vector<vexlo::Measurement> measurements_;
 };
 
-/// The more severe of the two: failure, then apply later.
-ExitStatus worse(ExitStatus status, Outcome outcome) {
-  switch (outcome) {
-    case Outcome::success:
-      return status;
-    case Outcome::applyLater:
-      return status == ExitStatus::failure ? status : ExitStatus::applyLater;
-    case Outcome::failure:
-      return ExitStatus::failure;
-  }
-  std::unreachable();
-}
-
 std::unique_ptr<ProcessPatchActions> makeProcessor(const RunRequest& request,
                                                    const AgentSession& session) {
   const auto quiet = session.withoutLinesOnConsole();
@@ -177,13 +167,11 @@ ExitStatus run(const RunRequest& request, Console& console) {
     return ExitStatus::unusableFile;
   }
 
-  const auto names = checkNames(
-      request.patch, *vexlo::PatchActionJSONParser::shared().cachedPatchActionGroup().value(),
-      request.strict, console);
-  if (!names) {
-    return names.error();
+  const auto file = actionFile(request, session, console);
+  if (!file) {
+    return file.error();
   }
-  const std::vector<PlannedAction> planned = plannedActions(request, *processor);
+  const std::vector<PlannedAction> planned = plannedActions(request, file->group, *processor);
   // A code that is neither known nor in the action file is a typing error.
   const auto unknown = std::ranges::find_if(planned, [](const PlannedAction& action) {
     return !action.applies &&
@@ -196,9 +184,9 @@ ExitStatus run(const RunRequest& request, Console& console) {
   }
   const std::unique_ptr<RunReport> report =
       request.json ? makeJSONReport(console) : makeTableReport(console);
-  if (request.json && !names->empty()) {
+  if (const auto& names = file->namesNotInFile; request.json && !names.empty()) {
     console.write(
-        JSONObject().addString("event", "notInFile").addJSON("notInFile", asJSON(*names)).done() +
+        JSONObject().addString("event", "notInFile").addJSON("notInFile", asJSON(names)).done() +
         '\n');
   }
   report->began(planned);
@@ -210,19 +198,19 @@ ExitStatus run(const RunRequest& request, Console& console) {
   }
   const auto runner = std::make_shared<Runner>(console, *report, !request.json, logLines);
   processor->setObserver(runner);
-  ExitStatus status = ExitStatus::success;
+  Verdict worst = Verdict::ready;
   std::size_t count = 0;
   for (const PlannedAction& action : planned) {
     const EndedAction ended = runner->run(action, *processor);
     ++count;
     report->ended(ended);
-    status = worse(status, ended.result.outcome);
+    worst = std::max(worst, verdictOn(predictionOf(ended.result.outcome)).verdict);
     if (ended.result.outcome != Outcome::success && !request.keepGoing) {
       break;
     }
   }
   report->closed(planned.size() - count);
-  return status;
+  return rowOf(worst).status;
 }
 
 }  // namespace agent_tool

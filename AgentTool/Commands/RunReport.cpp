@@ -13,6 +13,7 @@
 #include "AgentLibraries/LogCore/Text.h"
 #include "AgentTool/Console/Columns.h"
 #include "AgentTool/Console/PrintableText.h"
+#include "AgentTool/Evaluation/Prediction.h"
 #include "Platform/RealNumbers.h"
 #include "VexloPatchDeployment/Common/Measurement.h"
 #include "VexloPatchDeployment/Common/Overloaded.h"
@@ -67,17 +68,7 @@ std::string readableReason(const EndedAction& ended) {
   return measured.empty() ? reason : text(reason, ": ", measured);
 }
 
-Style styleOf(Outcome outcome) {
-  switch (outcome) {
-    case Outcome::success:
-      return Style::good;
-    case Outcome::applyLater:
-      return Style::waiting;
-    case Outcome::failure:
-      return Style::bad;
-  }
-  std::unreachable();
-}
+Style styleOf(Outcome outcome) { return verdictOn(predictionOf(outcome)).style; }
 
 class JSONReport final : public RunReport {
  public:

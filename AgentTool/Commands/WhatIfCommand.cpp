@@ -20,9 +20,9 @@
 
 #include "AgentLibraries/FileCodec/JSONText.h"
 #include "AgentLibraries/LogCore/Text.h"
+#include "AgentTool/Commands/ActionFile.h"
 #include "AgentTool/Commands/AgentSession.h"
 #include "AgentTool/Commands/Commands.h"
-#include "AgentTool/Commands/NamesNotInFile.h"
 #include "AgentTool/Console/LineReader.h"
 #include "AgentTool/Console/PrintableText.h"
 #include "AgentTool/Facts/Facts.h"
@@ -309,7 +309,7 @@ ExitStatus whatIf(const WhatIfRequest& request, Console& console) {
   if (!file || (request.compareWith && !fileBefore)) {
     return ExitStatus::unusableFile;
   }
-  if (const auto names = checkNames(request.patch, *file, request.strict, console); !names) {
+  if (const auto names = checkNames(request, *file, console); !names) {
     return names.error();
   }
 

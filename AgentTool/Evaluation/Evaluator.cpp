@@ -10,18 +10,6 @@ namespace {
 
 using LogCore::text;
 
-Prediction predictionOf(vexlo::PatchActionResult::Outcome outcome) {
-  switch (outcome) {
-    case vexlo::PatchActionResult::Outcome::success:
-      return Prediction::success;
-    case vexlo::PatchActionResult::Outcome::applyLater:
-      return Prediction::applyLater;
-    case vexlo::PatchActionResult::Outcome::failure:
-      return Prediction::failure;
-  }
-  std::unreachable();
-}
-
 /// «: 2 postponements left»; empty without a limit.
 std::string postponements(const Intentions& intentions) {
   const std::int64_t left = intentions.evaluation().remainingSkipAttempts;
@@ -63,35 +51,19 @@ Evaluation Evaluator::evaluate(const vexlo::ActionID& action) {
   intentions_.clear();
   measurements_->kept.clear();
   vexlo::PatchActionResult result = processor_.execute(action);
-  if (!intentions_.doubt().empty() && intentions_.next() == Intentions::Next::nothing &&
+  if (!intentions_.doubt().empty() && !intentions_.next() &&
       result.outcome == vexlo::PatchActionResult::Outcome::success) {
     intentions_.recordUnasked(intentions_.doubt());
     measurements_->kept.clear();
   }
-  const auto prediction = [&] {
-    switch (intentions_.next()) {
-      case Intentions::Next::nothing:
-        return predictionOf(result.outcome);
-      case Intentions::Next::ask:
-        return Prediction::wouldAsk;
-      case Intentions::Next::force:
-        return Prediction::wouldForce;
-      case Intentions::Next::kill:
-        return Prediction::wouldKill;
-      case Intentions::Next::run:
-        return Prediction::wouldRun;
-      case Intentions::Next::notAsked:
-        return Prediction::notAsked;
-    }
-    std::unreachable();
-  }();
-  return {
-      .prediction = prediction, .result = std::move(result), .measurements = measurements_->kept};
+  return {.prediction = intentions_.next().value_or(predictionOf(result.outcome)),
+          .result = std::move(result),
+          .measurements = measurements_->kept};
 }
 
 void Evaluator::Measurements::measured(const vexlo::ActionID& /*action*/,
                                        const vexlo::Measurement& measurement) {
-  if (intentions_.next() == Intentions::Next::nothing) {
+  if (!intentions_.next()) {
     kept.push_back(measurement);
   }
 }

@@ -5,7 +5,7 @@
 namespace agent_tool {
 
 void Intentions::clear() {
-  next_ = Next::nothing;
+  next_.reset();
   applications_.clear();
   evaluation_ = {};
   commands_.clear();
@@ -16,26 +16,26 @@ void Intentions::clear() {
 void Intentions::recordPrompt(const std::vector<std::string>& applications,
                               const vexlo::RunningAppPromptEvaluation& evaluation) {
   const bool forces = evaluation.decision == vexlo::RunningAppPromptDecision::forceDeployment;
-  if (isFirst(forces ? Next::force : Next::ask)) {
+  if (isFirst(forces ? Prediction::wouldForce : Prediction::wouldAsk)) {
     applications_ = applications;
     evaluation_ = evaluation;
   }
 }
 
 void Intentions::recordKill(const std::vector<std::string>& applications) {
-  if (isFirst(Next::kill)) {
+  if (isFirst(Prediction::wouldKill)) {
     applications_ = applications;
   }
 }
 
 void Intentions::recordRun(std::string command) {
-  if (isFirst(Next::run) || next_ == Next::run) {
+  if (isFirst(Prediction::wouldRun) || next_ == Prediction::wouldRun) {
     commands_.push_back(std::move(command));
   }
 }
 
 void Intentions::recordUnasked(std::string_view question) {
-  if (isFirst(Next::notAsked)) {
+  if (isFirst(Prediction::notAsked)) {
     question_ = question;
   }
 }
@@ -46,8 +46,8 @@ void Intentions::recordDoubt(std::string_view question) {
   }
 }
 
-bool Intentions::isFirst(Next next) {
-  if (next_ != Next::nothing) {
+bool Intentions::isFirst(Prediction next) {
+  if (next_) {
     return false;
   }
   next_ = next;

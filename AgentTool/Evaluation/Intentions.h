@@ -1,11 +1,12 @@
 // Records what the library would do to the machine.
 #pragma once
-#include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
+#include "AgentTool/Evaluation/Prediction.h"
 #include "VexloPatchDeployment/Validators/RunningApplicationCheckRelated/RunningAppPromptEvaluator.h"
 
 namespace agent_tool {
@@ -14,15 +15,6 @@ namespace agent_tool {
 /// Reuses its memory for the next action. Not thread-safe.
 class Intentions {
  public:
-  enum class Next : std::uint8_t {
-    nothing,   ///< The library would only have read.
-    ask,       ///< It would prompt the user; no answer counts as no.
-    force,     ///< It would prompt the user; no answer counts as yes.
-    kill,      ///< It would kill applications.
-    run,       ///< It would run commands.
-    notAsked,  ///< It needs an answer that this evaluation must not request or doesn't have.
-  };
-
   void clear();
 
   void recordPrompt(const std::vector<std::string>& applications,
@@ -36,7 +28,8 @@ class Intentions {
   /// A success without any intention depends on `question`.
   void recordDoubt(std::string_view question);
 
-  [[nodiscard]] Next next() const noexcept { return next_; }
+  /// What the first intention predicts; absent if the library would only have read.
+  [[nodiscard]] std::optional<Prediction> next() const noexcept { return next_; }
   /// Display names of the applications that the prompt would show or that would be killed.
   [[nodiscard]] const std::vector<std::string>& applications() const noexcept {
     return applications_;
@@ -54,9 +47,9 @@ class Intentions {
 
  private:
   /// Sets `next()` if this is the first intention; returns whether it is.
-  bool isFirst(Next next);
+  bool isFirst(Prediction next);
 
-  Next next_ = Next::nothing;
+  std::optional<Prediction> next_;
   std::vector<std::string> applications_;
   vexlo::RunningAppPromptEvaluation evaluation_;
   std::vector<std::string> commands_;

@@ -11,6 +11,7 @@
 #include "AgentTool/Console/Console.h"
 #include "AgentTool/Console/ExitStatus.h"
 #include "AgentTool/JSON/JSONFields.h"
+#include "VexloPatchDeployment/Common/PatchActionResult.h"
 
 namespace agent_tool {
 
@@ -81,6 +82,18 @@ constexpr std::array kPredictions{
 
 [[nodiscard]] constexpr const PredictionRow& rowOf(Prediction prediction) {
   return kPredictions.at(static_cast<std::size_t>(prediction));
+}
+/// The prediction that an action has this result.
+[[nodiscard]] constexpr Prediction predictionOf(vexlo::PatchActionResult::Outcome outcome) {
+  switch (outcome) {
+    case vexlo::PatchActionResult::Outcome::success:
+      return Prediction::success;
+    case vexlo::PatchActionResult::Outcome::applyLater:
+      return Prediction::applyLater;
+    case vexlo::PatchActionResult::Outcome::failure:
+      return Prediction::failure;
+  }
+  std::unreachable();
 }
 [[nodiscard]] constexpr std::string_view name(Prediction prediction) {
   return rowOf(prediction).name;

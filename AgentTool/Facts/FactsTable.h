@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "AgentLibraries/LogCore/Text.h"
+#include "AgentTool/Console/Console.h"
 #include "AgentTool/Facts/Facts.h"
 #include "AgentTool/Facts/FactsForms.h"
 #include "AgentTool/JSON/JSONFields.h"
@@ -199,6 +200,8 @@ struct JSONFields<Facts> {
           "if not all running ones are known"))};
 };
 
+/// A readable, aligned table.
+[[nodiscard]] std::string factsAsTable(const Facts& facts, const Console& console);
 /// One JSON object on one line, as docs/FACTS.md describes it.
 [[nodiscard]] std::string factsAsJSON(const Facts& facts);
 

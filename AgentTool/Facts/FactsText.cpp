@@ -1,5 +1,3 @@
-#include "AgentTool/Facts/FactsText.h"
-
 #include <optional>
 #include <ranges>
 #include <string_view>

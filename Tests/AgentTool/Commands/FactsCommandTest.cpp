@@ -4,7 +4,6 @@
 
 #include "AgentTool/Console/Console.h"
 #include "AgentTool/Facts/FactsTable.h"
-#include "AgentTool/Facts/FactsText.h"
 #include "Tests/AgentTool/AgentToolFixture.h"
 
 using testing::AllOf;
