@@ -7,6 +7,8 @@
 #include <string_view>
 #include <vector>
 
+#include "AgentLibraries/FileCodec/JSONObject.h"
+#include "Platform/PropertyList.h"
 #include "SimulatedMac/DocumentText.h"
 #include "SimulatedMac/Layout.h"
 #include "SimulatedMac/ScenarioValues.h"
@@ -52,16 +54,11 @@ class AgentFilesWriter {
     } else if (given != "usual") {
       root_.writeFile(path, given);
     } else if (const Section* const actions = scenario_.section("actions")) {
-      std::string members;
+      FileCodec::JSONObject members;
       for (const Setting& action : actions->settings) {
-        std::string arguments;
-        for (const std::string& argument : words(action.value)) {
-          arguments += (arguments.empty() ? "" : ", ") + quotedForJSON(argument);
-        }
-        members +=
-            (members.empty() ? "" : ", ") + quotedForJSON(action.key) + ": [" + arguments + "]";
+        members.addJSON(action.key, FileCodec::jsonList(words(action.value)));
       }
-      root_.writeFile(path, R"({"PatchActions": {"310990": {)" + members + "}}}\n");
+      root_.writeFile(path, R"({"PatchActions":{"310990":)" + members.done() + "}}\n");
     }
   }
 
@@ -74,7 +71,7 @@ class AgentFilesWriter {
       }
       return;
     }
-    std::string records;
+    platform::PropertyList::Dictionary records;
     for (const Section& section : scenario_.sections()) {
       if (!section.name.starts_with(kPromptDataPrefix)) {
         continue;
@@ -85,11 +82,10 @@ class AgentFilesWriter {
           entry.key = today();
         }
       }
-      records += "<key>" + escapedForXML(section.name.substr(kPromptDataPrefix.size())) + "</key>" +
-                 plistDictionary(record);
+      records.emplace(section.name.substr(kPromptDataPrefix.size()), plistDictionary(record));
     }
     if (!records.empty()) {
-      root_.writeFile(path, plistDocument("<dict>\n" + records + "</dict>\n"));
+      root_.writeFile(path, platform::toXML(records));
     }
   }
 

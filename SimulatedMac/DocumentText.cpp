@@ -1,81 +1,41 @@
 #include "SimulatedMac/DocumentText.h"
 
+#include <algorithm>
 #include <cstdint>
+#include <string_view>
 
 #include "Platform/Text.h"
 
 namespace simulated_mac {
 namespace {
 
-bool isInteger(std::string_view text) {
-  return platform::wholeNumber<std::int64_t>(text).has_value();
-}
-
-std::string plistValue(std::string_view value) {
-  if (isInteger(value)) {
-    return "<integer>" + std::string(value) + "</integer>";
+platform::PropertyList plistValue(std::string_view value) {
+  if (const auto number = platform::wholeNumber<std::int64_t>(value)) {
+    return *number;
   }
   if (value == "true" || value == "false") {
-    return "<" + std::string(value) + "/>";
+    return value == "true";
   }
   if (value.size() >= 2 && value.starts_with('"') && value.ends_with('"')) {
     value = value.substr(1, value.size() - 2);
   }
-  return "<string>" + escapedForXML(value) + "</string>";
+  return std::string(value);
 }
 
 }  // namespace
 
-std::string escapedForXML(std::string_view text) {
-  std::string out;
-  for (const char c : text) {
-    switch (c) {
-      case '&':
-        out += "&amp;";
-        break;
-      case '<':
-        out += "&lt;";
-        break;
-      default:
-        out += c;
-    }
-  }
-  return out;
-}
-
-std::string plistDictionary(const std::vector<Setting>& settings) {
-  std::string out = "<dict>\n";
+platform::PropertyList::Dictionary plistDictionary(const std::vector<Setting>& settings) {
+  platform::PropertyList::Dictionary dictionary;
   for (const Setting& setting : settings) {
-    out += "<key>" + escapedForXML(setting.key) + "</key>" + plistValue(setting.value) + "\n";
+    dictionary.insert_or_assign(setting.key, plistValue(setting.value));
   }
-  return out + "</dict>\n";
-}
-
-std::string plistDocument(std::string_view content) {
-  return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-         "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" "
-         "\"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n<plist version=\"1.0\">\n" +
-         std::string(content) + "</plist>\n";
+  return dictionary;
 }
 
 std::string plistFile(const Section& section) {
-  for (const Setting& setting : section.settings) {
-    if (setting.key == "content") {
-      return setting.value;
-    }
-  }
-  return plistDocument(plistDictionary(section.settings));
-}
-
-std::string quotedForJSON(std::string_view text) {
-  std::string out = "\"";
-  for (const char c : text) {
-    if (c == '"' || c == '\\') {
-      out += '\\';
-    }
-    out += c;
-  }
-  return out + '"';
+  const auto content = std::ranges::find(section.settings, "content", &Setting::key);
+  return content == section.settings.end() ? toXML(plistDictionary(section.settings))
+                                           : content->value;
 }
 
 }  // namespace simulated_mac

@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <exception>
 #include <optional>
 #include <ranges>
 #include <stdexcept>
@@ -206,7 +207,7 @@ int runFirstProcess(const Scenario& scenario, const EnterOptions& options) {
     }
   } catch (const std::system_error& error) {
     return complain(kCantMakeMac + std::string(error.what()), kCantEnter);
-  } catch (const std::runtime_error& error) {
+  } catch (const std::exception& error) {
     return complain(error.what(), kDoesntStart);
   }
   const pid_t command = fork();

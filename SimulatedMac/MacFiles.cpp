@@ -12,6 +12,7 @@
 #include <string_view>
 #include <vector>
 
+#include "Platform/PropertyList.h"
 #include "SimulatedMac/AgentFiles.h"
 #include "SimulatedMac/DocumentText.h"
 #include "SimulatedMac/Layout.h"
@@ -124,9 +125,8 @@ class MacFilesWriter {
  private:
   void writeVersion(const std::string& file, const std::string& version) {
     root_.writeFile("/System/Library/CoreServices/" + file,
-                    plistDocument("<dict>\n<key>ProductName</key><string>macOS</string>\n"
-                                  "<key>ProductVersion</key><string>" +
-                                  escapedForXML(version) + "</string>\n</dict>\n"));
+                    platform::toXML(platform::PropertyList::Dictionary{
+                        {"ProductName", "macOS"}, {"ProductVersion", version}}));
   }
 
   void writeSessions(const std::string& console) {
@@ -182,7 +182,7 @@ class MacFilesWriter {
     if (name) {
       facts.push_back({"CFBundleDisplayName", "\"" + *name + "\""});
     }
-    root_.writeFile((contents / "Info.plist").string(), plistDocument(plistDictionary(facts)));
+    root_.writeFile((contents / "Info.plist").string(), platform::toXML(plistDictionary(facts)));
   }
 
   LayeredRoot& root_;
