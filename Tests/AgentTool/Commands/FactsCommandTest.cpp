@@ -36,14 +36,14 @@ TEST_F(FactsCommandTest, ShowsSettingsWithTheirFileAndOnlyKnownKeys) {
              R"({"OSPatchingViaMDMStatus" = 1; "AlwaysKillApps" = "true"; "Secret" = "x";})");
   root.write("data/ApplicationRunningPromptCustomization.plist", R"({"subTitle" = ("a");})");
   const std::string data = root.path() + "/data/";
-  const ToolRun run = shell("vexlo-patch facts");
+  const ToolRun run = shell("vexlo-patch facts --application no.such");
   EXPECT_EQ(run.errors, "");
   EXPECT_THAT(run.output,
               AllOf(HasSubstr("  " + data + "vxpatch_data.plist\n  AlwaysKillApps "),
                     HasSubstr("applications killed       no\n"), Not(HasSubstr("Secret")),
                     HasSubstr("subTitle: expected a string, found an array.\nprompt counts "
                               "            absent: there is no file " +
-                              data + "ApplicationRunningPromptData.plist\n")));
+                              data + "ApplicationRunningPromptData.plist\nno.such ")));
   EXPECT_THAT(shell("vexlo-patch facts --log-level info").errors,
               HasSubstr("Running application check is enabled"));
 }

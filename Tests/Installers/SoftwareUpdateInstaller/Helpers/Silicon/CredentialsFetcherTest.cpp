@@ -73,6 +73,12 @@ TEST_F(CredentialsFetcherTest, DestroyedCredentialsLeaveNoPassword) {
     }
     return seen.contains("ret-pass");  // also finds parts of the password
   };
+  rlimit limit{};
+  getrlimit(RLIMIT_CORE, &limit);
+  const rlimit former =
+      std::exchange(limit, {.rlim_cur = limit.rlim_max, .rlim_max = limit.rlim_max});
+  setrlimit(RLIMIT_CORE, &limit);
+  const std::shared_ptr<void> restore(nullptr, [&](void*) { setrlimit(RLIMIT_CORE, &former); });
   auto* const credentials = new (memory.data()) Credentials("alice", "secret-pass");
   ASSERT_TRUE(holdsPassword());
   *credentials = Credentials("bob", "x");
@@ -82,7 +88,6 @@ TEST_F(CredentialsFetcherTest, DestroyedCredentialsLeaveNoPassword) {
   std::destroy_at(credentials);
   EXPECT_FALSE(holdsPassword());
   EXPECT_EQ(moved.password, "secret-pass");
-  rlimit limit{};
   getrlimit(RLIMIT_CORE, &limit);
   EXPECT_LE(limit.rlim_cur, 1U);
 }
