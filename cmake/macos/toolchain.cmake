@@ -3,6 +3,7 @@
 # Apple's frameworks.
 set(CMAKE_SYSTEM_NAME Darwin)
 set(CMAKE_SYSTEM_VERSION 21)  # of macOS 12
+set(CMAKE_OSX_DEPLOYMENT_TARGET "")  # is part of the compiler's target
 set(CMAKE_USER_MAKE_RULES_OVERRIDE "${CMAKE_CURRENT_LIST_DIR}/rpath.cmake")
 set(CMAKE_SYSTEM_PROCESSOR "${VEXLO_MACOS_PROCESSOR}")
 list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES VEXLO_MACOS_PROCESSOR)
@@ -31,11 +32,4 @@ foreach(kind IN ITEMS EXE SHARED MODULE)
   set(CMAKE_${kind}_LINKER_FLAGS_INIT "-F${sdk}/frameworks -L${sdk}/lib")
 endforeach()
 
-# No libraries of the build machine are used, and only the headers named in modules/.
-set(CMAKE_FIND_ROOT_PATH "${sdk}")
-set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
-foreach(kind IN ITEMS LIBRARY INCLUDE PACKAGE)
-  set(CMAKE_FIND_ROOT_PATH_MODE_${kind} ONLY)
-endforeach()
-list(PREPEND CMAKE_MODULE_PATH "${CMAKE_CURRENT_LIST_DIR}/modules"
-  "${CMAKE_CURRENT_LIST_DIR}/../googletest")
+include("${CMAKE_CURRENT_LIST_DIR}/search.cmake")
