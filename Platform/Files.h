@@ -39,12 +39,13 @@ struct ReadOptions {
                                                              const ReadOptions& options);
 
 /// Creates or replaces the file at `path` atomically: writes a temporary file in the same
-/// directory, flushes it to disk and renames it. After a crash either the old or the new file is
-/// there in full. An existing file keeps its permission bits and owner if the process may set them;
-/// a new one gets 0644. A symbolic link at `path` is replaced, its target is not touched. After an
-/// error the old file is still there, unless only the last step failed, flushing the directory: the
-/// new file is then in place but might not survive a crash. A process that is killed during the
-/// call leaves the temporary file behind, see `removeLeftovers`.
+/// directory, flushes it with fsync() and renames it. After a crash of the system either the old or
+/// the new file is there in full; after a power failure only as far as the drive has written its
+/// cache, which macOS doesn't wait for. An existing file keeps its permission bits and owner if the
+/// process may set them; a new one gets 0644. A symbolic link at `path` is replaced, its target is
+/// not touched. After an error the old file is still there, unless only the last step failed,
+/// flushing the directory: the new file is then in place but might not survive a crash. A process
+/// that is killed during the call leaves the temporary file behind, see `removeLeftovers`.
 [[nodiscard]] std::expected<void, FileError> writeFileAtomically(const std::string& path,
                                                                  std::string_view bytes);
 

@@ -19,6 +19,8 @@ int startIn(posix_spawn_file_actions_t& actions, const char* directory) {
   return ::posix_spawn_file_actions_addchdir_np(&actions, directory);
 }
 
+bool isBadExecutable(int error) { return error == ELIBBAD; }
+
 short ownSessionFlags() { return POSIX_SPAWN_SETSID; }
 
 std::ptrdiff_t writeWithoutSignal(int descriptor, std::string_view bytes) noexcept {

@@ -255,7 +255,7 @@ std::expected<void, FileError> writeFileAtomically(const std::string& path,
   if (!done) {
     return failure(path, errno);
   }
-  // The rename is durable once the directory is flushed, which some file systems don't support.
+  // The directory is flushed for the rename, which some file systems don't support.
   if (uninterrupted([&] { return fsync(directory.get()); }) != 0 && errno != EINVAL) {
     return failure(path, errno);
   }
@@ -382,7 +382,8 @@ std::expected<std::string, FileError> setFileAside(const std::string& path,
       continue;
     }
     // The file system has no hard links, or this user may not link another user's file.
-    const bool linksFail = !canBeReplaced || error == EPERM || error == EOPNOTSUPP;
+    const bool linksFail =
+        !canBeReplaced || error == EPERM || error == EOPNOTSUPP || error == ENOTSUP;
     if (linksFail && rename(path.c_str(), name.c_str()) == 0) {
       return name;
     }

@@ -37,11 +37,6 @@ constexpr std::chrono::milliseconds kBetweenLooks{10};
 constexpr std::int32_t kCouldNotStart = 127;
 constexpr std::int32_t kNotExecutable = 126;
 constexpr std::int32_t kSignalBase = 128;
-#ifdef ELIBBAD
-constexpr int kBadFormat = ELIBBAD;
-#else
-constexpr int kBadFormat = ENOEXEC;
-#endif
 
 /// Returns false with errno set on failure.
 bool makeNonBlocking(const Descriptor& descriptor) {
@@ -445,7 +440,7 @@ constexpr const char* kNoInput = "/dev/null";
 ProcessResult notStarted(int error, const ProcessRequest& request) {
   const bool directoryFailed = request.directory && ::access(request.directory->c_str(), X_OK) != 0;
   const bool isThere = error == EACCES || error == EPERM || error == ENOEXEC || error == ETXTBSY ||
-                       error == kBadFormat || error == E2BIG;
+                       error == E2BIG || isBadExecutable(error);
   return {.exitCode = isThere && !directoryFailed ? kNotExecutable : kCouldNotStart,
           .startError = std::error_code(error, std::generic_category()),
           .unusablePath = directoryFailed ? *request.directory : request.executable};

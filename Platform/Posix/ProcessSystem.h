@@ -16,6 +16,10 @@ namespace platform {
 /// Makes the child start in the directory. Returns 0 or an errno value.
 [[nodiscard]] int startIn(posix_spawn_file_actions_t& actions, const char* directory);
 
+/// Whether a program didn't start because its file is damaged or for another processor; the
+/// system's own errors beside ENOEXEC.
+[[nodiscard]] bool isBadExecutable(int error);
+
 /// Flags for `posix_spawnattr_setflags` that start the child in a new session, without a
 /// controlling terminal and, where supported, without inherited descriptors.
 [[nodiscard]] short ownSessionFlags();

@@ -22,6 +22,10 @@ int startIn(posix_spawn_file_actions_t& actions, const char* directory) {
   return ::posix_spawn_file_actions_addchdir_np(&actions, directory);
 }
 
+bool isBadExecutable(int error) {
+  return error == EBADEXEC || error == EBADARCH || error == EBADMACHO;
+}
+
 short ownSessionFlags() { return POSIX_SPAWN_SETSID | POSIX_SPAWN_CLOEXEC_DEFAULT; }
 
 namespace {
@@ -47,15 +51,10 @@ std::ptrdiff_t writeWithoutSignal(int descriptor, std::string_view bytes) noexce
     errno = EFBIG;
     return -1;
   }
-  const int former = ::fcntl(descriptor, F_GETNOSIGPIPE);
+  // Stays set: resetting it would expose another thread or process that shares the open file, like
+  // stderr, and writes to it now.
   ::fcntl(descriptor, F_SETNOSIGPIPE, 1);
-  const ssize_t written = ::write(descriptor, bytes.data(), bytes.size());
-  const int error = errno;
-  if (former == 0) {  // the open file may be shared with other processes, like stderr
-    ::fcntl(descriptor, F_SETNOSIGPIPE, 0);
-  }
-  errno = error;
-  return written;
+  return ::write(descriptor, bytes.data(), bytes.size());
 }
 
 char** environmentVariables() { return *::_NSGetEnviron(); }

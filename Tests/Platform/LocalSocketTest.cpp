@@ -1,4 +1,4 @@
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -27,7 +27,11 @@ TEST(LocalSocketTest, ConnectsAndIdentifiesThePeer) {
   const auto client = connectLocalSocket(path);
   ASSERT_TRUE(client);
   EXPECT_EQ(peerUserID(*client), ::geteuid());
-  EXPECT_EQ(peerUserID(*acceptLocalSocket(*listener)), ::geteuid());
+  {
+    const auto accepted = acceptLocalSocket(*listener);
+    ASSERT_TRUE(accepted) << accepted.error();
+    EXPECT_EQ(peerUserID(*accepted), ::geteuid());
+  }
   EXPECT_EQ(peerUserID(Descriptor()), std::nullopt);
   EXPECT_EQ(sendWithoutWaiting(*client, "x"), -1) << "the peer has disconnected; no SIGPIPE";
 
@@ -36,7 +40,9 @@ TEST(LocalSocketTest, ConnectsAndIdentifiesThePeer) {
   while ((next = connectLocalSocket(path, std::chrono::milliseconds(1))) && queue.size() < 1000) {
     queue.push_back(*std::move(next));
   }
-  EXPECT_EQ(next ? "no end of it" : next.error(), "its queue of connections is full");
+  // macOS refuses further connections, as if nobody listened.
+  EXPECT_THAT(next ? "no end of it" : next.error(),
+              testing::AnyOf("its queue of connections is full", "Connection refused"));
 
   EXPECT_EQ(listenOnLocalSocket(folder.write("file", "kept")).error(), "Address already in use");
   EXPECT_EQ(folder.read("file"), "kept");

@@ -80,9 +80,10 @@ TEST_F(AgentServiceConnectionTest, MalformedAnswersGiveExactlyOneReply) {
     std::thread service([&listener, &bytes] {
       platform::Awaited client{.descriptor = listener.get()};
       platform::waitForAny({&client, 1});
-      const auto socket = *platform::acceptLocalSocket(listener);
-      readLine(socket);
-      (void)platform::sendWithoutWaiting(socket, bytes);
+      const auto socket = platform::acceptLocalSocket(listener);
+      ASSERT_TRUE(socket);
+      readLine(*socket);
+      (void)platform::sendWithoutWaiting(*socket, bytes);
     });
     AgentServiceConnection connection;
     EXPECT_EQ(answer(ask(*connection.getService(), "key")), expected) << bytes;

@@ -23,7 +23,7 @@ class TerminalUtilTest : public ::testing::Test {
 };
 
 TEST_F(TerminalUtilTest, LogsRequestedOutputButNeverInputOrCommand) {
-  const std::string command = "wc -c; : hidden; pwd >&2; exit 3";
+  const std::string command = "wc -c | tr -d ' '; : hidden; pwd >&2; exit 3";
   const CommandResult result{.exitCode = 3, .output = "13\n/usr\n"};
   for (const bool logs : {false, true}) {
     EXPECT_THAT(log.records(), IsEmpty());

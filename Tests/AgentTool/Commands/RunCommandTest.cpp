@@ -1,7 +1,10 @@
 #include <gmock/gmock.h>
 
+#include <cerrno>
+#include <filesystem>
 #include <regex>
 #include <string>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -84,7 +87,7 @@ TEST_F(RunCommandTest, LogsToTheChosenFileFromTheChosenLevel) {
   (void)shell("mkfifo fifo; ln -s log link");
   for (const auto& [path, why] : std::vector<std::pair<std::string, std::string>>{
            {".", "Is a directory"},
-           {"fifo", "No such device or address"},
+           {"fifo", std::generic_category().message(ENXIO)},
            {"link", "expected a file, found a link"}}) {
     SCOPED_TRACE(path);
     const ToolRun run = shell("vexlo-patch run $patch --log-file " + path);
@@ -95,15 +98,17 @@ TEST_F(RunCommandTest, LogsToTheChosenFileFromTheChosenLevel) {
 
 TEST_F(RunCommandTest, FailsIfTheReportCannotBeWritten) {
   writeActions(R"({"PatchActions":{"1":{"3001":[]}}})");
-  const ToolRun run = shell("vexlo-patch run $patch --json --log-level none > /dev/full");
-  EXPECT_EQ(run.errors, "vexlo-patch: can't write to standard output: No space left on device\n");
-  EXPECT_EQ(run.status, 1);
-
   const ToolRun closed = shell("vexlo-patch run $patch --log-file log >&-");
   EXPECT_EQ(closed.errors, "vexlo-patch: can't write to standard output: Bad file descriptor\n");
   EXPECT_EQ(closed.status, 1);
   EXPECT_THAT(root.read("log"), Not(HasSubstr("1 success")));
 
+  if (!std::filesystem::exists("/dev/full")) {
+    GTEST_SKIP() << "no /dev/full here";
+  }
+  const ToolRun run = shell("vexlo-patch run $patch --json --log-level none > /dev/full");
+  EXPECT_EQ(run.errors, "vexlo-patch: can't write to standard output: No space left on device\n");
+  EXPECT_EQ(run.status, 1);
   EXPECT_EQ(shell("vexlo-patch run $patch --log-file /dev/full").errors,
             "vexlo-patch: --log-file /dev/full: No space left on device; log lines are missing\n");
 }

@@ -202,8 +202,9 @@ TEST_P(PasswordInMemoryTest, InstallersLeaveNoPassword) {
     SCOPED_TRACE(length);
     const TemporaryDirectory root;
     std::filesystem::create_directory(root.file("run"));
-    const std::string tool = root.write("I.app/Contents/Resources/startosinstall",
-                                        "#!/bin/sh\ncat | wc -c > \"${0%/I.app*}/length\"\n");
+    const std::string tool =
+        root.write("I.app/Contents/Resources/startosinstall",
+                   "#!/bin/sh\ncat | wc -c | tr -d ' ' > \"${0%/I.app*}/length\"\n");
     std::filesystem::permissions(tool, std::filesystem::perms::owner_all);
     EXPECT_EXIT(searchInstallers(root.path(), GetParam(), length), testing::ExitedWithCode(0), "");
     EXPECT_EQ(root.read("length"), std::to_string(length) + "\n");
