@@ -1,6 +1,7 @@
 // Predicting a patch's results on a fleet: machines per second, peak memory, and two workers. The
 // baseline reads the same lines with the JSON parser alone.
 #include <benchmark/benchmark.h>
+#include <fcntl.h>
 #include <spawn.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
