@@ -38,7 +38,7 @@ inline const Texts kAnyCalls{kAny};
 /// The name of a table row, and its source location.
 struct RowName {
   template <typename Name>
-  RowName(const Name& name,  // NOLINT(*-explicit-*): for tables
+  RowName(const Name& name,  // NOLINT(*-explicit-*,*-pass-by-value): for tables
           std::source_location row = std::source_location::current())
       : text(name), where(row) {}
   /// The same row with a longer name.
