@@ -7,6 +7,8 @@ set(CMAKE_OSX_DEPLOYMENT_TARGET "")  # is part of the compiler's target
 set(CMAKE_SYSTEM_PROCESSOR "${VEXLO_MACOS_PROCESSOR}")
 list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES VEXLO_MACOS_PROCESSOR)
 set(CMAKE_TRY_COMPILE_TARGET_TYPE STATIC_LIBRARY)
+# The tests' objects wait for the tool that they run.
+set(CMAKE_CXX_LINK_EXECUTABLE "\"${CMAKE_COMMAND}\" -E touch <TARGET>")
 foreach(language IN ITEMS CXX OBJCXX C)
   set(CMAKE_${language}_COMPILER /usr/bin/clang++-19)
   set(CMAKE_${language}_COMPILER_TARGET "${VEXLO_MACOS_PROCESSOR}-apple-macos12.0")
