@@ -47,7 +47,8 @@ std::optional<PropertyList::Data> dataOf(std::string_view hexadecimal) {
   PropertyList::Data data;
   data.reserve(hexadecimal.size() / 2);
   for (std::size_t at = 0; at < hexadecimal.size(); at += 2) {
-    data.push_back(std::byte{*platform::wholeNumber<std::uint8_t>(hexadecimal.substr(at, 2), 16)});
+    const auto byte = platform::wholeNumber<std::uint8_t>(hexadecimal.substr(at, 2), 16);
+    data.push_back(static_cast<std::byte>(byte.value_or(0)));  // two digits
   }
   return data;
 }
