@@ -1,10 +1,10 @@
 #include "SimulatedMac/ScenarioValues.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <cstddef>
-#include <system_error>
+#include <cstdlib>
+#include <string>
 
 #include "Platform/Text.h"
 
@@ -27,10 +27,12 @@ std::vector<std::string> words(std::string_view value) {
 bool isYes(std::string_view value) { return value == "yes" || value == "true"; }
 
 std::optional<int> milliseconds(std::string_view value) {
-  double number = 0;
-  const auto [end, error] = std::from_chars(value.data(), value.data() + value.size(), number);
-  const std::string_view unit = trimmed({end, value.data() + value.size()});
-  if (error != std::errc{} || !(number >= 0) || number > 1e6 || (unit != "s" && unit != "ms")) {
+  const std::size_t length = std::min(value.find_first_not_of("0123456789."), value.size());
+  const std::string digits(value.substr(0, length));
+  char* end = nullptr;
+  const double number = std::strtod(digits.c_str(), &end);
+  const std::string_view unit = trimmed(value.substr(length));
+  if (digits.empty() || *end != '\0' || number > 1e6 || (unit != "s" && unit != "ms")) {
     return std::nullopt;
   }
   return static_cast<int>(std::lround(unit == "s" ? number * 1000 : number));
