@@ -121,6 +121,10 @@ bool looksLikeXML(std::string_view bytes) {
 
 }  // namespace
 
+bool operator==(const PropertyList& left, const PropertyList& right) {
+  return left.value_ == right.value_;
+}
+
 const PropertyList* PropertyList::find(std::string_view key) const noexcept {
   const auto* dictionary = as<Dictionary>();
   if (dictionary == nullptr) {

@@ -48,7 +48,9 @@ class PropertyList {
   /// The value under `key` if this is a dictionary that has it, else null.
   [[nodiscard]] const PropertyList* find(std::string_view key) const noexcept;
 
-  friend bool operator==(const PropertyList&, const PropertyList&) = default;
+  /// Not defaulted here: comparing the variant would instantiate traits of this class while it is
+  /// incomplete, and clang's standard library would then move arrays of it byte by byte.
+  friend bool operator==(const PropertyList& left, const PropertyList& right);
 
  private:
   Value value_;
