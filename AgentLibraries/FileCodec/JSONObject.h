@@ -1,9 +1,11 @@
 // Writes JSON objects and arrays.
 #pragma once
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "AgentLibraries/FileCodec/JSONText.h"
@@ -13,9 +15,12 @@ namespace FileCodec {
 /// Builds a JSON object; members are in the order of the calls.
 class JSONObject {
  public:
+  JSONObject() { out_.reserve(kUsualBytes); }
+
   /// Adds a member with a string value.
   JSONObject& addString(std::string_view name, std::string_view value) {
-    return addJSON(name, jsonString(value));
+    appendJSONString(member(name), value);
+    return *this;
   }
   /// Adds a number or a Boolean; null if it is absent.
   JSONObject& addNumber(std::string_view name, std::optional<std::int64_t> value) {
@@ -26,14 +31,22 @@ class JSONObject {
   }
   /// Adds a member whose value is already JSON.
   JSONObject& addJSON(std::string_view name, std::string_view value) {
-    out_ += out_.empty() ? '{' : ',';
-    appendJSONString(out_, name);
-    (out_ += ':') += value;
+    member(name) += value;
     return *this;
   }
-  [[nodiscard]] std::string done() const { return out_.empty() ? "{}" : out_ + '}'; }
+  /// The object, which is empty afterwards.
+  [[nodiscard]] std::string done() { return out_.empty() ? "{}" : std::exchange(out_ += '}', {}); }
 
  private:
+  static constexpr std::size_t kUsualBytes = 128;
+
+  /// Begins a member, whose value is to be appended to the result.
+  std::string& member(std::string_view name) {
+    out_ += out_.empty() ? '{' : ',';
+    appendJSONString(out_, name);
+    return out_ += ':';
+  }
+
   std::string out_;
 };
 

@@ -167,11 +167,12 @@ class Fleet {
       if (!line->isTooLong && line->text.find_first_not_of(" \t\r") == std::string_view::npos) {
         continue;
       }
-      if (const auto format = otherFormat(line->text);
-          std::exchange(isFirst, false) && !format.empty()) {
-        report(text(input.name(), ": expected lines of facts, found ", format));
-        allWereRead_ = false;
-        return;
+      if (std::exchange(isFirst, false)) {
+        if (const std::string_view format = otherFormat(line->text); !format.empty()) {
+          report(text(input.name(), ": expected lines of facts, found ", format));
+          allWereRead_ = false;
+          return;
+        }
       }
       if (line->isTooLong) {
         reject(line->number, text("expected a line of at most ", kLongestFactsLine, " bytes"));
