@@ -25,6 +25,8 @@ TEST(ToolProgressTest, ParsesPhaseAndPercentage) {
            // A rewritten line is reported before the next carriage return ends it.
            {{"\rDownloading: 5%", "   \rDownloading: 1", "7%", "\rInstalling: 3%\r\nmore\n"},
             {"downloading 5 %", "downloading 17 %", "installing 3 %", "installing 3 %"}},
+           {{"Downloading: 7%\nPreparing to run macOS Installer...\n"},
+            {"downloading 7 %", "preparing"}},
            // Not percentages.
            {{"Downloading: 101%\nDownloading: -1%\nDownloading: %\nDownloading: nan%\n"},
             {"downloading", "downloading", "downloading", "downloading"}},

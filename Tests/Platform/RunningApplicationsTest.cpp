@@ -72,7 +72,7 @@ class RunningApplicationsTest : public ::testing::Test {
 };
 
 TEST_F(RunningApplicationsTest, FindsScriptsHoweverStarted) {
-  const std::string script = add(kProgram, "#!/bin/sh -e");
+  const std::string script = add(kProgram, "#! /bin/sh -e");
   const std::string viaEnv = add("Editor.app/Contents/MacOS/env", "#!/usr/bin/env sh");
   const std::string link = folder.file("link");
   std::filesystem::create_symlink(script, link);

@@ -111,6 +111,16 @@ TEST_F(RawPlistManagerTest, SaveRenamesNonFilesAndFallsBackToBinary) {
               ::testing::ThrowsMessage<std::runtime_error>(::testing::StartsWith(path + ": ")));
 }
 
+TEST_F(RawPlistManagerTest, FetchReportsADamagedFileButNotAMissingOne) {
+  EXPECT_EQ(manager.fetchValue("key"), std::nullopt);
+  EXPECT_THAT(log.records(), ::testing::IsEmpty());
+  directory.write("data.plist", "(a)");
+  EXPECT_EQ(manager.fetchValue("key"), std::nullopt);
+  EXPECT_THAT(log.records(),
+              ElementsAre(ErrorLine("Unable to read the property list: " + path +
+                                    ": expected a dictionary at the top, found an array.")));
+}
+
 TEST_F(RawPlistManagerTest, RemoveFileRenamesADirectory) {
   std::filesystem::create_directory(path);
   directory.write("data.plist/inside", "kept");

@@ -24,7 +24,7 @@ constexpr const char* kFileInOrder = R"({
 
 constexpr const char* kFileWithWarnings = R"({
   "patchActions": {"a": 1, "a": 2}, "$schema": "x", "ExclusionPatchIDs": [],
-  "ProductServicePackActions": {"ExclusionPatchIDs": ["5", "5"], "exclusionPatchID": {}},
+  "ProductServicePackActions": {"ExclusionPatchIDs": ["5", "5"], "exclusionPatchID": {"0": {}}},
   "PatchActions": {
     " 1": {"2003": [], "2004": [], "2003": ["x"]}, "PatchActions": {},
     "2": {"3001": [], " 02005": [], "UserLogedInCheck": [], "2009": []},

@@ -52,6 +52,11 @@ TEST_F(WhatIfCommandTest, PrintsOneAnswerPerLine) {
       R"("next":null,"measured":[],"acted":[]})"
       "\n");
   EXPECT_THAT(run.errors, HasSubstr("Patch 1 of product 2, service pack 3: 3 machines\n"));
+  EXPECT_THAT(shell("vexlo-patch what-if actions $patch a --summary --json").output,
+              HasSubstr(R"("macOS":null)"));
+  root.write("install", R"({"PatchActions":{"1":{"2007":["14.5","x"],"2010":["/x.app"]}}})");
+  EXPECT_THAT(shell("vexlo-patch what-if install $patch a").output,
+              HasSubstr(R"("outcome":"wouldRun","code":"2007",)"));
 }
 
 TEST_F(WhatIfCommandTest, ShowsWhatActsBeforeTheDecidingActionAndGroupsByUpdate) {

@@ -264,7 +264,8 @@ TEST(EvaluatorCasesTest, CoverEveryAction) {
 TEST(EvaluatorMachinesTest, AnswersForTheCurrentMachine) {
   const auto group =
       std::make_shared<const vexlo::PatchActionGroup>(vexlo::PatchActionGroup::decode(
-          R"({"PatchActions":{"1":{"2008":["com.example.editor"]}}})", "actions"));
+          R"({"PatchActions":{"1":{"2008":["com.example.editor"],"2010":["/x.app"]}}})",
+          "actions"));
   Evaluator evaluator({"1", "2", "3"}, group);
   FactsReader reader;
   const auto left = [&](std::int64_t skipAttempts) {
@@ -272,7 +273,10 @@ TEST(EvaluatorMachinesTest, AnswersForTheCurrentMachine) {
     facts.customization.values = PropertyList::Dictionary{{"numberOfSkipAttempts", skipAttempts}};
     evaluator.use(*reader.read(factsAsJSON(facts)).value());
     (void)evaluator.evaluate(vexlo::KnownAction::applicationRunningCheck);
-    return evaluator.intentions().evaluation().remainingSkipAttempts;
+    const std::int64_t remaining = evaluator.intentions().evaluation().remainingSkipAttempts;
+    (void)evaluator.evaluate(vexlo::KnownAction::installMacOSUpdatesUsingInstallAssistant);
+    EXPECT_EQ(evaluator.intentions().commands().size(), 1U);
+    return remaining;
   };
   EXPECT_EQ(left(3), 3);
   EXPECT_EQ(left(5), 5);

@@ -59,6 +59,7 @@ TEST(FactsReaderTest, RoundTripsTheOutputOfFacts) {
   other.applications = {{"com.apple.mail", {{"Mail", 8, "/Mail"}}}, {"com.x", {{}, {}, {}}}};
   other.availableOSUpdates->pop_back();
   FactsReader reader;
+  EXPECT_FALSE(reader.read(R"({"\u0061b":"c\nd\q"})"));
   for (const Facts& each :
        {Facts(), facts, other, facts, facts, Facts()}) {  // nothing stays behind
     const std::string line = agent_tool::factsAsJSON(each);
@@ -114,6 +115,8 @@ INSTANTIATE_TEST_SUITE_P(
         BadLine{NEEDED R"("powerSource":{"kind":"battery","percentage":8.5}})",
                 "powerSource › percentage: expected an integer of the signed 64-bit range, found a "
                 "real number"},
+        BadLine{NEEDED R"("powerSource":{"kind":"battery"}})",
+                R"(powerSource: expected the member "percentage", found none)"},
         BadLine{NEEDED R"("powerSource":{"kind":"sun"}})",
                 R"(powerSource › kind: expected "mains" or "battery", found "sun")"},
         BadLine{NEEDED R"("time":"2026-02-30T10:11:12Z"})",

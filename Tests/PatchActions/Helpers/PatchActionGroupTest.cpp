@@ -57,7 +57,7 @@ TEST(PatchActionGroupTest, AcceptsMissingNullAndEmptyMembers) {
 
 TEST(PatchActionGroupTest, LastOfDuplicateMembersWins) {
   const PatchActionGroup group = PatchActionGroup::decode(
-      R"({"PatchActions":{"old":{"2001":[]}},
+      R"({"PatchActions":{"old":{"2001":[]}}, "ProductServicePackActions":{"old":{"s":{"2001":[]}}},
           "ProductServicePackActions":{
             "p":{"s":{"2001":["1"]}}, "ExclusionPatchIDs":["a"],
             "q":{"s":{"2005":["7"]}},
@@ -68,6 +68,7 @@ TEST(PatchActionGroupTest, LastOfDuplicateMembersWins) {
   const auto products = *group.productServicePackActions();
   EXPECT_EQ(actionsText(products.actions("p", "s")), R"(2003["3"])");
   EXPECT_EQ(actionsText(products.actions("q", "s")), R"(2005["7"])");
+  EXPECT_EQ(actionsText(products.actions("old", "s")), "none");
   EXPECT_FALSE(products.isExempt("a"));
   EXPECT_TRUE(products.isExempt("b"));
   const auto patches = *group.patchActions();

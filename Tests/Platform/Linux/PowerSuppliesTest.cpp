@@ -16,7 +16,7 @@ TEST(PowerSuppliesTest, DescribesBatteriesByStateAndCapacity) {
       {"A/status", "Discharging"}, {"A/energy_now", "30"},       {"A/energy_full", "40"},
       {"A/capacity", "1"},         {"B/status", "Not charging"}, {"B/capacity", "45"},
       {"C/status", "Full"},        {"C/capacity", "99"},         {"Mouse/status", "Discharging"},
-      {"Mouse/scope", "Device"}};
+      {"Mouse/scope", "Device"},   {"B/energy_now", "30"},       {"B/energy_full", "0"}};
   for (const auto& [name, value] : attributes) {
     root.write(name, value + "\n");
     root.write(name.substr(0, name.find('/')) + "/type", "Battery\n");
