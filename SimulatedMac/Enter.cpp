@@ -87,7 +87,7 @@ void endMac(int signal, siginfo_t* facts, void* /*context*/) {
 
 int enterMac(const Scenario& scenario, const EnterOptions& options) {
   if (access(standInProgram().c_str(), X_OK) != 0) {
-    return complain(standInProgram() + ": " + std::strerror(errno), kDoesntStart);
+    return report(standInProgram() + ": " + std::strerror(errno), kDoesntStart);
   }
   const bool needsUserNamespace = options.userNamespace || geteuid() != 0;
   try {
@@ -95,16 +95,16 @@ int enterMac(const Scenario& scenario, const EnterOptions& options) {
       prepareRecords(*options.records, !needsUserNamespace);
     }
   } catch (const std::exception& error) {
-    return complain(error.what(), kBadUsage);
+    return report(error.what(), kBadUsage);
   }
   try {
     makeNamespaces(needsUserNamespace);
   } catch (const std::system_error& error) {
-    return complain(kCantMakeMac + std::string(error.what()), kCantEnter);
+    return report(kCantMakeMac + std::string(error.what()), kCantEnter);
   }
   firstProcess = fork();
   if (firstProcess < 0) {
-    return complain(kCantMakeMac + std::string("fork: ") + std::strerror(errno), kCantEnter);
+    return report(kCantMakeMac + std::string("fork: ") + std::strerror(errno), kCantEnter);
   }
   if (firstProcess == 0) {
     umask(022);
@@ -136,13 +136,13 @@ int run(const std::vector<std::string>& arguments) {
   }
   const auto options = parseOptions(arguments);
   if (!options) {
-    complain(options.error(), 0);
+    report(options.error(), 0);
     std::cerr << kEnterUsage;
     return kBadUsage;
   }
   const auto scenario = readScenario(options->scenario, options->settings);
   if (!scenario) {
-    return complain(scenario.error(), kBadScenario);
+    return report(scenario.error(), kBadScenario);
   }
   if (options->prints) {
     std::cout << scenario->serialized();

@@ -16,7 +16,7 @@ inline constexpr int kNotExecutable = 126;
 inline constexpr const char* kCantMakeMac = "can't make a simulated Mac here: ";
 
 /// Prints the problem to standard error and returns `status`.
-inline int complain(const std::string& problem, int status) {
+inline int report(const std::string& problem, int status) {
   std::cerr << "enter: " << problem << "\n";
   return status;
 }

@@ -78,7 +78,7 @@ pid_t startAndWaitUntilReady(const std::string& what, const Work& work) {
     try {
       work(ready[1]);
     } catch (const std::exception& error) {
-      complain(what + ": " + error.what(), 0);
+      report(what + ": " + error.what(), 0);
     }
     _exit(kDoesntStart);
   }
@@ -152,8 +152,8 @@ void buildMac(const Scenario& scenario, const EnterOptions& options) {
       execv((std::string(std::string_view(folder)) + "/" + command[0]).c_str(), arguments.data());
     }
   }
-  _exit(complain(command[0] + ": " + std::strerror(reason),
-                 reason == ENOENT ? kNotFound : kNotExecutable));
+  _exit(report(command[0] + ": " + std::strerror(reason),
+               reason == ENOENT ? kNotFound : kNotExecutable));
 }
 
 pid_t commandToEnd = 0;
@@ -206,13 +206,13 @@ int runFirstProcess(const Scenario& scenario, const EnterOptions& options) {
       triggers.emplace(std::move(quitters));
     }
   } catch (const std::system_error& error) {
-    return complain(kCantMakeMac + std::string(error.what()), kCantEnter);
+    return report(kCantMakeMac + std::string(error.what()), kCantEnter);
   } catch (const std::exception& error) {
-    return complain(error.what(), kDoesntStart);
+    return report(error.what(), kDoesntStart);
   }
   const pid_t command = fork();
   if (command < 0) {
-    return complain(kCantMakeMac + std::string("fork: ") + std::strerror(errno), kCantEnter);
+    return report(kCantMakeMac + std::string("fork: ") + std::strerror(errno), kCantEnter);
   }
   if (command == 0) {
     if (triggers) {

@@ -20,8 +20,8 @@ using FileCodec::jsonList;
 using FileCodec::JSONObject;
 using FileCodec::jsonString;
 using LogCore::text;
-using vexlo::ActionAnswer;
 using vexlo::ActionArgument;
+using vexlo::DocumentedResult;
 using vexlo::KnownActionRow;
 
 constexpr std::size_t kHelpWidth = 80;
@@ -71,8 +71,8 @@ std::string asMarkdown(const KnownActionRow& action) {
     out += '\n';
   }
   out += "| result | when |\n| --- | --- |\n";
-  for (const ActionAnswer& answer : action.answers) {
-    out += text("| `", answer.result, "` | ", answer.when, " |\n");
+  for (const DocumentedResult& each : action.results) {
+    out += text("| `", each.result, "` | ", each.when, " |\n");
   }
   return out;
 }
@@ -143,8 +143,8 @@ std::string explanationOf(const KnownActionRow& action) {
   }
   out += text("\nIn an action file:\n  ", jsonString(action.code), ": ", exampleArguments(action),
               "\n\nResults:\n");
-  for (const ActionAnswer& answer : action.answers) {
-    out += text("  ", answer.result, '\n') + paragraph(answer.when, 6);
+  for (const DocumentedResult& each : action.results) {
+    out += text("  ", each.result, '\n') + paragraph(each.when, 6);
   }
   return out;
 }

@@ -44,7 +44,7 @@ struct UsableActionFile {
 /// `["patchID","productID"]`
 [[nodiscard]] std::string asJSON(const std::vector<NameNotInFile>& names);
 
-/// The beginning of a command's answer about a patch: which it is, the names that the file lacks,
+/// The beginning of a command's JSON about a patch: which it is, the names that the file lacks,
 /// and whether it is exempt from its product's actions.
 [[nodiscard]] FileCodec::JSONObject patchAsJSON(const vexlo::PatchIdentifier& patch,
                                                 const std::vector<NameNotInFile>& notInFile,

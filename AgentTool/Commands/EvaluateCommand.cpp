@@ -39,7 +39,7 @@ struct EvaluatedAction {
   ActionDetail action;
   Evaluation evaluation;
   std::vector<vexlo::Measurement> measurements;
-  std::string next;  ///< Empty if the answer is a result.
+  std::string next;  ///< Empty if the prediction is a result.
   Intentions intentions;
   std::vector<Acted> acted;  ///< Before this action.
 };

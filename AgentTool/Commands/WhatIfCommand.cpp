@@ -102,21 +102,21 @@ void appendMember(std::string& out, std::string_view name, std::string_view valu
   }
 }
 
-void appendAnswer(std::string& out, const MachineAnswer& answer) {
-  (((out += R"("outcome":")") += name(answer.prediction)) += '"');
-  appendMember(out, "code", answer.code);
-  appendMember(out, "action", answer.action);
-  appendMember(out, "reason", answer.reason);
-  appendMember(out, "next", answer.next);
-  ((out += R"(,"measured":)") += answer.measured);
-  ((out += R"(,"acted":)") += answer.acted.empty() ? "[]" : asJSON(answer.acted));
+void appendPrediction(std::string& out, const MachinePrediction& prediction) {
+  (((out += R"("outcome":")") += name(prediction.outcome)) += '"');
+  appendMember(out, "code", prediction.code);
+  appendMember(out, "action", prediction.action);
+  appendMember(out, "reason", prediction.reason);
+  appendMember(out, "next", prediction.next);
+  ((out += R"(,"measured":)") += prediction.measured);
+  ((out += R"(,"acted":)") += prediction.acted.empty() ? "[]" : asJSON(prediction.acted));
 }
 
 /// Evaluates all lines of all files.
-class Fleet {
+class FleetEvaluation {
  public:
-  Fleet(const WhatIfRequest& request, const ActionFile& file, const ActionFile& fileBefore,
-        Console& console)
+  FleetEvaluation(const WhatIfRequest& request, const ActionFile& file,
+                  const ActionFile& fileBefore, Console& console)
       : request_(request),
         console_(console),
         whatIf_(request.patch, file),
@@ -177,7 +177,7 @@ class Fleet {
       if (line->isTooLong) {
         reject(line->number, text("expected a line of at most ", kLongestFactsLine, " bytes"));
       } else if (const auto facts = reader_.read(line->text)) {
-        answer(**facts, place, line->number);
+        predict(**facts, place, line->number);
       } else {
         reject(line->number, facts.error().what());
       }
@@ -190,17 +190,17 @@ class Fleet {
   }
 
   void report(std::string_view problem) {
-    flush();  // so that on a terminal the error follows the previous answer
+    flush();  // so that on a terminal the error follows the previous prediction
     console_.reportError(printable(problem));
   }
 
-  void answer(const Facts& facts, const std::string& place, std::uint64_t line) {
-    const MachineAnswer& now = whatIf_.answer(facts);
+  void predict(const Facts& facts, const std::string& place, std::uint64_t line) {
+    const MachinePrediction& now = whatIf_.predict(facts);
     const MachineKind kind{.update = whatIf_.update(facts),
                            .macOS = facts.macOSVersion ? facts.macOSMajorVersion : 0,
                            .isAppleSilicon = facts.isAppleSilicon};
     summary_.add(now.counted(), kind);
-    const MachineAnswer* const before = before_ ? &before_->answer(facts) : nullptr;
+    const MachinePrediction* const before = before_ ? &before_->predict(facts) : nullptr;
     const bool moved = before != nullptr && before->counted() != now.counted();
     if (moved) {
       summary_.addMove(before->counted(), now.counted());
@@ -218,10 +218,10 @@ class Fleet {
     appendMember(out_, "processor", facts.isAppleSilicon ? "apple-silicon" : "intel");
     appendMember(out_, "update", rowOf(kind.update).name);
     out_ += ',';
-    appendAnswer(out_, now);
+    appendPrediction(out_, now);
     if (before != nullptr) {
       out_ += ",\"before\":{";
-      appendAnswer(out_, *before);
+      appendPrediction(out_, *before);
       out_ += '}';
     }
     out_ += "}\n";
@@ -314,7 +314,7 @@ ExitStatus whatIf(const WhatIfRequest& request, Console& console) {
     return names.error();
   }
 
-  Fleet fleet(request, file, fileBefore, console);
+  FleetEvaluation fleet(request, file, fileBefore, console);
   fleet.readAll();
   const FleetSummary& summary = fleet.summary();
   if (request.summaryFile) {

@@ -31,7 +31,7 @@ struct Evaluation {
 };
 
 /// What would happen next: «would ask: 2 postponements left», «would kill Safari, Mail», «would run
-/// …, then …», «not asked: softwareupdate --list». Empty if the answer is a result.
+/// …, then …», «not asked: softwareupdate --list». Empty if the prediction is a result.
 [[nodiscard]] std::string nextStep(const Evaluation& evaluation, const Intentions& intentions);
 
 /// Evaluates the actions of one patch with the library's processor and `EvaluationDependencies`.

@@ -23,8 +23,9 @@ void increase(std::uint64_t& sum, std::uint64_t by) {
 }
 
 std::string owned(std::string_view text) { return std::string(text); }
-FleetAnswer owned(const FleetAnswerView& answer) {
-  return {answer.outcome, owned(answer.action), owned(answer.reason), owned(answer.acted)};
+FleetPrediction owned(const FleetPredictionView& prediction) {
+  return {prediction.outcome, owned(prediction.action), owned(prediction.reason),
+          owned(prediction.acted)};
 }
 
 // The JSON form
@@ -34,32 +35,32 @@ std::optional<std::string> orNull(const std::string& text) {
 }
 std::string nameOfAction(const std::string& code) { return describe(vexlo::ActionID(code)); }
 
-struct AnswerDocument {
+struct PredictionDocument {
   Prediction outcome = Prediction::success;
   std::optional<std::string> code;
   std::optional<std::string> action;
   std::optional<std::string> reason;
   std::vector<Acted> acted;
 
-  AnswerDocument() = default;
-  explicit AnswerDocument(const FleetAnswer& answer)
-      : outcome(answer.outcome),
-        code(orNull(answer.action)),
+  PredictionDocument() = default;
+  explicit PredictionDocument(const FleetPrediction& prediction)
+      : outcome(prediction.outcome),
+        code(orNull(prediction.action)),
         action(code.transform(nameOfAction)),
-        reason(orNull(answer.reason)),
-        acted(separated(answer.acted)) {
+        reason(orNull(prediction.reason)),
+        acted(separated(prediction.acted)) {
     for (Acted& each : acted) {
       each.action = nameOfAction(each.code);
     }
   }
-  [[nodiscard]] FleetAnswer answer() const {
+  [[nodiscard]] FleetPrediction prediction() const {
     return {outcome, code.value_or(""), reason.value_or(""), joined(acted)};
   }
 };
 
 enum class Processor : std::uint8_t { appleSilicon, intel };
 
-struct CountDocument : AnswerDocument {
+struct CountDocument : PredictionDocument {
   Update update = Update::unknown;
   std::optional<std::int64_t> macOS;
   Processor processor = Processor::intel;
@@ -67,8 +68,8 @@ struct CountDocument : AnswerDocument {
 };
 
 struct MoveDocument {
-  AnswerDocument from;
-  AnswerDocument to;
+  PredictionDocument from;
+  PredictionDocument to;
   std::uint64_t machines = 0;
 };
 
@@ -99,17 +100,18 @@ struct JSONFields<FleetQuestion> {
 };
 
 template <typename Document>
-  requires std::derived_from<Document, AnswerDocument>
-struct AnswerFields {
-  static constexpr auto outcome = needed(field<&AnswerDocument::outcome, Document>("outcome"));
-  static constexpr auto code = field<&AnswerDocument::code, Document>("code");
-  static constexpr auto action = informative(field<&AnswerDocument::action, Document>("action"));
-  static constexpr auto reason = field<&AnswerDocument::reason, Document>("reason");
-  static constexpr auto acted = field<&AnswerDocument::acted, Document>("acted");
+  requires std::derived_from<Document, PredictionDocument>
+struct PredictionFields {
+  static constexpr auto outcome = needed(field<&PredictionDocument::outcome, Document>("outcome"));
+  static constexpr auto code = field<&PredictionDocument::code, Document>("code");
+  static constexpr auto action =
+      informative(field<&PredictionDocument::action, Document>("action"));
+  static constexpr auto reason = field<&PredictionDocument::reason, Document>("reason");
+  static constexpr auto acted = field<&PredictionDocument::acted, Document>("acted");
 };
 
 template <>
-struct JSONFields<AnswerDocument> : AnswerFields<AnswerDocument> {
+struct JSONFields<PredictionDocument> : PredictionFields<PredictionDocument> {
   static constexpr std::array list{outcome, code, action, reason, acted};
 };
 
@@ -131,7 +133,7 @@ struct JSONNames<Processor> {
 };
 
 template <>
-struct JSONFields<CountDocument> : AnswerFields<CountDocument> {
+struct JSONFields<CountDocument> : PredictionFields<CountDocument> {
   static constexpr std::array list{outcome,
                                    code,
                                    action,
@@ -181,14 +183,14 @@ std::vector<Acted> separated(std::string_view acted) {
   return out;
 }
 
-void FleetSummary::add(const FleetAnswerView& answer, const MachineKind& kind,
+void FleetSummary::add(const FleetPredictionView& prediction, const MachineKind& kind,
                        std::uint64_t machines) {
   if (machines == 0) {
     return;
   }
-  auto counts = answers_.find(answer);
-  if (counts == answers_.end()) {
-    counts = answers_.emplace(owned(answer), Counts()).first;
+  auto counts = predictions_.find(prediction);
+  if (counts == predictions_.end()) {
+    counts = predictions_.emplace(owned(prediction), Counts()).first;
   }
   MachineKind known = kind;
   if (known.macOS < 0 || known.macOS > kHighestMajorVersion) {
@@ -198,7 +200,7 @@ void FleetSummary::add(const FleetAnswerView& answer, const MachineKind& kind,
   increase(machines_, machines);
 }
 
-void FleetSummary::addMove(const FleetAnswerView& from, const FleetAnswerView& to,
+void FleetSummary::addMove(const FleetPredictionView& from, const FleetPredictionView& to,
                            std::uint64_t machines) {
   if (machines > 0) {
     increase(moves_[{owned(from), owned(to)}], machines);
@@ -214,9 +216,9 @@ bool FleetSummary::merge(const FleetSummary& other) {
   if (!question_) {
     question_ = other.question_;
   }
-  for (const auto& [answer, counts] : other.answers_) {
+  for (const auto& [prediction, counts] : other.predictions_) {
     for (const auto& [kind, machines] : counts) {
-      add(Less::view(answer), kind, machines);
+      add(Less::view(prediction), kind, machines);
     }
   }
   for (const auto& [move, machines] : other.moves_) {
@@ -233,9 +235,9 @@ std::string asJSON(const FleetSummary& summary) {
                            .badLines = summary.badLines(),
                            .counts = {},
                            .moves = {}};
-  for (const auto& [answer, counts] : summary.answers()) {
+  for (const auto& [prediction, counts] : summary.predictions()) {
     for (const auto& [kind, machines] : counts) {
-      CountDocument& row = document.counts.emplace_back(AnswerDocument(answer));
+      CountDocument& row = document.counts.emplace_back(PredictionDocument(prediction));
       row.update = kind.update;
       row.macOS = kind.macOS == 0 ? std::nullopt : std::optional(kind.macOS);
       row.processor = kind.isAppleSilicon ? Processor::appleSilicon : Processor::intel;
@@ -243,8 +245,8 @@ std::string asJSON(const FleetSummary& summary) {
     }
   }
   for (const auto& [move, machines] : summary.moves()) {
-    document.moves.push_back({.from = AnswerDocument(move.first),
-                              .to = AnswerDocument(move.second),
+    document.moves.push_back({.from = PredictionDocument(move.first),
+                              .to = PredictionDocument(move.second),
                               .machines = machines});
   }
   return asJSON(document) + '\n';
@@ -259,15 +261,15 @@ std::expected<FleetSummary, DecodingError> summaryFromJSON(std::string_view line
   FleetSummary summary = document.patch ? FleetSummary(*std::move(document.patch)) : FleetSummary();
   summary.addBadLines(document.badLines);
   for (const CountDocument& row : document.counts) {
-    summary.add(FleetSummary::Less::view(row.answer()),
+    summary.add(FleetSummary::Less::view(row.prediction()),
                 {.update = row.update,
                  .macOS = row.macOS.value_or(0),
                  .isAppleSilicon = row.processor == Processor::appleSilicon},
                 row.machines);
   }
   for (const MoveDocument& row : document.moves) {
-    summary.addMove(FleetSummary::Less::view(row.from.answer()),
-                    FleetSummary::Less::view(row.to.answer()), row.machines);
+    summary.addMove(FleetSummary::Less::view(row.from.prediction()),
+                    FleetSummary::Less::view(row.to.prediction()), row.machines);
   }
   if (document.machines != summary.machines()) {
     return std::unexpected(DecodingError({}, "machines",

@@ -35,17 +35,17 @@ struct FleetQuestion {
   friend bool operator==(const FleetQuestion&, const FleetQuestion&) = default;
 };
 
-/// A machine's answer, reduced to what is counted.
+/// A machine's prediction, reduced to what is counted.
 template <typename Text>
-struct BasicFleetAnswer {
+struct BasicFleetPrediction {
   Prediction outcome = Prediction::success;
   Text action;  ///< The code of the deciding action; empty if all succeed.
   Text reason;  ///< The name of its description; empty if there is none.
   Text acted;   ///< What would act before it: «2007 wouldRun, 2008 wouldKill».
-  friend auto operator<=>(const BasicFleetAnswer&, const BasicFleetAnswer&) = default;
+  friend auto operator<=>(const BasicFleetPrediction&, const BasicFleetPrediction&) = default;
 };
-using FleetAnswer = BasicFleetAnswer<std::string>;
-using FleetAnswerView = BasicFleetAnswer<std::string_view>;
+using FleetPrediction = BasicFleetPrediction<std::string>;
+using FleetPredictionView = BasicFleetPrediction<std::string_view>;
 
 /// What a patch's macOS version is to a machine.
 enum class Update : std::uint8_t { unknown, alreadyCurrent, notOffered, majorUpgrade, minorUpdate };
@@ -83,7 +83,7 @@ struct MachineKind {
 
 /// Counts over machines. Merging is associative and commutative, with a default-constructed summary
 /// as the neutral element, so the summaries of any partition of a fleet merge to the same result.
-/// Memory depends on the number of distinct answers, not machines.
+/// Memory depends on the number of distinct predictions, not machines.
 class FleetSummary {
  public:
   /// Counts saturate here.
@@ -92,9 +92,11 @@ class FleetSummary {
   FleetSummary() = default;  ///< No machines and no question yet.
   explicit FleetSummary(FleetQuestion question) : question_(std::move(question)) {}
 
-  void add(const FleetAnswerView& answer, const MachineKind& kind, std::uint64_t machines = 1);
-  /// A machine, also counted by `add`, whose previous answer was different.
-  void addMove(const FleetAnswerView& from, const FleetAnswerView& to, std::uint64_t machines = 1);
+  void add(const FleetPredictionView& prediction, const MachineKind& kind,
+           std::uint64_t machines = 1);
+  /// A machine, also counted by `add`, whose previous prediction was different.
+  void addMove(const FleetPredictionView& from, const FleetPredictionView& to,
+               std::uint64_t machines = 1);
   void addBadLines(std::uint64_t lines);
 
   /// Returns false without merging if the other summary is for another question.
@@ -104,15 +106,15 @@ class FleetSummary {
   struct Less {
     using is_transparent = void;
     bool operator()(const auto& left, const auto& right) const { return view(left) < view(right); }
-    static FleetAnswerView view(const FleetAnswer& answer) {
-      return {answer.outcome, answer.action, answer.reason, answer.acted};
+    static FleetPredictionView view(const FleetPrediction& prediction) {
+      return {prediction.outcome, prediction.action, prediction.reason, prediction.acted};
     }
-    static FleetAnswerView view(const FleetAnswerView& answer) { return answer; }
+    static FleetPredictionView view(const FleetPredictionView& prediction) { return prediction; }
   };
-  using Moves = std::map<std::pair<FleetAnswer, FleetAnswer>, std::uint64_t>;
+  using Moves = std::map<std::pair<FleetPrediction, FleetPrediction>, std::uint64_t>;
   [[nodiscard]] const std::optional<FleetQuestion>& question() const noexcept { return question_; }
-  [[nodiscard]] const std::map<FleetAnswer, Counts, Less>& answers() const noexcept {
-    return answers_;
+  [[nodiscard]] const std::map<FleetPrediction, Counts, Less>& predictions() const noexcept {
+    return predictions_;
   }
   [[nodiscard]] const Moves& moves() const noexcept { return moves_; }
   [[nodiscard]] std::uint64_t machines() const noexcept { return machines_; }
@@ -122,13 +124,13 @@ class FleetSummary {
 
  private:
   std::optional<FleetQuestion> question_;
-  std::map<FleetAnswer, Counts, Less> answers_;
+  std::map<FleetPrediction, Counts, Less> predictions_;
   Moves moves_;
   std::uint64_t machines_ = 0;
   std::uint64_t badLines_ = 0;
 };
 
-/// The form of `BasicFleetAnswer::acted`, and back, without the names of the actions.
+/// The form of `BasicFleetPrediction::acted`, and back, without the names of the actions.
 [[nodiscard]] std::string joined(const std::vector<Acted>& acted);
 [[nodiscard]] std::vector<Acted> separated(std::string_view acted);
 

@@ -102,8 +102,8 @@ std::uint64_t sum(const FleetSummary::Counts& counts) {
   return total;
 }
 
-std::string nameOf(const FleetAnswer& answer) {
-  return answer.action.empty() ? std::string() : describe(vexlo::ActionID(answer.action));
+std::string nameOf(const FleetPrediction& prediction) {
+  return prediction.action.empty() ? std::string() : describe(vexlo::ActionID(prediction.action));
 }
 
 std::string inMachines(std::uint64_t count) {
@@ -118,9 +118,9 @@ constexpr auto mostFirst = [](const auto& left, const auto& right) {
 std::string outcomes(const FleetSummary& summary, const Console& console) {
   std::map<Prediction, std::uint64_t> byOutcome{{Prediction::success, 0}};
   std::map<std::pair<std::string, Prediction>, std::uint64_t> acted;
-  for (const auto& [answer, counts] : summary.answers()) {
-    byOutcome[answer.outcome] += sum(counts);
-    for (const Acted& each : separated(answer.acted)) {
+  for (const auto& [prediction, counts] : summary.predictions()) {
+    byOutcome[prediction.outcome] += sum(counts);
+    for (const Acted& each : separated(prediction.acted)) {
       acted[{each.code, each.outcome}] += sum(counts);
     }
   }
@@ -142,25 +142,26 @@ std::string outcomes(const FleetSummary& summary, const Console& console) {
   return out;
 }
 
-/// What is seen of an answer: «applyLater, after 2007 wouldRun».
-std::string shown(const FleetAnswer& answer) {
-  const std::string_view outcome = name(answer.outcome);
-  return text(answer.reason.empty() ? std::string(outcome) : printable(answer.reason),
-              answer.acted.empty() ? "" : ", after ", printable(answer.acted));
+/// What is seen of a prediction: «applyLater, after 2007 wouldRun».
+std::string shown(const FleetPrediction& prediction) {
+  const std::string_view outcome = name(prediction.outcome);
+  return text(prediction.reason.empty() ? std::string(outcome) : printable(prediction.reason),
+              prediction.acted.empty() ? "" : ", after ", printable(prediction.acted));
 }
 
 std::string reasons(const FleetSummary& summary, const Console& console) {
   CountTable table({"CODE", "ACTION", "WHY"});
-  std::vector<std::pair<const FleetAnswer*, std::uint64_t>> rows;
-  for (const auto& [answer, counts] : summary.answers()) {
-    if (!answer.action.empty()) {
-      rows.emplace_back(&answer, sum(counts));
+  std::vector<std::pair<const FleetPrediction*, std::uint64_t>> rows;
+  for (const auto& [prediction, counts] : summary.predictions()) {
+    if (!prediction.action.empty()) {
+      rows.emplace_back(&prediction, sum(counts));
     }
   }
   std::ranges::sort(rows, mostFirst);
-  for (const auto& [answer, machines] : rows) {
-    table.add({{printable(answer->action)}, {printable(nameOf(*answer))}, {shown(*answer)}},
-              machines, shareOf(machines, summary.machines()), verdictOn(answer->outcome).style);
+  for (const auto& [prediction, machines] : rows) {
+    table.add(
+        {{printable(prediction->action)}, {printable(nameOf(*prediction))}, {shown(*prediction)}},
+        machines, shareOf(machines, summary.machines()), verdictOn(prediction->outcome).style);
   }
   return table.text(console);
 }
@@ -172,10 +173,10 @@ std::string kinds(const FleetSummary& summary, const Console& console) {
     std::uint64_t ready = 0;
   };
   std::map<MachineKind, Tally> tallies;
-  for (const auto& [answer, counts] : summary.answers()) {
+  for (const auto& [prediction, counts] : summary.predictions()) {
     for (const auto& [kind, machines] : counts) {
       tallies[kind].machines += machines;
-      tallies[kind].ready += verdictOn(answer.outcome).verdict == Verdict::ready ? machines : 0;
+      tallies[kind].ready += verdictOn(prediction.outcome).verdict == Verdict::ready ? machines : 0;
     }
   }
   CountTable table({"UPDATE", "MACOS", "PROCESSOR"}, "READY");
@@ -193,14 +194,14 @@ std::string legend(const FleetSummary& summary, const Console& console) {
   std::vector<std::vector<Cell>> rows{
       {{"READY"}, {"no action stops the patch, as far as can be known beforehand"}}};
   for (const PredictionRow& row : kPredictions) {
-    if (std::ranges::any_of(summary.answers(), [&](const auto& entry) {
+    if (std::ranges::any_of(summary.predictions(), [&](const auto& entry) {
           return entry.first.outcome == row.prediction || entry.first.acted.contains(row.name);
         })) {
       rows.push_back({{std::string(row.name)}, {std::string(row.meaning)}});
     }
   }
   for (const UpdateRow& row : kUpdates | std::views::reverse) {
-    if (std::ranges::any_of(summary.answers(), [&](const auto& entry) {
+    if (std::ranges::any_of(summary.predictions(), [&](const auto& entry) {
           return std::ranges::any_of(
               entry.second, [&](const auto& count) { return count.first.update == row.update; });
         })) {
@@ -210,8 +211,9 @@ std::string legend(const FleetSummary& summary, const Console& console) {
   return '\n' + tableText(console, {"WORD", "MEANING"}, rows);
 }
 
-std::string movedTo(const FleetAnswer& answer) {
-  return answer.action.empty() ? shown(answer) : text(printable(answer.action), ' ', shown(answer));
+std::string movedTo(const FleetPrediction& prediction) {
+  return prediction.action.empty() ? shown(prediction)
+                                   : text(printable(prediction.action), ' ', shown(prediction));
 }
 
 std::string moves(const FleetSummary& summary, const Console& console) {

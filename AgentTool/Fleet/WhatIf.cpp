@@ -97,44 +97,45 @@ Update WhatIf::update(const Facts& facts) const {
   return present->front() < wanted->front() ? Update::majorUpgrade : Update::minorUpdate;
 }
 
-const MachineAnswer& WhatIf::answer(const Facts& facts) {
+const MachinePrediction& WhatIf::predict(const Facts& facts) {
   evaluator_.use(facts);
-  answer_.prediction = Prediction::success;
-  answer_.code = {};
-  answer_.action = {};
-  answer_.reason.clear();
-  answer_.next.clear();
-  answer_.measured = "[]";
-  answer_.acted.clear();
-  answer_.actedText.clear();
+  prediction_.outcome = Prediction::success;
+  prediction_.code = {};
+  prediction_.action = {};
+  prediction_.reason.clear();
+  prediction_.next.clear();
+  prediction_.measured = "[]";
+  prediction_.acted.clear();
+  prediction_.actedText.clear();
   for (const Action& action : actions_) {
     const Evaluation evaluation = evaluator_.evaluate(action.actionID);
     if (verdictOn(evaluation.prediction).stopsPatch) {
       keep(action, evaluation);
-      answer_.actedText = joined(answer_.acted);
-      return answer_;
+      prediction_.actedText = joined(prediction_.acted);
+      return prediction_;
     }
-    if (evaluation.prediction != Prediction::success && answer_.prediction == Prediction::success) {
+    if (evaluation.prediction != Prediction::success &&
+        prediction_.outcome == Prediction::success) {
       keep(action, evaluation);
     }
     if (!rowOf(evaluation.prediction).act.empty()) {
-      answer_.acted.push_back({action.code, action.name, evaluation.prediction});
+      prediction_.acted.push_back({action.code, action.name, evaluation.prediction});
     }
   }
-  answer_.acted.clear();
-  return answer_;
+  prediction_.acted.clear();
+  return prediction_;
 }
 
 void WhatIf::keep(const Action& action, const Evaluation& evaluation) {
-  answer_.prediction = evaluation.prediction;
-  answer_.code = action.code;
-  answer_.action = action.name;
-  answer_.reason.clear();
+  prediction_.outcome = evaluation.prediction;
+  prediction_.code = action.code;
+  prediction_.action = action.name;
+  prediction_.reason.clear();
   if (isResult(evaluation.prediction) && evaluation.result.description) {
-    answer_.reason = name(*evaluation.result.description);
+    prediction_.reason = name(*evaluation.result.description);
   }
-  answer_.next = nextStep(evaluation, evaluator_.intentions());
-  answer_.measured = vexlo::measurementsAsJSON(evaluation.measurements);
+  prediction_.next = nextStep(evaluation, evaluator_.intentions());
+  prediction_.measured = vexlo::measurementsAsJSON(evaluation.measurements);
 }
 
 std::vector<FleetAction> WhatIf::actions() const {

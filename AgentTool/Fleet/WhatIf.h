@@ -16,17 +16,17 @@
 namespace agent_tool {
 
 /// A patch's predicted result on one machine: the prediction for the deciding action.
-struct MachineAnswer {
-  Prediction prediction = Prediction::success;
+struct MachinePrediction {
+  Prediction outcome = Prediction::success;
   std::string_view code;     ///< The action's code; empty if all actions succeed.
   std::string_view action;   ///< Its name.
   std::string reason;        ///< The description's name; empty if there is none.
-  std::string next;          ///< What would happen next; empty if the answer is a result.
+  std::string next;          ///< What would happen next; empty if the outcome is a result.
   std::string measured;      ///< The measurements as a JSON array.
   std::vector<Acted> acted;  ///< The actions before it that would have changed the machine.
   std::string actedText;     ///< The same as it is counted.
 
-  [[nodiscard]] FleetAnswerView counted() const { return {prediction, code, reason, actedText}; }
+  [[nodiscard]] FleetPredictionView counted() const { return {outcome, code, reason, actedText}; }
 };
 
 /// Evaluates a patch for one machine at a time. The deciding action is the first that would stop
@@ -40,8 +40,8 @@ class WhatIf {
   WhatIf(const WhatIf&) = delete;
   WhatIf& operator=(const WhatIf&) = delete;
 
-  /// The answer for a machine; valid until the next call.
-  [[nodiscard]] const MachineAnswer& answer(const Facts& facts);
+  /// The prediction for a machine; valid until the next call.
+  [[nodiscard]] const MachinePrediction& predict(const Facts& facts);
 
   /// What the version that the patch installs, or whose deferral it checks, is to a machine.
   [[nodiscard]] Update update(const Facts& facts) const;
@@ -62,7 +62,7 @@ class WhatIf {
   std::vector<Action> actions_;
   const Action* versionedAction_ = nullptr;  // the one that names a macOS version first
   Evaluator evaluator_;
-  MachineAnswer answer_;
+  MachinePrediction prediction_;
 };
 
 }  // namespace agent_tool

@@ -192,7 +192,7 @@ class Child {
   /// For a descriptor that other code has closed. From now on the child is polled.
   void loseEndDescriptor() { end_.loseDescriptor(); }
   /// Asks the system whether the child has exited.
-  void look() {
+  void updateEnded() {
     if (!ended_) {
       siginfo_t information{};
       ended_ = end_.wait(information, WNOHANG | WNOWAIT) != 0 || information.si_pid != 0;
@@ -338,7 +338,7 @@ class Supervision {
       readOnce(most);
     }
     if (!waited || !hasEndDescriptor || events[kEnd].revents != 0) {
-      child_.look();
+      child_.updateEnded();
     }
   }
 

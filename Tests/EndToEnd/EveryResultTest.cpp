@@ -22,8 +22,8 @@ TEST(EveryResultTest, HasARow) {
   Texts expected;
   MacTests::forEach([&](const MacTest& test) { expected = expected + test.results; });
   for (const vexlo::KnownActionRow& action : vexlo::knownActions()) {
-    for (const vexlo::ActionAnswer& answer : action.answers) {
-      const std::string result = expectedResult(action.code, answer.result);
+    for (const vexlo::DocumentedResult& each : action.results) {
+      const std::string result = expectedResult(action.code, each.result);
       EXPECT_TRUE(std::ranges::any_of(expected,
                                       [&](const std::string& text) {
                                         return text == result || text.starts_with(result + ' ');

@@ -167,8 +167,8 @@ TEST_F(WhatIfCommandTest, SummaryHasATableForEachQuestion) {
                                     .actions = {},
                                     .actionsBefore = {{}}});
   using enum agent_tool::Prediction;
-  const agent_tool::FleetAnswerView passes{success, "", "", ""};
-  const agent_tool::FleetAnswerView fullDisk{applyLater, "2005", "inSufficientDiskSpace", ""};
+  const agent_tool::FleetPredictionView passes{success, "", "", ""};
+  const agent_tool::FleetPredictionView fullDisk{applyLater, "2005", "inSufficientDiskSpace", ""};
   summary.add(passes, {agent_tool::Update::minorUpdate, 14, true}, 1'234'567'890);
   summary.add(passes, {agent_tool::Update::notOffered, 26, false}, 1'000);
   summary.add(fullDisk, {agent_tool::Update::unknown, 26, false}, 1'000'000'000);

@@ -68,7 +68,7 @@ class Decoder final : public FileCodec::JSONEvents {
   bool beginObject() override {
     const Wanted wanted = wantedHere();
     if (wanted != Wanted::object && wanted != Wanted::objectOrNull && wanted != Wanted::anything) {
-      return mismatch("an object");
+      return stopAt("an object");
     }
     enter(wanted == Wanted::anything ? Container::ignored : containerHere());
     return true;
@@ -77,7 +77,7 @@ class Decoder final : public FileCodec::JSONEvents {
   bool beginArray() override {
     const Wanted wanted = wantedHere();
     if (wanted != Wanted::arrayOfStrings && wanted != Wanted::anything) {
-      return mismatch("an array");
+      return stopAt("an array");
     }
     enter(wanted == Wanted::anything ? Container::ignored : containerHere());
     return true;
@@ -96,7 +96,7 @@ class Decoder final : public FileCodec::JSONEvents {
       listHere().push_back(keep(value));
       return true;
     }
-    return wanted == Wanted::anything || mismatch("a string");
+    return wanted == Wanted::anything || stopAt("a string");
   }
 
   bool number() override { return scalar("a number"); }
@@ -324,11 +324,10 @@ class Decoder final : public FileCodec::JSONEvents {
     store_.patches.clear();
   }
 
-  bool scalar(std::string_view found) {
-    return wantedHere() == Wanted::anything || mismatch(found);
-  }
+  bool scalar(std::string_view found) { return wantedHere() == Wanted::anything || stopAt(found); }
 
-  bool mismatch(std::string_view found) {
+  /// Records the problem. Returns false, which stops the reader.
+  bool stopAt(std::string_view found) {
     wanted_ = wantedHere();
     found_ = found;
     return false;

@@ -21,27 +21,29 @@ constexpr std::array kMinimumBatteryArguments{
                    .ifLarger = "a battery never reaches it",
                    .ifNegative = kAlwaysPasses},
 };
-constexpr std::array kSiliconBatteryAnswers{
-    ActionAnswer{"success",
-                 "the battery level is at least the minimum, the Mac runs on mains power, its "
-                 "power source can't be determined, or it has an Intel processor"},
-    ActionAnswer{"applyLater(inSufficientBattery)", "the battery level is below the minimum"},
-    ActionAnswer{"applyLater(inSufficientArguments)", "the minimum is missing or not an integer"},
+constexpr std::array kSiliconBatteryResults{
+    DocumentedResult{"success",
+                     "the battery level is at least the minimum, the Mac runs on mains power, its "
+                     "power source can't be determined, or it has an Intel processor"},
+    DocumentedResult{"applyLater(inSufficientBattery)", "the battery level is below the minimum"},
+    DocumentedResult{"applyLater(inSufficientArguments)",
+                     "the minimum is missing or not an integer"},
 };
-constexpr std::array kIntelBatteryAnswers{
-    ActionAnswer{"success",
-                 "the battery level is at least the minimum, the Mac runs on mains power, its "
-                 "power source can't be determined, or it has an Apple silicon processor"},
-    kSiliconBatteryAnswers[1],
-    kSiliconBatteryAnswers[2],
+constexpr std::array kIntelBatteryResults{
+    DocumentedResult{"success",
+                     "the battery level is at least the minimum, the Mac runs on mains power, its "
+                     "power source can't be determined, or it has an Apple silicon processor"},
+    kSiliconBatteryResults[1],
+    kSiliconBatteryResults[2],
 };
-constexpr std::array kUserLoggedInAnswers{
-    ActionAnswer{"success", "a user is logged in at the console, or macOS is patched through MDM"},
-    ActionAnswer{"applyLater(userNotLoggedIn)", "no user is logged in at the console"},
+constexpr std::array kUserLoggedInResults{
+    DocumentedResult{"success",
+                     "a user is logged in at the console, or macOS is patched through MDM"},
+    DocumentedResult{"applyLater(userNotLoggedIn)", "no user is logged in at the console"},
 };
-constexpr std::array kMultipleUserLoggedInAnswers{
-    ActionAnswer{"success", "exactly one user is logged on, or macOS is patched through MDM"},
-    ActionAnswer{"applyLater(multipleUsersLoggedIn)", "several users are logged on, or none"},
+constexpr std::array kMultipleUserLoggedInResults{
+    DocumentedResult{"success", "exactly one user is logged on, or macOS is patched through MDM"},
+    DocumentedResult{"applyLater(multipleUsersLoggedIn)", "several users are logged on, or none"},
 };
 constexpr std::array kMinimumDiskSpaceArguments{
     ActionArgument{.name = "minimum free space",
@@ -52,11 +54,13 @@ constexpr std::array kMinimumDiskSpaceArguments{
                    .ifLarger = "the argument is in gigabytes",
                    .ifNegative = kAlwaysPasses},
 };
-constexpr std::array kMinimumDiskSpaceAnswers{
-    ActionAnswer{"success", "at least the minimum is free, or the free space can't be determined"},
-    ActionAnswer{"applyLater(inSufficientDiskSpaceForSoftwareUpdate)",
-                 "less than the minimum is free"},
-    ActionAnswer{"applyLater(inSufficientArguments)", "the minimum is missing or not an integer"},
+constexpr std::array kMinimumDiskSpaceResults{
+    DocumentedResult{"success",
+                     "at least the minimum is free, or the free space can't be determined"},
+    DocumentedResult{"applyLater(inSufficientDiskSpaceForSoftwareUpdate)",
+                     "less than the minimum is free"},
+    DocumentedResult{"applyLater(inSufficientArguments)",
+                     "the minimum is missing or not an integer"},
 };
 constexpr std::array kMacOSDeferArguments{
     ActionArgument{
@@ -68,17 +72,17 @@ constexpr std::array kMacOSDeferArguments{
         .ifLarger = "on macOS 27 and later mdmclient prints no list of updates, so that the check "
                     "passes, or always applies later if mdmclient fails"},
 };
-constexpr std::array kMacOSDeferAnswers{
-    ActionAnswer{
+constexpr std::array kMacOSDeferResults{
+    DocumentedResult{
         "success",
         "the update is not deferred, mdmclient prints no list of updates (as on macOS 27), "
         "the Mac is not enrolled in MDM, macOS is patched through MDM, or the agent's "
         "settings disable this check"},
-    ActionAnswer{"applyLater(macOSUpdateIsDeferred)",
-                 "the update is deferred; the result has the last day of the deferral"},
-    ActionAnswer{"applyLater(softwareUpdateUnreachable)",
-                 "Apple's software update service can't be reached, or mdmclient fails"},
-    ActionAnswer{"applyLater(inSufficientArguments)", "the version is missing"},
+    DocumentedResult{"applyLater(macOSUpdateIsDeferred)",
+                     "the update is deferred; the result has the last day of the deferral"},
+    DocumentedResult{"applyLater(softwareUpdateUnreachable)",
+                     "Apple's software update service can't be reached, or mdmclient fails"},
+    DocumentedResult{"applyLater(inSufficientArguments)", "the version is missing"},
 };
 constexpr std::array kInstallMacOSUpdatesArguments{
     ActionArgument{"macOS version", ArgumentKind::macOSVersion, "of the update, for the log only",
@@ -88,50 +92,54 @@ constexpr std::array kInstallMacOSUpdatesArguments{
                    "before a retry",
                    "macOS Sonoma 14.5-23F79"},
 };
-constexpr std::array kInstallMacOSUpdatesAnswers{
-    ActionAnswer{"success", "the update is installed; the Mac restarts"},
-    ActionAnswer{"applyLater(credentialsNotEntered)",
-                 "the agent's service has no user name or password, or didn't answer within 10 "
-                 "seconds a key (Apple silicon only)"},
-    ActionAnswer{"applyLater(unableToGetAgentServiceConnection)",
-                 "the agent's service can't be reached (Apple silicon only)"},
-    ActionAnswer{"applyLater(softwareUpdateUnreachable)", "softwareupdate reports a network error"},
-    ActionAnswer{"applyLater(inSufficientDiskSpaceForSoftwareUpdate)",
-                 "softwareupdate reports too little free space"},
-    ActionAnswer{"applyLater(macOSSoftwareUpdateDownloadFailed)", "the download failed"},
-    ActionAnswer{"failure(macOSSoftwareUpdateInstallationFailed)", "the installation failed"},
-    ActionAnswer{"applyLater(inSufficientArguments)", "there are fewer than two arguments"},
+constexpr std::array kInstallMacOSUpdatesResults{
+    DocumentedResult{"success", "the update is installed; the Mac restarts"},
+    DocumentedResult{"applyLater(credentialsNotEntered)",
+                     "the agent's service has no user name or password, or didn't answer within 10 "
+                     "seconds a key (Apple silicon only)"},
+    DocumentedResult{"applyLater(unableToGetAgentServiceConnection)",
+                     "the agent's service can't be reached (Apple silicon only)"},
+    DocumentedResult{"applyLater(softwareUpdateUnreachable)",
+                     "softwareupdate reports a network error"},
+    DocumentedResult{"applyLater(inSufficientDiskSpaceForSoftwareUpdate)",
+                     "softwareupdate reports too little free space"},
+    DocumentedResult{"applyLater(macOSSoftwareUpdateDownloadFailed)", "the download failed"},
+    DocumentedResult{"failure(macOSSoftwareUpdateInstallationFailed)", "the installation failed"},
+    DocumentedResult{"applyLater(inSufficientArguments)", "there are fewer than two arguments"},
 };
 constexpr std::array kApplicationRunningArguments{
     ActionArgument{"bundle identifier", ArgumentKind::bundleIdentifier,
                    "of an application that the patch affects", "com.apple.Safari"},
 };
-constexpr std::array kApplicationRunningAnswers{
-    ActionAnswer{"success",
-                 "none of the applications is running, or they have been closed without asking, as "
-                 "the agent's settings say"},
-    ActionAnswer{"success(gotUserAcknowledgementForPatchingRunningApplications)",
-                 "the user agreed or didn't answer the last prompt, and the applications have been "
-                 "closed; the result has their names"},
-    ActionAnswer{"applyLater(appIsRunning)",
-                 "an application is running, and the user may not be asked (again today) or didn't "
-                 "agree"},
-    ActionAnswer{"applyLater(inSufficientArguments)", "there is no bundle identifier"},
+constexpr std::array kApplicationRunningResults{
+    DocumentedResult{
+        "success",
+        "none of the applications is running, or they have been closed without asking, as "
+        "the agent's settings say"},
+    DocumentedResult{
+        "success(gotUserAcknowledgementForPatchingRunningApplications)",
+        "the user agreed or didn't answer the last prompt, and the applications have been "
+        "closed; the result has their names"},
+    DocumentedResult{
+        "applyLater(appIsRunning)",
+        "an application is running, and the user may not be asked (again today) or didn't "
+        "agree"},
+    DocumentedResult{"applyLater(inSufficientArguments)", "there is no bundle identifier"},
 };
-constexpr std::array kApplicationRunningNotifierAnswers{
-    ActionAnswer{"success", "always"},
+constexpr std::array kApplicationRunningNotifierResults{
+    DocumentedResult{"success", "always"},
 };
 constexpr std::array kInstallAssistantArguments{
     ActionArgument{"application path", ArgumentKind::applicationPath,
                    "of the InstallAssistant application, absolute",
                    "/Applications/Install macOS Sonoma.app"},
 };
-constexpr std::array kInstallAssistantAnswers{
-    ActionAnswer{"success", "startosinstall has prepared the upgrade; the Mac restarts"},
-    kInstallMacOSUpdatesAnswers[1],
-    kInstallMacOSUpdatesAnswers[2],
-    ActionAnswer{"failure(macOSSoftwareUpdateInstallationFailed)", "startosinstall failed"},
-    ActionAnswer{"applyLater(inSufficientArguments)", "the path is missing"},
+constexpr std::array kInstallAssistantResults{
+    DocumentedResult{"success", "startosinstall has prepared the upgrade; the Mac restarts"},
+    kInstallMacOSUpdatesResults[1],
+    kInstallMacOSUpdatesResults[2],
+    DocumentedResult{"failure(macOSSoftwareUpdateInstallationFailed)", "startosinstall failed"},
+    DocumentedResult{"applyLater(inSufficientArguments)", "the path is missing"},
 };
 
 /// In the enumeration's order.
@@ -140,42 +148,42 @@ constexpr std::array kKnownActions{
         .action = KnownAction::siliconBatteryPercentageCheck,
         .summary = "Checks the battery level of a Mac with Apple silicon.",
         .arguments = kMinimumBatteryArguments,
-        .answers = kSiliconBatteryAnswers,
+        .results = kSiliconBatteryResults,
         .run = hasMinimumBatteryForSiliconMachine,
     },
     KnownActionRow{
         .action = KnownAction::intelBatteryPercentageCheck,
         .summary = "Checks the battery level of a Mac with an Intel processor.",
         .arguments = kMinimumBatteryArguments,
-        .answers = kIntelBatteryAnswers,
+        .results = kIntelBatteryResults,
         .run = hasMinimumBatteryForIntelMachine,
     },
     KnownActionRow{
         .action = KnownAction::userLoggedInCheck,
         .summary = "Checks that a user is logged in at the console.",
         .arguments = {},
-        .answers = kUserLoggedInAnswers,
+        .results = kUserLoggedInResults,
         .run = isUserLoggedIn,
     },
     KnownActionRow{
         .action = KnownAction::multipleUserLoggedInCheck,
         .summary = "Checks that exactly one user is logged on.",
         .arguments = {},
-        .answers = kMultipleUserLoggedInAnswers,
+        .results = kMultipleUserLoggedInResults,
         .run = isMultipleUsersLoggedIn,
     },
     KnownActionRow{
         .action = KnownAction::minimumDiskSpaceCheck,
         .summary = "Checks the free space of the startup volume.",
         .arguments = kMinimumDiskSpaceArguments,
-        .answers = kMinimumDiskSpaceAnswers,
+        .results = kMinimumDiskSpaceResults,
         .run = hasMinimumDiskSpace,
     },
     KnownActionRow{
         .action = KnownAction::macOSDeferCheck,
         .summary = "Checks that MDM does not defer the macOS update.",
         .arguments = kMacOSDeferArguments,
-        .answers = kMacOSDeferAnswers,
+        .results = kMacOSDeferResults,
         .run = isMacOSUpdateDeferred,
     },
     KnownActionRow{
@@ -183,7 +191,7 @@ constexpr std::array kKnownActions{
         .summary = "Downloads and installs a macOS update with softwareupdate; retries once.",
         .arguments = kInstallMacOSUpdatesArguments,
         .restarts = true,
-        .answers = kInstallMacOSUpdatesAnswers,
+        .results = kInstallMacOSUpdatesResults,
         .run = installmacOSUpdates,
     },
     KnownActionRow{
@@ -192,7 +200,7 @@ constexpr std::array kKnownActions{
                    "them, with or without asking the user, as the agent's settings say.",
         .arguments = kApplicationRunningArguments,
         .lastRepeats = true,
-        .answers = kApplicationRunningAnswers,
+        .results = kApplicationRunningResults,
         .run = applicationRunningCheck,
     },
     KnownActionRow{
@@ -200,7 +208,7 @@ constexpr std::array kKnownActions{
         .summary = "Does nothing.",
         .arguments = {},
         .doesNothing = true,
-        .answers = kApplicationRunningNotifierAnswers,
+        .results = kApplicationRunningNotifierResults,
         .run = applicationRunningNotifier,
     },
     KnownActionRow{
@@ -209,7 +217,7 @@ constexpr std::array kKnownActions{
             "Upgrades macOS with the startosinstall tool of an InstallAssistant application.",
         .arguments = kInstallAssistantArguments,
         .restarts = true,
-        .answers = kInstallAssistantAnswers,
+        .results = kInstallAssistantResults,
         .run = installMacOSUpdatesUsingInstallAssistant,
     },
 };
@@ -221,7 +229,7 @@ static_assert(std::ranges::all_of(kKnownActions, [](const KnownActionRow& row) {
 }));
 // Every row has what help and reference show.
 static_assert(std::ranges::none_of(kKnownActions, [](const KnownActionRow& row) {
-  return row.code.empty() || row.summary.empty() || row.answers.empty();
+  return row.code.empty() || row.summary.empty() || row.results.empty();
 }));
 // The actions run in the order of their codes, which have the same length.
 static_assert(std::ranges::is_sorted(kKnownActions, {}, &KnownActionRow::code));

@@ -35,7 +35,7 @@ struct ActionArgument {
   std::string_view ifNegative = {};  ///< The warning about negative ones; empty if there is none.
 };
 
-struct ActionAnswer {
+struct DocumentedResult {
   std::string_view result;  ///< "applyLater(inSufficientBattery)"
   std::string_view when;    ///< Lower case, without a full stop.
 };
@@ -51,7 +51,7 @@ struct KnownActionRow {
   bool lastRepeats = false;
   bool restarts = false;     ///< The Mac restarts after success.
   bool doesNothing = false;  ///< Listed only for its code.
-  std::span<const ActionAnswer> answers;
+  std::span<const DocumentedResult> results;
   PatchActionResult (&run)(const ActionRun& run);  ///< A reference, so that no row can lack it.
 
   /// The number of arguments that may not be left out.
