@@ -119,6 +119,55 @@ std::string schemaOfAction(const KnownActionRow& action) {
   return schema.done();
 }
 
+// The JSON Schema of the action file, around what the table of actions adds.
+
+constexpr std::string_view kSchemaUpToActions = R"({
+  "$schema": "https://json-schema.org/draft/2020-12/schema",
+  "title": "Patch action file",
+  "description": "The actions that the agent runs for each patch (mac-patch-actions.json).",
+  "type": "object",
+  "properties": {
+    "ProductServicePackActions": {
+      "title": "Actions of products",
+      "description": "Product IDs, each with service pack IDs, each with the actions that apply to all its patches.",
+      "type": ["object", "null"],
+      "properties": {
+        "ExclusionPatchIDs": {
+          "title": "Exempt patches",
+          "description": "IDs of the patches to which only their own actions apply.",
+          "type": "array",
+          "items": {"type": "string"},
+          "uniqueItems": true
+        }
+      },
+      "additionalProperties": {
+        "title": "Product",
+        "description": "Service pack IDs with their actions.",
+        "type": "object",
+        "additionalProperties": {"$ref": "#/$defs/actions"}
+      }
+    },
+    "PatchActions": {
+      "title": "Actions of patches",
+      "description": "Patch IDs, each with its own actions. They are added to the actions of the patch's product and service pack; for an action in both, the arguments given here apply.",
+      "type": ["object", "null"],
+      "additionalProperties": {"$ref": "#/$defs/actions"}
+    }
+  },
+  "$defs": {
+    "actions": {
+      "title": "Actions",
+      "description": "Action codes with their arguments. Actions run in the order of their codes; an unknown code is skipped and counts as passed. Names can't be used in the place of codes.",
+      "type": "object",
+      "properties": )";
+constexpr std::string_view kSchemaUpToNames = R"(,
+      "propertyNames": {"not": {"enum": )";
+constexpr std::string_view kSchemaAfterNames = R"(}},
+      "additionalProperties": {"type": "array", "items": {"type": "string"}}
+    }
+  }
+})";
+
 }  // namespace
 
 std::string listOfActions() {
@@ -161,78 +210,14 @@ std::string actionsAsMarkdown() {
 }
 
 std::string actionFileSchema() {
-  const std::string anyArguments = R"({"type":"array","items":{"type":"string"}})";
   JSONObject known;
   std::vector<std::string_view> names;
   for (const KnownActionRow& action : vexlo::knownActions()) {
     known.addJSON(action.code, schemaOfAction(action));
     names.push_back(action.name);
   }
-  const std::string noName = JSONObject().addJSON("enum", jsonList(names)).done();
-  const std::string actions =
-      JSONObject()
-          .addString("title", "Actions")
-          .addString("description",
-                     "Action codes with their arguments. Actions run in the order of their codes; "
-                     "an unknown code is skipped and counts as passed. Names can't be used in the "
-                     "place of codes.")
-          .addString("type", "object")
-          .addJSON("properties", known.done())
-          .addJSON("propertyNames", JSONObject().addJSON("not", noName).done())
-          .addJSON("additionalProperties", anyArguments)
-          .done();
-  const auto mapOf = [](std::string_view title, std::string_view description,
-                        std::string_view schema) {
-    return JSONObject()
-        .addString("title", title)
-        .addString("description", description)
-        .addString("type", "object")
-        .addJSON("additionalProperties", schema)
-        .done();
-  };
-  const std::string actionsReference = R"({"$ref":"#/$defs/actions"})";
-  const std::string exempt =
-      JSONObject()
-          .addString("title", "Exempt patches")
-          .addString("description", "IDs of the patches to which only their own actions apply.")
-          .addString("type", "array")
-          .addJSON("items", R"({"type":"string"})")
-          .addJSON("uniqueItems", "true")
-          .done();
-  const std::string products =
-      JSONObject()
-          .addString("title", "Actions of products")
-          .addString("description",
-                     "Product IDs, each with service pack IDs, each with the actions that apply to "
-                     "all its patches.")
-          .addJSON("type", R"(["object","null"])")
-          .addJSON("properties", JSONObject().addJSON("ExclusionPatchIDs", exempt).done())
-          .addJSON("additionalProperties",
-                   mapOf("Product", "Service pack IDs with their actions.", actionsReference))
-          .done();
-  const std::string patches =
-      JSONObject()
-          .addString("title", "Actions of patches")
-          .addString("description",
-                     "Patch IDs, each with its own actions. They are added to the actions of the "
-                     "patch's product and service pack; for an action in both, the arguments given "
-                     "here apply.")
-          .addJSON("type", R"(["object","null"])")
-          .addJSON("additionalProperties", actionsReference)
-          .done();
-  return indented(JSONObject()
-                      .addString("$schema", "https://json-schema.org/draft/2020-12/schema")
-                      .addString("title", "Patch action file")
-                      .addString("description",
-                                 "The actions that the agent runs for each patch "
-                                 "(mac-patch-actions.json).")
-                      .addString("type", "object")
-                      .addJSON("properties", JSONObject()
-                                                 .addJSON("ProductServicePackActions", products)
-                                                 .addJSON("PatchActions", patches)
-                                                 .done())
-                      .addJSON("$defs", JSONObject().addJSON("actions", actions).done())
-                      .done());
+  return indented(
+      text(kSchemaUpToActions, known.done(), kSchemaUpToNames, jsonList(names), kSchemaAfterNames));
 }
 
 }  // namespace agent_tool

@@ -226,6 +226,9 @@ std::string indented(std::string_view json) {
   for (std::size_t at = 0, length = 0; at < json.size(); at += length) {
     length = tokenLength(json, at);
     const char first = json[at];
+    if (first == ' ' || first == '\n') {
+      continue;
+    }
     if (closes(first) && !std::exchange(inOneLine, false)) {
       --depth;
       breakLine();

@@ -111,7 +111,7 @@ class JSONDocument {
 /// The length of the token at `offset` of a JSON text: a string, a word, or one other character.
 [[nodiscard]] std::size_t tokenLength(std::string_view text, std::size_t offset);
 
-/// Indents a compact JSON text. Containers without nested ones stay on one line.
+/// Indents a JSON text. Containers without nested ones stay on one line.
 [[nodiscard]] std::string indented(std::string_view json);
 
 }  // namespace agent_tool
