@@ -162,7 +162,7 @@ BENCHMARK(planFromLargeFile);
 
 int main(int argc, char** argv) {
   if (FreshProcess::isOne(argc, argv)) {
-    return FreshProcess::serve(argc, argv, {&kDecode, &kStraightforward});
+    return FreshProcess::serve(argv, {&kDecode, &kStraightforward});
   }
   benchmark::Initialize(&argc, argv);
   benchmark::RunSpecifiedBenchmarks();

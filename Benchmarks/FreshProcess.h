@@ -62,7 +62,7 @@ class FreshProcess {
   static bool isOne(int argc, char** argv) { return argc == 4 && argv[1] == kOption; }
 
   /// The main function of the new process.
-  static int serve(int /*argc*/, char** argv, std::initializer_list<const Job*> jobs) {
+  static int serve(char** argv, std::initializer_list<const Job*> jobs) {
     for (const Job* job : jobs) {
       if (job->name == argv[2]) {
         const double before = peakBytes();
@@ -76,10 +76,7 @@ class FreshProcess {
     return EXIT_FAILURE;
   }
 
- private:
-  static constexpr std::string_view kOption = "--fresh-process";
-
-  /// The highest resident size so far.
+  /// The highest resident size of this process so far.
   static double peakBytes() {
     std::ifstream status("/proc/self/status");
     for (std::string line; std::getline(status, line);) {
@@ -90,4 +87,7 @@ class FreshProcess {
     }
     throw std::runtime_error("/proc/self/status names no VmHWM");
   }
+
+ private:
+  static constexpr std::string_view kOption = "--fresh-process";
 };

@@ -18,6 +18,7 @@
 #include <string_view>
 #include <vector>
 
+#include "Benchmarks/FreshProcess.h"
 #include "Platform/Process.h"
 
 namespace {
@@ -131,19 +132,7 @@ void bareReadLoop(benchmark::State& state) {
   state.SetBytesProcessed(static_cast<std::int64_t>(kGigabyte) * state.iterations());
 }
 
-/// The highest resident size of the process since `forgetPeak()`, in bytes.
-double peakBytes() {
-  double kilobytes = 0;
-  const std::unique_ptr<FILE, int (*)(FILE*)> status(std::fopen("/proc/self/status", "re"),
-                                                     std::fclose);
-  std::array<char, 256> line{};
-  while (status && std::fgets(line.data(), line.size(), status.get()) != nullptr) {
-    if (std::sscanf(line.data(), "VmHWM: %lf kB", &kilobytes) == 1) {
-      break;
-    }
-  }
-  return kilobytes * 1024;
-}
+/// From now on `FreshProcess::peakBytes()` starts again.
 void forgetPeak() {
   const std::unique_ptr<FILE, int (*)(FILE*)> references(std::fopen("/proc/self/clear_refs", "we"),
                                                          std::fclose);
@@ -163,7 +152,7 @@ void readLineByLine(benchmark::State& state) {
     ++lines;
   };
   forgetPeak();
-  const double before = peakBytes();
+  const double before = FreshProcess::peakBytes();
   for (auto _ : state) {
     lines = 0;
     benchmark::DoNotOptimize(platform::runProcess(request));
@@ -172,7 +161,7 @@ void readLineByLine(benchmark::State& state) {
     }
   }
   state.SetBytesProcessed(static_cast<std::int64_t>(kGigabyte) * state.iterations());
-  state.counters["peakMB"] = (peakBytes() - before) / 1e6;
+  state.counters["peakMB"] = (FreshProcess::peakBytes() - before) / 1e6;
 }
 
 BENCHMARK(bareSpawn)->UseRealTime();
