@@ -14,6 +14,7 @@
 #include <atomic>
 #include <cerrno>
 #include <climits>
+#include <expected>
 #include <filesystem>
 #include <mutex>
 #include <thread>
@@ -465,6 +466,49 @@ bool canBePassed(const ProcessRequest& request) {
          (!request.directory || whole(*request.directory));
 }
 
+/// What connects this process to a child.
+struct Connections {
+  Pipe output;
+  std::optional<Pipe> input;
+  Descriptor noInput;  // in the place of `input`
+  std::optional<Pipe> status;
+};
+
+/// With this process's ends non-blocking; the child's ends are separate open files.
+std::expected<Connections, ProcessResult> makeConnections(const ProcessRequest& request,
+                                                          bool throughShell) {
+  auto output = makePipe();
+  if (!output) {
+    return std::unexpected(notStarted(output.error().value(), request));
+  }
+  Connections made{.output = *std::move(output), .input = {}, .noInput = {}, .status = {}};
+  if (!request.input) {
+    made.noInput = aboveStandard(::open(kNoInput, O_RDONLY | O_CLOEXEC));
+    if (!made.noInput) {
+      return std::unexpected(
+          ProcessResult{.exitCode = kCouldNotStart,
+                        .startError = std::error_code(errno, std::generic_category()),
+                        .unusablePath = kNoInput});
+    }
+  }
+  for (auto& [pipe, wanted] :
+       {std::pair(&made.input, request.input.has_value()), {&made.status, throughShell}}) {
+    if (wanted) {
+      auto opened = makePipe();
+      if (!opened) {
+        return std::unexpected(notStarted(opened.error().value(), request));
+      }
+      *pipe = *std::move(opened);
+    }
+  }
+  if (!makeNonBlocking(made.output.readEnd) ||
+      (made.input && !makeNonBlocking(made.input->writeEnd)) ||
+      (made.status && !makeNonBlocking(made.status->readEnd))) {
+    return std::unexpected(notStarted(errno, request));
+  }
+  return made;
+}
+
 }  // namespace
 
 ProcessResult runProcess(const ProcessRequest& request) {
@@ -476,41 +520,16 @@ ProcessResult runProcess(const ProcessRequest& request) {
   if (const int reason = throughShell ? reasonNotToStart(request) : 0; reason != 0) {
     return notStarted(reason, request);
   }
-  auto output = makePipe();
-  if (!output) {
-    return notStarted(output.error().value(), request);
+  auto connections = makeConnections(request, throughShell);
+  if (!connections) {
+    return std::move(connections).error();
   }
-  Descriptor noInput;
-  if (!request.input) {
-    noInput = aboveStandard(::open(kNoInput, O_RDONLY | O_CLOEXEC));
-    if (!noInput) {
-      return {.exitCode = kCouldNotStart,
-              .startError = std::error_code(errno, std::generic_category()),
-              .unusablePath = kNoInput};
-    }
-  }
-  std::optional<Pipe> input;
-  std::optional<Pipe> status;
-  for (auto& [pipe, wanted] :
-       {std::pair(&input, request.input.has_value()), {&status, throughShell}}) {
-    if (wanted) {
-      auto made = makePipe();
-      if (!made) {
-        return notStarted(made.error().value(), request);
-      }
-      *pipe = *std::move(made);
-    }
-  }
-  // This process's ends only; the child's ends are separate open files.
-  if (!makeNonBlocking(output->readEnd) || (input && !makeNonBlocking(input->writeEnd)) ||
-      (status && !makeNonBlocking(status->readEnd))) {
-    return notStarted(errno, request);
-  }
+  auto& [output, input, noInput, status] = *connections;
   SpawnSettings settings;
   if (request.directory) {
     settings.startIn(*request.directory);
   }
-  settings.connect(input ? input->readEnd : noInput, *output, status);
+  settings.connect(input ? input->readEnd : noInput, output, status);
   std::optional<Supervision> supervision;
   {
     const SignalsHeld
@@ -519,9 +538,9 @@ ProcessResult runProcess(const ProcessRequest& request) {
     if (const int error = settings.spawn(request, throughShell, pid); error != 0) {
       return notStarted(error, request);
     }
-    output->writeEnd.reset();
+    output.writeEnd.reset();
     supervision.emplace(request, pid, input ? std::move(input->writeEnd) : Descriptor(),
-                        std::move(output->readEnd),
+                        std::move(output.readEnd),
                         status ? std::move(status->readEnd) : Descriptor());
   }
   input.reset();  // the child's ends
