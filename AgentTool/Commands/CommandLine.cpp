@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <filesystem>
 #include <iterator>
-#include <memory>
 #include <span>
 #include <string>
 #include <string_view>
@@ -14,12 +13,12 @@
 
 #include "AgentTool/ActionFiles/ActionReference.h"
 #include "AgentTool/Commands/BuildVersion.h"
+#include "AgentTool/Commands/HelpText.h"
 #include "AgentTool/Console/PrintableText.h"
 
 namespace agent_tool {
 namespace {
 
-constexpr const char* kProgram = "vexlo-patch";
 constexpr const char* kAgentRootVariable = "VEXLO_AGENT_ROOT";
 
 std::string versionText() {
@@ -53,7 +52,10 @@ struct Options {
 
 void addPatch(CLI::App& command, Options& options, bool isRequired = true) {
   const auto add = [&](const char* name, std::string& value, const char* what) {
-    command.add_option(name, value, what)->required(isRequired)->type_name("ID")->group("Patch");
+    command.add_option(name, value, what)
+        ->required(isRequired)
+        ->type_name("ID")
+        ->group(kPatchGroup);
   };
   add("--patch", options.patchID, "the patch");
   add("--product", options.productID, "its product");
@@ -64,7 +66,7 @@ void addPatch(CLI::App& command, Options& options, bool isRequired = true) {
 template <typename Value>
 CLI::Option* addSetting(CLI::App& command, const char* name, Value& value, const char* type,
                         const char* what) {
-  return command.add_option(name, value, what)->type_name(type)->group("Agent");
+  return command.add_option(name, value, what)->type_name(type)->group(kAgentGroup);
 }
 
 void addBase(CLI::App& command, Options& options, const char* whatRootIs) {
@@ -251,14 +253,6 @@ void addHelp(CLI::App& app, Options& options) {
       ->check(CLI::IsMember({"text", "markdown", "schema"}).description(""));
 }
 
-/// Encloses the options that exclude another one in parentheses.
-class HelpFormatter final : public CLI::Formatter {
- public:
-  std::string make_option_opts(const CLI::Option* option) const override {
-    return Formatter::make_option_opts(option) + (option->get_excludes().empty() ? "" : ")");
-  }
-};
-
 constexpr const char* kDescription =
     "Plans, runs and checks the actions of a patch, as the agent would.";
 
@@ -266,30 +260,12 @@ void define(CLI::App& app, Options& options) {
   app.set_help_flag("-h,--help", "show this help");
   app.set_version_flag("--version", versionText(), "show the library's version and commit");
   app.require_subcommand(1);
-  app.formatter(std::make_shared<HelpFormatter>());
-  app.get_formatter()->label("SUBCOMMAND", "COMMAND");
-  app.get_formatter()->label("REQUIRED", "(required)");
-  app.get_formatter()->label("Excludes", "(not with");
   for (const auto add : {addPlan, addEvaluate, addRun, addCheck, addFacts, addWhatIf, addHelp}) {
     add(app, options);
   }
-  for (CLI::App* const command : app.get_subcommands({})) {
-    command->group("Commands");  // the heading in the help
-  }
 }
 
-/// The help for the program or one command, without the formatter's double blank lines.
-NoRequest helpOn(const CLI::App& app) {
-  const std::string name =
-      app.get_parent() == nullptr ? kProgram : std::string(kProgram) + " " + app.get_name();
-  std::string help = app.get_formatter()->make_help(&app, name, CLI::AppFormatMode::Normal);
-  for (std::size_t at = 0; (at = help.find("\n\n\n", at)) != std::string::npos;) {
-    help.erase(at, 1);
-  }
-  help.resize(help.find_last_not_of('\n') + 1);
-  help += '\n';
-  return {ExitStatus::success, std::move(help)};
-}
+NoRequest helpOn(const CLI::App& app) { return {ExitStatus::success, helpText(app)}; }
 
 NoRequest badUsage(std::string_view text, const CLI::App& command) {
   const bool isWhole = command.get_parent() == nullptr;
@@ -324,6 +300,33 @@ NoRequest helpOnActions(const Options& options) {
 const CLI::App& chosenCommand(const CLI::App& app) {
   const auto chosen = app.get_subcommands();
   return chosen.empty() ? app : *chosen.front();
+}
+
+/// Arguments that nothing takes.
+std::string unexpected(const std::vector<std::string>& arguments) {
+  std::string text = arguments.size() == 1 ? "unexpected argument:" : "unexpected arguments:";
+  for (const std::string& argument : arguments) {
+    text += ' ' + argument;
+  }
+  return text;
+}
+
+/// The name of the option that is given too often; empty if none is.
+std::string repeatedOption(const CLI::App& command) {
+  const auto repeated = command.get_options([](const CLI::Option* option) {
+    return option->get_multi_option_policy() == CLI::MultiOptionPolicy::Throw &&
+           option->get_items_expected_max() == 1 && option->count() > 1;
+  });
+  return repeated.empty() ? "" : repeated.front()->get_name();
+}
+
+/// Why the arguments can't be used, in words that don't depend on the parser's version.
+std::string complaint(const CLI::ParseError& error, const CLI::App& app) {
+  if (dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr) {
+    return unexpected(app.remaining(/*recurse=*/true));
+  }
+  const std::string repeated = repeatedOption(chosenCommand(app));
+  return repeated.empty() ? error.what() : repeated + " may be given only once";
 }
 
 /// The arguments, with `--option=` split into the option and an empty value. Otherwise the parser
@@ -539,7 +542,7 @@ std::expected<Request, NoRequest> readCommandLine(int argc, const char* const* a
                                ? noSuchCommand(app.remaining(), app)
                                : badUsage(error.what(), chosenCommand(app)));
   } catch (const CLI::ParseError& error) {
-    return std::unexpected(badUsage(error.what(), chosenCommand(app)));
+    return std::unexpected(badUsage(complaint(error, app), chosenCommand(app)));
   }
 }
 

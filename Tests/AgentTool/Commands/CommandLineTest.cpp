@@ -23,7 +23,9 @@ TEST_F(CommandLineTest, BadUsageExitsWith64AndPointsToHelp) {
            {"vexlo-patch plan --product 2 --service-pack 3", "--patch"},
            {"vexlo-patch run $patch --machine ppc", "--machine"},
            {"vexlo-patch plan $patch --machine intel", "--machine"},
-           {"vexlo-patch plan $patch --data-dir .", "--data-dir"},
+           {"vexlo-patch plan $patch --data-dir .", "unexpected arguments: --data-dir .\n"},
+           {"vexlo-patch plan $patch one", "unexpected argument: one\n"},
+           {"vexlo-patch plan $patch --patch 2", "--patch may be given only once"},
            {"vexlo-patch plan $patch --log-dir .", "--log-dir"},
            {"vexlo-patch run $patch --action= --action=2005", "--action: a code or name is needed"},
            {"vexlo-patch check file --machine intel", "--machine"},
@@ -52,6 +54,25 @@ TEST_F(CommandLineTest, VersionAndHelpGoToStandardOutput) {
   EXPECT_EQ(help.status, 0);
   EXPECT_EQ(shell("vexlo-patch run --help").output, help.output);
   EXPECT_THAT(shell("vexlo-patch help").output, HasSubstr("\nCommands:\n  plan "));
+  EXPECT_EQ(shell("vexlo-patch help check").output,
+            R"(Finds errors in action files, gives warnings, and shows where they are.
+Usage: vexlo-patch check [OPTIONS] FILE...
+
+Positionals:
+  FILE ... (required)         the action files (- for standard input)
+
+Options:
+  -h,--help                   show this help
+  --strict                    exit with 1 if there is a warning
+  --json                      print one JSON object per file, each on one line, instead of text
+
+Exit status:
+  0   the files can be used
+  1   with --strict: there is a warning
+  64  bad usage
+  65  a file can't be used
+  71  not enough memory
+)");
 }
 
 }  // namespace
