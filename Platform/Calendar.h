@@ -38,7 +38,8 @@ using Clock = std::function<Moment()>;
 
 /// "yyyy-MMM-dd", with the month's abbreviation in the user's locale: «2024-Jun-15». On Linux the
 /// locale comes from the environment (LC_ALL, LC_TIME, LANG), whether or not the program has called
-/// `setlocale`; English is used if that locale is not installed or not UTF-8.
+/// `setlocale`; English is used if that locale is not installed or not UTF-8. On macOS, days before
+/// 15 October 1582 are in the Julian calendar.
 [[nodiscard]] std::string yearMonthNameDay(std::chrono::year_month_day day);
 /// "dd-MM-yyyy": «16-11-2026»; on macOS with the user's calendar and digits.
 [[nodiscard]] std::string dayMonthYear(std::chrono::year_month_day day);

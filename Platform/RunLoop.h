@@ -14,14 +14,14 @@ namespace platform {
 ///
 /// The library waits for the prompt about running applications in the run loop of the thread that
 /// calls `ProcessPatchActions::execute`, and a loop without an input source does not wait. On macOS
-/// the main thread's loop always has one (the main dispatch queue). Another thread without one must
-/// add one while it runs actions:
+/// the main dispatch queue is a source of the main thread's loop, except in the blocks that it
+/// runs. A thread without a source must add one while it runs actions:
 ///
 ///     const auto source = platform::RunLoop::current().addSource([] {});
 ///
 /// Let such a source stay idle. The wait is counted in runs of at most a second, and a run ends
-/// when a source fires, so one that fires often ends the wait early, and the prompt counts as
-/// unanswered.
+/// when a source fires (or the main dispatch queue has run a block), so one that fires often ends
+/// the wait early, and the prompt counts as unanswered.
 class VEXLO_EXPORT RunLoop {
  public:
   /// An input source. `signal()` may be called on any thread; the loop then calls `perform` on its
@@ -40,7 +40,7 @@ class VEXLO_EXPORT RunLoop {
   /// in between.
   [[nodiscard]] virtual std::shared_ptr<Source> addSource(std::function<void()> perform) = 0;
   /// Runs until `duration` has passed or a source has fired. Returns false immediately if there is
-  /// no source; macOS's main thread, whose loop is never empty, always waits.
+  /// no source.
   virtual bool runDefaultMode(std::chrono::milliseconds duration) = 0;
 };
 

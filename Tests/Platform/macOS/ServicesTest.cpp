@@ -128,8 +128,12 @@ TEST_F(MacOSTest, CapacityIsANumberAbsentOrTheSystemsError) {
   machine.capacity = keep(stand_in::integer(20'000'000'000));
   EXPECT_EQ(availableCapacity("/x").value(), 20'000'000'000);
   EXPECT_FALSE(machine.volumeIsDirectory);
-  machine.capacity = keep(stand_in::text(u"20"));
-  EXPECT_EQ(availableCapacity("/").value(), std::nullopt);
+  machine.capacity = keep(stand_in::real(20.0));
+  EXPECT_EQ(availableCapacity("/").value(), 20);
+  for (const CFTypeRef odd : {stand_in::text(u"20"), stand_in::real(0.5), stand_in::real(0x1p63)}) {
+    machine.capacity = keep(odd);
+    EXPECT_EQ(availableCapacity("/").value(), std::nullopt);
+  }
   EXPECT_EQ(availableCapacity("").error(), "there is no volume at this path");
   machine.capacityError = u"It isn\u2019t there.";
   EXPECT_EQ(availableCapacity("/").error(), "It isn\u2019t there.");
@@ -166,9 +170,10 @@ TEST_F(MacOSTest, ReadsProcessorVersionAndLanguages) {
 
 TEST_F(MacOSTest, FormatsDatesInTheUsersLanguageAndCalendar) {
   machine.yearsAhead = 543;
+  machine.hoursAhead = 14;
   EXPECT_EQ(yearMonthNameDay(2024y / 6 / 15), "2024-M6-15");
   EXPECT_EQ(dayMonthYear(2026y / 11 / 16), "16-11-2569");
-  EXPECT_EQ(yearMonthNameDay(1y / 1 / 1), "0001-M1-01");
+  EXPECT_EQ(yearMonthNameDay(1600y / 2 / 29), "1600-M2-29");
   machine.formats = false;
   EXPECT_EQ(yearMonthNameDay(2024y / 6 / 15), "");
 }

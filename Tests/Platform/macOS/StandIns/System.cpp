@@ -96,6 +96,13 @@ Reference referenceTo(CFTypeRef object) {
 }
 CFTypeRef made(Object* object) { return object; }
 
+constexpr double kTwoTo63 = 0x1p63;
+std::int64_t nearestInteger(double real) {
+  return real >= kTwoTo63   ? std::numeric_limits<std::int64_t>::max()
+         : real < -kTwoTo63 ? std::numeric_limits<std::int64_t>::min()
+                            : static_cast<std::int64_t>(real);
+}
+
 }  // namespace
 
 Machine machine;
@@ -165,6 +172,8 @@ CFTypeRef nameless() {
 
 using namespace stand_in;  // NOLINT(google-build-using-namespace): the definitions below are C's
 
+// Comments name the published source that a behaviour was read in: the file of Core Foundation and
+// the function, where it has another name. «Documentation» means that there is no such source.
 extern "C" {
 
 const CFAllocatorRef kCFAllocatorDefault = nullptr;
@@ -174,6 +183,7 @@ const CFStringRef kCFDateFormatterCalendar = reinterpret_cast<CFStringRef>(u"cal
 const CFStringRef kCFDateFormatterTimeZone = reinterpret_cast<CFStringRef>(u"zone");
 const CFStringRef kCFRunLoopDefaultMode = reinterpret_cast<CFStringRef>(u"default");
 
+// CFRuntime.c, _CFRelease: the last release destroys.
 CFTypeRef CFRetain(CFTypeRef object) {
   const auto other = others.find(object);
   ++(other == others.end() ? objectOf(object)->references : other->second.first);
@@ -211,6 +221,7 @@ CFTypeID CFGetTypeID(CFTypeRef object) {
          : as<Dictionary>(object) != nullptr ? kDictionary
                                              : kOther;
 }
+// CFRuntime.c: null for null; the header allows it for other objects, too.
 CFStringRef CFCopyDescription(CFTypeRef object) {
   const auto* const odd = object == nullptr ? nullptr : as<Other>(object);
   return object == nullptr || (odd != nullptr && !odd->hasDescription)
@@ -218,6 +229,7 @@ CFStringRef CFCopyDescription(CFTypeRef object) {
              : referenceTo<CFStringRef>(new Text(u"<described>"));
 }
 
+// CFString.c, __CFStringCreateImmutableFunnel3: null for bytes that the encoding doesn't have.
 CFStringRef CFStringCreateWithBytes(CFAllocatorRef /*allocator*/, const UInt8* bytes, CFIndex count,
                                     CFStringEncoding encoding, Boolean /*isExternal*/) {
   std::string_view rest(reinterpret_cast<const char*>(bytes), static_cast<std::size_t>(count));
@@ -228,22 +240,26 @@ CFStringRef CFStringCreateWithBytes(CFAllocatorRef /*allocator*/, const UInt8* b
   std::u16string units(rest.begin(), rest.end());  // tests give ASCII
   return referenceTo<CFStringRef>(new Text(units));
 }
+// CFString.c, __CFStrLength: in UTF-16 units.
 CFIndex CFStringGetLength(CFStringRef text) {
   return static_cast<CFIndex>(as<Text>(text)->units.size());
 }
-// CFString.c: the units as they are stored, unpaired surrogates included.
+// CFString.c, __CFStringGetCharactersGuts: the units as they are stored, unpaired surrogates
+// included.
 void CFStringGetCharacters(CFStringRef text, CFRange range, UniChar* buffer) {
   as<Text>(text)->units.copy(reinterpret_cast<char16_t*>(buffer),
                              static_cast<std::size_t>(range.length),
                              static_cast<std::size_t>(range.location));
 }
 
+// CFNumber.c.
 Boolean CFBooleanGetValue(CFBooleanRef flag) { return static_cast<Boolean>(as<Flag>(flag)->value); }
 Boolean CFNumberIsFloatType(CFNumberRef number) {
   return static_cast<Boolean>(as<Number>(number)->isReal);
 }
-// CFNumber.c, CVT128ToInt_COMPAT: of an integer beyond 64 bits the low half, and no loss reported.
-// CVT_COMPAT: of a real its whole part, and whether that is the same number.
+// CFNumber.c, __CFNumberGetValueCompat: of an integer beyond 64 bits the low half, and no loss
+// reported; of a real its whole part (arm64: the nearest that fits), and whether as a real that is
+// the same.
 Boolean CFNumberGetValue(CFNumberRef number, CFNumberType type, void* value) {
   const auto& object = *as<Number>(number);
   if (type == kCFNumberFloat64Type) {
@@ -251,38 +267,45 @@ Boolean CFNumberGetValue(CFNumberRef number, CFNumberType type, void* value) {
     return 1;
   }
   auto& integer = *static_cast<std::int64_t*>(value);
-  integer = object.isReal ? static_cast<std::int64_t>(object.broken)
-                          : static_cast<std::int64_t>(object.low);
+  integer = object.isReal ? nearestInteger(object.broken) : static_cast<std::int64_t>(object.low);
   return static_cast<Boolean>(!object.isReal || static_cast<double>(integer) == object.broken);
 }
+// CFNumber.c.
 CFNumberRef CFNumberCreate(CFAllocatorRef /*allocator*/, CFNumberType type, const void* value) {
   return type != kCFNumberSInt64Type
              ? nullptr
              : referenceTo<CFNumberRef>(integer(*static_cast<const std::int64_t*>(value)));
 }
-// CFNumber.c, CFNumberCompare: all 128 bits of integers; a real and an integer by value.
+// CFNumber.c, CFNumberCompare_new: all 128 bits of integers; a real and an integer without
+// rounding.
 CFComparisonResult CFNumberCompare(CFNumberRef number, CFNumberRef other, void* /*context*/) {
   const auto& one = *as<Number>(number);
   const auto& two = *as<Number>(other);
+  const auto integer = static_cast<std::int64_t>(two.low);
   const bool isEqual = one.isReal
-                           ? one.broken == static_cast<double>(static_cast<std::int64_t>(two.low))
+                           ? one.broken < kTwoTo63 && nearestInteger(one.broken) == integer &&
+                                 static_cast<double>(integer) == one.broken
                            : one.high == two.high && one.low == two.low;
   return isEqual ? kCFCompareEqualTo : kCFCompareEqualTo - 1;
 }
+// CFDate.c.
 CFAbsoluteTime CFDateGetAbsoluteTime(CFDateRef date) { return as<Date>(date)->seconds; }
 CFIndex CFDataGetLength(CFDataRef data) {
   return static_cast<CFIndex>(as<Data>(data)->bytes.size());
 }
+// CFData.c: for an NSData its `bytes`, which may be null if there are none.
 const UInt8* CFDataGetBytePtr(CFDataRef data) {
   const std::string& bytes = as<Data>(data)->bytes;
   return bytes.empty() ? nullptr : reinterpret_cast<const UInt8*>(bytes.data());
 }
+// CFArray.c: not retained; an index beyond the end ends the process.
 CFIndex CFArrayGetCount(CFArrayRef array) {
   return static_cast<CFIndex>(as<Array>(array)->elements.size());
 }
 const void* CFArrayGetValueAtIndex(CFArrayRef array, CFIndex index) {
   return as<Array>(array)->elements.at(static_cast<std::size_t>(index));
 }
+// CFDictionary.c: not retained, in no particular order.
 CFIndex CFDictionaryGetCount(CFDictionaryRef dictionary) {
   return static_cast<CFIndex>(as<Dictionary>(dictionary)->entries.size());
 }
@@ -294,6 +317,7 @@ void CFDictionaryGetKeysAndValues(CFDictionaryRef dictionary, const void** keys,
   }
 }
 
+// IOKit, System Configuration: documentation.
 CFTypeRef IOPSCopyPowerSourcesInfo() { return retainedIfAny(machine.powerInformation); }
 CFArrayRef IOPSCopyPowerSourcesList(CFTypeRef information) {
   return information != machine.powerInformation
@@ -307,16 +331,20 @@ CFStringRef SCDynamicStoreCopyConsoleUser(SCDynamicStoreRef /*store*/, uid_t* /*
                                           gid_t* /*gid*/) {
   return referenceTo<CFStringRef>(retainedIfAny(machine.consoleUser));
 }
+// CFLocale.c, _CFLocaleCopyPreferredLanguagesFromPrefs.
 CFArrayRef CFLocaleCopyPreferredLanguages() {
   return referenceTo<CFArrayRef>(retainedIfAny(machine.languages));
 }
 
+// CFURL.c, _CFURLCreateWithFileSystemRepresentation: null for an empty path; the file need not
+// exist.
 CFURLRef CFURLCreateFromFileSystemRepresentation(CFAllocatorRef /*allocator*/, const UInt8* path,
                                                  CFIndex length, Boolean isDirectory) {
   machine.volume.assign(reinterpret_cast<const char*>(path), static_cast<std::size_t>(length));
   machine.volumeIsDirectory = isDirectory != 0;
   return length == 0 ? nullptr : referenceTo<CFURLRef>(new Url);
 }
+// Documentation: true and null if the volume has no such property.
 Boolean CFURLCopyResourcePropertyForKey(CFURLRef /*url*/, CFStringRef key, void* value,
                                         CFErrorRef* error) {
   if (machine.capacityError || key != kCFURLVolumeAvailableCapacityKey) {
@@ -328,11 +356,13 @@ Boolean CFURLCopyResourcePropertyForKey(CFURLRef /*url*/, CFStringRef key, void*
   *static_cast<CFTypeRef*>(value) = retainedIfAny(machine.capacity);
   return 1;
 }
+// CFError.c: null if an NSError has no description.
 CFStringRef CFErrorCopyDescription(CFErrorRef error) {
   const std::u16string& reason = as<Error>(error)->reason;
   return reason.empty() ? nullptr : referenceTo<CFStringRef>(new Text(reason));
 }
 
+// Documentation, sysctl(3): a buffer that is too small is an error.
 int sysctlbyname(const char* name, void* answer, size_t* size, void* /*wanted*/,
                  size_t /*wantedSize*/) {
   const auto found = machine.kernel.find(name);
@@ -343,14 +373,19 @@ int sysctlbyname(const char* name, void* answer, size_t* size, void* /*wanted*/,
   return 0;
 }
 
+// CFLocale.c: never null.
 CFLocaleRef CFLocaleCopyCurrent() { return referenceTo<CFLocaleRef>(new Locale); }
+// CFCalendar.c, _CFCalendarInitialize: null for an unknown identifier.
 CFCalendarRef CFCalendarCreateWithIdentifier(CFAllocatorRef /*allocator*/, CFStringRef identifier) {
   return identifier == kCFGregorianCalendar ? referenceTo<CFCalendarRef>(new Calendar) : nullptr;
 }
+// CFTimeZone.c: null beyond 18 hours.
 CFTimeZoneRef CFTimeZoneCreateWithTimeIntervalFromGMT(CFAllocatorRef /*allocator*/,
                                                       CFTimeInterval seconds) {
   return seconds == 0 ? referenceTo<CFTimeZoneRef>(new Zone) : nullptr;
 }
+// CFDateFormatter.c, __CreateCFDateFormatter: has the default time zone and the locale's calendar;
+// null if ICU has none for the locale.
 CFDateFormatterRef CFDateFormatterCreate(CFAllocatorRef /*allocator*/, CFLocaleRef /*locale*/,
                                          CFDateFormatterStyle /*date*/,
                                          CFDateFormatterStyle /*time*/) {
@@ -367,11 +402,13 @@ void CFDateFormatterSetProperty(CFDateFormatterRef formatter, CFStringRef key, C
   object.isInUTC =
       object.isInUTC || (key == kCFDateFormatterTimeZone && as<Zone>(value) != nullptr);
 }
-// Supports the two patterns in use, with a month name that isn't English.
+// CFDateFormatter.c, but for the two patterns in use, with a month name that isn't English. ICU's
+// Gregorian calendar is the Julian one before 15 October 1582, which this isn't.
 CFStringRef CFDateFormatterCreateStringWithAbsoluteTime(CFAllocatorRef /*allocator*/,
                                                         CFDateFormatterRef formatter,
                                                         CFAbsoluteTime moment) {
   const auto& object = *as<Formatter>(formatter);
+  moment += object.isInUTC ? 0 : 3600 * machine.hoursAhead;
   const std::chrono::year_month_day day(std::chrono::floor<std::chrono::days>(
       std::chrono::sys_days(std::chrono::year(2001) / 1 / 1) +
       std::chrono::seconds(static_cast<std::int64_t>(moment))));
@@ -385,14 +422,12 @@ CFStringRef CFDateFormatterCreateStringWithAbsoluteTime(CFAllocatorRef /*allocat
                   static_cast<unsigned>(day.month()), year);
   }
   const std::string_view text = out.data();
-  return !object.isInUTC
-             ? nullptr
-             : referenceTo<CFStringRef>(new Text(std::u16string(text.begin(), text.end())));
+  return referenceTo<CFStringRef>(new Text(std::u16string(text.begin(), text.end())));
 }
 
 }  // extern "C"
 
-// Run loops: one per thread, with the sources of its default mode.
+// Run loops: one per thread, with the sources of its default mode. CFRunLoop.c.
 namespace {
 
 struct Source;
@@ -408,8 +443,8 @@ struct Source final : Object {
   bool isSignalled = false;
   Loop* loop = nullptr;  // valid: the code that added the source retains it
 };
-// CFRunLoop.c, __CFRunLoopModeIsEmpty: the main thread's common modes, of which the default mode is
-// one, are never empty, because they carry the main dispatch queue.
+// __CFRunLoopModeIsEmpty: the main thread's common modes, of which the default mode is one, are
+// never empty, because they carry the main dispatch queue; except in a block that this queue runs.
 const std::thread::id mainThread = std::this_thread::get_id();
 std::mutex loopsMutex;
 std::condition_variable loopsWoken;
@@ -424,10 +459,12 @@ Loop* currentLoop() {
 extern "C" {
 
 CFRunLoopRef CFRunLoopGetCurrent() { return referenceTo<CFRunLoopRef>(currentLoop()); }
+// Retains the context's info.
 CFRunLoopSourceRef CFRunLoopSourceCreate(CFAllocatorRef /*allocator*/, CFIndex /*order*/,
                                          CFRunLoopSourceContext* context) {
   return referenceTo<CFRunLoopSourceRef>(new Source(*context));
 }
+// Retains the source, which retains the loop.
 void CFRunLoopAddSource(CFRunLoopRef loop, CFRunLoopSourceRef source, CFRunLoopMode mode) {
   if (mode == kCFRunLoopDefaultMode) {
     const std::scoped_lock lock(loopsMutex);
@@ -436,6 +473,7 @@ void CFRunLoopAddSource(CFRunLoopRef loop, CFRunLoopSourceRef source, CFRunLoopM
     as<Loop>(loop)->sources.push_back(as<Source>(source));
   }
 }
+// Removes the source from its loop. Releases the info only with the source.
 void CFRunLoopSourceInvalidate(CFRunLoopSourceRef source) {
   Loop* loop = nullptr;
   {
@@ -449,11 +487,17 @@ void CFRunLoopSourceInvalidate(CFRunLoopSourceRef source) {
     CFRelease(source);
   }
 }
+// Doesn't wake the loop.
 void CFRunLoopSourceSignal(CFRunLoopSourceRef source) {
   const std::scoped_lock lock(loopsMutex);
   as<Source>(source)->isSignalled = true;
 }
+// Ends no run: the loop looks for signalled sources and waits again.
 void CFRunLoopWakeUp(CFRunLoopRef /*loop*/) { loopsWoken.notify_all(); }
+// CFRunLoopRunSpecific: an empty mode is finished at once. __CFRunLoopRun: signalled sources are
+// looked for before the first wait, even if no time is given. __CFRunLoopDoSources0: one of them is
+// performed, unlocked, retained and no longer signalled; those of the same order in no particular
+// one.
 CFRunLoopRunResult CFRunLoopRunInMode(CFRunLoopMode mode, CFTimeInterval seconds,
                                       Boolean returnAfterSourceHandled) {
   Loop& loop = *currentLoop();

@@ -73,6 +73,7 @@ struct Machine {
   std::map<std::string, std::string> kernel;  ///< Answers by name, as bytes.
   bool formats = true;                        ///< If false, creating a date formatter fails.
   int yearsAhead = 0;                         ///< Of the user's calendar.
+  int hoursAhead = 0;                         ///< Of UTC, the user's time zone.
   std::vector<Instance> applications;
   std::string identifier;  ///< The requested bundle identifier.
 };
