@@ -85,7 +85,7 @@ void linesAnswered(benchmark::State& state) {
                   vexlo::PatchActionGroup::decode(FileCodec::readTextFile(kActions), kActions)));
   for (auto _ : state) {
     forEachLine([&](std::string_view line) {
-      benchmark::DoNotOptimize(whatIf.predict(*reader.read(line).value()).outcome);
+      benchmark::DoNotOptimize(whatIf.predict(*reader.read(line).value()).counted.outcome);
     });
   }
   countMachines(state, kMachinesInFile);

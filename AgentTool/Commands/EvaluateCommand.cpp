@@ -62,7 +62,7 @@ std::vector<EvaluatedAction> evaluateAll(const std::vector<ActionDetail>& action
                          .intentions = evaluator.intentions(),
                          .acted = acted});
     if (!rowOf(prediction).act.empty()) {
-      acted.push_back({std::string(action.actionID.code()), describe(action.actionID), prediction});
+      acted.push_back({std::string(action.actionID.code()), prediction});
     }
   }
   return evaluated;

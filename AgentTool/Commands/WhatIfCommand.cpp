@@ -103,13 +103,14 @@ void appendMember(std::string& out, std::string_view name, std::string_view valu
 }
 
 void appendPrediction(std::string& out, const MachinePrediction& prediction) {
-  (((out += R"("outcome":")") += name(prediction.outcome)) += '"');
-  appendMember(out, "code", prediction.code);
+  (((out += R"("outcome":")") += name(prediction.counted.outcome)) += '"');
+  appendMember(out, "code", prediction.counted.code);
   appendMember(out, "action", prediction.action);
-  appendMember(out, "reason", prediction.reason);
+  appendMember(out, "reason", prediction.counted.reason);
   appendMember(out, "next", prediction.next);
   ((out += R"(,"measured":)") += prediction.measured);
-  ((out += R"(,"acted":)") += prediction.acted.empty() ? "[]" : asJSON(prediction.acted));
+  ((out += R"(,"acted":)") +=
+   prediction.counted.acted.empty() ? "[]" : asJSON(prediction.counted.acted));
 }
 
 /// Evaluates all lines of all files.
@@ -196,14 +197,15 @@ class FleetEvaluation {
 
   void predict(const Facts& facts, const std::string& place, std::uint64_t line) {
     const MachinePrediction& now = whatIf_.predict(facts);
-    const MachineKind kind{.update = whatIf_.update(facts),
-                           .macOS = facts.macOSVersion ? facts.macOSMajorVersion : 0,
-                           .isAppleSilicon = facts.isAppleSilicon};
-    summary_.add(now.counted(), kind);
+    const MachineKind kind{
+        .update = whatIf_.update(facts),
+        .macOS = facts.macOSVersion ? facts.macOSMajorVersion : 0,
+        .processor = facts.isAppleSilicon ? Processor::appleSilicon : Processor::intel};
+    summary_.add(now.counted, kind);
     const MachinePrediction* const before = before_ ? &before_->predict(facts) : nullptr;
-    const bool moved = before != nullptr && before->counted() != now.counted();
+    const bool moved = before != nullptr && before->counted != now.counted;
     if (moved) {
-      summary_.addMove(before->counted(), now.counted());
+      summary_.addMove(before->counted, now.counted);
     }
     if (request_.summaryOnly || (before != nullptr && !moved)) {
       return;

@@ -2,6 +2,7 @@
 #pragma once
 #include <algorithm>
 #include <array>
+#include <compare>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -11,6 +12,7 @@
 #include "AgentTool/Console/Console.h"
 #include "AgentTool/Console/ExitStatus.h"
 #include "AgentTool/JSON/JSONFields.h"
+#include "VexloPatchDeployment/Common/ActionID.h"
 #include "VexloPatchDeployment/Common/PatchActionResult.h"
 
 namespace agent_tool {
@@ -117,14 +119,18 @@ struct JSONNames<Prediction> {
 /// An action that would have changed the machine before a later one runs.
 struct Acted {
   std::string code;
-  std::string action;  ///< Its name.
   Prediction outcome = Prediction::success;
+  friend auto operator<=>(const Acted&, const Acted&) = default;
 };
 template <>
 struct JSONFields<Acted> {
-  static constexpr std::array list{needed(field<&Acted::code>("code")),
-                                   informative(field<&Acted::action>("action")),
-                                   needed(field<&Acted::outcome>("outcome"))};
+  static constexpr std::array list{
+      needed(field<&Acted::code>("code")),
+      JSONField<Acted>{
+          .name = "action",
+          .write =
+              [](const Acted& acted) { return asJSON(describe(vexlo::ActionID(acted.code))); }},
+      needed(field<&Acted::outcome>("outcome"))};
 };
 
 }  // namespace agent_tool

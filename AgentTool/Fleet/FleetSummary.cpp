@@ -22,54 +22,15 @@ void increase(std::uint64_t& sum, std::uint64_t by) {
   sum = std::min(sum + std::min(by, FleetSummary::kMostMachines), FleetSummary::kMostMachines);
 }
 
-std::string owned(std::string_view text) { return std::string(text); }
-FleetPrediction owned(const FleetPredictionView& prediction) {
-  return {prediction.outcome, owned(prediction.action), owned(prediction.reason),
-          owned(prediction.acted)};
-}
-
 // The JSON form
 
-std::optional<std::string> orNull(const std::string& text) {
-  return text.empty() ? std::nullopt : std::optional(text);
-}
-std::string nameOfAction(const std::string& code) { return describe(vexlo::ActionID(code)); }
-
-struct PredictionDocument {
-  Prediction outcome = Prediction::success;
-  std::optional<std::string> code;
-  std::optional<std::string> action;
-  std::optional<std::string> reason;
-  std::vector<Acted> acted;
-
-  PredictionDocument() = default;
-  explicit PredictionDocument(const FleetPrediction& prediction)
-      : outcome(prediction.outcome),
-        code(orNull(prediction.action)),
-        action(code.transform(nameOfAction)),
-        reason(orNull(prediction.reason)),
-        acted(separated(prediction.acted)) {
-    for (Acted& each : acted) {
-      each.action = nameOfAction(each.code);
-    }
-  }
-  [[nodiscard]] FleetPrediction prediction() const {
-    return {outcome, code.value_or(""), reason.value_or(""), joined(acted)};
-  }
-};
-
-enum class Processor : std::uint8_t { appleSilicon, intel };
-
-struct CountDocument : PredictionDocument {
-  Update update = Update::unknown;
-  std::optional<std::int64_t> macOS;
-  Processor processor = Processor::intel;
+struct CountRow : FleetPrediction, MachineKind {
   std::uint64_t machines = 0;
 };
 
-struct MoveDocument {
-  PredictionDocument from;
-  PredictionDocument to;
+struct MoveRow {
+  FleetPrediction from;
+  FleetPrediction to;
   std::uint64_t machines = 0;
 };
 
@@ -78,9 +39,25 @@ struct SummaryDocument {
   std::optional<FleetQuestion> patch;
   std::uint64_t machines = 0;
   std::uint64_t badLines = 0;
-  std::vector<CountDocument> counts;
-  std::vector<MoveDocument> moves;
+  std::vector<CountRow> counts;
+  std::vector<MoveRow> moves;
 };
+
+/// A field whose default is null in JSON.
+template <auto member, typename Record>
+constexpr JSONField<Record> fieldOrNull(std::string_view name) {
+  using Value = decltype(memberOf(member))::value;
+  JSONField<Record> result = field<member, Record>(name);
+  result.read = [](const JSONValue& value, const JSONPlace& place, Record& record) {
+    std::optional<Value> read;
+    readValue(value, place, read);
+    record.*member = std::move(read).value_or(Value());
+  };
+  result.write = [](const Record& record) {
+    return record.*member == Value() ? std::string("null") : asJSON(record.*member);
+  };
+  return result;
+}
 
 }  // namespace
 
@@ -99,19 +76,21 @@ struct JSONFields<FleetQuestion> {
                                    field<&FleetQuestion::actionsBefore>("actionsBefore")};
 };
 
-template <typename Document>
-  requires std::derived_from<Document, PredictionDocument>
+/// Of a prediction, or of a row that begins with one.
+template <std::derived_from<FleetPrediction> Row>
 struct PredictionFields {
-  static constexpr auto outcome = needed(field<&PredictionDocument::outcome, Document>("outcome"));
-  static constexpr auto code = field<&PredictionDocument::code, Document>("code");
-  static constexpr auto action =
-      informative(field<&PredictionDocument::action, Document>("action"));
-  static constexpr auto reason = field<&PredictionDocument::reason, Document>("reason");
-  static constexpr auto acted = field<&PredictionDocument::acted, Document>("acted");
+  static constexpr auto outcome = needed(field<&FleetPrediction::outcome, Row>("outcome"));
+  static constexpr auto code = fieldOrNull<&FleetPrediction::code, Row>("code");
+  static constexpr JSONField<Row> action{
+      .name = "action", .write = [](const Row& row) {
+        return row.code.empty() ? "null" : asJSON(describe(vexlo::ActionID(row.code)));
+      }};
+  static constexpr auto reason = fieldOrNull<&FleetPrediction::reason, Row>("reason");
+  static constexpr auto acted = field<&FleetPrediction::acted, Row>("acted");
 };
 
 template <>
-struct JSONFields<PredictionDocument> : PredictionFields<PredictionDocument> {
+struct JSONFields<FleetPrediction> : PredictionFields<FleetPrediction> {
   static constexpr std::array list{outcome, code, action, reason, acted};
 };
 
@@ -133,23 +112,22 @@ struct JSONNames<Processor> {
 };
 
 template <>
-struct JSONFields<CountDocument> : PredictionFields<CountDocument> {
+struct JSONFields<CountRow> : PredictionFields<CountRow> {
   static constexpr std::array list{outcome,
                                    code,
                                    action,
                                    reason,
                                    acted,
-                                   field<&CountDocument::update>("update"),
-                                   field<&CountDocument::macOS>("macOS"),
-                                   field<&CountDocument::processor>("processor"),
-                                   field<&CountDocument::machines>("machines")};
+                                   field<&MachineKind::update, CountRow>("update"),
+                                   fieldOrNull<&MachineKind::macOS, CountRow>("macOS"),
+                                   field<&MachineKind::processor, CountRow>("processor"),
+                                   field<&CountRow::machines>("machines")};
 };
 
 template <>
-struct JSONFields<MoveDocument> {
-  static constexpr std::array list{field<&MoveDocument::from>("from"),
-                                   field<&MoveDocument::to>("to"),
-                                   field<&MoveDocument::machines>("machines")};
+struct JSONFields<MoveRow> {
+  static constexpr std::array list{field<&MoveRow::from>("from"), field<&MoveRow::to>("to"),
+                                   field<&MoveRow::machines>("machines")};
 };
 
 template <>
@@ -162,48 +140,23 @@ struct JSONFields<SummaryDocument> {
                                    needed(field<&SummaryDocument::moves>("moves"))};
 };
 
-std::string joined(const std::vector<Acted>& acted) {
-  std::string out;
-  for (const Acted& each : acted) {
-    out += text(out.empty() ? "" : ", ", each.code, ' ', name(each.outcome));
-  }
-  return out;
-}
-
-std::vector<Acted> separated(std::string_view acted) {
-  std::vector<Acted> out;
-  for (const PredictionRow* row = nullptr; !acted.empty();) {
-    const std::size_t blank = acted.find(' ');
-    const std::string_view outcome = acted.substr(blank + 1, acted.find(',') - blank - 1);
-    row = std::ranges::find(kPredictions, outcome, &PredictionRow::name);
-    out.push_back(
-        {.code = owned(acted.substr(0, blank)), .action = {}, .outcome = row->prediction});
-    acted.remove_prefix(std::min(blank + outcome.size() + 3, acted.size()));
-  }
-  return out;
-}
-
-void FleetSummary::add(const FleetPredictionView& prediction, const MachineKind& kind,
+void FleetSummary::add(const FleetPrediction& prediction, const MachineKind& kind,
                        std::uint64_t machines) {
   if (machines == 0) {
     return;
-  }
-  auto counts = predictions_.find(prediction);
-  if (counts == predictions_.end()) {
-    counts = predictions_.emplace(owned(prediction), Counts()).first;
   }
   MachineKind known = kind;
   if (known.macOS < 0 || known.macOS > kHighestMajorVersion) {
     known.macOS = 0;
   }
-  increase(counts->second[known], machines);
+  increase(predictions_[prediction][known], machines);
   increase(machines_, machines);
 }
 
-void FleetSummary::addMove(const FleetPredictionView& from, const FleetPredictionView& to,
+void FleetSummary::addMove(const FleetPrediction& from, const FleetPrediction& to,
                            std::uint64_t machines) {
   if (machines > 0) {
-    increase(moves_[{owned(from), owned(to)}], machines);
+    increase(moves_[{from, to}], machines);
   }
 }
 
@@ -218,11 +171,11 @@ bool FleetSummary::merge(const FleetSummary& other) {
   }
   for (const auto& [prediction, counts] : other.predictions_) {
     for (const auto& [kind, machines] : counts) {
-      add(Less::view(prediction), kind, machines);
+      add(prediction, kind, machines);
     }
   }
   for (const auto& [move, machines] : other.moves_) {
-    addMove(Less::view(move.first), Less::view(move.second), machines);
+    addMove(move.first, move.second, machines);
   }
   addBadLines(other.badLines_);
   return true;
@@ -237,17 +190,11 @@ std::string asJSON(const FleetSummary& summary) {
                            .moves = {}};
   for (const auto& [prediction, counts] : summary.predictions()) {
     for (const auto& [kind, machines] : counts) {
-      CountDocument& row = document.counts.emplace_back(PredictionDocument(prediction));
-      row.update = kind.update;
-      row.macOS = kind.macOS == 0 ? std::nullopt : std::optional(kind.macOS);
-      row.processor = kind.isAppleSilicon ? Processor::appleSilicon : Processor::intel;
-      row.machines = machines;
+      document.counts.push_back({prediction, kind, machines});
     }
   }
   for (const auto& [move, machines] : summary.moves()) {
-    document.moves.push_back({.from = PredictionDocument(move.first),
-                              .to = PredictionDocument(move.second),
-                              .machines = machines});
+    document.moves.push_back({.from = move.first, .to = move.second, .machines = machines});
   }
   return asJSON(document) + '\n';
 }
@@ -260,16 +207,11 @@ std::expected<FleetSummary, DecodingError> summaryFromJSON(std::string_view line
   }
   FleetSummary summary = document.patch ? FleetSummary(*std::move(document.patch)) : FleetSummary();
   summary.addBadLines(document.badLines);
-  for (const CountDocument& row : document.counts) {
-    summary.add(FleetSummary::Less::view(row.prediction()),
-                {.update = row.update,
-                 .macOS = row.macOS.value_or(0),
-                 .isAppleSilicon = row.processor == Processor::appleSilicon},
-                row.machines);
+  for (const CountRow& row : document.counts) {
+    summary.add(row, row, row.machines);
   }
-  for (const MoveDocument& row : document.moves) {
-    summary.addMove(FleetSummary::Less::view(row.from.prediction()),
-                    FleetSummary::Less::view(row.to.prediction()), row.machines);
+  for (const MoveRow& row : document.moves) {
+    summary.addMove(row.from, row.to, row.machines);
   }
   if (document.machines != summary.machines()) {
     return std::unexpected(DecodingError({}, "machines",

@@ -35,17 +35,14 @@ struct FleetQuestion {
   friend bool operator==(const FleetQuestion&, const FleetQuestion&) = default;
 };
 
-/// A machine's prediction, reduced to what is counted.
-template <typename Text>
-struct BasicFleetPrediction {
+/// What is counted of the prediction for a machine.
+struct FleetPrediction {
   Prediction outcome = Prediction::success;
-  Text action;  ///< The code of the deciding action; empty if all succeed.
-  Text reason;  ///< The name of its description; empty if there is none.
-  Text acted;   ///< What would act before it: «2007 wouldRun, 2008 wouldKill».
-  friend auto operator<=>(const BasicFleetPrediction&, const BasicFleetPrediction&) = default;
+  std::string code;          ///< Of the deciding action; empty if all succeed.
+  std::string reason;        ///< The name of its description; empty if there is none.
+  std::vector<Acted> acted;  ///< The actions before it that would change the machine.
+  friend auto operator<=>(const FleetPrediction&, const FleetPrediction&) = default;
 };
-using FleetPrediction = BasicFleetPrediction<std::string>;
-using FleetPredictionView = BasicFleetPrediction<std::string_view>;
 
 /// What a patch's macOS version is to a machine.
 enum class Update : std::uint8_t { unknown, alreadyCurrent, notOffered, majorUpgrade, minorUpdate };
@@ -73,11 +70,13 @@ constexpr std::array kUpdates{
   return kUpdates.at(static_cast<std::size_t>(update));
 }
 
+enum class Processor : std::uint8_t { intel, appleSilicon };
+
 /// The types of machine that are counted separately.
 struct MachineKind {
   Update update = Update::unknown;
   std::int64_t macOS = 0;  ///< The major version, 1 to 99; 0 if unknown.
-  bool isAppleSilicon = false;
+  Processor processor = Processor::intel;
   friend auto operator<=>(const MachineKind&, const MachineKind&) = default;
 };
 
@@ -92,30 +91,19 @@ class FleetSummary {
   FleetSummary() = default;  ///< No machines and no question yet.
   explicit FleetSummary(FleetQuestion question) : question_(std::move(question)) {}
 
-  void add(const FleetPredictionView& prediction, const MachineKind& kind,
-           std::uint64_t machines = 1);
+  void add(const FleetPrediction& prediction, const MachineKind& kind, std::uint64_t machines = 1);
   /// A machine, also counted by `add`, whose previous prediction was different.
-  void addMove(const FleetPredictionView& from, const FleetPredictionView& to,
-               std::uint64_t machines = 1);
+  void addMove(const FleetPrediction& from, const FleetPrediction& to, std::uint64_t machines = 1);
   void addBadLines(std::uint64_t lines);
 
   /// Returns false without merging if the other summary is for another question.
   [[nodiscard]] bool merge(const FleetSummary& other);
 
   using Counts = std::map<MachineKind, std::uint64_t>;
-  struct Less {
-    using is_transparent = void;
-    bool operator()(const auto& left, const auto& right) const { return view(left) < view(right); }
-    static FleetPredictionView view(const FleetPrediction& prediction) {
-      return {prediction.outcome, prediction.action, prediction.reason, prediction.acted};
-    }
-    static FleetPredictionView view(const FleetPredictionView& prediction) { return prediction; }
-  };
+  using Predictions = std::map<FleetPrediction, Counts>;
   using Moves = std::map<std::pair<FleetPrediction, FleetPrediction>, std::uint64_t>;
   [[nodiscard]] const std::optional<FleetQuestion>& question() const noexcept { return question_; }
-  [[nodiscard]] const std::map<FleetPrediction, Counts, Less>& predictions() const noexcept {
-    return predictions_;
-  }
+  [[nodiscard]] const Predictions& predictions() const noexcept { return predictions_; }
   [[nodiscard]] const Moves& moves() const noexcept { return moves_; }
   [[nodiscard]] std::uint64_t machines() const noexcept { return machines_; }
   [[nodiscard]] std::uint64_t badLines() const noexcept { return badLines_; }
@@ -124,15 +112,11 @@ class FleetSummary {
 
  private:
   std::optional<FleetQuestion> question_;
-  std::map<FleetPrediction, Counts, Less> predictions_;
+  Predictions predictions_;
   Moves moves_;
   std::uint64_t machines_ = 0;
   std::uint64_t badLines_ = 0;
 };
-
-/// The form of `BasicFleetPrediction::acted`, and back, without the names of the actions.
-[[nodiscard]] std::string joined(const std::vector<Acted>& acted);
-[[nodiscard]] std::vector<Acted> separated(std::string_view acted);
 
 /// One line of JSON, with its line feed (docs/FLEET.md).
 [[nodiscard]] std::string asJSON(const FleetSummary& summary);

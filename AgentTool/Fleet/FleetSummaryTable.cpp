@@ -103,7 +103,7 @@ std::uint64_t sum(const FleetSummary::Counts& counts) {
 }
 
 std::string nameOf(const FleetPrediction& prediction) {
-  return prediction.action.empty() ? std::string() : describe(vexlo::ActionID(prediction.action));
+  return prediction.code.empty() ? std::string() : describe(vexlo::ActionID(prediction.code));
 }
 
 std::string inMachines(std::uint64_t count) {
@@ -120,7 +120,7 @@ std::string outcomes(const FleetSummary& summary, const Console& console) {
   std::map<std::pair<std::string, Prediction>, std::uint64_t> acted;
   for (const auto& [prediction, counts] : summary.predictions()) {
     byOutcome[prediction.outcome] += sum(counts);
-    for (const Acted& each : separated(prediction.acted)) {
+    for (const Acted& each : prediction.acted) {
       acted[{each.code, each.outcome}] += sum(counts);
     }
   }
@@ -144,23 +144,27 @@ std::string outcomes(const FleetSummary& summary, const Console& console) {
 
 /// What is seen of a prediction: «applyLater, after 2007 wouldRun».
 std::string shown(const FleetPrediction& prediction) {
-  const std::string_view outcome = name(prediction.outcome);
-  return text(prediction.reason.empty() ? std::string(outcome) : printable(prediction.reason),
-              prediction.acted.empty() ? "" : ", after ", printable(prediction.acted));
+  std::string out = prediction.reason.empty() ? std::string(name(prediction.outcome))
+                                              : printable(prediction.reason);
+  for (const Acted& each : prediction.acted) {
+    out += text(&each == &prediction.acted.front() ? ", after " : ", ", printable(each.code), ' ',
+                name(each.outcome));
+  }
+  return out;
 }
 
 std::string reasons(const FleetSummary& summary, const Console& console) {
   CountTable table({"CODE", "ACTION", "WHY"});
   std::vector<std::pair<const FleetPrediction*, std::uint64_t>> rows;
   for (const auto& [prediction, counts] : summary.predictions()) {
-    if (!prediction.action.empty()) {
+    if (!prediction.code.empty()) {
       rows.emplace_back(&prediction, sum(counts));
     }
   }
   std::ranges::sort(rows, mostFirst);
   for (const auto& [prediction, machines] : rows) {
     table.add(
-        {{printable(prediction->action)}, {printable(nameOf(*prediction))}, {shown(*prediction)}},
+        {{printable(prediction->code)}, {printable(nameOf(*prediction))}, {shown(*prediction)}},
         machines, shareOf(machines, summary.machines()), verdictOn(prediction->outcome).style);
   }
   return table.text(console);
@@ -183,7 +187,7 @@ std::string kinds(const FleetSummary& summary, const Console& console) {
   for (const auto& [kind, tally] : tallies | std::views::reverse) {  // the newest first
     table.add({{std::string(rowOf(kind.update).words)},
                {kind.macOS == 0 ? std::string("unknown") : text("macOS ", kind.macOS)},
-               {kind.isAppleSilicon ? "Apple silicon" : "Intel"}},
+               {kind.processor == Processor::appleSilicon ? "Apple silicon" : "Intel"}},
               tally.machines, shareOf(tally.ready, tally.machines), Style::good);
   }
   return table.text(console);
@@ -195,7 +199,8 @@ std::string legend(const FleetSummary& summary, const Console& console) {
       {{"READY"}, {"no action stops the patch, as far as can be known beforehand"}}};
   for (const PredictionRow& row : kPredictions) {
     if (std::ranges::any_of(summary.predictions(), [&](const auto& entry) {
-          return entry.first.outcome == row.prediction || entry.first.acted.contains(row.name);
+          return entry.first.outcome == row.prediction ||
+                 std::ranges::count(entry.first.acted, row.prediction, &Acted::outcome) > 0;
         })) {
       rows.push_back({{std::string(row.name)}, {std::string(row.meaning)}});
     }
@@ -212,8 +217,8 @@ std::string legend(const FleetSummary& summary, const Console& console) {
 }
 
 std::string movedTo(const FleetPrediction& prediction) {
-  return prediction.action.empty() ? shown(prediction)
-                                   : text(printable(prediction.action), ' ', shown(prediction));
+  return prediction.code.empty() ? shown(prediction)
+                                 : text(printable(prediction.code), ' ', shown(prediction));
 }
 
 std::string moves(const FleetSummary& summary, const Console& console) {

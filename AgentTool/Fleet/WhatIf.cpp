@@ -99,41 +99,40 @@ Update WhatIf::update(const Facts& facts) const {
 
 const MachinePrediction& WhatIf::predict(const Facts& facts) {
   evaluator_.use(facts);
-  prediction_.outcome = Prediction::success;
-  prediction_.code = {};
-  prediction_.action = {};
-  prediction_.reason.clear();
-  prediction_.next.clear();
-  prediction_.measured = "[]";
-  prediction_.acted.clear();
-  prediction_.actedText.clear();
+  auto& [counted, name, next, measured] = prediction_;
+  counted.outcome = Prediction::success;
+  counted.code.clear();
+  counted.reason.clear();
+  counted.acted.clear();
+  name = {};
+  next.clear();
+  measured = "[]";
   for (const Action& action : actions_) {
     const Evaluation evaluation = evaluator_.evaluate(action.actionID);
     if (verdictOn(evaluation.prediction).stopsPatch) {
       keep(action, evaluation);
-      prediction_.actedText = joined(prediction_.acted);
       return prediction_;
     }
-    if (evaluation.prediction != Prediction::success &&
-        prediction_.outcome == Prediction::success) {
+    if (evaluation.prediction != Prediction::success && counted.outcome == Prediction::success) {
       keep(action, evaluation);
     }
     if (!rowOf(evaluation.prediction).act.empty()) {
-      prediction_.acted.push_back({action.code, action.name, evaluation.prediction});
+      counted.acted.push_back({action.code, evaluation.prediction});
     }
   }
-  prediction_.acted.clear();
+  counted.acted.clear();
   return prediction_;
 }
 
 void WhatIf::keep(const Action& action, const Evaluation& evaluation) {
-  prediction_.outcome = evaluation.prediction;
-  prediction_.code = action.code;
-  prediction_.action = action.name;
-  prediction_.reason.clear();
+  FleetPrediction& counted = prediction_.counted;
+  counted.outcome = evaluation.prediction;
+  counted.code = action.code;
+  counted.reason.clear();
   if (isResult(evaluation.prediction) && evaluation.result.description) {
-    prediction_.reason = name(*evaluation.result.description);
+    counted.reason = name(*evaluation.result.description);
   }
+  prediction_.action = action.name;
   prediction_.next = nextStep(evaluation, evaluator_.intentions());
   prediction_.measured = vexlo::measurementsAsJSON(evaluation.measurements);
 }

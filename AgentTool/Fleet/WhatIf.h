@@ -17,16 +17,10 @@ namespace agent_tool {
 
 /// A patch's predicted result on one machine: the prediction for the deciding action.
 struct MachinePrediction {
-  Prediction outcome = Prediction::success;
-  std::string_view code;     ///< The action's code; empty if all actions succeed.
-  std::string_view action;   ///< Its name.
-  std::string reason;        ///< The description's name; empty if there is none.
-  std::string next;          ///< What would happen next; empty if the outcome is a result.
-  std::string measured;      ///< The measurements as a JSON array.
-  std::vector<Acted> acted;  ///< The actions before it that would have changed the machine.
-  std::string actedText;     ///< The same as it is counted.
-
-  [[nodiscard]] FleetPredictionView counted() const { return {outcome, code, reason, actedText}; }
+  FleetPrediction counted;
+  std::string_view action;  ///< The action's name; empty if all actions succeed.
+  std::string next;         ///< What would happen next; empty if the outcome is a result.
+  std::string measured;     ///< The measurements as a JSON array.
 };
 
 /// Evaluates a patch for one machine at a time. The deciding action is the first that would stop

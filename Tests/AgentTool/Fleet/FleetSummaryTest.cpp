@@ -29,22 +29,25 @@ const FleetQuestion kQuestion{.patchID = "1",
 
 /// A summary of a few kinds of machine; some counts are near the limit.
 FleetSummary randomSummary(std::mt19937& random) {
-  constexpr std::array<agent_tool::FleetPredictionView, 4> kPredictions{
-      {{Prediction::success, "", "", ""},
-       {Prediction::applyLater, "2005", "inSufficientDiskSpaceForSoftwareUpdate", ""},
-       {Prediction::wouldAsk, "2010", "", "2007 wouldRun, 2008 wouldForce"},
-       {Prediction::failure, "20\"07", "unDefined", ""}}};
+  const std::array<agent_tool::FleetPrediction, 4> predictions{
+      {{Prediction::success, "", "", {}},
+       {Prediction::applyLater, "2005", "inSufficientDiskSpaceForSoftwareUpdate", {}},
+       {Prediction::wouldAsk,
+        "2010",
+        "",
+        {{"2007", Prediction::wouldRun}, {"2008", Prediction::wouldForce}}},
+       {Prediction::failure, "20\"07", "unDefined", {}}}};
   FleetSummary summary = random() % 4 == 0 ? FleetSummary() : FleetSummary(kQuestion);
   for (std::size_t rows = random() % 6; rows > 0; --rows) {
-    const auto& prediction = kPredictions[random() % kPredictions.size()];
+    const auto& prediction = predictions[random() % predictions.size()];
     const std::uint64_t machines =
         random() % 8 == 0 ? FleetSummary::kMostMachines - random() % 3 : random() % 1000;
     summary.add(prediction,
                 {.update = agent_tool::kUpdates.at(random() % agent_tool::kUpdates.size()).update,
                  .macOS = static_cast<std::int64_t>(random() % 3) * 13,
-                 .isAppleSilicon = random() % 2 == 0},
+                 .processor = static_cast<agent_tool::Processor>(random() % 2)},
                 machines);
-    summary.addMove(kPredictions[random() % kPredictions.size()], prediction, machines);
+    summary.addMove(predictions[random() % predictions.size()], prediction, machines);
     summary.addBadLines(random() % 2);
   }
   return summary;
