@@ -20,6 +20,7 @@
 #include "AgentTool/ActionFiles/ActionFileCheck.h"
 #include "AgentTool/ActionFiles/SourceExcerpt.h"
 #include "AgentTool/Commands/Commands.h"
+#include "AgentTool/Console/LineReader.h"
 #include "AgentTool/Console/PrintableText.h"
 #include "AgentTool/JSON/JSONDocument.h"
 #include "VexloPatchDeployment/PatchActions/Helpers/PatchActionGroup.h"
@@ -34,7 +35,6 @@ using FileCodec::jsonOptional;
 using LogCore::text;
 using vexlo::PatchActionGroup;
 
-constexpr std::string_view kStandardInput = "-";
 constexpr std::size_t kMaximumBytes = std::size_t{1} << 30;
 
 /// All of standard input. Throws `DecodingError`.
@@ -88,7 +88,7 @@ std::string contentsOf(const PatchActionGroup& group) {
 }
 
 Checked checkFile(const std::string& file) {
-  const bool isInput = file == kStandardInput;
+  const bool isInput = file == kStandardInputName;
   Checked checked{.file = file,
                   .name = isInput ? "<stdin>" : file,
                   .text = {},

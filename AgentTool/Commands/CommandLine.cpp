@@ -93,6 +93,24 @@ void addAgent(CLI::App& command, Options& options, const char* whichLevel) {
   addLog(command, options, whichLevel);
 }
 
+/// Adds an option with one value for each time that it is given. `ifEmpty` rejects an empty value:
+/// an empty variable in a script must not select everything.
+void addRepeatable(CLI::App& command, const char* name, std::vector<std::string>& values,
+                   const char* type, const char* what, const char* ifEmpty) {
+  command.add_option(name, values, what)
+      ->type_name(type)
+      ->expected(1)
+      ->allow_extra_args(false)
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+      ->check([ifEmpty](const std::string& value) { return value.empty() ? ifEmpty : ""; });
+}
+
+void addQuestions(CLI::App& command, bool& asksApple, bool& asksAgent, const char* whatAgent) {
+  command.add_flag("--ask-apple", asksApple,
+                   "ask Apple's servers about updates (softwareupdate --list, mdmclient)");
+  command.add_flag("--ask-agent", asksAgent, whatAgent);
+}
+
 void addStrict(CLI::App& command, PatchRequest& request) {
   command.add_flag("--strict", request.strict,
                    "fail with status 64 if the file has no such patch, product or service pack");
@@ -154,18 +172,14 @@ void addEvaluate(CLI::App& app, Options& options) {
       "--facts", options.evaluate.factsFile,
       "evaluate the machine that printed this line of 'facts --json' (- for standard input)");
   factsFile.type_name("FILE");
-  evaluate
-      .add_flag("--ask-apple", options.evaluate.asksApple,
-                "ask Apple's servers about updates (softwareupdate --list, mdmclient)")
-      ->excludes(&factsFile);
-  evaluate
-      .add_flag("--ask-agent", options.evaluate.asksAgent,
-                "ask the agent's service whether credentials are stored")
-      ->excludes(&factsFile);
+  addQuestions(evaluate, options.evaluate.asksApple, options.evaluate.asksAgent,
+               "ask the agent's service whether credentials are stored");
   addStrict(evaluate, options.evaluate);
   evaluate.add_flag("--json", options.evaluate.json, "print one JSON object instead of a table");
   addAgent(evaluate, options, "the lowest level to log (default: none)");
-  evaluate.get_option("--machine")->excludes(&factsFile);
+  for (const char* const aboutThisMachine : {"--ask-apple", "--ask-agent", "--machine"}) {
+    evaluate.get_option(aboutThisMachine)->excludes(&factsFile);
+  }
   setFooter(
       evaluate,
       "  0   no action would stop the patch\n"
@@ -177,15 +191,9 @@ void addEvaluate(CLI::App& app, Options& options) {
 void addRun(CLI::App& app, Options& options) {
   CLI::App& run = *app.add_subcommand("run", "Runs the actions in order, as the agent would.");
   addPatch(run, options);
-  run.add_option("--action", options.run.actionCodes,
-                 "run only this action; may be repeated. An action that doesn't apply passes")
-      ->type_name("CODE|NAME")
-      ->expected(1)
-      ->allow_extra_args(false)
-      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
-      // An empty variable in a script must not count as success.
-      ->check(
-          [](const std::string& code) { return code.empty() ? "a code or name is needed" : ""; });
+  addRepeatable(run, "--action", options.run.actionCodes, "CODE|NAME",
+                "run only this action; may be repeated. An action that doesn't apply passes",
+                "a code or name is needed");
   run.add_flag("--keep-going", options.run.keepGoing,
                "continue after an action that doesn't succeed");
   run.add_flag("--explain", options.run.explain,
@@ -218,21 +226,13 @@ void addCheck(CLI::App& app, Options& options) {
 void addFacts(CLI::App& app, Options& options) {
   CLI::App& facts =
       *app.add_subcommand("facts", "Shows what the library sees on this machine; changes nothing.");
-  facts
-      .add_option("--application", options.facts.applications,
-                  "show the running instances of this application; may be repeated")
-      ->type_name("BUNDLE-ID")
-      ->expected(1)
-      ->allow_extra_args(false)
-      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
-      ->check(
-          [](const std::string& id) { return id.empty() ? "a bundle identifier is needed" : ""; });
+  addRepeatable(facts, "--application", options.facts.applications, "BUNDLE-ID",
+                "show the running instances of this application; may be repeated",
+                "a bundle identifier is needed");
   facts.add_flag("--all-applications", options.facts.allApplications,
                  "show all running applications that have a bundle identifier");
-  facts.add_flag("--ask-apple", options.facts.asksApple,
-                 "ask Apple's servers about updates (softwareupdate --list, mdmclient)");
-  facts.add_flag("--ask-agent", options.facts.asksAgent,
-                 "ask the agent's service whether credentials are stored (up to 20 seconds)");
+  addQuestions(facts, options.facts.asksApple, options.facts.asksAgent,
+               "ask the agent's service whether credentials are stored (up to 20 seconds)");
   facts.add_option("--name", options.facts.name, "the machine's name, for what-if")
       ->type_name("NAME")
       ->check([](const std::string& name) { return name.empty() ? "a name is needed" : ""; });

@@ -83,9 +83,6 @@ std::string onlyLine(const LineSource& input) {
       throw FileCodec::DecodingError(
           input.name(), {}, text("a line of at most ", kLongestFactsLine, " bytes"), "more");
     }
-    if (line->text.find_first_not_of(" \t\r") == std::string_view::npos) {
-      continue;
-    }
     if (!only.empty()) {
       throw FileCodec::DecodingError(input.name(), {}, "one line",
                                      "several lines (use what-if for those)");

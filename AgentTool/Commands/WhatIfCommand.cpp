@@ -165,9 +165,6 @@ class FleetEvaluation {
     };
     LineReader reader(input.descriptor(), kLongestFactsLine, [this] { flush(); });
     while (const auto line = reader.next()) {
-      if (!line->isTooLong && line->text.find_first_not_of(" \t\r") == std::string_view::npos) {
-        continue;
-      }
       if (std::exchange(isFirst, false)) {
         if (const std::string_view format = otherFormat(line->text); !format.empty()) {
           report(text(input.name(), ": expected lines of facts, found ", format));
@@ -349,9 +346,6 @@ ExitStatus mergeSummaries(const MergeRequest& request, Console& console) {
       bool isEmpty = true;
       while (const auto line = reader.next()) {
         const std::string place = text(input.name(), ":", line->number);
-        if (!line->isTooLong && line->text.find_first_not_of(" \t\r") == std::string_view::npos) {
-          continue;
-        }
         isEmpty = false;
         if (line->isTooLong) {
           reject(place, text("expected a line of at most ", kLongestSummary, " bytes"));

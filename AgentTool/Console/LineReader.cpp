@@ -9,6 +9,8 @@
 #include <system_error>
 #include <utility>
 
+#include "Platform/Text.h"
+
 namespace agent_tool {
 namespace {
 
@@ -41,6 +43,14 @@ LineReader::LineReader(int descriptor, std::size_t longestLine, std::function<vo
       buffer_(longestLine + kBlockBytes) {}
 
 std::optional<LineReader::Line> LineReader::next() {
+  std::optional<Line> line;
+  do {
+    line = nextOfAll();
+  } while (line && !line->isTooLong && platform::trimmed(line->text, " \t\r").empty());
+  return line;
+}
+
+std::optional<LineReader::Line> LineReader::nextOfAll() {
   if (std::exchange(restIsSkipped_, false)) {
     skipRestOfLine();
   }

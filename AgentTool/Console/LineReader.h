@@ -30,7 +30,7 @@ class LineSource {
   platform::Descriptor file_;  // empty for standard input
 };
 
-/// Reads a file, pipe or terminal. Lines that are too long are reported and skipped.
+/// Reads a file, pipe or terminal. Blank lines are skipped, and the rest of too long ones.
 class LineReader {
  public:
   struct Line {
@@ -42,14 +42,15 @@ class LineReader {
   /// `descriptor` remains the caller's. `beforeWait` is called before a read that would block.
   LineReader(int descriptor, std::size_t longestLine, std::function<void()> beforeWait);
 
-  /// The next line; absent at the end. The last line may lack a line feed. Valid until the next
-  /// call. Throws `std::system_error` on read errors.
+  /// The next line that isn't blank; absent at the end. The last line may lack a line feed. Valid
+  /// until the next call. Throws `std::system_error` on read errors.
   [[nodiscard]] std::optional<Line> next();
 
   /// Bytes read so far; thread-safe.
   [[nodiscard]] std::uint64_t bytesRead() const noexcept { return bytesRead_; }
 
  private:
+  std::optional<Line> nextOfAll();
   /// Reads more; returns false at the end.
   bool fill();
   void skipRestOfLine();
