@@ -34,8 +34,8 @@ class Descriptor {
 /// the file. Empty, with errno set, when no descriptor is free.
 [[nodiscard]] Descriptor aboveStandard(int opened) noexcept;
 
-/// write() that raises neither SIGPIPE (on macOS, nobody's later writes to the open file do) nor,
-/// if the file would become larger than the process may make it (EFBIG), SIGXFSZ.
+/// write() that raises neither SIGPIPE nor, if the file would exceed the process's limit (EFBIG),
+/// SIGXFSZ. On macOS later writes to the open file, by anyone, don't raise SIGPIPE either.
 [[nodiscard]] std::ptrdiff_t writeWithoutSignal(int descriptor, std::string_view bytes) noexcept;
 
 /// Whether the descriptor becomes writable within the timeout; a write of at most

@@ -33,7 +33,7 @@ using Groups = std::array<Group, 128>;
 static_assert(std::atomic<pid_t>::is_always_lock_free);
 constinit Groups runningGroups{};
 
-// How often `endRunningProcesses` was called. A pause compares it now and then: a signal handler
+// How often `endRunningProcesses` was called. A pause checks it from time to time: a signal handler
 // may not notify a condition variable.
 constinit std::atomic<std::uint32_t> timesEnded{0};
 static_assert(std::atomic<std::uint32_t>::is_always_lock_free);

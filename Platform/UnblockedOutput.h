@@ -10,7 +10,7 @@
 namespace platform {
 
 /// Holds the file of a descriptor open and writes to it without blocking, whatever its flags, which
-/// other processes may share, say. A pipe or terminal is opened again for this. Not thread-safe.
+/// other processes may share. A pipe or terminal is opened again for this. Not thread-safe.
 class UnblockedOutput {
  public:
   UnblockedOutput() = default;

@@ -82,7 +82,7 @@ struct Place {
   std::string name;
 };
 
-/// Where an absolute path leads below `top`; makes missing parents.
+/// Resolves an absolute path below `top`; makes missing parents.
 Place placeBelow(const Descriptor& top, const fs::path& path) {
   Descriptor directory = openBelow(top, ".", O_PATH | O_DIRECTORY);
   for (const fs::path& name : path.relative_path().parent_path()) {

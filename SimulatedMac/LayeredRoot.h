@@ -53,7 +53,7 @@ class LayeredRoot {
   void makeReadOnly(const std::string& macPath) const;
 
   /// Mounts everything, makes it the root directory of the calling process and its children, and
-  /// takes the capabilities from them with which root could change the host all the same.
+  /// drops the capabilities with which root could still change the host.
   void enter();
 
  private:

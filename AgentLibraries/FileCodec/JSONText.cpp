@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::string_view kReplacementCharacter = "\xEF\xBF\xBD";
 
-/// Whether it stands for itself in a string, like most of all text.
+/// Whether it needs no escape in a string, as most characters.
 constexpr bool isPlain(char c) { return c >= 0x20 && c < 0x7F && c != '"' && c != '\\'; }
 
 /// The escape of a code point below U+10000: `\u009b`.

@@ -550,7 +550,7 @@ class FileCheck {
   std::unordered_map<std::string_view, Value> patches_;  // those that count
 };
 
-/// Completes the findings about repeated names with the lines where these stood first.
+/// Adds to the findings about repeated names in which line the name occurs first.
 void addFirstLines(std::string_view source, std::vector<Finding>& findings) {
   std::vector<std::pair<std::size_t, Finding*>> repeated;
   for (Finding& finding : findings) {

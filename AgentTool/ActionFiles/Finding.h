@@ -40,7 +40,7 @@ struct Finding {
   std::optional<std::string> pointer;  ///< JSON Pointer (RFC 6901); absent without a value.
   std::string place;  ///< "PatchActions › 310872 › 2005 › [0]"; empty: the document.
   std::string text;   ///< The problem and its consequence.
-  std::optional<std::size_t> firstOffset = {};  ///< Where a repeated name stood first.
+  std::optional<std::size_t> firstOffset = {};  ///< Of the first of several equal names.
 };
 
 }  // namespace agent_tool

@@ -116,7 +116,8 @@ void addStrict(CLI::App& command, PatchRequest& request) {
                    "fail with status 64 if the file has no such patch, product or service pack");
 }
 
-/// Adds what every command can also exit with; `unusable` says what 65 means, if it can occur.
+/// Lists the exit statuses: the command's own and those that all commands have. `unusable` explains
+/// 65, if it can occur.
 void setFooter(CLI::App& command, const std::string& exitStatus, const std::string& unusable = "") {
   command.footer("\nExit status:\n" + exitStatus + "\n  64  bad usage\n" +
                  (unusable.empty() ? "" : "  65  " + unusable + "\n") + "  71  not enough memory");
@@ -280,7 +281,7 @@ NoRequest noSuchCommand(const std::vector<std::string>& words, const CLI::App& a
                   app);
 }
 
-/// The answer to `help actions`.
+/// What `help actions` prints.
 NoRequest helpOnActions(const Options& options) {
   if (options.helpForm != "text") {
     return {ExitStatus::success,

@@ -259,8 +259,8 @@ ActionFile readActionFile(const std::string& path, Console& console) {
   return *outcome;
 }
 
-/// Opens a FIFO or a device for writing; absent, with `errno`, if it can't be opened. A FIFO that
-/// nobody reads is waited for, but not for ever.
+/// Opens a FIFO or a device for writing; empty, with `errno` set, if it can't be opened. Waits a
+/// limited time for the reader of a FIFO.
 platform::Descriptor openForWriting(const std::string& path) {
   const auto deadline = std::chrono::steady_clock::now() + kWaitForReader;
   for (;;) {

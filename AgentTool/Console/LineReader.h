@@ -13,7 +13,7 @@
 
 namespace agent_tool {
 
-/// The name by which commands are told to read standard input.
+/// The name of a file that stands for standard input.
 constexpr std::string_view kStandardInputName = "-";
 
 /// A file of any kind that is open for reading, or standard input.

@@ -44,7 +44,7 @@ struct FleetPrediction {
   friend auto operator<=>(const FleetPrediction&, const FleetPrediction&) = default;
 };
 
-/// What a patch's macOS version is to a machine.
+/// How a patch's macOS version relates to a machine's.
 enum class Update : std::uint8_t { unknown, alreadyCurrent, notOffered, majorUpgrade, minorUpdate };
 
 struct UpdateRow {

@@ -142,7 +142,7 @@ std::string outcomes(const FleetSummary& summary, const Console& console) {
   return out;
 }
 
-/// What is seen of a prediction: «applyLater, after 2007 wouldRun».
+/// A prediction in a table: «applyLater, after 2007 wouldRun».
 std::string shown(const FleetPrediction& prediction) {
   std::string out = prediction.reason.empty() ? std::string(name(prediction.outcome))
                                               : printable(prediction.reason);

@@ -37,7 +37,8 @@ class WhatIf {
   /// The prediction for a machine; valid until the next call.
   [[nodiscard]] const MachinePrediction& predict(const Facts& facts);
 
-  /// What the version that the patch installs, or whose deferral it checks, is to a machine.
+  /// How the version that the patch installs, or whose deferral it checks, relates to the
+  /// machine's.
   [[nodiscard]] Update update(const Facts& facts) const;
 
   /// The actions, in order.
