@@ -209,6 +209,14 @@ std::string actionsAsMarkdown() {
   return out;
 }
 
+std::string measurementsAsMarkdown() {
+  std::string out = "| `kind` | members |\n| --- | --- |\n";
+  for (const auto& [kind, members] : vexlo::knownMeasurements()) {
+    out += text("| `", kind, "` | ", members, " |\n");
+  }
+  return out;
+}
+
 std::string actionFileSchema() {
   JSONObject known;
   std::vector<std::string_view> names;

@@ -14,6 +14,9 @@ namespace agent_tool {
 /// The list and the documentation of all actions, as sections of a Markdown page.
 [[nodiscard]] std::string actionsAsMarkdown();
 
+/// The JSON members of all measurements, as a Markdown table.
+[[nodiscard]] std::string measurementsAsMarkdown();
+
 /// The JSON Schema (2020-12) of the action file.
 [[nodiscard]] std::string actionFileSchema();
 

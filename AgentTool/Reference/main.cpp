@@ -1,6 +1,6 @@
-// command-line-reference commands|facts-schema|facts-table: prints what the documents are generated
-// from: the definition of the command line as JSON, for tools/make-reference, and the JSON Schema
-// and the table of a line of facts.
+// command-line-reference commands|facts-schema|facts-table|measurements-table: prints what the
+// documents are generated from: the definition of the command line as JSON, for
+// tools/make-reference, the JSON Schema and the table of a line of facts, and the measurements.
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <exception>
@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "AgentLibraries/FileCodec/JSONObject.h"
+#include "AgentTool/ActionFiles/ActionReference.h"
 #include "AgentTool/Commands/BuildVersion.h"
 #include "AgentTool/Commands/CommandLine.h"
 #include "AgentTool/Facts/FactsTable.h"
@@ -88,8 +89,11 @@ int main(int count, char** arguments) try {
     std::cout << agent_tool::factsSchema();
   } else if (what == "facts-table") {
     std::cout << agent_tool::factsAsMarkdown();
+  } else if (what == "measurements-table") {
+    std::cout << agent_tool::measurementsAsMarkdown();
   } else {
-    std::cerr << "usage: command-line-reference commands|facts-schema|facts-table\n";
+    std::cerr << "usage: command-line-reference "
+                 "commands|facts-schema|facts-table|measurements-table\n";
     return 64;
   }
   return std::cout.flush() ? 0 : 1;

@@ -50,6 +50,7 @@ TEST_F(ActionReferenceTest, GeneratedDocumentsAreUpToDate) {
       << kHow;
   EXPECT_EQ(document("facts.schema.json"), agent_tool::factsSchema()) << kHow;
   EXPECT_THAT(document("FACTS.md"), HasSubstr(agent_tool::factsAsMarkdown())) << kHow;
+  EXPECT_THAT(document("RUN.md"), HasSubstr(agent_tool::measurementsAsMarkdown())) << kHow;
 }
 
 TEST_F(ActionReferenceTest, DocumentedExampleHasTheDocumentedPlan) {

@@ -5,7 +5,13 @@
 #include <cstdint>
 #include <utility>
 
+#include "VexloPatchDeployment/Installers/InstallerMeasurements.h"
 #include "VexloPatchDeployment/PatchActions/Main/ActionHandlers.h"
+#include "VexloPatchDeployment/Validators/Battery/BatteryMeasurement.h"
+#include "VexloPatchDeployment/Validators/DeferCheck/DeferralMeasurements.h"
+#include "VexloPatchDeployment/Validators/Disk/DiskSpaceMeasurement.h"
+#include "VexloPatchDeployment/Validators/RunningApplicationCheckRelated/RunningAppMeasurements.h"
+#include "VexloPatchDeployment/Validators/UserLoggedIn/UserMeasurements.h"
 
 namespace vexlo {
 namespace {
@@ -222,6 +228,30 @@ constexpr std::array kKnownActions{
     },
 };
 
+constexpr std::array kKnownMeasurements{
+    MeasurementRow{BatteryMeasurement::kind,
+                   "`source` (`battery`, `mains`, `unknown`), `percentage`, `neededPercentage`"},
+    MeasurementRow{DiskSpaceMeasurement::kind, "`freeBytes`, `neededBytes`"},
+    MeasurementRow{ConsoleUserMeasurement::kind, "`user`"},
+    MeasurementRow{LoggedOnUsersMeasurement::kind, "`users`"},
+    MeasurementRow{UpdateServiceUnreachable::kind, "`exitCode` of `softwareupdate --list`"},
+    MeasurementRow{DeferralMeasurement::kind, "`version`, `isDeferred`, `until`, `updatesListed`"},
+    MeasurementRow{RunningApplicationsMeasurement::kind,
+                   "`applications`: an object with `bundleID` and `name` for the first one found "
+                   "running, or none"},
+    MeasurementRow{PromptMeasurement::kind,
+                   "`decision` (`promptUser`, `skipDeployment`, `forceDeployment`), `answer` "
+                   "(`agreed`, `declined`, `none`, `notShown`, `notAsked`), `postponementsLeft`"},
+    MeasurementRow{ToolRunMeasurement::kind,
+                   "`step` (`download`, `installation`, `upgrade`), `subject`, `exitCode`, "
+                   "`lastLine` of its output"},
+    MeasurementRow{UpdateNotListed::kind, "`build`"},
+    MeasurementRow{UnusableArguments::kind, "`expected`, `found`"},
+    MeasurementRow{RuleMeasurement::kind,
+                   "`rule`: what decided without a measurement, such as `notInPlan`, "
+                   "`otherProcessor`, `patchedThroughMDM`, `promptDisabled`"},
+};
+
 // The table has one row for each action, in the enumeration's order.
 static_assert(kKnownActions.size() == kKnownActionCount);
 static_assert(std::ranges::all_of(kKnownActions, [](const KnownActionRow& row) {
@@ -251,6 +281,8 @@ static_assert(std::ranges::all_of(kKnownActions, [](const KnownActionRow& row) {
 }  // namespace
 
 std::span<const KnownActionRow> knownActions() noexcept { return kKnownActions; }
+
+std::span<const MeasurementRow> knownMeasurements() noexcept { return kKnownMeasurements; }
 
 const KnownActionRow& rowOf(KnownAction action) noexcept {
   return kKnownActions[std::to_underlying(action)];

@@ -1,5 +1,5 @@
-// The table of actions: what each one runs, and its documentation, from which help, reference, JSON
-// Schema and the check of action files are generated.
+// The tables of actions and measurements: what each action runs, and the documentation, from which
+// help, reference, JSON Schema and the check of action files are generated.
 #pragma once
 #include <algorithm>
 #include <cstddef>
@@ -61,10 +61,18 @@ struct KnownActionRow {
   }
 };
 
+/// A type of measurement and the members of its JSON form.
+struct MeasurementRow {
+  std::string_view kind;
+  std::string_view members;  ///< In Markdown: all names, with what isn't obvious.
+};
+
 /// In the order of the enumeration and of the codes.
 [[nodiscard]] std::span<const KnownActionRow> knownActions() noexcept;
 
 [[nodiscard]] const KnownActionRow& rowOf(KnownAction action) noexcept;
+
+[[nodiscard]] std::span<const MeasurementRow> knownMeasurements() noexcept;
 
 /// The row of the action with this code or name; null if there is none.
 [[nodiscard]] const KnownActionRow* findKnownAction(std::string_view codeOrName) noexcept;
