@@ -172,9 +172,9 @@ CFTypeRef nameless() {
 
 using namespace stand_in;  // NOLINT(google-build-using-namespace): the definitions below are C's
 
-// Comments name the place in Core Foundation's published source (apple/swift-corelibs-foundation) where a
-// behaviour was read: the file and, if it has another name, the function. «Documentation» means that
-// there is no such source.
+// Comments name the place in Core Foundation's published source (apple/swift-corelibs-foundation)
+// where a behaviour was read: the file and, if it has another name, the function. «Documentation»
+// means that there is no such source.
 extern "C" {
 
 const CFAllocatorRef kCFAllocatorDefault = nullptr;
