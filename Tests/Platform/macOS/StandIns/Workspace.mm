@@ -1,5 +1,5 @@
-// Stand-ins for the classes that Platform/macOS uses, for Linux's Objective-C runtime. What AppKit's
-// and Foundation's classes do is known from their documentation only.
+// Stand-ins for the classes that Platform/macOS uses, for Linux's Objective-C runtime. What
+// AppKit's and Foundation's classes do is known from their documentation only.
 #import <AppKit/AppKit.h>
 #import <objc/runtime.h>
 
