@@ -93,6 +93,9 @@ PropertyList dictionaryOf(CFDictionaryRef dictionary) {
 }  // namespace
 
 Owned<CFStringRef> coreFoundationText(std::string_view text) {
+  if (findInvalidUTF8(text) != std::string_view::npos) {
+    return {};  // the function below accepts a byte A9 anywhere
+  }
   return Owned(CFStringCreateWithBytes(kCFAllocatorDefault,
                                        reinterpret_cast<const UInt8*>(text.data()),
                                        static_cast<CFIndex>(text.size()), kCFStringEncodingUTF8,

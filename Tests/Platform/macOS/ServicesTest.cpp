@@ -105,6 +105,7 @@ TEST_F(MacOSTest, ConvertsObjectsToPropertyLists) {
     EXPECT_EQ(propertyListOf(value.get()), values[index].second) << index;
   }
   EXPECT_FALSE(coreFoundationText("\xff"));
+  EXPECT_FALSE(coreFoundationText("\xa9"));
 }
 
 TEST_F(MacOSTest, ListsPowerSourcesInTheSystemsOrder) {

