@@ -66,20 +66,20 @@ class Decoder final : public FileCodec::JSONEvents {
   }
 
   bool beginObject() override {
-    const Wanted wanted = wantedHere();
+    const auto [wanted, container] = stepHere();
     if (wanted != Wanted::object && wanted != Wanted::objectOrNull && wanted != Wanted::anything) {
       return stopAt("an object");
     }
-    enter(wanted == Wanted::anything ? Container::ignored : containerHere());
+    enter(container);
     return true;
   }
 
   bool beginArray() override {
-    const Wanted wanted = wantedHere();
+    const auto [wanted, container] = stepHere();
     if (wanted != Wanted::arrayOfStrings && wanted != Wanted::anything) {
       return stopAt("an array");
     }
-    enter(wanted == Wanted::anything ? Container::ignored : containerHere());
+    enter(container);
     return true;
   }
 
@@ -91,7 +91,7 @@ class Decoder final : public FileCodec::JSONEvents {
   }
 
   bool string(std::string_view value) override {
-    const Wanted wanted = wantedHere();
+    const Wanted wanted = stepHere().wanted;
     if (wanted == Wanted::string) {
       listHere().push_back(keep(value));
       return true;
@@ -103,7 +103,7 @@ class Decoder final : public FileCodec::JSONEvents {
   bool boolean() override { return scalar("a Boolean"); }
 
   bool null() override {
-    if (wantedHere() != Wanted::objectOrNull) {
+    if (stepHere().wanted != Wanted::objectOrNull) {
       return scalar("null");
     }
     if (member() == kPatchActions) {
@@ -158,51 +158,36 @@ class Decoder final : public FileCodec::JSONEvents {
     return here() == Container::arguments ? store_.actionStrings : store_.exclusionPatchIDs;
   }
 
-  /// What is expected at the current place.
-  [[nodiscard]] Wanted wantedHere() const {
+  /// What is expected at the current place, and the container that it starts there.
+  struct Step {
+    Wanted wanted;
+    Container container = Container::ignored;
+  };
+  [[nodiscard]] Step stepHere() const {
     switch (here()) {
       case Container::document:
-      case Container::servicePacks:
-      case Container::patches:
-        return Wanted::object;
+        return {Wanted::object, Container::root};
       case Container::root:
-        return member() == kProductServicePackActions || member() == kPatchActions
-                   ? Wanted::objectOrNull
-                   : Wanted::anything;
+        return member() == kPatchActions ? Step{Wanted::objectOrNull, Container::patches}
+               : member() == kProductServicePackActions
+                   ? Step{Wanted::objectOrNull, Container::products}
+                   : Step{Wanted::anything};
       case Container::products:
-        return member() == kExclusionPatchIDs ? Wanted::arrayOfStrings : Wanted::object;
+        return member() == kExclusionPatchIDs
+                   ? Step{Wanted::arrayOfStrings, Container::exclusionList}
+                   : Step{Wanted::object, Container::servicePacks};
+      case Container::servicePacks:
+        return {Wanted::object, Container::productActions};
+      case Container::patches:
+        return {Wanted::object, Container::patchActions};
       case Container::productActions:
       case Container::patchActions:
-        return Wanted::arrayOfStrings;
+        return {Wanted::arrayOfStrings, Container::arguments};
       case Container::exclusionList:
       case Container::arguments:
-        return Wanted::string;
+        return {Wanted::string};
       case Container::ignored:
-        return Wanted::anything;
-    }
-    std::unreachable();
-  }
-
-  /// The container that starts at the current place, if it has the expected type.
-  [[nodiscard]] Container containerHere() const {
-    switch (here()) {
-      case Container::document:
-        return Container::root;
-      case Container::root:
-        return member() == kPatchActions ? Container::patches : Container::products;
-      case Container::products:
-        return member() == kExclusionPatchIDs ? Container::exclusionList : Container::servicePacks;
-      case Container::servicePacks:
-        return Container::productActions;
-      case Container::patches:
-        return Container::patchActions;
-      case Container::productActions:
-      case Container::patchActions:
-        return Container::arguments;
-      case Container::exclusionList:
-      case Container::arguments:
-      case Container::ignored:
-        return Container::ignored;
+        return {Wanted::anything};
     }
     std::unreachable();
   }
@@ -324,11 +309,13 @@ class Decoder final : public FileCodec::JSONEvents {
     store_.patches.clear();
   }
 
-  bool scalar(std::string_view found) { return wantedHere() == Wanted::anything || stopAt(found); }
+  bool scalar(std::string_view found) {
+    return stepHere().wanted == Wanted::anything || stopAt(found);
+  }
 
   /// Records the problem. Returns false, which stops the reader.
   bool stopAt(std::string_view found) {
-    wanted_ = wantedHere();
+    wanted_ = stepHere().wanted;
     found_ = found;
     return false;
   }
