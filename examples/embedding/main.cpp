@@ -24,8 +24,8 @@ int main(int argumentCount, char** arguments) try {
       {.base = root, .data = root + "/data", .logs = root + "/logs"});
 
   // While the prompt about running applications is shown, this thread's run loop runs, which needs
-  // an input source; on macOS the main thread's always has one. It stays idle: one that fires often
-  // would end the wait early.
+  // an input source; on macOS the main thread's has one already. It stays idle: one that fires
+  // often would end the wait early.
   const auto source = platform::RunLoop::current().addSource([] {});
 
   vexlo::ProcessPatchActions processor(
