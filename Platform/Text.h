@@ -4,6 +4,7 @@
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -44,13 +45,14 @@ inline constexpr std::string_view kCapitalDigits = "0123456789ABCDEF";
              : text.substr(first, text.find_last_not_of(blanks) - first + 1);
 }
 
-/// The strings joined with `separator`.
-template <typename Texts>
-[[nodiscard]] std::string joined(const Texts& texts, std::string_view separator) {
+/// The strings, or what `textOf` makes of each item, joined with `separator`.
+template <typename Items, typename TextOf = std::identity>
+[[nodiscard]] std::string joined(const Items& items, std::string_view separator,
+                                 const TextOf& textOf = {}) {
   std::string out;
-  for (std::string_view between; const auto& text : texts) {
+  for (std::string_view between; const auto& item : items) {
     out += between;
-    out += text;
+    out += std::invoke(textOf, item);
     between = separator;
   }
   return out;

@@ -10,6 +10,7 @@
 #include <string_view>
 #include <system_error>
 
+#include "Platform/Text.h"
 #include "SimulatedMac/Layout.h"
 
 namespace simulated_mac {
@@ -34,11 +35,7 @@ std::string jsonText(std::string_view text) {
 
 template <typename Items, typename Write>
 std::string list(const Items& items, const Write& write) {
-  std::string out;
-  for (const auto& item : items) {
-    out.append(out.empty() ? "" : ",").append(write(item));
-  }
-  return "[" + out + "]";
+  return "[" + platform::joined(items, ",", write) + "]";
 }
 
 std::string userName() {

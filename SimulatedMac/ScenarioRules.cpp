@@ -164,14 +164,6 @@ std::vector<Key> keysOf(std::string_view section) {
   return keys;
 }
 
-std::string listed(const std::vector<std::string_view>& names) {
-  std::string list;
-  for (const std::string_view name : names) {
-    list.append(list.empty() ? "" : ", ").append(name);
-  }
-  return list;
-}
-
 const Form* formNamed(std::string_view name) {
   const auto* const form = std::ranges::find(kForms, name, &Form::name);
   return form == kForms.end() ? nullptr : form;
@@ -223,7 +215,8 @@ std::string sectionProblem(std::string_view section) {
   std::ranges::transform(kKeys, std::back_inserter(names), &Key::section);
   names.erase(std::ranges::unique(names).begin(), names.end());
   names.insert(names.end(), kTools.begin(), kTools.end());
-  return "expected one of the sections " + listed(names) + ", found [" + std::string(section) + "]";
+  return "expected one of the sections " + platform::joined(names, ", ") + ", found [" +
+         std::string(section) + "]";
 }
 
 std::string keyProblem(std::string_view section, std::string_view name) {
@@ -241,8 +234,8 @@ std::string keyProblem(std::string_view section, std::string_view name) {
     }
     names.push_back(key.name);
   }
-  return "expected one of the keys " + listed(names) + " in [" + std::string(section) +
-         "], found \"" + std::string(name) + "\"";
+  return "expected one of the keys " + platform::joined(names, ", ") + " in [" +
+         std::string(section) + "], found \"" + std::string(name) + "\"";
 }
 
 std::string valueProblem(std::string_view section, const Setting& setting) {

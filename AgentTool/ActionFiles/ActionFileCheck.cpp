@@ -20,6 +20,7 @@
 #include "AgentTool/ActionFiles/Spelling.h"
 #include "AgentTool/Console/PrintableText.h"
 #include "AgentTool/JSON/JSONDocument.h"
+#include "Platform/Text.h"
 #include "VexloPatchDeployment/Common/ActionID.h"
 #include "VexloPatchDeployment/PatchActions/Main/KnownActions.h"
 
@@ -489,11 +490,7 @@ class FileCheck {
 
   /// «the macOS version and the update label»
   static std::string argumentNames(std::span<const ActionArgument> arguments) {
-    std::string out;
-    for (const ActionArgument& argument : arguments) {
-      out += text(out.empty() ? "the " : " and the ", argument.name);
-    }
-    return out;
+    return "the " + platform::joined(arguments, " and the ", &ActionArgument::name);
   }
 
   /// Actions that run after one that restarts the Mac.

@@ -11,6 +11,7 @@
 #include "AgentTool/ActionFiles/ArgumentKinds.h"
 #include "AgentTool/Console/PrintableText.h"
 #include "AgentTool/JSON/JSONDocument.h"
+#include "Platform/Text.h"
 
 namespace agent_tool {
 namespace {
@@ -20,6 +21,7 @@ using FileCodec::jsonList;
 using FileCodec::JSONObject;
 using FileCodec::jsonString;
 using LogCore::text;
+using platform::joined;
 using vexlo::ActionArgument;
 using vexlo::DocumentedResult;
 using vexlo::KnownActionRow;
@@ -37,21 +39,16 @@ std::string paragraph(std::string_view words, std::size_t indentation) {
 
 /// Such as `["14.5", "macOS Sonoma 14.5-23F79"]`.
 std::string exampleArguments(const KnownActionRow& action) {
-  std::string out;
-  for (const ActionArgument& argument : action.arguments) {
-    out += (out.empty() ? "" : ", ") + jsonString(argument.example);
-  }
-  return '[' + out + ']';
+  const auto example = [](const ActionArgument& argument) { return jsonString(argument.example); };
+  return '[' + joined(action.arguments, ", ", example) + ']';
 }
 
 /// «none», «minimum free space», «bundle identifier, …»; optional ones in brackets
 std::string argumentNames(const KnownActionRow& action) {
-  std::string out;
-  for (const ActionArgument& argument : action.arguments) {
-    out += out.empty() ? "" : ", ";
-    out += argument.isOptional ? text('[', argument.name, ']') : std::string(argument.name);
-  }
-  return out.empty() ? "none" : out + (action.lastRepeats ? ", …" : "");
+  const std::string names = joined(action.arguments, ", ", [](const ActionArgument& argument) {
+    return argument.isOptional ? text('[', argument.name, ']') : std::string(argument.name);
+  });
+  return names.empty() ? "none" : names + (action.lastRepeats ? ", …" : "");
 }
 
 /// What the argument means, and whether it may be left out or repeated.

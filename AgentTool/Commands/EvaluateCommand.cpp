@@ -20,6 +20,7 @@
 #include "AgentTool/Console/PrintableText.h"
 #include "AgentTool/Evaluation/Evaluator.h"
 #include "AgentTool/Facts/Facts.h"
+#include "Platform/Text.h"
 #include "VexloPatchDeployment/Common/Measurement.h"
 #include "VexloPatchDeployment/PatchActions/Helpers/PatchActionProvider.h"
 
@@ -158,15 +159,11 @@ std::string evaluationAsTable(const std::vector<EvaluatedAction>& evaluated,
         reasons.push_back(text(each.code, ' ', rowOf(each.outcome).act, " first"));
       }
     }
-    std::string all;
-    for (const std::string& reason : reasons) {
-      all += text(all.empty() ? "" : "; ", reason);
-    }
     std::vector<Cell>& row = rows.emplace_back();
     row = {{printable(action.actionID.code())},
            {printable(describe(action.actionID))},
            {std::string(name(evaluation.prediction)), verdictOn(evaluation.prediction).style},
-           {std::move(all)}};
+           {platform::joined(reasons, "; ")}};
   }
   return tableText(console, {"CODE", "ACTION", "ANSWER", "WHY"}, rows);
 }

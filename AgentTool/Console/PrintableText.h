@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "Platform/PrintableText.h"
+#include "Platform/Text.h"
 
 namespace agent_tool {
 
@@ -21,22 +22,15 @@ using platform::printable;
 /// An empty text is one empty line.
 [[nodiscard]] std::vector<std::string> wrapped(std::string_view printableText, std::size_t width);
 
-/// Joins strings for display: `20, com.apple.Safari, ""`; ambiguous ones are quoted.
-template <typename Texts>
-[[nodiscard]] std::string joinedReadably(const Texts& texts);
-
 /// Whether `joinedReadably` quotes `text`.
 [[nodiscard]] bool needsQuotes(std::string_view text);
 
+/// Joins strings for display: `20, com.apple.Safari, ""`; ambiguous ones are quoted.
 template <typename Texts>
-std::string joinedReadably(const Texts& texts) {
-  std::string out;
-  for (std::string_view separator; const auto& text : texts) {
-    out += separator;
-    out += needsQuotes(text) ? agent_tool::inQuotes(text) : printable(text);
-    separator = ", ";
-  }
-  return out;
+[[nodiscard]] std::string joinedReadably(const Texts& texts) {
+  return platform::joined(texts, ", ", [](std::string_view text) {
+    return needsQuotes(text) ? inQuotes(text) : printable(text);
+  });
 }
 
 }  // namespace agent_tool

@@ -2,6 +2,8 @@
 
 #include <ostream>
 
+#include "Platform/Text.h"
+
 namespace vexlo {
 
 std::string describe(const Measurement& measurement) { return measurement.words(); }
@@ -19,12 +21,7 @@ std::ostream& operator<<(std::ostream& out, const Measurement& measurement) {
 }
 
 std::string measurementsAsJSON(std::span<const Measurement> measurements) {
-  std::string out = "[";
-  for (std::string_view separator; const Measurement& measurement : measurements) {
-    (out += separator) += measurement.json();
-    separator = ",";
-  }
-  return out += ']';
+  return '[' + platform::joined(measurements, ",", &Measurement::json) + ']';
 }
 
 }  // namespace vexlo

@@ -7,41 +7,31 @@
 
 #include "AgentLibraries/FileCodec/JSONText.h"
 #include "AgentLibraries/LogCore/Text.h"
+#include "Platform/Text.h"
 
 namespace vexlo {
 
 /// `["a", "b"]`; an empty list is `[]`. Strings are not escaped.
 template <typename Texts>
 [[nodiscard]] std::string listText(const Texts& texts) {
-  std::string out = "[";
-  for (std::string_view separator; const auto& element : texts) {
-    out += LogCore::text(separator, '"', std::string_view(element), '"');
-    separator = ", ";
-  }
-  return out += ']';
+  const auto quoted = [](std::string_view element) { return LogCore::text('"', element, '"'); };
+  return '[' + platform::joined(texts, ", ", quoted) + ']';
 }
 
 /// `["a", "b \"c\""]`: like `listText`, but with quotes, backslashes and control characters
 /// escaped. For lines whose format isn't prescribed.
 template <typename Texts>
 [[nodiscard]] std::string escapedListText(const Texts& texts) {
-  std::string out = "[";
-  for (std::string_view separator; const auto& element : texts) {
-    out += LogCore::text(separator, FileCodec::jsonString(element));
-    separator = ", ";
-  }
-  return out += ']';
+  return '[' + platform::joined(texts, ", ", FileCodec::jsonString) + ']';
 }
 
 /// `["key": "value"]`; an empty map is `[:]`.
 template <typename Map>
 [[nodiscard]] std::string mapText(const Map& map) {
-  std::string out = "[";
-  for (std::string_view separator; const auto& [key, value] : map) {
-    out += LogCore::text(separator, '"', key, "\": \"", value, '"');
-    separator = ", ";
-  }
-  return out += map.empty() ? ":]" : "]";
+  const auto shown = [](const auto& entry) {
+    return LogCore::text('"', entry.first, "\": \"", entry.second, '"');
+  };
+  return map.empty() ? "[:]" : '[' + platform::joined(map, ", ", shown) + ']';
 }
 
 /// `Optional("text")`, or `nil` when absent.

@@ -7,6 +7,7 @@
 #include <tuple>
 #include <utility>
 
+#include "Platform/Text.h"
 #include "VexloPatchDeployment/Common/Log.h"
 #include "VexloPatchDeployment/Common/TextForms.h"
 
@@ -41,12 +42,10 @@ void orderAndMerge(std::vector<ActionDetail>& details) {
 
 /// `[minimumDiskSpaceCheck: ["20"], undefined("3001"): []]`; `[:]` when there are none.
 std::string mapText(const std::vector<ActionDetail>& details) {
-  std::string out = "[";
-  for (std::string_view separator; const ActionDetail& detail : details) {
-    out += text(separator, describe(detail.actionID), ": ", escapedListText(detail.arguments));
-    separator = ", ";
-  }
-  return out += details.empty() ? ":]" : "]";
+  const auto shown = [](const ActionDetail& detail) {
+    return text(describe(detail.actionID), ": ", escapedListText(detail.arguments));
+  };
+  return details.empty() ? "[:]" : '[' + platform::joined(details, ", ", shown) + ']';
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "Platform/PropertyList.h"
+#include "Platform/Text.h"
 #include "Platform/Unicode.h"
 #include "VexloPatchDeployment/Common/Log.h"
 #include "VexloPatchDeployment/Common/TextForms.h"
@@ -83,15 +84,6 @@ std::expected<Updates, std::string> decode(std::string_view report) {
   return updates;
 }
 
-std::string listOf(const Updates& updates) {
-  std::string out = "[";
-  for (std::string_view separator; const AvailableOSUpdate& update : updates) {
-    out.append(separator).append(describe(update));
-    separator = ", ";
-  }
-  return out += ']';
-}
-
 AvailableOSUpdates parse(std::string_view output) {
   const std::optional<std::string_view> report = reportIn(output);
   if (!report || !isReadable(*report)) {
@@ -103,7 +95,10 @@ AvailableOSUpdates parse(std::string_view output) {
     logError(kParseTag, [&] { return text("Deserialization error: ", updates.error(), "."); });
     return {.isListed = false};
   }
-  logInfo(kParseTag, [&] { return text("Parsed available OS Updates: ", listOf(*updates), "."); });
+  logInfo(kParseTag, [&] {
+    const auto shown = [](const AvailableOSUpdate& update) { return describe(update); };
+    return text("Parsed available OS Updates: [", platform::joined(*updates, ", ", shown), "].");
+  });
   return {.updates = *std::move(updates)};
 }
 

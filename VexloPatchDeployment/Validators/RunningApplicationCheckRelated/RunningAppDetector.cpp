@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "AgentLibraries/FileCodec/JSONObject.h"
+#include "Platform/Text.h"
 #include "VexloPatchDeployment/Common/Log.h"
 #include "VexloPatchDeployment/Common/RunningAction.h"
 #include "VexloPatchDeployment/Common/TextForms.h"
@@ -20,13 +21,11 @@ using Applications = std::vector<std::unique_ptr<RunningApplication>>;
 
 /// `[Safari (PID 501), Safari (PID 733)]`; shows the identifier if an application has no name.
 std::string describe(const Applications& applications, const std::string& bundleID) {
-  std::string out = "[";
-  for (std::string_view separator; const auto& application : applications) {
-    out += text(separator, application->localizedName().value_or(bundleID), " (PID ",
+  const auto shown = [&](const auto& application) {
+    return text(application->localizedName().value_or(bundleID), " (PID ",
                 application->processIdentifier(), ')');
-    separator = ", ";
-  }
-  return out += ']';
+  };
+  return '[' + platform::joined(applications, ", ", shown) + ']';
 }
 
 }  // namespace
@@ -60,11 +59,9 @@ bool RunningAppDetector::isAnyAppRunning(const std::vector<std::string>& bundleI
 }
 
 std::string RunningApplicationsMeasurement::words() const {
-  std::string out;
-  for (const auto& application : applications) {
-    out += text(out.empty() ? "" : ", ", application.name);
-  }
-  return (out.empty() ? "none" : out) + " running";
+  return (applications.empty() ? "none"
+                               : platform::joined(applications, ", ", &Application::name)) +
+         " running";
 }
 
 std::string RunningApplicationsMeasurement::json() const {

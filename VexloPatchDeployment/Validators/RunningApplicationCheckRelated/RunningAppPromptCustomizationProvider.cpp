@@ -7,6 +7,7 @@
 #include <variant>
 
 #include "AgentLibraries/FileCodec/DecodingError.h"
+#include "Platform/Text.h"
 #include "VexloPatchDeployment/Common/AgentPaths.h"
 #include "VexloPatchDeployment/Common/Log.h"
 #include "VexloPatchDeployment/Common/Numbers.h"
@@ -73,8 +74,8 @@ std::string describeFound(const PropertyList& value) {
 }
 
 template <typename Type>
-void take(const PropertyList& value, const Setting& setting, FieldOf<Type> field,
-          Customization& customization) {
+void readSetting(const PropertyList& value, const Setting& setting, FieldOf<Type> field,
+                 Customization& customization) {
   const Type* const typed = value.as<Type>();
   if (typed == nullptr) {
     throw FileCodec::DecodingError({}, std::string(setting.key), std::string(typeName(field)),
@@ -90,7 +91,7 @@ RunningAppPromptCustomization RunningAppPromptCustomization::decode(
   Customization customization;
   for (const Setting& setting : kSettings) {
     if (const auto entry = settings.find(setting.key); entry != settings.end()) {
-      std::visit([&](auto field) { take(entry->second, setting, field, customization); },
+      std::visit([&](auto field) { readSetting(entry->second, setting, field, customization); },
                  setting.field);
     }
   }
@@ -121,18 +122,14 @@ PropertyList::Dictionary RunningAppPromptCustomization::encode() const {
 }
 
 std::string describe(const RunningAppPromptCustomization& customization) {
-  std::string out = "RunningAppPromptCustomization(";
-  for (std::string_view separator; const Setting& setting : kSettings) {
-    std::visit(
-        [&](auto field) {
-          const auto& value = customization.*field;
-          out += text(separator, setting.fieldName, ": ",
-                      value ? text("Optional(", platform::describe(*value), ')') : "nil");
-        },
-        setting.field);
-    separator = ", ";
-  }
-  return out += ')';
+  const auto valueOf = [&](auto field) {
+    const auto& value = customization.*field;
+    return value ? text("Optional(", platform::describe(*value), ')') : "nil";
+  };
+  const auto shown = [&](const Setting& setting) {
+    return text(setting.fieldName, ": ", std::visit(valueOf, setting.field));
+  };
+  return text("RunningAppPromptCustomization(", platform::joined(kSettings, ", ", shown), ')');
 }
 
 std::ostream& operator<<(std::ostream& out, const RunningAppPromptCustomization& customization) {
