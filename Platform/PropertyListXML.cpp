@@ -355,9 +355,9 @@ class XMLWriter {
   void operator()(bool flag) const { writeLine(flag ? "<true/>" : "<false/>"); }
 
   void operator()(PropertyListDate date) const {
-    constexpr double kBeyondTheYears = 1e12;  // excludes NaN and what doesn't fit into an integer
+    constexpr double kConvertibleLimit = 1e12;  // excludes NaN and what doesn't fit into an integer
     const double whole = std::floor(date.secondsSince2001);
-    const bool convertible = std::abs(whole) < kBeyondTheYears;
+    const bool convertible = std::abs(whole) < kConvertibleLimit;
     const auto moment =
         kPropertyListEpoch + seconds(convertible ? static_cast<std::int64_t>(whole) : 0);
     if (!convertible || moment < std::chrono::sys_days(std::chrono::year(0) / 1 / 1) ||

@@ -44,7 +44,7 @@ void pause(Milliseconds duration) {
 }
 
 /// Whether the child is still running. Only looks, since its status belongs to `runProcess`.
-bool leaderRuns(const Group& group) {
+bool isLeaderRunning(const Group& group) {
   siginfo_t information{};
   const auto leader = static_cast<id_t>(std::abs(group.leader.load()));
   return leader != kFree &&
@@ -54,17 +54,17 @@ bool leaderRuns(const Group& group) {
 
 /// Whether the child, or a member of its group that has its output open, is still running. A child
 /// that wasn't reaped keeps its group, so signal 0 would say nothing about the members.
-bool isThere(const Group& group) {
+bool isGroupRunning(const Group& group) {
   pollfd output{.fd = group.output.load(), .events = POLLIN, .revents = 0};
   const bool isOpen = output.fd >= 0 && ::poll(&output, 1, 0) >= 0 &&
                       (output.revents & (POLLHUP | POLLERR | POLLNVAL)) == 0;
-  return isOpen || leaderRuns(group);
+  return isOpen || isLeaderRunning(group);
 }
 
 void signalAll(int signal) {
   for (Group& group : runningGroups) {
     pid_t leader = group.leader.load();
-    const bool isNew = leader > kFree && leaderRuns(group);
+    const bool isNew = leader > kFree && isLeaderRunning(group);
     if (leader == kFree || (isNew && !group.leader.compare_exchange_strong(leader, -leader))) {
       continue;  // it has just ended
     }
@@ -88,13 +88,13 @@ bool waitWhileAny(bool (*holds)(const Group& group), Milliseconds limit) {
 bool endRunningProcesses(Milliseconds grace) noexcept {
   timesEnded.fetch_add(1);
   const int interruptedCode = errno;
-  const bool wasAny = !waitWhileAny(isThere, Milliseconds::zero());
+  const bool wasAny = !waitWhileAny(isGroupRunning, Milliseconds::zero());
   if (wasAny) {
     signalAll(SIGTERM);
     signalAll(SIGCONT);  // a stopped process couldn't handle SIGTERM
-    (void)waitWhileAny(isThere, grace);
+    (void)waitWhileAny(isGroupRunning, grace);
     signalAll(SIGKILL);  // also members that have closed their output
-    (void)waitWhileAny(leaderRuns, kUntilKilled);
+    (void)waitWhileAny(isLeaderRunning, kUntilKilled);
   }
   errno = interruptedCode;
   return wasAny;

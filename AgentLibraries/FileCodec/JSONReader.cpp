@@ -19,26 +19,26 @@ class Handler : public IgnoredParserEvents {
   explicit Handler(JSONEvents& events) : events_(events) {}
   [[nodiscard]] bool stopped() const noexcept { return stopped_; }
 
-  bool on_object_begin(Error& error) { return goOn(events_.beginObject(), error); }
-  bool on_object_end(std::size_t, Error& error) { return goOn(events_.endObject(), error); }
-  bool on_array_begin(Error& error) { return goOn(events_.beginArray(), error); }
-  bool on_array_end(std::size_t, Error& error) { return goOn(events_.endArray(), error); }
+  bool on_object_begin(Error& error) { return continueIf(events_.beginObject(), error); }
+  bool on_object_end(std::size_t, Error& error) { return continueIf(events_.endObject(), error); }
+  bool on_array_begin(Error& error) { return continueIf(events_.beginArray(), error); }
+  bool on_array_end(std::size_t, Error& error) { return continueIf(events_.endArray(), error); }
   bool on_key_part(View part, std::size_t, Error&) { return keep(part); }
   bool on_key(View last, std::size_t, Error& error) {
-    return goOn(events_.memberName(whole(last)), error);
+    return continueIf(events_.memberName(whole(last)), error);
   }
   bool on_string_part(View part, std::size_t, Error&) { return keep(part); }
   bool on_string(View last, std::size_t, Error& error) {
-    return goOn(events_.string(whole(last)), error);
+    return continueIf(events_.string(whole(last)), error);
   }
-  bool on_int64(std::int64_t, View, Error& error) { return goOn(events_.number(), error); }
-  bool on_uint64(std::uint64_t, View, Error& error) { return goOn(events_.number(), error); }
-  bool on_double(double, View, Error& error) { return goOn(events_.number(), error); }
-  bool on_bool(bool, Error& error) { return goOn(events_.boolean(), error); }
-  bool on_null(Error& error) { return goOn(events_.null(), error); }
+  bool on_int64(std::int64_t, View, Error& error) { return continueIf(events_.number(), error); }
+  bool on_uint64(std::uint64_t, View, Error& error) { return continueIf(events_.number(), error); }
+  bool on_double(double, View, Error& error) { return continueIf(events_.number(), error); }
+  bool on_bool(bool, Error& error) { return continueIf(events_.boolean(), error); }
+  bool on_null(Error& error) { return continueIf(events_.null(), error); }
 
  private:
-  bool goOn(bool wanted, Error& error) {
+  bool continueIf(bool wanted, Error& error) {
     if (!wanted) [[unlikely]] {
       stopped_ = true;
       error = boost::system::errc::make_error_code(boost::system::errc::operation_canceled);

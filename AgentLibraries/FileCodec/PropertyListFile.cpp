@@ -27,12 +27,12 @@ Kind kindOf(const std::error_code& error) {
   if (error == std::errc::no_such_file_or_directory) {
     return Kind::missing;
   }
-  constexpr std::array kNoSuchFileEver{std::errc::is_a_directory, std::errc::invalid_argument,
-                                       std::errc::file_too_large,
-                                       std::errc::too_many_symbolic_link_levels};
-  const bool forGood =
-      std::ranges::any_of(kNoSuchFileEver, [&](std::errc kind) { return error == kind; });
-  return forGood ? Kind::damaged : Kind::unreadable;
+  constexpr std::array kPermanentErrors{std::errc::is_a_directory, std::errc::invalid_argument,
+                                        std::errc::file_too_large,
+                                        std::errc::too_many_symbolic_link_levels};
+  const bool isPermanent =
+      std::ranges::any_of(kPermanentErrors, [&](std::errc kind) { return error == kind; });
+  return isPermanent ? Kind::damaged : Kind::unreadable;
 }
 
 std::unexpected<PropertyListFileError> failure(Kind kind, const std::string& path,

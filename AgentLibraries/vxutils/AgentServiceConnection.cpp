@@ -204,7 +204,7 @@ std::shared_ptr<Channel> connect(std::chrono::milliseconds longestConnect) {
     });
     return nullptr;
   }
-  if (!mayKnowSecrets(*socket)) {
+  if (!mayReceiveSecrets(*socket)) {
     logError(kGetService, [&] {
       return text("Refused the agent service at ", path,
                   ": it runs neither as root nor as the agent's user.");

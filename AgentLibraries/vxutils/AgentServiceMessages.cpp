@@ -171,7 +171,7 @@ std::ptrdiff_t receive(const platform::Descriptor& socket, LineBuffer& buffer, b
   return count;
 }
 
-bool mayKnowSecrets(const platform::Descriptor& socket) {
+bool mayReceiveSecrets(const platform::Descriptor& socket) {
   const std::optional<std::uint32_t> user = platform::peerUserID(socket);
   return user && (*user == 0 || *user == platform::ownUserID());
 }

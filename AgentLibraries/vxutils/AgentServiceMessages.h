@@ -65,6 +65,6 @@ class LineBuffer {
 
 /// Whether the peer of `socket` may receive the agent's secrets: it must run as root or as this
 /// process's user.
-[[nodiscard]] bool mayKnowSecrets(const platform::Descriptor& socket);
+[[nodiscard]] bool mayReceiveSecrets(const platform::Descriptor& socket);
 
 }  // namespace vxutils

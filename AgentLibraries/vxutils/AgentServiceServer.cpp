@@ -179,7 +179,7 @@ class AgentServiceServer::Loop {
                    socket.error() != std::errc::too_many_files_open_in_system;
       return;
     }
-    if (!mayKnowSecrets(*socket)) {
+    if (!mayReceiveSecrets(*socket)) {
       logError(kAgentServiceServerTag, [] {
         return text("Turned away a client that runs neither as root nor as this process's user.");
       });

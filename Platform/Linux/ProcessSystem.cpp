@@ -66,7 +66,7 @@ int ChildEnd::wait(siginfo_t& information, int options) {
         ::waitid(hasPidfd ? P_PIDFD : P_PID, static_cast<id_t>(hasPidfd ? descriptor_.get() : pid_),
                  &information, WEXITED | options);
     if (answer != 0 && errno == EBADF) {  // it was closed, and another file may have its number
-      loseDescriptor();
+      abandonDescriptor();
     }
   } while (answer != 0 && (errno == EINTR || errno == EBADF));
   return answer;

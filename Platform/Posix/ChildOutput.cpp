@@ -62,7 +62,7 @@ ChildOutput::Reading ChildOutput::readKept(const Descriptor& pipe, std::size_t& 
   });
   if (count > 0) {
     most -= static_cast<std::size_t>(count);
-    handOn(std::string_view(kept_).substr(before));
+    deliver(std::string_view(kept_).substr(before));
     reportLines(kept_);
   }
   return answer(count, error);
@@ -77,7 +77,7 @@ ChildOutput::Reading ChildOutput::readDropped(const Descriptor& pipe, std::size_
   if (count > 0) {
     most -= static_cast<std::size_t>(count);
     dropped_ += static_cast<std::uint64_t>(count);
-    handOn({scratch_->data() + filled_, static_cast<std::size_t>(count)});
+    deliver({scratch_->data() + filled_, static_cast<std::size_t>(count)});
     if (onLine_) {
       filled_ += static_cast<std::size_t>(count);
       reportLines({scratch_->data(), filled_});
@@ -101,7 +101,7 @@ void ChildOutput::startDropping() {
   searched_ = filled_;
 }
 
-void ChildOutput::handOn(std::string_view piece) const {
+void ChildOutput::deliver(std::string_view piece) const {
   if (onOutput_) {
     onOutput_(piece);
   }

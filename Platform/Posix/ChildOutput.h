@@ -39,7 +39,7 @@ class ChildOutput {
   Reading readKept(const Descriptor& pipe, std::size_t& most);
   Reading readDropped(const Descriptor& pipe, std::size_t& most);
   void startDropping();
-  void handOn(std::string_view piece) const;
+  void deliver(std::string_view piece) const;
   void reportLines(std::string_view buffer);
 
   std::size_t limit_;

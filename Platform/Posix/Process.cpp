@@ -34,7 +34,7 @@ namespace {
 
 using Instant = std::chrono::steady_clock::time_point;
 
-constexpr std::chrono::milliseconds kBetweenLooks{10};
+constexpr std::chrono::milliseconds kStatusPollInterval{10};
 constexpr std::int32_t kCouldNotStart = 127;
 constexpr std::int32_t kNotExecutable = 126;
 constexpr std::int32_t kSignalBase = 128;
@@ -191,7 +191,7 @@ class Child {
   /// To be called before its output is closed.
   void forgetOutput() { running_.forgetOutput(); }
   /// For a descriptor that other code has closed. From now on the child is polled.
-  void loseEndDescriptor() { end_.loseDescriptor(); }
+  void abandonEndDescriptor() { end_.abandonDescriptor(); }
   /// Asks the system whether the child has exited.
   void updateEnded() {
     if (!ended_) {
@@ -242,7 +242,7 @@ class Child {
 /// Milliseconds for poll(), rounded up so that it does not wake before the deadline.
 int pollTimeout(const std::optional<Instant>& deadline, bool hasDescriptor) {
   using std::chrono::milliseconds;
-  milliseconds wait = hasDescriptor ? milliseconds::max() : kBetweenLooks;
+  milliseconds wait = hasDescriptor ? milliseconds::max() : kStatusPollInterval;
   if (deadline) {
     const auto left = std::chrono::ceil<milliseconds>(*deadline - std::chrono::steady_clock::now());
     wait = std::min(wait, std::max(left, milliseconds::zero()));
@@ -280,9 +280,9 @@ class Supervision {
 
   [[nodiscard]] ProcessResult run() {
     feed();
-    while (!isOver()) {
+    while (!isFinished()) {
       waitForEvent();
-      if (!isOver() && deadline_ && std::chrono::steady_clock::now() >= *deadline_) {
+      if (!isFinished() && deadline_ && std::chrono::steady_clock::now() >= *deadline_) {
         escalate();
       }
     }
@@ -310,7 +310,7 @@ class Supervision {
   enum class Stage : std::uint8_t { running, terminated, killed, givenUp };
 
   /// After SIGTERM, group members that keep the pipe open get the grace period as well.
-  [[nodiscard]] bool isOver() const {
+  [[nodiscard]] bool isFinished() const {
     return stage_ == Stage::givenUp ||
            (child_.ended() && (stage_ != Stage::terminated || !outputPipe_));
   }
@@ -326,7 +326,7 @@ class Supervision {
     const bool waited =
         ::poll(events.data(), events.size(), pollTimeout(deadline_, hasEndDescriptor)) >= 0;
     if (!waited) {  // interrupted or out of memory: check everything
-      std::this_thread::sleep_for(kBetweenLooks);
+      std::this_thread::sleep_for(kStatusPollInterval);
     }
     if (waited) {
       releaseClosed(events[kEnd], events[kOutput], events[kInput]);
@@ -347,7 +347,7 @@ class Supervision {
   /// the next files that it opens get their numbers.
   void releaseClosed(const pollfd& end, const pollfd& output, const pollfd& input) {
     if ((end.revents & POLLNVAL) != 0) {
-      child_.loseEndDescriptor();
+      child_.abandonEndDescriptor();
     }
     if ((output.revents & POLLNVAL) != 0) {
       child_.forgetOutput();
@@ -440,9 +440,9 @@ constexpr const char* kNoInput = "/dev/null";
 
 ProcessResult notStarted(int error, const ProcessRequest& request) {
   const bool directoryFailed = request.directory && ::access(request.directory->c_str(), X_OK) != 0;
-  const bool isThere = error == EACCES || error == EPERM || error == ENOEXEC || error == ETXTBSY ||
-                       error == E2BIG || isBadExecutable(error);
-  return {.exitCode = isThere && !directoryFailed ? kNotExecutable : kCouldNotStart,
+  const bool exists = error == EACCES || error == EPERM || error == ENOEXEC || error == ETXTBSY ||
+                      error == E2BIG || isBadExecutable(error);
+  return {.exitCode = exists && !directoryFailed ? kNotExecutable : kCouldNotStart,
           .startError = std::error_code(error, std::generic_category()),
           .unusablePath = directoryFailed ? *request.directory : request.executable};
 }

@@ -42,7 +42,7 @@ class ChildEnd {
   /// Whether the child no longer exists, for example because the process ignores SIGCHLD.
   [[nodiscard]] bool wasGone() const { return wasGone_; }
   /// Forgets the descriptor, which other code has closed.
-  void loseDescriptor() { (void)descriptor_.release(); }
+  void abandonDescriptor() { (void)descriptor_.release(); }
   /// waitid() for the child with WEXITED and these options, retried after signals. Returns 0, or -1
   /// with errno set if other code in the process has waited for the child.
   int wait(siginfo_t& information, int options);

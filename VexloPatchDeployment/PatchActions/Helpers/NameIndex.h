@@ -26,20 +26,19 @@ class NameIndex {
     return std::hash<std::string_view>{}(name) + owner * std::size_t{0x9E37'79B9'7F4A'7C15};
   }
 
-  /// Adds entry `number`, replacing the entry for which `bearsName(entry)` is true.
-  template <typename BearsName>
-  void add(std::uint32_t number, std::size_t hash, const BearsName& bearsName) {
-    slots_[position(hash, bearsName)] = number;
+  /// Adds entry `number`, replacing the entry for which `hasName(entry)` is true.
+  template <typename HasName>
+  void add(std::uint32_t number, std::size_t hash, const HasName& hasName) {
+    slots_[position(hash, hasName)] = number;
   }
 
-  /// The number of the entry for which `bearsName(entry)` is true.
-  template <typename BearsName>
-  [[nodiscard]] std::optional<std::uint32_t> find(std::size_t hash,
-                                                  const BearsName& bearsName) const {
+  /// The number of the entry for which `hasName(entry)` is true.
+  template <typename HasName>
+  [[nodiscard]] std::optional<std::uint32_t> find(std::size_t hash, const HasName& hasName) const {
     if (slots_.empty()) {
       return std::nullopt;
     }
-    const std::uint32_t number = slots_[position(hash, bearsName)];
+    const std::uint32_t number = slots_[position(hash, hasName)];
     return number == kFree ? std::nullopt : std::optional(number);
   }
 
@@ -47,11 +46,11 @@ class NameIndex {
   static constexpr std::uint32_t kFree = 0xFFFF'FFFF;
 
   /// The slot of the named entry, or the free slot for it.
-  template <typename BearsName>
-  [[nodiscard]] std::size_t position(std::size_t hash, const BearsName& bearsName) const {
+  template <typename HasName>
+  [[nodiscard]] std::size_t position(std::size_t hash, const HasName& hasName) const {
     const std::size_t mask = slots_.size() - 1;
     std::size_t place = hash & mask;
-    while (slots_[place] != kFree && !bearsName(slots_[place])) {
+    while (slots_[place] != kFree && !hasName(slots_[place])) {
       place = (place + 1) & mask;
     }
     return place;

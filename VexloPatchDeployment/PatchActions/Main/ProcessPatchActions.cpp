@@ -97,7 +97,7 @@ class ProcessPatchActions::Implementation {
         dependencies_(std::move(dependencies)) {}
 
   /// Uses the cached action file and the production collaborators; throws if the file is unusable.
-  static std::unique_ptr<Implementation> overFile(PatchIdentifier patchIdentifier) {
+  static std::unique_ptr<Implementation> forCachedFile(PatchIdentifier patchIdentifier) {
     auto patchActionGroup = decodedFileFor(patchIdentifier);
     return std::make_unique<Implementation>(std::move(patchIdentifier), std::move(patchActionGroup),
                                             std::make_unique<DefaultPatchProcessingDependencies>());
@@ -127,7 +127,7 @@ class ProcessPatchActions::Implementation {
 };
 
 ProcessPatchActions::ProcessPatchActions(PatchIdentifier patchIdentifier)
-    : implementation_(Implementation::overFile(std::move(patchIdentifier))) {}
+    : implementation_(Implementation::forCachedFile(std::move(patchIdentifier))) {}
 
 ProcessPatchActions::ProcessPatchActions(PatchIdentifier patchIdentifier,
                                          std::shared_ptr<const PatchActionGroup> patchActionGroup)
