@@ -41,7 +41,8 @@ struct FleetPrediction {
   std::string code;          ///< Of the deciding action; empty if all succeed.
   std::string reason;        ///< The name of its description; empty if there is none.
   std::vector<Acted> acted;  ///< The actions before it that would change the machine.
-  friend auto operator<=>(const FleetPrediction&, const FleetPrediction&) = default;
+  // Older libraries have no <=> for vectors, so `auto` can't be deduced.
+  friend std::strong_ordering operator<=>(const FleetPrediction&, const FleetPrediction&) = default;
 };
 
 /// How a patch's macOS version relates to a machine's.
