@@ -322,7 +322,7 @@ std::string repeatedOption(const CLI::App& command) {
 }
 
 /// Why the arguments can't be used, in words that don't depend on the parser's version.
-std::string complaint(const CLI::ParseError& error, const CLI::App& app) {
+std::string messageFor(const CLI::ParseError& error, const CLI::App& app) {
   if (dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr) {
     return unexpected(app.remaining(/*recurse=*/true));
   }
@@ -543,7 +543,7 @@ std::expected<Request, NoRequest> readCommandLine(int argc, const char* const* a
                                ? noSuchCommand(app.remaining(), app)
                                : badUsage(error.what(), chosenCommand(app)));
   } catch (const CLI::ParseError& error) {
-    return std::unexpected(badUsage(complaint(error, app), chosenCommand(app)));
+    return std::unexpected(badUsage(messageFor(error, app), chosenCommand(app)));
   }
 }
 

@@ -16,7 +16,7 @@ namespace {
 class CommandLineTest : public AgentToolTest {};
 
 TEST_F(CommandLineTest, BadUsageExitsWith64AndPointsToHelp) {
-  for (const auto& [commandLine, complaint] : std::vector<std::pair<std::string, std::string>>{
+  for (const auto& [commandLine, expected] : std::vector<std::pair<std::string, std::string>>{
            {"vexlo-patch", "a command is needed"},
            {"vexlo-patch paln", "no such command: paln"},
            {"vexlo-patch help '\x1b[2J\xff'", "\\u001b[2J\\xff"},
@@ -39,7 +39,7 @@ TEST_F(CommandLineTest, BadUsageExitsWith64AndPointsToHelp) {
     const ToolRun run = shell(commandLine);
     EXPECT_EQ(run.status, 64);
     EXPECT_EQ(run.output, "");
-    EXPECT_THAT(run.errors, AllOf(StartsWith("vexlo-patch: "), HasSubstr(complaint),
+    EXPECT_THAT(run.errors, AllOf(StartsWith("vexlo-patch: "), HasSubstr(expected),
                                   HasSubstr("\nTry 'vexlo-patch help")));
   }
 }
