@@ -1,6 +1,7 @@
 #include "AgentLibraries/FileCodec/JSONReader.h"
 
 #include <algorithm>
+#include <boost/system/errc.hpp>
 #include <cstdint>
 
 #include "AgentLibraries/FileCodec/IgnoredParserEvents.h"
