@@ -27,6 +27,7 @@ PropertyList source(PropertyList state, PropertyList current, PropertyList maxim
 PropertyList battery(std::int64_t current, std::int64_t maximum) {
   return source("Battery Power", current, maximum);
 }
+constexpr const char* kUnobtainable = "Unable to obtain system power source details.";
 const PropertyList kTen = std::int64_t{10};
 const PropertyList kMains = source("AC Power", kTen, kTen);
 
@@ -49,6 +50,11 @@ TEST(PowerSourceResolverTest, UsesTheFirstReadableSource) {
     provider.sources = sources;
     EXPECT_EQ(resolver.currentPowerSource(), expected);
   }
+  log.clear();
+  provider.sources = {"x"};
+  EXPECT_EQ(resolver.currentPowerSource(), std::nullopt);
+  EXPECT_THAT(log.records(),
+              testing::ElementsAre(DebugLine(kUnobtainable), ErrorLine(kUnobtainable)));
 }
 
 }  // namespace
