@@ -28,6 +28,7 @@ TEST_F(FactsCommandTest, WorksWithoutAnAgentAndSaysWhyFactsAreAbsent) {
             HasSubstr(R"("patchData":{"file":null,"values":null})"),
             HasSubstr(R"("applications":{"no.such":[]})"),
             HasSubstr(R"("patchData":"the agent's data directory is not given")"),
+            HasSubstr(R"("customization":"the agent's data directory is not given")"),
             HasSubstr(R"("agentService":"Unable to reach the agent service: )")));
 }
 
