@@ -30,7 +30,8 @@ constexpr const char* kFileWithWarnings = R"({
     "2": {"3001": [], " 02005": [], "UserLogedInCheck": [], "2009": []},
     "3": {"2002": ["101"], "2005": ["-1", "2", "3"], "2006": ["14."], "2007": ["14"]},
     "4": {"2001": ["30%"], "2008": ["a.b", "", "a.b", "c,d", "C.app"], "2010": ["I.app"]},
-    "6": {"2010": ["/I\u0007"], "2006": ["14.5"], "2007": ["14.6", ""], "2008": ["Safari"]}}})";
+    "6": {"2010": ["/I\u0007"], "2006": ["14.5"], "2007": ["14.6", ""], "2008": ["Safari"]},
+    "exclusionPatchIDs": {}}})";
 
 constexpr const char* kWarnings =
     R"j(file:2:3: warning: patchActions: is not read; did you mean "PatchActions"?
@@ -64,7 +65,8 @@ file:9:51: warning: PatchActions › 6 › 2007: installMacOSUpdates restarts th
 file:9:60: warning: PatchActions › 6 › 2007 › [0]: "14.6" differs from the version of macOSDeferCheck, "14.5"
 file:9:68: warning: PatchActions › 6 › 2007 › [1]: the softwareupdate label is empty
 file:9:82: warning: PatchActions › 6 › 2008 › [0]: "Safari" is not a bundle identifier such as "com.apple.Safari"
-file can be used (1 product, 6 patches with actions, 2 exempt patches); 31 warnings.
+file:10:5: warning: PatchActions › exclusionPatchIDs: is taken as a patch; "ExclusionPatchIDs" belongs in "ProductServicePackActions"
+file can be used (1 product, 7 patches with actions, 2 exempt patches); 32 warnings.
 )j";
 
 constexpr const char* kLabels = R"j({"PatchActions": {
