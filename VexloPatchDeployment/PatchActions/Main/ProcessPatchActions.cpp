@@ -1,10 +1,10 @@
 #include "VexloPatchDeployment/PatchActions/Main/ProcessPatchActions.h"
 
 #include <algorithm>
-#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <ranges>
+#include <tuple>
 #include <utility>
 
 #include "AgentLibraries/vxutils/MDMEnrollmentUtil.h"
@@ -54,135 +54,22 @@ std::shared_ptr<const PatchActionGroup> decodedFileFor(const PatchIdentifier& pa
   return *outcome;
 }
 
-using Arguments = std::vector<std::string>;
-
-/// The patch's actions in order.
-class ApplicableActions {
- public:
-  explicit ApplicableActions(std::vector<ActionDetail> details) : details_(std::move(details)) {
-    arguments_.reserve(details_.size());
-    for (const ActionDetail& detail : details_) {
-      arguments_.emplace_back(detail.arguments.begin(), detail.arguments.end());
-    }
-  }
-
-  [[nodiscard]] const std::vector<ActionDetail>& details() const { return details_; }
-
-  /// The action's arguments; null when it isn't among the actions.
-  [[nodiscard]] const Arguments* argumentsOf(const ActionID& action) const {
-    const auto place = [](const ActionID& id) { return std::tuple(id.sortOrder(), id.code()); };
-    const auto found = std::ranges::lower_bound(
-        details_, place(action), {},
-        [&](const ActionDetail& detail) { return place(detail.actionID); });
-    if (found == details_.end() || found->actionID != action) {
-      return nullptr;
-    }
-    return &arguments_[static_cast<std::size_t>(found - details_.begin())];
-  }
-
- private:
-  std::vector<ActionDetail> details_;
-  std::vector<Arguments> arguments_;  // of each
+/// An action that applies to the patch.
+struct ApplicableAction {
+  ActionID actionID;
+  std::vector<std::string> arguments;
 };
 
-}  // namespace
-
-class ProcessPatchActions::Implementation {
- public:
-  Implementation(PatchIdentifier patchIdentifier,
-                 std::shared_ptr<const PatchActionGroup> patchActionGroup,
-                 std::unique_ptr<PatchProcessingDependencies> dependencies)
-      : patchIdentifier_(std::move(patchIdentifier)),
-        patchActionGroup_(std::move(patchActionGroup)),
-        dependencies_(std::move(dependencies)) {}
-
-  /// Uses the cached action file and the production collaborators; throws if the file is unusable.
-  static std::unique_ptr<Implementation> forCachedFile(PatchIdentifier patchIdentifier) {
-    auto patchActionGroup = decodedFileFor(patchIdentifier);
-    return std::make_unique<Implementation>(std::move(patchIdentifier), std::move(patchActionGroup),
-                                            std::make_unique<DefaultPatchProcessingDependencies>());
-  }
-
-  void setObserver(std::shared_ptr<ActionObserver> observer) { observer_ = std::move(observer); }
-  [[nodiscard]] std::shared_ptr<ActionObserver> observer() const { return observer_; }
-
-  /// Computed on the first call.
-  [[nodiscard]] const ApplicableActions& applicableActions() {
-    if (!applicableActions_) {
-      applicableActions_.emplace(
-          PatchActionProvider(patchIdentifier_, patchActionGroup_).actionDetails());
-    }
-    return *applicableActions_;
-  }
-
-  /// Runs an action that applies to the patch.
-  PatchActionResult execute(const ActionID& action, const Arguments& arguments);
-
- private:
-  PatchIdentifier patchIdentifier_;
-  std::shared_ptr<const PatchActionGroup> patchActionGroup_;
-  std::unique_ptr<PatchProcessingDependencies> dependencies_;
-  std::optional<ApplicableActions> applicableActions_;
-  std::shared_ptr<ActionObserver> observer_;  // null without one
-};
-
-ProcessPatchActions::ProcessPatchActions(PatchIdentifier patchIdentifier)
-    : implementation_(Implementation::forCachedFile(std::move(patchIdentifier))) {}
-
-ProcessPatchActions::ProcessPatchActions(PatchIdentifier patchIdentifier,
-                                         std::shared_ptr<const PatchActionGroup> patchActionGroup)
-    : ProcessPatchActions(std::move(patchIdentifier), std::move(patchActionGroup),
-                          std::make_unique<DefaultPatchProcessingDependencies>()) {}
-
-ProcessPatchActions::ProcessPatchActions(PatchIdentifier patchIdentifier,
-                                         std::shared_ptr<const PatchActionGroup> patchActionGroup,
-                                         std::unique_ptr<PatchProcessingDependencies> dependencies)
-    : implementation_(std::make_unique<Implementation>(
-          std::move(patchIdentifier), std::move(patchActionGroup), std::move(dependencies))) {}
-
-ProcessPatchActions::~ProcessPatchActions() = default;
-
-std::optional<std::vector<std::string>> ProcessPatchActions::arguments(const ActionID& action) {
-  const Arguments* const arguments = implementation_->applicableActions().argumentsOf(action);
-  return arguments != nullptr ? std::optional(*arguments) : std::nullopt;
-}
-
-PatchActionResult ProcessPatchActions::execute() {
-  for (const ActionDetail& detail : implementation_->applicableActions().details()) {
-    PatchActionResult result = execute(detail.actionID);
-    if (result.outcome != PatchActionResult::Outcome::success) {
-      return result;
-    }
-  }
-  return PatchActionResult::success();
-}
-
-void ProcessPatchActions::setObserver(std::shared_ptr<ActionObserver> observer) {
-  implementation_->setObserver(std::move(observer));
-}
-
-PatchActionResult ProcessPatchActions::execute(const ActionID& action) {
-  const RunningAction running(action, implementation_->observer());
-  const Arguments* const arguments = implementation_->applicableActions().argumentsOf(action);
-  if (arguments == nullptr) {
-    logDebug(kExecuteTag, [&] {
-      return text("No action details found for actionID: ", describe(action),
-                  ", considering as success.");
+PatchActionResult hasMinimumBattery(const LogTag& tag, const ActionRun& run, bool isForSilicon) {
+  const bool isSilicon = run.dependencies.machine().isAppleSilicon();
+  if (isSilicon != isForSilicon) {
+    logInfo(tag, [&] {
+      return text(isSilicon ? "Its an" : "Its not an",
+                  " Apple Silicon machine, skipping actionID: ", describe(run.action), ".");
     });
-    decidedBy(DecidingRule::notInPlan);
+    decidedBy(DecidingRule::otherProcessor);
     return PatchActionResult::success();
   }
-  PatchActionResult result = implementation_->execute(action, *arguments);
-  logInfo(kExecuteTag, [&] {
-    return text("Patch action result for action detail (actionID: ", describe(action),
-                ", arguments: ", escapedListText(*arguments), ") : ", describe(result), ".");
-  });
-  return result;
-}
-
-namespace {
-
-PatchActionResult hasMinimumBattery(const LogTag& tag, const ActionRun& run) {
   const std::optional<std::int64_t> minimumPercent = run.integer(0);
   if (!minimumPercent) {
     logInfo(tag, [&] {
@@ -207,15 +94,100 @@ PatchActionResult nothingToRun(const ActionRun& run, std::string_view why, Decid
 
 }  // namespace
 
-PatchActionResult ProcessPatchActions::Implementation::execute(const ActionID& action,
-                                                               const Arguments& arguments) {
+struct ProcessPatchActions::Implementation {
+  std::shared_ptr<const PatchActionGroup> patchActionGroup;
+  PatchIdentifier patchIdentifier;
+  std::unique_ptr<PatchProcessingDependencies> dependencies;
+  std::shared_ptr<ActionObserver> observer = nullptr;
+  std::optional<std::vector<ApplicableAction>> actions = std::nullopt;
+
+  /// In running order; determined on the first call.
+  [[nodiscard]] const std::vector<ApplicableAction>& applicableActions() {
+    if (!actions) {
+      std::vector<ApplicableAction> found;
+      for (const auto& [actionID, arguments, origin] :
+           PatchActionProvider(patchIdentifier, patchActionGroup).actionDetails()) {
+        found.push_back({.actionID = actionID, .arguments = {arguments.begin(), arguments.end()}});
+      }
+      actions = std::move(found);
+    }
+    return *actions;
+  }
+
+  /// Null if the action doesn't apply.
+  [[nodiscard]] const std::vector<std::string>* argumentsOf(const ActionID& action) {
+    const auto place = [](const ActionID& id) { return std::tuple(id.sortOrder(), id.code()); };
+    const std::vector<ApplicableAction>& all = applicableActions();
+    const auto found = std::ranges::lower_bound(
+        all, place(action), {}, [&](const ApplicableAction& each) { return place(each.actionID); });
+    return found != all.end() && found->actionID == action ? &found->arguments : nullptr;
+  }
+};
+
+ProcessPatchActions::ProcessPatchActions(PatchIdentifier patchIdentifier)
+    : implementation_(std::make_unique<Implementation>(Implementation{
+          .patchActionGroup = decodedFileFor(patchIdentifier),
+          .patchIdentifier = std::move(patchIdentifier),
+          .dependencies = std::make_unique<DefaultPatchProcessingDependencies>()})) {}
+
+ProcessPatchActions::ProcessPatchActions(PatchIdentifier patchIdentifier,
+                                         std::shared_ptr<const PatchActionGroup> patchActionGroup)
+    : ProcessPatchActions(std::move(patchIdentifier), std::move(patchActionGroup),
+                          std::make_unique<DefaultPatchProcessingDependencies>()) {}
+
+ProcessPatchActions::ProcessPatchActions(PatchIdentifier patchIdentifier,
+                                         std::shared_ptr<const PatchActionGroup> patchActionGroup,
+                                         std::unique_ptr<PatchProcessingDependencies> dependencies)
+    : implementation_(std::make_unique<Implementation>(
+          Implementation{.patchActionGroup = std::move(patchActionGroup),
+                         .patchIdentifier = std::move(patchIdentifier),
+                         .dependencies = std::move(dependencies)})) {}
+
+ProcessPatchActions::~ProcessPatchActions() = default;
+
+std::optional<std::vector<std::string>> ProcessPatchActions::arguments(const ActionID& action) {
+  const auto* const arguments = implementation_->argumentsOf(action);
+  return arguments != nullptr ? std::optional(*arguments) : std::nullopt;
+}
+
+PatchActionResult ProcessPatchActions::execute() {
+  for (const ApplicableAction& each : implementation_->applicableActions()) {
+    PatchActionResult result = execute(each.actionID);
+    if (result.outcome != PatchActionResult::Outcome::success) {
+      return result;
+    }
+  }
+  return PatchActionResult::success();
+}
+
+void ProcessPatchActions::setObserver(std::shared_ptr<ActionObserver> observer) {
+  implementation_->observer = std::move(observer);
+}
+
+PatchActionResult ProcessPatchActions::execute(const ActionID& action) {
+  const RunningAction running(action, implementation_->observer);
+  const auto* const arguments = implementation_->argumentsOf(action);
+  if (arguments == nullptr) {
+    logDebug(kExecuteTag, [&] {
+      return text("No action details found for actionID: ", describe(action),
+                  ", considering as success.");
+    });
+    decidedBy(DecidingRule::notInPlan);
+    return PatchActionResult::success();
+  }
   const ActionRun run{.action = action,
-                      .arguments = arguments,
-                      .patch = patchIdentifier_,
-                      .dependencies = *dependencies_};
+                      .arguments = *arguments,
+                      .patch = implementation_->patchIdentifier,
+                      .dependencies = *implementation_->dependencies};
   const auto* const known = std::get_if<KnownAction>(&action.value());
-  return known != nullptr ? rowOf(*known).run(run)
-                          : nothingToRun(run, "defined", DecidingRule::undefinedAction);
+  PatchActionResult result = known != nullptr
+                                 ? rowOf(*known).run(run)
+                                 : nothingToRun(run, "defined", DecidingRule::undefinedAction);
+  logInfo(kExecuteTag, [&] {
+    return text("Patch action result for action detail (actionID: ", describe(action),
+                ", arguments: ", escapedListText(*arguments), ") : ", describe(result), ".");
+  });
+  return result;
 }
 
 PatchActionResult applicationRunningNotifier(const ActionRun& run) {
@@ -223,26 +195,11 @@ PatchActionResult applicationRunningNotifier(const ActionRun& run) {
 }
 
 PatchActionResult hasMinimumBatteryForSiliconMachine(const ActionRun& run) {
-  if (!run.dependencies.machine().isAppleSilicon()) {
-    logInfo(kSiliconBatteryTag, [&] {
-      return text("Its not an Apple Silicon machine, skipping actionID: ", describe(run.action),
-                  ".");
-    });
-    decidedBy(DecidingRule::otherProcessor);
-    return PatchActionResult::success();
-  }
-  return hasMinimumBattery(kSiliconBatteryTag, run);
+  return hasMinimumBattery(kSiliconBatteryTag, run, /*isForSilicon=*/true);
 }
 
 PatchActionResult hasMinimumBatteryForIntelMachine(const ActionRun& run) {
-  if (run.dependencies.machine().isAppleSilicon()) {
-    logInfo(kIntelBatteryTag, [&] {
-      return text("Its an Apple Silicon machine, skipping actionID: ", describe(run.action), ".");
-    });
-    decidedBy(DecidingRule::otherProcessor);
-    return PatchActionResult::success();
-  }
-  return hasMinimumBattery(kIntelBatteryTag, run);
+  return hasMinimumBattery(kIntelBatteryTag, run, /*isForSilicon=*/false);
 }
 
 PatchActionResult isUserLoggedIn(const ActionRun& run) {

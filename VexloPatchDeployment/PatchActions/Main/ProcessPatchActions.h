@@ -60,7 +60,7 @@ class VEXLO_EXPORT ProcessPatchActions : public PatchActionProcessing {
   void setObserver(std::shared_ptr<ActionObserver> observer) override;
 
  private:
-  class VEXLO_HIDDEN Implementation;
+  struct VEXLO_HIDDEN Implementation;
   std::unique_ptr<Implementation> implementation_;
 };
 
