@@ -27,13 +27,13 @@ namespace {
 using namespace vexlo;
 
 struct Lister final : SoftwareUpdateLister {
-  SoftwareUpdateList list;
-  SoftwareUpdateList fetchSoftwareUpdates() override { return list; }
+  CommandResult list;
+  CommandResult fetchSoftwareUpdates() override { return list; }
 };
 
 struct MDMClient final : MDMClientCommandExecutor {
-  MDMClientOutput run;
-  MDMClientOutput fetchAvailableOSUpdatesRaw() override { return run; }
+  CommandResult run;
+  CommandResult fetchAvailableOSUpdatesRaw() override { return run; }
 };
 
 std::string lowered(std::string_view text) {

@@ -135,12 +135,12 @@ CommandResult TerminalUtil::runCommand(const std::string& command,
   return {.exitCode = result.exitCode, .output = std::move(result.output)};
 }
 
-std::pair<std::int32_t, std::string> TerminalUtil::executeTaskForString(
-    const std::string& pathOfBinary, const std::vector<std::string>& arguments,
-    std::int64_t timeoutSeconds) {
+CommandResult TerminalUtil::executeTaskForString(const std::string& pathOfBinary,
+                                                 const std::vector<std::string>& arguments,
+                                                 std::int64_t timeoutSeconds) {
   platform::ProcessRequest request{.executable = pathOfBinary, .arguments = arguments};
   platform::ProcessResult result = run(request, timeoutSeconds, kTaskTag, sleep_);
-  return {result.exitCode, std::move(result.output)};
+  return {.exitCode = result.exitCode, .output = std::move(result.output)};
 }
 
 }  // namespace vxutils

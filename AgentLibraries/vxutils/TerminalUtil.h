@@ -6,7 +6,6 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 #include "AgentLibraries/vxutils/CommandResult.h"
@@ -48,7 +47,7 @@ class TerminalUtil {
 
   /// Runs the executable at `pathOfBinary` directly, without a shell, and waits for it to exit.
   /// After `timeoutSeconds` its process group is killed.
-  [[nodiscard]] std::pair<std::int32_t, std::string> executeTaskForString(
+  [[nodiscard]] CommandResult executeTaskForString(
       const std::string& pathOfBinary, const std::vector<std::string>& arguments,
       std::int64_t timeoutSeconds = kLongestTaskSeconds);
 

@@ -109,7 +109,7 @@ std::optional<vexlo::CommandResult> FactsSources::failureOf(std::string_view com
                                                   .output = "there is no such application"});
 }
 
-vexlo::SoftwareUpdateList FactsSources::Labels::fetchSoftwareUpdates() {
+vexlo::CommandResult FactsSources::Labels::fetchSoftwareUpdates() {
   std::string list;
   for (const std::string& label :
        facts().softwareUpdateLabels.value_or(std::vector<std::string>())) {
@@ -118,7 +118,7 @@ vexlo::SoftwareUpdateList FactsSources::Labels::fetchSoftwareUpdates() {
   return {.exitCode = 0, .output = std::move(list)};
 }
 
-vexlo::SoftwareUpdateList FactsSources::Apple::fetchSoftwareUpdates() {
+vexlo::CommandResult FactsSources::Apple::fetchSoftwareUpdates() {
   const std::optional<bool> isReachable = facts().softwareUpdateReachable;
   if (!isReachable) {
     intentions_.recordUnasked("softwareupdate --list");

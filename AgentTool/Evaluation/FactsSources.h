@@ -127,7 +127,7 @@ class FactsSources {
    public:
     Apple(const FactsSources& whole, Intentions& intentions)
         : Part(whole), intentions_(intentions) {}
-    [[nodiscard]] vexlo::SoftwareUpdateList fetchSoftwareUpdates() override;
+    [[nodiscard]] vexlo::CommandResult fetchSoftwareUpdates() override;
     [[nodiscard]] std::optional<vexlo::AvailableOSUpdates> availableOSUpdates() override {
       return facts().availableOSUpdates.transform([this](const auto& updates) {
         return vexlo::AvailableOSUpdates{.updates = updates,
@@ -142,7 +142,7 @@ class FactsSources {
   /// The list of updates, as far as labels are read in it.
   struct Labels final : vexlo::SoftwareUpdateLister, Part {
     using Part::Part;
-    [[nodiscard]] vexlo::SoftwareUpdateList fetchSoftwareUpdates() override;
+    [[nodiscard]] vexlo::CommandResult fetchSoftwareUpdates() override;
   };
 
   const Facts* facts_ = nullptr;

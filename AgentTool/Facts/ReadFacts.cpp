@@ -102,11 +102,11 @@ class KnownPowerSources final : public vexlo::PowerSourcesProvider {
 /// Answers with a list that was fetched before.
 class FetchedSoftwareUpdates final : public vexlo::SoftwareUpdateLister {
  public:
-  explicit FetchedSoftwareUpdates(vexlo::SoftwareUpdateList list) : list_(std::move(list)) {}
-  [[nodiscard]] vexlo::SoftwareUpdateList fetchSoftwareUpdates() override { return list_; }
+  explicit FetchedSoftwareUpdates(vexlo::CommandResult list) : list_(std::move(list)) {}
+  [[nodiscard]] vexlo::CommandResult fetchSoftwareUpdates() override { return list_; }
 
  private:
-  vexlo::SoftwareUpdateList list_;
+  vexlo::CommandResult list_;
 };
 
 /// A request to the agent's service, whose answer is awaited later.
@@ -357,7 +357,7 @@ class Reader {
   void readUpdates(bool asksApple) {
     std::vector<std::string> labels;
     if (asksApple) {
-      vexlo::SoftwareUpdateList list = vexlo::SystemSoftwareUpdateLister().fetchSoftwareUpdates();
+      vexlo::CommandResult list = vexlo::SystemSoftwareUpdateLister().fetchSoftwareUpdates();
       facts_.softwareUpdateStatus = list.exitCode;
       labels = labelsIn(list.output);
       FetchedSoftwareUpdates fetched(std::move(list));

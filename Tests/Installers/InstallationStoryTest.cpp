@@ -26,7 +26,7 @@ class StoryDependencies : public Base, public CredentialsFetcher, public Softwar
  public:
   explicit StoryDependencies(Story& story) : tools(story), story_(story) {}
   std::optional<Credentials> credentials() override { return Credentials("alice", "secret"); }
-  SoftwareUpdateList fetchSoftwareUpdates() override {
+  CommandResult fetchSoftwareUpdates() override {
     story_.events.emplace_back("softwareupdate --list");
     return {.exitCode = 0, .output = "Updates:\n* Label: macOS 14.6-23G1\n\tTitle: macOS\n"};
   }

@@ -12,7 +12,6 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-using ::testing::Pair;
 
 constexpr std::int64_t kTwoHours = 7200;
 
@@ -36,7 +35,8 @@ TEST_F(TerminalUtilTest, LogsRequestedOutputButNeverInputOrCommand) {
 TEST_F(TerminalUtilTest, LogsTimeoutsAndStartFailures) {
   const std::string command = "trap 'exit 0' TERM; while :; do sleep 0.05; done";
   EXPECT_EQ(terminal.runCommand(command, {}, {}, {}, 1, false, false).exitCode, 143);
-  EXPECT_THAT(terminal.executeTaskForString("/no/such/tool", {}), Pair(127, ""));
+  EXPECT_EQ(terminal.executeTaskForString("/no/such/tool", {}),
+            (CommandResult{.exitCode = 127, .output = {}}));
   EXPECT_THAT(log.records(),
               ElementsAre(ErrorLine("The command was ended after 1 seconds."),
                           ErrorLine("Could not start /no/such/tool: No such file or directory.")));
@@ -56,7 +56,8 @@ TEST_F(TerminalUtilTest, RetriesTransientStartFailures) {
       setrlimit(RLIMIT_NOFILE, &limit);
     }
   });
-  EXPECT_THAT(patient.executeTaskForString("/bin/echo", {"done"}), Pair(0, "done\n"));
+  EXPECT_EQ(patient.executeTaskForString("/bin/echo", {"done"}),
+            (CommandResult{.exitCode = 0, .output = "done\n"}));
   EXPECT_EQ(pauses, 2);
   EXPECT_THAT(log.records(), IsEmpty());
 }

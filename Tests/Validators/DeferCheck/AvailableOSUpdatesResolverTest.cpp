@@ -23,8 +23,8 @@ const std::string kFile = "Validators/DeferCheck/AvailableOSUpdatesResolver";
 
 class FakeMDMClient final : public MDMClientCommandExecutor {
  public:
-  MDMClientOutput answer;
-  MDMClientOutput fetchAvailableOSUpdatesRaw() override { return answer; }
+  CommandResult answer;
+  CommandResult fetchAvailableOSUpdatesRaw() override { return answer; }
 };
 
 class AvailableOSUpdatesResolverTest : public ::testing::Test {

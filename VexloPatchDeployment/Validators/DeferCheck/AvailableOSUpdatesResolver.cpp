@@ -120,7 +120,7 @@ SystemAvailableOSUpdates::SystemAvailableOSUpdates(
     : mdmClientCommandExecutor_(mdmClientCommandExecutor) {}
 
 std::optional<AvailableOSUpdates> SystemAvailableOSUpdates::availableOSUpdates() {
-  const MDMClientOutput run = mdmClientCommandExecutor_.fetchAvailableOSUpdatesRaw();
+  const CommandResult run = mdmClientCommandExecutor_.fetchAvailableOSUpdatesRaw();
   logInfo(kAvailableOSUpdatesTag, [&] {
     return text("Available OS Updates raw data : ", run.output, ", exitCode: ", run.exitCode, ".");
   });

@@ -1,7 +1,6 @@
 #include "VexloPatchDeployment/Validators/DeferCheck/SoftwareUpdateLister.h"
 
 #include <string>
-#include <utility>
 
 #include "AgentLibraries/FileCodec/JSONObject.h"
 #include "AgentLibraries/vxutils/TerminalUtil.h"
@@ -16,10 +15,9 @@ constexpr LogTag kSoftwareUpdateListerTag{"isAppleSoftwareUpdateReachable()"};
 
 }  // namespace
 
-SoftwareUpdateList SystemSoftwareUpdateLister::fetchSoftwareUpdates() {
-  auto [exitCode, output] = vxutils::TerminalUtil::defaultInstance().executeTaskForString(
-      "/usr/sbin/softwareupdate", {"--list"});
-  return {.exitCode = exitCode, .output = std::move(output)};
+CommandResult SystemSoftwareUpdateLister::fetchSoftwareUpdates() {
+  return vxutils::TerminalUtil::defaultInstance().executeTaskForString("/usr/sbin/softwareupdate",
+                                                                       {"--list"});
 }
 
 AppleSoftwareUpdateConnectivityChecker::AppleSoftwareUpdateConnectivityChecker(
@@ -27,7 +25,7 @@ AppleSoftwareUpdateConnectivityChecker::AppleSoftwareUpdateConnectivityChecker(
     : softwareUpdateLister_(softwareUpdateLister) {}
 
 bool AppleSoftwareUpdateConnectivityChecker::isAppleSoftwareUpdateReachable() {
-  const SoftwareUpdateList list = softwareUpdateLister_.fetchSoftwareUpdates();
+  const CommandResult list = softwareUpdateLister_.fetchSoftwareUpdates();
   logInfo(kSoftwareUpdateListerTag, [&] {
     return text("Software update output: ", list.output, ", exit code: ", list.exitCode, ".");
   });

@@ -1,8 +1,8 @@
 // Lists Apple's software updates, and checks whether Apple's service is reachable.
 #pragma once
-#include <cstdint>
-#include <string>
 #include <string_view>
+
+#include "VexloPatchDeployment/Adapters/CommandExecutor.h"
 
 namespace vexlo {
 
@@ -10,24 +10,18 @@ namespace vexlo {
 inline constexpr std::string_view kCantConnectToSoftwareUpdate =
     "Can’t connect to the Apple Software Update server";
 
-/// The result of listing the updates.
-struct SoftwareUpdateList {
-  std::int32_t exitCode = 0;
-  std::string output;  ///< Standard output and error, interleaved.
-};
-
 /// An evaluation of recorded facts replaces it.
 class SoftwareUpdateLister {
  public:
   virtual ~SoftwareUpdateLister() = default;
   /// Lists the updates available for this machine.
-  [[nodiscard]] virtual SoftwareUpdateList fetchSoftwareUpdates() = 0;
+  [[nodiscard]] virtual CommandResult fetchSoftwareUpdates() = 0;
 };
 
 /// Runs /usr/sbin/softwareupdate without a shell and waits for it to exit. Stateless.
 class SystemSoftwareUpdateLister final : public SoftwareUpdateLister {
  public:
-  [[nodiscard]] SoftwareUpdateList fetchSoftwareUpdates() override;
+  [[nodiscard]] CommandResult fetchSoftwareUpdates() override;
 };
 
 /// The service is reachable if listing the updates succeeds and doesn't report a connection

@@ -14,8 +14,8 @@ namespace {
 
 class FakeSoftwareUpdateLister final : public SoftwareUpdateLister {
  public:
-  SoftwareUpdateList list;
-  SoftwareUpdateList fetchSoftwareUpdates() override { return list; }
+  CommandResult list;
+  CommandResult fetchSoftwareUpdates() override { return list; }
 };
 
 class SoftwareUpdateLabelProviderTest : public ::testing::Test {

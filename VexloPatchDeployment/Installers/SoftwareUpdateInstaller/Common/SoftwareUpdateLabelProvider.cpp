@@ -58,7 +58,7 @@ DefaultSoftwareUpdateLabel::DefaultSoftwareUpdateLabel(SoftwareUpdateLister& sof
     : softwareUpdateLister_(softwareUpdateLister) {}
 
 std::optional<std::string> DefaultSoftwareUpdateLabel::label(std::string_view build) {
-  const SoftwareUpdateList list = softwareUpdateLister_.fetchSoftwareUpdates();
+  const CommandResult list = softwareUpdateLister_.fetchSoftwareUpdates();
   if (list.exitCode != 0) {
     logError(kSoftwareUpdateLabelProviderTag, [&] {
       return text("Unable to get software update label exitCode: ", list.exitCode,
