@@ -1,13 +1,16 @@
 #include "VexloPatchDeployment/Installers/ToolRun.h"
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
 
 #include "AgentLibraries/FileCodec/JSONObject.h"
+#include "Platform/Memory.h"
 #include "Platform/Text.h"
 #include "VexloPatchDeployment/Common/Log.h"
+#include "VexloPatchDeployment/Common/ShellQuoting.h"
 
 namespace vexlo {
 namespace {
@@ -41,6 +44,22 @@ std::string_view nameOf(ToolRunMeasurement::Step step) {
 }
 
 }  // namespace
+
+std::string userOptions(const Credentials* credentials) {
+  return credentials != nullptr
+             ? text(" --user \"", insideDoubleQuotes(credentials->userName), "\" --stdinpass")
+             : "";
+}
+
+CommandResult runWithPassword(const std::string& line, const Credentials* credentials,
+                              CommandExecutor& executor) {
+  if (credentials == nullptr) {
+    return executor.run(line, kShell, std::nullopt);
+  }
+  std::optional<std::string> password = credentials->password;
+  const platform::WipeAtEnd wipePassword(*password);
+  return executor.run(line, kShell, password);
+}
 
 ToolRunMeasurement toolRun(ToolRunMeasurement::Step step, const std::string& subject,
                            const CommandResult& result) {

@@ -1,7 +1,7 @@
 // How Apple's software update tool is authorised.
 #pragma once
+#include <optional>
 #include <utility>
-#include <variant>
 
 #include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Helpers/Silicon/CredentialsFetcher.h"
 
@@ -14,24 +14,21 @@ class SoftwareUpdateAuthContext {
     return SoftwareUpdateAuthContext(std::move(credentials));
   }
   [[nodiscard]] static SoftwareUpdateAuthContext intel() {
-    return SoftwareUpdateAuthContext(Intel{});
+    return SoftwareUpdateAuthContext(std::nullopt);
   }
 
   /// The credentials of `silicon`; null for `intel`.
   [[nodiscard]] const Credentials* credentials() const noexcept {
-    return std::get_if<Credentials>(&value_);
+    return credentials_ ? &*credentials_ : nullptr;
   }
   friend bool operator==(const SoftwareUpdateAuthContext&,
                          const SoftwareUpdateAuthContext&) = default;
 
  private:
-  struct Intel {
-    friend bool operator==(const Intel&, const Intel&) = default;
-  };
-  explicit SoftwareUpdateAuthContext(std::variant<Credentials, Intel> value)
-      : value_(std::move(value)) {}
+  explicit SoftwareUpdateAuthContext(std::optional<Credentials> credentials)
+      : credentials_(std::move(credentials)) {}
 
-  std::variant<Credentials, Intel> value_;
+  std::optional<Credentials> credentials_;
 };
 
 }  // namespace vexlo

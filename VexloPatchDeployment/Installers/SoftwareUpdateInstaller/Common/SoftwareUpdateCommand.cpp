@@ -62,22 +62,15 @@ std::string SoftwareUpdateCommand::commandLine(const SoftwareUpdateOperation& op
     line = text("launchctl asuser ", consoleUserID(userSessionProvider), " sudo ");
   }
   line += text("/usr/sbin/softwareupdate --include-config-data ", operation.option, " \"",
-               insideDoubleQuotes(label_), "\" ", operation.details);
-  if (const Credentials* const credentials = authContext_.credentials()) {
-    line += text(" --user \"", insideDoubleQuotes(credentials->userName), "\" --stdinpass");
-  }
+               insideDoubleQuotes(label_), "\" ", operation.details,
+               userOptions(authContext_.credentials()));
   return line;
 }
 
 CommandResult SoftwareUpdateCommand::runLine(const std::string& line) {
   const Credentials* const credentials = authContext_.credentials();
-  if (credentials == nullptr) {
-    return executor_.run(line, kShell, std::nullopt);
-  }
-  if (macOSMajorVersion_ > kLastVersionWithPasswordArgument) {
-    std::optional<std::string> password = credentials->password;
-    const platform::WipeAtEnd wipePassword(*password);
-    return executor_.run(line, kShell, password);
+  if (credentials == nullptr || macOSMajorVersion_ > kLastVersionWithPasswordArgument) {
+    return runWithPassword(line, credentials, executor_);
   }
   std::string password = insideDoubleQuotes(credentials->password);
   const platform::WipeAtEnd wipePassword(password);
