@@ -16,6 +16,13 @@ class PlistManager {
   /// The value of the key; absent if the file or the key is missing.
   [[nodiscard]] virtual std::optional<platform::PropertyList> fetchValue(
       const std::string& key) = 0;
+  /// The same; also absent if the value hasn't exactly this type.
+  template <typename Type>
+  [[nodiscard]] std::optional<Type> fetch(const std::string& key) {
+    const std::optional<platform::PropertyList> value = fetchValue(key);
+    const Type* const typed = value ? value->as<Type>() : nullptr;
+    return typed != nullptr ? std::optional(*typed) : std::nullopt;
+  }
   /// Sets the key in memory; absent removes it.
   virtual void updateValue(std::optional<platform::PropertyList> value, const std::string& key) = 0;
   /// Writes the values to `path`, or to the object's own path if absent. Throws a `std::exception`

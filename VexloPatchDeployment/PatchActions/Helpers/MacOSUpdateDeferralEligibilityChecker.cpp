@@ -1,8 +1,5 @@
 #include "VexloPatchDeployment/PatchActions/Helpers/MacOSUpdateDeferralEligibilityChecker.h"
 
-#include <optional>
-#include <utility>
-
 #include "VexloPatchDeployment/Common/Log.h"
 #include "VexloPatchDeployment/Common/PatchDataKeys.h"
 
@@ -18,10 +15,8 @@ MacOSUpdateDeferralEligibilityChecker::MacOSUpdateDeferralEligibilityChecker(
     : plistManager_(plistManager) {}
 
 bool MacOSUpdateDeferralEligibilityChecker::isDisabled() {
-  const std::optional<platform::PropertyList> value =
-      plistManager_.fetchValue(PatchDataKeys::disableDeferralCheck);
-  const bool* const flag = value ? value->as<bool>() : nullptr;
-  const bool disabled = flag != nullptr && *flag;
+  const bool disabled =
+      plistManager_.fetch<bool>(PatchDataKeys::disableDeferralCheck).value_or(false);
   logInfo(kMacOSUpdateDeferralEligibilityCheckerTag,
           [&] { return text("macOS update deferral check disabled: ", disabled ? "Yes" : "No"); });
   return disabled;

@@ -1,8 +1,5 @@
 #include "VexloPatchDeployment/Validators/RunningApplicationCheckRelated/RunningAppPolicy.h"
 
-#include <optional>
-#include <utility>
-
 #include "VexloPatchDeployment/Common/AgentPaths.h"
 #include "VexloPatchDeployment/Common/Log.h"
 #include "VexloPatchDeployment/Common/PatchDataKeys.h"
@@ -12,11 +9,6 @@ namespace {
 
 constexpr LogTag kAlwaysKillTag{"isAlwaysKillAppsEnabled()"};
 constexpr LogTag kPromptTag{"isPromptEnabled()"};
-
-bool isOn(PlistManager& settings, const char* key) {
-  const std::optional<platform::PropertyList> value = settings.fetchValue(key);
-  return value && *value == platform::PropertyList(true);
-}
 
 }  // namespace
 
@@ -28,7 +20,7 @@ const std::string& RunningAppPolicyConstants::plistPath() {
 RunningAppPolicy::RunningAppPolicy(PlistManager& plistManager) : plistManager_(plistManager) {}
 
 bool RunningAppPolicy::isAlwaysKillAppsEnabled() {
-  const bool enabled = isOn(plistManager_, PatchDataKeys::alwaysKillApps);
+  const bool enabled = plistManager_.fetch<bool>(PatchDataKeys::alwaysKillApps).value_or(false);
   logInfo(kAlwaysKillTag, [&] {
     return enabled ? "Running application check is disabled since AlwaysKillApps is enabled."
                    : "Running application check is enabled since AlwaysKillApps is not enabled.";
@@ -37,7 +29,8 @@ bool RunningAppPolicy::isAlwaysKillAppsEnabled() {
 }
 
 bool RunningAppPolicy::isPromptEnabled() {
-  const bool enabled = isOn(plistManager_, PatchDataKeys::applicationRunningPrompt);
+  const bool enabled =
+      plistManager_.fetch<bool>(PatchDataKeys::applicationRunningPrompt).value_or(false);
   logInfo(kPromptTag, [&] {
     return enabled ? "Prompt for running applications is enabled."
                    : "Prompt for running applications is disabled.";

@@ -23,14 +23,12 @@ std::string RunningAppPromptDataStore::plistPath() {
 
 std::optional<RunningAppPromptDataStoring::Record> RunningAppPromptDataStore::data(
     const std::string& key) {
-  const std::optional<platform::PropertyList> value = plistManager_.fetchValue(key);
-  const Record* const record = value ? value->as<Record>() : nullptr;
+  std::optional<Record> record = plistManager_.fetch<Record>(key);
   logInfo(kDataTag, [&] {
     return text("Fetched prompt data for ", key, ": ",
-                record != nullptr ? text("Optional(", platform::describe(*record), ')') : "nil",
-                ".");
+                record ? text("Optional(", platform::describe(*record), ')') : "nil", ".");
   });
-  return record != nullptr ? std::optional(*record) : std::nullopt;
+  return record;
 }
 
 void RunningAppPromptDataStore::saveData(const Record& record, const std::string& key) {
