@@ -1,10 +1,21 @@
 #include "VexloPatchDeployment/Common/Numbers.h"
 
+#include <algorithm>
 #include <limits>
 
 #include "Platform/Text.h"
 
 namespace vexlo {
+namespace {
+
+__extension__ using Wide = __int128;  // no operation on two 64-bit numbers overflows
+
+std::int64_t nearest(Wide exact) noexcept {
+  using Limits = std::numeric_limits<std::int64_t>;
+  return static_cast<std::int64_t>(std::clamp<Wide>(exact, Limits::min(), Limits::max()));
+}
+
+}  // namespace
 
 std::optional<std::int64_t> parseInteger(std::string_view text) noexcept {
   if (text.starts_with('+')) {
@@ -17,30 +28,13 @@ std::optional<std::int64_t> parseInteger(std::string_view text) noexcept {
 }
 
 std::int64_t saturatingProduct(std::int64_t a, std::int64_t b) noexcept {
-  std::int64_t product = 0;
-  if (__builtin_mul_overflow(a, b, &product)) {
-    return (a < 0) == (b < 0) ? std::numeric_limits<std::int64_t>::max()
-                              : std::numeric_limits<std::int64_t>::min();
-  }
-  return product;
+  return nearest(Wide{a} * b);
 }
 
-std::int64_t saturatingSum(std::int64_t a, std::int64_t b) noexcept {
-  std::int64_t sum = 0;
-  if (__builtin_add_overflow(a, b, &sum)) {
-    return a > 0 ? std::numeric_limits<std::int64_t>::max()
-                 : std::numeric_limits<std::int64_t>::min();
-  }
-  return sum;
-}
+std::int64_t saturatingSum(std::int64_t a, std::int64_t b) noexcept { return nearest(Wide{a} + b); }
 
 std::int64_t saturatingDifference(std::int64_t a, std::int64_t b) noexcept {
-  std::int64_t difference = 0;
-  if (__builtin_sub_overflow(a, b, &difference)) {
-    return a >= 0 ? std::numeric_limits<std::int64_t>::max()
-                  : std::numeric_limits<std::int64_t>::min();
-  }
-  return difference;
+  return nearest(Wide{a} - b);
 }
 
 }  // namespace vexlo
