@@ -5,22 +5,18 @@
 namespace vexlo {
 namespace {
 
-thread_local const RunningAction* runningAction = nullptr;
+thread_local const RunningAction* observedAction = nullptr;
 
 }  // namespace
 
 RunningAction::RunningAction(const ActionID& action,
                              std::shared_ptr<ActionObserver> observer) noexcept
-    : action_(action), observer_(std::move(observer)), outer_(runningAction) {
-  runningAction = this;
+    : action_(action), observer_(std::move(observer)), outer_(observedAction) {
+  observedAction = observer_ != nullptr ? this : nullptr;
 }
 
-RunningAction::~RunningAction() { runningAction = outer_; }
+RunningAction::~RunningAction() { observedAction = outer_; }
 
-const RunningAction* RunningAction::current() noexcept { return runningAction; }
-
-bool RunningAction::isObserved() noexcept {
-  return runningAction != nullptr && runningAction->observer_ != nullptr;
-}
+const RunningAction* RunningAction::current() noexcept { return observedAction; }
 
 }  // namespace vexlo

@@ -20,11 +20,11 @@ class RunningAction {
   RunningAction& operator=(const RunningAction&) = delete;
 
   /// Whether this thread's action has an observer.
-  [[nodiscard]] static bool isObserved() noexcept;
+  [[nodiscard]] static bool isObserved() noexcept { return current() != nullptr; }
   /// Calls `tell` with the action and its observer, if any. Exceptions are dropped.
   template <std::invocable<const ActionID&, ActionObserver&> Tell>
   static void tellObserver(const Tell& tell) noexcept {
-    if (const RunningAction* const running = current(); running != nullptr && running->observer_) {
+    if (const RunningAction* const running = current()) {
       try {
         tell(running->action_, *running->observer_);
       } catch (...) {  // NOLINT(bugprone-empty-catch)
@@ -34,6 +34,7 @@ class RunningAction {
   }
 
  private:
+  /// This thread's action; null if it has no observer.
   [[nodiscard]] static const RunningAction* current() noexcept;
 
   const ActionID& action_;
