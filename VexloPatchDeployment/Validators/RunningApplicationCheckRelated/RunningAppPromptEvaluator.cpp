@@ -12,7 +12,6 @@ namespace vexlo {
 namespace {
 
 using Decision = RunningAppPromptDecision;
-using Evaluation = RunningAppPromptEvaluation;
 using Keys = RunningAppPromptDataStoreKeys;
 using Record = RunningAppPromptDataStoring::Record;
 
@@ -63,22 +62,17 @@ RunningAppPromptEvaluation RunningAppPromptEvaluator::evaluate(const std::string
       customizationProvider_.customizationData().value_or(RunningAppPromptCustomization{});
   const std::int64_t limit = customization.dailyPromptLimit.value_or(0);
   const std::int64_t skips = customization.numberOfSkipAttempts.value_or(0);
-  const Evaluation configured{.remainingSkipAttempts = skips,
-                              .allowScreenGrab = customization.allowScreenGrab.value_or(false),
-                              .decision = customization.enableForceDeploy.value_or(false)
-                                              ? Decision::forceDeployment
-                                              : Decision::promptUser};
-  const auto withSkipsLeft = [&](std::int64_t left) {
-    Evaluation evaluation = configured;
-    evaluation.remainingSkipAttempts = left;
-    return evaluation;
-  };
+  RunningAppPromptEvaluation evaluation{
+      .remainingSkipAttempts = 0,
+      .allowScreenGrab = customization.allowScreenGrab.value_or(false),
+      .decision = customization.enableForceDeploy.value_or(false) ? Decision::forceDeployment
+                                                                  : Decision::promptUser};
 
   if (limit < 1 && skips < 1) {
     logInfo(kRunningAppPromptEvaluatorTag, [] {
       return "Daily prompt limit and number of skip attempts are both 0, Using default flow.";
     });
-    return withSkipsLeft(0);
+    return evaluation;
   }
 
   const std::optional<Record> record = dataStore_.data(key);
@@ -88,7 +82,8 @@ RunningAppPromptEvaluation RunningAppPromptEvaluator::evaluate(const std::string
       return text("New version detected for bundleID: ", key, ". Resetting prompt data.");
     });
     dataStore_.saveData(makeRecord(patchID, 1, date, 1), key);
-    return configured;
+    evaluation.remainingSkipAttempts = skips;
+    return evaluation;
   }
 
   const std::int64_t today = count(*record, date);
@@ -98,12 +93,10 @@ RunningAppPromptEvaluation RunningAppPromptEvaluator::evaluate(const std::string
       return text("Daily prompt limit reached (", today, "/", limit, ") for bundleID: ", key,
                   ". Skipping deployment.");
     });
-    return {.remainingSkipAttempts = 0,
-            .allowScreenGrab = configured.allowScreenGrab,
-            .decision = Decision::skipDeployment};
+    evaluation.decision = Decision::skipDeployment;
+    return evaluation;
   }
 
-  Evaluation evaluation = withSkipsLeft(0);
   if (skips >= 1 && total >= skips) {
     logInfo(kRunningAppPromptEvaluatorTag, [&] {
       return text(
@@ -111,10 +104,10 @@ RunningAppPromptEvaluation RunningAppPromptEvaluator::evaluate(const std::string
           "shown: ",
           total);
     });
-    evaluation = {
-        .remainingSkipAttempts = 0, .allowScreenGrab = true, .decision = Decision::forceDeployment};
+    evaluation.allowScreenGrab = true;
+    evaluation.decision = Decision::forceDeployment;
   } else if (skips >= 1) {
-    evaluation = withSkipsLeft(saturatingDifference(skips, total));
+    evaluation.remainingSkipAttempts = saturatingDifference(skips, total);
   }
   dataStore_.saveData(makeRecord(patchID, saturatingSum(total, 1), date, saturatingSum(today, 1)),
                       key);
