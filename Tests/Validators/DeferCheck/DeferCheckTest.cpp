@@ -62,7 +62,7 @@ TEST_F(DeferCheckTest, FirstMatchingUpdateDecides) {
       update("14.5", " 2099-01-01"),
       update("14.5", "2099-02-30 00:00:00 +0000")};
   for (const AvailableOSUpdate& passedOver : notDeferring) {
-    SCOPED_TRACE(passedOver);
+    SCOPED_TRACE(describe(passedOver));
     EXPECT_EQ(deferralAmong({passedOver}), kNotDeferred);
     EXPECT_EQ(deferralAmong({passedOver, update("14.5", future, "M1")}),
               deferredUntil("2099-Jan-01"));

@@ -6,6 +6,7 @@
 #include <limits>
 #include <map>
 #include <optional>
+#include <ostream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -14,6 +15,13 @@
 #include "VexloPatchDeployment/Adapters/PlistManager.h"
 
 namespace vexlo {
+
+/// For failure messages.
+static std::ostream& operator<<(std::ostream& out, const RunningAppPromptEvaluation& evaluation) {
+  return out << '(' << evaluation.remainingSkipAttempts << ", " << evaluation.allowScreenGrab
+             << ", " << describe(evaluation.decision) << ')';
+}
+
 namespace {
 
 using platform::PropertyList;

@@ -3,7 +3,6 @@
 #include <array>
 #include <cstddef>
 #include <expected>
-#include <ostream>
 #include <string_view>
 #include <utility>
 
@@ -109,10 +108,6 @@ std::string describe(const AvailableOSUpdate& update) {
               ", deferredUntil: ", optionalText(update.deferredUntil),
               ", productKey: ", optionalText(update.productKey),
               ", version: ", optionalText(update.version), ")");
-}
-
-std::ostream& operator<<(std::ostream& out, const AvailableOSUpdate& update) {
-  return out << describe(update);
 }
 
 SystemAvailableOSUpdates::SystemAvailableOSUpdates(

@@ -1,6 +1,5 @@
 // Lists the macOS updates that the MDM client reports.
 #pragma once
-#include <iosfwd>
 #include <optional>
 #include <string>
 #include <vector>
@@ -20,7 +19,6 @@ struct AvailableOSUpdate {
 
 /// For log lines: AvailableOSUpdate(build: Optional("25F71"), deferredUntil: nil, …).
 [[nodiscard]] std::string describe(const AvailableOSUpdate& update);
-std::ostream& operator<<(std::ostream& out, const AvailableOSUpdate& update);
 
 /// The MDM client's report.
 struct AvailableOSUpdates {

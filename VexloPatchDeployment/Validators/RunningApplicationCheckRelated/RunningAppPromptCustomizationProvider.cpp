@@ -84,6 +84,18 @@ void readSetting(const PropertyList& value, const Setting& setting, FieldOf<Type
   customization.*field = *typed;
 }
 
+/// All fields on one line.
+std::string describe(const Customization& customization) {
+  const auto valueOf = [&](auto field) {
+    const auto& value = customization.*field;
+    return value ? text("Optional(", platform::describe(*value), ')') : "nil";
+  };
+  const auto shown = [&](const Setting& setting) {
+    return text(setting.fieldName, ": ", std::visit(valueOf, setting.field));
+  };
+  return text("RunningAppPromptCustomization(", platform::joined(kSettings, ", ", shown), ')');
+}
+
 }  // namespace
 
 RunningAppPromptCustomization RunningAppPromptCustomization::decode(
@@ -119,21 +131,6 @@ PropertyList::Dictionary RunningAppPromptCustomization::encode() const {
         setting.field);
   }
   return settings;
-}
-
-std::string describe(const RunningAppPromptCustomization& customization) {
-  const auto valueOf = [&](auto field) {
-    const auto& value = customization.*field;
-    return value ? text("Optional(", platform::describe(*value), ')') : "nil";
-  };
-  const auto shown = [&](const Setting& setting) {
-    return text(setting.fieldName, ": ", std::visit(valueOf, setting.field));
-  };
-  return text("RunningAppPromptCustomization(", platform::joined(kSettings, ", ", shown), ')');
-}
-
-std::ostream& operator<<(std::ostream& out, const RunningAppPromptCustomization& customization) {
-  return out << describe(customization);
 }
 
 std::int64_t promptTimeoutSeconds(

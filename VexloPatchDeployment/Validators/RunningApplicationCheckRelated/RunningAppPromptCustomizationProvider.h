@@ -2,7 +2,6 @@
 #pragma once
 #include <cstdint>
 #include <optional>
-#include <ostream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -44,10 +43,6 @@ struct RunningAppPromptCustomization {
   friend bool operator==(const RunningAppPromptCustomization&,
                          const RunningAppPromptCustomization&) = default;
 };
-
-/// For log lines: all fields on one line.
-[[nodiscard]] std::string describe(const RunningAppPromptCustomization& customization);
-std::ostream& operator<<(std::ostream& out, const RunningAppPromptCustomization& customization);
 
 /// How long to wait for the prompt, in seconds: the prompt's countdown, by default 15 minutes, plus
 /// 30 seconds. Saturates.

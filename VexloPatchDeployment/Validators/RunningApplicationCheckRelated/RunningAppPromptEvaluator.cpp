@@ -38,11 +38,6 @@ Record makeRecord(const std::string& patchID, std::int64_t total, const std::str
 
 }  // namespace
 
-std::ostream& operator<<(std::ostream& out, const RunningAppPromptEvaluation& evaluation) {
-  return out << text('(', evaluation.remainingSkipAttempts, ", ", evaluation.allowScreenGrab, ", ",
-                     describe(evaluation.decision), ')');
-}
-
 const std::string& RunningAppPromptDataStoreKeys::currentDate() {
   static const std::string date =
       platform::dayMonthYear(platform::dayOf(platform::systemClock()()));

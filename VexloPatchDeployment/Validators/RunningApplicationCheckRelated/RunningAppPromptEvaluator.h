@@ -2,7 +2,6 @@
 #pragma once
 #include <cstdint>
 #include <functional>
-#include <ostream>
 #include <string>
 #include <string_view>
 
@@ -22,7 +21,6 @@ struct RunningAppPromptEvaluation {
   friend bool operator==(const RunningAppPromptEvaluation&,
                          const RunningAppPromptEvaluation&) = default;
 };
-std::ostream& operator<<(std::ostream& out, const RunningAppPromptEvaluation& evaluation);
 
 /// The keys of a prompt record.
 struct RunningAppPromptDataStoreKeys {
