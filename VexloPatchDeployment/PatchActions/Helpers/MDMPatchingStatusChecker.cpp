@@ -16,9 +16,6 @@ constexpr LogTag kMDMPatchingStatusCheckerTag{"isEnabled()"};
 
 }  // namespace
 
-MDMPatchingStatusChecker::MDMPatchingStatusChecker(PlistManager& plistManager)
-    : plistManager_(plistManager) {}
-
 bool MDMPatchingStatusChecker::isEnabled() {
   using platform::PropertyList;
   const std::optional<PropertyList> status =

@@ -10,7 +10,7 @@ namespace vexlo {
 class MDMPatchingStatusChecker {
  public:
   /// `plistManager`, for the patch data file, must outlive this object.
-  explicit MDMPatchingStatusChecker(PlistManager& plistManager);
+  explicit MDMPatchingStatusChecker(PlistManager& plistManager) : plistManager_(plistManager) {}
   [[nodiscard]] bool isEnabled();
 
  private:

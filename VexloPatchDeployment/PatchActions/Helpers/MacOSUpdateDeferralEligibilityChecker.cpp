@@ -10,10 +10,6 @@ constexpr LogTag kMacOSUpdateDeferralEligibilityCheckerTag{"isDisabled()"};
 
 }  // namespace
 
-MacOSUpdateDeferralEligibilityChecker::MacOSUpdateDeferralEligibilityChecker(
-    PlistManager& plistManager)
-    : plistManager_(plistManager) {}
-
 bool MacOSUpdateDeferralEligibilityChecker::isDisabled() {
   const bool disabled =
       plistManager_.fetch<bool>(PatchDataKeys::disableDeferralCheck).value_or(false);

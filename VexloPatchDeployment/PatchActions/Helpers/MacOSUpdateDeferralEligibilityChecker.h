@@ -10,7 +10,8 @@ namespace vexlo {
 class MacOSUpdateDeferralEligibilityChecker {
  public:
   /// `plistManager`, for the patch data file, must outlive this object.
-  explicit MacOSUpdateDeferralEligibilityChecker(PlistManager& plistManager);
+  explicit MacOSUpdateDeferralEligibilityChecker(PlistManager& plistManager)
+      : plistManager_(plistManager) {}
   [[nodiscard]] bool isDisabled();
 
  private:

@@ -40,9 +40,6 @@ PatchActionJSONParser& PatchActionJSONParser::shared() {
   return parser;
 }
 
-PatchActionJSONParser::PatchActionJSONParser(std::string jsonPath)
-    : jsonPath_(std::move(jsonPath)) {}
-
 const PatchActionJSONParser::Outcome& PatchActionJSONParser::cachedPatchActionGroup() {
   std::call_once(read_, [this] { outcome_ = readFile(jsonPath_); });
   return *outcome_;  // NOLINT(bugprone-unchecked-optional-access): filled above, once

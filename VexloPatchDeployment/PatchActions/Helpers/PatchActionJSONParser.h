@@ -5,6 +5,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "VexloPatchDeployment/Common/PatchActionFileError.h"
 #include "VexloPatchDeployment/PatchActions/Helpers/PatchActionGroup.h"
@@ -22,7 +23,7 @@ class PatchActionJSONParser {
   /// base directory that the agent has set when this is first called.
   [[nodiscard]] static PatchActionJSONParser& shared();
 
-  explicit PatchActionJSONParser(std::string jsonPath);
+  explicit PatchActionJSONParser(std::string jsonPath) : jsonPath_(std::move(jsonPath)) {}
 
   [[nodiscard]] const std::string& jsonPath() const noexcept { return jsonPath_; }
   /// The decoded file, never null, or the error.

@@ -5,7 +5,6 @@
 #include <ranges>
 #include <string_view>
 #include <tuple>
-#include <utility>
 
 #include "Platform/Text.h"
 #include "VexloPatchDeployment/Common/Log.h"
@@ -49,11 +48,6 @@ std::string mapText(const std::vector<ActionDetail>& details) {
 }
 
 }  // namespace
-
-PatchActionProvider::PatchActionProvider(PatchIdentifier patchIdentifier,
-                                         std::shared_ptr<const PatchActionGroup> patchActionGroup)
-    : patchIdentifier_(std::move(patchIdentifier)),
-      patchActionGroup_(std::move(patchActionGroup)) {}
 
 bool PatchActionProvider::isExempt() const {
   const auto productActions = patchActionGroup_->productServicePackActions();

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "VexloPatchDeployment/Common/ActionID.h"
@@ -31,7 +32,9 @@ class PatchActionProvider {
  public:
   /// `patchActionGroup` must not be null.
   PatchActionProvider(PatchIdentifier patchIdentifier,
-                      std::shared_ptr<const PatchActionGroup> patchActionGroup);
+                      std::shared_ptr<const PatchActionGroup> patchActionGroup)
+      : patchIdentifier_(std::move(patchIdentifier)),
+        patchActionGroup_(std::move(patchActionGroup)) {}
 
   /// The applicable actions, without duplicates, by ascending `sortOrder` and then by code. They
   /// are valid as long as the group. Logs which case applied.

@@ -44,9 +44,6 @@ std::string_view nameOf(BatteryMeasurement::Source source) {
 
 }  // namespace
 
-BatteryLevelChecker::BatteryLevelChecker(PowerSourceResolver& powerSourceResolver)
-    : powerSourceResolver_(powerSourceResolver) {}
-
 bool BatteryLevelChecker::hasMinimumBattery(std::int64_t minimumPercent) {
   const std::optional<PowerSource> source = powerSourceResolver_.currentPowerSource();
   measured([&] { return batteryMeasurement(source, minimumPercent); });

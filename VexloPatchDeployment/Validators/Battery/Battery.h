@@ -12,7 +12,8 @@ namespace vexlo {
 class BatteryLevelChecker {
  public:
   /// `powerSourceResolver` must outlive this object.
-  explicit BatteryLevelChecker(PowerSourceResolver& powerSourceResolver);
+  explicit BatteryLevelChecker(PowerSourceResolver& powerSourceResolver)
+      : powerSourceResolver_(powerSourceResolver) {}
   /// Whether the level is at least `minimumPercent`, usually 0 to 100.
   [[nodiscard]] bool hasMinimumBattery(std::int64_t minimumPercent);
 

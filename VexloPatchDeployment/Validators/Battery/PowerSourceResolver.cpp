@@ -1,7 +1,6 @@
 #include "VexloPatchDeployment/Validators/Battery/PowerSourceResolver.h"
 
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "VexloPatchDeployment/Common/Log.h"
@@ -44,9 +43,6 @@ std::optional<BatteryPower> batteryOf(const PropertyList& description) {
 }
 
 }  // namespace
-
-SystemPowerSource::SystemPowerSource(PowerSourcesProvider& powerSourcesProvider)
-    : powerSourcesProvider_(powerSourcesProvider) {}
 
 std::optional<PowerSource> SystemPowerSource::currentPowerSource() {
   for (const PropertyList& description : powerSourcesProvider_.powerSourcesInfo()) {

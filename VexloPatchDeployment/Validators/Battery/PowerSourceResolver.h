@@ -33,7 +33,8 @@ class PowerSourceResolver {
 class SystemPowerSource final : public PowerSourceResolver {
  public:
   /// `powerSourcesProvider` must outlive this object.
-  explicit SystemPowerSource(PowerSourcesProvider& powerSourcesProvider);
+  explicit SystemPowerSource(PowerSourcesProvider& powerSourcesProvider)
+      : powerSourcesProvider_(powerSourcesProvider) {}
   [[nodiscard]] std::optional<PowerSource> currentPowerSource() override;
 
  private:

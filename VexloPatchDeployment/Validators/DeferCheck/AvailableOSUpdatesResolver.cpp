@@ -110,10 +110,6 @@ std::string describe(const AvailableOSUpdate& update) {
               ", version: ", optionalText(update.version), ")");
 }
 
-SystemAvailableOSUpdates::SystemAvailableOSUpdates(
-    MDMClientCommandExecutor& mdmClientCommandExecutor)
-    : mdmClientCommandExecutor_(mdmClientCommandExecutor) {}
-
 std::optional<AvailableOSUpdates> SystemAvailableOSUpdates::availableOSUpdates() {
   const CommandResult run = mdmClientCommandExecutor_.fetchAvailableOSUpdatesRaw();
   logInfo(kAvailableOSUpdatesTag, [&] {

@@ -40,7 +40,8 @@ class AvailableOSUpdatesResolver {
 class SystemAvailableOSUpdates final : public AvailableOSUpdatesResolver {
  public:
   /// `mdmClientCommandExecutor` must outlive this object.
-  explicit SystemAvailableOSUpdates(MDMClientCommandExecutor& mdmClientCommandExecutor);
+  explicit SystemAvailableOSUpdates(MDMClientCommandExecutor& mdmClientCommandExecutor)
+      : mdmClientCommandExecutor_(mdmClientCommandExecutor) {}
   [[nodiscard]] std::optional<AvailableOSUpdates> availableOSUpdates() override;
 
  private:

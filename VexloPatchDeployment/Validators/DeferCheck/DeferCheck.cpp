@@ -36,13 +36,6 @@ std::optional<std::string> convertDateFormat(std::string_view dateText) {
 
 }  // namespace
 
-MacOSUpdateDeferralChecker::MacOSUpdateDeferralChecker(
-    AvailableOSUpdatesResolver& availableOSUpdatesResolver, platform::Clock now,
-    StartOfDay startOfDay)
-    : availableOSUpdatesResolver_(availableOSUpdatesResolver),
-      now_(std::move(now)),
-      startOfDay_(std::move(startOfDay)) {}
-
 MacOSUpdateDeferral MacOSUpdateDeferralChecker::isMacOSUpdateDeferred(std::string_view version) {
   const auto available = availableOSUpdatesResolver_.availableOSUpdates();
   MacOSUpdateDeferral deferral = deferralOf(version, available);

@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "Platform/Calendar.h"
 #include "VexloPatchDeployment/Validators/DeferCheck/AvailableOSUpdatesResolver.h"
@@ -29,7 +30,10 @@ class MacOSUpdateDeferralChecker {
   /// are compared with, `startOfDay` the time at which a day begins.
   explicit MacOSUpdateDeferralChecker(AvailableOSUpdatesResolver& availableOSUpdatesResolver,
                                       platform::Clock now = platform::systemClock(),
-                                      StartOfDay startOfDay = platform::startOfDay);
+                                      StartOfDay startOfDay = platform::startOfDay)
+      : availableOSUpdatesResolver_(availableOSUpdatesResolver),
+        now_(std::move(now)),
+        startOfDay_(std::move(startOfDay)) {}
 
   /// Whether `version`, compared exactly, is deferred now. Days start at midnight in the process's
   /// time zone.

@@ -20,10 +20,6 @@ CommandResult SystemSoftwareUpdateLister::fetchSoftwareUpdates() {
                                                                        {"--list"});
 }
 
-AppleSoftwareUpdateConnectivityChecker::AppleSoftwareUpdateConnectivityChecker(
-    SoftwareUpdateLister& softwareUpdateLister)
-    : softwareUpdateLister_(softwareUpdateLister) {}
-
 bool AppleSoftwareUpdateConnectivityChecker::isAppleSoftwareUpdateReachable() {
   const CommandResult list = softwareUpdateLister_.fetchSoftwareUpdates();
   logInfo(kSoftwareUpdateListerTag, [&] {

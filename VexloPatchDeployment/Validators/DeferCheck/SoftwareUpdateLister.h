@@ -29,7 +29,8 @@ class SystemSoftwareUpdateLister final : public SoftwareUpdateLister {
 class AppleSoftwareUpdateConnectivityChecker {
  public:
   /// `softwareUpdateLister` must outlive this object.
-  explicit AppleSoftwareUpdateConnectivityChecker(SoftwareUpdateLister& softwareUpdateLister);
+  explicit AppleSoftwareUpdateConnectivityChecker(SoftwareUpdateLister& softwareUpdateLister)
+      : softwareUpdateLister_(softwareUpdateLister) {}
 
   /// Takes as long as listing the updates from Apple's servers.
   [[nodiscard]] bool isAppleSoftwareUpdateReachable();

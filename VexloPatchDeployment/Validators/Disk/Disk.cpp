@@ -3,7 +3,6 @@
 #include <cstdlib>
 #include <optional>
 #include <string>
-#include <utility>
 
 #include "AgentLibraries/FileCodec/JSONObject.h"
 #include "VexloPatchDeployment/Common/Log.h"
@@ -31,9 +30,6 @@ std::string sizeText(std::int64_t bytes) {
 }
 
 }  // namespace
-
-DiskSpaceChecker::DiskSpaceChecker(DiskInfoProvider& diskInfoProvider)
-    : diskInfoProvider_(diskInfoProvider) {}
 
 bool DiskSpaceChecker::hasMinimumFreeSpace(std::int64_t requiredBytes) {
   const std::optional<std::int64_t> available = diskInfoProvider_.availableDiskSpace();

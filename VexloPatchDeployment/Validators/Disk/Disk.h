@@ -11,7 +11,8 @@ namespace vexlo {
 class DiskSpaceChecker {
  public:
   /// `diskInfoProvider` must outlive this object.
-  explicit DiskSpaceChecker(DiskInfoProvider& diskInfoProvider);
+  explicit DiskSpaceChecker(DiskInfoProvider& diskInfoProvider)
+      : diskInfoProvider_(diskInfoProvider) {}
   /// Whether at least `requiredBytes` are free.
   [[nodiscard]] bool hasMinimumFreeSpace(std::int64_t requiredBytes);
 

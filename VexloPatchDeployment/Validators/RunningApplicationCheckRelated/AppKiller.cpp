@@ -1,7 +1,6 @@
 #include "VexloPatchDeployment/Validators/RunningApplicationCheckRelated/AppKiller.h"
 
 #include <chrono>
-#include <utility>
 
 #include "VexloPatchDeployment/Common/Log.h"
 
@@ -12,9 +11,6 @@ constexpr LogTag kAppKillerTag{"killApps(for:)"};
 constexpr std::chrono::seconds kPauseAfterKill{2};
 
 }  // namespace
-
-AppKiller::AppKiller(RunningApplicationQuerying& applicationQuery, platform::Sleeper sleeper)
-    : applicationQuery_(applicationQuery), sleeper_(std::move(sleeper)) {}
 
 void AppKiller::killApps(const std::vector<std::string>& bundleIDs) {
   for (const std::string& bundleID : bundleIDs) {

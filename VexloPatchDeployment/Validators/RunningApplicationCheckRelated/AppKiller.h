@@ -1,6 +1,7 @@
 // Kills running applications.
 #pragma once
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Platform/Calendar.h"
@@ -23,7 +24,8 @@ class AppKiller final : public AppKilling {
  public:
   /// `applicationQuery` must outlive this object.
   explicit AppKiller(RunningApplicationQuerying& applicationQuery,
-                     platform::Sleeper sleeper = platform::systemSleeper());
+                     platform::Sleeper sleeper = platform::systemSleeper())
+      : applicationQuery_(applicationQuery), sleeper_(std::move(sleeper)) {}
   void killApps(const std::vector<std::string>& bundleIDs) override;
 
  private:

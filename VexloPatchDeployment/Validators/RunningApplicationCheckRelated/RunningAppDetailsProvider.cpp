@@ -11,9 +11,6 @@ constexpr LogTag kRunningAppDetailsProviderTag{"appDetails(for:)"};
 
 }  // namespace
 
-RunningAppDetailsProvider::RunningAppDetailsProvider(RunningApplicationQuerying& applicationQuery)
-    : applicationQuery_(applicationQuery) {}
-
 std::optional<RunningAppDetails> RunningAppDetailsProvider::appDetails(
     const std::string& bundleID) {
   for (const auto& application : applicationQuery_.runningApplications(bundleID)) {

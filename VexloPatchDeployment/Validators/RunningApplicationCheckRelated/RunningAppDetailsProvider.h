@@ -25,7 +25,8 @@ class RunningAppDetailsProviding {
 class RunningAppDetailsProvider final : public RunningAppDetailsProviding {
  public:
   /// `applicationQuery` must outlive this object.
-  explicit RunningAppDetailsProvider(RunningApplicationQuerying& applicationQuery);
+  explicit RunningAppDetailsProvider(RunningApplicationQuerying& applicationQuery)
+      : applicationQuery_(applicationQuery) {}
   [[nodiscard]] std::optional<RunningAppDetails> appDetails(const std::string& bundleID) override;
 
  private:

@@ -30,9 +30,6 @@ std::string describe(const Applications& applications, const std::string& bundle
 
 }  // namespace
 
-RunningAppDetector::RunningAppDetector(RunningApplicationQuerying& applicationQuery)
-    : applicationQuery_(applicationQuery) {}
-
 bool RunningAppDetector::isAnyAppRunning(const std::vector<std::string>& bundleIDs) {
   for (const std::string& bundleID : bundleIDs) {
     const Applications applications = applicationQuery_.runningApplications(bundleID);

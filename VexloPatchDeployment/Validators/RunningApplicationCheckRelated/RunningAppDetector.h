@@ -18,7 +18,8 @@ class RunningAppDetecting {
 class RunningAppDetector final : public RunningAppDetecting {
  public:
   /// `applicationQuery` must outlive this object.
-  explicit RunningAppDetector(RunningApplicationQuerying& applicationQuery);
+  explicit RunningAppDetector(RunningApplicationQuerying& applicationQuery)
+      : applicationQuery_(applicationQuery) {}
   [[nodiscard]] bool isAnyAppRunning(const std::vector<std::string>& bundleIDs) override;
 
  private:

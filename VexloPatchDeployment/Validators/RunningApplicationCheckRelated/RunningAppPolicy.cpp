@@ -17,8 +17,6 @@ const std::string& RunningAppPolicyConstants::plistPath() {
   return path;
 }
 
-RunningAppPolicy::RunningAppPolicy(PlistManager& plistManager) : plistManager_(plistManager) {}
-
 bool RunningAppPolicy::isAlwaysKillAppsEnabled() {
   const bool enabled = plistManager_.fetch<bool>(PatchDataKeys::alwaysKillApps).value_or(false);
   logInfo(kAlwaysKillTag, [&] {

@@ -26,7 +26,7 @@ class RunningAppPolicyChecking {
 class RunningAppPolicy final : public RunningAppPolicyChecking {
  public:
   /// `plistManager` must outlive this object.
-  explicit RunningAppPolicy(PlistManager& plistManager);
+  explicit RunningAppPolicy(PlistManager& plistManager) : plistManager_(plistManager) {}
   [[nodiscard]] bool isAlwaysKillAppsEnabled() override;
   [[nodiscard]] bool isPromptEnabled() override;
 

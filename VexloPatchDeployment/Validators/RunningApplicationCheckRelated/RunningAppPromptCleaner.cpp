@@ -1,7 +1,6 @@
 #include "VexloPatchDeployment/Validators/RunningApplicationCheckRelated/RunningAppPromptCleaner.h"
 
 #include <cstdint>
-#include <utility>
 
 #include "VexloPatchDeployment/Common/AgentPaths.h"
 #include "VexloPatchDeployment/Common/Log.h"
@@ -17,10 +16,6 @@ const std::string& RunningAppPromptConstants::returnCodeFilePath() {
   static const std::string path = agentLogFile("/UserLogs/ApplicationRunningPromptretcode.txt");
   return path;
 }
-
-RunningAppPromptCleaner::RunningAppPromptCleaner(AppKilling& appKiller,
-                                                 SystemFileManager& fileRemover)
-    : appKiller_(appKiller), fileRemover_(fileRemover) {}
 
 void RunningAppPromptCleaner::clean() {
   appKiller_.killApps({std::string(RunningAppPromptConstants::bundleIdentifier)});

@@ -29,7 +29,8 @@ class RunningAppPromptCleaning {
 class RunningAppPromptCleaner final : public RunningAppPromptCleaning {
  public:
   /// The collaborators must outlive this object.
-  RunningAppPromptCleaner(AppKilling& appKiller, SystemFileManager& fileRemover);
+  RunningAppPromptCleaner(AppKilling& appKiller, SystemFileManager& fileRemover)
+      : appKiller_(appKiller), fileRemover_(fileRemover) {}
   void clean() override;
 
  private:

@@ -1,7 +1,6 @@
 #include "VexloPatchDeployment/Validators/RunningApplicationCheckRelated/RunningAppPromptDataStore.h"
 
 #include <exception>
-#include <utility>
 
 #include "VexloPatchDeployment/Common/AgentPaths.h"
 #include "VexloPatchDeployment/Common/Log.h"
@@ -13,9 +12,6 @@ constexpr LogTag kDataTag{"data(for:)"};
 constexpr LogTag kSaveDataTag{"saveData(_:for:)"};
 
 }  // namespace
-
-RunningAppPromptDataStore::RunningAppPromptDataStore(PlistManager& plistManager)
-    : plistManager_(plistManager) {}
 
 std::string RunningAppPromptDataStore::plistPath() {
   return agentDataFile("/ApplicationRunningPromptData.plist");

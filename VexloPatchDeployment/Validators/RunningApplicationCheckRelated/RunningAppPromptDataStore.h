@@ -26,7 +26,7 @@ class RunningAppPromptDataStoring {
 class RunningAppPromptDataStore final : public RunningAppPromptDataStoring {
  public:
   /// `plistManager` must outlive this object.
-  explicit RunningAppPromptDataStore(PlistManager& plistManager);
+  explicit RunningAppPromptDataStore(PlistManager& plistManager) : plistManager_(plistManager) {}
   /// The file in the agent's data directory.
   [[nodiscard]] static std::string plistPath();
   [[nodiscard]] std::optional<Record> data(const std::string& key) override;

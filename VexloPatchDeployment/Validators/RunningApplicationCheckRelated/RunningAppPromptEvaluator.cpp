@@ -44,13 +44,6 @@ const std::string& RunningAppPromptDataStoreKeys::currentDate() {
   return date;
 }
 
-RunningAppPromptEvaluator::RunningAppPromptEvaluator(
-    RunningAppPromptCustomizing& customizationProvider, RunningAppPromptDataStoring& dataStore,
-    std::function<std::string()> currentDate)
-    : customizationProvider_(customizationProvider),
-      dataStore_(dataStore),
-      currentDate_(std::move(currentDate)) {}
-
 RunningAppPromptEvaluation RunningAppPromptEvaluator::evaluate(const std::string& key,
                                                                const std::string& patchID) {
   const RunningAppPromptCustomization customization =

@@ -4,6 +4,7 @@
 #include <functional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "VexloPatchDeployment/Validators/RunningApplicationCheckRelated/RunningAppMeasurements.h"
 #include "VexloPatchDeployment/Validators/RunningApplicationCheckRelated/RunningAppPromptCustomizationProvider.h"
@@ -47,7 +48,10 @@ class RunningAppPromptEvaluator final : public RunningAppPromptEvaluating {
   /// The collaborators must outlive this object. Prompts are counted for the day `currentDate`.
   RunningAppPromptEvaluator(
       RunningAppPromptCustomizing& customizationProvider, RunningAppPromptDataStoring& dataStore,
-      std::function<std::string()> currentDate = RunningAppPromptDataStoreKeys::currentDate);
+      std::function<std::string()> currentDate = RunningAppPromptDataStoreKeys::currentDate)
+      : customizationProvider_(customizationProvider),
+        dataStore_(dataStore),
+        currentDate_(std::move(currentDate)) {}
   [[nodiscard]] RunningAppPromptEvaluation evaluate(const std::string& key,
                                                     const std::string& patchID) override;
 

@@ -130,19 +130,6 @@ bool RunningAppPromptSurroundings::runCurrentRunLoop(std::chrono::milliseconds d
   return platform::RunLoop::current().runDefaultMode(duration);
 }
 
-RunningAppPromptPresenter::RunningAppPromptPresenter(
-    CommandExecutor& executor, UserSessionProvider& userSessionProvider,
-    RunningAppPromptCleaning& cleaner, SystemFileManager& fileManager,
-    RunningApplicationQuerying& runningApplicationQuery, vxutils::TrueParentTracking& parentChecker,
-    RunningAppPromptSurroundings surroundings)
-    : executor_(executor),
-      userSessionProvider_(userSessionProvider),
-      cleaner_(cleaner),
-      fileManager_(fileManager),
-      runningApplicationQuery_(runningApplicationQuery),
-      parentChecker_(parentChecker),
-      surroundings_(std::move(surroundings)) {}
-
 bool RunningAppPromptPresenter::requestUserAcknowledgement(
     const std::vector<std::string>& names, const RunningAppPromptEvaluation& evaluation,
     std::int64_t timeoutSeconds) {

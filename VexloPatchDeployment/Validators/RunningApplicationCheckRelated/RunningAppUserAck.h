@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "AgentLibraries/vxutils/TrueParentTracking.h"
@@ -57,7 +58,14 @@ class RunningAppPromptPresenter final : public RunningAppPromptPresenting {
                             RunningAppPromptCleaning& cleaner, SystemFileManager& fileManager,
                             RunningApplicationQuerying& runningApplicationQuery,
                             vxutils::TrueParentTracking& parentChecker,
-                            RunningAppPromptSurroundings surroundings = {});
+                            RunningAppPromptSurroundings surroundings = {})
+      : executor_(executor),
+        userSessionProvider_(userSessionProvider),
+        cleaner_(cleaner),
+        fileManager_(fileManager),
+        runningApplicationQuery_(runningApplicationQuery),
+        parentChecker_(parentChecker),
+        surroundings_(std::move(surroundings)) {}
   [[nodiscard]] bool requestUserAcknowledgement(const std::vector<std::string>& names,
                                                 const RunningAppPromptEvaluation& evaluation,
                                                 std::int64_t timeoutSeconds) override;

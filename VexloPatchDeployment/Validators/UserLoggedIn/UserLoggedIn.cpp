@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <ranges>
-#include <utility>
 
 #include "AgentLibraries/FileCodec/JSONObject.h"
 #include "AgentLibraries/vxutils/SystemUtil.h"
@@ -43,9 +42,6 @@ std::string SystemUserSession::currentConsoleUserName() {
 std::optional<std::string> SystemUserSession::loggedOnUsers() {
   return vxutils::SystemUtilsWrapper().getLoggedOnUsers();
 }
-
-UserLoginStatusChecker::UserLoginStatusChecker(UserSessionProvider& userSessionProvider)
-    : userSessionProvider_(userSessionProvider) {}
 
 bool UserLoginStatusChecker::isUserLoggedIn() {
   const std::string name = userSessionProvider_.currentConsoleUserName();

@@ -31,7 +31,8 @@ class SystemUserSession final : public UserSessionProvider {
 class UserLoginStatusChecker {
  public:
   /// `userSessionProvider` must outlive this object.
-  explicit UserLoginStatusChecker(UserSessionProvider& userSessionProvider);
+  explicit UserLoginStatusChecker(UserSessionProvider& userSessionProvider)
+      : userSessionProvider_(userSessionProvider) {}
 
   /// Whether a user is logged in at the console.
   [[nodiscard]] bool isUserLoggedIn();

@@ -20,17 +20,6 @@ std::string consoleUserID(UserSessionProvider& users) {
 
 }  // namespace
 
-SoftwareUpdateCommand::SoftwareUpdateCommand(std::string label,
-                                             SoftwareUpdateAuthContext softwareUpdateAuthContext,
-                                             CommandExecutor& executor,
-                                             SoftwareUpdateOutputAnalyser& outputValidator,
-                                             std::int64_t macOSMajorVersion)
-    : label_(std::move(label)),
-      authContext_(std::move(softwareUpdateAuthContext)),
-      executor_(executor),
-      outputValidator_(outputValidator),
-      macOSMajorVersion_(macOSMajorVersion) {}
-
 PatchActionResult SoftwareUpdateCommand::run(const SoftwareUpdateOperation& operation,
                                              PatchActionResult failed, bool asUser,
                                              UserSessionProvider& userSessionProvider,

@@ -4,6 +4,7 @@
 #include <source_location>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "VexloPatchDeployment/Adapters/CommandExecutor.h"
 #include "VexloPatchDeployment/Adapters/SystemEnvironment.h"
@@ -39,7 +40,12 @@ class SoftwareUpdateCommand : public SystemEnvironment {
   /// from standard input.
   SoftwareUpdateCommand(std::string label, SoftwareUpdateAuthContext softwareUpdateAuthContext,
                         CommandExecutor& executor, SoftwareUpdateOutputAnalyser& outputValidator,
-                        std::int64_t macOSMajorVersion);
+                        std::int64_t macOSMajorVersion)
+      : label_(std::move(label)),
+        authContext_(std::move(softwareUpdateAuthContext)),
+        executor_(executor),
+        outputValidator_(outputValidator),
+        macOSMajorVersion_(macOSMajorVersion) {}
 
   [[nodiscard]] std::int64_t macOSMajorVersion() const final { return macOSMajorVersion_; }
 

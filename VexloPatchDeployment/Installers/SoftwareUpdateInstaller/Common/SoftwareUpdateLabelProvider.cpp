@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <utility>
 #include <vector>
 
 #include "VexloPatchDeployment/Common/Log.h"
@@ -53,9 +52,6 @@ std::string withoutLabelPrefixes(std::string_view labelled) {
 }
 
 }  // namespace
-
-DefaultSoftwareUpdateLabel::DefaultSoftwareUpdateLabel(SoftwareUpdateLister& softwareUpdateLister)
-    : softwareUpdateLister_(softwareUpdateLister) {}
 
 std::optional<std::string> DefaultSoftwareUpdateLabel::label(std::string_view build) {
   const CommandResult list = softwareUpdateLister_.fetchSoftwareUpdates();

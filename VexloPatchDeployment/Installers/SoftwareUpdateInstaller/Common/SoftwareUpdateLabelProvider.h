@@ -22,7 +22,8 @@ class SoftwareUpdateLabelProvider {
 class DefaultSoftwareUpdateLabel final : public SoftwareUpdateLabelProvider {
  public:
   /// `softwareUpdateLister` must outlive this object.
-  explicit DefaultSoftwareUpdateLabel(SoftwareUpdateLister& softwareUpdateLister);
+  explicit DefaultSoftwareUpdateLabel(SoftwareUpdateLister& softwareUpdateLister)
+      : softwareUpdateLister_(softwareUpdateLister) {}
   [[nodiscard]] std::optional<std::string> label(std::string_view build) override;
 
  private:

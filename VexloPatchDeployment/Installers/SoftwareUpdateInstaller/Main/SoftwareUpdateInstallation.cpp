@@ -3,7 +3,6 @@
 #include <chrono>
 #include <optional>
 #include <string_view>
-#include <utility>
 
 #include "VexloPatchDeployment/Common/RunningAction.h"
 #include "VexloPatchDeployment/Installers/InstallerMeasurements.h"
@@ -28,15 +27,6 @@ std::string_view buildVersion(std::string_view label) {
 }
 
 }  // namespace
-
-SoftwareUpdateInstallation::SoftwareUpdateInstallation(
-    std::string version, std::string macOSLabel, SoftwareUpdateInstallerDependencies& dependencies,
-    platform::Sleeper sleeper, std::function<std::int64_t()> macOSMajorVersion)
-    : version_(std::move(version)),
-      macOSLabel_(std::move(macOSLabel)),
-      dependencies_(dependencies),
-      sleeper_(std::move(sleeper)),
-      macOSMajorVersion_(std::move(macOSMajorVersion)) {}
 
 PatchActionResult SoftwareUpdateInstallation::downloadAndInstallMacOS(
     const SoftwareUpdateAuthContext& authContext, const LogTag& tag, std::source_location where) {

@@ -5,6 +5,7 @@
 #include <functional>
 #include <source_location>
 #include <string>
+#include <utility>
 
 #include "Platform/Calendar.h"
 #include "VexloPatchDeployment/Common/Log.h"
@@ -23,11 +24,16 @@ class SoftwareUpdateInstallation {
   /// `version` is the macOS version, for the log only. The last space-separated word of the
   /// update's label `macOSLabel` is its build. `dependencies` must outlive this object. Each
   /// attempt asks for `macOSMajorVersion`.
-  SoftwareUpdateInstallation(std::string version, std::string macOSLabel,
-                             SoftwareUpdateInstallerDependencies& dependencies,
-                             platform::Sleeper sleeper = platform::systemSleeper(),
-                             std::function<std::int64_t()> macOSMajorVersion =
-                                 PatchDeploymentConstants::macOSMajorVersion);
+  SoftwareUpdateInstallation(
+      std::string version, std::string macOSLabel,
+      SoftwareUpdateInstallerDependencies& dependencies,
+      platform::Sleeper sleeper = platform::systemSleeper(),
+      std::function<std::int64_t()> macOSMajorVersion = PatchDeploymentConstants::macOSMajorVersion)
+      : version_(std::move(version)),
+        macOSLabel_(std::move(macOSLabel)),
+        dependencies_(dependencies),
+        sleeper_(std::move(sleeper)),
+        macOSMajorVersion_(std::move(macOSMajorVersion)) {}
 
  protected:
   /// Makes one or two attempts. The log lines of the retry have the caller's tag and line.

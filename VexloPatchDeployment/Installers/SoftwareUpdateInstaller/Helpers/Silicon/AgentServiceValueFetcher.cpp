@@ -38,10 +38,6 @@ struct Cell {
 
 }  // namespace
 
-DefaultAgentServiceValueFetcher::DefaultAgentServiceValueFetcher(
-    std::shared_ptr<vxutils::AgentServiceProtocol> service, std::chrono::milliseconds timeout)
-    : service_(std::move(service)), timeout_(timeout) {}
-
 std::optional<std::string> DefaultAgentServiceValueFetcher::value(const std::string& key) {
   const platform::NoCoreFile noCoreFile;
   const auto deadline = std::chrono::steady_clock::now() + timeout_;  // includes a reconnect

@@ -4,6 +4,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "AgentLibraries/vxutils/AgentServiceConnection.h"
 #include "VexloPatchDeployment/Common/PatchDeploymentConstants.h"
@@ -26,7 +27,8 @@ class DefaultAgentServiceValueFetcher final : public AgentServiceValueFetcher {
   /// `service` must not be null.
   explicit DefaultAgentServiceValueFetcher(
       std::shared_ptr<vxutils::AgentServiceProtocol> service,
-      std::chrono::milliseconds timeout = PatchDeploymentConstants::agentServiceTimeoutSeconds);
+      std::chrono::milliseconds timeout = PatchDeploymentConstants::agentServiceTimeoutSeconds)
+      : service_(std::move(service)), timeout_(timeout) {}
   [[nodiscard]] std::optional<std::string> value(const std::string& key) override;
 
  private:

@@ -64,9 +64,6 @@ Credentials& Credentials::operator=(Credentials&& other) noexcept {
 
 Credentials::~Credentials() { platform::wipe(password); }
 
-UserCredentials::UserCredentials(AgentServiceValueFetcher& agentServiceValueProvider)
-    : agentServiceValueProvider_(agentServiceValueProvider) {}
-
 std::optional<Credentials> UserCredentials::credentials() {
   if (const std::optional<std::string> userName = textUnder(kUserNameKey)) {
     if (std::optional<std::string> password = textUnder(kPasswordKey)) {

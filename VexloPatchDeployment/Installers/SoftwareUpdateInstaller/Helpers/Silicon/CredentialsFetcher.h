@@ -48,7 +48,8 @@ class CredentialsFetcher {
 class UserCredentials final : public CredentialsFetcher {
  public:
   /// `agentServiceValueProvider` must outlive this object.
-  explicit UserCredentials(AgentServiceValueFetcher& agentServiceValueProvider);
+  explicit UserCredentials(AgentServiceValueFetcher& agentServiceValueProvider)
+      : agentServiceValueProvider_(agentServiceValueProvider) {}
   [[nodiscard]] std::optional<Credentials> credentials() override;
 
  private:
