@@ -4,15 +4,14 @@
 
 namespace vexlo {
 
-struct PatchDataKeys {
-  PatchDataKeys() = delete;
-  static constexpr const char* alwaysKillApps = "AlwaysKillApps";
-  static constexpr const char* applicationRunningPrompt = "ApplicationRunningPrompt";
-  static constexpr const char* disableDeferralCheck = "DisableMacOSUpdateDeferralCheck";
-  static constexpr const char* isMDMPatchingEnabled = "IsMDMPatchingEnabled";
-  static constexpr const char* osPatchingViaMDMStatus = "OSPatchingViaMDMStatus";
-  static constexpr std::array all{alwaysKillApps, applicationRunningPrompt, disableDeferralCheck,
-                                  isMDMPatchingEnabled, osPatchingViaMDMStatus};
-};
+namespace PatchDataKeys {
+inline constexpr const char* alwaysKillApps = "AlwaysKillApps";
+inline constexpr const char* applicationRunningPrompt = "ApplicationRunningPrompt";
+inline constexpr const char* disableDeferralCheck = "DisableMacOSUpdateDeferralCheck";
+inline constexpr const char* isMDMPatchingEnabled = "IsMDMPatchingEnabled";
+inline constexpr const char* osPatchingViaMDMStatus = "OSPatchingViaMDMStatus";
+inline constexpr std::array all{alwaysKillApps, applicationRunningPrompt, disableDeferralCheck,
+                                isMDMPatchingEnabled, osPatchingViaMDMStatus};
+}  // namespace PatchDataKeys
 
 }  // namespace vexlo

@@ -6,11 +6,10 @@
 
 namespace vexlo {
 
-struct RunningAppPolicyConstants {
-  RunningAppPolicyConstants() = delete;
-  /// The patch data file, determined once per process.
-  [[nodiscard]] static const std::string& plistPath();
-};
+namespace RunningAppPolicyConstants {
+/// The patch data file, determined once per process.
+[[nodiscard]] const std::string& plistPath();
+}  // namespace RunningAppPolicyConstants
 
 class RunningAppPolicyChecking {
  public:

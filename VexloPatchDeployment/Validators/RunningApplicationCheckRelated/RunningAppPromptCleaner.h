@@ -8,13 +8,12 @@
 
 namespace vexlo {
 
-struct RunningAppPromptConstants {
-  RunningAppPromptConstants() = delete;
-  /// The prompt application's bundle identifier.
-  static constexpr std::string_view bundleIdentifier = "com.tervane.ApplicationRunningPrompt";
-  /// The file with the user's answer; determined once per process.
-  [[nodiscard]] static const std::string& returnCodeFilePath();
-};
+namespace RunningAppPromptConstants {
+/// The prompt application's bundle identifier.
+inline constexpr std::string_view bundleIdentifier = "com.tervane.ApplicationRunningPrompt";
+/// The file with the user's answer; determined once per process.
+[[nodiscard]] const std::string& returnCodeFilePath();
+}  // namespace RunningAppPromptConstants
 
 /// Replaced where nothing may change on the machine, as in tests.
 class RunningAppPromptCleaning {

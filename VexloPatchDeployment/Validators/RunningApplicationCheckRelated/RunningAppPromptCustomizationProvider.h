@@ -49,11 +49,10 @@ struct RunningAppPromptCustomization {
 [[nodiscard]] std::int64_t promptTimeoutSeconds(
     const std::optional<RunningAppPromptCustomization>& customization);
 
-struct RunningAppPromptCustomizationProviderConstants {
-  RunningAppPromptCustomizationProviderConstants() = delete;
-  /// The customization file, determined once per process.
-  [[nodiscard]] static const std::string& plistPath();
-};
+namespace RunningAppPromptCustomizationProviderConstants {
+/// The customization file, determined once per process.
+[[nodiscard]] const std::string& plistPath();
+}  // namespace RunningAppPromptCustomizationProviderConstants
 
 class RunningAppPromptCustomizing {
  public:

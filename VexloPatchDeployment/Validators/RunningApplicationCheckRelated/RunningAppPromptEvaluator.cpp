@@ -11,8 +11,8 @@
 namespace vexlo {
 namespace {
 
+namespace Keys = RunningAppPromptDataStoreKeys;
 using Decision = RunningAppPromptDecision;
-using Keys = RunningAppPromptDataStoreKeys;
 using Record = RunningAppPromptDataStoring::Record;
 
 constexpr LogTag kRunningAppPromptEvaluatorTag{"evaluate(for:having:)"};

@@ -24,14 +24,13 @@ struct RunningAppPromptEvaluation {
 };
 
 /// The keys of a prompt record.
-struct RunningAppPromptDataStoreKeys {
-  RunningAppPromptDataStoreKeys() = delete;
-  static constexpr std::string_view patchID = "patchID";
-  static constexpr std::string_view promptShownCount = "promptShownCount";
-  /// Today, «16-11-2026», in the system's calendar and time zone. Determined once per process, so a
-  /// process that runs past midnight keeps counting for its first day.
-  [[nodiscard]] static const std::string& currentDate();
-};
+namespace RunningAppPromptDataStoreKeys {
+inline constexpr std::string_view patchID = "patchID";
+inline constexpr std::string_view promptShownCount = "promptShownCount";
+/// Today, «16-11-2026», in the system's calendar and time zone. Determined once per process, so a
+/// process that runs past midnight keeps counting for its first day.
+[[nodiscard]] const std::string& currentDate();
+}  // namespace RunningAppPromptDataStoreKeys
 
 class RunningAppPromptEvaluating {
  public:

@@ -18,13 +18,12 @@
 
 namespace vexlo {
 
-struct RunningAppPromptPresenterConstants {
-  RunningAppPromptPresenterConstants() = delete;
-  /// The prompt application's executable; determined once per process.
-  [[nodiscard]] static const std::string& promptAppPath();
-  /// The same as `RunningAppPromptConstants::returnCodeFilePath()`.
-  [[nodiscard]] static const std::string& returnCodeFilePath();
-};
+namespace RunningAppPromptPresenterConstants {
+/// The prompt application's executable; determined once per process.
+[[nodiscard]] const std::string& promptAppPath();
+/// The same as `RunningAppPromptConstants::returnCodeFilePath()`.
+[[nodiscard]] const std::string& returnCodeFilePath();
+}  // namespace RunningAppPromptPresenterConstants
 
 /// Replaced where nothing may change on the machine, as in tests.
 class RunningAppPromptPresenting {
