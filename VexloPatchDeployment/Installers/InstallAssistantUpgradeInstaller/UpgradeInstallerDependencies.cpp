@@ -9,15 +9,9 @@ constexpr LogTag kUpgradeInstallerDependenciesTag{"init(silicon:)"};
 
 }  // namespace
 
-std::unique_ptr<UpgradeInstallerDependencies> DefaultUpgradeInstallerDependencies::intel() {
-  return std::unique_ptr<UpgradeInstallerDependencies>(
-      new DefaultUpgradeInstallerDependencies(nullptr));
-}
-
 std::unique_ptr<UpgradeInstallerDependencies> DefaultUpgradeInstallerDependencies::silicon() {
   auto credentials = agentServiceCredentialsOrError(kUpgradeInstallerDependenciesTag);
-  return credentials ? std::unique_ptr<UpgradeInstallerDependencies>(
-                           new DefaultUpgradeInstallerDependencies(std::move(credentials)))
+  return credentials ? std::make_unique<DefaultUpgradeInstallerDependencies>(std::move(credentials))
                      : nullptr;
 }
 

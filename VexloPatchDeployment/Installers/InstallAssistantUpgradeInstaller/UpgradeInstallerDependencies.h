@@ -27,8 +27,13 @@ class UpgradeInstallerDependencies {
 /// The production collaborators.
 class DefaultUpgradeInstallerDependencies final : public UpgradeInstallerDependencies {
  public:
+  /// `userCredentials` is null on Intel machines.
+  explicit DefaultUpgradeInstallerDependencies(std::unique_ptr<CredentialsFetcher> userCredentials)
+      : userCredentials_(std::move(userCredentials)) {}
   /// Without credentials; never null.
-  [[nodiscard]] static std::unique_ptr<UpgradeInstallerDependencies> intel();
+  [[nodiscard]] static std::unique_ptr<UpgradeInstallerDependencies> intel() {
+    return std::make_unique<DefaultUpgradeInstallerDependencies>(nullptr);
+  }
   /// With the credentials of the agent's service; null, with an error line, if the service can't be
   /// reached.
   [[nodiscard]] static std::unique_ptr<UpgradeInstallerDependencies> silicon();
@@ -41,10 +46,7 @@ class DefaultUpgradeInstallerDependencies final : public UpgradeInstallerDepende
   }
 
  private:
-  explicit DefaultUpgradeInstallerDependencies(std::unique_ptr<CredentialsFetcher> userCredentials)
-      : userCredentials_(std::move(userCredentials)) {}
-
-  std::unique_ptr<CredentialsFetcher> userCredentials_;  // null on Intel
+  std::unique_ptr<CredentialsFetcher> userCredentials_;
   DefaultSoftwareUpdateNotifier notifier_;
 };
 

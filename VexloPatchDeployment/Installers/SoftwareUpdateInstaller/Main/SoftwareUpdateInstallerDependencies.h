@@ -34,8 +34,14 @@ class SoftwareUpdateInstallerDependencies {
 class DefaultSoftwareUpdateInstallerDependencies final
     : public SoftwareUpdateInstallerDependencies {
  public:
+  /// `userCredentials` is null on Intel machines.
+  explicit DefaultSoftwareUpdateInstallerDependencies(
+      std::unique_ptr<CredentialsFetcher> userCredentials)
+      : userCredentials_(std::move(userCredentials)) {}
   /// Without credentials; never null.
-  [[nodiscard]] static std::unique_ptr<SoftwareUpdateInstallerDependencies> intel();
+  [[nodiscard]] static std::unique_ptr<SoftwareUpdateInstallerDependencies> intel() {
+    return std::make_unique<DefaultSoftwareUpdateInstallerDependencies>(nullptr);
+  }
   /// With the credentials of the agent's service; null, with an error line, if the service can't be
   /// reached.
   [[nodiscard]] static std::unique_ptr<SoftwareUpdateInstallerDependencies> silicon();
@@ -53,11 +59,7 @@ class DefaultSoftwareUpdateInstallerDependencies final
   }
 
  private:
-  explicit DefaultSoftwareUpdateInstallerDependencies(
-      std::unique_ptr<CredentialsFetcher> userCredentials)
-      : userCredentials_(std::move(userCredentials)) {}
-
-  std::unique_ptr<CredentialsFetcher> userCredentials_;  // null on Intel
+  std::unique_ptr<CredentialsFetcher> userCredentials_;
   DefaultSoftwareUpdateOutputAnalyser outputValidator_;
   SystemSoftwareUpdateLister softwareUpdateLister_;
   DefaultSoftwareUpdateLabel labelProvider_{softwareUpdateLister_};
