@@ -47,12 +47,4 @@ std::optional<std::size_t> TextSearch::find(std::string_view text, Which which) 
   return found;
 }
 
-std::optional<std::size_t> TextSearch::first(std::string_view text) const {
-  return find(text, Which::first);
-}
-
-std::optional<std::size_t> TextSearch::last(std::string_view text) const {
-  return find(text, Which::last);
-}
-
 }  // namespace vexlo

@@ -22,8 +22,12 @@ class TextSearch {
 
   /// The start of the first or last occurrence in `text`; occurrences may overlap. An empty string
   /// occurs everywhere.
-  [[nodiscard]] std::optional<std::size_t> first(std::string_view text) const;
-  [[nodiscard]] std::optional<std::size_t> last(std::string_view text) const;
+  [[nodiscard]] std::optional<std::size_t> first(std::string_view text) const {
+    return find(text, Which::first);
+  }
+  [[nodiscard]] std::optional<std::size_t> last(std::string_view text) const {
+    return find(text, Which::last);
+  }
 
  private:
   enum class Which : std::uint8_t { first, last };
