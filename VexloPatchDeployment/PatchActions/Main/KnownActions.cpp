@@ -167,14 +167,12 @@ constexpr std::array kKnownActions{
     KnownActionRow{
         .action = KnownAction::userLoggedInCheck,
         .summary = "Checks that a user is logged in at the console.",
-        .arguments = {},
         .results = kUserLoggedInResults,
         .run = isUserLoggedIn,
     },
     KnownActionRow{
         .action = KnownAction::multipleUserLoggedInCheck,
         .summary = "Checks that exactly one user is logged on.",
-        .arguments = {},
         .results = kMultipleUserLoggedInResults,
         .run = isMultipleUsersLoggedIn,
     },
@@ -212,7 +210,6 @@ constexpr std::array kKnownActions{
     KnownActionRow{
         .action = KnownAction::applicationRunningNotifier,
         .summary = "Does nothing.",
-        .arguments = {},
         .doesNothing = true,
         .results = kApplicationRunningNotifierResults,
         .run = applicationRunningNotifier,

@@ -47,7 +47,7 @@ struct KnownActionRow {
   std::string_view code = nameOf(action).code;
   std::string_view name = nameOf(action).name;
   std::string_view summary;  ///< One sentence.
-  std::span<const ActionArgument> arguments;
+  std::span<const ActionArgument> arguments = {};
   bool lastRepeats = false;
   bool restarts = false;     ///< The Mac restarts after success.
   bool doesNothing = false;  ///< Listed only for its code.

@@ -7,6 +7,7 @@
 #include "AgentLibraries/FileCodec/JSONObject.h"
 #include "AgentLibraries/vxutils/SystemUtil.h"
 #include "AgentLibraries/vxutils/SystemUtilsWrapper.h"
+#include "Platform/Text.h"
 #include "VexloPatchDeployment/Common/LetterCase.h"
 #include "VexloPatchDeployment/Common/Log.h"
 #include "VexloPatchDeployment/Common/RunningAction.h"
@@ -84,11 +85,7 @@ std::string ConsoleUserMeasurement::json() const {
 }
 
 std::string LoggedOnUsersMeasurement::words() const {
-  std::string out;
-  for (const std::string& user : users) {
-    out += text(out.empty() ? "" : ", ", user);
-  }
-  return (users.empty() ? "nobody" : out) + " logged on";
+  return (users.empty() ? "nobody" : platform::joined(users, ", ")) + " logged on";
 }
 
 std::string LoggedOnUsersMeasurement::json() const {
