@@ -1,10 +1,10 @@
 #include "VexloPatchDeployment/Common/ActionID.h"
 
 #include <array>
+#include <map>
 #include <optional>
 #include <ostream>
 #include <utility>
-#include <vector>
 
 #include "AgentLibraries/FileCodec/JSONReader.h"
 #include "AgentLibraries/FileCodec/JSONText.h"
@@ -55,18 +55,17 @@ class SerializedAction final : public FileCodec::JSONEvents {
     if (members_.size() != 1) {
       throw ActionIDDecodingError("Invalid number of keys found, expected one.");
     }
-    const Member& member = members_.front();
-    if (!member.isObject) {
-      throw ActionIDDecodingError(
-          text("Expected an object as the value of \"", member.name, "\"."));
+    const auto& [name, value] = *members_.begin();
+    if (!value.isObject) {
+      throw ActionIDDecodingError(text("Expected an object as the value of \"", name, "\"."));
     }
-    if (const std::optional<KnownAction> known = find(&ActionName::name, member.name)) {
+    if (const std::optional<KnownAction> known = find(&ActionName::name, name)) {
       return *known;
     }
-    if (!member.payload) {
+    if (!value.payload) {
       throw ActionIDDecodingError(R"(Expected an object with a string "_0" under "undefined".)");
     }
-    return UndefinedAction{*member.payload};
+    return UndefinedAction{*value.payload};
   }
   [[nodiscard]] bool rootIsObject() const { return rootIsObject_; }
 
@@ -74,7 +73,7 @@ class SerializedAction final : public FileCodec::JSONEvents {
     if (depth_ == 0) {
       rootIsObject_ = true;
     } else {
-      value(Kind::object, {});
+      addValue({.isObject = true});
     }
     ++depth_;
     return true;
@@ -84,7 +83,7 @@ class SerializedAction final : public FileCodec::JSONEvents {
     return true;
   }
   bool beginArray() override {
-    value(Kind::other, {});
+    addValue({});
     ++depth_;
     return true;
   }
@@ -94,45 +93,36 @@ class SerializedAction final : public FileCodec::JSONEvents {
   }
   bool memberName(std::string_view name) override {
     if (depth_ == 1) {
-      startMember(name);
+      const bool isRecognised = name == kUndefined || find(&ActionName::name, name);
+      current_ = isRecognised ? &(members_[std::string(name)] = {}) : nullptr;
     } else if (depth_ == 2) {
       inPayload_ = current_ != nullptr && current_->isObject && name == kUndefinedPayload;
     }
     return true;
   }
-  bool string(std::string_view text) override { return value(Kind::string, text); }
-  bool number() override { return value(Kind::other, {}); }
-  bool boolean() override { return value(Kind::other, {}); }
-  bool null() override { return value(Kind::other, {}); }
+  bool string(std::string_view text) override { return addValue({.payload = std::string(text)}); }
+  bool number() override { return addValue({}); }
+  bool boolean() override { return addValue({}); }
+  bool null() override { return addValue({}); }
 
  private:
-  enum class Kind : std::uint8_t { object, string, other };
-  struct Member {
-    std::string name;
+  /// A value, or what of it counts: of an object its payload, of the payload itself the string.
+  struct Value {
     bool isObject = false;
-    std::optional<std::string> payload;
+    std::optional<std::string> payload = std::nullopt;
   };
 
-  void startMember(std::string_view name) {
-    current_ = nullptr;
-    if (name != kUndefined && !find(&ActionName::name, name)) {
-      return;
-    }
-    std::erase_if(members_, [&](const Member& member) { return member.name == name; });
-    current_ = &members_.emplace_back(Member{.name = std::string(name)});
-  }
-
-  bool value(Kind kind, std::string_view text) {
+  bool addValue(Value value) {
     if (current_ != nullptr && depth_ == 1) {
-      current_->isObject = kind == Kind::object;
+      current_->isObject = value.isObject;
     } else if (current_ != nullptr && depth_ == 2 && inPayload_) {
-      current_->payload = kind == Kind::string ? std::optional<std::string>(text) : std::nullopt;
+      current_->payload = std::move(value.payload);
     }
     return true;
   }
 
-  std::vector<Member> members_;
-  Member* current_ = nullptr;  // the recognised member being read
+  std::map<std::string, Value> members_;  // the recognised ones
+  Value* current_ = nullptr;              // of the member being read, if recognised
   int depth_ = 0;
   bool inPayload_ = false;
   bool rootIsObject_ = false;
