@@ -7,9 +7,11 @@
 #include <array>
 #include <cstdlib>
 #include <ctime>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 
 #include "Platform/Posix/Formatted.h"
@@ -19,33 +21,16 @@ namespace {
 
 using std::chrono::year_month_day;
 
-/// The locale that the environment names; null when it isn't installed.
-class LocaleOfEnvironment {
- public:
-  LocaleOfEnvironment() : locale_(newlocale(LC_TIME_MASK | LC_CTYPE_MASK, "", nullptr)) {}
-  LocaleOfEnvironment(const LocaleOfEnvironment&) = delete;
-  LocaleOfEnvironment& operator=(const LocaleOfEnvironment&) = delete;
-  ~LocaleOfEnvironment() {
-    if (locale_ != nullptr) {
-      freelocale(locale_);
-    }
-  }
-  [[nodiscard]] locale_t get() const { return locale_; }
-
- private:
-  locale_t locale_;
-};
-
 using MonthNames = std::array<std::string, 12>;
 
 /// In the locale that the environment names.
 MonthNames abbreviatedMonths() {
   MonthNames names{"Jan", "Feb", "Mar", "Apr", "May", "Jun",
                    "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
-  const LocaleOfEnvironment locale;
-  if (locale.get() == nullptr ||
-      nl_langinfo_l(CODESET, locale.get()) != std::string_view("UTF-8")) {
-    return names;
+  const std::unique_ptr<std::remove_pointer_t<locale_t>, void (*)(locale_t)> locale(
+      newlocale(LC_TIME_MASK | LC_CTYPE_MASK, "", nullptr), freelocale);
+  if (!locale || nl_langinfo_l(CODESET, locale.get()) != std::string_view("UTF-8")) {
+    return names;  // not installed or not UTF-8
   }
   std::tm parts{};
   for (std::string& name : names) {

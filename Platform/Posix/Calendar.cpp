@@ -3,11 +3,11 @@
 #include <time.h>  // NOLINT(modernize-deprecated-headers): localtime_r is POSIX
 
 #include <algorithm>
-#include <array>
 #include <ctime>
 
 #include "Platform/Posix/Formatted.h"
 #include "Platform/RunningProcesses.h"
+#include "Platform/Text.h"
 
 namespace platform {
 namespace {
@@ -17,18 +17,6 @@ using std::chrono::floor;
 using std::chrono::seconds;
 using std::chrono::sys_days;
 using std::chrono::year_month_day;
-
-/// Reads digits only; absent for anything else.
-std::optional<unsigned> parseDigits(std::string_view text) {
-  unsigned number = 0;
-  for (const char digit : text) {
-    if (digit < '0' || digit > '9') {
-      return std::nullopt;
-    }
-    number = number * 10 + static_cast<unsigned>(digit - '0');
-  }
-  return number;
-}
 
 std::tm localTime(Moment moment) {
   tzset();  // localtime_r may ignore a changed TZ
@@ -67,9 +55,9 @@ std::optional<year_month_day> parseDate(std::string_view text) {
   if (text.size() != 10 || text[4] != '-' || text[7] != '-') {
     return std::nullopt;
   }
-  const auto year = parseDigits(text.substr(0, 4));
-  const auto month = parseDigits(text.substr(5, 2));
-  const auto day = parseDigits(text.substr(8, 2));
+  const auto year = wholeNumber<unsigned>(text.substr(0, 4));
+  const auto month = wholeNumber<unsigned>(text.substr(5, 2));
+  const auto day = wholeNumber<unsigned>(text.substr(8, 2));
   if (!year || !month || !day) {
     return std::nullopt;
   }
@@ -108,9 +96,9 @@ std::optional<Moment> parseMoment(std::string_view text) {
     return std::nullopt;
   }
   const auto day = parseDate(text.substr(0, 10));
-  const auto hour = parseDigits(text.substr(11, 2));
-  const auto minute = parseDigits(text.substr(14, 2));
-  const auto second = parseDigits(text.substr(17, 2));
+  const auto hour = wholeNumber<unsigned>(text.substr(11, 2));
+  const auto minute = wholeNumber<unsigned>(text.substr(14, 2));
+  const auto second = wholeNumber<unsigned>(text.substr(17, 2));
   if (!day || !hour || !minute || !second || *hour > 23 || *minute > 59 || *second > 59) {
     return std::nullopt;
   }

@@ -1,4 +1,4 @@
-// Formats numbers as printf does, for dates.
+// Formats numbers as printf does.
 #pragma once
 #include <array>
 #include <cstdio>
@@ -6,10 +6,10 @@
 
 namespace platform {
 
-/// At most 127 characters.
+/// At most 511 characters; the largest number of type double has 309 digits before the point.
 template <typename... Numbers>
 std::string formatted(const char* format, Numbers... numbers) {
-  std::array<char, 128> buffer{};
+  std::array<char, 512> buffer{};
   std::snprintf(buffer.data(), buffer.size(), format, numbers...);
   return buffer.data();
 }

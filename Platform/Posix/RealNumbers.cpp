@@ -3,14 +3,14 @@
 #include <locale.h>  // NOLINT(modernize-deprecated-headers): locale_t is the system's
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstddef>
-#include <cstdio>
 #include <cstdlib>
 #if __has_include(<xlocale.h>)
 #include <xlocale.h>  // macOS declares locale_t here
 #endif
+
+#include "Platform/Posix/Formatted.h"
 
 // The standard library's to_chars needs macOS 13.3, its from_chars a later one.
 namespace platform {
@@ -33,12 +33,6 @@ class InCLocale {
   }
   locale_t former_;
 };
-
-std::string byFormat(const char* format, int precision, double number) {
-  std::array<char, 512> text{};  // the largest number has 309 digits before the point
-  std::snprintf(text.data(), text.size(), format, precision, number);
-  return text.data();
-}
 
 /// strtod also accepts leading white space, a plus sign and hexadecimal.
 bool mayBeReal(std::string_view text) {
@@ -72,21 +66,21 @@ std::string shortestText(double number) {
   constexpr int kAlwaysEnough = 17;
   const InCLocale scope;
   if (!std::isfinite(number)) {
-    return byFormat("%.*f", 0, number);
+    return formatted("%.*f", 0, number);
   }
   int digits = 1;
-  std::string scientific = byFormat("%.*e", 0, number);
+  std::string scientific = formatted("%.*e", 0, number);
   while (digits < kAlwaysEnough && std::strtod(scientific.c_str(), nullptr) != number) {
-    scientific = byFormat("%.*e", digits++, number);
+    scientific = formatted("%.*e", digits++, number);
   }
   const int exponent = std::atoi(scientific.c_str() + scientific.find('e') + 1);
-  std::string decimal = byFormat("%.*f", std::max(digits - 1 - exponent, 0), number);
+  std::string decimal = formatted("%.*f", std::max(digits - 1 - exponent, 0), number);
   return decimal.size() <= scientific.size() ? decimal : scientific;
 }
 
 std::string decimalText(double number, int places) {
   const InCLocale scope;
-  return byFormat("%.*f", places, number);
+  return formatted("%.*f", places, number);
 }
 
 }  // namespace platform
