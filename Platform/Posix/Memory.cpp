@@ -9,10 +9,12 @@
 #include <cstring>
 #include <mutex>
 
-#include "Platform/Posix/CoreFileLimit.h"
-
 namespace platform {
 namespace {
+
+/// When core files are piped to a program, Linux ignores every limit except 1, which means no core
+/// file. As a size limit, one byte is too small for any core file, on macOS too.
+constexpr rlim_t kNoCoreFile = 1;
 
 /// The saved core file limit, while core files are disabled.
 struct CoreFiles {
@@ -92,7 +94,7 @@ NoCoreFile::NoCoreFile() noexcept {
   CoreFiles& files = coreFiles();
   const std::scoped_lock lock(files.mutex);
   if (files.unwanted++ == 0) {
-    files.formerLimit = setLimitOfCoreFiles(limitWithoutCoreFile());
+    files.formerLimit = setLimitOfCoreFiles(kNoCoreFile);
   }
 }
 
