@@ -15,8 +15,8 @@ Descriptor acceptBlocking(const Descriptor& listener) {
   return aboveStandard(::accept4(listener.get(), nullptr, nullptr, SOCK_CLOEXEC));
 }
 
-ssize_t sendWithoutSignal(const Descriptor& socket, std::string_view bytes, int flags) noexcept {
-  return ::send(socket.get(), bytes.data(), bytes.size(), flags | MSG_NOSIGNAL);
+ssize_t sendOnce(const Descriptor& socket, std::string_view bytes) noexcept {
+  return ::send(socket.get(), bytes.data(), bytes.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
 }
 
 std::optional<std::uint32_t> peerUserID(const Descriptor& socket) {

@@ -122,7 +122,7 @@ std::expected<Descriptor, std::error_code> acceptLocalSocket(const Descriptor& l
 }
 
 std::ptrdiff_t sendWithoutWaiting(const Descriptor& socket, std::string_view bytes) noexcept {
-  return transferred([&] { return sendWithoutSignal(socket, bytes, MSG_DONTWAIT); });
+  return transferred([&] { return sendOnce(socket, bytes); });
 }
 
 std::ptrdiff_t receive(const Descriptor& socket, std::span<char> buffer, bool wait) noexcept {

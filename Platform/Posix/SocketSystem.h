@@ -16,8 +16,7 @@ namespace platform {
 /// Empty, with errno set, on failure.
 [[nodiscard]] Descriptor acceptBlocking(const Descriptor& listener);
 
-/// send() that doesn't raise SIGPIPE.
-[[nodiscard]] ssize_t sendWithoutSignal(const Descriptor& socket, std::string_view bytes,
-                                        int flags) noexcept;
+/// send() that neither blocks nor raises SIGPIPE.
+[[nodiscard]] ssize_t sendOnce(const Descriptor& socket, std::string_view bytes) noexcept;
 
 }  // namespace platform

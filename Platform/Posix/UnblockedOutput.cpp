@@ -2,15 +2,14 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 
+#include "Platform/LocalSocket.h"
 #include "Platform/Posix/RegularFile.h"
-#include "Platform/Posix/SocketSystem.h"
 
 namespace platform {
 
@@ -38,6 +37,9 @@ bool UnblockedOutput::isFileOf(int descriptor) const noexcept {
 }
 
 std::ptrdiff_t UnblockedOutput::write(std::string_view bytes) const noexcept {
+  if (way_ == Way::socket) {
+    return sendWithoutWaiting(file_, bytes);
+  }
   if (way_ == Way::pipeInPieces || way_ == Way::terminalInBytes) {
     if (!isWritable(file_.get(), std::chrono::milliseconds::zero())) {
       return 0;
@@ -46,8 +48,7 @@ std::ptrdiff_t UnblockedOutput::write(std::string_view bytes) const noexcept {
   }
   std::ptrdiff_t count = 0;
   do {
-    count = way_ == Way::socket ? sendWithoutSignal(file_, bytes, MSG_DONTWAIT)
-                                : writeWithoutSignal(file_.get(), bytes);
+    count = writeWithoutSignal(file_.get(), bytes);
   } while (count < 0 && errno == EINTR);
   return count < 0 && (errno == EAGAIN || errno == EWOULDBLOCK) ? 0 : count;
 }

@@ -4,18 +4,18 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <cerrno>
+
 #include "Platform/Posix/SocketSystem.h"
 
 namespace platform {
 namespace {
 
-/// Empty, with errno set, if an option can't be set.
+/// Empty, with errno set, if a flag can't be set.
 Descriptor prepared(int opened, bool blocking) {
   Descriptor made = aboveStandard(opened);
-  constexpr int kYes = 1;
   if (made && ::fcntl(made.get(), F_SETFD, FD_CLOEXEC) == 0 &&
-      ::fcntl(made.get(), F_SETFL, blocking ? 0 : O_NONBLOCK) == 0 &&
-      ::setsockopt(made.get(), SOL_SOCKET, SO_NOSIGPIPE, &kYes, sizeof kYes) == 0) {
+      ::fcntl(made.get(), F_SETFL, blocking ? 0 : O_NONBLOCK) == 0) {
     return made;
   }
   return {};
@@ -32,8 +32,13 @@ Descriptor acceptBlocking(const Descriptor& listener) {
   return prepared(::accept(listener.get(), nullptr, nullptr), /*blocking=*/true);
 }
 
-ssize_t sendWithoutSignal(const Descriptor& socket, std::string_view bytes, int flags) noexcept {
-  return ::send(socket.get(), bytes.data(), bytes.size(), flags);  // SO_NOSIGPIPE is set
+ssize_t sendOnce(const Descriptor& socket, std::string_view bytes) noexcept {
+  constexpr int kYes = 1;
+  if (::setsockopt(socket.get(), SOL_SOCKET, SO_NOSIGPIPE, &kYes, sizeof kYes) != 0) {
+    errno = EPIPE;  // fails only once the socket is shut down
+    return -1;
+  }
+  return ::send(socket.get(), bytes.data(), bytes.size(), MSG_DONTWAIT);
 }
 
 std::optional<std::uint32_t> peerUserID(const Descriptor& socket) {
