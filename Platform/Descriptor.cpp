@@ -8,23 +8,6 @@
 #include <cerrno>
 
 namespace platform {
-namespace {
-
-/// Waits until the file can be written to, as write() would without O_NONBLOCK.
-void waitUntilWritable(int descriptor) noexcept {
-  pollfd event{.fd = descriptor, .events = POLLOUT, .revents = 0};
-  ::poll(&event, 1, -1);
-}
-
-}  // namespace
-
-Descriptor& Descriptor::operator=(Descriptor&& other) noexcept {
-  if (this != &other) {
-    reset();
-    number_ = std::exchange(other.number_, -1);
-  }
-  return *this;
-}
 
 Descriptor::~Descriptor() { reset(); }
 
@@ -59,12 +42,13 @@ std::optional<FileIdentity> identityOf(int descriptor) noexcept {
 }
 
 std::int32_t writeAll(int descriptor, std::string_view bytes) noexcept {
+  constexpr std::chrono::milliseconds kNoLimit{-1};
   while (!bytes.empty()) {
     const std::ptrdiff_t written = writeWithoutSignal(descriptor, bytes);
     if (written >= 0) {
       bytes.remove_prefix(static_cast<std::size_t>(written));
     } else if (errno == EAGAIN) {
-      waitUntilWritable(descriptor);
+      (void)isWritable(descriptor, kNoLimit);  // as write() would wait without O_NONBLOCK
     } else if (errno != EINTR) {
       return errno;
     }

@@ -15,7 +15,10 @@ class Descriptor {
   Descriptor() = default;
   explicit Descriptor(int number) noexcept : number_(number) {}
   Descriptor(Descriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
-  Descriptor& operator=(Descriptor&& other) noexcept;
+  Descriptor& operator=(Descriptor other) noexcept {
+    std::swap(number_, other.number_);
+    return *this;
+  }
   ~Descriptor();
   /// The descriptor, or -1.
   [[nodiscard]] int get() const noexcept { return number_; }
@@ -38,10 +41,8 @@ class Descriptor {
 /// SIGXFSZ. On macOS later writes to the open file, by anyone, don't raise SIGPIPE either.
 [[nodiscard]] std::ptrdiff_t writeWithoutSignal(int descriptor, std::string_view bytes) noexcept;
 
-/// Whether the descriptor becomes writable within the timeout; a write of at most
-/// `kAtomicWriteBytes` bytes to a pipe then doesn't block.
+/// Whether the descriptor becomes writable within the timeout; a negative one has no limit.
 [[nodiscard]] bool isWritable(int descriptor, std::chrono::milliseconds timeout) noexcept;
-inline constexpr std::size_t kAtomicWriteBytes = 512;  // the minimum PIPE_BUF of POSIX
 
 /// The identity of the file that a descriptor refers to.
 struct FileIdentity {

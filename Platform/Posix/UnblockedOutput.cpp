@@ -41,6 +41,8 @@ std::ptrdiff_t UnblockedOutput::write(std::string_view bytes) const noexcept {
     return sendWithoutWaiting(file_, bytes);
   }
   if (way_ == Way::pipeInPieces || way_ == Way::terminalInBytes) {
+    // A pipe that is writable has room for this many: the minimum PIPE_BUF of POSIX.
+    constexpr std::size_t kAtomicWriteBytes = 512;
     if (!isWritable(file_.get(), std::chrono::milliseconds::zero())) {
       return 0;
     }
