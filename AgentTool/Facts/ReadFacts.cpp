@@ -286,18 +286,11 @@ class Reader {
         customization.transform([](const auto& settings) { return settings.encode(); });
   }
 
-  static ApplicationInstance instanceOf(const platform::ApplicationProcess& running) {
-    return {.name = running.localizedName(),
-            .processIdentifier = running.processIdentifier(),
-            .executable = running.executablePath()};
-  }
-
   /// The running ones with this identifier, or all. A search that failed doesn't show that the
   /// others aren't running.
   void readApplications(const std::optional<std::string>& identifier) {
     std::error_code failure;
-    const auto found = identifier ? platform::runningApplications(*identifier, &failure)
-                                  : platform::allRunningApplications(&failure);
+    const auto found = platform::runningApplications(identifier, &failure);
     noteUnless(!failure, "applications", failure.message());
     if (identifier && !failure) {
       facts_.applications[*identifier].clear();
@@ -308,8 +301,10 @@ class Reader {
       }
     }
     for (const auto& running : found) {
-      facts_.applications[identifier.value_or(running->bundleIdentifier())].push_back(
-          instanceOf(*running));
+      facts_.applications[identifier.value_or(running.bundleIdentifier)].push_back(
+          {.name = running.localizedName,
+           .processIdentifier = running.processIdentifier,
+           .executable = running.executablePath});
     }
   }
 

@@ -282,43 +282,20 @@ std::optional<std::uint64_t> startOf(pid_t pid) {
   return wholeNumber<std::uint64_t>(start);
 }
 
-/// Identifies its process by id and start time: holding a descriptor for each of a thousand
-/// instances could use up the agent's.
-class FoundApplication final : public ApplicationProcess {
- public:
-  FoundApplication(pid_t pid, std::uint64_t start, std::string identifier, std::string name,
-                   std::string path)
-      : pid_(pid),
-        start_(start),
-        identifier_(std::move(identifier)),
-        name_(std::move(name)),
-        path_(std::move(path)) {}
-
-  [[nodiscard]] std::string bundleIdentifier() const override { return identifier_; }
-  [[nodiscard]] std::optional<std::string> localizedName() const override { return name_; }
-  [[nodiscard]] std::int32_t processIdentifier() const override { return pid_; }
-  [[nodiscard]] std::optional<std::string> executablePath() const override { return path_; }
-  bool forceTerminate() override try {
-    const Descriptor pidfd =
-        openPidfd(pid_);  // before the check, so that the signal can't hit another process
-    return pidfd && startOf(pid_) == start_ && !hasEnded(pidfd) &&
-           sendPidfdSignal(pidfd, SIGKILL) == 0;
-  } catch (const std::system_error&) {  // whose process it is now can't be learned
-    return false;
-  }
-
- private:
-  pid_t pid_;
-  std::uint64_t start_;
-  std::string identifier_;
-  std::string name_;
-  std::string path_;
-};
+/// Kills the process with this id if it started at this time. A descriptor of the process would
+/// identify it as well, but one for each of a thousand instances could use up the agent's.
+bool killProcess(pid_t pid, std::uint64_t start) try {
+  const Descriptor pidfd =
+      openPidfd(pid);  // before the check, so that the signal can't hit another process
+  return pidfd && startOf(pid) == start && !hasEnded(pidfd) && sendPidfdSignal(pidfd, SIGKILL) == 0;
+} catch (const std::system_error&) {  // whose process it is now can't be learned
+  return false;
+}
 
 /// The process as an instance of the application with this identifier, or of any application if it
-/// is absent. Null for other processes.
-std::unique_ptr<ApplicationProcess> instanceOf(std::optional<std::string_view> identifier,
-                                               pid_t pid, InformationFiles& files) {
+/// is absent. Absent for other processes.
+std::optional<ApplicationProcess> instanceOf(std::optional<std::string_view> identifier, pid_t pid,
+                                             InformationFiles& files) {
   const std::string process = "/proc/" + std::to_string(pid);
   const auto informationOf = [&](const std::optional<Program>& program) -> const Information* {
     const Information* read = program ? files.read(informationFile(program->openable)) : nullptr;
@@ -327,7 +304,7 @@ std::unique_ptr<ApplicationProcess> instanceOf(std::optional<std::string_view> i
     return fits ? read : nullptr;
   };
   if (informationOf(bundleProgram(process)) == nullptr) {
-    return nullptr;
+    return std::nullopt;
   }
   // The id may have been reused since. Read again: if the pidfd's process is still alive
   // afterwards, what was read belongs to it.
@@ -336,15 +313,19 @@ std::unique_ptr<ApplicationProcess> instanceOf(std::optional<std::string_view> i
   std::optional<Program> program = bundleProgram(process);
   const Information* information = informationOf(program);
   if (!start || !program || information == nullptr || (pidfd && hasEnded(pidfd))) {
-    return nullptr;
+    return std::nullopt;
   }
   std::string name = information->name;
   if (name.empty()) {
     name = bundleNameOf(program->path);
     name.resize(name.size() - kBundleExtension.size());
   }
-  return std::make_unique<FoundApplication>(pid, *start, information->identifier, std::move(name),
-                                            std::move(program->path));
+  return ApplicationProcess{
+      .bundleIdentifier = information->identifier,
+      .localizedName = std::move(name),
+      .processIdentifier = pid,
+      .executablePath = std::move(program->path),
+      .forceTerminate = [pid, start = *start] { return killProcess(pid, start); }};
 }
 
 /// Throws `std::system_error` if they can't be listed.
@@ -364,9 +345,14 @@ std::vector<pid_t> allProcesses() {
   return pids;
 }
 
-std::vector<std::unique_ptr<ApplicationProcess>> instancesOf(
-    std::optional<std::string_view> identifier, std::error_code* failure) {
-  std::vector<std::unique_ptr<ApplicationProcess>> found;
+}  // namespace
+
+std::vector<ApplicationProcess> runningApplications(
+    std::optional<std::string_view> bundleIdentifier, std::error_code* failure) {
+  std::vector<ApplicationProcess> found;
+  if (bundleIdentifier == "") {
+    return found;
+  }
   InformationFiles files;
   std::error_code latest;
   const auto guarded = [&](const auto& work) {
@@ -379,8 +365,8 @@ std::vector<std::unique_ptr<ApplicationProcess>> instancesOf(
   guarded([&] {
     for (const pid_t pid : allProcesses()) {
       guarded([&] {
-        if (auto application = instanceOf(identifier, pid, files)) {
-          found.push_back(std::move(application));
+        if (auto application = instanceOf(bundleIdentifier, pid, files)) {
+          found.push_back(*std::move(application));
         }
       });
     }
@@ -389,18 +375,6 @@ std::vector<std::unique_ptr<ApplicationProcess>> instancesOf(
     *failure = latest;
   }
   return found;
-}
-
-}  // namespace
-
-std::vector<std::unique_ptr<ApplicationProcess>> runningApplications(
-    std::string_view bundleIdentifier, std::error_code* failure) {
-  return bundleIdentifier.empty() ? std::vector<std::unique_ptr<ApplicationProcess>>()
-                                  : instancesOf(bundleIdentifier, failure);
-}
-
-std::vector<std::unique_ptr<ApplicationProcess>> allRunningApplications(std::error_code* failure) {
-  return instancesOf(std::nullopt, failure);
 }
 
 }  // namespace platform

@@ -83,9 +83,9 @@ TEST_F(RunningApplicationsTest, FindsScriptsHoweverStarted) {
     const Launched launched(command);
     const auto applications = runningApplications(kIdentifier);
     ASSERT_EQ(applications.size(), 1U);
-    EXPECT_EQ(applications[0]->processIdentifier(), launched.pid());
-    EXPECT_EQ(applications[0]->executablePath(), command == viaEnv ? viaEnv : script);
-    const auto all = allRunningApplications();
+    EXPECT_EQ(applications[0].processIdentifier, launched.pid());
+    EXPECT_EQ(applications[0].executablePath, command == viaEnv ? viaEnv : script);
+    const auto all = runningApplications(std::nullopt);
     EXPECT_EQ(std::ranges::count(all, kIdentifier, &ApplicationProcess::bundleIdentifier), 1);
   }
 }
@@ -99,8 +99,8 @@ TEST_F(RunningApplicationsTest, IgnoresOtherProcesses) {
       Launched(add("Damaged.app/Contents/MacOS/editor") + " -c '" + kReadyAndStop + "'")};
   EXPECT_TRUE(runningApplications(kIdentifier).empty());
   EXPECT_TRUE(runningApplications("").empty()) << "the damaged one has no identifier";
-  for (const auto& application : allRunningApplications()) {
-    EXPECT_NE(application->bundleIdentifier(), "");
+  for (const auto& application : runningApplications(std::nullopt)) {
+    EXPECT_NE(application.bundleIdentifier, "");
   }
 }
 
@@ -143,19 +143,19 @@ TEST_F(RunningApplicationsTest, ForceTerminateSparesALaterProcessWithTheSameId) 
   EXPECT_EQ(add(kProgram), program);  // as an update does
   const auto applications = runningApplications(kIdentifier);
   ASSERT_EQ(applications.size(), 1U);
-  EXPECT_EQ(applications[0]->executablePath(), program);
-  EXPECT_TRUE(applications[0]->forceTerminate());
+  EXPECT_EQ(applications[0].executablePath, program);
+  EXPECT_TRUE(applications[0].forceTerminate());
   siginfo_t information{};
   ::waitid(P_PID, static_cast<id_t>(pid), &information, WEXITED | WNOWAIT);
   EXPECT_TRUE(runningApplications(kIdentifier).empty()) << "it has exited but has not been reaped";
-  EXPECT_FALSE(applications[0]->forceTerminate());
+  EXPECT_FALSE(applications[0].forceTerminate());
   launched.end();
   // The kernel's start times have a resolution of 10 ms.
   for (const auto now = std::chrono::steady_clock::now();
        std::chrono::steady_clock::now() - now < std::chrono::milliseconds(20);) {
   }
   const pid_t later = startWithId(pid);
-  EXPECT_FALSE(applications[0]->forceTerminate());
+  EXPECT_FALSE(applications[0].forceTerminate());
   if (later > 0) {  // this user may choose process ids
     EXPECT_EQ(::waitpid(later, nullptr, WNOHANG), 0) << "it was killed";
     ::kill(later, SIGKILL);

@@ -1,7 +1,6 @@
 // One running application.
 #pragma once
 #include <cstdint>
-#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
@@ -27,21 +26,21 @@ class RunningApplication {
 /// The platform's running application.
 class SystemRunningApplication final : public RunningApplication {
  public:
-  explicit SystemRunningApplication(std::unique_ptr<platform::ApplicationProcess> process)
+  explicit SystemRunningApplication(platform::ApplicationProcess process)
       : process_(std::move(process)) {}
   [[nodiscard]] std::optional<std::string> localizedName() const override {
-    return process_->localizedName();
+    return process_.localizedName;
   }
   [[nodiscard]] std::int32_t processIdentifier() const override {
-    return process_->processIdentifier();
+    return process_.processIdentifier;
   }
   [[nodiscard]] std::optional<std::string> executableURL() const override {
-    return process_->executablePath();
+    return process_.executablePath;
   }
-  bool forceTerminate() override { return process_->forceTerminate(); }
+  bool forceTerminate() override { return process_.forceTerminate(); }
 
  private:
-  std::unique_ptr<platform::ApplicationProcess> process_;
+  platform::ApplicationProcess process_;
 };
 
 }  // namespace vexlo
