@@ -15,10 +15,6 @@ int closeFrom(posix_spawn_file_actions_t& actions, int first) {
   return ::posix_spawn_file_actions_addclosefrom_np(&actions, first);
 }
 
-int startIn(posix_spawn_file_actions_t& actions, const char* directory) {
-  return ::posix_spawn_file_actions_addchdir_np(&actions, directory);
-}
-
 bool isBadExecutable(int error) { return error == ELIBBAD; }
 
 short ownSessionFlags() { return POSIX_SPAWN_SETSID; }

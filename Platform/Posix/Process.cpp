@@ -109,7 +109,7 @@ class SpawnSettings {
     note(closeFrom(actions_, status ? kStatusDescriptor + 1 : kStatusDescriptor));
   }
   void startIn(const std::string& directory) {
-    note(platform::startIn(actions_, directory.c_str()));
+    note(::posix_spawn_file_actions_addchdir_np(&actions_, directory.c_str()));
   }
 
   /// Returns 0 or the errno value of a failed start. With `throughShell`, a shell runs the program

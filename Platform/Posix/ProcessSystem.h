@@ -13,9 +13,6 @@ namespace platform {
 /// Makes the child close every descriptor from `first` on. Returns 0 or an errno value.
 [[nodiscard]] int closeFrom(posix_spawn_file_actions_t& actions, int first);
 
-/// Makes the child start in the directory. Returns 0 or an errno value.
-[[nodiscard]] int startIn(posix_spawn_file_actions_t& actions, const char* directory);
-
 /// Whether a program didn't start because its file is damaged or for another processor; the
 /// system's own errors beside ENOEXEC.
 [[nodiscard]] bool isBadExecutable(int error);

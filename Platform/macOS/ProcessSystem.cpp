@@ -18,10 +18,6 @@ int closeFrom(posix_spawn_file_actions_t& /*actions*/, int /*first*/) {
   return 0;  // ownSessionFlags() makes the system close everything else
 }
 
-int startIn(posix_spawn_file_actions_t& actions, const char* directory) {
-  return ::posix_spawn_file_actions_addchdir_np(&actions, directory);
-}
-
 bool isBadExecutable(int error) {
   return error == EBADEXEC || error == EBADARCH || error == EBADMACHO;
 }
