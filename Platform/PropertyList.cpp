@@ -13,7 +13,6 @@ namespace platform {
 namespace {
 
 constexpr std::string_view kBinarySignature = "bplist";
-constexpr std::string_view kBlanks = " \t\n\v\f\r";
 constexpr std::string_view kHexadecimalDigits = "0123456789abcdefABCDEF";
 
 void appendQuoted(std::string& out, std::string_view text) {
@@ -109,7 +108,7 @@ bool looksLikeXML(std::string_view bytes) {
   if (bytes.starts_with("\xEF\xBB\xBF")) {
     bytes.remove_prefix(3);
   }
-  bytes.remove_prefix(std::min(bytes.find_first_not_of(kBlanks), bytes.size()));
+  bytes = trimmed(bytes);
   if (!bytes.starts_with('<') || bytes.size() < 2) {
     return false;
   }
@@ -156,12 +155,9 @@ std::string describe(const PropertyList& value) {
 
 std::string quotedExcerpt(std::string_view text) {
   constexpr std::size_t kLongest = 60;
-  std::size_t length = text.size();
-  if (length > kLongest) {
-    length = kLongest;
-    while (length > 0 && (text[length] & 0xC0) == 0x80) {  // not in the middle of a character
-      --length;
-    }
+  std::size_t length = std::min(text.size(), kLongest);
+  while (length > 0 && length < text.size() && (text[length] & 0xC0) == 0x80) {
+    --length;  // not in the middle of a character
   }
   std::string out;
   appendQuoted(out, text.substr(0, length));

@@ -113,47 +113,38 @@ class BinaryWriter {
     out_.append(reinterpret_cast<const char*>(data.data()), data.size());
   }
   void writeContent(const PropertyList::Array& array) {
-    const References references(*this, kArray, array.size(), array.size());
-    std::size_t place = 0;
+    std::size_t place = beginCollection(kArray, array.size(), array.size());
     for (const PropertyList& element : array) {
-      references.set(place++, writeObject(element));
+      place = setReference(place, writeObject(element));
     }
+    --depth_;
   }
   void writeContent(const PropertyList::Dictionary& dictionary) {
-    const References references(*this, kDictionary, dictionary.size(), 2 * dictionary.size());
-    std::size_t place = 0;
-    for (const auto& [key, value] : dictionary) {
-      references.set(place, writeObject(key));
-      references.set(dictionary.size() + place++, writeObject(value));
+    std::size_t key = beginCollection(kDictionary, dictionary.size(), 2 * dictionary.size());
+    std::size_t value = key + dictionary.size() * kReferenceBytes;
+    for (const auto& [name, content] : dictionary) {
+      key = setReference(key, writeObject(name));
+      value = setReference(value, writeObject(content));
     }
+    --depth_;
   }
 
-  /// A collection whose references are filled in as its elements are numbered.
-  class References {
-   public:
-    References(BinaryWriter& writer, Marker marker, std::size_t count, std::size_t references)
-        : writer_(writer) {
-      if (++writer_.depth_ > kMaximumPropertyListDepth) {
-        throw std::invalid_argument("a property list is nested more than " +
-                                    std::to_string(kMaximumPropertyListDepth) + " levels deep");
-      }
-      writer_.appendCounted(marker, count);
-      start_ = writer_.out_.size();
-      writer_.out_.append(references * kReferenceBytes, '\0');
+  /// Returns the position of the first reference; they are filled in as the elements are numbered.
+  std::size_t beginCollection(Marker marker, std::size_t count, std::size_t references) {
+    if (++depth_ > kMaximumPropertyListDepth) {
+      throw std::invalid_argument("a property list is nested more than " +
+                                  std::to_string(kMaximumPropertyListDepth) + " levels deep");
     }
-    ~References() { --writer_.depth_; }
-    References(const References&) = delete;
-    References& operator=(const References&) = delete;
-
-    void set(std::size_t place, std::uint64_t object) const {
-      writer_.out_.replace(start_ + place * kReferenceBytes, kReferenceBytes,
-                           numberBytes(object, kReferenceBytes));
-    }
-
-   private:
-    BinaryWriter& writer_;
-    std::size_t start_ = 0;
-  };
+    appendCounted(marker, count);
+    const std::size_t first = out_.size();
+    out_.append(references * kReferenceBytes, '\0');
+    return first;
+  }
+  /// Returns the position of the next reference.
+  std::size_t setReference(std::size_t position, std::uint64_t object) {
+    out_.replace(position, kReferenceBytes, numberBytes(object, kReferenceBytes));
+    return position + kReferenceBytes;
+  }
 
   std::string out_ = "bplist00";
   std::vector<std::uint64_t> offsets_;

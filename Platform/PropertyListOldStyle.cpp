@@ -1,7 +1,10 @@
 // Reads the old-style text format: { key = value; } ( a, b ) "text" token <0fbd77>, with comments.
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <cstdint>
+#include <optional>
+#include <system_error>
 #include <utility>
 
 #include "Platform/PropertyListReaders.h"
@@ -34,19 +37,6 @@ bool isUnquoted(char c) {
          c == '$' || c == '/' || c == ':' || c == '.' || c == '-';
 }
 
-/// The value of a digit in base 8 or 16; -1 for any other character.
-int digitValue(char c, int base) {
-  int value = -1;
-  if (c >= '0' && c <= '9') {
-    value = c - '0';
-  } else if (c >= 'a' && c <= 'f') {
-    value = c - 'a' + 10;
-  } else if (c >= 'A' && c <= 'F') {
-    value = c - 'A' + 10;
-  }
-  return value < base ? value : -1;
-}
-
 /// A recursive-descent parser with limited depth.
 class OldStyleReader {
  public:
@@ -72,6 +62,16 @@ class OldStyleReader {
     const bool there = text_.substr(position_).starts_with(expected);
     position_ += there ? expected.size() : 0;
     return there;
+  }
+
+  /// Reads as many digits as there are, at most `most`; absent if there is none.
+  std::optional<unsigned> readDigits(std::size_t most, int base) {
+    unsigned number = 0;
+    const char* const first = text_.data() + position_;
+    const char* const last = first + std::min(most, text_.size() - position_);
+    const auto [stop, error] = std::from_chars(first, last, number, base);
+    position_ += static_cast<std::size_t>(stop - first);
+    return error == std::errc{} ? std::optional(number) : std::nullopt;
   }
 
   [[nodiscard]] std::size_t lineOf(std::size_t offset) const {
@@ -173,23 +173,24 @@ class OldStyleReader {
 
   PropertyList readData() {
     PropertyList::Data data;
-    int pending = -1;  // the first digit of a byte
-    for (++position_; !accept(">"); ++position_) {
+    std::optional<unsigned> pending;  // the first digit of a byte
+    for (++position_; !accept(">");) {
       if (isBlank(peek())) {
+        ++position_;
         continue;
       }
-      const int digit = digitValue(peek(), 16);
-      if (digit < 0) {
+      const std::optional<unsigned> digit = readDigits(1, 16);
+      if (!digit) {
         fail("a hexadecimal digit or '>' in data");
       }
-      if (pending < 0) {
+      if (!pending) {
         pending = digit;
       } else {
-        data.push_back(static_cast<std::byte>(pending * 16 + digit));
-        pending = -1;
+        data.push_back(static_cast<std::byte>(*pending * 16 + *digit));
+        pending.reset();
       }
     }
-    if (pending >= 0) {
+    if (pending) {
       --position_;
       fail("an even number of hexadecimal digits in data");
     }
@@ -239,8 +240,9 @@ class OldStyleReader {
   void readEscape(std::string& out) {
     constexpr std::string_view kLetters = "abfnrtv";
     constexpr std::string_view kMeanings = "\a\b\f\n\r\t\v";
-    if (digitValue(peek(), 8) >= 0) {
-      appendUTF8(out, readOctalEscape());
+    const std::size_t start = position_;
+    if (const std::optional<unsigned> octal = readDigits(3, 8)) {
+      appendUTF8(out, octalCharacter(*octal, start));
     } else if (accept("U")) {
       appendUTF8(out, readUnicodeEscape());
     } else if (const std::size_t index = kLetters.find(peek()); index != std::string_view::npos) {
@@ -251,12 +253,8 @@ class OldStyleReader {
     }
   }
 
-  char32_t readOctalEscape() {
-    const std::size_t start = position_;
-    unsigned code = 0;
-    for (int count = 0; count < 3 && digitValue(peek(), 8) >= 0; ++count, ++position_) {
-      code = code * 8 + static_cast<unsigned>(digitValue(peek(), 8));
-    }
+  /// The character of the octal escape whose digits are at `start`.
+  char32_t octalCharacter(unsigned code, std::size_t start) {
     if (code < 0x80) {
       return code;
     }
@@ -287,15 +285,11 @@ class OldStyleReader {
   }
 
   char32_t readUTF16Unit() {
-    char32_t unit = 0;
-    int count = 0;
-    for (; count < 4 && digitValue(peek(), 16) >= 0; ++count, ++position_) {
-      unit = unit * 16 + static_cast<char32_t>(digitValue(peek(), 16));
-    }
-    if (count == 0) {
+    const std::optional<unsigned> unit = readDigits(4, 16);
+    if (!unit) {
       fail("1 to 4 hexadecimal digits after \\U");
     }
-    return unit;
+    return *unit;
   }
 
   std::string_view text_;
