@@ -3,13 +3,14 @@
 #include <chrono>
 #include <cstdint>
 #include <expected>
-#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <system_error>
+#include <thread>
 #include <vector>
 
+#include "Platform/Calendar.h"
 #include "Platform/Descriptor.h"
 
 namespace platform {
@@ -55,13 +56,11 @@ struct ReadOptions {
 /// directory or a FIFO, is set aside with the suffix ".damaged".
 class FileLock {
  public:
-  /// How long `acquire` pauses between two attempts.
-  using Sleeper = std::function<void(std::chrono::milliseconds)>;
-
-  /// Waits for the lock for at most `timeout`, then fails with ETIMEDOUT.
+  /// Waits for the lock for at most `timeout`, with pauses between the attempts, then fails with
+  /// ETIMEDOUT.
   [[nodiscard]] static std::expected<FileLock, FileError> acquire(
       const std::string& path, std::chrono::milliseconds timeout = std::chrono::seconds(10),
-      const Sleeper& sleep = {});
+      const Sleeper& sleep = [](auto pause) { std::this_thread::sleep_for(pause); });
   /// The new name of what was set aside; empty if nothing was.
   [[nodiscard]] const std::string& setAside() const noexcept { return setAside_; }
   FileLock(FileLock&&) noexcept = default;

@@ -225,22 +225,13 @@ class BinaryReader {
   PropertyList readUTF16() {
     const Content found = content(2);
     takeMemory(3 * found.count);
-    std::string text;
+    std::u16string units;
     for (std::size_t index = 0; index < found.count; ++index) {
-      char32_t unit = number(found.start + 2 * index, 2);
-      if (isHighSurrogate(unit) && index + 1 < found.count) {
-        const char32_t low = number(found.start + 2 * (index + 1), 2);
-        if (isLowSurrogate(low)) {
-          unit = joinSurrogates(unit, low);
-          ++index;
-        }
-      }
-      if (isHighSurrogate(unit) || isLowSurrogate(unit)) {
-        fail("expected UTF-16 in a string, found half a surrogate pair");
-      }
-      appendUTF8(text, unit);
+      units += static_cast<char16_t>(number(found.start + 2 * index, 2));
     }
-    return text;
+    return toUTF8(units, [&]() -> char32_t {
+      fail("expected UTF-16 in a string, found half a surrogate pair");
+    });
   }
 
   PropertyList readCollection(std::uint64_t object, bool isDictionary, std::size_t depth) {

@@ -1,5 +1,6 @@
 // Validates and encodes UTF-8.
 #pragma once
+#include <concepts>
 #include <cstddef>
 #include <string>
 #include <string_view>
@@ -31,6 +32,23 @@ void appendUTF8(std::string& out, char32_t codePoint);
 /// The code point encoded by a surrogate pair.
 [[nodiscard]] constexpr char32_t joinSurrogates(char32_t high, char32_t low) noexcept {
   return 0x10000 + ((high - 0xD800) << 10) + (low - 0xDC00);
+}
+
+/// Converts UTF-16 to UTF-8. Each unpaired surrogate is replaced by what `replacement` returns.
+template <std::invocable Replacement>
+[[nodiscard]] std::string toUTF8(std::u16string_view units, const Replacement& replacement) {
+  std::string text;
+  for (std::size_t index = 0; index < units.size(); ++index) {
+    const char32_t unit = units[index];
+    const char32_t next = index + 1 < units.size() ? units[index + 1] : U'\0';
+    if (isHighSurrogate(unit) && isLowSurrogate(next)) {
+      appendUTF8(text, joinSurrogates(unit, next));
+      ++index;
+    } else {
+      appendUTF8(text, isHighSurrogate(unit) || isLowSurrogate(unit) ? replacement() : unit);
+    }
+  }
+  return text;
 }
 
 }  // namespace platform

@@ -11,7 +11,6 @@
 #include <array>
 #include <cerrno>
 #include <memory>
-#include <thread>
 #include <utility>
 
 #include "Platform/Descriptor.h"
@@ -316,11 +315,7 @@ std::expected<FileLock, FileError> FileLock::acquire(const std::string& path,
     if (waited >= timeout) {
       return failure(name, ETIMEDOUT, "Held by another process");
     }
-    if (sleep) {
-      sleep(kPause);
-    } else {
-      std::this_thread::sleep_for(kPause);
-    }
+    sleep(kPause);
   }
 }
 

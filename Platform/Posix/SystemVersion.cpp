@@ -16,9 +16,8 @@ constexpr std::chrono::milliseconds kPause{200};
 
 }  // namespace
 
-std::optional<std::string> productVersionFrom(
-    const std::vector<std::string>& files,
-    const std::function<void(std::chrono::milliseconds)>& sleep) {
+std::optional<std::string> productVersionFrom(const std::vector<std::string>& files,
+                                              const Sleeper& sleep) {
   for (const std::string& file : files) {
     auto bytes = readFile(file, {.maximumBytes = kLargestVersionFile});
     for (int tries = 1; tries < kTries && !bytes && isTransient(bytes.error().code); ++tries) {

@@ -33,22 +33,6 @@ std::optional<std::int64_t> exactInteger(CFNumberRef number) {
   return isExact ? std::optional(integer) : std::nullopt;
 }
 
-/// With a question mark for each unpaired surrogate: CFStringGetBytes would stop there.
-std::string utf8Of(std::u16string_view units) {
-  std::string text;
-  for (std::size_t index = 0; index < units.size(); ++index) {
-    const char16_t unit = units[index];
-    const char16_t next = index + 1 < units.size() ? units[index + 1] : u'\0';
-    if (isHighSurrogate(unit) && isLowSurrogate(next)) {
-      appendUTF8(text, joinSurrogates(unit, next));
-      ++index;
-    } else {
-      appendUTF8(text, isHighSurrogate(unit) || isLowSurrogate(unit) ? U'?' : unit);
-    }
-  }
-  return text;
-}
-
 PropertyList numberOf(CFNumberRef number) {
   if (CFNumberIsFloatType(number) != 0) {
     double real = 0;
@@ -110,7 +94,7 @@ std::optional<std::string> textOf(CFTypeRef object) {
   std::u16string units(static_cast<std::size_t>(CFStringGetLength(text)), u'\0');
   CFStringGetCharacters(text, {.location = 0, .length = CFStringGetLength(text)},
                         reinterpret_cast<UniChar*>(units.data()));
-  return utf8Of(units);
+  return toUTF8(units, [] { return U'?'; });  // CFStringGetBytes would stop there
 }
 
 std::optional<std::int64_t> integerOf(CFTypeRef object) {
