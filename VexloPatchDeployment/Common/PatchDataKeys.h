@@ -2,9 +2,8 @@
 #pragma once
 #include <array>
 
-namespace vexlo {
+namespace vexlo::PatchDataKeys {
 
-namespace PatchDataKeys {
 inline constexpr const char* alwaysKillApps = "AlwaysKillApps";
 inline constexpr const char* applicationRunningPrompt = "ApplicationRunningPrompt";
 inline constexpr const char* disableDeferralCheck = "DisableMacOSUpdateDeferralCheck";
@@ -12,6 +11,5 @@ inline constexpr const char* isMDMPatchingEnabled = "IsMDMPatchingEnabled";
 inline constexpr const char* osPatchingViaMDMStatus = "OSPatchingViaMDMStatus";
 inline constexpr std::array all{alwaysKillApps, applicationRunningPrompt, disableDeferralCheck,
                                 isMDMPatchingEnabled, osPatchingViaMDMStatus};
-}  // namespace PatchDataKeys
 
-}  // namespace vexlo
+}  // namespace vexlo::PatchDataKeys
