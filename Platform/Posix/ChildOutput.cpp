@@ -12,14 +12,6 @@ namespace {
 
 constexpr std::size_t kNoteBytes = 64;  // appended when output was dropped
 
-ChildOutput::Reading answer(ssize_t count, int error) {
-  if (count > 0) {
-    return ChildOutput::Reading::some;
-  }
-  return count < 0 && (error == EAGAIN || error == EINTR) ? ChildOutput::Reading::nothingYet
-                                                          : ChildOutput::Reading::ended;
-}
-
 /// How many bytes of a line longer than `most` go into one piece, without splitting a character.
 std::size_t pieceLength(std::string_view line, std::size_t most) {
   constexpr std::size_t kLongestCharacter = 4;
@@ -33,13 +25,26 @@ std::size_t pieceLength(std::string_view line, std::size_t most) {
 }  // namespace
 
 ChildOutput::Reading ChildOutput::readFrom(const Descriptor& pipe, std::size_t& most) {
-  return kept_.size() < limit_ ? readKept(pipe, most) : readDropped(pipe, most);
+  char* const start = buffer_->data() + unfinished_;
+  const ssize_t count = ::read(pipe.get(), start, std::min(kReadBytes, most));
+  if (count <= 0) {
+    return count < 0 && (errno == EAGAIN || errno == EINTR) ? Reading::nothingYet : Reading::ended;
+  }
+  const std::string_view piece(start, static_cast<std::size_t>(count));
+  most -= piece.size();
+  keep(piece);
+  if (onOutput_) {
+    onOutput_(piece);
+  }
+  if (onLine_) {
+    reportLines(piece.size());
+  }
+  return Reading::some;
 }
 
 std::string ChildOutput::finish() {
-  const std::string_view buffer = dropping_ ? std::string_view(scratch_->data(), filled_) : kept_;
-  if (onLine_ && lineStart_ < buffer.size()) {
-    onLine_(buffer.substr(lineStart_));
+  if (unfinished_ > 0) {
+    onLine_({buffer_->data(), unfinished_});
   }
   if (dropped_ > 0) {
     kept_ += "\n[" + std::to_string(dropped_) + " more bytes of output were dropped]\n";
@@ -47,88 +52,37 @@ std::string ChildOutput::finish() {
   return std::move(kept_);
 }
 
-ChildOutput::Reading ChildOutput::readKept(const Descriptor& pipe, std::size_t& most) {
-  const std::size_t before = kept_.size();
-  const std::size_t room = std::min({kReadBytes, most, limit_ - before});
-  if (kept_.capacity() - before < room) {  // doubles, with room for the note reserved
-    kept_.reserve(std::min(std::max(kept_.capacity() * 2, before + room), limit_) + kNoteBytes);
+/// Stores what fits within the limit.
+void ChildOutput::keep(std::string_view piece) {
+  const std::string_view fitting = piece.substr(0, limit_ - kept_.size());
+  const std::size_t needed = kept_.size() + fitting.size();
+  if (kept_.capacity() < needed) {  // doubles, with room for the note reserved
+    const std::size_t wanted = std::max({kReadBytes, kept_.capacity() * 2, needed});
+    kept_.reserve(std::min(wanted, limit_) + kNoteBytes);
   }
-  ssize_t count = 0;
-  int error = 0;
-  kept_.resize_and_overwrite(before + room, [&](char* data, std::size_t) {
-    count = ::read(pipe.get(), data + before, room);
-    error = errno;
-    return before + static_cast<std::size_t>(std::max<ssize_t>(count, 0));
-  });
-  if (count > 0) {
-    most -= static_cast<std::size_t>(count);
-    deliver(std::string_view(kept_).substr(before));
-    reportLines(kept_);
-  }
-  return answer(count, error);
+  kept_ += fitting;
+  dropped_ += piece.size() - fitting.size();
 }
 
-ChildOutput::Reading ChildOutput::readDropped(const Descriptor& pipe, std::size_t& most) {
-  if (!dropping_) {
-    startDropping();
-  }
-  const ssize_t count = ::read(pipe.get(), scratch_->data() + filled_, std::min(kReadBytes, most));
-  const int error = errno;
-  if (count > 0) {
-    most -= static_cast<std::size_t>(count);
-    dropped_ += static_cast<std::uint64_t>(count);
-    deliver({scratch_->data() + filled_, static_cast<std::size_t>(count)});
-    if (onLine_) {
-      filled_ += static_cast<std::size_t>(count);
-      reportLines({scratch_->data(), filled_});
-      filled_ -= lineStart_;
-      std::memmove(scratch_->data(), scratch_->data() + lineStart_, filled_);
-      lineStart_ = 0;
-      searched_ = filled_;
+/// Reports the lines in the buffer, of which the last `added` bytes are new, and moves an
+/// unfinished one to its start.
+void ChildOutput::reportLines(std::size_t added) {
+  std::string_view left(buffer_->data(), unfinished_ + added);
+  for (std::size_t searched = unfinished_;; searched = 0) {
+    const std::size_t end = left.find('\n', searched);
+    std::string_view line = left.substr(0, end);
+    while (line.size() > kLongestPiece) {
+      const std::size_t length = pieceLength(line, kLongestPiece);
+      onLine_(line.substr(0, length));
+      line.remove_prefix(length);
     }
-  }
-  return answer(count, error);
-}
-
-/// From now on only the current line is kept in memory, starting with the part already stored.
-void ChildOutput::startDropping() {
-  dropping_ = true;
-  scratch_ = std::make_unique_for_overwrite<Scratch>();
-  if (onLine_) {
-    filled_ = kept_.copy(scratch_->data(), std::string::npos, lineStart_);
-  }
-  lineStart_ = 0;
-  searched_ = filled_;
-}
-
-void ChildOutput::deliver(std::string_view piece) const {
-  if (onOutput_) {
-    onOutput_(piece);
-  }
-}
-
-/// Reports the lines of `buffer` from `lineStart_` on; there is no line end before `searched_`.
-void ChildOutput::reportLines(std::string_view buffer) {
-  if (!onLine_) {
-    return;
-  }
-  for (;;) {
-    const void* found = std::memchr(buffer.data() + searched_, '\n', buffer.size() - searched_);
-    const std::size_t end =
-        found == nullptr
-            ? buffer.size()
-            : static_cast<std::size_t>(static_cast<const char*>(found) - buffer.data());
-    while (end - lineStart_ > kLongestPiece) {
-      const std::size_t length = pieceLength(buffer.substr(lineStart_), kLongestPiece);
-      onLine_(buffer.substr(lineStart_, length));
-      lineStart_ += length;
-    }
-    if (found == nullptr) {
-      searched_ = end;
+    if (end == std::string_view::npos) {
+      unfinished_ = line.size();
+      std::memmove(buffer_->data(), line.data(), unfinished_);
       return;
     }
-    onLine_(buffer.substr(lineStart_, end - lineStart_));
-    lineStart_ = searched_ = end + 1;
+    onLine_(line);
+    left.remove_prefix(end + 1);
   }
 }
 

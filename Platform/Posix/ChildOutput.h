@@ -34,24 +34,18 @@ class ChildOutput {
   static constexpr std::size_t kLongestPiece = std::size_t{64} * 1024;  ///< Longer lines are split.
 
  private:
-  using Scratch = std::array<char, kLongestPiece + kReadBytes>;
+  using Buffer = std::array<char, kLongestPiece + kReadBytes>;
 
-  Reading readKept(const Descriptor& pipe, std::size_t& most);
-  Reading readDropped(const Descriptor& pipe, std::size_t& most);
-  void startDropping();
-  void deliver(std::string_view piece) const;
-  void reportLines(std::string_view buffer);
+  void keep(std::string_view piece);
+  void reportLines(std::size_t added);
 
   std::size_t limit_;
   const OnLine& onLine_;
   const OnOutput& onOutput_;
   std::string kept_;
-  std::unique_ptr<Scratch> scratch_;  // only once the limit is reached
-  bool dropping_ = false;
-  std::size_t filled_ = 0;     // of scratch_
-  std::size_t lineStart_ = 0;  // in the buffer that is read into
-  std::size_t searched_ = 0;
   std::uint64_t dropped_ = 0;
+  std::unique_ptr<Buffer> buffer_ = std::make_unique_for_overwrite<Buffer>();
+  std::size_t unfinished_ = 0;  // the length of the unfinished line at the buffer's start
 };
 
 }  // namespace platform
