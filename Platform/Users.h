@@ -26,12 +26,13 @@ namespace platform {
 [[nodiscard]] std::uint32_t ownUserID() noexcept;
 
 struct Account {
+  std::uint32_t id = 0;
   std::string name;
   std::string home;  ///< Its home directory.
 };
 
-/// The account of this process's effective user; absent if there is none.
-[[nodiscard]] std::optional<Account> ownAccount();
+/// The account with this id; absent if there is none.
+[[nodiscard]] std::optional<Account> accountOf(std::uint32_t id);
 
 /// The user id of a local account; absent if there is no such account.
 [[nodiscard]] std::optional<std::uint32_t> userID(const std::string& name);

@@ -19,16 +19,15 @@ bool isLocal(const Session& session) {
          (session.host.empty() || session.host.starts_with(':'));
 }
 
-std::optional<std::string> ownerOfConsole() {
-  struct stat status{};
-  return ::stat(kConsoleDevice, &status) == 0 ? userName(status.st_uid) : std::nullopt;
-}
-
 }  // namespace
 
 std::optional<std::string> consoleUserName() {
-  if (std::optional<std::string> owner = ownerOfConsole(); owner && !isSystemAccount(*owner)) {
-    return owner;
+  struct stat console{};
+  if (::stat(kConsoleDevice, &console) == 0) {
+    const std::optional<Account> owner = accountOf(console.st_uid);
+    if (owner && !isSystemAccount(owner->name)) {
+      return owner->name;
+    }
   }
   std::vector<Session> all = sessions();
   std::erase_if(all, [](const Session& session) { return isSystemAccount(session.user); });

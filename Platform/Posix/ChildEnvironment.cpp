@@ -34,7 +34,7 @@ bool setsLocale(std::string_view variable) {
 
 std::vector<std::string> childEnvironment() {
   std::vector<std::string> variables{std::string(kSystemFolders), "TMPDIR=" + temporaryDirectory()};
-  if (const std::optional<Account> account = ownAccount()) {
+  if (const std::optional<Account> account = accountOf(ownUserID())) {
     variables.push_back("HOME=" + account->home);
     variables.push_back("USER=" + account->name);
     variables.push_back("LOGNAME=" + account->name);

@@ -1,8 +1,5 @@
-// Session records and account names. Internal to Users.
+// Session records. Internal to Users.
 #pragma once
-#include <sys/types.h>
-
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,8 +13,5 @@ struct Session {
 
 /// The user sessions whose process is alive, in the order of their records.
 [[nodiscard]] std::vector<Session> sessions();
-
-/// The name of the account with this id; absent when there is none.
-[[nodiscard]] std::optional<std::string> userName(uid_t id);
 
 }  // namespace platform

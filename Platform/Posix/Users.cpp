@@ -26,8 +26,8 @@ std::string fieldText(const char (&field)[kSize]) {  // NOLINT(modernize-avoid-c
 bool isAlive(pid_t pid) { return pid > 0 && (::kill(pid, 0) == 0 || errno == EPERM); }
 
 /// Calls an account function with a large enough buffer.
-template <typename Ask, typename Take>
-auto lookUpAccount(const Ask& ask, const Take& take) {
+template <typename Ask>
+std::optional<Account> lookUpAccount(const Ask& ask) {
   constexpr std::size_t kLargest = std::size_t{1} << 20;
   std::vector<char> buffer(1024);
   for (;;) {
@@ -37,7 +37,10 @@ auto lookUpAccount(const Ask& ask, const Take& take) {
     if (error == ERANGE && buffer.size() < kLargest) {
       buffer.resize(buffer.size() * 2);
     } else if (error != EINTR) {
-      return found == nullptr ? std::nullopt : std::optional(take(*found));
+      return found == nullptr
+                 ? std::nullopt
+                 : std::optional(Account{
+                       .id = account.pw_uid, .name = account.pw_name, .home = account.pw_dir});
     }
   }
 }
@@ -60,11 +63,6 @@ std::vector<Session> sessions() {
   return found;
 }
 
-std::optional<std::string> userName(uid_t id) {
-  return lookUpAccount([&](auto... answer) { return ::getpwuid_r(id, answer...); },
-                       [](const passwd& account) { return std::string(account.pw_name); });
-}
-
 std::vector<std::string> loggedOnUserNames() {
   std::vector<std::string> names;
   for (Session& session : sessions()) {
@@ -77,17 +75,14 @@ std::vector<std::string> loggedOnUserNames() {
 
 std::uint32_t ownUserID() noexcept { return ::geteuid(); }
 
-std::optional<Account> ownAccount() {
-  return lookUpAccount([&](auto... answer) { return ::getpwuid_r(::geteuid(), answer...); },
-                       [](const passwd& account) {
-                         return Account{.name = account.pw_name, .home = account.pw_dir};
-                       });
+std::optional<Account> accountOf(std::uint32_t id) {
+  return lookUpAccount([&](auto... answer) { return ::getpwuid_r(id, answer...); });
 }
 
 std::optional<std::uint32_t> userID(const std::string& name) {
-  return lookUpAccount(
-      [&](auto... answer) { return ::getpwnam_r(name.c_str(), answer...); },
-      [](const passwd& account) { return static_cast<std::uint32_t>(account.pw_uid); });
+  const std::optional<Account> account =
+      lookUpAccount([&](auto... answer) { return ::getpwnam_r(name.c_str(), answer...); });
+  return account ? std::optional(account->id) : std::nullopt;
 }
 
 }  // namespace platform
