@@ -8,7 +8,7 @@
 #include <memory>
 #include <optional>
 #include <string_view>
-#include <system_error>
+#include <utility>
 
 #include "Platform/Files.h"
 #include "Platform/Linux/PowerSupplies.h"
@@ -57,22 +57,15 @@ class Supply {
   std::string status_;
 };
 
-struct Mains {
-  bool exists = false;
-  bool online = false;
-};
-
 /// Discharging and charging are unambiguous. In any other state (full, held below full, unknown)
-/// the external supplies decide, or the battery itself if the kernel lists none.
-bool isOnMains(const Supply& battery, const Mains& mains) {
+/// the external supplies decide, or the battery itself if the kernel lists none (`mainsOnline` is
+/// then absent).
+bool isOnMains(const Supply& battery, std::optional<bool> mainsOnline) {
   const std::string& status = battery.status();
   if (status == "Discharging" || status == "Charging") {
     return status == "Charging";
   }
-  if (mains.exists) {
-    return mains.online;
-  }
-  return status == "Full" || status == "Not charging";
+  return mainsOnline.value_or(status == "Full" || status == "Not charging");
 }
 
 struct Capacity {
@@ -82,19 +75,13 @@ struct Capacity {
 
 std::optional<Capacity> capacityOf(const Supply& battery) {
   constexpr std::int64_t kFullPercentage = 100;
-  const auto measured = [&](const char* now, const char* full) -> std::optional<Capacity> {
+  for (const auto& [now, full] :
+       {std::pair("energy_now", "energy_full"), std::pair("charge_now", "charge_full")}) {
     const std::optional<std::int64_t> current = battery.number(now);
     const std::optional<std::int64_t> maximum = battery.number(full);
-    if (!current || !maximum || *maximum <= 0) {
-      return std::nullopt;
+    if (current && maximum && *maximum > 0) {
+      return Capacity{.current = *current, .maximum = *maximum};
     }
-    return Capacity{.current = *current, .maximum = *maximum};
-  };
-  if (const auto energy = measured("energy_now", "energy_full")) {
-    return energy;
-  }
-  if (const auto charge = measured("charge_now", "charge_full")) {
-    return charge;
   }
   if (const std::optional<std::int64_t> percentage = battery.number("capacity")) {
     return Capacity{.current = *percentage, .maximum = kFullPercentage};
@@ -102,12 +89,12 @@ std::optional<Capacity> capacityOf(const Supply& battery) {
   return std::nullopt;
 }
 
-PropertyList describe(const Supply& battery, const Mains& mains) {
+PropertyList describe(const Supply& battery, std::optional<bool> mainsOnline) {
   PropertyList::Dictionary description;
   description.emplace("Name", battery.name());
   description.emplace("Type", battery.isUPS() ? "UPS" : "InternalBattery");
   description.emplace("Power Source State",
-                      isOnMains(battery, mains) ? "AC Power" : "Battery Power");
+                      isOnMains(battery, mainsOnline) ? "AC Power" : "Battery Power");
   if (const std::optional<Capacity> capacity = capacityOf(battery)) {
     description.emplace("Current Capacity", capacity->current);
     description.emplace("Max Capacity", capacity->maximum);
@@ -127,7 +114,7 @@ std::vector<PropertyList> readPowerSupplies(const std::string& root) {
     }
   }
   std::ranges::sort(folders);
-  Mains mains;
+  std::optional<bool> mainsOnline;
   std::vector<Supply> batteries;
   for (const std::filesystem::path& folder : folders) {
     Supply supply(folder);
@@ -137,14 +124,13 @@ std::vector<PropertyList> readPowerSupplies(const std::string& root) {
     if (supply.storesEnergy()) {
       batteries.push_back(std::move(supply));
     } else if (supply.isMains()) {
-      mains.exists = true;
-      mains.online = mains.online || supply.isOnline();
+      mainsOnline = mainsOnline.value_or(false) || supply.isOnline();
     }
   }
   std::vector<PropertyList> sources;
   sources.reserve(batteries.size());
   for (const Supply& battery : batteries) {
-    sources.push_back(describe(battery, mains));
+    sources.push_back(describe(battery, mainsOnline));
   }
   return sources;
 }
