@@ -18,6 +18,7 @@
 #include <filesystem>
 #include <mutex>
 #include <thread>
+#include <tuple>
 #include <utility>
 
 #include "Platform/Descriptor.h"
@@ -97,14 +98,13 @@ class SpawnSettings {
   SpawnSettings(const SpawnSettings&) = delete;
   SpawnSettings& operator=(const SpawnSettings&) = delete;
 
-  /// `status`, if valid, becomes the child's descriptor 3.
-  void connect(const Descriptor& input, const Pipe& output, const std::optional<Pipe>& status) {
+  /// `status`, if not empty, becomes the child's descriptor 3.
+  void connect(const Descriptor& input, const Descriptor& output, const Descriptor& status) {
     note(::posix_spawn_file_actions_adddup2(&actions_, input.get(), STDIN_FILENO));
-    note(::posix_spawn_file_actions_adddup2(&actions_, output.writeEnd.get(), STDOUT_FILENO));
-    note(::posix_spawn_file_actions_adddup2(&actions_, output.writeEnd.get(), STDERR_FILENO));
+    note(::posix_spawn_file_actions_adddup2(&actions_, output.get(), STDOUT_FILENO));
+    note(::posix_spawn_file_actions_adddup2(&actions_, output.get(), STDERR_FILENO));
     if (status) {
-      note(
-          ::posix_spawn_file_actions_adddup2(&actions_, status->writeEnd.get(), kStatusDescriptor));
+      note(::posix_spawn_file_actions_adddup2(&actions_, status.get(), kStatusDescriptor));
     }
     note(closeFrom(actions_, status ? kStatusDescriptor + 1 : kStatusDescriptor));
   }
@@ -466,45 +466,41 @@ bool canBePassed(const ProcessRequest& request) {
          (!request.directory || whole(*request.directory));
 }
 
-/// What connects this process to a child.
+/// What connects this process to a child. Without input, `input` is only /dev/null for reading.
 struct Connections {
+  Pipe input;
   Pipe output;
-  std::optional<Pipe> input;
-  Descriptor noInput;  // in the place of `input`
-  std::optional<Pipe> status;
+  Pipe status;  ///< Empty if the system reports it.
 };
 
 /// With this process's ends non-blocking; the child's ends are separate open files.
 std::expected<Connections, ProcessResult> makeConnections(const ProcessRequest& request,
                                                           bool throughShell) {
-  auto output = makePipe();
-  if (!output) {
-    return std::unexpected(notStarted(output.error().value(), request));
+  Connections made;
+  for (const auto& [pipe, wanted, ownEnd] :
+       {std::tuple(&made.output, true, &Pipe::readEnd),
+        {&made.input, request.input.has_value(), &Pipe::writeEnd},
+        {&made.status, throughShell, &Pipe::readEnd}}) {
+    if (!wanted) {
+      continue;
+    }
+    auto opened = makePipe();
+    if (!opened) {
+      return std::unexpected(notStarted(opened.error().value(), request));
+    }
+    *pipe = *std::move(opened);
+    if (!makeNonBlocking(pipe->*ownEnd)) {
+      return std::unexpected(notStarted(errno, request));
+    }
   }
-  Connections made{.output = *std::move(output), .input = {}, .noInput = {}, .status = {}};
   if (!request.input) {
-    made.noInput = aboveStandard(::open(kNoInput, O_RDONLY | O_CLOEXEC));
-    if (!made.noInput) {
+    made.input.readEnd = aboveStandard(::open(kNoInput, O_RDONLY | O_CLOEXEC));
+    if (!made.input.readEnd) {
       return std::unexpected(
           ProcessResult{.exitCode = kCouldNotStart,
                         .startError = std::error_code(errno, std::generic_category()),
                         .unusablePath = kNoInput});
     }
-  }
-  for (auto& [pipe, wanted] :
-       {std::pair(&made.input, request.input.has_value()), {&made.status, throughShell}}) {
-    if (wanted) {
-      auto opened = makePipe();
-      if (!opened) {
-        return std::unexpected(notStarted(opened.error().value(), request));
-      }
-      *pipe = *std::move(opened);
-    }
-  }
-  if (!makeNonBlocking(made.output.readEnd) ||
-      (made.input && !makeNonBlocking(made.input->writeEnd)) ||
-      (made.status && !makeNonBlocking(made.status->readEnd))) {
-    return std::unexpected(notStarted(errno, request));
   }
   return made;
 }
@@ -524,12 +520,12 @@ ProcessResult runProcess(const ProcessRequest& request) {
   if (!connections) {
     return std::move(connections).error();
   }
-  auto& [output, input, noInput, status] = *connections;
+  auto& [input, output, status] = *connections;
   SpawnSettings settings;
   if (request.directory) {
     settings.startIn(*request.directory);
   }
-  settings.connect(input ? input->readEnd : noInput, output, status);
+  settings.connect(input.readEnd, output.writeEnd, status.writeEnd);
   std::optional<Supervision> supervision;
   {
     const SignalsHeld
@@ -539,12 +535,11 @@ ProcessResult runProcess(const ProcessRequest& request) {
       return notStarted(error, request);
     }
     output.writeEnd.reset();
-    supervision.emplace(request, pid, input ? std::move(input->writeEnd) : Descriptor(),
-                        std::move(output.readEnd),
-                        status ? std::move(status->readEnd) : Descriptor());
+    supervision.emplace(request, pid, std::move(input.writeEnd), std::move(output.readEnd),
+                        std::move(status.readEnd));
   }
-  input.reset();  // the child's ends
-  status.reset();
+  input.readEnd.reset();  // the child's ends
+  status.writeEnd.reset();
   return supervision->run();
 }
 
