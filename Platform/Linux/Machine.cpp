@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <ranges>
 #include <string_view>
 
 #include "Platform/Files.h"
@@ -55,11 +56,8 @@ std::optional<std::string> productVersionFromKernel() { return std::nullopt; }  
 
 std::vector<std::string> preferredLanguages() {
   std::vector<std::string> tags;
-  std::string_view list = environment("LANGUAGE");
-  while (!list.empty()) {
-    const std::size_t end = std::min(list.find(':'), list.size());
-    add(tags, list.substr(0, end));
-    list.remove_prefix(std::min(end + 1, list.size()));
+  for (const auto locale : std::views::split(environment("LANGUAGE"), ':')) {
+    add(tags, std::string_view(locale));
   }
   // Only the first locale variable that is set counts.
   for (const char* name : {"LC_ALL", "LC_MESSAGES", "LANG"}) {

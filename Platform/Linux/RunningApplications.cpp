@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <climits>
 #include <filesystem>
 #include <map>
 #include <utility>
@@ -47,13 +46,6 @@ std::optional<FileIdentity> identityOf(const std::string& path) {
 bool isSameFile(const std::string& path, const std::string& other) {
   const std::optional<FileIdentity> identity = identityOf(path);
   return identity && identity == identityOf(other);
-}
-
-std::optional<std::string> readLink(const std::string& path) {
-  std::array<char, PATH_MAX> target;  // NOLINT(*-member-init): filled by the call
-  const ssize_t size = ::readlink(path.c_str(), target.data(), target.size());
-  return size < 0 ? std::nullopt
-                  : std::optional(std::string(target.data(), static_cast<std::size_t>(size)));
 }
 
 /// Throws `std::system_error` if this process or the system lacks descriptors or memory: then
@@ -200,11 +192,12 @@ std::optional<Program> interpretedScript(const std::string& process) {
 /// The bundle executable that the process is running; absent for any other process and for one that
 /// can't be inspected. A zombie has no executable.
 std::optional<Program> bundleProgram(const std::string& process) {
-  std::optional<std::string> executable = readLink(process + "/exe");
-  if (!executable) {
+  std::error_code error;
+  std::string executable = std::filesystem::read_symlink(process + "/exe", error).string();
+  if (error) {
     return std::nullopt;
   }
-  std::optional<Program> program = ownProgram(process, std::move(*executable));
+  std::optional<Program> program = ownProgram(process, std::move(executable));
   return program ? std::move(program) : interpretedScript(process);
 }
 
