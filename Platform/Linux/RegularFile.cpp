@@ -5,15 +5,13 @@
 
 #include <cerrno>
 
+#include "Platform/Posix/Uninterrupted.h"
+
 namespace platform {
 namespace {
 
 Descriptor openUninterrupted(const std::string& path, int flags) {
-  int opened = -1;
-  do {
-    opened = ::open(path.c_str(), flags | O_CLOEXEC);
-  } while (opened < 0 && errno == EINTR);
-  return aboveStandard(opened);
+  return aboveStandard(uninterrupted([&] { return ::open(path.c_str(), flags | O_CLOEXEC); }));
 }
 
 /// The errno value for a file that is not regular; 0 for a regular file.

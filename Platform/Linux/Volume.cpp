@@ -6,15 +6,13 @@
 #include <limits>
 #include <system_error>
 
+#include "Platform/Posix/Uninterrupted.h"
+
 namespace platform {
 
 std::expected<std::optional<std::int64_t>, std::string> availableCapacity(const std::string& path) {
   struct statvfs volume{};
-  int answer = 0;
-  do {
-    answer = ::statvfs(path.c_str(), &volume);
-  } while (answer != 0 && errno == EINTR);
-  if (answer != 0) {
+  if (uninterrupted([&] { return ::statvfs(path.c_str(), &volume); }) != 0) {
     return std::unexpected(std::generic_category().message(errno));
   }
   if (volume.f_blocks == 0) {  // /proc and the like

@@ -15,6 +15,7 @@
 
 #include "Platform/Descriptor.h"
 #include "Platform/Posix/RegularFile.h"
+#include "Platform/Posix/Uninterrupted.h"
 #include "Platform/Text.h"
 
 namespace platform {
@@ -34,16 +35,6 @@ std::unexpected<FileError> failure(const std::string& path, int number) {
 
 /// The system would truncate such a path at the NUL and use another file.
 bool hasNUL(const std::string& path) { return path.find('\0') != std::string::npos; }
-
-/// Retries while signals interrupt the call.
-template <typename Call>
-auto uninterrupted(Call call) {
-  auto result = call();
-  while (result == -1 && errno == EINTR) {
-    result = call();
-  }
-  return result;
-}
 
 /// Calls read() once and appends at most `count` bytes. Returns false with errno set on failure.
 bool readMore(int descriptor, std::string& bytes, std::size_t count) {

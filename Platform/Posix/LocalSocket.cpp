@@ -11,6 +11,7 @@
 #include <system_error>
 
 #include "Platform/Posix/SocketSystem.h"
+#include "Platform/Posix/Uninterrupted.h"
 
 namespace platform {
 namespace {
@@ -35,19 +36,12 @@ std::expected<sockaddr_un, int> addressOf(const std::string& path) {
   return address;
 }
 
-/// Retries while signals interrupt the call. Returns the number of bytes, 0 when the socket is not
-/// ready, -1 on any other error.
+/// Repeats the call while signals interrupt it. Returns the number of bytes, 0 when the socket is
+/// not ready, -1 on any other error.
 template <typename Call>
 std::ptrdiff_t transferred(const Call& call) {
-  while (true) {
-    const ssize_t count = call();
-    if (count >= 0) {
-      return count;
-    }
-    if (errno != EINTR) {
-      return errno == EAGAIN || errno == EWOULDBLOCK ? 0 : -1;
-    }
-  }
+  const ssize_t count = uninterrupted(call);
+  return count < 0 && (errno == EAGAIN || errno == EWOULDBLOCK) ? 0 : count;
 }
 
 /// Removes the socket of an earlier server; anything else stays.

@@ -10,6 +10,7 @@
 
 #include "Platform/LocalSocket.h"
 #include "Platform/Posix/RegularFile.h"
+#include "Platform/Posix/Uninterrupted.h"
 
 namespace platform {
 
@@ -48,10 +49,8 @@ std::ptrdiff_t UnblockedOutput::write(std::string_view bytes) const noexcept {
     }
     bytes = bytes.substr(0, way_ == Way::pipeInPieces ? kAtomicWriteBytes : 1);
   }
-  std::ptrdiff_t count = 0;
-  do {
-    count = writeWithoutSignal(file_.get(), bytes);
-  } while (count < 0 && errno == EINTR);
+  const std::ptrdiff_t count =
+      uninterrupted([&] { return writeWithoutSignal(file_.get(), bytes); });
   return count < 0 && (errno == EAGAIN || errno == EWOULDBLOCK) ? 0 : count;
 }
 

@@ -12,6 +12,8 @@
 #include <cerrno>
 #include <climits>
 
+#include "Platform/Posix/Uninterrupted.h"
+
 namespace platform {
 
 int closeFrom(posix_spawn_file_actions_t& /*actions*/, int /*first*/) {
@@ -83,10 +85,8 @@ ChildEnd::ChildEnd(pid_t pid) : pid_(pid) {
 }
 
 int ChildEnd::wait(siginfo_t& information, int options) {
-  int answer = 0;
-  do {
-    answer = ::waitid(P_PID, static_cast<id_t>(pid_), &information, WEXITED | options);
-  } while (answer != 0 && errno == EINTR);
+  const int answer = uninterrupted(
+      [&] { return ::waitid(P_PID, static_cast<id_t>(pid_), &information, WEXITED | options); });
   if (answer == 0 || errno != ECHILD || !descriptor_) {
     return answer;
   }

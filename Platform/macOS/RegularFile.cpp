@@ -5,8 +5,9 @@
 #include <sys/stat.h>
 
 #include <array>
-
 #include <cerrno>
+
+#include "Platform/Posix/Uninterrupted.h"
 
 namespace platform {
 namespace {
@@ -29,11 +30,7 @@ Descriptor openRegularFile(const std::string& path, bool followLinks) {
     return failed(S_ISDIR(seen.st_mode) ? EISDIR : S_ISLNK(seen.st_mode) ? ELOOP : EINVAL);
   }
   const int flags = O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC | (followLinks ? 0 : O_NOFOLLOW);
-  int opened = -1;
-  do {
-    opened = ::open(path.c_str(), flags);
-  } while (opened < 0 && errno == EINTR);
-  Descriptor file(opened);
+  Descriptor file(uninterrupted([&] { return ::open(path.c_str(), flags); }));
   struct stat status{};
   if (!file || ::fstat(file.get(), &status) != 0) {
     return {};
