@@ -13,6 +13,7 @@
 
 #include "AgentLibraries/vxutils/AgentServiceServer.h"
 #include "SimulatedMac/Layout.h"
+#include "SimulatedMac/ProcessSteps.h"
 #include "SimulatedMac/ScenarioValues.h"
 
 namespace simulated_mac {
@@ -32,16 +33,8 @@ std::optional<std::string> held(const Scenario& scenario, std::string_view key) 
 
 /// Notifies `enter` that the service can be reached.
 void reportReady(int ready) {
-  if (write(ready, kReady.data(), kReady.size()) < 0) {
-    _exit(1);
-  }
+  print(ready, kReady);
   close(ready);
-}
-
-[[noreturn]] void stay() {
-  while (true) {
-    pause();
-  }
 }
 
 /// A broken service: answers every request with the bytes of `answer`, or exits at the first
@@ -85,19 +78,18 @@ void serveAgent(const Scenario& scenario, int ready) {
   if (state == "silent") {
     misbehave("", ready);
   }
-  const std::string silentOn =
-      state.starts_with(kSilentOn) ? state.substr(kSilentOn.size()) : std::string();
+  const std::string silentOn = state.starts_with(kSilentOn) ? state.substr(kSilentOn.size()) : "";
   const int delay = milliseconds(scenario.valueOr("agent service", "delay", "0 s")).value_or(0);
   const vxutils::AgentServiceServer server(
       kServiceSocket, [&](const std::string& key) -> std::optional<std::string> {
         if (key == silentOn) {
-          stay();
+          waitForever();
         }
-        usleep(static_cast<useconds_t>(delay) * 1000);
+        waitMilliseconds(delay);
         return held(scenario, key);
       });
   reportReady(ready);
-  stay();
+  waitForever();
 }
 
 bool hasAgentService(const Scenario& scenario) {

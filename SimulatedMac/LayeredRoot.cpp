@@ -41,13 +41,9 @@ constexpr std::array kDroppedCapabilities{CAP_SYS_ADMIN, CAP_MKNOD,     CAP_SYS_
                                           CAP_SYS_RAWIO, CAP_NET_ADMIN, CAP_SYS_BOOT,
                                           CAP_SYS_TIME};
 
-[[noreturn]] void fail(const std::string& what) {
-  throw std::system_error(errno, std::generic_category(), what);
-}
-
 void failIf(bool failed, const std::string& what) {
   if (failed) {
-    fail(what);
+    throw std::system_error(errno, std::generic_category(), what);
   }
 }
 

@@ -24,8 +24,6 @@ std::vector<std::string> words(std::string_view value) {
   return found;
 }
 
-bool isYes(std::string_view value) { return value == "yes" || value == "true"; }
-
 std::optional<int> milliseconds(std::string_view value) {
   const std::size_t length = std::min(value.find_first_not_of("0123456789."), value.size());
   const std::string digits(value.substr(0, length));

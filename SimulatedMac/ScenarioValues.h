@@ -1,4 +1,4 @@
-// How the values of a scenario are written: words, switches, durations.
+// How the values of a scenario are written: words and durations.
 #pragma once
 #include <optional>
 #include <string>
@@ -9,8 +9,6 @@ namespace simulated_mac {
 
 /// The words of a value, separated by spaces. Double quotes keep a word with spaces together.
 [[nodiscard]] std::vector<std::string> words(std::string_view value);
-/// Whether the value is "yes" or "true".
-[[nodiscard]] bool isYes(std::string_view value);
 /// The milliseconds in "2 s", "1.5 s" or "300 ms"; absent for anything else.
 [[nodiscard]] std::optional<int> milliseconds(std::string_view value);
 

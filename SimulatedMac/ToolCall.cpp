@@ -83,7 +83,7 @@ std::optional<std::string> readInput(const Section* steps) {
       for (int count = std::atoi(value.c_str()) * 1024; count > 0; --count) {
         printLine(STDOUT_FILENO, line);
       }
-    } else if (key == "leaves child" && isYes(value)) {
+    } else if (key == "leaves child" && value == "yes") {
       if (fork() == 0) {
         waitForever();  // keeps the tool's standard output and error open
       }
