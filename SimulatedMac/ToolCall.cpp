@@ -13,6 +13,7 @@
 #include <iterator>
 #include <utility>
 
+#include "SimulatedMac/CallRecord.h"
 #include "SimulatedMac/Layout.h"
 #include "SimulatedMac/ProcessSteps.h"
 #include "SimulatedMac/ScenarioValues.h"
@@ -96,10 +97,11 @@ std::optional<std::string> readInput(const Section* steps) {
 
 }  // namespace
 
-ToolCall::ToolCall(const std::string& tool, const std::vector<std::string>& toolArguments)
-    : arguments(toolArguments),
+ToolCall::ToolCall(std::string toolName, std::vector<std::string> toolArguments)
+    : tool(std::move(toolName)),
+      arguments(std::move(toolArguments)),
       scenario(scenarioInForce()),
-      record_{.tool = tool, .arguments = toolArguments, .descriptors = openDescriptors()} {}
+      descriptors(openDescriptors()) {}
 
 bool ToolCall::has(std::string_view argument) const {
   return std::ranges::find(arguments, argument) != arguments.end();
@@ -112,10 +114,8 @@ std::optional<std::string> ToolCall::argumentAfter(std::string_view option) cons
 }
 
 void ToolCall::record() const {
-  CallRecord call = record_;
-  call.input = input;
-  if (!appendToRecord(call)) {
-    printLine(STDERR_FILENO, "the call of " + call.tool + " can't be recorded");
+  if (!appendToRecord(*this)) {
+    printLine(STDERR_FILENO, "the call of " + tool + " can't be recorded");
     _exit(70);
   }
 }
