@@ -103,11 +103,10 @@ class MacFilesWriter {
     root_.bindFile(tool, kToolProgram);
     for (const char* const path :
          {"/usr/sbin/softwareupdate", "/usr/libexec/mdmclient", "/usr/bin/profiles",
-          "/usr/bin/open", "/usr/bin/sudo", "/usr/bin/launchctl"}) {
-      root_.makeLinkBesideHostFiles(path, kToolProgram);
+          "/usr/bin/open", "/usr/bin/sudo", "/usr/bin/launchctl",
+          "/Applications/Install macOS Sonoma.app/Contents/Resources/startosinstall"}) {
+      root_.makeLink(path, kToolProgram);
     }
-    root_.makeLink("/Applications/Install macOS Sonoma.app/Contents/Resources/startosinstall",
-                   kToolProgram);
     root_.writeFile(kScenarioFile, scenario_.serialized());
     root_.makeDirectory(kCountDirectory, 01777);
   }
@@ -117,8 +116,7 @@ class MacFilesWriter {
     const Section* const files = scenario_.section("files");
     for (const Setting& file : files != nullptr ? files->settings : std::vector<Setting>()) {
       const mode_t mode = file.value.starts_with("#!") ? 0755 : 0644;
-      root_.writeFileBesideHostFiles(
-          file.key, file.value.ends_with('\n') ? file.value : file.value + '\n', mode);
+      root_.writeFile(file.key, file.value.ends_with('\n') ? file.value : file.value + '\n', mode);
     }
   }
 
@@ -146,7 +144,7 @@ class MacFilesWriter {
         add(user, user == console ? "console" : "ttys00" + std::to_string(terminal++));
       }
     }
-    root_.writeFileBesideHostFiles("/var/run/utmp", records);
+    root_.writeFile("/var/run/utmp", records);
   }
 
   /// "mains online", "mains offline", "battery discharging 45/90".
