@@ -1,17 +1,16 @@
 #include "SimulatedMac/AgentServiceStandIn.h"
 
-#include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <array>
-#include <cstdlib>
-#include <cstring>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 
 #include "AgentLibraries/vxutils/AgentServiceServer.h"
+#include "Platform/LocalSocket.h"
+#include "Platform/Polling.h"
 #include "SimulatedMac/Layout.h"
 #include "SimulatedMac/ProcessSteps.h"
 #include "SimulatedMac/ScenarioValues.h"
@@ -40,28 +39,24 @@ void reportReady(int ready) {
 /// A broken service: answers every request with the bytes of `answer`, or exits at the first
 /// request without one.
 [[noreturn]] void misbehave(const std::optional<std::string>& answer, int ready) {
-  const int listening = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  std::strncpy(address.sun_path, kServiceSocket, sizeof address.sun_path - 1);
-  if (listening < 0 ||
-      bind(listening, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
-      listen(listening, 8) != 0) {
-    _exit(1);
+  const auto listener = platform::listenOnLocalSocket(kServiceSocket);
+  if (!listener) {
+    throw std::runtime_error(std::string(kServiceSocket) + ": " + listener.error());
   }
   reportReady(ready);
   while (true) {
-    const int peer = accept(listening, nullptr, nullptr);
+    platform::Awaited connection{.descriptor = listener->get()};
+    platform::waitForAny({&connection, 1});
+    const auto peer = platform::acceptLocalSocket(*listener);
     std::array<char, 4096> request{};
-    while (peer >= 0 && read(peer, request.data(), request.size()) > 0) {
+    while (peer && platform::receive(*peer, request, true) > 0) {
       if (!answer) {
         _exit(0);
       }
-      if (send(peer, answer->data(), answer->size(), MSG_NOSIGNAL) < 0) {
+      if (platform::sendWithoutWaiting(*peer, *answer) < 0) {
         break;
       }
     }
-    close(peer);
   }
 }
 
