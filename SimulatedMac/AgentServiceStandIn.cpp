@@ -20,16 +20,6 @@ namespace {
 
 constexpr std::string_view kSilentOn = "silent on ";
 
-/// TEXT from the line `value = KEY TEXT` of the scenario; absent when there is none.
-std::optional<std::string> held(const Scenario& scenario, std::string_view key) {
-  for (const std::string& value : scenario.values("agent service", "value")) {
-    if (value.starts_with(key) && (value.size() == key.size() || value[key.size()] == ' ')) {
-      return value.size() == key.size() ? "" : value.substr(key.size() + 1);
-    }
-  }
-  return std::nullopt;
-}
-
 /// Notifies `enter` that the service can be reached.
 void reportReady(int ready) {
   print(ready, kReady);
@@ -81,14 +71,10 @@ void serveAgent(const Scenario& scenario, int ready) {
           waitForever();
         }
         waitMilliseconds(delay);
-        return held(scenario, key);
+        return serviceValue(scenario, key);
       });
   reportReady(ready);
   waitForever();
-}
-
-bool hasAgentService(const Scenario& scenario) {
-  return scenario.valueOr("agent service", "state", "answers") != "absent";
 }
 
 }  // namespace simulated_mac

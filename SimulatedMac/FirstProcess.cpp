@@ -183,7 +183,7 @@ int runFirstProcess(const Scenario& scenario, const EnterOptions& options) {
   try {
     buildMac(scenario, options);
     setEnvironment(scenario);
-    if (hasAgentService(scenario)) {
+    if (scenario.value("agent service", "state") != "absent") {
       startAndWaitUntilReady("[agent service]", [&](int ready) { serveAgent(scenario, ready); });
     }
     if (auto quitters = startApplications(scenario); !quitters.empty()) {
