@@ -6,7 +6,6 @@
 #include <string>
 #include <string_view>
 #include <system_error>
-#include <utility>
 #include <vector>
 
 #include "AgentLibraries/FileCodec/DecodingError.h"
@@ -38,7 +37,9 @@ using ActionFile = std::shared_ptr<const vexlo::PatchActionGroup>;
 /// One action of the patch and its evaluation.
 struct EvaluatedAction {
   ActionDetail action;
-  Evaluation evaluation;
+  Prediction prediction;
+  /// Of the action's result; absent if something else would happen first.
+  std::optional<vexlo::PatchActionResultDescription> description;
   std::vector<vexlo::Measurement> measurements;
   std::string next;  ///< Empty if the prediction is a result.
   Intentions intentions;
@@ -51,19 +52,18 @@ std::vector<EvaluatedAction> evaluateAll(const std::vector<ActionDetail>& action
   evaluated.reserve(actions.size());
   std::vector<Acted> acted;
   for (const ActionDetail& action : actions) {
-    Evaluation evaluation = evaluator.evaluate(action.actionID);
-    std::string next = nextStep(evaluation, evaluator.intentions());
-    std::vector<vexlo::Measurement> measurements(evaluation.measurements.begin(),
-                                                 evaluation.measurements.end());
-    const Prediction prediction = evaluation.prediction;
-    evaluated.push_back({.action = action,
-                         .evaluation = std::move(evaluation),
-                         .measurements = std::move(measurements),
-                         .next = std::move(next),
-                         .intentions = evaluator.intentions(),
-                         .acted = acted});
-    if (!rowOf(prediction).act.empty()) {
-      acted.push_back({std::string(action.actionID.code()), prediction});
+    const Evaluation evaluation = evaluator.evaluate(action.actionID);
+    evaluated.push_back(
+        {.action = action,
+         .prediction = evaluation.prediction,
+         .description =
+             isResult(evaluation.prediction) ? evaluation.result.description : std::nullopt,
+         .measurements = {evaluation.measurements.begin(), evaluation.measurements.end()},
+         .next = nextStep(evaluation, evaluator.intentions()),
+         .intentions = evaluator.intentions(),
+         .acted = acted});
+    if (!rowOf(evaluation.prediction).act.empty()) {
+      acted.push_back({std::string(action.actionID.code()), evaluation.prediction});
     }
   }
   return evaluated;
@@ -106,26 +106,21 @@ const Facts& factsIn(const std::string& file, FactsReader& reader) try {
   throw FileCodec::DecodingError(file, {}, {}, error.code().message());
 }
 
-/// The action's result; absent if something else would happen first.
-std::optional<vexlo::PatchActionResultDescription> ownDescription(const Evaluation& evaluation) {
-  return isResult(evaluation.prediction) ? evaluation.result.description : std::nullopt;
-}
-
 std::string evaluationAsJSON(const vexlo::PatchIdentifier& patch,
                              const std::vector<NameNotInFile>& notInFile, bool exempt,
                              const std::vector<EvaluatedAction>& evaluated) {
   std::vector<std::string> actions;
   actions.reserve(evaluated.size());
-  for (const auto& [action, evaluation, measurements, next, intentions, acted] : evaluated) {
-    const auto description =
-        ownDescription(evaluation).transform([](const auto& reason) { return name(reason); });
+  for (const auto& [action, prediction, description, measurements, next, intentions, acted] :
+       evaluated) {
+    const auto reason = description.transform([](const auto& found) { return name(found); });
     const std::int64_t left = intentions.evaluation().remainingSkipAttempts;
     actions.push_back(JSONObject()
                           .addString("name", describe(action.actionID))
                           .addString("code", action.actionID.code())
                           .addJSON("arguments", jsonList(action.arguments))
-                          .addString("answer", name(evaluation.prediction))
-                          .addJSON("description", jsonOptional(description))
+                          .addString("answer", name(prediction))
+                          .addJSON("description", jsonOptional(reason))
                           .addString("why", describe(std::span(measurements)))
                           .addJSON("measured", vexlo::measurementsAsJSON(measurements))
                           .addString("next", next)
@@ -144,9 +139,10 @@ std::string evaluationAsTable(const std::vector<EvaluatedAction>& evaluated,
     return "No action applies.\n";
   }
   std::vector<std::vector<Cell>> rows;
-  for (const auto& [action, evaluation, measurements, next, intentions, acted] : evaluated) {
+  for (const auto& [action, prediction, description, measurements, next, intentions, acted] :
+       evaluated) {
     std::vector<std::string> reasons;
-    if (const auto description = ownDescription(evaluation)) {
+    if (description) {
       reasons.push_back(name(*description));
     }
     for (const std::string& part : {describe(std::span(measurements)), next}) {
@@ -154,7 +150,7 @@ std::string evaluationAsTable(const std::vector<EvaluatedAction>& evaluated,
         reasons.push_back(printable(part));
       }
     }
-    if (verdictOn(evaluation.prediction).stopsPatch) {
+    if (verdictOn(prediction).stopsPatch) {
       for (const Acted& each : acted) {
         reasons.push_back(text(each.code, ' ', rowOf(each.outcome).act, " first"));
       }
@@ -162,7 +158,7 @@ std::string evaluationAsTable(const std::vector<EvaluatedAction>& evaluated,
     std::vector<Cell>& row = rows.emplace_back();
     row = {{printable(action.actionID.code())},
            {printable(describe(action.actionID))},
-           {std::string(name(evaluation.prediction)), verdictOn(evaluation.prediction).style},
+           {std::string(name(prediction)), verdictOn(prediction).style},
            {platform::joined(reasons, "; ")}};
   }
   return tableText(console, {"CODE", "ACTION", "ANSWER", "WHY"}, rows);
@@ -172,7 +168,7 @@ std::string evaluationAsTable(const std::vector<EvaluatedAction>& evaluated,
 ExitStatus statusFor(const std::vector<EvaluatedAction>& evaluated) {
   Verdict worst = Verdict::ready;
   for (const EvaluatedAction& action : evaluated) {
-    worst = std::max(worst, verdictOn(action.evaluation.prediction).verdict);
+    worst = std::max(worst, verdictOn(action.prediction).verdict);
   }
   return rowOf(worst).status;
 }
