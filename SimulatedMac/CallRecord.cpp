@@ -48,6 +48,7 @@ bool appendToRecord(const ToolCall& call) {
     environment.emplace_back(*variable);
   }
   std::vector<std::string> descriptors;
+  descriptors.reserve(call.descriptors.size());
   for (const OpenDescriptor& descriptor : call.descriptors) {
     descriptors.push_back(JSONObject()
                               .addNumber("number", descriptor.number)

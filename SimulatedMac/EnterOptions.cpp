@@ -10,7 +10,8 @@ std::expected<EnterOptions, std::string> parseOptions(const std::vector<std::str
   for (; next != arguments.end() && *next != "--"; ++next) {
     if (*next == "--records" || *next == "--set") {
       const std::string& option = *next;
-      if (++next == arguments.end() || next->empty()) {
+      ++next;
+      if (next == arguments.end() || next->empty()) {
         return std::unexpected(option + " needs a value");
       }
       if (option == "--set") {

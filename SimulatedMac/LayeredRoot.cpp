@@ -232,7 +232,7 @@ void LayeredRoot::bindHostDirectories() const {
       continue;
     }
     if (entry.is_symlink()) {
-      linkAt(placeBelow(root_, "/" + name), fs::read_symlink(entry.path()));
+      linkAt(placeBelow(root_, entry.path()), fs::read_symlink(entry.path()));
     } else if (entry.is_directory()) {
       bindDirectory(entry.path(), "/" + name);
     }

@@ -12,6 +12,7 @@
 #include <string_view>
 #include <vector>
 
+#include "AgentLibraries/LogCore/Text.h"
 #include "Platform/PropertyList.h"
 #include "SimulatedMac/AgentFiles.h"
 #include "SimulatedMac/DocumentText.h"
@@ -72,8 +73,8 @@ void writeUsers(LayeredRoot& root, const Scenario& scenario) {
     const std::string& name = fields[0];
     const auto number = static_cast<uid_t>(std::stoul(fields[1]));
     const std::string home = "/Users/" + name;
-    passwords += name + ":x:" + std::to_string(number) + ":" + std::to_string(kStaff) + ":" + name +
-                 ":" + home + ":/bin/sh\n";
+    passwords +=
+        LogCore::text(name, ":x:", number, ":", kStaff, ":", name, ":", home, ":/bin/sh\n");
     root.makeDirectory(home, 0755);
     root.changeOwner(home, number, kStaff);
     if (name == console) {
