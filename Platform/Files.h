@@ -15,11 +15,10 @@
 
 namespace platform {
 
-/// Why a file operation failed.
+/// Why a file operation failed: "<path>: No such file or directory".
 struct FileError {
   std::error_code code;
-  std::string reason;   ///< "No such file or directory"
-  std::string message;  ///< "<path>: <reason>"
+  std::string message;
 };
 
 /// How `readFile` opens its file.

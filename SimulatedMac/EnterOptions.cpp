@@ -7,17 +7,23 @@ namespace simulated_mac {
 std::expected<EnterOptions, std::string> parseOptions(const std::vector<std::string>& arguments) {
   EnterOptions options;
   auto next = arguments.begin();
+  const auto value = [&](const std::string& option) -> std::expected<std::string, std::string> {
+    if (++next == arguments.end() || next->empty()) {
+      return std::unexpected(option + " needs a value");
+    }
+    return *next;
+  };
   for (; next != arguments.end() && *next != "--"; ++next) {
     if (*next == "--records" || *next == "--set") {
       const std::string& option = *next;
-      ++next;
-      if (next == arguments.end() || next->empty()) {
-        return std::unexpected(option + " needs a value");
+      const auto text = value(option);
+      if (!text) {
+        return std::unexpected(text.error());
       }
       if (option == "--set") {
-        options.settings.push_back(*next);
+        options.settings.push_back(*text);
       } else {
-        options.records = std::filesystem::absolute(*next);
+        options.records = std::filesystem::absolute(*text);
       }
     } else if (*next == "--user-namespace") {
       options.userNamespace = true;

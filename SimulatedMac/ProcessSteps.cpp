@@ -46,19 +46,14 @@ void becomeUser(const std::string& user) {
   }
 }
 
-std::vector<char*> argumentPointers(std::vector<std::string>& command) {
+void execute(std::vector<std::string> command) {
   std::vector<char*> pointers;
   pointers.reserve(command.size() + 1);
   for (std::string& argument : command) {
     pointers.push_back(argument.data());
   }
   pointers.push_back(nullptr);
-  return pointers;
-}
-
-void execute(std::vector<std::string> command) {
-  const std::vector<char*> arguments = argumentPointers(command);
-  execvp(arguments[0], arguments.data());
+  execvp(pointers[0], pointers.data());
   const int reason = errno;
   printLine(STDERR_FILENO, command[0] + ": " + std::strerror(reason));
   _exit(reason == ENOENT ? 127 : 126);

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "AgentLibraries/FileCodec/FileReason.h"
 #include "Platform/Files.h"
 
 namespace FileCodec {
@@ -14,7 +15,7 @@ constexpr std::uint64_t kMaximumJSONBytes = std::uint64_t{1} << 30;
 std::string readTextFile(const std::string& path) {
   auto bytes = platform::readFile(path, {.maximumBytes = kMaximumJSONBytes});
   if (!bytes) {
-    throw DecodingError(path, {}, {}, bytes.error().reason);
+    throw DecodingError(path, {}, {}, reasonOf(bytes.error(), path));
   }
   return *std::move(bytes);
 }

@@ -9,7 +9,6 @@
 #include <vector>
 
 #include "AgentLibraries/FileCodec/JSONText.h"
-#include "Platform/Text.h"
 
 namespace FileCodec {
 
@@ -53,13 +52,24 @@ class JSONObject {
 
 /// An array of values that are already JSON.
 [[nodiscard]] inline std::string jsonArray(const std::vector<std::string>& values) {
-  return "[" + platform::joined(values, ",") + "]";
+  std::string out = "[";
+  for (std::string_view separator; const std::string& value : values) {
+    (out += separator) += value;
+    separator = ",";
+  }
+  return out += ']';
 }
 
 /// `["a","b"]`
 template <typename Texts>
 [[nodiscard]] std::string jsonList(const Texts& texts) {
-  return "[" + platform::joined(texts, ",", jsonString) + "]";
+  std::string out = "[";
+  for (std::string_view separator; const auto& text : texts) {
+    out += separator;
+    appendJSONString(out, text);
+    separator = ",";
+  }
+  return out += ']';
 }
 
 /// `{"key":"value"}`

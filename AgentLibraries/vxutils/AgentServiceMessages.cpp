@@ -22,7 +22,7 @@ constexpr std::string_view kKey = "fetchStatusMessageForKey";
 constexpr std::string_view kValue = "value";
 
 template <typename Read>
-void parseObject(std::string_view line, const Read& read) {
+bool parseObject(std::string_view line, const Read& read) {
   constexpr std::size_t kBytesPerByteOfText = 16;
   constexpr std::size_t kBytesForAnyText = 4096;
   std::string memory;
@@ -38,18 +38,22 @@ void parseObject(std::string_view line, const Read& read) {
       const json::value message = parser.release();
       if (const json::object* const members = message.if_object()) {
         read(*members);
+        return true;
       }
     }
-  } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch)
-    // The line has far more structure than a message.
+  } catch (const std::bad_alloc&) {
+    return false;  // far more than a message needs
   }
+  return false;
 }
 
-/// Calls `read` with the members of the JSON object in `line`, if there is one. The parser
-/// allocates only from a buffer that is wiped; it decodes escapes in one on the stack.
+/// Calls `read` with the members of the JSON object in `line`. Returns false if there is none. The
+/// parser allocates only from a buffer that is wiped; it decodes escapes in one on the stack.
 template <typename Read>
-void readObject(std::string_view line, const Read& read) {
-  platform::thenWipeStack([&] { parseObject(line, read); });
+bool readObject(std::string_view line, const Read& read) {
+  bool isObject = false;
+  platform::thenWipeStack([&] { isObject = parseObject(line, read); });
+  return isObject;
 }
 
 std::optional<std::int64_t> integerIn(const json::object& members, std::string_view name) {
@@ -107,24 +111,24 @@ std::string replyLine(std::int64_t id, const std::optional<std::string>& value) 
 
 std::optional<AgentServiceRequest> parseRequest(std::string_view line) {
   std::optional<AgentServiceRequest> request;
-  readObject(line, [&](const json::object& members) {
+  const bool isObject = readObject(line, [&](const json::object& members) {
     const std::optional<std::int64_t> id = integerIn(members, kID);
     std::optional<std::string> key = textIn(members, kKey);
     if (id && key) {
       request = {.id = *id, .key = *std::move(key)};
     }
   });
-  return request;
+  return isObject ? std::move(request) : std::nullopt;
 }
 
 std::optional<AgentServiceReply> parseReply(std::string_view line) {
   std::optional<AgentServiceReply> reply;
-  readObject(line, [&](const json::object& members) {
+  const bool isObject = readObject(line, [&](const json::object& members) {
     if (const std::optional<std::int64_t> id = integerIn(members, kID)) {
       reply.emplace(AgentServiceReply{.id = *id, .value = textIn(members, kValue)});
     }
   });
-  return reply;
+  return isObject ? std::move(reply) : std::nullopt;
 }
 
 LineBuffer::LineBuffer() : bytes_(kLongestLine, '\0') {}

@@ -3,7 +3,6 @@
 #include <deque>
 #include <memory>
 #include <mutex>
-#include <optional>
 #include <utility>
 
 #include "AgentLibraries/LogCore/Logger.h"
@@ -60,14 +59,14 @@ void setNotificationHandler(NotificationHandler handler) {
 void putNotification(std::int32_t code, void* argument) {
   Center& shared = center();
   std::shared_ptr<const NotificationHandler> handler;
-  std::optional<Notification> dropped;
+  std::deque<Notification> dropped;
   {
     const std::scoped_lock lock(shared.mutex);
     handler = shared.handler;
     if (!handler) {
       shared.waiting.push_back({.code = code, .argument = argument});
       if (shared.waiting.size() > kMostWaiting) {
-        dropped = shared.waiting.front();
+        dropped.push_back(shared.waiting.front());
         shared.waiting.pop_front();
       }
     }
@@ -75,10 +74,10 @@ void putNotification(std::int32_t code, void* argument) {
   if (handler) {
     (*handler)(code, argument);
   }
-  if (dropped) {
+  for (const Notification& notification : dropped) {
     logError(LogCore::LogTag{"putNotification(_:_:)"}, [&] {
       return LogCore::text("Too many notifications wait for a handler, dropped the oldest, code ",
-                           dropped->code, ".");
+                           notification.code, ".");
     });
   }
 }
