@@ -21,6 +21,7 @@
 #include "AgentLibraries/FileCodec/JSONManager.h"
 #include "AgentLibraries/LogCore/Logger.h"
 #include "Benchmarks/FreshProcess.h"
+#include "Tests/Fakes/TemporaryDirectory.h"
 #include "VexloPatchDeployment/PatchActions/Helpers/PatchActionGroup.h"
 #include "VexloPatchDeployment/PatchActions/Helpers/PatchActionProvider.h"
 
@@ -93,10 +94,11 @@ const FreshProcess::Job kStraightforward{"straightforward", [](const std::string
                                          }};
 
 void freshProcess(benchmark::State& state, const FreshProcess::Job& job) {
-  const TemporaryFile file(generateActionFile(10 * kMegabyte));
+  const TemporaryDirectory directory;
+  const std::string file = directory.write("actions.json", generateActionFile(10 * kMegabyte));
   double growth = 0;
   for (auto _ : state) {
-    const FreshProcess::Cost cost = FreshProcess::run(job, file.path());
+    const FreshProcess::Cost cost = FreshProcess::run(job, file);
     state.SetIterationTime(cost.seconds);
     growth = std::max(growth, cost.peakGrowthBytes);
   }

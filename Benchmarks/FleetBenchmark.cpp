@@ -2,7 +2,6 @@
 // baseline reads the same lines with the JSON parser alone.
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
-#include <spawn.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -13,6 +12,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "AgentLibraries/FileCodec/IgnoredParserEvents.h"
@@ -21,7 +21,9 @@
 #include "AgentTool/Console/LineReader.h"
 #include "AgentTool/Facts/Facts.h"
 #include "AgentTool/Fleet/WhatIf.h"
-#include "Benchmarks/FreshProcess.h"
+#include "Benchmarks/Spawn.h"
+#include "Platform/Descriptor.h"
+#include "Tests/Fakes/TemporaryDirectory.h"
 #include "VexloPatchDeployment/PatchActions/Helpers/PatchActionGroup.h"
 
 namespace {
@@ -31,16 +33,17 @@ constexpr const char* kActions = VEXLO_FLEET_ACTIONS;
 const vexlo::PatchIdentifier kPatch("310990", "1201", "2301");  // six actions
 
 const std::string& fleetFile() {
-  static const TemporaryFile file("");
-  static const bool isWritten = [] {
-    const std::string command = std::string(VEXLO_MAKE_FLEET) + " " +
-                                std::to_string(kMachinesInFile) + " >'" + file.path() + "'";
-    return std::system(command.c_str()) == 0;  // NOLINT(concurrency-mt-unsafe): one thread
+  static const TemporaryDirectory directory;
+  static const std::string file = [] {
+    std::string path = directory.file("fleet");
+    const std::string command =
+        std::string(VEXLO_MAKE_FLEET) + " " + std::to_string(kMachinesInFile) + " >'" + path + "'";
+    if (std::system(command.c_str()) != 0) {  // NOLINT(concurrency-mt-unsafe): one thread
+      throw std::runtime_error("the fleet's file can't be written");
+    }
+    return path;
   }();
-  if (!isWritten) {
-    throw std::runtime_error("the fleet's file can't be written");
-  }
-  return file.path();
+  return file;
 }
 
 /// Calls `use(line)` for each line of the fleet's file.
@@ -98,19 +101,8 @@ pid_t startTool(std::int64_t times) {
                                    "--patch",        "310990",         "--product",
                                    "1201",           "--service-pack", "2301"};
   command.insert(command.end(), static_cast<std::size_t>(times), fleetFile().c_str());
-  command.push_back(nullptr);
-  posix_spawn_file_actions_t files;
-  ::posix_spawn_file_actions_init(&files);
-  ::posix_spawn_file_actions_addopen(&files, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
-  ::posix_spawn_file_actions_addopen(&files, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
-  pid_t child = 0;
-  const int error = ::posix_spawn(&child, command[0], &files, nullptr,
-                                  const_cast<char* const*>(command.data()), environ);
-  ::posix_spawn_file_actions_destroy(&files);
-  if (error != 0) {
-    throw std::runtime_error("posix_spawn failed");
-  }
-  return child;
+  const platform::Descriptor nowhere(::open("/dev/null", O_WRONLY | O_CLOEXEC));
+  return spawn(std::move(command), nowhere.get());
 }
 
 rusage waitForTool(pid_t child) {

@@ -1,8 +1,5 @@
 // Measures a job in a new process: its time and the growth of peak memory.
 #pragma once
-#include <stdlib.h>  // NOLINT: mkstemp
-#include <unistd.h>
-
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -14,26 +11,6 @@
 #include <string_view>
 
 #include "Platform/Process.h"
-
-/// A file that the destructor removes.
-class TemporaryFile {
- public:
-  explicit TemporaryFile(std::string_view bytes) {
-    const int descriptor = mkstemp(path_.data());
-    if (descriptor < 0) {
-      throw std::runtime_error("no temporary file");
-    }
-    close(descriptor);
-    std::ofstream(path_) << bytes;
-  }
-  ~TemporaryFile() { unlink(path_.c_str()); }
-  TemporaryFile(const TemporaryFile&) = delete;
-  TemporaryFile& operator=(const TemporaryFile&) = delete;
-  [[nodiscard]] const std::string& path() const { return path_; }
-
- private:
-  std::string path_ = "/tmp/vexlo-benchmark-XXXXXX";
-};
 
 class FreshProcess {
  public:

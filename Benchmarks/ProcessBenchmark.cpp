@@ -2,7 +2,6 @@
 // system calls.
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
-#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -16,9 +15,11 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "Benchmarks/FreshProcess.h"
+#include "Benchmarks/Spawn.h"
 #include "Platform/Process.h"
 
 namespace {
@@ -31,26 +32,13 @@ struct BareChild {
   int output;
 };
 
-/// posix_spawn() of a program with its output in a pipe, and nothing else.
-BareChild spawn(std::vector<const char*> command) {
+BareChild spawnWithPipe(std::vector<const char*> command) {
   std::array<int, 2> ends{};
   if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
     throw std::runtime_error("no pipe");
   }
-  posix_spawn_file_actions_t actions;
-  ::posix_spawn_file_actions_init(&actions);
-  ::posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-  ::posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
-  ::posix_spawn_file_actions_adddup2(&actions, ends[1], STDERR_FILENO);
-  command.push_back(nullptr);
-  BareChild child{.pid = 0, .output = ends[0]};
-  const int error = ::posix_spawn(&child.pid, command[0], &actions, nullptr,
-                                  const_cast<char* const*>(command.data()), environ);
-  ::posix_spawn_file_actions_destroy(&actions);
+  const BareChild child{.pid = spawn(std::move(command), ends[1]), .output = ends[0]};
   ::close(ends[1]);
-  if (error != 0) {
-    throw std::runtime_error("posix_spawn failed");
-  }
   return child;
 }
 
@@ -69,7 +57,7 @@ std::size_t finish(const BareChild& child) {
 
 void bareSpawn(benchmark::State& state) {
   for (auto _ : state) {
-    benchmark::DoNotOptimize(finish(spawn({"/bin/sh", "-c", "true"})));
+    benchmark::DoNotOptimize(finish(spawnWithPipe({"/bin/sh", "-c", "true"})));
   }
 }
 
@@ -125,7 +113,7 @@ int printLines() {
 
 void bareReadLoop(benchmark::State& state) {
   for (auto _ : state) {
-    if (finish(spawn({kThisProgram, kPrintLines})) != kGigabyte) {
+    if (finish(spawnWithPipe({kThisProgram, kPrintLines})) != kGigabyte) {
       state.SkipWithError("bytes are missing");
     }
   }

@@ -118,7 +118,7 @@ void compare(const PatchActionGroup& group, const json::value& root) {
 }
 
 /// Counts the members of all objects, including duplicates.
-struct MemberCount final : FileCodec::IgnoredJSONEvents {
+struct MemberCount final : FileCodec::JSONEvents {
   std::size_t members = 0;
   bool memberName(std::string_view /*name*/) override { return ++members > 0; }
 };

@@ -15,10 +15,11 @@
 
 namespace platform {
 
-/// Why a file operation failed: "<path>: No such file or directory".
+/// Why a file operation failed.
 struct FileError {
   std::error_code code;
-  std::string message;
+  std::string reason;   ///< "No such file or directory"
+  std::string message;  ///< "<path>: <reason>"
 };
 
 /// How `readFile` opens its file.

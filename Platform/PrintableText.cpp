@@ -1,6 +1,5 @@
 #include "Platform/PrintableText.h"
 
-#include <algorithm>
 #include <array>
 
 #include "Platform/Text.h"
@@ -8,11 +7,6 @@
 
 namespace platform {
 namespace {
-
-struct CodePointRange {
-  char32_t first;
-  char32_t last;
-};
 
 /// Control characters, line separators, and marks that reorder or hide adjacent text.
 constexpr std::array kUnprintable{
@@ -38,11 +32,7 @@ void appendEscaped(std::string& out, char32_t codePoint) {
 
 }  // namespace
 
-bool isUnprintable(char32_t codePoint) noexcept {
-  return std::ranges::any_of(kUnprintable, [&](const CodePointRange& range) {
-    return codePoint >= range.first && codePoint <= range.last;
-  });
-}
+bool isUnprintable(char32_t codePoint) noexcept { return isInAny(kUnprintable, codePoint); }
 
 std::string printable(std::string_view text, Tabs tabs) {
   std::string out;

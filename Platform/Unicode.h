@@ -1,7 +1,9 @@
-// Validates and encodes UTF-8.
+// UTF-8, UTF-16 and ranges of code points.
 #pragma once
+#include <algorithm>
 #include <concepts>
 #include <cstddef>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -32,6 +34,18 @@ void appendUTF8(std::string& out, char32_t codePoint);
 /// The code point encoded by a surrogate pair.
 [[nodiscard]] constexpr char32_t joinSurrogates(char32_t high, char32_t low) noexcept {
   return 0x10000 + ((high - 0xD800) << 10) + (low - 0xDC00);
+}
+
+/// The code points from `first` to `last`.
+struct CodePointRange {
+  char32_t first;
+  char32_t last;
+};
+[[nodiscard]] constexpr bool isInAny(std::span<const CodePointRange> ranges,
+                                     char32_t codePoint) noexcept {
+  return std::ranges::any_of(ranges, [&](const CodePointRange& range) {
+    return codePoint >= range.first && codePoint <= range.last;
+  });
 }
 
 /// Converts UTF-16 to UTF-8. Each unpaired surrogate is replaced by what `replacement` returns.

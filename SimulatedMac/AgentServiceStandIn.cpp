@@ -1,18 +1,18 @@
 #include "SimulatedMac/AgentServiceStandIn.h"
 
-#include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <array>
-#include <cstdlib>
-#include <cstring>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 
 #include "AgentLibraries/vxutils/AgentServiceServer.h"
+#include "Platform/LocalSocket.h"
+#include "Platform/Polling.h"
 #include "SimulatedMac/Layout.h"
+#include "SimulatedMac/ProcessSteps.h"
 #include "SimulatedMac/ScenarioValues.h"
 
 namespace simulated_mac {
@@ -20,55 +20,33 @@ namespace {
 
 constexpr std::string_view kSilentOn = "silent on ";
 
-/// TEXT from the line `value = KEY TEXT` of the scenario; absent when there is none.
-std::optional<std::string> held(const Scenario& scenario, std::string_view key) {
-  for (const std::string& value : scenario.values("agent service", "value")) {
-    if (value.starts_with(key) && (value.size() == key.size() || value[key.size()] == ' ')) {
-      return value.size() == key.size() ? "" : value.substr(key.size() + 1);
-    }
-  }
-  return std::nullopt;
-}
-
 /// Notifies `enter` that the service can be reached.
 void reportReady(int ready) {
-  if (write(ready, kReady.data(), kReady.size()) < 0) {
-    _exit(1);
-  }
+  print(ready, kReady);
   close(ready);
-}
-
-[[noreturn]] void stay() {
-  while (true) {
-    pause();
-  }
 }
 
 /// A broken service: answers every request with the bytes of `answer`, or exits at the first
 /// request without one.
 [[noreturn]] void misbehave(const std::optional<std::string>& answer, int ready) {
-  const int listening = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  std::strncpy(address.sun_path, kServiceSocket, sizeof address.sun_path - 1);
-  if (listening < 0 ||
-      bind(listening, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
-      listen(listening, 8) != 0) {
-    _exit(1);
+  const auto listener = platform::listenOnLocalSocket(kServiceSocket);
+  if (!listener) {
+    throw std::runtime_error(std::string(kServiceSocket) + ": " + listener.error());
   }
   reportReady(ready);
   while (true) {
-    const int peer = accept(listening, nullptr, nullptr);
+    platform::Awaited connection{.descriptor = listener->get()};
+    platform::waitForAny({&connection, 1});
+    const auto peer = platform::acceptLocalSocket(*listener);
     std::array<char, 4096> request{};
-    while (peer >= 0 && read(peer, request.data(), request.size()) > 0) {
+    while (peer && platform::receive(*peer, request, true) > 0) {
       if (!answer) {
         _exit(0);
       }
-      if (send(peer, answer->data(), answer->size(), MSG_NOSIGNAL) < 0) {
+      if (platform::sendWithoutWaiting(*peer, *answer) < 0) {
         break;
       }
     }
-    close(peer);
   }
 }
 
@@ -85,23 +63,18 @@ void serveAgent(const Scenario& scenario, int ready) {
   if (state == "silent") {
     misbehave("", ready);
   }
-  const std::string silentOn =
-      state.starts_with(kSilentOn) ? state.substr(kSilentOn.size()) : std::string();
+  const std::string silentOn = state.starts_with(kSilentOn) ? state.substr(kSilentOn.size()) : "";
   const int delay = milliseconds(scenario.valueOr("agent service", "delay", "0 s")).value_or(0);
   const vxutils::AgentServiceServer server(
       kServiceSocket, [&](const std::string& key) -> std::optional<std::string> {
         if (key == silentOn) {
-          stay();
+          waitForever();
         }
-        usleep(static_cast<useconds_t>(delay) * 1000);
-        return held(scenario, key);
+        waitMilliseconds(delay);
+        return serviceValue(scenario, key);
       });
   reportReady(ready);
-  stay();
-}
-
-bool hasAgentService(const Scenario& scenario) {
-  return scenario.valueOr("agent service", "state", "answers") != "absent";
+  waitForever();
 }
 
 }  // namespace simulated_mac

@@ -10,33 +10,14 @@
 #include <string_view>
 #include <system_error>
 
-#include "Platform/Text.h"
+#include "AgentLibraries/FileCodec/JSONObject.h"
 #include "SimulatedMac/Layout.h"
 
 namespace simulated_mac {
 namespace fs = std::filesystem;
 namespace {
 
-std::string jsonText(std::string_view text) {
-  constexpr std::string_view kDigits = "0123456789abcdef";
-  std::string out = "\"";
-  for (const char c : text) {
-    const auto byte = static_cast<unsigned char>(c);
-    if (c == '"' || c == '\\') {
-      out.append({'\\', c});
-    } else if (byte < 0x20) {
-      out.append({'\\', 'u', '0', '0', kDigits[byte >> 4], kDigits[byte & 15]});
-    } else {
-      out += c;
-    }
-  }
-  return out + '"';
-}
-
-template <typename Items, typename Write>
-std::string list(const Items& items, const Write& write) {
-  return "[" + platform::joined(items, ",", write) + "]";
-}
+using FileCodec::JSONObject;
 
 std::string userName() {
   if (const char* const name = std::getenv(kUserVariable)) {
@@ -61,26 +42,34 @@ std::vector<OpenDescriptor> openDescriptors() {
   return found;
 }
 
-bool appendToRecord(const CallRecord& call) {
+bool appendToRecord(const ToolCall& call) {
   std::vector<std::string_view> environment;
   for (char** variable = environ; *variable != nullptr; ++variable) {
     environment.emplace_back(*variable);
   }
+  std::vector<std::string> descriptors;
+  descriptors.reserve(call.descriptors.size());
+  for (const OpenDescriptor& descriptor : call.descriptors) {
+    descriptors.push_back(JSONObject()
+                              .addNumber("number", descriptor.number)
+                              .addString("target", descriptor.target)
+                              .done());
+  }
   const char* const session = std::getenv(kSessionVariable);
   std::error_code ignored;
   const std::string line =
-      "{\"tool\":" + jsonText(call.tool) + ",\"arguments\":" + list(call.arguments, jsonText) +
-      ",\"input\":" + (call.input ? jsonText(*call.input) : "null") +
-      ",\"user\":" + jsonText(userName()) + ",\"uid\":" + std::to_string(geteuid()) +
-      ",\"session\":" + (session == nullptr ? "null" : jsonText(session)) +
-      ",\"directory\":" + jsonText(fs::current_path(ignored).string()) +
-      ",\"environment\":" + list(environment, jsonText) + ",\"descriptors\":" +
-      list(call.descriptors,
-           [](const OpenDescriptor& descriptor) {
-             return "{\"number\":" + std::to_string(descriptor.number) +
-                    ",\"target\":" + jsonText(descriptor.target) + "}";
-           }) +
-      "}\n";
+      JSONObject()
+          .addString("tool", call.tool)
+          .addJSON("arguments", FileCodec::jsonList(call.arguments))
+          .addJSON("input", FileCodec::jsonOptional(call.input))
+          .addString("user", userName())
+          .addNumber("uid", geteuid())
+          .addJSON("session", session == nullptr ? "null" : FileCodec::jsonString(session))
+          .addString("directory", fs::current_path(ignored).string())
+          .addJSON("environment", FileCodec::jsonList(environment))
+          .addJSON("descriptors", FileCodec::jsonArray(descriptors))
+          .done() +
+      '\n';
   const int record = open(kRecordFile, O_WRONLY | O_APPEND | O_CLOEXEC);
   const bool written =
       record >= 0 && write(record, line.data(), line.size()) == static_cast<ssize_t>(line.size());

@@ -15,6 +15,7 @@
 #include <system_error>
 #include <vector>
 
+#include "Platform/Descriptor.h"
 #include "SimulatedMac/EnterMessages.h"
 #include "SimulatedMac/EnterOptions.h"
 #include "SimulatedMac/FirstProcess.h"
@@ -24,13 +25,12 @@
 namespace simulated_mac {
 namespace {
 
+using platform::Descriptor;
+
 void writeToProc(const std::string& path, const std::string& text) {
-  const int file = open(path.c_str(), O_WRONLY | O_CLOEXEC);
-  const bool written = file >= 0 && write(file, text.data(), text.size()) >= 0;
-  const int reason = errno;
-  close(file);
-  if (!written) {
-    throw std::system_error(reason, std::generic_category(), path);
+  const Descriptor file(open(path.c_str(), O_WRONLY | O_CLOEXEC));
+  if (!file || write(file.get(), text.data(), text.size()) < 0) {
+    throw std::system_error(errno, std::generic_category(), path);
   }
 }
 
@@ -52,15 +52,14 @@ void makeNamespaces(bool userNamespace) {
 /// Creates the record file, writable by the Mac's users. Leaves an existing file unchanged.
 void prepareRecords(const std::string& path, bool hasUsers) {
   struct stat facts{};
-  int file = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-  const bool isNew = file >= 0;
+  Descriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
+  const bool isNew = static_cast<bool>(file);
   if (!isNew && errno == EEXIST) {
-    file = open(path.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC | O_NONBLOCK);
+    file = Descriptor(open(path.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC | O_NONBLOCK));
   }
-  if (file < 0 || (isNew && fchmod(file, 0666) != 0) || fstat(file, &facts) != 0) {
+  if (!file || (isNew && fchmod(file.get(), 0666) != 0) || fstat(file.get(), &facts) != 0) {
     throw std::system_error(errno, std::generic_category(), path);
   }
-  close(file);
   if (hasUsers && (facts.st_mode & S_IWOTH) == 0) {
     throw std::runtime_error(path + ": expected a new file or one that everyone can write to");
   }

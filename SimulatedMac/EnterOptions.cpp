@@ -7,23 +7,17 @@ namespace simulated_mac {
 std::expected<EnterOptions, std::string> parseOptions(const std::vector<std::string>& arguments) {
   EnterOptions options;
   auto next = arguments.begin();
-  const auto value = [&](const std::string& option) -> std::expected<std::string, std::string> {
-    if (++next == arguments.end() || next->empty()) {
-      return std::unexpected(option + " needs a value");
-    }
-    return *next;
-  };
   for (; next != arguments.end() && *next != "--"; ++next) {
     if (*next == "--records" || *next == "--set") {
       const std::string& option = *next;
-      const auto text = value(option);
-      if (!text) {
-        return std::unexpected(text.error());
+      ++next;
+      if (next == arguments.end() || next->empty()) {
+        return std::unexpected(option + " needs a value");
       }
       if (option == "--set") {
-        options.settings.push_back(*text);
+        options.settings.push_back(*next);
       } else {
-        options.records = std::filesystem::absolute(*text);
+        options.records = std::filesystem::absolute(*next);
       }
     } else if (*next == "--user-namespace") {
       options.userNamespace = true;

@@ -1,8 +1,6 @@
 #include "SimulatedMac/FirstProcess.h"
 
 #include <fcntl.h>
-#include <grp.h>
-#include <pwd.h>
 #include <signal.h>  // NOLINT(modernize-deprecated-headers): POSIX, not only C
 #include <sys/wait.h>
 #include <unistd.h>
@@ -25,6 +23,7 @@
 #include "SimulatedMac/LayeredRoot.h"
 #include "SimulatedMac/Layout.h"
 #include "SimulatedMac/MacFiles.h"
+#include "SimulatedMac/ProcessSteps.h"
 #include "SimulatedMac/QuitTriggers.h"
 #include "SimulatedMac/ScenarioFiles.h"
 
@@ -34,7 +33,6 @@ namespace {
 /// Sets the environment of a daemon on the Mac, plus what the caller's terminal and the sanitizers
 /// need.
 void setEnvironment(const Scenario& scenario) {
-  const std::string own = programDirectory();
   std::vector<std::pair<std::string, std::string>> kept;
   for (const char* const name : {"TERM", "COLUMNS", "NO_COLOR", "ASAN_OPTIONS", "UBSAN_OPTIONS",
                                  "LSAN_OPTIONS", "TSAN_OPTIONS"}) {
@@ -46,7 +44,7 @@ void setEnvironment(const Scenario& scenario) {
   for (const auto& [name, value] : kept) {
     setenv(name.c_str(), value.c_str(), 1);
   }
-  setenv("PATH", ("/usr/bin:/bin:/usr/sbin:/sbin:" + own).c_str(), 1);
+  setenv("PATH", ("/usr/bin:/bin:/usr/sbin:/sbin:" + programDirectory()).c_str(), 1);
   setenv("HOME", "/", 1);
   setenv("USER", "root", 1);
   setenv("SHELL", "/bin/sh", 1);
@@ -94,15 +92,6 @@ pid_t startAndWaitUntilReady(const std::string& what, const Work& work) {
   return child;
 }
 
-/// Changes to the console user, who runs the applications. Stays root when there is none, or when
-/// the user namespace has no second user.
-void becomeConsoleUser(const Scenario& scenario) {
-  const passwd* const account = getpwnam(scenario.valueOr("users", "console", "none").c_str());
-  if (account != nullptr && setgroups(0, nullptr) == 0 && setgid(account->pw_gid) == 0) {
-    [[maybe_unused]] const int ignored = setuid(account->pw_uid);
-  }
-}
-
 /// Starts all instances of all applications and returns those with a quit trigger.
 std::vector<Quitter> startApplications(const Scenario& scenario) {
   std::vector<Quitter> quitters;
@@ -113,7 +102,7 @@ std::vector<Quitter> startApplications(const Scenario& scenario) {
          --count) {
       const pid_t process = startAndWaitUntilReady("[" + section + "]", [&](int ready) {
         dup2(ready, STDOUT_FILENO);
-        becomeConsoleUser(scenario);
+        becomeUser(scenario.valueOr("users", "console", "none"));
         execl(executable.c_str(), executable.c_str(), nullptr);
         throw std::system_error(errno, std::generic_category(), executable);
       });
@@ -139,12 +128,7 @@ void buildMac(const Scenario& scenario, const EnterOptions& options) {
 
 /// Looks the program up in the Mac's PATH, then in the caller's.
 [[noreturn]] void executeCommand(std::vector<std::string> command, std::string_view callersPath) {
-  std::vector<char*> arguments;
-  arguments.reserve(command.size() + 1);
-  for (std::string& argument : command) {
-    arguments.push_back(argument.data());
-  }
-  arguments.push_back(nullptr);
+  const std::vector<char*> arguments = argumentPointers(command);
   execvp(arguments[0], arguments.data());
   const int reason = errno;
   if (reason == ENOENT && !command[0].contains('/')) {
@@ -199,7 +183,7 @@ int runFirstProcess(const Scenario& scenario, const EnterOptions& options) {
   try {
     buildMac(scenario, options);
     setEnvironment(scenario);
-    if (hasAgentService(scenario)) {
+    if (scenario.value("agent service", "state") != "absent") {
       startAndWaitUntilReady("[agent service]", [&](int ready) { serveAgent(scenario, ready); });
     }
     if (auto quitters = startApplications(scenario); !quitters.empty()) {

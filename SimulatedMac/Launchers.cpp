@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "Platform/Text.h"
 #include "SimulatedMac/Layout.h"
 #include "SimulatedMac/ProcessSteps.h"
 #include "SimulatedMac/StandIns.h"
@@ -69,10 +70,8 @@ void sudo(ToolCall& call) {
 
 void launchctl(ToolCall& call) {
   call.record();
-  const bool isNumber =
-      call.arguments.size() > 2 &&
-      std::ranges::all_of(call.arguments[1], [](char c) { return c >= '0' && c <= '9'; });
-  if (!isNumber || call.arguments[0] != "asuser") {
+  if (call.arguments.size() < 3 || call.arguments[0] != "asuser" ||
+      !platform::wholeNumber<uid_t>(call.arguments[1])) {
     printLine(STDERR_FILENO, "Usage: launchctl asuser <UID> <program> [<program arguments>]");
     _exit(64);
   }

@@ -21,9 +21,15 @@
 
 namespace simulated_mac {
 namespace fs = std::filesystem;
-namespace {
-
 using platform::Descriptor;
+
+/// A directory and a name in it.
+struct Place {
+  Descriptor directory;
+  std::string name;
+};
+
+namespace {
 
 /// The tmpfs is mounted here until `enter`: the directory exists everywhere, and nobody needs the
 /// files that this hides.
@@ -41,13 +47,9 @@ constexpr std::array kDroppedCapabilities{CAP_SYS_ADMIN, CAP_MKNOD,     CAP_SYS_
                                           CAP_SYS_RAWIO, CAP_NET_ADMIN, CAP_SYS_BOOT,
                                           CAP_SYS_TIME};
 
-[[noreturn]] void fail(const std::string& what) {
-  throw std::system_error(errno, std::generic_category(), what);
-}
-
 void failIf(bool failed, const std::string& what) {
   if (failed) {
-    fail(what);
+    throw std::system_error(errno, std::generic_category(), what);
   }
 }
 
@@ -75,12 +77,6 @@ Descriptor openBelow(const Descriptor& top, const std::string& path, std::uint64
   failIf(!opened, path);
   return opened;
 }
-
-/// A directory and a name in it.
-struct Place {
-  Descriptor directory;
-  std::string name;
-};
 
 /// Resolves an absolute path below `top`; makes missing parents.
 Place placeBelow(const Descriptor& top, const fs::path& path) {
@@ -163,17 +159,18 @@ void LayeredRoot::copy(const std::string& directory) const {
   fs::copy(directory, kNewRoot, fs::copy_options::recursive);
 }
 
-void LayeredRoot::writeFile(const std::string& macPath, std::string_view content,
-                            mode_t mode) const {
-  writeAt(placeBelow(root_, macPath), content, mode);
+void LayeredRoot::writeFile(const std::string& macPath, std::string_view content, mode_t mode) {
+  const Place place = placeFor(macPath);
+  (void)unlinkat(place.directory.get(), place.name.c_str(), 0);  // a stand-in's link
+  writeAt(place, content, mode);
 }
 
 void LayeredRoot::makeDirectory(const std::string& macPath, mode_t mode) const {
   failIf(fchmod(makeDirectoryAt(placeBelow(root_, macPath)).get(), mode) != 0, macPath);
 }
 
-void LayeredRoot::makeLink(const std::string& macPath, const std::string& target) const {
-  linkAt(placeBelow(root_, macPath), target);
+void LayeredRoot::makeLink(const std::string& macPath, const std::string& target) {
+  linkAt(placeFor(macPath), target);
 }
 
 void LayeredRoot::remove(const std::string& macPath) const {
@@ -186,8 +183,13 @@ void LayeredRoot::changeOwner(const std::string& macPath, uid_t user, gid_t grou
   failIf(fchownat(file.get(), "", user, group, AT_EMPTY_PATH) != 0 && errno != EINVAL, macPath);
 }
 
-/// The place in the upper layers for a file that is to appear at `macPath`.
-std::string LayeredRoot::layerPath(const std::string& macPath) {
+/// The place of the file that is to appear at `macPath`: in the new root, or in the upper layer
+/// over the host's directory.
+Place LayeredRoot::placeFor(const std::string& macPath) {
+  const std::string_view topLevel = std::string_view(macPath).substr(1, macPath.find('/', 1) - 1);
+  if (std::ranges::find(kOwnTopLevel, topLevel) != kOwnTopLevel.end()) {
+    return placeBelow(root_, macPath);
+  }
   // Distributions differ in which directories are symbolic links, so the path is resolved first.
   const fs::path wanted(macPath);
   fs::path existing = wanted.parent_path();
@@ -196,23 +198,7 @@ std::string LayeredRoot::layerPath(const std::string& macPath) {
   }
   const std::string directory = fs::canonical(existing);
   overlays_.insert(directory);
-  return directory / wanted.lexically_relative(existing);
-}
-
-void LayeredRoot::writeFileBesideHostFiles(const std::string& macPath, std::string_view content,
-                                           mode_t mode) {
-  const std::string_view topLevel = std::string_view(macPath).substr(1, macPath.find('/', 1) - 1);
-  if (std::ranges::find(kOwnTopLevel, topLevel) != kOwnTopLevel.end()) {
-    writeFile(macPath, content, mode);
-  } else {
-    const Place place = placeBelow(layers_, layerPath(macPath));
-    (void)unlinkat(place.directory.get(), place.name.c_str(), 0);  // a stand-in's link
-    writeAt(place, content, mode);
-  }
-}
-
-void LayeredRoot::makeLinkBesideHostFiles(const std::string& macPath, const std::string& target) {
-  linkAt(placeBelow(layers_, layerPath(macPath)), target);
+  return placeBelow(layers_, directory / wanted.lexically_relative(existing));
 }
 
 void LayeredRoot::coverFile(const std::string& macPath, std::string_view content) {
@@ -246,7 +232,7 @@ void LayeredRoot::bindHostDirectories() const {
       continue;
     }
     if (entry.is_symlink()) {
-      makeLink("/" + name, fs::read_symlink(entry.path()));
+      linkAt(placeBelow(root_, entry.path()), fs::read_symlink(entry.path()));
     } else if (entry.is_directory()) {
       bindDirectory(entry.path(), "/" + name);
     }
@@ -273,7 +259,7 @@ void LayeredRoot::mountOverlays() const {
   }
 }
 
-void LayeredRoot::mountDevices() const {
+void LayeredRoot::mountDevices() {
   makeDirectory("/dev/shm", 0755);
   if (fs::is_directory("/dev/shm")) {  // builds may run there
     bindDirectory("/dev/shm", "/dev/shm");

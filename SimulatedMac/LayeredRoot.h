@@ -12,6 +12,8 @@
 
 namespace simulated_mac {
 
+struct Place;
+
 /// Built on a tmpfs that only the calling process and its children see. All that comes from the
 /// host is mounted read-only, so that nothing inside can change the host. Paths in the Mac are
 /// absolute; the kernel resolves them below the new root, so that none leads to a file of the host:
@@ -24,23 +26,18 @@ class LayeredRoot {
 
   /// Copies the host's directory into the new root.
   void copy(const std::string& directory) const;
-  /// Writes a file of the new root and makes its parents.
-  void writeFile(const std::string& macPath, std::string_view content, mode_t mode = 0644) const;
+  /// Writes a file and makes its parents; if the host has that directory, the file appears among
+  /// the host's. Replaces a link made before.
+  void writeFile(const std::string& macPath, std::string_view content, mode_t mode = 0644);
   /// Makes a directory of the new root with these permission bits, and its parents.
   void makeDirectory(const std::string& macPath, mode_t mode) const;
-  /// Makes a symbolic link and its parents.
-  void makeLink(const std::string& macPath, const std::string& target) const;
+  /// Makes a symbolic link in the same way.
+  void makeLink(const std::string& macPath, const std::string& target);
   /// Removes a file of the new root, if there is one.
   void remove(const std::string& macPath) const;
   /// Has no effect in a user namespace with a single user.
   void changeOwner(const std::string& macPath, uid_t user, gid_t group) const;
 
-  /// Writes a file that appears at `macPath` among the host's files in that directory, if the host
-  /// has it. Replaces a link made before.
-  void writeFileBesideHostFiles(const std::string& macPath, std::string_view content,
-                                mode_t mode = 0644);
-  /// Makes a symbolic link that appears at `macPath` among the host's files in that directory.
-  void makeLinkBesideHostFiles(const std::string& macPath, const std::string& target);
   /// Shows other content at `macPath`, a file of the host; does nothing when the host has no such
   /// file.
   void coverFile(const std::string& macPath, std::string_view content);
@@ -60,10 +57,10 @@ class LayeredRoot {
   void bindDirectory(const std::string& source, const std::string& macPath) const;
   void bindHostDirectories() const;
   void mountOverlays() const;
-  void mountDevices() const;
+  void mountDevices();
   void mountSys() const;
   void mountProc() const;
-  [[nodiscard]] std::string layerPath(const std::string& macPath);
+  [[nodiscard]] Place placeFor(const std::string& macPath);
 
   platform::Descriptor hostSys_;
   platform::Descriptor root_;

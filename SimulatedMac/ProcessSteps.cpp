@@ -46,14 +46,19 @@ void becomeUser(const std::string& user) {
   }
 }
 
-void execute(std::vector<std::string> command) {
+std::vector<char*> argumentPointers(std::vector<std::string>& command) {
   std::vector<char*> pointers;
   pointers.reserve(command.size() + 1);
   for (std::string& argument : command) {
     pointers.push_back(argument.data());
   }
   pointers.push_back(nullptr);
-  execvp(pointers[0], pointers.data());
+  return pointers;
+}
+
+void execute(std::vector<std::string> command) {
+  const std::vector<char*> arguments = argumentPointers(command);
+  execvp(arguments[0], arguments.data());
   const int reason = errno;
   printLine(STDERR_FILENO, command[0] + ": " + std::strerror(reason));
   _exit(reason == ENOENT ? 127 : 126);

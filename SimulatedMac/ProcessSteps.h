@@ -1,4 +1,4 @@
-// The process operations of the stand-ins: print, wait, change the user, execute, exit.
+// Operations of a process: print, wait, change the user, execute, exit.
 #pragma once
 #include <string>
 #include <string_view>
@@ -18,6 +18,8 @@ void printLine(int descriptor, const std::string& text);
 /// Changes to the user if the account exists and the process may, and sets an environment variable
 /// for its children.
 void becomeUser(const std::string& user);
+/// The arguments for exec(), which refer to `command`.
+[[nodiscard]] std::vector<char*> argumentPointers(std::vector<std::string>& command);
 /// Replaces the process; exits with 126 or 127 if the program can't be executed.
 [[noreturn]] void execute(std::vector<std::string> command);
 /// Ends the process as `exits` says: a status, "signal 9" or "never".

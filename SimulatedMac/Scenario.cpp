@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <ranges>
 #include <utility>
 
 #include "Platform/Text.h"
@@ -10,106 +11,72 @@
 
 namespace simulated_mac {
 
-/// Reads a scenario file line by line. Every operation returns what is wrong, or an empty string.
-class Scenario::Parser {
- public:
-  std::expected<Scenario, std::string> parse(std::string_view text, const std::string& file) {
-    while (!text.empty()) {
-      const std::size_t end = std::min(text.find('\n'), text.size());
-      ++line_;
-      if (const std::string problem = addLine(text.substr(0, end)); !problem.empty()) {
-        return std::unexpected(at(file, line_) + problem);
-      }
-      text.remove_prefix(std::min(end + 1, text.size()));
-    }
-    if (const std::string problem = finishSetting(); !problem.empty()) {
-      return std::unexpected(at(file, line_) + problem);
-    }
-    return std::move(scenario_);
-  }
+namespace {
 
- private:
-  static std::string at(const std::string& file, int line) {
-    return file + ", line " + std::to_string(line) + ": ";
-  }
+bool isBlankOrComment(std::string_view line) { return line.empty() || line.starts_with('#'); }
 
-  std::string addLine(std::string_view whole) {
-    const std::string_view line = platform::trimmed(whole);
-    if (line.starts_with('|')) {
-      return continueValue(whole.substr(whole.find('|') + 1));
-    }
-    if (line.empty() || line.starts_with('#')) {
-      return {};
-    }
-    if (std::string problem = finishSetting(); !problem.empty()) {
-      return problem;
-    }
-    return line.starts_with('[') ? beginSection(line) : beginSetting(line);
-  }
+using Lines = std::vector<std::string_view>;
 
-  std::string beginSection(std::string_view line) {
-    if (!line.ends_with(']')) {
-      return "expected \"]\" at the end of the section's name";
+/// Appends what follows "| " in the lines from `next` on, up to one that doesn't belong to the
+/// value; trailing spaces are kept.
+void readContinuation(std::string& value, Lines::const_iterator& next, Lines::const_iterator end) {
+  for (; next != end; ++next) {
+    const std::string_view line = platform::trimmed(*next);
+    if (isBlankOrComment(line)) {
+      continue;
     }
-    const std::string_view name = platform::trimmed(line.substr(1, line.find(']') - 1));
-    if (std::string problem = sectionProblem(name); !problem.empty()) {
-      return problem;
+    if (!line.starts_with('|')) {
+      return;
     }
-    section_ = &scenario_.sectionToFill(name);
-    return {};
-  }
-
-  std::string beginSetting(std::string_view line) {
-    const std::size_t equals = line.find('=');
-    if (section_ == nullptr || equals == std::string_view::npos) {
-      return "expected [section] or key = value, found \"" + std::string(line) + "\"";
-    }
-    const std::string_view key = platform::trimmed(line.substr(0, equals));
-    if (std::string problem = keyProblem(section_->name, key); !problem.empty()) {
-      return problem;
-    }
-    setting_ = &section_->settings.emplace_back(Setting{
-        .key = std::string(key), .value = std::string(platform::trimmed(line.substr(equals + 1)))});
-    settingLine_ = line_;
-    return {};
-  }
-
-  /// Adds what follows "| " on a continuation line; trailing spaces are kept.
-  std::string continueValue(std::string_view rest) {
-    if (setting_ == nullptr) {
-      return "expected a key before the first line of its value";
-    }
+    std::string_view rest = next->substr(next->find('|') + 1);
     rest.remove_prefix(rest.starts_with(' ') ? 1 : 0);
-    std::string& value = setting_->value;
     if (!value.empty() && !value.ends_with('\n')) {
       value.push_back('\n');  // the value began on the key's own line
     }
     value.append(rest).push_back('\n');
-    return {};
   }
+}
 
-  /// Checks the value, now that it is complete. A problem is reported for the line of the key.
-  std::string finishSetting() {
-    if (setting_ == nullptr) {
-      return {};
-    }
-    std::string problem = valueProblem(section_->name, *std::exchange(setting_, nullptr));
-    if (!problem.empty()) {
-      line_ = settingLine_;
-    }
-    return problem;
-  }
-
-  Scenario scenario_;
-  Section* section_ = nullptr;
-  Setting* setting_ = nullptr;  ///< May still get continuation lines.
-  int line_ = 0;
-  int settingLine_ = 0;
-};
+}  // namespace
 
 std::expected<Scenario, std::string> Scenario::parse(std::string_view text,
                                                      const std::string& file) {
-  return Parser().parse(text, file);
+  Lines lines;
+  for (const auto line : std::views::split(text, '\n')) {
+    lines.emplace_back(line);
+  }
+  Scenario scenario;
+  Section* section = nullptr;
+  for (auto next = lines.cbegin(); next != lines.cend();) {
+    const std::string_view line = platform::trimmed(*next++);
+    const std::ptrdiff_t number = next - lines.cbegin();
+    const std::size_t equals = line.find('=');
+    std::string problem;
+    if (isBlankOrComment(line)) {
+      continue;
+    }
+    if (line.starts_with('|')) {
+      problem = "expected a key before the first line of its value";
+    } else if (line.starts_with('[') && !line.ends_with(']')) {
+      problem = "expected \"]\" at the end of the section's name";
+    } else if (line.starts_with('[')) {
+      const std::string_view name = platform::trimmed(line.substr(1, line.find(']') - 1));
+      problem = sectionProblem(name);
+      section = &scenario.sectionToFill(name);
+    } else if (section == nullptr || equals == std::string_view::npos) {
+      problem = "expected [section] or key = value, found \"" + std::string(line) + "\"";
+    } else {
+      Setting setting{.key = std::string(platform::trimmed(line.substr(0, equals))),
+                      .value = std::string(platform::trimmed(line.substr(equals + 1)))};
+      readContinuation(setting.value, next, lines.cend());
+      problem = settingProblem(section->name, setting);
+      section->settings.push_back(std::move(setting));
+    }
+    if (!problem.empty()) {
+      return std::unexpected(file + ", line " + std::to_string(number) + ": " + problem);
+    }
+  }
+  return scenario;
 }
 
 std::expected<void, std::string> Scenario::add(std::string_view text) {
@@ -120,16 +87,13 @@ std::expected<void, std::string> Scenario::add(std::string_view text) {
   }
   const std::string_view name = platform::trimmed(text.substr(0, slash));
   const std::string_view key = platform::trimmed(text.substr(slash + 1, equals - slash - 1));
-  std::string problem = sectionProblem(name);
-  if (problem.empty()) {
-    problem = keyProblem(name, key);
-  }
   Setting setting{.key = std::string(key), .value = std::string(text.substr(equals + 1))};
   if (setting.value.contains('\n') && !setting.value.ends_with('\n')) {
     setting.value.push_back('\n');  // as in a file
   }
+  std::string problem = sectionProblem(name);
   if (problem.empty()) {
-    problem = valueProblem(name, setting);
+    problem = settingProblem(name, setting);
   }
   if (!problem.empty()) {
     return std::unexpected(std::move(problem));

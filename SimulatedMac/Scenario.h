@@ -51,7 +51,6 @@ class Scenario {
                                                 std::string_view key) const;
 
  private:
-  class Parser;
   Section& sectionToFill(std::string_view name);
   std::vector<Section> sections_;
 };

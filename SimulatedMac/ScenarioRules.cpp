@@ -219,31 +219,21 @@ std::string sectionProblem(std::string_view section) {
          std::string(section) + "]";
 }
 
-std::string keyProblem(std::string_view section, std::string_view name) {
-  if (section == "files") {
-    const std::filesystem::path path(name);
-    return path.is_absolute() && path.has_filename() && path == path.lexically_normal()
-               ? ""
-               : "expected the absolute path of a file in [files], found \"" + std::string(name) +
-                     "\"";
+std::string settingProblem(std::string_view section, const Setting& setting) {
+  const std::filesystem::path path(setting.key);
+  if (section == "files" &&
+      (!path.is_absolute() || !path.has_filename() || path != path.lexically_normal())) {
+    return "expected the absolute path of a file in [files], found \"" + setting.key + "\"";
   }
-  std::vector<std::string_view> names;
-  for (const Key& key : keysOf(section)) {
-    if (fits(name, key.name)) {
-      return {};
-    }
-    names.push_back(key.name);
-  }
-  return "expected one of the keys " + platform::joined(names, ", ") + " in [" +
-         std::string(section) + "], found \"" + std::string(name) + "\"";
-}
-
-std::string valueProblem(std::string_view section, const Setting& setting) {
   const std::vector<Key> keys = keysOf(section);
-  const Key& key = *std::ranges::find_if(
+  const auto key = std::ranges::find_if(
       keys, [&](const Key& candidate) { return fits(setting.key, candidate.name); });
+  if (key == keys.end()) {
+    return "expected one of the keys " + platform::joined(keys, ", ", &Key::name) + " in [" +
+           std::string(section) + "], found \"" + setting.key + "\"";
+  }
   std::string meanings;
-  for (const auto& piece : std::views::split(key.value, '|')) {
+  for (const auto& piece : std::views::split(key->value, '|')) {
     const std::string_view alternative = platform::trimmed(std::string_view(piece));
     if (matchesAlternative(setting.value, alternative)) {
       return {};
@@ -254,7 +244,7 @@ std::string valueProblem(std::string_view section, const Setting& setting) {
       }
     }
   }
-  return "expected " + std::string(key.value) + " for " + setting.key + " in [" +
+  return "expected " + std::string(key->value) + " for " + setting.key + " in [" +
          std::string(section) + "], found \"" + setting.value.substr(0, setting.value.find('\n')) +
          "\"" + meanings;
 }

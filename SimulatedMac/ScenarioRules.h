@@ -13,13 +13,11 @@ inline constexpr std::string_view kApplicationPrefix = "application ";
 /// Whether the section scripts a tool, as a list of steps.
 [[nodiscard]] bool isToolSection(std::string_view section);
 
-// Each of these returns what is wrong, as part of a message, or an empty string.
+// Both return what is wrong, as part of a message, or an empty string.
 
 /// Checks the name of a section.
 [[nodiscard]] std::string sectionProblem(std::string_view section);
-/// Checks the name of a key in a known section.
-[[nodiscard]] std::string keyProblem(std::string_view section, std::string_view name);
-/// Checks the value of a known key.
-[[nodiscard]] std::string valueProblem(std::string_view section, const Setting& setting);
+/// Checks a key and its value in a known section.
+[[nodiscard]] std::string settingProblem(std::string_view section, const Setting& setting);
 
 }  // namespace simulated_mac

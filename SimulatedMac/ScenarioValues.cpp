@@ -4,7 +4,6 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdlib>
-#include <string>
 
 #include "Platform/Text.h"
 
@@ -24,8 +23,6 @@ std::vector<std::string> words(std::string_view value) {
   return found;
 }
 
-bool isYes(std::string_view value) { return value == "yes" || value == "true"; }
-
 std::optional<int> milliseconds(std::string_view value) {
   const std::size_t length = std::min(value.find_first_not_of("0123456789."), value.size());
   const std::string digits(value.substr(0, length));
@@ -36,6 +33,15 @@ std::optional<int> milliseconds(std::string_view value) {
     return std::nullopt;
   }
   return static_cast<int>(std::lround(unit == "s" ? number * 1000 : number));
+}
+
+std::optional<std::string> serviceValue(const Scenario& scenario, std::string_view key) {
+  for (const std::string& value : scenario.values("agent service", "value")) {
+    if (value.starts_with(key) && (value.size() == key.size() || value[key.size()] == ' ')) {
+      return value.size() == key.size() ? "" : value.substr(key.size() + 1);
+    }
+  }
+  return std::nullopt;
 }
 
 }  // namespace simulated_mac

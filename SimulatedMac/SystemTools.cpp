@@ -25,17 +25,9 @@ bool isAuthorised(const ToolCall& call) {
   if (!call.has("--stdinpass")) {
     return true;
   }
-  const std::string wanted = [&] {
-    for (const std::string& value : call.scenario.values("agent service", "value")) {
-      constexpr std::string_view kKey = "PatchOSUpdatePassword ";
-      if (value.starts_with(kKey)) {
-        return value.substr(kKey.size());
-      }
-    }
-    return std::string();
-  }();
   const std::optional<std::string> argument = call.argumentAfter("--stdinpass");
-  return argument.value_or(call.input.value_or("")) == wanted;
+  return argument.value_or(call.input.value_or("")) ==
+         serviceValue(call.scenario, "PatchOSUpdatePassword").value_or("");
 }
 
 /// Prints lines such as «Downloading: 33.33%» up to 100 %, spread over the scenario's duration.

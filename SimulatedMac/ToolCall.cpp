@@ -13,6 +13,7 @@
 #include <iterator>
 #include <utility>
 
+#include "SimulatedMac/CallRecord.h"
 #include "SimulatedMac/Layout.h"
 #include "SimulatedMac/ProcessSteps.h"
 #include "SimulatedMac/ScenarioValues.h"
@@ -83,7 +84,7 @@ std::optional<std::string> readInput(const Section* steps) {
       for (int count = std::atoi(value.c_str()) * 1024; count > 0; --count) {
         printLine(STDOUT_FILENO, line);
       }
-    } else if (key == "leaves child" && isYes(value)) {
+    } else if (key == "leaves child" && value == "yes") {
       if (fork() == 0) {
         waitForever();  // keeps the tool's standard output and error open
       }
@@ -96,10 +97,11 @@ std::optional<std::string> readInput(const Section* steps) {
 
 }  // namespace
 
-ToolCall::ToolCall(const std::string& tool, const std::vector<std::string>& toolArguments)
-    : arguments(toolArguments),
+ToolCall::ToolCall(std::string toolName, std::vector<std::string> toolArguments)
+    : tool(std::move(toolName)),
+      arguments(std::move(toolArguments)),
       scenario(scenarioInForce()),
-      record_{.tool = tool, .arguments = toolArguments, .descriptors = openDescriptors()} {}
+      descriptors(openDescriptors()) {}
 
 bool ToolCall::has(std::string_view argument) const {
   return std::ranges::find(arguments, argument) != arguments.end();
@@ -112,10 +114,8 @@ std::optional<std::string> ToolCall::argumentAfter(std::string_view option) cons
 }
 
 void ToolCall::record() const {
-  CallRecord call = record_;
-  call.input = input;
-  if (!appendToRecord(call)) {
-    printLine(STDERR_FILENO, "the call of " + call.tool + " can't be recorded");
+  if (!appendToRecord(*this)) {
+    printLine(STDERR_FILENO, "the call of " + tool + " can't be recorded");
     _exit(70);
   }
 }

@@ -5,14 +5,19 @@
 #include <string_view>
 #include <vector>
 
-#include "SimulatedMac/CallRecord.h"
 #include "SimulatedMac/Scenario.h"
 
 namespace simulated_mac {
 
+/// A descriptor that was open when the program started.
+struct OpenDescriptor {
+  int number = 0;
+  std::string target;  ///< As /proc shows it: a path, "pipe:[1234]", "/dev/null".
+};
+
 struct ToolCall {
   /// Reads the effective scenario; exits with 70 on failure.
-  ToolCall(const std::string& tool, const std::vector<std::string>& toolArguments);
+  ToolCall(std::string toolName, std::vector<std::string> toolArguments);
 
   [[nodiscard]] bool has(std::string_view argument) const;
   /// The argument that follows `option`.
@@ -27,13 +32,14 @@ struct ToolCall {
   /// Reads standard input, records the call and performs the script.
   void begin(const std::string& section);
 
-  std::vector<std::string> arguments;
+  std::string tool;
+  std::vector<std::string> arguments;  ///< Without the program's name.
+  std::optional<std::string> input;    ///< All of standard input; absent when not read.
   Scenario scenario;
-  std::optional<std::string> input;
+  std::vector<OpenDescriptor> descriptors;
 
  private:
   [[nodiscard]] const Section* scriptFor(const std::string& section) const;
-  CallRecord record_;
 };
 
 }  // namespace simulated_mac

@@ -1,7 +1,6 @@
 #include "AgentLibraries/FileCodec/JSONDiagnosis.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cstdint>
 #include <optional>
 #include <utility>
@@ -103,12 +102,9 @@ bool isPlainValue(std::string_view word) {
 /// The value of the escape `\uXXXX` at `offset`; absent if there is none.
 std::optional<std::uint32_t> unicodeEscapeAt(std::string_view text, std::size_t offset) {
   const std::string_view escape = text.substr(std::min(offset, text.size())).substr(0, 6);
-  std::uint32_t value = 0;
-  if (escape.size() != 6 || !escape.starts_with("\\u") ||
-      std::from_chars(escape.data() + 2, escape.data() + 6, value, 16).ptr != escape.data() + 6) {
-    return std::nullopt;
-  }
-  return value;
+  return escape.size() == 6 && escape.starts_with("\\u")
+             ? platform::wholeNumber<std::uint32_t>(escape.substr(2), 16)
+             : std::nullopt;
 }
 
 /// Scans tokens and tracks what may come next.
@@ -260,12 +256,12 @@ class Walk {
     if (!unit) {
       return problemInEscape(R"(four hexadecimal digits after "\u")", 6);
     }
-    if (*unit < 0xD800 || *unit > 0xDFFF) {
+    if (!platform::isHighSurrogate(*unit) && !platform::isLowSurrogate(*unit)) {
       at_ += 5;
       return std::nullopt;
     }
     const std::optional<std::uint32_t> second = unicodeEscapeAt(text_, at_ + 6);
-    if (*unit > 0xDBFF || !second || *second < 0xDC00 || *second > 0xDFFF) {
+    if (!platform::isHighSurrogate(*unit) || !second || !platform::isLowSurrogate(*second)) {
       return problemInEscape("a pair of surrogates", 6);
     }
     at_ += 11;

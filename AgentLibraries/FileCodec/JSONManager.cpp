@@ -2,7 +2,6 @@
 
 #include <cstdint>
 
-#include "AgentLibraries/FileCodec/FileReason.h"
 #include "Platform/Files.h"
 
 namespace FileCodec {
@@ -15,7 +14,7 @@ constexpr std::uint64_t kMaximumJSONBytes = std::uint64_t{1} << 30;
 std::string readTextFile(const std::string& path) {
   auto bytes = platform::readFile(path, {.maximumBytes = kMaximumJSONBytes});
   if (!bytes) {
-    throw DecodingError(path, {}, {}, reasonOf(bytes.error(), path));
+    throw DecodingError(path, {}, {}, bytes.error().reason);
   }
   return *std::move(bytes);
 }

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "AgentLibraries/FileCodec/JSONText.h"
+#include "Platform/Text.h"
 
 namespace FileCodec {
 
@@ -52,24 +53,13 @@ class JSONObject {
 
 /// An array of values that are already JSON.
 [[nodiscard]] inline std::string jsonArray(const std::vector<std::string>& values) {
-  std::string out = "[";
-  for (std::string_view separator; const std::string& value : values) {
-    (out += separator) += value;
-    separator = ",";
-  }
-  return out += ']';
+  return "[" + platform::joined(values, ",") + "]";
 }
 
 /// `["a","b"]`
 template <typename Texts>
 [[nodiscard]] std::string jsonList(const Texts& texts) {
-  std::string out = "[";
-  for (std::string_view separator; const auto& text : texts) {
-    out += separator;
-    appendJSONString(out, text);
-    separator = ",";
-  }
-  return out += ']';
+  return "[" + platform::joined(texts, ",", jsonString) + "]";
 }
 
 /// `{"key":"value"}`

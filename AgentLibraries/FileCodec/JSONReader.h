@@ -11,32 +11,19 @@ namespace FileCodec {
 /// Receives the events of one JSON text in order. Returning false stops the reader. A string or
 /// member name without escapes is a view into the text, followed by its closing quotation mark, and
 /// lives as long as the text; one with escapes is decoded elsewhere and valid only during the call.
+/// Events that a derived class doesn't override are ignored.
 class JSONEvents {
  public:
   virtual ~JSONEvents() = default;
-  virtual bool beginObject() = 0;
-  virtual bool memberName(std::string_view name) = 0;
-  virtual bool endObject() = 0;
-  virtual bool beginArray() = 0;
-  virtual bool endArray() = 0;
-  virtual bool string(std::string_view value) = 0;
-  virtual bool number() = 0;
-  virtual bool boolean() = 0;
-  virtual bool null() = 0;
-};
-
-/// Ignores all events but those that a derived class overrides.
-class IgnoredJSONEvents : public JSONEvents {
- public:
-  bool beginObject() override { return true; }
-  bool memberName(std::string_view /*name*/) override { return true; }
-  bool endObject() override { return true; }
-  bool beginArray() override { return true; }
-  bool endArray() override { return true; }
-  bool string(std::string_view /*value*/) override { return true; }
-  bool number() override { return true; }
-  bool boolean() override { return true; }
-  bool null() override { return true; }
+  virtual bool beginObject() { return true; }
+  virtual bool memberName(std::string_view /*name*/) { return true; }
+  virtual bool endObject() { return true; }
+  virtual bool beginArray() { return true; }
+  virtual bool endArray() { return true; }
+  virtual bool string(std::string_view /*value*/) { return true; }
+  virtual bool number() { return true; }
+  virtual bool boolean() { return true; }
+  virtual bool null() { return true; }
 };
 
 enum class JSONOutcome : unsigned char {

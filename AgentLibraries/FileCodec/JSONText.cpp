@@ -22,24 +22,13 @@ std::string unicodeEscape(char32_t codePoint) {
 }  // namespace
 
 void appendJSONEscape(std::string& out, char control) {
-  switch (control) {
-    case '\b':
-      out += "\\b";
-      return;
-    case '\t':
-      out += "\\t";
-      return;
-    case '\n':
-      out += "\\n";
-      return;
-    case '\f':
-      out += "\\f";
-      return;
-    case '\r':
-      out += "\\r";
-      return;
-    default:
-      out += unicodeEscape(static_cast<unsigned char>(control));
+  constexpr std::string_view kWithLetters = "\b\t\n\f\r";
+  constexpr std::string_view kLetters = "btnfr";
+  const std::size_t index = kWithLetters.find(control);
+  if (index == std::string_view::npos) {
+    out += unicodeEscape(static_cast<unsigned char>(control));
+  } else {
+    out.append({'\\', kLetters[index]});
   }
 }
 

@@ -7,7 +7,6 @@
 #include <utility>
 #include <variant>
 
-#include "AgentLibraries/FileCodec/FileReason.h"
 #include "Platform/Files.h"
 
 namespace FileCodec {
@@ -48,7 +47,7 @@ std::expected<PropertyList::Dictionary, PropertyListFileError> readPropertyListF
   const auto bytes = platform::readFile(path, {.maximumBytes = kMaximumPropertyListBytes});
   if (!bytes) {
     return failure(kindOf(bytes.error().code), path, "a readable regular file of at most 64 MiB",
-                   reasonOf(bytes.error(), path));
+                   bytes.error().reason);
   }
   if (bytes->empty()) {
     return failure(Kind::missing, path, "a property list", "an empty file");

@@ -238,21 +238,17 @@ class AgentServiceConnection::Proxy final : public AgentServiceProtocol {
   /// The connected channel; null on failure.
   std::shared_ptr<Channel> connected() {
     EndOfChannel ended;  // outlives the lock, which its last replies may need
-    std::shared_ptr<Channel> channel;
-    {
-      const std::scoped_lock lock(mutex_);
-      if (closed_) {
-        return nullptr;
-      }
-      if (channel_ && channel_->hasEnded()) {
-        ended.channel = std::exchange(channel_, nullptr);
-      }
-      if (!channel_) {
-        channel_ = connect(longestConnect_);
-      }
-      channel = channel_;
+    const std::scoped_lock lock(mutex_);
+    if (closed_) {
+      return nullptr;
     }
-    return channel;
+    if (channel_ && channel_->hasEnded()) {
+      ended.channel = std::exchange(channel_, nullptr);
+    }
+    if (!channel_) {
+      channel_ = connect(longestConnect_);
+    }
+    return channel_;
   }
 
   /// Closes the connection; later requests fail.

@@ -22,7 +22,7 @@ constexpr std::string_view kKey = "fetchStatusMessageForKey";
 constexpr std::string_view kValue = "value";
 
 template <typename Read>
-bool parseObject(std::string_view line, const Read& read) {
+void parseObject(std::string_view line, const Read& read) {
   constexpr std::size_t kBytesPerByteOfText = 16;
   constexpr std::size_t kBytesForAnyText = 4096;
   std::string memory;
@@ -38,22 +38,18 @@ bool parseObject(std::string_view line, const Read& read) {
       const json::value message = parser.release();
       if (const json::object* const members = message.if_object()) {
         read(*members);
-        return true;
       }
     }
-  } catch (const std::bad_alloc&) {
-    return false;  // far more than a message needs
+  } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch)
+    // The line has far more structure than a message.
   }
-  return false;
 }
 
-/// Calls `read` with the members of the JSON object in `line`. Returns false if there is none. The
-/// parser allocates only from a buffer that is wiped; it decodes escapes in one on the stack.
+/// Calls `read` with the members of the JSON object in `line`, if there is one. The parser
+/// allocates only from a buffer that is wiped; it decodes escapes in one on the stack.
 template <typename Read>
-bool readObject(std::string_view line, const Read& read) {
-  bool isObject = false;
-  platform::thenWipeStack([&] { isObject = parseObject(line, read); });
-  return isObject;
+void readObject(std::string_view line, const Read& read) {
+  platform::thenWipeStack([&] { parseObject(line, read); });
 }
 
 std::optional<std::int64_t> integerIn(const json::object& members, std::string_view name) {
@@ -111,24 +107,24 @@ std::string replyLine(std::int64_t id, const std::optional<std::string>& value) 
 
 std::optional<AgentServiceRequest> parseRequest(std::string_view line) {
   std::optional<AgentServiceRequest> request;
-  const bool isObject = readObject(line, [&](const json::object& members) {
+  readObject(line, [&](const json::object& members) {
     const std::optional<std::int64_t> id = integerIn(members, kID);
     std::optional<std::string> key = textIn(members, kKey);
     if (id && key) {
       request = {.id = *id, .key = *std::move(key)};
     }
   });
-  return isObject ? std::move(request) : std::nullopt;
+  return request;
 }
 
 std::optional<AgentServiceReply> parseReply(std::string_view line) {
   std::optional<AgentServiceReply> reply;
-  const bool isObject = readObject(line, [&](const json::object& members) {
+  readObject(line, [&](const json::object& members) {
     if (const std::optional<std::int64_t> id = integerIn(members, kID)) {
       reply.emplace(AgentServiceReply{.id = *id, .value = textIn(members, kValue)});
     }
   });
-  return isObject ? std::move(reply) : std::nullopt;
+  return reply;
 }
 
 LineBuffer::LineBuffer() : bytes_(kLongestLine, '\0') {}

@@ -1,14 +1,15 @@
 #include "AgentLibraries/vxutils/MDMEnrollmentUtil.h"
 
-#include <algorithm>
 #include <chrono>
 #include <optional>
-#include <string>
+#include <ranges>
+#include <string_view>
 
 #include "AgentLibraries/LogCore/Logger.h"
 #include "AgentLibraries/LogCore/Text.h"
 #include "AgentLibraries/vxutils/EnrollmentStatus.h"
 #include "Platform/Process.h"
+#include "Platform/Text.h"
 
 namespace vxutils {
 namespace {
@@ -17,25 +18,18 @@ using LogCore::text;
 
 constexpr LogCore::LogTag kEnrollmentTag{"getEnrollmentType()"};
 constexpr const char* kTool = "/usr/bin/profiles";
+constexpr std::string_view kBlanks = " \t\r";
 constexpr std::size_t kMaximumOutputBytes = std::size_t{64} * 1024;
-
-std::string_view trimmed(std::string_view text) {
-  constexpr std::string_view kBlanks = " \t\r";
-  const std::size_t first = std::min(text.find_first_not_of(kBlanks), text.size());
-  return text.substr(first, text.find_last_not_of(kBlanks) + 1 - first);
-}
 
 /// The answer in the first line that starts with `question`: true for "Yes…"; absent if there is
 /// none.
 std::optional<bool> answerTo(std::string_view question, std::string_view report) {
-  while (!report.empty()) {
-    const std::size_t end = std::min(report.find('\n'), report.size());
-    const std::string_view line = trimmed(report.substr(0, end));
+  for (const auto piece : std::views::split(report, '\n')) {
+    const std::string_view line = platform::trimmed(std::string_view(piece), kBlanks);
     if (line.starts_with(question)) {
-      const std::string_view answer = trimmed(line.substr(question.size()));
+      const std::string_view answer = platform::trimmed(line.substr(question.size()), kBlanks);
       return answer == "Yes" || answer.starts_with("Yes ");
     }
-    report.remove_prefix(std::min(end + 1, report.size()));
   }
   return std::nullopt;
 }
@@ -84,12 +78,10 @@ MDMEnrollmentUtil& MDMEnrollmentUtil::shared() {
 }
 
 EnrollmentType MDMEnrollmentUtil::getEnrollmentType(std::chrono::milliseconds timeout) const {
-  platform::ProcessRequest request;
-  request.executable = kTool;
-  request.arguments = {"status", "-type", "enrollment"};
-  request.timeout = timeout;
-  request.maximumOutputBytes = kMaximumOutputBytes;
-  return enrollmentFrom(platform::runProcess(request));
+  return enrollmentFrom(platform::runProcess({.executable = kTool,
+                                              .arguments = {"status", "-type", "enrollment"},
+                                              .timeout = timeout,
+                                              .maximumOutputBytes = kMaximumOutputBytes}));
 }
 
 }  // namespace vxutils

@@ -3,6 +3,7 @@
 #include <deque>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <utility>
 
 #include "AgentLibraries/LogCore/Logger.h"
@@ -59,14 +60,14 @@ void setNotificationHandler(NotificationHandler handler) {
 void putNotification(std::int32_t code, void* argument) {
   Center& shared = center();
   std::shared_ptr<const NotificationHandler> handler;
-  std::deque<Notification> dropped;
+  std::optional<Notification> dropped;
   {
     const std::scoped_lock lock(shared.mutex);
     handler = shared.handler;
     if (!handler) {
       shared.waiting.push_back({.code = code, .argument = argument});
       if (shared.waiting.size() > kMostWaiting) {
-        dropped.push_back(shared.waiting.front());
+        dropped = shared.waiting.front();
         shared.waiting.pop_front();
       }
     }
@@ -74,10 +75,10 @@ void putNotification(std::int32_t code, void* argument) {
   if (handler) {
     (*handler)(code, argument);
   }
-  for (const Notification& notification : dropped) {
+  if (dropped) {
     logError(LogCore::LogTag{"putNotification(_:_:)"}, [&] {
       return LogCore::text("Too many notifications wait for a handler, dropped the oldest, code ",
-                           notification.code, ".");
+                           dropped->code, ".");
     });
   }
 }

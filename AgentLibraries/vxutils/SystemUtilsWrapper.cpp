@@ -2,6 +2,7 @@
 
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "AgentLibraries/vxutils/SessionNames.h"
 #include "Platform/Text.h"
@@ -21,19 +22,13 @@ std::string consoleUserOrNobody(std::optional<std::string> name) {
   return *std::move(name);
 }
 
-std::optional<std::string> joinedNames(const std::vector<std::string>& names) {
-  if (names.empty()) {
-    return std::nullopt;
-  }
-  return platform::joined(names, ",");
-}
-
 std::string SystemUtilsWrapper::currentConsoleUserWrapper() const {
   return consoleUserOrNobody(platform::consoleUserName());
 }
 
 std::optional<std::string> SystemUtilsWrapper::getLoggedOnUsers() const {
-  return joinedNames(platform::loggedOnUserNames());
+  const std::vector<std::string> names = platform::loggedOnUserNames();
+  return names.empty() ? std::nullopt : std::optional(platform::joined(names, ","));
 }
 
 }  // namespace vxutils

@@ -8,10 +8,7 @@
 namespace agent_tool {
 namespace {
 
-struct CodePointRange {
-  char32_t first;
-  char32_t last;
-};
+using platform::CodePointRange;
 
 /// Combining marks.
 constexpr std::array kCombining{CodePointRange{0x300, 0x36F},   CodePointRange{0x1AB0, 0x1AFF},
@@ -25,13 +22,6 @@ constexpr std::array kWide{CodePointRange{0x1100, 0x115F},  CodePointRange{0x2E8
                            CodePointRange{0xFFE0, 0xFFE6},  CodePointRange{0x1F300, 0x1FAFF},
                            CodePointRange{0x20000, 0x3FFFD}};
 
-template <std::size_t Count>
-bool isIn(const std::array<CodePointRange, Count>& ranges, char32_t codePoint) {
-  return std::ranges::any_of(ranges, [&](const CodePointRange& range) {
-    return codePoint >= range.first && codePoint <= range.last;
-  });
-}
-
 /// Removes the next character, or one invalid byte, from `text`.
 std::string_view takeCharacter(std::string_view& text) {
   const std::size_t length = std::max<std::size_t>(platform::utf8SequenceLength(text), 1);
@@ -42,10 +32,10 @@ std::string_view takeCharacter(std::string_view& text) {
 
 std::size_t widthOf(std::string_view character) {
   const char32_t codePoint = platform::decodeUTF8(character);
-  if (isIn(kCombining, codePoint)) {
+  if (isInAny(kCombining, codePoint)) {
     return 0;
   }
-  return isIn(kWide, codePoint) ? 2 : 1;
+  return isInAny(kWide, codePoint) ? 2 : 1;
 }
 
 }  // namespace

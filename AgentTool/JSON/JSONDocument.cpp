@@ -170,7 +170,7 @@ std::expected<const JSONValue*, FileCodec::JSONReading> JSONDocument::read(
   if (!error && consumed == json.size()) {
     return parser.handler().values().data();
   }
-  FileCodec::IgnoredJSONEvents events;
+  FileCodec::JSONEvents events;
   FileCodec::JSONReading reading = FileCodec::readJSON(text, events, original);
   if (reading.outcome == FileCodec::JSONOutcome::hugeExponent) {
     reading.expected = "a number that fits a double";

@@ -27,6 +27,7 @@ constexpr std::string_view kTemporaryMark = ".vexlo-";
 
 std::unexpected<FileError> failure(const std::string& path, int number, std::string_view reason) {
   return std::unexpected(FileError{.code = {number, std::generic_category()},
+                                   .reason = std::string(reason),
                                    .message = path + ": " + std::string(reason)});
 }
 std::unexpected<FileError> failure(const std::string& path, int number) {

@@ -55,7 +55,7 @@ TEST(JSONReaderTest, SyntaxErrorHasPositionExpectedAndFound) {
           {deep,
            "line 1, column 513: expected at most 512 levels of nesting, found a deeper one"}}) {
     SCOPED_TRACE(problem);
-    IgnoredJSONEvents events;
+    JSONEvents events;
     const JSONReading reading = readJSON(text, events);
     EXPECT_EQ(reading.outcome, JSONOutcome::syntaxError);
     EXPECT_EQ(syntaxError("", reading).what(), std::string(problem));
@@ -63,7 +63,7 @@ TEST(JSONReaderTest, SyntaxErrorHasPositionExpectedAndFound) {
 }
 
 TEST(JSONReaderTest, HugeExponentsAreShortened) {
-  IgnoredJSONEvents events;
+  JSONEvents events;
   const std::string text =
       R"({"1e99999999999\\":[-1.5E+99999999999,1e-0000000000,"\"1e99999999999"]})";
   EXPECT_EQ(readJSON(text, events).outcome, JSONOutcome::hugeExponent);

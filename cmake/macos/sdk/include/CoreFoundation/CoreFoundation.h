@@ -25,7 +25,6 @@ typedef int32_t SInt32;
 typedef long CFIndex;
 typedef unsigned long CFTypeID;
 typedef unsigned long CFHashCode;
-typedef unsigned long CFOptionFlags;
 typedef double CFTimeInterval;
 typedef CFTimeInterval CFAbsoluteTime;  // seconds since 2001-01-01 00:00:00 UTC
 typedef struct {
@@ -106,7 +105,6 @@ Boolean CFURLCopyResourcePropertyForKey(CFURLRef url, CFStringRef key, void* _Nu
                                         CFErrorRef _Nullable* _Nullable error);
 CFStringRef _Nullable CFErrorCopyDescription(CFErrorRef error) CF_RETURNS_RETAINED;
 
-typedef CFStringRef CFLocaleIdentifier;
 typedef CFStringRef CFCalendarIdentifier;
 CFLocaleRef _Nullable CFLocaleCopyCurrent(void) CF_RETURNS_RETAINED;
 CFArrayRef _Nullable CFLocaleCopyPreferredLanguages(void) CF_RETURNS_RETAINED;
