@@ -29,16 +29,16 @@ std::string userName() {
 
 }  // namespace
 
-std::vector<OpenDescriptor> openDescriptors() {
-  std::vector<OpenDescriptor> found;
+std::vector<InheritedDescriptor> inheritedDescriptors() {
+  std::vector<InheritedDescriptor> found;
   for (const fs::directory_entry& entry : fs::directory_iterator("/proc/self/fd")) {
-    std::error_code ignored;
-    const std::string target = fs::read_symlink(entry.path(), ignored);
-    if (!target.ends_with("/fd") && !target.empty()) {
-      found.push_back({std::atoi(entry.path().filename().c_str()), target});
+    const int number = std::atoi(entry.path().filename().c_str());
+    if (const int flags = fcntl(number, F_GETFD); flags >= 0 && (flags & FD_CLOEXEC) == 0) {
+      std::error_code ignored;
+      found.push_back({number, fs::read_symlink(entry.path(), ignored)});
     }
   }
-  std::ranges::sort(found, {}, &OpenDescriptor::number);
+  std::ranges::sort(found, {}, &InheritedDescriptor::number);
   return found;
 }
 
@@ -49,7 +49,7 @@ bool appendToRecord(const ToolCall& call) {
   }
   std::vector<std::string> descriptors;
   descriptors.reserve(call.descriptors.size());
-  for (const OpenDescriptor& descriptor : call.descriptors) {
+  for (const InheritedDescriptor& descriptor : call.descriptors) {
     descriptors.push_back(JSONObject()
                               .addNumber("number", descriptor.number)
                               .addString("target", descriptor.target)

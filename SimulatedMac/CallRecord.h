@@ -6,8 +6,9 @@
 
 namespace simulated_mac {
 
-/// The descriptors that are open now, without the one that reads the list.
-[[nodiscard]] std::vector<OpenDescriptor> openDescriptors();
+/// The descriptors that the program was started with. Those that it opened itself close on exec,
+/// which an inherited one can't.
+[[nodiscard]] std::vector<InheritedDescriptor> inheritedDescriptors();
 
 /// Appends the call to the record file, with the process's user, session, directory and
 /// environment:

@@ -101,7 +101,7 @@ ToolCall::ToolCall(std::string toolName, std::vector<std::string> toolArguments)
     : tool(std::move(toolName)),
       arguments(std::move(toolArguments)),
       scenario(scenarioInForce()),
-      descriptors(openDescriptors()) {}
+      descriptors(inheritedDescriptors()) {}
 
 bool ToolCall::has(std::string_view argument) const {
   return std::ranges::find(arguments, argument) != arguments.end();

@@ -10,7 +10,7 @@
 namespace simulated_mac {
 
 /// A descriptor that was open when the program started.
-struct OpenDescriptor {
+struct InheritedDescriptor {
   int number = 0;
   std::string target;  ///< As /proc shows it: a path, "pipe:[1234]", "/dev/null".
 };
@@ -36,7 +36,7 @@ struct ToolCall {
   std::vector<std::string> arguments;  ///< Without the program's name.
   std::optional<std::string> input;    ///< All of standard input; absent when not read.
   Scenario scenario;
-  std::vector<OpenDescriptor> descriptors;
+  std::vector<InheritedDescriptor> descriptors;
 
  private:
   [[nodiscard]] const Section* scriptFor(const std::string& section) const;
