@@ -12,7 +12,7 @@ std::string withoutControlCharacters(std::string_view text) {
   out.reserve(text.size());
   for (const char c : text) {
     if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) {
-      appendJSONEscape(out, c);
+      appendJSONEscape(out, static_cast<unsigned char>(c));
     } else {
       out += c;
     }

@@ -1,22 +1,14 @@
 // Explains where and why text isn't valid JSON, after the fast reader has failed.
 #pragma once
 #include <cstddef>
-#include <string>
 #include <string_view>
+
+#include "AgentLibraries/FileCodec/JSONReader.h"
 
 namespace FileCodec {
 
-struct JSONProblem {
-  std::size_t offset = 0;
-  std::string expected;
-  std::string found;
-};
-
-/// What is wrong in `text`, which is valid up to `failure` except perhaps for the token that ends
-/// there. Scans the text again, without recursion.
-[[nodiscard]] JSONProblem diagnoseJSON(std::string_view text, std::size_t failure);
-
-/// What is at `offset`, for an error message: «"}"», «"nul"», «a string», «the end of the text».
-[[nodiscard]] std::string describeJSONAt(std::string_view text, std::size_t offset);
+/// What was expected and found in `text`, and its offset; sets nothing else. The text is valid up
+/// to `failure` except perhaps for the token that ends there. Scans it again, without recursion.
+[[nodiscard]] JSONReading diagnoseJSON(std::string_view text, std::size_t failure);
 
 }  // namespace FileCodec

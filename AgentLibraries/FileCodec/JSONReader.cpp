@@ -71,16 +71,6 @@ class Handler : public IgnoredParserEvents {
   bool stopped_ = false;
 };
 
-JSONProblem problemAt(std::string_view text, std::size_t offset,
-                      const boost::system::error_code& error) {
-  if (error == json::error::too_deep) {
-    return {.offset = offset,
-            .expected = "at most " + std::to_string(kMaximumDepth) + " levels of nesting",
-            .found = "a deeper one"};
-  }
-  return diagnoseJSON(text, offset);
-}
-
 }  // namespace
 
 JSONReading readJSON(std::string_view text, JSONEvents& events) {
@@ -97,51 +87,43 @@ JSONReading readJSON(std::string_view text, JSONEvents& events, std::string_view
   json::basic_parser<Handler> parser(options, events);
   boost::system::error_code error;
   const std::size_t consumed = parser.write_some(false, text.data(), text.size(), error);
-  JSONReading reading;
   if (parser.handler().stopped()) {
-    reading.outcome = JSONOutcome::stoppedByEvents;
-    return reading;
+    return {.outcome = JSONOutcome::stoppedByEvents};
   }
   if (!error && consumed == text.size()) {
-    return reading;
+    return {};
   }
   if (error == json::error::exponent_overflow) {
-    reading.outcome = JSONOutcome::hugeExponent;
-    return reading;
+    return {.outcome = JSONOutcome::hugeExponent};
   }
-  JSONProblem problem = problemAt(original, consumed, error);
-  const std::string_view before = original.substr(0, problem.offset);
-  return {.outcome = JSONOutcome::syntaxError,
-          .expected = std::move(problem.expected),
-          .found = std::move(problem.found),
-          .offset = problem.offset,
-          .line = static_cast<std::size_t>(std::ranges::count(before, '\n')) + 1,
-          .column = before.size() - (before.rfind('\n') + 1) + 1};
+  JSONReading reading = error == json::error::too_deep
+                            ? JSONReading{.expected = "at most " + std::to_string(kMaximumDepth) +
+                                                      " levels of nesting",
+                                          .found = "a deeper one",
+                                          .offset = consumed}
+                            : diagnoseJSON(original, consumed);
+  reading.outcome = JSONOutcome::syntaxError;
+  const std::string_view before = original.substr(0, reading.offset);
+  reading.line = static_cast<std::size_t>(std::ranges::count(before, '\n')) + 1;
+  reading.column = before.size() - (before.rfind('\n') + 1) + 1;
+  return reading;
 }
 
 std::string withShortExponents(std::string text) {
   constexpr std::size_t kMostDigits = 5;
-  const auto isDigit = [&](std::size_t at) {
-    return at < text.size() && text[at] >= '0' && text[at] <= '9';
-  };
   bool inString = false;
   for (std::size_t at = 0; at < text.size(); ++at) {
-    if (inString && text[at] == '\\') {
+    const char c = text[at];
+    if (inString && c == '\\') {
       ++at;  // and the escaped character
-    } else if (inString) {
-      inString = text[at] != '"';
-    } else if (text[at] == '"') {
-      inString = true;
-    } else if ((text[at] == 'e' || text[at] == 'E') && at > 0 && isDigit(at - 1)) {
+    } else if (c == '"') {
+      inString = !inString;
+    } else if (!inString && (c == 'e' || c == 'E')) {
       std::size_t first = at + 1;
-      first += first < text.size() && (text[first] == '+' || text[first] == '-') ? 1 : 0;
-      std::size_t end = first;
-      while (isDigit(end)) {
-        ++end;
-      }
+      first += std::string_view("+-").contains(text[first]) ? 1 : 0;
+      const std::size_t end = std::min(text.find_first_not_of("0123456789", first), text.size());
       if (end - first > kMostDigits) {
-        std::fill(text.begin() + static_cast<std::ptrdiff_t>(first),
-                  text.begin() + static_cast<std::ptrdiff_t>(end), '0');
+        text.replace(first, end - first, end - first, '0');
       }
       at = end - 1;
     }

@@ -14,19 +14,14 @@ constexpr std::string_view kReplacementCharacter = "\xEF\xBF\xBD";
 /// Whether it needs no escape in a string, as most characters.
 constexpr bool isPlain(char c) { return c >= 0x20 && c < 0x7F && c != '"' && c != '\\'; }
 
-/// The escape of a code point below U+10000: `\u009b`.
-std::string unicodeEscape(char32_t codePoint) {
-  return "\\u" + platform::hexadecimal(codePoint, 4);
-}
-
 }  // namespace
 
-void appendJSONEscape(std::string& out, char control) {
-  constexpr std::string_view kWithLetters = "\b\t\n\f\r";
-  constexpr std::string_view kLetters = "btnfr";
-  const std::size_t index = kWithLetters.find(control);
+void appendJSONEscape(std::string& out, char32_t codePoint) {
+  constexpr std::u32string_view kWithLetters = U"\"\\\b\t\n\f\r";
+  constexpr std::string_view kLetters = "\"\\btnfr";
+  const std::size_t index = kWithLetters.find(codePoint);
   if (index == std::string_view::npos) {
-    out += unicodeEscape(static_cast<unsigned char>(control));
+    out += "\\u" + platform::hexadecimal(codePoint, 4);
   } else {
     out.append({'\\', kLetters[index]});
   }
@@ -50,22 +45,14 @@ void appendJSONString(std::string& out, std::string_view text) {
       break;
     }
     const std::size_t length = platform::utf8SequenceLength(text);
-    const char first = text.front();
+    const std::string_view character = text.substr(0, length);
     if (length == 0) {
       out += kReplacementCharacter;
-    } else if (first == '"' || first == '\\') {
-      out += '\\';
-      out += first;
-    } else if (static_cast<unsigned char>(first) < 0x20) {
-      appendJSONEscape(out, first);
+    } else if (const char32_t codePoint = platform::decodeUTF8(character);
+               codePoint == U'"' || codePoint == U'\\' || platform::isUnprintable(codePoint)) {
+      appendJSONEscape(out, codePoint);
     } else {
-      const std::string_view character = text.substr(0, length);
-      const char32_t codePoint = platform::decodeUTF8(character);
-      if (platform::isUnprintable(codePoint)) {
-        out += unicodeEscape(codePoint);
-      } else {
-        out += character;
-      }
+      out += character;
     }
     text.remove_prefix(std::max<std::size_t>(length, 1));
   }

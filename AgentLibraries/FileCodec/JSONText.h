@@ -12,7 +12,7 @@ namespace FileCodec {
 /// Appends `jsonString(text)`: at most 6 bytes per byte of `text`, plus 2.
 void appendJSONString(std::string& out, std::string_view text);
 
-/// Appends the escape of a control character, such as `\n` or `\u001b`.
-void appendJSONEscape(std::string& out, char control);
+/// Appends the escape of a character below U+10000, such as `\"`, `\n` or `\u001b`.
+void appendJSONEscape(std::string& out, char32_t codePoint);
 
 }  // namespace FileCodec
