@@ -42,14 +42,6 @@ std::string encoded(const std::string& path, const PropertyList& list) {
   }
 }
 
-void write(const std::string& path, PropertyList::Dictionary dictionary) {
-  const auto written =
-      platform::writeFileAtomically(path, encoded(path, PropertyList(std::move(dictionary))));
-  if (!written) {
-    throw std::runtime_error(written.error().message);
-  }
-}
-
 }  // namespace
 
 std::optional<PropertyList> RawPlistManager::fetchValue(const std::string& key) const {
@@ -75,7 +67,9 @@ void RawPlistManager::updateValue(std::optional<PropertyList> value, const std::
 }
 
 void RawPlistManager::save(const std::optional<std::string>& path) {
-  const auto lock = platform::FileLock::acquire(path.value_or(filePath_));
+  const std::string target = path.value_or(filePath_);
+  const bool isOwnPath = target == filePath_;
+  const auto lock = platform::FileLock::acquire(target);
   if (!lock) {
     throw std::runtime_error(lock.error().message);
   }
@@ -85,41 +79,40 @@ void RawPlistManager::save(const std::optional<std::string>& path) {
                   lock->setAside(), ".");
     });
   }
-  platform::removeLeftovers(path.value_or(filePath_));
-  if (!path || *path == filePath_) {
-    saveToOwnPath();
-    return;
-  }
+  platform::removeLeftovers(target);
   auto dictionary = readPropertyListFile(filePath_);
-  if (!dictionary && dictionary.error().kind != Kind::missing) {
-    throw std::move(dictionary.error().error);
-  }
-  write(*path, updated(std::move(dictionary).value_or(PropertyList::Dictionary{}), updates_));
-}
-
-void RawPlistManager::saveToOwnPath() {
-  auto dictionary = readPropertyListFile(filePath_);
-  if (dictionary || dictionary.error().kind == Kind::missing) {
-    write(filePath_, updated(std::move(dictionary).value_or(PropertyList::Dictionary{}), updates_));
-  } else if (dictionary.error().kind == Kind::damaged) {
-    const auto name = platform::setFileAside(filePath_, ".damaged");
+  std::optional<std::string> damaged;  // the name of the file that could not be used
+  if (!dictionary && dictionary.error().kind == Kind::damaged && isOwnPath) {
+    auto name = platform::setFileAside(filePath_, ".damaged");
     if (!name) {
       throw std::runtime_error(text("can't keep aside ", name.error().message));
     }
-    try {
-      write(filePath_, updated({}, updates_));
-    } catch (...) {
-      platform::undoSettingAside(filePath_, *name);
-      throw;
-    }
-    logError(kSaveTag, [&] {
-      return text("Replaced a file that could not be used, it is kept as ", *name, ": ",
-                  dictionary.error().error.what(), ".");
-    });
-  } else {
+    damaged = *std::move(name);
+  } else if (!dictionary && dictionary.error().kind != Kind::missing) {
     throw std::move(dictionary.error().error);
   }
-  updates_.clear();
+  try {
+    const auto written = platform::writeFileAtomically(
+        target,
+        encoded(target, updated(dictionary.value_or(PropertyList::Dictionary{}), updates_)));
+    if (!written) {
+      throw std::runtime_error(written.error().message);
+    }
+  } catch (...) {
+    if (damaged) {
+      platform::undoSettingAside(filePath_, *damaged);
+    }
+    throw;
+  }
+  if (damaged) {
+    logError(kSaveTag, [&] {
+      return text("Replaced a file that could not be used, it is kept as ", *damaged, ": ",
+                  dictionary.error().error.what(), ".");
+    });
+  }
+  if (isOwnPath) {
+    updates_.clear();
+  }
 }
 
 }  // namespace FileCodec

@@ -31,8 +31,6 @@ class RawPlistManager {
   void save(const std::optional<std::string>& path = std::nullopt);
 
  private:
-  void saveToOwnPath();
-
   std::string filePath_;
   std::map<std::string, std::optional<platform::PropertyList>> updates_;
 };
