@@ -1,6 +1,7 @@
 #include "AgentLibraries/LogCore/Logger.h"
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <cstddef>
@@ -9,6 +10,7 @@
 #include <utility>
 
 #include "AgentLibraries/LogCore/StandardErrorSink.h"
+#include "AgentLibraries/LogCore/Text.h"
 #include "Platform/Calendar.h"
 #include "Platform/Descriptor.h"
 #include "Platform/PrintableText.h"
@@ -19,22 +21,11 @@ namespace {
 constexpr int kStandardError = 2;
 
 constexpr std::size_t kMostMessageBytes = std::size_t{1} << 20;
+constexpr std::array<std::string_view, 3> kPaddedNames{"DEBUG", "INFO ", "ERROR"};  // of the levels
 
 std::string now() {
   using namespace std::chrono;
   return timestamp(floor<milliseconds>(system_clock::now()));
-}
-
-std::string_view paddedName(LogLevel level) {
-  switch (level) {
-    case LogLevel::debug:
-      return "DEBUG";
-    case LogLevel::info:
-      return "INFO ";
-    case LogLevel::error:
-      return "ERROR";
-  }
-  std::unreachable();
 }
 
 }  // namespace
@@ -48,24 +39,14 @@ std::string timestamp(std::chrono::sys_time<std::chrono::milliseconds> time) {
 
 std::string logLine(LogLevel level, const LogTag& tag, std::uint32_t line,
                     const MessageBuilder& build) {
-  std::string out = now();
-  out += ' ';
-  out += paddedName(level);
-  out += ' ';
-  out += tag.file;
-  out += ' ';
-  out += tag.function;
-  out += ':';
-  out += std::to_string(line);
-  out += ' ';
   const std::string message = build().text;
   const std::string_view shown = std::string_view(message).substr(0, kMostMessageBytes);
-  out += platform::printable(shown, platform::Tabs::kept);
-  if (shown.size() < message.size()) {
-    out += "… [" + std::to_string(message.size() - shown.size()) + " more bytes]";
-  }
-  out += '\n';
-  return out;
+  const std::string missing = shown.size() < message.size()
+                                  ? text("… [", message.size() - shown.size(), " more bytes]")
+                                  : "";
+  return text(now(), ' ', kPaddedNames.at(std::to_underlying(level)), ' ', tag.file, ' ',
+              tag.function, ':', line, ' ', platform::printable(shown, platform::Tabs::kept),
+              missing, '\n');
 }
 
 StandardErrorSink::StandardErrorSink(int descriptor)
@@ -73,7 +54,7 @@ StandardErrorSink::StandardErrorSink(int descriptor)
 
 void StandardErrorSink::write(LogLevel level, const LogTag& tag, std::uint32_t line,
                               const MessageBuilder& build) {
-  const std::string text = logLine(level, tag, line, build);
+  const std::string whole = logLine(level, tag, line, build);
   const std::scoped_lock lock(mutex_);
   if (!output_.isFileOf(descriptor_)) {
     output_ = {};  // its reader waits for the end of the file, perhaps
@@ -81,9 +62,9 @@ void StandardErrorSink::write(LogLevel level, const LogTag& tag, std::uint32_t l
   }
   recoverPatience();
   if (dropped_ > 0) {
-    const std::string note = std::string(isCut_ ? "…\n" : "") + now() +
-                             " ERROR LogCore/Logger write: " + std::to_string(dropped_) +
-                             " lines were dropped, nobody read standard error.\n";
+    const std::string note =
+        text(isCut_ ? "…\n" : "", now(), " ERROR LogCore/Logger write: ", dropped_,
+             " lines were dropped, nobody read standard error.\n");
     if (!takes(note, false)) {  // callers have already waited for the reader
       ++dropped_;
       return;
@@ -91,7 +72,7 @@ void StandardErrorSink::write(LogLevel level, const LogTag& tag, std::uint32_t l
     dropped_ = 0;
     isCut_ = false;
   }
-  if (!takes(text, true)) {
+  if (!takes(whole, true)) {
     ++dropped_;
   }
 }
