@@ -10,6 +10,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "AgentLibraries/vxutils/AgentServiceConnection.h"
@@ -110,23 +111,17 @@ json::object replyTo(std::int64_t id, const std::optional<std::string>& value) {
 }
 
 void compare(const std::string& line) {
-  const auto request = vxutils::parseRequest(line);
-  const auto reply = vxutils::parseReply(line);
   const std::optional<Message> message = messageIn(line);
-  require(reply ? message && reply->id == message->id && reply->value == message->value
-                : !message || !isSimple(line),
-          "another reply");
-  require(request ? message && request->id == message->id && request->key == message->key
-                  : !message || !message->key || !isSimple(line),
-          "another request");
-  if (reply) {
-    require(holds(vxutils::replyLine(reply->id, reply->value), replyTo(reply->id, reply->value)),
-            "own reply");
-  }
-  if (request) {
-    require(holds(vxutils::requestLine(request->id, request->key),
-                  {{"id", request->id}, {"fetchStatusMessageForKey", request->key}}),
-            "own request");
+  for (const auto& [member, text] : {std::pair(vxutils::kRequestMember, &Message::key),
+                                     std::pair(vxutils::kReplyMember, &Message::value)}) {
+    const auto parsed = vxutils::parseMessage(line, member);
+    require(parsed ? message && parsed->id == message->id && parsed->text == *message.*text
+                   : !message || !isSimple(line),
+            "another message");
+    require(!parsed || holds(vxutils::messageLine(parsed->id, member, parsed->text),
+                             {{"id", parsed->id},
+                              {member, parsed->text ? json::value(*parsed->text) : json::value()}}),
+            "own message");
   }
 }
 
@@ -187,7 +182,8 @@ void serve(std::string_view bytes, std::size_t piece) {
   }
   static const auto other = platform::connectLocalSocket(path);
   require(other.has_value(), "the service accepts no further connection");
-  require(holds(exchange(*other, vxutils::requestLine(1, "key"), 1, 1), replyTo(1, "key")),
+  require(holds(exchange(*other, vxutils::messageLine(1, vxutils::kRequestMember, "key"), 1, 1),
+                replyTo(1, "key")),
           "another client has no answer");
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdint>
+#include <expected>
 #include <map>
 #include <mutex>
 #include <new>
@@ -24,14 +25,9 @@ namespace {
 
 using LogCore::text;
 
-constexpr LogCore::LogTag kGetService{"getService()"};
 constexpr std::string_view kSocketTail = "/run/agent-service.sock";
 
 constexpr std::string_view kClosedByService = "the service closed the connection";
-constexpr std::string_view kTooLong = "the service sent a reply of more than 64 KiB";
-constexpr std::string_view kNoReply = "the service sent a line that is no reply";
-constexpr std::string_view kNoMemory = "there was no memory for the reply";
-constexpr std::string_view kNotTaken = "the service does not take requests";
 constexpr std::chrono::milliseconds kLongestSending{5000};
 
 /// A pending request.
@@ -76,12 +72,12 @@ class Channel final {
       return;
     }
     const std::int64_t id = nextID_++;
-    const std::string line = requestLine(id, key);
+    const std::string line = messageLine(id, kRequestMember, key);
     waiting_.emplace(id, std::move(waiting));
     lock.unlock();
     if (!send(line)) {
       if (const std::optional<Waiting> unsent = take(id)) {
-        unsent->failure(kNotTaken);
+        unsent->failure("the service does not take requests");
       }
     }
   }
@@ -136,28 +132,28 @@ class Channel final {
       while (const std::optional<std::string_view> line = received.nextLine()) {
         if (!dispatch(*line)) {
           platform::shutDown(socket_);
-          return kNoReply;
+          return "the service sent a line that is no reply";
         }
       }
     }
-    return received.isFull() ? kTooLong : kClosedByService;
+    return received.isFull() ? "the service sent a reply of more than 64 KiB" : kClosedByService;
   } catch (...) {  // out of memory: nothing else is thrown here
     platform::shutDown(socket_);
-    return kNoMemory;
+    return "there was no memory for the reply";
   }
 
   /// Calls the pending request's reply for the message in `line`. Unexpected replies, for example a
   /// second one to a request, are ignored. Returns false if the line isn't a reply.
   bool dispatch(std::string_view line) {
-    std::optional<AgentServiceReply> message = parseReply(line);
+    std::optional<AgentServiceMessage> message = parseMessage(line, kReplyMember);
     if (!message) {
       return false;
     }
     if (const std::optional<Waiting> waiting = take(message->id)) {
-      waiting->reply(message->value);
+      waiting->reply(message->text);
     }
-    if (message->value) {
-      platform::wipe(*message->value);
+    if (message->text) {
+      platform::wipe(*message->text);
     }
     return true;
   }
@@ -187,36 +183,28 @@ struct EndOfChannel {
   }
 };
 
-/// Connects to the agent service; null, with the reason in the log, on failure.
-std::shared_ptr<Channel> connect(std::chrono::milliseconds longestConnect) {
+/// Connects to the agent service, or returns what to log.
+std::expected<std::shared_ptr<Channel>, std::string> connect(
+    std::chrono::milliseconds longestConnect) {
   const std::optional<std::string> base = gv_globvars.vxagentBasePath();
   if (!base) {
-    logError(kGetService, [] {
-      return text("Unable to reach the agent service: the agent's base directory is not known.");
-    });
-    return nullptr;
+    return std::unexpected(
+        "Unable to reach the agent service: the agent's base directory is not known.");
   }
   const std::string path = text(*base, kSocketTail);
   auto socket = platform::connectLocalSocket(path, longestConnect);
   if (!socket) {
-    logError(kGetService, [&] {
-      return text("Unable to reach the agent service at ", path, ": ", socket.error(), ".");
-    });
-    return nullptr;
+    return std::unexpected(
+        text("Unable to reach the agent service at ", path, ": ", socket.error(), "."));
   }
   if (!mayReceiveSecrets(*socket)) {
-    logError(kGetService, [&] {
-      return text("Refused the agent service at ", path,
-                  ": it runs neither as root nor as the agent's user.");
-    });
-    return nullptr;
+    return std::unexpected(text("Refused the agent service at ", path,
+                                ": it runs neither as root nor as the agent's user."));
   }
   try {
     return Channel::start(*std::move(socket));
   } catch (const std::system_error& error) {  // no more threads
-    logError(kGetService,
-             [&] { return text("Unable to listen to the agent service: ", error.what(), "."); });
-    return nullptr;
+    return std::unexpected(text("Unable to listen to the agent service: ", error.what(), "."));
   }
 }
 
@@ -246,7 +234,11 @@ class AgentServiceConnection::Proxy final : public AgentServiceProtocol {
       ended.channel = std::exchange(channel_, nullptr);
     }
     if (!channel_) {
-      channel_ = connect(longestConnect_);
+      auto channel = connect(longestConnect_);
+      if (!channel) {
+        logError(LogCore::LogTag{"getService()"}, [&] { return channel.error(); });
+      }
+      channel_ = std::move(channel).value_or(nullptr);
     }
     return channel_;
   }

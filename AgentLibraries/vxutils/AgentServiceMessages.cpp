@@ -5,11 +5,10 @@
 #include <boost/json/static_resource.hpp>
 #include <boost/json/value.hpp>
 #include <new>
-#include <utility>
 
 #include "AgentLibraries/FileCodec/JSONText.h"
+#include "AgentLibraries/LogCore/Text.h"
 #include "Platform/LocalSocket.h"
-#include "Platform/Memory.h"
 #include "Platform/Users.h"
 
 namespace vxutils {
@@ -17,87 +16,47 @@ namespace {
 
 namespace json = boost::json;
 
-constexpr std::string_view kID = "id";
-constexpr std::string_view kKey = "fetchStatusMessageForKey";
-constexpr std::string_view kValue = "value";
-
-template <typename Read>
-void parseObject(std::string_view line, const Read& read) {
+/// Allocates only from a buffer that is wiped. The parser decodes escapes in one on the stack.
+std::optional<AgentServiceMessage> parse(std::string_view line, std::string_view member) try {
   constexpr std::size_t kBytesPerByteOfText = 16;
   constexpr std::size_t kBytesForAnyText = 4096;
-  std::string memory;
+  std::string memory(kBytesPerByteOfText * line.size() + kBytesForAnyText, '\0');
   const platform::WipeAtEnd wipeMemory(memory);
-  try {
-    memory.resize(kBytesPerByteOfText * line.size() + kBytesForAnyText);
-    json::static_resource resource(reinterpret_cast<unsigned char*>(memory.data()), memory.size());
-    json::parser parser(&resource);
-    boost::system::error_code error;
-    parser.reset(&resource);
-    parser.write({line.data(), line.size()}, error);
-    if (!error) {
-      const json::value message = parser.release();
-      if (const json::object* const members = message.if_object()) {
-        read(*members);
-      }
-    }
-  } catch (const std::bad_alloc&) {  // NOLINT(bugprone-empty-catch)
-    // The line has far more structure than a message.
-  }
-}
-
-/// Calls `read` with the members of the JSON object in `line`, if there is one. The parser
-/// allocates only from a buffer that is wiped; it decodes escapes in one on the stack.
-template <typename Read>
-void readObject(std::string_view line, const Read& read) {
-  platform::thenWipeStack([&] { parseObject(line, read); });
-}
-
-std::optional<std::int64_t> integerIn(const json::object& members, std::string_view name) {
-  const json::value* const value = members.if_contains({name.data(), name.size()});
-  const std::int64_t* const number = value == nullptr ? nullptr : value->if_int64();
-  return number == nullptr ? std::nullopt : std::optional(*number);
-}
-
-std::optional<std::string> textIn(const json::object& members, std::string_view name) {
-  const json::value* const value = members.if_contains({name.data(), name.size()});
-  const json::string* const characters = value == nullptr ? nullptr : value->if_string();
-  if (characters == nullptr) {
+  json::static_resource resource(reinterpret_cast<unsigned char*>(memory.data()), memory.size());
+  json::parser parser(&resource);
+  boost::system::error_code error;
+  parser.reset(&resource);
+  parser.write({line.data(), line.size()}, error);
+  const json::value object = error ? json::value() : parser.release();
+  const json::object* const members = object.if_object();
+  const json::value* const id = members == nullptr ? nullptr : members->if_contains("id");
+  if (id == nullptr || !id->is_int64()) {
     return std::nullopt;
   }
-  std::string text;  // never in the small-string buffer, where a move would leave its bytes behind
-  text.reserve(std::max(characters->size(), sizeof(std::string)));
-  text.append(characters->data(), characters->size());
-  return text;  // returns the object: `append` returns a reference, which would be copied
-}
-
-/// The line up to the value of `name`, with capacity reserved for `value`, so that appending it
-/// doesn't reallocate and leave a copy behind.
-std::string lineUpTo(std::string_view name, std::int64_t id, std::size_t valueSize) {
-  constexpr std::size_t kMostBytesPerByte = 6;
-  constexpr std::size_t kFixedPart = 64;
-  std::string line;
-  line.reserve(kFixedPart + name.size() + kMostBytesPerByte * valueSize);
-  line += R"({"id":)";
-  line += std::to_string(id);
-  line += ",\"";
-  line += name;
-  line += "\":";
-  return line;
+  AgentServiceMessage message{.id = id->get_int64(), .text = {}};
+  const json::value* const value = members->if_contains({member.data(), member.size()});
+  if (const json::string* const found = value == nullptr ? nullptr : value->if_string()) {
+    // Never in the small-string buffer, where a move would leave its bytes behind.
+    std::string& text = message.text.emplace();
+    text.reserve(std::max(found->size(), sizeof(std::string)));
+    text.append(found->data(), found->size());
+  }
+  return message;
+} catch (const std::bad_alloc&) {  // the line has far more structure than a message
+  return std::nullopt;
 }
 
 }  // namespace
 
-std::string requestLine(std::int64_t id, std::string_view key) {
-  std::string line = lineUpTo(kKey, id, key.size());
-  FileCodec::appendJSONString(line, key);
-  line += "}\n";
-  return line;
-}
-
-std::string replyLine(std::int64_t id, const std::optional<std::string>& value) {
-  std::string line = lineUpTo(kValue, id, value ? value->size() : 0);
-  if (value) {
-    FileCodec::appendJSONString(line, *value);
+std::string messageLine(std::int64_t id, std::string_view member,
+                        const std::optional<std::string_view>& text) {
+  constexpr std::size_t kMostBytesPerByte = 6;
+  constexpr std::size_t kFixedPart = 64;
+  std::string line;  // appending the text must not reallocate and leave a copy behind
+  line.reserve(kFixedPart + member.size() + kMostBytesPerByte * (text ? text->size() : 0));
+  line += LogCore::text(R"({"id":)", id, ",\"", member, "\":");
+  if (text) {
+    FileCodec::appendJSONString(line, *text);
   } else {
     line += "null";
   }
@@ -105,31 +64,11 @@ std::string replyLine(std::int64_t id, const std::optional<std::string>& value) 
   return line;
 }
 
-std::optional<AgentServiceRequest> parseRequest(std::string_view line) {
-  std::optional<AgentServiceRequest> request;
-  readObject(line, [&](const json::object& members) {
-    const std::optional<std::int64_t> id = integerIn(members, kID);
-    std::optional<std::string> key = textIn(members, kKey);
-    if (id && key) {
-      request = {.id = *id, .key = *std::move(key)};
-    }
-  });
-  return request;
+std::optional<AgentServiceMessage> parseMessage(std::string_view line, std::string_view member) {
+  std::optional<AgentServiceMessage> message;
+  platform::thenWipeStack([&] { message = parse(line, member); });
+  return message;
 }
-
-std::optional<AgentServiceReply> parseReply(std::string_view line) {
-  std::optional<AgentServiceReply> reply;
-  readObject(line, [&](const json::object& members) {
-    if (const std::optional<std::int64_t> id = integerIn(members, kID)) {
-      reply.emplace(AgentServiceReply{.id = *id, .value = textIn(members, kValue)});
-    }
-  });
-  return reply;
-}
-
-LineBuffer::LineBuffer() : bytes_(kLongestLine, '\0') {}
-
-LineBuffer::~LineBuffer() { platform::wipe(bytes_); }
 
 std::span<char> LineBuffer::room() noexcept {
   if (taken_ > 0) {  // moves the next line's bytes to the front and wipes where they were

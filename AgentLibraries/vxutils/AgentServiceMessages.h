@@ -9,37 +9,32 @@
 #include <string_view>
 
 #include "Platform/Descriptor.h"
+#include "Platform/Memory.h"
 
 namespace vxutils {
 
-struct AgentServiceRequest {
+/// A request, whose text is the key, or a reply, whose text is the value.
+struct AgentServiceMessage {
   std::int64_t id = 0;
-  std::string key;
+  std::optional<std::string> text;  ///< The receiver must wipe a value.
 };
 
-struct AgentServiceReply {
-  std::int64_t id = 0;
-  std::optional<std::string> value;  ///< The receiver must wipe it.
-};
+/// The members that hold the text of requests and of replies.
+inline constexpr std::string_view kRequestMember = "fetchStatusMessageForKey";
+inline constexpr std::string_view kReplyMember = "value";
 
-/// Formats a request or reply as a line, with its line feed.
-[[nodiscard]] std::string requestLine(std::int64_t id, std::string_view key);
-[[nodiscard]] std::string replyLine(std::int64_t id, const std::optional<std::string>& value);
-
-/// Parses a line without its line feed; absent if it isn't a message. A reply whose value is
-/// missing or isn't a string counts as a reply without a value. Unknown members are ignored.
-[[nodiscard]] std::optional<AgentServiceRequest> parseRequest(std::string_view line);
-[[nodiscard]] std::optional<AgentServiceReply> parseReply(std::string_view line);
+/// Formats a message as a line, with its line feed; an absent text becomes null.
+[[nodiscard]] std::string messageLine(std::int64_t id, std::string_view member,
+                                      const std::optional<std::string_view>& text);
+/// Parses a line without its line feed; absent if it isn't an object with an id. The text is absent
+/// if the member is missing or isn't a string. Other members are ignored.
+[[nodiscard]] std::optional<AgentServiceMessage> parseMessage(std::string_view line,
+                                                              std::string_view member);
 
 /// Splits received bytes into lines, which are limited in length.
 class LineBuffer {
  public:
   static constexpr std::size_t kLongestLine = std::size_t{64} * 1024;
-
-  LineBuffer();
-  ~LineBuffer();
-  LineBuffer(const LineBuffer&) = delete;
-  LineBuffer& operator=(const LineBuffer&) = delete;
 
   /// The free space for the next bytes; empty if the current line is too long.
   [[nodiscard]] std::span<char> room() noexcept;
@@ -52,7 +47,8 @@ class LineBuffer {
   [[nodiscard]] std::optional<std::string_view> nextLine() noexcept;
 
  private:
-  std::string bytes_;
+  std::string bytes_ = std::string(kLongestLine, '\0');
+  platform::WipeAtEnd wipeBytes_{bytes_};
   std::size_t used_ = 0;
   std::size_t taken_ = 0;     // end of the lines already returned,
   std::size_t wiped_ = 0;     // all but the last of which are wiped

@@ -31,21 +31,10 @@ constexpr LogCore::LogTag kAgentServiceServerTag{"serve()"};
 constexpr std::size_t kMostClients = 64;
 constexpr std::chrono::milliseconds kPauseWithoutDescriptors{100};
 
-platform::Descriptor listenAt(const std::string& path) {
-  auto listener = platform::listenOnLocalSocket(path);
-  if (!listener) {
-    throw std::runtime_error(text("can't listen at ", path, ": ", listener.error()));
-  }
-  return *std::move(listener);
-}
-
 /// A connected client with its received and its unsent bytes.
 class Client {
  public:
   explicit Client(platform::Descriptor socket) : socket_(std::move(socket)) {}
-  ~Client() { platform::wipe(unsent_); }
-  Client(const Client&) = delete;
-  Client& operator=(const Client&) = delete;
 
   /// What to wait for. No more requests are read from a client that doesn't read its answers.
   [[nodiscard]] Awaited awaited() const noexcept {
@@ -56,26 +45,22 @@ class Client {
   /// Reads and answers as far as possible without blocking. Returns false when the connection has
   /// ended.
   bool proceed(const AgentServiceServer::Answer& answer) {
-    return unsent_.empty() ? receive(socket_, received_, false) >= 0 && answerAll(answer)
-                           : sendUnsent() && answerAll(answer);
-  }
-
- private:
-  bool answerAll(const AgentServiceServer::Answer& answer) {
+    if (unsent_.empty() ? receive(socket_, received_, false) < 0 : !sendUnsent()) {
+      return false;
+    }
     while (unsent_.empty()) {
       const std::optional<std::string_view> line = received_.nextLine();
       if (!line) {
         return true;
       }
-      const std::optional<AgentServiceRequest> request = parseRequest(*line);
-      if (!request) {
+      const std::optional<AgentServiceMessage> request = parseMessage(*line, kRequestMember);
+      if (!request || !request->text) {
         logError(kAgentServiceServerTag,
                  [] { return text("Disconnected a client that sent a line that is no request."); });
         return false;
       }
-      std::optional<std::string> value = answer(request->key);
-      unsent_ = replyLine(request->id, value);
-      sent_ = 0;
+      std::optional<std::string> value = answer(*request->text);
+      unsent_ = messageLine(request->id, kReplyMember, value);
       if (value) {
         platform::wipe(*value);
       }
@@ -86,14 +71,14 @@ class Client {
     return true;
   }
 
+ private:
   bool sendUnsent() {
-    const std::ptrdiff_t count =
-        platform::sendWithoutWaiting(socket_, std::string_view(unsent_).substr(sent_));
+    const std::ptrdiff_t count = platform::sendWithoutWaiting(socket_, unsent_);
     if (count < 0) {
       return false;
     }
-    sent_ += static_cast<std::size_t>(count);
-    if (sent_ == unsent_.size()) {
+    unsent_.erase(0, static_cast<std::size_t>(count));
+    if (unsent_.empty()) {
       platform::wipe(unsent_);
     }
     return true;
@@ -101,8 +86,8 @@ class Client {
 
   platform::Descriptor socket_;
   LineBuffer received_;
-  std::string unsent_;  // one line, sent up to sent_
-  std::size_t sent_ = 0;
+  std::string unsent_;  // the rest of one line
+  platform::WipeAtEnd wipeUnsent_{unsent_};
 };
 
 }  // namespace
@@ -115,7 +100,11 @@ class AgentServiceServer::Loop {
       throw std::system_error(pipe.error(), "can't make a pipe");
     }
     stop_ = *std::move(pipe);
-    listener_ = listenAt(path);
+    auto listener = platform::listenOnLocalSocket(path);
+    if (!listener) {
+      throw std::runtime_error(text("can't listen at ", path, ": ", listener.error()));
+    }
+    listener_ = *std::move(listener);
     try {
       const platform::SignalsHeld held;  // keeps the agent's signal handlers off the new thread
       thread_ = std::thread([this] { serve(); });
@@ -136,8 +125,6 @@ class AgentServiceServer::Loop {
       });
     }
   }
-  Loop(const Loop&) = delete;
-  Loop& operator=(const Loop&) = delete;
 
  private:
   void serve() {

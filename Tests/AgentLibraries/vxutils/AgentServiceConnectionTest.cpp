@@ -136,7 +136,8 @@ TEST_F(AgentServiceConnectionTest, ServerRejectsOtherUsers) {
   if (other == 0) {
     const bool isOther = setuid(65534) == 0;
     const auto socket = platform::connectLocalSocket(path);
-    const bool sent = socket && platform::sendWithoutWaiting(*socket, requestLine(1, "key")) != 0;
+    const bool sent =
+        socket && platform::sendWithoutWaiting(*socket, messageLine(1, kRequestMember, "key")) != 0;
     _exit(isOther && sent && readLine(*socket).empty() ? 0 : 1);
   }
   int status = -1;
@@ -196,7 +197,7 @@ TEST_F(AgentServiceConnectionTest, ServerDoesNotBlockOnClientsAndRemovesItsSocke
       path, [](const std::string&) { return std::string(4000, 'v'); });
   std::string requests;
   for (int id = 0; id < 1000; ++id) {
-    requests += requestLine(id, "k");
+    requests += messageLine(id, kRequestMember, "k");
   }
   const auto deaf = *platform::connectLocalSocket(path);
   // Its four megabytes of answers are never read.
