@@ -1,14 +1,11 @@
 #include "AgentLibraries/vxutils/MDMEnrollmentUtil.h"
 
-#include <chrono>
 #include <optional>
 #include <ranges>
 #include <string_view>
 
 #include "AgentLibraries/LogCore/Logger.h"
 #include "AgentLibraries/LogCore/Text.h"
-#include "AgentLibraries/vxutils/EnrollmentStatus.h"
-#include "Platform/Process.h"
 #include "Platform/Text.h"
 
 namespace vxutils {

@@ -51,5 +51,12 @@ TEST(UsersTest, ConsoleUserHasALocalSession) {
   ::utmpxname(_PATH_UTMP);
 }
 
+TEST(UsersTest, SystemAccountsAreNotPeople) {
+  for (const char* name : {"", "root", "loginwindow", "_mbsetupuser"}) {
+    EXPECT_TRUE(isSystemAccount(name)) << name;
+  }
+  EXPECT_FALSE(isSystemAccount("Root"));
+}
+
 }  // namespace
 }  // namespace platform

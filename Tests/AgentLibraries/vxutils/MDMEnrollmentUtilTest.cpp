@@ -1,3 +1,5 @@
+#include "AgentLibraries/vxutils/MDMEnrollmentUtil.h"
+
 #include <gmock/gmock.h>
 
 #include <string>
@@ -5,7 +7,6 @@
 #include <utility>
 #include <vector>
 
-#include "AgentLibraries/vxutils/EnrollmentStatus.h"
 #include "Platform/Process.h"
 #include "Tests/Fakes/LogCapture.h"
 
@@ -14,7 +15,7 @@ namespace {
 
 using enum EnrollmentType;
 
-TEST(EnrollmentStatusTest, ParsesTheReport) {
+TEST(MDMEnrollmentUtilTest, ParsesTheReport) {
   for (const auto& [report, expected] : std::vector<std::pair<const char*, EnrollmentType>>{
            {"warning: MDM\nEnrolled via DEP: Yes\nMDM enrollment: Yes", dep},
            {"Enrolled via DEP: No\r\n  MDM enrollment:  Yes (User Approved)\r\n", user_approved},
@@ -26,7 +27,7 @@ TEST(EnrollmentStatusTest, ParsesTheReport) {
   }
 }
 
-TEST(EnrollmentStatusTest, IsNotEnrolledIfTheToolFailsAndLogsWhy) {
+TEST(MDMEnrollmentUtilTest, IsNotEnrolledIfTheToolFailsAndLogsWhy) {
   const LogCapture log;
   const std::error_code noTool = std::make_error_code(std::errc::no_such_file_or_directory);
   const std::string report = "MDM enrollment: Yes";
