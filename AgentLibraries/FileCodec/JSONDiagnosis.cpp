@@ -74,11 +74,10 @@ bool isWhole(std::string_view word) {
          (!word.empty() && kDigits.contains(word.back()));
 }
 
-/// The value of the escape `\uXXXX` at `offset`; absent if there is none.
-std::optional<std::uint32_t> unicodeEscapeAt(std::string_view text, std::size_t offset) {
-  const std::string_view escape = text.substr(std::min(offset, text.size())).substr(0, 6);
-  return escape.size() == 6 && escape.starts_with("\\u")
-             ? platform::wholeNumber<std::uint32_t>(escape.substr(2), 16)
+/// The value of the escape `\uXXXX` at the start of `text`; absent if there is none.
+std::optional<std::uint32_t> unicodeEscape(std::string_view text) {
+  return text.size() >= 6 && text.starts_with("\\u")
+             ? platform::wholeNumber<std::uint32_t>(text.substr(2, 4), 16)
              : std::nullopt;
 }
 
@@ -208,8 +207,8 @@ class Walk {
   std::optional<JSONReading> skipEscape() {
     const std::string_view rest = text_.substr(at_);
     const char kind = rest.size() > 1 ? rest[1] : '\0';
-    const std::optional<std::uint32_t> unit = unicodeEscapeAt(text_, at_);
-    const std::optional<std::uint32_t> next = unicodeEscapeAt(text_, at_ + 6);
+    const std::optional<std::uint32_t> unit = unicodeEscape(rest);
+    const std::optional<std::uint32_t> next = unit ? unicodeEscape(rest.substr(6)) : std::nullopt;
     const char* expected = "a pair of surrogates";
     if (kind != 'u') {
       if (std::string_view(R"("\/bfnrt)").contains(kind)) {

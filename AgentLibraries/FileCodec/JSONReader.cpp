@@ -48,36 +48,31 @@ class Handler : public IgnoredParserEvents {
   }
 
   bool keep(View part) {
-    if (joinedIsStale_) {
-      joined_.clear();
-      joinedIsStale_ = false;
-    }
     joined_.append(part.data(), part.size());
     return true;
   }
 
-  /// The whole string, of which `last` is the last or only part.
+  /// The whole string, of which `last` is the last or only part; valid until the next string.
   std::string_view whole(View last) {
-    if (joinedIsStale_) [[likely]] {
+    if (joined_.empty()) [[likely]] {
       return {last.data(), last.size()};
     }
-    joinedIsStale_ = true;
-    return joined_.append(last.data(), last.size());
+    whole_.swap(joined_.append(last.data(), last.size()));
+    joined_.clear();
+    return whole_;
   }
 
   JSONEvents& events_;
-  std::string joined_;
-  bool joinedIsStale_ = true;  // joined_ has no part of the current string yet
+  std::string joined_;  // the parts of the current string
+  std::string whole_;
   bool stopped_ = false;
 };
 
 }  // namespace
 
-JSONReading readJSON(std::string_view text, JSONEvents& events) {
-  return readJSON(text, events, text);
-}
-
-JSONReading readJSON(std::string_view text, JSONEvents& events, std::string_view original) {
+JSONReading readJSON(std::string_view text, JSONEvents& events,
+                     std::optional<std::string_view> unchanged) {
+  std::string_view original = unchanged.value_or(text);
   if (text.starts_with(kByteOrderMark)) {
     text.remove_prefix(kByteOrderMark.size());
     original.remove_prefix(kByteOrderMark.size());

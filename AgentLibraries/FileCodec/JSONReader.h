@@ -1,6 +1,7 @@
 // A strict JSON reader that reports events and builds no tree.
 #pragma once
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -49,11 +50,10 @@ struct JSONReading {
 inline constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 /// Reads one JSON text (RFC 8259: UTF-8, no comments, only white space after the value), at most
-/// 512 levels deep. Skips a byte order mark.
-[[nodiscard]] JSONReading readJSON(std::string_view text, JSONEvents& events);
-/// The same for a text from `withShortExponents`; errors quote `original`.
+/// 512 levels deep. Skips a byte order mark. Errors quote the unchanged text, if `text` comes from
+/// `withShortExponents`.
 [[nodiscard]] JSONReading readJSON(std::string_view text, JSONEvents& events,
-                                   std::string_view original);
+                                   std::optional<std::string_view> unchanged = std::nullopt);
 
 /// Replaces oversized exponents by zeros, for reading again after `hugeExponent`; events don't
 /// carry numeric values. Offsets don't change.

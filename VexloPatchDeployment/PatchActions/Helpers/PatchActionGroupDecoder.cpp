@@ -1,6 +1,7 @@
 // Decodes the patch action file into the compact store in one pass over its events.
 #include <algorithm>
 #include <array>
+#include <optional>
 #include <ranges>
 #include <string>
 #include <string_view>
@@ -376,14 +377,13 @@ class Decoder final : public FileCodec::JSONEvents {
   std::string_view found_;
 };
 
-/// `original` is the file's text if `text` has short exponents.
+/// `unchanged` is the file's text if `text` has short exponents.
 PatchActionStore decodedStore(std::string text, const std::string& file,
-                              const std::string* original = nullptr) {
+                              std::optional<std::string_view> unchanged = std::nullopt) {
   PatchActionStore store;
   store.file = std::move(text);
   Decoder decoder(store, file);
-  const FileCodec::JSONReading reading =
-      FileCodec::readJSON(store.file, decoder, original == nullptr ? store.file : *original);
+  const FileCodec::JSONReading reading = FileCodec::readJSON(store.file, decoder, unchanged);
   switch (reading.outcome) {
     case FileCodec::JSONOutcome::complete:
       break;
@@ -391,7 +391,7 @@ PatchActionStore decodedStore(std::string text, const std::string& file,
       throw decoder.problem();
     case FileCodec::JSONOutcome::hugeExponent: {
       const std::string whole = std::move(store.file);
-      return decodedStore(FileCodec::withShortExponents(whole), file, &whole);
+      return decodedStore(FileCodec::withShortExponents(whole), file, whole);
     }
     case FileCodec::JSONOutcome::syntaxError:
       throw FileCodec::syntaxError(file, reading);
