@@ -19,7 +19,7 @@ namespace LogCore {
 namespace {
 
 constexpr int kStandardError = 2;
-
+constexpr int kShareOfTime = 100;
 constexpr std::size_t kMostMessageBytes = std::size_t{1} << 20;
 constexpr std::array<std::string_view, 3> kPaddedNames{"DEBUG", "INFO ", "ERROR"};  // of the levels
 
@@ -60,7 +60,9 @@ void StandardErrorSink::write(LogLevel level, const LogTag& tag, std::uint32_t l
     output_ = {};  // its reader waits for the end of the file, perhaps
     return;
   }
-  recoverPatience();
+  const Clock::time_point start = Clock::now();
+  patience_ = std::min<Clock::duration>(kPatience, patience_ + (start - asOf_) / kShareOfTime);
+  asOf_ = start;
   if (dropped_ > 0) {
     const std::string note =
         text(isCut_ ? "…\n" : "", now(), " ERROR LogCore/Logger write: ", dropped_,
@@ -96,13 +98,6 @@ bool StandardErrorSink::takes(std::string_view text, bool mayWait) {
       patience_ -= asOf_ - start;
     }
   }
-}
-
-void StandardErrorSink::recoverPatience() {
-  constexpr int kShareOfTime = 100;
-  const Clock::time_point now = Clock::now();
-  patience_ = std::min<Clock::duration>(kPatience, patience_ + (now - asOf_) / kShareOfTime);
-  asOf_ = now;
 }
 
 namespace {

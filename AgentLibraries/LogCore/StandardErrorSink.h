@@ -30,7 +30,6 @@ class StandardErrorSink final : public LogSink {
   /// Writes the text, with pauses if the reader is slow and `mayWait`. Returns false on timeout or
   /// failure.
   bool takes(std::string_view text, bool mayWait);
-  void recoverPatience();
 
   const int descriptor_;
   std::mutex mutex_;  // guards the members below and keeps lines whole
