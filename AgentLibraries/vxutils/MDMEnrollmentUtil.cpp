@@ -31,19 +31,20 @@ std::optional<bool> answerTo(std::string_view question, std::string_view report)
   return std::nullopt;
 }
 
-/// Whether the tool has reported; if not, logs why.
-bool hasReported(const platform::ProcessResult& run) {
+}  // namespace
+
+EnrollmentType enrollmentFrom(const platform::ProcessResult& run) {
   if (run.startError == std::errc::no_such_file_or_directory) {
     logInfo(kEnrollmentTag,
             [] { return text("No ", kTool, " here, considering it as not enrolled."); });
-    return false;
+    return EnrollmentType::not_enrolled;
   }
   if (run.startError) {
     logError(kEnrollmentTag, [&] {
       return text("Could not start ", kTool,
                   ", considering it as not enrolled: ", run.startError.message(), ".");
     });
-    return false;
+    return EnrollmentType::not_enrolled;
   }
   const bool statusIsKnown = run.exitCode != platform::ProcessResult::kUnknownStatus;
   if (run.timedOut || (statusIsKnown && run.exitCode != 0)) {
@@ -51,15 +52,6 @@ bool hasReported(const platform::ProcessResult& run) {
       return text(kTool, " failed, considering it as not enrolled. Exit code: ", run.exitCode,
                   ", timed out: ", run.timedOut, ", output: ", run.output);
     });
-    return false;
-  }
-  return true;
-}
-
-}  // namespace
-
-EnrollmentType enrollmentFrom(const platform::ProcessResult& run) {
-  if (!hasReported(run)) {
     return EnrollmentType::not_enrolled;
   }
   const bool viaDEP = answerTo("Enrolled via DEP:", run.output).value_or(false);

@@ -33,8 +33,8 @@ constexpr std::size_t kMostLoggedBytes = std::size_t{4} << 20;
 
 /// Runs the request for at most `timeoutSeconds` and logs what the result doesn't show. Transient
 /// failures to start are retried.
-platform::ProcessResult run(platform::ProcessRequest& request, std::int64_t timeoutSeconds,
-                            const LogTag& tag, const TerminalUtil::Sleeper& sleep) {
+CommandResult run(platform::ProcessRequest& request, std::int64_t timeoutSeconds, const LogTag& tag,
+                  const TerminalUtil::Sleeper& sleep) {
   request.timeout =
       std::chrono::seconds(std::clamp<std::int64_t>(timeoutSeconds, 0, kLongestTimeoutSeconds));
   platform::ProcessResult result = platform::runProcess(request);
@@ -65,7 +65,7 @@ platform::ProcessResult run(platform::ProcessRequest& request, std::int64_t time
              "for the child. From now on commands run under a shell that reports it.";
     });
   }
-  return result;
+  return {.exitCode = result.exitCode, .output = std::move(result.output)};
 }
 
 /// Logs a command's lines up to a limit of written bytes, so that a runaway tool doesn't fill the
@@ -104,8 +104,6 @@ class LineLogger {
 
 }  // namespace
 
-TerminalUtil::TerminalUtil(Sleeper sleep) : sleep_(std::move(sleep)) {}
-
 TerminalUtil& TerminalUtil::defaultInstance() {
   static TerminalUtil instance([](auto duration) { std::this_thread::sleep_for(duration); });
   return instance;
@@ -127,20 +125,19 @@ CommandResult TerminalUtil::runCommand(const std::string& command,
     request.onLine = [&](std::string_view line) { lines.log(line); };
   }
   request.onOutput = readOutput;
-  platform::ProcessResult result = run(request, timeoutSeconds, kRunTag, sleep_);
+  CommandResult result = run(request, timeoutSeconds, kRunTag, sleep_);
   lines.finish();
   if (shouldLogOutput) {
     logInfo(kRunTag, [&] { return std::string_view(result.output); });
   }
-  return {.exitCode = result.exitCode, .output = std::move(result.output)};
+  return result;
 }
 
 CommandResult TerminalUtil::executeTaskForString(const std::string& pathOfBinary,
                                                  const std::vector<std::string>& arguments,
                                                  std::int64_t timeoutSeconds) {
   platform::ProcessRequest request{.executable = pathOfBinary, .arguments = arguments};
-  platform::ProcessResult result = run(request, timeoutSeconds, kTaskTag, sleep_);
-  return {.exitCode = result.exitCode, .output = std::move(result.output)};
+  return run(request, timeoutSeconds, kTaskTag, sleep_);
 }
 
 }  // namespace vxutils

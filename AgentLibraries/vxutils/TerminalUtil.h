@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "AgentLibraries/vxutils/CommandResult.h"
@@ -26,7 +27,7 @@ class TerminalUtil {
   /// Pauses between two attempts.
   using Sleeper = std::function<void(std::chrono::milliseconds duration)>;
 
-  explicit TerminalUtil(Sleeper sleep);
+  explicit TerminalUtil(Sleeper sleep) : sleep_(std::move(sleep)) {}
 
   /// The shared instance.
   static TerminalUtil& defaultInstance();
