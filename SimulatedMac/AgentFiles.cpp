@@ -1,15 +1,16 @@
 #include "SimulatedMac/AgentFiles.h"
 
-#include <array>
-#include <cstdlib>
-#include <ctime>
+#include <cstdint>
+#include <filesystem>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "AgentLibraries/FileCodec/JSONObject.h"
+#include "Platform/Calendar.h"
 #include "Platform/PropertyList.h"
-#include "SimulatedMac/DocumentText.h"
+#include "Platform/Text.h"
 #include "SimulatedMac/Layout.h"
 #include "SimulatedMac/ScenarioValues.h"
 
@@ -19,12 +20,46 @@ namespace {
 constexpr std::string_view kPromptDataPrefix = "prompt data ";
 constexpr const char* kLinkedFile = "/private/tmp/linked.plist";
 
+/// An integer or Boolean if the value looks like one, else a string; double quotes around it make
+/// it a string.
+platform::PropertyList plistValue(std::string_view value) {
+  if (const auto number = platform::wholeNumber<std::int64_t>(value)) {
+    return *number;
+  }
+  if (value == "true" || value == "false") {
+    return value == "true";
+  }
+  if (value.size() >= 2 && value.starts_with('"') && value.ends_with('"')) {
+    value = value.substr(1, value.size() - 2);
+  }
+  return std::string(value);
+}
+
+platform::PropertyList::Dictionary dictionary(const std::vector<Setting>& settings) {
+  platform::PropertyList::Dictionary made;
+  for (const auto& [key, value] : settings) {
+    made.insert_or_assign(key, plistValue(value));
+  }
+  return made;
+}
+
+/// A settings file, if the scenario has its section: the text under the key "content", or else the
+/// settings as a dictionary.
+void writeSettings(LayeredRoot& root, const Scenario& scenario, std::string_view section,
+                   const std::string& path) {
+  if (const auto content = scenario.value(section, "content")) {
+    root.writeFile(path, *content);
+  } else if (const Section* const settings = scenario.section(section)) {
+    root.writeFile(path, toXML(dictionary(settings->settings)));
+  }
+}
+
 /// With [actions], a file with exactly those actions for patch 310990; otherwise the default
 /// file.
 void writeActionFile(LayeredRoot& root, const Scenario& scenario, const std::string& path) {
   const std::string given = scenario.valueOr("agent", "action file", "usual");
   if (given == "missing") {
-    root.remove(path);
+    std::filesystem::remove(path);
   } else if (given != "usual") {
     root.writeFile(path, given);
   } else if (const Section* const actions = scenario.section("actions")) {
@@ -34,16 +69,6 @@ void writeActionFile(LayeredRoot& root, const Scenario& scenario, const std::str
     }
     root.writeFile(path, R"({"PatchActions":{"310990":)" + members.done() + "}}\n");
   }
-}
-
-/// The current date in the Mac's time zone, "dd-MM-yyyy".
-std::string today(const Scenario& scenario) {
-  setenv("TZ", scenario.valueOr("mac", "time zone", "UTC").c_str(), 1);
-  const std::time_t now = std::time(nullptr);
-  std::tm local{};
-  localtime_r(&now, &local);
-  std::array<char, 16> text{};
-  return {text.data(), std::strftime(text.data(), text.size(), "%d-%m-%Y", &local)};
 }
 
 void writePromptData(LayeredRoot& root, const Scenario& scenario, const std::string& path) {
@@ -56,17 +81,13 @@ void writePromptData(LayeredRoot& root, const Scenario& scenario, const std::str
     return;
   }
   platform::PropertyList::Dictionary records;
-  for (const Section& section : scenario.sections()) {
-    if (!section.name.starts_with(kPromptDataPrefix)) {
-      continue;
+  for (const auto& [name, settings] : scenario.sectionsWith(kPromptDataPrefix)) {
+    platform::PropertyList::Dictionary record = dictionary(settings);
+    if (auto today = record.extract("today")) {
+      today.key() = platform::dayMonthYear(platform::dayOf(platform::systemClock()()));
+      record.insert(std::move(today));
     }
-    std::vector<Setting> record = section.settings;
-    for (Setting& entry : record) {
-      if (entry.key == "today") {
-        entry.key = today(scenario);
-      }
-    }
-    records.emplace(section.name.substr(kPromptDataPrefix.size()), plistDictionary(record));
+    records.emplace(name.substr(kPromptDataPrefix.size()), std::move(record));
   }
   if (!records.empty()) {
     root.writeFile(path, platform::toXML(records));
@@ -78,17 +99,13 @@ void writePromptData(LayeredRoot& root, const Scenario& scenario, const std::str
 void writeAgentFiles(LayeredRoot& root, const Scenario& scenario) {
   const std::string agent = kAgentRoot;
   for (const char* const name : {"/data", "/logs", "/run", "/bin"}) {
-    root.makeDirectory(agent + name, 0755);
+    root.makeDirectory(agent + name);
   }
   root.makeDirectory(agent + "/logs/UserLogs", 01777);  // the user's prompt writes here
   writeActionFile(root, scenario, agent + "/client-data/patch-resources/mac-patch-actions.json");
-  if (const Section* const data = scenario.section("patch data")) {
-    root.writeFile(kPatchDataFile, plistFile(*data));
-  }
-  if (const Section* const customization = scenario.section("customization")) {
-    root.writeFile(agent + "/data/ApplicationRunningPromptCustomization.plist",
-                   plistFile(*customization));
-  }
+  writeSettings(root, scenario, "patch data", kPatchDataFile);
+  writeSettings(root, scenario, "customization",
+                agent + "/data/ApplicationRunningPromptCustomization.plist");
   writePromptData(root, scenario, agent + "/data/ApplicationRunningPromptData.plist");
   if (scenario.value("agent", "data directory") == "read-only") {
     root.makeReadOnly(agent + "/data");

@@ -26,6 +26,7 @@
 #include "SimulatedMac/ProcessSteps.h"
 #include "SimulatedMac/QuitTriggers.h"
 #include "SimulatedMac/ScenarioFiles.h"
+#include "SimulatedMac/ScenarioRules.h"
 
 namespace simulated_mac {
 namespace {
@@ -95,7 +96,7 @@ pid_t startAndWaitUntilReady(const std::string& what, const Work& work) {
 /// Starts all instances of all applications and returns those with a quit trigger.
 std::vector<Quitter> startApplications(const Scenario& scenario) {
   std::vector<Quitter> quitters;
-  for (const std::string& section : applicationSections(scenario)) {
+  for (const auto& [section, settings] : scenario.sectionsWith(kApplicationPrefix)) {
     const std::string executable = applicationExecutable(scenario, section);
     const auto quits = scenario.value(section, "quits");
     for (int count = std::atoi(scenario.valueOr(section, "instances", "1").c_str()); count > 0;
@@ -123,7 +124,7 @@ void buildMac(const Scenario& scenario, const EnterOptions& options) {
     root.writeFile(kRecordFile, "", 0666);
   }
   writeMacFiles(root, scenario, sourceDirectory() + "/root", standInProgram());
-  root.enter();
+  root.finish();
 }
 
 /// Looks the program up in the Mac's PATH, then in the caller's.
@@ -181,8 +182,8 @@ int runFirstProcess(const Scenario& scenario, const EnterOptions& options) {
   const std::string callersPath = path == nullptr ? "" : path;
   std::optional<QuitTriggers> triggers;
   try {
-    buildMac(scenario, options);
     setEnvironment(scenario);
+    buildMac(scenario, options);
     if (scenario.value("agent service", "state") != "absent") {
       startAndWaitUntilReady("[agent service]", [&](int ready) { serveAgent(scenario, ready); });
     }

@@ -1,21 +1,23 @@
 #include "SimulatedMac/MacFiles.h"
 
 #include <sys/types.h>
+#include <unistd.h>
 #include <utmpx.h>
 
 #include <cctype>
+#include <cerrno>
 #include <cstddef>
 #include <ctime>
 #include <filesystem>
-#include <optional>
 #include <string>
 #include <string_view>
+#include <system_error>
+#include <utility>
 #include <vector>
 
 #include "AgentLibraries/LogCore/Text.h"
 #include "Platform/PropertyList.h"
 #include "SimulatedMac/AgentFiles.h"
-#include "SimulatedMac/DocumentText.h"
 #include "SimulatedMac/Layout.h"
 #include "SimulatedMac/ScenarioRules.h"
 #include "SimulatedMac/ScenarioValues.h"
@@ -64,6 +66,13 @@ void writeSessions(LayeredRoot& root, const Scenario& scenario, const std::strin
   root.writeFile("/var/run/utmp", records);
 }
 
+/// Has no effect in a user namespace with a single user.
+void changeOwner(const std::string& path, uid_t user) {
+  if (chown(path.c_str(), user, kStaff) != 0 && errno != EINVAL) {
+    throw std::system_error(errno, std::generic_category(), path);
+  }
+}
+
 void writeUsers(LayeredRoot& root, const Scenario& scenario) {
   const std::string console = scenario.valueOr("users", "console", "none");
   root.writeFile("/dev/console", "");
@@ -75,14 +84,14 @@ void writeUsers(LayeredRoot& root, const Scenario& scenario) {
     const std::string home = "/Users/" + name;
     passwords +=
         LogCore::text(name, ":x:", number, ":", kStaff, ":", name, ":", home, ":/bin/sh\n");
-    root.makeDirectory(home, 0755);
-    root.changeOwner(home, number, kStaff);
+    root.makeDirectory(home);
+    changeOwner(home, number);
     if (name == console) {
-      root.changeOwner("/dev/console", number, kStaff);
+      changeOwner("/dev/console", number);
     }
   }
-  root.coverFile("/etc/passwd", passwords);
-  root.coverFile("/etc/nsswitch.conf", "passwd: files\ngroup: files\nshadow: files\n");
+  root.writeFile("/etc/passwd", passwords);
+  root.writeFile("/etc/nsswitch.conf", "passwd: files\ngroup: files\nshadow: files\n");
   writeSessions(root, scenario, console);
 }
 
@@ -120,26 +129,26 @@ void writePower(LayeredRoot& root, const Scenario& scenario) {
   }
 }
 
-void writeBundle(LayeredRoot& root, const std::string& executable, const std::string& identifier,
-                 const std::optional<std::string>& name) {
-  const fs::path contents = fs::path(executable).parent_path().parent_path();
-  std::vector<Setting> facts{{"CFBundleIdentifier", identifier},
-                             {"CFBundleExecutable", fs::path(executable).filename()}};
-  if (name) {
-    facts.push_back({"CFBundleDisplayName", "\"" + *name + "\""});
-  }
-  root.writeFile((contents / "Info.plist").string(), platform::toXML(plistDictionary(facts)));
+/// An application that the stand-in program plays.
+void writeApplication(LayeredRoot& root, const std::string& executable, const std::string& tool,
+                      platform::PropertyList::Dictionary facts) {
+  const fs::path path(executable);
+  facts.emplace("CFBundleExecutable", path.filename().string());
+  root.writeFile(path.parent_path().parent_path() / "Info.plist", platform::toXML(facts));
+  root.bindFile(tool, executable);
 }
 
 void writeApplications(LayeredRoot& root, const Scenario& scenario, const std::string& tool) {
-  for (const std::string& section : applicationSections(scenario)) {
-    const std::string executable = applicationExecutable(scenario, section);
-    writeBundle(root, executable, section.substr(kApplicationPrefix.size()),
-                scenario.value(section, "name"));
-    root.bindFile(tool, executable);
+  for (const auto& [section, settings] : scenario.sectionsWith(kApplicationPrefix)) {
+    platform::PropertyList::Dictionary facts{
+        {"CFBundleIdentifier", section.substr(kApplicationPrefix.size())}};
+    if (const auto name = scenario.value(section, "name")) {
+      facts.emplace("CFBundleDisplayName", *name);
+    }
+    writeApplication(root, applicationExecutable(scenario, section), tool, std::move(facts));
   }
-  writeBundle(root, kPromptExecutable, kPromptBundleIdentifier, std::nullopt);
-  root.bindFile(tool, kPromptExecutable);
+  writeApplication(root, kPromptExecutable, tool,
+                   {{"CFBundleIdentifier", kPromptBundleIdentifier}});
 }
 
 void writeTools(LayeredRoot& root, const Scenario& scenario, const std::string& tool) {
@@ -156,10 +165,11 @@ void writeTools(LayeredRoot& root, const Scenario& scenario, const std::string& 
 
 /// Last, so that the scenario's files replace others.
 void writeFiles(LayeredRoot& root, const Scenario& scenario) {
-  const Section* const files = scenario.section("files");
-  for (const Setting& file : files != nullptr ? files->settings : std::vector<Setting>()) {
-    const mode_t mode = file.value.starts_with("#!") ? 0755 : 0644;
-    root.writeFile(file.key, file.value.ends_with('\n') ? file.value : file.value + '\n', mode);
+  if (const Section* const files = scenario.section("files")) {
+    for (const auto& [path, content] : files->settings) {
+      root.writeFile(path, content.ends_with('\n') ? content : content + '\n',
+                     content.starts_with("#!") ? 0755 : 0644);
+    }
   }
 }
 
@@ -182,16 +192,6 @@ std::string applicationExecutable(const Scenario& scenario, const std::string& s
   const std::string bundle =
       scenario.valueOr(section, "bundle", identifier.substr(identifier.rfind('.') + 1));
   return "/Applications/" + bundle + ".app/Contents/MacOS/" + bundle;
-}
-
-std::vector<std::string> applicationSections(const Scenario& scenario) {
-  std::vector<std::string> found;
-  for (const Section& section : scenario.sections()) {
-    if (section.name.starts_with(kApplicationPrefix)) {
-      found.push_back(section.name);
-    }
-  }
-  return found;
 }
 
 }  // namespace simulated_mac

@@ -1,7 +1,6 @@
 // Writes the files of a simulated Mac.
 #pragma once
 #include <string>
-#include <vector>
 
 #include "SimulatedMac/LayeredRoot.h"
 #include "SimulatedMac/Scenario.h"
@@ -18,7 +17,5 @@ void writeMacFiles(LayeredRoot& root, const Scenario& scenario, const std::strin
 /// "/Applications/Safari.app/Contents/MacOS/Safari"; `section` is its section in the scenario.
 [[nodiscard]] std::string applicationExecutable(const Scenario& scenario,
                                                 const std::string& section);
-/// The sections of the scenario that describe applications.
-[[nodiscard]] std::vector<std::string> applicationSections(const Scenario& scenario);
 
 }  // namespace simulated_mac

@@ -2,6 +2,7 @@
 #pragma once
 #include <expected>
 #include <optional>
+#include <ranges>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -37,7 +38,11 @@ class Scenario {
   /// value.
   [[nodiscard]] std::string serialized() const;
 
-  [[nodiscard]] const std::vector<Section>& sections() const noexcept { return sections_; }
+  /// The sections whose names begin with `prefix`.
+  [[nodiscard]] auto sectionsWith(std::string_view prefix) const {
+    return std::views::filter(
+        sections_, [prefix](const Section& section) { return section.name.starts_with(prefix); });
+  }
   /// The section with that name, or null.
   [[nodiscard]] const Section* section(std::string_view name) const noexcept;
   /// The last value of the key; absent when the section or the key is.
