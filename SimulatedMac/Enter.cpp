@@ -4,21 +4,24 @@
 #include <signal.h>  // NOLINT(modernize-deprecated-headers): POSIX, not only C
 #include <sys/prctl.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
+#include <expected>
+#include <filesystem>
 #include <iostream>
+#include <optional>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <system_error>
 #include <vector>
 
 #include "Platform/Descriptor.h"
-#include "SimulatedMac/EnterMessages.h"
-#include "SimulatedMac/EnterOptions.h"
+#include "SimulatedMac/Enter.h"
 #include "SimulatedMac/FirstProcess.h"
+#include "SimulatedMac/ProcessSteps.h"
 #include "SimulatedMac/Scenario.h"
 #include "SimulatedMac/ScenarioFiles.h"
 
@@ -27,11 +30,56 @@ namespace {
 
 using platform::Descriptor;
 
+constexpr std::string_view kEnterUsage =
+    "usage: enter [--records FILE] [--set SECTION/KEY=VALUE]… [--user-namespace]\n"
+    "             SCENARIO -- COMMAND [ARGUMENT]…\n"
+    "       enter [--set SECTION/KEY=VALUE]… --print SCENARIO\n"
+    "       enter --list | --help\n"
+    "SCENARIO is a name that --list shows, or the path of a file of your own, with a \"/\" in it.\n"
+    "--records appends a line for each call of a tool to FILE. A new FILE is made writable for\n"
+    "everyone, since the Mac's users write to it; an existing one must be writable for them.\n"
+    "Exit status: the command's, or 64 for bad usage, 65 for an invalid scenario, 70 when "
+    "something\n"
+    "in the Mac doesn't start, 77 when the system allows no simulated Mac.\n";
+
+/// Reads the arguments without the program's name. The error is one line for the user.
+std::expected<EnterOptions, std::string> parseOptions(const std::vector<std::string>& arguments) {
+  EnterOptions options;
+  auto next = arguments.begin();
+  for (; next != arguments.end() && *next != "--"; ++next) {
+    if (*next == "--records" || *next == "--set") {
+      const std::string& option = *next;
+      ++next;
+      if (next == arguments.end() || next->empty()) {
+        return std::unexpected(option + " needs a value");
+      }
+      if (option == "--set") {
+        options.settings.push_back(*next);
+      } else {
+        options.records = std::filesystem::absolute(*next);
+      }
+    } else if (*next == "--user-namespace") {
+      options.userNamespace = true;
+    } else if (*next == "--print") {
+      options.prints = true;
+    } else if (next->starts_with("-") || !options.scenario.empty()) {
+      return std::unexpected("unexpected \"" + *next + "\"");
+    } else {
+      options.scenario = *next;
+    }
+  }
+  if (next != arguments.end()) {
+    options.command.assign(next + 1, arguments.end());
+  }
+  if (options.scenario.empty() || options.command.empty() != options.prints) {
+    return std::unexpected("expected SCENARIO -- COMMAND");
+  }
+  return options;
+}
+
 void writeToProc(const std::string& path, const std::string& text) {
   const Descriptor file(open(path.c_str(), O_WRONLY | O_CLOEXEC));
-  if (!file || write(file.get(), text.data(), text.size()) < 0) {
-    throw std::system_error(errno, std::generic_category(), path);
-  }
+  failIf(!file || write(file.get(), text.data(), text.size()) < 0, path);
 }
 
 /// Moves the calling process into new namespaces; its next child is process 1 there.
@@ -39,9 +87,7 @@ void makeNamespaces(bool userNamespace) {
   const uid_t user = geteuid();
   const gid_t group = getegid();
   const int flags = CLONE_NEWNS | CLONE_NEWPID | CLONE_NEWIPC;
-  if (unshare(userNamespace ? flags | CLONE_NEWUSER : flags) != 0) {
-    throw std::system_error(errno, std::generic_category(), "unshare");
-  }
+  failIf(unshare(userNamespace ? flags | CLONE_NEWUSER : flags) != 0, "unshare");
   if (userNamespace) {
     writeToProc("/proc/self/setgroups", "deny");
     writeToProc("/proc/self/uid_map", "0 " + std::to_string(user) + " 1");
@@ -57,30 +103,9 @@ void prepareRecords(const std::string& path, bool hasUsers) {
   if (!isNew && errno == EEXIST) {
     file = Descriptor(open(path.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC | O_NONBLOCK));
   }
-  if (!file || (isNew && fchmod(file.get(), 0666) != 0) || fstat(file.get(), &facts) != 0) {
-    throw std::system_error(errno, std::generic_category(), path);
-  }
+  failIf(!file || (isNew && fchmod(file.get(), 0666) != 0) || fstat(file.get(), &facts) != 0, path);
   if (hasUsers && (facts.st_mode & S_IWOTH) == 0) {
     throw std::runtime_error(path + ": expected a new file or one that everyone can write to");
-  }
-}
-
-constexpr unsigned kSecondsToEnd = 5;
-
-pid_t firstProcess = 0;
-volatile sig_atomic_t isEnding = 0;
-
-/// Gives the command some seconds to exit; then, or on a second signal, kills everything in the Mac
-/// and this process. A signal from the terminal has already reached the command.
-void endMac(int signal, siginfo_t* facts, void* /*context*/) {
-  if (signal == SIGALRM || isEnding != 0) {
-    kill(firstProcess, SIGKILL);
-    return;
-  }
-  isEnding = 1;
-  alarm(kSecondsToEnd);
-  if (facts->si_code != SI_KERNEL) {
-    kill(firstProcess, signal);
   }
 }
 
@@ -96,32 +121,23 @@ int enterMac(const Scenario& scenario, const EnterOptions& options) {
   } catch (const std::exception& error) {
     return report(error.what(), kBadUsage);
   }
+  pid_t firstProcess = 0;
   try {
     makeNamespaces(needsUserNamespace);
+    firstProcess = fork();
+    failIf(firstProcess < 0, "fork");
   } catch (const std::system_error& error) {
     return report(kCantMakeMac + std::string(error.what()), kCantEnter);
-  }
-  firstProcess = fork();
-  if (firstProcess < 0) {
-    return report(kCantMakeMac + std::string("fork: ") + std::strerror(errno), kCantEnter);
   }
   if (firstProcess == 0) {
     umask(022);
     prctl(PR_SET_PDEATHSIG, SIGKILL);  // the Mac ends when its parent is killed
     _exit(runFirstProcess(scenario, options));
   }
-  struct sigaction action{};
-  action.sa_sigaction = endMac;
-  action.sa_flags = SA_SIGINFO;
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGALRM}) {
-    sigaction(signal, &action, nullptr);
-  }
-  int status = 0;
-  while (waitpid(firstProcess, &status, 0) < 0 && errno == EINTR) {
-  }
+  passOnSignals(firstProcess);
   // Not exit(): after unshare() this process can't start threads, which the leak check at exit
   // needs.
-  _exit(WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status));
+  _exit(waitFor(firstProcess));
 }
 
 int run(const std::vector<std::string>& arguments) {

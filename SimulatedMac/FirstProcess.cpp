@@ -1,25 +1,24 @@
 #include "SimulatedMac/FirstProcess.h"
 
 #include <fcntl.h>
-#include <signal.h>  // NOLINT(modernize-deprecated-headers): POSIX, not only C
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <exception>
-#include <optional>
+#include <functional>
 #include <ranges>
 #include <stdexcept>
+#include <string>
 #include <string_view>
 #include <system_error>
 #include <utility>
 #include <vector>
 
+#include "Platform/Descriptor.h"
+#include "Platform/Polling.h"
 #include "SimulatedMac/AgentServiceStandIn.h"
-#include "SimulatedMac/EnterMessages.h"
 #include "SimulatedMac/LayeredRoot.h"
 #include "SimulatedMac/Layout.h"
 #include "SimulatedMac/MacFiles.h"
@@ -57,37 +56,26 @@ void setEnvironment(const Scenario& scenario) {
 
 /// Forks a child that calls `work` with the write end of a pipe, and waits until the child writes
 /// to it. Throws `std::runtime_error`, which names `what`, if the child exits before that.
-template <typename Work>
-pid_t startAndWaitUntilReady(const std::string& what, const Work& work) {
-  std::array<int, 2> ready{};
-  if (pipe2(ready.data(), O_CLOEXEC) != 0) {
-    throw std::system_error(errno, std::generic_category(), "pipe");
-  }
+pid_t startAndWaitUntilReady(const std::string& what, const std::function<void(int ready)>& work) {
+  auto ready = platform::makePipe();
+  failIf(!ready, "pipe");
   const pid_t child = fork();
-  if (child < 0) {
-    throw std::system_error(errno, std::generic_category(), "fork");
-  }
+  failIf(child < 0, "fork");
   if (child == 0) {
-    close(ready[0]);
     setsid();
-    if (const int null = open("/dev/null", O_RDWR | O_CLOEXEC); null >= 0) {
-      dup2(null, STDIN_FILENO);
-      dup2(null, STDOUT_FILENO);
-    }
+    const platform::Descriptor null(open("/dev/null", O_RDWR | O_CLOEXEC));
+    dup2(null.get(), STDIN_FILENO);
+    dup2(null.get(), STDOUT_FILENO);
     try {
-      work(ready[1]);
+      work(ready->writeEnd.get());
     } catch (const std::exception& error) {
       report(what + ": " + error.what(), 0);
     }
     _exit(kDoesntStart);
   }
-  close(ready[1]);
+  ready->writeEnd.reset();
   char answer = 0;
-  ssize_t size = 0;
-  while ((size = read(ready[0], &answer, 1)) < 0 && errno == EINTR) {
-  }
-  close(ready[0]);
-  if (size != 1) {
+  if (read(ready->readEnd.get(), &answer, 1) != 1) {
     throw std::runtime_error(what + " doesn't start");
   }
   return child;
@@ -104,8 +92,7 @@ std::vector<Quitter> startApplications(const Scenario& scenario) {
       const pid_t process = startAndWaitUntilReady("[" + section + "]", [&](int ready) {
         dup2(ready, STDOUT_FILENO);
         becomeUser(scenario.valueOr("users", "console", "none"));
-        execl(executable.c_str(), executable.c_str(), nullptr);
-        throw std::system_error(errno, std::generic_category(), executable);
+        failIf(execl(executable.c_str(), executable.c_str(), nullptr) != 0, executable);
       });
       if (quits) {
         quitters.push_back({*quits, process});
@@ -141,75 +128,32 @@ void buildMac(const Scenario& scenario, const EnterOptions& options) {
                reason == ENOENT ? kNotFound : kNotExecutable));
 }
 
-pid_t commandToEnd = 0;
-
-/// Forwards signals from processes outside of the Mac to the command. A signal from the terminal
-/// has already reached it.
-void forwardToCommand(int signal, siginfo_t* facts, void* /*context*/) {
-  if (facts->si_code != SI_KERNEL) {
-    kill(commandToEnd, signal);
-  }
-}
-
-void passOnSignals(pid_t command) {
-  commandToEnd = command;
-  struct sigaction action{};
-  action.sa_sigaction = forwardToCommand;
-  action.sa_flags = SA_SIGINFO;
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
-    sigaction(signal, &action, nullptr);
-  }
-}
-
-/// Waits for the command and reaps orphans meanwhile, as process 1 must.
-int waitFor(pid_t command) {
-  while (true) {
-    int status = 0;
-    const pid_t ended = waitpid(-1, &status, 0);
-    if (ended == command) {
-      return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    }
-    if (ended < 0 && errno != EINTR) {
-      throw std::system_error(errno, std::generic_category(), "waitpid");
-    }
-  }
-}
-
 }  // namespace
 
 int runFirstProcess(const Scenario& scenario, const EnterOptions& options) {
   const char* const path = std::getenv("PATH");
   const std::string callersPath = path == nullptr ? "" : path;
-  std::optional<QuitTriggers> triggers;
   try {
     setEnvironment(scenario);
     buildMac(scenario, options);
     if (scenario.value("agent service", "state") != "absent") {
       startAndWaitUntilReady("[agent service]", [&](int ready) { serveAgent(scenario, ready); });
     }
-    if (auto quitters = startApplications(scenario); !quitters.empty()) {
-      triggers.emplace(std::move(quitters));
+    QuitTriggers triggers(startApplications(scenario));
+    const pid_t command = fork();
+    failIf(command < 0, "fork");
+    if (command == 0) {
+      triggers.redirectStandardError();
+      executeCommand(options.command, callersPath);
     }
+    passOnSignals(command);
+    triggers.forward(command);
+    return waitFor(command);
   } catch (const std::system_error& error) {
     return report(kCantMakeMac + std::string(error.what()), kCantEnter);
   } catch (const std::exception& error) {
     return report(error.what(), kDoesntStart);
   }
-  const pid_t command = fork();
-  if (command < 0) {
-    return report(kCantMakeMac + std::string("fork: ") + std::strerror(errno), kCantEnter);
-  }
-  if (command == 0) {
-    if (triggers) {
-      triggers->redirectStandardError();
-    }
-    executeCommand(options.command, callersPath);
-  }
-  passOnSignals(command);
-  if (triggers) {
-    triggers->forward(command);
-  }
-  return waitFor(command);
 }
 
 }  // namespace simulated_mac

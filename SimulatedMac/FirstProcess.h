@@ -1,6 +1,6 @@
 // Process 1 of a simulated Mac.
 #pragma once
-#include "SimulatedMac/EnterOptions.h"
+#include "SimulatedMac/Enter.h"
 #include "SimulatedMac/Scenario.h"
 
 namespace simulated_mac {

@@ -18,10 +18,13 @@
 #include <utility>
 
 #include "Platform/Descriptor.h"
+#include "SimulatedMac/ProcessSteps.h"
 
 namespace simulated_mac {
 namespace fs = std::filesystem;
 namespace {
+
+using Access = LayeredRoot::Access;
 
 /// The tmpfs is mounted on this directory of the host, which exists everywhere; the Mac has a /proc
 /// of its own.
@@ -41,12 +44,6 @@ constexpr std::array kDroppedCapabilities{CAP_SYS_ADMIN, CAP_MKNOD,     CAP_SYS_
                                           CAP_SYS_RAWIO, CAP_NET_ADMIN, CAP_SYS_BOOT,
                                           CAP_SYS_TIME};
 
-void failIf(bool failed, const std::string& what) {
-  if (failed) {
-    throw std::system_error(errno, std::generic_category(), what);
-  }
-}
-
 void mountOrFail(const std::string& source, const std::string& target, const char* type,
                  unsigned long flags, const char* options = nullptr) {
   failIf(mount(source.c_str(), target.c_str(), type, flags, options) != 0,
@@ -54,18 +51,23 @@ void mountOrFail(const std::string& source, const std::string& target, const cha
 }
 
 /// Mounts a file, or a directory with all that is mounted below it, on `target`.
-void bind(const std::string& source, const std::string& target,
-          LayeredRoot::Access access = LayeredRoot::Access::readOnly) {
+void bind(const std::string& source, const std::string& target, Access access = Access::readOnly) {
   const platform::Descriptor tree(
       open_tree(AT_FDCWD, source.c_str(), AT_RECURSIVE | OPEN_TREE_CLONE | OPEN_TREE_CLOEXEC));
   mount_attr attributes{};
-  (access == LayeredRoot::Access::readOnly ? attributes.attr_set : attributes.attr_clr) =
-      MOUNT_ATTR_RDONLY;
+  (access == Access::readOnly ? attributes.attr_set : attributes.attr_clr) = MOUNT_ATTR_RDONLY;
   failIf(!tree ||
              mount_setattr(tree.get(), "", AT_EMPTY_PATH | AT_RECURSIVE, &attributes,
                            sizeof attributes) != 0 ||
              move_mount(tree.get(), "", AT_FDCWD, target.c_str(), MOVE_MOUNT_F_EMPTY_PATH) != 0,
          "bind " + source + " to " + target);
+}
+
+/// Shows a file of the host at `target`.
+void showFile(const std::string& source, const std::string& target,
+              Access access = Access::readOnly) {
+  std::ofstream(target).flush();
+  bind(kHost + source, target, access);
 }
 
 bool isOwnTopLevel(std::string_view name) {
@@ -87,6 +89,76 @@ std::set<std::string> mountPointsBelow(const std::string& directory) {
     }
   }
   return found;
+}
+
+void bindHostDirectories() {
+  for (const fs::directory_entry& entry : fs::directory_iterator(kHost)) {
+    const fs::path path = "/" / entry.path().filename();
+    if (isOwnTopLevel(entry.path().filename().native())) {
+      continue;
+    }
+    if (entry.is_symlink()) {
+      fs::copy_symlink(entry.path(), path);
+    } else if (entry.is_directory()) {
+      fs::create_directory(path);
+      bind(entry.path(), path);
+    }
+  }
+}
+
+void mountDevices() {
+  fs::create_directories("/dev/shm");
+  if (fs::is_directory(kHost + "/dev/shm")) {  // builds may run there
+    bind(kHost + "/dev/shm", "/dev/shm");
+  }
+  for (const std::string name : {"null", "zero", "full", "random", "urandom", "tty"}) {
+    showFile("/dev/" + name, "/dev/" + name);
+  }
+  // Terminals of the Mac's own: programs can't reach the host's, except for the one they run in.
+  fs::create_directories("/dev/pts");
+  mountOrFail("devpts", "/dev/pts", "devpts", MS_NOSUID | MS_NOEXEC,
+              "newinstance,ptmxmode=0666,mode=0620");
+  for (const auto& [target, path] :
+       {std::pair{"/proc/self/fd", "/dev/fd"}, std::pair{"/proc/self/fd/0", "/dev/stdin"},
+        std::pair{"/proc/self/fd/1", "/dev/stdout"}, std::pair{"/proc/self/fd/2", "/dev/stderr"},
+        std::pair{"pts/ptmx", "/dev/ptmx"}}) {
+    fs::create_symlink(target, path);
+  }
+}
+
+void mountSys() {
+  // Without the host's class/: the Mac has the power supplies of its scenario only.
+  for (const std::string path : {"/sys/devices", "/sys/fs", "/sys/kernel"}) {
+    fs::create_directories(path);
+    if (fs::is_directory(kHost + path)) {
+      bind(kHost + path, path);
+    }
+  }
+  fs::create_directories("/sys/class/power_supply");
+}
+
+void mountProc() {
+  fs::create_directories("/proc");
+  mountOrFail("proc", "/proc", "proc", MS_NOSUID | MS_NODEV | MS_NOEXEC);
+  for (const char* const path :
+       {"/proc/sys", "/proc/sysrq-trigger", "/proc/irq", "/proc/bus", "/proc/fs"}) {
+    if (fs::exists(path)) {
+      bind(path, path);
+    }
+  }
+}
+
+void mountOverlay(const std::string& directory) {
+  const std::set<std::string> points = mountPointsBelow(directory);
+  const std::string layers = "lowerdir=" + kLayers + directory + ":" + kHost + directory;
+  mountOrFail("overlay", directory, "overlay", MS_RDONLY, layers.c_str());
+  // An overlay does not show what the host has mounted below its lower layer.
+  for (const std::string& point : points) {
+    std::error_code ignored;
+    if (fs::exists(point, ignored) && !fs::exists(kLayers + point, ignored)) {
+      bind(kHost + point, point);
+    }
+  }
 }
 
 }  // namespace
@@ -136,8 +208,7 @@ void LayeredRoot::makeDirectory(const std::string& macPath, mode_t mode) const {
 void LayeredRoot::bindFile(const std::string& source, const std::string& macPath,
                            Access access) const {
   fs::create_directories(fs::path(macPath).parent_path());
-  std::ofstream(macPath).flush();
-  bind(kHost + source, macPath, access);
+  showFile(source, macPath, access);
 }
 
 void LayeredRoot::makeReadOnly(const std::string& macPath) const { bind(macPath, macPath); }
@@ -159,76 +230,6 @@ std::string LayeredRoot::placeFor(const std::string& macPath) {
   }
   fs::create_directories(place.parent_path());
   return place;
-}
-
-void LayeredRoot::bindHostDirectories() const {
-  for (const fs::directory_entry& entry : fs::directory_iterator(kHost)) {
-    const fs::path path = "/" / entry.path().filename();
-    if (isOwnTopLevel(entry.path().filename().native())) {
-      continue;
-    }
-    if (entry.is_symlink()) {
-      fs::copy_symlink(entry.path(), path);
-    } else if (entry.is_directory()) {
-      fs::create_directory(path);
-      bind(entry.path(), path);
-    }
-  }
-}
-
-void LayeredRoot::mountDevices() const {
-  makeDirectory("/dev/shm");
-  if (fs::is_directory(kHost + "/dev/shm")) {  // builds may run there
-    bind(kHost + "/dev/shm", "/dev/shm");
-  }
-  for (const std::string name : {"null", "zero", "full", "random", "urandom", "tty"}) {
-    bindFile("/dev/" + name, "/dev/" + name);
-  }
-  // Terminals of the Mac's own: programs can't reach the host's, except for the one they run in.
-  makeDirectory("/dev/pts");
-  mountOrFail("devpts", "/dev/pts", "devpts", MS_NOSUID | MS_NOEXEC,
-              "newinstance,ptmxmode=0666,mode=0620");
-  for (const auto& [target, path] :
-       {std::pair{"/proc/self/fd", "/dev/fd"}, std::pair{"/proc/self/fd/0", "/dev/stdin"},
-        std::pair{"/proc/self/fd/1", "/dev/stdout"}, std::pair{"/proc/self/fd/2", "/dev/stderr"},
-        std::pair{"pts/ptmx", "/dev/ptmx"}}) {
-    fs::create_symlink(target, path);
-  }
-}
-
-void LayeredRoot::mountSys() const {
-  // Without the host's class/: the Mac has the power supplies of its scenario only.
-  for (const std::string path : {"/sys/devices", "/sys/fs", "/sys/kernel"}) {
-    makeDirectory(path);
-    if (fs::is_directory(kHost + path)) {
-      bind(kHost + path, path);
-    }
-  }
-  makeDirectory("/sys/class/power_supply");
-}
-
-void LayeredRoot::mountProc() const {
-  makeDirectory("/proc");
-  mountOrFail("proc", "/proc", "proc", MS_NOSUID | MS_NODEV | MS_NOEXEC);
-  for (const char* const path :
-       {"/proc/sys", "/proc/sysrq-trigger", "/proc/irq", "/proc/bus", "/proc/fs"}) {
-    if (fs::exists(path)) {
-      makeReadOnly(path);
-    }
-  }
-}
-
-void LayeredRoot::mountOverlay(const std::string& directory) const {
-  const std::set<std::string> points = mountPointsBelow(directory);
-  const std::string layers = "lowerdir=" + kLayers + directory + ":" + kHost + directory;
-  mountOrFail("overlay", directory, "overlay", MS_RDONLY, layers.c_str());
-  // An overlay does not show what the host has mounted below its lower layer.
-  for (const std::string& point : points) {
-    std::error_code ignored;
-    if (fs::exists(point, ignored) && !fs::exists(kLayers + point, ignored)) {
-      bind(kHost + point, point);
-    }
-  }
 }
 
 void LayeredRoot::finish() const {

@@ -40,11 +40,6 @@ class LayeredRoot {
   void finish() const;
 
  private:
-  void bindHostDirectories() const;
-  void mountDevices() const;
-  void mountSys() const;
-  void mountProc() const;
-  void mountOverlay(const std::string& directory) const;
   [[nodiscard]] std::string placeFor(const std::string& macPath);
 
   std::string callersDirectory_;

@@ -11,7 +11,6 @@
 #include <filesystem>
 #include <string>
 #include <string_view>
-#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -19,6 +18,7 @@
 #include "Platform/PropertyList.h"
 #include "SimulatedMac/AgentFiles.h"
 #include "SimulatedMac/Layout.h"
+#include "SimulatedMac/ProcessSteps.h"
 #include "SimulatedMac/ScenarioRules.h"
 #include "SimulatedMac/ScenarioValues.h"
 
@@ -68,9 +68,7 @@ void writeSessions(LayeredRoot& root, const Scenario& scenario, const std::strin
 
 /// Has no effect in a user namespace with a single user.
 void changeOwner(const std::string& path, uid_t user) {
-  if (chown(path.c_str(), user, kStaff) != 0 && errno != EINVAL) {
-    throw std::system_error(errno, std::generic_category(), path);
-  }
+  failIf(chown(path.c_str(), user, kStaff) != 0 && errno != EINVAL, path);
 }
 
 void writeUsers(LayeredRoot& root, const Scenario& scenario) {
@@ -95,36 +93,32 @@ void writeUsers(LayeredRoot& root, const Scenario& scenario) {
   writeSessions(root, scenario, console);
 }
 
-/// "mains online", "mains offline", "battery discharging 45/90".
-void writePowerSource(LayeredRoot& root, const std::string& source, int number) {
-  const std::vector<std::string> fields = words(source);
-  const bool isMains = fields[0] == "mains";
-  const std::string name = (isMains ? "Mains-" : "InternalBattery-") + std::to_string(number);
-  const auto fact = [&](const std::string& attribute, const std::string& content) {
-    root.writeFile("/sys/class/power_supply/" + name + "/" + attribute, content + "\n");
-  };
-  if (isMains) {
-    fact("type", "Mains");
-    fact("online", fields[1] == "online" ? "1" : "0");
-    return;
-  }
-  std::string status = fields[1];
-  status[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(status[0])));
-  fact("type", "Battery");
-  fact("present", "1");
-  fact("status", status);
-  if (fields.size() == 3) {
-    const std::size_t slash = fields[2].find('/');
-    fact("charge_now", fields[2].substr(0, slash));
-    fact("charge_full", fields[2].substr(slash + 1));
-  }
-}
-
 void writePower(LayeredRoot& root, const Scenario& scenario) {
   int number = 0;
   for (const std::string& source : scenario.values("power", "source")) {
-    if (source != "none") {
-      writePowerSource(root, source, number++);
+    const std::vector<std::string> fields = words(source);
+    if (fields[0] == "none") {
+      continue;
+    }
+    const bool isMains = fields[0] == "mains";
+    const std::string name = (isMains ? "Mains-" : "InternalBattery-") + std::to_string(number++);
+    const auto fact = [&](const std::string& attribute, const std::string& content) {
+      root.writeFile("/sys/class/power_supply/" + name + "/" + attribute, content + "\n");
+    };
+    if (isMains) {
+      fact("type", "Mains");
+      fact("online", fields[1] == "online" ? "1" : "0");
+      continue;
+    }
+    std::string status = fields[1];
+    status[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(status[0])));
+    fact("type", "Battery");
+    fact("present", "1");
+    fact("status", status);
+    if (fields.size() == 3) {
+      const std::size_t slash = fields[2].find('/');
+      fact("charge_now", fields[2].substr(0, slash));
+      fact("charge_full", fields[2].substr(slash + 1));
     }
   }
 }

@@ -3,17 +3,45 @@
 #include <grp.h>
 #include <pwd.h>
 #include <signal.h>  // NOLINT(modernize-deprecated-headers): POSIX, not only C
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstddef>
 #include <cstdlib>
 #include <cstring>
+#include <system_error>
 
+#include "Platform/Descriptor.h"
 #include "Platform/Text.h"
 #include "SimulatedMac/Layout.h"
 
 namespace simulated_mac {
+namespace {
+
+constexpr unsigned kSecondsToEnd = 5;
+
+pid_t signalledChild = 0;
+volatile sig_atomic_t isEnding = 0;
+
+void passOn(int signal, siginfo_t* facts, void* /*context*/) {
+  if (signal == SIGALRM || isEnding != 0) {
+    kill(signalledChild, SIGKILL);
+    return;
+  }
+  isEnding = 1;
+  alarm(kSecondsToEnd);
+  if (facts->si_code != SI_KERNEL) {
+    kill(signalledChild, signal);
+  }
+}
+
+}  // namespace
+
+void failIf(bool failed, const std::string& what) {
+  if (failed) {
+    throw std::system_error(errno, std::generic_category(), what);
+  }
+}
 
 void waitForever() {
   while (true) {
@@ -24,12 +52,8 @@ void waitForever() {
 void waitMilliseconds(int duration) { usleep(static_cast<useconds_t>(duration) * 1000); }
 
 void print(int descriptor, std::string_view text) {
-  while (!text.empty()) {
-    const ssize_t written = write(descriptor, text.data(), text.size());
-    if (written < 0) {
-      _exit(141);  // as if killed by SIGPIPE
-    }
-    text.remove_prefix(static_cast<std::size_t>(written));
+  if (platform::writeAll(descriptor, text) != 0) {
+    _exit(141);  // as if killed by SIGPIPE
   }
 }
 
@@ -59,9 +83,7 @@ std::vector<char*> argumentPointers(std::vector<std::string>& command) {
 void execute(std::vector<std::string> command) {
   const std::vector<char*> arguments = argumentPointers(command);
   execvp(arguments[0], arguments.data());
-  const int reason = errno;
-  printLine(STDERR_FILENO, command[0] + ": " + std::strerror(reason));
-  _exit(reason == ENOENT ? 127 : 126);
+  exitWith(errno == ENOENT ? 127 : 126, command[0] + ": " + std::strerror(errno));
 }
 
 void exitAs(std::string_view exits) {
@@ -75,6 +97,32 @@ void exitAs(std::string_view exits) {
     raise(number);
   }
   _exit(number);
+}
+
+void exitWith(int status, const std::string& message) {
+  printLine(STDERR_FILENO, message);
+  _exit(status);
+}
+
+void passOnSignals(pid_t child) {
+  signalledChild = child;
+  struct sigaction action{};
+  action.sa_sigaction = passOn;
+  action.sa_flags = SA_SIGINFO;
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGALRM}) {
+    sigaction(signal, &action, nullptr);
+  }
+}
+
+int waitFor(pid_t child) {
+  while (true) {
+    int status = 0;
+    const pid_t ended = waitpid(-1, &status, 0);
+    if (ended == child) {
+      return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    }
+    failIf(ended < 0 && errno != EINTR, "waitpid");
+  }
 }
 
 }  // namespace simulated_mac

@@ -1,18 +1,18 @@
 #include "SimulatedMac/QuitTriggers.h"
 
 #include <fcntl.h>
-#include <poll.h>
 #include <signal.h>  // NOLINT(modernize-deprecated-headers): POSIX, not only C
-#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstddef>
 #include <iostream>
 #include <string_view>
-#include <system_error>
 #include <utility>
+
+#include "Platform/Linux/Pidfd.h"
+#include "Platform/Polling.h"
+#include "SimulatedMac/ProcessSteps.h"
 
 namespace simulated_mac {
 namespace {
@@ -23,28 +23,31 @@ constexpr int kPacketSize = 4096;  // the smallest pipe: one page
 
 QuitTriggers::QuitTriggers(std::vector<Quitter> quitters) : quitters_(std::move(quitters)) {
   // A pipe with room for one write, so the command can be at most one line ahead.
-  if (pipe2(pipe_.data(), O_CLOEXEC | O_DIRECT) != 0 ||
-      fcntl(pipe_[1], F_SETPIPE_SZ, kPacketSize) < 0) {
-    throw std::system_error(errno, std::generic_category(), "pipe");
+  failIf(pipe2(pipe_.data(), O_CLOEXEC | O_DIRECT) != 0 ||
+             fcntl(pipe_[1], F_SETPIPE_SZ, kPacketSize) < 0,
+         "pipe");
+}
+
+void QuitTriggers::redirectStandardError() const {
+  if (!quitters_.empty()) {
+    dup2(pipe_[1], STDERR_FILENO);
   }
 }
 
-void QuitTriggers::redirectStandardError() const { dup2(pipe_[1], STDERR_FILENO); }
-
 void QuitTriggers::forward(pid_t command) {
+  if (quitters_.empty()) {
+    return;
+  }
   close(pipe_[1]);
-  const int end = static_cast<int>(syscall(SYS_pidfd_open, command, 0));
-  std::array<pollfd, 2> events{pollfd{pipe_[0], POLLIN, 0}, pollfd{end, POLLIN, 0}};
+  const platform::Descriptor end = platform::openPidfd(command);
+  std::array awaited{platform::Awaited{pipe_[0]}, platform::Awaited{end.get()}};
   std::string packet(kPacketSize, '\0');
   while (true) {
-    if (poll(events.data(), events.size(), -1) < 0) {
-      if (errno == EINTR) {
-        continue;
-      }
-      break;
+    platform::waitForAny(awaited);
+    if (!awaited[0].ready && !awaited[1].ready) {
+      continue;  // a signal
     }
-    const ssize_t size =
-        (events[0].revents & POLLIN) != 0 ? read(pipe_[0], packet.data(), packet.size()) : 0;
+    const ssize_t size = awaited[0].ready ? read(pipe_[0], packet.data(), packet.size()) : 0;
     if (size <= 0) {
       break;  // nothing left to read, and the command or the pipe has ended
     }
@@ -55,7 +58,6 @@ void QuitTriggers::forward(pid_t command) {
              waitpid(quitter.process, nullptr, 0) >= 0;
     });
   }
-  close(end);
 }
 
 }  // namespace simulated_mac

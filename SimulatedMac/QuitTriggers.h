@@ -15,6 +15,7 @@ struct Quitter {
 };
 
 /// Reads a command's standard error, forwards it and kills the applications at their trigger lines.
+/// Without applications, leaves the command's standard error alone.
 class QuitTriggers {
  public:
   /// Throws `std::system_error` when no pipe can be made.

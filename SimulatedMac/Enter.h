@@ -1,9 +1,20 @@
-// The messages and exit statuses of `enter` itself.
+// The command line, the messages and the exit statuses of `enter`.
 #pragma once
 #include <iostream>
+#include <optional>
 #include <string>
+#include <vector>
 
 namespace simulated_mac {
+
+struct EnterOptions {
+  std::string scenario;
+  std::vector<std::string> settings;
+  std::optional<std::string> records;
+  bool userNamespace = false;  ///< Create a user namespace even for root.
+  bool prints = false;         ///< Only print the effective settings.
+  std::vector<std::string> command;
+};
 
 // Every other status is the command's.
 inline constexpr int kBadUsage = 64;
