@@ -56,6 +56,10 @@ TEST_F(SimulatedMacTest, HasTheFilesAndProgramsOfTheScenario) {
       "/dev/null 2>&1 || echo $?; test -x /Library/new/file'");
   EXPECT_EQ(ran.output, "y\nx\nreplaced\n");
   EXPECT_EQ(ran.status, 1);
+  EXPECT_EQ(enter("--set files//new/x=y --set files//etc/new=z healthy -- "
+                  "sh -c 'cat /new/x /etc/new; grep -c alice /etc/passwd'")
+                .output,
+            "y\nz\n1\n");
   EXPECT_THAT(enter("--set files//usr/../x=y healthy -- true").output,
               HasSubstr("expected the absolute path of a file in [files], found \"/usr/../x\""));
 }
