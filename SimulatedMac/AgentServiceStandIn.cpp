@@ -18,17 +18,14 @@
 namespace simulated_mac {
 namespace {
 
-constexpr std::string_view kSilentOn = "silent on ";
-
 /// Notifies `enter` that the service can be reached.
 void reportReady(int ready) {
   print(ready, kReady);
   close(ready);
 }
 
-/// A broken service: answers every request with the bytes of `answer`, or exits at the first
-/// request without one.
-[[noreturn]] void misbehave(const std::optional<std::string>& answer, int ready) {
+/// A broken service, which answers every request with garbage or nothing, or dies at the first one.
+[[noreturn]] void misbehave(std::string_view state, int ready) {
   const auto listener = platform::listenOnLocalSocket(kServiceSocket);
   if (!listener) {
     throw std::runtime_error(std::string(kServiceSocket) + ": " + listener.error());
@@ -40,10 +37,11 @@ void reportReady(int ready) {
     const auto peer = platform::acceptLocalSocket(*listener);
     std::array<char, 4096> request{};
     while (peer && platform::receive(*peer, request, true) > 0) {
-      if (!answer) {
+      if (state == "dies") {
         _exit(0);
       }
-      if (platform::sendWithoutWaiting(*peer, *answer) < 0) {
+      if (state == "garbage" &&
+          platform::sendWithoutWaiting(*peer, "{\"id\":\n[no answer at all]\n") < 0) {
         break;
       }
     }
@@ -54,20 +52,13 @@ void reportReady(int ready) {
 
 void serveAgent(const Scenario& scenario, int ready) {
   const std::string state = scenario.valueOr("agent service", "state", "answers");
-  if (state == "dies") {
-    misbehave(std::nullopt, ready);
+  if (state == "dies" || state == "garbage" || state == "silent") {
+    misbehave(state, ready);
   }
-  if (state == "garbage") {
-    misbehave("{\"id\":\n[no answer at all]\n", ready);
-  }
-  if (state == "silent") {
-    misbehave("", ready);
-  }
-  const std::string silentOn = state.starts_with(kSilentOn) ? state.substr(kSilentOn.size()) : "";
   const int delay = milliseconds(scenario.valueOr("agent service", "delay", "0 s")).value_or(0);
   const vxutils::AgentServiceServer server(
       kServiceSocket, [&](const std::string& key) -> std::optional<std::string> {
-        if (key == silentOn) {
+        if (state == "silent on " + key) {
           waitForever();
         }
         waitMilliseconds(delay);

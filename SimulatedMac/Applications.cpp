@@ -38,10 +38,9 @@ void prompt(ToolCall& call) {
   if (user == "crashes") {
     exitAs("signal 11");
   }
-  if (user == "quits") {
-    exitAs(call.scenario.valueOr("prompt", "exits", "0"));
+  if (user != "quits") {
+    writeAnswer(call.scenario.valueOr("prompt", "writes", user == "agrees" ? "94" : "1"));
   }
-  writeAnswer(call.scenario.valueOr("prompt", "writes", user == "agrees" ? "94" : "1"));
   exitAs(call.scenario.valueOr("prompt", "exits", "0"));
 }
 

@@ -22,8 +22,7 @@ void openApplication(ToolCall& call) {
   call.performScript("open");
   const std::string program = call.argumentAfter("-a").value_or("");
   if (access(program.c_str(), X_OK) != 0) {
-    printLine(STDERR_FILENO, "Unable to find application named '" + program + "'");
-    _exit(1);
+    exitWith(1, "Unable to find application named '" + program + "'");
   }
   std::vector<std::string> command{program};
   const auto separator = std::ranges::find(call.arguments, "--args");
@@ -34,15 +33,10 @@ void openApplication(ToolCall& call) {
   if (pipe2(started.data(), O_CLOEXEC) != 0 || fork() != 0) {
     close(started[1]);
     char none = 0;  // end of file: the program has been executed
-    [[maybe_unused]] const ssize_t ignored = read(started[0], &none, 1);
+    [[maybe_unused]] const ssize_t size = read(started[0], &none, 1);
     _exit(0);
   }
-  setsid();
-  if (const int null = open("/dev/null", O_RDWR | O_CLOEXEC); null >= 0) {
-    for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
-      dup2(null, descriptor);
-    }
-  }
+  [[maybe_unused]] const int ignored = daemon(1, 0);  // a session and /dev/null of its own
   const std::string user = call.scenario.valueOr("users", "console", "none");
   becomeUser(call.scenario.valueOr("prompt", "answers as", user == "none" ? "root" : user));
   execute(std::move(command));
@@ -57,12 +51,10 @@ void sudo(ToolCall& call) {
     command.erase(command.begin(), command.begin() + 2);
   }
   if (command.empty()) {
-    printLine(STDERR_FILENO, "usage: sudo [-u user] command");
-    _exit(1);
+    exitWith(1, "usage: sudo [-u user] command");
   }
   if (getpwnam(user.c_str()) == nullptr) {
-    printLine(STDERR_FILENO, "sudo: unknown user: " + user);
-    _exit(1);
+    exitWith(1, "sudo: unknown user: " + user);
   }
   becomeUser(user);
   execute(std::move(command));
@@ -72,8 +64,7 @@ void launchctl(ToolCall& call) {
   call.record();
   if (call.arguments.size() < 3 || call.arguments[0] != "asuser" ||
       !platform::wholeNumber<uid_t>(call.arguments[1])) {
-    printLine(STDERR_FILENO, "Usage: launchctl asuser <UID> <program> [<program arguments>]");
-    _exit(64);
+    exitWith(64, "Usage: launchctl asuser <UID> <program> [<program arguments>]");
   }
   setenv(kSessionVariable, call.arguments[1].c_str(), 1);
   execute({call.arguments.begin() + 2, call.arguments.end()});

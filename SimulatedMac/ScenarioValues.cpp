@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
-#include <cstdlib>
 
+#include "Platform/RealNumbers.h"
 #include "Platform/Text.h"
 
 namespace simulated_mac {
@@ -25,14 +25,12 @@ std::vector<std::string> words(std::string_view value) {
 
 std::optional<int> milliseconds(std::string_view value) {
   const std::size_t length = std::min(value.find_first_not_of("0123456789."), value.size());
-  const std::string digits(value.substr(0, length));
-  char* end = nullptr;
-  const double number = std::strtod(digits.c_str(), &end);
+  const auto number = platform::parseReal(value.substr(0, length));
   const std::string_view unit = trimmed(value.substr(length));
-  if (digits.empty() || *end != '\0' || number > 1e6 || (unit != "s" && unit != "ms")) {
+  if (!number || *number > 1e6 || (unit != "s" && unit != "ms")) {
     return std::nullopt;
   }
-  return static_cast<int>(std::lround(unit == "s" ? number * 1000 : number));
+  return static_cast<int>(std::lround(unit == "s" ? *number * 1000 : *number));
 }
 
 std::optional<std::string> serviceValue(const Scenario& scenario, std::string_view key) {

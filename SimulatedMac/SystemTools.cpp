@@ -2,12 +2,11 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
 #include <optional>
 #include <string>
 #include <string_view>
 
+#include "Platform/RealNumbers.h"
 #include "SimulatedMac/ProcessSteps.h"
 #include "SimulatedMac/ScenarioValues.h"
 #include "SimulatedMac/StandIns.h"
@@ -39,9 +38,8 @@ void printProgress(const ToolCall& call, const std::string& what, int places) {
   const int lines = std::max(kFewestLines, time / kMostBetweenLines);
   for (int line = 1; line <= lines; ++line) {
     waitMilliseconds(time / lines);
-    std::array<char, 16> percent{};
-    (void)std::snprintf(percent.data(), percent.size(), "%.*f%%", places, 100.0 * line / lines);
-    printLine(STDOUT_FILENO, what + ": " + percent.data());
+    printLine(STDOUT_FILENO,
+              what + ": " + platform::decimalText(100.0 * line / lines, places) + "%");
   }
 }
 
@@ -49,8 +47,7 @@ void printProgress(const ToolCall& call, const std::string& what, int places) {
   call.begin("softwareupdate --list");
   printLine(STDOUT_FILENO, "Software Update Tool\n\nFinding available software");
   if (update(call, "label").empty()) {
-    printLine(STDERR_FILENO, "No new software available.");
-    _exit(0);
+    exitWith(0, "No new software available.");
   }
   printLine(STDOUT_FILENO,
             "Software Update found the following new or updated software:\n* Label: " +
@@ -66,13 +63,11 @@ void printProgress(const ToolCall& call, const std::string& what, int places) {
   const std::string label = call.argumentAfter(installs ? "--install" : "--download").value_or("");
   printLine(STDOUT_FILENO, "Software Update Tool\n\nFinding available software");
   if (label != update(call, "label")) {
-    printLine(STDERR_FILENO, label + ": No such update");
-    _exit(0);
+    exitWith(0, label + ": No such update");
   }
   printLine(STDOUT_FILENO, "Downloading " + label);
   if (!isAuthorised(call)) {
-    printLine(STDERR_FILENO, "Failed to authenticate");
-    _exit(1);
+    exitWith(1, "Failed to authenticate");
   }
   printProgress(call, "Downloading", 2);
   printLine(STDOUT_FILENO, "Downloaded: " + label);
@@ -126,8 +121,7 @@ void startOSInstall(ToolCall& call) {
             "with the license only option and have read and agreed to the terms.\n"
             "If you do not agree, press CTRL-C and cancel this process immediately.");
   if (!isAuthorised(call)) {
-    printLine(STDERR_FILENO, "Error: could not get authorization...");
-    _exit(1);
+    exitWith(1, "Error: could not get authorization...");
   }
   printLine(STDOUT_FILENO, "Preparing to run macOS Installer...");
   printProgress(call, "Preparing", 1);
