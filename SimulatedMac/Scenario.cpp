@@ -2,16 +2,20 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <ranges>
+#include <system_error>
 #include <utility>
 
+#include "Platform/Files.h"
 #include "Platform/Text.h"
 #include "SimulatedMac/ScenarioRules.h"
-#include "SimulatedMac/ScenarioValues.h"
 
 namespace simulated_mac {
 
 namespace {
+
+constexpr std::uint64_t kLargestScenario = std::uint64_t{1} << 20;
 
 bool isBlankOrComment(std::string_view line) { return line.empty() || line.starts_with('#'); }
 
@@ -39,10 +43,15 @@ void readContinuation(std::string& value, Lines::const_iterator& next, Lines::co
 
 }  // namespace
 
-std::expected<Scenario, std::string> Scenario::parse(std::string_view text,
-                                                     const std::string& file) {
+std::expected<Scenario, std::string> Scenario::read(const std::string& path) {
+  const auto text = platform::readFile(path, {.maximumBytes = kLargestScenario});
+  if (!text) {
+    return std::unexpected(text.error().code == std::errc::no_such_file_or_directory
+                               ? path + ": no such scenario; enter --list shows them"
+                               : text.error().message);
+  }
   Lines lines;
-  for (const auto line : std::views::split(text, '\n')) {
+  for (const auto line : std::views::split(*text, '\n')) {
     lines.emplace_back(line);
   }
   Scenario scenario;
@@ -73,7 +82,7 @@ std::expected<Scenario, std::string> Scenario::parse(std::string_view text,
       section->settings.push_back(std::move(setting));
     }
     if (!problem.empty()) {
-      return std::unexpected(file + ", line " + std::to_string(number) + ": " + problem);
+      return std::unexpected(path + ", line " + std::to_string(number) + ": " + problem);
     }
   }
   return scenario;
@@ -127,11 +136,9 @@ std::string Scenario::serialized() const {
         continue;
       }
       out.append("\n");
-      std::string_view rest = setting.value;
-      while (!rest.empty()) {
-        const std::size_t end = rest.find('\n');
-        out.append("| ").append(rest.substr(0, end)).append("\n");
-        rest.remove_prefix(end + 1);
+      const std::string_view value(setting.value.begin(), setting.value.end() - 1);
+      for (const auto line : std::views::split(value, '\n')) {
+        out.append("| ").append(std::string_view(line)).append("\n");
       }
     }
   }

@@ -24,9 +24,9 @@ struct Section {
 /// The sections of a scenario; a value type. README.md lists the sections and their keys.
 class Scenario {
  public:
-  /// Reads the text of a scenario file. The error is one line: file, line, what was expected.
-  /// Unknown sections and keys are errors, so that a typo can't go unnoticed.
-  static std::expected<Scenario, std::string> parse(std::string_view text, const std::string& file);
+  /// Reads a scenario file. The error is one line: file, line, what was expected. Unknown sections
+  /// and keys are errors, so that a typo can't go unnoticed.
+  static std::expected<Scenario, std::string> read(const std::string& path);
   /// Adds one setting, written as on the command line: "section/key=value".
   std::expected<void, std::string> add(std::string_view text);
 
@@ -34,7 +34,7 @@ class Scenario {
   /// other sections the keys that it sets.
   void overlay(const Scenario& other);
 
-  /// As a scenario file: `parse` reads back the same, except for spaces at the ends of a one-line
+  /// As a scenario file: `read` returns the same, except for spaces at the ends of a one-line
   /// value.
   [[nodiscard]] std::string serialized() const;
 

@@ -1,32 +1,13 @@
 #include "SimulatedMac/ScenarioFiles.h"
 
-#include <algorithm>
-#include <cstddef>
-#include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <iomanip>
 #include <iostream>
-#include <system_error>
-
-#include "Platform/Files.h"
+#include <set>
 
 namespace simulated_mac {
 namespace fs = std::filesystem;
-namespace {
-
-constexpr std::uint64_t kLargestScenario = std::uint64_t{1} << 20;
-
-std::expected<Scenario, std::string> readScenarioFile(const std::string& path) {
-  const auto text = platform::readFile(path, {.maximumBytes = kLargestScenario});
-  if (!text) {
-    return std::unexpected(text.error().code == std::errc::no_such_file_or_directory
-                               ? path + ": no such scenario; enter --list shows them"
-                               : text.error().message);
-  }
-  return Scenario::parse(*text, path);
-}
-
-}  // namespace
 
 // Relative to this program, as installed and in a build folder, so that an installed tree can move.
 std::string programDirectory() {
@@ -37,13 +18,13 @@ std::string standInProgram() { return programDirectory() + "/" SIMULATED_MAC_TOO
 
 std::expected<Scenario, std::string> readScenario(const std::string& scenario,
                                                   const std::vector<std::string>& settings) {
-  auto merged = readScenarioFile(sourceDirectory() + "/defaults.ini");
+  auto merged = Scenario::read(sourceDirectory() + "/defaults.ini");
   if (!merged) {
     return merged;
   }
   const bool isPath = scenario.find('/') != std::string::npos;
   const auto file =
-      readScenarioFile(isPath ? scenario : sourceDirectory() + "/scenarios/" + scenario + ".ini");
+      Scenario::read(isPath ? scenario : sourceDirectory() + "/scenarios/" + scenario + ".ini");
   if (!file) {
     return file;
   }
@@ -59,21 +40,16 @@ std::expected<Scenario, std::string> readScenario(const std::string& scenario,
 }
 
 void listScenarios() {
-  std::vector<fs::path> files;
-  for (const fs::directory_entry& entry :
-       fs::directory_iterator(sourceDirectory() + "/scenarios")) {
-    if (entry.path().extension() == ".ini") {
-      files.push_back(entry.path());
+  const fs::directory_iterator folder(sourceDirectory() + "/scenarios");
+  for (const fs::path& file : std::set<fs::path>(begin(folder), end(folder))) {
+    if (file.extension() != ".ini") {
+      continue;
     }
-  }
-  std::ranges::sort(files);
-  for (const fs::path& file : files) {
     std::ifstream in(file);
     std::string line;
     std::getline(in, line);
-    std::string name = file.stem();
-    name.resize(std::max<std::size_t>(name.size() + 2, 26), ' ');
-    std::cout << name << (line.starts_with("# ") ? line.substr(2) : "") << "\n";
+    std::cout << std::left << std::setw(24) << file.stem().string() << "  "
+              << (line.starts_with("# ") ? line.substr(2) : "") << "\n";
   }
 }
 

@@ -4,8 +4,11 @@
 
 #include <algorithm>
 #include <array>
+#include <exception>
 #include <string>
 #include <string_view>
+
+#include "SimulatedMac/ProcessSteps.h"
 
 namespace simulated_mac {
 namespace {
@@ -37,5 +40,9 @@ void act(std::string_view name, ToolCall call) {
 int main(int count, char** values) {
   std::string name = values[0];
   name.erase(0, name.rfind('/') + 1);
-  simulated_mac::act(name, {name, {values + 1, values + count}});
+  try {
+    simulated_mac::act(name, {name, {values + 1, values + count}});
+  } catch (const std::exception& error) {
+    simulated_mac::exitWith(70, error.what());
+  }
 }

@@ -1,74 +1,70 @@
 #include "SimulatedMac/ToolCall.h"
 
 #include <fcntl.h>
-#include <sys/file.h>
+#include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
-#include <cstddef>
 #include <cstdlib>
-#include <fstream>
+#include <filesystem>
+#include <iostream>
 #include <iterator>
+#include <map>
+#include <stdexcept>
+#include <system_error>
 #include <utility>
 
-#include "SimulatedMac/CallRecord.h"
+#include "AgentLibraries/FileCodec/JSONObject.h"
+#include "Platform/Descriptor.h"
 #include "SimulatedMac/Layout.h"
 #include "SimulatedMac/ProcessSteps.h"
 #include "SimulatedMac/ScenarioValues.h"
 
 namespace simulated_mac {
+namespace fs = std::filesystem;
 namespace {
 
+using FileCodec::JSONObject;
+
 Scenario scenarioInForce() {
-  std::ifstream file(kScenarioFile);
-  auto scenario =
-      Scenario::parse(std::string{std::istreambuf_iterator<char>(file), {}}, kScenarioFile);
+  auto scenario = Scenario::read(kScenarioFile);
   if (!scenario) {
-    printLine(STDERR_FILENO, scenario.error());
-    std::exit(70);
+    throw std::runtime_error(scenario.error());
   }
   return *std::move(scenario);
 }
 
-/// Counts this call and returns the number of the tool's calls so far.
-int countCall(std::string section) {
-  std::ranges::replace(section, '/', '-');
-  const std::string path = std::string(kCountDirectory) + "/" + section;
-  const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
-  struct stat facts{};
-  if (file < 0 || flock(file, LOCK_EX) != 0 || write(file, ".", 1) != 1 ||
-      fstat(file, &facts) != 0) {
-    printLine(STDERR_FILENO, path + ": the call can't be counted");
-    _exit(70);
+std::string userName() {
+  if (const char* const name = std::getenv(kUserVariable)) {
+    return name;
   }
-  close(file);
-  return static_cast<int>(facts.st_size);
+  const passwd* const account = getpwuid(geteuid());
+  return account == nullptr ? std::to_string(geteuid()) : account->pw_name;
 }
 
-/// All of standard input when it is a pipe or a file; absent otherwise, and when the steps leave it
-/// unread.
-std::optional<std::string> readInput(const Section* steps) {
-  const Setting* input = nullptr;
-  if (steps != nullptr) {
-    const auto found = std::ranges::find(steps->settings, "input", &Setting::key);
-    input = found == steps->settings.end() ? nullptr : &*found;
+/// The descriptors that the program was started with, and what they refer to as /proc shows it: a
+/// path, "pipe:[1234]". Those that it opened itself close on exec, which an inherited one can't.
+std::map<int, std::string> inheritedDescriptors() {
+  std::map<int, std::string> found;
+  for (const fs::directory_entry& entry : fs::directory_iterator("/proc/self/fd")) {
+    const int number = std::atoi(entry.path().filename().c_str());
+    if (const int flags = fcntl(number, F_GETFD); flags >= 0 && (flags & FD_CLOEXEC) == 0) {
+      std::error_code ignored;
+      found.emplace(number, fs::read_symlink(entry.path(), ignored));
+    }
   }
-  if (input != nullptr && input->value == "closed") {
-    close(STDIN_FILENO);
+  return found;
+}
+
+/// Counts this call and returns the number of the tool's calls so far.
+int countCall(const std::string& section) {
+  int calls = 1;
+  while (
+      !fs::create_directory(fs::path(kCountDirectory) / (section + " " + std::to_string(calls)))) {
+    ++calls;
   }
-  struct stat facts{};
-  if (input != nullptr || fstat(STDIN_FILENO, &facts) != 0 || S_ISCHR(facts.st_mode)) {
-    return std::nullopt;
-  }
-  std::string text;
-  std::array<char, 4096> piece{};
-  ssize_t size = 0;
-  while ((size = read(STDIN_FILENO, piece.data(), piece.size())) > 0) {
-    text.append(piece.data(), static_cast<std::size_t>(size));
-  }
-  return text;
+  return calls;
 }
 
 /// Performs the steps in order and exits.
@@ -98,10 +94,7 @@ std::optional<std::string> readInput(const Section* steps) {
 }  // namespace
 
 ToolCall::ToolCall(std::string toolName, std::vector<std::string> toolArguments)
-    : tool(std::move(toolName)),
-      arguments(std::move(toolArguments)),
-      scenario(scenarioInForce()),
-      descriptors(inheritedDescriptors()) {}
+    : tool(std::move(toolName)), arguments(std::move(toolArguments)), scenario(scenarioInForce()) {}
 
 bool ToolCall::has(std::string_view argument) const {
   return std::ranges::find(arguments, argument) != arguments.end();
@@ -114,10 +107,32 @@ std::optional<std::string> ToolCall::argumentAfter(std::string_view option) cons
 }
 
 void ToolCall::record() const {
-  if (!appendToRecord(*this)) {
-    printLine(STDERR_FILENO, "the call of " + tool + " can't be recorded");
-    _exit(70);
+  std::vector<std::string_view> environment;
+  for (char** variable = environ; *variable != nullptr; ++variable) {
+    environment.emplace_back(*variable);
   }
+  std::vector<std::string> descriptors;
+  for (const auto& [number, target] : inheritedDescriptors()) {
+    descriptors.push_back(
+        JSONObject().addNumber("number", number).addString("target", target).done());
+  }
+  const char* const session = std::getenv(kSessionVariable);
+  std::error_code ignored;
+  const std::string line =
+      JSONObject()
+          .addString("tool", tool)
+          .addJSON("arguments", FileCodec::jsonList(arguments))
+          .addJSON("input", FileCodec::jsonOptional(input))
+          .addString("user", userName())
+          .addNumber("uid", geteuid())
+          .addJSON("session", session == nullptr ? "null" : FileCodec::jsonString(session))
+          .addString("directory", fs::current_path(ignored).string())
+          .addJSON("environment", FileCodec::jsonList(environment))
+          .addJSON("descriptors", FileCodec::jsonArray(descriptors))
+          .done() +
+      '\n';
+  const platform::Descriptor file(open(kRecordFile, O_WRONLY | O_APPEND | O_CLOEXEC));
+  failIf(!file || platform::writeAll(file.get(), line) != 0, kRecordFile);
 }
 
 const Section* ToolCall::scriptFor(const std::string& section) const {
@@ -137,8 +152,15 @@ void ToolCall::performScript(const std::string& section) const {
 
 void ToolCall::begin(const std::string& section) {
   const Section* const steps = scriptFor(section);
-  input = readInput(steps);
+  const auto handling = steps != nullptr ? scenario.value(steps->name, "input") : std::nullopt;
+  struct stat facts{};
+  if (!handling && fstat(STDIN_FILENO, &facts) == 0 && !S_ISCHR(facts.st_mode)) {
+    input.emplace(std::istreambuf_iterator<char>(std::cin), std::istreambuf_iterator<char>());
+  }
   record();
+  if (handling == "closed") {
+    close(STDIN_FILENO);
+  }
   if (steps != nullptr) {
     perform(*steps);
   }

@@ -9,34 +9,30 @@
 
 namespace simulated_mac {
 
-/// A descriptor that was open when the program started.
-struct InheritedDescriptor {
-  int number = 0;
-  std::string target;  ///< As /proc shows it: a path, "pipe:[1234]", "/dev/null".
-};
-
 struct ToolCall {
-  /// Reads the effective scenario; exits with 70 on failure.
+  // Errors of the simulated Mac itself are exceptions.
+
+  /// Reads the effective scenario.
   ToolCall(std::string toolName, std::vector<std::string> toolArguments);
 
   [[nodiscard]] bool has(std::string_view argument) const;
   /// The argument that follows `option`.
   [[nodiscard]] std::optional<std::string> argumentAfter(std::string_view option) const;
 
-  /// Records the call without reading standard input, which is for the program that is executed
-  /// next.
+  /// Appends the call to the record file, as one line of JSON in one write, so that concurrent
+  /// calls don't mix. Doesn't read standard input, which is for the program that is executed next.
   void record() const;
   /// If the scenario has a section for this call, performs its steps and exits. "NAME 2" is for the
   /// second call and later ones, until "NAME 3", and so on.
   void performScript(const std::string& section) const;
-  /// Reads standard input, records the call and performs the script.
+  /// Reads standard input if it is a pipe or a file and the script doesn't leave it unread; records
+  /// the call and performs the script.
   void begin(const std::string& section);
 
   std::string tool;
   std::vector<std::string> arguments;  ///< Without the program's name.
   std::optional<std::string> input;    ///< All of standard input; absent when not read.
   Scenario scenario;
-  std::vector<InheritedDescriptor> descriptors;
 
  private:
   [[nodiscard]] const Section* scriptFor(const std::string& section) const;
