@@ -8,9 +8,8 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
-#include <cstring>
+#include <fstream>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -70,16 +69,14 @@ void runProcess(benchmark::State& state) {
 
 /// The same in a process with 2 GB of touched memory, whose page tables a fork() would copy.
 void runProcessWhenBig(benchmark::State& state) {
-  const auto memory = std::make_unique_for_overwrite<char[]>(kBigProcess);  // NOLINT(*-c-arrays)
-  std::memset(memory.get(), 1, kBigProcess);
+  const std::vector<char> memory(kBigProcess, 1);
   runProcess(state);
   benchmark::DoNotOptimize(memory[kBigProcess / 2]);
 }
 
 /// The cost of fork(), for comparison.
 void forkWhenBig(benchmark::State& state) {
-  const auto memory = std::make_unique_for_overwrite<char[]>(kBigProcess);  // NOLINT(*-c-arrays)
-  std::memset(memory.get(), 1, kBigProcess);
+  const std::vector<char> memory(kBigProcess, 1);
   for (auto _ : state) {
     const pid_t child = ::fork();
     if (child == 0) {
@@ -121,13 +118,7 @@ void bareReadLoop(benchmark::State& state) {
 }
 
 /// From now on `FreshProcess::peakBytes()` starts again.
-void forgetPeak() {
-  const std::unique_ptr<FILE, int (*)(FILE*)> references(std::fopen("/proc/self/clear_refs", "we"),
-                                                         std::fclose);
-  if (references) {
-    std::fputs("5", references.get());
-  }
-}
+void forgetPeak() { std::ofstream("/proc/self/clear_refs") << 5; }
 
 /// The same with line callbacks; the argument is the limit of the stored output.
 void readLineByLine(benchmark::State& state) {
