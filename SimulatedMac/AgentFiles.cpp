@@ -1,5 +1,4 @@
-#include "SimulatedMac/AgentFiles.h"
-
+// The files of the agent that is installed on a simulated Mac.
 #include <cstdint>
 #include <filesystem>
 #include <string>
@@ -12,7 +11,7 @@
 #include "Platform/PropertyList.h"
 #include "Platform/Text.h"
 #include "SimulatedMac/Layout.h"
-#include "SimulatedMac/ScenarioValues.h"
+#include "SimulatedMac/MacFiles.h"
 
 namespace simulated_mac {
 namespace {

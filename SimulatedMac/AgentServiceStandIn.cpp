@@ -13,7 +13,6 @@
 #include "Platform/Polling.h"
 #include "SimulatedMac/Layout.h"
 #include "SimulatedMac/ProcessSteps.h"
-#include "SimulatedMac/ScenarioValues.h"
 
 namespace simulated_mac {
 namespace {

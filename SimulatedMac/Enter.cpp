@@ -20,7 +20,6 @@
 
 #include "Platform/Descriptor.h"
 #include "SimulatedMac/Enter.h"
-#include "SimulatedMac/FirstProcess.h"
 #include "SimulatedMac/ProcessSteps.h"
 #include "SimulatedMac/Scenario.h"
 #include "SimulatedMac/ScenarioFiles.h"

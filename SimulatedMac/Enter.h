@@ -1,9 +1,11 @@
-// The command line, the messages and the exit statuses of `enter`.
+// The two processes of `enter`: options, messages, exit statuses.
 #pragma once
 #include <iostream>
 #include <optional>
 #include <string>
 #include <vector>
+
+#include "SimulatedMac/Scenario.h"
 
 namespace simulated_mac {
 
@@ -31,5 +33,10 @@ inline int report(const std::string& problem, int status) {
   std::cerr << "enter: " << problem << "\n";
   return status;
 }
+
+/// Process 1 of a simulated Mac: builds it, starts its service and applications, runs the command,
+/// and returns the exit status of `enter`. Runs in new mount and process namespaces: when it exits,
+/// everything in the Mac is killed.
+int runFirstProcess(const Scenario& scenario, const EnterOptions& options);
 
 }  // namespace simulated_mac

@@ -1,5 +1,4 @@
-#include "SimulatedMac/FirstProcess.h"
-
+// Process 1 of a simulated Mac.
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -19,6 +18,7 @@
 #include "Platform/Descriptor.h"
 #include "Platform/Polling.h"
 #include "SimulatedMac/AgentServiceStandIn.h"
+#include "SimulatedMac/Enter.h"
 #include "SimulatedMac/LayeredRoot.h"
 #include "SimulatedMac/Layout.h"
 #include "SimulatedMac/MacFiles.h"

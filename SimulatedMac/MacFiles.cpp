@@ -16,11 +16,9 @@
 
 #include "AgentLibraries/LogCore/Text.h"
 #include "Platform/PropertyList.h"
-#include "SimulatedMac/AgentFiles.h"
 #include "SimulatedMac/Layout.h"
 #include "SimulatedMac/ProcessSteps.h"
 #include "SimulatedMac/ScenarioRules.h"
-#include "SimulatedMac/ScenarioValues.h"
 
 namespace simulated_mac {
 namespace fs = std::filesystem;

@@ -13,6 +13,9 @@ namespace simulated_mac {
 void writeMacFiles(LayeredRoot& root, const Scenario& scenario, const std::string& mac,
                    const std::string& tool);
 
+/// The agent's part of them: its directories, action file, settings and prompt counts.
+void writeAgentFiles(LayeredRoot& root, const Scenario& scenario);
+
 /// The path of an application's executable, for example
 /// "/Applications/Safari.app/Contents/MacOS/Safari"; `section` is its section in the scenario.
 [[nodiscard]] std::string applicationExecutable(const Scenario& scenario,

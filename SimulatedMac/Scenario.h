@@ -1,4 +1,4 @@
-// The settings of a simulated Mac, as written in scenario files.
+// The settings of a simulated Mac, and how they are written in scenario files.
 #pragma once
 #include <expected>
 #include <optional>
@@ -59,5 +59,13 @@ class Scenario {
   Section& sectionToFill(std::string_view name);
   std::vector<Section> sections_;
 };
+
+/// The words of a value, separated by spaces. Double quotes keep a word with spaces together.
+[[nodiscard]] std::vector<std::string> words(std::string_view value);
+/// The milliseconds in "2 s", "1.5 s" or "300 ms"; absent for anything else.
+[[nodiscard]] std::optional<int> milliseconds(std::string_view value);
+/// TEXT from the line `value = KEY TEXT` of the agent's service; absent when there is none.
+[[nodiscard]] std::optional<std::string> serviceValue(const Scenario& scenario,
+                                                      std::string_view key);
 
 }  // namespace simulated_mac

@@ -11,7 +11,6 @@
 #include <vector>
 
 #include "Platform/Text.h"
-#include "SimulatedMac/ScenarioValues.h"
 
 namespace simulated_mac {
 namespace {

@@ -5,9 +5,12 @@
 #include <algorithm>
 #include <array>
 #include <exception>
+#include <filesystem>
 #include <string>
 #include <string_view>
+#include <utility>
 
+#include "SimulatedMac/Layout.h"
 #include "SimulatedMac/ProcessSteps.h"
 
 namespace simulated_mac {
@@ -29,20 +32,22 @@ constexpr std::array kStandIns{
     StandIn{"VexloAppRunningNotifier", prompt},
 };
 
-void act(std::string_view name, ToolCall call) {
-  const auto* const found = std::ranges::find(kStandIns, name, &StandIn::name);
-  (found == kStandIns.end() ? application : found->act)(call);
-}
-
 }  // namespace
 }  // namespace simulated_mac
 
 int main(int count, char** values) {
-  std::string name = values[0];
-  name.erase(0, name.rfind('/') + 1);
+  using namespace simulated_mac;
+  const std::string name = std::filesystem::path(values[0]).filename();
+  const auto* const found = std::ranges::find(kStandIns, name, &StandIn::name);
+  auto scenario = Scenario::read(kScenarioFile);
+  if (!scenario) {
+    exitWith(70, scenario.error());
+  }
+  ToolCall call{
+      .tool = name, .arguments = {values + 1, values + count}, .scenario = *std::move(scenario)};
   try {
-    simulated_mac::act(name, {name, {values + 1, values + count}});
+    (found == kStandIns.end() ? application : found->act)(call);
   } catch (const std::exception& error) {
-    simulated_mac::exitWith(70, error.what());
+    exitWith(70, error.what());
   }
 }

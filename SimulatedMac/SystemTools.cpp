@@ -8,7 +8,6 @@
 
 #include "Platform/RealNumbers.h"
 #include "SimulatedMac/ProcessSteps.h"
-#include "SimulatedMac/ScenarioValues.h"
 #include "SimulatedMac/StandIns.h"
 
 namespace simulated_mac {

@@ -11,29 +11,18 @@
 #include <iostream>
 #include <iterator>
 #include <map>
-#include <stdexcept>
 #include <system_error>
-#include <utility>
 
 #include "AgentLibraries/FileCodec/JSONObject.h"
 #include "Platform/Descriptor.h"
 #include "SimulatedMac/Layout.h"
 #include "SimulatedMac/ProcessSteps.h"
-#include "SimulatedMac/ScenarioValues.h"
 
 namespace simulated_mac {
 namespace fs = std::filesystem;
 namespace {
 
 using FileCodec::JSONObject;
-
-Scenario scenarioInForce() {
-  auto scenario = Scenario::read(kScenarioFile);
-  if (!scenario) {
-    throw std::runtime_error(scenario.error());
-  }
-  return *std::move(scenario);
-}
 
 std::string userName() {
   if (const char* const name = std::getenv(kUserVariable)) {
@@ -67,6 +56,16 @@ int countCall(const std::string& section) {
   return calls;
 }
 
+/// The steps for this call of the tool, if the scenario has some.
+const Section* scriptFor(const Scenario& scenario, const std::string& section) {
+  for (int call = countCall(section); call > 1; --call) {
+    if (const Section* const steps = scenario.section(section + " " + std::to_string(call))) {
+      return steps;
+    }
+  }
+  return scenario.section(section);
+}
+
 /// Performs the steps in order and exits.
 [[noreturn]] void perform(const Section& steps) {
   std::string exits = "0";
@@ -92,9 +91,6 @@ int countCall(const std::string& section) {
 }
 
 }  // namespace
-
-ToolCall::ToolCall(std::string toolName, std::vector<std::string> toolArguments)
-    : tool(std::move(toolName)), arguments(std::move(toolArguments)), scenario(scenarioInForce()) {}
 
 bool ToolCall::has(std::string_view argument) const {
   return std::ranges::find(arguments, argument) != arguments.end();
@@ -135,23 +131,14 @@ void ToolCall::record() const {
   failIf(!file || platform::writeAll(file.get(), line) != 0, kRecordFile);
 }
 
-const Section* ToolCall::scriptFor(const std::string& section) const {
-  for (int call = countCall(section); call > 1; --call) {
-    if (const Section* const steps = scenario.section(section + " " + std::to_string(call))) {
-      return steps;
-    }
-  }
-  return scenario.section(section);
-}
-
 void ToolCall::performScript(const std::string& section) const {
-  if (const Section* const steps = scriptFor(section)) {
+  if (const Section* const steps = scriptFor(scenario, section)) {
     perform(*steps);
   }
 }
 
 void ToolCall::begin(const std::string& section) {
-  const Section* const steps = scriptFor(section);
+  const Section* const steps = scriptFor(scenario, section);
   const auto handling = steps != nullptr ? scenario.value(steps->name, "input") : std::nullopt;
   struct stat facts{};
   if (!handling && fstat(STDIN_FILENO, &facts) == 0 && !S_ISCHR(facts.st_mode)) {

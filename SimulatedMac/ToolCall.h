@@ -9,11 +9,13 @@
 
 namespace simulated_mac {
 
+/// Errors of the simulated Mac itself are exceptions.
 struct ToolCall {
-  // Errors of the simulated Mac itself are exceptions.
-
-  /// Reads the effective scenario.
-  ToolCall(std::string toolName, std::vector<std::string> toolArguments);
+  std::string tool;
+  std::vector<std::string> arguments;  ///< Without the program's name.
+  Scenario scenario;                   ///< The effective one.
+  std::optional<std::string> input =
+      std::nullopt;  ///< All of standard input; absent when not read.
 
   [[nodiscard]] bool has(std::string_view argument) const;
   /// The argument that follows `option`.
@@ -28,14 +30,6 @@ struct ToolCall {
   /// Reads standard input if it is a pipe or a file and the script doesn't leave it unread; records
   /// the call and performs the script.
   void begin(const std::string& section);
-
-  std::string tool;
-  std::vector<std::string> arguments;  ///< Without the program's name.
-  std::optional<std::string> input;    ///< All of standard input; absent when not read.
-  Scenario scenario;
-
- private:
-  [[nodiscard]] const Section* scriptFor(const std::string& section) const;
 };
 
 }  // namespace simulated_mac
