@@ -15,8 +15,8 @@ namespace {
 constexpr std::string_view kBinarySignature = "bplist";
 constexpr std::string_view kHexadecimalDigits = "0123456789abcdefABCDEF";
 
-void appendQuoted(std::string& out, std::string_view text) {
-  out += '"';
+std::string quoted(std::string_view text) {
+  std::string out = "\"";
   for (const char character : text) {
     switch (character) {
       case '"':
@@ -41,63 +41,40 @@ void appendQuoted(std::string& out, std::string_view text) {
         }
     }
   }
-  out += '"';
+  return out + '"';
 }
 
-/// Appends the description of a value; one overload per type.
-class Describer {
- public:
-  explicit Describer(std::string& out) : out_(out) {}
-
-  void operator()(const std::string& text) const { appendQuoted(out_, text); }
-  void operator()(std::int64_t number) const { out_ += std::to_string(number); }
-  void operator()(std::uint64_t number) const { out_ += std::to_string(number); }
-  void operator()(double number) const {
-    const std::string shortest = shortestText(number);
-    out_ += shortest;
-    if (shortest.find_first_not_of("-0123456789") == std::string_view::npos) {
-      out_ += ".0";
-    }
+/// Describes a value; one overload per type.
+struct Describer {
+  std::string operator()(const std::string& text) const { return quoted(text); }
+  std::string operator()(std::int64_t number) const { return std::to_string(number); }
+  std::string operator()(std::uint64_t number) const { return std::to_string(number); }
+  std::string operator()(double number) const {
+    std::string shortest = shortestText(number);
+    const bool isWhole = shortest.find_first_not_of("-0123456789") == std::string::npos;
+    return isWhole ? shortest + ".0" : shortest;
   }
-  void operator()(bool flag) const { out_ += flag ? "true" : "false"; }
-  void operator()(PropertyListDate date) const {
+  std::string operator()(bool flag) const { return flag ? "true" : "false"; }
+  std::string operator()(PropertyListDate date) const {
     constexpr double kWithinTheCalendar = 5e11;  // some 15,000 years
     if (std::abs(date.secondsSince2001) < kWithinTheCalendar) {
       const auto whole = static_cast<std::int64_t>(std::floor(date.secondsSince2001));
-      out_ += describeMoment(kPropertyListEpoch + std::chrono::seconds(whole));
-    } else {
-      (*this)(date.secondsSince2001);
-      out_ += " seconds since 2001";
+      return describeMoment(kPropertyListEpoch + std::chrono::seconds(whole));
     }
+    return (*this)(date.secondsSince2001) + " seconds since 2001";
   }
-  void operator()(const PropertyList::Data& data) const {
-    out_ += std::to_string(data.size()) + (data.size() == 1 ? " byte" : " bytes");
+  std::string operator()(const PropertyList::Data& data) const {
+    return std::to_string(data.size()) + (data.size() == 1 ? " byte" : " bytes");
   }
-  void operator()(const PropertyList::Array& array) const {
-    out_ += '[';
-    std::string_view separator;
-    for (const PropertyList& element : array) {
-      out_ += separator;
-      std::visit(*this, element.value());
-      separator = ", ";
-    }
-    out_ += ']';
+  std::string operator()(const PropertyList::Array& array) const {
+    return '[' + joined(array, ", ", describe) + ']';
   }
-  void operator()(const PropertyList::Dictionary& dictionary) const {
-    out_ += dictionary.empty() ? "[:" : "[";
-    std::string_view separator;
-    for (const auto& [key, value] : dictionary) {
-      out_ += separator;
-      appendQuoted(out_, key);
-      out_ += ": ";
-      std::visit(*this, value.value());
-      separator = ", ";
-    }
-    out_ += ']';
+  std::string operator()(const PropertyList::Dictionary& dictionary) const {
+    const auto describeEntry = [](const auto& entry) {
+      return quoted(entry.first) + ": " + describe(entry.second);
+    };
+    return dictionary.empty() ? "[:]" : '[' + joined(dictionary, ", ", describeEntry) + ']';
   }
-
- private:
-  std::string& out_;
 };
 
 /// Whether `<` begins markup (a declaration, or a name that can't be hexadecimal data).
@@ -147,11 +124,7 @@ std::expected<PropertyList, PropertyListError> parsePropertyList(std::string_vie
   }
 }
 
-std::string describe(const PropertyList& value) {
-  std::string out;
-  std::visit(Describer(out), value.value());
-  return out;
-}
+std::string describe(const PropertyList& value) { return std::visit(Describer(), value.value()); }
 
 std::string quotedExcerpt(std::string_view text) {
   constexpr std::size_t kLongest = 60;
@@ -159,9 +132,7 @@ std::string quotedExcerpt(std::string_view text) {
   while (length > 0 && length < text.size() && (text[length] & 0xC0) == 0x80) {
     --length;  // not in the middle of a character
   }
-  std::string out;
-  appendQuoted(out, text.substr(0, length));
-  return length < text.size() ? out + "…" : out;
+  return quoted(text.substr(0, length)) + (length < text.size() ? "…" : "");
 }
 
 }  // namespace platform

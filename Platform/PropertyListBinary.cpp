@@ -1,4 +1,5 @@
 // Reads the binary format, version 00: objects, a table of their offsets, a trailer of 32 bytes.
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <cstdint>
@@ -132,24 +133,10 @@ class BinaryReader {
     if (!budget_.take()) {
       fail("expected " + budget_.expected());
     }
-    switch (const auto marker = static_cast<unsigned>(number(offset_, 1)); marker >> 4) {
-      case 0x0:
-        if (marker == 0x08 || marker == 0x09) {
-          return marker == 0x09;
-        }
-        break;
+    const auto marker = static_cast<std::uint32_t>(number(offset_, 1));
+    switch (marker >> 4) {
       case 0x1:
         return readInteger(marker & 0x0F);
-      case 0x2:
-        if (marker == 0x22 || marker == 0x23) {
-          return PropertyList::Value(readReal(std::size_t{1} << (marker & 0x0F)));
-        }
-        break;
-      case 0x3:
-        if (marker == 0x33) {
-          return readDate();
-        }
-        break;
       case 0x4:
         return readData();
       case 0x5:
@@ -162,9 +149,19 @@ class BinaryReader {
       default:
         break;
     }
-    const auto marker = static_cast<std::uint32_t>(number(offset_, 1));
-    fail("expected a property-list value, found the marker 0x" +
-         hexadecimal(marker, 2, kCapitalDigits));
+    switch (marker) {
+      case 0x08:
+      case 0x09:
+        return marker == 0x09;
+      case 0x22:
+      case 0x23:
+        return PropertyList::Value(readReal(std::size_t{1} << (marker & 0x0F)));
+      case 0x33:
+        return readDate();
+      default:
+        fail("expected a property-list value, found the marker 0x" +
+             hexadecimal(marker, 2, kCapitalDigits));
+    }
   }
 
   [[nodiscard]] PropertyList readInteger(unsigned sizeExponent) const {
@@ -214,10 +211,8 @@ class BinaryReader {
     const Content found = content(1);
     takeMemory(found.count);
     const std::string_view text = bytes_.substr(found.start, found.count);
-    for (const char character : text) {
-      if (static_cast<unsigned char>(character) >= 0x80) {
-        fail("expected ASCII in a string");
-      }
+    if (std::ranges::any_of(text, [](unsigned char character) { return character >= 0x80; })) {
+      fail("expected ASCII in a string");
     }
     return std::string(text);
   }

@@ -38,32 +38,12 @@ constexpr std::array<std::uint8_t, 256> kBase64Values = [] {
   return values;
 }();
 
-enum class Tag : std::uint8_t {
-  plist,
-  dict,
-  array,
-  key,
-  string,
-  integer,
-  real,
-  date,
-  data,
-  trueTag,
-  falseTag,
-};
-
-constexpr std::array<std::string_view, 11> kTagNames{
-    // in the enum's order
-    "plist", "dict", "array", "key", "string", "integer", "real", "date", "data", "true", "false"};
-
-bool holdsElements(Tag tag) { return tag == Tag::plist || tag == Tag::dict || tag == Tag::array; }
-
 /// Removes a plus sign, which from_chars doesn't accept.
 std::string_view withoutPlus(std::string_view text) {
   return text.starts_with('+') && !text.starts_with("+-") ? text.substr(1) : text;
 }
 
-std::optional<PropertyList> parseIntegerText(std::string_view text) {
+std::optional<PropertyList> parseInteger(std::string_view text) {
   text = withoutPlus(trimmed(text, kXMLBlanks));
   const bool negative = text.starts_with('-');
   std::string_view digits = text.substr(negative ? 1 : 0);
@@ -83,8 +63,13 @@ std::optional<PropertyList> parseIntegerText(std::string_view text) {
   return PropertyList::Value(*magnitude);
 }
 
-/// Reads "2024-06-15T00:00:00Z".
-std::optional<PropertyList> parseDateText(std::string_view text) {
+std::optional<PropertyList> parseRealNumber(std::string_view text) {
+  return parseReal(withoutPlus(trimmed(text, kXMLBlanks))).transform([](double number) {
+    return PropertyList(PropertyList::Value(number));
+  });
+}
+
+std::optional<PropertyList> parseDate(std::string_view text) {
   return parseMoment(trimmed(text, kXMLBlanks)).transform([](Moment moment) {
     const seconds since2001 = moment - kPropertyListEpoch;
     return PropertyList(PropertyListDate{static_cast<double>(since2001.count())});
@@ -92,7 +77,7 @@ std::optional<PropertyList> parseDateText(std::string_view text) {
 }
 
 /// Decodes base 64 with white space anywhere.
-std::optional<PropertyList> parseDataText(std::string_view text) {
+std::optional<PropertyList> parseData(std::string_view text) {
   PropertyList::Data data;
   std::uint32_t bits = 0;
   std::size_t digits = 0;
@@ -120,6 +105,38 @@ std::optional<PropertyList> parseDataText(std::string_view text) {
   return PropertyList::Value(std::move(data));
 }
 
+enum class Content : std::uint8_t { elements, text, nothing };
+
+struct Tag {
+  std::string_view name;
+  Content content;
+  /// Of a value without elements: its value. Absent if the text isn't what is expected.
+  std::optional<PropertyList> (*parse)(std::string_view text) = nullptr;
+  const char* expected = "";
+};
+
+constexpr std::string_view kPlist = "plist";
+constexpr std::string_view kDict = "dict";
+constexpr std::string_view kArray = "array";
+constexpr std::string_view kKey = "key";
+
+constexpr std::array kTags{
+    Tag{kPlist, Content::elements},
+    Tag{kDict, Content::elements},
+    Tag{kArray, Content::elements},
+    Tag{kKey, Content::text},
+    Tag{"string", Content::text,
+        [](std::string_view text) { return std::optional<PropertyList>(std::string(text)); }},
+    Tag{"integer", Content::text, parseInteger, "an integer of 64 bits"},
+    Tag{"real", Content::text, parseRealNumber, "a real number"},
+    Tag{"date", Content::text, parseDate, "a date such as 2024-06-15T00:00:00Z"},
+    Tag{"data", Content::text, parseData, "data in base 64"},
+    Tag{"true", Content::nothing,
+        [](std::string_view) { return std::optional<PropertyList>(true); }},
+    Tag{"false", Content::nothing,
+        [](std::string_view) { return std::optional<PropertyList>(false); }},
+};
+
 /// Builds the value from Expat's events with a stack of open elements.
 class XMLReader {
  public:
@@ -130,10 +147,10 @@ class XMLReader {
       throw std::bad_alloc();
     }
     XML_SetUserData(parser_.get(), this);
-    XML_SetElementHandler(parser_.get(), onStart, onEnd);
-    XML_SetCharacterDataHandler(parser_.get(), onText);
-    XML_SetStartDoctypeDeclHandler(parser_.get(), onDoctype);
-    XML_SetSkippedEntityHandler(parser_.get(), onSkippedEntity);
+    XML_SetElementHandler(parser_.get(), handle<&XMLReader::start>, handle<&XMLReader::end>);
+    XML_SetCharacterDataHandler(parser_.get(), handle<&XMLReader::characters>);
+    XML_SetStartDoctypeDeclHandler(parser_.get(), handle<&XMLReader::documentType>);
+    XML_SetSkippedEntityHandler(parser_.get(), handle<&XMLReader::skippedEntity>);
     // Expat requires a declaration to come first; other readers accept white space before it.
     const std::string_view blanks = bytes.substr(0, bytes.find_first_not_of(" \t\r\n"));
     bytes.remove_prefix(blanks.size());
@@ -159,9 +176,9 @@ class XMLReader {
 
  private:
   struct OpenElement {
-    Tag tag;
-    PropertyList value;              // of a dict or an array
-    std::optional<std::string> key;  // of a dict: the key whose value comes next
+    const Tag* tag;
+    PropertyList value = {};              // of a dict or an array
+    std::optional<std::string> key = {};  // of a dict: the key whose value comes next
   };
 
   struct FreeParser {
@@ -173,100 +190,86 @@ class XMLReader {
     throw PropertyListError{"line " + std::to_string(line) + ": " + message};
   }
 
-  /// Keeps exceptions out of Expat's frames: the first one stops the parser and is rethrown
-  /// afterwards.
-  template <typename Action>
-  static void guarded(void* self, Action action) {
+  /// The handler for an event of Expat that calls `kMethod`. Keeps exceptions out of Expat's
+  /// frames: the first one stops the parser and is rethrown afterwards.
+  template <auto kMethod, typename... Arguments>
+  static void XMLCALL handle(void* self, Arguments... arguments) {
     auto& reader = *static_cast<XMLReader*>(self);
     if (reader.failure_) {
       return;
     }
     try {
-      action(reader);
+      (reader.*kMethod)(arguments...);
     } catch (...) {
       reader.failure_ = std::current_exception();
       XML_StopParser(reader.parser_.get(), XML_FALSE);
     }
   }
 
-  static void XMLCALL onStart(void* self, const XML_Char* name, const XML_Char** /*attributes*/) {
-    guarded(self, [&](XMLReader& reader) { reader.start(name); });
+  void documentType(const XML_Char* /*name*/, const XML_Char* /*system*/,
+                    const XML_Char* /*identifier*/, int hasInternalSubset) {
+    if (hasInternalSubset != 0) {  // its entities could expand the document enormously
+      fail("expected a document type without declarations of its own");
+    }
   }
-  static void XMLCALL onEnd(void* self, const XML_Char* /*name*/) {
-    guarded(self, [](XMLReader& reader) { reader.end(); });
-  }
-  static void XMLCALL onText(void* self, const XML_Char* text, int size) {
-    guarded(self,
-            [&](XMLReader& reader) { reader.characters({text, static_cast<std::size_t>(size)}); });
-  }
-  static void XMLCALL onDoctype(void* self, const XML_Char* /*name*/, const XML_Char* /*system*/,
-                                const XML_Char* /*identifier*/, int hasInternalSubset) {
-    guarded(self, [&](XMLReader& reader) {
-      if (hasInternalSubset != 0) {  // its entities could expand the document enormously
-        reader.fail("expected a document type without declarations of its own");
-      }
-    });
-  }
-  static void XMLCALL onSkippedEntity(void* self, const XML_Char* name, int /*isParameter*/) {
-    guarded(self, [&](XMLReader& reader) {
-      reader.fail("expected a predefined entity, found " + quotedExcerpt(name));
-    });
+  void skippedEntity(const XML_Char* name, int /*isParameter*/) {
+    fail("expected a predefined entity, found " + quotedExcerpt(name));
   }
 
-  void start(std::string_view name) {
-    const auto* const known = std::ranges::find(kTagNames, name);
+  void start(const XML_Char* text, const XML_Char** /*attributes*/) {
+    const std::string_view name = text;
+    const auto* const tag = std::ranges::find(kTags, name, &Tag::name);
     const auto found = [&] { return ", found <" + std::string(name.substr(0, 40)) + ">"; };
-    if (known == kTagNames.end()) {
+    if (tag == kTags.end()) {
       fail("expected an element of property lists" + found());
     }
-    const auto tag = static_cast<Tag>(known - kTagNames.begin());
-    if (open_.empty() != (tag == Tag::plist)) {
+    if (open_.empty() != (name == kPlist)) {
       fail((open_.empty() ? "expected <plist>" : "expected a value") + found());
     }
     if (!open_.empty()) {
       const OpenElement& parent = open_.back();
-      if (!holdsElements(parent.tag)) {
-        fail("expected text in <" +
-             std::string(kTagNames.at(static_cast<std::size_t>(parent.tag))) + ">" + found());
+      if (parent.tag->content != Content::elements) {
+        fail("expected text in <" + std::string(parent.tag->name) + ">" + found());
       }
-      const bool wantsKey = parent.tag == Tag::dict && !parent.key;
-      if (wantsKey != (tag == Tag::key)) {
+      const bool wantsKey = parent.tag->name == kDict && !parent.key;
+      if (wantsKey != (name == kKey)) {
         fail((wantsKey ? "expected <key>" : "expected a value") + found());
       }
-      if (parent.tag == Tag::plist && result_) {
+      if (parent.tag->name == kPlist && result_) {
         fail("expected </plist> after the value" + found());
       }
     }
     if (!budget_.take()) {
       fail("expected " + budget_.expected());
     }
-    if (holdsElements(tag) && open_.size() > kMaximumPropertyListDepth) {  // <plist> doesn't count
+    if (tag->content == Content::elements &&
+        open_.size() > kMaximumPropertyListDepth) {  // <plist> doesn't count
       fail("expected at most " + std::to_string(kMaximumPropertyListDepth) + " levels of nesting");
     }
-    OpenElement element{.tag = tag, .value = {}, .key = {}};
-    if (tag == Tag::dict) {
-      element.value = PropertyList::Dictionary();
-    } else if (tag == Tag::array) {
-      element.value = PropertyList::Array();
+    open_.push_back({.tag = tag});
+    if (name == kDict) {
+      open_.back().value = PropertyList::Dictionary();
+    } else if (name == kArray) {
+      open_.back().value = PropertyList::Array();
     }
-    open_.push_back(std::move(element));
     text_.clear();
   }
 
-  void characters(std::string_view piece) {
-    const Tag tag = open_.back().tag;
-    if (!holdsElements(tag) && tag != Tag::trueTag && tag != Tag::falseTag) {
+  void characters(const XML_Char* text, int size) {
+    const std::string_view piece(text, static_cast<std::size_t>(size));
+    const Tag& tag = *open_.back().tag;
+    if (tag.content == Content::text) {
       text_ += piece;
     } else if (piece.find_first_not_of(kXMLBlanks) != std::string_view::npos) {
-      fail("expected no text in <" + std::string(kTagNames.at(static_cast<std::size_t>(tag))) +
-           ">, found " + quotedExcerpt(trimmed(piece, kXMLBlanks)));
+      fail("expected no text in <" + std::string(tag.name) + ">, found " +
+           quotedExcerpt(trimmed(piece, kXMLBlanks)));
     }
   }
 
-  void end() {
+  void end(const XML_Char* /*name*/) {
     OpenElement element = std::move(open_.back());
     open_.pop_back();
-    if (element.tag == Tag::plist) {
+    if (open_.empty()) {
       if (!result_) {
         fail("expected a value in <plist>");
       }
@@ -276,56 +279,25 @@ class XMLReader {
       fail("expected a value of the key " + quotedExcerpt(*element.key));
     }
     OpenElement& parent = open_.back();
-    if (element.tag == Tag::key) {
-      parent.key = std::move(text_);
-      text_.clear();
+    if (element.tag->name == kKey) {
+      parent.key = std::exchange(text_, {});
       return;
     }
-    PropertyList value = valueOf(std::move(element));
+    if (element.tag->parse != nullptr) {
+      std::optional<PropertyList> value = element.tag->parse(text_);
+      if (!value) {
+        fail(std::string("expected ") + element.tag->expected + ", found " + quotedExcerpt(text_));
+      }
+      element.value = *std::move(value);
+    }
     if (auto* array = std::get_if<PropertyList::Array>(&parent.value.value())) {
-      array->push_back(std::move(value));
-    } else if (auto* dictionary = std::get_if<PropertyList::Dictionary>(&parent.value.value())) {
-      dictionary->insert_or_assign(std::move(*parent.key), std::move(value));
-      parent.key.reset();
+      array->push_back(std::move(element.value));
+    } else if (parent.key) {
+      std::get<PropertyList::Dictionary>(parent.value.value())
+          .insert_or_assign(*std::exchange(parent.key, std::nullopt), std::move(element.value));
     } else {
-      result_ = std::move(value);
+      result_ = std::move(element.value);
     }
-  }
-
-  PropertyList valueOf(OpenElement element) {
-    switch (element.tag) {
-      case Tag::dict:
-      case Tag::array:
-        return std::move(element.value);
-      case Tag::string:
-        return std::exchange(text_, {});
-      case Tag::trueTag:
-        return true;
-      case Tag::falseTag:
-        return false;
-      case Tag::integer:
-        return checked(parseIntegerText(text_), "an integer of 64 bits");
-      case Tag::real:
-        if (const auto number = parseReal(withoutPlus(trimmed(text_, kXMLBlanks)))) {
-          return PropertyList::Value(*number);
-        }
-        return checked(std::nullopt, "a real number");
-      case Tag::date:
-        return checked(parseDateText(text_), "a date such as 2024-06-15T00:00:00Z");
-      case Tag::data:
-        return checked(parseDataText(text_), "data in base 64");
-      case Tag::plist:
-      case Tag::key:
-        break;
-    }
-    std::unreachable();  // the caller handles these two
-  }
-
-  PropertyList checked(std::optional<PropertyList> value, const char* expected) const {
-    if (!value) {
-      fail(std::string("expected ") + expected + ", found " + quotedExcerpt(text_));
-    }
-    return std::move(*value);
   }
 
   std::unique_ptr<XML_ParserStruct, FreeParser> parser_{XML_ParserCreate(nullptr)};
@@ -385,57 +357,54 @@ class XMLWriter {
   }
 
   void operator()(const PropertyList::Array& array) const {
-    requireDepth();
-    if (array.empty()) {
-      writeLine("<array/>");
-      return;
-    }
-    writeLine("<array>");
-    for (const PropertyList& element : array) {
-      std::visit(inner(), element.value());
-    }
-    writeLine("</array>");
+    writeCollection("array", array, [](const XMLWriter& inner, const PropertyList& element) {
+      std::visit(inner, element.value());
+    });
   }
-
   void operator()(const PropertyList::Dictionary& dictionary) const {
-    requireDepth();
-    if (dictionary.empty()) {
-      writeLine("<dict/>");
-      return;
-    }
-    writeLine("<dict>");
-    for (const auto& [key, value] : dictionary) {
-      inner().writeText("key", key);
-      std::visit(inner(), value.value());
-    }
-    writeLine("</dict>");
+    writeCollection("dict", dictionary, [](const XMLWriter& inner, const auto& entry) {
+      inner.writeText("key", entry.first);
+      std::visit(inner, entry.second.value());
+    });
   }
 
  private:
-  [[nodiscard]] XMLWriter inner() const { return {out_, depth_ + 1}; }
-
-  void requireDepth() const {
-    if (depth_ >= kMaximumPropertyListDepth) {
-      throw std::invalid_argument("a property list is nested too deeply");
-    }
-  }
-
   void writeLine(std::string_view content) const {
     out_.append(depth_, '\t');
     out_ += content;
     out_ += '\n';
   }
 
-  void writeElement(std::string_view name, std::string_view content) const {
-    out_.append(depth_, '\t');
-    out_.append("<").append(name).append(">");
-    out_ += content;
-    out_.append("</").append(name).append(">\n");
+  void writeElement(const std::string& name, std::string_view content) const {
+    writeLine("<" + name + ">" + std::string(content) + "</" + name + ">");
   }
 
-  void writeText(std::string_view name, std::string_view text) const {
+  void writeCollection(const std::string& name, const auto& items, const auto& writeItem) const {
+    if (depth_ >= kMaximumPropertyListDepth) {
+      throw std::invalid_argument("a property list is nested too deeply");
+    }
+    if (items.empty()) {
+      writeLine("<" + name + "/>");
+      return;
+    }
+    writeLine("<" + name + ">");
+    for (const auto& item : items) {
+      writeItem(XMLWriter(out_, depth_ + 1), item);
+    }
+    writeLine("</" + name + ">");
+  }
+
+  void writeText(const std::string& name, std::string_view text) const {
     if (findInvalidUTF8(text) != std::string_view::npos) {
       throw std::invalid_argument("a string of a property list is not UTF-8");
+    }
+    const bool hasControl = std::ranges::any_of(text, [](unsigned char character) {
+      return character < ' ' && !kXMLBlanks.contains(static_cast<char>(character));
+    });
+    // U+FFFE and U+FFFF are valid in UTF-8 but not in XML.
+    if (hasControl || text.contains("\xEF\xBF\xBE") || text.contains("\xEF\xBF\xBF")) {
+      throw std::invalid_argument(
+          "a string of a property list has a character that XML can't hold");
     }
     std::string escaped;
     escaped.reserve(text.size());
@@ -454,23 +423,10 @@ class XMLWriter {
           escaped += "&#13;";
           break;
         default:
-          if (static_cast<unsigned char>(character) < ' ' && character != '\t' &&
-              character != '\n') {
-            refuse();
-          }
           escaped += character;
       }
     }
-    // U+FFFE and U+FFFF are valid in UTF-8 but not in XML.
-    if (text.find("\xEF\xBF\xBE") != std::string_view::npos ||
-        text.find("\xEF\xBF\xBF") != std::string_view::npos) {
-      refuse();
-    }
     writeElement(name, escaped);
-  }
-
-  [[noreturn]] static void refuse() {
-    throw std::invalid_argument("a string of a property list has a character that XML can't hold");
   }
 
   std::string& out_;
