@@ -1,11 +1,9 @@
 #include "Platform/Posix/ProcessSystem.h"
 
-#include <pthread.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <ctime>
 
 #include "Platform/Linux/Pidfd.h"
 
@@ -18,31 +16,6 @@ int closeFrom(posix_spawn_file_actions_t& actions, int first) {
 bool isBadExecutable(int error) { return error == ELIBBAD; }
 
 short ownSessionFlags() { return POSIX_SPAWN_SETSID; }
-
-std::ptrdiff_t writeWithoutSignal(int descriptor, std::string_view bytes) noexcept {
-  // Both are directed at the writing thread, so they are blocked in this thread only, and the
-  // write's own is consumed before the mask is restored.
-  sigset_t signals;
-  sigset_t former;
-  sigset_t pending;
-  ::sigemptyset(&signals);
-  ::sigaddset(&signals, SIGPIPE);
-  ::sigaddset(&signals, SIGXFSZ);
-  ::pthread_sigmask(SIG_BLOCK, &signals, &former);
-  ::sigpending(&pending);
-  const ssize_t written = ::write(descriptor, bytes.data(), bytes.size());
-  const int error = errno;
-  const int own = error == EPIPE ? SIGPIPE : SIGXFSZ;
-  if (written < 0 && (error == EPIPE || error == EFBIG) && ::sigismember(&pending, own) == 0) {
-    constexpr timespec kNoWait{};
-    ::sigdelset(&signals, own == SIGPIPE ? SIGXFSZ : SIGPIPE);
-    while (::sigtimedwait(&signals, nullptr, &kNoWait) < 0 && errno == EINTR) {
-    }
-  }
-  ::pthread_sigmask(SIG_SETMASK, &former, nullptr);
-  errno = error;
-  return written;
-}
 
 char** environmentVariables() { return environ; }
 

@@ -16,7 +16,7 @@
 
 #include "Platform/Files.h"
 #include "Platform/Linux/Pidfd.h"
-#include "Platform/Posix/RegularFile.h"
+#include "Platform/Posix/DescriptorSystem.h"
 #include "Platform/PropertyList.h"
 #include "Platform/Text.h"
 

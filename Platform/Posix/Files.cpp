@@ -14,7 +14,7 @@
 #include <utility>
 
 #include "Platform/Descriptor.h"
-#include "Platform/Posix/RegularFile.h"
+#include "Platform/Posix/DescriptorSystem.h"
 #include "Platform/Posix/Uninterrupted.h"
 #include "Platform/Text.h"
 

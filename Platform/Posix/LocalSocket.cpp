@@ -10,7 +10,7 @@
 #include <chrono>
 #include <system_error>
 
-#include "Platform/Posix/SocketSystem.h"
+#include "Platform/Posix/DescriptorSystem.h"
 #include "Platform/Posix/Uninterrupted.h"
 
 namespace platform {

@@ -9,7 +9,7 @@
 #include <cerrno>
 
 #include "Platform/LocalSocket.h"
-#include "Platform/Posix/RegularFile.h"
+#include "Platform/Posix/DescriptorSystem.h"
 #include "Platform/Posix/Uninterrupted.h"
 
 namespace platform {

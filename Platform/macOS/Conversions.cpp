@@ -80,10 +80,10 @@ Owned<CFStringRef> coreFoundationText(std::string_view text) {
   if (findInvalidUTF8(text) != std::string_view::npos) {
     return {};  // the function below accepts a byte A9 anywhere
   }
-  return Owned(CFStringCreateWithBytes(kCFAllocatorDefault,
-                                       reinterpret_cast<const UInt8*>(text.data()),
-                                       static_cast<CFIndex>(text.size()), kCFStringEncodingUTF8,
-                                       /*isExternal=*/0));
+  return Owned<CFStringRef>(
+      CFStringCreateWithBytes(kCFAllocatorDefault, reinterpret_cast<const UInt8*>(text.data()),
+                              static_cast<CFIndex>(text.size()), kCFStringEncodingUTF8,
+                              /*isExternal=*/0));
 }
 
 std::optional<std::string> textOf(CFTypeRef object) {

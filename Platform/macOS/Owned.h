@@ -2,41 +2,17 @@
 #pragma once
 #include <CoreFoundation/CoreFoundation.h>
 
-#include <utility>
+#include <memory>
+#include <type_traits>
 
 namespace platform {
 
-/// Owns one reference to an object and releases it; may be null.
-template <typename Reference>
-class Owned {
- public:
-  Owned() = default;
-  /// Takes over the caller's reference.
-  explicit Owned(Reference object) noexcept : object_(object) {}
-  Owned(Owned&& other) noexcept : object_(std::exchange(other.object_, nullptr)) {}
-  Owned& operator=(Owned&& other) noexcept {
-    std::swap(object_, other.object_);
-    return *this;
-  }
-  ~Owned() {
-    if (object_ != nullptr) {
-      CFRelease(object_);
-    }
-  }
-  [[nodiscard]] Reference get() const noexcept { return object_; }
-  [[nodiscard]] explicit operator bool() const noexcept { return object_ != nullptr; }
-
- private:
-  Reference object_ = nullptr;
+struct Release {
+  void operator()(CFTypeRef object) const noexcept { CFRelease(object); }
 };
 
-/// Retains an object that is owned elsewhere.
+/// Owns one reference to an object and releases it; may be null.
 template <typename Reference>
-Owned<Reference> retained(Reference object) {
-  if (object != nullptr) {
-    CFRetain(object);
-  }
-  return Owned(object);
-}
+using Owned = std::unique_ptr<std::remove_pointer_t<Reference>, Release>;
 
 }  // namespace platform

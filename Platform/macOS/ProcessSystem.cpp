@@ -3,8 +3,6 @@
 #include <crt_externs.h>
 #include <fcntl.h>
 #include <sys/event.h>
-#include <sys/resource.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -25,35 +23,6 @@ bool isBadExecutable(int error) {
 }
 
 short ownSessionFlags() { return POSIX_SPAWN_SETSID | POSIX_SPAWN_CLOEXEC_DEFAULT; }
-
-namespace {
-
-/// Whether the file has the size that the process may give it. Writing would raise SIGXFSZ, which
-/// the system may deliver to any thread.
-bool isAtSizeLimit(int descriptor) {
-  rlimit limit{};
-  struct stat status{};
-  if (::getrlimit(RLIMIT_FSIZE, &limit) != 0 || limit.rlim_cur == RLIM_INFINITY ||
-      ::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) {
-    return false;
-  }
-  const bool appends = (::fcntl(descriptor, F_GETFL) & O_APPEND) != 0;
-  const off_t place = appends ? status.st_size : ::lseek(descriptor, 0, SEEK_CUR);
-  return static_cast<rlim_t>(place) >= limit.rlim_cur;
-}
-
-}  // namespace
-
-std::ptrdiff_t writeWithoutSignal(int descriptor, std::string_view bytes) noexcept {
-  if (isAtSizeLimit(descriptor)) {
-    errno = EFBIG;
-    return -1;
-  }
-  // Stays set: resetting it would expose another thread or process that shares the open file, like
-  // stderr, and writes to it now.
-  ::fcntl(descriptor, F_SETNOSIGPIPE, 1);
-  return ::write(descriptor, bytes.data(), bytes.size());
-}
 
 char** environmentVariables() { return *::_NSGetEnviron(); }
 

@@ -30,7 +30,8 @@ class ThrownBySource {
 /// ownership of `perform`, so that a source may remove itself.
 class SystemSource final : public RunLoop::Source {
  public:
-  explicit SystemSource(std::function<void()> perform) : loop_(retained(CFRunLoopGetCurrent())) {
+  explicit SystemSource(std::function<void()> perform) : loop_(CFRunLoopGetCurrent()) {
+    CFRetain(loop_.get());
     const auto shared = std::make_shared<Perform>(std::move(perform));
     CFRunLoopSourceContext context{};
     context.info = const_cast<std::shared_ptr<Perform>*>(&shared);
@@ -52,7 +53,7 @@ class SystemSource final : public RunLoop::Source {
         *thrownBySource = std::current_exception();
       }
     };
-    source_ = Owned(CFRunLoopSourceCreate(kCFAllocatorDefault, 0, &context));
+    source_.reset(CFRunLoopSourceCreate(kCFAllocatorDefault, 0, &context));
     CFRunLoopAddSource(loop_.get(), source_.get(), kCFRunLoopDefaultMode);
   }
   SystemSource(const SystemSource&) = delete;

@@ -14,14 +14,14 @@ namespace {
 
 ApplicationProcess processOf(NSRunningApplication* application) {
   // The workspace's object identifies the process.
-  const auto held = std::make_shared<const Owned<CFTypeRef>>(CFBridgingRetain(application));
+  const std::shared_ptr<const void> held(CFBridgingRetain(application), Release());
   return {.bundleIdentifier = textOf((__bridge CFTypeRef)application.bundleIdentifier).value_or(""),
           .localizedName = textOf((__bridge CFTypeRef)application.localizedName),
           .processIdentifier = application.processIdentifier,
           .executablePath = textOf((__bridge CFTypeRef)application.executableURL.path),
           .forceTerminate = [held]() -> bool {
             @autoreleasepool {
-              return [(__bridge NSRunningApplication*)held->get() forceTerminate];
+              return [(__bridge NSRunningApplication*)held.get() forceTerminate];
             }
           }};
 }

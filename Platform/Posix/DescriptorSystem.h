@@ -1,6 +1,10 @@
-// Opens files: regular ones by path, and any by a descriptor of it.
+// The system-specific ways to open and use descriptors, beside those of Descriptor.h, Polling.h and
+// LocalSocket.h. Internal.
 #pragma once
+#include <sys/types.h>
+
 #include <string>
+#include <string_view>
 
 #include "Platform/Descriptor.h"
 
@@ -16,5 +20,16 @@ namespace platform {
 /// above the standard descriptors. Empty, with errno set, on failure, and for what has no path to
 /// open.
 [[nodiscard]] Descriptor openAgain(int descriptor, int flags);
+
+/// A local stream socket, close-on-exec, above the standard descriptors; empty, with errno set, on
+/// failure.
+[[nodiscard]] Descriptor makeSocket(bool blocking);
+
+/// accept() that returns a blocking, close-on-exec connection above the standard descriptors.
+/// Empty, with errno set, on failure.
+[[nodiscard]] Descriptor acceptBlocking(const Descriptor& listener);
+
+/// send() that neither blocks nor raises SIGPIPE.
+[[nodiscard]] ssize_t sendOnce(const Descriptor& socket, std::string_view bytes) noexcept;
 
 }  // namespace platform
