@@ -33,9 +33,10 @@
 namespace platform {
 namespace {
 
+using std::chrono::milliseconds;
 using Instant = std::chrono::steady_clock::time_point;
 
-constexpr std::chrono::milliseconds kStatusPollInterval{10};
+constexpr milliseconds kStatusPollInterval{10};
 constexpr std::int32_t kCouldNotStart = 127;
 constexpr std::int32_t kNotExecutable = 126;
 constexpr std::int32_t kSignalBase = 128;
@@ -240,27 +241,17 @@ class Child {
 };
 
 /// Milliseconds for poll(), rounded up so that it does not wake before the deadline.
-int pollTimeout(const std::optional<Instant>& deadline, bool hasDescriptor) {
-  using std::chrono::milliseconds;
-  milliseconds wait = hasDescriptor ? milliseconds::max() : kStatusPollInterval;
-  if (deadline) {
-    const auto left = std::chrono::ceil<milliseconds>(*deadline - std::chrono::steady_clock::now());
-    wait = std::min(wait, std::max(left, milliseconds::zero()));
-  }
-  if (wait == milliseconds::max()) {
-    return -1;
-  }
-  return static_cast<int>(std::min<milliseconds::rep>(wait.count(), INT_MAX));
+int pollTimeout(Instant deadline, bool hasDescriptor) {
+  const milliseconds longest = hasDescriptor ? milliseconds(INT_MAX) : kStatusPollInterval;
+  const auto left = std::chrono::ceil<milliseconds>(deadline - std::chrono::steady_clock::now());
+  return static_cast<int>(std::clamp(left, milliseconds::zero(), longest).count());
 }
 
-/// The time `timeout` from now; absent if the clock can't represent it.
-std::optional<Instant> deadlineAfter(std::optional<std::chrono::milliseconds> timeout) {
+/// The time `timeout` from now, or the last one that the clock can represent.
+Instant deadlineAfter(milliseconds timeout) {
   const Instant now = std::chrono::steady_clock::now();
-  if (!timeout ||
-      *timeout > std::chrono::duration_cast<std::chrono::milliseconds>(Instant::max() - now)) {
-    return std::nullopt;
-  }
-  return now + std::max(*timeout, std::chrono::milliseconds::zero());
+  const auto longest = std::chrono::floor<milliseconds>(Instant::max() - now);
+  return now + std::clamp(timeout, milliseconds::zero(), longest);
 }
 
 /// Feeds the child, reads its output and waits until it exits or is killed at the deadline.
@@ -275,14 +266,14 @@ class Supervision {
         statusPipe_(std::move(status)),
         input_(request.input.value_or(std::string_view{})),
         output_(request.maximumOutputBytes, request.onLine, request.onOutput),
-        deadline_(deadlineAfter(request.timeout)),
+        deadline_(deadlineAfter(request.timeout.value_or(milliseconds::max()))),
         grace_(request.grace) {}
 
   [[nodiscard]] ProcessResult run() {
     feed();
     while (!isFinished()) {
       waitForEvent();
-      if (!isFinished() && deadline_ && std::chrono::steady_clock::now() >= *deadline_) {
+      if (!isFinished() && std::chrono::steady_clock::now() >= deadline_) {
         escalate();
       }
     }
@@ -431,8 +422,8 @@ class Supervision {
   Descriptor statusPipe_;
   std::string_view input_;  // input still to be written
   ChildOutput output_;
-  std::optional<Instant> deadline_;
-  std::chrono::milliseconds grace_;
+  Instant deadline_;
+  milliseconds grace_;
   Stage stage_ = Stage::running;
 };
 
