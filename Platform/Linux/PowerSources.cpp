@@ -21,83 +21,51 @@ constexpr const char* kSuppliesFolder = "/sys/class/power_supply";
 constexpr std::uint64_t kLargestAttribute = std::uint64_t{64} * 1024;
 
 /// One directory of the kernel's class; each attribute is a file.
-class Supply {
- public:
-  explicit Supply(std::filesystem::path folder)
-      : folder_(std::move(folder)), type_(text("type")), status_(text("status")) {}
-
-  [[nodiscard]] std::string name() const { return folder_.filename().string(); }
-  /// A battery or an uninterruptible power supply.
-  [[nodiscard]] bool storesEnergy() const {
-    return (isUPS() || type_ == "Battery") && number("present") != 0;
-  }
-  [[nodiscard]] bool isUPS() const { return type_ == "UPS"; }
-  /// An external supply: mains, USB, wireless.
-  [[nodiscard]] bool isMains() const { return !isUPS() && type_ != "Battery"; }
-  [[nodiscard]] bool isOnline() const { return number("online").value_or(0) != 0; }
-  /// Belongs to a mouse or another device, not to the machine.
-  [[nodiscard]] bool isOfDevice() const { return text("scope") == "Device"; }
-  [[nodiscard]] const std::string& status() const { return status_; }
+struct Supply {
+  std::filesystem::path folder;
 
   [[nodiscard]] std::string text(const char* attribute) const {
-    auto bytes = readFile((folder_ / attribute).string(), {.maximumBytes = kLargestAttribute});
-    if (!bytes) {
-      return {};
-    }
-    bytes->erase(std::min(bytes->find_last_not_of(" \t\n") + 1, bytes->size()));
-    return std::move(*bytes);
+    const auto bytes = readFile((folder / attribute).string(), {.maximumBytes = kLargestAttribute});
+    return bytes ? bytes->substr(0, bytes->find_last_not_of(" \t\n") + 1) : std::string();
   }
   [[nodiscard]] std::optional<std::int64_t> number(const char* attribute) const {
     return wholeNumber<std::int64_t>(text(attribute));
   }
-
- private:
-  std::filesystem::path folder_;
-  std::string type_;
-  std::string status_;
 };
 
 /// Discharging and charging are unambiguous. In any other state (full, held below full, unknown)
 /// the external supplies decide, or the battery itself if the kernel lists none (`mainsOnline` is
 /// then absent).
 bool isOnMains(const Supply& battery, std::optional<bool> mainsOnline) {
-  const std::string& status = battery.status();
+  const std::string status = battery.text("status");
   if (status == "Discharging" || status == "Charging") {
     return status == "Charging";
   }
   return mainsOnline.value_or(status == "Full" || status == "Not charging");
 }
 
-struct Capacity {
-  std::int64_t current;
-  std::int64_t maximum;
-};
-
-std::optional<Capacity> capacityOf(const Supply& battery) {
-  constexpr std::int64_t kFullPercentage = 100;
-  for (const auto& [now, full] :
-       {std::pair("energy_now", "energy_full"), std::pair("charge_now", "charge_full")}) {
-    const std::optional<std::int64_t> current = battery.number(now);
-    const std::optional<std::int64_t> maximum = battery.number(full);
-    if (current && maximum && *maximum > 0) {
-      return Capacity{.current = *current, .maximum = *maximum};
-    }
-  }
-  if (const std::optional<std::int64_t> percentage = battery.number("capacity")) {
-    return Capacity{.current = *percentage, .maximum = kFullPercentage};
-  }
-  return std::nullopt;
-}
-
 PropertyList describe(const Supply& battery, std::optional<bool> mainsOnline) {
   PropertyList::Dictionary description;
-  description.emplace("Name", battery.name());
-  description.emplace("Type", battery.isUPS() ? "UPS" : "InternalBattery");
+  description.emplace("Name", battery.folder.filename().string());
+  description.emplace("Type", battery.text("type") == "UPS" ? "UPS" : "InternalBattery");
   description.emplace("Power Source State",
                       isOnMains(battery, mainsOnline) ? "AC Power" : "Battery Power");
-  if (const std::optional<Capacity> capacity = capacityOf(battery)) {
-    description.emplace("Current Capacity", capacity->current);
-    description.emplace("Max Capacity", capacity->maximum);
+  constexpr std::int64_t kFullPercentage = 100;
+  std::optional<std::int64_t> current = battery.number("capacity");
+  std::int64_t maximum = kFullPercentage;
+  // The last known pair counts.
+  for (const auto& [now, full] :
+       {std::pair("charge_now", "charge_full"), std::pair("energy_now", "energy_full")}) {
+    const std::optional<std::int64_t> charge = battery.number(now);
+    const std::optional<std::int64_t> whole = battery.number(full);
+    if (charge && whole && *whole > 0) {
+      current = charge;
+      maximum = *whole;
+    }
+  }
+  if (current) {
+    description.emplace("Current Capacity", *current);
+    description.emplace("Max Capacity", maximum);
   }
   return description;
 }
@@ -117,14 +85,15 @@ std::vector<PropertyList> readPowerSupplies(const std::string& root) {
   std::optional<bool> mainsOnline;
   std::vector<Supply> batteries;
   for (const std::filesystem::path& folder : folders) {
-    Supply supply(folder);
-    if (supply.isOfDevice()) {
-      continue;
+    const Supply supply{folder};
+    const std::string type = supply.text("type");
+    if (supply.text("scope") == "Device") {
+      continue;  // belongs to a mouse or another device, not to the machine
     }
-    if (supply.storesEnergy()) {
-      batteries.push_back(std::move(supply));
-    } else if (supply.isMains()) {
-      mainsOnline = mainsOnline.value_or(false) || supply.isOnline();
+    if (type != "Battery" && type != "UPS") {  // an external supply: mains, USB, wireless
+      mainsOnline = mainsOnline.value_or(false) || supply.number("online").value_or(0) != 0;
+    } else if (supply.number("present") != 0) {
+      batteries.push_back(supply);
     }
   }
   std::vector<PropertyList> sources;

@@ -36,10 +36,9 @@ year_month_day dayOf(const std::tm& parts) {
 std::optional<Moment> midnight(year_month_day day) {
   std::optional<Moment> first;
   for (const int daylightSaving : {1, 0}) {  // the clock may show midnight twice
+    const std::time_t inUTC = Moment(sys_days(day)).time_since_epoch().count();
     std::tm parts{};
-    parts.tm_year = static_cast<int>(day.year()) - 1900;
-    parts.tm_mon = static_cast<int>(static_cast<unsigned>(day.month())) - 1;
-    parts.tm_mday = static_cast<int>(static_cast<unsigned>(day.day()));
+    gmtime_r(&inUTC, &parts);
     parts.tm_isdst = daylightSaving;
     const Moment candidate{seconds(std::mktime(&parts))};
     const std::tm shown = localTime(candidate);
@@ -50,20 +49,22 @@ std::optional<Moment> midnight(year_month_day day) {
   return first;
 }
 
-/// Reads "yyyy-MM-dd".
-std::optional<year_month_day> parseDate(std::string_view text) {
-  if (text.size() != 10 || text[4] != '-' || text[7] != '-') {
-    return std::nullopt;
-  }
-  const auto year = wholeNumber<unsigned>(text.substr(0, 4));
-  const auto month = wholeNumber<unsigned>(text.substr(5, 2));
-  const auto day = wholeNumber<unsigned>(text.substr(8, 2));
-  if (!year || !month || !day) {
-    return std::nullopt;
-  }
-  const year_month_day date{std::chrono::year(static_cast<int>(*year)), std::chrono::month(*month),
-                            std::chrono::day(*day)};
-  return date.ok() ? std::optional(date) : std::nullopt;
+/// Whether the text has this form, in which 0 stands for any digit.
+bool hasForm(std::string_view text, std::string_view form) {
+  return std::ranges::equal(text, form, [](char character, char expected) {
+    return expected == '0' ? character >= '0' && character <= '9' : character == expected;
+  });
+}
+
+/// The number that these digits of a text of the right form are.
+unsigned numberAt(std::string_view text, std::size_t position, std::size_t digits) {
+  return wholeNumber<unsigned>(text.substr(position, digits)).value_or(0);
+}
+
+/// The day at the start of a text "yyyy-MM-dd"; may not exist.
+year_month_day dayAtStart(std::string_view text) {
+  return {std::chrono::year(static_cast<int>(numberAt(text, 0, 4))),
+          std::chrono::month(numberAt(text, 5, 2)), std::chrono::day(numberAt(text, 8, 2))};
 }
 
 std::string formattedMoment(const char* format, Moment moment) {
@@ -85,25 +86,24 @@ Clock systemClock() {
 }
 
 std::optional<year_month_day> parseDay(std::string_view text) {
-  const auto date = parseDate(text);
-  return date && date->year() != std::chrono::year(0) ? date : std::nullopt;
+  if (!hasForm(text, "0000-00-00")) {
+    return std::nullopt;
+  }
+  const year_month_day day = dayAtStart(text);
+  return day.ok() && day.year() != std::chrono::year(0) ? std::optional(day) : std::nullopt;
 }
 
 std::optional<Moment> parseMoment(std::string_view text) {
-  constexpr std::size_t kSize = std::string_view("yyyy-MM-ddTHH:mm:ssZ").size();
-  if (text.size() != kSize || text[10] != 'T' || text[13] != ':' || text[16] != ':' ||
-      text[19] != 'Z') {
+  if (!hasForm(text, "0000-00-00T00:00:00Z")) {
     return std::nullopt;
   }
-  const auto day = parseDate(text.substr(0, 10));
-  const auto hour = wholeNumber<unsigned>(text.substr(11, 2));
-  const auto minute = wholeNumber<unsigned>(text.substr(14, 2));
-  const auto second = wholeNumber<unsigned>(text.substr(17, 2));
-  if (!day || !hour || !minute || !second || *hour > 23 || *minute > 59 || *second > 59) {
-    return std::nullopt;
-  }
-  return sys_days(*day) + std::chrono::hours(*hour) + std::chrono::minutes(*minute) +
-         seconds(*second);
+  const year_month_day day = dayAtStart(text);
+  const std::chrono::hours hour(numberAt(text, 11, 2));
+  const std::chrono::minutes minute(numberAt(text, 14, 2));
+  const seconds second(numberAt(text, 17, 2));
+  const bool exists = day.ok() && hour < days(1) && minute < std::chrono::hours(1) &&
+                      second < std::chrono::minutes(1);
+  return exists ? std::optional(sys_days(day) + hour + minute + second) : std::nullopt;
 }
 
 Moment startOfDay(year_month_day day) {

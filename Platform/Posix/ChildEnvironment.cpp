@@ -15,19 +15,13 @@ constexpr std::string_view kSystemFolders = "PATH=/usr/bin:/bin:/usr/sbin:/sbin"
 
 /// Accepts «LANG=en_US.UTF-8», «LC_TIME=de_CH», «LC_ALL=C», but no path or command.
 bool setsLocale(std::string_view variable) {
-  const std::size_t sign = variable.find('=');
-  const std::string_view name = variable.substr(0, sign);
-  if (sign == std::string_view::npos || (name != "LANG" && !name.starts_with("LC_"))) {
-    return false;
-  }
   constexpr std::size_t kLongest = 64;
-  const std::string_view locale = variable.substr(sign + 1);
-  const auto mayStand = [](char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' ||
-           c == '-' || c == '.' || c == '@';
-  };
-  return variable.size() <= kLongest && std::ranges::all_of(locale, mayStand) &&
-         std::ranges::all_of(name, mayStand);
+  constexpr std::string_view kAllowed =
+      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_-.@=";
+  return variable.size() <= kLongest &&
+         (variable.starts_with("LANG=") || variable.starts_with("LC_")) &&
+         std::ranges::count(variable, '=') == 1 &&
+         variable.find_first_not_of(kAllowed) == std::string_view::npos;
 }
 
 }  // namespace

@@ -77,10 +77,17 @@ std::vector<char*> pointersTo(const std::vector<std::string>& strings) {
   return pointers;
 }
 
+/// What connects this process to a child. Without input, `input` is only /dev/null for reading.
+struct Connections {
+  Pipe input;
+  Pipe output;
+  Pipe status;  ///< Becomes the child's descriptor 3; empty if the system reports the status.
+};
+
 /// The child's start settings: descriptors, session, signals. The first failure is kept in `error`.
 class SpawnSettings {
  public:
-  SpawnSettings() {
+  SpawnSettings(const Connections& connections, const std::optional<std::string>& directory) {
     note(::posix_spawn_file_actions_init(&actions_));
     note(::posix_spawnattr_init(&attributes_));
     sigset_t signals;
@@ -91,6 +98,19 @@ class SpawnSettings {
     note(::posix_spawnattr_setflags(
         &attributes_,
         static_cast<short>(POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK | ownSessionFlags())));
+    if (directory) {
+      note(::posix_spawn_file_actions_addchdir_np(&actions_, directory->c_str()));
+    }
+    const int output = connections.output.writeEnd.get();
+    const Descriptor& status = connections.status.writeEnd;
+    note(::posix_spawn_file_actions_adddup2(&actions_, connections.input.readEnd.get(),
+                                            STDIN_FILENO));
+    note(::posix_spawn_file_actions_adddup2(&actions_, output, STDOUT_FILENO));
+    note(::posix_spawn_file_actions_adddup2(&actions_, output, STDERR_FILENO));
+    if (status) {
+      note(::posix_spawn_file_actions_adddup2(&actions_, status.get(), kStatusDescriptor));
+    }
+    note(closeFrom(actions_, status ? kStatusDescriptor + 1 : kStatusDescriptor));
   }
   ~SpawnSettings() {
     ::posix_spawnattr_destroy(&attributes_);
@@ -98,20 +118,6 @@ class SpawnSettings {
   }
   SpawnSettings(const SpawnSettings&) = delete;
   SpawnSettings& operator=(const SpawnSettings&) = delete;
-
-  /// `status`, if not empty, becomes the child's descriptor 3.
-  void connect(const Descriptor& input, const Descriptor& output, const Descriptor& status) {
-    note(::posix_spawn_file_actions_adddup2(&actions_, input.get(), STDIN_FILENO));
-    note(::posix_spawn_file_actions_adddup2(&actions_, output.get(), STDOUT_FILENO));
-    note(::posix_spawn_file_actions_adddup2(&actions_, output.get(), STDERR_FILENO));
-    if (status) {
-      note(::posix_spawn_file_actions_adddup2(&actions_, status.get(), kStatusDescriptor));
-    }
-    note(closeFrom(actions_, status ? kStatusDescriptor + 1 : kStatusDescriptor));
-  }
-  void startIn(const std::string& directory) {
-    note(::posix_spawn_file_actions_addchdir_np(&actions_, directory.c_str()));
-  }
 
   /// Returns 0 or the errno value of a failed start. With `throughShell`, a shell runs the program
   /// and writes its status to descriptor 3.
@@ -457,13 +463,6 @@ bool canBePassed(const ProcessRequest& request) {
          (!request.directory || whole(*request.directory));
 }
 
-/// What connects this process to a child. Without input, `input` is only /dev/null for reading.
-struct Connections {
-  Pipe input;
-  Pipe output;
-  Pipe status;  ///< Empty if the system reports it.
-};
-
 /// With this process's ends non-blocking; the child's ends are separate open files.
 std::expected<Connections, ProcessResult> makeConnections(const ProcessRequest& request,
                                                           bool throughShell) {
@@ -511,12 +510,8 @@ ProcessResult runProcess(const ProcessRequest& request) {
   if (!connections) {
     return std::move(connections).error();
   }
+  const SpawnSettings settings(*connections, request.directory);
   auto& [input, output, status] = *connections;
-  SpawnSettings settings;
-  if (request.directory) {
-    settings.startIn(*request.directory);
-  }
-  settings.connect(input.readEnd, output.writeEnd, status.writeEnd);
   std::optional<Supervision> supervision;
   {
     const SignalsHeld
