@@ -1,10 +1,9 @@
 // Arbitrary bytes in the answer file: 94 means yes, any other number no, anything else the
 // fallback.
-#include <algorithm>
-#include <array>
-#include <charconv>
+#include <cerrno>
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <memory>
 #include <optional>
 #include <string>
@@ -42,22 +41,13 @@ struct Query final : RunningApplicationQuerying {
 };
 
 /// An independent implementation.
-std::optional<std::int64_t> numberIn(std::string text) {
-  const auto isBlank = [](char character) {
-    return character == ' ' || (character >= '\t' && character <= '\r');
-  };
-  while (!text.empty() && isBlank(text.back())) {
-    text.pop_back();
-  }
-  while (!text.empty() && isBlank(text.front())) {
-    text.erase(0, 1);
-  }
-  if (text.size() > 1 && text[0] == '+' && text[1] != '-') {
-    text.erase(0, 1);
-  }
-  std::int64_t number = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-  return !text.empty() && error == std::errc() && end == text.data() + text.size()
+std::optional<std::int64_t> numberIn(const std::string& text) {
+  char* end = nullptr;
+  errno = 0;
+  const std::int64_t number = std::strtoll(text.c_str(), &end, 10);
+  const std::string_view rest(end, text.c_str() + text.size());
+  return end != text.c_str() && errno == 0 &&
+                 rest.find_first_not_of(" \t\n\v\f\r") == std::string_view::npos
              ? std::optional(number)
              : std::nullopt;
 }

@@ -1,7 +1,7 @@
 // Parses arbitrary bytes as property lists, which must read the same when they were written, and as
 // the text of numbers in XML, which must equal those of naive readers.
 #include <algorithm>
-#include <cctype>
+#include <cerrno>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
@@ -41,22 +41,15 @@ std::optional<PropertyList> integerIn(std::string text) {
   removePlus(text);
   const bool isNegative = text.starts_with('-');
   text.erase(0, isNegative ? 1 : 0);
-  const unsigned base = text.starts_with("0x") || text.starts_with("0X") ? 16 : 10;
-  text.erase(0, base == 16 ? 2 : 0);
-  unsigned __int128 magnitude = 0;
-  for (const char character : text) {
-    const std::size_t digit =
-        std::string_view("0123456789abcdef")
-            .find(static_cast<char>(std::tolower(static_cast<unsigned char>(character))));
-    if (digit >= base || magnitude >> 64 != 0) {
-      return std::nullopt;
-    }
-    magnitude = magnitude * base + digit;
-  }
-  if (text.empty() || magnitude > (isNegative ? UINT64_C(1) << 63 : UINT64_MAX)) {
+  const bool isHexadecimal = text.starts_with("0x") || text.starts_with("0X");
+  text.erase(0, isHexadecimal ? 2 : 0);
+  errno = 0;
+  const std::uint64_t number = std::strtoull(text.c_str(), nullptr, isHexadecimal ? 16 : 10);
+  if (text.empty() || errno == ERANGE || (isNegative && number > UINT64_C(1) << 63) ||
+      text.find_first_not_of(isHexadecimal ? "0123456789abcdefABCDEF" : "0123456789") !=
+          std::string::npos) {
     return std::nullopt;
   }
-  const auto number = static_cast<std::uint64_t>(magnitude);
   if (isNegative || number <= INT64_MAX) {
     return static_cast<std::int64_t>(isNegative ? -number : number);
   }

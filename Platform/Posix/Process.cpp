@@ -23,12 +23,12 @@
 
 #include "Platform/Descriptor.h"
 #include "Platform/Polling.h"
-#include "Platform/Posix/ChildEnvironment.h"
 #include "Platform/Posix/ChildOutput.h"
 #include "Platform/Posix/ProcessSystem.h"
 #include "Platform/RunningProcesses.h"
 #include "Platform/SignalsHeld.h"
 #include "Platform/Text.h"
+#include "Platform/Users.h"
 
 namespace platform {
 namespace {
@@ -64,6 +64,36 @@ bool statusesGetLost() {
   struct sigaction action{};
   ::sigaction(SIGCHLD, nullptr, &action);
   return othersReap.load() || action.sa_handler == SIG_IGN || (action.sa_flags & SA_NOCLDWAIT) != 0;
+}
+
+/// Accepts «LANG=en_US.UTF-8», «LC_TIME=de_CH», «LC_ALL=C», but no path or command.
+bool setsLocale(std::string_view variable) {
+  constexpr std::size_t kLongest = 64;
+  constexpr std::string_view kAllowed =
+      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_-.@=";
+  return variable.size() <= kLongest &&
+         (variable.starts_with("LANG=") || variable.starts_with("LC_")) &&
+         std::ranges::count(variable, '=') == 1 &&
+         variable.find_first_not_of(kAllowed) == std::string_view::npos;
+}
+
+/// The child's complete environment, as «NAME=value». It is built from scratch, so that the agent's
+/// environment can't choose which programs its tools find, load or interpret.
+std::vector<std::string> childEnvironment() {
+  std::vector<std::string> variables{"PATH=/usr/bin:/bin:/usr/sbin:/sbin",
+                                     "TMPDIR=" + temporaryDirectory()};
+  if (const std::optional<Account> account = accountOf(ownUserID())) {
+    variables.push_back("HOME=" + account->home);
+    variables.push_back("USER=" + account->name);
+    variables.push_back("LOGNAME=" + account->name);
+  }
+  for (char** variable = environmentVariables(); variable != nullptr && *variable != nullptr;
+       ++variable) {
+    if (setsLocale(*variable)) {
+      variables.emplace_back(*variable);
+    }
+  }
+  return variables;
 }
 
 /// Null-terminated array of pointers to the strings.
