@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
-#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -34,7 +33,7 @@ struct Cleaner final : RunningAppPromptCleaning {
   void clean() override {}
 };
 struct Query final : RunningApplicationQuerying {
-  std::vector<std::unique_ptr<RunningApplication>> runningApplications(
+  std::vector<RunningApplication> runningApplications(
       const std::string& /*bundleIdentifier*/) override {
     return {};
   }

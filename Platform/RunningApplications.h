@@ -15,7 +15,7 @@ struct ApplicationProcess {
   std::string bundleIdentifier;
   std::optional<std::string> localizedName;  ///< The bundle's display name; absent if it has none.
   std::int32_t processIdentifier = 0;
-  std::optional<std::string> executablePath;  ///< Absent when it can't be read.
+  std::optional<std::string> executableURL;  ///< As a path; absent if it can't be read.
   /// Kills the process at once: the one that was found, never a later one with the same id. True
   /// when the request was accepted.
   std::function<bool()> forceTerminate;

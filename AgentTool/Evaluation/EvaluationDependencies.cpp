@@ -57,7 +57,7 @@ void EvaluationDependencies::DryKiller::killApps(const std::vector<std::string>&
   std::vector<std::string> names;
   for (const std::string& bundleID : bundleIDs) {
     for (const auto& application : query_.runningApplications(bundleID)) {
-      names.push_back(application->localizedName().value_or(bundleID));
+      names.push_back(application.localizedName.value_or(bundleID));
     }
   }
   intentions_.recordKill(names);

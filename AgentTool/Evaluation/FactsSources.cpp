@@ -28,22 +28,6 @@ std::string_view firstQuoted(std::string_view command) {
   return command.substr(0, end);
 }
 
-class KnownInstance final : public vexlo::RunningApplication {
- public:
-  explicit KnownInstance(const ApplicationInstance& instance) : instance_(instance) {}
-  [[nodiscard]] std::optional<std::string> localizedName() const override { return instance_.name; }
-  [[nodiscard]] std::int32_t processIdentifier() const override {
-    return instance_.processIdentifier;
-  }
-  [[nodiscard]] std::optional<std::string> executableURL() const override {
-    return instance_.executable;
-  }
-  bool forceTerminate() override { return false; }
-
- private:
-  const ApplicationInstance& instance_;
-};
-
 }  // namespace
 
 std::optional<std::string> FactsSources::preferredLanguage() const {
@@ -75,13 +59,17 @@ FactsSources::Customization::customizationData() {
   return *settings_;
 }
 
-std::vector<std::unique_ptr<vexlo::RunningApplication>>
-FactsSources::Applications::runningApplications(const std::string& bundleIdentifier) {
-  std::vector<std::unique_ptr<vexlo::RunningApplication>> running;
+std::vector<vexlo::RunningApplication> FactsSources::Applications::runningApplications(
+    const std::string& bundleIdentifier) {
+  std::vector<vexlo::RunningApplication> running;
   const auto found = facts().applications.find(bundleIdentifier);
   if (found != facts().applications.end()) {
     for (const ApplicationInstance& instance : found->second) {
-      running.push_back(std::make_unique<KnownInstance>(instance));
+      running.push_back({.bundleIdentifier = bundleIdentifier,
+                         .localizedName = instance.name,
+                         .processIdentifier = instance.processIdentifier,
+                         .executableURL = instance.executable,
+                         .forceTerminate = [] { return false; }});
     }
   } else if (!facts().allApplications) {
     intentions_.recordDoubt(LogCore::text("whether ", bundleIdentifier, " runs"));

@@ -2,7 +2,6 @@
 #pragma once
 #include <chrono>
 #include <cstdint>
-#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -114,7 +113,7 @@ class FactsSources {
    public:
     Applications(const FactsSources& whole, Intentions& intentions)
         : Part(whole), intentions_(intentions) {}
-    [[nodiscard]] std::vector<std::unique_ptr<vexlo::RunningApplication>> runningApplications(
+    [[nodiscard]] std::vector<vexlo::RunningApplication> runningApplications(
         const std::string& bundleIdentifier) override;
 
    private:

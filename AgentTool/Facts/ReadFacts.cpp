@@ -304,7 +304,7 @@ class Reader {
       facts_.applications[identifier.value_or(running.bundleIdentifier)].push_back(
           {.name = running.localizedName,
            .processIdentifier = running.processIdentifier,
-           .executable = running.executablePath});
+           .executable = running.executableURL});
     }
   }
 

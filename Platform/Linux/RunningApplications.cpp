@@ -317,7 +317,7 @@ std::optional<ApplicationProcess> instanceOf(std::optional<std::string_view> ide
       .bundleIdentifier = information->identifier,
       .localizedName = std::move(name),
       .processIdentifier = pid,
-      .executablePath = std::move(program->path),
+      .executableURL = std::move(program->path),
       .forceTerminate = [pid, start = *start] { return killProcess(pid, start); }};
 }
 

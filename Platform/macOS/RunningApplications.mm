@@ -18,7 +18,7 @@ ApplicationProcess processOf(NSRunningApplication* application) {
   return {.bundleIdentifier = textOf((__bridge CFTypeRef)application.bundleIdentifier).value_or(""),
           .localizedName = textOf((__bridge CFTypeRef)application.localizedName),
           .processIdentifier = application.processIdentifier,
-          .executablePath = textOf((__bridge CFTypeRef)application.executableURL.path),
+          .executableURL = textOf((__bridge CFTypeRef)application.executableURL.path),
           .forceTerminate = [held]() -> bool {
             @autoreleasepool {
               return [(__bridge NSRunningApplication*)held.get() forceTerminate];

@@ -84,7 +84,7 @@ TEST_F(RunningApplicationsTest, FindsScriptsHoweverStarted) {
     const auto applications = runningApplications(kIdentifier);
     ASSERT_EQ(applications.size(), 1U);
     EXPECT_EQ(applications[0].processIdentifier, launched.pid());
-    EXPECT_EQ(applications[0].executablePath, command == viaEnv ? viaEnv : script);
+    EXPECT_EQ(applications[0].executableURL, command == viaEnv ? viaEnv : script);
     const auto all = runningApplications(std::nullopt);
     EXPECT_EQ(std::ranges::count(all, kIdentifier, &ApplicationProcess::bundleIdentifier), 1);
   }
@@ -143,7 +143,7 @@ TEST_F(RunningApplicationsTest, ForceTerminateSparesALaterProcessWithTheSameId) 
   EXPECT_EQ(add(kProgram), program);  // as an update does
   const auto applications = runningApplications(kIdentifier);
   ASSERT_EQ(applications.size(), 1U);
-  EXPECT_EQ(applications[0].executablePath, program);
+  EXPECT_EQ(applications[0].executableURL, program);
   EXPECT_TRUE(applications[0].forceTerminate());
   siginfo_t information{};
   ::waitid(P_PID, static_cast<id_t>(pid), &information, WEXITED | WNOWAIT);

@@ -41,14 +41,14 @@ TEST(WorkspaceTest, ListsApplicationsInOrderAndReleasesThem) {
     const auto found = runningApplications("com.example.a");
     ASSERT_EQ(found.size(), 3U) << "the last two have ended";
     EXPECT_EQ(found[0].localizedName, "Caf\u00e9");
-    EXPECT_EQ(found[0].executablePath, "/A.app/Contents/MacOS/A");
+    EXPECT_EQ(found[0].executableURL, "/A.app/Contents/MacOS/A");
     EXPECT_EQ(found[0].processIdentifier, getpid());
     EXPECT_TRUE(found[0].forceTerminate());
     EXPECT_EQ(found[1].localizedName, std::nullopt);
-    EXPECT_EQ(found[1].executablePath, std::nullopt) << "no executable URL";
+    EXPECT_EQ(found[1].executableURL, std::nullopt) << "no executable URL";
     EXPECT_FALSE(found[1].forceTerminate());
     EXPECT_EQ(found[2].localizedName, "");
-    EXPECT_EQ(found[2].executablePath, std::nullopt) << "an executable URL without a path";
+    EXPECT_EQ(found[2].executableURL, std::nullopt) << "an executable URL without a path";
     EXPECT_EQ(stand_in::objectsAlive(), before + 3);
   }
   {

@@ -6,7 +6,6 @@
 
 #include <filesystem>
 #include <functional>
-#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -24,15 +23,6 @@ namespace {
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using enum RunningAppPromptDecision;
-
-struct FakeApplication final : RunningApplication {
-  explicit FakeApplication(bool willEnd) : ends(willEnd) {}
-  std::optional<std::string> localizedName() const override { return std::nullopt; }
-  std::int32_t processIdentifier() const override { return 7; }
-  std::optional<std::string> executableURL() const override { return std::nullopt; }
-  bool forceTerminate() override { return ends; }
-  bool ends;
-};
 
 class RunningAppUserAckTest : public ::testing::Test,
                               public CommandExecutor,
@@ -78,11 +68,11 @@ class RunningAppUserAckTest : public ::testing::Test,
     story.events.push_back("register " + name);
     return true;
   }
-  std::vector<std::unique_ptr<RunningApplication>> runningApplications(
+  std::vector<RunningApplication> runningApplications(
       const std::string& /*bundleIdentifier*/) override {
-    std::vector<std::unique_ptr<RunningApplication>> found;
+    std::vector<RunningApplication> found;
     for (const bool ends : onQuery()) {
-      found.push_back(std::make_unique<FakeApplication>(ends));
+      found.push_back({.processIdentifier = 7, .forceTerminate = [ends] { return ends; }});
     }
     return found;
   }

@@ -20,12 +20,11 @@ void AppKiller::killApps(const std::vector<std::string>& bundleIDs) {
               [&] { return text("No running applications found with bundleID: ", bundleID, "."); });
     }
     for (const auto& application : applications) {
-      const bool accepted = application->forceTerminate();
+      const bool accepted = application.forceTerminate();
       logInfo(kAppKillerTag, [&] {
-        return text(
-            "Attempting to terminate app: ", application->localizedName().value_or("Unknown"),
-            " with PID: ", application->processIdentifier(), ", Termination status: ", accepted,
-            ".");
+        return text("Attempting to terminate app: ", application.localizedName.value_or("Unknown"),
+                    " with PID: ", application.processIdentifier,
+                    ", Termination status: ", accepted, ".");
       });
       sleeper_(kPauseAfterKill);
     }

@@ -1,7 +1,5 @@
 #include "VexloPatchDeployment/Validators/RunningApplicationCheckRelated/RunningAppDetailsProvider.h"
 
-#include <utility>
-
 #include "VexloPatchDeployment/Common/Log.h"
 
 namespace vexlo {
@@ -13,13 +11,12 @@ constexpr LogTag kRunningAppDetailsProviderTag{"appDetails(for:)"};
 
 std::optional<RunningAppDetails> RunningAppDetailsProvider::appDetails(
     const std::string& bundleID) {
-  for (const auto& application : applicationQuery_.runningApplications(bundleID)) {
-    std::optional<std::string> executable = application->executableURL();
-    if (!executable) {
+  for (const RunningApplication& application : applicationQuery_.runningApplications(bundleID)) {
+    if (!application.executableURL) {
       continue;
     }
-    RunningAppDetails details{.appName = application->localizedName().value_or(bundleID),
-                              .executablePath = *std::move(executable)};
+    RunningAppDetails details{.appName = application.localizedName.value_or(bundleID),
+                              .executablePath = *application.executableURL};
     logInfo(kRunningAppDetailsProviderTag, [&] {
       return text("App name: ", details.appName, ", executable path: ", details.executablePath,
                   " for bundleID: ", bundleID, ".");

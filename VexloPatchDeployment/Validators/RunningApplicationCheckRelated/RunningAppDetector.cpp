@@ -1,6 +1,5 @@
 #include "VexloPatchDeployment/Validators/RunningApplicationCheckRelated/RunningAppDetector.h"
 
-#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -17,13 +16,12 @@ namespace {
 
 constexpr LogTag kRunningAppDetectorTag{"isAnyAppRunning(for:)"};
 
-using Applications = std::vector<std::unique_ptr<RunningApplication>>;
-
 /// `[Safari (PID 501), Safari (PID 733)]`; shows the identifier if an application has no name.
-std::string describe(const Applications& applications, const std::string& bundleID) {
-  const auto shown = [&](const auto& application) {
-    return text(application->localizedName().value_or(bundleID), " (PID ",
-                application->processIdentifier(), ')');
+std::string describe(const std::vector<RunningApplication>& applications,
+                     const std::string& bundleID) {
+  const auto shown = [&](const RunningApplication& application) {
+    return text(application.localizedName.value_or(bundleID), " (PID ",
+                application.processIdentifier, ')');
   };
   return '[' + platform::joined(applications, ", ", shown) + ']';
 }
@@ -32,7 +30,8 @@ std::string describe(const Applications& applications, const std::string& bundle
 
 bool RunningAppDetector::isAnyAppRunning(const std::vector<std::string>& bundleIDs) {
   for (const std::string& bundleID : bundleIDs) {
-    const Applications applications = applicationQuery_.runningApplications(bundleID);
+    const std::vector<RunningApplication> applications =
+        applicationQuery_.runningApplications(bundleID);
     if (!applications.empty()) {
       logInfo(kRunningAppDetectorTag, [&] {
         return text("Apps are running for bundleID: ", bundleID,
@@ -41,7 +40,7 @@ bool RunningAppDetector::isAnyAppRunning(const std::vector<std::string>& bundleI
       measured([&] {
         return RunningApplicationsMeasurement{
             {{.bundleID = bundleID,
-              .name = applications.front()->localizedName().value_or(bundleID)}}};
+              .name = applications.front().localizedName.value_or(bundleID)}}};
       });
       return true;
     }

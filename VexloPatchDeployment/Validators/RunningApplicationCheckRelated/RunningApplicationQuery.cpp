@@ -3,7 +3,6 @@
 #include <chrono>
 #include <system_error>
 
-#include "Platform/RunningApplications.h"
 #include "VexloPatchDeployment/Common/Log.h"
 
 namespace vexlo {
@@ -15,24 +14,19 @@ constexpr std::chrono::milliseconds kPauseBetweenTries{500};
 
 }  // namespace
 
-std::vector<std::unique_ptr<RunningApplication>> SystemRunningApplicationQuery::runningApplications(
+std::vector<RunningApplication> SystemRunningApplicationQuery::runningApplications(
     const std::string& bundleIdentifier) {
   std::error_code failure;
-  auto processes = platform::runningApplications(bundleIdentifier, &failure);
+  auto applications = platform::runningApplications(bundleIdentifier, &failure);
   for (int tries = 1; failure && tries < kTries; ++tries) {
     sleeper_(kPauseBetweenTries);
-    processes = platform::runningApplications(bundleIdentifier, &failure);
+    applications = platform::runningApplications(bundleIdentifier, &failure);
   }
   if (failure) {
     logError(kRunningApplicationQueryTag, [&] {
       return text("Unable to learn whether applications are running for bundleID: ",
                   bundleIdentifier, ": ", failure.message(), ".");
     });
-  }
-  std::vector<std::unique_ptr<RunningApplication>> applications;
-  applications.reserve(processes.size());
-  for (auto& process : processes) {
-    applications.push_back(std::make_unique<SystemRunningApplication>(std::move(process)));
   }
   return applications;
 }

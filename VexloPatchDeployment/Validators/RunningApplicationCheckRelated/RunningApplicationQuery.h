@@ -1,14 +1,15 @@
 // Finds running applications by bundle identifier.
 #pragma once
-#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "Platform/Calendar.h"
-#include "VexloPatchDeployment/Adapters/RunningApplication.h"
+#include "Platform/RunningApplications.h"
 
 namespace vexlo {
+
+using RunningApplication = platform::ApplicationProcess;
 
 /// An evaluation of recorded facts replaces it.
 class RunningApplicationQuerying {
@@ -16,7 +17,7 @@ class RunningApplicationQuerying {
   virtual ~RunningApplicationQuerying() = default;
   /// The running applications with exactly this bundle identifier, in the platform's order. Never
   /// fails.
-  [[nodiscard]] virtual std::vector<std::unique_ptr<RunningApplication>> runningApplications(
+  [[nodiscard]] virtual std::vector<RunningApplication> runningApplications(
       const std::string& bundleIdentifier) = 0;
 };
 
@@ -27,7 +28,7 @@ class SystemRunningApplicationQuery final : public RunningApplicationQuerying {
  public:
   explicit SystemRunningApplicationQuery(platform::Sleeper sleeper = platform::systemSleeper())
       : sleeper_(std::move(sleeper)) {}
-  [[nodiscard]] std::vector<std::unique_ptr<RunningApplication>> runningApplications(
+  [[nodiscard]] std::vector<RunningApplication> runningApplications(
       const std::string& bundleIdentifier) override;
 
  private:
