@@ -2,6 +2,7 @@
 #pragma once
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace platform {
@@ -18,5 +19,10 @@ namespace platform {
 /// The user's preferred languages, best first, as language tags («en-US»); may be empty. On
 /// Linux from LANGUAGE, LC_ALL, LC_MESSAGES and LANG.
 [[nodiscard]] std::vector<std::string> preferredLanguages();
+/// The best of them; absent without any.
+[[nodiscard]] inline std::optional<std::string> preferredLanguage() {
+  std::vector<std::string> languages = preferredLanguages();
+  return languages.empty() ? std::nullopt : std::optional(std::move(languages.front()));
+}
 
 }  // namespace platform

@@ -6,8 +6,8 @@
 #include <string>
 
 #include "Tests/Fakes/Story.h"
-#include "VexloPatchDeployment/Installers/InstallAssistantUpgradeInstaller/SiliconUpgradeInstaller.h"
-#include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Main/SiliconSoftwareUpdateInstaller.h"
+#include "VexloPatchDeployment/Installers/InstallAssistantUpgradeInstaller/StartOSInstall.h"
+#include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Main/SoftwareUpdateInstallation.h"
 
 namespace vexlo {
 namespace {

@@ -45,15 +45,16 @@ std::string_view nameOf(ToolRunMeasurement::Step step) {
 
 }  // namespace
 
-std::string userOptions(const Credentials* credentials) {
-  return credentials != nullptr
+std::string userOptions(const std::optional<Credentials>& credentials) {
+  return credentials
              ? text(" --user \"", insideDoubleQuotes(credentials->userName), "\" --stdinpass")
              : "";
 }
 
-CommandResult runWithPassword(const std::string& line, const Credentials* credentials,
+CommandResult runWithPassword(const std::string& line,
+                              const std::optional<Credentials>& credentials,
                               CommandExecutor& executor) {
-  if (credentials == nullptr) {
+  if (!credentials) {
     return executor.run(line, kShell, std::nullopt);
   }
   std::optional<std::string> password = credentials->password;

@@ -1,7 +1,6 @@
-#include "VexloPatchDeployment/Installers/InstallAssistantUpgradeInstaller/IntelUpgradeInstaller.h"
-
 #include "VexloPatchDeployment/Common/Log.h"
 #include "VexloPatchDeployment/Common/TextForms.h"
+#include "VexloPatchDeployment/Installers/InstallAssistantUpgradeInstaller/StartOSInstall.h"
 
 namespace vexlo {
 namespace {
@@ -11,12 +10,12 @@ constexpr LogTag kIntelUpgradeInstallerTag{"installMacOS()"};
 }  // namespace
 
 PatchActionResult IntelUpgradeInstaller::installMacOS() {
-  const std::optional<std::string> language = dependencies().preferredLanguage();
+  const std::optional<std::string> language = dependencies_.preferredLanguage();
   logInfo(kIntelUpgradeInstallerTag, [&] {
-    return text("Starting installation of ", appPath(),
+    return text("Starting installation of ", appPath_,
                 ", intel. Machine locale language: ", optionalText(language), ".");
   });
-  return run(nullptr, kIntelUpgradeInstallerTag);
+  return run(std::nullopt, kIntelUpgradeInstallerTag);
 }
 
 }  // namespace vexlo

@@ -1,6 +1,6 @@
-// Runs the upgrade tool of an InstallAssistant application.
+// Upgrades macOS with the upgrade tool of an InstallAssistant application.
 #pragma once
-#include <source_location>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -19,20 +19,29 @@ class StartOSInstall {
       : appPath_(std::move(appPath)), dependencies_(dependencies) {}
 
  protected:
-  /// Notifies the user and runs the tool, with the user name of `credentials`, which are null on
-  /// Intel, as an argument and the password as standard input. Wipes its copy of the password. Log
-  /// lines have the caller's tag and line.
-  [[nodiscard]] PatchActionResult run(const Credentials* credentials, const LogTag& tag,
-                                      std::source_location where = std::source_location::current());
+  /// Notifies the user and runs the tool, with the user name of `credentials`, which are absent on
+  /// Intel, as an argument and the password as standard input. Wipes its copy of the password.
+  [[nodiscard]] PatchActionResult run(const std::optional<Credentials>& credentials,
+                                      const LogPlace& place);
 
-  [[nodiscard]] const std::string& appPath() const noexcept { return appPath_; }
-  [[nodiscard]] UpgradeInstallerDependencies& dependencies() const noexcept {
-    return dependencies_;
-  }
-
- private:
   std::string appPath_;
   UpgradeInstallerDependencies& dependencies_;
+};
+
+/// An upgrade without credentials.
+class IntelUpgradeInstaller : private StartOSInstall {
+ public:
+  using StartOSInstall::StartOSInstall;
+  /// Waits for the tool to exit, at most two hours.
+  [[nodiscard]] PatchActionResult installMacOS();
+};
+
+/// An upgrade with the stored credentials; `applyLater` without them.
+class SiliconUpgradeInstaller : private StartOSInstall {
+ public:
+  using StartOSInstall::StartOSInstall;
+  /// Waits for the tool to exit, at most two hours.
+  [[nodiscard]] PatchActionResult installMacOS();
 };
 
 }  // namespace vexlo

@@ -5,8 +5,8 @@
 #include <string>
 #include <utility>
 
+#include "Platform/Machine.h"
 #include "VexloPatchDeployment/Adapters/CommandExecutor.h"
-#include "VexloPatchDeployment/Installers/PreferredLanguage.h"
 #include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Common/SoftwareUpdateNotifier.h"
 #include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Helpers/Silicon/CredentialsFetcher.h"
 
@@ -42,7 +42,7 @@ class DefaultUpgradeInstallerDependencies final : public UpgradeInstallerDepende
   [[nodiscard]] CommandExecutor& executor() override { return TerminalUtil::defaultInstance(); }
   [[nodiscard]] SoftwareUpdateNotifier& notifier() override { return notifier_; }
   [[nodiscard]] std::optional<std::string> preferredLanguage() override {
-    return vexlo::preferredLanguage();
+    return platform::preferredLanguage();
   }
 
  private:

@@ -1,29 +1,27 @@
-#include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Common/MacOSInstaller.h"
-
-#include "VexloPatchDeployment/Common/Log.h"
+#include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Common/SoftwareUpdateCommand.h"
 
 namespace vexlo {
 namespace {
 
 constexpr SoftwareUpdateOperation kInstallOperation{
     .step = ToolRunMeasurement::Step::installation,
-    .runTag = LogTag{"install(asUser:userSessionProvider:)"},
-    .evaluationTag = LogTag{"evaluate(using:_:)"},
+    .runPlace = LogTag{"install(asUser:userSessionProvider:)"},
+    .evaluationPlace = LogTag{"evaluate(using:_:)"},
     .option = "--install",
     .details = "--force --verbose --restart",
     .doing = "Installing",
     .statusOf = "Installation",
     .noun = "installation",
     .logsKnownResult = false,
+    .failure = PatchActionResult::Outcome::failure,
+    .reason = PlainReason::macOSSoftwareUpdateInstallationFailed,
 };
 
 }  // namespace
 
 PatchActionResult DefaultMacOSInstaller::install(bool asUser,
                                                  UserSessionProvider& userSessionProvider) {
-  return run(kInstallOperation,
-             PatchActionResult::failure(PlainReason::macOSSoftwareUpdateInstallationFailed), asUser,
-             userSessionProvider);
+  return run(kInstallOperation, asUser, userSessionProvider);
 }
 
 }  // namespace vexlo

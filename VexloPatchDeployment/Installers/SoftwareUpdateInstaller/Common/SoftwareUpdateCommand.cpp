@@ -20,27 +20,19 @@ std::string consoleUserID(UserSessionProvider& users) {
 
 }  // namespace
 
-PatchActionResult SoftwareUpdateCommand::run(const SoftwareUpdateOperation& operation,
-                                             PatchActionResult failed, bool asUser,
-                                             UserSessionProvider& userSessionProvider,
-                                             std::source_location where) {
+PatchActionResult SoftwareUpdateCommand::run(const SoftwareUpdateOperation& operation, bool asUser,
+                                             UserSessionProvider& userSessionProvider) {
   const std::string line = commandLine(operation, asUser, userSessionProvider);
-  logInfo(
-      operation.runTag,
-      [&] {
-        return text(operation.doing, " macOS update ", label_, " using command: ", line, ".");
-      },
-      where);
+  logInfo(operation.runPlace, [&] {
+    return text(operation.doing, " macOS update ", label_, " using command: ", line, ".");
+  });
   const CommandResult result = runLine(line);
   measured([&] { return toolRun(operation.step, label_, result); });
-  logInfo(
-      operation.runTag,
-      [&] {
-        return text(operation.statusOf, " status: ", result.exitCode,
-                    ", command output: ", result.output, ".");
-      },
-      where);
-  return evaluate(result, operation, std::move(failed), where);
+  logInfo(operation.runPlace, [&] {
+    return text(operation.statusOf, " status: ", result.exitCode,
+                ", command output: ", result.output, ".");
+  });
+  return evaluate(result, operation);
 }
 
 std::string SoftwareUpdateCommand::commandLine(const SoftwareUpdateOperation& operation,
@@ -52,13 +44,13 @@ std::string SoftwareUpdateCommand::commandLine(const SoftwareUpdateOperation& op
   }
   line += text("/usr/sbin/softwareupdate --include-config-data ", operation.option, " \"",
                insideDoubleQuotes(label_), "\" ", operation.details,
-               userOptions(authContext_.credentials()));
+               userOptions(authContext_.credentials));
   return line;
 }
 
 CommandResult SoftwareUpdateCommand::runLine(const std::string& line) {
-  const Credentials* const credentials = authContext_.credentials();
-  if (credentials == nullptr || macOSMajorVersion_ > kLastVersionWithPasswordArgument) {
+  const std::optional<Credentials>& credentials = authContext_.credentials;
+  if (!credentials || macOSMajorVersion_ > kLastVersionWithPasswordArgument) {
     return runWithPassword(line, credentials, executor_);
   }
   std::string password = insideDoubleQuotes(credentials->password);
@@ -71,30 +63,25 @@ CommandResult SoftwareUpdateCommand::runLine(const std::string& line) {
 }
 
 PatchActionResult SoftwareUpdateCommand::evaluate(const CommandResult& result,
-                                                  const SoftwareUpdateOperation& operation,
-                                                  PatchActionResult failed,
-                                                  std::source_location where) {
+                                                  const SoftwareUpdateOperation& operation) {
+  const LogPlace& place = operation.evaluationPlace;
   const std::optional<PatchActionResult> known = outputValidator_.validate(result.output);
   if (known && *known != PatchActionResult::failure()) {
     if (operation.logsKnownResult) {
-      logInfo(
-          operation.evaluationTag,
-          [&] { return text("Default checking result: ", describe(*known), "."); }, where);
+      logInfo(place, [&] { return text("Default checking result: ", describe(*known), "."); });
     }
     return *known;
   }
   if (!known && result.exitCode == 0) {
-    logInfo(
-        operation.evaluationTag,
-        [&] { return text("macOS ", label_, " ", operation.noun, " completed successfully."); },
-        where);
+    logInfo(place, [&] {
+      return text("macOS ", label_, " ", operation.noun, " completed successfully.");
+    });
     return PatchActionResult::success();
   }
-  logError(
-      operation.evaluationTag,
-      [&] { return text("macOS ", label_, " ", operation.noun, " failed, Marked as failure."); },
-      where);
-  return failed;
+  logError(place, [&] {
+    return text("macOS ", label_, " ", operation.noun, " failed, Marked as failure.");
+  });
+  return {.outcome = operation.failure, .description = operation.reason};
 }
 
 }  // namespace vexlo

@@ -1,34 +1,67 @@
-// Runs Apple's software update tool for one update and evaluates the result.
+// Downloads and installs one macOS update with Apple's software update tool.
 #pragma once
 #include <cstdint>
-#include <source_location>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
 
 #include "VexloPatchDeployment/Adapters/CommandExecutor.h"
-#include "VexloPatchDeployment/Adapters/SystemEnvironment.h"
-#include "VexloPatchDeployment/Common/ActionObserver.h"
 #include "VexloPatchDeployment/Common/Log.h"
 #include "VexloPatchDeployment/Common/PatchActionResult.h"
 #include "VexloPatchDeployment/Installers/InstallerMeasurements.h"
-#include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Common/SoftwareUpdateAuthContext.h"
 #include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Common/SoftwareUpdateOutputAnalyser.h"
+#include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Helpers/Silicon/CredentialsFetcher.h"
 #include "VexloPatchDeployment/Validators/UserLoggedIn/UserLoggedIn.h"
 
 namespace vexlo {
 
+/// The system for which a command is run.
+class SystemEnvironment {
+ public:
+  virtual ~SystemEnvironment() = default;
+  /// The major version of the running macOS: 12 for macOS 12.
+  [[nodiscard]] virtual std::int64_t macOSMajorVersion() const = 0;
+};
+
+class MacOSDownloader {
+ public:
+  virtual ~MacOSDownloader() = default;
+  /// Downloads the update and waits for the tool to exit, at most two hours. With `asUser` the tool
+  /// runs in the login context of `userSessionProvider`'s console user.
+  virtual PatchActionResult download(bool asUser, UserSessionProvider& userSessionProvider) = 0;
+};
+
+class MacOSInstaller {
+ public:
+  virtual ~MacOSInstaller() = default;
+  /// Installs the update; like `MacOSDownloader::download`.
+  virtual PatchActionResult install(bool asUser, UserSessionProvider& userSessionProvider) = 0;
+};
+
+/// How the tool is authorised: `silicon` with credentials or `intel` without.
+struct SoftwareUpdateAuthContext {
+  std::optional<Credentials> credentials;
+
+  [[nodiscard]] static SoftwareUpdateAuthContext silicon(Credentials account) {
+    return {std::move(account)};
+  }
+  [[nodiscard]] static SoftwareUpdateAuthContext intel() { return {std::nullopt}; }
+};
+
 /// The tool's options and the words for log lines.
 struct SoftwareUpdateOperation {
   ToolRunMeasurement::Step step;
-  LogTag runTag;
-  LogTag evaluationTag;
-  std::string_view option;    ///< «--download»
-  std::string_view details;   ///< The options after the label: «--force --verbose».
-  std::string_view doing;     ///< «Downloading»
-  std::string_view statusOf;  ///< «Download»
-  std::string_view noun;      ///< «download»
-  bool logsKnownResult;       ///< Whether results found in the output are logged.
+  LogPlace runPlace;
+  LogPlace evaluationPlace;
+  std::string_view option;             ///< «--download»
+  std::string_view details;            ///< The options after the label: «--force --verbose».
+  std::string_view doing;              ///< «Downloading»
+  std::string_view statusOf;           ///< «Download»
+  std::string_view noun;               ///< «download»
+  bool logsKnownResult;                ///< Whether results found in the output are logged.
+  PatchActionResult::Outcome failure;  ///< The result of failures that the output doesn't explain.
+  PlainReason reason;
 };
 
 /// The base of the downloader and the installer: one run of the tool. The password is never logged
@@ -51,29 +84,39 @@ class SoftwareUpdateCommand : public SystemEnvironment {
 
  protected:
   /// Runs the tool: in the login context of the console user with `asUser`, else as the agent's
-  /// user. `failed` is the result for failures that the output doesn't explain. Log lines have the
-  /// operation's tags and the caller's line.
-  [[nodiscard]] PatchActionResult run(const SoftwareUpdateOperation& operation,
-                                      PatchActionResult failed, bool asUser,
-                                      UserSessionProvider& userSessionProvider,
-                                      std::source_location where = std::source_location::current());
+  /// user.
+  [[nodiscard]] PatchActionResult run(const SoftwareUpdateOperation& operation, bool asUser,
+                                      UserSessionProvider& userSessionProvider);
 
  private:
   /// Without the password. Untrusted strings are escaped and reach the tool unchanged.
   [[nodiscard]] std::string commandLine(const SoftwareUpdateOperation& operation, bool asUser,
                                         UserSessionProvider& userSessionProvider) const;
-  /// Passes the password, if any, as standard input, or as the last argument up to macOS 12, whose
-  /// tool doesn't read it from there. Wipes its copies of the password.
+  /// Passes the password, if any, as standard input, or as the last argument up to macOS 12. Wipes
+  /// its copies of the password.
   [[nodiscard]] CommandResult runLine(const std::string& line);
   [[nodiscard]] PatchActionResult evaluate(const CommandResult& result,
-                                           const SoftwareUpdateOperation& operation,
-                                           PatchActionResult failed, std::source_location where);
+                                           const SoftwareUpdateOperation& operation);
 
   std::string label_;
   SoftwareUpdateAuthContext authContext_;
   CommandExecutor& executor_;
   SoftwareUpdateOutputAnalyser& outputValidator_;
   std::int64_t macOSMajorVersion_;
+};
+
+/// One download.
+class DefaultMacOSDownloader final : public MacOSDownloader, public SoftwareUpdateCommand {
+ public:
+  using SoftwareUpdateCommand::SoftwareUpdateCommand;
+  PatchActionResult download(bool asUser, UserSessionProvider& userSessionProvider) override;
+};
+
+/// One installation, after which the tool restarts the machine.
+class DefaultMacOSInstaller final : public MacOSInstaller, public SoftwareUpdateCommand {
+ public:
+  using SoftwareUpdateCommand::SoftwareUpdateCommand;
+  PatchActionResult install(bool asUser, UserSessionProvider& userSessionProvider) override;
 };
 
 }  // namespace vexlo

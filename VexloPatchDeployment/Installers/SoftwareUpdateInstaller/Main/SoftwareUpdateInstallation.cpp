@@ -6,8 +6,6 @@
 
 #include "VexloPatchDeployment/Common/RunningAction.h"
 #include "VexloPatchDeployment/Installers/InstallerMeasurements.h"
-#include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Common/MacOSDownloader.h"
-#include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Common/MacOSInstaller.h"
 
 namespace vexlo {
 namespace {
@@ -29,23 +27,19 @@ std::string_view buildVersion(std::string_view label) {
 }  // namespace
 
 PatchActionResult SoftwareUpdateInstallation::downloadAndInstallMacOS(
-    const SoftwareUpdateAuthContext& authContext, const LogTag& tag, std::source_location where) {
+    const SoftwareUpdateAuthContext& authContext, const LogPlace& place) {
   PatchActionResult first = attempt(authContext, macOSLabel_);
   if (first == PatchActionResult::success()) {
     return first;
   }
-  logInfo(
-      tag,
-      [&] {
-        return text("First try failed, trying to install again status: ", describe(first), ".");
-      },
-      where);
+  logInfo(place, [&] {
+    return text("First try failed, trying to install again status: ", describe(first), ".");
+  });
   pause(kPauseBeforeRetry);
   const std::optional<std::string> label =
       dependencies_.labelProvider().label(buildVersion(macOSLabel_));
   if (!label) {
-    logError(
-        tag, [] { return "Unable to get macOS build version/ label. Aborting next try."; }, where);
+    logError(place, [] { return "Unable to get macOS build version/ label. Aborting next try."; });
     measured([&] { return UpdateNotListed{std::string(buildVersion(macOSLabel_))}; });
     return first;
   }
@@ -55,7 +49,7 @@ PatchActionResult SoftwareUpdateInstallation::downloadAndInstallMacOS(
 PatchActionResult SoftwareUpdateInstallation::attempt(const SoftwareUpdateAuthContext& authContext,
                                                       const std::string& label) {
   const std::int64_t macOSMajorVersion = macOSMajorVersion_();
-  const bool isSilicon = authContext.credentials() != nullptr;
+  const bool isSilicon = authContext.credentials.has_value();
   const bool isBeforeRoot = macOSMajorVersion < kFirstVersionAsRoot;
   const bool isAfterRoot = macOSMajorVersion >= kFirstVersionAsUserAgain;
 

@@ -3,7 +3,6 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
-#include <source_location>
 #include <string>
 #include <utility>
 
@@ -11,7 +10,7 @@
 #include "VexloPatchDeployment/Common/Log.h"
 #include "VexloPatchDeployment/Common/PatchActionResult.h"
 #include "VexloPatchDeployment/Common/PatchDeploymentConstants.h"
-#include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Common/SoftwareUpdateAuthContext.h"
+#include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Common/SoftwareUpdateCommand.h"
 #include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Main/SoftwareUpdateInstallerDependencies.h"
 
 namespace vexlo {
@@ -36,16 +35,13 @@ class SoftwareUpdateInstallation {
         macOSMajorVersion_(std::move(macOSMajorVersion)) {}
 
  protected:
-  /// Makes one or two attempts. The log lines of the retry have the caller's tag and line.
+  /// Makes one or two attempts.
   [[nodiscard]] PatchActionResult downloadAndInstallMacOS(
-      const SoftwareUpdateAuthContext& authContext, const LogTag& tag,
-      std::source_location where = std::source_location::current());
+      const SoftwareUpdateAuthContext& authContext, const LogPlace& place);
 
-  [[nodiscard]] const std::string& version() const noexcept { return version_; }
-  [[nodiscard]] const std::string& macOSLabel() const noexcept { return macOSLabel_; }
-  [[nodiscard]] SoftwareUpdateInstallerDependencies& dependencies() const noexcept {
-    return dependencies_;
-  }
+  std::string version_;
+  std::string macOSLabel_;
+  SoftwareUpdateInstallerDependencies& dependencies_;
 
  private:
   [[nodiscard]] PatchActionResult attempt(const SoftwareUpdateAuthContext& authContext,
@@ -53,11 +49,24 @@ class SoftwareUpdateInstallation {
   /// Notifies the observer and sleeps.
   void pause(std::chrono::milliseconds duration);
 
-  std::string version_;
-  std::string macOSLabel_;
-  SoftwareUpdateInstallerDependencies& dependencies_;
   platform::Sleeper sleeper_;
   std::function<std::int64_t()> macOSMajorVersion_;
+};
+
+/// An installation without credentials.
+class IntelSoftwareUpdateInstaller : private SoftwareUpdateInstallation {
+ public:
+  using SoftwareUpdateInstallation::SoftwareUpdateInstallation;
+  /// Runs the installation to its end, which can take hours.
+  [[nodiscard]] PatchActionResult installMacOS();
+};
+
+/// An installation with the stored credentials; `applyLater` without them.
+class SiliconSoftwareUpdateInstaller : private SoftwareUpdateInstallation {
+ public:
+  using SoftwareUpdateInstallation::SoftwareUpdateInstallation;
+  /// Runs the installation to its end, which can take hours.
+  [[nodiscard]] PatchActionResult installMacOS();
 };
 
 }  // namespace vexlo

@@ -5,8 +5,8 @@
 #include <string>
 #include <utility>
 
+#include "Platform/Machine.h"
 #include "VexloPatchDeployment/Adapters/CommandExecutor.h"
-#include "VexloPatchDeployment/Installers/PreferredLanguage.h"
 #include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Common/SoftwareUpdateLabelProvider.h"
 #include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Common/SoftwareUpdateNotifier.h"
 #include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Common/SoftwareUpdateOutputAnalyser.h"
@@ -55,7 +55,7 @@ class DefaultSoftwareUpdateInstallerDependencies final
   [[nodiscard]] UserSessionProvider& userSessionProvider() override { return userSessionProvider_; }
   [[nodiscard]] SoftwareUpdateNotifier& notifier() override { return notifier_; }
   [[nodiscard]] std::optional<std::string> preferredLanguage() override {
-    return vexlo::preferredLanguage();
+    return platform::preferredLanguage();
   }
 
  private:

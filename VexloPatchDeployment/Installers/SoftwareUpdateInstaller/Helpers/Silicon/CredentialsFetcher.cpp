@@ -93,17 +93,12 @@ std::unique_ptr<CredentialsFetcher> agentServiceCredentials() {
                  : nullptr;
 }
 
-std::unique_ptr<CredentialsFetcher> agentServiceCredentialsOrError(const LogTag& tag,
-                                                                   std::source_location where) {
+std::unique_ptr<CredentialsFetcher> agentServiceCredentialsOrError(const LogPlace& place) {
   auto credentials = agentServiceCredentials();
   if (!credentials) {
-    logError(
-        tag,
-        [] {
-          return "Failed to establish connection with AgentService. Unable to get user "
-                 "credentials.";
-        },
-        where);
+    logError(place, [] {
+      return "Failed to establish connection with AgentService. Unable to get user credentials.";
+    });
   }
   return credentials;
 }

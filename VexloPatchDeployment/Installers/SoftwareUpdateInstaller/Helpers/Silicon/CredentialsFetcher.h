@@ -2,7 +2,6 @@
 #pragma once
 #include <memory>
 #include <optional>
-#include <source_location>
 #include <string>
 
 #include "Platform/Memory.h"
@@ -61,9 +60,9 @@ class UserCredentials final : public CredentialsFetcher {
 /// The credentials stored by the agent's service, with the connection to it. Null if the service
 /// can't be reached.
 [[nodiscard]] std::unique_ptr<CredentialsFetcher> agentServiceCredentials();
-/// The same; if null, an error line with the caller's tag and line says so.
+/// The same; if null, an error line says so.
 [[nodiscard]] std::unique_ptr<CredentialsFetcher> agentServiceCredentialsOrError(
-    const LogTag& tag, std::source_location where = std::source_location::current());
+    const LogPlace& place);
 
 /// The credentials from an installer's container; also absent if it has no fetcher.
 template <typename InstallerDependencies>
