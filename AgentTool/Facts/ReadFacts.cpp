@@ -25,7 +25,7 @@
 #include "VexloPatchDeployment/PatchActions/Helpers/MDMPatchingStatusChecker.h"
 #include "VexloPatchDeployment/PatchActions/Helpers/MacOSUpdateDeferralEligibilityChecker.h"
 #include "VexloPatchDeployment/Validators/Battery/PowerSourcesProvider.h"
-#include "VexloPatchDeployment/Validators/DeferCheck/MDMClient.h"
+#include "VexloPatchDeployment/Validators/DeferCheck/AvailableOSUpdatesResolver.h"
 #include "VexloPatchDeployment/Validators/DeferCheck/SoftwareUpdateLister.h"
 #include "VexloPatchDeployment/Validators/Disk/DiskInfoProvider.h"
 #include "VexloPatchDeployment/Validators/RunningApplicationCheckRelated/RunningAppPolicy.h"

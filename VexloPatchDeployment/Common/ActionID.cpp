@@ -1,6 +1,5 @@
 #include "VexloPatchDeployment/Common/ActionID.h"
 
-#include <array>
 #include <map>
 #include <optional>
 #include <ostream>
@@ -16,17 +15,6 @@ namespace vexlo {
 namespace {
 
 constexpr std::int64_t kSortOrderWithoutNumber = 999999;
-/// The codes of the known actions as numbers, in the enumeration's order.
-constexpr auto kKnownSortOrders = [] {
-  std::array<std::int64_t, kKnownActionCount> orders{};
-  for (const KnownAction action : kAllActions) {
-    for (const char digit : nameOf(action).code) {
-      orders.at(std::to_underlying(action)) =
-          orders.at(std::to_underlying(action)) * 10 + (digit - '0');
-    }
-  }
-  return orders;
-}();
 constexpr std::string_view kUndefined = "undefined";
 constexpr std::string_view kUndefinedPayload = "_0";
 
@@ -133,12 +121,7 @@ class SerializedAction final : public FileCodec::JSONEvents {
 ActionID::ActionID(std::string_view code) : value_(valueFor(code)) {}
 
 std::int64_t ActionID::sortOrder() const {
-  return std::visit(
-      Overloaded{[](KnownAction action) { return kKnownSortOrders.at(std::to_underlying(action)); },
-                 [](const UndefinedAction& action) {
-                   return parseInteger(action.code).value_or(kSortOrderWithoutNumber);
-                 }},
-      value_);
+  return parseInteger(code()).value_or(kSortOrderWithoutNumber);
 }
 
 std::string_view ActionID::code() const {

@@ -1,6 +1,7 @@
 // The names of the actions and of the reasons for their results.
 #pragma once
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <string_view>
 
@@ -25,40 +26,26 @@ struct ActionName {
   std::string_view name;  ///< The enumerator: in log lines and in the serialized form.
 };
 
+/// In the enumeration's order.
+inline constexpr std::array kActionNames{
+    ActionName{.code = "2001", .name = "siliconBatteryPercentageCheck"},
+    ActionName{.code = "2002", .name = "intelBatteryPercentageCheck"},
+    ActionName{.code = "2003", .name = "userLoggedInCheck"},
+    ActionName{.code = "2004", .name = "multipleUserLoggedInCheck"},
+    ActionName{.code = "2005", .name = "minimumDiskSpaceCheck"},
+    ActionName{.code = "2006", .name = "macOSDeferCheck"},
+    ActionName{.code = "2007", .name = "installMacOSUpdates"},
+    ActionName{.code = "2008", .name = "applicationRunningCheck"},
+    ActionName{.code = "2009", .name = "applicationRunningNotifier"},
+    ActionName{.code = "2010", .name = "installMacOSUpdatesUsingInstallAssistant"},
+};
+
 [[nodiscard]] constexpr ActionName nameOf(KnownAction action) {
-  switch (action) {
-    case KnownAction::siliconBatteryPercentageCheck:
-      return {.code = "2001", .name = "siliconBatteryPercentageCheck"};
-    case KnownAction::intelBatteryPercentageCheck:
-      return {.code = "2002", .name = "intelBatteryPercentageCheck"};
-    case KnownAction::userLoggedInCheck:
-      return {.code = "2003", .name = "userLoggedInCheck"};
-    case KnownAction::multipleUserLoggedInCheck:
-      return {.code = "2004", .name = "multipleUserLoggedInCheck"};
-    case KnownAction::minimumDiskSpaceCheck:
-      return {.code = "2005", .name = "minimumDiskSpaceCheck"};
-    case KnownAction::macOSDeferCheck:
-      return {.code = "2006", .name = "macOSDeferCheck"};
-    case KnownAction::installMacOSUpdates:
-      return {.code = "2007", .name = "installMacOSUpdates"};
-    case KnownAction::applicationRunningCheck:
-      return {.code = "2008", .name = "applicationRunningCheck"};
-    case KnownAction::applicationRunningNotifier:
-      return {.code = "2009", .name = "applicationRunningNotifier"};
-    case KnownAction::installMacOSUpdatesUsingInstallAssistant:
-      return {.code = "2010", .name = "installMacOSUpdatesUsingInstallAssistant"};
-  }
-  return {};  // not an action
+  return kActionNames.at(static_cast<std::size_t>(action));
 }
 
 /// The number of actions; their values are below it.
-inline constexpr std::uint8_t kKnownActionCount = [] {
-  std::uint8_t count = 0;
-  while (!nameOf(KnownAction{count}).name.empty()) {
-    ++count;
-  }
-  return count;
-}();
+inline constexpr std::uint8_t kKnownActionCount = kActionNames.size();
 
 /// All actions, in the order of their codes, which is the running order.
 inline constexpr auto kAllActions = [] {
@@ -85,35 +72,24 @@ enum class PlainReason : std::uint8_t {
   unDefined,                               ///< no specific reason
 };
 
+/// In the enumeration's order.
+inline constexpr std::array<std::string_view, 12> kPlainReasonNames{
+    "softwareUpdateUnreachable",
+    "inSufficientBattery",
+    "inSufficientDiskSpaceForSoftwareUpdate",
+    "userNotLoggedIn",
+    "multipleUsersLoggedIn",
+    "credentialsNotEntered",
+    "unableToGetAgentServiceConnection",
+    "macOSSoftwareUpdateDownloadFailed",
+    "macOSSoftwareUpdateInstallationFailed",
+    "inSufficientArguments",
+    "appIsRunning",
+    "unDefined"};
+
 /// The enumerator's name: "inSufficientBattery".
 [[nodiscard]] constexpr std::string_view name(PlainReason reason) {
-  switch (reason) {
-    case PlainReason::softwareUpdateUnreachable:
-      return "softwareUpdateUnreachable";
-    case PlainReason::inSufficientBattery:
-      return "inSufficientBattery";
-    case PlainReason::inSufficientDiskSpaceForSoftwareUpdate:
-      return "inSufficientDiskSpaceForSoftwareUpdate";
-    case PlainReason::userNotLoggedIn:
-      return "userNotLoggedIn";
-    case PlainReason::multipleUsersLoggedIn:
-      return "multipleUsersLoggedIn";
-    case PlainReason::credentialsNotEntered:
-      return "credentialsNotEntered";
-    case PlainReason::unableToGetAgentServiceConnection:
-      return "unableToGetAgentServiceConnection";
-    case PlainReason::macOSSoftwareUpdateDownloadFailed:
-      return "macOSSoftwareUpdateDownloadFailed";
-    case PlainReason::macOSSoftwareUpdateInstallationFailed:
-      return "macOSSoftwareUpdateInstallationFailed";
-    case PlainReason::inSufficientArguments:
-      return "inSufficientArguments";
-    case PlainReason::appIsRunning:
-      return "appIsRunning";
-    case PlainReason::unDefined:
-      break;
-  }
-  return "unDefined";
+  return kPlainReasonNames.at(static_cast<std::size_t>(reason));
 }
 
 }  // namespace vexlo

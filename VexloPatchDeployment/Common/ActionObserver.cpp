@@ -1,5 +1,6 @@
 #include "VexloPatchDeployment/Common/ActionObserver.h"
 
+#include <array>
 #include <utility>
 
 #include "VexloPatchDeployment/Common/Log.h"
@@ -11,21 +12,10 @@ void ActionObserver::measured(const ActionID& /*action*/, const Measurement& /*m
 void ActionObserver::progressed(const ActionID& /*action*/, const ActionProgress& /*progress*/) {}
 
 std::string_view name(ActionProgress::Phase phase) {
-  switch (phase) {
-    case ActionProgress::Phase::starting:
-      return "starting";
-    case ActionProgress::Phase::searching:
-      return "searching";
-    case ActionProgress::Phase::downloading:
-      return "downloading";
-    case ActionProgress::Phase::preparing:
-      return "preparing";
-    case ActionProgress::Phase::installing:
-      return "installing";
-    case ActionProgress::Phase::waiting:
-      return "waiting";
-  }
-  std::unreachable();
+  constexpr std::array<std::string_view, 6> kNames{
+      // in the enumeration's order
+      "starting", "searching", "downloading", "preparing", "installing", "waiting"};
+  return kNames.at(std::to_underlying(phase));
 }
 
 std::string describe(const ActionProgress& progress) {

@@ -1,5 +1,6 @@
 #include "VexloPatchDeployment/Common/PatchActionResult.h"
 
+#include <array>
 #include <ostream>
 #include <utility>
 
@@ -19,15 +20,8 @@ std::string name(const PatchActionResultDescription& description) {
 }
 
 std::string name(PatchActionResult::Outcome outcome) {
-  switch (outcome) {
-    case PatchActionResult::Outcome::success:
-      return "success";
-    case PatchActionResult::Outcome::applyLater:
-      return "applyLater";
-    case PatchActionResult::Outcome::failure:
-      return "failure";
-  }
-  std::unreachable();
+  constexpr std::array<const char*, 3> kNames{"success", "applyLater", "failure"};
+  return kNames.at(std::to_underlying(outcome));
 }
 
 std::string describe(const PatchActionResultDescription& description) {

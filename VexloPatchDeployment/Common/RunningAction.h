@@ -2,6 +2,7 @@
 #pragma once
 #include <concepts>
 #include <memory>
+#include <utility>
 
 #include "VexloPatchDeployment/Common/ActionObserver.h"
 
@@ -14,19 +15,22 @@ class RunningAction {
  public:
   /// `observer` may be null; it is kept alive, since it may be replaced in one of its own calls.
   /// `action` must outlive the object.
-  RunningAction(const ActionID& action, std::shared_ptr<ActionObserver> observer) noexcept;
-  ~RunningAction();
+  RunningAction(const ActionID& action, std::shared_ptr<ActionObserver> observer) noexcept
+      : action_(action), observer_(std::move(observer)), outer_(observed_) {
+    observed_ = observer_ != nullptr ? this : nullptr;
+  }
+  ~RunningAction() { observed_ = outer_; }
   RunningAction(const RunningAction&) = delete;
   RunningAction& operator=(const RunningAction&) = delete;
 
   /// Whether this thread's action has an observer.
-  [[nodiscard]] static bool isObserved() noexcept { return current() != nullptr; }
+  [[nodiscard]] static bool isObserved() noexcept { return observed_ != nullptr; }
   /// Calls `tell` with the action and its observer, if any. Exceptions are dropped.
   template <std::invocable<const ActionID&, ActionObserver&> Tell>
   static void tellObserver(const Tell& tell) noexcept {
-    if (const RunningAction* const running = current()) {
+    if (observed_ != nullptr) {
       try {
-        tell(running->action_, *running->observer_);
+        tell(observed_->action_, *observed_->observer_);
       } catch (...) {  // NOLINT(bugprone-empty-catch)
         // Observers must not affect a patch.
       }
@@ -35,7 +39,7 @@ class RunningAction {
 
  private:
   /// This thread's action; null if it has no observer.
-  [[nodiscard]] static const RunningAction* current() noexcept;
+  static inline constinit thread_local const RunningAction* observed_ = nullptr;
 
   const ActionID& action_;
   std::shared_ptr<ActionObserver> observer_;

@@ -1,5 +1,6 @@
 #include "VexloPatchDeployment/Installers/ToolRun.h"
 
+#include <array>
 #include <cstddef>
 #include <optional>
 #include <string>
@@ -31,16 +32,8 @@ std::string_view lastLine(std::string_view output) {
 }
 
 std::string_view nameOf(ToolRunMeasurement::Step step) {
-  using Step = ToolRunMeasurement::Step;
-  switch (step) {
-    case Step::download:
-      return "download";
-    case Step::installation:
-      return "installation";
-    case Step::upgrade:
-      return "upgrade";
-  }
-  std::unreachable();
+  constexpr std::array<std::string_view, 3> kNames{"download", "installation", "upgrade"};
+  return kNames.at(std::to_underlying(step));
 }
 
 }  // namespace

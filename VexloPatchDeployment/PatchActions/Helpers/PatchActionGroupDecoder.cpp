@@ -43,19 +43,10 @@ enum class Container : std::uint8_t {
 enum class Wanted : std::uint8_t { object, objectOrNull, arrayOfStrings, string, anything };
 
 std::string_view nameOf(Wanted wanted) {
-  switch (wanted) {
-    case Wanted::object:
-      return "an object";
-    case Wanted::objectOrNull:
-      return "an object or null";
-    case Wanted::arrayOfStrings:
-      return "an array of strings";
-    case Wanted::string:
-      return "a string";
-    case Wanted::anything:
-      return "any value";
-  }
-  std::unreachable();
+  constexpr std::array<std::string_view, 5> kNames{
+      // in the enumeration's order
+      "an object", "an object or null", "an array of strings", "a string", "any value"};
+  return kNames.at(std::to_underlying(wanted));
 }
 
 /// Fills the store from the events. Stops at the first value of a wrong type and records its place

@@ -1,5 +1,6 @@
 #include "VexloPatchDeployment/PatchActions/Main/ActionRun.h"
 
+#include <array>
 #include <utility>
 
 #include "AgentLibraries/FileCodec/JSONObject.h"
@@ -14,31 +15,21 @@ struct RuleTexts {
   std::string_view words;
 };
 
-RuleTexts textsOf(DecidingRule rule) {
-  switch (rule) {
-    case DecidingRule::notInPlan:
-      return {.name = "notInPlan", .words = "doesn't apply to the patch"};
-    case DecidingRule::undefinedAction:
-      return {.name = "undefinedAction", .words = "unknown action, does nothing"};
-    case DecidingRule::notImplemented:
-      return {.name = "notImplemented", .words = "does nothing"};
-    case DecidingRule::otherProcessor:
-      return {.name = "otherProcessor", .words = "for another processor"};
-    case DecidingRule::patchedThroughMDM:
-      return {.name = "patchedThroughMDM", .words = "not checked, patching through MDM is on"};
-    case DecidingRule::notEnrolled:
-      return {.name = "notEnrolled", .words = "not checked, no MDM enrollment"};
-    case DecidingRule::deferralCheckDisabled:
-      return {.name = "deferralCheckDisabled", .words = "not checked, disabled in the settings"};
-    case DecidingRule::killWithoutAsking:
-      return {.name = "killWithoutAsking", .words = "closed without asking"};
-    case DecidingRule::promptDisabled:
-      return {.name = "promptDisabled", .words = "prompts are off"};
-    case DecidingRule::applicationsUnnamed:
-      return {.name = "applicationsUnnamed", .words = "can't be named, counts as not running"};
-  }
-  std::unreachable();
-}
+/// In the enumeration's order.
+constexpr std::array kRules{
+    RuleTexts{.name = "notInPlan", .words = "doesn't apply to the patch"},
+    RuleTexts{.name = "undefinedAction", .words = "unknown action, does nothing"},
+    RuleTexts{.name = "notImplemented", .words = "does nothing"},
+    RuleTexts{.name = "otherProcessor", .words = "for another processor"},
+    RuleTexts{.name = "patchedThroughMDM", .words = "not checked, patching through MDM is on"},
+    RuleTexts{.name = "notEnrolled", .words = "not checked, no MDM enrollment"},
+    RuleTexts{.name = "deferralCheckDisabled", .words = "not checked, disabled in the settings"},
+    RuleTexts{.name = "killWithoutAsking", .words = "closed without asking"},
+    RuleTexts{.name = "promptDisabled", .words = "prompts are off"},
+    RuleTexts{.name = "applicationsUnnamed", .words = "can't be named, counts as not running"},
+};
+
+const RuleTexts& textsOf(DecidingRule rule) { return kRules.at(std::to_underlying(rule)); }
 
 }  // namespace
 

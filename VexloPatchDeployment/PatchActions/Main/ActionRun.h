@@ -1,4 +1,4 @@
-// What an action gets when it runs, and what the functions of actions have in common.
+// What an action gets when it runs, and the functions of the actions.
 #pragma once
 #include <cstddef>
 #include <cstdint>
@@ -39,5 +39,20 @@ void decidedBy(DecidingRule rule);
 /// `applyLater`, because the action file lacks the `expected` argument or has `found` instead.
 [[nodiscard]] PatchActionResult inSufficientArguments(std::string_view expected,
                                                       std::optional<std::string> found = {});
+
+// The functions of the actions, which log as `ProcessPatchActions` and are defined in its file.
+
+PatchActionResult hasMinimumBatteryForSiliconMachine(const ActionRun& run);
+PatchActionResult hasMinimumBatteryForIntelMachine(const ActionRun& run);
+PatchActionResult isUserLoggedIn(const ActionRun& run);
+/// Despite the name, passes if exactly one user is logged on.
+PatchActionResult isMultipleUsersLoggedIn(const ActionRun& run);
+PatchActionResult hasMinimumDiskSpace(const ActionRun& run);
+/// Despite the name, passes if the update is known not to be deferred.
+PatchActionResult isMacOSUpdateDeferred(const ActionRun& run);
+PatchActionResult installmacOSUpdates(const ActionRun& run);
+PatchActionResult applicationRunningCheck(const ActionRun& run);
+PatchActionResult applicationRunningNotifier(const ActionRun& run);
+PatchActionResult installMacOSUpdatesUsingInstallAssistant(const ActionRun& run);
 
 }  // namespace vexlo

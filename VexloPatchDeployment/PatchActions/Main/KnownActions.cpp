@@ -6,7 +6,6 @@
 #include <utility>
 
 #include "VexloPatchDeployment/Installers/InstallerMeasurements.h"
-#include "VexloPatchDeployment/PatchActions/Main/ActionHandlers.h"
 #include "VexloPatchDeployment/Validators/Battery/BatteryMeasurement.h"
 #include "VexloPatchDeployment/Validators/DeferCheck/DeferralMeasurements.h"
 #include "VexloPatchDeployment/Validators/Disk/DiskSpaceMeasurement.h"

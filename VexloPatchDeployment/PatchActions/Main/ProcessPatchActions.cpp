@@ -17,7 +17,6 @@
 #include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Main/SoftwareUpdateInstallation.h"
 #include "VexloPatchDeployment/PatchActions/Helpers/PatchActionJSONParser.h"
 #include "VexloPatchDeployment/PatchActions/Helpers/PatchActionProvider.h"
-#include "VexloPatchDeployment/PatchActions/Main/ActionHandlers.h"
 #include "VexloPatchDeployment/PatchActions/Main/KnownActions.h"
 #include "VexloPatchDeployment/PatchActions/Main/PatchProcessingDependencies.h"
 

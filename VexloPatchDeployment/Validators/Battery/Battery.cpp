@@ -1,5 +1,6 @@
 #include "VexloPatchDeployment/Validators/Battery/Battery.h"
 
+#include <array>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -30,16 +31,8 @@ BatteryMeasurement batteryMeasurement(const std::optional<PowerSource>& source,
 }
 
 std::string_view nameOf(BatteryMeasurement::Source source) {
-  using Source = BatteryMeasurement::Source;
-  switch (source) {
-    case Source::battery:
-      return "battery";
-    case Source::mains:
-      return "mains";
-    case Source::unknown:
-      return "unknown";
-  }
-  std::unreachable();
+  constexpr std::array<std::string_view, 3> kNames{"battery", "mains", "unknown"};
+  return kNames.at(std::to_underlying(source));
 }
 
 }  // namespace

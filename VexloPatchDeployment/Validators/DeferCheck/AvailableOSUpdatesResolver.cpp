@@ -6,6 +6,7 @@
 #include <string_view>
 #include <utility>
 
+#include "AgentLibraries/vxutils/TerminalUtil.h"
 #include "Platform/PropertyList.h"
 #include "Platform/Text.h"
 #include "Platform/Unicode.h"
@@ -102,6 +103,11 @@ AvailableOSUpdates parse(std::string_view output) {
 }
 
 }  // namespace
+
+CommandResult SystemMDMClient::fetchAvailableOSUpdatesRaw() {
+  return vxutils::TerminalUtil::defaultInstance().executeTaskForString("/usr/libexec/mdmclient",
+                                                                       {"AvailableOSUpdates"});
+}
 
 std::string describe(const AvailableOSUpdate& update) {
   return text("AvailableOSUpdate(build: ", optionalText(update.build),

@@ -1,5 +1,6 @@
 #include "VexloPatchDeployment/Validators/RunningApplicationCheckRelated/RunningAppPromptEvaluator.h"
 
+#include <array>
 #include <optional>
 #include <string_view>
 #include <utility>
@@ -103,15 +104,9 @@ RunningAppPromptEvaluation RunningAppPromptEvaluator::evaluate(const std::string
 }
 
 std::string_view describe(RunningAppPromptDecision decision) {
-  switch (decision) {
-    case RunningAppPromptDecision::promptUser:
-      return "promptUser";
-    case RunningAppPromptDecision::skipDeployment:
-      return "skipDeployment";
-    case RunningAppPromptDecision::forceDeployment:
-      return "forceDeployment";
-  }
-  std::unreachable();
+  constexpr std::array<std::string_view, 3> kNames{"promptUser", "skipDeployment",
+                                                   "forceDeployment"};
+  return kNames.at(std::to_underlying(decision));
 }
 
 }  // namespace vexlo

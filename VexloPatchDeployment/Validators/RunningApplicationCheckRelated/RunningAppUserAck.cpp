@@ -1,6 +1,7 @@
 #include "VexloPatchDeployment/Validators/RunningApplicationCheckRelated/RunningAppUserAck.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <exception>
 #include <expected>
@@ -73,20 +74,11 @@ PromptMeasurement promptMeasurement(const RunningAppPromptEvaluation& evaluation
   return prompt;
 }
 
-std::string_view nameOf(PromptMeasurement::Answer answer) {
-  switch (answer) {
-    case PromptMeasurement::Answer::agreed:
-      return "agreed";
-    case PromptMeasurement::Answer::declined:
-      return "declined";
-    case PromptMeasurement::Answer::none:
-      return "none";
-    case PromptMeasurement::Answer::notShown:
-      return "notShown";
-    case PromptMeasurement::Answer::notAsked:
-      return "notAsked";
-  }
-  std::unreachable();
+std::string_view nameOf(Answer answer) {
+  constexpr std::array<std::string_view, 5> kNames{
+      // in the enumeration's order
+      "agreed", "declined", "none", "notShown", "notAsked"};
+  return kNames.at(std::to_underlying(answer));
 }
 
 std::string leftText(const std::optional<std::int64_t>& postponements) {
@@ -252,16 +244,16 @@ std::string PromptMeasurement::words() const {
     return "no more prompts today";
   }
   switch (answer) {
-    case PromptMeasurement::Answer::agreed:
+    case Answer::agreed:
       return "the user agreed";
-    case PromptMeasurement::Answer::declined:
+    case Answer::declined:
       return "the user declined" + leftText(postponementsLeft);
-    case PromptMeasurement::Answer::none:
+    case Answer::none:
       return isForced ? "forced, nobody answered the prompt"
                       : "nobody answered the prompt" + leftText(postponementsLeft);
-    case PromptMeasurement::Answer::notShown:
+    case Answer::notShown:
       return "the prompt can't be shown" + leftText(postponementsLeft);
-    case PromptMeasurement::Answer::notAsked:
+    case Answer::notAsked:
       return (isForced ? "forced prompt due" : "prompt due") + leftText(postponementsLeft);
   }
   std::unreachable();
