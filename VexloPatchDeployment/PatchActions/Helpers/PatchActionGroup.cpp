@@ -1,45 +1,48 @@
 #include "VexloPatchDeployment/PatchActions/Helpers/PatchActionGroup.h"
 
-#include <algorithm>
-
 namespace vexlo {
 namespace {
 
 using Entry = PatchActionStore::Entry;
 
-/// The number of the entry called `name` in its owner's run.
-std::optional<std::uint32_t> findEntry(const PatchActionStore& store, const NameIndex& index,
-                                       const std::vector<Entry>& entries, std::string_view name,
-                                       PatchActionStore::Run run) {
-  return index.find(NameIndex::hash(name, run.first), [&](std::uint32_t number) {
-    return number - run.first < run.count && store.at(entries[number].name) == name;
-  });
-}
-
-PatchActionStore::Run whole(const std::vector<Entry>& entries) {
-  return {.first = 0, .count = static_cast<std::uint32_t>(entries.size())};
-}
-
 ActionMap actionsOf(const PatchActionStore& store, const Entry& entry) {
-  return ActionMap(std::views::iota(entry.first, entry.first + entry.count),
-                   StoredActionReader{&store});
+  return ActionMap(
+      std::views::iota(entry.children.first, entry.children.first + entry.children.count),
+      StoredActionReader{&store});
+}
+
+std::optional<ActionMap> actionsIfFound(const PatchActionStore& store, const Entry* entry) {
+  return entry != nullptr ? std::optional(actionsOf(store, *entry)) : std::nullopt;
 }
 
 /// The entries of a run without those replaced by a later one of the same name.
-std::vector<NamedActions> namedActions(const PatchActionStore& store, const NameIndex& index,
-                                       const std::vector<Entry>& entries,
+auto entriesOf(const PatchActionStore& store, const PatchActionStore::Table& table,
+               PatchActionStore::Run run) {
+  return std::span(table.entries).subspan(run.first, run.count) |
+         std::views::filter([&store, &table, run](const Entry& entry) {
+           return store.find(table, store.at(entry.name), run) == &entry;
+         });
+}
+
+std::vector<NamedActions> namedActions(const PatchActionStore& store,
+                                       const PatchActionStore::Table& table,
                                        PatchActionStore::Run run) {
   std::vector<NamedActions> named;
-  for (std::uint32_t number = run.first; number < run.first + run.count; ++number) {
-    const std::string_view name = store.at(entries[number].name);
-    if (findEntry(store, index, entries, name, run) == number) {
-      named.push_back({.name = name, .actions = actionsOf(store, entries[number])});
-    }
+  for (const Entry& entry : entriesOf(store, table, run)) {
+    named.push_back({.name = store.at(entry.name), .actions = actionsOf(store, entry)});
   }
   return named;
 }
 
 }  // namespace
+
+const Entry* PatchActionStore::find(const Table& table, std::string_view name, Run run) const {
+  const auto number =
+      table.index.find(NameIndex::hash(name, run.first), [&](std::uint32_t candidate) {
+        return candidate - run.first < run.count && at(table.entries[candidate].name) == name;
+      });
+  return number ? &table.entries[*number] : nullptr;
+}
 
 ActionEntry StoredActionReader::operator()(std::uint32_t action) const noexcept {
   const std::uint32_t begin = store->actionStarts[action];
@@ -65,61 +68,29 @@ bool ProductServicePackActions::isExempt(std::string_view patchID) const {
 
 std::optional<ActionMap> ProductServicePackActions::actions(std::string_view productID,
                                                             std::string_view servicePackID) const {
-  const auto product = findEntry(*store_, store_->productIndex, store_->products, productID,
-                                 whole(store_->products));
-  if (!product) {
-    return std::nullopt;
-  }
-  const Entry& found = store_->products[*product];
-  const auto servicePack = findEntry(*store_, store_->servicePackIndex, store_->servicePacks,
-                                     servicePackID, {.first = found.first, .count = found.count});
-  if (!servicePack) {
-    return std::nullopt;
-  }
-  return actionsOf(*store_, store_->servicePacks[*servicePack]);
+  const Entry* const product = store_->find(store_->products, productID, store_->products.all());
+  return product != nullptr
+             ? actionsIfFound(*store_,
+                              store_->find(store_->servicePacks, servicePackID, product->children))
+             : std::nullopt;
 }
 
 std::vector<NamedProduct> ProductServicePackActions::products() const {
   std::vector<NamedProduct> named;
-  for (std::uint32_t number = 0; number < store_->products.size(); ++number) {
-    const Entry& product = store_->products[number];
-    const std::string_view name = store_->at(product.name);
-    if (findEntry(*store_, store_->productIndex, store_->products, name, whole(store_->products)) ==
-        number) {
-      named.push_back(
-          {.name = name,
-           .servicePacks = namedActions(*store_, store_->servicePackIndex, store_->servicePacks,
-                                        {.first = product.first, .count = product.count})});
-    }
+  for (const Entry& product : entriesOf(*store_, store_->products, store_->products.all())) {
+    named.push_back(
+        {.name = store_->at(product.name),
+         .servicePacks = namedActions(*store_, store_->servicePacks, product.children)});
   }
   return named;
 }
 
 std::optional<ActionMap> PatchActions::actions(std::string_view patchID) const {
-  const auto patch =
-      findEntry(*store_, store_->patchIndex, store_->patches, patchID, whole(store_->patches));
-  if (!patch) {
-    return std::nullopt;
-  }
-  return actionsOf(*store_, store_->patches[*patch]);
+  return actionsIfFound(*store_, store_->find(store_->patches, patchID, store_->patches.all()));
 }
 
 std::vector<NamedActions> PatchActions::patches() const {
-  return namedActions(*store_, store_->patchIndex, store_->patches, whole(store_->patches));
-}
-
-std::optional<ProductServicePackActions> PatchActionGroup::productServicePackActions() const {
-  if (!store_.hasProductServicePackActions) {
-    return std::nullopt;
-  }
-  return ProductServicePackActions(store_);
-}
-
-std::optional<PatchActions> PatchActionGroup::patchActions() const {
-  if (!store_.hasPatchActions) {
-    return std::nullopt;
-  }
-  return PatchActions(store_);
+  return namedActions(*store_, store_->patches, store_->patches.all());
 }
 
 }  // namespace vexlo

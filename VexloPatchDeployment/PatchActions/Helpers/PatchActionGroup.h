@@ -19,16 +19,23 @@ class PatchActionStore {
   /// If less than the file's size, the offset of a string, which ends at the next quotation mark;
   /// else the file's size plus the number of a decoded string.
   enum class StringID : std::uint32_t {};
-  /// A name and the run of its children: the service packs of a product, or the actions of a
-  /// service pack or patch.
-  struct Entry {
-    StringID name{};
-    std::uint32_t first = 0;
-    std::uint32_t count = 0;
-  };
   struct Run {
     std::uint32_t first = 0;
     std::uint32_t count = 0;
+  };
+  /// A name and its children: the service packs of a product, or the actions of a service pack or
+  /// patch.
+  struct Entry {
+    StringID name{};
+    Run children;
+  };
+  /// Entries and the index of their names.
+  struct Table {
+    std::vector<Entry> entries;
+    NameIndex index;
+    [[nodiscard]] Run all() const noexcept {
+      return {.first = 0, .count = static_cast<std::uint32_t>(entries.size())};
+    }
   };
 
   std::string file;
@@ -39,14 +46,11 @@ class PatchActionStore {
   std::vector<StringID> actionStrings;
   /// Where each action starts in `actionStrings`. One more marks the end.
   std::vector<std::uint32_t> actionStarts;
-  std::vector<Entry> patches;
-  std::vector<Entry> servicePacks;
-  std::vector<Entry> products;
+  Table patches;
+  Table servicePacks;  ///< A service pack's owner is its product's first service pack.
+  Table products;
   bool hasProductServicePackActions = false;
   bool hasPatchActions = false;
-  NameIndex patchIndex;
-  NameIndex servicePackIndex;  ///< A service pack's owner is its product's first service pack.
-  NameIndex productIndex;
   NameIndex exclusionIndex;
 
   [[nodiscard]] std::string_view at(StringID string) const noexcept {
@@ -59,6 +63,8 @@ class PatchActionStore {
   [[nodiscard]] std::string_view actionCode(std::uint32_t action) const noexcept {
     return at(actionStrings[actionStarts[action]]);
   }
+  /// The last entry of the run that has this name; null if there is none.
+  [[nodiscard]] const Entry* find(const Table& table, std::string_view name, Run run) const;
 
  private:
   [[nodiscard]] std::string_view decodedString(std::size_t number) const noexcept {
@@ -148,8 +154,13 @@ class PatchActionGroup {
   /// `FileCodec::DecodingError` with the file, the place, and what was expected and found.
   [[nodiscard]] static PatchActionGroup decode(std::string text, const std::string& file);
 
-  [[nodiscard]] std::optional<ProductServicePackActions> productServicePackActions() const;
-  [[nodiscard]] std::optional<PatchActions> patchActions() const;
+  [[nodiscard]] std::optional<ProductServicePackActions> productServicePackActions() const {
+    return store_.hasProductServicePackActions ? std::optional(ProductServicePackActions(store_))
+                                               : std::nullopt;
+  }
+  [[nodiscard]] std::optional<PatchActions> patchActions() const {
+    return store_.hasPatchActions ? std::optional(PatchActions(store_)) : std::nullopt;
+  }
 
  private:
   explicit PatchActionGroup(PatchActionStore store) : store_(std::move(store)) {}

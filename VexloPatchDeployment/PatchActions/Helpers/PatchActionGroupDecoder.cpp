@@ -3,6 +3,7 @@
 #include <array>
 #include <optional>
 #include <ranges>
+#include <span>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -18,8 +19,8 @@ namespace vexlo {
 namespace {
 
 using FileCodec::DecodingError;
-using Entry = PatchActionStore::Entry;
 using StringID = PatchActionStore::StringID;
+using Table = PatchActionStore::Table;
 
 constexpr std::string_view kProductServicePackActions = "ProductServicePackActions";
 constexpr std::string_view kPatchActions = "PatchActions";
@@ -27,16 +28,15 @@ constexpr std::string_view kExclusionPatchIDs = "ExclusionPatchIDs";
 
 /// The kinds of containers in the document.
 enum class Container : std::uint8_t {
-  document,        // not a container: the parent of the root value
-  root,            // { "ProductServicePackActions": …, "PatchActions": … }
-  products,        // { "ExclusionPatchIDs": […], product ID: … }
-  exclusionList,   // [ patch ID, … ]
-  servicePacks,    // { service-pack ID: … }
-  patches,         // { patch ID: … }
-  productActions,  // { action code: … } of a service pack
-  patchActions,    // { action code: … } of a patch
-  arguments,       // [ argument, … ]
-  ignored,         // anything in an unknown member of the root
+  document,       // not a container: the parent of the root value
+  root,           // { "ProductServicePackActions": …, "PatchActions": … }
+  products,       // { "ExclusionPatchIDs": […], product ID: … }
+  exclusionList,  // [ patch ID, … ]
+  servicePacks,   // { service-pack ID: … }
+  patches,        // { patch ID: … }
+  actions,        // { action code: … } of a service pack or patch
+  arguments,      // [ argument, … ]
+  ignored,        // anything in an unknown member of the root
 };
 
 /// What is expected at a place in the document.
@@ -112,14 +112,13 @@ class Decoder final : public FileCodec::JSONEvents {
   /// Completes the store; called once, after the last event.
   void finish() {
     store_.actionStarts.push_back(size(store_.actionStrings));
-    store_.patchIndex = NameIndex(store_.patches.size());
-    addAll(store_.patchIndex, store_.patches, {.first = 0, .count = size(store_.patches)});
-    store_.productIndex = NameIndex(store_.products.size());
-    addAll(store_.productIndex, store_.products, {.first = 0, .count = size(store_.products)});
-    store_.servicePackIndex = NameIndex(store_.servicePacks.size());
-    for (const Entry& product : store_.products) {
-      addAll(store_.servicePackIndex, store_.servicePacks,
-             {.first = product.first, .count = product.count});
+    for (Table* const table : {&store_.patches, &store_.products, &store_.servicePacks}) {
+      table->index = NameIndex(table->entries.size());
+    }
+    addToIndex(store_.patches, store_.patches.all());
+    addToIndex(store_.products, store_.products.all());
+    for (const PatchActionStore::Entry& product : store_.products.entries) {
+      addToIndex(store_.servicePacks, product.children);
     }
     store_.exclusionIndex = NameIndex(store_.exclusionPatchIDs.size());
     for (std::uint32_t number = 0; number < store_.exclusionPatchIDs.size(); ++number) {
@@ -169,11 +168,9 @@ class Decoder final : public FileCodec::JSONEvents {
                    ? Step{Wanted::arrayOfStrings, Container::exclusionList}
                    : Step{Wanted::object, Container::servicePacks};
       case Container::servicePacks:
-        return {Wanted::object, Container::productActions};
       case Container::patches:
-        return {Wanted::object, Container::patchActions};
-      case Container::productActions:
-      case Container::patchActions:
+        return {Wanted::object, Container::actions};
+      case Container::actions:
         return {Wanted::arrayOfStrings, Container::arguments};
       case Container::exclusionList:
       case Container::arguments:
@@ -201,10 +198,9 @@ class Decoder final : public FileCodec::JSONEvents {
         store_.hasPatchActions = true;
         break;
       case Container::servicePacks:
-        first = size(store_.servicePacks);
+        first = size(store_.servicePacks.entries);
         break;
-      case Container::productActions:
-      case Container::patchActions:
+      case Container::actions:
         first = size(store_.actionStarts);
         break;
       case Container::arguments:
@@ -231,16 +227,15 @@ class Decoder final : public FileCodec::JSONEvents {
     const StringID name = levels_[depth_].member;
     switch (ended.container) {
       case Container::servicePacks:
-        store_.products.push_back({name, ended.first, size(store_.servicePacks) - ended.first});
+        store_.products.entries.push_back(
+            {name, {ended.first, size(store_.servicePacks.entries) - ended.first}});
         break;
-      case Container::productActions:
+      case Container::actions: {
         keepLastOfEachAction(ended.first);
-        store_.servicePacks.push_back({name, ended.first, size(store_.actionStarts) - ended.first});
+        Table& owners = here() == Container::patches ? store_.patches : store_.servicePacks;
+        owners.entries.push_back({name, {ended.first, size(store_.actionStarts) - ended.first}});
         break;
-      case Container::patchActions:
-        keepLastOfEachAction(ended.first);
-        store_.patches.push_back({name, ended.first, size(store_.actionStarts) - ended.first});
-        break;
+      }
       case Container::document:
       case Container::root:
       case Container::products:
@@ -268,37 +263,36 @@ class Decoder final : public FileCodec::JSONEvents {
     if (last.size() == all.size()) {
       return;  // not sorted, but without duplicates
     }
-    // What is kept is copied, because the strings of all actions are contiguous.
-    std::vector<std::uint32_t> starts;
-    std::vector<StringID> strings;
-    const std::uint32_t begin = store_.actionStarts[first];
+    // What is kept moves down, because the strings of all actions are contiguous.
+    auto& starts = store_.actionStarts;
+    auto& strings = store_.actionStrings;
+    starts.push_back(size(strings));
+    std::uint32_t kept = first;
+    auto end = strings.begin() + starts[first];
     for (const std::uint32_t action : all) {
-      if (last[code(action)] != action) {
-        continue;
+      if (last[code(action)] == action) {
+        const std::span moved(strings.begin() + starts[action],
+                              strings.begin() + starts[action + 1]);
+        starts[kept++] = static_cast<std::uint32_t>(end - strings.begin());
+        for (const StringID string : moved) {
+          *end++ = string;
+        }
       }
-      starts.push_back(begin + size(strings));
-      const bool isLast = action + 1 == size(store_.actionStarts);
-      const std::uint32_t end =
-          isLast ? size(store_.actionStrings) : store_.actionStarts[action + 1];
-      strings.insert(strings.end(), store_.actionStrings.begin() + store_.actionStarts[action],
-                     store_.actionStrings.begin() + end);
     }
-    store_.actionStarts.resize(first);
-    store_.actionStarts.insert(store_.actionStarts.end(), starts.begin(), starts.end());
-    store_.actionStrings.resize(begin);
-    store_.actionStrings.insert(store_.actionStrings.end(), strings.begin(), strings.end());
+    starts.resize(kept);
+    strings.erase(end, strings.end());
   }
 
   void forgetProducts() {
     store_.hasProductServicePackActions = false;
-    store_.products.clear();
-    store_.servicePacks.clear();
+    store_.products.entries.clear();
+    store_.servicePacks.entries.clear();
     store_.exclusionPatchIDs.clear();
   }
 
   void forgetPatches() {
     store_.hasPatchActions = false;
-    store_.patches.clear();
+    store_.patches.entries.clear();
   }
 
   bool scalar(std::string_view found) {
@@ -342,8 +336,8 @@ class Decoder final : public FileCodec::JSONEvents {
     const std::size_t bytes = store_.file.size();
     store_.actionStrings.reserve(bytes / 8);
     store_.actionStarts.reserve(bytes / 16);
-    store_.patches.reserve(bytes / 32);
-    store_.servicePacks.reserve(bytes / 32);
+    store_.patches.entries.reserve(bytes / 32);
+    store_.servicePacks.entries.reserve(bytes / 32);
   }
 
   template <typename Element>
@@ -351,11 +345,11 @@ class Decoder final : public FileCodec::JSONEvents {
     return static_cast<std::uint32_t>(elements.size());  // less than the size of the file
   }
 
-  void addAll(NameIndex& index, const std::vector<Entry>& entries, PatchActionStore::Run run) {
+  void addToIndex(Table& table, PatchActionStore::Run run) {
     for (std::uint32_t number = run.first; number < run.first + run.count; ++number) {
-      const std::string_view name = store_.at(entries[number].name);
-      index.add(number, NameIndex::hash(name, run.first), [&](std::uint32_t other) {
-        return other >= run.first && store_.at(entries[other].name) == name;
+      const std::string_view name = store_.at(table.entries[number].name);
+      table.index.add(number, NameIndex::hash(name, run.first), [&](std::uint32_t other) {
+        return other >= run.first && store_.at(table.entries[other].name) == name;
       });
     }
   }
