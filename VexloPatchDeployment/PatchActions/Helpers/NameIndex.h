@@ -15,10 +15,8 @@ namespace vexlo {
 /// under a name wins.
 class NameIndex {
  public:
-  NameIndex() = default;
   /// Capacity for `count` entries; the load factor is at most two thirds.
-  explicit NameIndex(std::size_t count)
-      : slots_(count == 0 ? 0 : std::bit_ceil(count + count / 2 + 1), kFree) {}
+  explicit NameIndex(std::size_t count = 0) : slots_(std::bit_ceil(count + count / 2 + 1), kFree) {}
 
   /// The hash of a name within an owner, so that equal names of different owners have different
   /// hashes.
@@ -35,9 +33,6 @@ class NameIndex {
   /// The number of the entry for which `hasName(entry)` is true.
   template <typename HasName>
   [[nodiscard]] std::optional<std::uint32_t> find(std::size_t hash, const HasName& hasName) const {
-    if (slots_.empty()) {
-      return std::nullopt;
-    }
     const std::uint32_t number = slots_[position(hash, hasName)];
     return number == kFree ? std::nullopt : std::optional(number);
   }

@@ -54,7 +54,13 @@ std::string_view nameOf(Wanted wanted) {
 class Decoder final : public FileCodec::JSONEvents {
  public:
   Decoder(PatchActionStore& store, const std::string& file) : store_(store), file_(file) {
-    reserveForFile();
+    // Address space for a dense file, so that the arrays rarely reallocate; unused pages cost no
+    // memory.
+    const std::size_t bytes = store_.file.size();
+    store_.actionStrings.reserve(bytes / 8);
+    store_.actionStarts.reserve(bytes / 16);
+    store_.patches.entries.reserve(bytes / 32);
+    store_.servicePacks.entries.reserve(bytes / 32);
   }
 
   bool beginObject() override {
@@ -328,16 +334,6 @@ class Decoder final : public FileCodec::JSONEvents {
     store_.decodedText += value;
     store_.decodedEnds.push_back(static_cast<std::uint32_t>(store_.decodedText.size()));
     return static_cast<StringID>(store_.file.size() + store_.decodedEnds.size() - 1);
-  }
-
-  /// Reserves address space for a dense file, so that the arrays rarely reallocate; unused pages
-  /// cost no memory.
-  void reserveForFile() {
-    const std::size_t bytes = store_.file.size();
-    store_.actionStrings.reserve(bytes / 8);
-    store_.actionStarts.reserve(bytes / 16);
-    store_.patches.entries.reserve(bytes / 32);
-    store_.servicePacks.entries.reserve(bytes / 32);
   }
 
   template <typename Element>

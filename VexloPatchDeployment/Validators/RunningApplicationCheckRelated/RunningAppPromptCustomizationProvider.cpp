@@ -2,6 +2,7 @@
 
 #include <array>
 #include <exception>
+#include <ranges>
 #include <string_view>
 #include <utility>
 #include <variant>
@@ -111,12 +112,8 @@ RunningAppPromptCustomization RunningAppPromptCustomization::decode(
 }
 
 std::vector<std::string_view> RunningAppPromptCustomization::keys() {
-  std::vector<std::string_view> keys;
-  keys.reserve(std::size(kSettings));
-  for (const Setting& setting : kSettings) {
-    keys.push_back(setting.key);
-  }
-  return keys;
+  const auto keys = std::views::transform(kSettings, &Setting::key);
+  return {keys.begin(), keys.end()};
 }
 
 PropertyList::Dictionary RunningAppPromptCustomization::encode() const {
@@ -165,15 +162,5 @@ RunningAppPromptCustomizationProvider::RunningAppPromptCustomizationProvider(
           return std::nullopt;
         }
       }) {}
-
-std::optional<RunningAppPromptCustomization>
-RunningAppPromptCustomizationProvider::customization() {
-  return customizationData();
-}
-
-const std::optional<RunningAppPromptCustomization>&
-RunningAppPromptCustomizationProvider::customizationData() {
-  return customizationData_.get();
-}
 
 }  // namespace vexlo

@@ -69,8 +69,12 @@ class RunningAppPromptCustomizationProvider final : public RunningAppPromptCusto
  public:
   /// `plistDecoder` must outlive this object.
   explicit RunningAppPromptCustomizationProvider(PlistDecoding& plistDecoder);
-  [[nodiscard]] std::optional<RunningAppPromptCustomization> customization() override;
-  [[nodiscard]] const std::optional<RunningAppPromptCustomization>& customizationData() override;
+  [[nodiscard]] std::optional<RunningAppPromptCustomization> customization() override {
+    return customizationData();
+  }
+  [[nodiscard]] const std::optional<RunningAppPromptCustomization>& customizationData() override {
+    return customizationData_.get();
+  }
 
  private:
   OnFirstUse<std::optional<RunningAppPromptCustomization>> customizationData_;

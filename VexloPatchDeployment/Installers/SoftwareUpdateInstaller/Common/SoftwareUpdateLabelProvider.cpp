@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <ranges>
 #include <vector>
 
 #include "VexloPatchDeployment/Common/Log.h"
@@ -18,12 +19,10 @@ constexpr std::string_view kLabelPrefix = "Label: ";
 /// The non-empty lines of `output`.
 std::vector<std::string_view> linesOf(std::string_view output) {
   std::vector<std::string_view> lines;
-  while (!output.empty()) {
-    const std::string_view line = output.substr(0, output.find('\n'));
+  for (const auto& line : std::views::split(output, '\n')) {
     if (!line.empty()) {
-      lines.push_back(line);
+      lines.emplace_back(line.begin(), line.end());
     }
-    output.remove_prefix(std::min(line.size() + 1, output.size()));
   }
   return lines;
 }

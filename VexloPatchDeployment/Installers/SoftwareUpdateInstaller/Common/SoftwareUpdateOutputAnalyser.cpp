@@ -49,10 +49,6 @@ constexpr std::array kKnownErrors{
     KnownError{"No such update", kNoSuchUpdate},
 };
 
-PatchActionResult resultOf(const Failure& failure) {
-  return {.outcome = failure.outcome, .description = failure.reason};
-}
-
 }  // namespace
 
 std::optional<PatchActionResult> DefaultSoftwareUpdateOutputAnalyser::validate(
@@ -60,7 +56,8 @@ std::optional<PatchActionResult> DefaultSoftwareUpdateOutputAnalyser::validate(
   for (const KnownError& error : kKnownErrors) {
     if (TextSearch(error.text, Letters::ignoringCase).first(output)) {
       logError(kSoftwareUpdateOutputAnalyserTag, [&] { return error.failure.message; });
-      return resultOf(error.failure);
+      return PatchActionResult{.outcome = error.failure.outcome,
+                               .description = error.failure.reason};
     }
   }
   return std::nullopt;
