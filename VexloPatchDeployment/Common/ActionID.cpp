@@ -60,8 +60,8 @@ class SerializedAction final : public FileCodec::JSONEvents {
   bool beginObject() override {
     if (depth_ == 0) {
       rootIsObject_ = true;
-    } else {
-      addValue({.isObject = true});
+    } else if (depth_ == 1 && current_ != nullptr) {
+      current_->isObject = true;
     }
     ++depth_;
     return true;
@@ -71,7 +71,6 @@ class SerializedAction final : public FileCodec::JSONEvents {
     return true;
   }
   bool beginArray() override {
-    addValue({});
     ++depth_;
     return true;
   }
@@ -83,31 +82,28 @@ class SerializedAction final : public FileCodec::JSONEvents {
     if (depth_ == 1) {
       const bool isRecognised = name == kUndefined || find(&ActionName::name, name);
       current_ = isRecognised ? &(members_[std::string(name)] = {}) : nullptr;
+      inPayload_ = false;
     } else if (depth_ == 2) {
-      inPayload_ = current_ != nullptr && current_->isObject && name == kUndefinedPayload;
+      inPayload_ = current_ != nullptr && name == kUndefinedPayload;
+      if (inPayload_) {
+        current_->payload.reset();
+      }
     }
     return true;
   }
-  bool string(std::string_view text) override { return addValue({.payload = std::string(text)}); }
-  bool number() override { return addValue({}); }
-  bool boolean() override { return addValue({}); }
-  bool null() override { return addValue({}); }
+  bool string(std::string_view text) override {
+    if (depth_ == 2 && inPayload_) {
+      current_->payload = text;
+    }
+    return true;
+  }
 
  private:
-  /// A value, or what of it counts: of an object its payload, of the payload itself the string.
+  /// What counts of a member's value.
   struct Value {
     bool isObject = false;
-    std::optional<std::string> payload = std::nullopt;
+    std::optional<std::string> payload = std::nullopt;  ///< Of an object.
   };
-
-  bool addValue(Value value) {
-    if (current_ != nullptr && depth_ == 1) {
-      current_->isObject = value.isObject;
-    } else if (current_ != nullptr && depth_ == 2 && inPayload_) {
-      current_->payload = std::move(value.payload);
-    }
-    return true;
-  }
 
   std::map<std::string, Value> members_;  // the recognised ones
   Value* current_ = nullptr;              // of the member being read, if recognised
