@@ -12,7 +12,6 @@
 #include "AgentLibraries/FileCodec/DecodingError.h"
 #include "AgentLibraries/FileCodec/JSONReader.h"
 #include "AgentTool/ActionFiles/ActionFileCheck.h"
-#include "AgentTool/ActionFiles/Finding.h"
 #include "Fuzz/Require.h"
 #include "VexloPatchDeployment/PatchActions/Helpers/PatchActionGroup.h"
 

@@ -4,7 +4,6 @@
 #include <string>
 #include <string_view>
 
-#include "AgentTool/ActionFiles/Finding.h"
 #include "VexloPatchDeployment/PatchActions/Main/KnownActions.h"
 
 namespace agent_tool {
@@ -13,7 +12,7 @@ namespace agent_tool {
 [[nodiscard]] std::string patternOf(const vexlo::ActionArgument& argument);
 
 struct ArgumentProblem {
-  FindingKind kind;
+  bool isUsable;  ///< The action can parse the value.
   std::string text;
 };
 /// What is wrong with a value given for an argument; absent if it is fine.

@@ -27,17 +27,6 @@ std::string shown(std::string_view text) {
 
 }  // namespace
 
-LineAndColumn LineCounter::at(std::size_t offset) {
-  offset = std::min(offset, text_.size());
-  for (; at_ < offset; ++at_) {
-    if (text_[at_] == '\n') {
-      ++line_;
-      lineStart_ = at_ + 1;
-    }
-  }
-  return {.line = line_, .column = offset - lineStart_ + 1};
-}
-
 std::string sourceExcerpt(std::string_view text, std::size_t offset, std::size_t length,
                           std::size_t width) {
   offset = std::min(offset, text.size());

@@ -98,8 +98,7 @@ Checked checkFile(const std::string& file) {
   const auto fail = [&](FindingKind kind, const DecodingError& error) {
     checked.error = error.what();
     if (checked.errorCount() == 0) {
-      checked.findings.push_back(
-          {.kind = kind, .offset = 0, .pointer = {}, .place = {}, .text = error.found()});
+      checked.findings.push_back({.kind = kind, .text = error.found()});
     }
   };
   try {
@@ -121,13 +120,12 @@ Checked checkFile(const std::string& file) {
   return checked;
 }
 
-std::string findingJSON(const Finding& finding, LineCounter& lines) {
+std::string findingJSON(const Finding& finding) {
   const bool hasPlace = finding.kind != FindingKind::unreadable;
-  const LineAndColumn position = lines.at(finding.offset);
   return JSONObject()
       .addString("kind", name(finding.kind))
-      .addJSON("line", hasPlace ? std::to_string(position.line) : "null")
-      .addJSON("column", hasPlace ? std::to_string(position.column) : "null")
+      .addJSON("line", hasPlace ? std::to_string(finding.line) : "null")
+      .addJSON("column", hasPlace ? std::to_string(finding.column) : "null")
       .addJSON("pointer", jsonOptional(finding.pointer))
       .addString("place", finding.place)
       .addString("text", finding.text)
@@ -135,11 +133,10 @@ std::string findingJSON(const Finding& finding, LineCounter& lines) {
 }
 
 std::string checkedJSON(const Checked& checked) {
-  LineCounter lines(checked.text);
   std::vector<std::string> errors;
   std::vector<std::string> warnings;
   for (const Finding& finding : checked.findings) {
-    (isError(finding.kind) ? errors : warnings).push_back(findingJSON(finding, lines));
+    (isError(finding.kind) ? errors : warnings).push_back(findingJSON(finding));
   }
   return JSONObject()
              .addString("file", checked.file)
@@ -153,15 +150,13 @@ std::string checkedJSON(const Checked& checked) {
 /// One line per finding, «FILE:LINE:COLUMN: error: place: text», with the source on a terminal.
 std::string asReport(const Checked& checked, const Console& console) {
   std::string out;
-  LineCounter lines(checked.text);
   for (const Finding& finding : checked.findings) {
     if (finding.kind == FindingKind::unreadable) {
       continue;  // reported on stderr
     }
-    const LineAndColumn position = lines.at(finding.offset);
     const bool isWrong = isError(finding.kind);
     out += console.styled(
-        text(printable(checked.name), ':', position.line, ':', position.column, ':'), Style::bold);
+        text(printable(checked.name), ':', finding.line, ':', finding.column, ':'), Style::bold);
     out += ' ' +
            console.styled(isWrong ? "error:" : "warning:", isWrong ? Style::bad : Style::waiting);
     out += ' ' + (finding.place.empty() ? "" : printable(finding.place) + ": ") +

@@ -31,6 +31,9 @@ class JSONValue {
 
   [[nodiscard]] Type type() const noexcept { return type_; }
   [[nodiscard]] bool isNull() const noexcept { return type_ == Type::null; }
+  [[nodiscard]] bool isEmptyObject() const noexcept {
+    return type_ == Type::object && extent_ == 1;
+  }
   // Absent if the value has another type.
   [[nodiscard]] std::optional<bool> boolean() const noexcept;
   [[nodiscard]] std::optional<std::int64_t> integer() const noexcept;

@@ -10,9 +10,9 @@
 #include <vector>
 
 #include "AgentLibraries/LogCore/Text.h"
+#include "AgentTool/ActionFiles/ActionFileCheck.h"
 #include "AgentTool/ActionFiles/ActionReference.h"
 #include "AgentTool/ActionFiles/ArgumentKinds.h"
-#include "AgentTool/ActionFiles/Finding.h"
 #include "AgentTool/Facts/FactsTable.h"
 #include "Tests/AgentTool/AgentToolFixture.h"
 #include "VexloPatchDeployment/Common/PatchDataKeys.h"
