@@ -49,8 +49,7 @@ const std::string& fleetFile() {
 /// Calls `use(line)` for each line of the fleet's file.
 template <typename Use>
 void forEachLine(const Use& use) {
-  const agent_tool::LineSource file(fleetFile());
-  agent_tool::LineReader reader(file.descriptor(), agent_tool::kLongestFactsLine, [] {});
+  agent_tool::LineReader reader(fleetFile(), agent_tool::kLongestFactsLine);
   while (const auto line = reader.next()) {
     use(line->text);
   }

@@ -73,10 +73,9 @@ std::vector<EvaluatedAction> evaluateAll(const std::vector<ActionDetail>& action
 constexpr std::chrono::minutes kProfilesTimeout{1};
 
 /// The only line of the input that isn't blank. Throws `DecodingError` and `std::system_error`.
-std::string onlyLine(const LineSource& input) {
+std::string onlyLine(LineReader& input) {
   std::string only;
-  LineReader reader(input.descriptor(), kLongestFactsLine, [] {});
-  while (const auto line = reader.next()) {
+  while (const auto line = input.next()) {
     if (const std::string_view format = otherFormat(line->text); only.empty() && !format.empty()) {
       throw FileCodec::DecodingError(input.name(), {}, "a line of facts", std::string(format));
     }
@@ -95,7 +94,7 @@ std::string onlyLine(const LineSource& input) {
 
 /// The facts in a file, which `reader` keeps. Throws `DecodingError`.
 const Facts& factsIn(const std::string& file, FactsReader& reader) try {
-  const LineSource input(file);
+  LineReader input(file, kLongestFactsLine);
   const auto facts = reader.read(onlyLine(input));
   if (!facts) {
     const FileCodec::DecodingError& error = facts.error();

@@ -137,7 +137,7 @@ class FleetEvaluation {
     const Console::Activity activity(console_, [this] { return progress_.line(); });
     for (const std::string& file : request_.factsFiles) {
       try {
-        read(LineSource(file));
+        read(file);
       } catch (const std::system_error& error) {
         report(text(file, ": ", error.code().message()));
         allWereRead_ = false;
@@ -150,7 +150,8 @@ class FleetEvaluation {
   [[nodiscard]] bool allWereRead() const noexcept { return allWereRead_; }
 
  private:
-  void read(const LineSource& input) {
+  void read(const std::string& file) {
+    LineReader input(file, kLongestFactsLine, [this] { flush(); });
     const std::string place = request_.factsFiles.size() > 1 ? input.name() + ":" : std::string();
     const std::uint64_t bytesBefore = bytes_;
     bool isFirst = true;
@@ -163,8 +164,7 @@ class FleetEvaluation {
         report(text(input.name(), ": further bad lines are only counted"));
       }
     };
-    LineReader reader(input.descriptor(), kLongestFactsLine, [this] { flush(); });
-    while (const auto line = reader.next()) {
+    while (const auto line = input.next()) {
       if (std::exchange(isFirst, false)) {
         if (const std::string_view format = otherFormat(line->text); !format.empty()) {
           report(text(input.name(), ": expected lines of facts, found ", format));
@@ -179,7 +179,7 @@ class FleetEvaluation {
       } else {
         reject(line->number, facts.error().what());
       }
-      bytes_ = bytesBefore + reader.bytesRead();
+      bytes_ = bytesBefore + input.bytesRead();
       progress_.count(summary_.machines(), bytes_);
     }
     if (badLines > kReportedLines) {
@@ -341,10 +341,9 @@ ExitStatus mergeSummaries(const MergeRequest& request, Console& console) {
   };
   for (const std::string& file : request.summaryFiles) {
     try {
-      const LineSource input(file);
-      LineReader reader(input.descriptor(), kLongestSummary, [] {});
+      LineReader input(file, kLongestSummary);
       bool isEmpty = true;
-      while (const auto line = reader.next()) {
+      while (const auto line = input.next()) {
         const std::string place = text(input.name(), ":", line->number);
         isEmpty = false;
         if (line->isTooLong) {

@@ -4,8 +4,8 @@
 #include <poll.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <system_error>
 #include <utility>
 
@@ -23,95 +23,73 @@ bool wouldWait(int descriptor) {
 
 }  // namespace
 
-LineSource::LineSource(const std::string& path) : name_(path) {
-  if (path == kStandardInputName) {
-    name_ = "standard input";
-    return;
-  }
-  file_ = platform::aboveStandard(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY));
-  if (!file_) {
-    throw std::system_error(errno, std::generic_category());
-  }
-}
-
-int LineSource::descriptor() const noexcept { return file_ ? file_.get() : STDIN_FILENO; }
-
-LineReader::LineReader(int descriptor, std::size_t longestLine, std::function<void()> beforeWait)
-    : descriptor_(descriptor),
+LineReader::LineReader(const std::string& path, std::size_t longestLine,
+                       std::function<void()> beforeWait)
+    : name_(path == kStandardInputName ? "standard input" : path),
       longestLine_(longestLine),
-      beforeWait_(std::move(beforeWait)),
-      buffer_(longestLine + kBlockBytes) {}
+      beforeWait_(std::move(beforeWait)) {
+  if (path != kStandardInputName) {
+    file_ = platform::aboveStandard(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY));
+    if (!file_) {
+      throw std::system_error(errno, std::generic_category());
+    }
+  }
+  buffer_.resize(longestLine + kBlockBytes);
+}
 
 std::optional<LineReader::Line> LineReader::next() {
-  std::optional<Line> line;
-  do {
-    line = nextOfAll();
-  } while (line && !line->isTooLong && platform::trimmed(line->text, " \t\r").empty());
-  return line;
-}
-
-std::optional<LineReader::Line> LineReader::nextOfAll() {
-  if (std::exchange(restIsSkipped_, false)) {
-    skipRestOfLine();
-  }
-  std::size_t searched = begin_;
-  for (;;) {
-    const char* const from = buffer_.data() + searched;
-    const auto* const feed = static_cast<const char*>(std::memchr(from, '\n', end_ - searched));
-    const std::size_t length =
-        feed != nullptr ? static_cast<std::size_t>(feed - buffer_.data()) - begin_ : end_ - begin_;
-    if (length > longestLine_) {
+  for (std::size_t searched = 0;;) {
+    const std::size_t feed = unread_.find('\n', searched);
+    if (!restIsSkipped_ && std::min(feed, unread_.size()) > longestLine_) {
       restIsSkipped_ = true;
-      return Line{
-          .text = {buffer_.data() + begin_, longestLine_}, .number = ++number_, .isTooLong = true};
+      return Line{.text = unread_.substr(0, longestLine_), .number = ++number_, .isTooLong = true};
     }
-    if (feed != nullptr) {
-      const Line line{.text = {buffer_.data() + begin_, length}, .number = ++number_};
-      begin_ += length + 1;
-      return line;
-    }
-    if (begin_ > 0) {
-      std::memmove(buffer_.data(), buffer_.data() + begin_, end_ - begin_);
-      end_ -= std::exchange(begin_, 0);
-    }
-    searched = end_;
-    if (!fill()) {
-      if (begin_ == end_) {
+    if (feed == std::string_view::npos) {
+      if (restIsSkipped_) {
+        unread_ = {};
+      }
+      searched = unread_.size();
+      if (!fill()) {
         return std::nullopt;
       }
-      const Line line{.text = {buffer_.data() + begin_, end_ - begin_}, .number = ++number_};
-      begin_ = end_;
-      return line;
+      continue;
+    }
+    const std::string_view text = unread_.substr(0, feed);
+    unread_.remove_prefix(feed + 1);
+    searched = 0;
+    if (std::exchange(restIsSkipped_, false)) {
+      continue;
+    }
+    ++number_;
+    if (!platform::trimmed(text, " \t\r").empty()) {
+      return Line{.text = text, .number = number_};
     }
   }
 }
 
 bool LineReader::fill() {
-  if (wouldWait(descriptor_)) {
+  const int descriptor = file_ ? file_.get() : STDIN_FILENO;
+  if (wouldWait(descriptor)) {
     beforeWait_();
   }
-  for (;;) {
-    const ssize_t count = ::read(descriptor_, buffer_.data() + end_, kBlockBytes);
-    if (count >= 0) {
-      end_ += static_cast<std::size_t>(count);
-      bytesRead_ += static_cast<std::uint64_t>(count);
-      return count > 0;
-    }
-    if (errno != EINTR) {
-      throw std::system_error(errno, std::generic_category());
-    }
+  if (unread_.data() != buffer_.data()) {
+    std::ranges::copy(unread_, buffer_.data());
   }
-}
-
-void LineReader::skipRestOfLine() {
+  char* const end = buffer_.data() + unread_.size();
+  ssize_t count = 0;
   do {
-    const char* const from = buffer_.data() + begin_;
-    if (const void* const feed = std::memchr(from, '\n', end_ - begin_); feed != nullptr) {
-      begin_ += static_cast<std::size_t>(static_cast<const char*>(feed) - from) + 1;
-      return;
-    }
-    begin_ = end_ = 0;
-  } while (fill());
+    count = ::read(descriptor, end, kBlockBytes);
+  } while (count < 0 && errno == EINTR);
+  if (count < 0) {
+    throw std::system_error(errno, std::generic_category());
+  }
+  bytesRead_ += static_cast<std::uint64_t>(count);
+  if (count == 0 && !unread_.empty()) {
+    *end = '\n';  // which the last line lacks
+    count = 1;
+  }
+  unread_ = {buffer_.data(), end + count};
+  return count > 0;
 }
 
 }  // namespace agent_tool

@@ -1,6 +1,5 @@
 // Reads lines of a file or of standard input in bounded memory.
 #pragma once
-#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -16,20 +15,6 @@ namespace agent_tool {
 /// The name of a file that stands for standard input.
 constexpr std::string_view kStandardInputName = "-";
 
-/// A file of any kind that is open for reading, or standard input.
-class LineSource {
- public:
-  /// Throws `std::system_error` if the file can't be opened.
-  explicit LineSource(const std::string& path);
-  [[nodiscard]] int descriptor() const noexcept;
-  /// For messages: the path, or «standard input».
-  [[nodiscard]] const std::string& name() const noexcept { return name_; }
-
- private:
-  std::string name_;
-  platform::Descriptor file_;  // empty for standard input
-};
-
 /// Reads a file, pipe or terminal. Blank lines are skipped, and the rest of too long ones.
 class LineReader {
  public:
@@ -39,31 +24,34 @@ class LineReader {
     bool isTooLong = false;
   };
 
-  /// `descriptor` remains the caller's. `beforeWait` is called before a read that would block.
-  LineReader(int descriptor, std::size_t longestLine, std::function<void()> beforeWait);
+  /// Opens a file of any kind. `beforeWait` is called before a read that would block. Throws
+  /// `std::system_error` if the file can't be opened.
+  LineReader(
+      const std::string& path, std::size_t longestLine, std::function<void()> beforeWait = [] {});
+
+  /// For messages: the path, or «standard input».
+  [[nodiscard]] const std::string& name() const noexcept { return name_; }
 
   /// The next line that isn't blank; absent at the end. The last line may lack a line feed. Valid
   /// until the next call. Throws `std::system_error` on read errors.
   [[nodiscard]] std::optional<Line> next();
 
-  /// Bytes read so far; thread-safe.
+  /// Bytes read so far.
   [[nodiscard]] std::uint64_t bytesRead() const noexcept { return bytesRead_; }
 
  private:
-  std::optional<Line> nextOfAll();
   /// Reads more; returns false at the end.
   bool fill();
-  void skipRestOfLine();
 
-  int descriptor_;
+  std::string name_;
+  platform::Descriptor file_;  // empty for standard input
   std::size_t longestLine_;
   std::function<void()> beforeWait_;
   std::vector<char> buffer_;
-  std::size_t begin_ = 0;  // of the bytes read but not returned
-  std::size_t end_ = 0;
+  std::string_view unread_;     // the bytes in the buffer that were not returned
   bool restIsSkipped_ = false;  // the current line was already returned as too long
   std::uint64_t number_ = 0;
-  std::atomic<std::uint64_t> bytesRead_ = 0;
+  std::uint64_t bytesRead_ = 0;
 };
 
 }  // namespace agent_tool

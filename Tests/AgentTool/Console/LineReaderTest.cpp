@@ -1,12 +1,10 @@
 #include "AgentTool/Console/LineReader.h"
 
-#include <fcntl.h>
 #include <gmock/gmock.h>
 
 #include <string>
 #include <vector>
 
-#include "Platform/Descriptor.h"
 #include "Tests/Fakes/TemporaryDirectory.h"
 
 namespace {
@@ -14,9 +12,7 @@ namespace {
 /// Each line with its number, followed by "…" if it was too long.
 std::vector<std::string> linesOf(const std::string& text, std::size_t longest) {
   const TemporaryDirectory directory;
-  const platform::Descriptor file(
-      ::open(directory.write("lines", text).c_str(), O_RDONLY | O_CLOEXEC));
-  agent_tool::LineReader reader(file.get(), longest, [] {});
+  agent_tool::LineReader reader(directory.write("lines", text), longest);
   std::vector<std::string> lines;
   while (const auto line = reader.next()) {
     lines.push_back(std::to_string(line->number) + " " + std::string(line->text) +
