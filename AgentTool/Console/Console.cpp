@@ -8,9 +8,11 @@
 #include <chrono>
 #include <cstdlib>
 #include <limits>
+#include <stdexcept>
 #include <system_error>
 #include <utility>
 
+#include "AgentLibraries/LogCore/Text.h"
 #include "AgentTool/Console/Interruption.h"
 #include "AgentTool/Console/PrintableText.h"
 #include "Platform/Descriptor.h"
@@ -27,14 +29,13 @@ constexpr std::array<std::string_view, 10> kSpinner{"⠋", "⠙", "⠹", "⠸", 
                                                     "⠴", "⠦", "⠧", "⠇", "⠏"};
 constexpr std::size_t kNoLimit = std::numeric_limits<std::size_t>::max();
 
-bool environmentSays(const char* name, std::string_view value) {
-  const char* const found = std::getenv(name);
-  return found != nullptr && found == value;
+/// Empty if it isn't set.
+std::string_view environmentVariable(const char* name) {
+  const char* const value = std::getenv(name);
+  return value == nullptr ? "" : value;
 }
-bool isSet(const char* name) {
-  const char* const found = std::getenv(name);
-  return found != nullptr && *found != '\0';
-}
+
+bool isDumb() { return environmentVariable("TERM") == "dumb"; }
 
 std::size_t columnsOf(int descriptor) {
   winsize size{};
@@ -43,11 +44,8 @@ std::size_t columnsOf(int descriptor) {
 }
 
 int activityTerminal() {
-  if (environmentSays("TERM", "dumb")) {
-    return -1;
-  }
   for (const int descriptor : {STDOUT_FILENO, STDERR_FILENO}) {
-    if (::isatty(descriptor) != 0) {
+    if (!isDumb() && ::isatty(descriptor) != 0) {
       return descriptor;
     }
   }
@@ -65,37 +63,20 @@ std::string timeText(std::chrono::seconds time) {
   return wholeHours.count() == 0 ? rest : std::to_string(wholeHours.count()) + " h " + rest;
 }
 
-std::string_view escapeFor(Style style) {
-  switch (style) {
-    case Style::plain:
-      return "";
-    case Style::bold:
-      return "\x1b[1m";
-    case Style::faint:
-      return "\x1b[2m";
-    case Style::good:
-      return "\x1b[32m";
-    case Style::waiting:
-      return "\x1b[33m";
-    case Style::bad:
-      return "\x1b[31m";
-  }
-  std::unreachable();
-}
-
 }  // namespace
 
 Console::Console()
     : width_(columnsOf(STDOUT_FILENO)),
       isTerminal_(::isatty(STDOUT_FILENO) != 0),
-      coloured_(isTerminal_ && !isSet("NO_COLOR") && !environmentSays("TERM", "dumb")),
+      coloured_(isTerminal_ && environmentVariable("NO_COLOR").empty() && !isDumb()),
       activityDescriptor_(activityTerminal()) {}
 
 void Console::write(std::string_view text) {
   const std::scoped_lock lock(mutex_);
   eraseActivity();
   if (const int error = platform::writeAll(STDOUT_FILENO, text); error != 0) {
-    throw OutputError("can't write to standard output: " + std::generic_category().message(error));
+    throw std::runtime_error("can't write to standard output: " +
+                             std::generic_category().message(error));
   }
 }
 
@@ -116,7 +97,7 @@ std::string Console::styled(std::string_view text, Style style) const {
   if (!coloured_ || style == Style::plain || text.empty()) {
     return std::string(text);
   }
-  return std::string(escapeFor(style)).append(text).append("\x1b[0m");
+  return LogCore::text("\x1b[", std::to_underlying(style), 'm', text, "\x1b[0m");
 }
 
 void Console::eraseActivity() {

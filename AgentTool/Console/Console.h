@@ -5,19 +5,20 @@
 #include <cstdint>
 #include <functional>
 #include <mutex>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <thread>
 
 namespace agent_tool {
 
-enum class Style : std::uint8_t { plain, bold, faint, good, waiting, bad };
-
-/// Standard output could not be written, for example because the disk is full.
-class OutputError : public std::runtime_error {
- public:
-  using std::runtime_error::runtime_error;
+/// With the codes of the terminal's control sequences: good is green, waiting yellow, bad red.
+enum class Style : std::uint8_t {
+  plain = 0,
+  bold = 1,
+  faint = 2,
+  bad = 31,
+  good = 32,
+  waiting = 33
 };
 
 /// Unbuffered. Writes of several threads don't mix, and the activity line, which is shown only on a
@@ -30,7 +31,7 @@ class Console {
   Console(const Console&) = delete;
   Console& operator=(const Console&) = delete;
 
-  /// Writes to standard output. Throws `OutputError`.
+  /// Writes to standard output. Throws `std::runtime_error`, for example if the disk is full.
   void write(std::string_view text);
   /// Writes "vexlo-patch: <text>" and a line feed to standard error.
   void reportError(std::string_view text);
