@@ -58,8 +58,9 @@ std::string meaningOf(const KnownActionRow& action, const ActionArgument& argume
 }
 
 std::string asMarkdown(const KnownActionRow& action) {
-  std::string out = text("### ", action.code, " `", action.name, "`\n\n", action.summary, "\n\n");
-  out += text("```json\n", jsonString(action.code), ": ", exampleArguments(action), "\n```\n\n");
+  std::string out =
+      text("### ", action.code, " `", action.name, "`\n\n", action.summary, "\n\n```json\n",
+           jsonString(action.code), ": ", exampleArguments(action), "\n```\n\n");
   if (!action.arguments.empty()) {
     out += "| argument | meaning |\n| --- | --- |\n";
     for (const ActionArgument& argument : action.arguments) {

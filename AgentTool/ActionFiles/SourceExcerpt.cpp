@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "AgentLibraries/LogCore/Text.h"
 #include "AgentTool/Console/PrintableText.h"
 
 namespace agent_tool {
@@ -27,12 +28,13 @@ std::string shown(std::string_view text) {
 
 }  // namespace
 
-std::string sourceExcerpt(std::string_view text, std::size_t offset, std::size_t length,
+std::string sourceExcerpt(std::string_view source, std::size_t offset, std::size_t length,
                           std::size_t width) {
-  offset = std::min(offset, text.size());
+  offset = std::min(offset, source.size());
   const std::size_t room = std::clamp<std::size_t>(width, 20, kMostWidth) - kIndentation.size() - 1;
-  const std::size_t lineStart = text.substr(0, offset).rfind('\n') + 1;
-  std::string_view line = text.substr(lineStart, text.find_first_of("\r\n", offset) - lineStart);
+  const std::size_t lineStart = source.substr(0, offset).rfind('\n') + 1;
+  std::string_view line =
+      source.substr(lineStart, source.find_first_of("\r\n", offset) - lineStart);
   std::size_t column = offset - lineStart;
   // For a long line, the part around the position.
   if (column > room / 2) {
@@ -43,12 +45,10 @@ std::string sourceExcerpt(std::string_view text, std::size_t offset, std::size_t
   line = line.substr(0, characterAt(line, std::min(line.size(), room)));
   const std::string_view marked = line.substr(std::min(column, line.size()));
   const std::string before = shown(line.substr(0, column));
-  const std::string token = shown(marked.substr(0, length));
-  std::string out = std::string(kIndentation) + before + shown(marked) + '\n';
-  out += kIndentation;
-  out.append(displayWidth(before), ' ') += '^';
-  out.append(std::max<std::size_t>(displayWidth(token), 1) - 1, '~');
-  return out + '\n';
+  const std::size_t markedWidth = displayWidth(shown(marked.substr(0, length)));
+  return LogCore::text(kIndentation, before, shown(marked), '\n', kIndentation,
+                       std::string(displayWidth(before), ' '), '^',
+                       std::string(std::max<std::size_t>(markedWidth, 1) - 1, '~'), '\n');
 }
 
 }  // namespace agent_tool

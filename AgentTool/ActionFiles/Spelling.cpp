@@ -1,9 +1,7 @@
 #include "AgentTool/ActionFiles/Spelling.h"
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
-#include <vector>
 
 #include "VexloPatchDeployment/Common/LetterCase.h"
 
@@ -12,47 +10,40 @@ namespace {
 
 constexpr std::size_t kMostDifferences = 2;
 
-/// The number of letters to add, drop, replace or swap with the next one.
-std::size_t differences(std::string_view first, std::string_view second) {
-  const std::size_t width = second.size() + 1;
-  std::vector<std::size_t> table((first.size() + 1) * width);
-  for (std::size_t row = 0; row <= first.size(); ++row) {
-    for (std::size_t column = 0; column <= second.size(); ++column) {
-      const std::size_t here = row * width + column;
-      if (row == 0 || column == 0) {
-        table[here] = row + column;
-        continue;
-      }
-      const auto equal = [&](std::size_t i, std::size_t j) {
-        return vexlo::asciiLowerCase(first[i]) == vexlo::asciiLowerCase(second[j]);
-      };
-      table[here] = std::min({table[here - 1] + 1, table[here - width] + 1,
-                              table[here - width - 1] + (equal(row - 1, column - 1) ? 0 : 1)});
-      if (row > 1 && column > 1 && equal(row - 1, column - 2) && equal(row - 2, column - 1)) {
-        table[here] = std::min(table[here], table[here - 2 * width - 2] + 1);
-      }
-    }
+/// Whether at most `most` letters have to be added, dropped, replaced or swapped with the next one.
+bool differByAtMost(std::size_t most, std::string_view first, std::string_view second) {
+  if (std::max(first.size(), second.size()) > std::min(first.size(), second.size()) + most) {
+    return false;
   }
-  return table.back();
+  const auto sameLetter = [](char a, char b) {
+    return vexlo::asciiLowerCase(a) == vexlo::asciiLowerCase(b);
+  };
+  while (!first.empty() && !second.empty() && sameLetter(first[0], second[0])) {
+    first.remove_prefix(1);
+    second.remove_prefix(1);
+  }
+  if (most == 0 || first.empty() || second.empty()) {
+    return first.size() + second.size() <= most;
+  }
+  const bool areSwapped = first.size() > 1 && second.size() > 1 &&
+                          sameLetter(first[0], second[1]) && sameLetter(first[1], second[0]);
+  return differByAtMost(most - 1, first.substr(1), second) ||
+         differByAtMost(most - 1, first, second.substr(1)) ||
+         differByAtMost(most - 1, first.substr(1), second.substr(1)) ||
+         (areSwapped && differByAtMost(most - 1, first.substr(2), second.substr(2)));
 }
 
 }  // namespace
 
 std::string_view closestWord(std::string_view written, std::span<const std::string_view> words) {
-  std::string_view nearest;
-  std::size_t fewest = kMostDifferences + 1;
-  for (const std::string_view word : words) {
-    const std::size_t longer = std::max(written.size(), word.size());
-    if (longer - std::min(written.size(), word.size()) > kMostDifferences) {
-      continue;
-    }
-    const std::size_t count = differences(written, word);
-    if (count < fewest && 3 * count < word.size()) {
-      nearest = word;
-      fewest = count;
+  for (std::size_t count = 0; count <= kMostDifferences; ++count) {
+    for (const std::string_view word : words) {
+      if (3 * count < word.size() && differByAtMost(count, written, word)) {
+        return word;
+      }
     }
   }
-  return nearest;
+  return {};
 }
 
 }  // namespace agent_tool

@@ -1,8 +1,6 @@
 #include "AgentTool/Console/Columns.h"
 
 #include <algorithm>
-#include <limits>
-#include <utility>
 
 #include "AgentTool/Console/PrintableText.h"
 
@@ -14,24 +12,16 @@ constexpr std::size_t kNarrowest = 16;  // narrower columns are unreadable
 
 }  // namespace
 
-Columns::Columns(const Console& console, std::vector<std::string> headings)
-    : console_(console), headings_(std::move(headings)) {
-  for (const std::string& heading : headings_) {
+Columns::Columns(const Console& console, const std::vector<std::string>& headings)
+    : console_(console) {
+  for (const std::string& heading : headings) {
+    headings_.push_back({heading, Style::bold});
     widths_.push_back(displayWidth(heading));
   }
 }
 
 void Columns::fit(std::size_t column, std::string_view text) {
   widths_[column] = std::max(widths_[column], displayWidth(text));
-}
-
-std::string Columns::headings() const {
-  std::vector<Cell> cells;
-  cells.reserve(headings_.size());
-  for (const std::string& heading : headings_) {
-    cells.push_back({heading, Style::bold});
-  }
-  return row(cells);
 }
 
 std::string Columns::row(const std::vector<Cell>& cells) const {
@@ -44,9 +34,9 @@ std::string Columns::row(const std::vector<Cell>& cells) const {
     line.append(std::max(widths_[column], width) - width + kGap, ' ');
     indentation += widths_[column] + kGap;
   }
-  const bool fits = console_.width() > indentation + kNarrowest;
-  const std::size_t room =
-      fits ? console_.width() - indentation : std::numeric_limits<std::size_t>::max();
+  const std::size_t room = console_.width() > indentation + kNarrowest
+                               ? console_.width() - indentation
+                               : std::string::npos;
   std::string out;
   for (const std::string& piece : wrapped(cells.back().text, room)) {
     out += line + console_.styled(piece, cells.back().style);
@@ -57,9 +47,9 @@ std::string Columns::row(const std::vector<Cell>& cells) const {
   return out;
 }
 
-std::string tableText(const Console& console, std::vector<std::string> headings,
+std::string tableText(const Console& console, const std::vector<std::string>& headings,
                       const std::vector<std::vector<Cell>>& rows) {
-  Columns columns(console, std::move(headings));
+  Columns columns(console, headings);
   for (const std::vector<Cell>& row : rows) {
     for (std::size_t column = 0; column + 1 < row.size(); ++column) {  // the last one is wrapped
       columns.fit(column, row[column].text);

@@ -19,23 +19,24 @@ struct Cell {
 class Columns {
  public:
   /// `headings` are the first row, at least one.
-  Columns(const Console& console, std::vector<std::string> headings);
+  Columns(const Console& console, const std::vector<std::string>& headings);
   /// Makes `column` wide enough for `text`. Call this before making rows.
   void fit(std::size_t column, std::string_view text);
 
   /// The headings, as one or more lines.
-  [[nodiscard]] std::string headings() const;
+  [[nodiscard]] std::string headings() const { return row(headings_); }
   /// One row, as one or more lines; `cells` has one cell per heading.
   [[nodiscard]] std::string row(const std::vector<Cell>& cells) const;
 
  private:
   const Console& console_;
-  std::vector<std::string> headings_;
+  std::vector<Cell> headings_;
   std::vector<std::size_t> widths_;
 };
 
 /// A whole table: the headings and the rows, as wide as needed.
-[[nodiscard]] std::string tableText(const Console& console, std::vector<std::string> headings,
+[[nodiscard]] std::string tableText(const Console& console,
+                                    const std::vector<std::string>& headings,
                                     const std::vector<std::vector<Cell>>& rows);
 
 }  // namespace agent_tool

@@ -78,7 +78,7 @@ class CountTable {
       line.push_back({rightAligned(row.share, kShareWidth)});
       line.push_back({row.bar, row.style});
     }
-    return '\n' + tableText(console, std::move(headings), cells);
+    return '\n' + tableText(console, headings, cells);
   }
 
  private:
