@@ -167,42 +167,22 @@ std::string hintFor(const Value& value, std::string_view expected) {
   return {};
 }
 
-/// Finds lines by their offsets, in any order. The text is searched as far as needed.
-class Lines {
+class FileCheck {
  public:
-  explicit Lines(std::string_view text) : text_(text) {}
-  /// The number of the line, from 1, and its offset.
-  [[nodiscard]] std::pair<std::size_t, std::size_t> at(std::size_t offset) {
-    for (std::size_t feed = text_.find('\n', starts_.back()); feed < offset;
-         feed = text_.find('\n', feed + 1)) {
-      starts_.push_back(static_cast<std::uint32_t>(feed + 1));
+  /// `offsets` has the place in `source` of each value of the document.
+  FileCheck(std::string_view source, const JSONValue& root, std::vector<std::uint32_t> offsets)
+      : source_(source), root_(root), offsets_(std::move(offsets)) {}
+
+  std::vector<Finding> check() {
+    const Value document{.json = &root_, .offset = offsets_.front()};
+    if (has(ValueType::object, document, "an object")) {
+      checkMembers(document);
     }
-    const auto next = std::ranges::upper_bound(starts_, offset);
-    return {next - starts_.begin(), *std::prev(next)};
+    return std::move(findings_);
   }
 
  private:
-  std::string_view text_;
-  std::vector<std::uint32_t> starts_{0};  // of the lines
-};
-
-class FileCheck {
- public:
-  /// `offsets` has the place of each value of the document.
-  FileCheck(const JSONValue& root, std::vector<std::uint32_t> offsets, Lines& lines,
-            std::vector<Finding>& findings)
-      : root_(root), offsets_(std::move(offsets)), lines_(lines), findings_(findings) {}
-
-  void check() {
-    const Value document{.json = &root_, .offset = offsets_.front()};
-    if (!has(ValueType::object, document, "an object")) {
-      return;
-    }
-    if (const JSONValue* const patches = root_.find(kPatches)) {
-      patches->forEachMember([&](std::string_view patchID, const JSONValue& patch) {
-        patches_.insert_or_assign(patchID, &patch);
-      });
-    }
+  void checkMembers(const Value& document) {
     const std::vector<Value> members = membersOf(document);
     const Value* without = &document;  // that has no actions
     bool hasActions = false;
@@ -225,13 +205,15 @@ class FileCheck {
     }
   }
 
- private:
   /// Replaced values can make the file unusable, but there is no other use in warnings about them.
   void reportAt(std::size_t offset, FindingKind kind, const Value& value, std::string what) {
     if (value.counts || isError(kind)) {
       const Path path = pathTo(value);
+      const auto [line, start] = lineAt(offset);
       findings_.push_back({.kind = kind,
                            .offset = offset,
+                           .line = line,
+                           .column = offset - start + 1,
                            .pointer = pointerOf(path),
                            .place = placeOf(path),
                            .text = std::move(what)});
@@ -282,7 +264,7 @@ class FileCheck {
         if (first != last && (object.container != nullptr || isKnownMember(name))) {
           report(FindingKind::repeatedName, *last,
                  text("occurs more than once in its object; the last one counts (first in line ",
-                      lines_.at(first->nameOffset).first, ')'));
+                      lineAt(first->nameOffset).first, ')'));
         }
       }
     }
@@ -329,8 +311,14 @@ class FileCheck {
 
   void checkExclusions(const Value& list) {
     const auto patchIDs = stringsOf(list);
-    if (!patchIDs) {
+    if (!patchIDs || !list.counts) {
       return;
+    }
+    std::unordered_map<std::string_view, const JSONValue*> patches;
+    if (const JSONValue* const all = root_.find(kPatches)) {
+      all->forEachMember([&](std::string_view patchID, const JSONValue& patch) {
+        patches.insert_or_assign(patchID, &patch);
+      });
     }
     std::unordered_set<std::string_view> seen;
     for (const Value& element : *patchIDs) {
@@ -341,8 +329,8 @@ class FileCheck {
         continue;
       }
       checkID(patchID, element);
-      const auto own = patches_.find(patchID);
-      if (own == patches_.end() || own->second->isEmptyObject()) {
+      const auto own = patches.find(patchID);
+      if (own == patches.end() || own->second->isEmptyObject()) {
         report(FindingKind::exemptWithoutActions, element,
                text("patch ", inQuotes(patchID),
                     " is exempt from the product's actions and has none of its own: nothing is run "
@@ -492,11 +480,21 @@ class FileCheck {
     }
   }
 
+  /// The line's number, from 1, and where it starts.
+  std::pair<std::size_t, std::size_t> lineAt(std::size_t offset) {
+    for (std::size_t feed = source_.find('\n', lineStarts_.back()); feed < offset;
+         feed = source_.find('\n', feed + 1)) {
+      lineStarts_.push_back(static_cast<std::uint32_t>(feed + 1));
+    }
+    const auto next = std::ranges::upper_bound(lineStarts_, offset);
+    return {next - lineStarts_.begin(), *std::prev(next)};
+  }
+
+  std::string_view source_;
   const JSONValue& root_;
   std::vector<std::uint32_t> offsets_;
-  Lines& lines_;
-  std::vector<Finding>& findings_;
-  std::unordered_map<std::string_view, const JSONValue*> patches_;  // those that count
+  std::vector<std::uint32_t> lineStarts_{0};  // as far as needed
+  std::vector<Finding> findings_;
 };
 
 }  // namespace
@@ -512,13 +510,6 @@ std::string_view name(FindingKind kind) {
 }
 
 std::vector<Finding> checkActionFile(std::string_view text) {
-  std::vector<Finding> findings;
-  const std::string_view source = withoutByteOrderMark(text);
-  if (source.size() < text.size()) {
-    findings.push_back(
-        {.kind = FindingKind::byteOrderMark,
-         .text = "the file begins with a byte order mark, which some parsers reject"});
-  }
   JSONDocument document;
   auto root = document.read(text);
   std::string shortened;
@@ -527,24 +518,27 @@ std::vector<Finding> checkActionFile(std::string_view text) {
     shortened = FileCodec::withShortExponents(std::string(text));
     root = document.read(shortened, text);
   }
-  Lines lines(source);
+  const std::string_view source = withoutByteOrderMark(text);
+  std::vector<Finding> findings;
   if (root) {
-    FileCheck(**root, document.offsets(text), lines, findings).check();
+    findings = FileCheck(source, **root, document.offsets(text)).check();
   } else {
     const FileCodec::JSONReading& reading = root.error();
     findings.push_back(
         {.kind = FindingKind::syntax,
          .offset = reading.offset,
+         .line = reading.line,
+         .column = reading.column,
          .text = LogCore::text("expected ", reading.expected, ", found ", reading.found)});
+  }
+  if (source.size() < text.size()) {
+    findings.push_back(
+        {.kind = FindingKind::byteOrderMark,
+         .text = "the file begins with a byte order mark, which some parsers reject"});
   }
   std::ranges::sort(findings, {}, [](const Finding& each) {
     return std::tie(each.offset, each.kind, each.text);
   });
-  for (Finding& finding : findings) {
-    const auto [line, start] = lines.at(finding.offset);
-    finding.line = line;
-    finding.column = finding.offset - start + 1;
-  }
   return findings;
 }
 

@@ -9,6 +9,7 @@
 #include <system_error>
 #include <utility>
 
+#include "Platform/Posix/Uninterrupted.h"
 #include "Platform/Text.h"
 
 namespace agent_tool {
@@ -76,10 +77,7 @@ bool LineReader::fill() {
     std::ranges::copy(unread_, buffer_.data());
   }
   char* const end = buffer_.data() + unread_.size();
-  ssize_t count = 0;
-  do {
-    count = ::read(descriptor, end, kBlockBytes);
-  } while (count < 0 && errno == EINTR);
+  ssize_t count = platform::uninterrupted([&] { return ::read(descriptor, end, kBlockBytes); });
   if (count < 0) {
     throw std::system_error(errno, std::generic_category());
   }

@@ -1,6 +1,5 @@
 #include "AgentTool/Console/LogLines.h"
 
-#include <iterator>
 #include <string_view>
 #include <utility>
 
@@ -42,15 +41,11 @@ void LogLines::write(LogLevel level, const LogCore::LogTag& tag, std::uint32_t l
 
 std::vector<std::string> LogLines::take() {
   const std::scoped_lock lock(mutex_);
-  std::vector<std::string> lines;
-  lines.reserve(lines_.size() + 1);
   if (const std::uint64_t dropped = std::exchange(dropped_, 0); dropped > 0) {
-    lines.push_back(LogCore::text("(", dropped, " earlier lines)"));
+    lines_.push_front(LogCore::text("(", dropped, " earlier lines)"));
   }
-  lines.insert(lines.end(), std::make_move_iterator(lines_.begin()),
-               std::make_move_iterator(lines_.end()));
-  lines_.clear();
-  return lines;
+  const std::deque<std::string> taken = std::exchange(lines_, {});
+  return {taken.begin(), taken.end()};
 }
 
 }  // namespace agent_tool
