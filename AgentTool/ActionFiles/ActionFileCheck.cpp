@@ -36,20 +36,10 @@ constexpr std::array kRootMembers{kProducts, kPatches, kExclusions};
 bool isKnownMember(std::string_view name) { return name == kProducts || name == kPatches; }
 
 std::string_view typeName(ValueType type) {
-  switch (type) {
-    case ValueType::object:
-      return "an object";
-    case ValueType::array:
-      return "an array";
-    case ValueType::string:
-      return "a string";
-    case ValueType::boolean:
-      return "a Boolean";
-    case ValueType::null:
-      return "null";
-    default:
-      return "a number";
-  }
+  // In the enumeration's order.
+  static constexpr std::array<std::string_view, 8> kNames{
+      "null", "a Boolean", "a number", "a number", "a number", "a string", "an array", "an object"};
+  return kNames.at(std::to_underlying(type));
 }
 
 /// Null if there is none.
@@ -303,8 +293,11 @@ class FileCheck {
         checkActions(each, "a patch");
       } else if (each.name == kExclusions) {
         checkExclusions(each);
-      } else {
-        checkProduct(each);
+      } else if (has(ValueType::object, each, "an object")) {
+        checkName(each, "a product");
+        for (const Value& servicePack : membersOf(each)) {
+          checkActions(servicePack, "a service pack");
+        }
       }
     }
   }
@@ -335,15 +328,6 @@ class FileCheck {
                text("patch ", inQuotes(patchID),
                     " is exempt from the product's actions and has none of its own: nothing is run "
                     "for it"));
-      }
-    }
-  }
-
-  void checkProduct(const Value& product) {
-    if (has(ValueType::object, product, "an object")) {
-      checkName(product, "a product");
-      for (const Value& servicePack : membersOf(product)) {
-        checkActions(servicePack, "a service pack");
       }
     }
   }

@@ -32,7 +32,7 @@ constexpr std::size_t kHelpWidth = 80;
 std::string paragraph(std::string_view words, std::size_t indentation) {
   std::string out;
   for (const std::string& line : wrapped(words, kHelpWidth - indentation)) {
-    out.append(indentation, ' ') += line.substr(0, line.find_last_not_of(' ') + 1) + '\n';
+    out.append(indentation, ' ') += line + '\n';
   }
   return out;
 }

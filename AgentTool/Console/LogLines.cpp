@@ -1,31 +1,17 @@
 #include "AgentTool/Console/LogLines.h"
 
+#include <array>
 #include <string_view>
 #include <utility>
 
 #include "AgentLibraries/LogCore/Text.h"
 
 namespace agent_tool {
-namespace {
 
-using LogCore::LogLevel;
-
-std::string_view levelName(LogLevel level) {
-  switch (level) {
-    case LogLevel::debug:
-      return "debug";
-    case LogLevel::info:
-      return "info";
-    case LogLevel::error:
-      return "error";
-  }
-  std::unreachable();
-}
-
-}  // namespace
-
-void LogLines::write(LogLevel level, const LogCore::LogTag& tag, std::uint32_t line,
+void LogLines::write(LogCore::LogLevel level, const LogCore::LogTag& tag, std::uint32_t line,
                      const LogCore::MessageBuilder& build) {
+  // In the enumeration's order.
+  static constexpr std::array<std::string_view, 3> kLevels{"debug", "info", "error"};
   std::string message = build().text;
   {
     const std::scoped_lock lock(mutex_);
@@ -33,8 +19,8 @@ void LogLines::write(LogLevel level, const LogCore::LogTag& tag, std::uint32_t l
       lines_.pop_front();
       ++dropped_;
     }
-    lines_.push_back(
-        LogCore::text(levelName(level), ' ', tag.file, ' ', tag.function, ": ", message));
+    lines_.push_back(LogCore::text(kLevels.at(std::to_underlying(level)), ' ', tag.file, ' ',
+                                   tag.function, ": ", message));
   }
   next_->write(level, tag, line, [&] { return LogCore::Logger::Message(std::move(message)); });
 }

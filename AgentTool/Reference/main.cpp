@@ -25,19 +25,9 @@ using FileCodec::JSONObject;
 
 std::string asJSON(const CLI::Option& option) {
   const bool isPositional = !option.nonpositional();
-  std::vector<std::string> names;
-  for (const std::string& name : option.get_snames()) {
-    names.push_back("-" + name);
-  }
-  for (const std::string& name : option.get_lnames()) {
-    names.push_back("--" + name);
-  }
-  if (isPositional) {
-    names = {option.get_name(true)};
-  }
   const bool hasType = !isPositional && option.get_items_expected_max() > 0;
   return JSONObject()
-      .addJSON("names", jsonList(names))
+      .addString("names", option.get_name(false, true))  // "-h,--help"
       .addString("type", hasType ? option.get_type_name() : "")
       .addString("description", option.get_description())
       .addString("environment", option.get_envname())
