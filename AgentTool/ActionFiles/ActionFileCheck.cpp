@@ -83,7 +83,7 @@ struct Value {
   [[nodiscard]] std::string_view string() const { return json->string().value_or(""); }
 };
 
-/// From a member of the document to a value.
+/// The values from a member of the document to a value in it, inclusive.
 using Path = std::vector<const Value*>;
 
 Path pathTo(const Value& value) {
@@ -174,7 +174,7 @@ class FileCheck {
  private:
   void checkMembers(const Value& document) {
     const std::vector<Value> members = membersOf(document);
-    const Value* without = &document;  // that has no actions
+    const Value* lacking = &document;  // the actions, if there are none
     bool hasActions = false;
     for (const Value& member : members) {
       if (!isKnownMember(member.name)) {
@@ -183,19 +183,19 @@ class FileCheck {
         hasActions = hasActions || member.counts;
         checkKnownMember(member);
       } else if (member.counts) {
-        without = &member;
+        lacking = &member;
       }
     }
     if (!hasActions) {
-      reportAt(without->offset, FindingKind::noActions, *without,
-               without == &document
+      reportAt(lacking->offset, FindingKind::noActions, *lacking,
+               lacking == &document
                    ? "has neither ProductServicePackActions nor PatchActions: no action applies to "
                      "any patch"
                    : "is null, which counts as missing: no action applies to any patch");
     }
   }
 
-  /// Replaced values can make the file unusable, but there is no other use in warnings about them.
+  /// Drops warnings about replaced values, which have no effect.
   void reportAt(std::size_t offset, FindingKind kind, const Value& value, std::string what) {
     if (value.counts || isError(kind)) {
       const Path path = pathTo(value);
@@ -209,7 +209,7 @@ class FileCheck {
                            .text = std::move(what)});
     }
   }
-  /// Marks the name of a member.
+  /// At the name of a member or at an element.
   void report(FindingKind kind, const Value& value, std::string what) {
     reportAt(value.nameOffset, kind, value, std::move(what));
   }
@@ -230,7 +230,7 @@ class FileCheck {
     return offsets_[static_cast<std::size_t>(&value - &root_)];
   }
 
-  /// Those of an object, in order. Reports duplicates.
+  /// The members of an object, in order. Reports duplicates.
   std::vector<Value> membersOf(const Value& object) {
     std::vector<Value> members;
     object.json->forEachMember([&](std::string_view name, const JSONValue& member) {
