@@ -37,13 +37,14 @@ using ActionFile = std::shared_ptr<const vexlo::PatchActionGroup>;
 /// One action of the patch and its evaluation.
 struct EvaluatedAction {
   ActionDetail action;
-  Prediction prediction;
-  /// Of the action's result; absent if something else would happen first.
-  std::optional<vexlo::PatchActionResultDescription> description;
-  std::vector<vexlo::Measurement> measurements;
-  std::string next;  ///< Empty if the prediction is a result.
-  Intentions intentions;
+  Evaluation evaluation;
   std::vector<Acted> acted;  ///< Before this action.
+
+  /// Why the action has its result, if that is what would happen.
+  [[nodiscard]] std::optional<std::string> reason() const {
+    return evaluation.result.and_then(&vexlo::PatchActionResult::description)
+        .transform([](const auto& description) { return std::string(name(description)); });
+  }
 };
 
 std::vector<EvaluatedAction> evaluateAll(const std::vector<ActionDetail>& actions,
@@ -52,16 +53,8 @@ std::vector<EvaluatedAction> evaluateAll(const std::vector<ActionDetail>& action
   evaluated.reserve(actions.size());
   std::vector<Acted> acted;
   for (const ActionDetail& action : actions) {
-    const Evaluation evaluation = evaluator.evaluate(action.actionID);
-    evaluated.push_back(
-        {.action = action,
-         .prediction = evaluation.prediction,
-         .description =
-             isResult(evaluation.prediction) ? evaluation.result.description : std::nullopt,
-         .measurements = {evaluation.measurements.begin(), evaluation.measurements.end()},
-         .next = nextStep(evaluation, evaluator.intentions()),
-         .intentions = evaluator.intentions(),
-         .acted = acted});
+    const Evaluation& evaluation = evaluator.evaluate(action.actionID);
+    evaluated.push_back({.action = action, .evaluation = evaluation, .acted = acted});
     if (!rowOf(evaluation.prediction).act.empty()) {
       acted.push_back({std::string(action.actionID.code()), evaluation.prediction});
     }
@@ -110,22 +103,21 @@ std::string evaluationAsJSON(const vexlo::PatchIdentifier& patch,
                              const std::vector<EvaluatedAction>& evaluated) {
   std::vector<std::string> actions;
   actions.reserve(evaluated.size());
-  for (const auto& [action, prediction, description, measurements, next, intentions, acted] :
-       evaluated) {
-    const auto reason = description.transform([](const auto& found) { return name(found); });
-    const std::int64_t left = intentions.evaluation().remainingSkipAttempts;
+  for (const EvaluatedAction& each : evaluated) {
+    const auto& [action, evaluation, acted] = each;
+    const std::int64_t left = evaluation.postponementsLeft;
     actions.push_back(JSONObject()
                           .addString("name", describe(action.actionID))
                           .addString("code", action.actionID.code())
                           .addJSON("arguments", jsonList(action.arguments))
-                          .addString("answer", name(prediction))
-                          .addJSON("description", jsonOptional(reason))
-                          .addString("why", describe(std::span(measurements)))
-                          .addJSON("measured", vexlo::measurementsAsJSON(measurements))
-                          .addString("next", next)
-                          .addJSON("applications", jsonList(intentions.applications()))
+                          .addString("answer", name(evaluation.prediction))
+                          .addJSON("description", jsonOptional(each.reason()))
+                          .addString("why", describe(std::span(evaluation.measurements)))
+                          .addJSON("measured", vexlo::measurementsAsJSON(evaluation.measurements))
+                          .addString("next", evaluation.next)
+                          .addJSON("applications", jsonList(evaluation.applications))
                           .addJSON("postponementsLeft", left < 1 ? "null" : text(left))
-                          .addJSON("commands", jsonList(intentions.commands()))
+                          .addJSON("commands", jsonList(evaluation.commands))
                           .addJSON("acted", asJSON(acted))
                           .done());
   }
@@ -138,26 +130,27 @@ std::string evaluationAsTable(const std::vector<EvaluatedAction>& evaluated,
     return "No action applies.\n";
   }
   std::vector<std::vector<Cell>> rows;
-  for (const auto& [action, prediction, description, measurements, next, intentions, acted] :
-       evaluated) {
+  for (const EvaluatedAction& each : evaluated) {
+    const auto& [action, evaluation, acted] = each;
     std::vector<std::string> reasons;
-    if (description) {
-      reasons.push_back(name(*description));
+    if (auto reason = each.reason()) {
+      reasons.push_back(*std::move(reason));
     }
-    for (const std::string& part : {describe(std::span(measurements)), next}) {
+    for (const std::string& part :
+         {describe(std::span(evaluation.measurements)), evaluation.next}) {
       if (!part.empty()) {
         reasons.push_back(printable(part));
       }
     }
-    if (verdictOn(prediction).stopsPatch) {
-      for (const Acted& each : acted) {
-        reasons.push_back(text(each.code, ' ', rowOf(each.outcome).act, " first"));
+    if (verdictOn(evaluation.prediction).stopsPatch) {
+      for (const auto& [code, outcome] : acted) {
+        reasons.push_back(text(code, ' ', rowOf(outcome).act, " first"));
       }
     }
     std::vector<Cell>& row = rows.emplace_back();
     row = {{printable(action.actionID.code())},
            {printable(describe(action.actionID))},
-           {std::string(name(prediction)), verdictOn(prediction).style},
+           {std::string(name(evaluation.prediction)), verdictOn(evaluation.prediction).style},
            {platform::joined(reasons, "; ")}};
   }
   return tableText(console, {"CODE", "ACTION", "ANSWER", "WHY"}, rows);
@@ -167,7 +160,7 @@ std::string evaluationAsTable(const std::vector<EvaluatedAction>& evaluated,
 ExitStatus statusFor(const std::vector<EvaluatedAction>& evaluated) {
   Verdict worst = Verdict::ready;
   for (const EvaluatedAction& action : evaluated) {
-    worst = std::max(worst, verdictOn(action.prediction).verdict);
+    worst = std::max(worst, verdictOn(action.evaluation.prediction).verdict);
   }
   return rowOf(worst).status;
 }

@@ -57,28 +57,26 @@ struct PredictionRow {
   Prediction prediction;
   std::string_view name;
   Verdict verdict;
-  bool isResult;  ///< Whether it is the action's result.
   /// What the action does to the machine before later ones are evaluated; empty if nothing.
   std::string_view act;
   std::string_view meaning;  ///< For people.
 };
 constexpr std::array kPredictions{
     // in the enumeration's order
-    PredictionRow{Prediction::success, "success", Verdict::ready, true, "", "the action passes"},
-    PredictionRow{Prediction::applyLater, "applyLater", Verdict::waits, true, "",
+    PredictionRow{Prediction::success, "success", Verdict::ready, "", "the action passes"},
+    PredictionRow{Prediction::applyLater, "applyLater", Verdict::waits, "",
                   "the action can't pass now"},
-    PredictionRow{Prediction::failure, "failure", Verdict::fails, true, "", "the action fails"},
-    PredictionRow{Prediction::wouldAsk, "wouldAsk", Verdict::waits, false, "",
+    PredictionRow{Prediction::failure, "failure", Verdict::fails, "", "the action fails"},
+    PredictionRow{Prediction::wouldAsk, "wouldAsk", Verdict::waits, "",
                   "the user would be asked to close applications; no answer counts as no"},
-    PredictionRow{Prediction::wouldForce, "wouldForce", Verdict::ready, false,
-                  "would force the prompt",
+    PredictionRow{Prediction::wouldForce, "wouldForce", Verdict::ready, "would force the prompt",
                   "the user would be asked, and no answer counts as yes; declining is applyLater, "
                   "and postponements may be left"},
-    PredictionRow{Prediction::wouldKill, "wouldKill", Verdict::ready, false,
-                  "would kill applications", "applications would be killed without asking"},
-    PredictionRow{Prediction::wouldRun, "wouldRun", Verdict::ready, false, "would install",
+    PredictionRow{Prediction::wouldKill, "wouldKill", Verdict::ready, "would kill applications",
+                  "applications would be killed without asking"},
+    PredictionRow{Prediction::wouldRun, "wouldRun", Verdict::ready, "would install",
                   "the installer would run; its result decides"},
-    PredictionRow{Prediction::notAsked, "notAsked", Verdict::waits, false, "",
+    PredictionRow{Prediction::notAsked, "notAsked", Verdict::waits, "",
                   "depends on something that was not asked or is not in the facts"},
 };
 
@@ -100,7 +98,6 @@ constexpr std::array kPredictions{
 [[nodiscard]] constexpr std::string_view name(Prediction prediction) {
   return rowOf(prediction).name;
 }
-[[nodiscard]] constexpr bool isResult(Prediction prediction) { return rowOf(prediction).isResult; }
 [[nodiscard]] constexpr const VerdictRow& verdictOn(Prediction prediction) {
   return rowOf(rowOf(prediction).verdict);
 }

@@ -108,7 +108,7 @@ const MachinePrediction& WhatIf::predict(const Facts& facts) {
   next.clear();
   measured = "[]";
   for (const Action& action : actions_) {
-    const Evaluation evaluation = evaluator_.evaluate(action.actionID);
+    const Evaluation& evaluation = evaluator_.evaluate(action.actionID);
     if (verdictOn(evaluation.prediction).stopsPatch) {
       keep(action, evaluation);
       return prediction_;
@@ -129,11 +129,11 @@ void WhatIf::keep(const Action& action, const Evaluation& evaluation) {
   counted.outcome = evaluation.prediction;
   counted.code = action.code;
   counted.reason.clear();
-  if (isResult(evaluation.prediction) && evaluation.result.description) {
-    counted.reason = name(*evaluation.result.description);
+  if (evaluation.result && evaluation.result->description) {
+    counted.reason = name(*evaluation.result->description);
   }
   prediction_.action = action.name;
-  prediction_.next = nextStep(evaluation, evaluator_.intentions());
+  prediction_.next = evaluation.next;
   prediction_.measured = vexlo::measurementsAsJSON(evaluation.measurements);
 }
 

@@ -95,10 +95,9 @@ std::string answerTo(const std::string& action, const Facts& facts) {
     return read.error().what();
   }
   evaluator.use(**read);
-  const Evaluation evaluation = evaluator.evaluate(vexlo::ActionID(action.substr(1, 4)));
+  const Evaluation& evaluation = evaluator.evaluate(vexlo::ActionID(action.substr(1, 4)));
   std::ranges::for_each(evaluation.measurements, expectDocumented);
-  const std::string next = nextStep(evaluation, evaluator.intentions());
-  return next.empty() ? describe(evaluation.result) : next;
+  return evaluation.result ? describe(*evaluation.result) : evaluation.next;
 }
 
 class EvaluatorTest : public testing::TestWithParam<EvaluationCase> {
@@ -270,10 +269,11 @@ TEST(EvaluatorMachinesTest, AnswersForTheCurrentMachine) {
     Facts facts = healthyMachine();
     facts.customization.values = PropertyList::Dictionary{{"numberOfSkipAttempts", skipAttempts}};
     evaluator.use(*reader.read(factsAsJSON(facts)).value());
-    (void)evaluator.evaluate(vexlo::KnownAction::applicationRunningCheck);
-    const std::int64_t remaining = evaluator.intentions().evaluation().remainingSkipAttempts;
-    (void)evaluator.evaluate(vexlo::KnownAction::installMacOSUpdatesUsingInstallAssistant);
-    EXPECT_EQ(evaluator.intentions().commands().size(), 1U);
+    const std::int64_t remaining =
+        evaluator.evaluate(vexlo::KnownAction::applicationRunningCheck).postponementsLeft;
+    EXPECT_EQ(evaluator.evaluate(vexlo::KnownAction::installMacOSUpdatesUsingInstallAssistant)
+                  .commands.size(),
+              1U);
     return remaining;
   };
   EXPECT_EQ(left(3), 3);
