@@ -39,12 +39,6 @@ struct EvaluatedAction {
   ActionDetail action;
   Evaluation evaluation;
   std::vector<Acted> acted;  ///< Before this action.
-
-  /// Why the action has its result, if that is what would happen.
-  [[nodiscard]] std::optional<std::string> reason() const {
-    return evaluation.result.and_then(&vexlo::PatchActionResult::description)
-        .transform([](const auto& description) { return std::string(name(description)); });
-  }
 };
 
 std::vector<EvaluatedAction> evaluateAll(const std::vector<ActionDetail>& actions,
@@ -103,15 +97,14 @@ std::string evaluationAsJSON(const vexlo::PatchIdentifier& patch,
                              const std::vector<EvaluatedAction>& evaluated) {
   std::vector<std::string> actions;
   actions.reserve(evaluated.size());
-  for (const EvaluatedAction& each : evaluated) {
-    const auto& [action, evaluation, acted] = each;
+  for (const auto& [action, evaluation, acted] : evaluated) {
     const std::int64_t left = evaluation.postponementsLeft;
     actions.push_back(JSONObject()
                           .addString("name", describe(action.actionID))
                           .addString("code", action.actionID.code())
                           .addJSON("arguments", jsonList(action.arguments))
                           .addString("answer", name(evaluation.prediction))
-                          .addJSON("description", jsonOptional(each.reason()))
+                          .addJSON("description", jsonOptional(evaluation.reason()))
                           .addString("why", describe(std::span(evaluation.measurements)))
                           .addJSON("measured", vexlo::measurementsAsJSON(evaluation.measurements))
                           .addString("next", evaluation.next)
@@ -130,10 +123,9 @@ std::string evaluationAsTable(const std::vector<EvaluatedAction>& evaluated,
     return "No action applies.\n";
   }
   std::vector<std::vector<Cell>> rows;
-  for (const EvaluatedAction& each : evaluated) {
-    const auto& [action, evaluation, acted] = each;
+  for (const auto& [action, evaluation, acted] : evaluated) {
     std::vector<std::string> reasons;
-    if (auto reason = each.reason()) {
+    if (auto reason = evaluation.reason()) {
       reasons.push_back(*std::move(reason));
     }
     for (const std::string& part :

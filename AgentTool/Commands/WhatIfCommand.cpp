@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <chrono>
 #include <cstdint>
+#include <filesystem>
 #include <functional>
 #include <map>
 #include <memory>
@@ -27,7 +28,6 @@
 #include "AgentTool/Console/PrintableText.h"
 #include "AgentTool/Facts/Facts.h"
 #include "AgentTool/Fleet/FleetSummary.h"
-#include "AgentTool/Fleet/FleetSummaryTable.h"
 #include "AgentTool/Fleet/WhatIf.h"
 #include "Platform/Descriptor.h"
 #include "Platform/Files.h"
@@ -48,13 +48,11 @@ constexpr std::size_t kOutputBytes = std::size_t{64} * 1024;
 std::optional<std::uint64_t> bytesIn(const std::vector<std::string>& files) {
   std::uint64_t total = 0;
   for (const std::string& file : files) {
-    struct stat status{};
-    const int error =
-        file == kStandardInputName ? ::fstat(STDIN_FILENO, &status) : ::stat(file.c_str(), &status);
-    if (error != 0 || !S_ISREG(status.st_mode)) {
+    std::error_code error;
+    total += std::filesystem::file_size(file == kStandardInputName ? "/dev/stdin" : file, error);
+    if (error) {
       return std::nullopt;
     }
-    total += static_cast<std::uint64_t>(status.st_size);
   }
   return total;
 }
@@ -93,19 +91,20 @@ class Progress {
   std::atomic<std::uint64_t> bytes_ = 0;
 };
 
-void appendMember(std::string& out, std::string_view name, std::string_view value) {
+/// Null for an empty value, too.
+void appendMember(std::string& out, std::string_view name, std::optional<std::string_view> value) {
   (((out += ",\"") += name) += R"(":)");
-  if (value.empty()) {
+  if (value.value_or("").empty()) {
     out += "null";
   } else {
-    FileCodec::appendJSONString(out, value);
+    FileCodec::appendJSONString(out, *value);
   }
 }
 
 void appendPrediction(std::string& out, const MachinePrediction& prediction) {
   (((out += R"("outcome":")") += name(prediction.counted.outcome)) += '"');
   appendMember(out, "code", prediction.counted.code);
-  appendMember(out, "action", prediction.action);
+  appendMember(out, "action", actionNameOf(prediction.counted));
   appendMember(out, "reason", prediction.counted.reason);
   appendMember(out, "next", prediction.next);
   ((out += R"(,"measured":)") += prediction.measured);
@@ -196,13 +195,13 @@ class FleetEvaluation {
     const MachinePrediction& now = whatIf_.predict(facts);
     const MachineKind kind{
         .update = whatIf_.update(facts),
-        .macOS = facts.macOSVersion ? facts.macOSMajorVersion : 0,
+        .macOS = facts.macOSVersion.transform([&](auto&) { return facts.macOSMajorVersion; }),
         .processor = facts.isAppleSilicon ? Processor::appleSilicon : Processor::intel};
     summary_.add(now.counted, kind);
     const MachinePrediction* const before = before_ ? &before_->predict(facts) : nullptr;
     const bool moved = before != nullptr && before->counted != now.counted;
     if (moved) {
-      summary_.addMove(before->counted, now.counted);
+      summary_.addMove({before->counted, now.counted});
     }
     if (request_.summaryOnly || (before != nullptr && !moved)) {
       return;
@@ -213,9 +212,9 @@ class FleetEvaluation {
     } else {
       FileCodec::appendJSONString(out_, text(place, line));
     }
-    appendMember(out_, "macOS", facts.macOSVersion.value_or(""));
-    appendMember(out_, "processor", facts.isAppleSilicon ? "apple-silicon" : "intel");
-    appendMember(out_, "update", rowOf(kind.update).name);
+    appendMember(out_, "macOS", facts.macOSVersion);
+    appendMember(out_, "processor", nameOf(kind.processor));
+    appendMember(out_, "update", nameOf(kind.update));
     out_ += ',';
     appendPrediction(out_, now);
     if (before != nullptr) {
@@ -292,13 +291,6 @@ std::string writeSummary(const std::string& path, std::string_view bytes) {
   return error == 0 ? std::string() : path + ": " + std::generic_category().message(error);
 }
 
-ExitStatus statusFor(const FleetSummary& summary, bool allWereRead) {
-  if (!allWereRead) {
-    return ExitStatus::failure;
-  }
-  return summary.badLines() > 0 ? ExitStatus::badLines : ExitStatus::success;
-}
-
 }  // namespace
 
 ExitStatus whatIf(const WhatIfRequest& request, Console& console) {
@@ -328,7 +320,10 @@ ExitStatus whatIf(const WhatIfRequest& request, Console& console) {
     const std::string table = asTable(summary, console);
     console.withActivityCleared([&] { (void)platform::writeAll(STDERR_FILENO, table); });
   }
-  return statusFor(summary, fleet.allWereRead());
+  if (!fleet.allWereRead()) {
+    return ExitStatus::failure;
+  }
+  return summary.badLines() > 0 ? ExitStatus::badLines : ExitStatus::success;
 }
 
 ExitStatus mergeSummaries(const MergeRequest& request, Console& console) {

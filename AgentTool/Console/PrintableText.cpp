@@ -88,6 +88,15 @@ std::vector<std::string> wrapped(std::string_view printableText, std::size_t wid
   return lines;
 }
 
+std::string grouped(std::uint64_t number) {
+  std::string digits = std::to_string(number);
+  for (std::size_t at = digits.size(); at > 3;) {
+    at -= 3;
+    digits.insert(at, 1, ',');
+  }
+  return digits;
+}
+
 bool needsQuotes(std::string_view text) {
   return text.empty() || text == "-" || text.find_first_of(" ,\"\\") != std::string_view::npos;
 }

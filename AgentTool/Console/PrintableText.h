@@ -1,6 +1,7 @@
 // Text for display, without terminal control sequences.
 #pragma once
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -21,6 +22,9 @@ using platform::printable;
 /// Wraps a printable text to lines of at most `width` columns (at least 1), at spaces if possible.
 /// An empty text is one empty line.
 [[nodiscard]] std::vector<std::string> wrapped(std::string_view printableText, std::size_t width);
+
+/// «1,234,567»
+[[nodiscard]] std::string grouped(std::uint64_t number);
 
 /// Whether `joinedReadably` quotes `text`.
 [[nodiscard]] bool needsQuotes(std::string_view text);

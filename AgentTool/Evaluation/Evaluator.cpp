@@ -375,6 +375,11 @@ class Evaluator::Checks final : public vexlo::PatchProcessingDependencies,
   vexlo::DefaultSoftwareUpdateLabel labels_{machine_->labels};
 };
 
+std::optional<std::string> Evaluation::reason() const {
+  return result.and_then(&vexlo::PatchActionResult::description)
+      .transform([](const auto& description) { return name(description); });
+}
+
 Evaluator::Evaluator(vexlo::PatchIdentifier patch,
                      std::shared_ptr<const vexlo::PatchActionGroup> actionFile)
     : machine_(std::make_shared<RecordedMachine>()) {

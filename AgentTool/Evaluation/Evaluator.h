@@ -32,6 +32,9 @@ struct Evaluation {
   std::int64_t postponementsLeft = 0;  ///< That the prompt would offer; less than 1 for none.
   /// The command lines that would run in sequence until one fails.
   std::vector<std::string> commands;
+
+  /// The name of the result's description, if it has one.
+  [[nodiscard]] std::optional<std::string> reason() const;
 };
 
 /// Evaluates the actions of one patch with the library's processor, checks and installers on a

@@ -1,6 +1,5 @@
 // What the evaluation of an action predicts, and what that means for the patch.
 #pragma once
-#include <algorithm>
 #include <array>
 #include <compare>
 #include <cstddef>
@@ -54,7 +53,7 @@ enum class Prediction : std::uint8_t {
 };
 
 struct PredictionRow {
-  Prediction prediction;
+  Prediction value;
   std::string_view name;
   Verdict verdict;
   /// What the action does to the machine before later ones are evaluated; empty if nothing.
@@ -104,13 +103,7 @@ constexpr std::array kPredictions{
 
 template <>
 struct JSONNames<Prediction> {
-  static constexpr auto list = [] {
-    std::array<std::pair<Prediction, std::string_view>, kPredictions.size()> names;
-    std::ranges::transform(kPredictions, names.begin(), [](const PredictionRow& row) {
-      return std::pair(row.prediction, row.name);
-    });
-    return names;
-  }();
+  static constexpr const auto& list = kPredictions;
 };
 
 /// An action that would have changed the machine before a later one runs.

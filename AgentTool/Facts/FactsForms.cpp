@@ -93,9 +93,8 @@ struct PowerSourceMembers {
 
 template <>
 struct JSONNames<PowerSourceMembers::Kind> {
-  static constexpr std::array list{
-      std::pair{PowerSourceMembers::Kind::mains, std::string_view("mains")},
-      std::pair{PowerSourceMembers::Kind::battery, std::string_view("battery")}};
+  static constexpr std::array list{NamedValue{PowerSourceMembers::Kind::mains, "mains"},
+                                   NamedValue{PowerSourceMembers::Kind::battery, "battery"}};
 };
 
 template <>

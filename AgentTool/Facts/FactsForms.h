@@ -53,9 +53,9 @@ struct JSONForm<vexlo::PowerSource> {
 template <>
 struct JSONNames<vxutils::EnrollmentType> {
   static constexpr std::array list{
-      std::pair{vxutils::EnrollmentType::not_enrolled, std::string_view("not_enrolled")},
-      std::pair{vxutils::EnrollmentType::user_approved, std::string_view("user_approved")},
-      std::pair{vxutils::EnrollmentType::dep, std::string_view("dep")}};
+      NamedValue{vxutils::EnrollmentType::not_enrolled, "not_enrolled"},
+      NamedValue{vxutils::EnrollmentType::user_approved, "user_approved"},
+      NamedValue{vxutils::EnrollmentType::dep, "dep"}};
 };
 
 template <>

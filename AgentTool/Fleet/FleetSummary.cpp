@@ -28,9 +28,7 @@ struct CountRow : FleetPrediction, MachineKind {
   std::uint64_t machines = 0;
 };
 
-struct MoveRow {
-  FleetPrediction from;
-  FleetPrediction to;
+struct MoveRow : Move {
   std::uint64_t machines = 0;
 };
 
@@ -42,22 +40,6 @@ struct SummaryDocument {
   std::vector<CountRow> counts;
   std::vector<MoveRow> moves;
 };
-
-/// A field whose default is null in JSON.
-template <auto member, typename Record>
-constexpr JSONField<Record> fieldOrNull(std::string_view name) {
-  using Value = decltype(memberOf(member))::value;
-  JSONField<Record> result = field<member, Record>(name);
-  result.read = [](const JSONValue& value, const JSONPlace& place, Record& record) {
-    std::optional<Value> read;
-    readValue(value, place, read);
-    record.*member = std::move(read).value_or(Value());
-  };
-  result.write = [](const Record& record) {
-    return record.*member == Value() ? std::string("null") : asJSON(record.*member);
-  };
-  return result;
-}
 
 }  // namespace
 
@@ -80,35 +62,16 @@ struct JSONFields<FleetQuestion> {
 template <std::derived_from<FleetPrediction> Row>
 struct PredictionFields {
   static constexpr auto outcome = needed(field<&FleetPrediction::outcome, Row>("outcome"));
-  static constexpr auto code = fieldOrNull<&FleetPrediction::code, Row>("code");
+  static constexpr auto code = field<&FleetPrediction::code, Row>("code");
   static constexpr JSONField<Row> action{
-      .name = "action", .write = [](const Row& row) {
-        return row.code.empty() ? "null" : asJSON(describe(vexlo::ActionID(row.code)));
-      }};
-  static constexpr auto reason = fieldOrNull<&FleetPrediction::reason, Row>("reason");
+      .name = "action", .write = [](const Row& row) { return asJSON(actionNameOf(row)); }};
+  static constexpr auto reason = field<&FleetPrediction::reason, Row>("reason");
   static constexpr auto acted = field<&FleetPrediction::acted, Row>("acted");
 };
 
 template <>
 struct JSONFields<FleetPrediction> : PredictionFields<FleetPrediction> {
   static constexpr std::array list{outcome, code, action, reason, acted};
-};
-
-template <>
-struct JSONNames<Update> {
-  static constexpr auto list = [] {
-    std::array<std::pair<Update, std::string_view>, kUpdates.size()> names;
-    std::ranges::transform(kUpdates, names.begin(),
-                           [](const UpdateRow& row) { return std::pair(row.update, row.name); });
-    return names;
-  }();
-};
-
-template <>
-struct JSONNames<Processor> {
-  static constexpr std::array list{
-      std::pair{Processor::appleSilicon, std::string_view("apple-silicon")},
-      std::pair{Processor::intel, std::string_view("intel")}};
 };
 
 template <>
@@ -119,14 +82,15 @@ struct JSONFields<CountRow> : PredictionFields<CountRow> {
                                    reason,
                                    acted,
                                    field<&MachineKind::update, CountRow>("update"),
-                                   fieldOrNull<&MachineKind::macOS, CountRow>("macOS"),
+                                   field<&MachineKind::macOS, CountRow>("macOS"),
                                    field<&MachineKind::processor, CountRow>("processor"),
                                    field<&CountRow::machines>("machines")};
 };
 
 template <>
 struct JSONFields<MoveRow> {
-  static constexpr std::array list{field<&MoveRow::from>("from"), field<&MoveRow::to>("to"),
+  static constexpr std::array list{field<&Move::from, MoveRow>("from"),
+                                   field<&Move::to, MoveRow>("to"),
                                    field<&MoveRow::machines>("machines")};
 };
 
@@ -140,23 +104,27 @@ struct JSONFields<SummaryDocument> {
                                    needed(field<&SummaryDocument::moves>("moves"))};
 };
 
+std::optional<std::string> actionNameOf(const FleetPrediction& prediction) {
+  return prediction.code.transform(
+      [](const auto& code) { return describe(vexlo::ActionID(code)); });
+}
+
 void FleetSummary::add(const FleetPrediction& prediction, const MachineKind& kind,
                        std::uint64_t machines) {
   if (machines == 0) {
     return;
   }
   MachineKind known = kind;
-  if (known.macOS < 0 || known.macOS > kHighestMajorVersion) {
-    known.macOS = 0;
+  if (known.macOS < 1 || known.macOS > kHighestMajorVersion) {
+    known.macOS.reset();
   }
   increase(predictions_[prediction][known], machines);
   increase(machines_, machines);
 }
 
-void FleetSummary::addMove(const FleetPrediction& from, const FleetPrediction& to,
-                           std::uint64_t machines) {
+void FleetSummary::addMove(const Move& move, std::uint64_t machines) {
   if (machines > 0) {
-    increase(moves_[{from, to}], machines);
+    increase(moves_[move], machines);
   }
 }
 
@@ -175,7 +143,7 @@ bool FleetSummary::merge(const FleetSummary& other) {
     }
   }
   for (const auto& [move, machines] : other.moves_) {
-    addMove(move.first, move.second, machines);
+    addMove(move, machines);
   }
   addBadLines(other.badLines_);
   return true;
@@ -194,7 +162,7 @@ std::string asJSON(const FleetSummary& summary) {
     }
   }
   for (const auto& [move, machines] : summary.moves()) {
-    document.moves.push_back({.from = move.first, .to = move.second, .machines = machines});
+    document.moves.push_back({move, machines});
   }
   return asJSON(document) + '\n';
 }
@@ -211,7 +179,7 @@ std::expected<FleetSummary, DecodingError> summaryFromJSON(std::string_view line
     summary.add(row, row, row.machines);
   }
   for (const MoveRow& row : document.moves) {
-    summary.addMove(row.from, row.to, row.machines);
+    summary.addMove(row, row.machines);
   }
   if (document.machines != summary.machines()) {
     return std::unexpected(DecodingError({}, "machines",

@@ -13,7 +13,9 @@
 #include <vector>
 
 #include "AgentLibraries/FileCodec/DecodingError.h"
+#include "AgentTool/Console/Console.h"
 #include "AgentTool/Evaluation/Prediction.h"
+#include "AgentTool/JSON/JSONFields.h"
 #include "VexloPatchDeployment/Common/PatchIdentifier.h"
 
 namespace agent_tool {
@@ -38,18 +40,21 @@ struct FleetQuestion {
 /// What is counted of the prediction for a machine.
 struct FleetPrediction {
   Prediction outcome = Prediction::success;
-  std::string code;          ///< Of the deciding action; empty if all succeed.
-  std::string reason;        ///< The name of its description; empty if there is none.
-  std::vector<Acted> acted;  ///< The actions before it that would change the machine.
+  std::optional<std::string> code;    ///< Of the deciding action; absent if all succeed.
+  std::optional<std::string> reason;  ///< The name of its description, if it has one.
+  std::vector<Acted> acted;           ///< The actions before it that would change the machine.
   // Older libraries have no <=> for vectors, so `auto` can't be deduced.
   friend std::strong_ordering operator<=>(const FleetPrediction&, const FleetPrediction&) = default;
 };
+
+/// The name of the deciding action.
+[[nodiscard]] std::optional<std::string> actionNameOf(const FleetPrediction& prediction);
 
 /// How a patch's macOS version relates to a machine's.
 enum class Update : std::uint8_t { unknown, alreadyCurrent, notOffered, majorUpgrade, minorUpdate };
 
 struct UpdateRow {
-  Update update;
+  Update value;
   std::string_view name;
   std::string_view words;
   std::string_view meaning;
@@ -70,15 +75,31 @@ constexpr std::array kUpdates{
 [[nodiscard]] constexpr const UpdateRow& rowOf(Update update) {
   return kUpdates.at(static_cast<std::size_t>(update));
 }
+template <>
+struct JSONNames<Update> {
+  static constexpr const auto& list = kUpdates;
+};
 
 enum class Processor : std::uint8_t { intel, appleSilicon };
+template <>
+struct JSONNames<Processor> {
+  static constexpr std::array list{NamedValue{Processor::appleSilicon, "apple-silicon"},
+                                   NamedValue{Processor::intel, "intel"}};
+};
 
 /// The types of machine that are counted separately.
 struct MachineKind {
   Update update = Update::unknown;
-  std::int64_t macOS = 0;  ///< The major version, 1 to 99; 0 if unknown.
+  std::optional<std::int64_t> macOS;  ///< The major version, 1 to 99.
   Processor processor = Processor::intel;
-  friend auto operator<=>(const MachineKind&, const MachineKind&) = default;
+  friend std::strong_ordering operator<=>(const MachineKind&, const MachineKind&) = default;
+};
+
+/// A prediction that has changed.
+struct Move {
+  FleetPrediction from;
+  FleetPrediction to;
+  friend std::strong_ordering operator<=>(const Move&, const Move&) = default;
 };
 
 /// Counts over machines. Merging is associative and commutative, with a default-constructed summary
@@ -93,8 +114,8 @@ class FleetSummary {
   explicit FleetSummary(FleetQuestion question) : question_(std::move(question)) {}
 
   void add(const FleetPrediction& prediction, const MachineKind& kind, std::uint64_t machines = 1);
-  /// A machine, also counted by `add`, whose previous prediction was different.
-  void addMove(const FleetPrediction& from, const FleetPrediction& to, std::uint64_t machines = 1);
+  /// Of machines, also counted by `add`, whose previous prediction was different.
+  void addMove(const Move& move, std::uint64_t machines = 1);
   void addBadLines(std::uint64_t lines);
 
   /// Returns false without merging if the other summary is for another question.
@@ -102,7 +123,7 @@ class FleetSummary {
 
   using Counts = std::map<MachineKind, std::uint64_t>;
   using Predictions = std::map<FleetPrediction, Counts>;
-  using Moves = std::map<std::pair<FleetPrediction, FleetPrediction>, std::uint64_t>;
+  using Moves = std::map<Move, std::uint64_t>;
   [[nodiscard]] const std::optional<FleetQuestion>& question() const noexcept { return question_; }
   [[nodiscard]] const Predictions& predictions() const noexcept { return predictions_; }
   [[nodiscard]] const Moves& moves() const noexcept { return moves_; }
@@ -124,5 +145,9 @@ class FleetSummary {
 /// Parses such a line. Errors name no file.
 [[nodiscard]] std::expected<FleetSummary, FileCodec::DecodingError> summaryFromJSON(
     std::string_view line);
+
+/// Tables with bars: outcomes, blocking reasons, kinds of machine and for a comparison the changes;
+/// then what their words mean.
+[[nodiscard]] std::string asTable(const FleetSummary& summary, const Console& console);
 
 }  // namespace agent_tool

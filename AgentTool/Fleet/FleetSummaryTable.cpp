@@ -1,11 +1,11 @@
-#include "AgentTool/Fleet/FleetSummaryTable.h"
-
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstddef>
+#include <functional>
 #include <map>
 #include <ranges>
+#include <set>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -13,9 +13,8 @@
 #include "AgentLibraries/LogCore/Text.h"
 #include "AgentTool/Console/Columns.h"
 #include "AgentTool/Console/PrintableText.h"
-#include "AgentTool/Evaluation/Prediction.h"
+#include "AgentTool/Fleet/FleetSummary.h"
 #include "Platform/RealNumbers.h"
-#include "VexloPatchDeployment/Common/ActionID.h"
 
 namespace agent_tool {
 namespace {
@@ -40,59 +39,44 @@ std::string barOf(double share) {
   return bar.append(kParts[whole % 8]);
 }
 
-std::string percent(double share) { return platform::decimalText(share * 100, 1) + " %"; }
-
 std::string rightAligned(std::string text, std::size_t width) {
   text.insert(0, width - std::min(width, text.size()), ' ');
   return text;
 }
 
-/// Rows of labels with a count, its share and a bar.
-class CountTable {
- public:
-  explicit CountTable(std::vector<std::string> headings, std::string shareHeading = "SHARE")
-      : headings_(std::move(headings)), shareHeading_(std::move(shareHeading)) {}
-
-  void add(std::vector<Cell> texts, std::uint64_t count, double share, Style bar) {
-    rows_.push_back({std::move(texts), grouped(count), percent(share), barOf(share), bar});
-  }
-
-  [[nodiscard]] std::string text(const Console& console) const {
-    if (rows_.empty()) {
-      return {};
-    }
-    constexpr std::string_view kMachines = "MACHINES";
-    constexpr std::size_t kShareWidth = std::string_view("100.0 %").size();
-    std::size_t countWidth = kMachines.size();
-    for (const Row& row : rows_) {
-      countWidth = std::max(countWidth, row.count.size());
-    }
-    std::vector<std::string> headings = headings_;
-    headings.push_back(rightAligned(std::string(kMachines), countWidth));
-    headings.push_back(rightAligned(shareHeading_, kShareWidth));
-    headings.emplace_back();
-    std::vector<std::vector<Cell>> cells;
-    for (const Row& row : rows_) {
-      std::vector<Cell>& line = cells.emplace_back(row.texts);
-      line.push_back({rightAligned(row.count, countWidth)});
-      line.push_back({rightAligned(row.share, kShareWidth)});
-      line.push_back({row.bar, row.style});
-    }
-    return '\n' + tableText(console, headings, cells);
-  }
-
- private:
-  struct Row {
-    std::vector<Cell> texts;
-    std::string count;
-    std::string share;
-    std::string bar;
-    Style style;
-  };
-  std::vector<std::string> headings_;
-  std::string shareHeading_;
-  std::vector<Row> rows_;
+struct CountRow {
+  std::vector<Cell> labels;
+  std::uint64_t machines = 0;
+  double share = 0;
+  Style bar = Style::plain;
 };
+
+void sortByCount(std::vector<CountRow>& rows) {
+  std::ranges::stable_sort(rows, std::greater(), &CountRow::machines);
+}
+
+/// Empty without rows.
+std::string countTable(const Console& console, std::vector<std::string> headings,
+                       const std::vector<CountRow>& rows, std::string shareHeading = "SHARE") {
+  if (rows.empty()) {
+    return {};
+  }
+  constexpr std::string_view kMachines = "MACHINES";
+  constexpr std::size_t kShareWidth = std::string_view("100.0 %").size();
+  const std::size_t countWidth = std::max(
+      kMachines.size(), grouped(std::ranges::max(rows, {}, &CountRow::machines).machines).size());
+  headings.push_back(rightAligned(std::string(kMachines), countWidth));
+  headings.push_back(rightAligned(std::move(shareHeading), kShareWidth));
+  headings.emplace_back();
+  std::vector<std::vector<Cell>> cells;
+  for (const auto& [labels, machines, share, bar] : rows) {
+    std::vector<Cell>& line = cells.emplace_back(labels);
+    line.push_back({rightAligned(grouped(machines), countWidth)});
+    line.push_back({rightAligned(platform::decimalText(share * 100, 1) + " %", kShareWidth)});
+    line.push_back({barOf(share), bar});
+  }
+  return '\n' + tableText(console, headings, cells);
+}
 
 std::uint64_t sum(const FleetSummary::Counts& counts) {
   std::uint64_t total = 0;
@@ -102,50 +86,41 @@ std::uint64_t sum(const FleetSummary::Counts& counts) {
   return total;
 }
 
-std::string nameOf(const FleetPrediction& prediction) {
-  return prediction.code.empty() ? std::string() : describe(vexlo::ActionID(prediction.code));
-}
-
 std::string inMachines(std::uint64_t count) {
   return text(grouped(count), count == 1 ? " machine" : " machines");
 }
 
-/// By descending count, then by what is counted.
-constexpr auto mostFirst = [](const auto& left, const auto& right) {
-  return left.second != right.second ? left.second > right.second : *left.first < *right.first;
-};
-
 std::string outcomes(const FleetSummary& summary, const Console& console) {
-  std::map<Prediction, std::uint64_t> byOutcome{{Prediction::success, 0}};
-  std::map<std::pair<std::string, Prediction>, std::uint64_t> acted;
+  std::map<std::pair<Verdict, Prediction>, std::uint64_t> byOutcome{
+      {{Verdict::ready, Prediction::success}, 0}};
+  std::map<Acted, std::uint64_t> acted;
   for (const auto& [prediction, counts] : summary.predictions()) {
-    byOutcome[prediction.outcome] += sum(counts);
+    byOutcome[{rowOf(prediction.outcome).verdict, prediction.outcome}] += sum(counts);
     for (const Acted& each : prediction.acted) {
-      acted[{each.code, each.outcome}] += sum(counts);
+      acted[each] += sum(counts);
     }
   }
-  std::vector<std::pair<Prediction, std::uint64_t>> rows(byOutcome.begin(), byOutcome.end());
-  std::ranges::sort(
-      rows, {}, [](const auto& row) { return std::pair(verdictOn(row.first).verdict, row.first); });
-  CountTable table({"OUTCOME"});
-  for (const auto& [outcome, machines] : rows) {
-    table.add({{std::string(name(outcome)), verdictOn(outcome).style}}, machines,
-              shareOf(machines, summary.machines()), verdictOn(outcome).style);
+  std::vector<CountRow> rows;
+  for (const auto& [key, machines] : byOutcome) {
+    const Style style = rowOf(key.first).style;
+    rows.push_back({.labels = {{std::string(name(key.second)), style}},
+                    .machines = machines,
+                    .share = shareOf(machines, summary.machines()),
+                    .bar = style});
   }
-  std::string out = table.text(console);
+  std::string out = countTable(console, {"OUTCOME"}, rows);
   for (const auto& [act, machines] : acted) {
-    const auto& [code, outcome] = act;
-    out += console.styled(
-        text(inMachines(machines), ' ', rowOf(outcome).act, " (", printable(code), ") first\n"),
-        Style::waiting);
+    out += console.styled(text(inMachines(machines), ' ', rowOf(act.outcome).act, " (",
+                               printable(act.code), ") first\n"),
+                          Style::waiting);
   }
   return out;
 }
 
 /// A prediction in a table: «applyLater, after 2007 wouldRun».
 std::string shown(const FleetPrediction& prediction) {
-  std::string out = prediction.reason.empty() ? std::string(name(prediction.outcome))
-                                              : printable(prediction.reason);
+  std::string out =
+      prediction.reason ? printable(*prediction.reason) : std::string(name(prediction.outcome));
   for (const Acted& each : prediction.acted) {
     out += text(&each == &prediction.acted.front() ? ", after " : ", ", printable(each.code), ' ',
                 name(each.outcome));
@@ -154,20 +129,19 @@ std::string shown(const FleetPrediction& prediction) {
 }
 
 std::string reasons(const FleetSummary& summary, const Console& console) {
-  CountTable table({"CODE", "ACTION", "WHY"});
-  std::vector<std::pair<const FleetPrediction*, std::uint64_t>> rows;
+  std::vector<CountRow> rows;
   for (const auto& [prediction, counts] : summary.predictions()) {
-    if (!prediction.code.empty()) {
-      rows.emplace_back(&prediction, sum(counts));
+    if (prediction.code) {
+      rows.push_back({.labels = {{printable(*prediction.code)},
+                                 {printable(*actionNameOf(prediction))},
+                                 {shown(prediction)}},
+                      .machines = sum(counts),
+                      .share = shareOf(sum(counts), summary.machines()),
+                      .bar = verdictOn(prediction.outcome).style});
     }
   }
-  std::ranges::sort(rows, mostFirst);
-  for (const auto& [prediction, machines] : rows) {
-    table.add(
-        {{printable(prediction->code)}, {printable(nameOf(*prediction))}, {shown(*prediction)}},
-        machines, shareOf(machines, summary.machines()), verdictOn(prediction->outcome).style);
-  }
-  return table.text(console);
+  sortByCount(rows);
+  return countTable(console, {"CODE", "ACTION", "WHY"}, rows);
 }
 
 /// The number of machines of each kind and the share that is ready.
@@ -183,42 +157,16 @@ std::string kinds(const FleetSummary& summary, const Console& console) {
       tallies[kind].ready += verdictOn(prediction.outcome).verdict == Verdict::ready ? machines : 0;
     }
   }
-  CountTable table({"UPDATE", "MACOS", "PROCESSOR"}, "READY");
+  std::vector<CountRow> rows;
   for (const auto& [kind, tally] : tallies | std::views::reverse) {  // the newest first
-    table.add({{std::string(rowOf(kind.update).words)},
-               {kind.macOS == 0 ? std::string("unknown") : text("macOS ", kind.macOS)},
-               {kind.processor == Processor::appleSilicon ? "Apple silicon" : "Intel"}},
-              tally.machines, shareOf(tally.ready, tally.machines), Style::good);
+    rows.push_back({.labels = {{std::string(rowOf(kind.update).words)},
+                               {kind.macOS ? text("macOS ", *kind.macOS) : "unknown"},
+                               {kind.processor == Processor::intel ? "Intel" : "Apple silicon"}},
+                    .machines = tally.machines,
+                    .share = shareOf(tally.ready, tally.machines),
+                    .bar = Style::good});
   }
-  return table.text(console);
-}
-
-/// What the words of the other tables mean.
-std::string legend(const FleetSummary& summary, const Console& console) {
-  std::vector<std::vector<Cell>> rows{
-      {{"READY"}, {"no action stops the patch, as far as can be known beforehand"}}};
-  for (const PredictionRow& row : kPredictions) {
-    if (std::ranges::any_of(summary.predictions(), [&](const auto& entry) {
-          return entry.first.outcome == row.prediction ||
-                 std::ranges::count(entry.first.acted, row.prediction, &Acted::outcome) > 0;
-        })) {
-      rows.push_back({{std::string(row.name)}, {std::string(row.meaning)}});
-    }
-  }
-  for (const UpdateRow& row : kUpdates | std::views::reverse) {
-    if (std::ranges::any_of(summary.predictions(), [&](const auto& entry) {
-          return std::ranges::any_of(
-              entry.second, [&](const auto& count) { return count.first.update == row.update; });
-        })) {
-      rows.push_back({{std::string(row.words)}, {std::string(row.meaning)}});
-    }
-  }
-  return '\n' + tableText(console, {"WORD", "MEANING"}, rows);
-}
-
-std::string movedTo(const FleetPrediction& prediction) {
-  return prediction.code.empty() ? shown(prediction)
-                                 : text(printable(prediction.code), ' ', shown(prediction));
+  return countTable(console, {"UPDATE", "MACOS", "PROCESSOR"}, rows, "READY");
 }
 
 std::string moves(const FleetSummary& summary, const Console& console) {
@@ -229,31 +177,47 @@ std::string moves(const FleetSummary& summary, const Console& console) {
   if (summary.moves().empty()) {
     return "\nNo machine's result has changed.\n";
   }
-  CountTable table({"BEFORE", "NOW"});
-  std::vector<std::pair<const FleetSummary::Moves::key_type*, std::uint64_t>> rows;
+  const auto cell = [](const FleetPrediction& prediction) {
+    return Cell{
+        prediction.code ? printable(*prediction.code) + ' ' + shown(prediction) : shown(prediction),
+        verdictOn(prediction.outcome).style};
+  };
+  std::vector<CountRow> rows;
   for (const auto& [move, machines] : summary.moves()) {
-    rows.emplace_back(&move, machines);
+    rows.push_back({.labels = {cell(move.from), cell(move.to)},
+                    .machines = machines,
+                    .share = shareOf(machines, summary.machines()),
+                    .bar = verdictOn(move.to.outcome).style});
   }
-  std::ranges::sort(rows, mostFirst);
-  for (const auto& [move, machines] : rows) {
-    table.add({{movedTo(move->first), verdictOn(move->first.outcome).style},
-               {movedTo(move->second), verdictOn(move->second.outcome).style}},
-              machines, shareOf(machines, summary.machines()),
-              verdictOn(move->second.outcome).style);
+  sortByCount(rows);
+  return countTable(console, {"BEFORE", "NOW"}, rows);
+}
+
+/// What the words of the other tables mean.
+std::string legend(const FleetSummary& summary, const Console& console) {
+  std::set<Prediction> predictions;
+  std::set<Update> updates;
+  for (const auto& [prediction, counts] : summary.predictions()) {
+    predictions.insert(prediction.outcome);
+    for (const Acted& each : prediction.acted) {
+      predictions.insert(each.outcome);
+    }
+    for (const auto& [kind, machines] : counts) {
+      updates.insert(kind.update);
+    }
   }
-  return table.text(console);
+  std::vector<std::vector<Cell>> rows{
+      {{"READY"}, {"no action stops the patch, as far as can be known beforehand"}}};
+  for (const Prediction each : predictions) {
+    rows.push_back({{std::string(name(each))}, {std::string(rowOf(each).meaning)}});
+  }
+  for (const Update each : updates | std::views::reverse) {
+    rows.push_back({{std::string(rowOf(each).words)}, {std::string(rowOf(each).meaning)}});
+  }
+  return '\n' + tableText(console, {"WORD", "MEANING"}, rows);
 }
 
 }  // namespace
-
-std::string grouped(std::uint64_t number) {
-  std::string digits = std::to_string(number);
-  for (std::size_t at = digits.size(); at > 3;) {
-    at -= 3;
-    digits.insert(at, 1, ',');
-  }
-  return digits;
-}
 
 std::string asTable(const FleetSummary& summary, const Console& console) {
   std::string out;

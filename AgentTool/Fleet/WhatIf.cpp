@@ -20,8 +20,8 @@ std::optional<Version> versionIn(std::string_view text) {
   Version version{};
   const char* at = text.data();
   const char* const end = at + text.size();
-  for (std::size_t part = 0; part + 1 < version.size(); ++part) {
-    const auto [rest, error] = std::from_chars(at, end, version[part]);
+  for (std::int64_t& number : std::span(version).first(3)) {
+    const auto [rest, error] = std::from_chars(at, end, number);
     if (error != std::errc()) {
       return std::nullopt;
     }
@@ -35,10 +35,6 @@ std::optional<Version> versionIn(std::string_view text) {
     version.back() = static_cast<unsigned char>(rest[2]);
   }
   return version;
-}
-
-bool installs(const vexlo::ActionID& action) {
-  return action == vexlo::KnownAction::installMacOSUpdates;
 }
 
 /// Whether Apple's tools list the update for the machine, as far as is known.
@@ -64,15 +60,14 @@ WhatIf::WhatIf(const vexlo::PatchIdentifier& patch,
     : evaluator_(patch, actionFile) {
   for (const auto& [actionID, arguments, origin] :
        vexlo::PatchActionProvider(patch, actionFile).actionDetails()) {
-    actions_.push_back({.actionID = actionID,
-                        .code = std::string(actionID.code()),
-                        .name = describe(actionID),
-                        .arguments = {arguments.begin(), arguments.end()}});
+    actions_.push_back(
+        {.code = std::string(actionID.code()), .arguments = {arguments.begin(), arguments.end()}});
   }
-  for (const Action& action : actions_) {
-    const bool checksDeferral = action.actionID == vexlo::KnownAction::macOSDeferCheck;
-    if ((checksDeferral || installs(action.actionID)) && !action.arguments.empty() &&
-        (versionedAction_ == nullptr || !checksDeferral)) {
+  for (const FleetAction& action : actions_) {
+    const vexlo::ActionID actionID(action.code);
+    const bool installs = actionID == vexlo::KnownAction::installMacOSUpdates;
+    if ((installs || actionID == vexlo::KnownAction::macOSDeferCheck) &&
+        !action.arguments.empty() && (installs || versionedAction_ == nullptr)) {
       versionedAction_ = &action;  // the installation's, if there is one
     }
   }
@@ -99,16 +94,10 @@ Update WhatIf::update(const Facts& facts) const {
 
 const MachinePrediction& WhatIf::predict(const Facts& facts) {
   evaluator_.use(facts);
-  auto& [counted, name, next, measured] = prediction_;
-  counted.outcome = Prediction::success;
-  counted.code.clear();
-  counted.reason.clear();
-  counted.acted.clear();
-  name = {};
-  next.clear();
-  measured = "[]";
-  for (const Action& action : actions_) {
-    const Evaluation& evaluation = evaluator_.evaluate(action.actionID);
+  prediction_ = {};
+  FleetPrediction& counted = prediction_.counted;
+  for (const FleetAction& action : actions_) {
+    const Evaluation& evaluation = evaluator_.evaluate(vexlo::ActionID(action.code));
     if (verdictOn(evaluation.prediction).stopsPatch) {
       keep(action, evaluation);
       return prediction_;
@@ -124,26 +113,12 @@ const MachinePrediction& WhatIf::predict(const Facts& facts) {
   return prediction_;
 }
 
-void WhatIf::keep(const Action& action, const Evaluation& evaluation) {
-  FleetPrediction& counted = prediction_.counted;
-  counted.outcome = evaluation.prediction;
-  counted.code = action.code;
-  counted.reason.clear();
-  if (evaluation.result && evaluation.result->description) {
-    counted.reason = name(*evaluation.result->description);
-  }
-  prediction_.action = action.name;
+void WhatIf::keep(const FleetAction& action, const Evaluation& evaluation) {
+  prediction_.counted.outcome = evaluation.prediction;
+  prediction_.counted.code = action.code;
+  prediction_.counted.reason = evaluation.reason();
   prediction_.next = evaluation.next;
   prediction_.measured = vexlo::measurementsAsJSON(evaluation.measurements);
-}
-
-std::vector<FleetAction> WhatIf::actions() const {
-  std::vector<FleetAction> actions;
-  actions.reserve(actions_.size());
-  for (const Action& action : actions_) {
-    actions.push_back({.code = action.code, .arguments = action.arguments});
-  }
-  return actions;
 }
 
 }  // namespace agent_tool

@@ -1,10 +1,7 @@
 // Predicts a patch's result on machines from their recorded facts.
 #pragma once
-#include <cstddef>
 #include <memory>
-#include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "AgentTool/Evaluation/Evaluator.h"
@@ -18,9 +15,8 @@ namespace agent_tool {
 /// A patch's predicted result on one machine: the prediction for the deciding action.
 struct MachinePrediction {
   FleetPrediction counted;
-  std::string_view action;  ///< The action's name; empty if all actions succeed.
-  std::string next;         ///< What would happen next; empty if the outcome is a result.
-  std::string measured;     ///< The measurements as a JSON array.
+  std::string next;             ///< What would happen next; empty if the outcome is a result.
+  std::string measured = "[]";  ///< The measurements as a JSON array.
 };
 
 /// Evaluates a patch for one machine at a time. The deciding action is the first that would stop
@@ -42,20 +38,13 @@ class WhatIf {
   [[nodiscard]] Update update(const Facts& facts) const;
 
   /// The actions, in order.
-  [[nodiscard]] std::vector<FleetAction> actions() const;
+  [[nodiscard]] const std::vector<FleetAction>& actions() const noexcept { return actions_; }
 
  private:
-  struct Action {
-    vexlo::ActionID actionID;
-    std::string code;
-    std::string name;
-    std::vector<std::string> arguments;
-  };
+  void keep(const FleetAction& action, const Evaluation& evaluation);
 
-  void keep(const Action& action, const Evaluation& evaluation);
-
-  std::vector<Action> actions_;
-  const Action* versionedAction_ = nullptr;  // the one that names a macOS version first
+  std::vector<FleetAction> actions_;
+  const FleetAction* versionedAction_ = nullptr;  // the one whose first argument is a macOS version
   Evaluator evaluator_;
   MachinePrediction prediction_;
 };

@@ -283,15 +283,23 @@ struct JSONForm<std::string> {
   static std::string typeName() { return "string"; }
 };
 
-/// The names of an enumeration's values: `static constexpr std::array list` of pairs.
+/// Specializations list an enumeration's values: `static constexpr` `list`, whose rows have a
+/// `value` and a `name`.
 template <typename Enumeration>
 struct JSONNames;
 
+/// A row that has nothing else.
+template <typename Enumeration>
+struct NamedValue {
+  Enumeration value;
+  std::string_view name;
+};
+
 template <typename Enumeration>
 [[nodiscard]] constexpr std::string_view nameOf(Enumeration value) {
-  return std::ranges::find(JSONNames<Enumeration>::list, value,
-                           &std::pair<Enumeration, std::string_view>::first)
-      ->second;
+  return std::ranges::find_if(JSONNames<Enumeration>::list,
+                              [&](const auto& row) { return row.value == value; })
+      ->name;
 }
 
 template <typename Enumeration>
@@ -301,19 +309,19 @@ struct JSONForm<Enumeration> {
 
   static bool parse(const JSONValue& value, Enumeration& into) {
     const auto found = std::ranges::find(kNames, value.string(), [](const auto& row) {
-      return std::optional<std::string_view>(row.second);
+      return std::optional<std::string_view>(row.name);
     });
     if (found == kNames.end()) {
       return false;
     }
-    into = found->first;
+    into = found->value;
     return true;
   }
   static std::string expected() {
     std::string out;
     for (const auto& row : kNames) {
       out += out.empty() ? "\"" : &row == &kNames.back() ? "\" or \"" : "\", \"";
-      out += row.second;
+      out += row.name;
     }
     return out + '"';
   }
@@ -322,7 +330,7 @@ struct JSONForm<Enumeration> {
     std::vector<std::string> names;
     names.reserve(std::size(kNames) + 1);
     for (const auto& row : kNames) {
-      names.push_back(FileCodec::jsonString(row.second));
+      names.push_back(FileCodec::jsonString(row.name));
     }
     if (orNull) {
       names.emplace_back("null");

@@ -168,15 +168,15 @@ TEST_F(WhatIfCommandTest, SummaryHasATableForEachQuestion) {
                                     .actionsBefore = {{}}});
   using enum agent_tool::Prediction;
   using agent_tool::Processor;
-  const agent_tool::FleetPrediction passes{success, "", "", {}};
+  const agent_tool::FleetPrediction passes{success, {}, {}, {}};
   const agent_tool::FleetPrediction fullDisk{applyLater, "2005", "inSufficientDiskSpace", {}};
   summary.add(passes, {agent_tool::Update::minorUpdate, 14, Processor::appleSilicon},
               1'234'567'890);
   summary.add(passes, {agent_tool::Update::notOffered, 26, Processor::intel}, 1'000);
   summary.add(fullDisk, {agent_tool::Update::unknown, 26, Processor::intel}, 1'000'000'000);
-  summary.add({wouldAsk, "2008", "", {{"2007", wouldRun}}}, {}, 1);
-  summary.addMove(passes, fullDisk, 7);
-  summary.addMove(fullDisk, passes, 1'000);
+  summary.add({wouldAsk, "2008", {}, {{"2007", wouldRun}}}, {}, 1);
+  summary.addMove({passes, fullDisk}, 7);
+  summary.addMove({fullDisk, passes}, 1'000);
   summary.addBadLines(2);
   root.write("sum", agent_tool::asJSON(summary));
   EXPECT_EQ(shell("vexlo-patch what-if --merge sum").output,

@@ -30,11 +30,11 @@ const FleetQuestion kQuestion{.patchID = "1",
 /// A summary of a few kinds of machine; some counts are near the limit.
 FleetSummary randomSummary(std::mt19937& random) {
   const std::array<agent_tool::FleetPrediction, 4> predictions{
-      {{Prediction::success, "", "", {}},
+      {{Prediction::success, {}, {}, {}},
        {Prediction::applyLater, "2005", "inSufficientDiskSpaceForSoftwareUpdate", {}},
        {Prediction::wouldAsk,
         "2010",
-        "",
+        {},
         {{"2007", Prediction::wouldRun}, {"2008", Prediction::wouldForce}}},
        {Prediction::failure, "20\"07", "unDefined", {}}}};
   FleetSummary summary = random() % 4 == 0 ? FleetSummary() : FleetSummary(kQuestion);
@@ -43,11 +43,11 @@ FleetSummary randomSummary(std::mt19937& random) {
     const std::uint64_t machines =
         random() % 8 == 0 ? FleetSummary::kMostMachines - random() % 3 : random() % 1000;
     summary.add(prediction,
-                {.update = agent_tool::kUpdates.at(random() % agent_tool::kUpdates.size()).update,
+                {.update = agent_tool::kUpdates.at(random() % agent_tool::kUpdates.size()).value,
                  .macOS = static_cast<std::int64_t>(random() % 3) * 13,
                  .processor = static_cast<agent_tool::Processor>(random() % 2)},
                 machines);
-    summary.addMove(predictions[random() % predictions.size()], prediction, machines);
+    summary.addMove({predictions[random() % predictions.size()], prediction}, machines);
     summary.addBadLines(random() % 2);
   }
   return summary;
