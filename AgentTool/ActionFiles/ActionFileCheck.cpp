@@ -80,7 +80,7 @@ struct Value {
   /// Whether neither it nor an object around it is replaced by a later duplicate.
   bool counts = true;
 
-  [[nodiscard]] std::string_view string() const { return json->string().value_or(""); }
+  [[nodiscard]] std::string_view string() const { return json->get<std::string_view>().value_or(""); }
 };
 
 /// The values from a member of the document to a value in it, inclusive.
@@ -308,11 +308,14 @@ class FileCheck {
       return;
     }
     std::unordered_map<std::string_view, const JSONValue*> patches;
-    if (const JSONValue* const all = root_.find(kPatches)) {
-      all->forEachMember([&](std::string_view patchID, const JSONValue& patch) {
-        patches.insert_or_assign(patchID, &patch);
-      });
-    }
+    root_.forEachMember([&](std::string_view name, const JSONValue& all) {
+      if (name == kPatches) {
+        patches.clear();  // the last one counts
+        all.forEachMember([&](std::string_view patchID, const JSONValue& patch) {
+          patches.insert_or_assign(patchID, &patch);
+        });
+      }
+    });
     std::unordered_set<std::string_view> seen;
     for (const Value& element : *patchIDs) {
       const std::string_view patchID = element.string();

@@ -1,6 +1,6 @@
 #include "AgentTool/Commands/AgentSession.h"
 #include "AgentTool/Commands/Commands.h"
-#include "AgentTool/Facts/FactsTable.h"
+#include "AgentTool/Facts/Facts.h"
 
 namespace agent_tool {
 

@@ -1,5 +1,6 @@
 // The facts about a machine that the checks use.
 #pragma once
+#include <array>
 #include <chrono>
 #include <cstdint>
 #include <expected>
@@ -12,6 +13,8 @@
 
 #include "AgentLibraries/FileCodec/DecodingError.h"
 #include "AgentLibraries/vxutils/MDMEnrollmentUtil.h"
+#include "AgentTool/Console/Console.h"
+#include "AgentTool/JSON/JSONDocument.h"
 #include "AgentTool/JSON/JSONFields.h"
 #include "Platform/Calendar.h"
 #include "Platform/PropertyList.h"
@@ -19,6 +22,14 @@
 #include "VexloPatchDeployment/Validators/DeferCheck/AvailableOSUpdatesResolver.h"
 
 namespace agent_tool {
+
+template <>
+struct JSONNames<vxutils::EnrollmentType> {
+  static constexpr std::array list{
+      NamedValue{vxutils::EnrollmentType::not_enrolled, "not_enrolled"},
+      NamedValue{vxutils::EnrollmentType::user_approved, "user_approved"},
+      NamedValue{vxutils::EnrollmentType::dep, "dep"}};
+};
 
 /// The agent's directories, and what its service answers; absent if it was not asked.
 struct AgentState {
@@ -63,7 +74,6 @@ struct ApplicationInstance {
 /// The facts of one machine at one moment. The table in `FactsTable.cpp` says how each is named and
 /// what it means; unavailable ones are absent.
 struct Facts {
-  FormatVersion<1> version;         ///< Incremented if a member changes its meaning or is removed.
   std::optional<std::string> name;  ///< Of the machine, if a line has one.
 
   platform::Moment time;
@@ -152,5 +162,14 @@ class FactsReader {
   JSONDocument document_;
   Facts facts_;
 };
+
+/// A readable, aligned table.
+[[nodiscard]] std::string factsAsTable(const Facts& facts, const Console& console);
+/// One JSON object on one line, as docs/FACTS.md describes it.
+[[nodiscard]] std::string factsAsJSON(const Facts& facts);
+
+/// The JSON Schema (2020-12) of such a line, and the table of its members in Markdown.
+[[nodiscard]] std::string factsSchema();
+[[nodiscard]] std::string factsAsMarkdown();
 
 }  // namespace agent_tool

@@ -13,10 +13,11 @@
 #include "AgentLibraries/LogCore/Logger.h"
 #include "AgentLibraries/vxutils/AgentServiceConnection.h"
 #include "AgentLibraries/vxutils/GlobalVars.h"
-#include "AgentTool/Facts/FactsTable.h"
+#include "AgentTool/Facts/Facts.h"
 #include "Platform/Machine.h"
 #include "Platform/RunningApplications.h"
 #include "Platform/Text.h"
+#include "VexloPatchDeployment/Adapters/MachineFacts.h"
 #include "VexloPatchDeployment/Adapters/PlistDecoding.h"
 #include "VexloPatchDeployment/Adapters/PlistManager.h"
 #include "VexloPatchDeployment/Common/AgentPaths.h"
@@ -51,7 +52,16 @@ constexpr const char* kNoDataDirectory = "the agent's data directory is not give
 /// fact is absent.
 class ReasonListener final : public LogCore::LogSink {
  public:
-  explicit ReasonListener(std::shared_ptr<LogCore::LogSink> next) : next_(std::move(next)) {}
+  /// The result of `read`, and the last line that it logged, if any.
+  template <typename Read>
+  static auto listenTo(const Read& read) {
+    const auto listener = make_shared<ReasonListener>();
+    LogCore::setLogSink(listener);
+    auto value = read();
+    LogCore::setLogSink(listener->next_);
+    const std::scoped_lock lock(listener->mutex_);
+    return std::pair(std::move(value), listener->lastMessage_);
+  }
 
   void write(LogCore::LogLevel level, const LogCore::LogTag& tag, std::uint32_t line,
              const LogCore::MessageBuilder& build) override {
@@ -63,50 +73,23 @@ class ReasonListener final : public LogCore::LogSink {
     next_->write(level, tag, line, build);
   }
 
-  /// The result of `read`, and the last line that it logged, if any.
-  template <typename Read>
-  static auto listenTo(const Read& read) {
-    const Listening listening;
-    auto value = read();
-    const std::scoped_lock lock(listening.listener->mutex_);
-    return std::pair(std::move(value), listening.listener->lastMessage_);
-  }
-
  private:
-  struct Listening {
-    // The only way to get the sink is to replace it.
-    std::shared_ptr<LogCore::LogSink> former =
-        LogCore::setLogSink(make_shared<LogCore::NullSink>());
-    std::shared_ptr<ReasonListener> listener = make_shared<ReasonListener>(former);
-    Listening() { LogCore::setLogSink(listener); }
-    ~Listening() { LogCore::setLogSink(former); }
-    Listening(const Listening&) = delete;
-    Listening& operator=(const Listening&) = delete;
-  };
-
-  std::shared_ptr<LogCore::LogSink> next_;
+  // The only way to get the sink is to replace it.
+  std::shared_ptr<LogCore::LogSink> next_ = LogCore::setLogSink(make_shared<LogCore::NullSink>());
   std::mutex mutex_;
   std::string lastMessage_;
 };
 
-/// Returns descriptions that were read before.
-class KnownPowerSources final : public vexlo::PowerSourcesProvider {
- public:
-  explicit KnownPowerSources(std::vector<PropertyList> sources) : sources_(std::move(sources)) {}
-  [[nodiscard]] std::vector<PropertyList> powerSourcesInfo() override { return sources_; }
-
- private:
-  std::vector<PropertyList> sources_;
+/// Reads the descriptions only once.
+struct KnownPowerSources final : vexlo::PowerSourcesProvider {
+  std::vector<PropertyList> sources = vexlo::SystemPowerSources().powerSourcesInfo();
+  [[nodiscard]] std::vector<PropertyList> powerSourcesInfo() override { return sources; }
 };
 
-/// Answers with a list that was fetched before.
-class FetchedSoftwareUpdates final : public vexlo::SoftwareUpdateLister {
- public:
-  explicit FetchedSoftwareUpdates(vexlo::CommandResult list) : list_(std::move(list)) {}
-  [[nodiscard]] vexlo::CommandResult fetchSoftwareUpdates() override { return list_; }
-
- private:
-  vexlo::CommandResult list_;
+/// Fetches the list only once.
+struct FetchedSoftwareUpdates final : vexlo::SoftwareUpdateLister {
+  vexlo::CommandResult list = vexlo::SystemSoftwareUpdateLister().fetchSoftwareUpdates();
+  [[nodiscard]] vexlo::CommandResult fetchSoftwareUpdates() override { return list; }
 };
 
 /// A request to the agent's service, whose answer is awaited later.
@@ -193,21 +176,15 @@ class Reader {
 
   void readMachine() {
     const vexlo::MachineFacts machine;
-    for (const FactsMember& member : JSONFields<Facts>::list) {
-      if (member.ask != nullptr) {
-        auto [isKnown, reason] =
-            ReasonListener::listenTo([&] { return member.ask(machine, facts_); });
-        noteUnless(isKnown, member.name, std::move(reason));
-      }
-    }
+    facts_.isAppleSilicon = machine.isAppleSilicon();
+    facts_.macOSMajorVersion = machine.macOSMajorVersion();
     facts_.macOSVersion = platform::macOSProductVersion();
     noteUnless(facts_.macOSVersion.has_value(), "macOSVersion", "the macOS version can't be read");
     facts_.preferredLanguages = platform::preferredLanguages();
-    facts_.powerSources = vexlo::SystemPowerSources().powerSourcesInfo();
-    facts_.powerSource = optional("powerSource", [&] {
-      KnownPowerSources sources(facts_.powerSources);
-      return vexlo::SystemPowerSource(sources).currentPowerSource();
-    });
+    KnownPowerSources known;
+    facts_.powerSources = known.sources;
+    facts_.powerSource = optional(
+        "powerSource", [&] { return vexlo::SystemPowerSource(known).currentPowerSource(); });
     facts_.freeDiskSpace =
         optional("freeDiskSpace", [] { return vexlo::SystemDiskInfo().availableDiskSpace(); });
   }
@@ -352,10 +329,9 @@ class Reader {
   void readUpdates(bool asksApple) {
     std::vector<std::string> labels;
     if (asksApple) {
-      vexlo::CommandResult list = vexlo::SystemSoftwareUpdateLister().fetchSoftwareUpdates();
-      facts_.softwareUpdateStatus = list.exitCode;
-      labels = labelsIn(list.output);
-      FetchedSoftwareUpdates fetched(std::move(list));
+      FetchedSoftwareUpdates fetched;
+      facts_.softwareUpdateStatus = fetched.list.exitCode;
+      labels = labelsIn(fetched.list.output);
       facts_.softwareUpdateReachable =
           vexlo::AppleSoftwareUpdateConnectivityChecker(fetched).isAppleSoftwareUpdateReachable();
     }

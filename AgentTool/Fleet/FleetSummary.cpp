@@ -33,7 +33,6 @@ struct MoveRow : Move {
 };
 
 struct SummaryDocument {
-  FormatVersion<1> version;
   std::optional<FleetQuestion> patch;
   std::uint64_t machines = 0;
   std::uint64_t badLines = 0;
@@ -96,7 +95,7 @@ struct JSONFields<MoveRow> {
 
 template <>
 struct JSONFields<SummaryDocument> {
-  static constexpr std::array list{needed(field<&SummaryDocument::version>("fleetSummary")),
+  static constexpr std::array list{formatVersion<SummaryDocument, 1>("fleetSummary"),
                                    field<&SummaryDocument::patch>("patch"),
                                    needed(field<&SummaryDocument::machines>("machines")),
                                    needed(field<&SummaryDocument::badLines>("badLines")),
@@ -150,8 +149,7 @@ bool FleetSummary::merge(const FleetSummary& other) {
 }
 
 std::string asJSON(const FleetSummary& summary) {
-  SummaryDocument document{.version = {},
-                           .patch = summary.question(),
+  SummaryDocument document{.patch = summary.question(),
                            .machines = summary.machines(),
                            .badLines = summary.badLines(),
                            .counts = {},

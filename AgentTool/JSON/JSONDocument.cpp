@@ -11,8 +11,6 @@
 namespace agent_tool {
 namespace {
 
-namespace json = boost::json;
-
 constexpr std::size_t kMaximumDepth = 512;
 
 constexpr std::string_view kBetweenTokens = " \t\r\n,:";
@@ -20,34 +18,9 @@ constexpr std::string_view kEndsOfWords = " \t\r\n,:]}";
 
 }  // namespace
 
-std::optional<bool> JSONValue::boolean() const noexcept {
-  return type_ == Type::boolean ? std::optional(payload_.flag) : std::nullopt;
-}
-
-std::optional<std::int64_t> JSONValue::integer() const noexcept {
-  return type_ == Type::integer ? std::optional(payload_.integer) : std::nullopt;
-}
-
-std::optional<std::uint64_t> JSONValue::unsignedInteger() const noexcept {
-  return type_ == Type::unsignedInteger ? std::optional(payload_.unsignedInteger) : std::nullopt;
-}
-
-std::optional<double> JSONValue::real() const noexcept {
-  return type_ == Type::real ? std::optional(payload_.real) : std::nullopt;
-}
-
-std::optional<std::string_view> JSONValue::string() const noexcept {
-  return type_ == Type::string ? std::optional(text()) : std::nullopt;
-}
-
-const JSONValue* JSONValue::find(std::string_view wanted) const noexcept {
-  const JSONValue* found = nullptr;
-  forEachMember([&](std::string_view name, const JSONValue& value) {
-    if (name == wanted) {
-      found = &value;
-    }
-  });
-  return found;
+std::string_view withoutByteOrderMark(std::string_view text) {
+  return text.substr(text.starts_with(FileCodec::kByteOrderMark) ? FileCodec::kByteOrderMark.size()
+                                                                 : 0);
 }
 
 /// Stores the parser's events.
@@ -64,50 +37,33 @@ class JSONDocument::Handler : public FileCodec::IgnoredParserEvents {
   }
   [[nodiscard]] const std::vector<JSONValue>& values() const { return values_; }
 
-  bool on_object_begin(Error&) { return enter(JSONValue::Type::object); }
+  bool on_object_begin(Error&) { return enter(JSONValue::Object()); }
   bool on_object_end(std::size_t, Error&) { return leave(); }
-  bool on_array_begin(Error&) { return enter(JSONValue::Type::array); }
+  bool on_array_begin(Error&) { return enter(JSONValue::Array()); }
   bool on_array_end(std::size_t, Error&) { return leave(); }
   bool on_key_part(View part, std::size_t, Error&) { return keep(part); }
   bool on_key(View last, std::size_t, Error&) { return string(last); }
   bool on_string_part(View part, std::size_t, Error&) { return keep(part); }
   bool on_string(View last, std::size_t, Error&) { return string(last); }
-  bool on_int64(std::int64_t number, View, Error&) {
-    add(JSONValue::Type::integer).payload_.integer = number;
-    return true;
-  }
-  bool on_uint64(std::uint64_t number, View, Error&) {
-    add(JSONValue::Type::unsignedInteger).payload_.unsignedInteger = number;
-    return true;
-  }
+  bool on_int64(std::int64_t number, View, Error&) { return add(number); }
+  bool on_uint64(std::uint64_t number, View, Error&) { return add(number); }
   bool on_double(double number, View text, Error&) {
     // The parser's own conversion may be off in the last digits.
-    add(JSONValue::Type::real).payload_.real =
-        platform::parseReal(std::string_view(text.data(), text.size())).value_or(number);
-    return true;
+    return add(platform::parseReal({text.data(), text.size()}).value_or(number));
   }
-  bool on_bool(bool flag, Error&) {
-    add(JSONValue::Type::boolean).payload_.flag = flag;
-    return true;
-  }
-  bool on_null(Error&) {
-    add(JSONValue::Type::null);
-    return true;
-  }
+  bool on_bool(bool flag, Error&) { return add(flag); }
+  bool on_null(Error&) { return add(nullptr); }
 
  private:
   static constexpr std::size_t kNoPart = std::numeric_limits<std::size_t>::max();
 
-  JSONValue& add(JSONValue::Type type) {
-    JSONValue& value = values_.emplace_back();
-    value.type_ = type;
-    return value;
-  }
-
-  bool enter(JSONValue::Type type) {
-    open_.push_back(static_cast<std::uint32_t>(values_.size()));
-    add(type);
+  bool add(JSONValue::Content content) {
+    values_.emplace_back(content);
     return true;
+  }
+  bool enter(JSONValue::Content container) {
+    open_.push_back(static_cast<std::uint32_t>(values_.size()));
+    return add(container);
   }
   bool leave() {
     values_[open_.back()].extent_ = static_cast<std::uint32_t>(values_.size()) - open_.back();
@@ -131,10 +87,7 @@ class JSONDocument::Handler : public FileCodec::IgnoredParserEvents {
       keep(last);
       whole = std::string_view(unescaped_).substr(std::exchange(partBegin_, kNoPart));
     }
-    JSONValue& value = add(JSONValue::Type::string);
-    value.payload_.text = whole.data();
-    value.length_ = static_cast<std::uint32_t>(whole.size());
-    return true;
+    return add(whole);
   }
 
   std::string_view text_;
@@ -145,19 +98,11 @@ class JSONDocument::Handler : public FileCodec::IgnoredParserEvents {
 };
 
 struct JSONDocument::Parser {
-  json::basic_parser<Handler> parser{[] {
-    json::parse_options options;
-    options.max_depth = kMaximumDepth;
-    return options;
-  }()};
+  boost::json::basic_parser<Handler> parser{{.max_depth = kMaximumDepth}};
 };
 
 JSONDocument::JSONDocument() : parser_(std::make_unique<Parser>()) {}
 JSONDocument::~JSONDocument() = default;
-
-std::expected<const JSONValue*, FileCodec::JSONReading> JSONDocument::read(std::string_view text) {
-  return read(text, text);
-}
 
 std::expected<const JSONValue*, FileCodec::JSONReading> JSONDocument::read(
     std::string_view text, std::string_view original) {
@@ -171,7 +116,8 @@ std::expected<const JSONValue*, FileCodec::JSONReading> JSONDocument::read(
     return parser.handler().values().data();
   }
   FileCodec::JSONEvents events;
-  FileCodec::JSONReading reading = FileCodec::readJSON(text, events, original);
+  FileCodec::JSONReading reading =
+      FileCodec::readJSON(text, events, original.empty() ? text : original);
   if (reading.outcome == FileCodec::JSONOutcome::hugeExponent) {
     reading.expected = "a number that fits a double";
     reading.found = "one with a huge exponent";
@@ -191,11 +137,6 @@ std::vector<std::uint32_t> JSONDocument::offsets(std::string_view text) const {
     }
   }
   return offsets;
-}
-
-std::string_view withoutByteOrderMark(std::string_view text) {
-  return text.substr(text.starts_with(FileCodec::kByteOrderMark) ? FileCodec::kByteOrderMark.size()
-                                                                 : 0);
 }
 
 std::size_t tokenLength(std::string_view text, std::size_t offset) {

@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <variant>
 #include <vector>
 
 #include "AgentLibraries/FileCodec/JSONReader.h"
@@ -16,68 +17,63 @@ namespace agent_tool {
 /// One value of a document, followed by its elements. A member's name is a string before its value.
 class JSONValue {
  public:
+  struct Array {};
+  struct Object {};
+  /// An unsigned integer is above the signed range. A real has a fraction or an exponent, or
+  /// exceeds 64 bits.
+  using Content = std::variant<std::nullptr_t, bool, std::int64_t, std::uint64_t, double,
+                               std::string_view, Array, Object>;
+  /// In the order of the alternatives.
   enum class Type : std::uint8_t {
     null,
     boolean,
-    integer,          ///< Of the signed 64-bit range.
-    unsignedInteger,  ///< Above that range.
-    real,             ///< Has a fraction or an exponent, or exceeds 64 bits.
+    integer,
+    unsignedInteger,
+    real,
     string,
     array,
-    object,
+    object
   };
 
-  JSONValue() = default;  ///< A null.
+  explicit JSONValue(Content content) noexcept : content_(content) {}
 
-  [[nodiscard]] Type type() const noexcept { return type_; }
-  [[nodiscard]] bool isNull() const noexcept { return type_ == Type::null; }
+  [[nodiscard]] const Content& content() const noexcept { return content_; }
+  [[nodiscard]] Type type() const noexcept { return static_cast<Type>(content_.index()); }
+  [[nodiscard]] bool isNull() const noexcept { return type() == Type::null; }
   [[nodiscard]] bool isEmptyObject() const noexcept {
-    return type_ == Type::object && extent_ == 1;
+    return type() == Type::object && extent_ == 1;
   }
-  // Absent if the value has another type.
-  [[nodiscard]] std::optional<bool> boolean() const noexcept;
-  [[nodiscard]] std::optional<std::int64_t> integer() const noexcept;
-  [[nodiscard]] std::optional<std::uint64_t> unsignedInteger() const noexcept;
-  [[nodiscard]] std::optional<double> real() const noexcept;
-  [[nodiscard]] std::optional<std::string_view> string() const noexcept;
+  /// Absent if the value has another type.
+  template <typename Alternative>
+  [[nodiscard]] std::optional<Alternative> get() const noexcept {
+    const auto* const held = std::get_if<Alternative>(&content_);
+    return held != nullptr ? std::optional(*held) : std::nullopt;
+  }
 
   /// Calls `visit(name, value)` for each member in order, if this is an object.
   template <typename Visit>
   void forEachMember(const Visit& visit) const {
-    if (type_ == Type::object) {
+    if (type() == Type::object) {
       for (const JSONValue* name = this + 1; name != this + extent_; name += 1 + name[1].extent_) {
-        visit(name->text(), name[1]);
+        visit(*std::get_if<std::string_view>(&name->content_), name[1]);
       }
     }
   }
   /// Calls `visit(value)` for each element in order, if this is an array.
   template <typename Visit>
   void forEachElement(const Visit& visit) const {
-    if (type_ == Type::array) {
+    if (type() == Type::array) {
       for (const JSONValue* value = this + 1; value != this + extent_; value += value->extent_) {
         visit(*value);
       }
     }
   }
-  /// The last member of that name; null if there is none.
-  [[nodiscard]] const JSONValue* find(std::string_view name) const noexcept;
 
  private:
   friend class JSONDocument;
 
-  [[nodiscard]] std::string_view text() const noexcept { return {payload_.text, length_}; }
-
-  union Payload {
-    bool flag;
-    std::int64_t integer;
-    std::uint64_t unsignedInteger;
-    double real;
-    const char* text;
-  };
-  Payload payload_{};
-  std::uint32_t length_ = 0;  // of the text
+  Content content_;
   std::uint32_t extent_ = 1;  // number of values up to the next sibling
-  Type type_ = Type::null;
 };
 
 /// Parses texts one at a time, reusing memory, so that it stops allocating after the largest text.
@@ -89,13 +85,12 @@ class JSONDocument {
   JSONDocument(const JSONDocument&) = delete;
   JSONDocument& operator=(const JSONDocument&) = delete;
 
-  /// The root of a text of at most 4 GiB without a byte order mark; valid until the next call and
-  /// as long as `text`. The error says why the text can't be used: it isn't JSON, or has a number
-  /// whose exponent is huge (`JSONOutcome::hugeExponent`).
-  [[nodiscard]] std::expected<const JSONValue*, FileCodec::JSONReading> read(std::string_view text);
-  /// The same for a text from `FileCodec::withShortExponents`; errors quote `original`.
+  /// The root of a text of at most 4 GiB; valid until the next call and as long as `text`. The
+  /// error says why the text can't be used: it isn't JSON, or has a number whose exponent is huge
+  /// (`JSONOutcome::hugeExponent`). It quotes `original` if `text` is from
+  /// `FileCodec::withShortExponents`.
   [[nodiscard]] std::expected<const JSONValue*, FileCodec::JSONReading> read(
-      std::string_view text, std::string_view original);
+      std::string_view text, std::string_view original = {});
 
   /// The offset in `text`, which was read last, of each value, in the order of the values: a value
   /// is followed by its elements, a member's name precedes the member's value. None counts a byte

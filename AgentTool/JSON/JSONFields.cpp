@@ -1,55 +1,69 @@
 #include "AgentTool/JSON/JSONFields.h"
 
+#include <variant>
+
+#include "VexloPatchDeployment/Common/Overloaded.h"
+
 namespace agent_tool {
+namespace {
+
 using FileCodec::DecodingError;
 using FileCodec::JSONObject;
 using LogCore::text;
+using vexlo::Overloaded;
 
-std::string describeFound(const JSONValue& value) {
-  switch (value.type()) {
-    case JSONValue::Type::null:
-      return "null";
-    case JSONValue::Type::boolean:
-      return value.boolean().value_or(false) ? "true" : "false";
-    case JSONValue::Type::integer:
-      return text("the integer ", value.integer().value_or(0));
-    case JSONValue::Type::unsignedInteger:
-      return "an integer beyond the signed 64-bit range";
-    case JSONValue::Type::real:
-      return "a real number";
-    case JSONValue::Type::string:
-      return text('"', FileCodec::nameInPlace(value.string().value_or("")), '"');
-    case JSONValue::Type::array:
-      return "an array";
-    case JSONValue::Type::object:
-      return "an object";
-  }
-  std::unreachable();
+/// «null», «the integer 7», «"sun"», «an array»
+std::string describe(const JSONValue& value) {
+  return std::visit(
+      Overloaded{
+          [](std::nullptr_t) { return text("null"); }, [](bool flag) { return text(flag); },
+          [](std::int64_t number) { return text("the integer ", number); },
+          [](std::uint64_t) { return text("an integer beyond the signed 64-bit range"); },
+          [](double) { return text("a real number"); },
+          [](std::string_view string) { return text('"', FileCodec::nameInPlace(string), '"'); },
+          [](JSONValue::Array) { return text("an array"); },
+          [](JSONValue::Object) { return text("an object"); }},
+      value.content());
 }
+
+}  // namespace
 
 std::string JSONPlace::path() const {
-  const std::string own = member.empty() ? text('[', index, ']') : FileCodec::nameInPlace(member);
-  return around == nullptr ? own : around->path() + " › " + own;
+  if (around == nullptr) {
+    return {};
+  }
+  const std::string outer = around->path();
+  return text(outer, outer.empty() ? "" : " › ",
+              member.empty() ? text('[', index, ']') : FileCodec::nameInPlace(member));
 }
 
-void rejectValue(const JSONValue& value, const JSONPlace& place, std::string expected) {
-  throw DecodingError({}, place.path(), std::move(expected), describeFound(value));
+void rejectValue(const JSONValue& value, const JSONPlace& place, std::string_view expected) {
+  throw DecodingError({}, place.path(), text(expected, place.orNull ? " or null" : ""),
+                      describe(value));
 }
 
-void rejectMissing(std::string_view member, const JSONPlace* place) {
-  throw DecodingError({}, place == nullptr ? "" : place->path(), text("the member \"", member, '"'),
-                      "none");
+void rejectMissing(std::string_view member, const JSONPlace& place) {
+  throw DecodingError({}, place.path(), text("the member \"", member, '"'), "none");
 }
 
-DecodingError notJSON(const FileCodec::JSONReading& reading) {
-  const bool hasPlace = reading.outcome == FileCodec::JSONOutcome::syntaxError;
-  return {{}, hasPlace ? text("column ", reading.column) : "", reading.expected, reading.found};
+const JSONValue& rootObject(JSONDocument& document, std::string_view text) {
+  const auto root = document.read(text);
+  if (!root) {
+    const FileCodec::JSONReading& reading = root.error();
+    const bool hasPlace = reading.outcome == FileCodec::JSONOutcome::syntaxError;
+    throw DecodingError({}, hasPlace ? LogCore::text("column ", reading.column) : "",
+                        reading.expected, reading.found);
+  }
+  if ((*root)->type() != JSONValue::Type::object) {
+    rejectValue(**root, {}, "an object");
+  }
+  return **root;
 }
 
-bool isPresent(const JSONValue& value, JSONValue::Type type, const JSONPlace& place) {
+bool isPresent(const JSONValue& value, JSONValue::Type type, JSONPlace place) {
   if (!value.isNull() && value.type() != type) {
-    rejectValue(value, place,
-                type == JSONValue::Type::array ? "an array or null" : "an object or null");
+    place.orNull = true;
+    rejectValue(value, place, type == JSONValue::Type::array ? "an array" : "an object");
   }
   return !value.isNull();
 }
@@ -57,20 +71,6 @@ bool isPresent(const JSONValue& value, JSONValue::Type type, const JSONPlace& pl
 JSONObject schemaOfType(std::string_view type, bool orNull) {
   const std::string name = FileCodec::jsonString(type);
   return JSONObject().addJSON("type", orNull ? text('[', name, R"(,"null"])") : name);
-}
-
-bool JSONForm<bool>::parse(const JSONValue& value, bool& into) {
-  const std::optional<bool> flag = value.boolean();
-  into = flag.value_or(into);
-  return flag.has_value();
-}
-
-bool JSONForm<std::string>::parse(const JSONValue& value, std::string& into) {
-  const std::optional<std::string_view> text = value.string();
-  if (text) {
-    into = *text;
-  }
-  return text.has_value();
 }
 
 }  // namespace agent_tool

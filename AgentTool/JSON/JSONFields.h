@@ -3,6 +3,7 @@
 #pragma once
 #include <algorithm>
 #include <array>
+#include <bitset>
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
@@ -26,32 +27,24 @@ namespace agent_tool {
 
 /// The place of a value, from the inside out; formatted only for errors.
 struct JSONPlace {
-  const JSONPlace* around = nullptr;
-  std::string_view member;  ///< Empty for an element.
-  std::size_t index = 0;    ///< Of an element.
+  const JSONPlace* around = nullptr;  ///< Null for the document.
+  std::string_view member = {};       ///< Empty for an element.
+  std::size_t index = 0;              ///< Of an element.
+  bool orNull = false;                ///< Whether null is expected as well.
 
   /// «applications › com.apple.mail › [1]»
   [[nodiscard]] std::string path() const;
 };
 
 /// Throws `FileCodec::DecodingError`, without a file: at `place`, `expected` was expected.
-[[noreturn]] void rejectValue(const JSONValue& value, const JSONPlace& place, std::string expected);
-/// Throws that the object at `place`, or the document if that is null, lacks a member.
-[[noreturn]] void rejectMissing(std::string_view member, const JSONPlace* place);
+[[noreturn]] void rejectValue(const JSONValue& value, const JSONPlace& place,
+                              std::string_view expected);
+/// Throws that the object at `place` lacks a member.
+[[noreturn]] void rejectMissing(std::string_view member, const JSONPlace& place);
 
-/// What was found, for errors: «null», «the integer 7», «"sun"», «an array».
-[[nodiscard]] std::string describeFound(const JSONValue& value);
-
-/// The error for a text that `JSONDocument` rejects: «column 7: expected …», without a file.
-[[nodiscard]] FileCodec::DecodingError notJSON(const FileCodec::JSONReading& reading);
-
-/// How a type is represented in JSON. A simple type has
-///   `static bool parse(const JSONValue&, Value&)`, which returns false for another type, and
-///   `static std::string expected()`, for the error;
-/// others have
-///   `static void read(const JSONValue&, const JSONPlace&, Value&)`, which reuses the value's
-///   memory and throws like `rejectValue`.
-/// All have
+/// How a type is represented in JSON:
+///   `static void read(const JSONValue&, const JSONPlace&, Value&)`, which replaces the value,
+///   reusing its memory, and throws like `rejectValue`,
 ///   `static std::string write(const Value&)`,
 ///   `static FileCodec::JSONObject schema(bool orNull)`, the beginning of a JSON Schema, and
 ///   `static std::string typeName()`, in documents: «string».
@@ -74,40 +67,13 @@ struct JSONField {
   bool isNeeded = false;  ///< An object without it is an error.
 };
 
-/// Specializations list the fields of a structure, at most 64: `static constexpr std::array list`.
-/// They may have a `typeName` of their own.
+/// Specializations list the fields of a structure: `static constexpr std::array list`.
 template <typename Record>
 struct JSONFields;
 
+/// The name of a structure's type in documents.
 template <typename Record>
-concept HasJSONFields = requires { JSONFields<Record>::list; };
-
-/// Sets a value to its default, keeping its memory where possible.
-template <typename Value>
-void clearValue(Value& value) {
-  if constexpr (HasJSONFields<Value>) {
-    for (const auto& field : JSONFields<Value>::list) {
-      if (field.clear != nullptr) {
-        field.clear(value);
-      }
-    }
-  } else if constexpr (requires { value.clear(); }) {
-    value.clear();
-  } else {
-    value = Value();
-  }
-}
-
-template <typename Value>
-void readValue(const JSONValue& value, const JSONPlace& place, Value& into) {
-  if constexpr (requires { JSONForm<Value>::parse(value, into); }) {
-    if (!JSONForm<Value>::parse(value, into)) [[unlikely]] {
-      rejectValue(value, place, JSONForm<Value>::expected());
-    }
-  } else {
-    JSONForm<Value>::read(value, place, into);
-  }
-}
+constexpr std::string_view kRecordTypeName = "object";
 
 template <typename Value>
 [[nodiscard]] std::string asJSON(const Value& value) {
@@ -126,16 +92,16 @@ MemberOf<Record, Value> memberOf(Value Record::* member);  // for its type only
 template <auto member, typename Record = decltype(memberOf(member))::record>
 [[nodiscard]] constexpr JSONField<Record> field(std::string_view name,
                                                 std::string_view meaning = {}) {
-  using Form = JSONForm<typename decltype(memberOf(member))::value>;
-  return JSONField<Record>{
-      .name = name,
-      .read = [](const JSONValue& value, const JSONPlace& place,
-                 Record& record) { readValue(value, place, record.*member); },
-      .clear = [](Record& record) { clearValue(record.*member); },
-      .write = [](const Record& record) { return Form::write(record.*member); },
-      .schema = [](bool orNull) { return Form::schema(orNull); },
-      .typeName = [] { return Form::typeName(); },
-      .meaning = meaning};
+  using Value = decltype(memberOf(member))::value;
+  using Form = JSONForm<Value>;
+  return {.name = name,
+          .read = [](const JSONValue& value, const JSONPlace& place,
+                     Record& record) { Form::read(value, place, record.*member); },
+          .clear = [](Record& record) { record.*member = Value(); },
+          .write = [](const Record& record) { return Form::write(record.*member); },
+          .schema = Form::schema,
+          .typeName = Form::typeName,
+          .meaning = meaning};
 }
 
 template <typename Field>
@@ -151,43 +117,40 @@ template <typename Field>
 }
 
 /// Reads an object's members in any order, the last of duplicates; unknown ones are ignored. Null
-/// counts as missing, unless the member is needed. `place` is null for the document itself.
+/// counts as missing, unless the member is needed.
 template <typename Record>
-void readFields(const JSONValue& object, const JSONPlace* place, Record& record) {
+void readFields(const JSONValue& object, const JSONPlace& place, Record& record) {
   static constexpr const auto& kFields = JSONFields<Record>::list;
-  static_assert(kFields.size() <= 64);
-  std::uint64_t seen = 0;
+  std::bitset<kFields.size()> seen;
   std::size_t next = 0;  // members are nearly always in the list's order
   object.forEachMember([&](std::string_view name, const JSONValue& member) {
     for (std::size_t step = 0; step < kFields.size(); ++step) {
-      std::size_t index = next + step;
-      index -= index >= kFields.size() ? kFields.size() : 0;
+      const std::size_t index = (next + step) % kFields.size();
       const auto& field = kFields[index];
-      if (field.name != name) {
-        continue;
+      if (field.name == name) {
+        next = index + 1;
+        seen[index] = field.read != nullptr && (!member.isNull() || field.isNeeded);
+        if (seen[index]) {
+          field.read(member, {.around = &place, .member = name}, record);
+        }
+        break;
       }
-      next = index + 1;
-      if (field.read != nullptr && (!member.isNull() || field.isNeeded)) {
-        field.read(member, {.around = place, .member = name}, record);
-        seen |= std::uint64_t{1} << index;
-      } else {
-        seen &= ~(std::uint64_t{1} << index);
-      }
-      break;
     }
   });
   for (std::size_t index = 0; index < kFields.size(); ++index) {
-    if ((seen >> index & 1U) == 0) {
-      const auto& field = kFields[index];
-      if (field.isNeeded) {
-        rejectMissing(field.name, place);
-      }
-      if (field.clear != nullptr) {
-        field.clear(record);
-      }
+    const auto& field = kFields[index];
+    if (!seen[index] && field.isNeeded) {
+      rejectMissing(field.name, place);
+    }
+    if (!seen[index] && field.clear != nullptr) {
+      field.clear(record);
     }
   }
 }
+
+/// The object that is a whole text. Throws like `rejectValue`; the place of a syntax error is
+/// «column 7».
+[[nodiscard]] const JSONValue& rootObject(JSONDocument& document, std::string_view text);
 
 /// Reads a JSON text with `document`, which is reused, into a structure. Returns what is wrong,
 /// without a file; the structure's content is unspecified then.
@@ -195,15 +158,8 @@ template <typename Record>
 [[nodiscard]] std::optional<FileCodec::DecodingError> readDocument(JSONDocument& document,
                                                                    std::string_view text,
                                                                    Record& record) {
-  const auto root = document.read(text);
-  if (!root) {
-    return notJSON(root.error());
-  }
-  if ((*root)->type() != JSONValue::Type::object) {
-    return FileCodec::DecodingError({}, {}, "an object", describeFound(**root));
-  }
   try {
-    readFields(**root, nullptr, record);
+    readFields(rootObject(document, text), {}, record);
   } catch (FileCodec::DecodingError& error) {
     return std::move(error);
   }
@@ -236,10 +192,22 @@ template <typename Record>
 
 // The types
 
+/// The value, which must have that type.
+template <typename Type>
+[[nodiscard]] Type required(const JSONValue& value, const JSONPlace& place,
+                            std::string_view expected) {
+  const std::optional<Type> held = value.get<Type>();
+  if (!held) [[unlikely]] {
+    rejectValue(value, place, expected);
+  }
+  return *held;
+}
+
 template <>
 struct JSONForm<bool> {
-  static bool parse(const JSONValue& value, bool& into);
-  static std::string expected() { return "true or false"; }
+  static void read(const JSONValue& value, const JSONPlace& place, bool& into) {
+    into = required<bool>(value, place, "true or false");
+  }
   static std::string write(bool flag) { return flag ? "true" : "false"; }
   static FileCodec::JSONObject schema(bool orNull) { return schemaOfType("boolean", orNull); }
   static std::string typeName() { return "Boolean"; }
@@ -248,19 +216,16 @@ struct JSONForm<bool> {
 /// 64-bit unsigned integers are counts, which stay below the limit of signed ones.
 template <std::integral Number>
 struct JSONForm<Number> {
-  static bool parse(const JSONValue& value, Number& into) {
-    const std::optional<std::int64_t> number = value.integer();
-    if (!number || !std::in_range<Number>(*number)) {
-      return false;
+  static void read(const JSONValue& value, const JSONPlace& place, Number& into) {
+    const std::optional<std::int64_t> number = value.get<std::int64_t>();
+    if (!number || !std::in_range<Number>(*number)) [[unlikely]] {
+      rejectValue(value, place,
+                  std::same_as<Number, std::uint64_t>
+                      ? "a count"
+                      : LogCore::text("an integer of the ", std::is_signed_v<Number> ? "" : "un",
+                                      "signed ", sizeof(Number) * 8, "-bit range"));
     }
     into = static_cast<Number>(*number);
-    return true;
-  }
-  static std::string expected() {
-    return std::same_as<Number, std::uint64_t>
-               ? std::string("a count")
-               : LogCore::text("an integer of the ", std::is_signed_v<Number> ? "" : "un",
-                               "signed ", sizeof(Number) * 8, "-bit range");
   }
   static std::string write(Number number) { return LogCore::text(number); }
   static FileCodec::JSONObject schema(bool orNull) {
@@ -276,8 +241,9 @@ struct JSONForm<Number> {
 
 template <>
 struct JSONForm<std::string> {
-  static bool parse(const JSONValue& value, std::string& into);
-  static std::string expected() { return "a string"; }
+  static void read(const JSONValue& value, const JSONPlace& place, std::string& into) {
+    into = required<std::string_view>(value, place, "a string");
+  }
   static std::string write(const std::string& text) { return FileCodec::jsonString(text); }
   static FileCodec::JSONObject schema(bool orNull) { return schemaOfType("string", orNull); }
   static std::string typeName() { return "string"; }
@@ -307,28 +273,23 @@ template <typename Enumeration>
 struct JSONForm<Enumeration> {
   static constexpr const auto& kNames = JSONNames<Enumeration>::list;
 
-  static bool parse(const JSONValue& value, Enumeration& into) {
-    const auto found = std::ranges::find(kNames, value.string(), [](const auto& row) {
-      return std::optional<std::string_view>(row.name);
-    });
-    if (found == kNames.end()) {
-      return false;
+  static void read(const JSONValue& value, const JSONPlace& place, Enumeration& into) {
+    const auto text = value.get<std::string_view>();
+    const auto found =
+        std::ranges::find_if(kNames, [&](const auto& row) { return row.name == text; });
+    if (found == kNames.end()) [[unlikely]] {
+      std::string expected;
+      for (const auto& row : kNames) {
+        expected += expected.empty() ? "\"" : &row == &kNames.back() ? "\" or \"" : "\", \"";
+        expected += row.name;
+      }
+      rejectValue(value, place, expected + '"');
     }
     into = found->value;
-    return true;
-  }
-  static std::string expected() {
-    std::string out;
-    for (const auto& row : kNames) {
-      out += out.empty() ? "\"" : &row == &kNames.back() ? "\" or \"" : "\", \"";
-      out += row.name;
-    }
-    return out + '"';
   }
   static std::string write(Enumeration value) { return FileCodec::jsonString(nameOf(value)); }
   static FileCodec::JSONObject schema(bool orNull) {
     std::vector<std::string> names;
-    names.reserve(std::size(kNames) + 1);
     for (const auto& row : kNames) {
       names.push_back(FileCodec::jsonString(row.name));
     }
@@ -344,20 +305,12 @@ template <typename Value>
 struct JSONForm<std::optional<Value>> {
   using Form = JSONForm<Value>;
 
-  static void read(const JSONValue& value, const JSONPlace& place, std::optional<Value>& into) {
+  static void read(const JSONValue& value, JSONPlace place, std::optional<Value>& into) {
     if (value.isNull()) {
       into.reset();
-      return;
-    }
-    if (!into) {
-      into.emplace();
-    }
-    if constexpr (requires { Form::parse(value, *into); }) {
-      if (!Form::parse(value, *into)) [[unlikely]] {
-        rejectValue(value, place, Form::expected() + " or null");
-      }
     } else {
-      Form::read(value, place, *into);
+      place.orNull = true;
+      Form::read(value, place, into ? *into : into.emplace());
     }
   }
   static std::string write(const std::optional<Value>& value) {
@@ -368,7 +321,7 @@ struct JSONForm<std::optional<Value>> {
 };
 
 /// Throws unless the value has the type or is null; returns whether it is present.
-bool isPresent(const JSONValue& value, JSONValue::Type type, const JSONPlace& place);
+bool isPresent(const JSONValue& value, JSONValue::Type type, JSONPlace place);
 
 template <typename Value>
 struct JSONForm<std::vector<Value>> {
@@ -376,10 +329,8 @@ struct JSONForm<std::vector<Value>> {
     std::size_t count = 0;
     if (isPresent(value, JSONValue::Type::array, place)) {
       value.forEachElement([&](const JSONValue& element) {
-        if (count == into.size()) {
-          into.emplace_back();
-        }
-        readValue(element, {.around = &place, .member = {}, .index = count}, into[count]);
+        Value& next = count < into.size() ? into[count] : into.emplace_back();
+        JSONForm<Value>::read(element, {.around = &place, .index = count}, next);
         ++count;
       });
     }
@@ -387,7 +338,6 @@ struct JSONForm<std::vector<Value>> {
   }
   static std::string write(const std::vector<Value>& values) {
     std::vector<std::string> elements;
-    elements.reserve(values.size());
     std::ranges::transform(values, std::back_inserter(elements), JSONForm<Value>::write);
     return FileCodec::jsonArray(elements);
   }
@@ -401,29 +351,16 @@ template <typename Value>
 struct JSONForm<std::map<std::string, Value, std::less<>>> {
   using Map = std::map<std::string, Value, std::less<>>;
 
-  /// Successive objects often have the same names in the same order, so entries are reused then.
   static void read(const JSONValue& value, const JSONPlace& place, Map& into) {
-    if (!isPresent(value, JSONValue::Type::object, place)) {
-      into.clear();
-      return;
+    Map former = std::exchange(into, {});  // successive objects often have the same names
+    if (isPresent(value, JSONValue::Type::object, place)) {
+      value.forEachMember([&](std::string_view name, const JSONValue& member) {
+        const auto known = former.find(name);
+        const auto entry = known == former.end() ? into.emplace_hint(into.end(), name, Value())
+                                                 : into.insert(into.end(), former.extract(known));
+        JSONForm<Value>::read(member, {.around = &place, .member = name}, entry->second);
+      });
     }
-    auto at = into.begin();
-    bool sameNames = true;
-    value.forEachMember([&](std::string_view name, const JSONValue& /*member*/) {
-      sameNames = sameNames && at != into.end() && at->first == name;
-      at = sameNames ? std::next(at) : at;
-    });
-    if (!sameNames || at != into.end()) {
-      into.clear();
-    }
-    at = into.begin();
-    value.forEachMember([&](std::string_view name, const JSONValue& member) {
-      if (at == into.end() || at->first != name) {
-        at = into.emplace_hint(at, name, Value());  // or the entry of a duplicate
-      }
-      readValue(member, {.around = &place, .member = name}, at->second);
-      ++at;
-    });
   }
   static std::string write(const Map& map) {
     FileCodec::JSONObject object;
@@ -441,13 +378,14 @@ struct JSONForm<std::map<std::string, Value, std::less<>>> {
   }
 };
 
-template <HasJSONFields Record>
+template <typename Record>
+  requires requires { JSONFields<Record>::list; }
 struct JSONForm<Record> {
   static void read(const JSONValue& value, const JSONPlace& place, Record& into) {
     if (isPresent(value, JSONValue::Type::object, place)) {
-      readFields(value, &place, into);
+      readFields(value, place, into);
     } else {
-      clearValue(into);
+      into = Record();
     }
   }
   static std::string write(const Record& record) {
@@ -462,31 +400,28 @@ struct JSONForm<Record> {
   static FileCodec::JSONObject schema(bool orNull) {
     return schemaOfFields<Record>(schemaOfType("object", orNull));
   }
-  static std::string typeName() {
-    if constexpr (requires { JSONFields<Record>::typeName; }) {
-      return JSONFields<Record>::typeName;
-    } else {
-      return "object";
-    }
-  }
+  static std::string typeName() { return std::string(kRecordTypeName<Record>); }
 };
 
-/// The number of a format's version, for which another is rejected.
-template <std::int64_t version>
-struct FormatVersion {
-  friend bool operator==(const FormatVersion&, const FormatVersion&) = default;
-};
-template <std::int64_t version>
-struct JSONForm<FormatVersion<version>> {
-  static bool parse(const JSONValue& value, FormatVersion<version>& /*into*/) {
-    return value.integer() == version;
-  }
-  static std::string expected() { return LogCore::text("the version ", version); }
-  static std::string write(FormatVersion<version> /*value*/) { return LogCore::text(version); }
-  static FileCodec::JSONObject schema(bool /*orNull*/) {
-    return FileCodec::JSONObject().addJSON("const", LogCore::text(version));
-  }
-  static std::string typeName() { return "integer"; }
-};
+/// A member with the number of the format's version, for which another is rejected.
+template <typename Record, std::int64_t version>
+[[nodiscard]] constexpr JSONField<Record> formatVersion(std::string_view name,
+                                                        std::string_view meaning = {}) {
+  return {.name = name,
+          .read =
+              [](const JSONValue& value, const JSONPlace& place, Record& /*record*/) {
+                if (value.get<std::int64_t>() != version) {
+                  rejectValue(value, place, LogCore::text("the version ", version));
+                }
+              },
+          .write = [](const Record& /*record*/) { return LogCore::text(version); },
+          .schema =
+              [](bool /*orNull*/) {
+                return FileCodec::JSONObject().addJSON("const", LogCore::text(version));
+              },
+          .typeName = JSONForm<std::int64_t>::typeName,
+          .meaning = meaning,
+          .isNeeded = true};
+}
 
 }  // namespace agent_tool

@@ -14,7 +14,7 @@
 #include "AgentTool/ActionFiles/ActionReference.h"
 #include "AgentTool/Commands/BuildVersion.h"
 #include "AgentTool/Commands/CommandLine.h"
-#include "AgentTool/Facts/FactsTable.h"
+#include "AgentTool/Facts/Facts.h"
 #include "VexloPatchDeployment/PatchActions/Main/KnownActions.h"
 
 namespace {

@@ -3,7 +3,7 @@
 #include <string>
 
 #include "AgentTool/Console/Console.h"
-#include "AgentTool/Facts/FactsTable.h"
+#include "AgentTool/Facts/Facts.h"
 #include "Tests/AgentTool/AgentToolFixture.h"
 
 using testing::AllOf;

@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "AgentLibraries/LogCore/Logger.h"
-#include "AgentTool/Facts/FactsTable.h"
+#include "AgentTool/Facts/Facts.h"
 #include "VexloPatchDeployment/Installers/InstallerMeasurements.h"
 #include "VexloPatchDeployment/PatchActions/Main/KnownActions.h"
 

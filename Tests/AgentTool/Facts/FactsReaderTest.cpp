@@ -4,7 +4,7 @@
 #include <limits>
 #include <string>
 
-#include "AgentTool/Facts/FactsTable.h"
+#include "AgentTool/Facts/Facts.h"
 
 using agent_tool::Facts;
 using agent_tool::FactsReader;
