@@ -8,10 +8,8 @@
 
 #include "AgentTool/Commands/AgentSession.h"
 #include "AgentTool/Commands/CommandLine.h"
-#include "AgentTool/Commands/Commands.h"
 #include "AgentTool/Console/Console.h"
 #include "AgentTool/Console/PrintableText.h"
-#include "VexloPatchDeployment/Common/Overloaded.h"
 
 namespace {
 
@@ -28,37 +26,14 @@ void reserveStandardDescriptors() {
   }
 }
 
-ExitStatus answer(const NoRequest& noRequest, Console& console) {
-  if (noRequest.status == ExitStatus::success) {
-    console.write(noRequest.text);
-  } else {
-    console.reportError(noRequest.text);
-  }
-  return noRequest.status;
-}
-
-ExitStatus carryOut(const Request& request, Console& console) {
-  return std::visit(
-      vexlo::Overloaded{
-          [&](const PlanRequest& wanted) { return plan(wanted, console); },
-          [&](const EvaluateRequest& wanted) { return evaluate(wanted, console); },
-          [&](const RunRequest& wanted) { return run(wanted, console); },
-          [&](const CheckRequest& wanted) { return check(wanted, console); },
-          [&](const FactsRequest& wanted) { return facts(wanted, console); },
-          [&](const WhatIfRequest& wanted) { return whatIf(wanted, console); },
-          [&](const MergeRequest& wanted) { return mergeSummaries(wanted, console); }},
-      request);
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
   reserveStandardDescriptors();
   Console console;
   try {
-    const auto request = readCommandLine(argc, argv);
-    return static_cast<int>(request ? carryOut(*request, console)
-                                    : answer(request.error(), console));
+    const Command command = readCommandLine(argc, argv);
+    return static_cast<int>(command(console));
   } catch (const AgentSettingsError& error) {
     console.reportError(printable(error.what()));
     return static_cast<int>(ExitStatus::badUsage);

@@ -38,7 +38,7 @@ std::vector<NameNotInFile> namesNotInFile(const vexlo::PatchIdentifier& patch,
 
 std::expected<std::vector<NameNotInFile>, ExitStatus> checkNames(
     const PatchRequest& request, const vexlo::PatchActionGroup& file, Console& console) {
-  std::vector<NameNotInFile> names = namesNotInFile(request.patch, file);
+  std::vector<NameNotInFile> names = namesNotInFile(request.patch(), file);
   for (const NameNotInFile& name : names) {
     console.reportError("the action file has no " + printable(name.text));
   }

@@ -8,7 +8,7 @@
 
 #include "AgentLibraries/FileCodec/JSONObject.h"
 #include "AgentTool/Commands/AgentSession.h"
-#include "AgentTool/Commands/CommandLine.h"
+#include "AgentTool/Commands/Commands.h"
 #include "AgentTool/Console/Console.h"
 #include "AgentTool/Console/ExitStatus.h"
 #include "VexloPatchDeployment/Common/PatchIdentifier.h"

@@ -1,17 +1,27 @@
 // Acts as the agent: settings, log, notifications, run loop.
 #pragma once
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <utility>
 
 #include "AgentLibraries/LogCore/Logger.h"
-#include "AgentTool/Commands/CommandLine.h"
+#include "AgentLibraries/vxutils/GlobalVars.h"
 #include "AgentTool/Console/Console.h"
 #include "Platform/Descriptor.h"
 #include "Platform/RunLoop.h"
 
 namespace agent_tool {
+
+/// The agent's settings.
+struct AgentSettings {
+  std::optional<std::string> root;                ///< Of the directories that are not given.
+  vxutils::AgentDirectories directories;          ///< Absolute; absent when not given.
+  std::optional<bool> isAppleSilicon;             ///< Absent: ask the machine.
+  std::optional<LogCore::LogLevel> minimumLevel;  ///< Absent: no log lines at all.
+  std::optional<std::string> logFile;             ///< Absent: standard error.
+};
 
 /// A setting of the agent is unusable.
 class AgentSettingsError : public std::runtime_error {

@@ -1,9 +1,12 @@
 #include "AgentTool/Commands/CommandLine.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstddef>
 #include <filesystem>
+#include <functional>
 #include <iterator>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -11,33 +14,30 @@
 #include <utility>
 #include <vector>
 
+#include "AgentLibraries/LogCore/Text.h"
 #include "AgentTool/ActionFiles/ActionReference.h"
 #include "AgentTool/Commands/BuildVersion.h"
+#include "AgentTool/Commands/Commands.h"
 #include "AgentTool/Commands/HelpText.h"
 #include "AgentTool/Console/PrintableText.h"
 
 namespace agent_tool {
 namespace {
 
+using LogCore::text;
+
+constexpr const char* kDescription =
+    "Plans, runs and checks the actions of a patch, as the agent would.";
 constexpr const char* kAgentRootVariable = "VEXLO_AGENT_ROOT";
 
-std::string versionText() {
-  return "VexloPatchDeployment " + std::string(kFullVersion) + " (commit " + std::string(kCommit) +
-         ")";
-}
+struct HelpRequest {
+  std::string topic;  ///< Empty: the program.
+  std::string action;
+  std::string form = "text";
+};
 
-/// What the parser fills in. Only one command is on a command line, so commands share options.
-struct Options {
-  std::string patchID;
-  std::string productID;
-  std::string servicePackID;
-  std::optional<std::string> agentRoot;
-  std::optional<std::string> baseDirectory;
-  std::optional<std::string> dataDirectory;
-  std::optional<std::string> logDirectory;
-  std::string machine = "auto";
-  std::optional<std::string> logLevel;
-  std::optional<std::string> logFile;
+/// What the parser fills in.
+struct ParsedLine {
   PlanRequest plan;
   EvaluateRequest evaluate;
   RunRequest run;
@@ -45,56 +45,42 @@ struct Options {
   FactsRequest facts;
   WhatIfRequest whatIf;
   bool mergesSummaries = false;
-  std::string helpTopic;
-  std::string helpAction;
-  std::string helpForm = "text";
+  HelpRequest help;
+  Command command;  ///< Set at the end, by the command on the line.
 };
 
-void addPatch(CLI::App& command, Options& options, bool isRequired = true) {
+void addPatch(CLI::App& command, PatchRequest& request, bool isRequired = true) {
   const auto add = [&](const char* name, std::string& value, const char* what) {
     command.add_option(name, value, what)
         ->required(isRequired)
         ->type_name("ID")
         ->group(kPatchGroup);
   };
-  add("--patch", options.patchID, "the patch");
-  add("--product", options.productID, "its product");
-  add("--service-pack", options.servicePackID, "the product's service pack");
+  add("--patch", request.patchID, "the patch");
+  add("--product", request.productID, "its product");
+  add("--service-pack", request.servicePackID, "the product's service pack");
 }
 
-/// Adds an option of the agent's settings.
-template <typename Value>
-CLI::Option* addSetting(CLI::App& command, const char* name, Value& value, const char* type,
-                        const char* what) {
-  return command.add_option(name, value, what)->type_name(type)->group(kAgentGroup);
+void addStrict(CLI::App& command, PatchRequest& request) {
+  command.add_flag("--strict", request.strict,
+                   "fail with status 64 if the file has no such patch, product or service pack");
 }
 
-void addBase(CLI::App& command, Options& options, const char* whatRootIs) {
-  addSetting(command, "--agent-root", options.agentRoot, "DIR", whatRootIs)
-      ->envname(kAgentRootVariable);
-  addSetting(command, "--base-dir", options.baseDirectory, "DIR", "the agent's base directory");
+/// Adds an option whose value, which is passed to `choose`, is one of `names`.
+void addChoice(CLI::App& command, const char* option, const std::string& what,
+               const std::vector<std::string>& names,
+               const std::function<void(const std::string&)>& choose) {
+  command.add_option_function(option, choose, what)
+      ->type_name(platform::joined(names, "|"))
+      ->check(CLI::IsMember(names).description(""));
 }
 
-void addLog(CLI::App& command, Options& options, const char* whichLevel) {
-  addSetting(command, "--log-level", options.logLevel, "debug|info|error|none", whichLevel)
-      ->check(CLI::IsMember({"debug", "info", "error", "none"}).description(""));
-  addSetting(command, "--log-file", options.logFile, "FILE",
-             "append log lines to FILE instead of standard error");
+/// Rejects an empty value: an empty variable in a script must not select everything.
+auto notEmpty(const char* problem) {
+  return [problem](const std::string& value) { return value.empty() ? problem : ""; };
 }
 
-/// Adds all settings, for commands that read the machine's state.
-void addAgent(CLI::App& command, Options& options, const char* whichLevel) {
-  addBase(command, options, "base = DIR, data = DIR/data, logs = DIR/logs");
-  addSetting(command, "--data-dir", options.dataDirectory, "DIR", "the agent's data directory");
-  addSetting(command, "--log-dir", options.logDirectory, "DIR", "the agent's log directory");
-  addSetting(command, "--machine", options.machine, "auto|apple-silicon|intel",
-             "the processor type (auto: detect it)")
-      ->check(CLI::IsMember({"auto", "apple-silicon", "intel"}).description(""));
-  addLog(command, options, whichLevel);
-}
-
-/// Adds an option with one value for each time that it is given. `ifEmpty` rejects an empty value:
-/// an empty variable in a script must not select everything.
+/// Adds an option with one value for each time that it is given.
 void addRepeatable(CLI::App& command, const char* name, std::vector<std::string>& values,
                    const char* type, const char* what, const char* ifEmpty) {
   command.add_option(name, values, what)
@@ -102,18 +88,56 @@ void addRepeatable(CLI::App& command, const char* name, std::vector<std::string>
       ->expected(1)
       ->allow_extra_args(false)
       ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
-      ->check([ifEmpty](const std::string& value) { return value.empty() ? ifEmpty : ""; });
+      ->check(notEmpty(ifEmpty));
 }
 
-void addQuestions(CLI::App& command, bool& asksApple, bool& asksAgent, const char* whatAgent) {
-  command.add_flag("--ask-apple", asksApple,
+void addQuestions(CLI::App& command, FactsExtent& extent, const char* whatAgent) {
+  extent.agentService = true;
+  command.add_flag("--ask-apple", extent.appleServers,
                    "ask Apple's servers about updates (softwareupdate --list, mdmclient)");
-  command.add_flag("--ask-agent", asksAgent, whatAgent);
+  command.add_flag("--ask-agent", extent.credentials, whatAgent);
 }
 
-void addStrict(CLI::App& command, PatchRequest& request) {
-  command.add_flag("--strict", request.strict,
-                   "fail with status 64 if the file has no such patch, product or service pack");
+void addBase(CLI::App& command, AgentSettings& agent, const char* whatRootIs) {
+  command.option_defaults()->group(kAgentGroup);
+  command.add_option("--agent-root", agent.root, whatRootIs)
+      ->type_name("DIR")
+      ->envname(kAgentRootVariable);
+  command.add_option("--base-dir", agent.directories.base, "the agent's base directory")
+      ->type_name("DIR");
+}
+
+std::optional<LogCore::LogLevel> levelNamed(std::string_view name) {
+  using enum LogCore::LogLevel;
+  return name == "debug"   ? std::optional(debug)
+         : name == "info"  ? std::optional(info)
+         : name == "error" ? std::optional(error)
+                           : std::nullopt;
+}
+
+void addLog(CLI::App& command, AgentSettings& agent, const char* defaultLevel) {
+  agent.minimumLevel = levelNamed(defaultLevel);
+  addChoice(command, "--log-level", text("the lowest level to log (default: ", defaultLevel, ")"),
+            {"debug", "info", "error", "none"},
+            [&](const std::string& level) { agent.minimumLevel = levelNamed(level); });
+  command
+      .add_option("--log-file", agent.logFile, "append log lines to FILE instead of standard error")
+      ->type_name("FILE");
+}
+
+/// Adds all settings, for commands that read the machine's state.
+void addAgent(CLI::App& command, AgentSettings& agent, const char* defaultLevel) {
+  addBase(command, agent, "base = DIR, data = DIR/data, logs = DIR/logs");
+  command.add_option("--data-dir", agent.directories.data, "the agent's data directory")
+      ->type_name("DIR");
+  command.add_option("--log-dir", agent.directories.logs, "the agent's log directory")
+      ->type_name("DIR");
+  addChoice(command, "--machine", "the processor type (auto: detect it)",
+            {"auto", "apple-silicon", "intel"}, [&](const std::string& type) {
+              agent.isAppleSilicon =
+                  type == "auto" ? std::nullopt : std::optional(type == "apple-silicon");
+            });
+  addLog(command, agent, defaultLevel);
 }
 
 /// Lists the exit statuses: the command's own and those that all commands have. `unusable` explains
@@ -123,193 +147,302 @@ void setFooter(CLI::App& command, const std::string& exitStatus, const std::stri
                  (unusable.empty() ? "" : "  65  " + unusable + "\n") + "  71  not enough memory");
 }
 
-void addWhatIf(CLI::App& app, Options& options) {
-  CLI::App& whatIf = *app.add_subcommand(
-      "what-if", "Predicts a patch's result on each machine of a fleet, one line per machine.");
-  whatIf.add_option("ACTIONS", options.whatIf.actionFile, "the action file")->type_name("");
-  whatIf
-      .add_option("FACTS", options.whatIf.factsFiles,
-                  "files with a line of 'facts --json' per machine (default: -, standard input)")
-      ->type_name("");
-  addPatch(whatIf, options, false);
-  addStrict(whatIf, options.whatIf);
-  whatIf
-      .add_option("--compare", options.whatIf.compareWith,
-                  "show only machines whose result differs with this action file")
-      ->type_name("ACTIONS");
-  whatIf.add_flag("--summary", options.whatIf.summaryOnly, "print only the summary, as a table");
-  whatIf
-      .add_option("--summary-file", options.whatIf.summaryFile,
-                  "write the summary to FILE as JSON, instead of a table to standard error")
-      ->type_name("FILE");
-  whatIf.add_flag("--merge", options.mergesSummaries,
-                  "the files are summaries, one per line: merge them and print the result. Only "
-                  "with --json");
-  whatIf.add_flag("--json", options.whatIf.json,
-                  "with --summary or --merge: print one JSON object on one line");
-  setFooter(whatIf,
-            "  0   every line was evaluated\n"
-            "  1   a file of facts can't be read\n"
-            "  2   invalid lines were skipped and reported on standard error",
-            "an action file or a summary can't be used");
+/// Absolute, for programs with another working directory, and without a trailing slash. Unchanged
+/// if that fails (an empty path, a deleted working directory).
+std::string absolutePath(const std::string& path) {
+  std::error_code error;
+  std::string absolute = std::filesystem::absolute(path, error).string();
+  if (error) {
+    return path;
+  }
+  while (absolute.size() > 1 && absolute.ends_with('/')) {
+    absolute.pop_back();
+  }
+  return absolute;
 }
 
-void addPlan(CLI::App& app, Options& options) {
-  CLI::App& plan = *app.add_subcommand(
+/// Completes the agent's directories from its root and checks them. Throws if one that is `needed`,
+/// named by its option, is not given.
+void locateDirectories(AgentSettings& agent, const std::vector<std::string_view>& needed) {
+  struct Row {
+    std::optional<std::string>& directory;
+    std::string_view option;
+    const char* belowRoot;
+  };
+  auto& [base, data, logs] = agent.directories;
+  for (const auto& [directory, option, belowRoot] :
+       {Row{base, "--base-dir", ""}, Row{data, "--data-dir", "/data"},
+        Row{logs, "--log-dir", "/logs"}}) {
+    const bool isGiven = directory.has_value();
+    if (isGiven || agent.root) {
+      directory = isGiven ? absolutePath(*directory) : absolutePath(*agent.root) + belowRoot;
+    } else if (std::ranges::find(needed, option) != needed.end()) {
+      throw CLI::ValidationError(text("no agent directory: give --agent-root DIR (or set ",
+                                      kAgentRootVariable, "), or ", option, " DIR"));
+    }
+    // After the installation, directories below the root may not exist yet.
+    std::error_code error;
+    if (!directory || (!isGiven && &directory != &base) ||
+        std::filesystem::is_directory(*directory, error)) {
+      continue;
+    }
+    const bool isMissing = !error || error == std::errc::no_such_file_or_directory;
+    throw CLI::ValidationError(
+        text(isMissing ? "no such directory: "
+                       : text("can't use the directory: ", error.message(), ": "),
+             '"', *directory, "\" (from ",
+             isGiven ? option : text("--agent-root or ", kAgentRootVariable), ')'));
+  }
+}
+
+void addPlan(CLI::App& app, ParsedLine& line) {
+  CLI::App& command = *app.add_subcommand(
       "plan", "Shows the applicable actions in order, and where each comes from.");
-  addPatch(plan, options);
-  addStrict(plan, options.plan);
-  plan.add_flag("--json", options.plan.json, "print one JSON object instead of a table");
-  addBase(plan, options, "base = DIR");
-  addLog(plan, options, "the lowest level to log (default: error)");
-  setFooter(plan, "  0   the plan was printed", "the action file can't be used");
+  PlanRequest& request = line.plan;
+  addPatch(command, request);
+  addStrict(command, request);
+  command.add_flag("--json", request.json, "print one JSON object instead of a table");
+  addBase(command, request.agent, "base = DIR");
+  addLog(command, request.agent, "error");
+  setFooter(command, "  0   the plan was printed", "the action file can't be used");
+  command.callback([&] {
+    locateDirectories(request.agent, {"--base-dir"});
+    line.command = std::bind_front(plan, request);
+  });
 }
 
-void addEvaluate(CLI::App& app, Options& options) {
-  CLI::App& evaluate =
+void addEvaluate(CLI::App& app, ParsedLine& line) {
+  CLI::App& command =
       *app.add_subcommand("evaluate", "Predicts each action's result without changing anything.");
-  addPatch(evaluate, options);
-  CLI::Option& factsFile = *evaluate.add_option(
-      "--facts", options.evaluate.factsFile,
+  EvaluateRequest& request = line.evaluate;
+  addPatch(command, request);
+  CLI::Option& factsFile = *command.add_option(
+      "--facts", request.factsFile,
       "evaluate the machine that printed this line of 'facts --json' (- for standard input)");
   factsFile.type_name("FILE");
-  addQuestions(evaluate, options.evaluate.asksApple, options.evaluate.asksAgent,
-               "ask the agent's service whether credentials are stored");
-  addStrict(evaluate, options.evaluate);
-  evaluate.add_flag("--json", options.evaluate.json, "print one JSON object instead of a table");
-  addAgent(evaluate, options, "the lowest level to log (default: none)");
+  addQuestions(command, request.extent, "ask the agent's service whether credentials are stored");
+  addStrict(command, request);
+  command.add_flag("--json", request.json, "print one JSON object instead of a table");
+  addAgent(command, request.agent, "none");
   for (const char* const aboutThisMachine : {"--ask-apple", "--ask-agent", "--machine"}) {
-    evaluate.get_option(aboutThisMachine)->excludes(&factsFile);
+    command.get_option(aboutThisMachine)->excludes(&factsFile);
   }
   setFooter(
-      evaluate,
+      command,
       "  0   no action would stop the patch\n"
       "  75  an action would stop it until later, or depends on something that was not asked\n"
       "  1   an action would fail",
       "the action file or the facts can't be used");
+  command.callback([&] {
+    locateDirectories(request.agent, {"--base-dir", request.factsFile ? "" : "--data-dir"});
+    line.command = std::bind_front(evaluate, request);
+  });
 }
 
-void addRun(CLI::App& app, Options& options) {
-  CLI::App& run = *app.add_subcommand("run", "Runs the actions in order, as the agent would.");
-  addPatch(run, options);
-  addRepeatable(run, "--action", options.run.actionCodes, "CODE|NAME",
+void addRun(CLI::App& app, ParsedLine& line) {
+  CLI::App& command = *app.add_subcommand("run", "Runs the actions in order, as the agent would.");
+  RunRequest& request = line.run;
+  addPatch(command, request);
+  addRepeatable(command, "--action", request.actionCodes, "CODE|NAME",
                 "run only this action; may be repeated. An action that doesn't apply passes",
                 "a code or name is needed");
-  run.add_flag("--keep-going", options.run.keepGoing,
-               "continue after an action that doesn't succeed");
-  run.add_flag("--explain", options.run.explain,
-               "show the log lines of actions that don't succeed");
-  addStrict(run, options.run);
-  run.add_flag("--json", options.run.json, "print one JSON object per line, as each action ends");
-  addAgent(run, options, "the lowest level to log (default: info)");
-  setFooter(run,
+  command.add_flag("--keep-going", request.keepGoing,
+                   "continue after an action that doesn't succeed");
+  command.add_flag("--explain", request.explain,
+                   "show the log lines of actions that don't succeed");
+  addStrict(command, request);
+  command.add_flag("--json", request.json, "print one JSON object per line, as each action ends");
+  addAgent(command, request.agent, "info");
+  setFooter(command,
             "  0   all actions passed\n"
             "  75  an action has to be applied later\n"
             "  1   an action failed",
             "the action file can't be used");
+  command.callback([&] {
+    locateDirectories(request.agent, {"--base-dir", "--data-dir", "--log-dir"});
+    line.command = std::bind_front(run, request);
+  });
 }
 
-void addCheck(CLI::App& app, Options& options) {
-  CLI::App& check = *app.add_subcommand(
+void addCheck(CLI::App& app, ParsedLine& line) {
+  CLI::App& command = *app.add_subcommand(
       "check", "Finds errors in action files, gives warnings, and shows where they are.");
-  check.add_option("FILE", options.check.files, "the action files (- for standard input)")
+  CheckRequest& request = line.check;
+  command.add_option("FILE", request.files, "the action files (- for standard input)")
       ->required()
       ->type_name("");
-  check.add_flag("--strict", options.check.strict, "exit with 1 if there is a warning");
-  check.add_flag("--json", options.check.json,
-                 "print one JSON object per file, each on one line, instead of text");
-  setFooter(check,
+  command.add_flag("--strict", request.strict, "exit with 1 if there is a warning");
+  command.add_flag("--json", request.json,
+                   "print one JSON object per file, each on one line, instead of text");
+  setFooter(command,
             "  0   the files can be used\n"
             "  1   with --strict: there is a warning",
             "a file can't be used");
+  command.callback([&] { line.command = std::bind_front(check, request); });
 }
 
-void addFacts(CLI::App& app, Options& options) {
-  CLI::App& facts =
+void addFacts(CLI::App& app, ParsedLine& line) {
+  CLI::App& command =
       *app.add_subcommand("facts", "Shows what the library sees on this machine; changes nothing.");
-  addRepeatable(facts, "--application", options.facts.applications, "BUNDLE-ID",
+  FactsRequest& request = line.facts;
+  addRepeatable(command, "--application", request.extent.applications, "BUNDLE-ID",
                 "show the running instances of this application; may be repeated",
                 "a bundle identifier is needed");
-  facts.add_flag("--all-applications", options.facts.allApplications,
-                 "show all running applications that have a bundle identifier");
-  addQuestions(facts, options.facts.asksApple, options.facts.asksAgent,
+  command.add_flag("--all-applications", request.extent.allApplications,
+                   "show all running applications that have a bundle identifier");
+  addQuestions(command, request.extent,
                "ask the agent's service whether credentials are stored (up to 20 seconds)");
-  facts.add_option("--name", options.facts.name, "the machine's name, for what-if")
+  command.add_option("--name", request.name, "the machine's name, for what-if")
       ->type_name("NAME")
-      ->check([](const std::string& name) { return name.empty() ? "a name is needed" : ""; });
-  facts.add_flag("--json", options.facts.json,
-                 "print one JSON object on one line instead of a table");
-  addAgent(facts, options, "the lowest level to log (default: none)");
-  setFooter(facts, "  0   the facts were printed; unreadable ones are absent, with the reason");
+      ->check(notEmpty("a name is needed"));
+  command.add_flag("--json", request.json, "print one JSON object on one line instead of a table");
+  addAgent(command, request.agent, "none");
+  setFooter(command, "  0   the facts were printed; unreadable ones are absent, with the reason");
+  command.callback([&] {
+    locateDirectories(request.agent, {});
+    line.command = std::bind_front(facts, request);
+  });
 }
 
-void addHelp(CLI::App& app, Options& options) {
-  CLI::App& help = *app.add_subcommand("help", "Explains a command or the actions.");
-  help.add_option("COMMAND", options.helpTopic, "a command, or 'actions'")->type_name("");
-  help.add_option("ACTION", options.helpAction, "after 'actions': the code or name of one")
-      ->type_name("");
-  help.add_option("--as", options.helpForm,
-                  "with 'actions': print text, Markdown, or the JSON Schema of the action file")
-      ->type_name("text|markdown|schema")
-      ->check(CLI::IsMember({"text", "markdown", "schema"}).description(""));
-}
-
-constexpr const char* kDescription =
-    "Plans, runs and checks the actions of a patch, as the agent would.";
-
-void define(CLI::App& app, Options& options) {
-  app.set_help_flag("-h,--help", "show this help");
-  app.set_version_flag("--version", versionText(), "show the library's version and commit");
-  app.require_subcommand(1);
-  for (const auto add : {addPlan, addEvaluate, addRun, addCheck, addFacts, addWhatIf, addHelp}) {
-    add(app, options);
+/// Throws if the options don't suit each other. With `merges`, the files are summaries.
+Command whatIfCommand(const CLI::App& command, WhatIfRequest& request, bool merges) {
+  const auto isGiven = [&](const char* option) { return command.get_option(option)->count() > 0; };
+  if (merges) {
+    for (const char* other : {"--patch", "--product", "--service-pack", "--strict", "--compare",
+                              "--summary", "--summary-file"}) {
+      if (isGiven(other)) {
+        throw CLI::ExcludesError("--merge", other);
+      }
+    }
+    if (!isGiven("ACTIONS")) {
+      throw CLI::ValidationError("a summary is required (- for standard input)");
+    }
+    request.factsFiles.insert(request.factsFiles.begin(), request.actionFile);
+    return std::bind_front(mergeSummaries,
+                           MergeRequest{.summaryFiles = request.factsFiles, .json = request.json});
   }
+  for (const char* needed : {"ACTIONS", "--patch", "--product", "--service-pack"}) {
+    if (!isGiven(needed)) {
+      throw CLI::RequiredError(needed);
+    }
+  }
+  if (request.json && !request.summaryOnly) {
+    throw CLI::ValidationError("--json needs --summary or --merge");
+  }
+  if (request.factsFiles.empty()) {
+    request.factsFiles.emplace_back("-");
+  }
+  return std::bind_front(whatIf, request);
 }
 
-NoRequest helpOn(const CLI::App& app) { return {ExitStatus::success, helpText(app)}; }
-
-NoRequest badUsage(std::string_view text, const CLI::App& command) {
-  const bool isWhole = command.get_parent() == nullptr;
-  return {ExitStatus::badUsage, printable(text) + "\nTry '" + kProgram + " help" +
-                                    (isWhole ? "" : " " + command.get_name()) + "'."};
+void addWhatIf(CLI::App& app, ParsedLine& line) {
+  CLI::App& command = *app.add_subcommand(
+      "what-if", "Predicts a patch's result on each machine of a fleet, one line per machine.");
+  WhatIfRequest& request = line.whatIf;
+  command.add_option("ACTIONS", request.actionFile, "the action file")->type_name("");
+  command
+      .add_option("FACTS", request.factsFiles,
+                  "files with a line of 'facts --json' per machine (default: -, standard input)")
+      ->type_name("");
+  addPatch(command, request, /*isRequired=*/false);
+  addStrict(command, request);
+  command
+      .add_option("--compare", request.compareWith,
+                  "show only machines whose result differs with this action file")
+      ->type_name("ACTIONS");
+  command.add_flag("--summary", request.summaryOnly, "print only the summary, as a table");
+  command
+      .add_option("--summary-file", request.summaryFile,
+                  "write the summary to FILE as JSON, instead of a table to standard error")
+      ->type_name("FILE");
+  command.add_flag("--merge", line.mergesSummaries,
+                   "the files are summaries, one per line: merge them and print the result. Only "
+                   "with --json");
+  command.add_flag("--json", request.json,
+                   "with --summary or --merge: print one JSON object on one line");
+  setFooter(command,
+            "  0   every line was evaluated\n"
+            "  1   a file of facts can't be read\n"
+            "  2   invalid lines were skipped and reported on standard error",
+            "an action file or a summary can't be used");
+  command.callback([&] { line.command = whatIfCommand(command, request, line.mergesSummaries); });
 }
 
-NoRequest noSuchCommand(const std::vector<std::string>& words, const CLI::App& app) {
+Command print(std::string text) {
+  return [text = std::move(text)](Console& console) {
+    console.write(text);
+    return ExitStatus::success;
+  };
+}
+
+/// `topic` is that of the help which explains the usage; empty for the program.
+Command badUsage(std::string_view problem, const std::string& topic) {
+  return [text = text(printable(problem), "\nTry '", kProgram, " help", topic.empty() ? "" : " ",
+                      topic, "'.")](Console& console) {
+    console.reportError(text);
+    return ExitStatus::badUsage;
+  };
+}
+
+Command noSuchCommand(const std::vector<std::string>& words) {
   return badUsage(words.empty()
                       ? "a command is needed: plan, evaluate, run, check, facts, what-if or help"
                       : "no such command: " + words.front(),
-                  app);
+                  "");
 }
 
-/// What `help actions` prints.
-NoRequest helpOnActions(const Options& options) {
-  if (options.helpForm != "text") {
-    return {ExitStatus::success,
-            options.helpForm == "schema" ? actionFileSchema() : actionsAsMarkdown()};
+Command helpOnActions(const HelpRequest& request) {
+  if (request.form != "text") {
+    return print(request.form == "schema" ? actionFileSchema() : actionsAsMarkdown());
   }
-  if (options.helpAction.empty()) {
-    return {ExitStatus::success, listOfActions()};
+  if (request.action.empty()) {
+    return print(listOfActions());
   }
-  const vexlo::KnownActionRow* const row = vexlo::findKnownAction(options.helpAction);
-  return row != nullptr
-             ? NoRequest{ExitStatus::success, explanationOf(*row)}
-             : NoRequest{ExitStatus::badUsage, printable("no such action: " + options.helpAction) +
-                                                   "\nTry 'vexlo-patch help actions'."};
+  const vexlo::KnownActionRow* const row = vexlo::findKnownAction(request.action);
+  return row != nullptr ? print(explanationOf(*row))
+                        : badUsage("no such action: " + request.action, "actions");
+}
+
+Command help(const CLI::App& app, const HelpRequest& request) {
+  if (request.topic == "actions") {
+    return helpOnActions(request);
+  }
+  if (request.topic.empty()) {
+    return print(helpText(app));
+  }
+  const auto topics =
+      app.get_subcommands([&](const CLI::App* each) { return each->get_name() == request.topic; });
+  return topics.empty() ? noSuchCommand({request.topic}) : print(helpText(*topics.front()));
+}
+
+void addHelp(CLI::App& app, ParsedLine& line) {
+  CLI::App& command = *app.add_subcommand("help", "Explains a command or the actions.");
+  HelpRequest& request = line.help;
+  command.add_option("COMMAND", request.topic, "a command, or 'actions'")->type_name("");
+  command.add_option("ACTION", request.action, "after 'actions': the code or name of one")
+      ->type_name("");
+  addChoice(command, "--as",
+            "with 'actions': print text, Markdown, or the JSON Schema of the action file",
+            {"text", "markdown", "schema"}, [&](const std::string& form) { request.form = form; });
+  command.callback([&] { line.command = help(app, request); });
+}
+
+void define(CLI::App& app, ParsedLine& line) {
+  app.option_defaults()->group(kUsualGroup);
+  app.set_help_flag("-h,--help", "show this help");
+  app.set_version_flag("--version",
+                       text("VexloPatchDeployment ", kFullVersion, " (commit ", kCommit, ")"),
+                       "show the library's version and commit");
+  app.require_subcommand(1);
+  for (const auto add : {addPlan, addEvaluate, addRun, addCheck, addFacts, addWhatIf, addHelp}) {
+    add(app, line);
+  }
 }
 
 /// The command on the command line; the program itself if there is none.
 const CLI::App& chosenCommand(const CLI::App& app) {
   const auto chosen = app.get_subcommands();
   return chosen.empty() ? app : *chosen.front();
-}
-
-/// Arguments that nothing takes.
-std::string unexpected(const std::vector<std::string>& arguments) {
-  std::string text = arguments.size() == 1 ? "unexpected argument:" : "unexpected arguments:";
-  for (const std::string& argument : arguments) {
-    text += ' ' + argument;
-  }
-  return text;
 }
 
 /// The name of the option that is given too often; empty if none is.
@@ -324,7 +457,9 @@ std::string repeatedOption(const CLI::App& command) {
 /// Why the arguments can't be used, in words that don't depend on the parser's version.
 std::string messageFor(const CLI::ParseError& error, const CLI::App& app) {
   if (dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr) {
-    return unexpected(app.remaining(/*recurse=*/true));
+    const std::vector<std::string> arguments = app.remaining(/*recurse=*/true);
+    return text("unexpected argument", arguments.size() == 1 ? "" : "s", ": ",
+                platform::joined(arguments, " "));
   }
   const std::string repeated = repeatedOption(chosenCommand(app));
   return repeated.empty() ? error.what() : repeated + " may be given only once";
@@ -343,207 +478,38 @@ std::vector<std::string> withEmptyValuesApart(std::span<const char* const> line)
   return words;
 }
 
-std::optional<LogCore::LogLevel> levelNamed(std::string_view name) {
-  if (name == "debug") {
-    return LogCore::LogLevel::debug;
-  }
-  if (name == "info") {
-    return LogCore::LogLevel::info;
-  }
-  if (name == "error") {
-    return LogCore::LogLevel::error;
-  }
-  return std::nullopt;
-}
-
-/// Absolute, for programs with another working directory, and without a trailing slash. Unchanged
-/// if that fails (an empty path, a deleted working directory).
-std::string absolutePath(const std::string& path) {
-  std::error_code error;
-  std::string absolute = std::filesystem::absolute(path, error).string();
-  if (error) {
-    return path;
-  }
-  while (absolute.size() > 1 && absolute.ends_with('/')) {
-    absolute.pop_back();
-  }
-  return absolute;
-}
-
-/// The directory's own option, else its default below the agent root, else absent.
-std::optional<std::string> directory(const std::optional<std::string>& own, const Options& options,
-                                     const char* belowRoot) {
-  if (own) {
-    return absolutePath(*own);
-  }
-  return options.agentRoot ? std::optional(absolutePath(*options.agentRoot) + belowRoot)
-                           : std::nullopt;
-}
-
-/// One of the agent's directories.
-struct AgentDirectory {
-  const std::optional<std::string>& path;
-  const std::optional<std::string>& option;  ///< As given; absent when below the agent root.
-  const char* optionName;
-  bool isNeeded;
-  bool mustExist;  ///< Even below the root; the others may not exist yet after installation.
-};
-
-/// Why the command can't use the directory; empty when it can.
-std::string problemWith(const AgentDirectory& directory) {
-  if (!directory.path) {
-    return directory.isNeeded ? std::string("no agent directory: give --agent-root DIR (or set ") +
-                                    kAgentRootVariable + "), or " + directory.optionName + " DIR"
-                              : "";
-  }
-  std::error_code error;
-  if ((!directory.option && !directory.mustExist) ||
-      std::filesystem::is_directory(*directory.path, error)) {
-    return {};
-  }
-  const bool isMissing = !error || error == std::errc::no_such_file_or_directory;
-  return (isMissing ? "no such directory: "
-                    : "can't use the directory: " + error.message() + ": ") +
-         '"' + *directory.path + "\" (from " +
-         (directory.option ? directory.optionName
-                           : std::string("--agent-root or ") + kAgentRootVariable) +
-         ")";
-}
-
-std::expected<AgentSettings, NoRequest> agentSettings(const Options& options,
-                                                      const CLI::App& command) {
-  const bool isRun = command.get_name() == "run";
-  const bool isFacts = command.get_name() == "facts";
-  const bool isEvaluate = command.get_name() == "evaluate";
-  const char* const defaultLevel = isRun ? "info" : isFacts || isEvaluate ? "none" : "error";
-  AgentSettings settings{.directories = {.base = directory(options.baseDirectory, options, ""),
-                                         .data = directory(options.dataDirectory, options, "/data"),
-                                         .logs = directory(options.logDirectory, options, "/logs")},
-                         .minimumLevel = levelNamed(options.logLevel.value_or(defaultLevel)),
-                         .logFile = options.logFile};
-  if (options.machine != "auto") {
-    settings.isAppleSilicon = options.machine == "apple-silicon";
-  }
-  const auto& [base, data, logs] = settings.directories;
-  for (const AgentDirectory& each :
-       {AgentDirectory{base, options.baseDirectory, "--base-dir", !isFacts, true},
-        AgentDirectory{data, options.dataDirectory, "--data-dir",
-                       isRun || (isEvaluate && !options.evaluate.factsFile), false},
-        AgentDirectory{logs, options.logDirectory, "--log-dir", isRun, false}}) {
-    if (const std::string problem = problemWith(each); !problem.empty()) {
-      return std::unexpected(badUsage(problem, command));
-    }
-  }
-  return settings;
-}
-
-std::expected<Request, NoRequest> whatIfRequest(const CLI::App& command, Options& options) {
-  WhatIfRequest& request = options.whatIf;
-  const auto isGiven = [&](const char* option) { return command.get_option(option)->count() > 0; };
-  if (options.mergesSummaries) {
-    for (const char* other : {"--patch", "--product", "--service-pack", "--strict", "--compare",
-                              "--summary", "--summary-file"}) {
-      if (isGiven(other)) {
-        return std::unexpected(badUsage(std::string("--merge excludes ") + other, command));
-      }
-    }
-    if (!isGiven("ACTIONS")) {
-      return std::unexpected(badUsage("a summary is required (- for standard input)", command));
-    }
-    MergeRequest merge{.summaryFiles = std::move(request.factsFiles), .json = request.json};
-    merge.summaryFiles.insert(merge.summaryFiles.begin(), std::move(request.actionFile));
-    return merge;
-  }
-  for (const char* needed : {"ACTIONS", "--patch", "--product", "--service-pack"}) {
-    if (!isGiven(needed)) {
-      return std::unexpected(badUsage(std::string(needed) + " is required", command));
-    }
-  }
-  if (request.json && !request.summaryOnly) {
-    return std::unexpected(badUsage("--json needs --summary or --merge", command));
-  }
-  if (request.factsFiles.empty()) {
-    request.factsFiles.emplace_back("-");
-  }
-  request.patch = vexlo::PatchIdentifier(options.patchID, options.productID, options.servicePackID);
-  return std::move(request);
-}
-
-NoRequest help(const CLI::App& app, const Options& options) {
-  if (options.helpTopic.empty()) {
-    return helpOn(app);
-  }
-  if (options.helpTopic == "actions") {
-    return helpOnActions(options);
-  }
-  const auto topics = app.get_subcommands(
-      [&](const CLI::App* each) { return each->get_name() == options.helpTopic; });
-  return topics.empty() ? noSuchCommand({options.helpTopic}, app) : helpOn(*topics.front());
-}
-
-std::expected<Request, NoRequest> request(const CLI::App& app, Options& options) {
-  const CLI::App& command = *app.get_subcommands().front();
-  const std::string name = command.get_name();
-  const vexlo::PatchIdentifier patch(options.patchID, options.productID, options.servicePackID);
-  if (name == "help") {
-    return std::unexpected(help(app, options));
-  }
-  if (name == "check") {
-    return std::move(options.check);
-  }
-  if (name == "what-if") {
-    return whatIfRequest(command, options);
-  }
-  // Another command's default may have overwritten it.
-  if (const CLI::Option& root = *command.get_option("--agent-root"); root.count() > 0) {
-    options.agentRoot = root.as<std::string>();
-  }
-  auto agent = agentSettings(options, command);
-  if (!agent) {
-    return std::unexpected(std::move(agent).error());
-  }
-  const auto finished = [&](auto& request) -> Request {
-    request.agent = *std::move(agent);
-    if constexpr (requires { request.patch; }) {
-      request.patch = patch;
-    }
-    return std::move(request);
-  };
-  return name == "plan"       ? finished(options.plan)
-         : name == "evaluate" ? finished(options.evaluate)
-         : name == "run"      ? finished(options.run)
-                              : finished(options.facts);
-}
-
 }  // namespace
 
 void withDefinition(const std::function<void(const CLI::App&)>& read) {
   CLI::App app(kDescription, kProgram);
-  Options options;
-  define(app, options);
+  ParsedLine line;
+  define(app, line);
   read(app);
 }
 
-std::expected<Request, NoRequest> readCommandLine(int argc, const char* const* argv) {
+Command readCommandLine(int argc, const char* const* argv) {
   const std::vector<std::string> words =
       withEmptyValuesApart({argv, static_cast<std::size_t>(argc)});
   CLI::App app(kDescription, kProgram);
-  Options options;
-  define(app, options);
+  ParsedLine line;
+  define(app, line);
+  const auto topic = [&] {
+    const CLI::App& command = chosenCommand(app);
+    return &command == &app ? "" : command.get_name();
+  };
   try {
     // The parser expects the arguments in reverse order, without the program's name.
     app.parse(std::vector<std::string>(words.rbegin(), std::prev(words.rend())));
-    return request(app, options);
-  } catch (const CLI::CallForVersion&) {
-    return std::unexpected(NoRequest{ExitStatus::success, versionText() + "\n"});
+    return line.command;
+  } catch (const CLI::CallForVersion& version) {
+    return print(version.what() + std::string("\n"));
   } catch (const CLI::Success&) {
-    return std::unexpected(helpOn(chosenCommand(app)));
+    return print(helpText(chosenCommand(app)));
   } catch (const CLI::RequiredError& error) {
-    return std::unexpected(app.get_subcommands().empty()
-                               ? noSuchCommand(app.remaining(), app)
-                               : badUsage(error.what(), chosenCommand(app)));
+    return app.get_subcommands().empty() ? noSuchCommand(app.remaining())
+                                         : badUsage(error.what(), topic());
   } catch (const CLI::ParseError& error) {
-    return std::unexpected(badUsage(messageFor(error, app), chosenCommand(app)));
+    return badUsage(messageFor(error, app), topic());
   }
 }
 

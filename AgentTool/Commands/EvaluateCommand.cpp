@@ -56,9 +56,6 @@ std::vector<EvaluatedAction> evaluateAll(const std::vector<ActionDetail>& action
   return evaluated;
 }
 
-/// As long as the library itself waits for `profiles`.
-constexpr std::chrono::minutes kProfilesTimeout{1};
-
 /// The only line of the input that isn't blank. Throws `DecodingError` and `std::system_error`.
 std::string onlyLine(LineReader& input) {
   std::string only;
@@ -165,19 +162,14 @@ ExitStatus evaluate(const EvaluateRequest& request, Console& console) {
   if (!file) {
     return file.error();
   }
-  const vexlo::PatchActionProvider provider(request.patch, file->group);
+  const vexlo::PatchActionProvider provider(request.patch(), file->group);
   const std::vector<ActionDetail> actions = provider.actionDetails();
-  Evaluator evaluator(request.patch, file->group);
+  Evaluator evaluator(request.patch(), file->group);
   FactsReader reader;
   Facts factsHere;
   try {
     if (!request.factsFile) {
-      factsHere = readFacts({.applications = {},
-                             .allApplications = true,
-                             .agentService = true,
-                             .credentials = request.asksAgent,
-                             .appleServers = request.asksApple,
-                             .profilesTimeout = kProfilesTimeout});
+      factsHere = readFacts(request.extent);
     }
     evaluator.use(request.factsFile ? factsIn(*request.factsFile, reader) : factsHere);
   } catch (const FileCodec::DecodingError& error) {
@@ -185,7 +177,7 @@ ExitStatus evaluate(const EvaluateRequest& request, Console& console) {
     return ExitStatus::unusableFile;
   }
   const std::vector<EvaluatedAction> evaluated = evaluateAll(actions, evaluator);
-  console.write(request.json ? evaluationAsJSON(request.patch, file->namesNotInFile,
+  console.write(request.json ? evaluationAsJSON(request.patch(), file->namesNotInFile,
                                                 provider.isExempt(), evaluated)
                              : evaluationAsTable(evaluated, console));
   return statusFor(evaluated);

@@ -6,11 +6,7 @@ namespace agent_tool {
 
 ExitStatus facts(const FactsRequest& request, Console& console) {
   const AgentSession session(request.agent, console);
-  Facts facts = readFacts({.applications = request.applications,
-                           .allApplications = request.allApplications,
-                           .agentService = true,
-                           .credentials = request.asksAgent,
-                           .appleServers = request.asksApple});
+  Facts facts = readFacts(request.extent);
   facts.name = request.name;
   console.write(request.json ? factsAsJSON(facts) : factsAsTable(facts, console));
   return ExitStatus::success;

@@ -45,17 +45,6 @@ std::string nameOf(const CLI::Option& option, const CLI::App& app) {
   return name;
 }
 
-/// The rows of the options for which `belongs` answers true, below a heading; empty if there are
-/// none.
-template <typename Belongs>
-std::string section(const CLI::App& app, std::string_view heading, const Belongs& belongs) {
-  std::string rows;
-  for (const CLI::Option* const option : app.get_options()) {
-    rows += belongs(*option) ? row(nameOf(*option, app), option->get_description()) : "";
-  }
-  return rows.empty() ? "" : "\n" + std::string(heading) + ":\n" + rows;
-}
-
 /// The command line without options' names: «vexlo-patch check [OPTIONS] FILE...».
 std::string usage(const CLI::App& app) {
   std::string line = kProgram;
@@ -74,13 +63,14 @@ std::string usage(const CLI::App& app) {
 
 std::string helpText(const CLI::App& app) {
   std::string text = app.get_description() + "\nUsage: " + usage(app) + '\n';
-  text += section(app, "Positionals", [](const auto& option) { return option.get_positional(); });
-  text += section(app, "Options", [](const auto& option) {
-    return option.nonpositional() && option.get_group() != kPatchGroup &&
-           option.get_group() != kAgentGroup;
-  });
-  for (const char* const group : {kPatchGroup, kAgentGroup}) {
-    text += section(app, group, [&](const auto& option) { return option.get_group() == group; });
+  for (const std::string heading : {"Positionals", kUsualGroup, kPatchGroup, kAgentGroup}) {
+    std::string rows;
+    for (const CLI::Option* const option : app.get_options()) {
+      if (heading == (option->get_positional() ? "Positionals" : option->get_group())) {
+        rows += row(nameOf(*option, app), option->get_description());
+      }
+    }
+    text += rows.empty() ? "" : "\n" + heading + ":\n" + rows;
   }
   if (app.get_parent() == nullptr) {
     text += "\nCommands:\n";

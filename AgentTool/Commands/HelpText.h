@@ -6,7 +6,8 @@
 namespace agent_tool {
 
 inline constexpr const char* kProgram = "vexlo-patch";
-/// Groups of options with headings of their own; the other options are listed before them.
+/// The groups of options, with their headings.
+inline constexpr const char* kUsualGroup = "Options";
 inline constexpr const char* kPatchGroup = "Patch";
 inline constexpr const char* kAgentGroup = "Agent";
 

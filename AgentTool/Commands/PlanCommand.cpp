@@ -93,15 +93,14 @@ ExitStatus plan(const PlanRequest& request, Console& console) {
   if (!file) {
     return file.error();
   }
-  const vexlo::PatchActionProvider provider(request.patch, file->group);
+  const vexlo::PatchActionProvider provider(request.patch(), file->group);
   const auto productActions = file->group->productServicePackActions();
-  const Plan plan{
-      .patch = request.patch,
-      .notInFile = file->namesNotInFile,
-      .exempt = provider.isExempt(),
-      .productIsKnown = productActions && productActions->actions(request.patch.productID(),
-                                                                  request.patch.servicePackID()),
-      .actions = provider.actionDetails()};
+  const Plan plan{.patch = request.patch(),
+                  .notInFile = file->namesNotInFile,
+                  .exempt = provider.isExempt(),
+                  .productIsKnown = productActions && productActions->actions(
+                                                          request.productID, request.servicePackID),
+                  .actions = provider.actionDetails()};
   console.write(request.json ? planJSON(plan) : asTable(plan, console));
   return ExitStatus::success;
 }

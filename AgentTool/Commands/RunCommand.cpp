@@ -77,7 +77,7 @@ std::vector<PlannedAction> plannedActions(
     const RunRequest& request, const std::shared_ptr<const vexlo::PatchActionGroup>& file,
     ProcessPatchActions& processor) {
   std::vector<PlannedAction> planned;
-  for (ActionID& action : request.actionCodes.empty() ? applicableActions(request.patch, file)
+  for (ActionID& action : request.actionCodes.empty() ? applicableActions(request.patch(), file)
                                                       : pickedActions(request.actionCodes)) {
     auto arguments = processor.arguments(action);
     const bool applies = arguments.has_value();
@@ -151,7 +151,7 @@ class Runner final : public vexlo::ActionObserver {
 std::unique_ptr<ProcessPatchActions> makeProcessor(const RunRequest& request,
                                                    const AgentSession& session) {
   const auto quiet = session.withoutLinesOnConsole();
-  return std::make_unique<ProcessPatchActions>(request.patch);
+  return std::make_unique<ProcessPatchActions>(request.patch());
 }
 
 }  // namespace

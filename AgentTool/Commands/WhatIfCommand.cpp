@@ -119,15 +119,15 @@ class FleetEvaluation {
                   const ActionFile& fileBefore, Console& console)
       : request_(request),
         console_(console),
-        whatIf_(request.patch, file),
+        whatIf_(request.patch(), file),
         progress_(bytesIn(request.factsFiles)) {
     if (fileBefore) {
-      before_.emplace(request.patch, fileBefore);
+      before_.emplace(request.patch(), fileBefore);
     }
     summary_ =
-        FleetSummary({.patchID = request.patch.patchID(),
-                      .productID = request.patch.productID(),
-                      .servicePackID = request.patch.servicePackID(),
+        FleetSummary({.patchID = request.patchID,
+                      .productID = request.productID,
+                      .servicePackID = request.servicePackID,
                       .actions = whatIf_.actions(),
                       .actionsBefore = before_ ? std::optional(before_->actions()) : std::nullopt});
   }
