@@ -2,11 +2,11 @@
 #pragma once
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
-#include <vector>
 
 #include "AgentLibraries/FileCodec/JSONText.h"
 #include "Platform/Text.h"
@@ -18,12 +18,14 @@ class JSONObject {
  public:
   JSONObject() { out_.reserve(kUsualBytes); }
 
-  /// Adds a member with a string value.
-  JSONObject& addString(std::string_view name, std::string_view value) {
-    appendJSONString(member(name), value);
+  /// Adds a string, a number or a Boolean; null if it is absent.
+  JSONObject& addString(std::string_view name, std::optional<std::string_view> value) {
+    if (!value) {
+      return addJSON(name, "null");
+    }
+    appendJSONString(member(name), *value);
     return *this;
   }
-  /// Adds a number or a Boolean; null if it is absent.
   JSONObject& addNumber(std::string_view name, std::optional<std::int64_t> value) {
     return addJSON(name, value ? std::to_string(*value) : "null");
   }
@@ -51,15 +53,16 @@ class JSONObject {
   std::string out_;
 };
 
-/// An array of values that are already JSON.
-[[nodiscard]] inline std::string jsonArray(const std::vector<std::string>& values) {
-  return "[" + platform::joined(values, ",") + "]";
+/// An array of values that are already JSON, or of what `jsonOf` makes of them.
+template <typename Values, typename JSONOf = std::identity>
+[[nodiscard]] std::string jsonArray(const Values& values, const JSONOf& jsonOf = {}) {
+  return '[' + platform::joined(values, ",", jsonOf) + ']';
 }
 
 /// `["a","b"]`
 template <typename Texts>
 [[nodiscard]] std::string jsonList(const Texts& texts) {
-  return "[" + platform::joined(texts, ",", jsonString) + "]";
+  return jsonArray(texts, jsonString);
 }
 
 /// `{"key":"value"}`

@@ -337,9 +337,7 @@ struct JSONForm<std::vector<Value>> {
     into.resize(count);
   }
   static std::string write(const std::vector<Value>& values) {
-    std::vector<std::string> elements;
-    std::ranges::transform(values, std::back_inserter(elements), JSONForm<Value>::write);
-    return FileCodec::jsonArray(elements);
+    return FileCodec::jsonArray(values, JSONForm<Value>::write);
   }
   static FileCodec::JSONObject schema(bool orNull) {
     return schemaOfType("array", orNull).addJSON("items", JSONForm<Value>::schema(false).done());

@@ -2,10 +2,8 @@
 // documents are generated from: the definition of the command line as JSON, for
 // tools/make-reference, the JSON Schema and the table of a line of facts, and the measurements.
 #include <CLI/CLI.hpp>
-#include <algorithm>
 #include <exception>
 #include <iostream>
-#include <iterator>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -41,14 +39,12 @@ std::string asJSON(const CLI::Option& option) {
 
 /// The program or one of its commands.
 JSONObject asJSON(const CLI::App& app) {
-  std::vector<std::string> options;
-  std::ranges::transform(app.get_options(), std::back_inserter(options),
-                         [](const CLI::Option* option) { return asJSON(*option); });
   return JSONObject()
       .addString("name", app.get_name())
       .addString("description", app.get_description())
       .addString("footer", app.get_footer())
-      .addJSON("options", jsonArray(options));
+      .addJSON("options", jsonArray(app.get_options(),
+                                    [](const CLI::Option* option) { return asJSON(*option); }));
 }
 
 std::string commandLine() {
@@ -58,13 +54,12 @@ std::string commandLine() {
     actions.insert(actions.end(), {action.code, action.name});
   }
   agent_tool::withDefinition([&](const CLI::App& app) {
-    std::vector<std::string> commands;
-    std::ranges::transform(app.get_subcommands({}), std::back_inserter(commands),
-                           [](const CLI::App* command) { return asJSON(*command).done(); });
     program = asJSON(app);
     program.addString("version", agent_tool::kFullVersion)
         .addJSON("actions", jsonList(actions))
-        .addJSON("commands", jsonArray(commands));
+        .addJSON("commands", jsonArray(app.get_subcommands({}), [](const CLI::App* command) {
+                   return asJSON(*command).done();
+                 }));
   });
   return program.done() + '\n';
 }

@@ -52,7 +52,7 @@ std::string UnusableArguments::json() const {
   return FileCodec::JSONObject()
       .addString("kind", kind)
       .addString("expected", expected)
-      .addJSON("found", FileCodec::jsonOptional(found))
+      .addString("found", found)
       .done();
 }
 

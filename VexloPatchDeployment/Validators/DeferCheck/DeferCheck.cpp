@@ -116,7 +116,7 @@ std::string DeferralMeasurement::json() const {
       .addString("kind", kind)
       .addString("version", version)
       .addBoolean("isDeferred", isDeferred)
-      .addJSON("until", FileCodec::jsonOptional(until))
+      .addString("until", until)
       .addBoolean("updatesListed", updatesListed)
       .done();
 }

@@ -61,15 +61,15 @@ std::string RunningApplicationsMeasurement::words() const {
 }
 
 std::string RunningApplicationsMeasurement::json() const {
-  std::vector<std::string> objects;
-  objects.reserve(applications.size());
-  for (const auto& [bundleID, name] : applications) {
-    objects.push_back(
-        FileCodec::JSONObject().addString("bundleID", bundleID).addString("name", name).done());
-  }
+  const auto asJSON = [](const Application& each) {
+    return FileCodec::JSONObject()
+        .addString("bundleID", each.bundleID)
+        .addString("name", each.name)
+        .done();
+  };
   return FileCodec::JSONObject()
       .addString("kind", kind)
-      .addJSON("applications", FileCodec::jsonArray(objects))
+      .addJSON("applications", FileCodec::jsonArray(applications, asJSON))
       .done();
 }
 

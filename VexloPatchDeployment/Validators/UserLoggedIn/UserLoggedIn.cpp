@@ -78,10 +78,7 @@ std::string ConsoleUserMeasurement::words() const {
 }
 
 std::string ConsoleUserMeasurement::json() const {
-  return FileCodec::JSONObject()
-      .addString("kind", kind)
-      .addJSON("user", FileCodec::jsonOptional(user))
-      .done();
+  return FileCodec::JSONObject().addString("kind", kind).addString("user", user).done();
 }
 
 std::string LoggedOnUsersMeasurement::words() const {
