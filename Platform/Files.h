@@ -40,6 +40,13 @@ struct ReadOptions {
 [[nodiscard]] std::expected<std::string, FileError> readFile(const std::string& path,
                                                              const ReadOptions& options);
 
+/// Reads an open file of any kind to its end. The path is for errors, of which one is a file of
+/// more than `maximumBytes`. `announced` is its probable size.
+[[nodiscard]] std::expected<std::string, FileError> readToEnd(int descriptor,
+                                                              const std::string& path,
+                                                              std::uint64_t maximumBytes,
+                                                              std::uint64_t announced = 0);
+
 /// Creates or replaces the file at `path` atomically: writes a temporary file in the same
 /// directory, flushes it with fsync() and renames it. After a crash of the system either the old or
 /// the new file is there in full; after a power failure only as far as the drive has written its

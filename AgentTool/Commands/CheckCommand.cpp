@@ -1,8 +1,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
-#include <cerrno>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -23,6 +21,7 @@
 #include "AgentTool/Console/LineReader.h"
 #include "AgentTool/Console/PrintableText.h"
 #include "AgentTool/JSON/JSONDocument.h"
+#include "Platform/Files.h"
 #include "VexloPatchDeployment/PatchActions/Helpers/PatchActionGroup.h"
 
 namespace agent_tool {
@@ -31,30 +30,20 @@ namespace {
 using FileCodec::DecodingError;
 using FileCodec::jsonArray;
 using FileCodec::JSONObject;
-using FileCodec::jsonOptional;
 using LogCore::text;
 using vexlo::PatchActionGroup;
 
-constexpr std::size_t kMaximumBytes = std::size_t{1} << 30;
+constexpr std::uint64_t kMaximumBytes = std::uint64_t{1} << 30;
 
 /// All of standard input. Throws `DecodingError`.
 std::string readStandardInput() {
-  std::string bytes;
-  std::array<char, 65'536> piece{};
-  while (true) {
-    const ssize_t count = ::read(STDIN_FILENO, piece.data(), piece.size());
-    if (count == 0) {
-      return bytes;
-    }
-    if (count > 0) {
-      bytes.append(piece.data(), static_cast<std::size_t>(count));
-    } else if (errno != EINTR) {
-      throw DecodingError("<stdin>", {}, {}, std::generic_category().message(errno));
-    }
-    if (bytes.size() > kMaximumBytes) {
-      throw DecodingError("<stdin>", {}, {}, "larger than 1 GiB");
-    }
+  auto bytes = platform::readToEnd(STDIN_FILENO, "<stdin>", kMaximumBytes);
+  if (!bytes) {
+    throw DecodingError("<stdin>", {}, {},
+                        bytes.error().code == std::errc::file_too_large ? "larger than 1 GiB"
+                                                                        : bytes.error().reason);
   }
+  return *std::move(bytes);
 }
 
 /// The result of checking one file.
@@ -89,12 +78,9 @@ std::string contentsOf(const PatchActionGroup& group) {
 
 Checked checkFile(const std::string& file) {
   const bool isInput = file == kStandardInputName;
-  Checked checked{.file = file,
-                  .name = isInput ? "<stdin>" : file,
-                  .text = {},
-                  .findings = {},
-                  .error = {},
-                  .contents = {}};
+  Checked checked;
+  checked.file = file;
+  checked.name = isInput ? "<stdin>" : file;
   const auto fail = [&](FindingKind kind, const DecodingError& error) {
     checked.error = error.what();
     if (checked.errorCount() == 0) {
@@ -124,9 +110,9 @@ std::string findingJSON(const Finding& finding) {
   const bool hasPlace = finding.kind != FindingKind::unreadable;
   return JSONObject()
       .addString("kind", name(finding.kind))
-      .addJSON("line", hasPlace ? std::to_string(finding.line) : "null")
-      .addJSON("column", hasPlace ? std::to_string(finding.column) : "null")
-      .addJSON("pointer", jsonOptional(finding.pointer))
+      .addNumber("line", hasPlace ? std::optional(finding.line) : std::nullopt)
+      .addNumber("column", hasPlace ? std::optional(finding.column) : std::nullopt)
+      .addString("pointer", finding.pointer)
       .addString("place", finding.place)
       .addString("text", finding.text)
       .done();

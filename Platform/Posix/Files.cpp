@@ -190,9 +190,15 @@ std::expected<std::string, FileError> readFile(const std::string& path,
   if (options.writtenSince && status.st_mtime < *options.writtenSince) {
     return failure(path, ESTALE, "Older than accepted here");
   }
-  const auto announced = static_cast<std::uint64_t>(status.st_size);
+  return readToEnd(file.get(), path, options.maximumBytes,
+                   static_cast<std::uint64_t>(status.st_size));
+}
+
+std::expected<std::string, FileError> readToEnd(int descriptor, const std::string& path,
+                                                std::uint64_t maximumBytes,
+                                                std::uint64_t announced) {
   std::string bytes;
-  while (announced <= options.maximumBytes && bytes.size() <= options.maximumBytes) {
+  while (announced <= maximumBytes && bytes.size() <= maximumBytes) {
     // The file may grow, and files under /proc report no size, so one more byte than expected is
     // requested to detect the end.
     constexpr std::uint64_t kStep = 4096;
@@ -200,14 +206,14 @@ std::expected<std::string, FileError> readFile(const std::string& path,
                                        ? announced - bytes.size()
                                        : std::max<std::uint64_t>(bytes.size(), kStep);
     const std::size_t before = bytes.size();
-    if (!readMore(file.get(), bytes, std::min(expected, options.maximumBytes - before) + 1)) {
+    if (!readMore(descriptor, bytes, std::min(expected, maximumBytes - before) + 1)) {
       return failure(path, errno);
     }
     if (bytes.size() == before) {
       return bytes;
     }
   }
-  return failure(path, EFBIG, "Larger than " + std::to_string(options.maximumBytes) + " bytes");
+  return failure(path, EFBIG, "Larger than " + std::to_string(maximumBytes) + " bytes");
 }
 
 std::expected<void, FileError> writeFileAtomically(const std::string& path,
