@@ -4,12 +4,14 @@
 
 #include <exception>
 #include <new>
-#include <string>
+#include <string_view>
 
+#include "AgentLibraries/FileCodec/DecodingError.h"
 #include "AgentTool/Commands/AgentSession.h"
 #include "AgentTool/Commands/CommandLine.h"
 #include "AgentTool/Console/Console.h"
 #include "AgentTool/Console/PrintableText.h"
+#include "VexloPatchDeployment/Common/PatchActionFileError.h"
 
 namespace {
 
@@ -31,17 +33,24 @@ void reserveStandardDescriptors() {
 int main(int argc, char** argv) {
   reserveStandardDescriptors();
   Console console;
+  const auto fail = [&](ExitStatus status, std::string_view why) {
+    if (!why.empty()) {
+      console.reportError(printable(why));
+    }
+    return static_cast<int>(status);
+  };
   try {
     const Command command = readCommandLine(argc, argv);
     return static_cast<int>(command(console));
-  } catch (const AgentSettingsError& error) {
-    console.reportError(printable(error.what()));
-    return static_cast<int>(ExitStatus::badUsage);
+  } catch (const UsageError& error) {
+    return fail(ExitStatus::badUsage, error.what());
+  } catch (const vexlo::PatchActionFileError& error) {
+    return fail(ExitStatus::unusableFile, error.what());
+  } catch (const FileCodec::DecodingError& error) {
+    return fail(ExitStatus::unusableFile, error.what());
   } catch (const std::bad_alloc&) {
-    console.reportError("not enough memory");
-    return static_cast<int>(ExitStatus::noMemory);
+    return fail(ExitStatus::noMemory, "not enough memory");
   } catch (const std::exception& error) {
-    console.reportError(printable(error.what()));
-    return static_cast<int>(ExitStatus::failure);
+    return fail(ExitStatus::failure, error.what());
   }
 }

@@ -75,9 +75,4 @@ template <typename Map>
   return object.done();
 }
 
-/// `"text"` or `null`.
-[[nodiscard]] inline std::string jsonOptional(const std::optional<std::string>& text) {
-  return text ? jsonString(*text) : "null";
-}
-
 }  // namespace FileCodec

@@ -1,87 +1,69 @@
 #include "AgentTool/Commands/ActionFile.h"
 
 #include <algorithm>
-#include <utility>
+#include <string>
 
 #include "AgentTool/Console/PrintableText.h"
-#include "VexloPatchDeployment/PatchActions/Helpers/PatchActionJSONParser.h"
 
 namespace agent_tool {
-namespace {
 
-std::vector<NameNotInFile> namesNotInFile(const vexlo::PatchIdentifier& patch,
-                                          const vexlo::PatchActionGroup& file) {
-  std::vector<NameNotInFile> names;
+ActionFile decoded(vexlo::PatchActionJSONParser& parser) {
+  const vexlo::PatchActionJSONParser::Outcome& outcome = parser.cachedPatchActionGroup();
+  if (!outcome) {
+    throw outcome.error();
+  }
+  return *outcome;
+}
+
+std::vector<std::string_view> namesNotInFile(const PatchRequest& request,
+                                             const vexlo::PatchActionGroup& file,
+                                             Console& console) {
+  std::vector<std::string_view> names;
+  const auto add = [&](std::string_view name, const std::string& text) {
+    names.push_back(name);
+    console.reportError("the action file has no " + printable(text));
+  };
   const auto byProduct = file.productServicePackActions();
   const auto byPatch = file.patchActions();
-  if (!(byPatch && byPatch->actions(patch.patchID())) &&
-      !(byProduct && byProduct->isExempt(patch.patchID()))) {
-    names.push_back({"patchID", "patch " + patch.patchID()});
+  if (!(byPatch && byPatch->actions(request.patchID)) &&
+      !(byProduct && byProduct->isExempt(request.patchID))) {
+    add("patchID", "patch " + request.patchID);
   }
-  if (!byProduct) {
-    return names;
-  }
-  const auto products = byProduct->products();
-  if (products.empty() || byProduct->actions(patch.productID(), patch.servicePackID())) {
-    return names;
-  }
-  const bool hasProduct =
-      std::ranges::find(products, patch.productID(), &vexlo::NamedProduct::name) != products.end();
-  names.push_back(hasProduct
-                      ? NameNotInFile{"servicePackID", "service pack " + patch.servicePackID() +
-                                                           " of product " + patch.productID()}
-                      : NameNotInFile{"productID", "product " + patch.productID()});
-  return names;
-}
-
-}  // namespace
-
-std::expected<std::vector<NameNotInFile>, ExitStatus> checkNames(
-    const PatchRequest& request, const vexlo::PatchActionGroup& file, Console& console) {
-  std::vector<NameNotInFile> names = namesNotInFile(request.patch(), file);
-  for (const NameNotInFile& name : names) {
-    console.reportError("the action file has no " + printable(name.text));
+  if (byProduct && !byProduct->actions(request.productID, request.servicePackID)) {
+    const auto products = byProduct->products();
+    if (std::ranges::find(products, request.productID, &vexlo::NamedProduct::name) !=
+        products.end()) {
+      add("servicePackID",
+          "service pack " + request.servicePackID + " of product " + request.productID);
+    } else if (!products.empty()) {
+      add("productID", "product " + request.productID);
+    }
   }
   if (request.strict && !names.empty()) {
-    return std::unexpected(ExitStatus::badUsage);
+    throw UsageError("");
   }
   return names;
 }
 
-std::expected<UsableActionFile, ExitStatus> actionFile(const PatchRequest& request,
-                                                       const AgentSession& session,
-                                                       Console& console) {
-  const vexlo::PatchActionJSONParser::Outcome& file = [&]() -> const auto& {
+CheckedActionFile checkedActionFile(const PatchRequest& request, const AgentSession& session,
+                                    Console& console) {
+  const ActionFile file = [&] {
     const auto quiet = session.withoutLinesOnConsole();
-    return vexlo::PatchActionJSONParser::shared().cachedPatchActionGroup();
+    return decoded(vexlo::PatchActionJSONParser::shared());
   }();
-  if (!file) {
-    console.reportError(printable(file.error().what()));
-    return std::unexpected(ExitStatus::unusableFile);
-  }
-  auto names = checkNames(request, **file, console);
-  if (!names) {
-    return std::unexpected(names.error());
-  }
-  return UsableActionFile{.group = *file, .namesNotInFile = *std::move(names)};
+  return {.file = file, .namesNotInFile = namesNotInFile(request, *file, console)};
 }
 
-std::string asJSON(const std::vector<NameNotInFile>& names) {
-  std::vector<std::string_view> members(names.size());
-  std::ranges::transform(names, members.begin(), &NameNotInFile::member);
-  return FileCodec::jsonList(members);
-}
-
-FileCodec::JSONObject patchAsJSON(const vexlo::PatchIdentifier& patch,
-                                  const std::vector<NameNotInFile>& notInFile, bool exempt) {
+FileCodec::JSONObject patchAsJSON(const PatchRequest& request,
+                                  const std::vector<std::string_view>& notInFile, bool exempt) {
   const std::string names = FileCodec::JSONObject()
-                                .addString("patchID", patch.patchID())
-                                .addString("productID", patch.productID())
-                                .addString("servicePackID", patch.servicePackID())
+                                .addString("patchID", request.patchID)
+                                .addString("productID", request.productID)
+                                .addString("servicePackID", request.servicePackID)
                                 .done();
   return FileCodec::JSONObject()
       .addJSON("patch", names)
-      .addJSON("notInFile", asJSON(notInFile))
+      .addJSON("notInFile", FileCodec::jsonList(notInFile))
       .addBoolean("exempt", exempt);
 }
 

@@ -68,12 +68,11 @@ platform::Descriptor openLogFile(const std::string& path) {
       kLogFileMode));
   struct stat status{};
   if (!file || ::fstat(file.get(), &status) != 0) {
-    throw AgentSettingsError(errno == ELOOP
-                                 ? "--log-file " + path + ": expected a file, found a link"
-                                 : cannotLog(path, errno));
+    throw UsageError(errno == ELOOP ? "--log-file " + path + ": expected a file, found a link"
+                                    : cannotLog(path, errno));
   }
   if (!S_ISREG(status.st_mode) && !S_ISCHR(status.st_mode)) {
-    throw AgentSettingsError("--log-file " + path + ": expected a regular file");
+    throw UsageError("--log-file " + path + ": expected a regular file");
   }
   ::fcntl(file.get(), F_SETFL, O_APPEND);
   return file;

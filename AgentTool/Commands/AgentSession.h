@@ -23,8 +23,8 @@ struct AgentSettings {
   std::optional<std::string> logFile;             ///< Absent: standard error.
 };
 
-/// A setting of the agent is unusable.
-class AgentSettingsError : public std::runtime_error {
+/// Bad usage that the command line alone doesn't show. With an empty text it is already reported.
+class UsageError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
@@ -33,7 +33,7 @@ class AgentSettingsError : public std::runtime_error {
 /// main thread.
 class AgentSession {
  public:
-  /// Throws `AgentSettingsError` if the log file can't be opened. `console` must outlive the
+  /// Throws `UsageError` if the log file can't be opened. `console` must outlive the
   /// session.
   AgentSession(const AgentSettings& settings, Console& console);
   /// Reports on stderr if log lines couldn't be written to the file.

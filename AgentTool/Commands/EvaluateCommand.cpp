@@ -1,11 +1,11 @@
 #include <algorithm>
-#include <chrono>
-#include <memory>
+#include <cstdint>
 #include <optional>
 #include <span>
 #include <string>
 #include <string_view>
 #include <system_error>
+#include <utility>
 #include <vector>
 
 #include "AgentLibraries/FileCodec/DecodingError.h"
@@ -26,161 +26,125 @@
 namespace agent_tool {
 namespace {
 
+using FileCodec::DecodingError;
 using FileCodec::jsonArray;
 using FileCodec::jsonList;
 using FileCodec::JSONObject;
-using FileCodec::jsonOptional;
 using LogCore::text;
 using vexlo::ActionDetail;
-using ActionFile = std::shared_ptr<const vexlo::PatchActionGroup>;
 
-/// One action of the patch and its evaluation.
-struct EvaluatedAction {
-  ActionDetail action;
-  Evaluation evaluation;
-  std::vector<Acted> acted;  ///< Before this action.
-};
-
-std::vector<EvaluatedAction> evaluateAll(const std::vector<ActionDetail>& actions,
-                                         Evaluator& evaluator) {
-  std::vector<EvaluatedAction> evaluated;
-  evaluated.reserve(actions.size());
-  std::vector<Acted> acted;
-  for (const ActionDetail& action : actions) {
-    const Evaluation& evaluation = evaluator.evaluate(action.actionID);
-    evaluated.push_back({.action = action, .evaluation = evaluation, .acted = acted});
-    if (!rowOf(evaluation.prediction).act.empty()) {
-      acted.push_back({std::string(action.actionID.code()), evaluation.prediction});
-    }
-  }
-  return evaluated;
-}
-
-/// The only line of the input that isn't blank. Throws `DecodingError` and `std::system_error`.
-std::string onlyLine(LineReader& input) {
+/// The facts in a file, whose only line that isn't blank they are. Throws `DecodingError`.
+Facts factsIn(const std::string& file) try {
+  LineReader input(file, kLongestFactsLine);
+  const auto found = [&](std::string_view what, std::string expected) {
+    return DecodingError(input.name(), {}, std::move(expected), std::string(what));
+  };
   std::string only;
   while (const auto line = input.next()) {
     if (const std::string_view format = otherFormat(line->text); only.empty() && !format.empty()) {
-      throw FileCodec::DecodingError(input.name(), {}, "a line of facts", std::string(format));
+      throw found(format, "a line of facts");
     }
     if (line->isTooLong) {
-      throw FileCodec::DecodingError(
-          input.name(), {}, text("a line of at most ", kLongestFactsLine, " bytes"), "more");
+      throw found("more", text("a line of at most ", kLongestFactsLine, " bytes"));
     }
     if (!only.empty()) {
-      throw FileCodec::DecodingError(input.name(), {}, "one line",
-                                     "several lines (use what-if for those)");
+      throw found("several lines (use what-if for those)", "one line");
     }
     only = line->text;
   }
-  return only;
-}
-
-/// The facts in a file, which `reader` keeps. Throws `DecodingError`.
-const Facts& factsIn(const std::string& file, FactsReader& reader) try {
-  LineReader input(file, kLongestFactsLine);
-  const auto facts = reader.read(onlyLine(input));
+  FactsReader reader;
+  const auto facts = reader.read(only);
   if (!facts) {
-    const FileCodec::DecodingError& error = facts.error();
-    throw FileCodec::DecodingError(input.name(), error.place(), error.expected(), error.found());
+    const DecodingError& error = facts.error();
+    throw DecodingError(input.name(), error.place(), error.expected(), error.found());
   }
   return **facts;
 } catch (const std::system_error& error) {
-  throw FileCodec::DecodingError(file, {}, {}, error.code().message());
+  throw DecodingError(file, {}, {}, error.code().message());
 }
 
-std::string evaluationAsJSON(const vexlo::PatchIdentifier& patch,
-                             const std::vector<NameNotInFile>& notInFile, bool exempt,
-                             const std::vector<EvaluatedAction>& evaluated) {
-  std::vector<std::string> actions;
-  actions.reserve(evaluated.size());
-  for (const auto& [action, evaluation, acted] : evaluated) {
-    const std::int64_t left = evaluation.postponementsLeft;
-    actions.push_back(JSONObject()
-                          .addString("name", describe(action.actionID))
-                          .addString("code", action.actionID.code())
-                          .addJSON("arguments", jsonList(action.arguments))
-                          .addString("answer", name(evaluation.prediction))
-                          .addJSON("description", jsonOptional(evaluation.reason()))
-                          .addString("why", describe(std::span(evaluation.measurements)))
-                          .addJSON("measured", vexlo::measurementsAsJSON(evaluation.measurements))
-                          .addString("next", evaluation.next)
-                          .addJSON("applications", jsonList(evaluation.applications))
-                          .addJSON("postponementsLeft", left < 1 ? "null" : text(left))
-                          .addJSON("commands", jsonList(evaluation.commands))
-                          .addJSON("acted", asJSON(acted))
-                          .done());
-  }
-  return patchAsJSON(patch, notInFile, exempt).addJSON("actions", jsonArray(actions)).done() + '\n';
+/// An action of the patch with its evaluation, and the actions that would act before.
+struct EvaluatedAction {
+  const ActionDetail& action;
+  const Evaluation& evaluation;
+  const std::vector<Acted>& acted;
+};
+
+std::string asJSON(const EvaluatedAction& evaluated) {
+  const auto& [action, evaluation, acted] = evaluated;
+  const std::int64_t left = evaluation.postponementsLeft;
+  return JSONObject()
+      .addString("name", describe(action.actionID))
+      .addString("code", action.actionID.code())
+      .addJSON("arguments", jsonList(action.arguments))
+      .addString("answer", name(evaluation.prediction))
+      .addString("description", evaluation.reason())
+      .addString("why", describe(std::span(evaluation.measurements)))
+      .addJSON("measured", vexlo::measurementsAsJSON(evaluation.measurements))
+      .addString("next", evaluation.next)
+      .addJSON("applications", jsonList(evaluation.applications))
+      .addNumber("postponementsLeft", left < 1 ? std::nullopt : std::optional(left))
+      .addJSON("commands", jsonList(evaluation.commands))
+      .addJSON("acted", asJSON(acted))
+      .done();
 }
 
-std::string evaluationAsTable(const std::vector<EvaluatedAction>& evaluated,
-                              const Console& console) {
-  if (evaluated.empty()) {
-    return "No action applies.\n";
-  }
-  std::vector<std::vector<Cell>> rows;
-  for (const auto& [action, evaluation, acted] : evaluated) {
-    std::vector<std::string> reasons;
-    if (auto reason = evaluation.reason()) {
-      reasons.push_back(*std::move(reason));
+std::vector<Cell> asRow(const EvaluatedAction& evaluated) {
+  const auto& [action, evaluation, acted] = evaluated;
+  std::vector<std::string> reasons;
+  for (const std::string& part :
+       {evaluation.reason().value_or(""), describe(std::span(evaluation.measurements)),
+        evaluation.next}) {
+    if (!part.empty()) {
+      reasons.push_back(printable(part));
     }
-    for (const std::string& part :
-         {describe(std::span(evaluation.measurements)), evaluation.next}) {
-      if (!part.empty()) {
-        reasons.push_back(printable(part));
-      }
-    }
-    if (verdictOn(evaluation.prediction).stopsPatch) {
-      for (const auto& [code, outcome] : acted) {
-        reasons.push_back(text(code, ' ', rowOf(outcome).act, " first"));
-      }
-    }
-    std::vector<Cell>& row = rows.emplace_back();
-    row = {{printable(action.actionID.code())},
-           {printable(describe(action.actionID))},
-           {std::string(name(evaluation.prediction)), verdictOn(evaluation.prediction).style},
-           {platform::joined(reasons, "; ")}};
   }
-  return tableText(console, {"CODE", "ACTION", "ANSWER", "WHY"}, rows);
-}
-
-/// That of the worst verdict.
-ExitStatus statusFor(const std::vector<EvaluatedAction>& evaluated) {
-  Verdict worst = Verdict::ready;
-  for (const EvaluatedAction& action : evaluated) {
-    worst = std::max(worst, verdictOn(action.evaluation.prediction).verdict);
+  const VerdictRow& verdict = verdictOn(evaluation.prediction);
+  if (verdict.stopsPatch) {
+    for (const Acted& each : acted) {
+      reasons.push_back(text(each.code, ' ', rowOf(each.outcome).act, " first"));
+    }
   }
-  return rowOf(worst).status;
+  return {{printable(action.actionID.code())},
+          {printable(describe(action.actionID))},
+          {std::string(name(evaluation.prediction)), verdict.style},
+          {platform::joined(reasons, "; ")}};
 }
 
 }  // namespace
 
 ExitStatus evaluate(const EvaluateRequest& request, Console& console) {
   const AgentSession session(request.agent, console);
-  const auto file = actionFile(request, session, console);
-  if (!file) {
-    return file.error();
-  }
-  const vexlo::PatchActionProvider provider(request.patch(), file->group);
+  const auto [file, notInFile] = checkedActionFile(request, session, console);
+  const vexlo::PatchActionProvider provider(request.patch(), file);
   const std::vector<ActionDetail> actions = provider.actionDetails();
-  Evaluator evaluator(request.patch(), file->group);
-  FactsReader reader;
-  Facts factsHere;
-  try {
-    if (!request.factsFile) {
-      factsHere = readFacts(request.extent);
+  Evaluator evaluator(request.patch(), file);
+  const Facts facts = request.factsFile ? factsIn(*request.factsFile) : readFacts(request.extent);
+  evaluator.use(facts);
+  std::vector<std::string> objects;
+  std::vector<std::vector<Cell>> rows;
+  std::vector<Acted> acted;
+  Verdict worst = Verdict::ready;
+  for (const ActionDetail& action : actions) {
+    const Evaluation& evaluation = evaluator.evaluate(action.actionID);
+    const EvaluatedAction evaluated{action, evaluation, acted};
+    if (request.json) {
+      objects.push_back(asJSON(evaluated));
+    } else {
+      rows.push_back(asRow(evaluated));
     }
-    evaluator.use(request.factsFile ? factsIn(*request.factsFile, reader) : factsHere);
-  } catch (const FileCodec::DecodingError& error) {
-    console.reportError(printable(error.what()));
-    return ExitStatus::unusableFile;
+    worst = std::max(worst, verdictOn(evaluation.prediction).verdict);
+    if (!rowOf(evaluation.prediction).act.empty()) {
+      acted.push_back({std::string(action.actionID.code()), evaluation.prediction});
+    }
   }
-  const std::vector<EvaluatedAction> evaluated = evaluateAll(actions, evaluator);
-  console.write(request.json ? evaluationAsJSON(request.patch(), file->namesNotInFile,
-                                                provider.isExempt(), evaluated)
-                             : evaluationAsTable(evaluated, console));
-  return statusFor(evaluated);
+  console.write(request.json ? patchAsJSON(request, notInFile, provider.isExempt())
+                                       .addJSON("actions", jsonArray(objects))
+                                       .done() +
+                                   '\n'
+                : rows.empty() ? "No action applies.\n"
+                               : tableText(console, {"CODE", "ACTION", "ANSWER", "WHY"}, rows));
+  return rowOf(worst).status;
 }
 
 }  // namespace agent_tool

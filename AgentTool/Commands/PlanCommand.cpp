@@ -20,59 +20,41 @@ using FileCodec::JSONObject;
 using LogCore::text;
 using vexlo::ActionDetail;
 
-/// The actions that apply to a patch.
-struct Plan {
-  const vexlo::PatchIdentifier& patch;
-  const std::vector<NameNotInFile>& notInFile;
-  bool exempt = false;
-  bool productIsKnown = false;  ///< The file has actions for the product and service pack.
-  std::vector<ActionDetail> actions;
-};
-
 std::string_view nameOf(vexlo::ActionOrigin origin) {
   return origin == vexlo::ActionOrigin::product ? "product" : "patch";
 }
 
-std::string planJSON(const Plan& plan) {
-  std::vector<std::string> actions;
-  actions.reserve(plan.actions.size());
-  for (const auto& [actionID, arguments, origin] : plan.actions) {
-    actions.push_back(JSONObject()
-                          .addJSON("actionID", actionID.encode())
-                          .addString("name", describe(actionID))
-                          .addString("code", actionID.code())
-                          .addJSON("sortOrder", std::to_string(actionID.sortOrder()))
-                          .addJSON("arguments", jsonList(arguments))
-                          .addString("origin", nameOf(origin))
-                          .done());
-  }
-  return patchAsJSON(plan.patch, plan.notInFile, plan.exempt)
-             .addJSON("actions", jsonArray(actions))
-             .done() +
-         '\n';
+std::string actionAsJSON(const ActionDetail& action) {
+  return JSONObject()
+      .addJSON("actionID", action.actionID.encode())
+      .addString("name", describe(action.actionID))
+      .addString("code", action.actionID.code())
+      .addNumber("sortOrder", action.actionID.sortOrder())
+      .addJSON("arguments", jsonList(action.arguments))
+      .addString("origin", nameOf(action.origin))
+      .done();
 }
 
 /// Explains what may be surprising in the table.
-std::string remark(const Plan& plan) {
-  if (plan.exempt) {
+std::string_view remark(const PatchRequest& request, const vexlo::PatchActionGroup& file,
+                        bool isExempt) {
+  if (isExempt) {
     return "The patch is exempt from the actions of its product; only its own apply.\n";
   }
-  if (!plan.productIsKnown) {
+  const auto byProduct = file.productServicePackActions();
+  if (!byProduct || !byProduct->actions(request.productID, request.servicePackID)) {
     return "The file has no actions for this product and service pack; only the patch's own "
            "apply.\n";
   }
   return {};
 }
 
-std::string asTable(const Plan& plan, const Console& console) {
-  std::string out = text("Patch ", printable(plan.patch.patchID()), " of product ",
-                         printable(plan.patch.productID()), ", service pack ",
-                         printable(plan.patch.servicePackID()), '\n', remark(plan));
-  if (plan.actions.empty()) {
-    return out + "No action applies.\n";
+std::string asTable(const std::vector<ActionDetail>& actions, const Console& console) {
+  if (actions.empty()) {
+    return "No action applies.\n";
   }
   std::vector<std::vector<Cell>> rows;
-  for (const ActionDetail& action : plan.actions) {
+  for (const ActionDetail& action : actions) {
     const bool hasArguments = !action.arguments.empty();
     std::vector<Cell>& row = rows.emplace_back();
     row = {{std::to_string(rows.size())},
@@ -82,26 +64,25 @@ std::string asTable(const Plan& plan, const Console& console) {
            {hasArguments ? joinedReadably(action.arguments) : "-",
             hasArguments ? Style::plain : Style::faint}};
   }
-  return out + '\n' + tableText(console, {"#", "CODE", "ACTION", "FROM", "ARGUMENTS"}, rows);
+  return '\n' + tableText(console, {"#", "CODE", "ACTION", "FROM", "ARGUMENTS"}, rows);
 }
 
 }  // namespace
 
 ExitStatus plan(const PlanRequest& request, Console& console) {
   const AgentSession session(request.agent, console);
-  const auto file = actionFile(request, session, console);
-  if (!file) {
-    return file.error();
-  }
-  const vexlo::PatchActionProvider provider(request.patch(), file->group);
-  const auto productActions = file->group->productServicePackActions();
-  const Plan plan{.patch = request.patch(),
-                  .notInFile = file->namesNotInFile,
-                  .exempt = provider.isExempt(),
-                  .productIsKnown = productActions && productActions->actions(
-                                                          request.productID, request.servicePackID),
-                  .actions = provider.actionDetails()};
-  console.write(request.json ? planJSON(plan) : asTable(plan, console));
+  const auto [file, notInFile] = checkedActionFile(request, session, console);
+  const vexlo::PatchActionProvider provider(request.patch(), file);
+  const std::vector<ActionDetail> actions = provider.actionDetails();
+  console.write(request.json
+                    ? patchAsJSON(request, notInFile, provider.isExempt())
+                              .addJSON("actions", jsonArray(actions, actionAsJSON))
+                              .done() +
+                          '\n'
+                    : text("Patch ", printable(request.patchID), " of product ",
+                           printable(request.productID), ", service pack ",
+                           printable(request.servicePackID), '\n',
+                           remark(request, *file, provider.isExempt()), asTable(actions, console)));
   return ExitStatus::success;
 }
 

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
-#include <optional>
 #include <span>
 #include <string_view>
 #include <utility>
@@ -25,10 +24,11 @@ namespace {
 using FileCodec::jsonList;
 using FileCodec::jsonMap;
 using FileCodec::JSONObject;
-using FileCodec::jsonOptional;
 using LogCore::text;
+using vexlo::ActionProgress;
 using vexlo::GotUserAcknowledgementForPatchingRunningApplications;
 using vexlo::MacOSUpdateIsDeferred;
+using vexlo::Measurement;
 using vexlo::PatchActionResult;
 using vexlo::PlainReason;
 using Outcome = PatchActionResult::Outcome;
@@ -39,7 +39,7 @@ std::string detailAsJSON(const PatchActionResult& result) {
   }
   return std::visit(
       vexlo::Overloaded{
-          [](const MacOSUpdateIsDeferred& deferred) { return jsonOptional(deferred.until); },
+          [](const MacOSUpdateIsDeferred& deferred) { return asJSON(deferred.until); },
           [](const GotUserAcknowledgementForPatchingRunningApplications& acknowledged) {
             return jsonMap(acknowledged.applications);
           },
@@ -49,23 +49,13 @@ std::string detailAsJSON(const PatchActionResult& result) {
 
 /// Whether running applications were closed although the user had not agreed; the result alone
 /// reads as if the user had.
-bool isForced(const EndedAction& ended) {
-  return std::ranges::any_of(ended.measurements, [](const vexlo::Measurement& measurement) {
+bool isForced(const std::vector<Measurement>& measurements) {
+  return std::ranges::any_of(measurements, [](const Measurement& measurement) {
     const auto* const prompt = measurement.as<vexlo::PromptMeasurement>();
     return prompt != nullptr &&
            prompt->decision == vexlo::RunningAppPromptDecision::forceDeployment &&
            prompt->answer == vexlo::PromptMeasurement::Answer::none;
   });
-}
-
-/// The reason's name and what was measured: «inSufficientBattery: battery 12 %, 30 % needed».
-std::string readableReason(const EndedAction& ended) {
-  std::string measured = printable(describe(std::span(ended.measurements)));
-  if (!ended.result.description || isForced(ended)) {
-    return measured;
-  }
-  const std::string reason = name(*ended.result.description);
-  return measured.empty() ? reason : text(reason, ": ", measured);
 }
 
 Style styleOf(Outcome outcome) { return verdictOn(predictionOf(outcome)).style; }
@@ -74,34 +64,37 @@ class JSONReport final : public RunReport {
  public:
   explicit JSONReport(Console& console) : console_(console) {}
 
-  void began(const std::vector<PlannedAction>& /*actions*/) override {}
+  void starts(const PlannedAction& action) override {
+    RunReport::starts(action);
+    lastProgress_.reset();
+  }
 
-  void progressed(const PlannedAction& action, const vexlo::ActionProgress& progress,
-                  std::chrono::duration<double> took) override {
-    if (lastProgress_ && lastProgress_->phase == progress.phase &&
-        took - lastProgress_->at < kBetweenProgress) {
+  void progressed(const vexlo::ActionID& action, const ActionProgress& progress) override {
+    const double seconds = timeGone();
+    if (progress.phase == ActionProgress::Phase::starting ||
+        (lastProgress_ && lastProgress_->phase == progress.phase &&
+         seconds - lastProgress_->seconds < kSecondsBetweenProgress)) {
       return;
     }
-    lastProgress_ = {.phase = progress.phase, .at = took};
+    lastProgress_ = {.phase = progress.phase, .seconds = seconds};
     const std::string percent =
         progress.percent ? platform::decimalText(*progress.percent, 2) : "null";
     console_.write(JSONObject()
                        .addString("event", "progress")
-                       .addString("name", describe(action.actionID))
-                       .addString("code", action.actionID.code())
+                       .addString("name", describe(action))
+                       .addString("code", action.code())
                        .addJSON("progress", JSONObject()
                                                 .addString("phase", name(progress.phase))
                                                 .addJSON("percent", percent)
                                                 .addString("line", progress.line)
                                                 .done())
-                       .addJSON("seconds", platform::decimalText(took.count(), 3))
+                       .addJSON("seconds", platform::decimalText(seconds, 3))
                        .done() +
                    '\n');
   }
 
-  void ended(const EndedAction& ended) override {
-    lastProgress_.reset();
-    const auto& [action, result, measurements, logLines, took] = ended;
+  void ended(const PlannedAction& action, const PatchActionResult& result,
+             const std::optional<std::vector<std::string>>& logLines) override {
     const auto description =
         result.description.transform([](const auto& why) { return name(why); });
     JSONObject line;
@@ -110,24 +103,22 @@ class JSONReport final : public RunReport {
         .addString("code", action.actionID.code())
         .addJSON("arguments", jsonList(action.arguments))
         .addString("result", name(result.outcome))
-        .addJSON("description", jsonOptional(description))
+        .addString("description", description)
         .addJSON("detail", detailAsJSON(result))
-        .addString("why", describe(std::span(measurements)))
-        .addJSON("measured", vexlo::measurementsAsJSON(measurements))
-        .addJSON("seconds", platform::decimalText(took.count(), 3));
+        .addString("why", describe(std::span(measurements())))
+        .addJSON("measured", vexlo::measurementsAsJSON(measurements()))
+        .addJSON("seconds", platform::decimalText(timeGone(), 3));
     if (logLines) {
       line.addJSON("log", jsonList(*logLines));
     }
     console_.write(line.done() + '\n');
   }
 
-  void closed(std::size_t /*notRun*/) override {}
-
  private:
-  static constexpr std::chrono::seconds kBetweenProgress{1};
+  static constexpr double kSecondsBetweenProgress = 1;
   struct Progress {
-    vexlo::ActionProgress::Phase phase;
-    std::chrono::duration<double> at;
+    ActionProgress::Phase phase;
+    double seconds;
   };
 
   Console& console_;
@@ -153,32 +144,42 @@ class TableReport final : public RunReport {
     console_.write(columns_.headings());
   }
 
-  void ended(const EndedAction& ended) override {
-    const auto& [action, result, measurements, logLines, took] = ended;
+  void starts(const PlannedAction& action) override {
+    RunReport::starts(action);
+    activity_.emplace(console_, text(printable(action.actionID.code()), ' ',
+                                     printable(describe(action.actionID))));
+  }
+
+  void progressed(const vexlo::ActionID& /*action*/, const ActionProgress& progress) override {
+    if (activity_) {
+      const bool isStarting = progress.phase == ActionProgress::Phase::starting;
+      activity_->show(isStarting ? "" : describe(progress));
+    }
+  }
+
+  void ended(const PlannedAction& action, const PatchActionResult& result,
+             const std::optional<std::vector<std::string>>& logLines) override {
+    activity_.reset();
     ++counts_[static_cast<std::size_t>(result.outcome)];
-    std::string seconds = platform::decimalText(took.count(), 2) + " s";
+    const std::string code = printable(action.actionID.code());
+    const std::string actionName = printable(describe(action.actionID));
+    std::string seconds = platform::decimalText(timeGone(), 2) + " s";
     seconds.insert(0, kTimeWidth - std::min(kTimeWidth, seconds.size()), ' ');
-    console_.write(columns_.row({{printable(action.actionID.code())},
-                                 {printable(describe(action.actionID))},
+    console_.write(columns_.row({{code},
+                                 {actionName},
                                  {name(result.outcome), styleOf(result.outcome)},
                                  {std::move(seconds), Style::faint},
-                                 {readableReason(ended)}}));
+                                 {reason(result)}}));
     if (logLines) {
       explanations_ += text(
           '\n',
-          console_.styled(text(printable(action.actionID.code()), ' ',
-                               printable(describe(action.actionID)), ": ", name(result.outcome)),
-                          Style::bold),
+          console_.styled(text(code, ' ', actionName, ": ", name(result.outcome)), Style::bold),
           '\n');
       for (const std::string& line : *logLines) {
         explanations_ += text("  ", printable(line), '\n');
       }
     }
   }
-
-  // The activity line shows it.
-  void progressed(const PlannedAction& /*action*/, const vexlo::ActionProgress& /*progress*/,
-                  std::chrono::duration<double> /*took*/) override {}
 
   void closed(std::size_t notRun) override {
     std::string summary;
@@ -197,23 +198,34 @@ class TableReport final : public RunReport {
   }
 
  private:
+  /// The reason's name and what was measured: «inSufficientBattery: battery 12 %, 30 % needed».
+  [[nodiscard]] std::string reason(const PatchActionResult& result) const {
+    std::string measured = printable(describe(std::span(measurements())));
+    if (!result.description || isForced(measurements())) {
+      return measured;
+    }
+    const std::string reason = name(*result.description);
+    return measured.empty() ? reason : text(reason, ": ", measured);
+  }
+
   enum Column : std::uint8_t { kCode, kAction, kResult };
   static constexpr std::size_t kTimeWidth = std::string_view("     TIME").size();
 
   Console& console_;
   Columns columns_;
-  std::array<std::size_t, 3> counts_{};  // by outcome
-  std::string explanations_;             // shown below the table
+  std::optional<Console::Activity> activity_;  // of the running action
+  std::array<std::size_t, 3> counts_{};        // by outcome
+  std::string explanations_;                   // shown below the table
 };
 
 }  // namespace
 
-std::unique_ptr<RunReport> makeTableReport(Console& console) {
-  return std::make_unique<TableReport>(console);
+std::shared_ptr<RunReport> makeTableReport(Console& console) {
+  return std::make_shared<TableReport>(console);
 }
 
-std::unique_ptr<RunReport> makeJSONReport(Console& console) {
-  return std::make_unique<JSONReport>(console);
+std::shared_ptr<RunReport> makeJSONReport(Console& console) {
+  return std::make_shared<JSONReport>(console);
 }
 
 }  // namespace agent_tool

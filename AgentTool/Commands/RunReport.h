@@ -1,6 +1,7 @@
-// Reports each action as it ends, as a table or as JSON lines.
+// Reports each action while it runs and as it ends, as a table or as JSON lines.
 #pragma once
 #include <chrono>
+#include <cstddef>
 #include <memory>
 #include <optional>
 #include <string>
@@ -20,30 +21,44 @@ struct PlannedAction {
   bool applies = true;  ///< Whether it applies to the patch.
 };
 
-/// An action and its result.
-struct EndedAction {
-  const PlannedAction& action;
-  vexlo::PatchActionResult result;
-  std::vector<vexlo::Measurement> measurements;
-  /// The log lines of an action that didn't succeed; absent without `--explain`.
-  std::optional<std::vector<std::string>> logLines;
-  std::chrono::duration<double> took;
-};
-
-class RunReport {
+/// Observes the actions, which run one at a time.
+class RunReport : public vexlo::ActionObserver {
  public:
-  virtual ~RunReport() = default;
-  virtual void began(const std::vector<PlannedAction>& actions) = 0;
-  /// `action`, which started `took` ago, has made progress or pauses.
-  virtual void progressed(const PlannedAction& action, const vexlo::ActionProgress& progress,
-                          std::chrono::duration<double> took) = 0;
-  virtual void ended(const EndedAction& action) = 0;
+  /// Call first, with all actions.
+  virtual void began(const std::vector<PlannedAction>& /*actions*/) {}
+  /// Call before `action` runs.
+  virtual void starts(const PlannedAction& /*action*/) {
+    began_ = std::chrono::steady_clock::now();
+    measurements_.clear();
+  }
+  /// Call when it has run. `logLines` are those of an action that didn't succeed; absent without
+  /// `--explain`.
+  virtual void ended(const PlannedAction& action, const vexlo::PatchActionResult& result,
+                     const std::optional<std::vector<std::string>>& logLines) = 0;
   /// Call last. `notRun` is the number of actions skipped after one that didn't succeed.
-  virtual void closed(std::size_t notRun) = 0;
+  virtual void closed(std::size_t /*notRun*/) {}
+
+  void measured(const vexlo::ActionID& /*action*/, const vexlo::Measurement& measurement) final {
+    measurements_.push_back(measurement);
+  }
+
+ protected:
+  /// Of the action that runs, or has just run.
+  [[nodiscard]] const std::vector<vexlo::Measurement>& measurements() const {
+    return measurements_;
+  }
+  /// The time since it started, in seconds.
+  [[nodiscard]] double timeGone() const {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - began_).count();
+  }
+
+ private:
+  std::chrono::steady_clock::time_point began_;
+  std::vector<vexlo::Measurement> measurements_;
 };
 
 /// `console` must outlive the report.
-[[nodiscard]] std::unique_ptr<RunReport> makeTableReport(Console& console);
-[[nodiscard]] std::unique_ptr<RunReport> makeJSONReport(Console& console);
+[[nodiscard]] std::shared_ptr<RunReport> makeTableReport(Console& console);
+[[nodiscard]] std::shared_ptr<RunReport> makeJSONReport(Console& console);
 
 }  // namespace agent_tool

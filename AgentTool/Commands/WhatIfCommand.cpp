@@ -10,8 +10,8 @@
 #include <filesystem>
 #include <functional>
 #include <map>
-#include <memory>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -19,7 +19,7 @@
 #include <utility>
 #include <vector>
 
-#include "AgentLibraries/FileCodec/JSONText.h"
+#include "AgentLibraries/FileCodec/JSONObject.h"
 #include "AgentLibraries/LogCore/Text.h"
 #include "AgentTool/Commands/ActionFile.h"
 #include "AgentTool/Commands/AgentSession.h"
@@ -31,13 +31,12 @@
 #include "AgentTool/Fleet/WhatIf.h"
 #include "Platform/Descriptor.h"
 #include "Platform/Files.h"
-#include "VexloPatchDeployment/PatchActions/Helpers/PatchActionJSONParser.h"
 
 namespace agent_tool {
 namespace {
 
+using FileCodec::JSONObject;
 using LogCore::text;
-using ActionFile = std::shared_ptr<const vexlo::PatchActionGroup>;
 
 constexpr std::size_t kLongestSummary = std::size_t{64} << 20;
 constexpr std::uint64_t kReportedLines = 10;  // of the bad ones of a file
@@ -57,59 +56,19 @@ std::optional<std::uint64_t> bytesIn(const std::vector<std::string>& files) {
   return total;
 }
 
-/// The reading progress, updated by one thread and shown by another.
-class Progress {
- public:
-  explicit Progress(std::optional<std::uint64_t> totalBytes) : totalBytes_(totalBytes) {}
-
-  void count(std::uint64_t machines, std::uint64_t bytes) noexcept {
-    machines_.store(machines, std::memory_order_relaxed);
-    bytes_.store(bytes, std::memory_order_relaxed);
-  }
-
-  /// «1,234,000 machines, 220,000 a second, 12 s left»
-  [[nodiscard]] std::string line() const {
-    const std::chrono::duration<double> gone = std::chrono::steady_clock::now() - began_;
-    const auto machines = machines_.load(std::memory_order_relaxed);
-    const auto bytes = static_cast<double>(bytes_.load(std::memory_order_relaxed));
-    std::string out =
-        text(grouped(machines), " machines, ",
-             grouped(static_cast<std::uint64_t>(static_cast<double>(machines) / gone.count())),
-             " a second");
-    if (totalBytes_ && bytes > 0) {
-      const double left =
-          std::max(0.0, static_cast<double>(*totalBytes_) - bytes) * gone.count() / bytes;
-      out += text(", ", grouped(static_cast<std::uint64_t>(left)), " s left");
-    }
-    return out;
-  }
-
- private:
-  std::chrono::steady_clock::time_point began_ = std::chrono::steady_clock::now();
-  std::optional<std::uint64_t> totalBytes_;
-  std::atomic<std::uint64_t> machines_ = 0;
-  std::atomic<std::uint64_t> bytes_ = 0;
-};
-
-/// Null for an empty value, too.
-void appendMember(std::string& out, std::string_view name, std::optional<std::string_view> value) {
-  (((out += ",\"") += name) += R"(":)");
-  if (value.value_or("").empty()) {
-    out += "null";
-  } else {
-    FileCodec::appendJSONString(out, *value);
-  }
+std::optional<std::string_view> unlessEmpty(std::optional<std::string_view> text) {
+  return text == "" ? std::nullopt : text;
 }
 
-void appendPrediction(std::string& out, const MachinePrediction& prediction) {
-  (((out += R"("outcome":")") += name(prediction.counted.outcome)) += '"');
-  appendMember(out, "code", prediction.counted.code);
-  appendMember(out, "action", actionNameOf(prediction.counted));
-  appendMember(out, "reason", prediction.counted.reason);
-  appendMember(out, "next", prediction.next);
-  ((out += R"(,"measured":)") += prediction.measured);
-  ((out += R"(,"acted":)") +=
-   prediction.counted.acted.empty() ? "[]" : asJSON(prediction.counted.acted));
+void addPrediction(JSONObject& line, const MachinePrediction& prediction) {
+  const FleetPrediction& counted = prediction.counted;
+  line.addString("outcome", name(counted.outcome))
+      .addString("code", unlessEmpty(counted.code))
+      .addString("action", unlessEmpty(actionNameOf(counted)))
+      .addString("reason", counted.reason)
+      .addString("next", unlessEmpty(prediction.next))
+      .addJSON("measured", prediction.measured)
+      .addJSON("acted", asJSON(counted.acted));
 }
 
 /// Evaluates all lines of all files.
@@ -120,7 +79,7 @@ class FleetEvaluation {
       : request_(request),
         console_(console),
         whatIf_(request.patch(), file),
-        progress_(bytesIn(request.factsFiles)) {
+        totalBytes_(bytesIn(request.factsFiles)) {
     if (fileBefore) {
       before_.emplace(request.patch(), fileBefore);
     }
@@ -133,7 +92,7 @@ class FleetEvaluation {
   }
 
   void readAll() {
-    const Console::Activity activity(console_, [this] { return progress_.line(); });
+    const Console::Activity activity(console_, [this] { return progress(); });
     for (const std::string& file : request_.factsFiles) {
       try {
         read(file);
@@ -179,11 +138,28 @@ class FleetEvaluation {
         reject(line->number, facts.error().what());
       }
       bytes_ = bytesBefore + input.bytesRead();
-      progress_.count(summary_.machines(), bytes_);
+      machines_ = summary_.machines();
     }
     if (badLines > kReportedLines) {
       report(text(input.name(), ": ", grouped(badLines), " bad lines"));
     }
+  }
+
+  /// «1,234,000 machines, 220,000 a second, 12 s left»
+  [[nodiscard]] std::string progress() const {
+    const std::chrono::duration<double> gone = std::chrono::steady_clock::now() - began_;
+    const std::uint64_t machines = machines_;
+    const auto bytes = static_cast<double>(bytes_);
+    std::string out =
+        text(grouped(machines), " machines, ",
+             grouped(static_cast<std::uint64_t>(static_cast<double>(machines) / gone.count())),
+             " a second");
+    if (totalBytes_ && bytes > 0) {
+      const double left =
+          std::max(0.0, static_cast<double>(*totalBytes_) - bytes) * gone.count() / bytes;
+      out += text(", ", grouped(static_cast<std::uint64_t>(left)), " s left");
+    }
+    return out;
   }
 
   void report(std::string_view problem) {
@@ -206,23 +182,18 @@ class FleetEvaluation {
     if (request_.summaryOnly || (before != nullptr && !moved)) {
       return;
     }
-    out_ += "{\"machine\":";
-    if (facts.name) {
-      FileCodec::appendJSONString(out_, *facts.name);
-    } else {
-      FileCodec::appendJSONString(out_, text(place, line));
-    }
-    appendMember(out_, "macOS", facts.macOSVersion);
-    appendMember(out_, "processor", nameOf(kind.processor));
-    appendMember(out_, "update", nameOf(kind.update));
-    out_ += ',';
-    appendPrediction(out_, now);
+    JSONObject object;
+    object.addString("machine", facts.name ? *facts.name : text(place, line))
+        .addString("macOS", unlessEmpty(facts.macOSVersion))
+        .addString("processor", nameOf(kind.processor))
+        .addString("update", nameOf(kind.update));
+    addPrediction(object, now);
     if (before != nullptr) {
-      out_ += ",\"before\":{";
-      appendPrediction(out_, *before);
-      out_ += '}';
+      JSONObject prediction;
+      addPrediction(prediction, *before);
+      object.addJSON("before", prediction.done());
     }
-    out_ += "}\n";
+    (out_ += object.done()) += '\n';
     if (out_.size() >= kOutputBytes) {
       flush();
     }
@@ -241,78 +212,69 @@ class FleetEvaluation {
   WhatIf whatIf_;
   std::optional<WhatIf> before_;
   FleetSummary summary_;
-  Progress progress_;
   std::string out_;
-  std::uint64_t bytes_ = 0;
   bool allWereRead_ = true;
+  // Of the progress, which is shown by another thread.
+  std::chrono::steady_clock::time_point began_ = std::chrono::steady_clock::now();
+  std::optional<std::uint64_t> totalBytes_;
+  std::atomic<std::uint64_t> machines_ = 0;
+  std::atomic<std::uint64_t> bytes_ = 0;
 };
 
-/// The decoded action file; null, with a message on stderr, if it can't be used.
-ActionFile readActionFile(const std::string& path, Console& console) {
-  const vexlo::PatchActionJSONParser::Outcome outcome =
-      vexlo::PatchActionJSONParser(path).cachedPatchActionGroup();
-  if (!outcome) {
-    console.reportError(printable(outcome.error().what()));
-    return nullptr;
-  }
-  return *outcome;
+ActionFile readActionFile(const std::string& path) {
+  vexlo::PatchActionJSONParser parser(path);
+  return decoded(parser);
 }
 
 /// Opens a FIFO or a device for writing; empty, with `errno` set, if it can't be opened. Waits a
 /// limited time for the reader of a FIFO.
 platform::Descriptor openForWriting(const std::string& path) {
   const auto deadline = std::chrono::steady_clock::now() + kWaitForReader;
-  for (;;) {
+  for (;; std::this_thread::sleep_for(std::chrono::milliseconds(10))) {
     platform::Descriptor file =
         platform::aboveStandard(::open(path.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
-    if (file) {
-      ::fcntl(file.get(), F_SETFL, 0);  // writes may wait for the reader
-    } else if (errno == ENXIO && std::chrono::steady_clock::now() < deadline) {
-      std::this_thread::sleep_for(std::chrono::milliseconds(10));
-      continue;
+    if (file || errno != ENXIO || std::chrono::steady_clock::now() >= deadline) {
+      return file;
     }
-    return file;
   }
 }
 
-/// Writes the file atomically, unless it is a FIFO or a device, which must not be replaced. Returns
-/// the error, or an empty string.
-std::string writeSummary(const std::string& path, std::string_view bytes) {
+/// Writes the file atomically, unless it is a FIFO or a device, which must not be replaced. Throws
+/// `std::runtime_error`.
+void writeSummary(const std::string& path, std::string_view bytes) {
   struct stat status{};
   if (::stat(path.c_str(), &status) != 0 || S_ISREG(status.st_mode)) {
-    const auto written = platform::writeFileAtomically(path, bytes);
-    return written ? std::string() : written.error().message;
+    if (const auto written = platform::writeFileAtomically(path, bytes); !written) {
+      throw std::runtime_error(written.error().message);
+    }
+    return;
   }
   const platform::Descriptor file = openForWriting(path);
   if (!file && errno == ENXIO) {
-    return path + ": nobody reads it";
+    throw std::runtime_error(path + ": nobody reads it");
   }
-  const std::int32_t error = file ? platform::writeAll(file.get(), bytes) : errno;
-  return error == 0 ? std::string() : path + ": " + std::generic_category().message(error);
+  if (!file) {
+    throw std::system_error(errno, std::generic_category(), path);
+  }
+  ::fcntl(file.get(), F_SETFL, 0);  // writes may wait for the reader
+  if (const std::int32_t error = platform::writeAll(file.get(), bytes); error != 0) {
+    throw std::system_error(error, std::generic_category(), path);
+  }
 }
 
 }  // namespace
 
 ExitStatus whatIf(const WhatIfRequest& request, Console& console) {
   const auto quiet = AgentSession::withoutLines();
-  const ActionFile file = readActionFile(request.actionFile, console);
+  const ActionFile file = readActionFile(request.actionFile);
   const ActionFile fileBefore =
-      request.compareWith && file ? readActionFile(*request.compareWith, console) : nullptr;
-  if (!file || (request.compareWith && !fileBefore)) {
-    return ExitStatus::unusableFile;
-  }
-  if (const auto names = checkNames(request, *file, console); !names) {
-    return names.error();
-  }
-
+      request.compareWith ? readActionFile(*request.compareWith) : nullptr;
+  namesNotInFile(request, *file, console);
   FleetEvaluation fleet(request, file, fileBefore, console);
   fleet.readAll();
   const FleetSummary& summary = fleet.summary();
   if (request.summaryFile) {
-    if (const std::string why = writeSummary(*request.summaryFile, asJSON(summary)); !why.empty()) {
-      console.reportError(printable(why));
-      return ExitStatus::failure;
-    }
+    writeSummary(*request.summaryFile, asJSON(summary));
   }
   if (request.summaryOnly) {
     console.write(request.json ? asJSON(summary) : asTable(summary, console));
@@ -320,10 +282,9 @@ ExitStatus whatIf(const WhatIfRequest& request, Console& console) {
     const std::string table = asTable(summary, console);
     console.withActivityCleared([&] { (void)platform::writeAll(STDERR_FILENO, table); });
   }
-  if (!fleet.allWereRead()) {
-    return ExitStatus::failure;
-  }
-  return summary.badLines() > 0 ? ExitStatus::badLines : ExitStatus::success;
+  return !fleet.allWereRead()     ? ExitStatus::failure
+         : summary.badLines() > 0 ? ExitStatus::badLines
+                                  : ExitStatus::success;
 }
 
 ExitStatus mergeSummaries(const MergeRequest& request, Console& console) {
