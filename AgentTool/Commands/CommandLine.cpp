@@ -49,16 +49,20 @@ struct ParsedLine {
   Command command;  ///< Set at the end, by the command on the line.
 };
 
+template <typename Value>
+CLI::Option* addOption(CLI::App& command, const char* name, Value& value, const char* type,
+                       const char* what) {
+  return command.add_option(name, value, what)->type_name(type);
+}
+
 void addPatch(CLI::App& command, PatchRequest& request, bool isRequired = true) {
-  const auto add = [&](const char* name, std::string& value, const char* what) {
-    command.add_option(name, value, what)
-        ->required(isRequired)
-        ->type_name("ID")
-        ->group(kPatchGroup);
-  };
-  add("--patch", request.patchID, "the patch");
-  add("--product", request.productID, "its product");
-  add("--service-pack", request.servicePackID, "the product's service pack");
+  for (CLI::Option* const option :
+       {addOption(command, "--patch", request.patchID, "ID", "the patch"),
+        addOption(command, "--product", request.productID, "ID", "its product"),
+        addOption(command, "--service-pack", request.servicePackID, "ID",
+                  "the product's service pack")}) {
+    option->required(isRequired)->group(kPatchGroup);
+  }
 }
 
 void addStrict(CLI::App& command, PatchRequest& request) {
@@ -83,8 +87,7 @@ auto notEmpty(const char* problem) {
 /// Adds an option with one value for each time that it is given.
 void addRepeatable(CLI::App& command, const char* name, std::vector<std::string>& values,
                    const char* type, const char* what, const char* ifEmpty) {
-  command.add_option(name, values, what)
-      ->type_name(type)
+  addOption(command, name, values, type, what)
       ->expected(1)
       ->allow_extra_args(false)
       ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
@@ -92,7 +95,6 @@ void addRepeatable(CLI::App& command, const char* name, std::vector<std::string>
 }
 
 void addQuestions(CLI::App& command, FactsExtent& extent, const char* whatAgent) {
-  extent.agentService = true;
   command.add_flag("--ask-apple", extent.appleServers,
                    "ask Apple's servers about updates (softwareupdate --list, mdmclient)");
   command.add_flag("--ask-agent", extent.credentials, whatAgent);
@@ -100,11 +102,8 @@ void addQuestions(CLI::App& command, FactsExtent& extent, const char* whatAgent)
 
 void addBase(CLI::App& command, AgentSettings& agent, const char* whatRootIs) {
   command.option_defaults()->group(kAgentGroup);
-  command.add_option("--agent-root", agent.root, whatRootIs)
-      ->type_name("DIR")
-      ->envname(kAgentRootVariable);
-  command.add_option("--base-dir", agent.directories.base, "the agent's base directory")
-      ->type_name("DIR");
+  addOption(command, "--agent-root", agent.root, "DIR", whatRootIs)->envname(kAgentRootVariable);
+  addOption(command, "--base-dir", agent.directories.base, "DIR", "the agent's base directory");
 }
 
 std::optional<LogCore::LogLevel> levelNamed(std::string_view name) {
@@ -120,18 +119,15 @@ void addLog(CLI::App& command, AgentSettings& agent, const char* defaultLevel) {
   addChoice(command, "--log-level", text("the lowest level to log (default: ", defaultLevel, ")"),
             {"debug", "info", "error", "none"},
             [&](const std::string& level) { agent.minimumLevel = levelNamed(level); });
-  command
-      .add_option("--log-file", agent.logFile, "append log lines to FILE instead of standard error")
-      ->type_name("FILE");
+  addOption(command, "--log-file", agent.logFile, "FILE",
+            "append log lines to FILE instead of standard error");
 }
 
 /// Adds all settings, for commands that read the machine's state.
 void addAgent(CLI::App& command, AgentSettings& agent, const char* defaultLevel) {
   addBase(command, agent, "base = DIR, data = DIR/data, logs = DIR/logs");
-  command.add_option("--data-dir", agent.directories.data, "the agent's data directory")
-      ->type_name("DIR");
-  command.add_option("--log-dir", agent.directories.logs, "the agent's log directory")
-      ->type_name("DIR");
+  addOption(command, "--data-dir", agent.directories.data, "DIR", "the agent's data directory");
+  addOption(command, "--log-dir", agent.directories.logs, "DIR", "the agent's log directory");
   addChoice(command, "--machine", "the processor type (auto: detect it)",
             {"auto", "apple-silicon", "intel"}, [&](const std::string& type) {
               agent.isAppleSilicon =
@@ -216,16 +212,15 @@ void addEvaluate(CLI::App& app, ParsedLine& line) {
       *app.add_subcommand("evaluate", "Predicts each action's result without changing anything.");
   EvaluateRequest& request = line.evaluate;
   addPatch(command, request);
-  CLI::Option& factsFile = *command.add_option(
-      "--facts", request.factsFile,
+  CLI::Option* const factsFile = addOption(
+      command, "--facts", request.factsFile, "FILE",
       "evaluate the machine that printed this line of 'facts --json' (- for standard input)");
-  factsFile.type_name("FILE");
   addQuestions(command, request.extent, "ask the agent's service whether credentials are stored");
   addStrict(command, request);
   command.add_flag("--json", request.json, "print one JSON object instead of a table");
   addAgent(command, request.agent, "none");
   for (const char* const aboutThisMachine : {"--ask-apple", "--ask-agent", "--machine"}) {
-    command.get_option(aboutThisMachine)->excludes(&factsFile);
+    command.get_option(aboutThisMachine)->excludes(factsFile);
   }
   setFooter(
       command,
@@ -268,9 +263,8 @@ void addCheck(CLI::App& app, ParsedLine& line) {
   CLI::App& command = *app.add_subcommand(
       "check", "Finds errors in action files, gives warnings, and shows where they are.");
   CheckRequest& request = line.check;
-  command.add_option("FILE", request.files, "the action files (- for standard input)")
-      ->required()
-      ->type_name("");
+  addOption(command, "FILE", request.files, "", "the action files (- for standard input)")
+      ->required();
   command.add_flag("--strict", request.strict, "exit with 1 if there is a warning");
   command.add_flag("--json", request.json,
                    "print one JSON object per file, each on one line, instead of text");
@@ -292,8 +286,7 @@ void addFacts(CLI::App& app, ParsedLine& line) {
                    "show all running applications that have a bundle identifier");
   addQuestions(command, request.extent,
                "ask the agent's service whether credentials are stored (up to 20 seconds)");
-  command.add_option("--name", request.name, "the machine's name, for what-if")
-      ->type_name("NAME")
+  addOption(command, "--name", request.name, "NAME", "the machine's name, for what-if")
       ->check(notEmpty("a name is needed"));
   command.add_flag("--json", request.json, "print one JSON object on one line instead of a table");
   addAgent(command, request.agent, "none");
@@ -339,22 +332,16 @@ void addWhatIf(CLI::App& app, ParsedLine& line) {
   CLI::App& command = *app.add_subcommand(
       "what-if", "Predicts a patch's result on each machine of a fleet, one line per machine.");
   WhatIfRequest& request = line.whatIf;
-  command.add_option("ACTIONS", request.actionFile, "the action file")->type_name("");
-  command
-      .add_option("FACTS", request.factsFiles,
-                  "files with a line of 'facts --json' per machine (default: -, standard input)")
-      ->type_name("");
+  addOption(command, "ACTIONS", request.actionFile, "", "the action file");
+  addOption(command, "FACTS", request.factsFiles, "",
+            "files with a line of 'facts --json' per machine (default: -, standard input)");
   addPatch(command, request, /*isRequired=*/false);
   addStrict(command, request);
-  command
-      .add_option("--compare", request.compareWith,
-                  "show only machines whose result differs with this action file")
-      ->type_name("ACTIONS");
+  addOption(command, "--compare", request.compareWith, "ACTIONS",
+            "show only machines whose result differs with this action file");
   command.add_flag("--summary", request.summaryOnly, "print only the summary, as a table");
-  command
-      .add_option("--summary-file", request.summaryFile,
-                  "write the summary to FILE as JSON, instead of a table to standard error")
-      ->type_name("FILE");
+  addOption(command, "--summary-file", request.summaryFile, "FILE",
+            "write the summary to FILE as JSON, instead of a table to standard error");
   command.add_flag("--merge", line.mergesSummaries,
                    "the files are summaries, one per line: merge them and print the result. Only "
                    "with --json");
@@ -418,9 +405,8 @@ Command help(const CLI::App& app, const HelpRequest& request) {
 void addHelp(CLI::App& app, ParsedLine& line) {
   CLI::App& command = *app.add_subcommand("help", "Explains a command or the actions.");
   HelpRequest& request = line.help;
-  command.add_option("COMMAND", request.topic, "a command, or 'actions'")->type_name("");
-  command.add_option("ACTION", request.action, "after 'actions': the code or name of one")
-      ->type_name("");
+  addOption(command, "COMMAND", request.topic, "", "a command, or 'actions'");
+  addOption(command, "ACTION", request.action, "", "after 'actions': the code or name of one");
   addChoice(command, "--as",
             "with 'actions': print text, Markdown, or the JSON Schema of the action file",
             {"text", "markdown", "schema"}, [&](const std::string& form) { request.form = form; });
@@ -445,15 +431,6 @@ const CLI::App& chosenCommand(const CLI::App& app) {
   return chosen.empty() ? app : *chosen.front();
 }
 
-/// The name of the option that is given too often; empty if none is.
-std::string repeatedOption(const CLI::App& command) {
-  const auto repeated = command.get_options([](const CLI::Option* option) {
-    return option->get_multi_option_policy() == CLI::MultiOptionPolicy::Throw &&
-           option->get_items_expected_max() == 1 && option->count() > 1;
-  });
-  return repeated.empty() ? "" : repeated.front()->get_name();
-}
-
 /// Why the arguments can't be used, in words that don't depend on the parser's version.
 std::string messageFor(const CLI::ParseError& error, const CLI::App& app) {
   if (dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr) {
@@ -461,8 +438,11 @@ std::string messageFor(const CLI::ParseError& error, const CLI::App& app) {
     return text("unexpected argument", arguments.size() == 1 ? "" : "s", ": ",
                 platform::joined(arguments, " "));
   }
-  const std::string repeated = repeatedOption(chosenCommand(app));
-  return repeated.empty() ? error.what() : repeated + " may be given only once";
+  const auto repeated = chosenCommand(app).get_options([](const CLI::Option* option) {
+    return option->get_multi_option_policy() == CLI::MultiOptionPolicy::Throw &&
+           option->get_items_expected_max() == 1 && option->count() > 1;
+  });
+  return repeated.empty() ? error.what() : repeated.front()->get_name() + " may be given only once";
 }
 
 /// The arguments, with `--option=` split into the option and an empty value. Otherwise the parser

@@ -1,4 +1,5 @@
-// The tool's commands and what is requested of them. Each returns the tool's exit status.
+// The tool's commands and what is requested of them. Each returns the tool's exit status, or throws
+// a `UsageError`, or the `PatchActionFileError` or `DecodingError` of a file that it can't use.
 #pragma once
 #include <chrono>
 #include <optional>
@@ -35,7 +36,8 @@ struct EvaluateRequest : PatchRequest {
   AgentSettings agent;
   std::optional<std::string> factsFile;  ///< "-": standard input. Absent: this machine.
   /// For this machine; waits for `profiles` as long as the library itself does.
-  FactsExtent extent{.allApplications = true, .profilesTimeout = std::chrono::minutes(1)};
+  FactsExtent extent{
+      .allApplications = true, .agentService = true, .profilesTimeout = std::chrono::minutes(1)};
 };
 
 /// Evaluates the actions that apply to a patch without running them. Changes nothing.
@@ -54,7 +56,7 @@ struct RunRequest : PatchRequest {
 struct FactsRequest {
   AgentSettings agent;
   std::optional<std::string> name;  ///< Of the machine, for the line.
-  FactsExtent extent;
+  FactsExtent extent{.agentService = true};
   bool json = false;
 };
 
