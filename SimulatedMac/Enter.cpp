@@ -112,6 +112,7 @@ int enterMac(const Scenario& scenario, const EnterOptions& options) {
   if (access(standInProgram().c_str(), X_OK) != 0) {
     return report(standInProgram() + ": " + std::strerror(errno), kDoesntStart);
   }
+  signal(SIGCHLD, SIG_DFL);  // a caller may ignore it, and then no status could be learnt
   const bool needsUserNamespace = options.userNamespace || geteuid() != 0;
   try {
     if (options.records) {

@@ -46,6 +46,8 @@ TEST_F(SimulatedMacTest, ExitsWithTheCommandsStatus) {
   EXPECT_EQ(enter("healthy -- sh -c 'exit 3'").status, 3);
   EXPECT_EQ(enter("healthy -- sh -c 'kill -15 $$'").status, 143);
   EXPECT_EQ(enter("healthy -- no-such-command").status, 127);
+  const std::string ignoring = R"(timeout 60 perl -e '$SIG{CHLD} = "IGNORE"; exec @ARGV' )";
+  EXPECT_EQ(shell(ignoring + enterCommand() + "healthy -- sh -c 'exit 3'").status, 3);
 }
 
 TEST_F(SimulatedMacTest, HasTheFilesAndProgramsOfTheScenario) {
