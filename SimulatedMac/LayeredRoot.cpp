@@ -51,7 +51,8 @@ void mountOrFail(const std::string& source, const std::string& target, const cha
 }
 
 /// Mounts a file, or a directory with all that is mounted below it, on `target`.
-void bind(const std::string& source, const std::string& target, Access access = Access::readOnly) {
+void bindMount(const std::string& source, const std::string& target,
+               Access access = Access::readOnly) {
   const platform::Descriptor tree(
       open_tree(AT_FDCWD, source.c_str(), AT_RECURSIVE | OPEN_TREE_CLONE | OPEN_TREE_CLOEXEC));
   mount_attr attributes{};
@@ -67,7 +68,7 @@ void bind(const std::string& source, const std::string& target, Access access = 
 void showFile(const std::string& source, const std::string& target,
               Access access = Access::readOnly) {
   std::ofstream(target).flush();
-  bind(kHost + source, target, access);
+  bindMount(kHost + source, target, access);
 }
 
 bool isOwnTopLevel(std::string_view name) {
@@ -101,7 +102,7 @@ void bindHostDirectories() {
       fs::copy_symlink(entry.path(), path);
     } else if (entry.is_directory()) {
       fs::create_directory(path);
-      bind(entry.path(), path);
+      bindMount(entry.path(), path);
     }
   }
 }
@@ -109,7 +110,7 @@ void bindHostDirectories() {
 void mountDevices() {
   fs::create_directories("/dev/shm");
   if (fs::is_directory(kHost + "/dev/shm")) {  // builds may run there
-    bind(kHost + "/dev/shm", "/dev/shm");
+    bindMount(kHost + "/dev/shm", "/dev/shm");
   }
   for (const std::string name : {"null", "zero", "full", "random", "urandom", "tty"}) {
     showFile("/dev/" + name, "/dev/" + name);
@@ -131,7 +132,7 @@ void mountSys() {
   for (const std::string path : {"/sys/devices", "/sys/fs", "/sys/kernel"}) {
     fs::create_directories(path);
     if (fs::is_directory(kHost + path)) {
-      bind(kHost + path, path);
+      bindMount(kHost + path, path);
     }
   }
   fs::create_directories("/sys/class/power_supply");
@@ -143,7 +144,7 @@ void mountProc() {
   for (const char* const path :
        {"/proc/sys", "/proc/sysrq-trigger", "/proc/irq", "/proc/bus", "/proc/fs"}) {
     if (fs::exists(path)) {
-      bind(path, path);
+      bindMount(path, path);
     }
   }
 }
@@ -156,7 +157,7 @@ void mountOverlay(const std::string& directory) {
   for (const std::string& point : points) {
     std::error_code ignored;
     if (fs::exists(point, ignored) && !fs::exists(kLayers + point, ignored)) {
-      bind(kHost + point, point);
+      bindMount(kHost + point, point);
     }
   }
 }
@@ -211,7 +212,7 @@ void LayeredRoot::bindFile(const std::string& source, const std::string& macPath
   showFile(source, macPath, access);
 }
 
-void LayeredRoot::makeReadOnly(const std::string& macPath) const { bind(macPath, macPath); }
+void LayeredRoot::makeReadOnly(const std::string& macPath) const { bindMount(macPath, macPath); }
 
 /// The place of the file that is to appear at `macPath`, with its parents: there, or in the upper
 /// layer over the host's directory.
