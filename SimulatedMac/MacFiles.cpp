@@ -99,9 +99,10 @@ void writePower(LayeredRoot& root, const Scenario& scenario) {
       continue;
     }
     const bool isMains = fields[0] == "mains";
-    const std::string name = (isMains ? "Mains-" : "InternalBattery-") + std::to_string(number++);
+    const std::string folder = LogCore::text(
+        "/sys/class/power_supply/", isMains ? "Mains-" : "InternalBattery-", number++, "/");
     const auto fact = [&](const std::string& attribute, const std::string& content) {
-      root.writeFile("/sys/class/power_supply/" + name + "/" + attribute, content + "\n");
+      root.writeFile(folder + attribute, content + "\n");
     };
     if (isMains) {
       fact("type", "Mains");

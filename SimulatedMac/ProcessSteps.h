@@ -1,4 +1,4 @@
-// Operations of a process: print, wait, change the user, execute, exit, outlive a child.
+// Operations of a process: print, wait, change the user, execute, exit, wait for a child.
 #pragma once
 #include <sys/types.h>
 
