@@ -118,10 +118,11 @@ void ToolCall::record() const {
       JSONObject()
           .addString("tool", tool)
           .addJSON("arguments", FileCodec::jsonList(arguments))
-          .addJSON("input", FileCodec::jsonOptional(input))
+          .addString("input", input)
           .addString("user", userName())
           .addNumber("uid", geteuid())
-          .addJSON("session", session == nullptr ? "null" : FileCodec::jsonString(session))
+          .addString("session",
+                     session == nullptr ? std::nullopt : std::optional<std::string_view>(session))
           .addString("directory", fs::current_path(ignored).string())
           .addJSON("environment", FileCodec::jsonList(environment))
           .addJSON("descriptors", FileCodec::jsonArray(descriptors))

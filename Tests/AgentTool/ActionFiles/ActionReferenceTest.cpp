@@ -13,7 +13,6 @@
 #include "AgentTool/ActionFiles/ActionFileCheck.h"
 #include "AgentTool/ActionFiles/ActionReference.h"
 #include "AgentTool/ActionFiles/ArgumentKinds.h"
-#include "AgentTool/ActionFiles/Finding.h"
 #include "AgentTool/Facts/Facts.h"
 #include "Tests/AgentTool/AgentToolFixture.h"
 #include "VexloPatchDeployment/Common/PatchDataKeys.h"
