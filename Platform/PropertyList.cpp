@@ -15,7 +15,7 @@ namespace {
 constexpr std::string_view kBinarySignature = "bplist";
 constexpr std::string_view kHexadecimalDigits = "0123456789abcdefABCDEF";
 
-std::string quoted(std::string_view text) {
+std::string inQuotes(std::string_view text) {
   std::string out = "\"";
   for (const char character : text) {
     switch (character) {
@@ -46,7 +46,7 @@ std::string quoted(std::string_view text) {
 
 /// Describes a value; one overload per type.
 struct Describer {
-  std::string operator()(const std::string& text) const { return quoted(text); }
+  std::string operator()(const std::string& text) const { return inQuotes(text); }
   std::string operator()(std::int64_t number) const { return std::to_string(number); }
   std::string operator()(std::uint64_t number) const { return std::to_string(number); }
   std::string operator()(double number) const {
@@ -70,8 +70,8 @@ struct Describer {
     return '[' + joined(array, ", ", describe) + ']';
   }
   std::string operator()(const PropertyList::Dictionary& dictionary) const {
-    const auto describeEntry = [](const auto& entry) {
-      return quoted(entry.first) + ": " + describe(entry.second);
+    const auto describeEntry = [](const PropertyList::Dictionary::value_type& entry) {
+      return inQuotes(entry.first) + ": " + describe(entry.second);
     };
     return dictionary.empty() ? "[:]" : '[' + joined(dictionary, ", ", describeEntry) + ']';
   }
@@ -132,7 +132,7 @@ std::string quotedExcerpt(std::string_view text) {
   while (length > 0 && length < text.size() && (text[length] & 0xC0) == 0x80) {
     --length;  // not in the middle of a character
   }
-  return quoted(text.substr(0, length)) + (length < text.size() ? "…" : "");
+  return inQuotes(text.substr(0, length)) + (length < text.size() ? "…" : "");
 }
 
 }  // namespace platform

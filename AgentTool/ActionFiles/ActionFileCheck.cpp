@@ -80,7 +80,9 @@ struct Value {
   /// Whether neither it nor an object around it is replaced by a later duplicate.
   bool counts = true;
 
-  [[nodiscard]] std::string_view string() const { return json->get<std::string_view>().value_or(""); }
+  [[nodiscard]] std::string_view string() const {
+    return json->get<std::string_view>().value_or("");
+  }
 };
 
 /// The values from a member of the document to a value in it, inclusive.

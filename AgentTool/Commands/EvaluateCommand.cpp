@@ -92,9 +92,8 @@ std::string asJSON(const EvaluatedAction& evaluated) {
 std::vector<Cell> asRow(const EvaluatedAction& evaluated) {
   const auto& [action, evaluation, acted] = evaluated;
   std::vector<std::string> reasons;
-  for (const std::string& part :
-       {evaluation.reason().value_or(""), describe(std::span(evaluation.measurements)),
-        evaluation.next}) {
+  for (const std::string& part : {evaluation.reason().value_or(""),
+                                  describe(std::span(evaluation.measurements)), evaluation.next}) {
     if (!part.empty()) {
       reasons.push_back(printable(part));
     }
