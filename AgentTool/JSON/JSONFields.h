@@ -290,6 +290,7 @@ struct JSONForm<Enumeration> {
   static std::string write(Enumeration value) { return FileCodec::jsonString(nameOf(value)); }
   static FileCodec::JSONObject schema(bool orNull) {
     std::vector<std::string> names;
+    names.reserve(std::size(kNames) + 1);
     for (const auto& row : kNames) {
       names.push_back(FileCodec::jsonString(row.name));
     }
