@@ -44,27 +44,27 @@ std::string rightAligned(std::string text, std::size_t width) {
   return text;
 }
 
-struct CountRow {
+struct TableRow {
   std::vector<Cell> labels;
   std::uint64_t machines = 0;
   double share = 0;
   Style bar = Style::plain;
 };
 
-void sortByCount(std::vector<CountRow>& rows) {
-  std::ranges::stable_sort(rows, std::greater(), &CountRow::machines);
+void sortByCount(std::vector<TableRow>& rows) {
+  std::ranges::stable_sort(rows, std::greater(), &TableRow::machines);
 }
 
 /// Empty without rows.
 std::string countTable(const Console& console, std::vector<std::string> headings,
-                       const std::vector<CountRow>& rows, std::string shareHeading = "SHARE") {
+                       const std::vector<TableRow>& rows, std::string shareHeading = "SHARE") {
   if (rows.empty()) {
     return {};
   }
   constexpr std::string_view kMachines = "MACHINES";
   constexpr std::size_t kShareWidth = std::string_view("100.0 %").size();
   const std::size_t countWidth = std::max(
-      kMachines.size(), grouped(std::ranges::max(rows, {}, &CountRow::machines).machines).size());
+      kMachines.size(), grouped(std::ranges::max(rows, {}, &TableRow::machines).machines).size());
   headings.push_back(rightAligned(std::string(kMachines), countWidth));
   headings.push_back(rightAligned(std::move(shareHeading), kShareWidth));
   headings.emplace_back();
@@ -100,7 +100,7 @@ std::string outcomes(const FleetSummary& summary, const Console& console) {
       acted[each] += sum(counts);
     }
   }
-  std::vector<CountRow> rows;
+  std::vector<TableRow> rows;
   for (const auto& [key, machines] : byOutcome) {
     const Style style = rowOf(key.first).style;
     rows.push_back({.labels = {{std::string(name(key.second)), style}},
@@ -129,7 +129,7 @@ std::string shown(const FleetPrediction& prediction) {
 }
 
 std::string reasons(const FleetSummary& summary, const Console& console) {
-  std::vector<CountRow> rows;
+  std::vector<TableRow> rows;
   for (const auto& [prediction, counts] : summary.predictions()) {
     if (prediction.code) {
       rows.push_back({.labels = {{printable(*prediction.code)},
@@ -157,7 +157,7 @@ std::string kinds(const FleetSummary& summary, const Console& console) {
       tallies[kind].ready += verdictOn(prediction.outcome).verdict == Verdict::ready ? machines : 0;
     }
   }
-  std::vector<CountRow> rows;
+  std::vector<TableRow> rows;
   for (const auto& [kind, tally] : tallies | std::views::reverse) {  // the newest first
     rows.push_back({.labels = {{std::string(rowOf(kind.update).words)},
                                {kind.macOS ? text("macOS ", *kind.macOS) : "unknown"},
@@ -182,7 +182,7 @@ std::string moves(const FleetSummary& summary, const Console& console) {
         prediction.code ? printable(*prediction.code) + ' ' + shown(prediction) : shown(prediction),
         verdictOn(prediction.outcome).style};
   };
-  std::vector<CountRow> rows;
+  std::vector<TableRow> rows;
   for (const auto& [move, machines] : summary.moves()) {
     rows.push_back({.labels = {cell(move.from), cell(move.to)},
                     .machines = machines,
