@@ -70,7 +70,7 @@ struct EvaluatedAction {
   const std::vector<Acted>& acted;
 };
 
-std::string asJSON(const EvaluatedAction& evaluated) {
+std::string evaluationAsJSON(const EvaluatedAction& evaluated) {
   const auto& [action, evaluation, acted] = evaluated;
   const std::int64_t left = evaluation.postponementsLeft;
   return JSONObject()
@@ -128,7 +128,7 @@ ExitStatus evaluate(const EvaluateRequest& request, Console& console) {
     const Evaluation& evaluation = evaluator.evaluate(action.actionID);
     const EvaluatedAction evaluated{action, evaluation, acted};
     if (request.json) {
-      objects.push_back(asJSON(evaluated));
+      objects.push_back(evaluationAsJSON(evaluated));
     } else {
       rows.push_back(asRow(evaluated));
     }
