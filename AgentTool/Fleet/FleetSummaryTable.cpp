@@ -51,8 +51,13 @@ struct TableRow {
   Style bar = Style::plain;
 };
 
+/// The most first; rows of the same count keep their order.
 void sortByCount(std::vector<TableRow>& rows) {
-  std::ranges::stable_sort(rows, std::greater(), &TableRow::machines);
+  std::multimap<std::uint64_t, TableRow, std::greater<>> sorted;
+  for (const TableRow& row : rows) {
+    sorted.emplace(row.machines, row);
+  }
+  std::ranges::move(sorted | std::views::values, rows.begin());
 }
 
 /// Empty without rows.
@@ -133,7 +138,7 @@ std::string reasons(const FleetSummary& summary, const Console& console) {
   for (const auto& [prediction, counts] : summary.predictions()) {
     if (prediction.code) {
       rows.push_back({.labels = {{printable(*prediction.code)},
-                                 {printable(*actionNameOf(prediction))},
+                                 {printable(actionNameOf(prediction).value_or(""))},
                                  {shown(prediction)}},
                       .machines = sum(counts),
                       .share = shareOf(sum(counts), summary.machines()),
