@@ -70,7 +70,9 @@ std::string helpText(const CLI::App& app) {
         rows += row(nameOf(*option, app), option->get_description());
       }
     }
-    text += rows.empty() ? "" : "\n" + heading + ":\n" + rows;
+    if (!rows.empty()) {
+      text.append("\n").append(heading).append(":\n").append(rows);
+    }
   }
   if (app.get_parent() == nullptr) {
     text += "\nCommands:\n";
