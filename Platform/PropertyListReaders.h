@@ -19,7 +19,11 @@ class ValueBudget {
  public:
   explicit ValueBudget(std::size_t most) : most_(most), left_(most) {}
   /// Counts one more value. False when there are too many.
-  [[nodiscard]] bool take() noexcept { return left_ > 0 && left_-- > 0; }
+  [[nodiscard]] bool take() noexcept {
+    const bool isLeft = left_ > 0;
+    left_ -= isLeft ? 1 : 0;
+    return isLeft;
+  }
   /// For error messages: "at most 16384 values".
   [[nodiscard]] std::string expected() const {
     return "at most " + std::to_string(most_) + " values";

@@ -294,7 +294,8 @@ class XMLReader {
       array->push_back(std::move(element.value));
     } else if (parent.key) {
       std::get<PropertyList::Dictionary>(parent.value.value())
-          .insert_or_assign(*std::exchange(parent.key, std::nullopt), std::move(element.value));
+          .insert_or_assign(*std::move(parent.key), std::move(element.value));
+      parent.key.reset();
     } else {
       result_ = std::move(element.value);
     }

@@ -260,6 +260,8 @@ struct NamedValue {
   Enumeration value;
   std::string_view name;
 };
+template <typename Enumeration>  // older compilers don't deduce it for an aggregate
+NamedValue(Enumeration, std::string_view) -> NamedValue<Enumeration>;
 
 template <typename Enumeration>
 [[nodiscard]] constexpr std::string_view nameOf(Enumeration value) {
