@@ -146,7 +146,7 @@ BENCHMARK(lookUpInUnorderedMap);
 
 void planFromLargeFile(benchmark::State& state) {
   const LargeFile& file = LargeFile::shared();
-  const auto former = LogCore::setLogSink(std::make_shared<LogCore::NullSink>());
+  const LogCore::ScopedLogSink quiet(std::make_shared<LogCore::NullSink>());
   std::size_t next = 0;
   std::size_t actions = 0;
   for (auto _ : state) {
@@ -154,7 +154,6 @@ void planFromLargeFile(benchmark::State& state) {
         {file.patchIDs[next++ % file.patchIDs.size()], "1201", "2301"}, file.group);
     actions += provider.actionDetails().size();
   }
-  LogCore::setLogSink(former);
   state.counters["time per action"] = benchmark::Counter(
       static_cast<double>(actions), benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
 }

@@ -80,7 +80,7 @@ void linesAsRecords(benchmark::State& state) {
 }
 
 void linesAnswered(benchmark::State& state) {
-  const auto formerSink = LogCore::setLogSink(std::make_shared<LogCore::NullSink>());
+  const LogCore::ScopedLogSink quiet(std::make_shared<LogCore::NullSink>());
   agent_tool::FactsReader reader;
   agent_tool::WhatIf whatIf(
       kPatch, std::make_shared<const vexlo::PatchActionGroup>(
@@ -91,7 +91,6 @@ void linesAnswered(benchmark::State& state) {
     });
   }
   countMachines(state, kMachinesInFile);
-  LogCore::setLogSink(formerSink);
 }
 
 /// Starts `vexlo-patch what-if` with the fleet's file given `times` times.

@@ -1,7 +1,9 @@
 // The agent's logging library: three levels; sinks build the messages.
 #pragma once
+#include <array>
 #include <atomic>
 #include <concepts>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <source_location>
@@ -16,6 +18,10 @@
 namespace LogCore {
 
 enum class LogLevel : std::uint8_t { debug, info, error };
+inline constexpr std::array<std::string_view, 3> kLevelNames{"debug", "info", "error"};
+[[nodiscard]] constexpr std::string_view nameOf(LogLevel level) {
+  return kLevelNames.at(static_cast<std::size_t>(level));
+}
 
 class Logger {
  public:
@@ -91,6 +97,18 @@ class VEXLO_EXPORT NullSink final : public LogSink {
 /// the time that passes, and a later line reports how many were dropped.
 /// Thread-safe.
 VEXLO_EXPORT std::shared_ptr<LogSink> setLogSink(std::shared_ptr<LogSink> sink);
+
+/// Sets a sink for its lifetime, then the previous one again. May be nested.
+class ScopedLogSink {
+ public:
+  explicit ScopedLogSink(std::shared_ptr<LogSink> sink) : former_(setLogSink(std::move(sink))) {}
+  ~ScopedLogSink() { setLogSink(std::move(former_)); }
+  ScopedLogSink(const ScopedLogSink&) = delete;
+  ScopedLogSink& operator=(const ScopedLogSink&) = delete;
+
+ private:
+  std::shared_ptr<LogSink> former_;
+};
 
 /// Passes one line to the process's sink.
 VEXLO_EXPORT void writeLogLine(LogLevel level, const LogTag& tag, std::uint32_t line,

@@ -109,12 +109,8 @@ AgentSession::~AgentSession() {
   }
 }
 
-AgentSession::OtherSink AgentSession::withoutLinesOnConsole() const {
-  return OtherSink(logFile_ ? sink_ : std::make_shared<NullSink>());
-}
-
-AgentSession::OtherSink AgentSession::withoutLines() {
-  return OtherSink(std::make_shared<NullSink>());
+LogCore::ScopedLogSink AgentSession::withoutLinesOnConsole() const {
+  return LogCore::ScopedLogSink(logFile_ ? sink_ : std::make_shared<NullSink>());
 }
 
 }  // namespace agent_tool

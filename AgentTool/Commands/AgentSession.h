@@ -4,7 +4,6 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
-#include <utility>
 
 #include "AgentLibraries/LogCore/Logger.h"
 #include "AgentLibraries/vxutils/GlobalVars.h"
@@ -41,25 +40,11 @@ class AgentSession {
   AgentSession(const AgentSession&) = delete;
   AgentSession& operator=(const AgentSession&) = delete;
 
-  /// Redirects log lines to another sink for its lifetime.
-  class OtherSink {
-   public:
-    explicit OtherSink(std::shared_ptr<LogCore::LogSink> sink)
-        : former_(LogCore::setLogSink(std::move(sink))) {}
-    ~OtherSink() { LogCore::setLogSink(std::move(former_)); }
-    OtherSink(const OtherSink&) = delete;
-    OtherSink& operator=(const OtherSink&) = delete;
-
-   private:
-    std::shared_ptr<LogCore::LogSink> former_;
-  };
   /// Where log lines go; never null.
   [[nodiscard]] const std::shared_ptr<LogCore::LogSink>& sink() const { return sink_; }
   /// Drops log lines that would repeat the tool's own messages on stderr; a log file still gets
   /// them.
-  [[nodiscard]] OtherSink withoutLinesOnConsole() const;
-  /// Drops all lines.
-  [[nodiscard]] static OtherSink withoutLines();
+  [[nodiscard]] LogCore::ScopedLogSink withoutLinesOnConsole() const;
 
  private:
   Console& console_;

@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <functional>
 #include <map>
+#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -20,9 +21,9 @@
 #include <vector>
 
 #include "AgentLibraries/FileCodec/JSONObject.h"
+#include "AgentLibraries/LogCore/Logger.h"
 #include "AgentLibraries/LogCore/Text.h"
 #include "AgentTool/Commands/ActionFile.h"
-#include "AgentTool/Commands/AgentSession.h"
 #include "AgentTool/Commands/Commands.h"
 #include "AgentTool/Console/LineReader.h"
 #include "AgentTool/Console/PrintableText.h"
@@ -265,7 +266,7 @@ void writeSummary(const std::string& path, std::string_view bytes) {
 }  // namespace
 
 ExitStatus whatIf(const WhatIfRequest& request, Console& console) {
-  const auto quiet = AgentSession::withoutLines();
+  const LogCore::ScopedLogSink quiet(std::make_shared<LogCore::NullSink>());
   const ActionFile file = readActionFile(request.actionFile);
   const ActionFile fileBefore =
       request.compareWith ? readActionFile(*request.compareWith) : nullptr;

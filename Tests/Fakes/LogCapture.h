@@ -24,12 +24,8 @@ struct LogRecord {
 
   friend bool operator==(const LogRecord&, const LogRecord&) = default;
   friend std::ostream& operator<<(std::ostream& out, const LogRecord& record) {
-    using LogCore::LogLevel;
-    out << (record.level == LogLevel::debug  ? "debug"
-            : record.level == LogLevel::info ? "info"
-                                             : "error");
-    return out << ' ' << record.file << ' ' << record.function << ':' << record.line << " \""
-               << record.message << '"';
+    return out << nameOf(record.level) << ' ' << record.file << ' ' << record.function << ':'
+               << record.line << " \"" << record.message << '"';
   }
 };
 
@@ -37,11 +33,6 @@ struct LogRecord {
 /// nested: the innermost one records; its destructor restores the previous sink.
 class LogCapture {
  public:
-  LogCapture() : lines_(std::make_shared<Lines>()), former_(LogCore::setLogSink(lines_)) {}
-  ~LogCapture() { LogCore::setLogSink(std::move(former_)); }
-  LogCapture(const LogCapture&) = delete;
-  LogCapture& operator=(const LogCapture&) = delete;
-
   /// A copy of the lines so far, oldest first.
   [[nodiscard]] std::vector<LogRecord> records() const {
     const std::scoped_lock lock(lines_->mutex);
@@ -75,8 +66,8 @@ class LogCapture {
     }
   };
 
-  std::shared_ptr<Lines> lines_;
-  std::shared_ptr<LogCore::LogSink> former_;
+  std::shared_ptr<Lines> lines_ = std::make_shared<Lines>();
+  LogCore::ScopedLogSink sink_{lines_};
 };
 
 /// A line of `level` whose whole message is `text`.

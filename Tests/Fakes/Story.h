@@ -17,15 +17,12 @@
 /// Replaces the process's log sink and notification handler for its lifetime. For one thread.
 class Story {
  public:
-  Story() : former_(LogCore::setLogSink(std::make_shared<Lines>(events))) {
+  Story() {
     vxutils::setNotificationHandler([this](std::int32_t code, void* /*argument*/) {
       events.push_back(LogCore::text("notification ", code));
     });
   }
-  ~Story() {
-    vxutils::setNotificationHandler(nullptr);
-    LogCore::setLogSink(std::move(former_));
-  }
+  ~Story() { vxutils::setNotificationHandler(nullptr); }
   Story(const Story&) = delete;
   Story& operator=(const Story&) = delete;
 
@@ -42,14 +39,13 @@ class Story {
     void write(LogCore::LogLevel level, const LogCore::LogTag& tag, std::uint32_t /*line*/,
                const LogCore::MessageBuilder& build) override {
       if (level != LogCore::LogLevel::debug) {
-        events_.push_back(LogCore::text(level == LogCore::LogLevel::info ? "info " : "error ",
-                                        tag.function, ": ", build().text));
+        events_.push_back(LogCore::text(nameOf(level), ' ', tag.function, ": ", build().text));
       }
     }
     std::vector<std::string>& events_;
   };
 
-  std::shared_ptr<LogCore::LogSink> former_;
+  LogCore::ScopedLogSink sink_{std::make_shared<Lines>(events)};
 };
 
 /// Makes an event of each command and answers with the prepared results, first to last; then with

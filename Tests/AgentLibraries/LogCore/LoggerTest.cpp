@@ -21,9 +21,8 @@ TEST(LoggerTest, ThrowingSinkLosesOnlyThatLine) {
       throw std::runtime_error("no room");
     }
   };
-  const auto former = setLogSink(std::make_shared<ThrowingSink>());
+  const ScopedLogSink sink(std::make_shared<ThrowingSink>());
   EXPECT_NO_THROW(logError(LogTag{"test"}, [] { return "lost"; }));
-  setLogSink(former);
 }
 
 TEST(LoggerTest, MessagesCannotForgeLinesOrControlTheTerminal) {

@@ -102,9 +102,7 @@ std::string answerTo(const std::string& action, const Facts& facts) {
 
 class EvaluatorTest : public testing::TestWithParam<EvaluationCase> {
  protected:
-  std::shared_ptr<LogCore::LogSink> former =
-      LogCore::setLogSink(std::make_shared<LogCore::NullSink>());
-  ~EvaluatorTest() override { LogCore::setLogSink(former); }
+  LogCore::ScopedLogSink quiet{std::make_shared<LogCore::NullSink>()};
 };
 
 TEST_P(EvaluatorTest, PredictsTheLibrarysResult) {
