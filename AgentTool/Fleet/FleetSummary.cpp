@@ -17,26 +17,29 @@ using LogCore::text;
 
 constexpr std::int64_t kHighestMajorVersion = 99;
 
-void increase(std::uint64_t& sum, std::uint64_t by) {
-  // Neither exceeds the limit, so the sum fits.
-  sum = std::min(sum + std::min(by, FleetSummary::kMostMachines), FleetSummary::kMostMachines);
-}
-
 // The JSON form
 
-struct CountRow : FleetPrediction, MachineKind {
+template <typename Counted>
+struct Row : Counted {
   std::uint64_t machines = 0;
 };
+using GroupRow = Row<MachineGroup>;
+using MoveRow = Row<Move>;
 
-struct MoveRow : Move {
-  std::uint64_t machines = 0;
-};
+template <typename Counted>
+std::vector<Row<Counted>> rowsOf(const std::map<Counted, std::uint64_t>& counts) {
+  std::vector<Row<Counted>> rows;
+  for (const auto& [counted, machines] : counts) {
+    rows.push_back({counted, machines});
+  }
+  return rows;
+}
 
 struct SummaryDocument {
   std::optional<FleetQuestion> patch;
   std::uint64_t machines = 0;
   std::uint64_t badLines = 0;
-  std::vector<CountRow> counts;
+  std::vector<GroupRow> counts;
   std::vector<MoveRow> moves;
 };
 
@@ -74,16 +77,16 @@ struct JSONFields<FleetPrediction> : PredictionFields<FleetPrediction> {
 };
 
 template <>
-struct JSONFields<CountRow> : PredictionFields<CountRow> {
+struct JSONFields<GroupRow> : PredictionFields<GroupRow> {
   static constexpr std::array list{outcome,
                                    code,
                                    action,
                                    reason,
                                    acted,
-                                   field<&MachineKind::update, CountRow>("update"),
-                                   field<&MachineKind::macOS, CountRow>("macOS"),
-                                   field<&MachineKind::processor, CountRow>("processor"),
-                                   field<&CountRow::machines>("machines")};
+                                   field<&MachineKind::update, GroupRow>("update"),
+                                   field<&MachineKind::macOS, GroupRow>("macOS"),
+                                   field<&MachineKind::processor, GroupRow>("processor"),
+                                   field<&GroupRow::machines>("machines")};
 };
 
 template <>
@@ -108,16 +111,21 @@ std::optional<std::string> actionNameOf(const FleetPrediction& prediction) {
       [](const auto& code) { return describe(vexlo::ActionID(code)); });
 }
 
+void FleetSummary::increase(std::uint64_t& sum, std::uint64_t by) {
+  // Neither exceeds the limit, so the sum fits.
+  sum = std::min(sum + std::min(by, kMostMachines), kMostMachines);
+}
+
 void FleetSummary::add(const FleetPrediction& prediction, const MachineKind& kind,
                        std::uint64_t machines) {
   if (machines == 0) {
     return;
   }
-  MachineKind known = kind;
-  if (known.macOS < 1 || known.macOS > kHighestMajorVersion) {
-    known.macOS.reset();
+  MachineGroup group{prediction, kind};
+  if (group.macOS < 1 || group.macOS > kHighestMajorVersion) {
+    group.macOS.reset();
   }
-  increase(predictions_[prediction][known], machines);
+  increase(groups_[std::move(group)], machines);
   increase(machines_, machines);
 }
 
@@ -136,10 +144,8 @@ bool FleetSummary::merge(const FleetSummary& other) {
   if (!question_) {
     question_ = other.question_;
   }
-  for (const auto& [prediction, counts] : other.predictions_) {
-    for (const auto& [kind, machines] : counts) {
-      add(prediction, kind, machines);
-    }
+  for (const auto& [group, machines] : other.groups_) {
+    add(group, group, machines);
   }
   for (const auto& [move, machines] : other.moves_) {
     addMove(move, machines);
@@ -149,19 +155,11 @@ bool FleetSummary::merge(const FleetSummary& other) {
 }
 
 std::string asJSON(const FleetSummary& summary) {
-  SummaryDocument document{.patch = summary.question(),
-                           .machines = summary.machines(),
-                           .badLines = summary.badLines(),
-                           .counts = {},
-                           .moves = {}};
-  for (const auto& [prediction, counts] : summary.predictions()) {
-    for (const auto& [kind, machines] : counts) {
-      document.counts.push_back({prediction, kind, machines});
-    }
-  }
-  for (const auto& [move, machines] : summary.moves()) {
-    document.moves.push_back({move, machines});
-  }
+  const SummaryDocument document{.patch = summary.question(),
+                                 .machines = summary.machines(),
+                                 .badLines = summary.badLines(),
+                                 .counts = rowsOf(summary.groups()),
+                                 .moves = rowsOf(summary.moves())};
   return asJSON(document) + '\n';
 }
 
@@ -173,7 +171,7 @@ std::expected<FleetSummary, DecodingError> summaryFromJSON(std::string_view line
   }
   FleetSummary summary = document.patch ? FleetSummary(*std::move(document.patch)) : FleetSummary();
   summary.addBadLines(document.badLines);
-  for (const CountRow& row : document.counts) {
+  for (const GroupRow& row : document.counts) {
     summary.add(row, row, row.machines);
   }
   for (const MoveRow& row : document.moves) {

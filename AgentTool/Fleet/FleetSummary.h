@@ -95,6 +95,11 @@ struct MachineKind {
   friend std::strong_ordering operator<=>(const MachineKind&, const MachineKind&) = default;
 };
 
+/// The machines of one kind with the same prediction.
+struct MachineGroup : FleetPrediction, MachineKind {
+  friend std::strong_ordering operator<=>(const MachineGroup&, const MachineGroup&) = default;
+};
+
 /// A prediction that has changed.
 struct Move {
   FleetPrediction from;
@@ -121,11 +126,13 @@ class FleetSummary {
   /// Returns false without merging if the other summary is for another question.
   [[nodiscard]] bool merge(const FleetSummary& other);
 
-  using Counts = std::map<MachineKind, std::uint64_t>;
-  using Predictions = std::map<FleetPrediction, Counts>;
+  /// Adds, up to `kMostMachines`.
+  static void increase(std::uint64_t& sum, std::uint64_t by);
+
+  using Groups = std::map<MachineGroup, std::uint64_t>;
   using Moves = std::map<Move, std::uint64_t>;
   [[nodiscard]] const std::optional<FleetQuestion>& question() const noexcept { return question_; }
-  [[nodiscard]] const Predictions& predictions() const noexcept { return predictions_; }
+  [[nodiscard]] const Groups& groups() const noexcept { return groups_; }
   [[nodiscard]] const Moves& moves() const noexcept { return moves_; }
   [[nodiscard]] std::uint64_t machines() const noexcept { return machines_; }
   [[nodiscard]] std::uint64_t badLines() const noexcept { return badLines_; }
@@ -134,7 +141,7 @@ class FleetSummary {
 
  private:
   std::optional<FleetQuestion> question_;
-  Predictions predictions_;
+  Groups groups_;
   Moves moves_;
   std::uint64_t machines_ = 0;
   std::uint64_t badLines_ = 0;

@@ -83,14 +83,6 @@ std::string countTable(const Console& console, std::vector<std::string> headings
   return '\n' + tableText(console, headings, cells);
 }
 
-std::uint64_t sum(const FleetSummary::Counts& counts) {
-  std::uint64_t total = 0;
-  for (const auto& [kind, machines] : counts) {
-    total += std::min(machines, FleetSummary::kMostMachines - total);
-  }
-  return total;
-}
-
 std::string inMachines(std::uint64_t count) {
   return text(grouped(count), count == 1 ? " machine" : " machines");
 }
@@ -99,10 +91,10 @@ std::string outcomes(const FleetSummary& summary, const Console& console) {
   std::map<std::pair<Verdict, Prediction>, std::uint64_t> byOutcome{
       {{Verdict::ready, Prediction::success}, 0}};
   std::map<Acted, std::uint64_t> acted;
-  for (const auto& [prediction, counts] : summary.predictions()) {
-    byOutcome[{rowOf(prediction.outcome).verdict, prediction.outcome}] += sum(counts);
-    for (const Acted& each : prediction.acted) {
-      acted[each] += sum(counts);
+  for (const auto& [group, machines] : summary.groups()) {
+    FleetSummary::increase(byOutcome[{rowOf(group.outcome).verdict, group.outcome}], machines);
+    for (const Acted& each : group.acted) {
+      FleetSummary::increase(acted[each], machines);
     }
   }
   std::vector<TableRow> rows;
@@ -134,14 +126,18 @@ std::string shown(const FleetPrediction& prediction) {
 }
 
 std::string reasons(const FleetSummary& summary, const Console& console) {
+  std::map<FleetPrediction, std::uint64_t> predictions;
+  for (const auto& [group, machines] : summary.groups()) {
+    FleetSummary::increase(predictions[group], machines);
+  }
   std::vector<TableRow> rows;
-  for (const auto& [prediction, counts] : summary.predictions()) {
+  for (const auto& [prediction, machines] : predictions) {
     if (prediction.code) {
       rows.push_back({.labels = {{printable(*prediction.code)},
                                  {printable(actionNameOf(prediction).value_or(""))},
                                  {shown(prediction)}},
-                      .machines = sum(counts),
-                      .share = shareOf(sum(counts), summary.machines()),
+                      .machines = machines,
+                      .share = shareOf(machines, summary.machines()),
                       .bar = verdictOn(prediction.outcome).style});
     }
   }
@@ -156,10 +152,11 @@ std::string kinds(const FleetSummary& summary, const Console& console) {
     std::uint64_t ready = 0;
   };
   std::map<MachineKind, Tally> tallies;
-  for (const auto& [prediction, counts] : summary.predictions()) {
-    for (const auto& [kind, machines] : counts) {
-      tallies[kind].machines += machines;
-      tallies[kind].ready += verdictOn(prediction.outcome).verdict == Verdict::ready ? machines : 0;
+  for (const auto& [group, machines] : summary.groups()) {
+    Tally& tally = tallies[group];
+    FleetSummary::increase(tally.machines, machines);
+    if (verdictOn(group.outcome).verdict == Verdict::ready) {
+      FleetSummary::increase(tally.ready, machines);
     }
   }
   std::vector<TableRow> rows;
@@ -202,13 +199,11 @@ std::string moves(const FleetSummary& summary, const Console& console) {
 std::string legend(const FleetSummary& summary, const Console& console) {
   std::set<Prediction> predictions;
   std::set<Update> updates;
-  for (const auto& [prediction, counts] : summary.predictions()) {
-    predictions.insert(prediction.outcome);
-    for (const Acted& each : prediction.acted) {
+  for (const auto& [group, machines] : summary.groups()) {
+    predictions.insert(group.outcome);
+    updates.insert(group.update);
+    for (const Acted& each : group.acted) {
       predictions.insert(each.outcome);
-    }
-    for (const auto& [kind, machines] : counts) {
-      updates.insert(kind.update);
     }
   }
   std::vector<std::vector<Cell>> rows{
