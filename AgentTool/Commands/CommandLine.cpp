@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <functional>
 #include <iterator>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
@@ -20,6 +21,7 @@
 #include "AgentTool/Commands/Commands.h"
 #include "AgentTool/Commands/HelpText.h"
 #include "AgentTool/Console/PrintableText.h"
+#include "Platform/Text.h"
 
 namespace agent_tool {
 namespace {
@@ -30,23 +32,12 @@ constexpr const char* kDescription =
     "Plans, runs and checks the actions of a patch, as the agent would.";
 constexpr const char* kAgentRootVariable = "VEXLO_AGENT_ROOT";
 
+using OptionalLevel = std::optional<LogCore::LogLevel>;
+
 struct HelpRequest {
   std::string topic;  ///< Empty: the program.
   std::string action;
-  std::string form = "text";
-};
-
-/// What the parser fills in.
-struct ParsedLine {
-  PlanRequest plan;
-  EvaluateRequest evaluate;
-  RunRequest run;
-  CheckRequest check;
-  FactsRequest facts;
-  WhatIfRequest whatIf;
-  bool mergesSummaries = false;
-  HelpRequest help;
-  Command command;  ///< Set at the end, by the command on the line.
+  std::string (*otherForm)() = nullptr;  ///< Of all actions; null for text.
 };
 
 template <typename Value>
@@ -70,13 +61,20 @@ void addStrict(CLI::App& command, PatchRequest& request) {
                    "fail with status 64 if the file has no such patch, product or service pack");
 }
 
-/// Adds an option whose value, which is passed to `choose`, is one of `names`.
+template <typename Value>
+using Choices = std::vector<std::pair<std::string, Value>>;
+
+/// Adds an option that sets `value` to the one of `choices` with that name.
+template <typename Value>
 void addChoice(CLI::App& command, const char* option, const std::string& what,
-               const std::vector<std::string>& names,
-               const std::function<void(const std::string&)>& choose) {
-  command.add_option_function(option, choose, what)
-      ->type_name(platform::joined(names, "|"))
-      ->check(CLI::IsMember(names).description(""));
+               const Choices<Value>& choices, Value& value) {
+  constexpr auto kName = &Choices<Value>::value_type::first;
+  const auto choose = [choices, &value](const std::string& name) {
+    value = std::ranges::find(choices, name, kName)->second;
+  };
+  command.add_option_function<std::string>(option, choose, what)
+      ->type_name(platform::joined(choices, "|", kName))
+      ->check(CLI::IsMember(choices).description(""));
 }
 
 /// Rejects an empty value: an empty variable in a script must not select everything.
@@ -106,33 +104,26 @@ void addBase(CLI::App& command, AgentSettings& agent, const char* whatRootIs) {
   addOption(command, "--base-dir", agent.directories.base, "DIR", "the agent's base directory");
 }
 
-std::optional<LogCore::LogLevel> levelNamed(std::string_view name) {
+void addLog(CLI::App& command, AgentSettings& agent, OptionalLevel defaultLevel) {
   using enum LogCore::LogLevel;
-  return name == "debug"   ? std::optional(debug)
-         : name == "info"  ? std::optional(info)
-         : name == "error" ? std::optional(error)
-                           : std::nullopt;
-}
-
-void addLog(CLI::App& command, AgentSettings& agent, const char* defaultLevel) {
-  agent.minimumLevel = levelNamed(defaultLevel);
-  addChoice(command, "--log-level", text("the lowest level to log (default: ", defaultLevel, ")"),
-            {"debug", "info", "error", "none"},
-            [&](const std::string& level) { agent.minimumLevel = levelNamed(level); });
+  agent.minimumLevel = defaultLevel;
+  addChoice<OptionalLevel>(
+      command, "--log-level",
+      text("the lowest level to log (default: ", defaultLevel ? nameOf(*defaultLevel) : "none",
+           ")"),
+      {{"debug", debug}, {"info", info}, {"error", error}, {"none", {}}}, agent.minimumLevel);
   addOption(command, "--log-file", agent.logFile, "FILE",
             "append log lines to FILE instead of standard error");
 }
 
 /// Adds all settings, for commands that read the machine's state.
-void addAgent(CLI::App& command, AgentSettings& agent, const char* defaultLevel) {
+void addAgent(CLI::App& command, AgentSettings& agent, OptionalLevel defaultLevel) {
   addBase(command, agent, "base = DIR, data = DIR/data, logs = DIR/logs");
   addOption(command, "--data-dir", agent.directories.data, "DIR", "the agent's data directory");
   addOption(command, "--log-dir", agent.directories.logs, "DIR", "the agent's log directory");
-  addChoice(command, "--machine", "the processor type (auto: detect it)",
-            {"auto", "apple-silicon", "intel"}, [&](const std::string& type) {
-              agent.isAppleSilicon =
-                  type == "auto" ? std::nullopt : std::optional(type == "apple-silicon");
-            });
+  addChoice<std::optional<bool>>(command, "--machine", "the processor type (auto: detect it)",
+                                 {{"auto", {}}, {"apple-silicon", true}, {"intel", false}},
+                                 agent.isAppleSilicon);
   addLog(command, agent, defaultLevel);
 }
 
@@ -191,34 +182,34 @@ void locateDirectories(AgentSettings& agent, const std::vector<std::string_view>
   }
 }
 
-void addPlan(CLI::App& app, ParsedLine& line) {
+void addPlan(CLI::App& app, Command& chosen) {
   CLI::App& command = *app.add_subcommand(
       "plan", "Shows the applicable actions in order, and where each comes from.");
-  PlanRequest& request = line.plan;
-  addPatch(command, request);
-  addStrict(command, request);
-  command.add_flag("--json", request.json, "print one JSON object instead of a table");
-  addBase(command, request.agent, "base = DIR");
-  addLog(command, request.agent, "error");
+  const auto request = std::make_shared<PlanRequest>();
+  addPatch(command, *request);
+  addStrict(command, *request);
+  command.add_flag("--json", request->json, "print one JSON object instead of a table");
+  addBase(command, request->agent, "base = DIR");
+  addLog(command, request->agent, LogCore::LogLevel::error);
   setFooter(command, "  0   the plan was printed", "the action file can't be used");
-  command.callback([&] {
-    locateDirectories(request.agent, {"--base-dir"});
-    line.command = std::bind_front(plan, request);
+  command.callback([request, &chosen] {
+    locateDirectories(request->agent, {"--base-dir"});
+    chosen = std::bind_front(plan, *request);
   });
 }
 
-void addEvaluate(CLI::App& app, ParsedLine& line) {
+void addEvaluate(CLI::App& app, Command& chosen) {
   CLI::App& command =
       *app.add_subcommand("evaluate", "Predicts each action's result without changing anything.");
-  EvaluateRequest& request = line.evaluate;
-  addPatch(command, request);
+  const auto request = std::make_shared<EvaluateRequest>();
+  addPatch(command, *request);
   CLI::Option* const factsFile = addOption(
-      command, "--facts", request.factsFile, "FILE",
+      command, "--facts", request->factsFile, "FILE",
       "evaluate the machine that printed this line of 'facts --json' (- for standard input)");
-  addQuestions(command, request.extent, "ask the agent's service whether credentials are stored");
-  addStrict(command, request);
-  command.add_flag("--json", request.json, "print one JSON object instead of a table");
-  addAgent(command, request.agent, "none");
+  addQuestions(command, request->extent, "ask the agent's service whether credentials are stored");
+  addStrict(command, *request);
+  command.add_flag("--json", request->json, "print one JSON object instead of a table");
+  addAgent(command, request->agent, std::nullopt);
   for (const char* const aboutThisMachine : {"--ask-apple", "--ask-agent", "--machine"}) {
     command.get_option(aboutThisMachine)->excludes(factsFile);
   }
@@ -228,79 +219,79 @@ void addEvaluate(CLI::App& app, ParsedLine& line) {
       "  75  an action would stop it until later, or depends on something that was not asked\n"
       "  1   an action would fail",
       "the action file or the facts can't be used");
-  command.callback([&] {
-    locateDirectories(request.agent, {"--base-dir", request.factsFile ? "" : "--data-dir"});
-    line.command = std::bind_front(evaluate, request);
+  command.callback([request, &chosen] {
+    locateDirectories(request->agent, {"--base-dir", request->factsFile ? "" : "--data-dir"});
+    chosen = std::bind_front(evaluate, *request);
   });
 }
 
-void addRun(CLI::App& app, ParsedLine& line) {
+void addRun(CLI::App& app, Command& chosen) {
   CLI::App& command = *app.add_subcommand("run", "Runs the actions in order, as the agent would.");
-  RunRequest& request = line.run;
-  addPatch(command, request);
-  addRepeatable(command, "--action", request.actionCodes, "CODE|NAME",
+  const auto request = std::make_shared<RunRequest>();
+  addPatch(command, *request);
+  addRepeatable(command, "--action", request->actionCodes, "CODE|NAME",
                 "run only this action; may be repeated. An action that doesn't apply passes",
                 "a code or name is needed");
-  command.add_flag("--keep-going", request.keepGoing,
+  command.add_flag("--keep-going", request->keepGoing,
                    "continue after an action that doesn't succeed");
-  command.add_flag("--explain", request.explain,
+  command.add_flag("--explain", request->explain,
                    "show the log lines of actions that don't succeed");
-  addStrict(command, request);
-  command.add_flag("--json", request.json, "print one JSON object per line, as each action ends");
-  addAgent(command, request.agent, "info");
+  addStrict(command, *request);
+  command.add_flag("--json", request->json, "print one JSON object per line, as each action ends");
+  addAgent(command, request->agent, LogCore::LogLevel::info);
   setFooter(command,
             "  0   all actions passed\n"
             "  75  an action has to be applied later\n"
             "  1   an action failed",
             "the action file can't be used");
-  command.callback([&] {
-    locateDirectories(request.agent, {"--base-dir", "--data-dir", "--log-dir"});
-    line.command = std::bind_front(run, request);
+  command.callback([request, &chosen] {
+    locateDirectories(request->agent, {"--base-dir", "--data-dir", "--log-dir"});
+    chosen = std::bind_front(run, *request);
   });
 }
 
-void addCheck(CLI::App& app, ParsedLine& line) {
+void addCheck(CLI::App& app, Command& chosen) {
   CLI::App& command = *app.add_subcommand(
       "check", "Finds errors in action files, gives warnings, and shows where they are.");
-  CheckRequest& request = line.check;
-  addOption(command, "FILE", request.files, "", "the action files (- for standard input)")
+  const auto request = std::make_shared<CheckRequest>();
+  addOption(command, "FILE", request->files, "", "the action files (- for standard input)")
       ->required();
-  command.add_flag("--strict", request.strict, "exit with 1 if there is a warning");
-  command.add_flag("--json", request.json,
+  command.add_flag("--strict", request->strict, "exit with 1 if there is a warning");
+  command.add_flag("--json", request->json,
                    "print one JSON object per file, each on one line, instead of text");
   setFooter(command,
             "  0   the files can be used\n"
             "  1   with --strict: there is a warning",
             "a file can't be used");
-  command.callback([&] { line.command = std::bind_front(check, request); });
+  command.callback([request, &chosen] { chosen = std::bind_front(check, *request); });
 }
 
-void addFacts(CLI::App& app, ParsedLine& line) {
+void addFacts(CLI::App& app, Command& chosen) {
   CLI::App& command =
       *app.add_subcommand("facts", "Shows what the library sees on this machine; changes nothing.");
-  FactsRequest& request = line.facts;
-  addRepeatable(command, "--application", request.extent.applications, "BUNDLE-ID",
+  const auto request = std::make_shared<FactsRequest>();
+  addRepeatable(command, "--application", request->extent.applications, "BUNDLE-ID",
                 "show the running instances of this application; may be repeated",
                 "a bundle identifier is needed");
-  command.add_flag("--all-applications", request.extent.allApplications,
+  command.add_flag("--all-applications", request->extent.allApplications,
                    "show all running applications that have a bundle identifier");
-  addQuestions(command, request.extent,
+  addQuestions(command, request->extent,
                "ask the agent's service whether credentials are stored (up to 20 seconds)");
-  addOption(command, "--name", request.name, "NAME", "the machine's name, for what-if")
+  addOption(command, "--name", request->name, "NAME", "the machine's name, for what-if")
       ->check(notEmpty("a name is needed"));
-  command.add_flag("--json", request.json, "print one JSON object on one line instead of a table");
-  addAgent(command, request.agent, "none");
+  command.add_flag("--json", request->json, "print one JSON object on one line instead of a table");
+  addAgent(command, request->agent, std::nullopt);
   setFooter(command, "  0   the facts were printed; unreadable ones are absent, with the reason");
-  command.callback([&] {
-    locateDirectories(request.agent, {});
-    line.command = std::bind_front(facts, request);
+  command.callback([request, &chosen] {
+    locateDirectories(request->agent, {});
+    chosen = std::bind_front(facts, *request);
   });
 }
 
-/// Throws if the options don't suit each other. With `merges`, the files are summaries.
-Command whatIfCommand(const CLI::App& command, WhatIfRequest& request, bool merges) {
+/// Throws if the options don't suit each other. With `--merge`, the files are summaries.
+Command whatIfCommand(const CLI::App& command, WhatIfRequest& request) {
   const auto isGiven = [&](const char* option) { return command.get_option(option)->count() > 0; };
-  if (merges) {
+  if (isGiven("--merge")) {
     for (const char* other : {"--patch", "--product", "--service-pack", "--strict", "--compare",
                               "--summary", "--summary-file"}) {
       if (isGiven(other)) {
@@ -328,31 +319,31 @@ Command whatIfCommand(const CLI::App& command, WhatIfRequest& request, bool merg
   return std::bind_front(whatIf, request);
 }
 
-void addWhatIf(CLI::App& app, ParsedLine& line) {
+void addWhatIf(CLI::App& app, Command& chosen) {
   CLI::App& command = *app.add_subcommand(
       "what-if", "Predicts a patch's result on each machine of a fleet, one line per machine.");
-  WhatIfRequest& request = line.whatIf;
-  addOption(command, "ACTIONS", request.actionFile, "", "the action file");
-  addOption(command, "FACTS", request.factsFiles, "",
+  const auto request = std::make_shared<WhatIfRequest>();
+  addOption(command, "ACTIONS", request->actionFile, "", "the action file");
+  addOption(command, "FACTS", request->factsFiles, "",
             "files with a line of 'facts --json' per machine (default: -, standard input)");
-  addPatch(command, request, /*isRequired=*/false);
-  addStrict(command, request);
-  addOption(command, "--compare", request.compareWith, "ACTIONS",
+  addPatch(command, *request, /*isRequired=*/false);
+  addStrict(command, *request);
+  addOption(command, "--compare", request->compareWith, "ACTIONS",
             "show only machines whose result differs with this action file");
-  command.add_flag("--summary", request.summaryOnly, "print only the summary, as a table");
-  addOption(command, "--summary-file", request.summaryFile, "FILE",
+  command.add_flag("--summary", request->summaryOnly, "print only the summary, as a table");
+  addOption(command, "--summary-file", request->summaryFile, "FILE",
             "write the summary to FILE as JSON, instead of a table to standard error");
-  command.add_flag("--merge", line.mergesSummaries,
-                   "the files are summaries, one per line: merge them and print the result. Only "
-                   "with --json");
-  command.add_flag("--json", request.json,
+  command.add_flag("--merge")->description(
+      "the files are summaries, one per line: merge them and print the result. Only "
+      "with --json");
+  command.add_flag("--json", request->json,
                    "with --summary or --merge: print one JSON object on one line");
   setFooter(command,
             "  0   every line was evaluated\n"
             "  1   a file of facts can't be read\n"
             "  2   invalid lines were skipped and reported on standard error",
             "an action file or a summary can't be used");
-  command.callback([&] { line.command = whatIfCommand(command, request, line.mergesSummaries); });
+  command.callback([request, &chosen, &command] { chosen = whatIfCommand(command, *request); });
 }
 
 Command print(std::string text) {
@@ -379,8 +370,8 @@ Command noSuchCommand(const std::vector<std::string>& words) {
 }
 
 Command helpOnActions(const HelpRequest& request) {
-  if (request.form != "text") {
-    return print(request.form == "schema" ? actionFileSchema() : actionsAsMarkdown());
+  if (request.otherForm != nullptr) {
+    return print(request.otherForm());
   }
   if (request.action.empty()) {
     return print(listOfActions());
@@ -402,18 +393,20 @@ Command help(const CLI::App& app, const HelpRequest& request) {
   return topics.empty() ? noSuchCommand({request.topic}) : print(helpText(*topics.front()));
 }
 
-void addHelp(CLI::App& app, ParsedLine& line) {
+void addHelp(CLI::App& app, Command& chosen) {
   CLI::App& command = *app.add_subcommand("help", "Explains a command or the actions.");
-  HelpRequest& request = line.help;
-  addOption(command, "COMMAND", request.topic, "", "a command, or 'actions'");
-  addOption(command, "ACTION", request.action, "", "after 'actions': the code or name of one");
-  addChoice(command, "--as",
-            "with 'actions': print text, Markdown, or the JSON Schema of the action file",
-            {"text", "markdown", "schema"}, [&](const std::string& form) { request.form = form; });
-  command.callback([&] { line.command = help(app, request); });
+  const auto request = std::make_shared<HelpRequest>();
+  addOption(command, "COMMAND", request->topic, "", "a command, or 'actions'");
+  addOption(command, "ACTION", request->action, "", "after 'actions': the code or name of one");
+  addChoice<std::string (*)()>(
+      command, "--as",
+      "with 'actions': print text, Markdown, or the JSON Schema of the action file",
+      {{"text", nullptr}, {"markdown", actionsAsMarkdown}, {"schema", actionFileSchema}},
+      request->otherForm);
+  command.callback([request, &chosen, &app] { chosen = help(app, *request); });
 }
 
-void define(CLI::App& app, ParsedLine& line) {
+void define(CLI::App& app, Command& chosen) {
   app.option_defaults()->group(kUsualGroup);
   app.set_help_flag("-h,--help", "show this help");
   app.set_version_flag("--version",
@@ -421,7 +414,7 @@ void define(CLI::App& app, ParsedLine& line) {
                        "show the library's version and commit");
   app.require_subcommand(1);
   for (const auto add : {addPlan, addEvaluate, addRun, addCheck, addFacts, addWhatIf, addHelp}) {
-    add(app, line);
+    add(app, chosen);
   }
 }
 
@@ -462,8 +455,8 @@ std::vector<std::string> withEmptyValuesApart(std::span<const char* const> line)
 
 void withDefinition(const std::function<void(const CLI::App&)>& read) {
   CLI::App app(kDescription, kProgram);
-  ParsedLine line;
-  define(app, line);
+  Command chosen;
+  define(app, chosen);
   read(app);
 }
 
@@ -471,8 +464,8 @@ Command readCommandLine(int argc, const char* const* argv) {
   const std::vector<std::string> words =
       withEmptyValuesApart({argv, static_cast<std::size_t>(argc)});
   CLI::App app(kDescription, kProgram);
-  ParsedLine line;
-  define(app, line);
+  Command chosen;
+  define(app, chosen);
   const auto topic = [&] {
     const CLI::App& command = chosenCommand(app);
     return &command == &app ? "" : command.get_name();
@@ -480,7 +473,7 @@ Command readCommandLine(int argc, const char* const* argv) {
   try {
     // The parser expects the arguments in reverse order, without the program's name.
     app.parse(std::vector<std::string>(words.rbegin(), std::prev(words.rend())));
-    return line.command;
+    return chosen;
   } catch (const CLI::CallForVersion& version) {
     return print(version.what() + std::string("\n"));
   } catch (const CLI::Success&) {
