@@ -139,12 +139,9 @@ std::size_t membersOf(const json::value& value) {
 
 /// The tree of a text that may start with a byte order mark.
 json::value treeOf(std::string_view text, boost::system::error_code& error) {
-  if (text.starts_with(FileCodec::kByteOrderMark)) {
-    text.remove_prefix(FileCodec::kByteOrderMark.size());
-  }
   json::parse_options options;
   options.max_depth = 512;
-  return json::parse(text, error, {}, options);
+  return json::parse(FileCodec::withoutByteOrderMark(text), error, {}, options);
 }
 
 /// Whether the tool's check finds an error.

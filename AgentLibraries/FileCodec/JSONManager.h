@@ -23,6 +23,8 @@ class CodableFileManager {
 
 /// Reads a regular file of at most 1 GiB; throws `DecodingError`.
 [[nodiscard]] std::string readTextFile(const std::string& path);
+/// Reads an open file of any kind to its end, likewise.
+[[nodiscard]] std::string readText(int descriptor, const std::string& name);
 
 /// Decodes a JSON file. `Record` has `static Record decode(std::string text, const std::string&
 /// file)`, which throws `DecodingError` and may keep the text.

@@ -72,11 +72,8 @@ class Handler : public IgnoredParserEvents {
 
 JSONReading readJSON(std::string_view text, JSONEvents& events,
                      std::optional<std::string_view> unchanged) {
-  std::string_view original = unchanged.value_or(text);
-  if (text.starts_with(kByteOrderMark)) {
-    text.remove_prefix(kByteOrderMark.size());
-    original.remove_prefix(kByteOrderMark.size());
-  }
+  const std::string_view original = withoutByteOrderMark(unchanged.value_or(text));
+  text = withoutByteOrderMark(text);
   json::parse_options options;
   options.max_depth = kMaximumDepth;
   json::basic_parser<Handler> parser(options, events);

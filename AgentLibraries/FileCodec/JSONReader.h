@@ -48,6 +48,9 @@ struct JSONReading {
 
 /// Allowed before UTF-8 text; not part of the JSON.
 inline constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+[[nodiscard]] constexpr std::string_view withoutByteOrderMark(std::string_view text) {
+  return text.substr(text.starts_with(kByteOrderMark) ? kByteOrderMark.size() : 0);
+}
 
 /// Reads one JSON text (RFC 8259: UTF-8, no comments, only white space after the value), at most
 /// 512 levels deep. Skips a byte order mark. Errors quote the unchanged text, if `text` comes from

@@ -507,7 +507,7 @@ std::vector<Finding> checkActionFile(std::string_view text) {
     shortened = FileCodec::withShortExponents(std::string(text));
     root = document.read(shortened, text);
   }
-  const std::string_view source = withoutByteOrderMark(text);
+  const std::string_view source = FileCodec::withoutByteOrderMark(text);
   std::vector<Finding> findings;
   if (root) {
     findings = FileCheck(source, **root, document.offsets(text)).check();

@@ -9,6 +9,7 @@
 
 #include "AgentLibraries/LogCore/Text.h"
 #include "AgentTool/Console/PrintableText.h"
+#include "Platform/Text.h"
 #include "VexloPatchDeployment/Common/LetterCase.h"
 #include "VexloPatchDeployment/Common/Numbers.h"
 

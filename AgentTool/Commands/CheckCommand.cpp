@@ -2,11 +2,9 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -21,7 +19,6 @@
 #include "AgentTool/Console/LineReader.h"
 #include "AgentTool/Console/PrintableText.h"
 #include "AgentTool/JSON/JSONDocument.h"
-#include "Platform/Files.h"
 #include "VexloPatchDeployment/PatchActions/Helpers/PatchActionGroup.h"
 
 namespace agent_tool {
@@ -33,24 +30,11 @@ using FileCodec::JSONObject;
 using LogCore::text;
 using vexlo::PatchActionGroup;
 
-constexpr std::uint64_t kMaximumBytes = std::uint64_t{1} << 30;
-
-/// All of standard input. Throws `DecodingError`.
-std::string readStandardInput() {
-  auto bytes = platform::readToEnd(STDIN_FILENO, "<stdin>", kMaximumBytes);
-  if (!bytes) {
-    throw DecodingError("<stdin>", {}, {},
-                        bytes.error().code == std::errc::file_too_large ? "larger than 1 GiB"
-                                                                        : bytes.error().reason);
-  }
-  return *std::move(bytes);
-}
-
 /// The result of checking one file.
 struct Checked {
   std::string file;  ///< As given.
   std::string name;  ///< For people.
-  std::string text;  ///< Without a byte order mark.
+  std::string text;
   std::vector<Finding> findings;
   std::optional<std::string> error;  ///< Why the agent can't use the file, on one line.
   std::string contents;              ///< «2 products, 3 patches with actions, 1 exempt patch»
@@ -88,7 +72,8 @@ Checked checkFile(const std::string& file) {
     }
   };
   try {
-    checked.text = isInput ? readStandardInput() : FileCodec::readTextFile(file);
+    checked.text =
+        isInput ? FileCodec::readText(STDIN_FILENO, checked.name) : FileCodec::readTextFile(file);
   } catch (const DecodingError& error) {
     fail(FindingKind::unreadable, error);
     return checked;
@@ -99,9 +84,6 @@ Checked checkFile(const std::string& file) {
     checked.contents = contentsOf(PatchActionGroup::decode(checked.text, checked.name));
   } catch (const DecodingError& error) {
     fail(FindingKind::wrongType, error);
-  }
-  if (checked.text.starts_with(FileCodec::kByteOrderMark)) {
-    checked.text.erase(0, FileCodec::kByteOrderMark.size());
   }
   return checked;
 }
@@ -135,6 +117,7 @@ std::string checkedJSON(const Checked& checked) {
 
 /// One line per finding, «FILE:LINE:COLUMN: error: place: text», with the source on a terminal.
 std::string asReport(const Checked& checked, const Console& console) {
+  const std::string_view source = FileCodec::withoutByteOrderMark(checked.text);
   std::string out;
   for (const Finding& finding : checked.findings) {
     if (finding.kind == FindingKind::unreadable) {
@@ -148,7 +131,7 @@ std::string asReport(const Checked& checked, const Console& console) {
     out += ' ' + (finding.place.empty() ? "" : printable(finding.place) + ": ") +
            printable(finding.text) + '\n';
     if (console.isTerminal()) {
-      out += sourceExcerpt(checked.text, finding.offset, tokenLength(checked.text, finding.offset),
+      out += sourceExcerpt(source, finding.offset, tokenLength(source, finding.offset),
                            console.width());
     }
   }

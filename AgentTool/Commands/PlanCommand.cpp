@@ -9,6 +9,7 @@
 #include "AgentTool/Commands/Commands.h"
 #include "AgentTool/Console/Columns.h"
 #include "AgentTool/Console/PrintableText.h"
+#include "Platform/Text.h"
 #include "VexloPatchDeployment/PatchActions/Helpers/PatchActionProvider.h"
 
 namespace agent_tool {
@@ -61,7 +62,7 @@ std::string asTable(const std::vector<ActionDetail>& actions, const Console& con
            {printable(action.actionID.code())},
            {printable(describe(action.actionID))},
            {std::string(nameOf(action.origin))},
-           {hasArguments ? joinedReadably(action.arguments) : "-",
+           {hasArguments ? platform::joined(action.arguments, ", ", listed) : "-",
             hasArguments ? Style::plain : Style::faint}};
   }
   return '\n' + tableText(console, {"#", "CODE", "ACTION", "FROM", "ARGUMENTS"}, rows);

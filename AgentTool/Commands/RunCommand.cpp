@@ -226,9 +226,7 @@ class JSONReport final : public RunReport {
 class TableReport final : public RunReport {
  public:
   explicit TableReport(Console& console)
-      : RunReport(console), columns_(console, {"CODE", "ACTION", "RESULT", "     TIME", "WHY"}) {
-    columns_.fit(kResult, "applyLater");
-  }
+      : RunReport(console), columns_(console, {"CODE", "ACTION", "RESULT", "     TIME", "WHY"}) {}
 
   void began(const std::vector<PlannedAction>& actions) override {
     if (actions.empty()) {
@@ -236,16 +234,18 @@ class TableReport final : public RunReport {
       return;
     }
     for (const PlannedAction& action : actions) {
-      columns_.fit(kCode, printable(action.actionID.code()));
-      columns_.fit(kAction, printable(describe(action.actionID)));
+      columns_.fit({{printable(action.actionID.code())},
+                    {printable(describe(action.actionID))},
+                    {"applyLater"}});
     }
     console().write(columns_.headings());
   }
 
   void starts(const PlannedAction& action) override {
     RunReport::starts(action);
-    activity_.emplace(console(), text(printable(action.actionID.code()), ' ',
-                                      printable(describe(action.actionID))));
+    activity_.emplace(console(),
+                      [name = text(printable(action.actionID.code()), ' ',
+                                   printable(describe(action.actionID)))] { return name; });
   }
 
   void progressed(const ActionID& /*action*/, const ActionProgress& progress) override {
@@ -306,7 +306,6 @@ class TableReport final : public RunReport {
     return measured.empty() ? reason : text(reason, ": ", measured);
   }
 
-  enum Column : std::uint8_t { kCode, kAction, kResult };
   static constexpr std::size_t kTimeWidth = std::string_view("     TIME").size();
 
   Columns columns_;

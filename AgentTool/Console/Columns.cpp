@@ -20,8 +20,10 @@ Columns::Columns(const Console& console, const std::vector<std::string>& heading
   }
 }
 
-void Columns::fit(std::size_t column, std::string_view text) {
-  widths_[column] = std::max(widths_[column], displayWidth(text));
+void Columns::fit(const std::vector<Cell>& cells) {
+  for (std::size_t column = 0; column < cells.size(); ++column) {
+    widths_[column] = std::max(widths_[column], displayWidth(cells[column].text));
+  }
 }
 
 std::string Columns::row(const std::vector<Cell>& cells) const {
@@ -50,11 +52,7 @@ std::string Columns::row(const std::vector<Cell>& cells) const {
 std::string tableText(const Console& console, const std::vector<std::string>& headings,
                       const std::vector<std::vector<Cell>>& rows) {
   Columns columns(console, headings);
-  for (const std::vector<Cell>& row : rows) {
-    for (std::size_t column = 0; column + 1 < row.size(); ++column) {  // the last one is wrapped
-      columns.fit(column, row[column].text);
-    }
-  }
+  std::ranges::for_each(rows, [&](const std::vector<Cell>& row) { columns.fit(row); });
   std::string out = columns.headings();
   for (const std::vector<Cell>& row : rows) {
     out += columns.row(row);

@@ -20,8 +20,9 @@ class Columns {
  public:
   /// `headings` are the first row, at least one.
   Columns(const Console& console, const std::vector<std::string>& headings);
-  /// Makes `column` wide enough for `text`. Call this before making rows.
-  void fit(std::size_t column, std::string_view text);
+  /// Makes the columns wide enough for the cells of a row, or of its beginning. Call this before
+  /// making rows.
+  void fit(const std::vector<Cell>& cells);
 
   /// The headings, as one or more lines.
   [[nodiscard]] std::string headings() const { return row(headings_); }

@@ -106,9 +106,6 @@ void Console::eraseActivity() {
   }
 }
 
-Console::Activity::Activity(Console& console, std::string text)
-    : Activity(console, [text = std::move(text)] { return text; }) {}
-
 Console::Activity::Activity(Console& console, std::function<std::string()> text)
     : console_(console) {
   if (console_.activityDescriptor_ >= 0) {

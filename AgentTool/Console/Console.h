@@ -52,7 +52,6 @@ class Console {
   /// Shows a status line with the elapsed time on a terminal, for its lifetime.
   class Activity {
    public:
-    Activity(Console& console, std::string text);
     /// `text` returns printable text. It is called on another thread whenever the line is drawn,
     /// and must not use the console.
     Activity(Console& console, std::function<std::string()> text);

@@ -97,8 +97,10 @@ std::string grouped(std::uint64_t number) {
   return digits;
 }
 
-bool needsQuotes(std::string_view text) {
-  return text.empty() || text == "-" || text.find_first_of(" ,\"\\") != std::string_view::npos;
+std::string listed(std::string_view text) {
+  const bool isAmbiguous =
+      text.empty() || text == "-" || text.find_first_of(" ,\"\\") != std::string_view::npos;
+  return isAmbiguous ? inQuotes(text) : printable(text);
 }
 
 }  // namespace agent_tool

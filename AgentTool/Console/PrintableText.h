@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "Platform/PrintableText.h"
-#include "Platform/Text.h"
 
 namespace agent_tool {
 
@@ -26,15 +25,7 @@ using platform::printable;
 /// «1,234,567»
 [[nodiscard]] std::string grouped(std::uint64_t number);
 
-/// Whether `joinedReadably` quotes `text`.
-[[nodiscard]] bool needsQuotes(std::string_view text);
-
-/// Joins strings for display: `20, com.apple.Safari, ""`; ambiguous ones are quoted.
-template <typename Texts>
-[[nodiscard]] std::string joinedReadably(const Texts& texts) {
-  return platform::joined(texts, ", ", [](std::string_view text) {
-    return needsQuotes(text) ? inQuotes(text) : printable(text);
-  });
-}
+/// A string of a list for display, as in `20, com.apple.Safari, ""`; an ambiguous one is in quotes.
+[[nodiscard]] std::string listed(std::string_view text);
 
 }  // namespace agent_tool

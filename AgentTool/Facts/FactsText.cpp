@@ -9,6 +9,7 @@
 #include "AgentTool/Console/Columns.h"
 #include "AgentTool/Console/PrintableText.h"
 #include "AgentTool/Facts/Facts.h"
+#include "Platform/Text.h"
 
 namespace agent_tool {
 namespace {
@@ -83,7 +84,7 @@ void addMachine(const Facts& facts, Table& table) {
   table.add("processor", facts.isAppleSilicon ? "Apple silicon" : "Intel");
   table.add("macOS", facts.macOSVersion, "macOSVersion");
   table.add("macOS major version", text(facts.macOSMajorVersion));
-  table.add("languages", joinedReadably(facts.preferredLanguages));
+  table.add("languages", platform::joined(facts.preferredLanguages, ", ", listed));
   table.add("power source",
             facts.powerSource.transform([](const auto& source) { return describe(source); }),
             "powerSource");
@@ -97,7 +98,7 @@ void addMachine(const Facts& facts, Table& table) {
             facts.mdmEnrollment.transform([](auto type) { return std::string(nameOf(type)); }),
             "mdmEnrollment");
   table.add("InstallAssistants", facts.installAssistants.transform([](const auto& paths) {
-    return joinedReadably(paths);
+    return platform::joined(paths, ", ", listed);
   }),
             "installAssistants");
 }

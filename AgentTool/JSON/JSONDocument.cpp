@@ -18,11 +18,6 @@ constexpr std::string_view kEndsOfWords = " \t\r\n,:]}";
 
 }  // namespace
 
-std::string_view withoutByteOrderMark(std::string_view text) {
-  return text.substr(text.starts_with(FileCodec::kByteOrderMark) ? FileCodec::kByteOrderMark.size()
-                                                                 : 0);
-}
-
 /// Stores the parser's events.
 class JSONDocument::Handler : public FileCodec::IgnoredParserEvents {
  public:
@@ -97,8 +92,9 @@ class JSONDocument::Handler : public FileCodec::IgnoredParserEvents {
   std::size_t partBegin_ = kNoPart;  // the start of the current string in unescaped_
 };
 
-struct JSONDocument::Parser {
-  boost::json::basic_parser<Handler> parser{{.max_depth = kMaximumDepth}};
+class JSONDocument::Parser : public boost::json::basic_parser<Handler> {
+ public:
+  Parser() : basic_parser({.max_depth = kMaximumDepth}) {}
 };
 
 JSONDocument::JSONDocument() : parser_(std::make_unique<Parser>()) {}
@@ -106,14 +102,13 @@ JSONDocument::~JSONDocument() = default;
 
 std::expected<const JSONValue*, FileCodec::JSONReading> JSONDocument::read(
     std::string_view text, std::string_view original) {
-  const std::string_view json = withoutByteOrderMark(text);
-  auto& parser = parser_->parser;
-  parser.reset();
-  parser.handler().begin(json);
+  const std::string_view json = FileCodec::withoutByteOrderMark(text);
+  parser_->reset();
+  parser_->handler().begin(json);
   boost::system::error_code error;
-  const std::size_t consumed = parser.write_some(false, json.data(), json.size(), error);
+  const std::size_t consumed = parser_->write_some(false, json.data(), json.size(), error);
   if (!error && consumed == json.size()) {
-    return parser.handler().values().data();
+    return parser_->handler().values().data();
   }
   FileCodec::JSONEvents events;
   FileCodec::JSONReading reading =
@@ -126,8 +121,8 @@ std::expected<const JSONValue*, FileCodec::JSONReading> JSONDocument::read(
 }
 
 std::vector<std::uint32_t> JSONDocument::offsets(std::string_view text) const {
-  text = withoutByteOrderMark(text);
-  const std::size_t count = parser_->parser.handler().values().size();
+  text = FileCodec::withoutByteOrderMark(text);
+  const std::size_t count = parser_->handler().values().size();
   std::vector<std::uint32_t> offsets;
   offsets.reserve(count);
   for (std::size_t at = 0; offsets.size() < count; at += tokenLength(text, at)) {

@@ -99,12 +99,9 @@ class JSONDocument {
 
  private:
   class Handler;
-  struct Parser;
+  class Parser;
   std::unique_ptr<Parser> parser_;
 };
-
-/// The text without its byte order mark, if it has one.
-[[nodiscard]] std::string_view withoutByteOrderMark(std::string_view text);
 
 /// The length of the token at `offset` of a JSON text: a string, a word, or one other character.
 [[nodiscard]] std::size_t tokenLength(std::string_view text, std::size_t offset);
