@@ -8,6 +8,7 @@
 #include "Platform/PropertyListReaders.h"
 #include "Platform/RealNumbers.h"
 #include "Platform/Text.h"
+#include "Platform/Unicode.h"
 
 namespace platform {
 namespace {
@@ -128,11 +129,8 @@ std::string describe(const PropertyList& value) { return std::visit(Describer(),
 
 std::string quotedExcerpt(std::string_view text) {
   constexpr std::size_t kLongest = 60;
-  std::size_t length = std::min(text.size(), kLongest);
-  while (length > 0 && length < text.size() && (text[length] & 0xC0) == 0x80) {
-    --length;  // not in the middle of a character
-  }
-  return inQuotes(text.substr(0, length)) + (length < text.size() ? "…" : "");
+  const std::string_view shown = wholeCharacters(text, kLongest);
+  return inQuotes(shown) + (shown.size() < text.size() ? "…" : "");
 }
 
 }  // namespace platform

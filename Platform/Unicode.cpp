@@ -63,6 +63,16 @@ std::size_t findInvalidUTF8(std::string_view text) noexcept {
   return std::string_view::npos;
 }
 
+std::string_view wholeCharacters(std::string_view text, std::size_t length) noexcept {
+  constexpr std::size_t kLongestCharacter = 4;
+  for (std::size_t end = length; end < text.size() && length - end < kLongestCharacter; --end) {
+    if ((static_cast<unsigned char>(text[end]) & 0xC0) != 0x80) {
+      return text.substr(0, end);
+    }
+  }
+  return text.substr(0, length);  // the whole text, or not UTF-8
+}
+
 char32_t decodeUTF8(std::string_view sequence) noexcept {
   const auto lead = static_cast<unsigned char>(sequence.front());
   if (sequence.size() == 1) {

@@ -16,6 +16,9 @@ namespace platform {
 /// The offset of the first byte that isn't part of a valid UTF-8 sequence; `npos` if there is none.
 [[nodiscard]] std::size_t findInvalidUTF8(std::string_view text) noexcept;
 
+/// The first `length` bytes of `text`, up to three fewer if they would end within a character.
+[[nodiscard]] std::string_view wholeCharacters(std::string_view text, std::size_t length) noexcept;
+
 /// The code point of one valid sequence.
 [[nodiscard]] char32_t decodeUTF8(std::string_view sequence) noexcept;
 

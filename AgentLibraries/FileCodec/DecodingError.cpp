@@ -1,6 +1,7 @@
 #include "AgentLibraries/FileCodec/DecodingError.h"
 
 #include "AgentLibraries/FileCodec/JSONText.h"
+#include "Platform/Unicode.h"
 
 namespace FileCodec {
 namespace {
@@ -45,14 +46,8 @@ DecodingError::DecodingError(std::string file, std::string place, std::string ex
       found_(std::move(found)) {}
 
 std::string nameInPlace(std::string_view name) {
-  if (name.size() <= kLongestName) {
-    return withoutControlCharacters(name);
-  }
-  std::size_t end = kLongestName;
-  while (end > 0 && (static_cast<unsigned char>(name[end]) & 0xC0) == 0x80) {
-    --end;  // moves back to the start of a character
-  }
-  return withoutControlCharacters(name.substr(0, end)) + "…";
+  const std::string_view shown = platform::wholeCharacters(name, kLongestName);
+  return withoutControlCharacters(shown) + (shown.size() < name.size() ? "…" : "");
 }
 
 }  // namespace FileCodec

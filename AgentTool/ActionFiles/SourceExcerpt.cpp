@@ -4,21 +4,13 @@
 
 #include "AgentLibraries/LogCore/Text.h"
 #include "AgentTool/Console/PrintableText.h"
+#include "Platform/Unicode.h"
 
 namespace agent_tool {
 namespace {
 
 constexpr std::size_t kMostWidth = 200;
 constexpr std::string_view kIndentation = "  ";
-
-/// Moves back to the start of the character at `offset`.
-std::size_t characterAt(std::string_view text, std::size_t offset) {
-  while (offset > 0 && offset < text.size() &&
-         (static_cast<unsigned char>(text[offset]) & 0xC0) == 0x80) {
-    --offset;
-  }
-  return offset;
-}
 
 std::string shown(std::string_view text) {
   std::string spaced(text);
@@ -38,11 +30,11 @@ std::string sourceExcerpt(std::string_view source, std::size_t offset, std::size
   std::size_t column = offset - lineStart;
   // For a long line, the part around the position.
   if (column > room / 2) {
-    const std::size_t cut = characterAt(line, column - room / 2);
+    const std::size_t cut = platform::wholeCharacters(line, column - room / 2).size();
     line.remove_prefix(cut);
     column -= cut;
   }
-  line = line.substr(0, characterAt(line, std::min(line.size(), room)));
+  line = platform::wholeCharacters(line, room);
   const std::string_view marked = line.substr(std::min(column, line.size()));
   const std::string before = shown(line.substr(0, column));
   const std::size_t markedWidth = displayWidth(shown(marked.substr(0, length)));

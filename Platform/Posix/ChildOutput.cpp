@@ -7,20 +7,12 @@
 #include <cstring>
 #include <utility>
 
+#include "Platform/Unicode.h"
+
 namespace platform {
 namespace {
 
 constexpr std::size_t kNoteBytes = 64;  // appended when output was dropped
-
-/// How many bytes of a line longer than `most` go into one piece, without splitting a character.
-std::size_t pieceLength(std::string_view line, std::size_t most) {
-  constexpr std::size_t kLongestCharacter = 4;
-  std::size_t length = most;
-  while (most - length < kLongestCharacter && (line[length] & 0xC0) == 0x80) {
-    --length;
-  }
-  return most - length < kLongestCharacter ? length : most;  // else it isn't UTF-8
-}
 
 }  // namespace
 
@@ -72,9 +64,9 @@ void ChildOutput::reportLines(std::size_t added) {
     const std::size_t end = left.find('\n', searched);
     std::string_view line = left.substr(0, end);
     while (line.size() > kLongestPiece) {
-      const std::size_t length = pieceLength(line, kLongestPiece);
-      onLine_(line.substr(0, length));
-      line.remove_prefix(length);
+      const std::string_view piece = wholeCharacters(line, kLongestPiece);
+      onLine_(piece);
+      line.remove_prefix(piece.size());
     }
     if (end == std::string_view::npos) {
       unfinished_ = line.size();
