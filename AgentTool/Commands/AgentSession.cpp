@@ -19,8 +19,6 @@ namespace {
 using LogCore::DescriptorSink;
 using LogCore::LogLevel;
 using LogCore::LogSink;
-using LogCore::LogTag;
-using LogCore::MessageBuilder;
 using LogCore::NullSink;
 
 constexpr std::int32_t kUpdatesInProgress = 19;
@@ -32,8 +30,8 @@ class ConsoleSink final : public LogSink {
   ConsoleSink(Console& console, LogLevel minimum)
       : console_(console), minimum_(minimum), lines_(STDERR_FILENO, minimum) {}
 
-  void write(LogLevel level, const LogTag& tag, std::uint32_t line,
-             const MessageBuilder& build) override {
+  void write(LogLevel level, const LogCore::LogTag& tag, std::uint32_t line,
+             const LogCore::MessageBuilder& build) override {
     if (level < minimum_) {
       return;
     }

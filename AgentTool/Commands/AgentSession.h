@@ -37,8 +37,6 @@ class AgentSession {
   AgentSession(const AgentSettings& settings, Console& console);
   /// Reports on stderr if log lines couldn't be written to the file.
   ~AgentSession();
-  AgentSession(const AgentSession&) = delete;
-  AgentSession& operator=(const AgentSession&) = delete;
 
   /// Where log lines go; never null.
   [[nodiscard]] const std::shared_ptr<LogCore::LogSink>& sink() const { return sink_; }

@@ -3,7 +3,6 @@
 #include <functional>
 
 #include "AgentTool/Console/Console.h"
-#include "AgentTool/Console/ExitStatus.h"
 
 namespace CLI {
 class App;

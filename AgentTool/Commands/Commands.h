@@ -8,7 +8,6 @@
 
 #include "AgentTool/Commands/AgentSession.h"
 #include "AgentTool/Console/Console.h"
-#include "AgentTool/Console/ExitStatus.h"
 #include "AgentTool/Facts/Facts.h"
 #include "VexloPatchDeployment/Common/PatchIdentifier.h"
 

@@ -39,18 +39,16 @@ Facts factsIn(const std::string& file) try {
   const auto found = [&](std::string_view what, std::string expected) {
     return DecodingError(input.name(), {}, std::move(expected), std::string(what));
   };
-  std::string only;
-  while (const auto line = input.next()) {
-    if (const std::string_view format = otherFormat(line->text); only.empty() && !format.empty()) {
-      throw found(format, "a line of facts");
-    }
-    if (line->isTooLong) {
-      throw found("more", text("a line of at most ", kLongestFactsLine, " bytes"));
-    }
-    if (!only.empty()) {
-      throw found("several lines (use what-if for those)", "one line");
-    }
-    only = line->text;
+  const LineReader::Line line = input.next().value_or(LineReader::Line());
+  const std::string only(line.text);
+  if (const std::string_view format = otherFormat(only); !format.empty()) {
+    throw found(format, "a line of facts");
+  }
+  if (line.isTooLong) {
+    throw found("more", text("a line of at most ", kLongestFactsLine, " bytes"));
+  }
+  if (input.next()) {
+    throw found("several lines (use what-if for those)", "one line");
   }
   FactsReader reader;
   const auto facts = reader.read(only);
@@ -63,21 +61,16 @@ Facts factsIn(const std::string& file) try {
   throw DecodingError(file, {}, {}, error.code().message());
 }
 
-/// An action of the patch with its evaluation, and the actions that would act before.
-struct EvaluatedAction {
-  const ActionDetail& action;
-  const Evaluation& evaluation;
-  const std::vector<Acted>& acted;
-};
+// `acted` are the actions that would act before.
 
-std::string evaluationAsJSON(const EvaluatedAction& evaluated) {
-  const auto& [action, evaluation, acted] = evaluated;
+std::string evaluationAsJSON(const ActionDetail& action, const Evaluation& evaluation,
+                             const std::vector<Acted>& acted) {
   const std::int64_t left = evaluation.postponementsLeft;
   return JSONObject()
       .addString("name", describe(action.actionID))
       .addString("code", action.actionID.code())
       .addJSON("arguments", jsonList(action.arguments))
-      .addString("answer", name(evaluation.prediction))
+      .addString("answer", nameOf(evaluation.prediction))
       .addString("description", evaluation.reason())
       .addString("why", describe(std::span(evaluation.measurements)))
       .addJSON("measured", vexlo::measurementsAsJSON(evaluation.measurements))
@@ -89,8 +82,8 @@ std::string evaluationAsJSON(const EvaluatedAction& evaluated) {
       .done();
 }
 
-std::vector<Cell> asRow(const EvaluatedAction& evaluated) {
-  const auto& [action, evaluation, acted] = evaluated;
+std::vector<Cell> asRow(const ActionDetail& action, const Evaluation& evaluation,
+                        const std::vector<Acted>& acted) {
   std::vector<std::string> reasons;
   for (const std::string& part : {evaluation.reason().value_or(""),
                                   describe(std::span(evaluation.measurements)), evaluation.next}) {
@@ -106,7 +99,7 @@ std::vector<Cell> asRow(const EvaluatedAction& evaluated) {
   }
   return {{printable(action.actionID.code())},
           {printable(describe(action.actionID))},
-          {std::string(name(evaluation.prediction)), verdict.style},
+          {std::string(nameOf(evaluation.prediction)), verdict.style},
           {platform::joined(reasons, "; ")}};
 }
 
@@ -126,11 +119,10 @@ ExitStatus evaluate(const EvaluateRequest& request, Console& console) {
   Verdict worst = Verdict::ready;
   for (const ActionDetail& action : actions) {
     const Evaluation& evaluation = evaluator.evaluate(action.actionID);
-    const EvaluatedAction evaluated{action, evaluation, acted};
     if (request.json) {
-      objects.push_back(evaluationAsJSON(evaluated));
+      objects.push_back(evaluationAsJSON(action, evaluation, acted));
     } else {
-      rows.push_back(asRow(evaluated));
+      rows.push_back(asRow(action, evaluation, acted));
     }
     worst = std::max(worst, verdictOn(evaluation.prediction).verdict);
     if (!rowOf(evaluation.prediction).act.empty()) {

@@ -261,13 +261,12 @@ class TableReport final : public RunReport {
     ++counts_[static_cast<std::size_t>(result.outcome)];
     const std::string code = printable(action.actionID.code());
     const std::string actionName = printable(describe(action.actionID));
-    std::string seconds = platform::decimalText(timeGone(), 2) + " s";
-    seconds.insert(0, kTimeWidth - std::min(kTimeWidth, seconds.size()), ' ');
-    console().write(columns_.row({{code},
-                                  {actionName},
-                                  {name(result.outcome), styleOf(result.outcome)},
-                                  {std::move(seconds), Style::faint},
-                                  {reason(result)}}));
+    console().write(columns_.row(
+        {{code},
+         {actionName},
+         {name(result.outcome), styleOf(result.outcome)},
+         {rightAligned(platform::decimalText(timeGone(), 2) + " s", kTimeWidth), Style::faint},
+         {reason(result)}}));
     if (logLines) {
       explanations_ += text(
           '\n',

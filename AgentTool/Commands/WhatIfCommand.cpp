@@ -63,7 +63,7 @@ std::optional<std::string_view> unlessEmpty(std::optional<std::string_view> text
 
 void addPrediction(JSONObject& line, const MachinePrediction& prediction) {
   const FleetPrediction& counted = prediction.counted;
-  line.addString("outcome", name(counted.outcome))
+  line.addString("outcome", nameOf(counted.outcome))
       .addString("code", unlessEmpty(counted.code))
       .addString("action", unlessEmpty(actionNameOf(counted)))
       .addString("reason", counted.reason)

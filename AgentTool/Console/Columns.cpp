@@ -49,6 +49,10 @@ std::string Columns::row(const std::vector<Cell>& cells) const {
   return out;
 }
 
+std::string rightAligned(std::string text, std::size_t width) {
+  return text.insert(0, width - std::min(width, text.size()), ' ');
+}
+
 std::string tableText(const Console& console, const std::vector<std::string>& headings,
                       const std::vector<std::vector<Cell>>& rows) {
   Columns columns(console, headings);

@@ -35,6 +35,9 @@ class Columns {
   std::vector<std::size_t> widths_;
 };
 
+/// `text`, in ASCII, behind as many spaces as fill the width.
+[[nodiscard]] std::string rightAligned(std::string text, std::size_t width);
+
 /// A whole table: the headings and the rows, as wide as needed.
 [[nodiscard]] std::string tableText(const Console& console,
                                     const std::vector<std::string>& headings,

@@ -1,4 +1,4 @@
-// The tool's standard output and standard error, and the activity line.
+// The tool's standard output and standard error, the activity line, and exit statuses.
 #pragma once
 #include <condition_variable>
 #include <cstddef>
@@ -10,6 +10,16 @@
 #include <thread>
 
 namespace agent_tool {
+
+enum class ExitStatus : std::uint8_t {
+  success = 0,
+  failure = 1,        ///< An action failed, or the tool itself did.
+  badLines = 2,       ///< Some lines of facts are unreadable; the others were evaluated.
+  badUsage = 64,      ///< The command line is invalid.
+  unusableFile = 65,  ///< The action file is unusable.
+  noMemory = 71,      ///< The tool didn't get the memory that it needed.
+  applyLater = 75,    ///< An action has to be applied later; none failed.
+};
 
 /// With the codes of the terminal's control sequences: good is green, waiting yellow, bad red.
 enum class Style : std::uint8_t {
@@ -27,9 +37,6 @@ class Console {
  public:
   /// Depends on the standard descriptors and the environment (NO_COLOR, TERM).
   Console();
-  ~Console() = default;
-  Console(const Console&) = delete;
-  Console& operator=(const Console&) = delete;
 
   /// Writes to standard output. Throws `std::runtime_error`, for example if the disk is full.
   void write(std::string_view text);
@@ -55,8 +62,6 @@ class Console {
     /// `text` returns printable text. It is called on another thread whenever the line is drawn,
     /// and must not use the console.
     Activity(Console& console, std::function<std::string()> text);
-    Activity(const Activity&) = delete;
-    Activity& operator=(const Activity&) = delete;
     ~Activity();
     /// Shows `progress`, which must be printable, between the text and the time.
     void show(std::string progress);

@@ -9,7 +9,6 @@
 #include <utility>
 
 #include "AgentTool/Console/Console.h"
-#include "AgentTool/Console/ExitStatus.h"
 #include "AgentTool/JSON/JSONFields.h"
 #include "VexloPatchDeployment/Common/ActionID.h"
 #include "VexloPatchDeployment/Common/PatchActionResult.h"
@@ -79,9 +78,11 @@ constexpr std::array kPredictions{
                   "depends on something that was not asked or is not in the facts"},
 };
 
-[[nodiscard]] constexpr const PredictionRow& rowOf(Prediction prediction) {
-  return kPredictions.at(static_cast<std::size_t>(prediction));
-}
+template <>
+struct JSONNames<Prediction> {
+  static constexpr const auto& list = kPredictions;
+};
+
 /// The prediction that an action has this result.
 [[nodiscard]] constexpr Prediction predictionOf(vexlo::PatchActionResult::Outcome outcome) {
   switch (outcome) {
@@ -94,17 +95,9 @@ constexpr std::array kPredictions{
   }
   std::unreachable();
 }
-[[nodiscard]] constexpr std::string_view name(Prediction prediction) {
-  return rowOf(prediction).name;
-}
 [[nodiscard]] constexpr const VerdictRow& verdictOn(Prediction prediction) {
   return rowOf(rowOf(prediction).verdict);
 }
-
-template <>
-struct JSONNames<Prediction> {
-  static constexpr const auto& list = kPredictions;
-};
 
 /// An action that would have changed the machine before a later one runs.
 struct Acted {

@@ -149,10 +149,6 @@ constexpr std::size_t kLongestFactsLine = std::size_t{1} << 20;
 /// Parses lines one at a time into the same facts, reusing memory. Not thread-safe.
 class FactsReader {
  public:
-  FactsReader() = default;
-  FactsReader(const FactsReader&) = delete;
-  FactsReader& operator=(const FactsReader&) = delete;
-
   /// The facts of a line, with or without its line feed; valid until the next call. Informative
   /// and unknown members are ignored, and the last of duplicate members counts. Errors name no
   /// file; their place is a column («column 7») or a member («powerSource › percentage»).

@@ -345,24 +345,20 @@ struct JSONFields<Facts> {
 std::string factsAsJSON(const Facts& facts) { return asJSON(facts) + '\n'; }
 
 std::string_view otherFormat(std::string_view beginning) {
-  struct Format {
-    std::string_view beginning;
-    std::string_view description;
-  };
-  static constexpr std::array kFormats{
-      Format{"\x1f\x8b", "gzip data (try gzip -dc)"},
-      Format{"BZh", "bzip2 data (try bzip2 -dc)"},
-      Format{"\xfd\x37zXZ", "xz data (try xz -dc)"},
-      Format{"\x28\xb5\x2f\xfd", "zstd data (try zstd -dc)"},
-      Format{"PK\x03\x04", "a zip archive"},
-      Format{"\xff\xfe", "UTF-16 text"},
-      Format{"\xfe\xff", "UTF-16 text"},
-      Format{"[", "a JSON array (try jq -c '.[]')"},
-  };
-  const auto* const format = std::ranges::find_if(
-      kFormats, [&](const Format& each) { return beginning.starts_with(each.beginning); });
-  if (format != kFormats.end()) {
-    return format->description;
+  static constexpr auto kFormats = std::to_array<std::pair<std::string_view, std::string_view>>({
+      {"\x1f\x8b", "gzip data (try gzip -dc)"},
+      {"BZh", "bzip2 data (try bzip2 -dc)"},
+      {"\xfd\x37zXZ", "xz data (try xz -dc)"},
+      {"\x28\xb5\x2f\xfd", "zstd data (try zstd -dc)"},
+      {"PK\x03\x04", "a zip archive"},
+      {"\xff\xfe", "UTF-16 text"},
+      {"\xfe\xff", "UTF-16 text"},
+      {"[", "a JSON array (try jq -c '.[]')"},
+  });
+  for (const auto& [signature, description] : kFormats) {
+    if (beginning.starts_with(signature)) {
+      return description;
+    }
   }
   if (platform::trimmed(beginning) == "{") {
     return "a JSON object on several lines (try jq -c .)";
@@ -371,10 +367,7 @@ std::string_view otherFormat(std::string_view beginning) {
 }
 
 std::expected<const Facts*, DecodingError> FactsReader::read(std::string_view line) {
-  if (auto error = readDocument(document_, line, facts_)) {
-    return std::unexpected(*std::move(error));
-  }
-  return &facts_;
+  return readDocument(document_, line, facts_);
 }
 
 std::string factsSchema() {

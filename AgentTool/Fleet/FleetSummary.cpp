@@ -166,8 +166,8 @@ std::string asJSON(const FleetSummary& summary) {
 std::expected<FleetSummary, DecodingError> summaryFromJSON(std::string_view line) {
   JSONDocument reader;
   SummaryDocument document;
-  if (auto error = readDocument(reader, line, document)) {
-    return std::unexpected(*std::move(error));
+  if (auto read = readDocument(reader, line, document); !read) {
+    return std::unexpected(std::move(read).error());
   }
   FleetSummary summary = document.patch ? FleetSummary(*std::move(document.patch)) : FleetSummary();
   summary.addBadLines(document.badLines);

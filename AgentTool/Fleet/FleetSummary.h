@@ -72,9 +72,6 @@ constexpr std::array kUpdates{
     UpdateRow{Update::minorUpdate, "minorUpdate", "minor update",
               "within the machine's major version of macOS"},
 };
-[[nodiscard]] constexpr const UpdateRow& rowOf(Update update) {
-  return kUpdates.at(static_cast<std::size_t>(update));
-}
 template <>
 struct JSONNames<Update> {
   static constexpr const auto& list = kUpdates;

@@ -39,11 +39,6 @@ std::string barOf(double share) {
   return bar.append(kParts[whole % 8]);
 }
 
-std::string rightAligned(std::string text, std::size_t width) {
-  text.insert(0, width - std::min(width, text.size()), ' ');
-  return text;
-}
-
 struct TableRow {
   std::vector<Cell> labels;
   std::uint64_t machines = 0;
@@ -100,7 +95,7 @@ std::string outcomes(const FleetSummary& summary, const Console& console) {
   std::vector<TableRow> rows;
   for (const auto& [key, machines] : byOutcome) {
     const Style style = rowOf(key.first).style;
-    rows.push_back({.labels = {{std::string(name(key.second)), style}},
+    rows.push_back({.labels = {{std::string(nameOf(key.second)), style}},
                     .machines = machines,
                     .share = shareOf(machines, summary.machines()),
                     .bar = style});
@@ -117,10 +112,10 @@ std::string outcomes(const FleetSummary& summary, const Console& console) {
 /// A prediction in a table: «applyLater, after 2007 wouldRun».
 std::string shown(const FleetPrediction& prediction) {
   std::string out =
-      prediction.reason ? printable(*prediction.reason) : std::string(name(prediction.outcome));
+      prediction.reason ? printable(*prediction.reason) : std::string(nameOf(prediction.outcome));
   for (const Acted& each : prediction.acted) {
     out += text(&each == &prediction.acted.front() ? ", after " : ", ", printable(each.code), ' ',
-                name(each.outcome));
+                nameOf(each.outcome));
   }
   return out;
 }
@@ -209,7 +204,7 @@ std::string legend(const FleetSummary& summary, const Console& console) {
   std::vector<std::vector<Cell>> rows{
       {{"READY"}, {"no action stops the patch, as far as can be known beforehand"}}};
   for (const Prediction each : predictions) {
-    rows.push_back({{std::string(name(each))}, {std::string(rowOf(each).meaning)}});
+    rows.push_back({{std::string(nameOf(each))}, {std::string(rowOf(each).meaning)}});
   }
   for (const Update each : updates | std::views::reverse) {
     rows.push_back({{std::string(rowOf(each).words)}, {std::string(rowOf(each).meaning)}});

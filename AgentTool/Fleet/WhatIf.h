@@ -27,8 +27,6 @@ class WhatIf {
  public:
   WhatIf(const vexlo::PatchIdentifier& patch,
          const std::shared_ptr<const vexlo::PatchActionGroup>& actionFile);
-  WhatIf(const WhatIf&) = delete;
-  WhatIf& operator=(const WhatIf&) = delete;
 
   /// The prediction for a machine; valid until the next call.
   [[nodiscard]] const MachinePrediction& predict(const Facts& facts);

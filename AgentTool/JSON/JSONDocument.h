@@ -82,8 +82,6 @@ class JSONDocument {
  public:
   JSONDocument();
   ~JSONDocument();
-  JSONDocument(const JSONDocument&) = delete;
-  JSONDocument& operator=(const JSONDocument&) = delete;
 
   /// The root of a text of at most 4 GiB; valid until the next call and as long as `text`. The
   /// error says why the text can't be used: it isn't JSON, or has a number whose exponent is huge

@@ -7,6 +7,7 @@
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
+#include <expected>
 #include <functional>
 #include <iterator>
 #include <limits>
@@ -22,6 +23,7 @@
 #include "AgentLibraries/FileCodec/JSONObject.h"
 #include "AgentLibraries/LogCore/Text.h"
 #include "AgentTool/JSON/JSONDocument.h"
+#include "Platform/Text.h"
 
 namespace agent_tool {
 
@@ -152,18 +154,16 @@ void readFields(const JSONValue& object, const JSONPlace& place, Record& record)
 /// «column 7».
 [[nodiscard]] const JSONValue& rootObject(JSONDocument& document, std::string_view text);
 
-/// Reads a JSON text with `document`, which is reused, into a structure. Returns what is wrong,
-/// without a file; the structure's content is unspecified then.
+/// Reads a JSON text with `document`, which is reused, into a structure and returns it. Errors name
+/// no file; the structure's content is unspecified then.
 template <typename Record>
-[[nodiscard]] std::optional<FileCodec::DecodingError> readDocument(JSONDocument& document,
-                                                                   std::string_view text,
-                                                                   Record& record) {
-  try {
-    readFields(rootObject(document, text), {}, record);
-  } catch (FileCodec::DecodingError& error) {
-    return std::move(error);
-  }
-  return std::nullopt;
+[[nodiscard]] std::expected<Record*, FileCodec::DecodingError> readDocument(JSONDocument& document,
+                                                                            std::string_view text,
+                                                                            Record& record) try {
+  readFields(rootObject(document, text), {}, record);
+  return &record;
+} catch (FileCodec::DecodingError& error) {
+  return std::unexpected(std::move(error));
 }
 
 /// `{"type":"string"` or `{"type":["string","null"]`.
@@ -264,10 +264,13 @@ template <typename Enumeration>  // older compilers don't deduce it for an aggre
 NamedValue(Enumeration, std::string_view) -> NamedValue<Enumeration>;
 
 template <typename Enumeration>
+[[nodiscard]] constexpr const auto& rowOf(Enumeration value) {
+  return *std::ranges::find_if(JSONNames<Enumeration>::list,
+                               [&](const auto& row) { return row.value == value; });
+}
+template <typename Enumeration>
 [[nodiscard]] constexpr std::string_view nameOf(Enumeration value) {
-  return std::ranges::find_if(JSONNames<Enumeration>::list,
-                              [&](const auto& row) { return row.value == value; })
-      ->name;
+  return rowOf(value).name;
 }
 
 template <typename Enumeration>
@@ -291,15 +294,10 @@ struct JSONForm<Enumeration> {
   }
   static std::string write(Enumeration value) { return FileCodec::jsonString(nameOf(value)); }
   static FileCodec::JSONObject schema(bool orNull) {
-    std::vector<std::string> names;
-    names.reserve(std::size(kNames) + 1);
-    for (const auto& row : kNames) {
-      names.push_back(FileCodec::jsonString(row.name));
-    }
-    if (orNull) {
-      names.emplace_back("null");
-    }
-    return FileCodec::JSONObject().addJSON("enum", FileCodec::jsonArray(names));
+    const std::string names = platform::joined(
+        kNames, ",", [](const auto& row) { return FileCodec::jsonString(row.name); });
+    return FileCodec::JSONObject().addJSON("enum",
+                                           LogCore::text('[', names, orNull ? ",null]" : "]"));
   }
   static std::string typeName() { return "string"; }
 };

@@ -4,6 +4,7 @@
 #include <CLI/CLI.hpp>
 #include <exception>
 #include <iostream>
+#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -67,21 +68,18 @@ std::string commandLine() {
 }  // namespace
 
 int main(int count, char** arguments) try {
-  const std::string_view what = count == 2 ? arguments[1] : "";
-  if (what == "commands") {
-    std::cout << commandLine();
-  } else if (what == "facts-schema") {
-    std::cout << agent_tool::factsSchema();
-  } else if (what == "facts-table") {
-    std::cout << agent_tool::factsAsMarkdown();
-  } else if (what == "measurements-table") {
-    std::cout << agent_tool::measurementsAsMarkdown();
-  } else {
+  const std::map<std::string_view, std::string (*)()> texts{
+      {"commands", commandLine},
+      {"facts-schema", agent_tool::factsSchema},
+      {"facts-table", agent_tool::factsAsMarkdown},
+      {"measurements-table", agent_tool::measurementsAsMarkdown}};
+  const auto text = texts.find(count == 2 ? arguments[1] : "");
+  if (text == texts.end()) {
     std::cerr << "usage: command-line-reference "
                  "commands|facts-schema|facts-table|measurements-table\n";
     return 64;
   }
-  return std::cout.flush() ? 0 : 1;
+  return std::cout << text->second() << std::flush ? 0 : 1;
 } catch (const std::exception& error) {
   std::cerr << "command-line-reference: " << error.what() << '\n';
   return 1;
