@@ -38,20 +38,13 @@ std::string printable(std::string_view text, Tabs tabs) {
   std::string out;
   out.reserve(text.size());
   while (!text.empty()) {
-    const std::size_t length = utf8SequenceLength(text);
-    if (length == 0) {
-      out += "\\x" + hexadecimal(static_cast<unsigned char>(text.front()), 2);
-      text.remove_prefix(1);
-      continue;
-    }
-    const std::string_view character = text.substr(0, length);
-    text.remove_prefix(length);
-    const char32_t codePoint = decodeUTF8(character);
-    const bool keeps = codePoint == U'\t' && tabs == Tabs::kept;
-    if (isUnprintable(codePoint) && !keeps) {
-      appendEscaped(out, codePoint);
+    const auto [bytes, codePoint] = takeCharacter(text);
+    if (!codePoint) {
+      out += "\\x" + hexadecimal(static_cast<unsigned char>(bytes.front()), 2);
+    } else if (isUnprintable(*codePoint) && !(codePoint == U'\t' && tabs == Tabs::kept)) {
+      appendEscaped(out, *codePoint);
     } else {
-      out += character;
+      out += bytes;
     }
   }
   return out;

@@ -85,13 +85,19 @@ char32_t decodeUTF8(std::string_view sequence) noexcept {
   return codePoint;
 }
 
+Character takeCharacter(std::string_view& text) noexcept {
+  const std::size_t length = utf8SequenceLength(text);
+  const std::string_view bytes = text.substr(0, std::max<std::size_t>(length, 1));
+  text.remove_prefix(bytes.size());
+  return {.bytes = bytes,
+          .codePoint = length == 0 ? std::nullopt : std::optional(decodeUTF8(bytes))};
+}
+
 std::u16string toUTF16(std::string_view text) {
   std::u16string units;
   units.reserve(text.size());
   while (!text.empty()) {
-    const std::size_t length = std::max<std::size_t>(utf8SequenceLength(text), 1);
-    const char32_t codePoint = decodeUTF8(text.substr(0, length));
-    text.remove_prefix(length);
+    const char32_t codePoint = takeCharacter(text).codePoint.value_or(U'\uFFFD');
     if (codePoint < 0x10000) {
       units += static_cast<char16_t>(codePoint);
     } else {

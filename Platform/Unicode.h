@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <concepts>
 #include <cstddef>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -21,6 +22,14 @@ namespace platform {
 
 /// The code point of one valid sequence.
 [[nodiscard]] char32_t decodeUTF8(std::string_view sequence) noexcept;
+
+/// A character of a text, or a byte that isn't part of valid UTF-8.
+struct Character {
+  std::string_view bytes;
+  std::optional<char32_t> codePoint;  ///< Absent for an invalid byte.
+};
+/// Removes the first character of a text, which must not be empty.
+[[nodiscard]] Character takeCharacter(std::string_view& text) noexcept;
 
 /// Appends one code point, which must not be a surrogate or above U+10FFFF.
 void appendUTF8(std::string& out, char32_t codePoint);

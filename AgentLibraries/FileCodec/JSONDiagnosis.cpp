@@ -52,8 +52,7 @@ std::string_view wordAt(std::string_view text, std::size_t offset) {
 /// The character at `offset`, which must be in the text; U+FFFD for an invalid one.
 char32_t characterAt(std::string_view text, std::size_t offset) {
   text.remove_prefix(offset);
-  const std::size_t length = platform::utf8SequenceLength(text);
-  return length == 0 ? U'\uFFFD' : platform::decodeUTF8(text.substr(0, length));
+  return platform::takeCharacter(text).codePoint.value_or(U'\uFFFD');
 }
 
 /// Single and curly quotes, which word processors write.

@@ -44,17 +44,14 @@ void appendJSONString(std::string& out, std::string_view text) {
     if (text.empty()) {
       break;
     }
-    const std::size_t length = platform::utf8SequenceLength(text);
-    const std::string_view character = text.substr(0, length);
-    if (length == 0) {
+    const auto [bytes, codePoint] = platform::takeCharacter(text);
+    if (!codePoint) {
       out += kReplacementCharacter;
-    } else if (const char32_t codePoint = platform::decodeUTF8(character);
-               codePoint == U'"' || codePoint == U'\\' || platform::isUnprintable(codePoint)) {
-      appendJSONEscape(out, codePoint);
+    } else if (codePoint == U'"' || codePoint == U'\\' || platform::isUnprintable(*codePoint)) {
+      appendJSONEscape(out, *codePoint);
     } else {
-      out += character;
+      out += bytes;
     }
-    text.remove_prefix(std::max<std::size_t>(length, 1));
   }
   out += '"';
 }

@@ -1,10 +1,10 @@
 #include <algorithm>
-#include <array>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <iterator>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -258,7 +258,7 @@ class TableReport final : public RunReport {
   void ended(const PlannedAction& action, const PatchActionResult& result,
              const std::optional<std::vector<std::string>>& logLines) override {
     activity_.reset();
-    ++counts_[static_cast<std::size_t>(result.outcome)];
+    ++counts_[result.outcome];
     const std::string code = printable(action.actionID.code());
     const std::string actionName = printable(describe(action.actionID));
     console().write(columns_.row(
@@ -280,11 +280,9 @@ class TableReport final : public RunReport {
 
   void closed(std::size_t notRun) override {
     std::string summary;
-    for (const Outcome outcome : {Outcome::success, Outcome::applyLater, Outcome::failure}) {
-      if (const std::size_t count = counts_[static_cast<std::size_t>(outcome)]; count > 0) {
-        summary += text(summary.empty() ? "" : ", ", count, ' ',
-                        console().styled(name(outcome), styleOf(outcome)));
-      }
+    for (const auto& [outcome, count] : counts_) {
+      summary += text(summary.empty() ? "" : ", ", count, ' ',
+                      console().styled(name(outcome), styleOf(outcome)));
     }
     if (notRun > 0) {
       summary += text(", ", notRun, " not run");
@@ -309,8 +307,8 @@ class TableReport final : public RunReport {
 
   Columns columns_;
   std::optional<Console::Activity> activity_;  // of the running action
-  std::array<std::size_t, 3> counts_{};        // by outcome
-  std::string explanations_;                   // shown below the table
+  std::map<Outcome, std::size_t> counts_;
+  std::string explanations_;  // shown below the table
 };
 
 /// The selected actions in running order, without duplicates.

@@ -22,20 +22,10 @@ constexpr std::array kWide{CodePointRange{0x1100, 0x115F},  CodePointRange{0x2E8
                            CodePointRange{0xFFE0, 0xFFE6},  CodePointRange{0x1F300, 0x1FAFF},
                            CodePointRange{0x20000, 0x3FFFD}};
 
-/// Removes the next character, or one invalid byte, from `text`.
-std::string_view takeCharacter(std::string_view& text) {
-  const std::size_t length = std::max<std::size_t>(platform::utf8SequenceLength(text), 1);
-  const std::string_view character = text.substr(0, length);
-  text.remove_prefix(length);
-  return character;
-}
-
-std::size_t widthOf(std::string_view character) {
-  const char32_t codePoint = platform::decodeUTF8(character);
-  if (isInAny(kCombining, codePoint)) {
-    return 0;
-  }
-  return isInAny(kWide, codePoint) ? 2 : 1;
+/// Invalid bytes, which a printable text lacks, count as one column.
+std::size_t widthOf(std::optional<char32_t> character) {
+  const char32_t codePoint = character.value_or(U'?');
+  return isInAny(kCombining, codePoint) ? 0 : isInAny(kWide, codePoint) ? 2 : 1;
 }
 
 }  // namespace
@@ -54,7 +44,7 @@ std::string inQuotes(std::string_view text) {
 std::size_t displayWidth(std::string_view printableText) {
   std::size_t width = 0;
   while (!printableText.empty()) {
-    width += widthOf(takeCharacter(printableText));
+    width += widthOf(platform::takeCharacter(printableText).codePoint);
   }
   return width;
 }
@@ -64,8 +54,8 @@ std::vector<std::string> wrapped(std::string_view printableText, std::size_t wid
   std::size_t column = 0;
   std::size_t lastBlank = std::string::npos;  // in the current line
   while (!printableText.empty()) {
-    const std::string_view character = takeCharacter(printableText);
-    const std::size_t columns = widthOf(character);
+    const auto [character, codePoint] = platform::takeCharacter(printableText);
+    const std::size_t columns = widthOf(codePoint);
     if (column + columns > std::max<std::size_t>(width, 1) && column > 0) {
       std::string rest;
       if (character != " " && lastBlank != std::string::npos) {

@@ -29,6 +29,7 @@ using MoveRow = Row<Move>;
 template <typename Counted>
 std::vector<Row<Counted>> rowsOf(const std::map<Counted, std::uint64_t>& counts) {
   std::vector<Row<Counted>> rows;
+  rows.reserve(counts.size());
   for (const auto& [counted, machines] : counts) {
     rows.push_back({counted, machines});
   }
