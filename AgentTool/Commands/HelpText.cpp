@@ -23,7 +23,7 @@ bool takesMany(const CLI::Option& option) {
 }
 
 /// Such as «--facts FILE (not with: --ask-apple)».
-std::string nameOf(const CLI::Option& option, const CLI::App& app) {
+std::string nameColumn(const CLI::Option& option, const CLI::App& app) {
   std::string name = option.get_positional() ? option.get_name(true) : option.get_name(false, true);
   if (option.get_type_size() != 0) {  // not a flag
     name += (option.get_type_name().empty() ? "" : " ") + option.get_type_name();
@@ -67,7 +67,7 @@ std::string helpText(const CLI::App& app) {
     std::string rows;
     for (const CLI::Option* const option : app.get_options()) {
       if (heading == (option->get_positional() ? "Positionals" : option->get_group())) {
-        rows += row(nameOf(*option, app), option->get_description());
+        rows += row(nameColumn(*option, app), option->get_description());
       }
     }
     if (!rows.empty()) {

@@ -21,8 +21,8 @@ using FileCodec::JSONObject;
 using LogCore::text;
 using vexlo::ActionDetail;
 
-std::string_view nameOf(vexlo::ActionOrigin origin) {
-  return origin == vexlo::ActionOrigin::product ? "product" : "patch";
+std::string_view originOf(const ActionDetail& action) {
+  return action.origin == vexlo::ActionOrigin::product ? "product" : "patch";
 }
 
 std::string actionAsJSON(const ActionDetail& action) {
@@ -32,7 +32,7 @@ std::string actionAsJSON(const ActionDetail& action) {
       .addString("code", action.actionID.code())
       .addNumber("sortOrder", action.actionID.sortOrder())
       .addJSON("arguments", jsonList(action.arguments))
-      .addString("origin", nameOf(action.origin))
+      .addString("origin", originOf(action))
       .done();
 }
 
@@ -61,7 +61,7 @@ std::string asTable(const std::vector<ActionDetail>& actions, const Console& con
     row = {{std::to_string(rows.size())},
            {printable(action.actionID.code())},
            {printable(describe(action.actionID))},
-           {std::string(nameOf(action.origin))},
+           {std::string(originOf(action))},
            {hasArguments ? platform::joined(action.arguments, ", ", listed) : "-",
             hasArguments ? Style::plain : Style::faint}};
   }
