@@ -73,19 +73,13 @@ enum class PlainReason : std::uint8_t {
 };
 
 /// In the enumeration's order.
-inline constexpr std::array<std::string_view, 12> kPlainReasonNames{
-    "softwareUpdateUnreachable",
-    "inSufficientBattery",
-    "inSufficientDiskSpaceForSoftwareUpdate",
-    "userNotLoggedIn",
-    "multipleUsersLoggedIn",
-    "credentialsNotEntered",
-    "unableToGetAgentServiceConnection",
-    "macOSSoftwareUpdateDownloadFailed",
-    "macOSSoftwareUpdateInstallationFailed",
-    "inSufficientArguments",
-    "appIsRunning",
-    "unDefined"};
+inline constexpr auto kPlainReasonNames = std::to_array<std::string_view>(
+    {"softwareUpdateUnreachable", "inSufficientBattery", "inSufficientDiskSpaceForSoftwareUpdate",
+     "userNotLoggedIn", "multipleUsersLoggedIn", "credentialsNotEntered",
+     "unableToGetAgentServiceConnection", "macOSSoftwareUpdateDownloadFailed",
+     "macOSSoftwareUpdateInstallationFailed", "inSufficientArguments", "appIsRunning",
+     "unDefined"});
+static_assert(kPlainReasonNames.size() == static_cast<std::size_t>(PlainReason::unDefined) + 1);
 
 /// The enumerator's name: "inSufficientBattery".
 [[nodiscard]] constexpr std::string_view name(PlainReason reason) {

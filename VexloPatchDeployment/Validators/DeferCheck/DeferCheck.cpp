@@ -29,6 +29,11 @@ std::string_view datePart(std::string_view dateAndTime) {
   return dateAndTime.substr(0, dateAndTime.find(' '));
 }
 
+/// Reformats the day as «2024-Jun-15»; absent if it isn't a valid day.
+std::optional<std::string> convertDateFormat(std::string_view dateText) {
+  return platform::parseDay(dateText).transform(platform::yearMonthNameDay);
+}
+
 }  // namespace
 
 MacOSUpdateDeferral MacOSUpdateDeferralChecker::isMacOSUpdateDeferred(std::string_view version) {
@@ -64,8 +69,7 @@ MacOSUpdateDeferral MacOSUpdateDeferralChecker::deferralOf(
     if (!isMeaningful(*update.productKey) || !isMeaningful(date) || !validate(date)) {
       continue;
     }
-    std::optional<std::string> until =
-        platform::parseDay(date).transform(platform::yearMonthNameDay);
+    std::optional<std::string> until = convertDateFormat(date);
     logInfo(kDeferCheckTag, [&] {
       return text("macOS ", version, " is deferred untill ", date, ":", optionalText(until), " - ",
                   *update.productKey, ".");

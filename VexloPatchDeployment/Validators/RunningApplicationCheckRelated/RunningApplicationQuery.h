@@ -5,11 +5,9 @@
 #include <vector>
 
 #include "Platform/Calendar.h"
-#include "Platform/RunningApplications.h"
+#include "VexloPatchDeployment/Adapters/RunningApplication.h"
 
 namespace vexlo {
-
-using RunningApplication = platform::ApplicationProcess;
 
 /// An evaluation of recorded facts replaces it.
 class RunningApplicationQuerying {

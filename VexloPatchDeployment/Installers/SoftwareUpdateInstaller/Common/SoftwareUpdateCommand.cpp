@@ -22,7 +22,7 @@ std::string consoleUserID(UserSessionProvider& users) {
 
 PatchActionResult SoftwareUpdateCommand::run(const SoftwareUpdateOperation& operation, bool asUser,
                                              UserSessionProvider& userSessionProvider) {
-  const std::string line = commandLine(operation, asUser, userSessionProvider);
+  const std::string line = buildCommand(operation, asUser, userSessionProvider);
   logInfo(operation.runPlace, [&] {
     return text(operation.doing, " macOS update ", label_, " using command: ", line, ".");
   });
@@ -35,9 +35,9 @@ PatchActionResult SoftwareUpdateCommand::run(const SoftwareUpdateOperation& oper
   return evaluate(result, operation);
 }
 
-std::string SoftwareUpdateCommand::commandLine(const SoftwareUpdateOperation& operation,
-                                               bool asUser,
-                                               UserSessionProvider& userSessionProvider) const {
+std::string SoftwareUpdateCommand::buildCommand(const SoftwareUpdateOperation& operation,
+                                                bool asUser,
+                                                UserSessionProvider& userSessionProvider) const {
   std::string line;
   if (asUser) {
     line = text("launchctl asuser ", consoleUserID(userSessionProvider), " sudo ");

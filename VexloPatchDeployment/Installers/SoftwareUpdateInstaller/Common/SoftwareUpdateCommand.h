@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "VexloPatchDeployment/Adapters/CommandExecutor.h"
+#include "VexloPatchDeployment/Adapters/SystemEnvironment.h"
 #include "VexloPatchDeployment/Common/Log.h"
 #include "VexloPatchDeployment/Common/PatchActionResult.h"
 #include "VexloPatchDeployment/Installers/InstallerMeasurements.h"
@@ -15,14 +16,6 @@
 #include "VexloPatchDeployment/Validators/UserLoggedIn/UserLoggedIn.h"
 
 namespace vexlo {
-
-/// The system for which a command is run.
-class SystemEnvironment {
- public:
-  virtual ~SystemEnvironment() = default;
-  /// The major version of the running macOS: 12 for macOS 12.
-  [[nodiscard]] virtual std::int64_t macOSMajorVersion() const = 0;
-};
 
 class MacOSDownloader {
  public:
@@ -90,8 +83,8 @@ class SoftwareUpdateCommand : public SystemEnvironment {
 
  private:
   /// Without the password. Untrusted strings are escaped and reach the tool unchanged.
-  [[nodiscard]] std::string commandLine(const SoftwareUpdateOperation& operation, bool asUser,
-                                        UserSessionProvider& userSessionProvider) const;
+  [[nodiscard]] std::string buildCommand(const SoftwareUpdateOperation& operation, bool asUser,
+                                         UserSessionProvider& userSessionProvider) const;
   /// Passes the password, if any, as standard input, or as the last argument up to macOS 12. Wipes
   /// its copies of the password.
   [[nodiscard]] CommandResult runLine(const std::string& line);

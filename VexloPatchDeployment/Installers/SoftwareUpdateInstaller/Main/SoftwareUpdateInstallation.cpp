@@ -28,7 +28,7 @@ std::string_view buildVersion(std::string_view label) {
 
 PatchActionResult SoftwareUpdateInstallation::downloadAndInstallMacOS(
     const SoftwareUpdateAuthContext& authContext, const LogPlace& place) {
-  PatchActionResult first = attempt(authContext, macOSLabel_);
+  PatchActionResult first = downloadAndInstallMacOS(authContext, macOSLabel_);
   if (first == PatchActionResult::success()) {
     return first;
   }
@@ -43,11 +43,11 @@ PatchActionResult SoftwareUpdateInstallation::downloadAndInstallMacOS(
     measured([&] { return UpdateNotListed{std::string(buildVersion(macOSLabel_))}; });
     return first;
   }
-  return attempt(authContext, *label);
+  return downloadAndInstallMacOS(authContext, *label);
 }
 
-PatchActionResult SoftwareUpdateInstallation::attempt(const SoftwareUpdateAuthContext& authContext,
-                                                      const std::string& label) {
+PatchActionResult SoftwareUpdateInstallation::downloadAndInstallMacOS(
+    const SoftwareUpdateAuthContext& authContext, const std::string& label) {
   const std::int64_t macOSMajorVersion = macOSMajorVersion_();
   const bool isSilicon = authContext.credentials.has_value();
   const bool isBeforeRoot = macOSMajorVersion < kFirstVersionAsRoot;

@@ -44,8 +44,9 @@ class SoftwareUpdateInstallation {
   SoftwareUpdateInstallerDependencies& dependencies_;
 
  private:
-  [[nodiscard]] PatchActionResult attempt(const SoftwareUpdateAuthContext& authContext,
-                                          const std::string& label);
+  /// Makes one attempt.
+  [[nodiscard]] PatchActionResult downloadAndInstallMacOS(
+      const SoftwareUpdateAuthContext& authContext, const std::string& label);
   /// Notifies the observer and sleeps.
   void pause(std::chrono::milliseconds duration);
 
