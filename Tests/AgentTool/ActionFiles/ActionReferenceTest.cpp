@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include <array>
 #include <cstdint>
 #include <fstream>
 #include <iterator>
@@ -13,7 +14,9 @@
 #include "AgentTool/ActionFiles/ActionFileCheck.h"
 #include "AgentTool/ActionFiles/ActionReference.h"
 #include "AgentTool/ActionFiles/ArgumentKinds.h"
+#include "AgentTool/Evaluation/Evaluator.h"
 #include "AgentTool/Facts/Facts.h"
+#include "AgentTool/Fleet/FleetSummary.h"
 #include "Tests/AgentTool/AgentToolFixture.h"
 #include "VexloPatchDeployment/Common/PatchDataKeys.h"
 #include "VexloPatchDeployment/PatchActions/Main/KnownActions.h"
@@ -67,28 +70,31 @@ TEST_F(ActionReferenceTest, DocumentedExampleHasTheDocumentedPlan) {
   EXPECT_EQ(shell(commands).output, session.str());
 }
 
-TEST_F(ActionReferenceTest, PageListsEveryKindOfFinding) {
-  const std::string page = document("ACTION-FILE.md");
+TEST_F(ActionReferenceTest, PagesNameEverything) {
+  const auto expectIn = [](const std::string& name, const auto& text) {
+    EXPECT_THAT(document(name), HasSubstr(text)) << name;
+  };
   for (std::uint8_t kind = 0;
        kind <= std::to_underlying(agent_tool::FindingKind::restartBeforeAction); ++kind) {
-    EXPECT_THAT(page,
-                HasSubstr(text("| `", name(static_cast<agent_tool::FindingKind>(kind)), "` | ")));
+    expectIn("ACTION-FILE.md",
+             text("| `", name(static_cast<agent_tool::FindingKind>(kind)), "` | "));
   }
-}
-
-TEST_F(ActionReferenceTest, ChangelogNamesEveryAction) {
-  const std::string changelog = document("../CHANGELOG.md");
   for (const vexlo::KnownActionRow& action : vexlo::knownActions()) {
-    EXPECT_THAT(changelog, HasSubstr(text('`', action.name, '`')));
+    expectIn("../CHANGELOG.md", text('`', action.name, '`'));
   }
-}
-
-TEST_F(ActionReferenceTest, AgentFilesPageListsEveryKey) {
-  const std::string page = document("AGENT-FILES.md");
   std::vector<std::string_view> keys = vexlo::RunningAppPromptCustomization::keys();
   keys.insert(keys.end(), vexlo::PatchDataKeys::all.begin(), vexlo::PatchDataKeys::all.end());
   for (const std::string_view key : keys) {
-    EXPECT_THAT(page, HasSubstr(text('`', key, '`')));
+    expectIn("AGENT-FILES.md", text('`', key, '`'));
+  }
+  constexpr std::array kVerdicts{"ready", "waits", "fails"};
+  for (const agent_tool::PredictionRow& row : agent_tool::kPredictions) {
+    expectIn("EVALUATE.md",
+             text("| `", row.name, "` | ", kVerdicts.at(std::to_underlying(row.verdict)), " | ",
+                  row.meaning, " |\n"));
+  }
+  for (const agent_tool::UpdateRow& row : agent_tool::kUpdates) {
+    expectIn("FLEET.md", text("| `", row.name, "` | ", row.meaning, " |\n"));
   }
 }
 

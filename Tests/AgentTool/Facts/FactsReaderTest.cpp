@@ -1,64 +1,47 @@
 #include <gmock/gmock.h>
 
-#include <chrono>
-#include <limits>
 #include <string>
 
 #include "AgentTool/Facts/Facts.h"
 
 using agent_tool::Facts;
 using agent_tool::FactsReader;
-using platform::PropertyList;
 
 namespace {
 
-Facts exampleFacts() {
-  Facts facts;
-  facts.time = platform::Moment(std::chrono::seconds(1'795'564'799));
-  facts.promptDay = "24-11-2026";
-  facts.isAppleSilicon = true;
-  facts.macOSVersion = "14.4.1";
-  facts.macOSMajorVersion = 14;
-  facts.preferredLanguages = {"en-US", "d\"e"};
-  facts.powerSource = vexlo::BatteryPower{82};
-  facts.freeDiskSpace = 64'000'000'000;
-  facts.consoleUser = "alice";
-  facts.consoleUserID = 501;
-  facts.offsetFromUTC = std::chrono::seconds(-3600);
-  facts.softwareUpdateReachable = false;
-  facts.softwareUpdateStatus = 1;
-  facts.loggedOnUsers = "alice,bob";
-  facts.mdmEnrollment = vxutils::EnrollmentType::dep;
-  facts.agent = {.base = "/Library/Agent", .serviceAnswers = true, .credentialsStored = false};
-  facts.softwareUpdateLabels = {"macOS Sonoma 14.5-23F79"};
-  facts.installAssistants = {"/Applications/Install macOS Sonoma.app"};
-  facts.patchData = {.file = "/Library/Agent/data.plist",
-                     .values = PropertyList::Dictionary{{"AlwaysKillApps", true}}};
-  facts.promptCounts.values = PropertyList::Dictionary{
-      {"a\tb", PropertyList::Dictionary{
-                   {"data", PropertyList::Value(PropertyList::Data{std::byte{0xa0}})},
-                   {"date", PropertyList::Value(platform::PropertyListDate{1.5})},
-                   {"infinite", PropertyList::Value(-std::numeric_limits<double>::infinity())},
-                   {"large", PropertyList::Value(std::uint64_t{18'446'744'073'709'551'615U})},
-                   {"list", PropertyList::Array{"x", std::int64_t{-1}}},
-                   {"real", PropertyList::Value(0.1)}}}};
-  facts.applications = {{"com.apple.Safari", {{"Safari", 7, "/Applications/Safari"}, {}}},
-                        {"com.apple.mail", {}}};
-  facts.availableOSUpdates = {{.deferredUntil = "2024-06-15 00:00:00 +0000", .version = "14.5"},
-                              {}};
-  facts.updatesListed = true;
-  return facts;
-}
+/// A line as `facts` writes it, with every member that is read.
+constexpr const char* kExample =
+    R"({"version":1,"time":"2026-11-24T23:59:59Z","utcOffset":-3600,"promptDay":"24-11-2026",)"
+    R"("appleSilicon":true,"macOSVersion":"14.4.1","macOSMajorVersion":14,)"
+    R"("preferredLanguages":["en-US","d\"e"],"powerSources":[],)"
+    R"("powerSource":{"kind":"battery","percentage":82},"freeDiskSpace":64000000000,)"
+    R"("consoleUser":"alice","consoleUserID":501,"loggedOnUsers":"alice,bob","mdmEnrollment":"dep",)"
+    R"("agent":{"base":"/Library/Agent","data":null,"logs":null,"serviceAnswers":true,)"
+    R"("credentialsStored":false},"patchData":{"file":"/Library/Agent/data.plist",)"
+    R"("values":{"AlwaysKillApps":true}},"customization":{"file":null,"values":null},)"
+    R"("promptCounts":{"file":null,"values":{"a\tb":{"data":{"$data":"a0"},"date":{"$date":1.5},)"
+    R"("infinite":{"$real":"-inf"},"large":18446744073709551615,"list":["x",-1],"real":0.1}}},)"
+    R"("inForce":{"alwaysKillApps":false,"prompt":false,"deferralCheckDisabled":false,)"
+    R"("patchingViaMDM":false},"applications":{"com.apple.Safari":[{"name":"Safari","pid":7,)"
+    R"("executable":"/Applications/Safari"},{"name":null,"pid":0,"executable":null}],)"
+    R"("com.apple.mail":[]},"allApplications":false,"softwareUpdateReachable":false,)"
+    R"("softwareUpdateStatus":1,"softwareUpdateLabels":["macOS Sonoma 14.5-23F79"],)"
+    R"("availableOSUpdates":[{"build":null,"deferredUntil":"2024-06-15 00:00:00 +0000",)"
+    R"("productKey":null,"version":"14.5"},{"build":null,"deferredUntil":null,"productKey":null,)"
+    R"("version":null}],"updatesListed":true,)"
+    R"("installAssistants":["/Applications/Install macOS Sonoma.app"],"absent":{}})"
+    "\n";
 
 TEST(FactsReaderTest, RoundTripsTheOutputOfFacts) {
-  const Facts facts = exampleFacts();
+  FactsReader reader;
+  const Facts facts = *reader.read(kExample).value();
+  EXPECT_EQ(agent_tool::factsAsJSON(facts), kExample);
   Facts other = facts;
   other.name = "other";
   other.preferredLanguages.clear();
   other.promptCounts.values->clear();
   other.applications = {{"com.apple.mail", {{"Mail", 8, "/Mail"}}}, {"com.x", {{}, {}, {}}}};
   other.availableOSUpdates->pop_back();
-  FactsReader reader;
   EXPECT_FALSE(reader.read(R"({"\u0061b":"c\nd\q"})"));
   for (const Facts& each :
        {Facts(), facts, other, facts, facts, Facts()}) {  // nothing stays behind

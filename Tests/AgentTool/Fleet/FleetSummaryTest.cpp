@@ -4,14 +4,10 @@
 
 #include <array>
 #include <cstdint>
-#include <fstream>
-#include <iterator>
 #include <random>
 #include <string>
 #include <utility>
 #include <vector>
-
-#include "AgentLibraries/LogCore/Text.h"
 
 using agent_tool::asJSON;
 using agent_tool::FleetQuestion;
@@ -88,16 +84,6 @@ TEST(FleetSummaryTest, InvalidVersionsAreCountedAsUnknown) {
     summary.add({}, {.macOS = version});
   }
   EXPECT_EQ(summary.groups().size(), 1U);
-}
-
-TEST(FleetPageTest, ExplainsTheGroups) {
-  std::ifstream file(VEXLO_DOCUMENTS "/FLEET.md");
-  const std::string page(std::istreambuf_iterator<char>(file), {});
-  for (const agent_tool::UpdateRow& row : agent_tool::kUpdates) {
-    EXPECT_NE(page.find(LogCore::text("| `", row.name, "` | ", row.meaning, " |\n")),
-              std::string::npos)
-        << row.name;
-  }
 }
 
 TEST(FleetSummaryTest, InvalidJSONIsRejectedWithItsPlace) {
