@@ -55,6 +55,15 @@ class UpdateDependencies final : public StoryDependencies<SoftwareUpdateInstalle
   FakeUsers users_;
 };
 
+/// One event a line.
+std::string transcriptOf(const Story& story) {
+  std::string lines;
+  for (const std::string& event : story.events) {
+    lines += event + '\n';
+  }
+  return lines;
+}
+
 TEST(InstallationStoryTest, RetryOfAnUpdate) {
   Story story;
   UpdateDependencies dependencies(story);
@@ -64,46 +73,31 @@ TEST(InstallationStoryTest, RetryOfAnUpdate) {
       [] { return 14; });
   EXPECT_EQ(installer.installMacOS(),
             PatchActionResult::failure(PlainReason::macOSSoftwareUpdateInstallationFailed));
-  EXPECT_THAT(
-      story.events,
-      ElementsAre(
-          "info installMacOS(): Starting installation of Silicon Software Update for 14.6, Label: "
-          "macOS Sonoma 23G1. Machine locale language: Optional(\"en\").",
-          "info download(asUser:userSessionProvider:): Downloading macOS update macOS Sonoma 23G1 "
-          "using command: /usr/sbin/softwareupdate --include-config-data --download \"macOS Sonoma "
-          "23G1\" --force --verbose --user \"alice\" --stdinpass.",
-          "$ /usr/sbin/softwareupdate --include-config-data --download \"macOS Sonoma 23G1\" "
-          "--force --verbose --user \"alice\" --stdinpass < secret",
-          "info download(asUser:userSessionProvider:): Download status: 0, command output: Server "
-          "not reachable.",
-          "error validate(_:): macOS download/install failed due to network error",
-          "info evaluate(using:_:): Default checking result: "
-          "applyLater(softwareUpdateUnreachable).",
-          "info downloadAndInstallMacOS(using:): First try failed, trying to install again status: "
-          "applyLater(softwareUpdateUnreachable).",
-          "pause of 30000 ms", "softwareupdate --list",
-          "info label(for:): Software update list: [\"Updates:\", \"* Label: macOS 14.6-23G1\", "
-          "\"\tTitle: macOS\"], count: 3.",
-          "info label(for:): Label found - \"macOS 14.6-23G1\".",
-          "info download(asUser:userSessionProvider:): Downloading macOS update macOS 14.6-23G1 "
-          "using command: /usr/sbin/softwareupdate --include-config-data --download \"macOS "
-          "14.6-23G1\" --force --verbose --user \"alice\" --stdinpass.",
-          "$ /usr/sbin/softwareupdate --include-config-data --download \"macOS 14.6-23G1\" --force "
-          "--verbose --user \"alice\" --stdinpass < secret",
-          "info download(asUser:userSessionProvider:): Download status: 0, command output: "
-          "Downloaded.",
-          "info evaluate(using:_:): macOS macOS 14.6-23G1 download completed successfully.",
-          "info notifyUpdatesInProgress(): Showing update is in progress notification.",
-          "notification 19", "pause of 5000 ms",
-          "info install(asUser:userSessionProvider:): Installing macOS update macOS 14.6-23G1 "
-          "using "
-          "command: /usr/sbin/softwareupdate --include-config-data --install \"macOS 14.6-23G1\" "
-          "--force --verbose --restart --user \"alice\" --stdinpass.",
-          "$ /usr/sbin/softwareupdate --include-config-data --install \"macOS 14.6-23G1\" --force "
-          "--verbose --restart --user \"alice\" --stdinpass < secret",
-          "info install(asUser:userSessionProvider:): Installation status: 1, command output: No.",
-          "error evaluate(using:_:): macOS macOS 14.6-23G1 installation failed, Marked as "
-          "failure."));
+  EXPECT_EQ(
+      transcriptOf(story),
+      R"(info installMacOS(): Starting installation of Silicon Software Update for 14.6, Label: macOS Sonoma 23G1. Machine locale language: Optional("en").
+info download(asUser:userSessionProvider:): Downloading macOS update macOS Sonoma 23G1 using command: /usr/sbin/softwareupdate --include-config-data --download "macOS Sonoma 23G1" --force --verbose --user "alice" --stdinpass.
+$ /usr/sbin/softwareupdate --include-config-data --download "macOS Sonoma 23G1" --force --verbose --user "alice" --stdinpass < secret
+info download(asUser:userSessionProvider:): Download status: 0, command output: Server not reachable.
+error validate(_:): macOS download/install failed due to network error
+info evaluate(using:_:): Default checking result: applyLater(softwareUpdateUnreachable).
+info downloadAndInstallMacOS(using:): First try failed, trying to install again status: applyLater(softwareUpdateUnreachable).
+pause of 30000 ms
+softwareupdate --list
+info label(for:): Software update list: ["Updates:", "* Label: macOS 14.6-23G1", "	Title: macOS"], count: 3.
+info label(for:): Label found - "macOS 14.6-23G1".
+info download(asUser:userSessionProvider:): Downloading macOS update macOS 14.6-23G1 using command: /usr/sbin/softwareupdate --include-config-data --download "macOS 14.6-23G1" --force --verbose --user "alice" --stdinpass.
+$ /usr/sbin/softwareupdate --include-config-data --download "macOS 14.6-23G1" --force --verbose --user "alice" --stdinpass < secret
+info download(asUser:userSessionProvider:): Download status: 0, command output: Downloaded.
+info evaluate(using:_:): macOS macOS 14.6-23G1 download completed successfully.
+info notifyUpdatesInProgress(): Showing update is in progress notification.
+notification 19
+pause of 5000 ms
+info install(asUser:userSessionProvider:): Installing macOS update macOS 14.6-23G1 using command: /usr/sbin/softwareupdate --include-config-data --install "macOS 14.6-23G1" --force --verbose --restart --user "alice" --stdinpass.
+$ /usr/sbin/softwareupdate --include-config-data --install "macOS 14.6-23G1" --force --verbose --restart --user "alice" --stdinpass < secret
+info install(asUser:userSessionProvider:): Installation status: 1, command output: No.
+error evaluate(using:_:): macOS macOS 14.6-23G1 installation failed, Marked as failure.
+)");
 }
 
 TEST(InstallationStoryTest, FailedUpgrade) {
@@ -112,20 +106,16 @@ TEST(InstallationStoryTest, FailedUpgrade) {
   dependencies.tools.answers = {{3, "No"}};
   EXPECT_EQ(SiliconUpgradeInstaller("/I.app", dependencies).installMacOS(),
             PatchActionResult::failure(PlainReason::macOSSoftwareUpdateInstallationFailed));
-  EXPECT_THAT(
-      story.events,
-      ElementsAre("info installMacOS(): Starting installation of /I.app, silicon. Machine locale "
-                  "language: Optional(\"en\").",
-                  "info notifyUpdatesInProgress(): Showing update is in progress notification.",
-                  "notification 19",
-                  "info installMacOS(using:): Installation command: "
-                  "\"/I.app/Contents/Resources/startosinstall\" --agreetolicense --forcequitapps "
-                  "--nointeraction --user \"alice\" --stdinpass",
-                  "$ \"/I.app/Contents/Resources/startosinstall\" --agreetolicense --forcequitapps "
-                  "--nointeraction --user \"alice\" --stdinpass < secret",
-                  "info installMacOS(using:): Execution result: (exitCode: 3, output: \"No\", "
-                  "rawOutput: 2 bytes)",
-                  "error installMacOS(using:): Installation failed for /I.app."));
+  EXPECT_EQ(
+      transcriptOf(story),
+      R"(info installMacOS(): Starting installation of /I.app, silicon. Machine locale language: Optional("en").
+info notifyUpdatesInProgress(): Showing update is in progress notification.
+notification 19
+info installMacOS(using:): Installation command: "/I.app/Contents/Resources/startosinstall" --agreetolicense --forcequitapps --nointeraction --user "alice" --stdinpass
+$ "/I.app/Contents/Resources/startosinstall" --agreetolicense --forcequitapps --nointeraction --user "alice" --stdinpass < secret
+info installMacOS(using:): Execution result: (exitCode: 3, output: "No", rawOutput: 2 bytes)
+error installMacOS(using:): Installation failed for /I.app.
+)");
 }
 
 TEST(InstallationStoryTest, ToolsOutputIsLoggedLineByLineAndOnce) {

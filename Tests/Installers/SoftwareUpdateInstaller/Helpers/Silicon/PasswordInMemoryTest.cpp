@@ -1,23 +1,24 @@
 // The installers leave no password in the memory of their process.
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cinttypes>
+#include <csignal>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <iostream>
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <unordered_set>
 #include <vector>
 
@@ -25,7 +26,6 @@
 #include "AgentLibraries/vxutils/AgentServiceServer.h"
 #include "AgentLibraries/vxutils/GlobalVars.h"
 #include "Platform/Descriptor.h"
-#include "Platform/Polling.h"
 #include "Tests/Fakes/TemporaryDirectory.h"
 #include "VexloPatchDeployment/Installers/InstallAssistantUpgradeInstaller/StartOSInstall.h"
 #include "VexloPatchDeployment/Installers/SoftwareUpdateInstaller/Common/SoftwareUpdateCommand.h"
@@ -47,71 +47,42 @@ std::string password(char beginning, std::size_t length) {
   return text;
 }
 
-/// The pieces of six bytes of a password.
-class Pieces {
- public:
-  explicit Pieces(const std::string& password) {
-    for (std::size_t at = 0; at + kSize <= password.size(); ++at) {
-      pieces_.insert(pieceAt(password.data() + at));
-      begins_.at(static_cast<unsigned char>(password[at])) = true;
+/// How many pieces of six bytes of the password are in the writable memory of the process; -1 if
+/// that can't be read.
+int piecesIn(pid_t process, std::string_view password) {
+  constexpr std::size_t kSize = 6;
+  std::unordered_set<std::string_view> pieces;
+  std::array<bool, 256> begins{};
+  for (; password.size() >= kSize; password.remove_prefix(1)) {
+    pieces.insert(password.substr(0, kSize));
+    begins.at(static_cast<unsigned char>(password.front())) = true;
+  }
+  const std::string folder = "/proc/" + std::to_string(process);
+  std::ifstream maps(folder + "/maps");
+  const platform::Descriptor memory(::open((folder + "/mem").c_str(), O_RDONLY | O_CLOEXEC));
+  int found = 0;
+  for (std::string line; std::getline(maps, line);) {
+    std::uintptr_t start = 0;
+    std::uintptr_t end = 0;
+    char writable = '-';
+    if (std::sscanf(line.c_str(), "%" SCNxPTR "-%" SCNxPTR " %*c%c", &start, &end, &writable) !=
+            3 ||
+        writable != 'w') {
+      continue;
+    }
+    std::string bytes(end - start, '\0');
+    if (::pread(memory.get(), bytes.data(), bytes.size(), static_cast<off_t>(start)) !=
+        std::ssize(bytes)) {
+      return -1;
+    }
+    // Most memory is untouched.
+    for (std::size_t at = 0; (at = bytes.find_first_not_of('\0', at)) != std::string::npos; ++at) {
+      found += begins[static_cast<unsigned char>(bytes[at])] &&
+               pieces.contains(std::string_view(bytes).substr(at, kSize));
     }
   }
-
-  /// How many are in the writable memory of the process.
-  [[nodiscard]] int countIn(pid_t process) const {
-    const std::string folder = "/proc/" + std::to_string(process);
-    std::ifstream maps(folder + "/maps");
-    const platform::Descriptor memory(::open((folder + "/mem").c_str(), O_RDONLY | O_CLOEXEC));
-    EXPECT_TRUE(memory);
-    int found = 0;
-    for (std::string line; std::getline(maps, line);) {
-      std::uintptr_t start = 0;
-      std::uintptr_t end = 0;
-      char writable = '-';
-      if (std::sscanf(line.c_str(), "%" SCNxPTR "-%" SCNxPTR " %*c%c", &start, &end, &writable) ==
-              3 &&
-          writable == 'w') {
-        found += countInRegion(memory, start, end);
-      }
-    }
-    return found;
-  }
-
- private:
-  static constexpr std::size_t kSize = 6;
-  static constexpr std::size_t kPage = 4096;
-
-  static std::uint64_t pieceAt(const char* bytes) {
-    std::uint64_t piece = 0;
-    std::memcpy(&piece, bytes, kSize);
-    return piece;
-  }
-
-  [[nodiscard]] int countInRegion(const platform::Descriptor& memory, std::uintptr_t start,
-                                  std::uintptr_t end) const {
-    constexpr std::array<char, kPage> kUntouched{};
-    std::array<char, kPage + kSize> bytes{};  // begins with the end of the previous page
-    int found = 0;
-    for (; start < end; start += kPage) {
-      char* const page = bytes.data() + kSize;
-      std::copy_n(bytes.data() + kPage, kSize, bytes.data());
-      if (::pread(memory.get(), page, kPage, static_cast<off_t>(start)) != std::ssize(kUntouched)) {
-        std::fill_n(page, kPage, '\0');
-      }
-      if (std::memcmp(page, kUntouched.data(), kPage) == 0) {
-        continue;
-      }
-      for (std::size_t at = 1; at <= kPage; ++at) {
-        const char* const piece = bytes.data() + at;
-        found += begins_[static_cast<unsigned char>(*piece)] && pieces_.contains(pieceAt(piece));
-      }
-    }
-    return found;
-  }
-
-  std::unordered_set<std::uint64_t> pieces_;
-  std::array<bool, 256> begins_{};
-};
+  return found;
+}
 
 void download(const Credentials& credentials, std::int64_t macOSVersion) {
   DefaultSoftwareUpdateOutputAnalyser analyser;
@@ -124,8 +95,8 @@ void download(const Credentials& credentials, std::int64_t macOSVersion) {
 /// Runs the installers with a password, as an agent does. Stops when the password is in memory,
 /// when nothing holds it any more, and when the connection has ended, too. Returns whether they
 /// worked.
-bool runInstallers(const std::string& root, char beginning, std::size_t length,
-                   const std::function<void()>& stop) {
+bool runInstallers(const std::string& root, char beginning, std::size_t length) {
+  const auto stop = [] { ::raise(SIGSTOP); };
   vxutils::gv_globvars.setDirectories({.base = root, .data = root, .logs = root});
   // Building messages would overwrite remains on the stack.
   LogCore::setLogSink(std::make_shared<LogCore::NullSink>());
@@ -160,29 +131,17 @@ bool runInstallers(const std::string& root, char beginning, std::size_t length,
 /// Searches a child process that runs the installers. Exits with 0 if the password was there only
 /// at the first stop. In a process of its own, so that the test's process never holds a password.
 [[noreturn]] void searchInstallers(const std::string& root, char beginning, std::size_t length) {
-  platform::Pipe stops = platform::makePipe().value();
-  platform::Pipe goesOn = platform::makePipe().value();
-  char byte = '.';
   const pid_t agent = ::fork();
   if (agent == 0) {
-    goesOn.writeEnd.reset();
-    const bool worked = runInstallers(root, beginning, length, [&] {
-      if (::write(stops.writeEnd.get(), &byte, 1) != 1 ||
-          ::read(goesOn.readEnd.get(), &byte, 1) != 1) {
-        ::_exit(2);
-      }
-    });
-    ::_exit(worked ? 0 : 1);
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    ::_exit(runInstallers(root, beginning, length) ? 0 : 1);
   }
-  stops.writeEnd.reset();
-  const Pieces pieces(password(beginning, length));
   std::vector<int> found;
-  while (::read(stops.readEnd.get(), &byte, 1) == 1) {
-    found.push_back(pieces.countIn(agent));
-    (void)!::write(goesOn.writeEnd.get(), &byte, 1);
-  }
   int status = -1;
-  ::waitpid(agent, &status, 0);
+  while (::waitpid(agent, &status, WUNTRACED) == agent && WIFSTOPPED(status)) {
+    found.push_back(piecesIn(agent, password(beginning, length)));
+    ::kill(agent, SIGCONT);
+  }
   const bool isAsExpected =
       status == 0 && found.size() == 3 && found.front() > 0 && std::ranges::count(found, 0) == 2;
   if (!isAsExpected) {
