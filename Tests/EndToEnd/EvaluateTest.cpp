@@ -1,20 +1,17 @@
 // `vexlo-patch evaluate` in every simulated Mac, and on that Mac's facts outside.
 #include <gmock/gmock.h>
 
-#include <algorithm>
 #include <boost/json.hpp>
 #include <fstream>
 #include <future>
 #include <map>
-#include <memory>
+#include <ranges>
 #include <span>
-#include <sstream>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
-#include "Platform/Process.h"
 #include "Tests/EndToEnd/MacRun.h"
 #include "Tests/Fakes/TemporaryDirectory.h"
 
@@ -23,11 +20,14 @@ namespace {
 
 using testing::HasSubstr;
 using testing::Not;
+using EvaluateTest = SimulatedMacTest;
+using FactsSchemaTest = SimulatedMacTest;
 
 /// Prints the evaluation, what changed during it, and the facts for evaluating elsewhere. $0: the
 /// tool, $1: further options of both commands. The stand-ins' call counters are created first. Only
 /// shell built-ins run while processes are listed.
 constexpr const char* kEvaluation = R"sh(
+  exec 2>&1
   files() {
     find /Applications /Library /System /Users /private /etc/passwd -xdev \
       -printf '%p %i %m %s %T@ %C@\n' | sort
@@ -52,15 +52,10 @@ constexpr const char* kEvaluation = R"sh(
 /// By path, since a Mac's PATH would find an installed one first.
 std::string tool() { return programFolder() + "/vexlo-patch"; }
 
-std::string output(const std::string& program, std::vector<std::string> arguments) {
-  return platform::runProcess({.executable = program, .arguments = std::move(arguments)}).output;
-}
-
-std::vector<std::string> scenarios() {
-  std::vector<std::string> all;
-  std::istringstream list(output(programFolder() + "/enter", {"--list"}));
-  for (std::string line; std::getline(list, line);) {
-    all.push_back(line.substr(0, line.find(' ')));
+Texts scenarios() {
+  Texts all = lines(ran("enter", {"--list"}).output);
+  for (std::string& line : all) {
+    line.resize(line.find(' '));
   }
   return all;
 }
@@ -86,25 +81,22 @@ struct Evaluated {
 Evaluated evaluated(const std::string& scenario, const std::string& options) {
   const TemporaryDirectory directory;
   Evaluated evaluated;
-  evaluated.whole =
-      output("/bin/sh", {"-c", "exec 2>&1; exec \"$0\" \"$@\"", programFolder() + "/enter",
-                         "--records", directory.file("calls"), scenario, "--", "/bin/sh", "-c",
-                         kEvaluation, tool(), options});
+  evaluated.whole = ran("enter", {"--records", directory.file("calls"), scenario, "--", "/bin/sh",
+                                  "-c", kEvaluation, tool(), options})
+                        .output;
   evaluated.answers = part(evaluated.whole, "answers");
   evaluated.calls = directory.read("calls");
   directory.write("client-data/patch-resources/mac-patch-actions.json",
                   part(evaluated.whole, "actions"));
   evaluated.elsewhere =
-      output(tool(), {"evaluate", "--base-dir", directory.path(), "--patch", "310990", "--product",
-                      "1201", "--service-pack", "2301", "--json", "--facts",
-                      directory.write("facts.json", part(evaluated.whole, "facts"))});
+      ran("vexlo-patch", {"evaluate", "--base-dir", directory.path(), "--patch", "310990",
+                          "--product", "1201", "--service-pack", "2301", "--json", "--facts",
+                          directory.write("facts.json", part(evaluated.whole, "facts"))})
+          .output;
   return evaluated;
 }
 
-TEST(EvaluateTest, ChangesNothingAndGivesTheSameAnswersFromFacts) {
-  if (const auto why = simulatedMacProblem()) {
-    GTEST_SKIP() << *why;
-  }
+TEST_F(EvaluateTest, ChangesNothingAndGivesTheSameAnswersFromFacts) {
   const std::map<std::string, std::string> expected{
       {"deferred", R"("answer":"notAsked")"},
       {"disk-full", R"("answer":"applyLater","description":"inSufficientDiskSpace)"},
@@ -124,8 +116,7 @@ TEST(EvaluateTest, ChangesNothingAndGivesTheSameAnswersFromFacts) {
     EXPECT_THAT(mac.whole, Not(HasSubstr("CHANGED")));
     EXPECT_THAT(mac.whole, Not(HasSubstr("vexlo-patch: "))) << "a notification, or an error";
     EXPECT_THAT(mac.whole, Not(HasSubstr(kPassword)));
-    std::istringstream calls(mac.calls);
-    for (std::string call; std::getline(calls, call);) {
+    for (const std::string& call : lines(mac.calls)) {
       EXPECT_THAT(call, HasSubstr(R"("tool":"profiles")"));
     }
     EXPECT_EQ(mac.answers, mac.elsewhere);
@@ -137,60 +128,6 @@ TEST(EvaluateTest, ChangesNothingAndGivesTheSameAnswersFromFacts) {
   EXPECT_EQ(asExpected, expected.size());
 }
 
-/// Evaluates and then runs all actions in the same Mac.
-struct PredictedRun {
-  std::vector<std::string> settings;
-  std::string scenario;
-
-  [[nodiscard]] std::string operator()() const {
-    std::vector<std::string> arguments = settings;
-    arguments.insert(arguments.end(), {scenario, "--", "/bin/sh", "-c", R"sh(
-      exec 2>/dev/null
-      patch="--patch 310990 --product 1201 --service-pack 2301"
-      "$0" evaluate $patch --ask-apple --ask-agent --json
-      "$0" run $patch --json --keep-going --log-level none
-    )sh",
-                                       tool()});
-    return output(programFolder() + "/enter", std::move(arguments));
-  }
-};
-
-/// Every scenario, and what no scenario has.
-std::vector<PredictedRun> predictedRuns() {
-  std::vector<PredictedRun> runs{
-      {{"--set", "agent service/state=absent"}, "upgrade"},
-      {{"--set", "agent service/value=PatchOSUpdateUserName alice"}, "upgrade"},
-      {{"--set", "actions/2010=/Applications/Missing.app"}, "upgrade"},
-      {{"--set", "actions/2007=14.6 \"macOS Sonoma 14.6-23G80\"", "--set", "mac/machine=intel"},
-       "upgrade"}};
-  for (const std::string& scenario : scenarios()) {
-    runs.push_back({{}, scenario});
-  }
-  return runs;
-}
-
-/// Starts the runs before the first test, because some wait for half a minute.
-class EarlyRuns final : public testing::Environment {
- public:
-  void SetUp() override {
-    if (testing::UnitTest::GetInstance()->test_to_run_count() > 1 && !simulatedMacProblem()) {
-      start();
-    }
-  }
-  static std::vector<std::future<std::string>>& start() {
-    static std::vector<std::future<std::string>> outputs = [] {
-      std::vector<std::future<std::string>> started;
-      for (const PredictedRun& run : predictedRuns()) {
-        started.push_back(std::async(std::launch::async, run));
-      }
-      return started;
-    }();
-    return outputs;
-  }
-};
-[[maybe_unused]] const auto* const kEarlyRuns =
-    testing::AddGlobalTestEnvironment(std::make_unique<EarlyRuns>().release());
-
 /// Whether the result may follow a prediction that isn't a result itself.
 bool mayFollow(std::string_view prediction, const boost::json::object& result) {
   const std::string measured = boost::json::serialize(result.at("measured"));
@@ -199,41 +136,62 @@ bool mayFollow(std::string_view prediction, const boost::json::object& result) {
                                      : prediction != "notAsked" && measured.contains("\"prompt\"");
 }
 
-TEST(EvaluateTest, PredictsWhatRunDoes) {
-  if (const auto why = simulatedMacProblem()) {
-    GTEST_SKIP() << *why;
-  }
-  for (std::future<std::string>& each : EarlyRuns::start()) {
-    const std::string text = each.get();
-    SCOPED_TRACE(text);
-    std::istringstream lines(text);
-    std::string line;
-    std::getline(lines, line);
-    const boost::json::value evaluation = boost::json::parse(line);
-    std::span<const boost::json::value> answers = evaluation.at("actions").as_array();
-    while (std::getline(lines, line)) {
-      const boost::json::object row = boost::json::parse(line).as_object();
-      if (row.at("event") != "result") {
-        continue;
-      }
-      ASSERT_FALSE(answers.empty());
-      const boost::json::value& answer = answers.front();
-      const std::string prediction(answer.at("answer").as_string());
-      EXPECT_EQ(answer.at("code"), row.at("code"));
-      EXPECT_TRUE(prediction == row.at("result").as_string()
-                      ? answer.at("description") == row.at("description")
-                      : mayFollow(prediction, row))
-          << answer << row;
-      answers = answers.subspan(1);
+/// Expects that the first line, an evaluation, predicts the results in the others.
+void expectPredicted(const Texts& output) {
+  const boost::json::value evaluation = boost::json::parse(output.at(0));
+  std::span<const boost::json::value> answers = evaluation.at("actions").as_array();
+  for (const std::string& line : output | std::views::drop(1)) {
+    const boost::json::object row = boost::json::parse(line).as_object();
+    if (row.at("event") != "result") {
+      continue;
     }
-    EXPECT_TRUE(answers.empty());
+    ASSERT_FALSE(answers.empty());
+    const boost::json::value& answer = answers.front();
+    const std::string prediction(answer.at("answer").as_string());
+    EXPECT_EQ(answer.at("code"), row.at("code"));
+    EXPECT_TRUE(prediction == row.at("result").as_string()
+                    ? answer.at("description") == row.at("description")
+                    : mayFollow(prediction, row))
+        << answer << row;
+    answers = answers.subspan(1);
   }
+  EXPECT_TRUE(answers.empty());
 }
 
-TEST(EvaluateTest, AsksAppleOnlyIfAllowed) {
-  if (const auto why = simulatedMacProblem()) {
-    GTEST_SKIP() << *why;
+const EarlyTest kPrediction("EvaluateTest", "PredictsWhatRunDoes", [] {
+  // What no scenario has, and every scenario.
+  std::vector<Texts> macs{{"--set", "agent service/state=absent", "upgrade"},
+                          {"--set", "agent service/value=PatchOSUpdateUserName alice", "upgrade"},
+                          {"--set", "actions/2010=/Applications/Missing.app", "upgrade"},
+                          {"--set", "actions/2007=14.6 \"macOS Sonoma 14.6-23G80\"", "--set",
+                           "mac/machine=intel", "upgrade"}};
+  for (const std::string& scenario : scenarios()) {
+    macs.push_back({scenario});
   }
+  std::vector<std::future<platform::ProcessResult>> runs;
+  for (const Texts& mac : macs) {
+    runs.push_back(std::async(std::launch::async, ran, "enter",
+                              mac + Texts{"--", "/bin/sh", "-c", R"sh(
+      exec 2>/dev/null
+      patch="--patch 310990 --product 1201 --service-pack 2301"
+      "$0" evaluate $patch --ask-apple --ask-agent --json
+      "$0" run $patch --json --keep-going --log-level none
+    )sh",
+                                          tool()}));
+  }
+  std::vector<std::string> outputs;
+  for (auto& run : runs) {
+    outputs.push_back(run.get().output);
+  }
+  return [outputs] {
+    for (const std::string& output : outputs) {
+      SCOPED_TRACE(output);
+      expectPredicted(lines(output));
+    }
+  };
+});
+
+TEST_F(EvaluateTest, AsksAppleOnlyIfAllowed) {
   for (const auto& [name, answer] : std::vector<std::pair<std::string, std::string>>{
            {"deferred", R"("description":"macOSUpdateIsDeferred")"},
            {"macos-27", R"("why":"mdmclient printed no list of updates, counts as not deferred")"},
@@ -250,43 +208,36 @@ TEST(EvaluateTest, AsksAppleOnlyIfAllowed) {
   }
 }
 
-TEST(EvaluateTest, AsksTheAgentOnlyIfAllowed) {
-  if (const auto why = simulatedMacProblem()) {
-    GTEST_SKIP() << *why;
-  }
-  for (const auto& [options, answer] :
-       std::vector<std::pair<std::vector<std::string>, std::string>>{
+TEST_F(EvaluateTest, AsksTheAgentOnlyIfAllowed) {
+  for (const auto& [options, answer] : std::vector<std::pair<Texts, std::string>>{
            {{}, R"(--user \"alice\" --stdinpass)"},
            {{"--set", "mac/version=12.6"}, R"(--stdinpass \"<password>\")"},
            {{"--set", "agent service/value=PatchOSUpdateUserName alice"},
             R"("description":"credentialsNotEntered")"},
            {{"--set", "agent service/state=absent"},
             R"("description":"unableToGetAgentServiceConnection")"}}) {
-    std::vector<std::string> arguments{"--set", "agent service/state=answers"};
-    arguments.insert(arguments.end(), options.begin(), options.end());
-    arguments.insert(arguments.end(),
-                     {"no-agent-service", "--", tool(), "evaluate", "--patch", "310990",
-                      "--product", "1201", "--service-pack", "2301", "--ask-agent", "--json"});
-    const std::string answers = output(programFolder() + "/enter", arguments);
+    const std::string answers =
+        ran("enter",
+            Texts{"--set", "agent service/state=answers"} + options +
+                Texts{"no-agent-service", "--", tool(), "evaluate", "--patch", "310990",
+                      "--product", "1201", "--service-pack", "2301", "--ask-agent", "--json"})
+            .output;
     EXPECT_THAT(answers, HasSubstr(answer));
     EXPECT_THAT(answers, Not(HasSubstr(kPassword)));
   }
 }
 
-TEST(FactsSchemaTest, DescribesTheFactsOfRealAndSyntheticMachines) {
-  if (const auto why = simulatedMacProblem()) {
-    GTEST_SKIP() << *why;
-  }
+TEST_F(FactsSchemaTest, DescribesTheFactsOfRealAndSyntheticMachines) {
   std::ifstream file(VEXLO_DOCUMENTS "/facts.schema.json");
   const std::string text(std::istreambuf_iterator<char>(file), {});
   const auto described = boost::json::parse(text).at("properties").as_object();
-  const auto written = boost::json::parse(
-      output(programFolder() + "/enter", {"patch-day", "--", tool(), "facts", "--json"}));
+  const auto written =
+      boost::json::parse(ran("enter", {"patch-day", "--", tool(), "facts", "--json"}).output);
   for (const auto& [name, value] : written.as_object()) {
     EXPECT_TRUE(described.contains(name)) << name;
   }
   EXPECT_EQ(written.as_object().size() + 1, described.size()) << "all but the name";
-  const auto synthetic = boost::json::parse(output(programFolder() + "/make-fleet", {"1"}));
+  const auto synthetic = boost::json::parse(ran("make-fleet", {"1"}).output);
   EXPECT_EQ(synthetic.as_object().size(), described.size())
       << "make-fleet's machines have other facts";
 }

@@ -6,7 +6,6 @@
 #include <utility>
 #include <vector>
 
-#include "Platform/Process.h"
 #include "Tests/EndToEnd/MacRun.h"
 
 namespace end_to_end {
@@ -14,18 +13,16 @@ namespace {
 
 using testing::HasSubstr;
 using testing::Not;
+using FactsTest = SimulatedMacTest;
 
 struct FactsOfAMac {
   std::string scenario;
-  std::vector<std::string> settings;
-  std::vector<std::string> options;
-  std::vector<std::string> parts;  ///< Must occur in the JSON output.
+  Texts settings;
+  Texts options;
+  Texts parts;  ///< Must occur in the JSON output.
 };
 
-TEST(FactsTest, ShowsTheMacWithoutWaitingForHungTools) {
-  if (const auto why = simulatedMacProblem()) {
-    GTEST_SKIP() << *why;
-  }
+TEST_F(FactsTest, ShowsTheMacWithoutWaitingForHungTools) {
   const std::string data = "/Library/Application Support/VexloAgent/data/";
   for (const FactsOfAMac& mac : std::vector<FactsOfAMac>{
            {.scenario = "patch-day",
@@ -52,16 +49,14 @@ TEST(FactsTest, ShowsTheMacWithoutWaitingForHungTools) {
             .settings = {"agent service/state=silent", "profiles/takes=60 s"},
             .parts = {R"("mdmEnrollment":null,)", R"("mdmEnrollment":"/usr/bin/profiles failed)",
                       "the service accepted the request but didn't answer"}}}) {
-    std::vector<std::string> command;
+    Texts command;
     for (const std::string& setting : mac.settings) {
       command.insert(command.end(), {"--set", setting});
     }
     command.insert(command.end(), {mac.scenario, "--", programFolder() + "/vexlo-patch", "facts",
                                    "--json", "--application", "com.apple.Safari"});
-    command.insert(command.end(), mac.options.begin(), mac.options.end());
     const auto began = std::chrono::steady_clock::now();
-    const platform::ProcessResult run =
-        platform::runProcess({.executable = programFolder() + "/enter", .arguments = command});
+    const platform::ProcessResult run = ran("enter", command + mac.options);
     const std::chrono::duration<double> took = std::chrono::steady_clock::now() - began;
     SCOPED_TRACE(mac.scenario + " after " + std::to_string(took.count()) + " s");
     EXPECT_EQ(run.exitCode, 0);

@@ -1,21 +1,15 @@
 #include "Tests/EndToEnd/MacRun.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <boost/json.hpp>
 #include <cstring>
+#include <deque>
 #include <filesystem>
 #include <future>
-#include <map>
-#include <memory>
-#include <ranges>
 #include <regex>
 #include <sstream>
-#include <stdexcept>
 #include <utility>
 
-#include "Platform/Process.h"
 #include "Tests/Fakes/TemporaryDirectory.h"
 
 namespace end_to_end {
@@ -115,136 +109,87 @@ std::optional<std::string> readLogLine(const std::string& line) {
   return withoutDays(level + parts[2].str() + " " + parts.suffix().str());
 }
 
-Texts lines(const std::string& text) {
-  std::istringstream in(text);
-  Texts all;
-  for (std::string line; std::getline(in, line);) {
-    all.push_back(std::move(line));
+void readOutput(const std::string& output, Ended& ended) {
+  std::string part;
+  for (const std::string& line : lines(output)) {
+    if (line.starts_with("--- ")) {
+      part = line.substr(4);
+    } else if (part == "counts") {
+      ended.counts += withoutDays(line.substr(std::min(line.find_first_not_of('\t'), line.size())));
+    } else if (part == "set aside") {
+      ended.setAside += line;
+    } else if (part == "left files") {
+      ended.leftFiles.push_back(line);
+    } else if (part == "left applications") {
+      ended.leftApps.push_back(line);
+    } else if (!line.starts_with('{')) {
+      ended.unreadable.push_back(line);
+    } else if (const json::object result = json::parse(line).as_object();
+               result.at("event") == "progress") {
+      const json::value& progress = result.at("progress");
+      ended.progress.push_back(stringOf(result.at("code")) + " " + stringOf(progress.at("phase")) +
+                               " " + json::serialize(progress.at("percent")));
+    } else {
+      ended.results.push_back(summary(result));
+      ended.why.push_back(stringOf(result.at("why")));
+      ended.seconds += json::value_to<double>(result.at("seconds"));
+    }
   }
-  return all;
 }
 
-/// A run in progress, with a directory for its output.
-class StartedRun {
- public:
-  explicit StartedRun(const MacTest& test) {
-    const std::string script = "exec \"$0\" \"$@\" 2>> '" + directory_.file("errors") + "'";
-    Texts command{"-c", script, programFolder() + "/enter", "--records", directory_.file("calls")};
-    for (const std::string& setting : test.settings) {
-      command.insert(command.end(), {"--set", setting});
-    }
-    command.insert(command.end(), {test.scenario, "--", "/bin/sh", "-c", kScript, "sh"});
-    command.insert(command.end(), {std::to_string(test.times), programFolder() + "/vexlo-patch"});
-    command.insert(command.end(), {"run", "--patch", "310990", "--product", "1201"});
-    command.insert(command.end(), {"--service-pack", "2301", "--json"});
-    command.insert(command.end(), {"--keep-going", "--log-level", "debug"});
-    command.insert(command.end(), test.options.begin(), test.options.end());
-    run_ = std::async(
-        std::launch::async, platform::runProcess,
-        platform::ProcessRequest{.executable = "/bin/sh", .arguments = std::move(command)});
+Ended outcomeOf(const MacTest& test) {
+  const TemporaryDirectory directory;
+  const std::string script = "exec \"$0\" \"$@\" 2>> '" + directory.file("errors") + "'";
+  Texts command{"-c", script, programFolder() + "/enter", "--records", directory.file("calls")};
+  for (const std::string& setting : test.settings) {
+    command.insert(command.end(), {"--set", setting});
   }
-
-  Ended wait() {
-    const platform::ProcessResult run = run_.get();
-    Ended ended{.status = run.exitCode};
-    readOutput(run.output, ended);
-    for (const std::string& line : lines(directory_.read("errors"))) {
-      if (auto record = readLogLine(line)) {
-        ended.log.push_back(*std::move(record));
-      } else if (line.starts_with("vexlo-patch: ")) {
-        ended.notices.push_back(line);
-      } else {
-        ended.unreadable.push_back(line);
-      }
-    }
-    for (const std::string& line : lines(directory_.read("calls"))) {
-      const json::object call = json::parse(line).as_object();
-      ended.calls.push_back(describe(call));
-      if (inheritsTooMuch(call)) {
-        ended.leaks.push_back(line);
-      }
-    }
-    return ended;
-  }
-
- private:
-  static void readOutput(const std::string& output, Ended& ended) {
-    std::string part;
-    for (const std::string& line : lines(output)) {
-      if (line.starts_with("--- ")) {
-        part = line.substr(4);
-      } else if (part == "counts") {
-        ended.counts +=
-            withoutDays(line.substr(std::min(line.find_first_not_of('\t'), line.size())));
-      } else if (part == "set aside") {
-        ended.setAside += line;
-      } else if (part == "left files") {
-        ended.leftFiles.push_back(line);
-      } else if (part == "left applications") {
-        ended.leftApps.push_back(line);
-      } else if (line.starts_with('{')) {
-        const json::object result = json::parse(line).as_object();
-        if (stringOf(result.at("event")) == "progress") {
-          const json::value& progress = result.at("progress");
-          ended.progress.push_back(stringOf(result.at("code")) + " " +
-                                   stringOf(progress.at("phase")) + " " +
-                                   json::serialize(progress.at("percent")));
-          continue;
-        }
-        ended.results.push_back(summary(result));
-        ended.why.push_back(stringOf(result.at("why")));
-        ended.seconds += json::value_to<double>(result.at("seconds"));
-      } else {
-        ended.unreadable.push_back(line);
-      }
+  command = command +
+            Texts{test.scenario,
+                  "--",
+                  "/bin/sh",
+                  "-c",
+                  kScript,
+                  "sh",
+                  std::to_string(test.times),
+                  programFolder() + "/vexlo-patch",
+                  "run",
+                  "--patch",
+                  "310990",
+                  "--product",
+                  "1201",
+                  "--service-pack",
+                  "2301",
+                  "--json",
+                  "--keep-going",
+                  "--log-level",
+                  "debug"} +
+            test.options;
+  const platform::ProcessResult run =
+      platform::runProcess({.executable = "/bin/sh", .arguments = std::move(command)});
+  Ended ended{.status = run.exitCode};
+  readOutput(run.output, ended);
+  for (const std::string& line : lines(directory.read("errors"))) {
+    if (auto record = readLogLine(line)) {
+      ended.log.push_back(*std::move(record));
+    } else {
+      (line.starts_with("vexlo-patch: ") ? ended.notices : ended.unreadable).push_back(line);
     }
   }
-
-  TemporaryDirectory directory_;
-  std::future<platform::ProcessResult> run_;
-};
-
-/// The tests by full name.
-std::map<std::string, MacTest>& knownTests() {
-  static std::map<std::string, MacTest> tests;
-  return tests;
+  for (const std::string& line : lines(directory.read("calls"))) {
+    const json::object call = json::parse(line).as_object();
+    ended.calls.push_back(describe(call));
+    if (inheritsTooMuch(call)) {
+      ended.leaks.push_back(line);
+    }
+  }
+  return ended;
 }
-
-std::map<std::string, std::unique_ptr<StartedRun>>& startedRuns() {
-  static std::map<std::string, std::unique_ptr<StartedRun>> runs;
-  return runs;
-}
-
-/// Starts the runs of all selected tests, in the order of the tests.
-class AllRunsAtOnce final : public testing::Environment {
- public:
-  void SetUp() override {
-    const testing::UnitTest& program = *testing::UnitTest::GetInstance();
-    for (int suite = 0; suite < program.total_test_suite_count() && !simulatedMacProblem();
-         ++suite) {
-      const testing::TestSuite& tests = *program.GetTestSuite(suite);
-      for (int test = 0; test < tests.total_test_count(); ++test) {
-        const testing::TestInfo& info = *tests.GetTestInfo(test);
-        const std::string name = std::string(tests.name()) + "." + info.name();
-        const auto known = knownTests().find(name);
-        if (info.should_run() && known != knownTests().end()) {
-          startedRuns().emplace(name, std::make_unique<StartedRun>(known->second));
-        }
-      }
-    }
-  }
-  void TearDown() override { startedRuns().clear(); }
-};
 
 bool isAsExpected(const std::string& line, std::string_view expected) {
   return expected.ends_with(kAny)
              ? line.starts_with(expected.substr(0, expected.size() - std::strlen(kAny)))
              : line == expected;
-}
-
-bool hasLine(const Texts& log, const std::string& expected) {
-  return std::ranges::any_of(log,
-                             [&](const std::string& line) { return isAsExpected(line, expected); });
 }
 
 /// The exit status of vexlo-patch for these results.
@@ -256,86 +201,133 @@ int statusOf(const Texts& results) {
   return any(" failure") ? 1 : any(" applyLater") ? 75 : 0;
 }
 
-class RunningTest : public testing::Test {
+void compare(const MacTest& test, const Ended& mac) {
+  EXPECT_EQ(mac.results, test.results);
+  if (!test.why.empty() && !std::ranges::equal(mac.why, test.why, isAsExpected)) {
+    EXPECT_EQ(mac.why, test.why);
+  }
+  if (!test.results.empty()) {
+    EXPECT_EQ(mac.status, statusOf(test.times == 1 ? test.results : Texts{test.results.back()}));
+  }
+  for (const std::string& expected : test.lines) {
+    EXPECT_TRUE(std::ranges::any_of(
+        mac.log, [&](const std::string& line) { return isAsExpected(line, expected); }))
+        << "expected the line " << expected;
+  }
+  if (test.calls != kAnyCalls) {
+    EXPECT_EQ(mac.calls, test.calls);
+  }
+  // These hold for every run.
+  EXPECT_EQ(mac.unreadable, Texts());
+  EXPECT_EQ(mac.leaks, Texts());
+  for (const std::string& line : mac.log + mac.results + mac.notices) {
+    EXPECT_FALSE(line.contains(kPassword)) << line;
+  }
+  if (test.check) {
+    test.check(mac);
+  }
+  if (testing::Test::HasFailure()) {
+    std::string story;
+    for (const std::string& line : mac.log + mac.calls + mac.notices) {
+      story += line + "\n";
+    }
+    ADD_FAILURE() << "status " << mac.status << " after " << mac.seconds << " s\n" << story;
+  }
+}
+
+std::deque<MacTest>& knownTests() {
+  static std::deque<MacTest> tests;
+  return tests;
+}
+
+struct EarlyRun {
+  const testing::TestInfo* test = nullptr;
+  std::function<std::function<void()>()> run;
+  std::future<std::function<void()>> outcome;
+};
+
+/// In the order of the tests.
+std::deque<EarlyRun>& earlyRuns() {
+  static std::deque<EarlyRun> runs;
+  return runs;
+}
+
+/// Starts the runs of all selected tests.
+class AllRunsAtOnce final : public testing::Environment {
  public:
-  explicit RunningTest(std::string name) : name_(std::move(name)) {}
+  void SetUp() override {
+    for (EarlyRun& each : earlyRuns()) {
+      if (each.test->should_run() && !simulatedMacProblem()) {
+        each.outcome = std::async(std::launch::async, each.run);
+      }
+    }
+  }
+  void TearDown() override { earlyRuns().clear(); }
+};
+
+class RunningTest final : public SimulatedMacTest {
+ public:
+  explicit RunningTest(EarlyRun& run) : run_(run) {}
 
  private:
-  void TestBody() override {
-    if (const auto why = simulatedMacProblem()) {
-      GTEST_SKIP() << *why;
-    }
-    const MacTest& test = knownTests().at(name_);
-    const testing::ScopedTrace row(test.name.where.file_name(),
-                                   static_cast<int>(test.name.where.line()), name_);
-    const Ended mac = startedRuns().at(name_)->wait();
-    compare(test, mac);
-    if (HasFailure()) {
-      std::string story;
-      for (const Texts& part : {mac.log, mac.calls, mac.notices}) {
-        for (const std::string& line : part) {
-          story += line + "\n";
-        }
-      }
-      ADD_FAILURE() << "status " << mac.status << " after " << mac.seconds << " s\n" << story;
-    }
-  }
+  void TestBody() override { run_.outcome.get()(); }
 
-  static void compare(const MacTest& test, const Ended& mac) {
-    EXPECT_EQ(mac.results, test.results);
-    if (!test.why.empty() && !std::ranges::equal(mac.why, test.why, isAsExpected)) {
-      EXPECT_EQ(mac.why, test.why);
-    }
-    if (!test.results.empty()) {
-      EXPECT_EQ(mac.status, statusOf(test.times == 1 ? test.results : Texts{test.results.back()}));
-    }
-    for (const std::string& line : test.lines) {
-      EXPECT_TRUE(hasLine(mac.log, line)) << "expected the line " << line;
-    }
-    if (test.calls != kAnyCalls) {
-      EXPECT_EQ(mac.calls, test.calls);
-    }
-    // These hold for every run.
-    EXPECT_EQ(mac.unreadable, Texts());
-    EXPECT_EQ(mac.leaks, Texts());
-    for (const Texts& part : {mac.log, mac.results, mac.notices}) {
-      for (const std::string& line : part) {
-        EXPECT_FALSE(line.contains(kPassword)) << line;
-      }
-    }
-    if (test.check) {
-      test.check(mac);
-    }
-  }
-
-  std::string name_;
+  EarlyRun& run_;
 };
 
 }  // namespace
 
-MacTests::MacTests(const std::string& suite, const std::vector<MacTest>& tests) {
+EarlyTest::EarlyTest(const std::string& suite, const RowName& name,
+                     std::function<std::function<void()>()> run) {
   static const auto* const starter = testing::AddGlobalTestEnvironment(new AllRunsAtOnce);
   static_cast<void>(starter);
-  for (const MacTest& test : tests) {
-    const std::string name = suite + "." + test.name.text;
-    if (!knownTests().emplace(name, test).second) {
-      throw std::logic_error("two tests are called " + name);
-    }
-    testing::RegisterTest(suite.c_str(), test.name.text.c_str(), nullptr, nullptr,
-                          test.name.where.file_name(), static_cast<int>(test.name.where.line()),
-                          [name]() -> RunningTest* { return new RunningTest(name); });
+  EarlyRun& added = earlyRuns().emplace_back(nullptr, std::move(run));
+  added.test =
+      testing::RegisterTest(suite.c_str(), name.text.c_str(), nullptr, nullptr,
+                            name.where.file_name(), static_cast<int>(name.where.line()),
+                            [&added]() -> SimulatedMacTest* { return new RunningTest(added); });
+}
+
+MacTests::MacTests(const std::string& suite, const std::vector<MacTest>& tests) {
+  for (const MacTest& each : tests) {
+    const MacTest& test = knownTests().emplace_back(each);
+    EarlyTest(suite, test.name, [&test] {
+      return [&test, mac = outcomeOf(test)] {
+        const testing::ScopedTrace row(test.name.where.file_name(),
+                                       static_cast<int>(test.name.where.line()), test.name.text);
+        compare(test, mac);
+      };
+    });
   }
 }
 
 void MacTests::forEach(const std::function<void(const MacTest&)>& visit) {
-  for (const auto& [name, test] : knownTests()) {
-    visit(test);
-  }
+  std::ranges::for_each(knownTests(), visit);
 }
 
 Texts operator+(Texts first, const Texts& more) {
   first.insert(first.end(), more.begin(), more.end());
   return first;
+}
+
+Texts lines(const std::string& text) {
+  std::istringstream in(text);
+  Texts all;
+  for (std::string line; std::getline(in, line);) {
+    all.push_back(std::move(line));
+  }
+  return all;
+}
+
+void SimulatedMacTest::SetUp() {
+  if (const auto why = simulatedMacProblem()) {
+    GTEST_SKIP() << *why;
+  }
+}
+
+platform::ProcessResult ran(const std::string& program, const Texts& arguments) {
+  return platform::runProcess(
+      {.executable = programFolder() + "/" + program, .arguments = arguments});
 }
 
 std::string programFolder() {
@@ -344,8 +336,7 @@ std::string programFolder() {
 
 std::optional<std::string> simulatedMacProblem() {
   static const std::optional<std::string> why = []() -> std::optional<std::string> {
-    const platform::ProcessResult run = platform::runProcess(
-        {.executable = programFolder() + "/enter", .arguments = {"healthy", "--", "true"}});
+    const platform::ProcessResult run = ran("enter", {"healthy", "--", "true"});
     return run.exitCode == kCantEnter ? std::optional(run.output) : std::nullopt;
   }();
   return why;

@@ -1,11 +1,15 @@
 // Runs vexlo-patch inside simulated Macs and compares the outcome with tables.
 #pragma once
+#include <gtest/gtest.h>
+
 #include <functional>
 #include <optional>
 #include <source_location>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "Platform/Process.h"
 
 namespace end_to_end {
 
@@ -62,9 +66,15 @@ struct MacTest {
   int times = 1;       ///< How often vexlo-patch runs in the same Mac, one run after the other.
 };
 
-/// Registers a table of tests; for variables at namespace scope. All runs of the test program start
-/// before the first test waits for its own, so their waits overlap. The tests are skipped if no
-/// simulated Mac can be created.
+/// Registers a test; for variables at namespace scope. Its `run` starts on a thread of its own
+/// before the first test waits, so that the waits overlap; then the test calls what it returned.
+/// Skipped if no simulated Mac can be created.
+struct EarlyTest {
+  EarlyTest(const std::string& suite, const RowName& name,
+            std::function<std::function<void()>()> run);
+};
+
+/// Registers a table of tests; each is an `EarlyTest`.
 class MacTests {
  public:
   MacTests(const std::string& suite, const std::vector<MacTest>& tests);
@@ -76,11 +86,23 @@ class MacTests {
 /// Concatenation.
 [[nodiscard]] Texts operator+(Texts first, const Texts& more);
 
+/// The lines of a text, without their ends.
+[[nodiscard]] Texts lines(const std::string& text);
+
 /// The folder with `enter` and `vexlo-patch`.
 [[nodiscard]] std::string programFolder();
 
 /// Why no simulated Mac can be created here; absent if one can.
 [[nodiscard]] std::optional<std::string> simulatedMacProblem();
+
+/// For tests in simulated Macs: skips them if none can be created.
+class SimulatedMacTest : public testing::Test {
+ protected:
+  void SetUp() override;
+};
+
+/// Runs the program in `programFolder()`. Its standard error is not in the output.
+[[nodiscard]] platform::ProcessResult ran(const std::string& program, const Texts& arguments);
 
 /// The file name in the log lines of the action processor.
 inline const std::string kProcessor = "PatchActions/Main/ProcessPatchActions ";

@@ -33,15 +33,6 @@ std::string enterCommand() { return "'" + programFolder() + "/enter' "; }
 /// Runs `enter` with these arguments, as the shell reads them.
 Ran enter(const std::string& arguments) { return shell(enterCommand() + arguments); }
 
-class SimulatedMacTest : public testing::Test {
- protected:
-  void SetUp() override {
-    if (const auto why = simulatedMacProblem()) {
-      GTEST_SKIP() << *why;
-    }
-  }
-};
-
 TEST_F(SimulatedMacTest, ExitsWithTheCommandsStatus) {
   EXPECT_EQ(enter("healthy -- sh -c 'exit 3'").status, 3);
   EXPECT_EQ(enter("healthy -- sh -c 'kill -15 $$'").status, 143);
