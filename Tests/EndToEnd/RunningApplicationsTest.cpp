@@ -266,9 +266,6 @@ auto counts(const std::string& today, const std::string& total, const std::strin
 }
 void countsNothing(const Ended& mac) { EXPECT_EQ(mac.counts, ""); }
 
-std::string limit(const std::string& prompts) {
-  return "customization/dailyPromptLimit=" + prompts;
-}
 std::string skips(const std::string& attempts) {
   return "customization/numberOfSkipAttempts=" + attempts;
 }
@@ -302,7 +299,7 @@ const MacTests counting("PromptCounts", [] {
        .check = counts("3", "3"),
        .times = 3},
       {.name = "DailyPromptsRunOut",
-       .settings = postponing({limit("1")}),
+       .settings = postponing({"customization/dailyPromptLimit=1"}),
        .results = {kLater, kLater},
        .lines = {kLimitReached + "(1/1) for bundleID: com.apple.Safari. Skipping deployment."},
        .calls = opened("Safari 0 false"),

@@ -1,6 +1,8 @@
 #include <gmock/gmock.h>
 
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "AgentTool/Facts/Facts.h"
 
@@ -69,48 +71,40 @@ TEST(FactsReaderTest, ReadsMembersInAnyOrderAndIgnoresUnknownOnes) {
   EXPECT_EQ((*read)->applications.size(), 2U);
 }
 
-struct BadLine {
-  const char* line;
-  const char* error;
-};
-
-class BadFactsTest : public testing::TestWithParam<BadLine> {};
-
-TEST_P(BadFactsTest, ErrorHasPlaceAndExpectation) {
-  FactsReader reader;
-  const auto read = reader.read(GetParam().line);
-  ASSERT_FALSE(read);
-  EXPECT_STREQ(read.error().what(), GetParam().error);
-}
-
 // The required members of a line.
 #define NEEDED R"({"version":1,"appleSilicon":true,"macOSMajorVersion":14,"consoleUser":"a",)"
 
-INSTANTIATE_TEST_SUITE_P(
-    Lines, BadFactsTest,
-    testing::Values(
-        BadLine{"", "column 1: expected a value, found the end of the text"},
-        BadLine{R"({"version" 1})", R"(column 12: expected ":" after the member name, found "1")"},
-        BadLine{"[1]", "expected an object, found an array"},
-        BadLine{R"({"version":2})", "version: expected the version 1, found the integer 2"},
-        BadLine{R"({"version":1,"appleSilicon":true})",
-                R"(expected the member "macOSMajorVersion", found none)"},
-        BadLine{NEEDED R"("powerSource":{"kind":"battery","percentage":8.5}})",
-                "powerSource › percentage: expected an integer of the signed 64-bit range, found a "
-                "real number"},
-        BadLine{NEEDED R"("powerSource":{"kind":"battery"}})",
-                R"(powerSource: expected the member "percentage", found none)"},
-        BadLine{NEEDED R"("powerSource":{"kind":"sun"}})",
-                R"(powerSource › kind: expected "mains" or "battery", found "sun")"},
-        BadLine{NEEDED R"("time":"2026-02-30T10:11:12Z"})",
-                R"(time: expected a time such as "2026-11-24T10:11:12Z", or null, found )"
-                R"("2026-02-30T10:11:12Z")"},
-        BadLine{NEEDED R"("applications":{"com.x":[{"pid":1},{"pid":2147483648}]}})",
-                "applications › com.x › [1] › pid: expected an integer of the signed 32-bit range, "
-                "found the integer 2147483648"},
-        BadLine{NEEDED R"("customization":{"values":[]}})",
-                "customization › values: expected an object or null, found an array"},
-        BadLine{NEEDED R"("x":1e99999999999})",
-                "expected a number that fits a double, found one with a huge exponent"}));
+TEST(FactsReaderTest, ErrorHasPlaceAndExpectation) {
+  FactsReader reader;
+  for (const auto& [line, error] : std::vector<std::pair<std::string, std::string>>{
+           {"", "column 1: expected a value, found the end of the text"},
+           {R"({"version" 1})", R"(column 12: expected ":" after the member name, found "1")"},
+           {"[1]", "expected an object, found an array"},
+           {R"({"version":2})", "version: expected the version 1, found the integer 2"},
+           {R"({"version":1,"appleSilicon":true})",
+            R"(expected the member "macOSMajorVersion", found none)"},
+           {NEEDED R"("powerSource":{"kind":"battery","percentage":8.5}})",
+            "powerSource › percentage: expected an integer of the signed 64-bit range, found a "
+            "real number"},
+           {NEEDED R"("powerSource":{"kind":"battery"}})",
+            R"(powerSource: expected the member "percentage", found none)"},
+           {NEEDED R"("powerSource":{"kind":"sun"}})",
+            R"(powerSource › kind: expected "mains" or "battery", found "sun")"},
+           {NEEDED R"("time":"2026-02-30T10:11:12Z"})",
+            R"(time: expected a time such as "2026-11-24T10:11:12Z", or null, found )"
+            R"("2026-02-30T10:11:12Z")"},
+           {NEEDED R"("applications":{"com.x":[{"pid":1},{"pid":2147483648}]}})",
+            "applications › com.x › [1] › pid: expected an integer of the signed 32-bit range, "
+            "found the integer 2147483648"},
+           {NEEDED R"("customization":{"values":[]}})",
+            "customization › values: expected an object or null, found an array"},
+           {NEEDED R"("x":1e99999999999})",
+            "expected a number that fits a double, found one with a huge exponent"}}) {
+    SCOPED_TRACE(line);
+    const auto read = reader.read(line);
+    ASSERT_FALSE(read);
+    EXPECT_EQ(read.error().what(), error);
+  }
+}
 
 }  // namespace
