@@ -27,7 +27,6 @@ using FactsSchemaTest = SimulatedMacTest;
 /// tool, $1: further options of both commands. The stand-ins' call counters are created first. Only
 /// shell built-ins run while processes are listed.
 constexpr const char* kEvaluation = R"sh(
-  exec 2>&1
   files() {
     find /Applications /Library /System /Users /private /etc/passwd -xdev \
       -printf '%p %i %m %s %T@ %C@\n' | sort

@@ -39,20 +39,12 @@ constexpr const char* kScript = R"(
 
 std::string stringOf(const json::value& value) { return json::value_to<std::string>(value); }
 
-std::optional<std::string> optionalOf(const json::value& value) {
-  return value.is_null() ? std::nullopt : std::optional(stringOf(value));
-}
-
 std::string summary(const json::object& result) {
   std::string text = stringOf(result.at("code")) + " " + stringOf(result.at("result"));
-  if (const auto description = optionalOf(result.at("description"))) {
-    text += " " + *description;
-  }
-  const json::value& detail = result.at("detail");
-  if (detail.is_string()) {
-    text += " " + stringOf(detail);
-  } else if (detail.is_object()) {
-    text += " " + json::serialize(detail);
+  for (const char* const part : {"description", "detail"}) {
+    if (const json::value& value = result.at(part); !value.is_null()) {
+      text += " " + (value.is_string() ? stringOf(value) : json::serialize(value));
+    }
   }
   return text;
 }
@@ -69,24 +61,21 @@ std::string describe(const json::object& call) {
   if (const std::string user = stringOf(call.at("user")); user != "root") {
     text += " as " + user;
   }
-  if (const auto session = optionalOf(call.at("session"))) {
-    text += " in session " + *session;
-  }
-  if (const auto input = optionalOf(call.at("input"))) {
-    text += " < " + *input;
+  for (const auto& [member, words] : {std::pair("session", " in session "), {"input", " < "}}) {
+    if (const json::value& value = call.at(member); !value.is_null()) {
+      text += words + stringOf(value);
+    }
   }
   return text;
 }
 
 /// Whether the call inherited descriptors, or has the password in its environment.
 bool inheritsTooMuch(const json::object& call) {
-  return std::ranges::any_of(call.at("descriptors").as_array(),
-                             [](const json::value& descriptor) {
-                               return descriptor.at("number").to_number<int>() > 2;
-                             }) ||
-         std::ranges::any_of(call.at("environment").as_array(), [](const json::value& variable) {
-           return stringOf(variable).contains(kPassword);
-         });
+  const auto isMore = [](const json::value& each) {
+    return each.at("number").to_number<int>() > 2;
+  };
+  return std::ranges::any_of(call.at("descriptors").as_array(), isMore) ||
+         json::serialize(call.at("environment")).contains(kPassword);
 }
 
 /// The text with every date like «24-11-2026» replaced by DAY.
@@ -194,11 +183,13 @@ bool isAsExpected(const std::string& line, std::string_view expected) {
 
 /// The exit status of vexlo-patch for these results.
 int statusOf(const Texts& results) {
-  const auto any = [&](std::string_view outcome) {
-    return std::ranges::any_of(results,
-                               [&](const std::string& result) { return result.contains(outcome); });
-  };
-  return any(" failure") ? 1 : any(" applyLater") ? 75 : 0;
+  int status = 0;
+  for (const std::string& result : results) {
+    status = result.contains(" failure") || status == 1 ? 1
+             : result.contains(" applyLater")           ? 75
+                                                        : status;
+  }
+  return status;
 }
 
 void compare(const MacTest& test, const Ended& mac) {

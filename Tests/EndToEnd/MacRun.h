@@ -101,7 +101,7 @@ class SimulatedMacTest : public testing::Test {
   void SetUp() override;
 };
 
-/// Runs the program in `programFolder()`. Its standard error is not in the output.
+/// Runs the program in `programFolder()`.
 [[nodiscard]] platform::ProcessResult ran(const std::string& program, const Texts& arguments);
 
 /// The file name in the log lines of the action processor.

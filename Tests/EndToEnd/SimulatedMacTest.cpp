@@ -19,15 +19,10 @@ using ::testing::AnyOf;
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
 
-struct Ran {
-  int status = -1;
-  std::string output;
-};
+using Ran = platform::ProcessResult;
 
 Ran shell(const std::string& command) {
-  const platform::ProcessResult ran = platform::runProcess(
-      {.executable = "/bin/sh", .arguments = {"-c", "{ " + command + "; } 2>&1"}});
-  return {.status = ran.exitCode, .output = ran.output};
+  return platform::runProcess({.executable = "/bin/sh", .arguments = {"-c", command}});
 }
 
 std::string enterCommand() { return "'" + programFolder() + "/enter' "; }
@@ -36,11 +31,11 @@ std::string enterCommand() { return "'" + programFolder() + "/enter' "; }
 Ran enter(const std::string& arguments) { return shell(enterCommand() + arguments); }
 
 TEST_F(SimulatedMacTest, ExitsWithTheCommandsStatus) {
-  EXPECT_EQ(enter("healthy -- sh -c 'exit 3'").status, 3);
-  EXPECT_EQ(enter("healthy -- sh -c 'kill -15 $$'").status, 143);
-  EXPECT_EQ(enter("healthy -- no-such-command").status, 127);
+  EXPECT_EQ(enter("healthy -- sh -c 'exit 3'").exitCode, 3);
+  EXPECT_EQ(enter("healthy -- sh -c 'kill -15 $$'").exitCode, 143);
+  EXPECT_EQ(enter("healthy -- no-such-command").exitCode, 127);
   const std::string ignoring = R"(timeout 60 perl -e '$SIG{CHLD} = "IGNORE"; exec @ARGV' )";
-  EXPECT_EQ(shell(ignoring + enterCommand() + "healthy -- sh -c 'exit 3'").status, 3);
+  EXPECT_EQ(shell(ignoring + enterCommand() + "healthy -- sh -c 'exit 3'").exitCode, 3);
 }
 
 TEST_F(SimulatedMacTest, HasTheFilesAndProgramsOfTheScenario) {
@@ -50,7 +45,7 @@ TEST_F(SimulatedMacTest, HasTheFilesAndProgramsOfTheScenario) {
       "healthy -- sh -c 'new-tool y; cat /Library/new/file; sudo; softwareupdate --list > "
       "/dev/null 2>&1 || echo $?; test -x /Library/new/file'");
   EXPECT_EQ(ran.output, "y\nx\nreplaced\n");
-  EXPECT_EQ(ran.status, 1);
+  EXPECT_EQ(ran.exitCode, 1);
   EXPECT_EQ(enter("--set files//new/x=y --set files//etc/new=z healthy -- "
                   "sh -c 'cat /new/x /etc/new; grep -c alice /etc/passwd'")
                 .output,
@@ -67,7 +62,7 @@ TEST_F(SimulatedMacTest, LeavesNoTraceOnTheHost) {
                               "/x /usr/x /etc/x /var/x; echo x > /etc/passwd; "
                               "echo 1 > /.simulated-mac/x; sh -c \"sleep 54321; :\" " +
                               path + " & softwareupdate --list'";
-  EXPECT_EQ(enter(command).status, 0);
+  EXPECT_EQ(enter(command).exitCode, 0);
   EXPECT_EQ(shell("cat /proc/self/mounts").output, mounts);
   EXPECT_EQ(shell("ls -A " + path).output, "");
   EXPECT_EQ(shell("ls -d /usr/x /etc/x /var/x /.simulated-mac 2> /dev/null").output, "");
@@ -99,7 +94,7 @@ TEST_F(SimulatedMacTest, EveryScenarioLeavesTheHostsTreeAsItIs) {
     const std::string before = hostTree(directory.path());
     for (const std::string user : {"", "--user-namespace "}) {
       const Ran ran = enter(user + name + " -- " + kWritableMounts);
-      EXPECT_EQ(ran.status, 0) << name;
+      EXPECT_EQ(ran.exitCode, 0) << name;
       EXPECT_EQ(ran.output, "/\n/dev/pts\n/proc\n") << name;
     }
     EXPECT_EQ(hostTree(directory.path()), before) << name;
@@ -128,7 +123,7 @@ TEST_F(SimulatedMacTest, HostileProgramChangesNothingOutside) {
   const TemporaryDirectory directory;
   const std::string script = directory.write("attacks", kAttacks);
   const std::string folder = directory.path() + "/folder";
-  ASSERT_EQ(shell("chmod 755 " + directory.path() + "; mkdir -m 777 " + folder).status, 0);
+  ASSERT_EQ(shell("chmod 755 " + directory.path() + "; mkdir -m 777 " + folder).exitCode, 0);
   const std::string before = hostTree(directory.path());
   const std::string arguments =
       "--set 'application com.example.X/instances=1' healthy -- sh " + script + " " + folder;
@@ -137,12 +132,12 @@ TEST_F(SimulatedMacTest, HostileProgramChangesNothingOutside) {
                                     enterCommand() + "--user-namespace " + arguments};
   // A build in a private folder can't be used by another user.
   const std::string settings = programFolder() + "/../share/vexlo/simulated-mac/defaults.ini";
-  if (shell(asNobody + "test -r " + settings).status == 0) {
+  if (shell(asNobody + "test -r " + settings).exitCode == 0) {
     commands.push_back(asNobody + enterCommand() + arguments);
   }
   for (const std::string& command : commands) {
     const Ran ran = shell(command);
-    EXPECT_TRUE(ran.output.empty() || ran.status == 77) << command << "\n" << ran.output;
+    EXPECT_TRUE(ran.output.empty() || ran.exitCode == 77) << command << "\n" << ran.output;
     EXPECT_EQ(hostTree(directory.path()), before) << command;
   }
 }
@@ -163,7 +158,7 @@ TEST_F(SimulatedMacTest, BadAndHostileSettingsAreErrorsAndChangeNothing) {
     const std::string section = setting.substr(0, setting.find('/'));
     for (const std::string user : {"", "--user-namespace "}) {
       const Ran ran = enter(user + "--set '" + setting + "' healthy -- true");
-      EXPECT_EQ(ran.status, 65) << setting << "\n" << ran.output;
+      EXPECT_EQ(ran.exitCode, 65) << setting << "\n" << ran.output;
       EXPECT_THAT(ran.output, AllOf(StartsWith("enter: --set: expected "),
                                     AnyOf(HasSubstr("found \"" + value + '"'),
                                           HasSubstr("found [" + section + ']'))));
@@ -185,7 +180,7 @@ TEST_F(SimulatedMacTest, SignalLetsTheCommandExit) {
   const std::string trap = "trap \"sleep 0.2; exit 3\" TERM; echo up; while :; do sleep 0.02; done";
   std::string script = enterCommand() + "healthy -- sh -c '" + trap + "' > " + up;
   script += " & until [ -s " + up + " ]; do sleep 0.02; done; kill $!; wait $!";
-  EXPECT_EQ(shell(script).status, 3);
+  EXPECT_EQ(shell(script).exitCode, 3);
 }
 
 TEST_F(SimulatedMacTest, EndsWhenItsParentDies) {
@@ -198,7 +193,7 @@ TEST_F(SimulatedMacTest, EndsWhenItsParentDies) {
     script +=
         "for time in $(seq 250); do "
         "grep -qsaz 6543[2] /proc/[0-9]*/cmdline || exit 0; sleep 0.02; done; exit 9";
-    EXPECT_EQ(shell(script).status, 0) << signal;
+    EXPECT_EQ(shell(script).exitCode, 0) << signal;
   }
 }
 
@@ -206,7 +201,7 @@ TEST_F(SimulatedMacTest, WorksWithASingleUser) {
   const TemporaryDirectory directory;
   const Ran ran = enter("--user-namespace --records " + directory.file("calls") +
                         " healthy -- sudo -u alice open -a nothing");
-  EXPECT_EQ(ran.status, 1) << ran.output;
+  EXPECT_EQ(ran.exitCode, 1) << ran.output;
   EXPECT_THAT(directory.read("calls"),
               HasSubstr("\"tool\":\"open\",\"arguments\":[\"-a\",\"nothing\"],\"input\":null,"
                         "\"user\":\"alice\",\"uid\":0"));
@@ -228,11 +223,11 @@ TEST(SimulatedMacScenarioTest, MistakesAreErrorsWithTheirPlace) {
     const std::string file = directory.write("mistake.ini", text);
     const Ran ran = enter(file + " -- true");
     SCOPED_TRACE(text);
-    EXPECT_EQ(ran.status, 65);
+    EXPECT_EQ(ran.exitCode, 65);
     EXPECT_THAT(ran.output, StartsWith("enter: " + file + ", " + message));
   }
-  EXPECT_EQ(enter("healthy").status, 64);
-  EXPECT_EQ(enter("no-such-scenario -- true").status, 65);
+  EXPECT_EQ(enter("healthy").exitCode, 64);
+  EXPECT_EQ(enter("no-such-scenario -- true").exitCode, 65);
 }
 
 }  // namespace

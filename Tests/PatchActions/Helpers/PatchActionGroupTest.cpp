@@ -40,19 +40,15 @@ std::string problemOf(std::string json) {
 }
 
 TEST(PatchActionGroupTest, AcceptsMissingNullAndEmptyMembers) {
-  const auto presence = [](const char* json) {
+  for (const auto& [json, hasPatches] :
+       {std::pair(R"({"PatchActions":null,"ProductServicePackActions":null})", false),
+        {R"({"PatchActions":{"1":{"2005":[]}},"PatchActions":null})", false},
+        {R"({"ProductServicePackActions":{"1":{}},"ProductServicePackActions":null})", false},
+        {R"({"patchActions":[[]],"other":{"a":[null,1,true,"x"]},"PatchActions":{}})", true}}) {
     const PatchActionGroup group = PatchActionGroup::decode(json, "f");
-    return std::pair(group.productServicePackActions().has_value(),
-                     group.patchActions().has_value());
-  };
-  EXPECT_EQ(presence(R"({"PatchActions":null,"ProductServicePackActions":null})"),
-            std::pair(false, false));
-  EXPECT_EQ(presence(R"({"PatchActions":{"1":{"2005":[]}},"PatchActions":null})"),
-            std::pair(false, false));
-  EXPECT_EQ(presence(R"({"ProductServicePackActions":{"1":{}},"ProductServicePackActions":null})"),
-            std::pair(false, false));
-  EXPECT_EQ(presence(R"({"patchActions":[[]],"other":{"a":[null,1,true,"x"]},"PatchActions":{}})"),
-            std::pair(false, true));
+    EXPECT_FALSE(group.productServicePackActions()) << json;
+    EXPECT_EQ(group.patchActions().has_value(), hasPatches) << json;
+  }
 }
 
 TEST(PatchActionGroupTest, LastOfDuplicateMembersWins) {

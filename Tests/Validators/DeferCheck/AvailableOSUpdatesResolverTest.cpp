@@ -21,20 +21,16 @@ using ::testing::StartsWith;
 const std::string kHeader = "Available updates (install debug profile for more details): ";
 const std::string kFile = "Validators/DeferCheck/AvailableOSUpdatesResolver";
 
-class FakeMDMClient final : public MDMClientCommandExecutor {
- public:
-  CommandResult answer;
-  CommandResult fetchAvailableOSUpdatesRaw() override { return answer; }
-};
-
-class AvailableOSUpdatesResolverTest : public ::testing::Test {
+class AvailableOSUpdatesResolverTest : public ::testing::Test, public MDMClientCommandExecutor {
  protected:
   AvailableOSUpdates reportIn(const std::string& output) {
-    client.answer = {.exitCode = 0, .output = output};
+    answer = {.exitCode = 0, .output = output};
     log.clear();
-    return SystemAvailableOSUpdates(client).availableOSUpdates().value();
+    return SystemAvailableOSUpdates(*this).availableOSUpdates().value();
   }
-  FakeMDMClient client;
+  CommandResult fetchAvailableOSUpdatesRaw() override { return answer; }
+
+  CommandResult answer;
   LogCapture log;
 };
 

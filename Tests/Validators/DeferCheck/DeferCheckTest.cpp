@@ -19,12 +19,6 @@ using namespace std::chrono_literals;  // NOLINT(google-build-using-namespace)
 const MacOSUpdateDeferral kNotDeferred{.isDeferred = false, .date = std::nullopt};
 MacOSUpdateDeferral deferredUntil(const char* date) { return {.isDeferred = true, .date = date}; }
 
-class FakeAvailableOSUpdates final : public AvailableOSUpdatesResolver {
- public:
-  std::vector<AvailableOSUpdate> updates;
-  std::optional<AvailableOSUpdates> availableOSUpdates() override { return {{updates}}; }
-};
-
 AvailableOSUpdate update(std::optional<std::string> version, std::optional<std::string> until,
                          std::optional<std::string> productKey = "MSU_1") {
   return {.build = std::nullopt,
@@ -34,19 +28,20 @@ AvailableOSUpdate update(std::optional<std::string> version, std::optional<std::
 }
 
 /// The moment is 2024-06-15 12:30:00 in New York.
-class DeferCheckTest : public ::testing::Test {
+class DeferCheckTest : public ::testing::Test, public AvailableOSUpdatesResolver {
  protected:
-  MacOSUpdateDeferral deferralAmong(std::vector<AvailableOSUpdate> updates) {
-    resolver.updates = std::move(updates);
+  MacOSUpdateDeferral deferralAmong(std::vector<AvailableOSUpdate> known) {
+    updates = std::move(known);
     return checker.isMacOSUpdateDeferred("14.5");
   }
+  std::optional<AvailableOSUpdates> availableOSUpdates() override { return {{updates}}; }
 
   ScopedEnvironment zone{"TZ", "America/New_York"};
   ScopedEnvironment locale{"LC_ALL", "C"};
   LogCapture log;
-  FakeAvailableOSUpdates resolver;
+  std::vector<AvailableOSUpdate> updates;
   platform::Moment now = std::chrono::sys_days(2024y / 6 / 15) + 16h + 30min;
-  MacOSUpdateDeferralChecker checker{resolver, [this] { return now; }};
+  MacOSUpdateDeferralChecker checker{*this, [this] { return now; }};
 };
 
 TEST_F(DeferCheckTest, FirstMatchingUpdateDecides) {

@@ -31,37 +31,30 @@ using Record = RunningAppPromptDataStoring::Record;
 
 constexpr const char* kToday = "16-11-2026";
 
-class FixedCustomization final : public RunningAppPromptCustomizing {
- public:
-  std::optional<RunningAppPromptCustomization> settings;
+class RunningAppPromptEvaluatorTest : public ::testing::Test,
+                                      public RunningAppPromptCustomizing,
+                                      public PlistManager {
+ protected:
   std::optional<RunningAppPromptCustomization> customization() override { return settings; }
   const std::optional<RunningAppPromptCustomization>& customizationData() override {
     return settings;
   }
-};
-
-class FakePlistManager final : public PlistManager {
- public:
-  std::map<std::string, PropertyList> values;
   std::optional<PropertyList> fetchValue(const std::string& key) override { return values.at(key); }
   void updateValue(std::optional<PropertyList> value, const std::string& key) override {
     values.insert_or_assign(key, value.value());
   }
   void save(const std::optional<std::string>& /*path*/) override {}
-};
-
-class RunningAppPromptEvaluatorTest : public ::testing::Test {
- protected:
-  FixedCustomization customization;
-  FakePlistManager file;
-  RunningAppPromptDataStore store{file};
-  LogCapture log;
-  RunningAppPromptEvaluator evaluator{customization, store, [] { return kToday; }};
 
   static Record countsOf(PropertyList total, PropertyList today, const char* day = kToday) {
     return {{"patchID", "1"}, {"promptShownCount", std::move(total)}, {day, std::move(today)}};
   }
   static Record counts(std::int64_t total, std::int64_t today) { return countsOf(total, today); }
+
+  std::optional<RunningAppPromptCustomization> settings;
+  std::map<std::string, PropertyList> values;
+  RunningAppPromptDataStore store{*this};
+  LogCapture log;
+  RunningAppPromptEvaluator evaluator{*this, store, [] { return kToday; }};
 };
 
 TEST_F(RunningAppPromptEvaluatorTest, DecidesFromStoredCountsAndUpdatesThem) {
@@ -98,10 +91,10 @@ TEST_F(RunningAppPromptEvaluatorTest, DecidesFromStoredCountsAndUpdatesThem) {
            {"negative skips", -1, 9, counts(7, 8), left(0), counts(8, 9)},
            {"no limits", -1, -1, counts(7, 8), left(0), counts(7, 8)}}) {
     SCOPED_TRACE(name);
-    customization.settings = {.numberOfSkipAttempts = skips, .dailyPromptLimit = limit};
-    file.values["a"] = before;
+    settings = {.numberOfSkipAttempts = skips, .dailyPromptLimit = limit};
+    values["a"] = before;
     EXPECT_EQ(evaluator.evaluate("a", "1"), expected);
-    EXPECT_EQ(file.values.at("a"), PropertyList(after));
+    EXPECT_EQ(values.at("a"), PropertyList(after));
   }
 }
 

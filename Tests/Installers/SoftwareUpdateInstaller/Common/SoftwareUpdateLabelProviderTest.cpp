@@ -12,22 +12,18 @@
 namespace vexlo {
 namespace {
 
-class FakeSoftwareUpdateLister final : public SoftwareUpdateLister {
- public:
-  CommandResult list;
-  CommandResult fetchSoftwareUpdates() override { return list; }
-};
-
-class SoftwareUpdateLabelProviderTest : public ::testing::Test {
+class SoftwareUpdateLabelProviderTest : public ::testing::Test, public SoftwareUpdateLister {
  protected:
   std::optional<std::string> labelIn(const std::string& output, const std::string& build,
                                      std::int32_t exitCode = 0) {
-    lister.list = {.exitCode = exitCode, .output = output};
+    list = {.exitCode = exitCode, .output = output};
     log.clear();
-    return DefaultSoftwareUpdateLabel(lister).label(build);
+    return DefaultSoftwareUpdateLabel(*this).label(build);
   }
 
-  FakeSoftwareUpdateLister lister;
+  CommandResult fetchSoftwareUpdates() override { return list; }
+
+  CommandResult list;
   LogCapture log;
 };
 
