@@ -23,55 +23,40 @@ const std::string kList = "softwareupdate --list";
 const std::string kDone = "2007 success";
 const std::string kDownloadFailed = "2007 applyLater macOSSoftwareUpdateDownloadFailed";
 const std::string kInstallFailed = "2007 failure macOSSoftwareUpdateInstallationFailed";
-constexpr std::array<std::string_view, 2> kKinds{"Silicon", "Intel"};
+constexpr std::array kKinds{"Silicon", "Intel"};
 
 std::string machine(std::string_view kind) {
   return kind == "Intel" ? "mac/machine=intel" : "mac/machine=apple-silicon";
 }
 
-/// One of the two steps of an update: its log lines and tool calls.
-class Step {
- public:
-  Step(bool installs, const std::string& kind, int version)
-      : file_(kFolder + (installs ? "Common/MacOSInstaller " : "Common/MacOSDownloader ")),
-        installs_(installs) {
-    const bool silicon = kind == "Silicon";
-    asUser_ = version < 13 || (version >= 26 && (silicon || installs));
-    const bool onCommandLine = silicon && version < 13;
-    options_ = std::string("--include-config-data ") + (installs ? "--install" : "--download") +
-               " \"" + kLabel + "\" --force --verbose" + (installs ? " --restart" : "");
-    arguments_ = options_ + (silicon ? " --user alice --stdinpass" : "") +
-                 (onCommandLine ? " \"open sesame\"" : "");
-    options_ += silicon ? " --user \"alice\" --stdinpass" : "";
-    input_ = silicon && !onCommandLine ? " < open sesame" : "";
-  }
-
-  [[nodiscard]] Texts lines() const {
-    const std::string verb = installs_ ? "install" : "download";
-    return {"info " + file_ + verb + "(asUser:userSessionProvider:): " +
-                (installs_ ? "Installing" : "Downloading") + " macOS update " + kLabel +
-                " using command: " + (asUser_ ? "launchctl asuser 501 sudo " : "") +
-                "/usr/sbin/softwareupdate " + options_ + ".",
-            "info " + file_ + "evaluate(using:_:): macOS " + kLabel + " " +
-                (installs_ ? "installation" : "download") + " completed successfully."};
-  }
-  [[nodiscard]] Texts calls() const {
-    if (!asUser_) {
-      return {"softwareupdate " + arguments_ + input_};
-    }
-    const std::string sudo = "sudo /usr/sbin/softwareupdate " + arguments_;
-    return {"launchctl asuser 501 " + sudo, sudo + " in session 501",
-            "softwareupdate " + arguments_ + " in session 501" + input_};
-  }
-
- private:
-  std::string file_;
-  bool installs_;
-  bool asUser_ = false;
-  std::string options_;
-  std::string arguments_;
-  std::string input_;
+/// The log lines and tool calls of one of the two steps of an update.
+struct Step {
+  Texts lines;
+  Texts calls;
 };
+
+Step stepOf(bool installs, bool silicon, int version) {
+  const bool asUser = version < 13 || (version >= 26 && (silicon || installs));
+  const std::string verb = installs ? "install" : "download";
+  const std::string options = "--include-config-data --" + verb + " \"" + kLabel +
+                              "\" --force --verbose" + (installs ? " --restart" : "");
+  const std::string arguments = options + (silicon ? " --user alice --stdinpass" : "") +
+                                (silicon && version < 13 ? " \"open sesame\"" : "");
+  const std::string input = silicon && version >= 13 ? " < open sesame" : "";
+  const std::string sudo = "sudo /usr/sbin/softwareupdate " + arguments;
+  const std::string line =
+      "info " + kFolder + (installs ? "Common/MacOSInstaller " : "Common/MacOSDownloader ");
+  return {.lines = {line + verb + "(asUser:userSessionProvider:): " +
+                        (installs ? "Installing" : "Downloading") + " macOS update " + kLabel +
+                        " using command: " + (asUser ? "launchctl asuser 501 sudo " : "") +
+                        "/usr/sbin/softwareupdate " + options +
+                        (silicon ? " --user \"alice\" --stdinpass" : "") + ".",
+                    line + "evaluate(using:_:): macOS " + kLabel + " " +
+                        (installs ? "installation" : "download") + " completed successfully."},
+          .calls = asUser ? Texts{"launchctl asuser 501 " + sudo, sudo + " in session 501",
+                                  "softwareupdate " + arguments + " in session 501" + input}
+                          : Texts{"softwareupdate " + arguments + input}};
+}
 
 const std::string kNoVersion =
     "error Common/PatchDeploymentConstants macOSMajorVersion: Unable to get macOS major version, "
@@ -79,26 +64,25 @@ const std::string kNoVersion =
 
 const MacTests users("UpdateAsUser", [] {
   std::vector<MacTest> tests;
-  const auto add = [&](const std::string& name, const std::string& kind, int version,
+  const auto add = [&](const std::string& name, std::string_view kind, int version,
                        const Texts& settings, const Texts& lines) {
-    const Step download(false, kind, version);
-    const Step install(true, kind, version);
-    tests.push_back({.name = kind + name,
+    const Step download = stepOf(false, kind == "Silicon", version);
+    const Step install = stepOf(true, kind == "Silicon", version);
+    tests.push_back({.name = std::string(kind) + name,
                      .settings = Texts{machine(kind)} + settings,
                      .results = {kDone},
-                     .lines = download.lines() + install.lines() + lines,
-                     .calls = download.calls() + install.calls(),
+                     .lines = download.lines + install.lines + lines,
+                     .calls = download.calls + install.calls,
                      .check = [](const Ended& mac) {
                        EXPECT_EQ(mac.notices, kNotice);
                        EXPECT_GT(mac.seconds, 5);
                      }});
   };
-  for (const std::string_view kind : kKinds) {
-    const std::string name(kind);
+  for (const std::string name : kKinds) {
     const std::string begins = "info " + kFolder + "Main/" + name +
                                "SoftwareUpdateInstaller installMacOS(): Starting installation of " +
                                name + " Software Update for 14.5, " +
-                               (kind == "Intel" ? "label: " : "Label: ") + kLabel +
+                               (name == "Intel" ? "label: " : "Label: ") + kLabel +
                                ". Machine locale language: Optional(\"en-US\").";
     for (const int version : {11, 12, 13, 14, 15, 26}) {
       const std::string major = std::to_string(version);
@@ -206,49 +190,32 @@ const MacTests credentials("Credentials", [] {
   return tests;
 }());
 
-const std::string kNetworkError = "macOS download/install failed due to network error";
-const std::string kUnreachable = "2007 applyLater softwareUpdateUnreachable";
-
 const MacTests output("UpdateOutput", [] {
   const std::string diskFull = "2007 applyLater inSufficientDiskSpaceForSoftwareUpdate";
   struct Row {
     RowName name;
     std::string printed;
-    std::string line = kNetworkError;  ///< From the analyser; empty for none.
-    std::string downloadResult = kUnreachable;
-    std::string installResult = kUnreachable;
+    /// From the analyser; empty for none.
+    std::string line = "macOS download/install failed due to network error";
+    std::string downloadResult = "2007 applyLater softwareUpdateUnreachable";
+    std::string installResult = downloadResult;
   };
   const std::vector<Row> rows{
-      {.name = "CantConnect", .printed = "Can’t connect to the Software Update server."},
-      {.name = "NotConnected", .printed = "Make sure you’re connected to the Internet"},
-      {.name = "CantConnectToApple",
-       .printed = "can’t connect to the Apple Software Update server"},
-      {.name = "NotReachable", .printed = "SERVER NOT REACHABLE"},
-      {.name = "AuthNotReachable", .printed = "(kAMAuthInstallErrorServerNotReachable)"},
-      {.name = "DiskFull",
-       .printed = "NOT ENOUGH FREE DISK SPACE",
-       .line = "macOS download/install failed, Due to insufficient disk space.",
-       .downloadResult = diskFull,
-       .installResult = diskFull},
-      {.name = "ErrorDownloading",
-       .printed = "Error downloading macOS. Error installing updates.",
-       .line = "macOS not available for downloading, Marked as failure.",
-       .downloadResult = kDownloadFailed,
-       .installResult = kDownloadFailed},
-      {.name = "ErrorInstalling",
-       .printed = "Error installing updates",
-       .line = "macOS not available for installation, Marked as failure.",
-       .downloadResult = kInstallFailed,
-       .installResult = kInstallFailed},
-      {.name = "NoSuchUpdate",
-       .printed = "No such update",
-       .line = "macOS not available for installation/downloading, Marked as failure.",
-       .downloadResult = kDownloadFailed,
-       .installResult = kInstallFailed},
-      {.name = "OnlyTheStatus",
-       .line = "",
-       .downloadResult = kDownloadFailed,
-       .installResult = kInstallFailed}};
+      {"CantConnect", "Can’t connect to the Software Update server."},
+      {"NotConnected", "Make sure you’re connected to the Internet"},
+      {"CantConnectToApple", "can’t connect to the Apple Software Update server"},
+      {"NotReachable", "SERVER NOT REACHABLE"},
+      {"AuthNotReachable", "(kAMAuthInstallErrorServerNotReachable)"},
+      {"DiskFull", "NOT ENOUGH FREE DISK SPACE",
+       "macOS download/install failed, Due to insufficient disk space.", diskFull},
+      {"ErrorDownloading", "Error downloading macOS. Error installing updates.",
+       "macOS not available for downloading, Marked as failure.", kDownloadFailed},
+      {"ErrorInstalling", "Error installing updates",
+       "macOS not available for installation, Marked as failure.", kInstallFailed},
+      {"NoSuchUpdate", "No such update",
+       "macOS not available for installation/downloading, Marked as failure.", kDownloadFailed,
+       kInstallFailed},
+      {"OnlyTheStatus", "", "", kDownloadFailed, kInstallFailed}};
   std::vector<MacTest> tests;
   for (const Row& row : rows) {
     // A tool that prints an error message exits with 0, since the output is examined first.
@@ -346,9 +313,8 @@ const MacTests upgrades("Upgrade", [] {
   const std::string failed = "2010 failure macOSSoftwareUpdateInstallationFailed";
   const auto notifies = [](const Ended& mac) { EXPECT_EQ(mac.notices, kNotice); };
   std::vector<MacTest> tests;
-  for (const std::string_view kind : kKinds) {
-    const bool silicon = kind == "Silicon";
-    const std::string name(kind);
+  for (const std::string name : kKinds) {
+    const bool silicon = name == "Silicon";
     const std::string file =
         "Installers/InstallAssistantUpgradeInstaller/" + name + "UpgradeInstaller ";
     const std::string function = silicon ? "installMacOS(using:): " : "installMacOS(): ";
@@ -359,7 +325,7 @@ const MacTests upgrades("Upgrade", [] {
     };
     for (const std::string version : {"12.7", "26.1"}) {
       tests.push_back({.name = name + "On" + version.substr(0, 2),
-                       .settings = {machine(kind), upgrade, "mac/version=" + version},
+                       .settings = {machine(name), upgrade, "mac/version=" + version},
                        .results = {"2010 success"},
                        .lines = {"info " + file + "installMacOS(): Starting installation of " +
                                      app + (silicon ? ", silicon" : ", intel") +
@@ -373,7 +339,7 @@ const MacTests upgrades("Upgrade", [] {
     }
     for (const std::string exits : {"1", "signal 9"}) {
       tests.push_back({.name = name + (exits == "1" ? "ToolFails" : "ToolDiesBySignal"),
-                       .settings = {machine(kind), upgrade, "startosinstall/exits=" + exits},
+                       .settings = {machine(name), upgrade, "startosinstall/exits=" + exits},
                        .results = {failed},
                        .lines = failure(app),
                        .calls = calls,
@@ -382,7 +348,7 @@ const MacTests upgrades("Upgrade", [] {
                        .check = notifies});
     }
     tests.push_back({.name = name + "ToolIsMissing",
-                     .settings = {machine(kind), "actions/2010=/Applications/Nothing.app"},
+                     .settings = {machine(name), "actions/2010=/Applications/Nothing.app"},
                      .results = {failed},
                      .lines = failure("/Applications/Nothing.app"),
                      .check = notifies});
