@@ -70,17 +70,4 @@ TEST_F(FactsCommandTest, TheNameIsOnlyInTheLineIfItIsGiven) {
   EXPECT_EQ(shell("vexlo-patch facts --name ''").status, 64);
 }
 
-TEST(FactsTextTest, PropertyListValuesKeepTheirTypes) {
-  using platform::PropertyList;
-  agent_tool::Facts facts;
-  facts.powerSources = {PropertyList("x"),
-                        PropertyList(PropertyList::Value(1.0)),
-                        PropertyList(std::int64_t{1}),
-                        PropertyList(true),
-                        PropertyList(PropertyList::Value(platform::PropertyListDate{1})),
-                        PropertyList(PropertyList::Value(PropertyList::Data{std::byte{0xa0}}))};
-  EXPECT_THAT(agent_tool::factsAsJSON(facts),
-              HasSubstr(R"("powerSources":["x",1.0,1,true,{"$date":1.0},{"$data":"a0"}],)"));
-}
-
 }  // namespace

@@ -22,7 +22,8 @@ constexpr const char* kExample =
     R"("credentialsStored":false},"patchData":{"file":"/Library/Agent/data.plist",)"
     R"("values":{"AlwaysKillApps":true}},"customization":{"file":null,"values":null},)"
     R"("promptCounts":{"file":null,"values":{"a\tb":{"data":{"$data":"a0"},"date":{"$date":1.5},)"
-    R"("infinite":{"$real":"-inf"},"large":18446744073709551615,"list":["x",-1],"real":0.1}}},)"
+    R"("infinite":{"$real":"-inf"},"large":18446744073709551615,"list":["x",-1,true],)"
+    R"("real":0.1,"whole":1.0}}},)"
     R"("inForce":{"alwaysKillApps":false,"prompt":false,"deferralCheckDisabled":false,)"
     R"("patchingViaMDM":false},"applications":{"com.apple.Safari":[{"name":"Safari","pid":7,)"
     R"("executable":"/Applications/Safari"},{"name":null,"pid":0,"executable":null}],)"
@@ -38,6 +39,9 @@ TEST(FactsReaderTest, RoundTripsTheOutputOfFacts) {
   FactsReader reader;
   const Facts facts = *reader.read(kExample).value();
   EXPECT_EQ(agent_tool::factsAsJSON(facts), kExample);
+  Facts described;  // written only
+  described.powerSources = {{"x"}, {std::int64_t{1}}};
+  EXPECT_THAT(agent_tool::factsAsJSON(described), testing::HasSubstr(R"("powerSources":["x",1],)"));
   Facts other = facts;
   other.name = "other";
   other.preferredLanguages.clear();

@@ -2,8 +2,10 @@
 
 #include <gmock/gmock.h>
 
+#include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "Tests/Fakes/LogCapture.h"
 #include "VexloPatchDeployment/PatchActions/Helpers/PatchActionGroup.h"
@@ -36,33 +38,27 @@ TEST(ProcessPatchActionsTest, ExecuteStopsAtTheFirstUnsuccessfulAction) {
 }
 
 TEST(ProcessPatchActionsTest, AnObserverMayRemoveItself) {
-  struct Events {
-    ProcessPatchActions* processor = nullptr;
-    int measurements = 0;
-    bool isGone = false;
-    bool wasGoneInside = false;
-  };
   struct Observer final : ActionObserver {
-    explicit Observer(Events& events) : events_(events) {}
-    ~Observer() override { events_.isGone = true; }
+    std::function<void()> onMeasurement;
     void measured(const ActionID& /*action*/, const Measurement& /*measurement*/) override {
-      Events& events = events_;
-      ++events.measurements;
-      events.processor->setObserver(nullptr);
-      events.wasGoneInside = events.isGone;
+      onMeasurement();
     }
-    Events& events_;
   };
   const LogCapture log;
-  Events events;
+  int measurements = 0;
   Processor processor(R"({"2005":["0"]})");
-  events.processor = &processor;
-  processor.setObserver(std::make_shared<Observer>(events));
+  auto observer = std::make_shared<Observer>();
+  const std::weak_ptr<Observer> left = observer;
+  observer->onMeasurement = [&] {
+    ++measurements;
+    processor.setObserver(nullptr);
+    EXPECT_FALSE(left.expired());
+  };
+  processor.setObserver(std::move(observer));
   (void)processor.execute(KnownAction::minimumDiskSpaceCheck);
   (void)processor.execute(KnownAction::minimumDiskSpaceCheck);
-  EXPECT_EQ(events.measurements, 1);
-  EXPECT_TRUE(events.isGone);
-  EXPECT_FALSE(events.wasGoneInside);
+  EXPECT_EQ(measurements, 1);
+  EXPECT_TRUE(left.expired());
 }
 
 }  // namespace
