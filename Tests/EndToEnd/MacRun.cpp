@@ -272,7 +272,8 @@ EarlyTest::EarlyTest(const std::string& suite, const RowName& name,
                      std::function<std::function<void()>()> run) {
   static const auto* const starter = testing::AddGlobalTestEnvironment(new AllRunsAtOnce);
   static_cast<void>(starter);
-  EarlyRun& added = earlyRuns().emplace_back(nullptr, std::move(run));
+  EarlyRun& added = earlyRuns().emplace_back();
+  added.run = std::move(run);
   added.test =
       testing::RegisterTest(suite.c_str(), name.text.c_str(), nullptr, nullptr,
                             name.where.file_name(), static_cast<int>(name.where.line()),
