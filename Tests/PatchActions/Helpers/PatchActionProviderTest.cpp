@@ -46,20 +46,17 @@ TEST(PatchActionProviderTest, MergesSortsAndExempts) {
             LoggedBy("PatchActions/Helpers/PatchActionProvider", "actionDetails()")));
   EXPECT_EQ(planOf({"1", "5000", "1"}, group), "");
   EXPECT_THAT(log.records().back(), InfoLine("Applicable actions for patchID: 1: [:]."));
-}
-
-TEST(PatchActionProviderTest, SortsCodesAsNumbers) {
-  const LogCapture log;
-  const auto group = decoded(R"({
+  // Codes are sorted as numbers.
+  const auto codes = decoded(R"({
     "ProductServicePackActions": {"ExclusionPatchIDs": ["ab"], "q": {"t": {"2003": []}},
                                   "p": {"s": {"abc": [], "2005": ["1", "2"], "2004": ["9"]}}},
     "PatchActions": {"AB": {"-5": [], "+2005": [], "2005": [], "10": []}, "ab": {}}})");
-  EXPECT_EQ(planOf({"AB", "p", "s"}, group),
+  EXPECT_EQ(planOf({"AB", "p", "s"}, codes),
             "undefined(\"-5\")[]* undefined(\"10\")[]* multipleUserLoggedInCheck[\"9\"] "
             "undefined(\"+2005\")[]* minimumDiskSpaceCheck[]* undefined(\"abc\")[]");
   // A service pack is one of its product's.
-  EXPECT_EQ(planOf({"x", "p", "t"}, group), "");
-  EXPECT_EQ(planOf({"x", "q", "s"}, group), "");
+  EXPECT_EQ(planOf({"x", "p", "t"}, codes), "");
+  EXPECT_EQ(planOf({"x", "q", "s"}, codes), "");
 }
 
 }  // namespace
