@@ -168,6 +168,7 @@ const EarlyTest kPrediction("EvaluateTest", "PredictsWhatRunDoes", [] {
     macs.push_back({scenario});
   }
   std::vector<std::future<platform::ProcessResult>> runs;
+  runs.reserve(macs.size());
   for (const Texts& mac : macs) {
     runs.push_back(std::async(std::launch::async, ran, "enter",
                               mac + Texts{"--", "/bin/sh", "-c", R"sh(
@@ -178,7 +179,8 @@ const EarlyTest kPrediction("EvaluateTest", "PredictsWhatRunDoes", [] {
     )sh",
                                           tool()}));
   }
-  std::vector<std::string> outputs;
+  Texts outputs;
+  outputs.reserve(runs.size());
   for (auto& run : runs) {
     outputs.push_back(run.get().output);
   }
