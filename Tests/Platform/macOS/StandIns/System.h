@@ -14,6 +14,8 @@
 
 namespace stand_in {
 
+__extension__ using Integer = __int128;
+
 /// The base of all objects. Created with one reference and destroyed by the last release.
 class Object {
  public:
@@ -25,7 +27,7 @@ class Object {
 };
 
 /// Makes CFRetain and CFRelease work for an object of another kind, created with one reference;
-/// `end` destroys it.
+/// `end` destroys any such object.
 void countReferences(CFTypeRef object, void (*end)(CFTypeRef object));
 
 /// The number of live objects, to detect leaks and excess releases.
@@ -37,16 +39,15 @@ void countReferences(CFTypeRef object, void (*end)(CFTypeRef object));
 // Factories; the caller owns the result. Containers take ownership of their elements, which may be
 // null.
 [[nodiscard]] CFTypeRef text(std::u16string_view units);
-[[nodiscard]] CFTypeRef integer(std::int64_t number);
-[[nodiscard]] CFTypeRef wideInteger(std::int64_t high);  ///< 128 bits: this, then 64 of 1.
+[[nodiscard]] CFTypeRef integer(Integer number);
 [[nodiscard]] CFTypeRef real(double number);
 [[nodiscard]] CFTypeRef flag(bool value);
 [[nodiscard]] CFTypeRef date(double secondsSince2001);
 [[nodiscard]] CFTypeRef data(std::string_view bytes);
-[[nodiscard]] CFTypeRef array(std::vector<CFTypeRef> elements);
-[[nodiscard]] CFTypeRef dictionary(std::vector<std::pair<CFTypeRef, CFTypeRef>> entries);
-[[nodiscard]] CFTypeRef other();     ///< Of a type that no property list has.
-[[nodiscard]] CFTypeRef nameless();  ///< The same, without a description.
+[[nodiscard]] CFTypeRef array(const std::vector<CFTypeRef>& elements);
+[[nodiscard]] CFTypeRef dictionary(const std::vector<std::pair<CFTypeRef, CFTypeRef>>& entries);
+/// Of a type that no property list has.
+[[nodiscard]] CFTypeRef other(bool hasDescription = true);
 
 /// A running application.
 struct Instance {
