@@ -20,6 +20,7 @@ void servesOneSourcePerRun() {
   EXPECT_FALSE(loop.runDefaultMode(hours(1))) << "it has no source";
   const auto first = loop.addSource([&] { performed += "1"; });
   const auto second = loop.addSource([&] { performed += "2"; });
+  EXPECT_TRUE(loop.runDefaultMode(hours(0))) << "the duration has passed";
   second->signal();
   first->signal();
   second->signal();  // already signalled

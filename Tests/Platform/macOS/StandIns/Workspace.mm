@@ -21,6 +21,11 @@ id left(CFTypeRef object) {
 
 void end(CFTypeRef object) { [reinterpret_cast<id>(const_cast<void*>(object)) dealloc]; }
 
+/// What the object stands for: an application, also for the URL of its program.
+const stand_in::Instance*& instanceOf(id object) {
+  return *static_cast<const stand_in::Instance**>(object_getIndexedIvars(object));
+}
+
 CFTypeRef textOrNull(const std::optional<std::u16string>& text) {
   return text ? stand_in::text(*text) : nullptr;
 }
@@ -29,7 +34,7 @@ CFTypeRef textOrNull(const std::optional<std::u16string>& text) {
 
 @implementation NSObject
 + (instancetype)alloc {
-  const id made = class_createInstance(self, 0);
+  const id made = class_createInstance(self, sizeof(stand_in::Instance*));
   stand_in::countReferences(made, end);
   return made;
 }
@@ -74,88 +79,61 @@ CFTypeRef textOrNull(const std::optional<std::u16string>& text) {
 }
 @end
 
-// On this runtime a class's interface declares its variables, so the stand-ins are subclasses.
-@interface InstanceAddress : NSURL {
- @public
-  const stand_in::Instance* instance;
-}
-@end
+namespace {
 
-@interface InstanceArray : NSArray {
- @public
-  std::vector<id>* elements;
+/// Makes the new object stand for the application and adds it to the innermost pool.
+id standingFor(const stand_in::Instance* instance, id made) {
+  instanceOf(made) = instance;
+  return [made autorelease];
 }
-@end
 
-@interface InstanceApplication : NSRunningApplication {
- @public
-  const stand_in::Instance* instance;
-}
-@end
+}  // namespace
 
 @implementation NSURL
-@dynamic path;
-@end
-
-@implementation InstanceAddress
 - (NSString*)path {
-  return left(textOrNull(instance->path));
+  return left(textOrNull(instanceOf(self)->path));
 }
 @end
 
+// Holds the machine's applications.
 @implementation NSArray
 @dynamic count;
 - (NSUInteger)countByEnumeratingWithState:(NSFastEnumerationState*)state
                                   objects:(id*)buffer
                                     count:(NSUInteger)capacity {
-  return 0;
-}
-@end
-
-@implementation InstanceArray
-- (NSUInteger)countByEnumeratingWithState:(NSFastEnumerationState*)state
-                                  objects:(id*)buffer
-                                    count:(NSUInteger)capacity {
   NSUInteger given = 0;
-  while (given < capacity && state->state < elements->size()) {
-    buffer[given++] = (*elements)[state->state++];
+  while (given < capacity && state->state < stand_in::machine.applications.size()) {
+    const auto& application = stand_in::machine.applications[state->state++];
+    buffer[given++] = standingFor(&application, [NSRunningApplication alloc]);
   }
   state->itemsPtr = buffer;
   state->mutationsPtr = &state->extra[0];
   return given;
 }
-- (void)dealloc {
-  for (std::size_t index = 0; index < elements->size(); ++index) {
-    [(*elements)[index] release];
-  }
-  delete elements;
-  [super dealloc];
-}
 @end
 
-namespace {
-
-NSArray* everyInstance() {
-  InstanceArray* const found = [[InstanceArray alloc] init];
-  found->elements = new std::vector<id>;
-  for (const stand_in::Instance& running : stand_in::machine.applications) {
-    InstanceApplication* const application = [[InstanceApplication alloc] init];
-    application->instance = &running;
-    found->elements->push_back(application);
-  }
-  return [found autorelease];
-}
-
-}  // namespace
-
 @implementation NSRunningApplication
-@dynamic bundleIdentifier, localizedName, terminated, processIdentifier, executableURL;
 + (NSArray*)runningApplicationsWithBundleIdentifier:(NSString*)identifier {
   stand_in::machine.identifier = stand_in::bytesOf(identifier);
-  return everyInstance();
+  return [[[NSArray alloc] init] autorelease];
+}
+- (NSString*)bundleIdentifier {
+  return left(textOrNull(instanceOf(self)->identifier));
+}
+- (NSString*)localizedName {
+  return left(textOrNull(instanceOf(self)->name));
+}
+- (BOOL)isTerminated {
+  return instanceOf(self)->terminated;
+}
+- (pid_t)processIdentifier {
+  return instanceOf(self)->processIdentifier;
+}
+- (NSURL*)executableURL {
+  return instanceOf(self)->hasExecutable ? standingFor(instanceOf(self), [NSURL alloc]) : nil;
 }
 - (BOOL)forceTerminate {
-  return NO;
+  return instanceOf(self)->canBeKilled;
 }
 @end
 
@@ -164,32 +142,6 @@ NSArray* everyInstance() {
   return [[[NSWorkspace alloc] init] autorelease];
 }
 - (NSArray*)runningApplications {
-  return everyInstance();
-}
-@end
-
-@implementation InstanceApplication
-- (NSString*)bundleIdentifier {
-  return left(textOrNull(instance->identifier));
-}
-- (NSString*)localizedName {
-  return left(textOrNull(instance->name));
-}
-- (BOOL)isTerminated {
-  return instance->terminated;
-}
-- (pid_t)processIdentifier {
-  return instance->processIdentifier;
-}
-- (NSURL*)executableURL {
-  if (!instance->hasExecutable) {
-    return nil;
-  }
-  InstanceAddress* const address = [[InstanceAddress alloc] init];
-  address->instance = instance;
-  return [address autorelease];
-}
-- (BOOL)forceTerminate {
-  return instance->canBeKilled;
+  return [[[NSArray alloc] init] autorelease];
 }
 @end
