@@ -2,13 +2,14 @@
 #pragma once
 #include <string>
 
+/// The error of a read or write that moves only one byte.
+constexpr int kMovesOneByte = -1;
+
 /// Which call fails, and how.
 struct Fault {
-  enum class Kind { fails, isShort, kills, isPreceded };  // a short read or write moves one byte
-  const char* call = "";  ///< The function's name; "*" for all but `new`.
-  int error = 0;          ///< For `fails`; `operator new` throws instead.
-  Kind kind = Kind::fails;
-  void (*before)() = nullptr;  ///< For `isPreceded`: called before the call, which then succeeds.
+  const char* call = "";       ///< The function's name; "*" for all but `new`.
+  int error = 0;               ///< `operator new` throws instead.
+  void (*before)() = nullptr;  ///< If present, called before the call, which then succeeds.
 };
 
 /// Makes the `number`-th such call, counting from 1, fail, or all from then on (`forGood`). While
