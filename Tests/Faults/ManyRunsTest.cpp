@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "Platform/Process.h"
-#include "Tests/Faults/DirectoryEntries.h"
+#include "Tests/Fakes/DirectoryEntries.h"
 
 namespace {
 

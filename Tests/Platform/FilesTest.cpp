@@ -18,14 +18,18 @@
 namespace platform {
 namespace {
 
+class FilesTest : public ::testing::Test {
+ protected:
+  const TemporaryDirectory directory;
+};
+
 /// The errno value of reading the file; 0 on success.
 int errorOf(const std::string& path, std::uint64_t maximumBytes) {
   const auto result = readFile(path, {.maximumBytes = maximumBytes});
   return result ? 0 : result.error().code.value();
 }
 
-TEST(FilesTest, ReadsUpToTheLimit) {
-  const TemporaryDirectory directory;
+TEST_F(FilesTest, ReadsUpToTheLimit) {
   const std::string ten = directory.write("ten", "01234\n6789");
   EXPECT_EQ(readFile(ten, {.maximumBytes = 10}), "01234\n6789");
   EXPECT_EQ(errorOf(ten, 9), EFBIG);
@@ -36,8 +40,7 @@ TEST(FilesTest, ReadsUpToTheLimit) {
   }
 }
 
-TEST(FilesTest, OnlyRegularFilesAreReadAndReplaced) {
-  const TemporaryDirectory directory;
+TEST_F(FilesTest, OnlyRegularFilesAreReadAndReplaced) {
   const std::string fifo = directory.file("fifo");
   ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
   const std::string afterNUL = directory.write("f", "x") + std::string("\0.bak", 5);
@@ -54,8 +57,7 @@ TEST(FilesTest, OnlyRegularFilesAreReadAndReplaced) {
   EXPECT_EQ(directory.read("f"), "x");
 }
 
-TEST(FilesTest, ReplacingAFileKeepsPermissionsAndOwner) {
-  const TemporaryDirectory directory;
+TEST_F(FilesTest, ReplacingAFileKeepsPermissionsAndOwner) {
   const std::string path = directory.file("settings");
   const mode_t former = umask(077);
   EXPECT_TRUE(writeFileAtomically(path, "old"));
@@ -74,27 +76,22 @@ TEST(FilesTest, ReplacingAFileKeepsPermissionsAndOwner) {
   EXPECT_NE(status.st_ino, formerFile) << "the old file was overwritten, not replaced";
 }
 
-TEST(FilesTest, ReadsOnlyFilesOfAcceptedOwners) {
-  const TemporaryDirectory directory;
-  const std::string path = directory.write("answer", "94");
-  EXPECT_TRUE(readFile(path, {.maximumBytes = 10, .owners = {4321, geteuid()}}));
-  EXPECT_FALSE(readFile(path, {.maximumBytes = 10, .owners = {geteuid() + 1}}));
-}
-
-TEST(FilesTest, ReadsOnlyNewFilesWithoutOtherNames) {
-  const TemporaryDirectory directory;
+TEST_F(FilesTest, ReadsOnlyNewFilesOfAcceptedOwnersWithoutOtherNames) {
   const std::string path = directory.write("answer", "94");
   struct stat status{};
   ASSERT_EQ(stat(path.c_str(), &status), 0);
-  EXPECT_TRUE(
-      readFile(path, {.maximumBytes = 10, .onlyName = true, .writtenSince = status.st_mtime}));
-  EXPECT_FALSE(readFile(path, {.maximumBytes = 10, .writtenSince = status.st_mtime + 1}));
+  const time_t written = status.st_mtime;
+  EXPECT_TRUE(readFile(path, {.maximumBytes = 10,
+                              .owners = {4321, geteuid()},
+                              .onlyName = true,
+                              .writtenSince = written}));
+  EXPECT_FALSE(readFile(path, {.maximumBytes = 10, .owners = {geteuid() + 1}}));
+  EXPECT_FALSE(readFile(path, {.maximumBytes = 10, .writtenSince = written + 1}));
   std::filesystem::create_hard_link(path, directory.file("second"));
   EXPECT_FALSE(readFile(path, {.maximumBytes = 10, .onlyName = true}));
 }
 
-TEST(FilesTest, SetsAsideWhateverNamesAreTaken) {
-  const TemporaryDirectory directory;
+TEST_F(FilesTest, SetsAsideWhateverNamesAreTaken) {
   const std::string path = directory.file("answer");
   std::filesystem::create_directories(path + ".damaged");
   for (int number = 2; number <= 20; ++number) {
@@ -120,8 +117,7 @@ TEST(VolumeTest, CountsBlocksThatAreFreeForUsers) {
   EXPECT_NEAR(static_cast<double>(**available), expected, 1e9) << "others may write meanwhile";
 }
 
-TEST(FilesTest, LockBlocksUntilReleased) {
-  const TemporaryDirectory directory;
+TEST_F(FilesTest, LockBlocksUntilReleased) {
   const std::string path = directory.file("counts");
   int pauses = 0;
   const auto count = [&](auto) { ++pauses; };
@@ -137,15 +133,14 @@ TEST(FilesTest, LockBlocksUntilReleased) {
   EXPECT_TRUE(FileLock::acquire(path));
 }
 
-TEST(FilesTest, LockSetsAsideWhatIsNoFile) {
+TEST_F(FilesTest, LockSetsAsideWhatIsNoFile) {
   const std::vector<std::pair<const char*, int (*)(const char*)>> rows{
       {"directory", [](const char* name) { return mkdir(name, 0700); }},
       {"FIFO", [](const char* name) { return mkfifo(name, 0600); }},
       {"link", [](const char* name) { return symlink("/etc", name); }}};
   for (const auto& [kind, make] : rows) {
     SCOPED_TRACE(kind);
-    const TemporaryDirectory directory;
-    const std::string path = directory.file("counts");
+    const std::string path = directory.file(kind);
     ASSERT_EQ(make((path + ".lock").c_str()), 0);
     const auto held = FileLock::acquire(path);
     ASSERT_TRUE(held) << held.error().message;
@@ -156,8 +151,7 @@ TEST(FilesTest, LockSetsAsideWhatIsNoFile) {
   }
 }
 
-TEST(FilesTest, WriteBeyondTheSizeLimitFails) {
-  const TemporaryDirectory directory;
+TEST_F(FilesTest, WriteBeyondTheSizeLimitFails) {
   const std::string path = directory.write("counts", "old");
   const auto writeTooMuch = [&] {  // in a child process, because of its limit
     const rlimit limit{.rlim_cur = 100, .rlim_max = 100};
@@ -169,8 +163,7 @@ TEST(FilesTest, WriteBeyondTheSizeLimitFails) {
   EXPECT_EQ(directory.read("counts"), "old");
 }
 
-TEST(FilesTest, ReplacesTheLinkNotItsTarget) {
-  const TemporaryDirectory directory;
+TEST_F(FilesTest, ReplacesTheLinkNotItsTarget) {
   const std::string link = directory.file("link");
   std::filesystem::create_symlink(directory.write("target", "precious"), link);
   EXPECT_TRUE(writeFileAtomically(link, "mine"));

@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "Platform/RunningProcesses.h"
+#include "Tests/Fakes/DirectoryEntries.h"
 #include "Tests/Fakes/ScopedEnvironment.h"
 #include "Tests/Fakes/TemporaryDirectory.h"
 
@@ -44,29 +45,35 @@ ProcessResult runIntoDeadline(ProcessRequest request) {
 /// Checks that tests leak no descriptors or children.
 class ProcessTest : public ::testing::Test {
  protected:
-  static std::ptrdiff_t openDescriptors() {
-    return std::ranges::distance(std::filesystem::directory_iterator("/dev/fd"));
-  }
   ~ProcessTest() override {
-    EXPECT_EQ(openDescriptors(), before);
+    EXPECT_EQ(entriesOf("/dev/fd"), before);
     EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1) << "a child was left";
   }
-  const std::ptrdiff_t before = openDescriptors();
+  const std::ptrdiff_t before = entriesOf("/dev/fd");
 };
 
-TEST_F(ProcessTest, StartFailuresHaveAShellsStatus) {
+TEST_F(ProcessTest, StartsAsAShellWouldEvenThroughOne) {
   constexpr std::errc kMissing = std::errc::no_such_file_or_directory;
+  constexpr std::errc kDenied = std::errc::permission_denied;
   const std::vector<std::tuple<ProcessRequest, std::int32_t, std::errc, std::string>> rows{
       {{.executable = "/no/such/program"}, 127, kMissing, "/no/such/program"},
-      {{.executable = "/etc/passwd"}, 126, std::errc::permission_denied, "/etc/passwd"},
+      {{.executable = "/etc/passwd"}, 126, kDenied, "/etc/passwd"},
+      {{.executable = "/usr/bin"}, 126, kDenied, "/usr/bin"},
       {{.executable = "/bin/true", .directory = "/no/such"}, 127, kMissing, "/no/such"},
+      {{.executable = "true", .directory = "/"}, 127, kMissing, "true"},
+      {{.executable = "true", .directory = "/usr/bin"}, 0, {}, ""},
+      {{.executable = "bin/true", .directory = "/usr"}, 0, {}, ""},
       {shell(std::string("exit 0;\0exit 1", 14)), 127, std::errc::invalid_argument, "/bin/sh"}};
-  for (const auto& [request, exitCode, startError, unusable] : rows) {
-    SCOPED_TRACE(request.executable);
-    const ProcessResult result = runProcess(request);
-    EXPECT_EQ(result.exitCode, exitCode);
-    EXPECT_EQ(result.startError, std::make_error_condition(startError));
-    EXPECT_EQ(result.unusablePath, unusable);
+  for (const bool throughShell : {false, true}) {
+    const auto former = std::signal(SIGCHLD, throughShell ? SIG_IGN : SIG_DFL);
+    for (const auto& [request, exitCode, startError, unusable] : rows) {
+      SCOPED_TRACE(request.executable);
+      const ProcessResult result = runProcess(request);
+      EXPECT_EQ(result.exitCode, exitCode);
+      EXPECT_EQ(result.startError, std::make_error_condition(startError));
+      EXPECT_EQ(result.unusablePath, unusable);
+    }
+    std::signal(SIGCHLD, former);
   }
 }
 
@@ -130,17 +137,6 @@ TEST_F(ProcessTest, ReportsTheStatusDespiteIgnoredSIGCHLD) {
   result = runProcess(shell("kill -KILL $$"));
   EXPECT_EQ(result.exitCode, 128 + SIGKILL);
   EXPECT_EQ(result.output, "") << "the shell's own message";
-  const std::vector<std::tuple<ProcessRequest, std::int32_t, std::errc>> programs{
-      {{.executable = "bin/true", .directory = "/usr"}, 0, std::errc()},
-      {{.executable = "true", .directory = "/usr/bin"}, 0, std::errc()},
-      {{.executable = "true", .directory = "/"}, 127, std::errc::no_such_file_or_directory},
-      {{.executable = "/usr/bin"}, 126, std::errc::permission_denied}};
-  for (const auto& [program, exitCode, startError] : programs) {
-    SCOPED_TRACE(program.executable);
-    result = runProcess(program);
-    EXPECT_EQ(result.exitCode, exitCode);
-    EXPECT_EQ(result.startError, std::make_error_condition(startError));
-  }
   EXPECT_EQ(runIntoDeadline(shell("echo started; sleep 60")).exitCode, 128 + SIGTERM);
   std::signal(SIGCHLD, former);
 }

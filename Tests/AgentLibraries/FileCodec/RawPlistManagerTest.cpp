@@ -17,6 +17,7 @@
 #include "AgentLibraries/FileCodec/RawPlistManager.h"
 #include "AgentLibraries/vxutils/FileUtils.h"
 #include "Platform/PropertyList.h"
+#include "Tests/Fakes/DirectoryEntries.h"
 #include "Tests/Fakes/LogCapture.h"
 #include "Tests/Fakes/TemporaryDirectory.h"
 
@@ -78,8 +79,7 @@ TEST_F(RawPlistManagerTest, SaveOnAFullDiskThrowsAndLosesNothing) {
     EXPECT_EQ(manager.fetchValue("key"), kRecord);
   }
   std::signal(SIGXFSZ, former);
-  const std::filesystem::directory_iterator files(directory.path());
-  EXPECT_EQ(std::distance(begin(files), end(files)), 2) << "something was left behind";
+  EXPECT_EQ(entriesOf(directory.path()), 2) << "something was left behind";
   EXPECT_EQ(seteuid(other), 0);
   manager.save();
   EXPECT_EQ(seteuid(self), 0);
@@ -151,8 +151,7 @@ TEST_F(RawPlistManagerTest, ConcurrentSavesLoseNoKeyAndLeaveNoFiles) {
     EXPECT_EQ(status, 0);
   }
   EXPECT_EQ(stored().size(), kProcesses * kKeys);
-  const std::filesystem::directory_iterator files(directory.path());
-  EXPECT_EQ(std::distance(begin(files), end(files)), 1);
+  EXPECT_EQ(entriesOf(directory.path()), 1);
 }
 
 }  // namespace

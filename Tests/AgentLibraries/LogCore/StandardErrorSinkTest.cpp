@@ -57,6 +57,10 @@ struct Channel {
   bool isFast = true;
 };
 
+bool openPipe(std::array<int, 2>& ends) { return ::pipe(ends.data()) == 0; }
+bool openSocket(std::array<int, 2>& ends) {
+  return ::socketpair(AF_UNIX, SOCK_STREAM, 0, ends.data()) == 0;
+}
 bool openTerminal(std::array<int, 2>& ends) {
   ends[0] = ::posix_openpt(O_RDWR | O_NOCTTY);
   std::array<char, 64> name{};
@@ -140,14 +144,10 @@ TEST_P(SlowReaderTest, DelaysARunByLittleAndLearnsHowManyLinesAreMissing) {
 
 INSTANTIATE_TEST_SUITE_P(
     , SlowReaderTest,
-    testing::Values(
-        Channel{"Pipe", [](auto& ends) { return ::pipe(ends.data()) == 0; }, true},
-        Channel{"PipeOfAnotherUser", [](auto& ends) { return ::pipe(ends.data()) == 0; }, false},
-        Channel{"Terminal", openTerminal, true},
-        Channel{"TerminalOfAnotherUser", openTerminal, false, false},
-        Channel{"Socket",
-                [](auto& ends) { return ::socketpair(AF_UNIX, SOCK_STREAM, 0, ends.data()) == 0; },
-                true}),
+    testing::Values(Channel{"Pipe", openPipe}, Channel{"PipeOfAnotherUser", openPipe, false},
+                    Channel{"Terminal", openTerminal},
+                    Channel{"TerminalOfAnotherUser", openTerminal, false, false},
+                    Channel{"Socket", openSocket}),
     [](const auto& row) { return row.param.name; });
 
 }  // namespace

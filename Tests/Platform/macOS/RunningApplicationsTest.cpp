@@ -3,8 +3,9 @@
 #include "Platform/RunningApplications.h"
 
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 #include <unistd.h>
+
+#include <climits>
 
 #include "Tests/Platform/macOS/StandIns/System.h"
 
@@ -12,15 +13,6 @@ namespace platform {
 namespace {
 
 using stand_in::machine;
-
-pid_t endedProcess() {
-  const pid_t child = fork();
-  if (child == 0) {
-    _exit(0);
-  }
-  waitpid(child, nullptr, 0);
-  return child;
-}
 
 TEST(WorkspaceTest, ListsApplicationsInOrderAndReleasesThem) {
   const int before = stand_in::objectsAlive();
@@ -35,11 +27,11 @@ TEST(WorkspaceTest, ListsApplicationsInOrderAndReleasesThem) {
                            .processIdentifier = getpid()},
                           {.hasExecutable = false, .processIdentifier = -1, .canBeKilled = false},
                           {.identifier = u"", .name = u"", .processIdentifier = 1},
-                          {.identifier = u"com.example.a", .processIdentifier = endedProcess()},
+                          {.identifier = u"com.example.a", .processIdentifier = INT_MAX},
                           {.identifier = u"com.example.a", .terminated = true}};
   {
     const auto found = runningApplications("com.example.a");
-    ASSERT_EQ(found.size(), 3U) << "the last two have ended";
+    ASSERT_EQ(found.size(), 3U) << "no process has the highest id, and the last one has ended";
     EXPECT_EQ(found[0].localizedName, "Caf\u00e9");
     EXPECT_EQ(found[0].executableURL, "/A.app/Contents/MacOS/A");
     EXPECT_EQ(found[0].processIdentifier, getpid());

@@ -8,6 +8,7 @@
 #include <array>
 #include <atomic>
 #include <chrono>
+#include <cmath>
 #include <condition_variable>
 #include <cstdio>
 #include <limits>
@@ -77,11 +78,10 @@ CFTypeID typeOf() {
   return typeid(Of<Value>).hash_code();
 }
 
-constexpr double kTwoTo63 = 0x1p63;
 std::int64_t nearestInteger(double real) {
-  return real >= kTwoTo63   ? std::numeric_limits<std::int64_t>::max()
-         : real < -kTwoTo63 ? std::numeric_limits<std::int64_t>::min()
-                            : static_cast<std::int64_t>(real);
+  using Limits = std::numeric_limits<std::int64_t>;
+  return static_cast<std::int64_t>(
+      std::clamp(static_cast<Integer>(real), Integer{Limits::min()}, Integer{Limits::max()}));
 }
 int& referencesOf(CFTypeRef object) {
   const auto other = others.find(object);
@@ -215,8 +215,7 @@ CFNumberRef CFNumberCreate(CFAllocatorRef /*allocator*/, CFNumberType type, cons
 CFComparisonResult CFNumberCompare(CFNumberRef number, CFNumberRef other, void* /*context*/) {
   const auto& [whole, real] = valueOf<Number>(number);
   const Integer expected = valueOf<Number>(other).integer;
-  const bool isEqual = real ? *real < kTwoTo63 && nearestInteger(*real) == expected &&
-                                  static_cast<double>(expected) == *real
+  const bool isEqual = real ? std::trunc(*real) == *real && static_cast<Integer>(*real) == expected
                             : whole == expected;
   return isEqual ? kCFCompareEqualTo : kCFCompareEqualTo - 1;
 }
