@@ -24,55 +24,44 @@
 namespace platform {
 namespace {
 
-using stand_in::machine;
+using namespace stand_in;              // NOLINT(google-build-using-namespace)
 using namespace std::chrono_literals;  // NOLINT(google-build-using-namespace)
+using namespace std::string_literals;  // NOLINT(google-build-using-namespace)
 
 class MacOSTest : public ::testing::Test {
  protected:
-  void SetUp() override {
+  MacOSTest() {
     (void)CFRunLoopGetCurrent();  // lives as long as the thread
+    before = objectsAlive();
+  }
+  ~MacOSTest() override {
     machine = {};
-    before_ = stand_in::objectsAlive();
+    EXPECT_EQ(objectsAlive(), before) << "a reference was lost or kept";
   }
-  void TearDown() override {
-    kept_.clear();
-    machine = {};
-    EXPECT_EQ(stand_in::objectsAlive(), before_) << "a reference was lost or kept";
-  }
-  /// Keeps the object until the end of the test.
-  CFTypeRef keep(CFTypeRef object) {
-    kept_.emplace_back(object);
-    return object;
-  }
-
- private:
-  int before_ = 0;
-  std::vector<Owned<CFTypeRef>> kept_;
+  int before = 0;
 };
 
 TEST_F(MacOSTest, ConvertsObjectsToPropertyLists) {
   constexpr std::int64_t kSmallest = std::numeric_limits<std::int64_t>::min();
   const std::vector<std::pair<CFTypeRef, PropertyList>> values{
-      {stand_in::text(u"caf\u00e9 \U0001F50B"), "caf\u00e9 \U0001F50B"},
-      {stand_in::text(std::u16string(u"a\0b", 3)), std::string("a\0b", 3)},
-      {stand_in::text(std::u16string{u'a', char16_t{0xD83D}}), "a?"},
-      {stand_in::text(std::u16string{char16_t{0xDC00}, u'a', char16_t{0xD83D}, u'\u00e9'}),
-       "?a?\u00e9"},
-      {stand_in::text(u""), ""},
-      {stand_in::integer(kSmallest), kSmallest},
-      {stand_in::integer(-1), -1L},
-      {stand_in::integer(stand_in::Integer{INT64_MAX} * 4), "<described>"},
-      {stand_in::real(45.0), PropertyList::Value(45.0)},
-      {stand_in::flag(true), true},
-      {stand_in::date(-1.5), PropertyList::Value(PropertyListDate{-1.5})},
-      {stand_in::data("x"), PropertyList::Value(PropertyList::Data{std::byte{'x'}})},
-      {stand_in::data(""), PropertyList::Value(PropertyList::Data{})},
-      {stand_in::array({stand_in::flag(false), nullptr, stand_in::other()}),
-       PropertyList::Array{false, "", "<described>"}},
-      {stand_in::dictionary({{stand_in::text(u"k"), stand_in::other(false)}}),
+      {made(u"caf\u00e9 \U0001F50B"s), "caf\u00e9 \U0001F50B"},
+      {made(u"a\0b"s), std::string("a\0b", 3)},
+      {made(std::u16string{u'a', char16_t{0xD83D}}), "a?"},
+      {made(std::u16string{char16_t{0xDC00}, u'a', char16_t{0xD83D}, u'\u00e9'}), "?a?\u00e9"},
+      {made(u""s), ""},
+      {made(Number{kSmallest}), kSmallest},
+      {made(Number{-1}), -1L},
+      {made(Number{Integer{INT64_MAX} * 4}), "<described>"},
+      {made(Number{.real = 45.0}), PropertyList::Value(45.0)},
+      {made(true), true},
+      {made(Date{-1.5}), PropertyList::Value(PropertyListDate{-1.5})},
+      {made(Data{"x"}), PropertyList::Value(PropertyList::Data{std::byte{'x'}})},
+      {made(Data{""}), PropertyList::Value(PropertyList::Data{})},
+      {array({made(false), nullptr, made(Other{})}), PropertyList::Array{false, "", "<described>"}},
+      {dictionary({{made(u"k"s), made(Other{.hasDescription = false})}}),
        PropertyList::Dictionary{{"k", ""}}},
-      {stand_in::dictionary({{stand_in::integer(1), stand_in::text(u"x")}}), "<described>"},
-      {stand_in::dictionary({}), PropertyList::Dictionary{}},
+      {dictionary({{made(Number{1}), made(u"x"s)}}), "<described>"},
+      {dictionary({}), PropertyList::Dictionary{}},
       {nullptr, ""},
   };
   for (std::size_t index = 0; index < values.size(); ++index) {
@@ -85,11 +74,10 @@ TEST_F(MacOSTest, ConvertsObjectsToPropertyLists) {
 
 TEST_F(MacOSTest, ListsPowerSourcesInTheSystemsOrder) {
   EXPECT_TRUE(powerSources().empty()) << "no information";
-  machine.powerInformation = keep(stand_in::other());
+  machine.powerInformation.reset(made(Other{}));
   EXPECT_TRUE(powerSources().empty()) << "no list";
-  machine.powerSources = keep(stand_in::array(
-      {stand_in::dictionary({{stand_in::text(u"Current Capacity"), stand_in::integer(45)}}),
-       stand_in::text(u"odd")}));
+  machine.powerSources.reset(
+      array({dictionary({{made(u"Current Capacity"s), made(Number{45})}}), made(u"odd"s)}));
   const std::vector<PropertyList> expected{PropertyList::Dictionary{{"Current Capacity", 45L}},
                                            "odd"};
   EXPECT_EQ(powerSources(), expected);
@@ -101,13 +89,14 @@ TEST_F(MacOSTest, CapacityIsANumberAbsentOrTheSystemsError) {
   EXPECT_EQ(availableCapacity("/").value(), std::nullopt);
   EXPECT_EQ(machine.volume, "/");
   EXPECT_TRUE(machine.volumeIsDirectory);
-  machine.capacity = keep(stand_in::integer(20'000'000'000));
+  machine.capacity.reset(made(Number{20'000'000'000}));
   EXPECT_EQ(availableCapacity("/x").value(), 20'000'000'000);
   EXPECT_FALSE(machine.volumeIsDirectory);
-  machine.capacity = keep(stand_in::real(20.0));
+  machine.capacity.reset(made(Number{.real = 20.0}));
   EXPECT_EQ(availableCapacity("/").value(), 20);
-  for (const CFTypeRef odd : {stand_in::text(u"20"), stand_in::real(0.5), stand_in::real(0x1p63)}) {
-    machine.capacity = keep(odd);
+  for (const CFTypeRef odd :
+       {made(u"20"s), made(Number{.real = 0.5}), made(Number{.real = 0x1p63})}) {
+    machine.capacity.reset(odd);
     EXPECT_EQ(availableCapacity("/").value(), std::nullopt);
   }
   EXPECT_EQ(availableCapacity("").error(), "there is no volume at this path");
@@ -119,9 +108,9 @@ TEST_F(MacOSTest, CapacityIsANumberAbsentOrTheSystemsError) {
 
 TEST_F(MacOSTest, ConsoleUserIsAPerson) {
   EXPECT_EQ(consoleUserName(), std::nullopt);
-  machine.consoleUser = keep(stand_in::text(u"loginwindow"));
+  machine.consoleUser.reset(made(u"loginwindow"s));
   EXPECT_EQ(consoleUserName(), std::nullopt);
-  machine.consoleUser = keep(stand_in::text(u"ren\u00e9e"));
+  machine.consoleUser.reset(made(u"ren\u00e9e"s));
   EXPECT_EQ(consoleUserName(), "ren\u00e9e");
 }
 
@@ -139,8 +128,7 @@ TEST_F(MacOSTest, ReadsProcessorVersionAndLanguages) {
   EXPECT_TRUE(isAppleSilicon());
   EXPECT_EQ(productVersionFromKernel(), "14.5");
   EXPECT_TRUE(preferredLanguages().empty());
-  machine.languages = keep(stand_in::array({stand_in::text(u"de-CH"), stand_in::flag(true),
-                                            stand_in::text(u""), stand_in::text(u"en")}));
+  machine.languages.reset(array({made(u"de-CH"s), made(true), made(u""s), made(u"en"s)}));
   EXPECT_EQ(preferredLanguages(), (std::vector<std::string>{"de-CH", "en"}));
 }
 

@@ -16,39 +16,17 @@
 #include <thread>
 #include <typeinfo>
 
-#include "Platform/macOS/Owned.h"
-
 namespace stand_in {
 namespace {
 
-using platform::Owned;
 using namespace std::string_literals;  // NOLINT(google-build-using-namespace)
 
 std::atomic<int> alive = 0;
 std::map<CFTypeRef, int> others;  // objects of another kind, with their reference counts
 void (*endOther)(CFTypeRef object) = nullptr;
 
-/// An object that holds a value of this type, such as a string's UTF-16 units.
-template <typename Value>
-struct Of final : Object {
-  explicit Of(Value given) : value(std::move(given)) {}
-  Value value;
-};
-struct Number {
-  Integer integer = 0;
-  std::optional<double> real;
-};
-struct Date {
-  double seconds;
-};
-struct Data {
-  std::string bytes;
-};
 using Array = std::vector<Owned<CFTypeRef>>;
 using Dictionary = std::vector<std::pair<Owned<CFTypeRef>, Owned<CFTypeRef>>>;
-struct Other {
-  bool hasDescription;
-};
 struct Error {
   std::u16string reason;
 };
@@ -65,13 +43,8 @@ Value& valueOf(CFTypeRef object) {
   return dynamic_cast<Of<Value>&>(*objectOf(object)).value;
 }
 template <typename Reference>
-Reference retained(CFTypeRef object) {
-  return reinterpret_cast<Reference>(
-      const_cast<void*>(object == nullptr ? nullptr : CFRetain(object)));
-}
-template <typename Reference = CFTypeRef, typename Value>
-Reference made(Value value) {
-  return reinterpret_cast<Reference>(static_cast<Object*>(new Of<Value>(std::move(value))));
+Reference retained(const Owned<CFTypeRef>& object) {
+  return static_cast<Reference>(object == nullptr ? nullptr : CFRetain(object.get()));
 }
 template <typename Value>
 CFTypeID typeOf() {
@@ -105,19 +78,12 @@ std::string bytesOf(const void* text) {
   return {units.begin(), units.end()};
 }
 
-CFTypeRef text(std::u16string_view units) { return made(std::u16string(units)); }
-CFTypeRef integer(Integer number) { return made(Number{.integer = number}); }
-CFTypeRef real(double number) { return made(Number{.real = number}); }
-CFTypeRef flag(bool value) { return made(value); }
-CFTypeRef date(double secondsSince2001) { return made(Date{secondsSince2001}); }
-CFTypeRef data(std::string_view bytes) { return made(Data{std::string(bytes)}); }
 CFTypeRef array(const std::vector<CFTypeRef>& elements) {
   return made(Array(elements.begin(), elements.end()));
 }
 CFTypeRef dictionary(const std::vector<std::pair<CFTypeRef, CFTypeRef>>& entries) {
   return made(Dictionary(entries.begin(), entries.end()));
 }
-CFTypeRef other(bool hasDescription) { return made(Other{hasDescription}); }
 
 }  // namespace stand_in
 
@@ -220,7 +186,9 @@ CFComparisonResult CFNumberCompare(CFNumberRef number, CFNumberRef other, void* 
   return isEqual ? kCFCompareEqualTo : kCFCompareEqualTo - 1;
 }
 // CFDate.c.
-CFAbsoluteTime CFDateGetAbsoluteTime(CFDateRef date) { return valueOf<Date>(date).seconds; }
+CFAbsoluteTime CFDateGetAbsoluteTime(CFDateRef date) {
+  return valueOf<Date>(date).secondsSince2001;
+}
 CFIndex CFDataGetLength(CFDataRef data) { return std::ssize(valueOf<Data>(data).bytes); }
 // CFData.c: for an NSData its `bytes`, which may be null if there are none.
 const UInt8* CFDataGetBytePtr(CFDataRef data) {
@@ -247,7 +215,7 @@ void CFDictionaryGetKeysAndValues(CFDictionaryRef dictionary, const void** keys,
 // IOKit, System Configuration: documentation.
 CFTypeRef IOPSCopyPowerSourcesInfo() { return retained<CFTypeRef>(machine.powerInformation); }
 CFArrayRef IOPSCopyPowerSourcesList(CFTypeRef information) {
-  return information != machine.powerInformation ? nullptr
+  return information != machine.powerInformation.get() ? nullptr
                                                  : retained<CFArrayRef>(machine.powerSources);
 }
 CFDictionaryRef IOPSGetPowerSourceDescription(CFTypeRef /*information*/, CFTypeRef source) {
@@ -426,7 +394,8 @@ CFRunLoopRunResult CFRunLoopRunInMode(CFRunLoopMode mode, CFTimeInterval seconds
   if (!loopsWoken.wait_for(lock, until, [&] { return signalled() != added.end(); })) {
     return kCFRunLoopRunTimedOut;
   }
-  const Owned<CFRunLoopSourceRef> source(retained<CFRunLoopSourceRef>(signalled()->second));
+  const Owned<CFRunLoopSourceRef> source(signalled()->second);
+  CFRetain(source.get());
   sourceOf(source.get())->isSignalled = false;
   lock.unlock();
   const CFRunLoopSourceContext& context = sourceOf(source.get())->context;

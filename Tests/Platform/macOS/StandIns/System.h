@@ -12,8 +12,11 @@
 #include <utility>
 #include <vector>
 
+#include "Platform/macOS/Owned.h"
+
 namespace stand_in {
 
+using platform::Owned;
 __extension__ using Integer = __int128;
 
 /// The base of all objects. Created with one reference and destroyed by the last release.
@@ -26,6 +29,36 @@ class Object {
   int references = 1;
 };
 
+/// An object that holds a value of this type, such as a string's UTF-16 units.
+template <typename Value>
+struct Of final : Object {
+  explicit Of(Value given) : value(std::move(given)) {}
+  Value value;
+};
+struct Number {
+  Integer integer = 0;
+  std::optional<double> real;
+};
+struct Date {
+  double secondsSince2001;
+};
+struct Data {
+  std::string bytes;
+};
+/// Of a type that no property list has.
+struct Other {
+  bool hasDescription = true;
+};
+
+// The caller owns what these functions return. Containers take ownership of their elements, which
+// may be null.
+template <typename Reference = CFTypeRef, typename Value>
+[[nodiscard]] Reference made(Value value) {
+  return reinterpret_cast<Reference>(static_cast<Object*>(new Of<Value>(std::move(value))));
+}
+[[nodiscard]] CFTypeRef array(const std::vector<CFTypeRef>& elements);
+[[nodiscard]] CFTypeRef dictionary(const std::vector<std::pair<CFTypeRef, CFTypeRef>>& entries);
+
 /// Makes CFRetain and CFRelease work for an object of another kind, created with one reference;
 /// `end` destroys any such object.
 void countReferences(CFTypeRef object, void (*end)(CFTypeRef object));
@@ -35,19 +68,6 @@ void countReferences(CFTypeRef object, void (*end)(CFTypeRef object));
 
 /// The text, which is ASCII.
 [[nodiscard]] std::string bytesOf(const void* text);
-
-// Factories; the caller owns the result. Containers take ownership of their elements, which may be
-// null.
-[[nodiscard]] CFTypeRef text(std::u16string_view units);
-[[nodiscard]] CFTypeRef integer(Integer number);
-[[nodiscard]] CFTypeRef real(double number);
-[[nodiscard]] CFTypeRef flag(bool value);
-[[nodiscard]] CFTypeRef date(double secondsSince2001);
-[[nodiscard]] CFTypeRef data(std::string_view bytes);
-[[nodiscard]] CFTypeRef array(const std::vector<CFTypeRef>& elements);
-[[nodiscard]] CFTypeRef dictionary(const std::vector<std::pair<CFTypeRef, CFTypeRef>>& entries);
-/// Of a type that no property list has.
-[[nodiscard]] CFTypeRef other(bool hasDescription = true);
 
 /// A running application.
 struct Instance {
@@ -60,14 +80,14 @@ struct Instance {
   bool terminated = false;
 };
 
-/// The machine's state. Objects, which may be null, are owned by the test.
+/// The machine's state.
 struct Machine {
-  CFTypeRef powerInformation = nullptr;
-  CFTypeRef powerSources = nullptr;
+  Owned<CFTypeRef> powerInformation;
+  Owned<CFTypeRef> powerSources;
   bool describesPowerSources = true;
-  CFTypeRef consoleUser = nullptr;
-  CFTypeRef languages = nullptr;
-  CFTypeRef capacity = nullptr;
+  Owned<CFTypeRef> consoleUser;
+  Owned<CFTypeRef> languages;
+  Owned<CFTypeRef> capacity;
   std::optional<std::u16string> capacityError;  ///< If empty, the error has no message.
   std::string volume;                           ///< The requested path.
   bool volumeIsDirectory = false;

@@ -27,7 +27,7 @@ const stand_in::Instance*& instanceOf(id object) {
 }
 
 CFTypeRef textOrNull(const std::optional<std::u16string>& text) {
-  return text ? stand_in::text(*text) : nullptr;
+  return text ? stand_in::made(*text) : nullptr;
 }
 
 }  // namespace
