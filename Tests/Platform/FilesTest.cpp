@@ -1,7 +1,6 @@
 #include "Platform/Files.h"
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
@@ -149,18 +148,6 @@ TEST_F(FilesTest, LockSetsAsideWhatIsNoFile) {
     EXPECT_EQ(lstat(held->setAside().c_str(), &status), 0);
     EXPECT_FALSE(FileLock::acquire(path, std::chrono::milliseconds(0)));
   }
-}
-
-TEST_F(FilesTest, WriteBeyondTheSizeLimitFails) {
-  const std::string path = directory.write("counts", "old");
-  const auto writeTooMuch = [&] {  // in a child process, because of its limit
-    const rlimit limit{.rlim_cur = 100, .rlim_max = 100};
-    ::setrlimit(RLIMIT_FSIZE, &limit);
-    const auto written = writeFileAtomically(path, std::string(1000, 'x'));
-    ::_exit(!written && written.error().code == std::errc::file_too_large ? 0 : 1);
-  };
-  EXPECT_EXIT(writeTooMuch(), testing::ExitedWithCode(0), "");
-  EXPECT_EQ(directory.read("counts"), "old");
 }
 
 TEST_F(FilesTest, ReplacesTheLinkNotItsTarget) {

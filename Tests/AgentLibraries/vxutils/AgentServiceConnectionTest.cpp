@@ -171,20 +171,7 @@ TEST_F(AgentServiceConnectionTest, SendsNoKeyToAnotherUsersServiceAndLogsWhy) {
                                     "directory is not known.")));
 }
 
-TEST_F(AgentServiceConnectionTest, AnswersManyConcurrentRequests) {
-  const AgentServiceServer server(path, [](const std::string&) { return std::string(4000, 'v'); });
-  AgentServiceConnection connection;
-  const auto service = connection.getService();
-  std::vector<std::future<Value>> asked;
-  for (int request = 0; request < 3000; ++request) {
-    asked.push_back(ask(*service, std::string(200, 'k')));
-  }
-  for (std::future<Value>& each : asked) {
-    EXPECT_EQ(answer(std::move(each)), std::string(4000, 'v'));
-  }
-}
-
-TEST_F(AgentServiceConnectionTest, ServerDoesNotBlockOnClientsAndRemovesItsSocket) {
+TEST_F(AgentServiceConnectionTest, ServerAnswersManyRequestsDespiteBadClientsAndRemovesItsSocket) {
   auto server = std::make_unique<AgentServiceServer>(
       path, [](const std::string&) { return std::string(4000, 'v'); });
   std::string requests;
@@ -200,7 +187,14 @@ TEST_F(AgentServiceConnectionTest, ServerDoesNotBlockOnClientsAndRemovesItsSocke
   EXPECT_THAT(log.records(), ::testing::ElementsAre(ErrorLine(
                                  "Disconnected a client that sent a line that is no request.")));
   AgentServiceConnection connection;
-  EXPECT_TRUE(answer(ask(*connection.getService(), "key")));
+  const auto service = connection.getService();
+  std::vector<std::future<Value>> asked;
+  for (int request = 0; request < 3000; ++request) {
+    asked.push_back(ask(*service, std::string(200, 'k')));
+  }
+  for (std::future<Value>& each : asked) {
+    EXPECT_EQ(answer(std::move(each)), std::string(4000, 'v'));
+  }
   server.reset();
   EXPECT_FALSE(std::filesystem::exists(path));
 }
