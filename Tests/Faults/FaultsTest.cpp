@@ -10,6 +10,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
+#include <map>
 #include <new>
 #include <optional>
 #include <ostream>
@@ -299,40 +300,31 @@ long walk(const Operation& operation, const Fault& fault, bool forGood) {
   }
 }
 
-const std::vector<std::pair<const char*, std::vector<int>>> kErrorsOfCalls{
-    {"open", {EMFILE, EINTR}},
-    {"openat", {ENOSPC}},
-    {"read", {EIO, EINTR, kMovesOneByte}},
-    {"write", {ENOSPC, EIO, EINTR, kMovesOneByte}},
-    {"fsync", {EIO, EINTR}},
-    {"rename", {EIO}},
-    {"renameat", {EIO}},
-    {"linkat", {EPERM, EIO}},
-    {"fchmod", {EIO}},
-    {"flock", {ENOLCK, EINTR}},
-    {"fcntl", {EMFILE}},
-    {"pipe2", {EMFILE}},
-    {"posix_spawn", {EAGAIN, ENOMEM}},
-    {"poll", {EINTR, ENOMEM}},
-    {"waitid", {EINTR, ECHILD}},
-    {"syscall", {ENOSYS}},
-    {"socket", {EMFILE}},
-    {"connect", {ECONNREFUSED, EINTR}},
-    {"bind", {EACCES}},
-    {"listen", {EIO}},
-    {"accept4", {EMFILE}},
-    {"send", {EPIPE, EINTR, kMovesOneByte}},
-    {"recv", {ECONNRESET, EINTR, kMovesOneByte}},
-    {"pthread_create", {EAGAIN}},
-    {"new", {0}},
+const std::map<int, std::vector<const char*>> kCallsByError{
+    {EINTR,
+     {"open", "read", "write", "fsync", "flock", "poll", "waitid", "connect", "send", "recv"}},
+    {kMovesOneByte, {"read", "write", "send", "recv"}},
+    {EMFILE, {"open", "fcntl", "pipe2", "socket", "accept4"}},
+    {ENOSPC, {"openat", "write"}},
+    {EIO, {"read", "write", "fsync", "rename", "renameat", "linkat", "fchmod", "listen"}},
+    {EPERM, {"linkat"}},
+    {ENOLCK, {"flock"}},
+    {EAGAIN, {"posix_spawn", "pthread_create"}},
+    {ENOMEM, {"posix_spawn", "poll", "new"}},
+    {ECHILD, {"waitid"}},
+    {ENOSYS, {"syscall"}},
+    {ECONNREFUSED, {"connect"}},
+    {EACCES, {"bind"}},
+    {EPIPE, {"send"}},
+    {ECONNRESET, {"recv"}},
 };
 
 class Faults : public testing::TestWithParam<Operation> {};
 
 TEST_P(Faults, FailOnce) {
   long faults = 0;
-  for (const auto& [call, errors] : kErrorsOfCalls) {
-    for (const int error : errors) {
+  for (const auto& [error, calls] : kCallsByError) {
+    for (const char* const call : calls) {
       faults += walk(GetParam(), {call, error}, false);
     }
   }
@@ -341,11 +333,9 @@ TEST_P(Faults, FailOnce) {
 }
 
 TEST_P(Faults, FailPermanently) {
-  for (const auto& [call, errors] : kErrorsOfCalls) {
-    for (const int error : errors) {
-      if (error != EINTR) {
-        walk(GetParam(), {call, error}, true);
-      }
+  for (const auto& [error, calls] : kCallsByError) {
+    for (const char* const call : error == EINTR ? std::vector<const char*>() : calls) {
+      walk(GetParam(), {call, error}, true);
     }
   }
 }

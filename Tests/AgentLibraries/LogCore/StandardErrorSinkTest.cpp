@@ -83,6 +83,11 @@ class SlowReaderTest : public ::testing::TestWithParam<Channel> {
     EXPECT_EQ(::seteuid(user), 0);
     ::fcntl(readEnd.get(), F_SETFL, O_NONBLOCK);
   }
+  void writeLines(int count) {
+    for (int line = 0; line < count; ++line) {
+      write(*sink, std::string(1000, 'x'));
+    }
+  }
   /// What there is to read, up to `most` bytes.
   std::string read(std::size_t most) const {
     std::string text(most, '\0');
@@ -106,9 +111,7 @@ class SlowReaderTest : public ::testing::TestWithParam<Channel> {
 TEST_P(SlowReaderTest, DelaysARunByLittleAndLearnsHowManyLinesAreMissing) {
   const auto start = std::chrono::steady_clock::now();
   const auto passed = [&] { return std::chrono::steady_clock::now() - start; };
-  for (int line = 0; line < 500; ++line) {
-    write(*sink, std::string(1000, 'x'));
-  }
+  writeLines(500);
   EXPECT_LT(passed(), std::chrono::seconds(4)) << "nobody reads";
   std::atomic<bool> isDone = false;
   std::thread reader([&] {
@@ -119,17 +122,12 @@ TEST_P(SlowReaderTest, DelaysARunByLittleAndLearnsHowManyLinesAreMissing) {
       platform::waitForAny({&awaited, 1}, std::chrono::milliseconds(20));
     }
   });
-  const int count = GetParam().isFast ? 1000 : 10;  // else the reader isn't slower than the sink
-  for (int line = 0; line < count; ++line) {
-    write(*sink, std::string(1000, 'x'));
-  }
+  writeLines(GetParam().isFast ? 1000 : 10);  // else the reader isn't slower than the sink
   isDone = true;
   reader.join();
   EXPECT_LT(passed(), std::chrono::seconds(6)) << "a slow reader";
   EXPECT_THAT(readAll(), testing::HasSubstr("xxx"));
-  for (int line = 0; line < 500; ++line) {  // more than fits
-    write(*sink, std::string(1000, 'x'));
-  }
+  writeLines(500);  // more than fits
   (void)readAll();
   write(*sink, "again");
   EXPECT_THAT(readAll(), testing::ContainsRegex(

@@ -9,12 +9,12 @@
 
 namespace {
 
-std::vector<std::vector<CFTypeRef>> pools;  // objects to release with each pool
+std::vector<std::vector<stand_in::Owned<CFTypeRef>>> pools;
 
 /// Adds the object to the innermost pool.
 id left(CFTypeRef object) {
   if (object != nullptr) {
-    pools.back().push_back(object);  // requires an open pool
+    pools.back().emplace_back(object);  // requires an open pool
   }
   return reinterpret_cast<id>(const_cast<void*>(object));
 }
@@ -70,11 +70,8 @@ CFTypeRef textOrNull(const std::optional<std::u16string>& text) {
   return self;
 }
 - (void)drain {
-  const std::vector<CFTypeRef> objects = std::move(pools.back());
+  const auto released = std::move(pools.back());
   pools.pop_back();
-  for (const CFTypeRef object : objects) {
-    CFRelease(object);
-  }
   object_dispose(self);
 }
 @end
