@@ -203,15 +203,12 @@ const std::vector<Operation> kOperations{
 std::string leftovers(std::ptrdiff_t descriptors) {
   std::string found;
   for (int attempt = 0; attempt < 300; ++attempt) {
-    found.clear();
-    if (entriesOf("/proc/self/task") != 1) {
-      found = "a thread is left";
-    } else if (siginfo_t child{};
-               waitid(P_ALL, 0, &child, WEXITED | WNOHANG | WNOWAIT) != -1) {  // reaps no zombie
-      found = "a child process is left";
-    } else if (const std::ptrdiff_t now = entriesOf("/proc/self/fd"); now != descriptors) {
-      found = std::to_string(now - descriptors) + " descriptors are left";
-    }
+    siginfo_t child{};
+    const bool hasChild = waitid(P_ALL, 0, &child, WEXITED | WNOHANG | WNOWAIT) != -1;
+    found = entriesOf("/proc/self/task") != 1           ? "a thread is left"
+            : hasChild                                  ? "a child process is left"
+            : entriesOf("/proc/self/fd") != descriptors ? "the number of descriptors differs"
+                                                        : "";
     if (found.empty()) {
       break;
     }

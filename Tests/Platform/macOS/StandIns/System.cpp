@@ -216,7 +216,7 @@ void CFDictionaryGetKeysAndValues(CFDictionaryRef dictionary, const void** keys,
 CFTypeRef IOPSCopyPowerSourcesInfo() { return retained<CFTypeRef>(machine.powerInformation); }
 CFArrayRef IOPSCopyPowerSourcesList(CFTypeRef information) {
   return information != machine.powerInformation.get() ? nullptr
-                                                 : retained<CFArrayRef>(machine.powerSources);
+                                                       : retained<CFArrayRef>(machine.powerSources);
 }
 CFDictionaryRef IOPSGetPowerSourceDescription(CFTypeRef /*information*/, CFTypeRef source) {
   return machine.describesPowerSources ? static_cast<CFDictionaryRef>(source) : nullptr;
@@ -326,7 +326,7 @@ struct Source final : Object {
   CFRunLoopSourceContext context;
   bool isSignalled = false;
 };
-Source* sourceOf(CFRunLoopSourceRef source) { return reinterpret_cast<Source*>(source); }
+Source* sourceOf(CFRunLoopSourceRef source) { return static_cast<Source*>(objectOf(source)); }
 
 // __CFRunLoopModeIsEmpty: the main thread's common modes, of which the default mode is one, are
 // never empty, because they carry the main dispatch queue; except in a block that this queue runs.
