@@ -11,12 +11,13 @@ namespace {
 
 std::vector<std::vector<stand_in::Owned<CFTypeRef>>> pools;
 
-/// Adds the object to the innermost pool.
-id left(CFTypeRef object) {
-  if (object != nullptr) {
-    pools.back().emplace_back(object);  // requires an open pool
+/// Adds the text, if there is one, to the innermost pool.
+id pooled(const std::optional<std::u16string>& text) {
+  if (!text) {
+    return nil;
   }
-  return reinterpret_cast<id>(const_cast<void*>(object));
+  pools.back().emplace_back(stand_in::made(*text));
+  return reinterpret_cast<id>(const_cast<void*>(pools.back().back().get()));
 }
 
 void end(CFTypeRef object) { [reinterpret_cast<id>(const_cast<void*>(object)) dealloc]; }
@@ -24,10 +25,6 @@ void end(CFTypeRef object) { [reinterpret_cast<id>(const_cast<void*>(object)) de
 /// What the object stands for: an application, also for the URL of its program.
 const stand_in::Instance*& instanceOf(id object) {
   return *static_cast<const stand_in::Instance**>(object_getIndexedIvars(object));
-}
-
-CFTypeRef textOrNull(const std::optional<std::u16string>& text) {
-  return text ? stand_in::made(*text) : nullptr;
 }
 
 }  // namespace
@@ -49,7 +46,8 @@ CFTypeRef textOrNull(const std::optional<std::u16string>& text) {
   CFRelease(self);
 }
 - (instancetype)autorelease {
-  return left(self);
+  pools.back().emplace_back(self);
+  return self;
 }
 - (void)dealloc {
   object_dispose(self);
@@ -88,7 +86,7 @@ id standingFor(const stand_in::Instance* instance, id made) {
 
 @implementation NSURL
 - (NSString*)path {
-  return left(textOrNull(instanceOf(self)->path));
+  return pooled(instanceOf(self)->path);
 }
 @end
 
@@ -115,10 +113,10 @@ id standingFor(const stand_in::Instance* instance, id made) {
   return [[[NSArray alloc] init] autorelease];
 }
 - (NSString*)bundleIdentifier {
-  return left(textOrNull(instanceOf(self)->identifier));
+  return pooled(instanceOf(self)->identifier);
 }
 - (NSString*)localizedName {
-  return left(textOrNull(instanceOf(self)->name));
+  return pooled(instanceOf(self)->name);
 }
 - (BOOL)isTerminated {
   return instanceOf(self)->terminated;
