@@ -13,8 +13,8 @@
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
+#include <optional>
 #include <string>
-#include <utility>
 
 #include "Tests/Fakes/TemporaryDirectory.h"
 
@@ -27,29 +27,22 @@ constexpr const char* kReadyAndStop = "\necho ready\nkill -STOP $$\n";
 constexpr const char* kProgram = "Editor.app/Contents/MacOS/editor";
 
 /// A program that has written a line; killed and reaped on destruction.
-class Launched {
- public:
+struct Launched {
   explicit Launched(const std::string& command)
-      : output_(::popen(("echo $$; exec " + command).c_str(), "r")) {
+      : output(::popen(("echo $$; exec " + command).c_str(), "r")) {
     std::array<char, 32> line{};
-    EXPECT_NE(std::fgets(line.data(), line.size(), output_), nullptr);
-    pid_ = std::stoi(line.data());
-    EXPECT_NE(std::fgets(line.data(), line.size(), output_), nullptr);
+    EXPECT_NE(std::fgets(line.data(), line.size(), output), nullptr);
+    pid = std::stoi(line.data());
+    EXPECT_NE(std::fgets(line.data(), line.size(), output), nullptr);
   }
-  ~Launched() { end(); }
   Launched(const Launched&) = delete;
   Launched& operator=(const Launched&) = delete;
-  [[nodiscard]] pid_t pid() const { return pid_; }
-  void end() {
-    if (output_ != nullptr) {
-      ::kill(pid_, SIGKILL);
-      ::pclose(std::exchange(output_, nullptr));
-    }
+  ~Launched() {
+    ::kill(pid, SIGKILL);
+    ::pclose(output);
   }
-
- private:
-  FILE* output_;
-  pid_t pid_ = 0;
+  FILE* output;
+  pid_t pid = 0;
 };
 
 class RunningApplicationsTest : public ::testing::Test {
@@ -83,7 +76,7 @@ TEST_F(RunningApplicationsTest, FindsScriptsHoweverStarted) {
     const Launched launched(command);
     const auto applications = runningApplications(kIdentifier);
     ASSERT_EQ(applications.size(), 1U);
-    EXPECT_EQ(applications[0].processIdentifier, launched.pid());
+    EXPECT_EQ(applications[0].processIdentifier, launched.pid);
     EXPECT_EQ(applications[0].executableURL, command == viaEnv ? viaEnv : script);
     const auto all = runningApplications(std::nullopt);
     EXPECT_EQ(std::ranges::count(all, kIdentifier, &ApplicationProcess::bundleIdentifier), 1);
@@ -136,8 +129,8 @@ pid_t startWithId(pid_t pid) {
 
 TEST_F(RunningApplicationsTest, ForceTerminateSparesALaterProcessWithTheSameId) {
   const std::string program = add(kProgram);
-  Launched launched(program + " -c '" + kReadyAndStop + "'");
-  const pid_t pid = launched.pid();
+  std::optional<Launched> launched(program + " -c '" + kReadyAndStop + "'");
+  const pid_t pid = launched->pid;
   std::filesystem::remove(program);
   EXPECT_EQ(runningApplications(kIdentifier).size(), 1U);
   EXPECT_EQ(add(kProgram), program);  // as an update does
@@ -149,7 +142,7 @@ TEST_F(RunningApplicationsTest, ForceTerminateSparesALaterProcessWithTheSameId) 
   ::waitid(P_PID, static_cast<id_t>(pid), &information, WEXITED | WNOWAIT);
   EXPECT_TRUE(runningApplications(kIdentifier).empty()) << "it has exited but has not been reaped";
   EXPECT_FALSE(applications[0].forceTerminate());
-  launched.end();
+  launched.reset();
   // The kernel's start times have a resolution of 10 ms.
   for (const auto now = std::chrono::steady_clock::now();
        std::chrono::steady_clock::now() - now < std::chrono::milliseconds(20);) {
