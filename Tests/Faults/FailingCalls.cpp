@@ -4,10 +4,8 @@
 #include <fcntl.h>
 #include <signal.h>  // NOLINT
 #include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <atomic>
 #include <cerrno>
 #include <cstdlib>
@@ -20,8 +18,6 @@ Fault armed;
 bool lasts = false;
 std::atomic<bool> isArmed = false;
 std::atomic<long> callsLeft = 0;
-std::array<const char*, 100> calls;  // not a vector, since `operator new` is one of the functions
-std::size_t callCount = 0;
 std::atomic<int> longestWait = 0;
 
 bool strikes(const char* call) {
@@ -29,15 +25,12 @@ bool strikes(const char* call) {
       (*armed.call == '*' ? std::strcmp(call, "new") == 0 : std::strcmp(armed.call, call) != 0)) {
     return false;
   }
-  if (*armed.call == '*' && callCount < calls.size()) {
-    calls[callCount++] = call;
-  }
   const long left = --callsLeft;
   if (left > 0 || (left < 0 && !lasts)) {
     return false;
   }
   if (armed.before != nullptr) {
-    armed.before();
+    armed.before(call);
     return false;
   }
   errno = armed.error;
@@ -50,7 +43,7 @@ using Function = long(long, long, long, long, long, long, long);
 
 /// The C library's function of this name, looked up at the first call. Not a guarded static:
 /// threads that contend for the guard call `syscall`, which is one of these functions.
-Function* next(std::atomic<Function*>& known, const char* name) {
+Function* original(std::atomic<Function*>& known, const char* name) {
   if (known == nullptr) {
     known = reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
   }
@@ -74,21 +67,12 @@ void armFault(const Fault& fault, long number, bool forGood) {
   armed = fault;
   lasts = forGood;
   callsLeft = number;
-  callCount = 0;
   isArmed = true;
 }
 
 const Fault& armedFault() { return armed; }
 
 int longestPoll() { return longestWait; }
-
-std::string callsMade() {
-  std::string names;
-  for (std::size_t index = 0; index < callCount; ++index) {
-    names.append(calls[index]).append(" ");
-  }
-  return names;
-}
 
 bool disarmFault() {
   isArmed = false;
@@ -103,7 +87,7 @@ bool disarmFault() {
   long replacing_##NAME(long a, long b, long c, long d, long e, long f, long g) {               \
     static constinit std::atomic<Function*> known = nullptr;                                    \
     const auto real = [&](long third, long fourth) {                                            \
-      return next(known, #NAME)(a, b, third, fourth, e, f, g);                                  \
+      return original(known, #NAME)(a, b, third, fourth, e, f, g);                              \
     };                                                                                          \
     return ANSWER;                                                                              \
   }
