@@ -53,7 +53,8 @@ Function* original(std::atomic<Function*>& known, const char* name) {
 /// Makes a successful `waitid` answer that other code has reaped the child.
 long reapedByOthers(long answer, long child, long options) {
   const bool isReaped =
-      (options & WNOHANG) == 0 || reinterpret_cast<const siginfo_t*>(child)->si_pid != 0;
+      (options & WNOHANG) == 0 ||
+      reinterpret_cast<const siginfo_t*>(child)->si_pid != 0;  // NOLINT(*-int-to-ptr)
   if (static_cast<int>(answer) != 0 || !isReaped) {
     return answer;
   }

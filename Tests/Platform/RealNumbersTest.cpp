@@ -42,7 +42,7 @@ TEST(RealNumbersTest, AreReadAndWrittenAsInTheCLocale) {
     EXPECT_EQ(shortestText(number), expected);
   }
   EXPECT_EQ(shortestText(std::numeric_limits<double>::max()), "1.7976931348623157e+308");
-  EXPECT_EQ(shortestText(9007199254740993), "9007199254740992");
+  EXPECT_EQ(shortestText(9007199254740993.0), "9007199254740992");
   EXPECT_EQ(decimalText(2.0 / 3, 2), "0.67");
 }
 

@@ -124,7 +124,10 @@ CFTypeID CFDateGetTypeID() { return typeOf<Date>(); }
 CFTypeID CFDataGetTypeID() { return typeOf<Data>(); }
 CFTypeID CFArrayGetTypeID() { return typeOf<Array>(); }
 CFTypeID CFDictionaryGetTypeID() { return typeOf<Dictionary>(); }
-CFTypeID CFGetTypeID(CFTypeRef object) { return typeid(*objectOf(object)).hash_code(); }
+CFTypeID CFGetTypeID(CFTypeRef object) {
+  const Object& known = *objectOf(object);
+  return typeid(known).hash_code();
+}
 // CFRuntime.c: null for null; the header allows it for other objects, too.
 CFStringRef CFCopyDescription(CFTypeRef object) {
   const auto* const odd = dynamic_cast<Of<Other>*>(objectOf(object));
