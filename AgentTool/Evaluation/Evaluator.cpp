@@ -108,11 +108,7 @@ class Evaluator::RecordedMachine final : public vexlo::PowerSourceResolver,
                                          public vexlo::SoftwareUpdateNotifier,
                                          public vexlo::ActionObserver {
  public:
-  const vexlo::MachineFacts machine{
-      .macOSMajorVersion = [this] { return facts_->macOSMajorVersion; },
-      .isAppleSilicon = [this] { return facts_->isAppleSilicon; },
-      .mdmEnrollment =
-          [this] { return facts_->mdmEnrollment.value_or(vxutils::EnrollmentType::not_enrolled); }};
+  const vexlo::MachineFacts machine = recordedMachine(facts_);
   RecordedFile patchData;
   RecordedLabels labels;
 

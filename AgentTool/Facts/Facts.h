@@ -18,6 +18,7 @@
 #include "AgentTool/JSON/JSONFields.h"
 #include "Platform/Calendar.h"
 #include "Platform/PropertyList.h"
+#include "VexloPatchDeployment/Adapters/MachineFacts.h"
 #include "VexloPatchDeployment/Validators/Battery/PowerSourceResolver.h"
 #include "VexloPatchDeployment/Validators/DeferCheck/AvailableOSUpdatesResolver.h"
 
@@ -135,6 +136,9 @@ struct FactsExtent {
 /// even if a tool or the agent's service doesn't answer, plus the time for asking Apple's servers
 /// and, for credentials, up to 10 seconds a key.
 [[nodiscard]] Facts readFacts(const FactsExtent& extent);
+
+/// The machine as `*facts` records it at the time of each call.
+[[nodiscard]] vexlo::MachineFacts recordedMachine(const Facts* const& facts);
 
 /// Where `installAssistants` are searched.
 constexpr std::string_view kApplicationsFolder = "/Applications";

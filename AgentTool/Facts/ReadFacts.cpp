@@ -17,7 +17,6 @@
 #include "Platform/Machine.h"
 #include "Platform/RunningApplications.h"
 #include "Platform/Text.h"
-#include "VexloPatchDeployment/Adapters/MachineFacts.h"
 #include "VexloPatchDeployment/Adapters/PlistDecoding.h"
 #include "VexloPatchDeployment/Adapters/PlistManager.h"
 #include "VexloPatchDeployment/Common/AgentPaths.h"
@@ -363,5 +362,14 @@ class Reader {
 }  // namespace
 
 Facts readFacts(const FactsExtent& extent) { return Reader().read(extent); }
+
+vexlo::MachineFacts recordedMachine(const Facts* const& facts) {
+  return {
+      .macOSMajorVersion = [&facts] { return facts->macOSMajorVersion; },
+      .isAppleSilicon = [&facts] { return facts->isAppleSilicon; },
+      .mdmEnrollment =
+          [&facts] { return facts->mdmEnrollment.value_or(vxutils::EnrollmentType::not_enrolled); },
+  };
+}
 
 }  // namespace agent_tool

@@ -239,8 +239,9 @@ TEST_F(FactsSchemaTest, DescribesTheFactsOfRealAndSyntheticMachines) {
   }
   EXPECT_EQ(written.as_object().size() + 1, described.size()) << "all but the name";
   const auto synthetic = boost::json::parse(ran("make-fleet", {"1"}).output);
-  EXPECT_EQ(synthetic.as_object().size(), described.size())
-      << "make-fleet's machines have other facts";
+  for (const auto& [name, value] : synthetic.as_object()) {
+    EXPECT_TRUE(described.contains(name)) << "make-fleet's " << name;
+  }
 }
 
 }  // namespace

