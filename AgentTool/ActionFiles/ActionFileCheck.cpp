@@ -471,9 +471,8 @@ class FileCheck {
 
   /// The line's number, from 1, and where it starts.
   std::pair<std::size_t, std::size_t> lineAt(std::size_t offset) {
-    for (std::size_t feed = source_.find('\n', lineStarts_.back()); feed < offset;
-         feed = source_.find('\n', feed + 1)) {
-      lineStarts_.push_back(static_cast<std::uint32_t>(feed + 1));
+    for (; nextFeed_ < offset; nextFeed_ = source_.find('\n', nextFeed_ + 1)) {
+      lineStarts_.push_back(static_cast<std::uint32_t>(nextFeed_ + 1));
     }
     const auto next = std::ranges::upper_bound(lineStarts_, offset);
     return {next - lineStarts_.begin(), *std::prev(next)};
@@ -482,7 +481,8 @@ class FileCheck {
   std::string_view source_;
   const JSONValue& root_;
   std::vector<std::uint32_t> offsets_;
-  std::vector<std::uint32_t> lineStarts_{0};  // as far as needed
+  std::vector<std::uint32_t> lineStarts_{0};   // as far as needed
+  std::size_t nextFeed_ = source_.find('\n');  // the end of the last of these lines
   std::vector<Finding> findings_;
 };
 

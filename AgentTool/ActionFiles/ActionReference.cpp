@@ -16,14 +16,12 @@
 namespace agent_tool {
 namespace {
 
-using FileCodec::jsonArray;
 using FileCodec::jsonList;
 using FileCodec::JSONObject;
 using FileCodec::jsonString;
 using LogCore::text;
 using platform::joined;
 using vexlo::ActionArgument;
-using vexlo::DocumentedResult;
 using vexlo::KnownActionRow;
 
 constexpr std::size_t kHelpWidth = 80;
@@ -69,7 +67,7 @@ std::string asMarkdown(const KnownActionRow& action) {
     out += '\n';
   }
   out += "| result | when |\n| --- | --- |\n";
-  for (const DocumentedResult& each : action.results) {
+  for (const vexlo::DocumentedResult& each : action.results) {
     out += text("| `", each.result, "` | ", each.when, " |\n");
   }
   return out;
@@ -108,7 +106,7 @@ std::string schemaOfAction(const KnownActionRow& action) {
     items.pop_back();
   }
   if (!items.empty()) {
-    schema.addJSON("prefixItems", jsonArray(items));
+    schema.addJSON("prefixItems", FileCodec::jsonArray(items));
   }
   schema.addJSON("minItems", std::to_string(action.requiredArguments()));
   if (!action.lastRepeats) {
@@ -190,7 +188,7 @@ std::string explanationOf(const KnownActionRow& action) {
   }
   out += text("\nIn an action file:\n  ", jsonString(action.code), ": ", exampleArguments(action),
               "\n\nResults:\n");
-  for (const DocumentedResult& each : action.results) {
+  for (const vexlo::DocumentedResult& each : action.results) {
     out += text("  ", each.result, '\n') + paragraph(each.when, 6);
   }
   return out;

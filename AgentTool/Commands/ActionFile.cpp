@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <string>
 
+#include "AgentLibraries/LogCore/Text.h"
 #include "AgentTool/Console/PrintableText.h"
 
 namespace agent_tool {
@@ -16,12 +17,12 @@ ActionFile decoded(vexlo::PatchActionJSONParser& parser) {
 }
 
 std::vector<std::string_view> namesNotInFile(const PatchRequest& request,
-                                             const vexlo::PatchActionGroup& file,
-                                             Console& console) {
+                                             const vexlo::PatchActionGroup& file, Console& console,
+                                             std::string_view fileName) {
   std::vector<std::string_view> names;
   const auto add = [&](std::string_view name, const std::string& text) {
     names.push_back(name);
-    console.reportError("the action file has no " + printable(text));
+    console.reportError(LogCore::text(fileName, " has no ", printable(text)));
   };
   const auto byProduct = file.productServicePackActions();
   const auto byPatch = file.patchActions();

@@ -21,9 +21,11 @@ using ActionFile = std::shared_ptr<const vexlo::PatchActionGroup>;
 
 /// The names of the request's patch that the file lacks, as in its JSON form: "patchID",
 /// "productID" or "servicePackID". If the file has no products, a missing product counts as
-/// present. They are reported on stderr; with `strict` a missing one is a `UsageError`.
+/// present. They are reported on stderr, where `fileName` names the file; with `strict` a missing
+/// one is a `UsageError`.
 std::vector<std::string_view> namesNotInFile(const PatchRequest& request,
-                                             const vexlo::PatchActionGroup& file, Console& console);
+                                             const vexlo::PatchActionGroup& file, Console& console,
+                                             std::string_view fileName = "the action file");
 
 /// The agent's file, and the patch's names that it lacks.
 struct CheckedActionFile {

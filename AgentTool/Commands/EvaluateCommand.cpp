@@ -27,7 +27,6 @@ namespace agent_tool {
 namespace {
 
 using FileCodec::DecodingError;
-using FileCodec::jsonArray;
 using FileCodec::jsonList;
 using FileCodec::JSONObject;
 using LogCore::text;
@@ -58,7 +57,7 @@ Facts factsIn(const std::string& file) try {
   }
   return **facts;
 } catch (const std::system_error& error) {
-  throw DecodingError(file, {}, {}, error.code().message());
+  throw DecodingError({}, {}, {}, error.what());
 }
 
 // `acted` are the actions that would act before.
@@ -130,7 +129,7 @@ ExitStatus evaluate(const EvaluateRequest& request, Console& console) {
     }
   }
   console.write(request.json ? patchAsJSON(request, notInFile, provider.isExempt())
-                                       .addJSON("actions", jsonArray(objects))
+                                       .addJSON("actions", FileCodec::jsonArray(objects))
                                        .done() +
                                    '\n'
                 : rows.empty() ? "No action applies.\n"

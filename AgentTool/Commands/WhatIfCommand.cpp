@@ -98,7 +98,7 @@ class FleetEvaluation {
       try {
         read(file);
       } catch (const std::system_error& error) {
-        report(text(file, ": ", error.code().message()));
+        report(error.what());
         allWereRead_ = false;
       }
     }
@@ -271,6 +271,10 @@ ExitStatus whatIf(const WhatIfRequest& request, Console& console) {
   const ActionFile fileBefore =
       request.compareWith ? readActionFile(*request.compareWith) : nullptr;
   namesNotInFile(request, *file, console);
+  if (PatchRequest former = request; fileBefore) {
+    former.strict = false;  // the patch may be new
+    namesNotInFile(former, *fileBefore, console, "the file to compare with");
+  }
   FleetEvaluation fleet(request, file, fileBefore, console);
   fleet.readAll();
   const FleetSummary& summary = fleet.summary();
@@ -305,6 +309,7 @@ ExitStatus mergeSummaries(const MergeRequest& request, Console& console) {
         isEmpty = false;
         if (line->isTooLong) {
           reject(place, text("expected a line of at most ", kLongestSummary, " bytes"));
+          break;  // it may have no end
         } else if (const auto summary = summaryFromJSON(line->text); !summary) {
           reject(place, summary.error().what());
         } else if (!merged.merge(*summary)) {
@@ -321,7 +326,8 @@ ExitStatus mergeSummaries(const MergeRequest& request, Console& console) {
         reject(input.name(), "expected a summary, found none");
       }
     } catch (const std::system_error& error) {
-      reject(file, error.code().message());
+      console.reportError(printable(error.what()));
+      isUsable = false;
     }
   }
   if (!isUsable) {

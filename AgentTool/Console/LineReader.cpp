@@ -32,7 +32,7 @@ LineReader::LineReader(const std::string& path, std::size_t longestLine,
   if (path != kStandardInputName) {
     file_ = platform::aboveStandard(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY));
     if (!file_) {
-      throw std::system_error(errno, std::generic_category());
+      throw std::system_error(errno, std::generic_category(), name_);
     }
   }
   buffer_.resize(longestLine + kBlockBytes);
@@ -79,7 +79,7 @@ bool LineReader::fill() {
   char* const end = buffer_.data() + unread_.size();
   ssize_t count = platform::uninterrupted([&] { return ::read(descriptor, end, kBlockBytes); });
   if (count < 0) {
-    throw std::system_error(errno, std::generic_category());
+    throw std::system_error(errno, std::generic_category(), name_);
   }
   bytesRead_ += static_cast<std::uint64_t>(count);
   if (count == 0 && !unread_.empty()) {

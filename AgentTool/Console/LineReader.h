@@ -25,7 +25,7 @@ class LineReader {
   };
 
   /// Opens a file of any kind. `beforeWait` is called before a read that would block. Throws
-  /// `std::system_error` if the file can't be opened.
+  /// `std::system_error`, which names it, if the file can't be opened.
   LineReader(
       const std::string& path, std::size_t longestLine, std::function<void()> beforeWait = [] {});
 

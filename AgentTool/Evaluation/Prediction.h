@@ -105,6 +105,16 @@ struct Acted {
   Prediction outcome = Prediction::success;
   friend auto operator<=>(const Acted&, const Acted&) = default;
 };
+/// Rejects an outcome without an act.
+[[nodiscard]] constexpr JSONField<Acted> acting(JSONField<Acted> field) {
+  field.read = [](const JSONValue& value, const JSONPlace& place, Acted& acted) {
+    JSONForm<Prediction>::read(value, place, acted.outcome);
+    if (rowOf(acted.outcome).act.empty()) {
+      rejectValue(value, place, "an outcome that changes the machine");
+    }
+  };
+  return field;
+}
 template <>
 struct JSONFields<Acted> {
   static constexpr std::array list{
@@ -113,7 +123,7 @@ struct JSONFields<Acted> {
           .name = "action",
           .write =
               [](const Acted& acted) { return asJSON(describe(vexlo::ActionID(acted.code))); }},
-      needed(field<&Acted::outcome>("outcome"))};
+      needed(acting(field<&Acted::outcome>("outcome")))};
 };
 
 }  // namespace agent_tool

@@ -40,8 +40,6 @@ struct AgentState {
   std::optional<bool> serviceAnswers;
   std::optional<bool> credentialsStored;  ///< Both the user name and the password.
   std::optional<std::string> userName;    ///< For this machine's command lines; never written.
-
-  bool operator==(const AgentState&) const = default;
 };
 
 /// A property-list file of the agent.
@@ -49,8 +47,6 @@ struct SettingsFile {
   std::optional<std::string> file;  ///< Its path; absent if the agent's data directory is unknown.
   /// Absent if the file can't be read. For the patch data, only the keys that the library reads.
   std::optional<platform::PropertyList::Dictionary> values;
-
-  bool operator==(const SettingsFile&) const = default;
 };
 
 /// The patch data as the checks interpret it; an unreadable file leaves them all off.
@@ -59,8 +55,6 @@ struct SettingsInForce {
   bool prompt = false;
   bool deferralCheckDisabled = false;
   bool patchingViaMDM = false;
-
-  bool operator==(const SettingsInForce&) const = default;
 };
 
 /// A running instance of an application.
@@ -68,8 +62,6 @@ struct ApplicationInstance {
   std::optional<std::string> name;
   std::int32_t processIdentifier = 0;
   std::optional<std::string> executable;  ///< The path.
-
-  bool operator==(const ApplicationInstance&) const = default;
 };
 
 /// The facts of one machine at one moment. The table in `FactsTable.cpp` says how each is named and
@@ -116,8 +108,6 @@ struct Facts {
 
   /// Why facts are absent, under their names in JSON.
   std::map<std::string, std::string, std::less<>> reasons;
-
-  bool operator==(const Facts&) const = default;
 };
 
 /// What to read, besides what is available at once.

@@ -36,12 +36,8 @@ std::string jsonReal(double number) {
   return out.find_first_of(".e") == std::string::npos ? out + ".0" : out;
 }
 
-std::string hexadecimal(const PropertyList::Data& data) {
-  std::string out;
-  for (const std::byte byte : data) {
-    out += platform::hexadecimal(std::to_integer<std::uint32_t>(byte), 2);
-  }
-  return out;
+std::string hexadecimal(std::byte byte) {
+  return platform::hexadecimal(std::to_integer<std::uint32_t>(byte), 2);
 }
 
 std::optional<PropertyList::Data> dataOf(std::string_view hexadecimal) {
@@ -97,7 +93,9 @@ struct JSONForm<PropertyList> {
                      return JSONObject().addJSON("$date", jsonReal(date.secondsSince2001)).done();
                    },
                    [](const PropertyList::Data& data) {
-                     return JSONObject().addString("$data", hexadecimal(data)).done();
+                     return JSONObject()
+                         .addString("$data", platform::joined(data, "", hexadecimal))
+                         .done();
                    }},
         value.value());
   }
@@ -129,13 +127,21 @@ struct JSONForm<PropertyList> {
       return platform::parseReal(text->substr(text->starts_with('+') ? 1 : 0));
     }
     if (name == "$date") {
-      PropertyList seconds;
-      read(value, {}, seconds);
-      if (const auto* real = seconds.as<double>()) {
-        return platform::PropertyListDate{*real};
-      }
+      return realIn(value).transform(
+          [](double seconds) { return platform::PropertyListDate{seconds}; });
     }
     return std::nullopt;
+  }
+  /// The real number that `value` is or, as an object whose only member is `$real`, encodes.
+  static std::optional<double> realIn(const JSONValue& value) {
+    std::optional<double> real = value.get<double>();
+    std::size_t members = 0;
+    value.forEachMember([&](std::string_view name, const JSONValue& member) {
+      const auto encoded = name == "$real" ? specialValue(name, member) : std::nullopt;
+      ++members;
+      real = encoded.transform([](const auto& held) { return std::get<double>(held); });
+    });
+    return members > 1 ? std::nullopt : real;
   }
 };
 

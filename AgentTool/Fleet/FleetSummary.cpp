@@ -175,13 +175,19 @@ std::expected<FleetSummary, DecodingError> summaryFromJSON(std::string_view line
   for (const GroupRow& row : document.counts) {
     summary.add(row, row, row.machines);
   }
+  std::uint64_t moved = 0;
   for (const MoveRow& row : document.moves) {
     summary.addMove(row, row.machines);
+    FleetSummary::increase(moved, row.machines);
   }
   if (document.machines != summary.machines()) {
     return std::unexpected(DecodingError({}, "machines",
                                          text("the sum of the counts, ", summary.machines()),
                                          text(document.machines)));
+  }
+  if (moved > summary.machines()) {
+    return std::unexpected(
+        DecodingError({}, "moves", text("at most ", summary.machines(), " machines"), text(moved)));
   }
   return summary;
 }

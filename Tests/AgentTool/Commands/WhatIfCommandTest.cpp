@@ -152,6 +152,9 @@ TEST_F(WhatIfCommandTest, ComparesWithAnotherActionFile) {
   EXPECT_EQ(run.status, 0);
   EXPECT_THAT(run.output, MatchesRegex("[{]\"machine\":\"b:1\",[^\n]*,\"outcome\":\"applyLater\","
                                        "[^\n]*,\"before\":[{]\"outcome\":\"success\",[^\n]*\n"));
+  EXPECT_THAT(
+      shell("echo '{}' >empty && vexlo-patch what-if actions $patch --compare empty a").errors,
+      HasSubstr("vexlo-patch: the file to compare with has no patch"));
 }
 
 TEST_F(WhatIfCommandTest, SummaryHasATableForEachQuestion) {

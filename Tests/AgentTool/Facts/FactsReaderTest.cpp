@@ -61,7 +61,6 @@ TEST(FactsReaderTest, RoundTripsTheOutputOfFacts) {
     const auto read = reader.read(line);
     ASSERT_TRUE(read) << read.error().what();
     EXPECT_EQ(agent_tool::factsAsJSON(**read), agent_tool::factsAsJSON(each));
-    EXPECT_EQ(**read, each);
   }
 }
 
@@ -82,6 +81,14 @@ TEST(FactsReaderTest, ReadsMembersInAnyOrderAndIgnoresUnknownOnes) {
 
 // The required members of a line.
 #define NEEDED R"({"version":1,"appleSilicon":true,"macOSMajorVersion":14,"consoleUser":"a",)"
+
+TEST(FactsReaderTest, NestedValuesAreReadOnce) {
+  std::string value = "1.5";
+  for (int level = 0; level < 400; ++level) {  // twice each would never end
+    value = R"({"$date":)" + value + '}';
+  }
+  EXPECT_TRUE(FactsReader().read(NEEDED R"("patchData":{"values":{"x":)" + value + "}}}"));
+}
 
 TEST(FactsReaderTest, ErrorHasPlaceAndExpectation) {
   FactsReader reader;

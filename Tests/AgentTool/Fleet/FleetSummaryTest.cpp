@@ -100,7 +100,14 @@ TEST(FleetSummaryTest, InvalidJSONIsRejectedWithItsPlace) {
             R"("wouldForce", "wouldKill", "wouldRun" or "notAsked", found "maybe")"},
            {R"({"fleetSummary":1,"machines":3,"badLines":0,"moves":[],"counts":[)"
             R"({"outcome":"success","machines":2}]})",
-            "machines: expected the sum of the counts, 2, found 3"}}) {
+            "machines: expected the sum of the counts, 2, found 3"},
+           {R"({"fleetSummary":1,"machines":1,"badLines":0,"moves":[],"counts":[)"
+            R"({"outcome":"failure","acted":[{"code":"2007","outcome":"success"}]}]})",
+            "counts › [0] › acted › [0] › outcome: expected an outcome that changes the machine, "
+            R"(found "success")"},
+           {R"({"fleetSummary":1,"machines":0,"badLines":0,"counts":[],"moves":[{"machines":1,)"
+            R"("from":{"outcome":"failure"},"to":{"outcome":"success"}}]})",
+            "moves: expected at most 0 machines, found 1"}}) {
     const auto summary = summaryFromJSON(text);
     ASSERT_FALSE(summary) << text;
     EXPECT_EQ(summary.error().what(), error);
