@@ -32,8 +32,7 @@ using vexlo::PatchActionGroup;
 
 /// The result of checking one file.
 struct Checked {
-  std::string file;  ///< As given.
-  std::string name;  ///< For people.
+  std::string name;  ///< Of the file, for people.
   std::string text;
   std::vector<Finding> findings;
   std::optional<std::string> error;  ///< Why the agent can't use the file, on one line.
@@ -63,27 +62,21 @@ std::string contentsOf(const PatchActionGroup& group) {
 Checked checkFile(const std::string& file) {
   const bool isInput = file == kStandardInputName;
   Checked checked;
-  checked.file = file;
   checked.name = isInput ? "<stdin>" : file;
-  const auto fail = [&](FindingKind kind, const DecodingError& error) {
-    checked.error = error.what();
-    if (checked.errorCount() == 0) {
-      checked.findings.push_back({.kind = kind, .text = error.found()});
-    }
-  };
   try {
     checked.text =
         isInput ? FileCodec::readText(STDIN_FILENO, checked.name) : FileCodec::readTextFile(file);
-  } catch (const DecodingError& error) {
-    fail(FindingKind::unreadable, error);
-    return checked;
-  }
-  checked.findings = checkActionFile(checked.text);
-  try {
+    checked.findings = checkActionFile(checked.text);
     // The agent's own reader decides.
     checked.contents = contentsOf(PatchActionGroup::decode(checked.text, checked.name));
   } catch (const DecodingError& error) {
-    fail(FindingKind::wrongType, error);
+    checked.error = error.what();
+    if (checked.errorCount() == 0) {
+      const bool wasRead = !error.expected().empty();
+      checked.findings.push_back(
+          {.kind = wasRead ? FindingKind::wrongType : FindingKind::unreadable,
+           .text = error.found()});
+    }
   }
   return checked;
 }
@@ -100,14 +93,14 @@ std::string findingJSON(const Finding& finding) {
       .done();
 }
 
-std::string checkedJSON(const Checked& checked) {
+std::string checkedJSON(const std::string& file, const Checked& checked) {
   std::vector<std::string> errors;
   std::vector<std::string> warnings;
   for (const Finding& finding : checked.findings) {
     (isError(finding.kind) ? errors : warnings).push_back(findingJSON(finding));
   }
   return JSONObject()
-             .addString("file", checked.file)
+             .addString("file", file)
              .addJSON("usable", checked.error ? "false" : "true")
              .addJSON("errors", jsonArray(errors))
              .addJSON("warnings", jsonArray(warnings))
@@ -154,7 +147,7 @@ ExitStatus check(const CheckRequest& request, Console& console) {
   ExitStatus status = ExitStatus::success;
   for (const std::string& file : request.files) {
     const Checked checked = checkFile(file);
-    console.write(request.json ? checkedJSON(checked) : asReport(checked, console));
+    console.write(request.json ? checkedJSON(file, checked) : asReport(checked, console));
     if (checked.error) {
       status = ExitStatus::unusableFile;
       const std::size_t errors = checked.errorCount();

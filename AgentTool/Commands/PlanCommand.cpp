@@ -15,8 +15,6 @@
 namespace agent_tool {
 namespace {
 
-using FileCodec::jsonArray;
-using FileCodec::jsonList;
 using FileCodec::JSONObject;
 using LogCore::text;
 using vexlo::ActionDetail;
@@ -31,7 +29,7 @@ std::string actionAsJSON(const ActionDetail& action) {
       .addString("name", describe(action.actionID))
       .addString("code", action.actionID.code())
       .addNumber("sortOrder", action.actionID.sortOrder())
-      .addJSON("arguments", jsonList(action.arguments))
+      .addJSON("arguments", FileCodec::jsonList(action.arguments))
       .addString("origin", originOf(action))
       .done();
 }
@@ -77,7 +75,7 @@ ExitStatus plan(const PlanRequest& request, Console& console) {
   const std::vector<ActionDetail> actions = provider.actionDetails();
   console.write(request.json
                     ? patchAsJSON(request, notInFile, provider.isExempt())
-                              .addJSON("actions", jsonArray(actions, actionAsJSON))
+                              .addJSON("actions", FileCodec::jsonArray(actions, actionAsJSON))
                               .done() +
                           '\n'
                     : text("Patch ", printable(request.patchID), " of product ",

@@ -376,12 +376,9 @@ ExitStatus run(const RunRequest& request, Console& console) {
                         inQuotes(unknown->actionID.code()) + "\nTry 'vexlo-patch help run'.");
     return ExitStatus::badUsage;
   }
-  std::shared_ptr<RunReport> report;
-  if (request.json) {
-    report = std::make_shared<JSONReport>(console);
-  } else {
-    report = std::make_shared<TableReport>(console);
-  }
+  const std::shared_ptr<RunReport> report =
+      request.json ? std::shared_ptr<RunReport>(std::make_shared<JSONReport>(console))
+                   : std::make_shared<TableReport>(console);
   if (request.json && !notInFile.empty()) {
     console.write(JSONObject()
                       .addString("event", "notInFile")

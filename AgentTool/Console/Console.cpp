@@ -21,10 +21,8 @@
 namespace agent_tool {
 namespace {
 
-using Milliseconds = std::chrono::milliseconds;
-
-constexpr Milliseconds kActivityDelay{300};  // shorter actions show no activity
-constexpr Milliseconds kFrame{100};
+constexpr std::chrono::milliseconds kActivityDelay{300};  // shorter actions show no activity
+constexpr std::chrono::milliseconds kFrame{100};
 constexpr std::array<std::string_view, 10> kSpinner{"⠋", "⠙", "⠹", "⠸", "⠼",
                                                     "⠴", "⠦", "⠧", "⠇", "⠏"};
 constexpr std::size_t kNoLimit = std::numeric_limits<std::size_t>::max();
@@ -134,7 +132,7 @@ void Console::Activity::keepShowing(const std::function<std::string()>& text) {
   const auto began = std::chrono::steady_clock::now();
   const std::size_t width = columnsOf(console_.activityDescriptor_);
   std::unique_lock lock(console_.mutex_);
-  Milliseconds pause = kActivityDelay;
+  std::chrono::milliseconds pause = kActivityDelay;
   for (std::size_t frame = 0;
        !hasEnded_.wait_for(lock, pause, [&] { return ended_; }) && !isInterrupted();
        ++frame, pause = kFrame) {

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <array>
+#include <iomanip>
+#include <sstream>
 
 #include "Platform/Unicode.h"
 
@@ -31,14 +33,9 @@ std::size_t widthOf(std::optional<char32_t> character) {
 }  // namespace
 
 std::string inQuotes(std::string_view text) {
-  std::string marked = "\"";
-  for (const char c : text) {
-    if (c == '"' || c == '\\') {
-      marked += '\\';
-    }
-    marked += c;
-  }
-  return platform::printable(marked += '"');
+  std::ostringstream marked;
+  marked << std::quoted(text);
+  return platform::printable(marked.str());
 }
 
 std::size_t displayWidth(std::string_view printableText) {
